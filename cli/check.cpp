@@ -1,0 +1,179 @@
+#include "cli/check.h"
+
+#include <tinyxml2.h>
+
+#include <algorithm>
+#include <map>
+#include <string_view>
+#include <tuple>
+#include <utility>
+
+#include "platform/text.h"
+
+namespace orv::cli {
+namespace {
+
+using Severity = ConfigurationRemark::Severity;
+
+constexpr std::uint32_t kTypes = 2;
+constexpr std::uint32_t kLocations = 4;
+
+class Findings {
+ public:
+  // The same remark from several readings is kept once, in its gravest form.
+  void Add(const ConfigurationRemark& remark) {
+    const auto [place, added] = positions_.try_emplace(
+        {remark.line, std::string(remark.code), remark.text}, findings_.size());
+    if (added) {
+      findings_.push_back({remark.line, remark.code, remark.severity, remark.text});
+    } else {
+      Severity& severity = findings_[place->second].severity;
+      severity = std::max(severity, remark.severity);
+    }
+  }
+
+  std::vector<Finding> Sorted() && {
+    std::stable_sort(findings_.begin(), findings_.end(),
+                     [](const Finding& a, const Finding& b) { return a.line < b.line; });
+    return std::move(findings_);
+  }
+
+ private:
+  std::vector<Finding> findings_;
+  std::map<std::tuple<int, std::string, std::string>, std::size_t> positions_;
+};
+
+// The list of modes tells which type reads a mode and where its chains are used. Another reading
+// than that of an endpoint (type 0, location 0) remarks once more on everything; what it finds
+// missing says nothing when the file has no modes for its type.
+bool IsNews(const ConfigurationRemark& remark, bool is_endpoints_reading, bool has_modes) {
+  const std::string_view code = remark.code;
+  if (code == "mode-selector" || code == "chain-location") return false;
+  if (is_endpoints_reading) return true;
+  return code != "no-modes" && (code != "default-mode-missing" || has_modes);
+}
+
+void AddModes(const ConfigurationContent& content, std::uint32_t type, std::uint32_t location,
+              std::vector<CheckedMode>& modes) {
+  for (std::size_t i = 0; i < content.modes.size(); ++i) {
+    const ORVAPOOperatingMode& mode = *content.modes[i];
+    const int line = content.mode_lines[i];
+    auto known = std::find_if(modes.begin(), modes.end(), [line](const CheckedMode& candidate) {
+      return candidate.line == line;
+    });
+    if (location == 0 || known == modes.end()) {
+      modes.push_back({Utf8FromWide(mode.GetModeKey().GetModeName()),
+                       line,
+                       static_cast<int>(type),
+                       mode.IsAutoMic(),
+                       mode.GetPublicControls().Count(),
+                       mode.GetPrivateControls().Count(),
+                       {}});
+      known = modes.end() - 1;
+    }
+    known->chains[location] = mode.GetChainDefinition().chains().size();
+  }
+}
+
+// What the description has against the text; empty when it fits.
+std::string ValueFault(const ORVQVTControlInfo& info, const std::string& text) {
+  if (info.scale() == ORV_QVT_SCALE_STRING || info.names().Contains(text)) return {};
+  const std::int32_t number = ORVQVTValue("", boost::any(text)).ToLong();
+  if (number == -1 && text != "-1")
+    return info.names().Count() != 0 ? "is none of its choices" : "is no whole number";
+  const bool ranged = info.minimum() < info.maximum();
+  if (ranged && (number < info.minimum() || number > info.maximum()))
+    return "is outside " + std::to_string(info.minimum()) + " to " + std::to_string(info.maximum());
+  return {};
+}
+
+void CheckControl(const tinyxml2::XMLElement& element, const ORVAPOProcessInfo& technology,
+                  Findings& findings) {
+  const char* name = element.Attribute("name");
+  const tinyxml2::XMLNode* last = element.LastChild();
+  if (name == nullptr || *name == 0 || last == nullptr || last->Value() == nullptr) return;
+  ORVQVTControlInfo info;
+  const std::string quoted = "\"" + std::string(name) + "\"";
+  if (!technology.FindControlInfo(ORVQVTValue(name, 0), info)) {
+    findings.Add({element.GetLineNum(), "unknown-control", Severity::Warning,
+                  "the technology library has no control " + quoted});
+    return;
+  }
+  if (const std::string fault = ValueFault(info, last->Value()); !fault.empty())
+    findings.Add({element.GetLineNum(), "value-out-of-range", Severity::Warning,
+                  "\"" + std::string(last->Value()) + "\" " + fault + ": control " + quoted});
+}
+
+void CheckControls(const tinyxml2::XMLElement& root, const ORVAPOProcessInfo& technology,
+                   Findings& findings) {
+  for (const auto* mode = root.FirstChildElement(); mode != nullptr;
+       mode = mode->NextSiblingElement()) {
+    if (!EqualsIgnoringCase(std::string_view(mode->Name()), "operating_mode")) continue;
+    for (const auto* child = mode->FirstChildElement(); child != nullptr;
+         child = child->NextSiblingElement())
+      if (EqualsIgnoringCase(std::string_view(child->Name()), "control"))
+        CheckControl(*child, technology, findings);
+  }
+}
+
+}  // namespace
+
+bool CheckReport::clean() const {
+  return status == kConfigLoaded &&
+         std::all_of(findings.begin(), findings.end(),
+                     [](const Finding& finding) { return finding.severity == Severity::Note; });
+}
+
+CheckReport CheckConfiguration(const std::string& xml, const ORVAPOProcessInfo* technology) {
+  tinyxml2::XMLDocument document;
+  document.Parse(xml.data(), xml.size());
+  CheckReport report;
+  Findings findings;
+  for (std::uint32_t type = 0; type < kTypes; ++type) {
+    for (std::uint32_t location = 0; location < kLocations; ++location) {
+      ConfigurationContent content;
+      std::vector<ConfigurationRemark> remarks;
+      const std::uint32_t status = ReadConfiguration(
+          document, type, location, content,
+          [&](ConfigurationRemark remark) { remarks.push_back(std::move(remark)); });
+      const bool is_endpoints_reading = type == 0 && location == 0;
+      if (is_endpoints_reading) report.status = status;
+      for (const ConfigurationRemark& remark : remarks)
+        if (IsNews(remark, is_endpoints_reading, !content.modes.empty())) findings.Add(remark);
+      AddModes(content, type, location, report.modes);
+    }
+  }
+  const tinyxml2::XMLElement* root = document.Error() ? nullptr : document.RootElement();
+  if (technology != nullptr && root != nullptr) CheckControls(*root, *technology, findings);
+  std::stable_sort(report.modes.begin(), report.modes.end(),
+                   [](const CheckedMode& a, const CheckedMode& b) { return a.line < b.line; });
+  report.findings = std::move(findings).Sorted();
+  return report;
+}
+
+const char* SeverityWord(Severity severity) {
+  switch (severity) {
+    case Severity::Error:
+      return "error";
+    case Severity::Warning:
+      return "warning";
+    case Severity::Note:
+      break;
+  }
+  return "note";
+}
+
+const char* LoadStatusWords(std::uint32_t status) {
+  switch (status) {
+    case kConfigLoaded:
+      return "loads";
+    case kConfigEmptyProperties:
+      return "refused: <properties> is empty";
+    case kConfigBadMode:
+      return "refused: a mode has no valid key";
+    default:
+      return "refused: no usable document";
+  }
+}
+
+}  // namespace orv::cli

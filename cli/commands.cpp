@@ -1,0 +1,72 @@
+#include "cli/commands.h"
+
+#include "cli/select.h"
+#include "platform/text.h"
+
+namespace orv::cli {
+
+Session& Context::session() {
+  if (session_ == nullptr) session_ = std::make_unique<Session>(session_options);
+  return *session_;
+}
+
+Catalog& Context::catalog() {
+  if (catalog_ == nullptr) catalog_ = std::make_unique<Catalog>(session());
+  return *catalog_;
+}
+
+std::vector<Endpoint> Context::Endpoints() {
+  std::vector<std::string> unopened;
+  std::vector<Endpoint> endpoints = session().Endpoints(&unopened);
+  for (const std::string& id : unopened)
+    output.Remark("The component finds " + id +
+                  " but cannot open it; \"orvctl doctor\" tells why.");
+  if (config_type)
+    for (const Endpoint& endpoint : endpoints)
+      endpoint.SetConfig(static_cast<ORVAPOEndpointConfig>(*config_type));
+  return endpoints;
+}
+
+Endpoint Context::SelectEndpoint(const std::string& text) {
+  std::vector<Endpoint> endpoints = Endpoints();
+  if (endpoints.empty())
+    throw Failure(kRefused,
+                  "the component finds no endpoint on this machine.\n"
+                  "\"orvctl doctor\" tells what is missing.");
+  for (Endpoint& endpoint : endpoints)
+    if (EqualsIgnoringCase(endpoint.id(), text)) return std::move(endpoint);
+  if (const std::optional<int> number = ParseNumber(text)) {
+    if (*number < 0 || static_cast<std::size_t>(*number) >= endpoints.size())
+      UsageFailure("there is no endpoint number " + text + ": expected 0 to " +
+                   std::to_string(endpoints.size() - 1) + ".");
+    return std::move(endpoints[static_cast<std::size_t>(*number)]);
+  }
+  std::vector<std::string> names;
+  for (const Endpoint& endpoint : endpoints) names.push_back(endpoint.name());
+  return std::move(endpoints[SelectOrFail(names, text, "endpoint")]);
+}
+
+Mode Context::SelectMode(const Endpoint& endpoint, const std::string& text) {
+  if (text.empty()) return CurrentMode(endpoint);
+  std::vector<Mode> modes = endpoint.Modes();
+  std::vector<std::string> names;
+  for (const Mode& mode : modes) names.push_back(mode.name());
+  return std::move(modes[SelectOrFail(names, text, "mode")]);
+}
+
+Mode Context::CurrentMode(const Endpoint& endpoint) {
+  if (std::optional<Mode> mode = endpoint.CurrentMode()) return std::move(*mode);
+  ComponentFailure("reading the current mode of " + endpoint.name(), orv_apo::kNotFound,
+                   "The stored mode is none of the configuration's. Name a mode with --mode, or "
+                   "store the default one with \"orvctl mode ENDPOINT --default\".");
+}
+
+CLI::App* AddCommand(CLI::App& parent, const std::string& name, const std::string& description,
+                     const std::string& example, const std::string& details) {
+  CLI::App* command = parent.add_subcommand(name, description);
+  command->footer((details.empty() ? "" : details + "\n\n") + "Example:\n  " + example);
+  command->fallthrough();
+  return command;
+}
+
+}  // namespace orv::cli

@@ -1,0 +1,73 @@
+// The commands, one file per group. A new group is one more file with an Add...Commands function,
+// declared here and called once by AddCommands in main.cpp.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "cli/catalog.h"
+#include "cli/failure.h"
+#include "cli/output.h"
+#include "cli/session.h"
+
+namespace orv::cli {
+
+// What the commands of one run share. The machine and the component are opened when a command first
+// asks for them, so that offline commands work without either.
+class Context {
+ public:
+  explicit Context(Output& output_stream) : output(output_stream) {}
+
+  Output& output;
+  SessionOptions session_options;
+  std::optional<int> config_type;  // load endpoints with this configuration type
+  ExitStatus exit_status = kDone;
+
+  Session& session();
+  Catalog& catalog();
+
+  std::vector<Endpoint> Endpoints();
+  // By identifier, number or part of its name.
+  Endpoint SelectEndpoint(const std::string& text);
+  // By name or part of it; empty text means the current mode.
+  Mode SelectMode(const Endpoint& endpoint, const std::string& text);
+  Mode CurrentMode(const Endpoint& endpoint);
+
+ private:
+  // The catalog stands on the session, so it goes first.
+  std::unique_ptr<Session> session_;
+  std::unique_ptr<Catalog> catalog_;
+};
+
+// A command whose help ends with the details (may be empty) and the example.
+CLI::App* AddCommand(CLI::App& parent, const std::string& name, const std::string& description,
+                     const std::string& example, const std::string& details = {});
+
+// The words under which an endpoint, a mode and a control are asked for.
+inline constexpr char kEndpointHelp[] =
+    "Endpoint: its number in \"endpoints\", its identifier, or any part of its name";
+inline constexpr char kModeHelp[] =
+    "Mode: its name or any part of it that fits one mode only (default: the current mode)";
+inline constexpr char kControlHelp[] = "Control: its exact name";
+
+// Tables that more than one command shows.
+Table EndpointsTable(const std::vector<Endpoint>& endpoints);
+Table ModesTable(const Endpoint& endpoint);
+
+void AddEndpointCommands(CLI::App& app, Context& context);      // endpoints, config, properties
+void AddModeCommands(CLI::App& app, Context& context);          // modes, mode, enable, restore
+void AddControlCommands(CLI::App& app, Context& context);       // controls, get, set
+void AddWatchCommand(CLI::App& app, Context& context);          // watch
+void AddPresetCommands(CLI::App& app, Context& context);        // save, load
+void AddDoctorCommand(CLI::App& app, Context& context);         // doctor
+void AddRegistrationCommands(CLI::App& app, Context& context);  // register, unregister
+void AddCheckCommand(CLI::App& app, Context& context);          // check
+void AddImageCommands(CLI::App& app, Context& context);         // image decode, image encode
+void AddMachineCommands(CLI::App& app, Context& context);       // machine new
+void AddFilterCommands(CLI::App& app, Context& context);        // filter butterworth, bands, bass
+void AddCompletionCommand(CLI::App& app, Context& context);     // completion bash
+void AddStoryCommand(CLI::App& app, Context& context);          // story
+
+}  // namespace orv::cli

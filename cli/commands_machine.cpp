@@ -1,0 +1,54 @@
+// machine new
+#include "cli/commands.h"
+#include "cli/host.h"
+#include "cli/machine_folder.h"
+#include "cli/select.h"
+
+namespace orv::cli {
+namespace {
+
+constexpr char kDefaultSample[] = "skylake-laptop";
+
+// A sample's name, or a machine's folder.
+std::filesystem::path SourceFolder(const std::string& from) {
+  std::error_code ignored;
+  if (from.find('/') != std::string::npos) return from;
+  const std::filesystem::path sample = SampleMachinesFolder() / from;
+  if (std::filesystem::is_directory(sample, ignored)) return sample;
+  if (std::filesystem::is_directory(from, ignored)) return from;
+  const std::vector<std::string> names = SampleMachineNames();
+  std::string known;
+  for (const std::string& name : names) known += "\n  " + name;
+  UsageFailure("no sample machine named \"" + from + "\"." + Suggestion(names, from) +
+               "\nKnown:" + known);
+}
+
+void MakeMachine(Context& context, const std::string& folder, const std::string& from) {
+  CopyMachine(SourceFolder(from), folder);
+  const std::string path = std::filesystem::absolute(folder).lexically_normal().string();
+  if (context.output.json()) return context.output.Value({{"path", path}});
+  context.output.Line(path);
+  context.output.Remark("orvctl --machine " + folder + " endpoints");
+}
+
+}  // namespace
+
+void AddMachineCommands(CLI::App& app, Context& context) {
+  CLI::App* machine =
+      AddCommand(app, "machine", "Simulated machines", "orvctl machine new my-machine");
+  machine->require_subcommand(1);
+  struct Arguments {
+    std::string folder;
+    std::string from = kDefaultSample;
+  };
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App* make = AddCommand(*machine, "new", "A simulated machine's folder to start from",
+                              "orvctl machine new my-machine --from broadwell-ultrabook");
+  make->add_option("DIR", arguments->folder, "The new folder")->required();
+  make->add_option("--from", arguments->from, "A sample's name, or another machine's folder")
+      ->capture_default_str();
+  make->callback(
+      [&context, arguments] { MakeMachine(context, arguments->folder, arguments->from); });
+}
+
+}  // namespace orv::cli

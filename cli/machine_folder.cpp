@@ -1,0 +1,48 @@
+#include "cli/machine_folder.h"
+
+#include <algorithm>
+#include <random>
+
+#include "cli/failure.h"
+#include "cli/host.h"
+
+namespace orv::cli {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> SampleMachineNames() {
+  std::vector<std::string> names;
+  for (const fs::directory_entry& entry : fs::directory_iterator(SampleMachinesFolder()))
+    if (entry.is_directory() && fs::exists(entry.path() / "machine.json"))
+      names.push_back(entry.path().filename().string());
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+void CopyMachine(const fs::path& source, const fs::path& target) {
+  std::error_code error;
+  if (!fs::exists(source / "machine.json", error))
+    throw Failure(kRefused, source.string() + " is no machine's folder: it has no machine.json.");
+  if (fs::exists(target, error) &&
+      !(fs::is_directory(target, error) && fs::is_empty(target, error)))
+    throw Failure(kRefused, target.string() + " is not an empty folder; nothing was changed.");
+  fs::create_directories(target, error);
+  if (!error) fs::copy(source, target, fs::copy_options::recursive, error);
+  if (error)
+    throw Failure(kRefused, "copying " + source.string() + " to " + target.string() + ": " +
+                                error.message() + ".");
+}
+
+TemporaryMachine::TemporaryMachine(const fs::path& source) {
+  std::random_device entropy;
+  folder_ = fs::temp_directory_path() /
+            ("orvctl-" + std::to_string(entropy()) + "-" + std::to_string(entropy()));
+  CopyMachine(source, folder_);
+}
+
+TemporaryMachine::~TemporaryMachine() {
+  std::error_code ignored;
+  fs::remove_all(folder_, ignored);
+}
+
+}  // namespace orv::cli

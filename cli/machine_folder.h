@@ -1,0 +1,30 @@
+// Copies of simulated machines.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace orv::cli {
+
+std::vector<std::string> SampleMachineNames();
+
+// Copies a machine's folder to a new or empty one. Throws Failure when `source` is no machine's
+// folder or `target` holds something already.
+void CopyMachine(const std::filesystem::path& source, const std::filesystem::path& target);
+
+// A fresh copy in the temporary folder, gone when destroyed.
+class TemporaryMachine {
+ public:
+  explicit TemporaryMachine(const std::filesystem::path& source);
+  ~TemporaryMachine();
+  TemporaryMachine(const TemporaryMachine&) = delete;
+  TemporaryMachine& operator=(const TemporaryMachine&) = delete;
+
+  const std::filesystem::path& folder() const noexcept { return folder_; }
+
+ private:
+  std::filesystem::path folder_;
+};
+
+}  // namespace orv::cli

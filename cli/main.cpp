@@ -1,0 +1,135 @@
+// orvctl: what people and scripts use in front of a machine. An ordinary client of the component.
+#include <clocale>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+
+#include "cli/commands.h"
+#include "cli/host.h"
+#include "cli/select.h"
+
+namespace orv::cli {
+namespace {
+
+void AddCommands(CLI::App& app, Context& context) {
+  AddEndpointCommands(app, context);
+  AddModeCommands(app, context);
+  AddControlCommands(app, context);
+  AddWatchCommand(app, context);
+  AddPresetCommands(app, context);
+  AddDoctorCommand(app, context);
+  AddRegistrationCommands(app, context);
+  AddCheckCommand(app, context);
+  AddImageCommands(app, context);
+  AddMachineCommands(app, context);
+  AddFilterCommands(app, context);
+  AddCompletionCommand(app, context);
+  AddStoryCommand(app, context);
+}
+
+struct GlobalFlags {
+  bool json = false;
+};
+
+void AddGlobalOptions(CLI::App& app, Context& context, GlobalFlags& flags) {
+  SessionOptions& session = context.session_options;
+  app.add_option(
+      "--machine", session.machine,
+      "Folder of the simulated machine (also: ORV_MACHINE; default: the sample machine)");
+  app.add_option("--technology", session.technology,
+                 "Folder of the technology library, as the machine knows it");
+  app.add_option("--config", context.config_type, "Load endpoints with this configuration type")
+      ->check(CLI::Range(0, 1));
+  app.add_flag("--json", flags.json, "One JSON value on standard output");
+  app.add_flag("-v,--verbose", session.diagnostics,
+               "The component's diagnostic lines on standard error");
+  // A later one wins, so that scripts can add to a line that names one already.
+  for (CLI::Option* option : app.get_options())
+    option->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+  app.parse_complete_callback([&context, &flags] {
+    const char* no_colour = std::getenv("NO_COLOR");
+    context.output.UseJson(flags.json);
+    context.output.UseColour(!flags.json && (no_colour == nullptr || *no_colour == 0) &&
+                             OutputIsTerminal());
+  });
+}
+
+bool TakesValue(const CLI::App& app, const std::string& word) {
+  const CLI::Option* option = app.get_option_no_throw(word);
+  return option != nullptr && option->get_items_expected_max() > 0;
+}
+
+// A misspelt command would be reported as a missing one; this names what was meant.
+void CheckCommandWords(const CLI::App& root, int argc, char** argv) {
+  const CLI::App* command = &root;
+  for (int i = 1; i < argc; ++i) {
+    const auto known = command->get_subcommands([](const CLI::App*) { return true; });
+    if (known.empty()) return;
+    const std::string word = argv[i];
+    if (word == "--help" || word == "-h") return;
+    if (word.starts_with("-")) {
+      if (TakesValue(root, word)) ++i;
+      continue;
+    }
+    std::vector<std::string> names;
+    const CLI::App* next = nullptr;
+    for (const CLI::App* candidate : known) {
+      names.push_back(candidate->get_name());
+      if (candidate->get_name() == word) next = candidate;
+    }
+    if (next == nullptr)
+      UsageFailure("no command \"" + word + "\"." + Suggestion(names, word) +
+                   "\n\"orvctl --help\" lists them.");
+    command = next;
+  }
+}
+
+void UseLocale() {
+  // Names and texts of configuration files are UTF-8; the plain "C" locale would take them apart.
+  const char* locale = std::setlocale(LC_CTYPE, "");
+  if (locale == nullptr || std::strcmp(locale, "C") == 0 || std::strcmp(locale, "POSIX") == 0)
+    std::setlocale(LC_CTYPE, "C.UTF-8");
+}
+
+int Run(CLI::App& app, Context& context, int argc, char** argv) {
+  try {
+    CheckCommandWords(app, argc, argv);
+    app.parse(argc, argv);
+    return context.exit_status;
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) return app.exit(error);
+    context.output.Remark(std::string("orvctl: ") + error.what() +
+                          "\n\"orvctl COMMAND --help\" tells what is expected.");
+    return kUsage;
+  } catch (const Failure& failure) {
+    context.output.Remark(std::string("orvctl: ") + failure.what());
+    return failure.exit_status();
+  } catch (const std::bad_alloc&) {
+    context.output.Remark("orvctl: out of memory");
+  } catch (const std::exception& fault) {
+    context.output.Remark(std::string("orvctl: ") + fault.what());
+  }
+  return kRefused;
+}
+
+}  // namespace
+}  // namespace orv::cli
+
+int main(int argc, char** argv) {
+  using namespace orv::cli;
+  UseLocale();
+  Output output(std::cout, std::cerr);
+  Context context(output);
+  CLI::App app("Looks at and changes the audio effects of a machine's endpoints.", "orvctl");
+  app.require_subcommand(1);
+  app.footer("Example:\n  orvctl endpoints\n  orvctl set 0 \"VQ3D-Process Enable\" Enabled");
+  GlobalFlags flags;
+  AddGlobalOptions(app, context, flags);
+  AddCommands(app, context);
+  const int status = Run(app, context, argc, argv);
+  if (!std::cout.flush()) {
+    std::cerr << "orvctl: standard output cannot be written\n";
+    return kRefused;
+  }
+  return status;
+}

@@ -1,0 +1,49 @@
+// Presets: an endpoint's public values, current mode and switch as readable JSON. A pure codec.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace orv::cli {
+
+inline constexpr int kPresetVersion = 1;
+inline constexpr std::size_t kPresetSizeLimit = 16U << 20;  // bytes
+
+// A number, or the text of one of the control's choices.
+using PresetValue = std::variant<std::int32_t, std::string>;
+
+struct PresetMode {
+  std::string name;
+  std::vector<std::pair<std::string, PresetValue>> controls;  // no name twice
+
+  bool operator==(const PresetMode&) const = default;
+};
+
+struct Preset {
+  std::string endpoint;  // where it was taken from; for people
+  std::optional<std::string> current_mode;
+  std::optional<bool> enabled;
+  std::vector<PresetMode> modes;  // no name twice
+
+  bool operator==(const Preset&) const = default;
+};
+
+struct PresetError {
+  std::size_t line = 0;  // 1-based
+  std::string reason;
+};
+
+// A whole preset, or nothing with the first reason why: broken JSON, another version, unknown
+// members, values of the wrong kind, names that occur twice.
+std::optional<Preset> ReadPreset(std::string_view text, PresetError& error);
+
+// Ends with a line feed. ReadPreset gives the same preset back; text that is no UTF-8 comes back
+// with replacement characters.
+std::string WritePreset(const Preset& preset);
+
+}  // namespace orv::cli

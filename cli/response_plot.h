@@ -1,0 +1,35 @@
+// A frequency response as a drawing: magnitude above, what quantising changes below, over a
+// logarithmic frequency axis.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace orv::cli {
+
+struct ResponsePoint {
+  double frequency;  // Hz
+  double ideal_db;
+  double fixed_db;
+};
+
+struct ResponseCurve {
+  std::string name;  // may be empty when it is the only one
+  std::vector<ResponsePoint> points;
+};
+
+struct ResponsePlot {
+  std::string title;
+  std::vector<std::string> remarks;  // a line each, under the title
+  std::vector<ResponseCurve> curves;
+};
+
+// A complete SVG document.
+std::string DrawResponse(const ResponsePlot& plot);
+
+// Fixed-point notation with so many decimals, never "-0.0".
+std::string Decimals(double number, int decimals);
+// "63 Hz", "1.25 kHz".
+std::string HertzText(double frequency);
+
+}  // namespace orv::cli

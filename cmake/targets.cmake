@@ -1,0 +1,48 @@
+# How this project's targets are made: one place for warnings, include folders and sanitizers.
+
+add_library(orv_build_flags INTERFACE)
+target_include_directories(orv_build_flags INTERFACE ${CMAKE_SOURCE_DIR}/include ${CMAKE_SOURCE_DIR}/src)
+target_compile_options(orv_build_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wno-sign-conversion -Wimplicit-fallthrough)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # False alarms of this compiler on std::string concatenation when optimising.
+  target_compile_options(orv_build_flags INTERFACE -Wno-restrict)
+endif()
+if(ORV_SANITIZE)
+  add_compile_options(-fsanitize=${ORV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${ORV_SANITIZE})
+endif()
+
+# orv_library(NAME sources... [LINK targets...]): one folder of src/ as a static library.
+function(orv_library name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK")
+  add_library(${name} STATIC ${arg_UNPARSED_ARGUMENTS})
+  target_link_libraries(${name} PUBLIC orv_build_flags ${arg_LINK})
+endfunction()
+
+# orv_test(NAME sources... [LINK targets...]): one GoogleTest program whose cases become CTest tests. NAME is also the prefix of the
+# cases' names.
+function(orv_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK")
+  add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
+  target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+  target_link_libraries(${name} PRIVATE orv_build_flags ${arg_LINK} GTest::gmock GTest::gtest_main)
+  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
+    PROPERTIES TIMEOUT 120)
+endfunction()
+
+# orv_benchmark(NAME sources... [LINK targets...]): one Google Benchmark program.
+function(orv_benchmark name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK")
+  add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
+  target_link_libraries(${name} PRIVATE orv_build_flags ${arg_LINK} benchmark::benchmark_main)
+endfunction()
+
+# orv_fuzzer(NAME sources... [LINK targets...]): one libFuzzer program; seeds in fuzz/seeds/NAME, words in fuzz/NAME.dict.
+function(orv_fuzzer name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK")
+  add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
+  target_link_libraries(${name} PRIVATE orv_build_flags ${arg_LINK})
+  target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/fuzz)
+endfunction()

@@ -1,0 +1,95 @@
+#include "api/endpoint_enumerator.h"
+
+#include <algorithm>
+#include <string>
+
+#include "api/endpoint.h"
+#include "config/configuration_file.h"
+#include "endpoints/endpoint_tools.h"
+#include "frame/guard.h"
+#include "platform/diagnostics.h"
+#include "platform/text.h"
+
+namespace orv {
+namespace {
+
+std::wstring DeviceIdentifier(IMMDevice* device) {
+  LPWSTR id = nullptr;
+  if (device == nullptr || FAILED(device->GetId(&id)) || id == nullptr) return {};
+  const std::unique_ptr<wchar_t, void (*)(void*)> owner(
+      id, [](void* memory) { CoTaskMemFree(memory); });
+  return id;
+}
+
+}  // namespace
+
+HRESULT CORVEndpointEnumerator::Create(Module& module, CORVAPOSystem& system,
+                                       ComPtr<CORVEndpointEnumerator>& enumerator) {
+  const HRESULT status = Guard([&] { return CreateObject(enumerator, module, *system.machine()); });
+  if (SUCCEEDED(status)) enumerator->system_ = ComPtr<CORVAPOSystem>(&system);
+  Diagnose(ORV_HERE("CORVEndpointEnumerator::CreateEnumerator"),
+           L"CORVEndpointEnumerator::CreateEnumerator status 0x%x, e: 0x%p\n", status,
+           static_cast<const void*>(enumerator.get()));
+  return status;
+}
+
+HRESULT CORVEndpointEnumerator::FinalConstruct() {
+  ORVAPOEndpointTools(machine_).EnumerateEndpoints(endpoints_);
+  Diagnose(ORV_HERE("CORVEndpointEnumerator::FinalConstruct"),
+           L"CORVEndpointEnumerator found %d endpoints\n", endpoints_.size());
+  endpoints_.erase(std::remove_if(endpoints_.begin(), endpoints_.end(), CantLoadConfigFile),
+                   endpoints_.end());
+  Diagnose(ORV_HERE("CORVEndpointEnumerator::FinalConstruct"),
+           L"CORVEndpointEnumerator: %d endpoints remaining after checking config file.",
+           endpoints_.size());
+  return S_OK;
+}
+
+bool CORVEndpointEnumerator::CantLoadConfigFile(const ORVAPOEndpointInfo& record) {
+  if (record.config_file().empty()) {
+    Diagnose(ORV_HERE("CORVEndpointEnumerator::CantLoadConfigFile"),
+             L"No config file specified.\n");
+    return true;
+  }
+  ORVAPOConfigurationFile configuration(record.machine());
+  const std::uint32_t status = configuration.Load(record.config_file(), kORVAPO_EPCfg_None, 0);
+  Diagnose(ORV_HERE("CORVEndpointEnumerator::CantLoadConfigFile"), L"Load code: %d\n", status);
+  return status != kConfigLoaded;
+}
+
+HRESULT CORVEndpointEnumerator::Next(IORVEndpointInfo** device) {
+  return Guard([&]() -> HRESULT {
+    if (device == nullptr) return E_POINTER;
+    *device = nullptr;
+    if (cursor_ == endpoints_.size()) return S_FALSE;
+    return MakeEndpoint(endpoints_[cursor_++], device);
+  });
+}
+
+HRESULT CORVEndpointEnumerator::Reset() {
+  cursor_ = 0;
+  return S_OK;
+}
+
+HRESULT CORVEndpointEnumerator::GetEndpointFromDevice(BSTR device_id, IORVEndpointInfo** device) {
+  return Guard([&]() -> HRESULT {
+    if (device == nullptr || device_id == nullptr) return E_POINTER;
+    *device = nullptr;
+    const auto found = std::find_if(
+        endpoints_.begin(), endpoints_.end(), [device_id](const ORVAPOEndpointInfo& record) {
+          return EqualsIgnoringCase(DeviceIdentifier(record.device()), device_id);
+        });
+    return found == endpoints_.end() ? E_INVALIDARG : MakeEndpoint(*found, device);
+  });
+}
+
+HRESULT CORVEndpointEnumerator::MakeEndpoint(const ORVAPOEndpointInfo& record,
+                                             IORVEndpointInfo** device) {
+  ComPtr<CORVCOMEndpointInfo> endpoint;
+  const HRESULT status = CreateObject(endpoint, module(), system_);
+  if (FAILED(status)) return status;
+  if (endpoint->SetInfo(record, kORVAPO_EPCfg_None) != kConfigLoaded) return E_FAIL;
+  return endpoint->QueryInterface(IID_IORVEndpointInfo, reinterpret_cast<void**>(device));
+}
+
+}  // namespace orv

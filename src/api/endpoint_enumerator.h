@@ -1,0 +1,39 @@
+// A snapshot of the machine's usable endpoints.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "api/system.h"
+#include "endpoints/endpoint_info.h"
+#include "frame/object_creation.h"
+
+namespace orv {
+
+class CORVEndpointEnumerator final
+    : public RefCounted<SingleThreaded, Chain<IORVEndpointEnumerator>> {
+ public:
+  // Scans the machine: the active render endpoints whose configuration file loads.
+  static HRESULT Create(Module& module, CORVAPOSystem& system,
+                        ComPtr<CORVEndpointEnumerator>& enumerator);
+
+  CORVEndpointEnumerator(Module& module, Machine& machine)
+      : RefCounted(&module), machine_(machine) {}
+  HRESULT FinalConstruct();
+
+  HRESULT STDMETHODCALLTYPE Next(IORVEndpointInfo** device) override;
+  HRESULT STDMETHODCALLTYPE Reset() override;
+  HRESULT STDMETHODCALLTYPE GetEndpointFromDevice(BSTR device_id,
+                                                  IORVEndpointInfo** device) override;
+
+ private:
+  static bool CantLoadConfigFile(const ORVAPOEndpointInfo& record);
+  HRESULT MakeEndpoint(const ORVAPOEndpointInfo& record, IORVEndpointInfo** device);
+
+  Machine& machine_;  // the system's
+  ComPtr<CORVAPOSystem> system_;
+  std::vector<ORVAPOEndpointInfo> endpoints_;
+  std::size_t cursor_ = 0;
+};
+
+}  // namespace orv

@@ -1,0 +1,31 @@
+// The operating modes of an endpoint's configuration, one after another.
+#pragma once
+
+#include <cstddef>
+
+#include "api/endpoint_context.h"
+#include "api/operating_mode.h"
+#include "config/configuration_file.h"
+
+namespace orv {
+
+// Walks the modes as they stood when it was made: a reload of the configuration does not disturb
+// it.
+class CORVAPOOpModeEnumerator final
+    : public RefCounted<SingleThreaded, Chain<IORVAPOOpModeEnumerator>> {
+ public:
+  CORVAPOOpModeEnumerator(Module& module, EndpointContext& endpoint, const ORVAPOModeList& modes)
+      : RefCounted(&module), endpoint_(endpoint), modes_(modes) {}
+
+  HRESULT STDMETHODCALLTYPE Next(IORVOperatingMode** op_mode) override;
+
+  // The next mode's object; S_FALSE at the end. Moves on whatever the outcome.
+  HRESULT NextMode(ComPtr<CORVOperatingMode>& mode);
+
+ private:
+  CountedPart<EndpointContext> endpoint_;
+  ORVAPOModeList modes_;
+  std::size_t cursor_ = 0;
+};
+
+}  // namespace orv

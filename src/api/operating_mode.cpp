@@ -1,0 +1,177 @@
+#include "api/operating_mode.h"
+
+#include <utility>
+
+#include "api/control_enumerator.h"
+#include "api/text_result.h"
+#include "frame/guard.h"
+#include "platform/diagnostics.h"
+#include "platform/text.h"
+
+namespace orv {
+
+CORVOperatingMode::CORVOperatingMode(Module& module, EndpointContext& endpoint,
+                                     std::shared_ptr<const ORVAPOOperatingMode> mode)
+    : RefCounted(&module),
+      endpoint_(endpoint),
+      mode_(std::move(mode)),
+      public_settings_(endpoint.record().machine()),
+      global_settings_(endpoint.record().machine()) {}
+
+void CORVOperatingMode::Init() {
+  Diagnose(ORV_HERE("CORVOperatingMode::Init"), L"CORVOperatingMode::Init\n");
+  Diagnose(ORV_HERE("CORVOperatingMode::SetOpMode"), L"op mode: %s\n",
+           mode_->GetModeKey().GetModeName());
+  public_settings_.Init(endpoint_->record(), *mode_);
+  RefreshPublicValues();
+  if (global_settings_.InitGlobal(endpoint_->record())) RefreshGlobalValues();
+}
+
+// The three refreshes read into a list of their own, so that a cache is never left half filled.
+void CORVOperatingMode::RefreshPublicValues() {
+  ORVQVTValueList fresh;
+  public_settings_.ReadControls(fresh, true);
+  public_values_ = std::move(fresh);
+}
+
+void CORVOperatingMode::RefreshDefaultValues() {
+  ORVQVTValueList fresh;
+  public_settings_.ReadDefaultControls(fresh, true);
+  public_values_ = std::move(fresh);
+}
+
+void CORVOperatingMode::RefreshGlobalValues() {
+  ORVQVTValueList fresh;
+  global_settings_.ReadControls(fresh, true);
+  global_values_ = std::move(fresh);
+}
+
+HRESULT CORVOperatingMode::get_ORVAPOControlEnumerator(ORVAPOControlType type,
+                                                       IORVAPOControlEnumerator** enumerator) {
+  return Guard([&]() -> HRESULT {
+    const ORVQVTValueList* list = nullptr;
+    switch (type) {
+      case kORVAPO_Cont_Public:
+        list = &mode_->GetPublicControls();
+        break;
+      case kORVAPO_Cont_Private:
+        list = &mode_->GetPrivateControls();
+        break;
+      case kORVAPO_Cont_Default:
+        list = &mode_->GetDefaultControls();
+        break;
+      default:
+        return E_INVALIDARG;
+    }
+    if (enumerator == nullptr) return E_POINTER;
+    if (type == kORVAPO_Cont_Default) {
+      RefreshDefaultValues();
+    } else {
+      RefreshPublicValues();
+    }
+    ComPtr<CORVAPOControlEnumerator> made;
+    const HRESULT status = CreateObject(made, module(), *this, *list);
+    if (FAILED(status)) return status;
+    return made->QueryInterface(IID_IORVAPOControlEnumerator, reinterpret_cast<void**>(enumerator));
+  });
+}
+
+HRESULT CORVOperatingMode::get_Name(BSTR* name) {
+  return Guard([&]() -> HRESULT {
+    if (name == nullptr) return E_POINTER;
+    return ReturnText(mode_->GetModeKey().GetModeName(), name);
+  });
+}
+
+HRESULT CORVOperatingMode::RestoreDefaults() {
+  return Guard([&]() -> HRESULT {
+    public_settings_.WriteControls(mode_->GetDefaultControls());
+    RefreshPublicValues();
+    return S_OK;
+  });
+}
+
+HRESULT CORVOperatingMode::get_APOEnable(LONG* enabled) {
+  return Guard([&]() -> HRESULT {
+    if (enabled == nullptr) return E_POINTER;
+    const ORVQVTValue* held = std::as_const(global_values_).Find(kProcessEnableControl);
+    if (held == nullptr) {
+      Diagnose(ORV_HERE("CORVOperatingMode::get_APOEnable"),
+               L"CORVOperatingMode::get_APOEnable can't find the control!\n");
+      return E_FAIL;
+    }
+    *enabled = held->ToLong() != 0 ? 1 : 0;
+    Diagnose(ORV_HERE("CORVOperatingMode::get_APOEnable"),
+             L"CORVOperatingMode::get_APOEnable returning %d\n", *enabled);
+    return S_OK;
+  });
+}
+
+HRESULT CORVOperatingMode::put_APOEnable(LONG enabled) {
+  return Guard([&]() -> HRESULT {
+    const bool written =
+        global_settings_.WriteControl(ORVQVTValue(kProcessEnableControl, std::int32_t{enabled}));
+    Diagnose(ORV_HERE("CORVOperatingMode::put_APOEnable"), L"put_APOEnable: %d, %d\n", enabled,
+             written ? 1 : 0);
+    RefreshGlobalValues();
+    return written ? S_OK : E_FAIL;
+  });
+}
+
+bool CORVOperatingMode::GetValue(ORVQVTValue& value) {
+  const ORVQVTValue* held = std::as_const(public_values_).Find(value.GetName());
+  if (held == nullptr) return false;
+  const std::int32_t number = held->ToLong();
+  Diagnose(ORV_HERE("CORVOperatingMode::GetValue"), L" %s: %d\n", value.GetWName(), number);
+  value.SetValue(number);
+  return true;
+}
+
+bool CORVOperatingMode::GetValue(ORVQVTValue& value, const ORVQVTNameList& choices) {
+  const ORVQVTValue* held = std::as_const(public_values_).Find(value.GetName());
+  if (held == nullptr) {
+    Diagnose(ORV_HERE("CORVOperatingMode::GetValue"), L"%s not found\n", value.GetWName());
+    return false;
+  }
+  const auto choice = ChoiceNumber(choices, held->ToString());
+  const std::int32_t number = choice ? *choice : held->ToLong();
+  value.SetValue(number);
+  Diagnose(ORV_HERE("CORVOperatingMode::GetValue"), L"%s returning %d\n", value.GetWName(), number);
+  return true;
+}
+
+bool CORVOperatingMode::PutValue(const ORVQVTValue& value) {
+  ORVQVTValue* held = public_values_.Find(value.GetName());
+  if (held == nullptr) return false;
+  return Store(*held, ORVQVTValue(value.GetName(), value.ToLong()));
+}
+
+bool CORVOperatingMode::PutValue(const ORVQVTValue& value, const ORVQVTNameList& choices) {
+  ORVQVTValue* held = public_values_.Find(value.GetName());
+  if (held == nullptr) return false;
+  const std::string text = value.ToString();
+  if (!choices.Contains(text)) return PutValue(value);
+  return Store(*held, ORVQVTValue(value.GetName(), text));
+}
+
+// The cache follows even when the settings refuse; only an exception leaves it as it was.
+bool CORVOperatingMode::Store(ORVQVTValue& held, ORVQVTValue changed) {
+  const bool written = public_settings_.WriteControl(changed);
+  held = std::move(changed);
+  return written;
+}
+
+void CORVOperatingMode::Describe(const ORVQVTValue& value, ORVQVTControlInfo& info) {
+  endpoint_->technology().FindControlInfo(value, info);
+}
+
+ComPtr<IORVOwnOperatingMode> OwnModeOf(IORVOperatingMode* mode) {
+  ComPtr<IUnknown> answer;
+  if (FAILED(mode->QueryInterface(kOwnOperatingModeId, answer.PutVoid())) || !answer) return {};
+  // Our objects answer with a part at another address; whoever answers every identifier with itself
+  // is not ours.
+  if (static_cast<void*>(answer.get()) == static_cast<void*>(mode)) return {};
+  return ComPtr<IORVOwnOperatingMode>::Adopt(static_cast<IORVOwnOperatingMode*>(answer.Detach()));
+}
+
+}  // namespace orv

@@ -1,0 +1,82 @@
+// One operating mode of an endpoint: reads and writes its control values and the endpoint's
+// processing switch.
+#pragma once
+
+#include <memory>
+
+#include "api/control_owner.h"
+#include "api/endpoint_context.h"
+#include "config/operating_mode.h"
+#include "endpoints/settings.h"
+#include "frame/counted_part.h"
+#include "frame/object_creation.h"
+#include "frame/ref_counted.h"
+#include "orv_apo/orv_apo.h"
+
+namespace orv {
+
+// Told apart from other implementations of IORVOperatingMode by this interface, which only our mode
+// objects answer.
+struct IORVOwnOperatingMode : IUnknown {
+  // Valid while the object is.
+  virtual const ORVAPOOperatingMode& mode_record() const noexcept = 0;
+};
+inline constexpr IID kOwnOperatingModeId = {
+    0x5F0B3A7C, 0x91D2, 0x4E0E, {0xA6, 0x41, 0x2B, 0x7C, 0x18, 0xD3, 0x90, 0xE5}};
+
+}  // namespace orv
+
+template <>
+struct orv_apo::InterfaceId<orv::IORVOwnOperatingMode> {
+  static constexpr const IID& value = orv::kOwnOperatingModeId;
+};
+
+namespace orv {
+
+// The values are read when the object is made and when an enumerator of its controls is asked for;
+// in between they change only through this object's own controls.
+class CORVOperatingMode final
+    : public RefCounted<SingleThreaded, Chain<IORVOperatingMode>, Chain<IORVOwnOperatingMode>>,
+      public ControlOwner {
+ public:
+  // Shares the record, which so outlives a reload of the endpoint's configuration.
+  CORVOperatingMode(Module& module, EndpointContext& endpoint,
+                    std::shared_ptr<const ORVAPOOperatingMode> mode);
+
+  // Binds the settings and reads them. What cannot be opened shows in later calls.
+  void Init();
+
+  HRESULT STDMETHODCALLTYPE get_ORVAPOControlEnumerator(
+      ORVAPOControlType type, IORVAPOControlEnumerator** enumerator) override;
+  HRESULT STDMETHODCALLTYPE get_Name(BSTR* name) override;
+  HRESULT STDMETHODCALLTYPE RestoreDefaults() override;
+  HRESULT STDMETHODCALLTYPE get_APOEnable(LONG* enabled) override;
+  HRESULT STDMETHODCALLTYPE put_APOEnable(LONG enabled) override;
+
+  const ORVAPOOperatingMode& mode_record() const noexcept override { return *mode_; }
+
+  bool GetValue(ORVQVTValue& value) override;
+  bool GetValue(ORVQVTValue& value, const ORVQVTNameList& choices) override;
+  bool PutValue(const ORVQVTValue& value) override;
+  bool PutValue(const ORVQVTValue& value, const ORVQVTNameList& choices) override;
+  void Describe(const ORVQVTValue& value, ORVQVTControlInfo& info) override;
+  IUnknown* unknown() noexcept override { return static_cast<IORVOperatingMode*>(this); }
+
+ private:
+  void RefreshPublicValues();
+  void RefreshDefaultValues();
+  void RefreshGlobalValues();
+  bool Store(ORVQVTValue& held, ORVQVTValue changed);
+
+  CountedPart<EndpointContext> endpoint_;
+  std::shared_ptr<const ORVAPOOperatingMode> mode_;
+  ORVAPOPublicSettings public_settings_;
+  ORVAPOGlobalSettings global_settings_;
+  ORVQVTValueList public_values_;
+  ORVQVTValueList global_values_;
+};
+
+// Empty for a mode object that is not ours.
+ComPtr<IORVOwnOperatingMode> OwnModeOf(IORVOperatingMode* mode);
+
+}  // namespace orv

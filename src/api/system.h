@@ -1,0 +1,37 @@
+// The system object: the root of every client's work.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "config/technology_library.h"
+#include "frame/ref_counted.h"
+#include "orv_apo/orv_apo.h"
+
+namespace orv {
+
+class CORVEndpointEnumerator;
+
+// Configuration enumerators may be released on any thread, and the last one takes its endpoint and
+// the system with it; so this count is atomic although the object is used by one thread at a time.
+class CORVAPOSystem final : public RefCounted<MultiThreaded, Chain<IORVAPOSystem>> {
+ public:
+  explicit CORVAPOSystem(Module& module);
+
+  HRESULT STDMETHODCALLTYPE EnumerateORVEndpoints(IORVEndpointEnumerator** ep_enum) override;
+  HRESULT STDMETHODCALLTYPE InitializeSystem(BSTR apo_path) override;
+
+  const std::shared_ptr<Machine>& machine() const noexcept { return machine_; }
+  // Not before the system is initialised.
+  const ORVAPOProcessInfo& process_info() const noexcept { return *process_info_; }
+
+  // E_UNEXPECTED when there is no machine to work on.
+  HRESULT FinalConstruct() { return machine_ != nullptr ? S_OK : E_UNEXPECTED; }
+
+ private:
+  std::shared_ptr<Machine> machine_;
+  std::unique_ptr<ORVAPOProcessInfo> process_info_;
+  std::wstring apo_path_;  // empty: not initialised; else it ends in a backslash
+};
+
+}  // namespace orv

@@ -1,0 +1,444 @@
+#include "config/configuration_reader.h"
+
+#include <tinyxml2.h>
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+#include <utility>
+
+#include "config/configuration_remarks.h"
+#include "platform/text.h"
+
+namespace orv {
+namespace {
+
+using tinyxml2::XMLDocument;
+using tinyxml2::XMLElement;
+using tinyxml2::XMLNode;
+
+constexpr std::uint32_t kPlainChainLocation = 0;
+constexpr const wchar_t* kLocationNames[kLocationCount] = {L"PreBlue", L"SFX", L"MFX", L"EFX"};
+constexpr std::size_t kUsualModeCount = 20;
+
+struct LayoutName {
+  std::string_view text;
+  std::uint32_t bits;
+};
+constexpr LayoutName kLayoutNames[] = {{"Mono", kLayoutMono},
+                                       {"Stereo", kLayoutStereo},
+                                       {"5.1 Surround", kLayout51},
+                                       {"7.1 Surround", kLayout71},
+                                       {"Any", kAnyLayout}};
+
+std::uint32_t PieceLayouts(std::string_view piece) {
+  for (const LayoutName& name : kLayoutNames)
+    if (piece.find(name.text) != std::string_view::npos) return name.bits;
+  return 0;
+}
+
+template <class Visit>
+void ForEachPiece(std::string_view list, Visit visit) {
+  while (!list.empty()) {
+    const std::string_view piece = list.substr(0, list.find_first_of(";,"));
+    if (!piece.empty()) visit(piece);
+    list.remove_prefix(piece.size() < list.size() ? piece.size() + 1 : piece.size());
+  }
+}
+
+bool Is(const char* text, std::string_view word) {
+  return text != nullptr && EqualsIgnoringCase(std::string_view(text), word);
+}
+
+bool IsGiven(const char* attribute) { return attribute != nullptr && *attribute != '\0'; }
+
+std::string TextOrEmpty(const char* attribute) { return attribute != nullptr ? attribute : ""; }
+
+template <class Visit>
+void ForEachChild(const XMLElement& parent, const Remarks& remarks, Visit visit) {
+  for (const XMLNode* node = parent.FirstChild(); node != nullptr; node = node->NextSibling()) {
+    if (const XMLElement* element = node->ToElement())
+      visit(*element);
+    else if (node->ToText() != nullptr)
+      remarks.Tell(Severity::Note, "stray-text", *node, "text directly in <", parent.Name(),
+                   "> has no meaning");
+  }
+}
+
+void TellUnknown(const XMLElement& element, const Remarks& remarks) {
+  remarks.Tell(Severity::Warning, "unknown-element", element, "element <", element.Name(),
+               "> is not known here");
+}
+
+bool Flag(const XMLElement& element, const char* attribute, const Remarks& remarks) {
+  const char* value = element.Attribute(attribute);
+  if (Is(value, "true")) return true;
+  if (value != nullptr && !Is(value, "false"))
+    remarks.Tell(Severity::Warning, "unknown-flag", element, attribute, "=\"", value,
+                 "\" counts as false: expected true or false");
+  return false;
+}
+
+struct Control {
+  const char* name;
+  const char* text;
+};
+
+std::optional<Control> ReadControl(const XMLElement& element, const Remarks& remarks) {
+  const char* name = element.Attribute("name");
+  if (!IsGiven(name)) {
+    remarks.Tell(Severity::Warning, "control-without-name", element, "control without a name");
+    return std::nullopt;
+  }
+  const XMLNode* last = element.LastChild();
+  if (last == nullptr || !IsGiven(last->Value())) {
+    remarks.Tell(Severity::Warning, "control-without-text", element, "control \"", name,
+                 "\" has no text");
+    return std::nullopt;
+  }
+  if (last->ToText() == nullptr)
+    remarks.Tell(Severity::Warning, "control-text-not-last", *last, "control \"", name,
+                 "\" takes its value from what comes last in it, which is no text: \"",
+                 last->Value(), "\"");
+  return Control{name, last->Value()};
+}
+
+void Store(const Control& control, const XMLElement& element, const Remarks& remarks,
+           ORVQVTValueList& list) {
+  if (remarks.wanted() && list.Find(control.name) != nullptr)
+    remarks.Tell(Severity::Warning, "duplicate-control", element, "control \"", control.name,
+                 "\" replaces an earlier one");
+  ORVQVTValue& value = list.GetOrAdd(control.name);
+  value.SetName(control.name);
+  value.SetValue(control.text);
+}
+
+bool IsKeyControl(std::string_view name) {
+  return name == kOperatingModeControl || name == kSpeakerTypeControl;
+}
+
+void ReadModeControl(const XMLElement& element, const Remarks& remarks,
+                     ORVAPOModeContent& content) {
+  remarks.CheckAttributes(element, {"name", "public"});
+  const std::optional<Control> control = ReadControl(element, remarks);
+  if (!control) return;
+  const bool is_public = Flag(element, "public", remarks);
+  if (is_public && IsKeyControl(control->name))
+    remarks.Tell(Severity::Warning, "key-control-public", element, "\"", control->name,
+                 "\" is public and does not count for the mode's key");
+  const ORVQVTValueList& others = is_public ? content.private_controls : content.public_controls;
+  if (remarks.wanted() && others.Find(control->name) != nullptr)
+    remarks.Tell(Severity::Warning, "control-public-and-private", element, "control \"",
+                 control->name, "\" is both public and private: the private one is the default");
+  Store(*control, element, remarks, is_public ? content.public_controls : content.private_controls);
+}
+
+std::uint32_t Layouts(const XMLElement& element, const char* attribute, const Remarks& remarks) {
+  const char* list = element.Attribute(attribute);
+  if (!IsGiven(list)) return kAnyLayout;
+  if (remarks.wanted()) {
+    ForEachPiece(list, [&](std::string_view piece) {
+      if (PieceLayouts(piece) == 0)
+        remarks.Tell(Severity::Warning, "unknown-layout", element, attribute, " names \"",
+                     std::string(piece), "\", which is no channel layout");
+    });
+  }
+  return ParseLayoutList(list);
+}
+
+void ReadProcess(const XMLElement& element, const Remarks& remarks, ORVAPOChain& chain) {
+  remarks.CheckAttributes(element, {"tech_id", "instance_id", "hook"});
+  const char* technology = element.Attribute("tech_id");
+  if (!IsGiven(technology)) {
+    remarks.Tell(Severity::Warning, "process-without-tech-id", element, "process without tech_id");
+    return;
+  }
+  chain.processes.push_back({technology, TextOrEmpty(element.Attribute("instance_id")),
+                             TextOrEmpty(element.Attribute("hook"))});
+}
+
+void ReadChain(const XMLElement& element, const Remarks& remarks, ORVAPOChainDefinition& chains) {
+  ORVAPOChain chain;
+  const char* type = element.Attribute("type");
+  chain.render = !Is(type, "capture");
+  if (IsGiven(type) && chain.render && !Is(type, "render"))
+    remarks.Tell(Severity::Warning, "unknown-chain-type", element, "type=\"", type,
+                 "\" counts as render");
+  chain.input_layouts = Layouts(element, "input", remarks);
+  chain.output_layouts = Layouts(element, "output", remarks);
+  ForEachChild(element, remarks, [&](const XMLElement& child) {
+    if (Is(child.Name(), "process")) {
+      ReadProcess(child, remarks, chain);
+    } else if (Is(child.Name(), "control")) {
+      remarks.CheckAttributes(child, {"name", "public"});
+      if (const auto control = ReadControl(child, remarks))
+        Store(*control, child, remarks, chain.controls);
+    } else {
+      TellUnknown(child, remarks);
+    }
+  });
+  if (chain.processes.empty())
+    remarks.Tell(Severity::Warning, "chain-without-process", element, "chain without a process");
+  else
+    chains.Add(std::move(chain));
+}
+
+bool IsUsedChain(const XMLElement& element, bool has_position, std::uint32_t location,
+                 const Remarks& remarks) {
+  if (!has_position) {
+    if (location == kPlainChainLocation) return true;
+    remarks.Tell(Severity::Note, "chain-location", element, "not used at this location");
+    return false;
+  }
+  const char* position = element.Attribute("position");
+  if (location != kPlainChainLocation && position != nullptr &&
+      Widen(position) == LocationName(location))
+    return true;
+  if (!remarks.wanted()) return false;
+  const std::wstring wanted = Widen(TextOrEmpty(position));
+  if (std::find(std::begin(kLocationNames) + 1, std::end(kLocationNames), wanted) !=
+      std::end(kLocationNames))
+    remarks.Tell(Severity::Note, "chain-location", element, "used at ", position, " only");
+  else
+    remarks.Tell(Severity::Warning, "unknown-position", element, "position \"",
+                 TextOrEmpty(position), "\" is no location: the chain is never used");
+  return false;
+}
+
+void ReadChainElement(const XMLElement& element, bool has_position, std::uint32_t location,
+                      const Remarks& remarks, ORVAPOChainDefinition& chains) {
+  if (has_position)
+    remarks.CheckAttributes(element, {"position", "type", "input", "output"});
+  else
+    remarks.CheckAttributes(element, {"type", "input", "output"});
+  if (IsUsedChain(element, has_position, location, remarks)) {
+    ReadChain(element, remarks, chains);
+  } else if (remarks.wanted()) {
+    ORVAPOChainDefinition unused;
+    ReadChain(element, remarks, unused);
+  }
+}
+
+void ReadModeContent(const XMLElement& element, std::uint32_t location, const Remarks& remarks,
+                     ORVAPOModeContent& content) {
+  ForEachChild(element, remarks, [&](const XMLElement& child) {
+    if (Is(child.Name(), "control"))
+      ReadModeControl(child, remarks, content);
+    else if (Is(child.Name(), "chain"))
+      ReadChainElement(child, false, location, remarks, content.chains);
+    else if (Is(child.Name(), "chain_v2"))
+      ReadChainElement(child, true, location, remarks, content.chains);
+    else
+      TellUnknown(child, remarks);
+  });
+}
+
+// The key that a mode's whole content would give, without making a value of every control.
+ORVAPOModeKey ReadModeKey(const XMLElement& element) {
+  const Remarks silent;
+  ORVQVTValueList key_controls;
+  ForEachChild(element, silent, [&](const XMLElement& child) {
+    if (!Is(child.Name(), "control")) return;
+    const std::optional<Control> control = ReadControl(child, silent);
+    if (control && IsKeyControl(control->name) && !Flag(child, "public", silent))
+      Store(*control, child, silent, key_controls);
+  });
+  ORVAPOModeKey key;
+  key.ReadFrom(key_controls);
+  return key;
+}
+
+class DocumentReader {
+ public:
+  // With `owner` modes are deferred and keep it.
+  DocumentReader(std::uint32_t config_type, std::uint32_t location, ConfigurationContent& content,
+                 const Remarks& remarks, std::shared_ptr<const XMLDocument> owner)
+      : config_type_(config_type),
+        location_(location),
+        content_(content),
+        remarks_(remarks),
+        owner_(std::move(owner)),
+        comparison_(remarks) {}
+
+  std::uint32_t Read(const XMLDocument& document) {
+    content_ = {};
+    const XMLElement* root = UsableRoot(document);
+    if (root == nullptr) return kConfigNoDocument;
+    content_.modes.reserve(kUsualModeCount);
+    remarks_.CheckAttributes(*root, {});
+    ForEachChild(*root, remarks_, [&](const XMLElement& child) {
+      if (Is(child.Name(), "properties"))
+        ReadProperties(child);
+      else if (Is(child.Name(), "operating_mode"))
+        ReadMode(child);
+      else
+        TellUnknown(child, remarks_);
+    });
+    if (!saw_properties_)
+      remarks_.TellLine(Severity::Error, "no-properties", 0, "there is no <properties> element");
+    comparison_.CheckDefaultMode(content_.properties);
+    return status_;
+  }
+
+ private:
+  const XMLElement* UsableRoot(const XMLDocument& document) const;
+  void ReadProperties(const XMLElement& element);
+  bool IsSelected(const XMLElement& element) const;
+  void ReadMode(const XMLElement& element);
+  std::shared_ptr<ORVAPOOperatingMode> MakeMode(const XMLElement& element) const;
+
+  std::uint32_t config_type_;
+  std::uint32_t location_;
+  ConfigurationContent& content_;
+  const Remarks& remarks_;
+  std::shared_ptr<const XMLDocument> owner_;
+  ModeComparison comparison_;
+  std::uint32_t status_ = kConfigNoDocument;
+  bool saw_properties_ = false;
+};
+
+const XMLElement* DocumentReader::UsableRoot(const XMLDocument& document) const {
+  const XMLElement* root = document.RootElement();
+  if (document.Error()) {
+    remarks_.TellLine(Severity::Error, "parse-error", document.ErrorLineNum(), document.ErrorStr());
+  } else if (root == nullptr) {
+    remarks_.TellLine(Severity::Error, "no-root", 0, "there is no root element");
+  } else if (!Is(root->Name(), "orv_configuration")) {
+    remarks_.Tell(Severity::Error, "root-name", *root, "the root element is <", root->Name(),
+                  ">, expected <orv_configuration>");
+  } else if (root->NoChildren()) {
+    remarks_.Tell(Severity::Error, "empty-root", *root, "the root element is empty");
+  } else {
+    return root;
+  }
+  return nullptr;
+}
+
+void DocumentReader::ReadProperties(const XMLElement& element) {
+  if (saw_properties_)
+    remarks_.Tell(Severity::Warning, "repeated-properties", element,
+                  "replaces all earlier properties");
+  saw_properties_ = true;
+  remarks_.CheckAttributes(element, {});
+  content_.properties.Clear();
+  if (element.NoChildren()) {
+    remarks_.Tell(Severity::Error, "empty-properties", element, "<properties> is empty");
+    status_ = kConfigEmptyProperties;
+    return;
+  }
+  ForEachChild(element, remarks_, [&](const XMLElement& child) {
+    if (!Is(child.Name(), "control")) return TellUnknown(child, remarks_);
+    remarks_.CheckAttributes(child, {"name"});
+    if (const auto control = ReadControl(child, remarks_))
+      Store(*control, child, remarks_, content_.properties);
+  });
+  status_ = kConfigLoaded;
+  if (const ORVQVTValue* name = std::as_const(content_.properties).Find("Product Name"))
+    content_.product_name = name->ToWString();
+}
+
+bool DocumentReader::IsSelected(const XMLElement& element) const {
+  const char* selector = element.Attribute("selector");
+  if (!IsGiven(selector)) {
+    if (config_type_ != 0)
+      remarks_.Tell(Severity::Note, "mode-selector", element,
+                    "a mode without selector is read for configuration type 0 only");
+    return config_type_ == 0;
+  }
+  if (!Is(selector, "dsp")) {
+    remarks_.Tell(Severity::Warning, "unknown-selector", element, "selector \"", selector,
+                  "\" is not known: the mode is never read");
+    return false;
+  }
+  if (config_type_ != 1)
+    remarks_.Tell(Severity::Note, "mode-selector", element, "selector \"", selector,
+                  "\" is read for configuration type 1 only");
+  return config_type_ == 1;
+}
+
+// Null when the mode has no valid key.
+std::shared_ptr<ORVAPOOperatingMode> DocumentReader::MakeMode(const XMLElement& element) const {
+  const bool auto_mic = Flag(element, "auto_mic", remarks_);
+  if (owner_) {
+    ORVAPOModeKey key = ReadModeKey(element);
+    if (!key.IsValid()) return nullptr;
+    return std::make_shared<ORVAPOOperatingMode>(
+        std::move(key), auto_mic,
+        [owner = owner_, &element, location = location_](ORVAPOModeContent& content) {
+          ReadModeContent(element, location, Remarks(), content);
+        });
+  }
+  auto mode = std::make_shared<ORVAPOOperatingMode>();
+  mode->SetAutoMic(auto_mic);
+  ReadModeContent(element, location_, remarks_, mode->own_content());
+  return mode->CompleteRead() ? mode : nullptr;
+}
+
+void DocumentReader::ReadMode(const XMLElement& element) {
+  const bool selected = IsSelected(element);
+  if (!selected && !remarks_.wanted()) return;
+  remarks_.CheckAttributes(element, {"selector", "auto_mic"});
+  const auto mode = MakeMode(element);
+  if (mode == nullptr)
+    remarks_.Tell(selected ? Severity::Error : Severity::Warning, "mode-without-key", element,
+                  "the mode needs private controls \"", kOperatingModeControl, "\" and \"",
+                  kSpeakerTypeControl, "\"");
+  if (!selected) return;
+  if (mode == nullptr) {
+    status_ = kConfigBadMode;
+    return;
+  }
+  comparison_.Add(*mode, element.GetLineNum());
+  content_.modes.push_back(mode);
+  content_.mode_lines.push_back(element.GetLineNum());
+}
+
+void DecodeNode(const XMLNode& node) {
+  node.Value();
+  const XMLElement* element = node.ToElement();
+  if (element == nullptr) return;
+  for (const auto* one = element->FirstAttribute(); one != nullptr; one = one->Next()) {
+    one->Name();
+    one->Value();
+  }
+}
+
+// The node after `node` in document order; null after the last.
+const XMLNode* NextNode(const XMLNode* node) {
+  if (node->FirstChild() != nullptr) return node->FirstChild();
+  while (node != nullptr && node->NextSibling() == nullptr) node = node->Parent();
+  return node != nullptr ? node->NextSibling() : nullptr;
+}
+
+}  // namespace
+
+const wchar_t* LocationName(std::uint32_t location) {
+  return location < std::size(kLocationNames) ? kLocationNames[location] : L"Invalid APO location!";
+}
+
+std::uint32_t ParseLayoutList(std::string_view text) {
+  std::uint32_t mask = 0;
+  ForEachPiece(text, [&](std::string_view piece) { mask |= PieceLayouts(piece); });
+  return mask;
+}
+
+std::uint32_t ReadConfiguration(const XMLDocument& document, std::uint32_t config_type,
+                                std::uint32_t location, ConfigurationContent& content,
+                                const ConfigurationObserver& observer) {
+  const Remarks remarks(observer);
+  return DocumentReader(config_type, location, content, remarks, nullptr).Read(document);
+}
+
+std::uint32_t ReadConfigurationDeferred(const std::shared_ptr<const XMLDocument>& document,
+                                        std::uint32_t config_type, std::uint32_t location,
+                                        ConfigurationContent& content) {
+  const Remarks silent;
+  return DocumentReader(config_type, location, content, silent, document).Read(*document);
+}
+
+void DecodeDocument(const XMLDocument& document) {
+  for (const XMLNode* node = document.FirstChild(); node != nullptr; node = NextNode(node))
+    DecodeNode(*node);
+}
+
+}  // namespace orv

@@ -1,0 +1,69 @@
+// Walks a parsed configuration document: document to model, without files, locks or registry. What
+// it passes over, and why, it tells an observer.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "config/operating_mode.h"
+
+namespace tinyxml2 {
+class XMLDocument;
+}
+
+namespace orv {
+
+// Load status.
+inline constexpr std::uint32_t kConfigLoaded = 0;
+inline constexpr std::uint32_t kConfigEmptyProperties = 2;
+inline constexpr std::uint32_t kConfigBadMode = 3;
+inline constexpr std::uint32_t kConfigNoDocument = 6;
+
+inline constexpr std::uint32_t kConfigTypeCount = 2;
+inline constexpr std::uint32_t kLocationCount = 4;
+
+// Name of an APO location ("PreBlue", "SFX", "MFX", "EFX"), else "Invalid APO location!".
+const wchar_t* LocationName(std::uint32_t location);
+
+// Layout bits of a list such as "Stereo;5.1 Surround".
+std::uint32_t ParseLayoutList(std::string_view text);
+
+// One remark about the document, for people (orvctl check).
+struct ConfigurationRemark {
+  enum class Severity { Note, Warning, Error };
+  int line = 0;                           // 1-based; 0 when the whole file is meant
+  const char* code = "";                  // stable, in kebab-case: scripts rely on it
+  Severity severity = Severity::Warning;  // an error shows in the load status
+  std::string text;
+};
+using ConfigurationObserver = std::function<void(ConfigurationRemark)>;
+
+struct ConfigurationContent {
+  ORVQVTValueList properties;
+  std::vector<std::shared_ptr<ORVAPOOperatingMode>> modes;
+  std::wstring product_name;
+  std::vector<int> mode_lines;  // line of each mode's element
+};
+
+// Reads the whole document into `content`; the result is the load status. The observer (may be
+// empty) hears of everything passed over, in chains and modes of other locations and types too.
+std::uint32_t ReadConfiguration(const tinyxml2::XMLDocument& document, std::uint32_t config_type,
+                                std::uint32_t location, ConfigurationContent& content,
+                                const ConfigurationObserver& observer = {});
+
+// The same content and status, but each mode keeps the document and reads its lists when they are
+// first asked for. Modes are read from any thread, so every text of the document must already be
+// decoded (DecodeDocument), and the document is not changed any more.
+std::uint32_t ReadConfigurationDeferred(
+    const std::shared_ptr<const tinyxml2::XMLDocument>& document, std::uint32_t config_type,
+    std::uint32_t location, ConfigurationContent& content);
+
+// The parser decodes names and texts on first access, which writes into the document. After this
+// call a document that nobody changes is safe to walk from several threads.
+void DecodeDocument(const tinyxml2::XMLDocument& document);
+
+}  // namespace orv

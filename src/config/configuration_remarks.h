@@ -1,0 +1,60 @@
+// The reader's side of remarks: with nobody listening, telling costs one test.
+#pragma once
+
+#include <tinyxml2.h>
+
+#include <initializer_list>
+#include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "config/configuration_reader.h"
+
+namespace orv {
+
+using Severity = ConfigurationRemark::Severity;
+
+class Remarks {
+ public:
+  Remarks() = default;  // nobody listens
+  explicit Remarks(const ConfigurationObserver& observer)
+      : observer_(observer ? &observer : nullptr) {}
+
+  bool wanted() const noexcept { return observer_ != nullptr; }
+
+  template <class... Parts>
+  void Tell(Severity severity, const char* code, const tinyxml2::XMLNode& where,
+            const Parts&... parts) const {
+    TellLine(severity, code, where.GetLineNum(), parts...);
+  }
+  template <class... Parts>
+  void TellLine(Severity severity, const char* code, int line, const Parts&... parts) const {
+    if (observer_ != nullptr) (*observer_)({line, code, severity, (std::string() + ... + parts)});
+  }
+
+  void CheckAttributes(const tinyxml2::XMLElement& element,
+                       std::initializer_list<std::string_view> known) const;
+
+ private:
+  const ConfigurationObserver* observer_ = nullptr;
+};
+
+// What only shows when modes are compared with one another and with the properties.
+class ModeComparison {
+ public:
+  explicit ModeComparison(const Remarks& remarks) : remarks_(remarks) {}
+
+  void Add(const ORVAPOOperatingMode& mode, int line);
+  void CheckDefaultMode(const ORVQVTValueList& properties) const;
+
+ private:
+  using KeyTexts = std::pair<std::string, std::string>;
+  static KeyTexts TextsOf(const ORVAPOModeKey& key);
+
+  const Remarks& remarks_;
+  std::map<KeyTexts, int> lines_;
+  std::map<std::string, int> automatic_microphone_lines_;  // by speaker type
+};
+
+}  // namespace orv

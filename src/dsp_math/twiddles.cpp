@@ -1,0 +1,43 @@
+#include "dsp_math/twiddles.h"
+
+namespace orv {
+namespace {
+
+constexpr long double kPi = 3.141592653589793238462643383279502884L;
+
+// Sine and cosine of an angle in 0..pi/4 by their power series, exact far beyond single precision.
+constexpr long double SineSeries(long double x) {
+  long double term = x;
+  long double sum = x;
+  for (int n = 1; n < 12; ++n) sum += term *= -x * x / ((2 * n) * (2 * n + 1));
+  return sum;
+}
+constexpr long double CosineSeries(long double x) {
+  long double term = 1;
+  long double sum = 1;
+  for (int n = 1; n < 12; ++n) sum += term *= -x * x / ((2 * n - 1) * (2 * n));
+  return sum;
+}
+constexpr long double Cosine(std::size_t j,
+                             std::size_t length) {  // of 2 pi j / length, j < length/4
+  return 8 * j <= length ? CosineSeries(2 * kPi * j / length)
+                         : SineSeries(2 * kPi * (length - 4 * j) / (4 * length));
+}
+
+constexpr TwiddleTable MakeTwiddles() {
+  TwiddleTable table{};
+  std::size_t at = 0;
+  for (std::size_t length = 16; length <= 4096; length *= 2) {
+    for (std::size_t j = 1; j < length / 4; ++j, ++at) {
+      table.half_cosine[at] = 0.5F * static_cast<float>(Cosine(j, length));
+      table.half_negative_sine[at] = -0.5F * static_cast<float>(Cosine(length / 4 - j, length));
+    }
+  }
+  return table;
+}
+
+}  // namespace
+
+constexpr TwiddleTable kTwiddles = MakeTwiddles();
+
+}  // namespace orv

@@ -1,0 +1,168 @@
+#include "endpoints/settings.h"
+
+#include <utility>
+
+#include "endpoints/endpoint_registry.h"
+#include "platform/diagnostics.h"
+#include "platform/text.h"
+
+namespace orv {
+
+ORVAPOPublicSettings::ORVAPOPublicSettings(Machine& machine) : machine_(machine) {
+  binding_.SetReloadLock(&data_lock_);
+}
+
+ORVAPOPublicSettings::~ORVAPOPublicSettings() { EndNotification(); }
+
+void ORVAPOPublicSettings::EndNotification() {
+  {
+    const std::lock_guard target(target_lock_);
+    target_ = nullptr;
+  }
+  const std::lock_guard turn(watch_turn_);
+  binding_.StartWatch(false, value_name_);
+}
+
+void ORVAPOPublicSettings::OnPropertyChanged(ORVPropertySet&, const ORVPropertyEntry& entry) {
+  const std::lock_guard lock(target_lock_);
+  IORVSettingsNotify* const target = target_;
+  if (target == nullptr) return;
+  ORVQVTValue value;
+  if (!AssignFromProperty(entry.value, value)) return;
+  value.SetName(Narrow(entry.name));
+  target->OnSettingChanged(*this, value);
+}
+
+bool ORVAPOPublicSettings::OnPropertyChanging(ORVPropertySet&, const ORVPropertyEntry&) {
+  return false;
+}
+
+bool ORVAPOPublicSettings::Init(const ORVAPOEndpointInfo& endpoint,
+                                const ORVAPOOperatingMode& mode) {
+  SetNotifyTarget(nullptr);
+  const std::lock_guard data(data_lock_);
+  settings_.Clear();
+  settings_.AddNotify(this);
+  default_list_ = mode.GetDefaultControls();
+  mode.GetPublicControls().SaveToPropertySet(settings_);
+  const std::wstring& path = endpoint.apo_key_path();
+  const bool opened = Bind(path, mode.GetModeKey().GetModeName(), false);
+  Diagnose(ORV_HERE("ORVAPOPublicSettings::Init"),
+           opened ? L"OK: %s found in registry\n" : L"Error: %s NOT found in registry\n", path);
+  return opened;
+}
+
+bool ORVAPOPublicSettings::Bind(const std::wstring& key_path, std::wstring value_name,
+                                bool add_new) {
+  std::unique_lock turn(watch_turn_);
+  binding_.StartWatch(false, value_name_);
+  value_name_ = std::move(value_name);
+  key_.reset();
+  binding_.SetKey(nullptr);  // never write into the endpoint that was bound before
+  // A record without a path is bound to nothing: the empty path would be the root.
+  const bool opened =
+      !key_path.empty() &&
+      machine_.registry().OpenKey(RegRoot::LocalMachine, key_path, kSettingsAccess, key_) == kRegOk;
+  if (opened) {
+    binding_.SetKey(key_.get());
+    binding_.SetPropertySet(&settings_);
+    binding_.LoadBinary(value_name_, true, true, add_new);
+  }
+  turn.release();
+  SwitchWatchAndLeave();  // a listener may have come meanwhile
+  return opened;
+}
+
+bool ORVAPOPublicSettings::WriteControl(const ORVQVTValue& value) {
+  const std::wstring name = value.GetWName();
+  const std::lock_guard data(data_lock_);
+  boost::any present;
+  if (!settings_.GetProperty(name.c_str(), present)) {
+    Diagnose(ORV_HERE("ORVAPOPublicSettings::WriteControl"),
+             L"WriteControl: Unable to get property %s\n", name);
+    return false;
+  }
+  settings_.SetProperty(name.c_str(), boost::any(value.ToString()));
+  if (binding_.GetKey() != nullptr) return Save();
+  Diagnose(ORV_HERE("ORVAPOPublicSettings::WriteControl"),
+           L"WriteControl: Registry key is not opened.\n");
+  return false;
+}
+
+bool ORVAPOPublicSettings::WriteControls(const ORVQVTValueList& list) {
+  const std::lock_guard data(data_lock_);
+  list.SaveToPropertySet(settings_);
+  return binding_.GetKey() != nullptr && Save();
+}
+
+bool ORVAPOPublicSettings::WriteDefaultControls() {
+  const std::lock_guard data(data_lock_);
+  default_list_.SaveToPropertySet(defaults_);
+  return binding_.GetKey() != nullptr && Save();
+}
+
+bool ORVAPOPublicSettings::ReadControls(ORVQVTValueList& out, bool clear) {
+  const std::lock_guard data(data_lock_);
+  if (clear) out.Clear();
+  if (binding_.GetKey() == nullptr) return false;
+  const bool loaded = Reload();
+  out.LoadFromPropertySet(settings_);
+  return loaded;
+}
+
+bool ORVAPOPublicSettings::ReadDefaultControls(ORVQVTValueList& out, bool clear) {
+  const std::lock_guard data(data_lock_);
+  if (clear) out.Clear();
+  bool loaded = false;
+  if (binding_.GetKey() != nullptr) {
+    loaded = Reload();
+    default_list_.LoadFromPropertySet(defaults_);
+  }
+  out = default_list_;
+  return loaded;
+}
+
+bool ORVAPOPublicSettings::SetNotifyTarget(IORVSettingsNotify* target) {
+  bool my_turn = false;
+  {
+    const std::lock_guard lock(target_lock_);
+    target_ = target;
+    my_turn = watch_turn_.LockOrRequest();
+  }
+  return !my_turn || SwitchWatchAndLeave();
+}
+
+// Holds the watch turn on entry, and leaves it.
+bool ORVAPOPublicSettings::SwitchWatchAndLeave() {
+  std::unique_lock turn(watch_turn_, std::adopt_lock);
+  bool switched = false;
+  do {
+    switched = binding_.StartWatch(target_ != nullptr, value_name_);
+  } while (!watch_turn_.UnlockUnlessRequested());
+  turn.release();
+  return switched;
+}
+
+bool ORVAPOPublicSettings::DeleteValue() {
+  const std::lock_guard data(data_lock_);
+  return key_ != nullptr && key_->DeleteValue(value_name_) == kRegOk;
+}
+
+// The watch thread may be calling this object: it ends before the object becomes its base.
+ORVAPOGlobalSettings::~ORVAPOGlobalSettings() { EndNotification(); }
+
+bool ORVAPOGlobalSettings::Init(const ORVAPOEndpointInfo&, const ORVAPOOperatingMode&) {
+  return false;
+}
+
+bool ORVAPOGlobalSettings::InitGlobal(const ORVAPOEndpointInfo& endpoint) {
+  SetNotifyTarget(nullptr);
+  const std::lock_guard data(data_lock_);
+  settings_.AddNotify(this);
+  default_list_.GetOrAdd(kProcessEnableControl) = ORVQVTValue(kProcessEnableControl, 1);
+  default_list_.GetOrAdd(kMicMonitorEnableControl) = ORVQVTValue(kMicMonitorEnableControl, 0);
+  default_list_.SaveToPropertySet(settings_);
+  return Bind(endpoint.apo_key_path(), kGlobalSettingsValue, true);
+}
+
+}  // namespace orv

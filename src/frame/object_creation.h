@@ -1,0 +1,33 @@
+// How every object comes to life: allocated, counted in the module, set up under its maker's
+// reference, then asked for an interface. A failing step destroys it.
+#pragma once
+
+#include <new>
+#include <utility>
+
+#include "platform/com_ptr.h"
+
+namespace orv {
+
+// A new object on its own. Its constructor and FinalConstruct may throw.
+template <class Object, class... Args>
+HRESULT CreateObject(ComPtr<Object>& object, Args&&... args) {
+  auto made = ComPtr<Object>::Adopt(new (std::nothrow) Object(std::forward<Args>(args)...));
+  if (!made) return E_OUTOFMEMORY;
+  const HRESULT status = made->FinalConstruct();
+  if (SUCCEEDED(status)) object = std::move(made);
+  return status;
+}
+
+// The same for a client's class factory: aggregated into `outer` when that is not null.
+template <class Object, class... Args>
+HRESULT CreateForClient(IUnknown* outer, REFIID iid, void** result, Args&&... args) {
+  auto* object = new (std::nothrow) Object(std::forward<Args>(args)...);
+  if (object == nullptr) return E_OUTOFMEMORY;
+  const auto inner = ComPtr<IUnknown>::Adopt(object->inner_unknown());
+  object->AggregateInto(outer);
+  const HRESULT status = object->FinalConstruct();
+  return FAILED(status) ? status : inner->QueryInterface(iid, result);
+}
+
+}  // namespace orv

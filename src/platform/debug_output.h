@@ -1,0 +1,17 @@
+// The debugger output channel of this process.
+//
+// Natively the environment variable ORV_DIAGNOSTICS names it, read once: "stderr" is standard
+// error, anything else a file that lines are appended to, and without it lines go nowhere.
+#pragma once
+
+#include <string_view>
+
+namespace orv {
+
+// False when lines would go nowhere.
+bool DebugOutputWanted() noexcept;
+
+// Sends one line as it is. Lines of several threads do not mix.
+void WriteDebugOutput(std::wstring_view line) noexcept;
+
+}  // namespace orv

@@ -1,0 +1,54 @@
+// The machine: everything outside the process that this component reads or changes. One
+// implementation stands on the platform's own calls, one on a folder that simulates a machine.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "orv_apo/com.h"
+#include "platform/multimedia.h"
+#include "platform/registry.h"
+
+namespace orv {
+
+class Machine {
+ public:
+  Machine();
+  virtual ~Machine();
+  Machine(const Machine&) = delete;
+  Machine& operator=(const Machine&) = delete;
+
+  // Tells machines apart within a process; never used again after the machine is gone.
+  std::uint64_t id() const noexcept { return id_; }
+
+  virtual Registry& registry() = 0;
+
+  // The multimedia device enumerator, with one reference for the caller; a negative status when
+  // there is none.
+  virtual HRESULT CreateDeviceEnumerator(IMMDeviceEnumerator** enumerator) = 0;
+
+  // Path of a known folder without a trailing backslash; nothing when it cannot be had.
+  virtual std::optional<std::wstring> KnownFolder(REFGUID folder) = 0;
+  virtual std::optional<std::wstring> SystemDirectory() = 0;
+  // True when the platform is version major.minor, whatever its service pack.
+  virtual bool IsPlatformVersion(std::uint32_t major, std::uint32_t minor) = 0;
+  // True for a 32-bit process on a 64-bit platform.
+  virtual bool Is32BitProcess() = 0;
+
+  // True when a file or folder exists under this path of the platform ("C:\...").
+  virtual bool FileExists(const std::wstring& path) = 0;
+  // The narrow path under which the C runtime opens that file; nothing when the path does not
+  // convert or leads nowhere. The file need not exist.
+  virtual std::optional<std::string> HostPath(const std::wstring& path) = 0;
+
+ private:
+  std::uint64_t id_;
+};
+
+inline constexpr GUID kFolderProgramData = {
+    0x62AB5D82, 0xFDC1, 0x4DC3, {0xA9, 0xDD, 0x07, 0x0D, 0x1D, 0x49, 0x5D, 0x97}};
+inline constexpr GUID kFolderProgramFiles = {
+    0x905E63B6, 0xC1BF, 0x494E, {0xB2, 0x9C, 0x65, 0xB7, 0x32, 0xD3, 0xD2, 0x1A}};
+
+}  // namespace orv

@@ -1,0 +1,143 @@
+#include "platform/files.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+#include <utility>
+
+#include "platform/posix/file_descriptor.h"
+
+namespace orv {
+namespace {
+
+std::string Reason(int error) { return std::generic_category().message(error); }
+
+// A file that vanishes with this object unless it was put in its place.
+class TemporaryFile {
+ public:
+  // Beside `target`, under a name no other process or thread uses.
+  explicit TemporaryFile(const std::filesystem::path& target) {
+    static std::atomic<unsigned> last{0};
+    const std::string suffix = std::to_string(::getpid()) + "-" + std::to_string(++last);
+    path_ = target.parent_path() / ("." + target.filename().string() + "." + suffix);
+    ::unlink(path_.c_str());  // left by a process that died and had our number
+    file_ = FileDescriptor(::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+  }
+  ~TemporaryFile() {
+    if (file_) ::unlink(path_.c_str());
+  }
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+  // Each step answers the error number, 0 for success.
+  int Fill(std::string_view content, const std::filesystem::path& model) noexcept {
+    if (!file_) return errno;
+    struct stat old {};
+    if (::stat(model.c_str(), &old) == 0 && ::fchmod(file_.get(), old.st_mode & 07777) != 0)
+      return errno;
+    while (!content.empty()) {
+      const ssize_t written = ::write(file_.get(), content.data(), content.size());
+      if (written < 0 && errno == EINTR) continue;
+      if (written < 0) return errno;
+      content.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return ::fdatasync(file_.get()) == 0 ? 0 : errno;
+  }
+  int PutInPlaceOf(const std::filesystem::path& target) noexcept {
+    if (::rename(path_.c_str(), target.c_str()) != 0) return errno;
+    file_ = FileDescriptor();
+    return 0;
+  }
+
+ private:
+  std::filesystem::path path_;
+  FileDescriptor file_;
+};
+
+}  // namespace
+
+std::optional<FileLock> FileLock::Acquire(const std::filesystem::path& file, std::string& reason) {
+  // Opened for reading, because closing a file opened for writing counts as a change to whoever
+  // watches the folder. The lock belongs to this opening, so it also keeps our own threads apart.
+  FileDescriptor opened(::open(file.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0666));
+  int result = opened ? 0 : -1;
+  if (opened) {
+    do {
+      result = ::flock(opened.get(), LOCK_EX);
+    } while (result != 0 && errno == EINTR);
+  }
+  if (result != 0) {
+    reason = Reason(errno);
+    return std::nullopt;
+  }
+  return FileLock(opened.Release());
+}
+
+FileLock::FileLock(FileLock&& other) noexcept : native_(std::exchange(other.native_, -1)) {}
+
+FileLock& FileLock::operator=(FileLock&& other) noexcept {
+  std::swap(native_, other.native_);
+  return *this;
+}
+
+FileLock::~FileLock() {
+  if (native_ >= 0) ::close(static_cast<int>(native_));
+}
+
+bool ReplaceFileContent(const std::filesystem::path& file, std::string_view content,
+                        std::string& reason) {
+  std::error_code unresolved;
+  std::filesystem::path target = std::filesystem::canonical(file, unresolved);
+  if (unresolved) target = file;
+
+  errno = 0;
+  TemporaryFile written(target);
+  int error = written.Fill(content, target);
+  if (error == 0) error = written.PutInPlaceOf(target);
+  if (error == 0) return true;
+  reason = Reason(error);
+  return false;
+}
+
+std::optional<std::string> ReadWholeFile(const std::filesystem::path& file, std::size_t limit,
+                                         std::string& reason) {
+  // Non-blocking: a pipe under this name must not keep us waiting for its other end.
+  const FileDescriptor opened(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  struct stat status {};
+  if (!opened || ::fstat(opened.get(), &status) != 0) {
+    reason = Reason(errno);
+    return std::nullopt;
+  }
+  if (!S_ISREG(status.st_mode)) {
+    reason = "Not a regular file";
+    return std::nullopt;
+  }
+  std::string content;
+  std::size_t read = 0;
+  const auto size = static_cast<std::size_t>(status.st_size);
+  if (size <= limit) content.resize(size + 1);  // one more, to notice the end
+  while (read < content.size()) {
+    const ssize_t result = ::read(opened.get(), content.data() + read, content.size() - read);
+    if (result < 0 && errno == EINTR) continue;
+    if (result < 0) {
+      reason = Reason(errno);
+      return std::nullopt;
+    }
+    if (result == 0) {
+      content.resize(read);
+      return content;
+    }
+    read += static_cast<std::size_t>(result);
+    if (read == content.size() && read <= limit) content.resize(std::min(2 * read, limit + 1));
+  }
+  reason = "Larger than " + std::to_string(limit) + " bytes";
+  return std::nullopt;
+}
+
+}  // namespace orv

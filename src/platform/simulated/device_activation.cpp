@@ -1,0 +1,10 @@
+#include "platform/simulated/simulated_devices.h"
+
+namespace orv {
+
+HRESULT ActivateOnEndpoint(const SimulatedEndpoint&, REFIID, void** object) {
+  *object = nullptr;
+  return E_NOINTERFACE;
+}
+
+}  // namespace orv

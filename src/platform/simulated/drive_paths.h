@@ -1,0 +1,17 @@
+// Where the platform's paths lie on the host of a simulated machine.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace orv {
+
+// "C:\..." lies below `drive_c`, found without regard to letter case (the last elements need not
+// exist; ".." does not lead out); "Z:\..." is the host's root folder; a path that begins with "/"
+// is the host's own. Nothing for any other drive, for relative paths, for text that is no UTF-16,
+// and for C: when `drive_c` is empty.
+std::optional<std::filesystem::path> HostFile(const std::filesystem::path& drive_c,
+                                              const std::wstring& path);
+
+}  // namespace orv

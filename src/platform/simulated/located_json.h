@@ -1,0 +1,37 @@
+// JSON (comments allowed) whose values know the line they stand on, so that what is wrong with a
+// value can be reported where it is.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/simulated/machine_description.h"
+
+namespace orv {
+
+struct LocatedJson {
+  enum class Kind { Null, Boolean, Integer, Real, Text, Array, Object };
+  struct Member;
+
+  Kind kind = Kind::Null;
+  int line = 0;
+  bool boolean = false;
+  std::int64_t integer = 0;
+  std::string text;  // UTF-8
+  std::vector<LocatedJson> items;
+  std::vector<Member> members;  // in their order, names may repeat
+};
+
+struct LocatedJson::Member {
+  std::string name;
+  int line = 0;
+  LocatedJson value;
+};
+
+// Nothing when the text is no JSON; `error` then has the line and the reason.
+std::optional<LocatedJson> ParseLocatedJson(std::string_view text, FileError& error);
+
+}  // namespace orv

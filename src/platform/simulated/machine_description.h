@@ -1,0 +1,67 @@
+// What a simulated machine consists of, apart from its registry: the content of machine.json as
+// values.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/multimedia.h"
+
+namespace orv {
+
+// One text (or number) of an endpoint's property store.
+struct SimulatedProperty {
+  PROPERTYKEY key{};
+  VARTYPE type = VT_EMPTY;  // VT_LPWSTR, VT_UI4 or VT_BLOB
+  std::wstring text;
+  std::uint32_t number = 0;
+  std::vector<std::uint8_t> blob;
+};
+
+struct SimulatedEndpoint {
+  std::wstring id;  // "{0.0.0.00000000}.{GUID}"
+  DWORD state = DEVICE_STATE_ACTIVE;
+  EDataFlow flow = eRender;
+  std::uint32_t form_factor =
+      1;  // platform's EndpointFormFactor: 1 speakers, 3 headphones, 5 headset, 9 HDMI
+  bool is_default = false;  // of its flow; without one, the first active endpoint is it
+  std::vector<SimulatedProperty> properties;  // in the order in which the store hands them out
+};
+
+// A planned failure: the nth call (from 1) of an operation, or every call.
+struct PlannedFault {
+  std::string operation;             // "registry.set_value", see FaultPlan
+  std::optional<std::uint32_t> nth;  // nothing: always
+  std::int32_t status = 0;           // what the call answers
+};
+
+struct MachineDescription {
+  std::vector<SimulatedEndpoint> endpoints;
+  std::optional<std::wstring> program_data = L"C:\\ProgramData";
+  std::optional<std::wstring> program_files = L"C:\\Program Files";
+  std::optional<std::wstring> system_directory = L"C:\\Windows\\System32";
+  std::uint32_t version_major = 10;
+  std::uint32_t version_minor = 0;
+  bool is_32bit_process = false;
+  std::vector<PlannedFault> faults;
+  // Sections that the simulated drivers and the playback sound read for themselves: JSON text,
+  // empty when the file has none.
+  std::string drivers_json;
+  std::string playback_json;
+};
+
+// Why a file was refused: "machine.json:12: endpoints[0].state: expected a number or a state's
+// name".
+struct FileError {
+  std::filesystem::path file;
+  int line = 0;  // 1-based; 0 when no line is meant
+  std::string reason;
+
+  std::string Text() const;
+};
+
+}  // namespace orv

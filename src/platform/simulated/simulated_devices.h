@@ -1,0 +1,25 @@
+// The multimedia devices of a simulated machine, through their COM interfaces.
+#pragma once
+
+#include <memory>
+
+#include "platform/multimedia.h"
+#include "platform/simulated/fault_plan.h"
+#include "platform/simulated/machine_description.h"
+
+namespace orv {
+
+// What the devices stand on. Objects that a client still holds keep it alive.
+struct SimulatedDevices {
+  MachineDescription description;
+  std::shared_ptr<FaultPlan> faults;
+};
+
+// Makes the enumerator, with one reference for the caller.
+HRESULT CreateSimulatedEnumerator(std::shared_ptr<SimulatedDevices> devices,
+                                  IMMDeviceEnumerator** enumerator);
+
+// Interfaces that an endpoint activates.
+HRESULT ActivateOnEndpoint(const SimulatedEndpoint& endpoint, REFIID iid, void** object);
+
+}  // namespace orv

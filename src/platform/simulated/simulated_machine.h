@@ -1,0 +1,53 @@
+// A machine that lives in a folder (or in memory): registry.reg, machine.json and drive_c/.
+//
+// registry.reg is a registry export (UTF-8, or UTF-16 with byte-order mark); what is written lasts
+// in it. Several machines, in one process or in several, may use one folder at once: nothing that
+// was written is lost, each sees the others' changes, watches included. "C:\..." lies below
+// drive_c, found without regard to letter case; "Z:\..." is the host's root folder.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string_view>
+
+#include "platform/machine.h"
+#include "platform/simulated/fault_plan.h"
+#include "platform/simulated/machine_description.h"
+
+namespace orv {
+
+class SimulatedMachine : public Machine {
+ public:
+  // Null, with the reason in `error`, when a file of the folder is missing or refused.
+  static std::unique_ptr<SimulatedMachine> Open(const std::filesystem::path& folder,
+                                                FileError& error);
+  // A machine without a folder: its registry starts empty, nothing is written to disk. `drive_c`
+  // may name a host folder that stands for drive C: (empty: none).
+  static std::unique_ptr<SimulatedMachine> InMemory(MachineDescription description = {},
+                                                    std::filesystem::path drive_c = {});
+  ~SimulatedMachine() override;
+
+  // Adds the content of a registry export to the registry.
+  bool ImportRegistry(std::string_view export_text, FileError& error);
+
+  FaultPlan& faults();
+  // Endpoints may be changed between calls; enumerations made later see the change.
+  MachineDescription& description();
+  const std::filesystem::path& folder() const;  // empty in memory
+
+  Registry& registry() override;
+  HRESULT CreateDeviceEnumerator(IMMDeviceEnumerator** enumerator) override;
+  std::optional<std::wstring> KnownFolder(REFGUID folder) override;
+  std::optional<std::wstring> SystemDirectory() override;
+  bool IsPlatformVersion(std::uint32_t major, std::uint32_t minor) override;
+  bool Is32BitProcess() override;
+  bool FileExists(const std::wstring& path) override;
+  std::optional<std::string> HostPath(const std::wstring& path) override;
+
+ private:
+  struct State;
+  explicit SimulatedMachine(std::unique_ptr<State> state);
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace orv

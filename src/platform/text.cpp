@@ -1,0 +1,226 @@
+#include "platform/text.h"
+
+#include <algorithm>
+#include <clocale>
+#include <cstdint>
+#include <cstring>
+#include <cwchar>
+
+#include "platform/c_locale.h"
+
+namespace orv {
+namespace {
+
+constexpr char32_t kReplacement = 0xFFFD;
+
+constexpr bool IsHighSurrogate(char32_t unit) noexcept { return unit >= 0xD800 && unit <= 0xDBFF; }
+constexpr bool IsLowSurrogate(char32_t unit) noexcept { return unit >= 0xDC00 && unit <= 0xDFFF; }
+constexpr bool IsSurrogate(char32_t unit) noexcept { return unit >= 0xD800 && unit <= 0xDFFF; }
+
+constexpr char32_t Combine(char32_t high, char32_t low) noexcept {
+  return 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00);
+}
+
+void AppendUnits(std::wstring& wide, char32_t code_point) {
+  if (code_point < 0x10000) {
+    wide.push_back(static_cast<wchar_t>(code_point));
+    return;
+  }
+  wide.push_back(static_cast<wchar_t>(0xD800 + ((code_point - 0x10000) >> 10)));
+  wide.push_back(static_cast<wchar_t>(0xDC00 + ((code_point - 0x10000) & 0x3FF)));
+}
+
+void AppendUtf8(std::string& utf8, char32_t code_point) {
+  if (code_point < 0x80) {
+    utf8.push_back(static_cast<char>(code_point));
+  } else if (code_point < 0x800) {
+    utf8.push_back(static_cast<char>(0xC0 | code_point >> 6));
+    utf8.push_back(static_cast<char>(0x80 | (code_point & 0x3F)));
+  } else if (code_point < 0x10000) {
+    utf8.push_back(static_cast<char>(0xE0 | code_point >> 12));
+    utf8.push_back(static_cast<char>(0x80 | (code_point >> 6 & 0x3F)));
+    utf8.push_back(static_cast<char>(0x80 | (code_point & 0x3F)));
+  } else {
+    utf8.push_back(static_cast<char>(0xF0 | code_point >> 18));
+    utf8.push_back(static_cast<char>(0x80 | (code_point >> 12 & 0x3F)));
+    utf8.push_back(static_cast<char>(0x80 | (code_point >> 6 & 0x3F)));
+    utf8.push_back(static_cast<char>(0x80 | (code_point & 0x3F)));
+  }
+}
+
+// The code point that starts at `at`, which moves behind it. A unit that is no text by itself comes
+// back as it is.
+char32_t NextCodePoint(std::wstring_view wide, std::size_t& at) noexcept {
+  const auto unit = static_cast<char32_t>(wide[at++]);
+  if (IsHighSurrogate(unit) && at < wide.size()) {
+    const auto next = static_cast<char32_t>(wide[at]);
+    if (IsLowSurrogate(next)) {
+      ++at;
+      return Combine(unit, next);
+    }
+  }
+  return unit;
+}
+
+// What may follow a lead byte: how many bytes, and the range of the first of them, which is what
+// keeps overlong forms, surrogates and numbers past U+10FFFF out.
+struct Utf8Lead {
+  int trail = 0;  // 0: no lead byte
+  std::uint8_t low = 0x80;
+  std::uint8_t high = 0xBF;
+};
+
+constexpr Utf8Lead LeadOf(std::uint8_t byte) noexcept {
+  if (byte >= 0xC2 && byte <= 0xDF) return {1};
+  if (byte == 0xE0) return {2, 0xA0, 0xBF};
+  if (byte == 0xED) return {2, 0x80, 0x9F};
+  if (byte >= 0xE1 && byte <= 0xEF) return {2};
+  if (byte == 0xF0) return {3, 0x90, 0xBF};
+  if (byte >= 0xF1 && byte <= 0xF3) return {3};
+  if (byte == 0xF4) return {3, 0x80, 0x8F};
+  return {};
+}
+
+// As NextCodePoint, for UTF-8. The longest broken beginning of a character gives one replacement.
+char32_t NextUtf8(std::string_view utf8, std::size_t& at) noexcept {
+  const auto lead = static_cast<std::uint8_t>(utf8[at++]);
+  if (lead < 0x80) return lead;
+  Utf8Lead form = LeadOf(lead);
+  if (form.trail == 0) return kReplacement;
+  char32_t code_point = lead & (0x3FU >> form.trail);
+  for (; form.trail > 0; --form.trail) {
+    if (at == utf8.size()) return kReplacement;
+    const auto byte = static_cast<std::uint8_t>(utf8[at]);
+    if (byte < form.low || byte > form.high) return kReplacement;
+    code_point = code_point << 6 | (byte & 0x3F);
+    form.low = 0x80;
+    form.high = 0xBF;
+    ++at;
+  }
+  return code_point;
+}
+
+template <class Unit>
+constexpr Unit Fold(Unit unit) noexcept {
+  return unit >= Unit('A') && unit <= Unit('Z') ? static_cast<Unit>(unit + ('a' - 'A')) : unit;
+}
+
+// Compared as unsigned, so that bytes above 0x7F come after ASCII on every build.
+inline std::uint32_t Ordinal(wchar_t unit) noexcept { return static_cast<std::uint32_t>(unit); }
+inline std::uint32_t Ordinal(char byte) noexcept { return static_cast<std::uint8_t>(byte); }
+
+template <class Unit>
+bool Equals(std::basic_string_view<Unit> a, std::basic_string_view<Unit> b) noexcept {
+  const std::size_t size = a.size();
+  if (size != b.size()) return false;
+  // Names of one family share long beginnings ("VQ3D-..."), so they differ sooner from the end.
+  for (std::size_t i = size; i-- > 0;)
+    if (a[i] != b[i] && Fold(a[i]) != Fold(b[i])) return false;
+  return true;
+}
+
+template <class Unit>
+int Compare(std::basic_string_view<Unit> a, std::basic_string_view<Unit> b) noexcept {
+  const std::size_t common = a.size() < b.size() ? a.size() : b.size();
+  for (std::size_t i = 0; i < common; ++i) {
+    if (a[i] == b[i]) continue;
+    const std::uint32_t left = Ordinal(Fold(a[i]));
+    const std::uint32_t right = Ordinal(Fold(b[i]));
+    if (left != right) return left < right ? -1 : 1;
+  }
+  if (a.size() == b.size()) return 0;
+  return a.size() < b.size() ? -1 : 1;
+}
+
+}  // namespace
+
+bool InDefaultLocale() noexcept {
+  const char* name = std::setlocale(LC_CTYPE, nullptr);
+  return name == nullptr || std::strcmp(name, "C") == 0 || std::strcmp(name, "POSIX") == 0;
+}
+
+std::wstring Widen(std::string_view narrow) {
+  narrow = narrow.substr(0, narrow.find('\0'));
+  std::wstring wide;
+  if (InDefaultLocale()) {
+    wide.resize(narrow.size());
+    std::transform(narrow.begin(), narrow.end(), wide.begin(),
+                   [](char byte) { return static_cast<wchar_t>(Ordinal(byte)); });
+    return wide;
+  }
+  std::mbstate_t state{};
+  while (!narrow.empty()) {
+    wchar_t character = 0;
+    const std::size_t used = std::mbrtowc(&character, narrow.data(), narrow.size(), &state);
+    if (used == 0 || used > narrow.size()) return {};
+    AppendUnits(wide, static_cast<char32_t>(character));
+    narrow.remove_prefix(used);
+  }
+  return wide;
+}
+
+std::string Narrow(std::wstring_view wide) {
+  wide = wide.substr(0, wide.find(L'\0'));
+  std::string narrow;
+  if (InDefaultLocale()) {
+    narrow.reserve(wide.size());
+    for (const wchar_t unit : wide) {
+      if (Ordinal(unit) > 0xFF) return {};
+      narrow.push_back(static_cast<char>(unit));
+    }
+    return narrow;
+  }
+  char buffer[64];  // beyond any locale's MB_CUR_MAX
+  std::mbstate_t state{};
+  for (std::size_t at = 0; at < wide.size();) {
+    if (Ordinal(wide[at]) > 0xFFFF) return {};
+    const char32_t code_point = NextCodePoint(wide, at);
+    if (code_point > static_cast<char32_t>(WCHAR_MAX)) return {};
+    const std::size_t used = std::wcrtomb(buffer, static_cast<wchar_t>(code_point), &state);
+    if (used > sizeof buffer) return {};
+    narrow.append(buffer, used);
+  }
+  return narrow;
+}
+
+std::wstring WideFromUtf8(std::string_view utf8) {
+  std::wstring wide;
+  wide.reserve(utf8.size());
+  for (std::size_t at = 0; at < utf8.size();) AppendUnits(wide, NextUtf8(utf8, at));
+  return wide;
+}
+
+std::string Utf8FromWide(std::wstring_view wide) {
+  std::string utf8;
+  utf8.reserve(wide.size());
+  for (std::size_t at = 0; at < wide.size();) {
+    const bool is_unit = Ordinal(wide[at]) <= 0xFFFF;
+    const char32_t code_point = NextCodePoint(wide, at);
+    AppendUtf8(utf8, is_unit && !IsSurrogate(code_point) ? code_point : kReplacement);
+  }
+  return utf8;
+}
+
+wchar_t FoldAscii(wchar_t unit) noexcept { return Fold(unit); }
+
+bool EqualsIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept { return Equals(a, b); }
+bool EqualsIgnoringCase(std::string_view a, std::string_view b) noexcept { return Equals(a, b); }
+int CompareIgnoringCase(std::string_view a, std::string_view b) noexcept { return Compare(a, b); }
+int CompareIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept { return Compare(a, b); }
+
+std::wstring ToUpperAscii(std::wstring_view text) {
+  std::wstring upper(text);
+  for (wchar_t& unit : upper)
+    if (unit >= L'a' && unit <= L'z') unit = static_cast<wchar_t>(unit - (L'a' - L'A'));
+  return upper;
+}
+
+std::wstring RemoveLastPathElement(std::wstring_view path) {
+  const bool has_drive = path.size() >= 2 && path[1] == L':';
+  const std::size_t root = has_drive ? 2 : 0;  // where the root's backslash stands, if there is one
+  const std::size_t last = path.rfind(L'\\');
+  if (last == std::wstring_view::npos) return std::wstring(path.substr(0, root));
+  return std::wstring(path.substr(0, last == root ? last + 1 : last));
+}
+
+}  // namespace orv

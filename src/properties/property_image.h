@@ -1,0 +1,53 @@
+// The binary image of a property list: the form in which the registry holds one and in which the
+// processing object reads it. A pure codec: bytes to list and back.
+//
+// An image is a run of records without header, count, padding or checksum. A record, little-endian:
+//   0       4  name length N in bytes (16-bit units)
+//   4       4  tag length T, 1 when written
+//   8       4  data length D
+//   12      N  name, no terminator
+//   12+N    T  tag: one byte, a PropertyKind
+//   12+N+T  D  value
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "properties/property_list.h"
+
+namespace orv {
+
+using ImageBytes = std::vector<std::uint8_t>;
+
+inline constexpr std::uint32_t kImageNameLimit = 2048;  // bytes, inclusive
+inline constexpr std::uint32_t kImageTagLimit = 1024;
+
+// Replaces `image` by the image of the list, in order. An entry without a known kind or with empty
+// data is left out, and the result is false then.
+bool EncodeImage(const ORVPropertyList& list, ImageBytes& image);
+
+enum class ImageReading {
+  Replace,  // stops with false at a record without data, with a broken header or with an unknown
+            // text tag
+  Merge,    // stops at a record without data or with a broken header, passes over unknown tags;
+            // always true
+};
+
+// Why decoding ended before the image did.
+enum class ImageFault { None, NoData, BrokenHeader, UnknownTextTag, CutShort };
+
+struct ImageDecoding {
+  bool complete = true;  // the result of the reading in the chosen manner
+  ImageFault fault = ImageFault::None;
+  std::size_t fault_offset = 0;  // offset of the record that ended it
+  std::size_t unknown_tags = 0;  // records passed over for their tag
+};
+
+// Appends the entries of the image to the list, duplicates and all. Never reads outside the image:
+// a record whose fields run past its end, or whose data is too short for its kind, ends the
+// decoding.
+ImageDecoding DecodeImage(std::span<const std::uint8_t> image, ImageReading reading,
+                          ORVPropertyList& list);
+
+}  // namespace orv

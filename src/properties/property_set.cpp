@@ -1,0 +1,224 @@
+#include "properties/property_set.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "platform/text.h"
+
+namespace orv {
+namespace {
+
+// Entries are looked up for every control that is written, among hundreds of names that begin
+// alike: lengths decide first, then the ends of the names.
+bool SameName(std::wstring_view a, std::wstring_view b) {
+  constexpr wchar_t kCaseBit = 0x20;
+  return a.size() == b.size() &&
+         std::equal(a.rbegin(), a.rend(), b.rbegin(), [](wchar_t x, wchar_t y) {
+           return x == y || ((x ^ y) == kCaseBit && FoldAscii(x) == FoldAscii(y));
+         });
+}
+
+}  // namespace
+
+ORVPropertyEntry* ORVPropertySet::FindEntry(const wchar_t* name) {
+  const std::wstring_view wanted(name);
+  const auto found = std::find_if(list_.begin(), list_.end(), [&](const ORVPropertyEntry& entry) {
+    return SameName(entry.name, wanted);
+  });
+  return found == list_.end() ? nullptr : &*found;
+}
+
+void ORVPropertySet::GetAllProperties(ORVPropertyList& out) { out = list_; }
+
+bool ORVPropertySet::GetAllPropertiesBinary(ImageBytes& out) { return EncodeImage(list_, out); }
+
+bool ORVPropertySet::SetAllPropertiesBinary(const ImageBytes& image) {
+  ORVPropertyList decoded;
+  const bool complete = DecodeImage(image, ImageReading::Replace, decoded).complete;
+  list_ = std::move(decoded);
+  SetModified(true);
+  return complete;
+}
+
+void ORVPropertySet::MergePropertiesBinary(const ImageBytes& image, bool overwrite_existing,
+                                           bool add_new) {
+  ORVPropertyList decoded;
+  DecodeImage(image, ImageReading::Merge, decoded);
+  if (!decoded.empty()) MergeProperties(decoded, overwrite_existing, add_new);
+}
+
+void ORVPropertySet::Clear() { list_.clear(); }
+
+void ORVPropertySet::SetAllProperties(const ORVPropertyList& list, bool notify) {
+  if (notify) {
+    list_.clear();
+    for (const ORVPropertyEntry& entry : list) SetProperty(entry.name.c_str(), entry.value);
+  } else {
+    list_ = list;
+  }
+  SetModified(true);
+}
+
+void ORVPropertySet::CopyFrom(ORVPropertySet& other) {
+  if (&other == this) return;
+  ORVPropertyList list;
+  other.GetAllProperties(list);
+  SetAllProperties(list, true);
+}
+
+void ORVPropertySet::MergeProperties(const ORVPropertyList& list, bool overwrite_existing,
+                                     bool add_new) {
+  // By position: the list may be another set's own, and a listener may add to that set meanwhile.
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    const wchar_t* name = list[i].name.c_str();
+    boost::any present;
+    const bool wanted = GetProperty(name, present) ? overwrite_existing : add_new;
+    if (wanted) SetProperty(name, list[i].value);
+  }
+}
+
+void ORVPropertySet::MergeProperties(const ORVPropertySet& other, bool overwrite_existing,
+                                     bool add_new) {
+  MergeProperties(other.list_, overwrite_existing, add_new);
+}
+
+// Listeners may change the set while they are told: after a call neither the arguments nor an
+// entry's address are used.
+void ORVPropertySet::SetProperty(const wchar_t* name, const boost::any& value) {
+  ORVPropertyEntry change{name, value};
+  ORVPropertyEntry* entry = FindEntry(name);
+  if (entry != nullptr) {
+    change.name = entry->name;
+    NotifyChanging(change);
+    entry = FindEntry(change.name.c_str());
+  }
+  if (entry == nullptr)
+    list_.push_back(change);
+  else if (SameValue(entry->value, change.value))
+    return;
+  else
+    entry->value = change.value;
+  NotifyChanged(change);
+}
+
+void ORVPropertySet::SetProperty(const std::wstring& name, const char* value) {
+  SetProperty(name.c_str(), value);
+}
+
+void ORVPropertySet::SetProperty(const std::wstring& name, const std::string& value) {
+  SetProperty(name.c_str(), value);
+}
+
+void ORVPropertySet::SetProperty(const wchar_t* name, const char* value) {
+  SetProperty(name, boost::any(std::string(value)));
+}
+
+void ORVPropertySet::SetProperty(const wchar_t* name, const std::string& value) {
+  SetProperty(name, boost::any(value));
+}
+
+void ORVPropertySet::SetProperty(const std::wstring& name, const wchar_t* value) {
+  SetProperty(name.c_str(), value);
+}
+
+void ORVPropertySet::SetProperty(const std::wstring& name, const std::wstring& value) {
+  SetProperty(name.c_str(), value);
+}
+
+void ORVPropertySet::SetProperty(const wchar_t* name, const wchar_t* value) {
+  SetProperty(name, boost::any(std::wstring(value)));
+}
+
+void ORVPropertySet::SetProperty(const wchar_t* name, const std::wstring& value) {
+  SetProperty(name, boost::any(value));
+}
+
+void ORVPropertySet::SetProperty(const std::wstring& name, std::int32_t value) {
+  SetProperty(name.c_str(), value);
+}
+
+void ORVPropertySet::SetProperty(const wchar_t* name, std::int32_t value) {
+  SetProperty(name, boost::any(LongValue{value}));
+}
+
+bool ORVPropertySet::GetProperty(const wchar_t* name, boost::any& out) {
+  const ORVPropertyEntry* entry = FindEntry(name);
+  if (entry == nullptr) return false;
+  out = entry->value;
+  return true;
+}
+
+namespace {
+
+// Takes over a form of the named value, if there is one.
+template <class Form, class T>
+bool GetForm(ORVPropertySet& set, const wchar_t* name, Form form, T& out) {
+  boost::any value;
+  if (!set.GetProperty(name, value)) return false;
+  auto converted = form(value);
+  if (!converted) return false;
+  out = std::move(*converted);
+  return true;
+}
+
+}  // namespace
+
+bool ORVPropertySet::GetProperty(const std::wstring& name, std::string& out) {
+  return GetProperty(name.c_str(), out);
+}
+
+bool ORVPropertySet::GetProperty(const wchar_t* name, std::string& out) {
+  return GetForm(*this, name, NarrowTextOf, out);
+}
+
+bool ORVPropertySet::GetProperty(const std::wstring& name, std::wstring& out) {
+  return GetProperty(name.c_str(), out);
+}
+
+bool ORVPropertySet::GetProperty(const wchar_t* name, std::wstring& out) {
+  return GetForm(*this, name, WideTextOf, out);
+}
+
+bool ORVPropertySet::GetProperty(const std::wstring& name, std::int32_t& out) {
+  return GetProperty(name.c_str(), out);
+}
+
+bool ORVPropertySet::GetProperty(const wchar_t* name, std::int32_t& out) {
+  return GetForm(*this, name, IntegerOf, out);
+}
+
+void ORVPropertySet::SetModified(bool modified) { modified_.exchange(modified); }
+
+bool ORVPropertySet::IsModified() const { return modified_.load(); }
+
+void ORVPropertySet::AddNotify(IORVPropertySetNotify* listener) {
+  listeners_.try_emplace(listener, true);
+}
+
+void ORVPropertySet::RemoveNotify(IORVPropertySetNotify* listener) { listeners_.erase(listener); }
+
+// Walks on by key, so that a listener may add and remove listeners, itself included.
+template <class Call>
+void ORVPropertySet::ForEachListener(Call call) {
+  for (auto it = listeners_.begin(); it != listeners_.end();) {
+    IORVPropertySetNotify* listener = it->first;
+    if (it->second) call(*listener);
+    it = listeners_.upper_bound(listener);
+  }
+}
+
+void ORVPropertySet::NotifyChanged(const ORVPropertyEntry& entry) {
+  SetModified(true);
+  ForEachListener(
+      [&](IORVPropertySetNotify& listener) { listener.OnPropertyChanged(*this, entry); });
+}
+
+bool ORVPropertySet::NotifyChanging(const ORVPropertyEntry& entry) {
+  bool any = false;
+  ForEachListener([&](IORVPropertySetNotify& listener) {
+    any = listener.OnPropertyChanging(*this, entry) || any;
+  });
+  return any;
+}
+
+}  // namespace orv

@@ -1,0 +1,120 @@
+// Named, typed values with listeners. Names are compared without regard to letter case; an entry
+// keeps the spelling it was first stored under and its place in the order of insertion.
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <mutex>
+
+#include "properties/property_image.h"
+#include "properties/property_list.h"
+#include "properties/property_value.h"
+
+namespace orv {
+
+class ORVPropertySet;
+
+// Told of changes on the thread that makes them, while the set's lock (if it has one) is held. A
+// listener may change the set and its listeners meanwhile, and removes itself before it is
+// destroyed.
+class IORVPropertySetNotify {
+ public:
+  virtual ~IORVPropertySetNotify() = default;
+  // The entry's value has just changed, or the entry was just added.
+  virtual void OnPropertyChanged(ORVPropertySet& set, const ORVPropertyEntry& entry) = 0;
+  // An existing entry is about to receive this value (it may equal the present one). The answer is
+  // not used by the set.
+  virtual bool OnPropertyChanging(ORVPropertySet& set, const ORVPropertyEntry& entry) = 0;
+};
+
+// Not locked: the owner serialises access, or uses ORVPropertySetThreadsafe. Operations fail only
+// as their boolean results say; only the integer getter throws (boost::bad_lexical_cast), and
+// memory may run out.
+class ORVPropertySet {
+ public:
+  ORVPropertySet() = default;
+  virtual ~ORVPropertySet() = default;
+  ORVPropertySet(const ORVPropertySet&) = delete;
+  ORVPropertySet& operator=(const ORVPropertySet&) = delete;
+
+  virtual void GetAllProperties(ORVPropertyList& out);
+  // False when an entry had to be left out of the image.
+  virtual bool GetAllPropertiesBinary(ImageBytes& out);
+  // Replaces the content without telling anyone. After a false result the entries before the fault
+  // are in the set.
+  virtual bool SetAllPropertiesBinary(const ImageBytes& image);
+  virtual void MergePropertiesBinary(const ImageBytes& image, bool overwrite_existing,
+                                     bool add_new);
+  virtual void Clear();  // tells nobody
+  virtual void SetAllProperties(const ORVPropertyList& list, bool notify);
+  virtual void CopyFrom(ORVPropertySet& other);
+  virtual void MergeProperties(const ORVPropertyList& list, bool overwrite_existing, bool add_new);
+  virtual void MergeProperties(const ORVPropertySet& other, bool overwrite_existing, bool add_new);
+
+  virtual void SetProperty(const wchar_t* name, const boost::any& value);
+  virtual void SetProperty(const std::wstring& name, const char* value);
+  virtual void SetProperty(const std::wstring& name, const std::string& value);
+  virtual void SetProperty(const wchar_t* name, const char* value);
+  virtual void SetProperty(const wchar_t* name, const std::string& value);
+  virtual void SetProperty(const std::wstring& name, const wchar_t* value);
+  virtual void SetProperty(const std::wstring& name, const std::wstring& value);
+  virtual void SetProperty(const wchar_t* name, const wchar_t* value);
+  virtual void SetProperty(const wchar_t* name, const std::wstring& value);
+  virtual void SetProperty(const std::wstring& name,
+                           std::int32_t value);  // stored as the long kind
+  virtual void SetProperty(const wchar_t* name, std::int32_t value);
+
+  // False, with `out` as it was, when there is no such entry or its kind has no such form.
+  virtual bool GetProperty(const wchar_t* name, boost::any& out);
+  virtual bool GetProperty(const std::wstring& name, std::string& out);
+  virtual bool GetProperty(const wchar_t* name, std::string& out);
+  virtual bool GetProperty(const std::wstring& name, std::wstring& out);
+  virtual bool GetProperty(const wchar_t* name, std::wstring& out);
+  virtual bool GetProperty(const std::wstring& name, std::int32_t& out);
+  virtual bool GetProperty(const wchar_t* name, std::int32_t& out);
+
+  virtual void SetModified(bool modified);
+  virtual bool IsModified() const;
+  virtual void AddNotify(IORVPropertySetNotify* listener);
+  virtual void RemoveNotify(IORVPropertySetNotify* listener);
+  virtual void NotifyChanged(const ORVPropertyEntry& entry);
+  virtual bool NotifyChanging(const ORVPropertyEntry& entry);
+
+  // The set's own lock, for a caller that must not wait for it without end; null when it has none.
+  virtual std::recursive_mutex* lock() { return nullptr; }
+
+ private:
+  ORVPropertyEntry* FindEntry(const wchar_t* name);
+  template <class Call>
+  void ForEachListener(Call call);
+
+  std::atomic<bool> modified_{false};
+  std::map<IORVPropertySetNotify*, bool> listeners_;
+  ORVPropertyList list_;
+};
+
+// The same with one recursive lock around every single step, and around a whole merge from another
+// set (whose own lock is not taken). The modified flag needs no lock.
+class ORVPropertySetThreadsafe : public ORVPropertySet {
+ public:
+  using ORVPropertySet::GetProperty;
+  using ORVPropertySet::MergeProperties;
+  using ORVPropertySet::SetProperty;
+
+  void GetAllProperties(ORVPropertyList& out) override;
+  bool GetAllPropertiesBinary(ImageBytes& out) override;
+  bool SetAllPropertiesBinary(const ImageBytes& image) override;
+  void Clear() override;
+  void SetAllProperties(const ORVPropertyList& list, bool notify) override;
+  void MergeProperties(const ORVPropertySet& other, bool overwrite_existing, bool add_new) override;
+  void SetProperty(const wchar_t* name, const boost::any& value) override;
+  bool GetProperty(const wchar_t* name, boost::any& out) override;
+  void AddNotify(IORVPropertySetNotify* listener) override;
+  void RemoveNotify(IORVPropertySetNotify* listener) override;
+  std::recursive_mutex* lock() override { return &lock_; }
+
+ private:
+  std::recursive_mutex lock_;
+};
+
+}  // namespace orv

@@ -1,0 +1,81 @@
+// Binds one property set to one open registry key: as one binary image in a single value, or as one
+// value per property. Can save after every change, and can watch the key and reload when somebody
+// else writes it.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "platform/registry.h"
+#include "properties/property_set.h"
+#include "properties/thread_basic.h"
+
+namespace orv {
+
+// Not locked: the owner serialises its calls. While a watch runs, reloads reach the attached set
+// from the watch thread, so such an owner attaches an ORVPropertySetThreadsafe or gives a reload
+// lock, and keeps the set alive until the watch is stopped.
+class ORVPropertySetRegistry : public IORVPropertySetNotify, private IORVThreadBasicWorker {
+ public:
+  ORVPropertySetRegistry() = default;
+  ~ORVPropertySetRegistry() override;  // stops the watch, detaches the set, closes the key
+
+  void OnPropertyChanged(ORVPropertySet& set, const ORVPropertyEntry& entry) override;
+  bool OnPropertyChanging(ORVPropertySet& set, const ORVPropertyEntry& entry) override;
+
+  // The set is not owned; null detaches.
+  virtual void SetPropertySet(ORVPropertySet* set);
+  // Keeps a duplicate of the key (null: none). True when a key is held afterwards.
+  virtual bool SetKey(RegistryKey* key);
+  virtual RegistryKey* GetKey();
+  // False, with set and current value name as they were, when the value is missing, no REG_BINARY
+  // or empty. With `merge` the two flags choose what is taken over; without, the image replaces the
+  // set's content.
+  virtual bool LoadBinary(const std::wstring& value_name, bool merge, bool overwrite_existing,
+                          bool add_new);
+  // Writes the set's image; null means the value last loaded or saved. False, with nothing written,
+  // when an entry cannot be encoded or the set is empty.
+  virtual bool SaveBinary(const wchar_t* value_name);
+  // One registry value per property; false when a value could not be read (written), the others are
+  // all the same.
+  virtual bool LoadValues();
+  virtual bool SaveValues();
+  // Saves the image after every change of the set, under the current value name.
+  virtual void EnableAutoSave(bool enable, const std::wstring& value_name);
+  // Starts (after stopping an earlier one) or stops watching the key: whenever a value of it
+  // changes, `value_name` is reloaded into the set (merge, overwrite, no add), which tells the
+  // set's listeners of each property that really changed, on the watch thread. True when stopped,
+  // or when the watch thread could be started. A listener may call it: from the watch thread it
+  // does not wait, and that thread ends once the listener has returned.
+  virtual bool StartWatch(bool start, const std::wstring& value_name);
+
+  // A lock to hold during a reload by the watch; null for none. Set before the watch is started.
+  // The reload gives up waiting for it, and for the set's own lock, once the watch is being
+  // stopped.
+  void SetReloadLock(std::recursive_timed_mutex* lock) { reload_lock_ = lock; }
+
+ private:
+  bool Run(ORVThreadBasic& thread, Event& stop) override;
+
+  struct Binding {
+    ORVPropertySet* set = nullptr;
+    std::shared_ptr<RegistryKey> key;
+  };
+  Binding Current() const;
+  void Remember(const std::wstring& value_name);
+  void Reload(const std::wstring& value_name, Event& stop);
+
+  // Guards what follows against the watch thread; held for a moment only, never during a call out.
+  mutable std::mutex state_lock_;
+  Binding binding_;
+  std::wstring value_name_;
+  std::wstring watch_value_name_;
+
+  std::atomic<bool> auto_save_{false};
+  std::recursive_timed_mutex* reload_lock_ = nullptr;
+  ORVThreadBasic thread_;
+};
+
+}  // namespace orv

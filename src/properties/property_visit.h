@@ -1,0 +1,67 @@
+// Calls a function with what a property value holds: the one place that tells the ten kinds apart.
+#pragma once
+
+#include <boost/any.hpp>
+#include <cstdint>
+#include <string>
+#include <typeinfo>
+
+#include "properties/property_value.h"
+
+namespace orv {
+
+// Kind of a held type; no member for any other type.
+template <class T>
+struct KindOfType;
+template <PropertyKind kind>
+struct KindConstant {
+  static constexpr PropertyKind value = kind;
+};
+template <>
+struct KindOfType<LongValue> : KindConstant<PropertyKind::Long> {};
+template <>
+struct KindOfType<int> : KindConstant<PropertyKind::Int> {};
+template <>
+struct KindOfType<short> : KindConstant<PropertyKind::Short> {};
+template <>
+struct KindOfType<float> : KindConstant<PropertyKind::Float> {};
+template <>
+struct KindOfType<double> : KindConstant<PropertyKind::Double> {};
+template <>
+struct KindOfType<bool> : KindConstant<PropertyKind::Bool> {};
+template <>
+struct KindOfType<std::string> : KindConstant<PropertyKind::NarrowText> {};
+template <>
+struct KindOfType<std::wstring> : KindConstant<PropertyKind::WideText> {};
+template <>
+struct KindOfType<SignedBytes> : KindConstant<PropertyKind::SignedBytes> {};
+template <>
+struct KindOfType<UnsignedBytes> : KindConstant<PropertyKind::UnsignedBytes> {};
+
+namespace detail {
+
+template <class Visitor>
+bool VisitAs(const boost::any&, const std::type_info&, Visitor&) {
+  return false;
+}
+
+template <class First, class... Others, class Visitor>
+bool VisitAs(const boost::any& value, const std::type_info& type, Visitor& visitor) {
+  if (type == typeid(First)) {
+    visitor(*boost::any_cast<First>(&value));
+    return true;
+  }
+  return VisitAs<Others...>(value, type, visitor);
+}
+
+}  // namespace detail
+
+// False, without a call, when the value is empty or of no known kind. Controls are stored as narrow
+// text and numbers from the registry as longs, so these two are tried first.
+template <class Visitor>
+bool VisitValue(const boost::any& value, Visitor&& visitor) {
+  return detail::VisitAs<std::string, LongValue, int, float, bool, std::wstring, UnsignedBytes,
+                         SignedBytes, double, short>(value, value.type(), visitor);
+}
+
+}  // namespace orv

@@ -1,0 +1,33 @@
+// Control names (or choices) in order; duplicates are allowed.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace orv {
+
+class ORVQVTNameList {
+ public:
+  ORVQVTNameList() = default;
+  ORVQVTNameList(const ORVQVTNameList&) = default;
+  ORVQVTNameList(ORVQVTNameList&&) noexcept = default;
+  ORVQVTNameList& operator=(const ORVQVTNameList&) = default;
+  ORVQVTNameList& operator=(ORVQVTNameList&&) noexcept = default;
+  virtual ~ORVQVTNameList() = default;
+
+  virtual bool Contains(const std::string& text) const;  // case-sensitive
+  virtual void Remove(const std::string& text);          // the first one that equals
+
+  void Add(std::string text) { names_.push_back(std::move(text)); }
+  std::size_t Count() const noexcept { return names_.size(); }
+  const std::string& operator[](std::size_t position) const { return names_[position]; }
+  void Clear() noexcept { names_.clear(); }
+  std::vector<std::string>::const_iterator begin() const noexcept { return names_.begin(); }
+  std::vector<std::string>::const_iterator end() const noexcept { return names_.end(); }
+
+ private:
+  std::vector<std::string> names_;
+};
+
+}  // namespace orv

@@ -1,0 +1,103 @@
+// The configuration's free-form properties.
+#include <thread>
+
+#include "api_fixture.h"
+
+namespace orv {
+namespace {
+
+class ConfigTest : public ApiTest {
+ protected:
+  static ComPtr<IORVAPOConfigEnumerator> Properties(const ComPtr<IORVEndpointInfo5>& endpoint) {
+    ComPtr<IORVAPOConfigEnumerator> properties;
+    EXPECT_EQ(endpoint->get_config_enum(properties.Put()), S_OK);
+    return properties;
+  }
+  static std::pair<std::wstring, std::wstring> Texts(IORVAPOConfigProperty& property) {
+    BSTR key = nullptr;
+    BSTR value = nullptr;
+    EXPECT_EQ(property.get_Key(&key), S_OK);
+    EXPECT_EQ(property.get_Value(&value), S_OK);
+    return {TakeText(key), TakeText(value)};
+  }
+};
+
+TEST_F(ConfigTest, PropertiesComeInKeyOrder) {
+  const auto properties = Properties(Endpoint());
+  std::vector<std::wstring> keys;
+  ComPtr<IORVAPOConfigProperty> property;
+  EXPECT_EQ(properties->Next(nullptr), E_POINTER);
+  while (properties->Next(property.Put()) == S_OK) keys.push_back(Texts(*property).first);
+  EXPECT_EQ(keys, (std::vector<std::wstring>{L"Product Name", L"ZAPO3-Operating Mode",
+                                             L"ZAPO3-Speaker Type"}));
+  EXPECT_EQ(properties->Next(property.Put()), S_FALSE);
+}
+
+TEST_F(ConfigTest, PropertyIsFoundByKeyWhateverTheLetterCase) {
+  const auto properties = Properties(Endpoint());
+  ComPtr<IORVAPOConfigProperty> property;
+  EXPECT_EQ(properties->get_ConfigProperty(nullptr, property.Put()), E_POINTER);
+  EXPECT_EQ(properties->get_ConfigProperty(Bstr(L"product name"), nullptr), E_POINTER);
+  EXPECT_EQ(properties->get_ConfigProperty(Bstr(L"product"), property.Put()), E_INVALIDARG);
+  ASSERT_EQ(properties->get_ConfigProperty(Bstr(L"product name"), property.Put()), S_OK);
+  EXPECT_EQ(Texts(*property),
+            std::pair(std::wstring(L"Product Name"), std::wstring(L"Example Audio")));
+  EXPECT_EQ(property->get_Key(nullptr), E_POINTER);
+  EXPECT_EQ(property->get_Value(nullptr), E_POINTER);
+  ASSERT_EQ(properties->Next(property.Put()), S_OK);
+  EXPECT_EQ(Texts(*property).first, L"Product Name");
+}
+
+TEST_F(ConfigTest, PropertiesOutliveTheirEndpointAndItsReload) {
+  auto endpoint = Endpoint();
+  auto properties = Properties(endpoint);
+  EXPECT_EQ(endpoint->SetConfig(kORVAPO_EPCfg_DSP), S_OK);
+  endpoint.Reset();
+  ComPtr<IORVAPOConfigProperty> property;
+  ASSERT_EQ(properties->Next(property.Put()), S_OK);
+  properties.Reset();
+  EXPECT_EQ(Texts(*property).second, L"Example Audio");
+}
+
+TEST_F(ConfigTest, ConfigurationWithoutPropertiesHasNothingToWalk) {
+  AddEndpoint(kHeadphones,
+              "<orv_configuration><properties><!-- none --></properties>"
+              "</orv_configuration>");
+  ComPtr<IORVAPOConfigProperty> property;
+  EXPECT_EQ(Properties(Endpoint(kHeadphones))->Next(property.Put()), S_FALSE);
+}
+
+TEST_F(ConfigTest, EnumeratorsMayBeUsedAndReleasedOnAnyThread) {
+  const auto endpoint = Endpoint();
+  std::vector<ComPtr<IORVAPOConfigEnumerator>> enumerators;
+  for (int i = 0; i < 4; ++i) enumerators.push_back(Properties(endpoint));
+  std::vector<std::thread> threads;
+  for (auto& properties : enumerators) {
+    threads.emplace_back([mine = std::move(properties)]() mutable {
+      for (int pass = 0; pass < 100; ++pass) {
+        ComPtr<IORVAPOConfigProperty> property;
+        EXPECT_EQ(mine->get_ConfigProperty(Bstr(L"Product Name"), property.Put()), S_OK);
+      }
+      mine.Reset();
+    });
+  }
+  for (int pass = 0; pass < 100; ++pass) Properties(endpoint);
+  for (std::thread& thread : threads) thread.join();
+}
+
+TEST_F(ConfigTest, ObjectsWithoutAnEndpointFailCleanly) {
+  const auto properties = Create<IORVAPOConfigEnumerator>(CLSID_ORVAPOConfigEnumerator);
+  auto* property = Poison<IORVAPOConfigProperty>();
+  EXPECT_EQ(properties->Next(&property), E_UNEXPECTED);
+  EXPECT_EQ(properties->get_ConfigProperty(Bstr(L"x"), &property), E_UNEXPECTED);
+  EXPECT_EQ(property, Poison<IORVAPOConfigProperty>());
+
+  const auto lone = Create<IORVAPOConfigProperty>(CLSID_ORVAPOConfigProperty);
+  BSTR text = Poison<wchar_t>();
+  EXPECT_EQ(lone->get_Key(&text), E_UNEXPECTED);
+  EXPECT_EQ(lone->get_Value(&text), E_UNEXPECTED);
+  EXPECT_EQ(text, Poison<wchar_t>());
+}
+
+}  // namespace
+}  // namespace orv

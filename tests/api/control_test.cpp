@@ -1,0 +1,113 @@
+// Controls: what they are called, which range they have, how numbers become what is stored.
+#include "api_fixture.h"
+
+namespace orv {
+namespace {
+
+class ControlTest : public ApiTest {
+ protected:
+  struct Description {
+    std::wstring name;
+    LONG scale;
+    LONG minimum;
+    LONG maximum;
+    bool operator==(const Description&) const = default;
+  };
+  static Description Describe(const ComPtr<IORVAPOControl>& control) {
+    BSTR name = nullptr;
+    auto scale = static_cast<ORV_QVT_SCALE>(77);
+    Description description{L"", 77, kPoisonedNumber, kPoisonedNumber};
+    EXPECT_EQ(control->get_DisplayValue(&name), S_OK);
+    EXPECT_EQ(control->get_Scale(&scale), S_OK);
+    EXPECT_EQ(control->get_MinValue(&description.minimum), S_OK);
+    EXPECT_EQ(control->get_MaxValue(&description.maximum), S_OK);
+    description.name = TakeText(name);
+    description.scale = scale;
+    return description;
+  }
+};
+
+TEST_F(ControlTest, TechnologyLibraryDescribesControls) {
+  const auto mode = Mode(Endpoint());
+  EXPECT_EQ(Describe(Control(mode, L"VQ3D-Main Tech")),
+            (Description{L"VQ3D-Main Tech", ORV_QVT_SCALE_ENUM, 0, 5}));
+  EXPECT_EQ(Describe(Control(mode, L"Left:VQ3D-Headroom Gain")),
+            (Description{L"VQ3D-Headroom Gain", ORV_QVT_SCALE_DB, -600, 0}));
+  EXPECT_EQ(Describe(Control(mode, L"Nobody's")), (Description{L"", ORV_QVT_SCALE_COUNT, 0, 0}));
+}
+
+TEST_F(ControlTest, ChoicesArePositionsButStoredAsText) {
+  const auto mode = Mode(Endpoint());
+  const auto control = Control(mode, L"VQ3D-Main Tech");
+  EXPECT_EQ(ValueOf(control), 2);
+  EXPECT_EQ(control->put_Value(4), S_OK);
+  EXPECT_EQ(Stored(kMovie, L"VQ3D-Main Tech"), "VQ3D-MXHP");
+  EXPECT_EQ(ValueOf(control), 4);
+  for (const LONG beyond : {6, -1}) {
+    EXPECT_EQ(control->put_Value(beyond), S_OK);
+    EXPECT_EQ(Stored(kMovie, L"VQ3D-Main Tech"), std::to_string(beyond));
+    EXPECT_EQ(ValueOf(control), beyond);
+  }
+  EXPECT_EQ(control->put_Value(0), S_OK);
+  EXPECT_EQ(ValueOf(Control(Mode(Endpoint()), L"VQ3D-Main Tech")), 0);
+}
+
+TEST_F(ControlTest, NumbersAreStoredAsTheyAre) {
+  const auto control = Control(Mode(Endpoint()), L"VQ3D-DPHD Level");
+  const DiagnosticLog log;
+  for (const LONG value : {0, 1000000, std::numeric_limits<LONG>::min()}) {
+    EXPECT_EQ(control->put_Value(value), S_OK);
+    EXPECT_EQ(Stored(kMovie, L"VQ3D-DPHD Level"), std::to_string(value));
+    EXPECT_EQ(ValueOf(control), value);
+  }
+  EXPECT_TRUE(log.Contains(L"| CORVOperatingMode::GetValue |  VQ3D-DPHD Level: 1000000\n"));
+}
+
+TEST_F(ControlTest, OnlyPublicControlsHaveAValue) {
+  const auto control = Control(Mode(Endpoint()), L"VQ3D-Bypass Gain", kORVAPO_Cont_Private);
+  LONG value = kPoisonedNumber;
+  const DiagnosticLog log;
+  EXPECT_EQ(control->get_Value(&value), E_FAIL);
+  EXPECT_EQ(value, kPoisonedNumber);
+  EXPECT_EQ(control->put_Value(1), E_FAIL);
+  EXPECT_TRUE(
+      log.Contains(L"| CORVAPOCOMControl::get_Value |  Error, VQ3D-Bypass Gain : "
+                   L"m_OpMode->GetValue() failed!\n"));
+}
+
+TEST_F(ControlTest, RefusedWriteIsReported) {
+  const auto mode = Mode(Endpoint());
+  const auto control = Control(mode, L"VQ3D-DPHD Level");
+  machine_->faults().FailNth("registry.set_value", 1, kRegAccessDenied);
+  EXPECT_EQ(control->put_Value(90), E_FAIL);
+  EXPECT_EQ(Stored(kMovie, L"VQ3D-DPHD Level"), "(none)");
+  EXPECT_EQ(control->put_Value(91), S_OK);
+  EXPECT_EQ(Stored(kMovie, L"VQ3D-DPHD Level"), "91");
+}
+
+TEST_F(ControlTest, MissingOutParametersAreRefused) {
+  const auto control = Control(Mode(Endpoint()), L"Nobody's");
+  EXPECT_EQ(control->get_DisplayValue(nullptr), E_POINTER);
+  EXPECT_EQ(control->get_Scale(nullptr), E_POINTER);
+  EXPECT_EQ(control->get_MinValue(nullptr), E_POINTER);
+  EXPECT_EQ(control->get_MaxValue(nullptr), E_POINTER);
+  EXPECT_EQ(control->get_Value(nullptr), E_POINTER);
+}
+
+TEST_F(ControlTest, ControlWithoutAModeFailsCleanly) {
+  const auto control = Create<IORVAPOControl>(CLSID_ORVAPOCOMControl);
+  BSTR text = Poison<wchar_t>();
+  auto scale = ORV_QVT_SCALE_DB;
+  LONG number = kPoisonedNumber;
+  EXPECT_EQ(control->get_DisplayValue(&text), E_UNEXPECTED);
+  EXPECT_EQ(control->get_Scale(&scale), E_UNEXPECTED);
+  EXPECT_EQ(control->get_MinValue(&number), E_UNEXPECTED);
+  EXPECT_EQ(control->get_MaxValue(&number), E_UNEXPECTED);
+  EXPECT_EQ(control->get_Value(&number), E_UNEXPECTED);
+  EXPECT_EQ(control->put_Value(1), E_UNEXPECTED);
+  EXPECT_EQ(text, Poison<wchar_t>());
+  EXPECT_EQ(number, kPoisonedNumber);
+}
+
+}  // namespace
+}  // namespace orv

@@ -1,0 +1,210 @@
+// The endpoint object: names, current mode, configuration type.
+#include "api_fixture.h"
+
+namespace orv {
+namespace {
+
+// Somebody else's implementation of a mode. It answers only its own interface, or, being careless,
+// every interface with itself.
+class ForeignMode final : public IORVOperatingMode {
+ public:
+  explicit ForeignMode(bool careless) : careless_(careless) {}
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
+    const bool known = careless_ || iid == IID_IUnknown || iid == IID_IORVOperatingMode;
+    *object = known ? this : nullptr;
+    if (known) AddRef();
+    return known ? S_OK : E_NOINTERFACE;
+  }
+  ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
+  ULONG STDMETHODCALLTYPE Release() override { return --references; }
+  HRESULT STDMETHODCALLTYPE get_ORVAPOControlEnumerator(ORVAPOControlType,
+                                                        IORVAPOControlEnumerator**) override {
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE get_Name(BSTR*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE RestoreDefaults() override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE get_APOEnable(LONG*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE put_APOEnable(LONG) override { return E_NOTIMPL; }
+
+  ULONG references = 1;
+
+ private:
+  bool careless_;
+};
+
+class EndpointTest : public ApiTest {
+ protected:
+  static std::wstring CurrentMode(const ComPtr<IORVEndpointInfo5>& endpoint) {
+    ComPtr<IORVOperatingMode> mode;
+    const HRESULT status = endpoint->get_OpMode(mode.Put());
+    if (status == orv_apo::kNotFound) return L"(not found)";
+    EXPECT_EQ(status, S_OK);
+    return NameOf(*mode);
+  }
+};
+
+TEST_F(EndpointTest, EndpointNamesItself) {
+  const auto endpoint = Endpoint();
+  BSTR text = nullptr;
+  EXPECT_EQ(endpoint->get_FriendlyName(&text), S_OK);
+  EXPECT_EQ(TakeText(text), L"Example Audio Speakers");
+  EXPECT_EQ(endpoint->get_ConfigFile(&text), S_OK);
+  EXPECT_EQ(TakeText(text), L"C:\\" + std::wstring(kSpeakers) + L".xml");
+  EXPECT_EQ(endpoint->get_RegistryPath(&text), S_OK);
+  EXPECT_EQ(TakeText(text), ApoKey(kSpeakers));
+  ULONG flow = 7;
+  EXPECT_EQ(endpoint->get_EndpointProp(kKELAPO_EPProp_Type, &flow), S_OK);
+  EXPECT_EQ(flow, 0U);
+  EXPECT_EQ(endpoint->get_EndpointProp(kKELAPO_EPProp_Count, &flow), E_INVALIDARG);
+  EXPECT_EQ(endpoint->get_EndpointProp(kKELAPO_EPProp_Count, nullptr), E_POINTER);
+}
+
+TEST_F(EndpointTest, EveryInterfaceOfTheChainIsTheSameObject) {
+  const auto endpoint = Endpoint();
+  EXPECT_TRUE(endpoint.As<IORVEndpointInfo2>());
+  EXPECT_TRUE(endpoint.As<IORVEndpointInfo3>());
+  EXPECT_EQ(endpoint.As<IORVEndpointInfo4>().As<IUnknown>().get(), endpoint.As<IUnknown>().get());
+  EXPECT_FALSE(endpoint.As<IORVAPOSystem>());
+}
+
+TEST_F(EndpointTest, MissingOutParametersAreRefused) {
+  const auto endpoint = Endpoint();
+  const DiagnosticLog log;
+  EXPECT_EQ(endpoint->get_FriendlyName(nullptr), E_POINTER);
+  EXPECT_EQ(endpoint->get_ConfigFile(nullptr), E_POINTER);
+  EXPECT_EQ(endpoint->get_RegistryPath(nullptr), E_POINTER);
+  EXPECT_EQ(endpoint->GetOpModeEnumerator(nullptr), E_POINTER);
+  EXPECT_EQ(endpoint->get_OpMode(nullptr), E_POINTER);
+  EXPECT_EQ(endpoint->GetConfig(nullptr), E_POINTER);
+  EXPECT_EQ(endpoint->GetQCDSPInterface(nullptr), E_POINTER);
+  EXPECT_EQ(endpoint->GetIntelInterface(nullptr), E_POINTER);
+  EXPECT_EQ(endpoint->get_AnalysisData(nullptr), E_POINTER);
+  EXPECT_EQ(endpoint->get_HeadsetConnected(nullptr), E_POINTER);
+  EXPECT_EQ(endpoint->get_config_enum(nullptr), E_POINTER);
+  EXPECT_EQ(endpoint->put_OpMode(nullptr), E_POINTER);
+  EXPECT_TRUE(
+      log.Contains(L"| CORVCOMEndpointInfo::get_config_enum | "
+                   L"CORVCOMEndpointInfo::get_config_enum called with NULL pointer."));
+  EXPECT_TRUE(
+      log.Contains(L"| CORVCOMEndpointInfo::put_OpMode | "
+                   L"CORVCOMEndpointInfo::put_OpMode called with NULL mode\n"));
+}
+
+TEST_F(EndpointTest, ModesComeInConfigurationOrder) {
+  const auto endpoint = Endpoint();
+  ComPtr<IORVAPOOpModeEnumerator> modes;
+  ASSERT_EQ(endpoint->GetOpModeEnumerator(modes.Put()), S_OK);
+  ComPtr<IORVOperatingMode> mode;
+  ASSERT_EQ(modes->Next(mode.Put()), S_OK);
+  EXPECT_EQ(NameOf(*mode), kMovie);
+  EXPECT_EQ(modes->Next(nullptr), E_POINTER);  // moves on all the same
+  EXPECT_EQ(modes->Next(mode.Put()), S_FALSE);
+}
+
+TEST_F(EndpointTest, CurrentModeIsSwitchedAndReset) {
+  const auto endpoint = Endpoint();
+  EXPECT_EQ(CurrentMode(endpoint), kMusic);  // nothing stored: the configuration's default
+  const DiagnosticLog log;
+  EXPECT_EQ(endpoint->put_OpMode(Mode(endpoint, kMovie).get()), S_OK);
+  EXPECT_TRUE(
+      log.Contains(L"| CORVCOMEndpointInfo::put_OpMode | Changing operating mode to "
+                   L"[ApoOpMode:Movie/Internal]\n"));
+  EXPECT_EQ(CurrentMode(endpoint), kMovie);
+  EXPECT_EQ(CurrentMode(Endpoint()), kMovie);
+  EXPECT_EQ(Endpoint()->SetDefault(), S_OK);
+  EXPECT_EQ(CurrentMode(endpoint), kMusic);  // changed through another object
+}
+
+TEST_F(EndpointTest, StoredModeThatTheConfigurationLacksIsNotFound) {
+  machine_.SetImage(ApoKey(kSpeakers), L"OrvApoCurrOpMode",
+                    {{L"ZAPO3-Operating Mode", std::string("Game")},
+                     {L"ZAPO3-Speaker Type", std::string("Internal")}});
+  auto* mode = Poison<IORVOperatingMode>();
+  EXPECT_EQ(Endpoint()->get_OpMode(&mode), orv_apo::kNotFound);
+  EXPECT_EQ(mode, Poison<IORVOperatingMode>());
+}
+
+TEST_F(EndpointTest, ForeignModeIsRefused) {
+  const auto endpoint = Endpoint();
+  for (const bool careless : {false, true}) {
+    ForeignMode foreign(careless);
+    EXPECT_EQ(endpoint->put_OpMode(&foreign), E_FAIL);
+    EXPECT_EQ(foreign.references, 1U);
+  }
+  EXPECT_EQ(CurrentMode(endpoint), kMusic);
+}
+
+TEST_F(EndpointTest, ModeThatCannotBeStoredIsRefused) {
+  const auto endpoint = Endpoint();
+  machine_->faults().FailAlways("registry.set_value", kRegAccessDenied);
+  EXPECT_EQ(endpoint->put_OpMode(Mode(endpoint, kMovie).get()), E_FAIL);
+  EXPECT_EQ(endpoint->SetDefault(), S_OK);
+}
+
+TEST_F(EndpointTest, ConfigurationTypeChoosesTheModes) {
+  const auto endpoint = Endpoint();
+  const auto before = Mode(endpoint, kMovie);
+  ComPtr<IORVAPOOpModeEnumerator> walking;
+  ASSERT_EQ(endpoint->GetOpModeEnumerator(walking.Put()), S_OK);
+
+  EXPECT_EQ(endpoint->SetConfig(kORVAPO_EPCfg_Count), E_INVALIDARG);
+  auto config = static_cast<ORVAPOEndpointConfig>(9);
+  EXPECT_EQ(endpoint->GetConfig(&config), S_OK);
+  EXPECT_EQ(config, kORVAPO_EPCfg_None);
+
+  EXPECT_EQ(endpoint->SetConfig(kORVAPO_EPCfg_DSP), S_OK);
+  EXPECT_EQ(endpoint->GetConfig(&config), S_OK);
+  EXPECT_EQ(config, kORVAPO_EPCfg_DSP);
+  EXPECT_EQ(NameOf(*Mode(endpoint, L"ApoOpMode:Firmware/Internal")),
+            L"ApoOpMode:Firmware/Internal");
+  EXPECT_EQ(CurrentMode(endpoint), L"(not found)");
+
+  // What was handed out before goes on as it was.
+  EXPECT_EQ(NameOf(*before), kMovie);
+  EXPECT_EQ(ValueOf(Control(before, L"VQ3D-DPHD Level")), 40);
+  ComPtr<IORVOperatingMode> mode;
+  EXPECT_EQ(walking->Next(mode.Put()), S_OK);
+  EXPECT_EQ(NameOf(*mode), kMovie);
+}
+
+TEST_F(EndpointTest, FailedReloadKeepsTheDefaultMode) {
+  AddEndpoint(kHeadphones,
+              "<orv_configuration><properties>"
+              "<control name='ZAPO3-Operating Mode'>Music</control>"
+              "<control name='ZAPO3-Speaker Type'>Internal</control></properties>"
+              "<operating_mode selector='dsp'/></orv_configuration>");
+  const auto endpoint = Endpoint(kHeadphones);
+  EXPECT_EQ(endpoint->SetConfig(kORVAPO_EPCfg_DSP), E_FAIL);
+  EXPECT_EQ(endpoint->SetDefault(), S_OK);
+  EXPECT_EQ(machine_.Image(ApoKey(kHeadphones), L"OrvApoCurrOpMode").size(), 2U);
+}
+
+TEST_F(EndpointTest, RegistryKeyIsMadeWhenTheEndpointIsOpened) {
+  const auto endpoints = Endpoints();
+  ASSERT_EQ(machine_->registry().DeleteTree(RegRoot::LocalMachine, ApoKey(kSpeakers)), kRegOk);
+  const DiagnosticLog log;
+  ComPtr<IORVEndpointInfo> endpoint;
+  EXPECT_EQ(endpoints->Next(endpoint.Put()), S_OK);
+  EXPECT_TRUE(machine_.HasKey(ApoKey(kSpeakers)));
+  EXPECT_TRUE(
+      log.Contains(L"| CORVCOMEndpointInfo::SetInfo | CORVCOMEndpointInfo::SetInfo reg key "
+                   L"creation: 0x0, 1\n"));
+
+  endpoints->Reset();
+  machine_->faults().FailAlways("registry.create_key", kRegAccessDenied);
+  EXPECT_EQ(endpoints->Next(endpoint.Put()), S_OK);
+  EXPECT_TRUE(log.Contains(L"reg key creation: 0x5, 0\n"));
+}
+
+TEST_F(EndpointTest, AbsentDspGivesNothing) {
+  const auto endpoint = Endpoint();
+  auto* qualcomm = Poison<IORVAPOQCDSP>();
+  auto* intel = Poison<IKELAPOIntelDSP>();
+  EXPECT_EQ(endpoint->GetQCDSPInterface(&qualcomm), E_NOTIMPL);
+  EXPECT_EQ(qualcomm, nullptr);
+  EXPECT_EQ(endpoint->GetIntelInterface(&intel), E_NOTIMPL);
+  EXPECT_EQ(intel, nullptr);
+}
+
+}  // namespace
+}  // namespace orv

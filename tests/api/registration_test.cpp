@@ -1,0 +1,155 @@
+// Registration: what is written for the machine or the user, and what is left when it is taken
+// back.
+#include "api/registration_scripts.h"
+#include "api_fixture.h"
+#include "platform/dynamic_library.h"
+#include "platform/guid_text.h"
+
+namespace orv {
+namespace {
+
+struct RegisteredClass {
+  const wchar_t* name;
+  CLSID class_id;
+  const wchar_t* threading;
+};
+
+const RegisteredClass kRegistered[] = {
+    {L"ORVCOMEndpointInfo", CLSID_ORVCOMEndpointInfo, L"Apartment"},
+    {L"AnalysisData", CLSID_AnalysisData, L"Apartment"},
+    {L"KELAPOIntelDSP", CLSID_KELAPOIntelDSP, L"Apartment"},
+    {L"ORVAPOCOMControl", CLSID_ORVAPOCOMControl, L"Apartment"},
+    {L"ORVOperatingMode", CLSID_ORVOperatingMode, L"Apartment"},
+    {L"ORVAPOSystem", CLSID_ORVAPOSystem, L"Both"},
+    {L"ORVAPOConfigProperty", CLSID_ORVAPOConfigProperty, L"Both"},
+    {L"ORVAPOConfigEnumerator", CLSID_ORVAPOConfigEnumerator, L"Both"},
+    {L"ORVAPOControlEnumerator", CLSID_ORVAPOControlEnumerator, L"Apartment"},
+    {L"ORVAPOOpModeEnumerator", CLSID_ORVAPOOpModeEnumerator, L"Apartment"},
+    {L"ORVAPOQCDSP", CLSID_ORVAPOQCDSP, L"Apartment"},
+};
+
+constexpr wchar_t kUserClasses[] = L"Software\\Classes\\";
+constexpr wchar_t kLibraryKey[] = L"TypeLib\\{36E9715E-24E6-46DD-A3E7-5AE1355AB402}";
+
+class RegistrationTest : public ApiTest {
+ protected:
+  std::optional<std::wstring> Text(RegRoot root, const std::wstring& path,
+                                   const std::wstring& name = {}) {
+    std::unique_ptr<RegistryKey> key;
+    std::uint32_t type = kRegNone;
+    std::vector<std::uint8_t> bytes;
+    if (machine_->registry().OpenKey(root, path, kKeyRead, key) != kRegOk ||
+        ReadValue(*key, name, type, bytes) != kRegOk || type != kRegSz)
+      return std::nullopt;
+    return RegistryText(bytes.data(), bytes.size());
+  }
+  // Names of the keys below one; none when there is no such key.
+  std::vector<std::wstring> SubKeys(RegRoot root, const std::wstring& path) {
+    std::vector<std::wstring> names;
+    std::unique_ptr<RegistryKey> key;
+    if (machine_->registry().OpenKey(root, path, kKeyRead, key) != kRegOk) return names;
+    std::wstring name;
+    for (std::uint32_t i = 0; key->EnumSubKey(i, name) == kRegOk; ++i) names.push_back(name);
+    return names;
+  }
+  void ExpectRegistered(RegRoot root, const std::wstring& prefix) {
+    EXPECT_EQ(SubKeys(root, prefix + L"CLSID").size(), std::size(kRegistered));
+    for (const RegisteredClass& expected : kRegistered) {
+      const std::wstring key = prefix + L"CLSID\\" + GuidText(expected.class_id);
+      EXPECT_EQ(Text(root, key), expected.name + std::wstring(L" Class"));
+      EXPECT_EQ(Text(root, key + L"\\InprocServer32"), OwnModulePath());
+      EXPECT_EQ(Text(root, key + L"\\InprocServer32", L"ThreadingModel"), expected.threading);
+      EXPECT_EQ(Text(root, key + L"\\TypeLib"), GuidText(LIBID_ORV_APO2011_ControllerLib));
+      EXPECT_EQ(Text(root, key + L"\\Version"), L"1.0");
+      EXPECT_EQ(SubKeys(root, key).size(), expected.class_id == CLSID_ORVCOMEndpointInfo ? 4U : 3U);
+    }
+    const std::wstring library = prefix + kLibraryKey + L"\\1.4";
+    EXPECT_EQ(Text(root, library), L"ORV_APO2011_ControllerLib");
+    EXPECT_EQ(Text(root, library + L"\\0\\win64"), OwnModulePath());
+    EXPECT_EQ(Text(root, library + L"\\FLAGS"), L"0");
+    EXPECT_EQ(Text(root, library + L"\\HELPDIR"), RemoveLastPathElement(OwnModulePath()));
+  }
+  void ExpectNothing(RegRoot root, const std::wstring& prefix) {
+    EXPECT_EQ(SubKeys(root, prefix + L"CLSID").size(), 0U);
+    EXPECT_EQ(SubKeys(root, prefix + L"TypeLib").size(), 0U);
+  }
+};
+
+TEST_F(RegistrationTest, ClassTableAndScriptsAgree) {
+  const auto classes = ClassTable();
+  ASSERT_EQ(classes.size(), std::size(kRegistered));
+  for (std::size_t row = 0; row < classes.size(); ++row) {
+    EXPECT_EQ(*classes[row].class_id, kRegistered[row].class_id);
+    const auto script = RegistrationScript(classes[row].script);
+    ASSERT_TRUE(script);
+    EXPECT_NE(WideFromUtf8(*script).find(GuidText(*classes[row].class_id)), std::wstring::npos);
+  }
+  EXPECT_FALSE(RegistrationScript(107));
+}
+
+TEST_F(RegistrationTest, EveryClassIsRegisteredAndTakenBack) {
+  EXPECT_EQ(DllRegisterServer(), S_OK);
+  ExpectRegistered(RegRoot::ClassesRoot, L"");
+  EXPECT_EQ(DllRegisterServer(), S_OK);
+  EXPECT_EQ(DllUnregisterServer(), S_OK);
+  ExpectNothing(RegRoot::ClassesRoot, L"");
+  EXPECT_EQ(DllUnregisterServer(), S_OK);
+}
+
+TEST_F(RegistrationTest, OtherVersionsOfTheTypeLibraryStay) {
+  std::unique_ptr<RegistryKey> key;
+  EXPECT_EQ(DllRegisterServer(), S_OK);
+  ASSERT_EQ(
+      machine_->registry().CreateKey(RegRoot::ClassesRoot, std::wstring(kLibraryKey) + L"\\1.3",
+                                     kKeyWrite, key, nullptr),
+      kRegOk);
+  EXPECT_EQ(DllUnregisterServer(), S_OK);
+  EXPECT_EQ(SubKeys(RegRoot::ClassesRoot, kLibraryKey), std::vector<std::wstring>{L"1.3"});
+}
+
+TEST_F(RegistrationTest, UserCommandRegistersForTheUser) {
+  EXPECT_EQ(DllInstall(TRUE, L"USER"), S_OK);
+  ExpectRegistered(RegRoot::CurrentUser, kUserClasses);
+  EXPECT_EQ(DllInstall(FALSE, L"user"), S_OK);
+  ExpectNothing(RegRoot::CurrentUser, kUserClasses);
+}
+
+TEST_F(RegistrationTest, OtherCommandsRegisterForTheMachine) {
+  for (const wchar_t* command : {L"users", L"use", L"", static_cast<const wchar_t*>(nullptr)}) {
+    EXPECT_EQ(DllInstall(TRUE, command), S_OK);
+    EXPECT_EQ(SubKeys(RegRoot::ClassesRoot, L"CLSID").size(), std::size(kRegistered));
+    ExpectNothing(RegRoot::CurrentUser, kUserClasses);
+    EXPECT_EQ(DllInstall(FALSE, command), S_OK);
+    ExpectNothing(RegRoot::ClassesRoot, L"");
+  }
+}
+
+TEST_F(RegistrationTest, FirstFailureEndsTheRegistration) {
+  machine_->faults().FailNth("registry.set_value", 12, kRegWriteFault);
+  EXPECT_EQ(DllRegisterServer(), HRESULT_FROM_WIN32(kRegWriteFault));
+  EXPECT_EQ(SubKeys(RegRoot::ClassesRoot, L"CLSID").size(), 3U);  // five values a class
+
+  machine_->faults().FailNth("registry.set_value", 12, kRegWriteFault);
+  EXPECT_EQ(DllInstall(TRUE, nullptr), HRESULT_FROM_WIN32(kRegWriteFault));
+  ExpectNothing(RegRoot::ClassesRoot, L"");
+
+  EXPECT_EQ(DllRegisterServer(), S_OK);
+  machine_->faults().FailNth("registry.delete_tree", 2, kRegAccessDenied);
+  EXPECT_EQ(DllUnregisterServer(), E_ACCESSDENIED);
+  EXPECT_EQ(SubKeys(RegRoot::ClassesRoot, L"CLSID").size(), std::size(kRegistered) - 1);
+}
+
+TEST_F(RegistrationTest, ClassesWithoutFactoryAreNotAvailable) {
+  EXPECT_EQ(DllGetClassObject(CLSID_ORVAPOSystem, IID_IClassFactory, nullptr), E_POINTER);
+  for (const CLSID& class_id :
+       {CLSID_ORVOperatingMode, CLSID_AnalysisData, CLSID_ORVCOMEndpointInfo,
+        CLSID_ORVAPOControlEnumerator, CLSID_ORVAPOOpModeEnumerator, CLSID_ORVEndpointEnumerator,
+        CLSID_RegistrySettings, GUID_NULL}) {
+    void* factory = Poison<void>();
+    EXPECT_EQ(DllGetClassObject(class_id, IID_IClassFactory, &factory), CLASS_E_CLASSNOTAVAILABLE);
+    EXPECT_EQ(factory, nullptr);
+  }
+}
+
+}  // namespace
+}  // namespace orv

@@ -1,0 +1,118 @@
+// The system object and the scan for endpoints.
+#include "api_fixture.h"
+#include "config/technology_library.h"
+#include "platform/dynamic_library.h"
+
+namespace orv {
+namespace {
+
+class SystemTest : public ApiTest {
+ protected:
+  std::wstring NextName(IORVEndpointEnumerator& endpoints) {
+    ComPtr<IORVEndpointInfo> endpoint;
+    const HRESULT status = endpoints.Next(endpoint.Put());
+    if (status == S_FALSE) return L"(end)";
+    EXPECT_EQ(status, S_OK);
+    BSTR name = nullptr;
+    EXPECT_EQ(endpoint->get_RegistryPath(&name), S_OK);
+    return TakeText(name);
+  }
+};
+
+TEST_F(SystemTest, EndpointsAreRefusedBeforeInitialisation) {
+  const auto system = Create<IORVAPOSystem>(CLSID_ORVAPOSystem);
+  EXPECT_EQ(system->EnumerateORVEndpoints(nullptr), E_POINTER);
+  auto* endpoints = Poison<IORVEndpointEnumerator>();
+  EXPECT_EQ(system->EnumerateORVEndpoints(&endpoints), orv_apo::kNotInitialized);
+  EXPECT_EQ(endpoints, Poison<IORVEndpointEnumerator>());
+}
+
+TEST_F(SystemTest, FirstPathStaysInForce) {
+  const auto system = Create<IORVAPOSystem>(CLSID_ORVAPOSystem);
+  EXPECT_EQ(system->InitializeSystem(Bstr(L"C:\\Tools")), S_OK);
+  EXPECT_EQ(ORVAPOProcessLibrary::LibraryPath(*machine_), L"C:\\Tools\\kxtech64.dll");
+  EXPECT_EQ(system->InitializeSystem(Bstr(L"C:\\Other\\")), 1247);
+  EXPECT_EQ(ORVAPOProcessLibrary::LibraryPath(*machine_), L"C:\\Tools\\kxtech64.dll");
+
+  const auto second = Create<IORVAPOSystem>(CLSID_ORVAPOSystem);
+  EXPECT_EQ(second->InitializeSystem(Bstr(L"C:\\Other\\")), S_OK);
+  EXPECT_EQ(ORVAPOProcessLibrary::LibraryPath(*machine_), L"C:\\Other\\kxtech64.dll");
+}
+
+TEST_F(SystemTest, NoPathMeansTheComponentsOwnFolder) {
+  const std::wstring own = RemoveLastPathElement(OwnModulePath()) + L"\\kxtech64.dll";
+  const Bstr empty(L"");
+  for (const BSTR path : {static_cast<BSTR>(nullptr), static_cast<BSTR>(empty)}) {
+    EXPECT_EQ(Create<IORVAPOSystem>(CLSID_ORVAPOSystem)->InitializeSystem(Bstr(L"C:\\x")), S_OK);
+    EXPECT_EQ(Create<IORVAPOSystem>(CLSID_ORVAPOSystem)->InitializeSystem(path), S_OK);
+    EXPECT_EQ(ORVAPOProcessLibrary::LibraryPath(*machine_), own);
+  }
+}
+
+TEST_F(SystemTest, EndpointsWithoutLoadableConfigurationAreLeftOut) {
+  AddEndpoint(kHeadphones, "<something_else/>");
+  AddEndpoint(L"{C1A0B9E8-0000-4B5A-9483-726150FFEEDD}", kTwoModes).state = DEVICE_STATE_UNPLUGGED;
+  AddEndpoint(kMicrophone, kTwoModes);
+  const DiagnosticLog log;
+  const auto endpoints = Endpoints();
+  EXPECT_EQ(NextName(*endpoints), ApoKey(kSpeakers));
+  EXPECT_EQ(NextName(*endpoints), ApoKey(kMicrophone));
+  EXPECT_EQ(NextName(*endpoints), L"(end)");
+  EXPECT_TRUE(log.Contains(
+      L"| CORVEndpointEnumerator::FinalConstruct | CORVEndpointEnumerator found 3 endpoints\n"));
+  EXPECT_TRUE(
+      log.Contains(L"| CORVEndpointEnumerator::FinalConstruct | CORVEndpointEnumerator: 2 "
+                   L"endpoints remaining after checking config file."));
+  EXPECT_TRUE(log.Contains(L"| CORVEndpointEnumerator::CantLoadConfigFile | Load code: 6\n"));
+  EXPECT_TRUE(log.Contains(L"CORVEndpointEnumerator::CreateEnumerator status 0x0, e: 0x0000"));
+}
+
+TEST_F(SystemTest, EmptyMachineGivesAnEmptyEnumerator) {
+  machine_->description().endpoints.clear();
+  const auto endpoints = Endpoints();
+  auto* endpoint = Poison<IORVEndpointInfo>();
+  EXPECT_EQ(endpoints->Next(nullptr), E_POINTER);
+  EXPECT_EQ(endpoints->Next(&endpoint), S_FALSE);
+  EXPECT_EQ(endpoint, nullptr);
+
+  machine_->faults().FailAlways("devices.create_enumerator", E_ACCESSDENIED);
+  EXPECT_EQ(NextName(*Endpoints()), L"(end)");
+}
+
+TEST_F(SystemTest, SnapshotIsWalkedAgainAfterReset) {
+  const auto endpoints = Endpoints();
+  AddEndpoint(kHeadphones, kTwoModes);
+  for (int pass = 0; pass < 2; ++pass) {
+    EXPECT_EQ(NextName(*endpoints), ApoKey(kSpeakers));
+    EXPECT_EQ(NextName(*endpoints), L"(end)");
+    EXPECT_EQ(NextName(*endpoints), L"(end)");
+    EXPECT_EQ(endpoints->Reset(), S_OK);
+  }
+  EXPECT_EQ(NextName(*Endpoints()), ApoKey(kSpeakers));
+}
+
+TEST_F(SystemTest, EndpointIsFoundByItsDeviceWhateverTheLetterCase) {
+  AddEndpoint(kHeadphones, kTwoModes);
+  const auto endpoints = Endpoints();
+  std::wstring id = EndpointMachine::DeviceId(kHeadphones);
+  std::transform(id.begin(), id.end(), id.begin(), FoldAscii);
+  ComPtr<IORVEndpointInfo> first;
+  ComPtr<IORVEndpointInfo> second;
+  EXPECT_EQ(endpoints->GetEndpointFromDevice(Bstr(id), first.Put()), S_OK);
+  EXPECT_EQ(endpoints->GetEndpointFromDevice(Bstr(ToUpperAscii(id)), second.Put()), S_OK);
+  EXPECT_NE(first.get(), second.get());
+  EXPECT_EQ(NextName(*endpoints), ApoKey(kSpeakers));
+
+  auto* endpoint = Poison<IORVEndpointInfo>();
+  EXPECT_EQ(endpoints->GetEndpointFromDevice(nullptr, &endpoint), E_POINTER);
+  EXPECT_EQ(endpoints->GetEndpointFromDevice(Bstr(id), nullptr), E_POINTER);
+  EXPECT_EQ(endpoint, Poison<IORVEndpointInfo>());
+  EXPECT_EQ(endpoints->GetEndpointFromDevice(Bstr(id + L"x"), &endpoint), E_INVALIDARG);
+  EXPECT_EQ(endpoint, nullptr);
+
+  machine_->faults().FailAlways("device.get_id", E_FAIL);
+  EXPECT_EQ(endpoints->GetEndpointFromDevice(Bstr(id), &endpoint), E_INVALIDARG);
+}
+
+}  // namespace
+}  // namespace orv

@@ -1,0 +1,86 @@
+#include "cli/image_json.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <limits>
+
+namespace orv::cli {
+namespace {
+
+// Through text, as the command line sends it.
+ImageBytes ThroughJson(const ORVPropertyList& list) {
+  std::string error;
+  const auto back = EntriesFromJson(Json::parse(EntriesToJson(list).dump()), error);
+  EXPECT_TRUE(back) << error;
+  ImageBytes image;
+  if (back) EncodeImage(*back, image);
+  return image;
+}
+
+ImageBytes Image(const ORVPropertyList& list) {
+  ImageBytes image;
+  EXPECT_TRUE(EncodeImage(list, image));
+  return image;
+}
+
+TEST(ImageJson, EveryKindComesBackByteForByte) {
+  const ORVPropertyList list = {{L"long", LongValue{-2147483647 - 1}},
+                                {L"int", 2147483647},
+                                {L"short", std::int16_t{-32768}},
+                                {L"float", 0.1F},
+                                {L"double", 0.1},
+                                {L"negative zero", -0.0},
+                                {L"smallest", std::numeric_limits<float>::denorm_min()},
+                                {L"bool", true},
+                                {L"narrow", std::string("Enabled")},
+                                {L"wide", std::wstring(L"\x00FC\x4E2D")},
+                                {L"bytes", SignedBytes{-1, 0, 127}},
+                                {L"unsigned", UnsignedBytes{0, 255}}};
+  EXPECT_EQ(ThroughJson(list), Image(list));
+}
+
+TEST(ImageJson, WhatJsonCannotHoldComesBackToo) {
+  const auto odd_nan = std::bit_cast<float>(std::uint32_t{0xFFC12345});
+  const ORVPropertyList list = {{L"nan", odd_nan},
+                                {L"infinite", -std::numeric_limits<double>::infinity()},
+                                {L"no utf-8", std::string("\xFF\xC3")},
+                                {L"half a pair", std::wstring(1, static_cast<wchar_t>(0xD800))},
+                                {std::wstring(1, static_cast<wchar_t>(0xDC00)), 1}};
+  EXPECT_EQ(ThroughJson(list), Image(list));
+}
+
+TEST(ImageJson, EntriesOfTheWrongShapeAreRefusedByNumber) {
+  const char* const refused[] = {R"({"name": "x"})",
+                                 R"([1])",
+                                 R"([{"name": "x", "kind": "int"}])",
+                                 R"([{"name": "x", "kind": "integer", "value": 1}])",
+                                 R"([{"name": "x", "kind": "int", "value": 2147483648}])",
+                                 R"([{"name": "x", "kind": "int", "value": 18446744073709551615}])",
+                                 R"([{"name": "x", "kind": "short", "value": 32768}])",
+                                 R"([{"name": "x", "kind": "int", "value": 1.0}])",
+                                 R"([{"name": "x", "kind": "float", "value": 1e300}])",
+                                 R"([{"name": "x", "kind": "float", "value": "nan:3f800000"}])",
+                                 R"([{"name": "x", "kind": "bool", "value": 1}])",
+                                 R"([{"name": "x", "kind": "bytes", "value": "abc"}])",
+                                 R"([{"name": "x", "kind": "wide", "value": {"units": "d8"}}])",
+                                 R"([{"name": 5, "kind": "int", "value": 1}])"};
+  for (const char* text : refused) {
+    std::string error;
+    EXPECT_FALSE(EntriesFromJson(Json::parse(text), error)) << text;
+    EXPECT_FALSE(error.empty()) << text;
+  }
+  std::string error;
+  EntriesFromJson(Json::parse(R"([{"name": "a", "kind": "int", "value": 1}, 2])"), error);
+  EXPECT_EQ(error.find("entry 1:"), 0U) << error;
+}
+
+TEST(ImageJson, HexTextIsReadAsExportsWriteIt) {
+  EXPECT_EQ(BytesFromHex("\"Value\"=hex:0c,00,\\\n  FF"), (ImageBytes{0x0C, 0x00, 0xFF}));
+  EXPECT_EQ(BytesFromHex("0c00ff"), (ImageBytes{0x0C, 0x00, 0xFF}));
+  for (const char* text : {"0", "0c 0", "0 c", "0g", "0x0c"})
+    EXPECT_FALSE(BytesFromHex(text)) << text;
+}
+
+}  // namespace
+}  // namespace orv::cli

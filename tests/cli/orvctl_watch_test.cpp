@@ -1,0 +1,111 @@
+#include <csignal>
+
+#include "cli/orvctl_program.h"
+
+namespace orv::cli {
+namespace {
+
+// `orvctl watch` in a process of its own; its lines arrive as they are printed. Every reading ends
+// at the latest when the program's own time is over.
+class Watcher {
+ public:
+  Watcher(const ProgramOnMachine& program, const std::string& count) {
+    // The shell gives way to the program, so that its number is the program's.
+    const std::string line =
+        "echo $$; exec " +
+        program.CommandLine({"--json", "watch", "0", "--count", count, "--for", "60"}) + " 2>&1";
+    pipe_ = popen(line.c_str(), "r");
+    process_ = std::stoi(Line());
+    EXPECT_EQ(Line().find("Watching "), 0U);
+  }
+  ~Watcher() {
+    if (pipe_ != nullptr) End();
+  }
+  Watcher(const Watcher&) = delete;
+  Watcher& operator=(const Watcher&) = delete;
+
+  std::string Line() {
+    std::string line;
+    for (int c = std::fgetc(pipe_); c != EOF && c != '\n'; c = std::fgetc(pipe_))
+      line += static_cast<char>(c);
+    return line;
+  }
+  Json Change() { return Json::parse(Line(), nullptr, false); }
+  int process() const noexcept { return process_; }
+  int End() {
+    const int status = pclose(pipe_);
+    pipe_ = nullptr;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+ private:
+  FILE* pipe_ = nullptr;
+  int process_ = 0;
+};
+
+TEST(OrvctlWatch, EveryChangeOfAnotherProcessIsPrintedInItsOrder) {
+  const ProgramOnMachine program;
+  Watcher watcher(program, "4");
+
+  program.Answer({"set", "0", "VQ3D-DPHD Level", "11", "--mode", "Game/Internal"});
+  const Json control = watcher.Change();
+  EXPECT_EQ(Keys(control),
+            (std::vector<std::string>{"seq", "time", "what", "mode", "name", "from", "to"}));
+  EXPECT_EQ(control["seq"], 1);
+  EXPECT_EQ(control["what"], "control");
+  EXPECT_EQ(control["mode"], "ApoOpMode:Game/Internal");
+  EXPECT_EQ(control["name"], "VQ3D-DPHD Level");
+  EXPECT_EQ(control["to"], 11);
+  const std::string time = control["time"];
+  EXPECT_EQ(time.size(), std::string("2026-01-31T12:34:56.789Z").size());
+  EXPECT_EQ(time.back(), 'Z');
+
+  program.Answer({"mode", "0", "Voice"});
+  const Json mode = watcher.Change();
+  EXPECT_EQ(mode["what"], "mode");
+  EXPECT_TRUE(mode["mode"].is_null());
+  EXPECT_EQ(mode["from"], "ApoOpMode:Movie/Internal");
+  EXPECT_EQ(mode["to"], "ApoOpMode:Voice/Internal");
+
+  program.Answer({"enable", "0", "off"});
+  const Json enable = watcher.Change();
+  EXPECT_EQ(enable["what"], "switch");
+  EXPECT_EQ(enable["to"], false);
+
+  program.Answer({"set", "0", "VQ3D-DPHD Level", "12", "--mode", "Game/Internal"});
+  const Json last = watcher.Change();
+  EXPECT_EQ(last["seq"], 4);
+  EXPECT_EQ(last["from"], 11);
+  EXPECT_EQ(watcher.End(), 0);
+}
+
+TEST(OrvctlWatch, ManyChangesInARowAllEndUpInTheLastValue) {
+  const ProgramOnMachine program;
+  Watcher watcher(program, "1000");
+  for (int value = 1; value <= 10; ++value)
+    program.Answer({"set", "0", "VQ3D-DC Level", std::to_string(value)});
+  // Neighbouring writes may be seen as one; each line goes on where the one before it ended.
+  Json before;
+  for (Json change = watcher.Change(); change.is_object(); change = watcher.Change()) {
+    if (!before.is_null()) {
+      EXPECT_EQ(change["from"], before["to"]);
+      EXPECT_EQ(change["seq"], before["seq"].get<int>() + 1);
+    }
+    before = change;
+    if (change["to"] == 10) break;
+  }
+  EXPECT_EQ(before["to"], 10);
+  kill(watcher.process(), SIGTERM);
+  EXPECT_EQ(watcher.End(), 0);
+}
+
+TEST(OrvctlWatch, InterruptAndTimeLimitEndItCleanly) {
+  const ProgramOnMachine program;
+  Watcher watcher(program, "1");
+  kill(watcher.process(), SIGINT);
+  EXPECT_EQ(watcher.End(), 0);
+  EXPECT_EQ(program.Run({"watch", "0", "--for", "0"}).status, 0);
+}
+
+}  // namespace
+}  // namespace orv::cli

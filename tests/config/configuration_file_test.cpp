@@ -1,0 +1,198 @@
+#include "config/configuration_file.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "config/control_lists.h"
+#include "platform/simulated/simulated_machine.h"
+#include "support/diagnostic_log.h"
+#include "support/temporary_folder.h"
+
+namespace orv {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+
+std::string Mode(const std::string& mode, const std::string& speaker,
+                 const std::string& attributes = "", const std::string& content = "") {
+  return "<operating_mode " + attributes + "><control name='ZAPO3-Operating Mode'>" + mode +
+         "</control><control name='ZAPO3-Speaker Type'>" + speaker + "</control>" + content +
+         "</operating_mode>";
+}
+
+std::string Configuration(const std::string& modes, const std::string& properties = "") {
+  return "<orv_configuration><properties><control name='Product Name'>Panel</control>" +
+         properties + "</properties>" + modes + "</orv_configuration>";
+}
+
+class ConfigurationFile : public testing::Test {
+ protected:
+  void Write(const std::string& name, const std::string& content) {
+    std::ofstream(drive_.path() / name, std::ios::binary) << content;
+  }
+  std::uint32_t Load(const std::wstring& path, std::uint32_t type = 0) {
+    return file_.Load(path, type, 0);
+  }
+  std::wstring Default() const { return file_.GetDefaultModeKey().GetModeName(); }
+
+  TemporaryFolder drive_;
+  std::unique_ptr<SimulatedMachine> machine_ = SimulatedMachine::InMemory({}, drive_.path());
+  ORVAPOConfigurationFile file_{*machine_};
+};
+
+TEST_F(ConfigurationFile, LoadFillsEverythingAndLoadingAgainReplacesIt) {
+  Write("a.xml", Configuration(Mode("Movie", "Internal", "", "<control name='c'>1</control>") +
+                               Mode("Game", "Internal", "selector='dsp'")));
+  ASSERT_EQ(Load(L"C:\\a.xml"), kConfigLoaded);
+  EXPECT_EQ(file_.GetProductName(), L"Panel");
+  EXPECT_EQ(file_.GetEndpointConfig(), 0U);
+  EXPECT_EQ(Default(), L"ApoOpMode:Movie/Internal");
+  ASSERT_EQ(file_.GetModes().size(), 1U);
+  const auto movie = file_.GetModes()[0];
+
+  ASSERT_EQ(Load(L"C:\\a.xml", 1), kConfigLoaded);
+  EXPECT_EQ(Default(), L"ApoOpMode:Game/Internal");
+
+  EXPECT_EQ(Load(L"C:\\missing.xml", 2), kConfigNoDocument);
+  EXPECT_EQ(file_.GetEndpointConfig(), 2U);
+  EXPECT_EQ(file_.GetProductName(), L"");
+  EXPECT_EQ(file_.GetProperties().Count(), 0U);
+  EXPECT_THAT(file_.GetModes(), IsEmpty());
+  EXPECT_EQ(Default(), L"ApoOpMode:Game/Internal");
+  EXPECT_THAT(Texts(movie->GetDefaultControls()), ElementsAre(Pair("c", "1")));
+}
+
+TEST_F(ConfigurationFile, PropertiesNameTheDefaultModeWhetherOrNotItExists) {
+  Write("a.xml", Configuration(Mode("Movie", "Internal"),
+                               "<control name='ZAPO3-Operating Mode'>Game</control>"
+                               "<control name='ZAPO3-Speaker Type'>External</control>"));
+  ASSERT_EQ(Load(L"C:\\a.xml"), kConfigLoaded);
+  EXPECT_EQ(Default(), L"ApoOpMode:Game/External");
+
+  Write("b.xml", Configuration("", "<control name='ZAPO3-Operating Mode'>Game</control>"));
+  EXPECT_EQ(Load(L"C:\\b.xml"), kConfigLoaded);
+  EXPECT_FALSE(file_.SetDefaultMode());
+  EXPECT_EQ(Default(), L"ApoOpMode:Game/ZAPO3-Disabled");
+}
+
+TEST_F(ConfigurationFile, ReadOnceForEachMachineAndPath) {
+  EXPECT_EQ(Load(L"C:\\a.xml"), kConfigNoDocument);
+  Write("a.xml", Configuration(Mode("Movie", "Internal")));
+  EXPECT_EQ(Load(L"C:\\a.xml"), kConfigLoaded);
+  std::filesystem::remove(drive_.path() / "a.xml");
+  EXPECT_EQ(Load(L"C:\\a.xml"), kConfigLoaded);
+  EXPECT_EQ(Load(L"C:\\A.xml"), kConfigNoDocument);
+
+  const auto other = SimulatedMachine::InMemory({}, drive_.path());
+  EXPECT_EQ(ORVAPOConfigurationFile(*other).Load(L"C:\\a.xml", 0, 0), kConfigNoDocument);
+}
+
+TEST_F(ConfigurationFile, UnusableFilesGiveNoDocument) {
+  std::filesystem::create_directory(drive_.path() / "folder.xml");
+  std::string nested;
+  for (int depth = 0; depth < 5000; ++depth) nested += "<a>";
+  Write("nested.xml", nested);
+  Write("empty.xml", "");
+  Write("binary.xml", std::string("\0\xff<\0>", 5));
+  for (const wchar_t* path : {L"C:\\folder.xml", L"C:\\nested.xml", L"C:\\empty.xml",
+                              L"C:\\binary.xml", L"C:\\", L"", L"C:\\\u4e2d.xml"})
+    EXPECT_EQ(Load(path), kConfigNoDocument) << testing::PrintToString(path);
+  machine_->faults().FailAlways("machine.host_path", 0);
+  EXPECT_EQ(Load(L"C:\\a.xml"), kConfigNoDocument);
+}
+
+TEST_F(ConfigurationFile, DiagnosticLinesTellWhatWasLoaded) {
+  Write("a.xml", Configuration(""));
+  const DiagnosticLog log;
+  Load(L"C:\\missing.xml");
+  Load(L"C:\\a.xml");
+  ASSERT_EQ(log.Lines().size(), 4U);
+  for (const wchar_t* text :
+       {L"::Load | pXML->load 0\n", L"::Load | pXML->load 1\n",
+        L"::Load | pXML->get_documentElement 0x0",
+        L"::SetDefaultMode | SetDefaultMode returning false...no modes available.\n"})
+    EXPECT_TRUE(log.Contains(std::wstring(L" | ORVAPOConfigurationFile") + text));
+}
+
+class ModeSearch : public ConfigurationFile {
+ protected:
+  // The only control of each mode tells which one it is.
+  static std::string Marked(const std::string& mark, const std::string& mode,
+                            const std::string& speaker, const std::string& attributes = "") {
+    return Mode(mode, speaker, attributes, "<control name='mark'>" + mark + "</control>");
+  }
+  void LoadModes(const std::string& modes) {
+    Write("modes.xml", Configuration(modes));
+    ASSERT_EQ(Load(L"C:\\modes.xml"), kConfigLoaded);
+  }
+  static std::string MarkOf(const ORVAPOOperatingMode& mode) {
+    const ORVQVTValue* mark = mode.GetDefaultControls().Find("mark");
+    return mark != nullptr ? mark->ToString() : "untouched";
+  }
+};
+
+TEST_F(ModeSearch, KeyThatTwoModesShareGivesTheLastAndFalse) {
+  LoadModes(Marked("1", "Movie", "In") + Marked("2", "Music", "In") + Marked("3", "Music", "In"));
+  ORVAPOOperatingMode found;
+  EXPECT_FALSE(file_.FindMode(Key("Game", "In"), found));
+  EXPECT_EQ(MarkOf(found), "untouched");
+  EXPECT_TRUE(file_.FindMode(Key("Movie", "In"), found));
+  EXPECT_EQ(MarkOf(found), "1");
+  EXPECT_FALSE(file_.FindMode(Key("Music", "In"), found));
+  EXPECT_EQ(MarkOf(found), "3");
+  EXPECT_TRUE(file_.FindModeForKey(Key("Music", "In"), found));
+  EXPECT_EQ(MarkOf(found), "3");
+}
+
+TEST_F(ModeSearch, AutomaticMicrophoneModeStandsInWhenThereIsOnlyOne) {
+  LoadModes(Marked("exact", "A", "S") + Marked("auto", "B", "S", "auto_mic='true'") +
+            Marked("other", "B", "T", "auto_mic='true'") + Marked("plain", "C", "T") +
+            Marked("1", "D", "U", "auto_mic='true'") + Marked("2", "E", "U", "auto_mic='true'"));
+  ORVAPOOperatingMode found;
+  EXPECT_TRUE(file_.FindModeForKey(Key("A", "S"), found));
+  EXPECT_EQ(MarkOf(found), "auto");
+  EXPECT_TRUE(file_.FindModeForKey(Key("B", "S"), found));
+  EXPECT_EQ(MarkOf(found), "auto");
+  EXPECT_TRUE(file_.FindModeForKey(Key("none", "T"), found));
+  EXPECT_EQ(MarkOf(found), "other");
+  EXPECT_FALSE(file_.FindModeForKey(Key("A", "V"), found));
+  EXPECT_EQ(MarkOf(found), "other");
+  EXPECT_FALSE(file_.FindModeForKey(Key("A", "U"), found));
+  EXPECT_EQ(MarkOf(found), "2");
+}
+
+TEST_F(ConfigurationFile, ThreadsWalkOneDocumentAndReadItsModesTogether) {
+  const std::string controls = "<control name='a'>&lt;1&gt;</control><control name='b'>2</control>";
+  std::string modes;
+  for (int mode = 0; mode < 50; ++mode)
+    modes += Mode("Mode" + std::to_string(mode), "Internal", "",
+                  controls + "<chain input='Stereo'><process tech_id='eq'/></chain>");
+  Write("shared.xml", Configuration(modes));
+  std::atomic<int> right{0};
+  const auto count_right = [&](const ORVAPOModeList& list) {
+    for (const auto& mode : list)
+      right += Texts(mode->GetDefaultControls()) == ControlTexts{{"a", "<1>"}, {"b", "2"}} &&
+               mode->GetChainDefinition().chains().size() == 1;
+  };
+  ORVAPOConfigurationFile shared(*machine_);
+  shared.Load(L"C:\\SHARED.xml", 0, 0);  // a document of its own: the threads meet at the other one
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i)
+    threads.emplace_back([&] {
+      ORVAPOConfigurationFile own(*machine_);
+      own.Load(L"C:\\shared.xml", 0, 0);
+      count_right(own.GetModes());
+      count_right(shared.GetModes());
+    });
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(right, 4 * 2 * 50);
+}
+
+}  // namespace
+}  // namespace orv

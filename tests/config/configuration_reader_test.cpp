@@ -1,0 +1,237 @@
+#include "config/configuration_reader.h"
+
+#include <gmock/gmock.h>
+#include <tinyxml2.h>
+
+#include <array>
+
+#include "config/control_lists.h"
+
+namespace orv {
+namespace {
+
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::Field;
+using testing::IsEmpty;
+using testing::Pair;
+using testing::StrEq;
+using testing::UnorderedElementsAre;
+
+constexpr char kMovieKey[] =
+    "<control name='ZAPO3-Operating Mode'>Movie</control>"
+    "<control name='ZAPO3-Speaker Type'>Internal</control>";
+
+struct Reading {
+  std::uint32_t status = 0;
+  ConfigurationContent content;
+  std::vector<ConfigurationRemark> remarks;
+
+  const ORVAPOOperatingMode& mode(std::size_t index) const { return *content.modes.at(index); }
+  std::vector<std::string> codes() const {
+    std::vector<std::string> codes;
+    for (const ConfigurationRemark& one : remarks) codes.emplace_back(one.code);
+    return codes;
+  }
+};
+
+Reading Read(const std::string& xml, std::uint32_t type = 0, std::uint32_t location = 0) {
+  tinyxml2::XMLDocument document;
+  document.Parse(xml.c_str());
+  Reading reading;
+  reading.status =
+      ReadConfiguration(document, type, location, reading.content,
+                        [&](ConfigurationRemark one) { reading.remarks.push_back(one); });
+  return reading;
+}
+
+std::string InRoot(const std::string& content) {
+  return "<orv_configuration>\n" + content + "</orv_configuration>";
+}
+
+// A mode with the key Movie/Internal in a document that loads.
+std::string WithMode(const std::string& content, const std::string& attributes = "") {
+  return InRoot("<properties><control name='a'>1</control></properties>\n<operating_mode " +
+                attributes + ">" + kMovieKey + content + "</operating_mode>");
+}
+
+TEST(ConfigurationReader, StatusFollowsTheElementsInDocumentOrder) {
+  const std::string good = std::string("<operating_mode>") + kMovieKey + "</operating_mode>";
+  const std::string bad = "<operating_mode/>";
+  const std::string properties = "<properties><control name='a'>1</control></properties>";
+  struct Case {
+    std::string xml;
+    std::uint32_t status;
+    std::size_t modes;
+  };
+  for (const Case& one : {
+           Case{"", 6, 0},
+           Case{"<orv_configuration>", 6, 0},
+           Case{"<orv_configuration/>", 6, 0},
+           Case{"<configuration>" + properties + "</configuration>", 6, 0},
+           Case{"<ORV_Configuration>" + properties + "</ORV_Configuration>", 0, 0},
+           Case{InRoot(good), 6, 1},
+           Case{InRoot("<properties>\n</properties>" + good), 2, 1},
+           Case{InRoot("<properties><!-- none --></properties>"), 0, 0},
+           Case{InRoot(properties + bad), 3, 0},
+           Case{InRoot(bad + properties), 0, 0},
+           Case{InRoot(properties + bad + good), 3, 1},
+           Case{InRoot(properties + good + "<properties/>"), 2, 1},
+       }) {
+    const Reading reading = Read(one.xml);
+    EXPECT_EQ(reading.status, one.status) << one.xml;
+    EXPECT_EQ(reading.content.modes.size(), one.modes) << one.xml;
+  }
+}
+
+TEST(ConfigurationReader, LastPropertiesReplaceEarlierOnesButNotTheProductName) {
+  const Reading reading =
+      Read(InRoot("<properties><control name='Product Name'>Speaker &amp; Co</control></properties>"
+                  "<PROPERTIES><Control name='b'>1</Control><control name='b'>2</control>"
+                  "<control name='B'>3</control></PROPERTIES>"));
+  EXPECT_EQ(reading.content.product_name, L"Speaker & Co");
+  EXPECT_THAT(Texts(reading.content.properties), ElementsAre(Pair("B", "3"), Pair("b", "2")));
+}
+
+TEST(ConfigurationReader, ControlTextIsTheLastChildWhateverItIs) {
+  const Reading reading =
+      Read(InRoot("<properties><control name='text'><!-- first --> two words </control>"
+                  "<control name='data'><![CDATA[<x>]]></control>"
+                  "<control name='comment'>text<!--last--></control>"
+                  "<control name='element'>text<inner/></control>"
+                  "<control name='entity'>&unknown;&#65;</control>"
+                  "<control name='blank'>  </control><control name='empty'></control>"
+                  "<control name=''>x</control><control Name='case'>x</control></properties>"));
+  EXPECT_THAT(Texts(reading.content.properties),
+              ElementsAre(Pair("comment", "last"), Pair("data", "<x>"), Pair("element", "inner"),
+                          Pair("entity", "&unknown;A"), Pair("text", " two words ")));
+}
+
+TEST(ConfigurationReader, PublicControlsAndTheKeyAreToldApart) {
+  const Reading reading = Read(
+      WithMode("<control name='p' public='TRUE'>1</control><control name='q' public='1'>2</control>"
+               "<control name='r'>3</control>",
+               "auto_mic='True'"));
+  ASSERT_EQ(reading.content.modes.size(), 1U);
+  EXPECT_THAT(Texts(reading.mode(0).GetPublicControls()), ElementsAre(Pair("p", "1")));
+  EXPECT_THAT(Texts(reading.mode(0).GetPrivateControls()),
+              ElementsAre(Pair("q", "2"), Pair("r", "3")));
+  EXPECT_TRUE(reading.mode(0).IsAutoMic());
+  EXPECT_THAT(reading.content.mode_lines, ElementsAre(3));
+
+  const Reading public_key =
+      Read(WithMode("<control name='ZAPO3-Operating Mode' public='true'>Music</control>"
+                    "<control name='ZAPO3-Speaker Type'>External</control>"));
+  EXPECT_EQ(public_key.mode(0).GetModeKey().GetModeName(), L"ApoOpMode:Movie/External");
+}
+
+TEST(ConfigurationReader, SelectorChoosesTheModesOfAType) {
+  struct Case {
+    const char* attributes;
+    std::array<std::size_t, 3> modes;  // by configuration type
+  };
+  for (const Case& one : {Case{"", {1, 0, 0}}, Case{"selector=''", {1, 0, 0}},
+                          Case{"selector='DSP'", {0, 1, 0}}, Case{"selector='cpu'", {0, 0, 0}}}) {
+    for (std::uint32_t type = 0; type < 3; ++type) {
+      const Reading reading = Read(WithMode("", one.attributes), type);
+      EXPECT_EQ(reading.status, kConfigLoaded);
+      EXPECT_EQ(reading.content.modes.size(), one.modes[type]) << one.attributes << type;
+    }
+  }
+}
+
+std::vector<std::string> Technologies(const Reading& reading) {
+  std::vector<std::string> technologies;
+  for (const ORVAPOChain& chain : reading.mode(0).GetChainDefinition().chains())
+    technologies.push_back(chain.processes.at(0).technology);
+  return technologies;
+}
+
+TEST(ConfigurationReader, LocationChoosesTheChains) {
+  const std::string xml = WithMode(
+      "<chain><process tech_id='plain'/></chain>"
+      "<chain_v2 position='SFX'><process tech_id='stream'/></chain_v2>"
+      "<chain_v2 position='EFX'><process tech_id='endpoint'/></chain_v2>"
+      "<chain_v2 position='efx'><process tech_id='never'/></chain_v2>"
+      "<chain_v2><process tech_id='never'/></chain_v2>");
+  EXPECT_THAT(Technologies(Read(xml, 0, 0)), ElementsAre("plain"));
+  EXPECT_THAT(Technologies(Read(xml, 0, 1)), ElementsAre("stream"));
+  EXPECT_THAT(Technologies(Read(xml, 0, 2)), IsEmpty());
+  EXPECT_THAT(Technologies(Read(xml, 0, 3)), ElementsAre("endpoint"));
+  EXPECT_THAT(Technologies(Read(xml, 0, 4)), IsEmpty());
+  EXPECT_STREQ(LocationName(0), L"PreBlue");
+  EXPECT_STREQ(LocationName(4), L"Invalid APO location!");
+}
+
+TEST(ConfigurationReader, ChainKeepsProcessesControlsAndLayouts) {
+  const Reading reading =
+      Read(WithMode("<chain type='CAPTURE' input='Stereo;5.1 Surround' output='none'>"
+                    "<process/><process tech_id=''/>"
+                    "<process tech_id='eq' instance_id='2' hook='pre'/><process tech_id='limit'/>"
+                    "<control name='c' public='true'>7</control></chain>"
+                    "<chain type='x' input=''><control name='c'>7</control></chain>"));
+  ASSERT_EQ(reading.mode(0).GetChainDefinition().chains().size(), 1U);
+  const ORVAPOChain& chain = reading.mode(0).GetChainDefinition().chains()[0];
+  EXPECT_FALSE(chain.render);
+  EXPECT_EQ(chain.input_layouts, kLayoutStereo | kLayout51);
+  EXPECT_EQ(chain.output_layouts, 0U);
+  ASSERT_EQ(chain.processes.size(), 2U);
+  EXPECT_EQ(chain.processes[0].instance, "2");
+  EXPECT_EQ(chain.processes[0].hook, "pre");
+  EXPECT_EQ(chain.processes[1].technology, "limit");
+  EXPECT_THAT(Texts(chain.controls), ElementsAre(Pair("c", "7")));
+}
+
+TEST(ConfigurationReader, LayoutListsUniteTheirPieces) {
+  EXPECT_EQ(ParseLayoutList("Stereo,;, 7.1 Surround!"), kLayoutStereo | kLayout71);
+  EXPECT_EQ(ParseLayoutList("Mono or Stereo"), kLayoutMono);
+  EXPECT_EQ(ParseLayoutList("Mono;Any"), kAnyLayout);
+  EXPECT_EQ(ParseLayoutList("stereo;;"), 0U);
+}
+
+TEST(ConfigurationReader, RemarksHaveLinesAndErrorsAreThoseOfTheStatus) {
+  const Reading reading = Read(
+      InRoot("<properties/>\n<operating_mode selector='dsp'/>\n<operating_mode/>\n<a/> text\n"));
+  const auto remark = [](const char* code, int line, ConfigurationRemark::Severity severity) {
+    return AllOf(Field(&ConfigurationRemark::code, StrEq(code)),
+                 Field(&ConfigurationRemark::line, line),
+                 Field(&ConfigurationRemark::severity, severity));
+  };
+  using enum ConfigurationRemark::Severity;
+  EXPECT_THAT(
+      reading.remarks,
+      ElementsAre(remark("empty-properties", 2, Error), remark("mode-selector", 3, Note),
+                  remark("mode-without-key", 3, Warning), remark("mode-without-key", 4, Error),
+                  remark("unknown-element", 5, Warning), remark("stray-text", 5, Note),
+                  remark("no-modes", 0, Warning)));
+  EXPECT_THAT(Read("<x>").codes(), ElementsAre("parse-error"));
+  EXPECT_THAT(Read(InRoot("<a/>")).codes(), Contains("no-properties"));
+}
+
+TEST(ConfigurationReader, ObserverHearsOfDoubtfulContent) {
+  const std::string mode =
+      std::string("<operating_mode auto_mic='true'>") + kMovieKey + "</operating_mode>";
+  EXPECT_THAT(Read(InRoot("<properties><control name='ZAPO3-Operating Mode'>Game</control>"
+                          "<control name='ZAPO3-Speaker Type'>Internal</control></properties>" +
+                          mode + mode))
+                  .codes(),
+              ElementsAre("duplicate-mode", "duplicate-auto-mic", "default-mode-missing"));
+  EXPECT_THAT(
+      Read(WithMode("<control>1</control><control name='n'/><control name='d'>1</control>"
+                    "<control name='d' public='yes'>2</control><control name='d' "
+                    "public='true'>3</control>"
+                    "<control name='ZAPO3-Speaker Type' public='true'>x</control>"
+                    "<chain input='Quad' type='both' color='red'/>"
+                    "<chain_v2 position='MFX'><process/></chain_v2><chain_v2 position='mfx'/>"))
+          .codes(),
+      UnorderedElementsAre("control-without-name", "control-without-text", "unknown-flag",
+                           "duplicate-control", "control-public-and-private", "key-control-public",
+                           "control-public-and-private", "unknown-layout", "unknown-chain-type",
+                           "unknown-attribute", "chain-without-process", "chain-location",
+                           "process-without-tech-id", "chain-without-process", "unknown-position",
+                           "chain-without-process"));
+}
+
+}  // namespace
+}  // namespace orv

@@ -1,0 +1,254 @@
+#include "config/mode_selector.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <fstream>
+#include <functional>
+#include <thread>
+
+#include "config/control_lists.h"
+#include "platform/simulated/simulated_machine.h"
+#include "support/temporary_folder.h"
+
+namespace orv {
+namespace {
+
+constexpr wchar_t kSpeakersKey[] = L"Software\\Example\\Speakers";
+constexpr wchar_t kHeadsetKey[] = L"Software\\Example\\Headset";
+constexpr std::chrono::seconds kDeadline{30};
+
+const ORVAPOModeKey kMovie = Key("Movie", "Internal");
+const ORVAPOModeKey kMusic = Key("Music", "External");
+
+std::unique_ptr<RegistryKey> MakeKey(Machine& machine, const std::wstring& path) {
+  std::unique_ptr<RegistryKey> key;
+  EXPECT_EQ(machine.registry().CreateKey(RegRoot::LocalMachine, path,
+                                         kKeyRead | kKeyWrite | kKeyWow64_64, key, nullptr),
+            kRegOk);
+  return key;
+}
+
+ImageBytes StoredImage(Machine& machine, const std::wstring& path) {
+  std::uint32_t type = 0;
+  ImageBytes bytes;
+  ReadValue(*MakeKey(machine, path), ORVAPOModeSelector::kCurrentModeValue, type, bytes);
+  return bytes;
+}
+
+std::wstring CurrentMode(ORVAPOModeSelector& selector, bool expected_result) {
+  ORVAPOModeKey key = Key("poison", "poison");
+  EXPECT_EQ(selector.GetCurrentMode(key), expected_result);
+  return key.GetModeName();
+}
+
+class Listener : public IORVModeNotify {
+ public:
+  explicit Listener(std::function<void()> action = {}) : action_(std::move(action)) {}
+  void OnModeChanged() override {
+    if (action_) action_();
+    ++calls;
+    called.Set();
+  }
+  Event called{Event::Kind::AutoReset};
+  std::atomic<int> calls{0};
+
+ private:
+  std::function<void()> action_;
+};
+
+class ModeSelector : public testing::Test {
+ protected:
+  ModeSelector() {
+    MakeKey(*machine_, kSpeakersKey);
+    MakeKey(*machine_, kHeadsetKey);
+  }
+  // Another client of the same endpoint.
+  void ChangeElsewhere(const std::wstring& path, const ORVAPOModeKey& mode) {
+    ORVAPOModeSelector other(*machine_);
+    ASSERT_TRUE(other.Init(path, Key("Unused", "Unused")));
+    ASSERT_TRUE(other.SetCurrentMode(mode));
+  }
+
+  std::unique_ptr<SimulatedMachine> machine_ = SimulatedMachine::InMemory();
+  ORVAPOModeSelector selector_{*machine_};
+};
+
+TEST_F(ModeSelector, DefaultIsCurrentUntilSomethingIsStored) {
+  ASSERT_TRUE(selector_.Init(kSpeakersKey, kMovie));
+  EXPECT_EQ(StoredImage(*machine_, kSpeakersKey), ImageBytes());
+  EXPECT_EQ(CurrentMode(selector_, false), L"ApoOpMode:Movie/Internal");
+
+  ASSERT_TRUE(selector_.SetCurrentMode(kMusic));
+  ORVAPOModeSelector later(*machine_);
+  ASSERT_TRUE(later.Init(kSpeakersKey, kMovie));
+  EXPECT_EQ(CurrentMode(later, true), L"ApoOpMode:Music/External");
+
+  machine_->faults().FailNth("registry.set_value", 1, kRegWriteFault);
+  EXPECT_FALSE(selector_.SetCurrentMode(kMovie));
+  EXPECT_EQ(CurrentMode(selector_, true), L"ApoOpMode:Music/External");
+
+  EXPECT_TRUE(selector_.SetCurrentMode(ORVAPOModeKey()));
+  EXPECT_EQ(CurrentMode(selector_, false), L"ApoOpMode:ZAPO3-Undefined/ZAPO3-Disabled");
+  EXPECT_TRUE(selector_.DeleteStoredMode());
+  EXPECT_FALSE(selector_.DeleteStoredMode());
+  EXPECT_EQ(StoredImage(*machine_, kSpeakersKey), ImageBytes());
+}
+
+TEST_F(ModeSelector, StoredPartOfAKeyIsCompletedByTheDefault) {
+  ImageBytes image;
+  EncodeImage({{L"ZAPO3-Speaker Type", std::string("Dock")}}, image);
+  const auto key = MakeKey(*machine_, kSpeakersKey);
+  key->SetValue(ORVAPOModeSelector::kCurrentModeValue, kRegBinary, image.data(),
+                static_cast<std::uint32_t>(image.size()));
+  ASSERT_TRUE(selector_.Init(kSpeakersKey, kMovie));
+  ASSERT_TRUE(selector_.DeleteStoredMode());
+  EXPECT_EQ(CurrentMode(selector_, false), L"ApoOpMode:Movie/Dock");
+}
+
+TEST_F(ModeSelector, WithoutAKeyNothingIsWritten) {
+  EXPECT_FALSE(selector_.SetCurrentMode(kMusic));
+  EXPECT_FALSE(selector_.DeleteStoredMode());
+  ASSERT_TRUE(selector_.Init(kSpeakersKey, kMovie));
+  ASSERT_TRUE(selector_.SetCurrentMode(kMovie));
+  const auto stored = StoredImage(*machine_, kSpeakersKey);
+
+  EXPECT_FALSE(selector_.Init(L"Software\\Example\\Unplugged", kMovie));
+  EXPECT_FALSE(selector_.SetCurrentMode(kMusic));
+  EXPECT_EQ(CurrentMode(selector_, false), L"ApoOpMode:Music/External");
+  EXPECT_EQ(StoredImage(*machine_, kSpeakersKey), stored);
+}
+
+TEST_F(ModeSelector, ListenerHearsOwnAndForeignChangesUntilRemoved) {
+  Listener listener;
+  ASSERT_TRUE(selector_.Init(kSpeakersKey, kMovie));
+  ASSERT_TRUE(selector_.SetNotifyTarget(&listener));
+  ASSERT_TRUE(selector_.SetCurrentMode(kMusic));
+  EXPECT_EQ(listener.calls, 2);  // one for each of the key's texts
+  ASSERT_TRUE(selector_.SetCurrentMode(kMusic));
+  EXPECT_EQ(listener.calls, 2);
+  listener.called.Reset();
+
+  ChangeElsewhere(kSpeakersKey, kMovie);
+  ASSERT_TRUE(listener.called.Wait(kDeadline));
+  EXPECT_EQ(CurrentMode(selector_, true), L"ApoOpMode:Movie/Internal");
+
+  ASSERT_TRUE(selector_.SetNotifyTarget(nullptr));
+  const int calls = listener.calls;
+  ASSERT_TRUE(selector_.SetCurrentMode(kMusic));
+  EXPECT_EQ(listener.calls, calls);
+}
+
+TEST_F(ModeSelector, ReadingTheModeDoesNotHideAForeignChangeFromTheListener) {
+  Listener listener;
+  ASSERT_TRUE(selector_.Init(kSpeakersKey, kMovie));
+  ASSERT_TRUE(selector_.SetNotifyTarget(&listener));
+  ChangeElsewhere(kSpeakersKey, kMusic);
+  EXPECT_EQ(CurrentMode(selector_, true), L"ApoOpMode:Music/External");
+  EXPECT_GE(listener.calls, 1);
+  EXPECT_TRUE(selector_.SetNotifyTarget(nullptr));
+}
+
+TEST_F(ModeSelector, WatchFollowsTheSelectorToAnotherKey) {
+  Listener listener;
+  ASSERT_TRUE(selector_.SetNotifyTarget(&listener));
+  ASSERT_TRUE(selector_.Init(kSpeakersKey, kMovie));
+  ASSERT_TRUE(selector_.Init(kHeadsetKey, kMovie));
+  listener.called.Reset();
+  ChangeElsewhere(kHeadsetKey, kMusic);
+  EXPECT_TRUE(listener.called.Wait(kDeadline));
+  EXPECT_TRUE(selector_.SetNotifyTarget(nullptr));
+}
+
+TEST_F(ModeSelector, ListenerMayUseTheSelectorAndRemoveItself) {
+  std::wstring seen;
+  bool removed = false;
+  Listener listener([&] {
+    ORVAPOModeKey key;
+    selector_.GetCurrentMode(key);
+    seen = key.GetModeName();
+    removed = selector_.SetNotifyTarget(nullptr);
+  });
+  ASSERT_TRUE(selector_.Init(kSpeakersKey, kMovie));
+  ASSERT_TRUE(selector_.SetNotifyTarget(&listener));
+  ChangeElsewhere(kSpeakersKey, kMusic);
+  ASSERT_TRUE(listener.called.Wait(kDeadline));
+  ASSERT_TRUE(selector_.SetNotifyTarget(nullptr));
+  EXPECT_TRUE(removed);
+  EXPECT_EQ(seen, L"ApoOpMode:Music/External");
+
+  ASSERT_TRUE(selector_.SetNotifyTarget(&listener));
+  ASSERT_TRUE(selector_.SetCurrentMode(kMovie));
+  EXPECT_EQ(listener.calls, 2);  // the second text was changed without a listener
+  EXPECT_EQ(seen, L"ApoOpMode:Movie/Internal");
+  EXPECT_EQ(CurrentMode(selector_, true), L"ApoOpMode:Movie/Internal");
+}
+
+TEST_F(ModeSelector, RemovalWaitsForTheListenerAndIsFinal) {
+  Event entered{Event::Kind::ManualReset};
+  Event release{Event::Kind::ManualReset};
+  std::atomic<bool> inside{false};
+  Listener listener([&] {
+    inside = true;
+    entered.Set();
+    release.Wait(kDeadline);
+    ORVAPOModeKey key;
+    selector_.GetCurrentMode(key);
+    inside = false;
+  });
+  ASSERT_TRUE(selector_.Init(kSpeakersKey, kMovie));
+  ASSERT_TRUE(selector_.SetNotifyTarget(&listener));
+  ChangeElsewhere(kSpeakersKey, Key("Music", "Internal"));
+  ASSERT_TRUE(entered.Wait(kDeadline));
+  std::thread remover([&] {
+    EXPECT_TRUE(selector_.SetNotifyTarget(nullptr));
+    EXPECT_FALSE(inside);
+  });
+  release.Set();
+  remover.join();
+  ChangeElsewhere(kSpeakersKey, kMusic);
+  EXPECT_EQ(listener.calls, 1);
+}
+
+TEST_F(ModeSelector, ListenersComeAndGoWhileModesChange) {
+  Listener listener([&] { selector_.SetNotifyTarget(nullptr); });
+  ASSERT_TRUE(selector_.Init(kSpeakersKey, kMovie));
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 2; ++i) {
+    threads.emplace_back([&] {
+      for (int round = 0; round < 20; ++round) {
+        EXPECT_TRUE(selector_.SetNotifyTarget(&listener));
+        EXPECT_TRUE(selector_.SetNotifyTarget(nullptr));
+      }
+    });
+  }
+  for (int round = 0; round < 20; ++round)
+    EXPECT_TRUE(selector_.SetCurrentMode(round % 2 == 0 ? kMusic : kMovie));
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(CurrentMode(selector_, true), L"ApoOpMode:Movie/Internal");
+}
+
+TEST(ModeSelectors, OfTwoMachinesOnOneFolderSeeEachOther) {
+  const TemporaryFolder folder;
+  std::ofstream(folder.path() / "machine.json") << "{}";
+  std::ofstream(folder.path() / "registry.reg")
+      << "Windows Registry Editor Version 5.00\n\n"
+         "[HKEY_LOCAL_MACHINE\\Software\\Example\\Speakers]\n";
+  FileError error;
+  const auto first = SimulatedMachine::Open(folder.path(), error);
+  const auto second = SimulatedMachine::Open(folder.path(), error);
+  ASSERT_TRUE(first && second) << error.Text();
+  Listener listener;
+  ORVAPOModeSelector here(*first);
+  ORVAPOModeSelector there(*second);
+  ASSERT_TRUE(here.Init(kSpeakersKey, kMovie) && there.Init(kSpeakersKey, kMovie));
+  ASSERT_TRUE(here.SetNotifyTarget(&listener));
+  ASSERT_TRUE(there.SetCurrentMode(kMusic));
+  ASSERT_TRUE(listener.called.Wait(kDeadline));
+  EXPECT_EQ(CurrentMode(here, true), L"ApoOpMode:Music/External");
+  ASSERT_TRUE(here.SetCurrentMode(kMovie));
+  EXPECT_EQ(CurrentMode(there, true), L"ApoOpMode:Movie/Internal");
+}
+
+}  // namespace
+}  // namespace orv

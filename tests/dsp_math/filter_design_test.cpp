@@ -1,0 +1,232 @@
+#include "dsp_math/filter_design.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "dsp_math/cascade_response.h"
+#include "dsp_math/elementary.h"
+#include "dsp_math/filter_steps.h"
+
+namespace orv {
+namespace {
+
+constexpr std::int32_t kRate = 48000;
+constexpr std::int32_t kPoison = 0x5A5A5A5A;
+
+// Storage of exactly the promised size at an odd address, between guards.
+class GuardedWorkspace {
+ public:
+  explicit GuardedWorkspace(std::size_t sections)
+      : bytes_(kGuard + FilterWorkspace(sections) + kGuard, kFill) {}
+  ~GuardedWorkspace() {
+    EXPECT_EQ(std::count(bytes_.begin(), bytes_.begin() + kGuard, kFill), kGuard);
+    EXPECT_EQ(std::count(bytes_.end() - kGuard, bytes_.end(), kFill), kGuard);
+  }
+  void* data() { return bytes_.data() + kGuard; }
+
+ private:
+  static constexpr std::ptrdiff_t kGuard = 33;
+  static constexpr char kFill = 0x33;
+  std::vector<char> bytes_;
+};
+
+std::vector<std::int32_t> Design(const std::vector<FilterBand>& bands, std::int32_t status = 0) {
+  std::vector<std::int32_t> words(FilterWords(bands.size()) + 1, kPoison);
+  GuardedWorkspace workspace(bands.size());
+  const FilterSet set{static_cast<std::int32_t>(bands.size()), bands.data(), kRate};
+  EXPECT_EQ(DesignFilterSet(set, words.data(), workspace.data()), status);
+  EXPECT_EQ(words.back(), kPoison);
+  words.pop_back();
+  return words;
+}
+
+TEST(FilterDesign, CornerAtHalfTheRateIsRefusedAndWritesNothing) {
+  std::vector<std::int32_t> words(14, kPoison);
+  std::vector<std::int16_t> narrow(14, 77);
+  GuardedWorkspace workspace(2);
+  const auto high_pass = [&](float frequency, std::int32_t kind, std::int32_t rate) {
+    return DesignButterworth32(frequency, 4, rate, kind, words.data(), workspace.data());
+  };
+  EXPECT_EQ(high_pass(24000, kButterworthHighPass, kRate), kFilterRefused);
+  EXPECT_EQ(high_pass(22050, kButterworthHighPass, 44101), kFilterRefused);
+  EXPECT_EQ(high_pass(100, kButterworthHighPass, 0), kFilterRefused);
+  EXPECT_EQ(high_pass(100, 2, kRate), kFilterRefused);
+  EXPECT_EQ(high_pass(100, -1, kRate), kFilterRefused);
+  EXPECT_EQ(DesignButterworth16(24000, 4, kRate, 0, narrow.data(), workspace.data()),
+            kFilterRefused);
+  EXPECT_EQ(words, std::vector<std::int32_t>(14, kPoison));
+  EXPECT_EQ(narrow, std::vector<std::int16_t>(14, 77));
+  EXPECT_EQ(high_pass(23999.998F, kButterworthHighPass, kRate), kFilterOk);
+}
+
+TEST(FilterDesign, OneBandTooHighRefusesTheWholeSet) {
+  const FilterBand good{kORVFilter_Peaking, 100, 1, 6, 0};
+  const FilterBand high{kORVFilter_Peaking, 24000, 1, 6, 0};
+  EXPECT_EQ(Design({good, high, good}, kFilterRefused), std::vector<std::int32_t>(20, kPoison));
+}
+
+TEST(FilterDesign, BassSetWithRefusedAllPassStillHasItsResonators) {
+  std::vector<std::int32_t> words(kBassEnhancementWords, kPoison);
+  GuardedWorkspace workspace(1);
+  EXPECT_EQ(DesignBassEnhancementFilters(14000, 200, kRate, words.data(), workspace.data()),
+            kFilterRefused);
+  EXPECT_EQ(std::count(words.begin(), words.begin() + 16, kPoison), 0);
+  EXPECT_EQ(std::count(words.begin() + 16, words.end(), kPoison), 8);
+}
+
+TEST(FilterDesign, HeadroomLeavesABitForTheSign) {
+  for (const auto& [value, bits] : {std::pair{0.0F, 0},
+                                    {0.1F, 0},
+                                    {0.4999F, 0},
+                                    {0.5F, 1},
+                                    {0.75F, 1},
+                                    {0.9999F, 1},
+                                    {1.0F, 2},
+                                    {1.5F, 2},
+                                    {2.0F, 3},
+                                    {7.9999995F, 4},
+                                    {8.0F, 5},
+                                    {1e-42F, 0}}) {
+    EXPECT_EQ(HeadroomBits(value), bits) << value;
+  }
+}
+
+TEST(FilterDesign, GainBandKeepsItsGain) {
+  FilterSection section{};
+  DesignBand({kORVFilter_Gain, 1000, 1, 6, 0}, kRate, section);
+  EXPECT_NEAR(section.b0, 1.9953F, 5e-5);
+  const auto words = Design({{kORVFilter_Gain, 1000, 1, 6, 1}});
+  EXPECT_EQ(words, (std::vector<std::int32_t>{2, -1073741824, 0, 0, 0, 0, 2, 2142396544}));
+}
+
+TEST(FilterDesign, InvertedBandHasTheOppositeNumerator) {
+  for (std::int32_t type = 0; type < 10; ++type) {
+    const auto upright = Design({{type, 700, 2, -5, 0}});
+    const auto inverted = Design({{type, 700, 2, -5, 42}});
+    for (std::size_t i = 0; i < upright.size(); ++i) {
+      const bool numerator = i >= 1 && i <= 3;
+      EXPECT_EQ(inverted[i], numerator ? -upright[i] : upright[i]) << type << ' ' << i;
+    }
+  }
+}
+
+TEST(FilterDesign, TraditionalCutUndoesTheBoost) {
+  const FilterBand bands[] = {{kORVFilter_Traditional, 300, 2, 9, 0},
+                              {kORVFilter_Traditional, 300, 2, -9, 0}};
+  FilterSection sections[2];
+  ASSERT_EQ(DesignCascade({2, bands, kRate}, sections), kFilterOk);
+  const Cascade both(sections, 2);
+  for (const double frequency : {20.0, 290.0, 300.0, 310.0, 20000.0}) {
+    EXPECT_NEAR(both.Decibels(frequency, kRate), 0, 1e-3) << frequency;
+  }
+}
+
+TEST(FilterDesign, UnknownTypeKeepsTheSection) {
+  FilterSection section{1, 2, 3, 4, 5};
+  DesignBand({10, 1000, 1, 0, 1}, kRate, section);
+  EXPECT_EQ(section.b0, 1);
+  EXPECT_EQ(section.a2, 5);
+}
+
+TEST(FilterDesign, SixteenBitB1StaysTwiceB0) {
+  std::vector<std::int16_t> words(20);
+  for (const std::int32_t order : {4, 5}) {
+    for (const std::int32_t kind : {kButterworthLowPass, kButterworthHighPass}) {
+      GuardedWorkspace workspace(ButterworthSections(order));
+      ASSERT_EQ(DesignButterworth16(77, order, kRate, kind, words.data(), workspace.data()), 0);
+      for (std::size_t i = order % 2; i < ButterworthSections(order); ++i) {
+        EXPECT_EQ(words[6 * i + 2], (kind == kButterworthLowPass ? 2 : -2) * words[6 * i + 1]);
+      }
+    }
+  }
+}
+
+TEST(FilterDesign, WithoutSectionsOnlyTheGainIsWritten) {
+  for (const std::int32_t order : {0, -1, -7, std::numeric_limits<std::int32_t>::min()}) {
+    std::int32_t words[] = {kPoison, kPoison, kPoison};
+    GuardedWorkspace workspace(0);
+    EXPECT_EQ(DesignButterworth32(100, order, kRate, 1, words, workspace.data()), kFilterOk);
+    EXPECT_EQ(std::vector<std::int32_t>(words, words + 3),
+              (std::vector<std::int32_t>{2, 1073741824, kPoison}));
+  }
+  EXPECT_EQ(Design({}), (std::vector<std::int32_t>{2, 1073741824}));
+}
+
+// Full scale at the input must stay within full scale at every node.
+TEST(FilterDesign, NoNodeOfAScaledCascadeOverflows) {
+  const FilterBand bands[] = {{kORVFilter_Peaking, 45, 8, 18, 0},
+                              {kORVFilter_LowShelf, 100, 0.5F, 12, 0},
+                              {kORVFilter_LowPass, 60, 0, 20, 1}};
+  FilterSection sections[3];
+  ASSERT_EQ(DesignCascade({3, bands, kRate}, sections), kFilterOk);
+  std::vector<float> storage(5 * 3 + 384);
+  ScaleSectionsL1(sections, 3, storage.data());
+  std::vector<double> signal(400000);
+  signal[0] = 1;
+  for (const FilterSection& section : sections) {
+    double s0 = 0;
+    double s1 = 0;
+    double norms[3] = {};
+    for (double& sample : signal) {
+      const double x = sample;
+      sample = section.b0 * x + s0;
+      s0 = section.b1 * x + section.a1 * sample + s1;
+      s1 = section.b2 * x + section.a2 * sample;
+      norms[0] += std::abs(sample);
+      norms[1] += std::abs(s0);
+      norms[2] += std::abs(s1);
+    }
+    EXPECT_NEAR(*std::max_element(norms, norms + 3), 1, 1e-3);
+  }
+}
+
+TEST(FilterDesign, DesignsThatNeverDecayEnd) {
+  constexpr float kInfinite = std::numeric_limits<float>::infinity();
+  constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+  for (const FilterBand& band : std::vector<FilterBand>{
+           {kORVFilter_Peaking, 1000, -2, 6, 0},      // poles outside the unit circle
+           {kORVFilter_Peaking, 1000, -20000, 6, 0},  // just outside
+           {kORVFilter_LowPass, 1000, 1, 3e8F, 0},    // on it
+           {kORVFilter_Peaking, -500, 1, 6, 0},
+           {kORVFilter_Peaking, 1000, 0, 6, 0},
+           {kORVFilter_LowShelf, 1000, -1, kInfinite, 0},
+           {kORVFilter_Traditional, 1000, kNaN, 6, 0},
+           {kORVFilter_Traditional, kNaN, 1, 6, 0},
+           {kORVFilter_BandPass, 1000, 1, -kInfinite, 0}}) {
+    const FilterBand good{kORVFilter_Peaking, 100, 1, 6, 0};
+    for (const auto& words : {Design({band}), Design({good, band, good})}) {
+      EXPECT_EQ(std::count(words.begin(), words.end(), kPoison), 0);
+    }
+  }
+}
+
+// At a pole radius of 1.0000125 the sums grow for minutes: the bound ends the run, not an overflow.
+TEST(FilterDesign, SlowlyGrowingDesignKeepsTheSumsItReached) {
+  const auto words = Design({{kORVFilter_Peaking, 1000, -200000, 6, 0}});
+  EXPECT_GT(words[7], 0);
+  EXPECT_FALSE(Cascade::FromWords(words.data(), 1).Stable());
+}
+
+TEST(Elementary, AgreesWithTheMathematicalLibrary) {
+  const auto close = [](double value, double expected) {
+    EXPECT_NEAR(value, expected, 4e-16 * std::max(1.0, std::abs(expected)));
+  };
+  for (int i = -3000; i <= 3000; ++i) {
+    const double x = i * 0.00731;
+    close(Sine(x), std::sin(x));
+    close(Cosine(x), std::cos(x));
+    EXPECT_NEAR(Tangent(x) / std::tan(x == 0 ? 1 : x), x == 0 ? 0 : 1, 1e-15);
+    EXPECT_NEAR(Exponential(x) / std::exp(x), 1, 1e-15);
+    EXPECT_NEAR(DecibelsToGain(x) / std::pow(10, x / 20), 1, 1e-15);
+  }
+  EXPECT_EQ(Exponential(-1e9), 0);
+  EXPECT_EQ(DecibelsToGain(1e9), HUGE_VAL);
+  EXPECT_LE(std::abs(Sine(1e300)), 1);
+}
+
+}  // namespace
+}  // namespace orv

@@ -1,0 +1,21 @@
+// Filter designs written down once more, plainly and in extended precision, to compare words with.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "dsp_math/filter_design.h"
+
+namespace orv::reference {
+
+struct Section {
+  float b0, b1, b2, a1, a2;
+};
+
+std::vector<Section> Butterworth(float frequency, int order, int rate, bool high_pass);
+Section Band(const FilterBand& band, int rate);
+
+// Scales, quantises and lays out the words of a design.
+std::vector<std::int64_t> Words(std::vector<Section> sections, int bits);
+
+}  // namespace orv::reference

@@ -1,0 +1,319 @@
+#include "dsp_math/transform.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cmath>
+#include <complex>
+#include <memory>
+#include <numbers>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include "dsp_math/transform_kernels.h"
+
+namespace orv {
+namespace {
+
+constexpr std::uint32_t kSizes[] = {32, 64, 128, 256, 512, 1024, 2048, 4096};
+
+// A registered plan with an instance of it.
+class Transform {
+ public:
+  explicit Transform(std::uint32_t size, std::uint32_t type = 1) : plan_({size, type}) {
+    EXPECT_EQ(plan_.status(), kTransformOk);
+    EXPECT_EQ(CreateTransformInstance(&instance_, memory_.data(), nullptr, nullptr, {size, type}),
+              kTransformOk);
+  }
+  const TransformInstance& instance() const { return *instance_; }
+  std::vector<float> operator()(const std::vector<float>& input) const {
+    std::vector<float> output(input.size(), -77);
+    RealTransform(*instance_, input.data(), output.data());
+    return output;
+  }
+
+ private:
+  RegisteredTransform plan_;
+  std::array<char, 48> memory_{};
+  TransformInstance* instance_ = nullptr;
+};
+
+// The discrete Fourier transform by halving, in extended precision.
+using Complex = std::complex<long double>;
+std::vector<Complex> Spectrum(const float* input, std::size_t size, std::size_t step = 1) {
+  if (size == 1) return {*input};
+  const auto even = Spectrum(input, size / 2, 2 * step);
+  const auto odd = Spectrum(input + step, size / 2, 2 * step);
+  std::vector<Complex> spectrum(size);
+  for (std::size_t k = 0; k < size / 2; ++k) {
+    const auto angle = -2 * std::numbers::pi_v<long double> * static_cast<long double>(k) /
+                       static_cast<long double>(size);
+    const Complex turned = std::polar(1.0L, angle) * odd[k];
+    spectrum[k] = even[k] + turned;
+    spectrum[k + size / 2] = even[k] - turned;
+  }
+  return spectrum;
+}
+
+// In halfcomplex order and divided by the size.
+std::vector<long double> Definition(const std::vector<float>& input) {
+  const std::size_t size = input.size();
+  const auto spectrum = Spectrum(input.data(), size);
+  std::vector<long double> output(size);
+  for (std::size_t k = 0; k <= size / 2; ++k) {
+    output[k] = spectrum[k].real() / static_cast<long double>(size);
+    if (k > 0 && k < size / 2) {
+      output[size - k] = -spectrum[k].imag() / static_cast<long double>(size);
+    }
+  }
+  return output;
+}
+
+// The stages as they are defined, one value at a time, on the plan's own swap list.
+std::vector<float> Stages(const TransformPlan& plan, std::vector<float> b) {
+  const auto* pairs = reinterpret_cast<const std::uint16_t*>(plan.swap_list + 1);
+  for (std::uint32_t i = 0; i < *plan.swap_list; ++i) {
+    std::swap(b[pairs[2 * i]], b[pairs[2 * i + 1]]);
+  }
+  for (std::size_t s = 0; s < b.size(); s += 8) {
+    const std::array<float, 8> x{b[s],     b[s + 1], b[s + 2], b[s + 3],
+                                 b[s + 4], b[s + 5], b[s + 6], b[s + 7]};
+    const float d1 = x[0] - x[1];
+    const float d2 = x[2] - x[3];
+    const float p = x[4] - x[5] + x[6] - x[7];
+    const float q = x[4] - x[5] - x[6] + x[7];
+    const float c = 0.70710677F;
+    const float low = x[0] + x[1] + x[2] + x[3];
+    const float high = x[4] + x[5] + x[6] + x[7];
+    const float packed[] = {
+        (low + high) / 8,  (d1 + c * q) / 8, (x[0] + x[1] - x[2] - x[3]) / 8, (d1 - c * q) / 8,
+        (low - high) / 16, (c * p - d2) / 8, (x[4] + x[5] - x[6] - x[7]) / 8, (c * p + d2) / 8};
+    std::copy_n(packed, 8, b.begin() + static_cast<std::ptrdiff_t>(s));
+  }
+  for (std::size_t length = 16; length <= b.size(); length *= 2) {
+    const std::size_t h = length / 2;
+    for (std::size_t s = 0; s < b.size(); s += length) {
+      const float a = (b[s] + b[s + h]) / 2;
+      b[s + h] = (a - b[s + h]) / 2;
+      b[s] = a;
+      for (std::size_t j = 1; j < length / 4; ++j) {
+        const double angle = 2 * std::numbers::pi * static_cast<double>(j) / double(length);
+        const auto co = static_cast<float>(std::cos(angle));
+        const auto si = static_cast<float>(-std::sin(angle));
+        float& P = b[s + j];
+        float& R = b[s + h - j];
+        float& m1 = b[s + j + h];
+        float& m2 = b[s + h - j + h];
+        const float t = si * m2 + co * m1;
+        const float u = (P + t) / 2;
+        const float v = co * m2 - si * m1;
+        const float w = v / 2 + R / 2;
+        m1 = w - R;
+        m2 = w;
+        P = u;
+        R = u - t;
+      }
+    }
+  }
+  b[b.size() / 2] *= 2;
+  return b;
+}
+
+template <class Numbers, class Expected>
+double RelativeError(const Numbers& output, const Expected& expected) {
+  double error = 0;
+  double power = 0;
+  for (std::size_t i = 0; i < output.size(); ++i) {
+    const auto difference = static_cast<double>(output[i] - expected[i]);
+    error += difference * difference;
+    power += static_cast<double>(expected[i]) * static_cast<double>(expected[i]);
+  }
+  return std::sqrt(error / power);
+}
+
+std::vector<float> Noise(std::size_t size, unsigned seed) {
+  std::mt19937 random(seed);
+  std::uniform_real_distribution<float> sample(-1, 1);
+  std::vector<float> noise(size);
+  std::generate(noise.begin(), noise.end(), [&] { return sample(random); });
+  return noise;
+}
+
+TEST(Transform, MatchesTheDefinitionForEverySizeAndType) {
+  for (const std::uint32_t size : kSizes) {
+    for (const std::uint32_t type : {0U, 1U}) {
+      const Transform transform(size, type);
+      std::vector<float> impulse(size);
+      impulse[5] = 1;
+      for (const auto& input : {Noise(size, size), impulse, std::vector<float>(size, 1.0F)}) {
+        const auto output = transform(input);
+        EXPECT_LT(RelativeError(output, Definition(input)), 2e-7) << size;
+        auto in_place = input;
+        RealTransform(transform.instance(), in_place.data(), in_place.data());
+        EXPECT_EQ(in_place, output);
+      }
+    }
+  }
+}
+
+TEST(Transform, SineAtEveryBinGivesThatBinAlone) {
+  for (const std::uint32_t size : kSizes) {
+    const Transform transform(size);
+    for (std::uint32_t bin = 1; bin<size / 2; bin += size> 512 ? size / 128 : 1) {
+      std::vector<float> input(size);
+      for (std::uint32_t n = 0; n < size; ++n) {
+        const double angle = 2 * std::numbers::pi * (n * bin % size) / size;
+        input[n] = static_cast<float>(std::sin(angle) + 0.5 * std::cos(angle));
+      }
+      const auto output = transform(input);
+      ASSERT_NEAR(output[bin], 0.25, 1e-6);
+      ASSERT_NEAR(output[size - bin], 0.5, 1e-6);
+      ASSERT_LT(RelativeError(output, Definition(input)), 2e-7) << size << " bin " << bin;
+    }
+  }
+}
+
+TEST(Transform, PacksRealPartsUpwardAndImaginaryPartsDownward) {
+  const Transform transform(1024);
+  std::vector<float> impulse(1024);
+  impulse[0] = 1;
+  std::vector<float> expected(1024);
+  std::fill_n(expected.begin(), 513, 1 / 1024.0F);
+  EXPECT_EQ(transform(impulse), expected);
+  std::vector<float> alternating(1024);
+  for (std::size_t n = 0; n < 1024; ++n) alternating[n] = n % 2 == 0 ? 1.0F : -1.0F;
+  std::fill(expected.begin(), expected.end(), 0.0F);
+  expected[512] = 1;
+  EXPECT_EQ(transform(alternating), expected);
+}
+
+TEST(Transform, DenormalsStayAsSmallAsTheyAre) {
+  for (const std::uint32_t size : kSizes) {
+    std::vector<float> input(size, 1e-40F);
+    const auto output = Transform(size)(input);
+    EXPECT_NEAR(output[0], 1e-40F, 2e-43F);
+    for (std::size_t i = 1; i < size; ++i) ASSERT_LE(std::abs(output[i]), 2e-43F);
+  }
+}
+
+TEST(Transform, EveryKernelFollowsTheStages) {
+  for (const std::uint32_t size : kSizes) {
+    const Transform transform(size);
+    const auto input = Noise(size, 7);
+    const auto stages = Stages(transform.instance(), input);
+    EXPECT_LT(RelativeError(stages, Definition(input)), 2e-7);
+    EXPECT_EQ(*transform.instance().swap_list * 2,
+              size - (1U << ((std::countr_zero(size) + 1) / 2)));
+    for (const NamedTransformKernel* kernel = AvailableTransformKernels();
+         kernel->kernel != nullptr; ++kernel) {
+      std::vector<float> output(size, -77);
+      kernel->kernel(input.data(), output.data(), size);
+      EXPECT_LT(RelativeError(output, stages), 2e-7) << kernel->name << ' ' << size;
+    }
+  }
+}
+
+TEST(Transform, InstancesOfOnePlanWorkOnTwoThreads) {
+  const Transform transform(1024);
+  const auto run = [&](unsigned seed, bool& same) {
+    std::array<char, 48> memory{};
+    TransformInstance* own = nullptr;
+    if (CreateTransformInstance(&own, memory.data(), nullptr, nullptr, {1024, 1}) != 0) return;
+    const auto input = Noise(1024, seed);
+    const auto expected = transform(input);
+    same = true;
+    for (int i = 0; i < 300; ++i) {
+      std::vector<float> output(1024);
+      RealTransform(*own, input.data(), output.data());
+      same = same && output == expected;
+    }
+  };
+  bool first = false;
+  bool second = false;
+  std::thread other([&] { run(1, first); });
+  run(2, second);
+  other.join();
+  EXPECT_TRUE(first);
+  EXPECT_TRUE(second);
+}
+
+std::int32_t TryInstance(const TransformKey& key) {
+  std::array<char, 48> memory{};
+  auto* instance = reinterpret_cast<TransformInstance*>(&memory);
+  const std::int32_t status =
+      CreateTransformInstance(&instance, memory.data(), nullptr, nullptr, key);
+  EXPECT_EQ(instance != nullptr, status == kTransformOk);
+  return status;
+}
+
+TEST(TransformRegistry, PlanSizesAreThoseOfTheSupportedSizes) {
+  EXPECT_EQ(PlanSize(32), 120U);
+  EXPECT_EQ(PlanSize(1024), 2104U);
+  EXPECT_EQ(PlanSize(4096), 56U + 8192U);
+  for (const std::uint32_t size : {0U, 16U, 1000U, 8192U}) EXPECT_EQ(PlanSize(size), 0U);
+  EXPECT_EQ(InstanceSize(), 48U);
+  EXPECT_LE(sizeof(TransformInstance) + 7, InstanceSize());
+}
+
+TEST(TransformRegistry, RegisteringTwiceKeepsTheFirstPlan) {
+  const RegisteredTransform first({1024, 1});
+  std::vector<char> memory(PlanSize(1024), 0x11);
+  EXPECT_EQ(RegisterPlan(memory.data(), 1024, 1), kTransformOk);
+  EXPECT_EQ(memory, std::vector<char>(PlanSize(1024), 0x11));
+  EXPECT_EQ(UnregisterPlan(1024, 1), kTransformOk);
+  EXPECT_EQ(TryInstance({1024, 1}), kTransformNoPlan);
+}
+
+TEST(TransformRegistry, TellsTypesApartAndRefusesWhatHasNoPlan) {
+  const RegisteredTransform plan({1024, 1});
+  EXPECT_EQ(TryInstance({1024, 1}), kTransformOk);
+  EXPECT_EQ(TryInstance({1024, 0}), kTransformNoPlan);
+  std::vector<char> memory(20000);
+  for (const auto& [size, type] :
+       {std::pair{1000U, 1U}, {16U, 1U}, {8192U, 1U}, {0U, 0U}, {65536U + 32U, 0U}, {1024U, 2U}}) {
+    EXPECT_EQ(RegisterPlan(memory.data(), size, type), kTransformBadSize) << size << ' ' << type;
+  }
+}
+
+TEST(TransformRegistry, TenPlansFitAndRemovingOneMovesTheOthersDown) {
+  std::vector<std::unique_ptr<RegisteredTransform>> plans;
+  for (std::uint32_t i = 0; i < 10; ++i) {
+    plans.push_back(std::make_unique<RegisteredTransform>(TransformKey{kSizes[i % 8], i / 8}));
+    ASSERT_EQ(plans.back()->status(), kTransformOk);
+  }
+  EXPECT_EQ(RegisteredTransform({4096, 1}).status(), kTransformRegistryFull);
+  EXPECT_EQ(RegisteredTransform({32, 0}).status(), kTransformOk);  // there already
+  EXPECT_EQ(TryInstance({32, 0}), kTransformNoPlan);               // and now gone
+  EXPECT_EQ(TryInstance({64, 0}), kTransformOk);
+  EXPECT_EQ(TryInstance({64, 1}), kTransformOk);
+  EXPECT_EQ(RegisteredTransform({4096, 1}).status(), kTransformOk);
+}
+
+TEST(TransformRegistry, AsksForMemoryOnlyWhenNoneIsGiven) {
+  const RegisteredTransform plan({64, 0});
+  struct Request {
+    std::vector<char> memory = std::vector<char>(60);
+    std::size_t bytes = 0;
+  } request;
+  TransformInstance* instance = nullptr;
+  const auto allocate = [](std::size_t bytes, void* context) -> void* {
+    auto& asked = *static_cast<Request*>(context);
+    asked.bytes = bytes;
+    return asked.memory.data() + 3;
+  };
+  EXPECT_EQ(CreateTransformInstance(&instance, nullptr, allocate, &request, {64, 0}), kTransformOk);
+  EXPECT_EQ(request.bytes, 48U);
+  ASSERT_NE(instance, nullptr);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(instance) % 8, 0U);
+  EXPECT_EQ(CreateTransformInstance(&instance, nullptr,
+                                    [](std::size_t, void*) -> void* { return nullptr; }, nullptr,
+                                    {64, 0}),
+            kTransformNoMemory);
+  EXPECT_EQ(instance, nullptr);
+}
+
+}  // namespace
+}  // namespace orv

@@ -1,0 +1,94 @@
+#include "endpoints/endpoint_tools.h"
+
+#include <gmock/gmock.h>
+
+#include "support/endpoint_fixture.h"
+
+namespace orv {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr wchar_t kMonitor[] = L"{2B3C4D5E-6F70-4812-93A4-B5C6D7E8F901}";
+
+std::vector<std::wstring> GuidTexts(const std::vector<ORVAPOEndpointInfo>& endpoints) {
+  std::vector<std::wstring> texts;
+  for (const ORVAPOEndpointInfo& endpoint : endpoints) texts.push_back(endpoint.guid_text());
+  return texts;
+}
+
+class EndpointEnumeration : public ::testing::Test {
+ protected:
+  // Gives the guid texts of what was found.
+  std::vector<std::wstring> Enumerate() {
+    const bool found = ORVAPOEndpointTools(*machine_).EnumerateEndpoints(endpoints_);
+    EXPECT_EQ(found, !endpoints_.empty());
+    return GuidTexts(endpoints_);
+  }
+
+  EndpointMachine machine_;
+  std::vector<ORVAPOEndpointInfo> endpoints_;
+};
+
+TEST_F(EndpointEnumeration, ListsActiveRenderEndpointsThatLoadInThePlatformsOrder) {
+  machine_.AddSpeakers(kHeadphones);
+  machine_.AddSpeakers(kMonitor).state = DEVICE_STATE_UNPLUGGED;
+  machine_.AddDevice(L"{99999999-6F70-4812-93A4-B5C6D7E8F901}");  // without keys
+  machine_.AddDevice(kMicrophone, eCapture);
+  machine_.SetText(PropertiesKey(kMicrophone, false), kDeviceNameValue, L"Microphone");
+  machine_.AddSpeakers(kSpeakers);
+  EXPECT_THAT(Enumerate(), ElementsAre(kHeadphones, kSpeakers));
+  EXPECT_FALSE(machine_.HasKey(ApoKey(kMonitor)));
+  EXPECT_TRUE(endpoints_[0].is_render());
+
+  machine_->description().endpoints.clear();
+  EXPECT_THAT(Enumerate(), IsEmpty());
+}
+
+TEST_F(EndpointEnumeration, TheListHoldsTheOnlyReferenceToEachDevice) {
+  machine_.AddSpeakers();
+  Enumerate();
+  ASSERT_EQ(endpoints_.size(), 1U);
+  IMMDevice* const device = endpoints_[0].device();
+  device->AddRef();
+  EXPECT_EQ(device->Release(), 1U);
+}
+
+TEST_F(EndpointEnumeration, AFailingDeviceCallCostsTheEndpointsItConcerns) {
+  for (const wchar_t* guid : {kSpeakers, kHeadphones, kMonitor}) machine_.AddSpeakers(guid);
+  for (const char* operation :
+       {"devices.create_enumerator", "devices.enumerate", "devices.count"}) {
+    machine_->faults().FailNth(operation, 1, E_FAIL);
+    endpoints_.emplace_back(*machine_);
+    EXPECT_THAT(Enumerate(), IsEmpty()) << operation;
+  }
+  for (const char* operation : {"devices.item", "device.get_state", "device.get_id"}) {
+    machine_->faults().Clear();
+    machine_->faults().FailNth(operation, 2, E_FAIL);
+    EXPECT_THAT(Enumerate(), ElementsAre(kSpeakers, kMonitor)) << operation;
+  }
+}
+
+// Whatever call fails, and however often: the list holds whole endpoints in order, and the next
+// enumeration finds everything again.
+TEST_F(EndpointEnumeration, AnySingleFailureLeavesADefinedList) {
+  for (const wchar_t* guid : {kSpeakers, kHeadphones}) machine_.AddSpeakers(guid);
+  for (const std::string_view operation : FaultPlan::Operations()) {
+    machine_->faults().Clear();
+    Enumerate();
+    const std::uint32_t calls = machine_->faults().Calls(operation);
+    for (std::uint32_t nth = 1; nth <= calls; ++nth) {
+      SCOPED_TRACE(std::string(operation) + " " + std::to_string(nth));
+      machine_->faults().Clear();
+      machine_->faults().FailNth(operation, nth, E_FAIL);
+      for (const std::wstring& guid : Enumerate())
+        EXPECT_TRUE(guid == kSpeakers || guid == kHeadphones);
+    }
+  }
+  machine_->faults().Clear();
+  EXPECT_THAT(Enumerate(), ElementsAre(kSpeakers, kHeadphones));
+}
+
+}  // namespace
+}  // namespace orv

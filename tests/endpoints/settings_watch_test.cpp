@@ -1,0 +1,261 @@
+// Listeners, the registry watch and client threads together. Every story ends long before a stop
+// would give up on the watch thread and terminate it.
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <functional>
+#include <thread>
+
+#include "platform/synchronization.h"
+#include "settings_fixture.h"
+
+namespace orv {
+namespace {
+
+using namespace std::chrono_literals;
+
+static_assert(ORVThreadBasic::kDefaultStopMilliseconds == 5000);
+constexpr auto kPromptly = 4000ms;
+
+// Runs a step on a thread of its own; true when it ends promptly. A step that hangs keeps its
+// thread, so the whole test program is given up.
+bool EndsPromptly(const std::function<void()>& step) {
+  Event ended(Event::Kind::ManualReset);
+  std::thread thread([&] {
+    step();
+    ended.Set();
+  });
+  const bool prompt = ended.Wait(kPromptly);
+  if (!prompt && !ended.Wait(60s)) std::abort();
+  thread.join();
+  return prompt;
+}
+
+// Does what the story wants done whenever it is told something.
+class Listener : public IORVSettingsNotify {
+ public:
+  using Reaction = std::function<void(ORVAPOPublicSettings&, const ORVQVTValue&)>;
+  explicit Listener(Reaction reaction) : reaction_(std::move(reaction)) {}
+  void OnSettingChanged(ORVAPOPublicSettings& settings, const ORVQVTValue& value) override {
+    ++calls;
+    if (reaction_) reaction_(settings, value);
+    told.Set();
+  }
+  std::atomic<int> calls = 0;
+  Event told{Event::Kind::AutoReset};
+
+ private:
+  Reaction reaction_;
+};
+
+// Settings whose data lock a test can hold as a client operation would.
+class LockableSettings : public ORVAPOPublicSettings {
+ public:
+  using ORVAPOPublicSettings::ORVAPOPublicSettings;
+  std::recursive_timed_mutex& data_lock() { return data_lock_; }
+};
+
+class WatchedSettings : public SettingsFixture {
+ protected:
+  WatchedSettings() { EXPECT_TRUE(settings_->Init(endpoint_, mode_)); }
+  // Another process changes control A; every call stores another text.
+  void ChangeOutside() { Store({{"A", std::to_string(++next_)}, {"B", "6"}}); }
+
+  ORVAPOOperatingMode mode_ = MakeMode({{"A", "5"}, {"B", "6"}});
+  std::unique_ptr<LockableSettings> settings_ = std::make_unique<LockableSettings>(*machine_);
+  int next_ = 100;
+};
+
+TEST_F(WatchedSettings, TellTheListenerWhatAnotherProcessStored) {
+  ListenerLog log;
+  Listener listener([&](ORVAPOPublicSettings& settings, const ORVQVTValue& value) {
+    log.OnSettingChanged(settings, value);
+  });
+  ASSERT_TRUE(settings_->SetNotifyTarget(&listener));
+  ChangeOutside();
+  ASSERT_TRUE(listener.told.Wait(kPromptly));
+  EXPECT_TRUE(EndsPromptly([&] { settings_->SetNotifyTarget(nullptr); }));
+  EXPECT_EQ(log.told, std::vector<std::string>{"A=101"});
+}
+
+TEST_F(WatchedSettings, AListenerRemovesItselfOnTheWatchThreadAndCanComeBack) {
+  Listener listener([](ORVAPOPublicSettings& settings, const ORVQVTValue&) {
+    EXPECT_TRUE(settings.SetNotifyTarget(nullptr));
+  });
+  for (int round = 1; round <= 3; ++round) {
+    ASSERT_TRUE(settings_->SetNotifyTarget(&listener));
+    ChangeOutside();
+    ASSERT_TRUE(listener.told.Wait(kPromptly));
+    EXPECT_TRUE(EndsPromptly([&] { settings_->SetNotifyTarget(nullptr); }));
+    EXPECT_EQ(listener.calls, round);
+  }
+}
+
+TEST_F(WatchedSettings, AListenerHandsOverToAnotherOnTheWatchThread) {
+  Listener second(nullptr);
+  Listener first([&](ORVAPOPublicSettings& settings, const ORVQVTValue&) {
+    EXPECT_TRUE(settings.SetNotifyTarget(&second));
+  });
+  ASSERT_TRUE(settings_->SetNotifyTarget(&first));
+  ChangeOutside();
+  ASSERT_TRUE(first.told.Wait(kPromptly));
+  ChangeOutside();
+  ASSERT_TRUE(second.told.Wait(kPromptly));
+  EXPECT_TRUE(EndsPromptly([&] { settings_->SetNotifyTarget(nullptr); }));
+  EXPECT_EQ(first.calls, 1);
+}
+
+TEST_F(WatchedSettings, AListenerWritesAControlOnTheWatchThread) {
+  Listener listener([](ORVAPOPublicSettings& settings, const ORVQVTValue& value) {
+    EXPECT_TRUE(value.GetName() != "A" || settings.WriteControl(ORVQVTValue("B", 7)));
+  });
+  ASSERT_TRUE(settings_->SetNotifyTarget(&listener));
+  Store({{"A", "1"}, {"B", "6"}});
+  ASSERT_TRUE(listener.told.Wait(kPromptly));
+  EXPECT_TRUE(EndsPromptly([&] { settings_->SetNotifyTarget(nullptr); }));
+  EXPECT_THAT(Stored(), (ControlTexts{{"A", "1"}, {"B", "7"}}));
+}
+
+TEST_F(WatchedSettings, ARemovedListenerIsNotCalledAnyMore) {
+  Event entered(Event::Kind::ManualReset);
+  Event go_on(Event::Kind::ManualReset);
+  std::atomic<bool> removed = false;
+  Listener listener([&](ORVAPOPublicSettings&, const ORVQVTValue&) {
+    EXPECT_FALSE(removed);
+    entered.Set();
+    EXPECT_TRUE(go_on.Wait(kPromptly));
+    EXPECT_FALSE(removed);  // the removal waits for the call that runs
+  });
+  ASSERT_TRUE(settings_->SetNotifyTarget(&listener));
+  ChangeOutside();
+  ASSERT_TRUE(entered.Wait(kPromptly));
+  std::thread remover([&] {
+    EXPECT_TRUE(settings_->SetNotifyTarget(nullptr));
+    removed = true;
+  });
+  go_on.Set();
+  EXPECT_TRUE(EndsPromptly([&] { remover.join(); }));
+  ChangeOutside();
+  settings_->WriteControl(ORVQVTValue("A", 1));
+  EXPECT_EQ(listener.calls, 1);
+}
+
+TEST_F(WatchedSettings, AListenerIsRemovedInTheMiddleOfAReload) {
+  ControlTexts configured, changed;
+  for (int i = 0; i < 200; ++i) {
+    configured.emplace_back("C" + std::to_string(i), "0");
+    changed.emplace_back("C" + std::to_string(i), "1");
+  }
+  ASSERT_TRUE(settings_->Init(endpoint_, MakeMode(configured)));
+  Event entered(Event::Kind::ManualReset);
+  Listener listener([&](ORVAPOPublicSettings&, const ORVQVTValue&) {
+    entered.Set();
+    std::this_thread::yield();
+  });
+  ASSERT_TRUE(settings_->SetNotifyTarget(&listener));
+  Store(changed);
+  ASSERT_TRUE(entered.Wait(kPromptly));
+  int calls = 0;
+  EXPECT_TRUE(EndsPromptly([&] {
+    settings_->SetNotifyTarget(nullptr);
+    calls = listener.calls;
+  }));
+  settings_->WriteControls(mode_.GetPublicControls());
+  EXPECT_EQ(listener.calls, calls);
+}
+
+TEST_F(WatchedSettings, BindingAnewUnderTheDataLockDoesNotWaitForAReload) {
+  Listener listener(nullptr);
+  for (int round = 0; round < 20; ++round) {
+    ASSERT_TRUE(settings_->SetNotifyTarget(&listener));
+    EXPECT_TRUE(EndsPromptly([&] {
+      const std::lock_guard data(settings_->data_lock());
+      ChangeOutside();
+      EXPECT_TRUE(settings_->Init(endpoint_, mode_));
+      EXPECT_TRUE(settings_->SetNotifyTarget(&listener));
+      EXPECT_TRUE(settings_->SetNotifyTarget(nullptr));
+    }));
+  }
+}
+
+TEST_F(WatchedSettings, AClientsListenerRemovesItselfWhileTheWatchWaitsToReload) {
+  Listener listener([&](ORVAPOPublicSettings& settings, const ORVQVTValue&) {
+    ChangeOutside();
+    EXPECT_TRUE(settings.SetNotifyTarget(nullptr));
+  });
+  ASSERT_TRUE(settings_->SetNotifyTarget(&listener));
+  EXPECT_TRUE(EndsPromptly([&] { settings_->WriteControl(ORVQVTValue("A", 1)); }));
+}
+
+TEST_F(WatchedSettings, AreDestroyedWhileTheWatchThreadIsInTheListener) {
+  auto for_mode = std::make_unique<ORVAPOPublicSettings>(*machine_);
+  auto for_endpoint = std::make_unique<ORVAPOGlobalSettings>(*machine_);
+  ASSERT_TRUE(for_mode->Init(endpoint_, mode_));
+  ASSERT_TRUE(for_endpoint->InitGlobal(endpoint_));
+  std::unique_ptr<ORVAPOPublicSettings> both[] = {std::move(for_mode), std::move(for_endpoint)};
+  for (std::unique_ptr<ORVAPOPublicSettings>& settings : both) {
+    Event entered(Event::Kind::ManualReset);
+    Event go_on(Event::Kind::ManualReset);
+    Listener listener([&](ORVAPOPublicSettings&, const ORVQVTValue&) {
+      entered.Set();
+      EXPECT_TRUE(go_on.Wait(kPromptly));
+    });
+    ASSERT_TRUE(settings->SetNotifyTarget(&listener));
+    ChangeOutside();
+    Store({{kProcessEnableControl, "0"}}, kGlobalSettingsValue);
+    ASSERT_TRUE(entered.Wait(kPromptly));
+    std::thread destroyer([&] { settings.reset(); });
+    go_on.Set();
+    EXPECT_TRUE(EndsPromptly([&] { destroyer.join(); }));
+    EXPECT_EQ(listener.calls, 1);
+  }
+}
+
+TEST(TheWatchTurn, ServesARequestLeftWithItsHolderBeforeItIsFree) {
+  WatchTurn turn;
+  ASSERT_TRUE(turn.LockOrRequest());
+  EXPECT_FALSE(turn.LockOrRequest());
+  EXPECT_FALSE(turn.LockOrRequest());
+  EXPECT_FALSE(turn.UnlockUnlessRequested());
+  EXPECT_TRUE(turn.UnlockUnlessRequested());
+  EXPECT_TRUE(EndsPromptly([&] {
+    turn.lock();
+    turn.unlock();
+  }));
+  EXPECT_TRUE(turn.LockOrRequest());
+  turn.unlock();
+}
+
+TEST_F(WatchedSettings, ManyThreadsUseOneObject) {
+  constexpr int kRounds = 100;
+  Listener listener([](ORVAPOPublicSettings& settings, const ORVQVTValue& value) {
+    if (value.ToLong() % 3 == 0) settings.SetNotifyTarget(nullptr);
+    if (value.ToLong() % 5 == 0) settings.WriteControl(ORVQVTValue("B", value.ToLong() + 1));
+  });
+  const std::vector<std::function<void(int)>> clients = {
+      [&](int round) { settings_->WriteControl(ORVQVTValue("A", round)); },
+      [&](int round) { settings_->SetNotifyTarget(round % 2 == 0 ? &listener : nullptr); },
+      [&](int) { settings_->SetNotifyTarget(&listener); },
+      [&](int) { ChangeOutside(); },
+      [&](int) { settings_->Init(endpoint_, mode_); },
+      [&](int round) {
+        ORVQVTValueList list;
+        settings_->ReadControls(list, true);
+        settings_->ReadDefaultControls(list, false);
+        if (round % 10 == 0) settings_->DeleteValue();
+      },
+  };
+  EXPECT_TRUE(EndsPromptly([&] {
+    std::vector<std::thread> threads;
+    for (const auto& client : clients)
+      threads.emplace_back([&client] {
+        for (int round = 1; round <= kRounds; ++round) client(round);
+      });
+    for (std::thread& thread : threads) thread.join();
+  }));
+  EXPECT_TRUE(EndsPromptly([&] { settings_->SetNotifyTarget(nullptr); }));
+  EXPECT_TRUE(settings_->WriteControl(ORVQVTValue("A", 1)));
+}
+
+}  // namespace
+}  // namespace orv

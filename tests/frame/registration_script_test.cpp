@@ -1,0 +1,98 @@
+#include "frame/registration_script.h"
+
+#include <gtest/gtest.h>
+
+namespace orv {
+namespace {
+
+const ScriptReplacements kReplacements = {{L"MODULE", L"C:\\It's here\\a {b}.dll"}};
+
+std::optional<std::vector<ScriptRoot>> Parse(std::wstring_view text) {
+  return ParseRegistrationScript(text, kReplacements);
+}
+
+// The values of a single key K.
+std::vector<ScriptValue> ValuesOf(const std::wstring& content) {
+  const auto roots = Parse(L"HKCR { K " + content + L" }");
+  return roots ? roots->at(0).content.keys.at(0).values : std::vector<ScriptValue>();
+}
+
+TEST(RegistrationScriptTest, KeysNestUnderTheirRoots) {
+  const auto roots = Parse(
+      L"HKCR { NoRemove CLSID { ForceRemove {1-2} = s 'Name' { Leaf } } Delete Old }\n"
+      L"hkey_local_machine\r\n{\tval 'With blank' = d '1' }");
+  ASSERT_TRUE(roots);
+  ASSERT_EQ(roots->size(), 2U);
+  EXPECT_EQ((*roots)[0].root, RegRoot::ClassesRoot);
+  EXPECT_EQ((*roots)[1].root, RegRoot::LocalMachine);
+
+  const auto& keys = (*roots)[0].content.keys;
+  ASSERT_EQ(keys.size(), 2U);
+  EXPECT_EQ(keys[0].rule, KeyRule::NoRemove);
+  EXPECT_EQ(keys[0].name, L"CLSID");
+  EXPECT_EQ(keys[1].rule, KeyRule::Delete);
+  const auto& class_key = keys[0].keys.at(0);
+  EXPECT_EQ(class_key.rule, KeyRule::ForceRemove);
+  EXPECT_EQ(class_key.name, L"{1-2}");
+  EXPECT_EQ(class_key.values.at(0).name, L"");
+  EXPECT_EQ(class_key.keys.at(0).name, L"Leaf");
+  EXPECT_EQ((*roots)[1].content.values.at(0).name, L"With blank");
+}
+
+TEST(RegistrationScriptTest, ValuesHaveTheirStoredForm) {
+  using Bytes = std::vector<std::uint8_t>;
+  EXPECT_EQ(ValuesOf(L"= s 'it''s %%'").at(0).bytes, RegistryTextBytes(L"it's %"));
+  EXPECT_EQ(ValuesOf(L"= s ''").at(0).bytes, RegistryTextBytes(L""));
+  EXPECT_EQ(ValuesOf(L"= s %MODULE%").at(0).bytes, RegistryTextBytes(L"C:\\It's here\\a {b}.dll"));
+  EXPECT_EQ(ValuesOf(L"= d 258").at(0).bytes, (Bytes{2, 1, 0, 0}));
+  EXPECT_EQ(ValuesOf(L"= d '&HfF10'").at(0).bytes, (Bytes{0x10, 0xFF, 0, 0}));
+  EXPECT_EQ(ValuesOf(L"= d 4294967295").at(0).type, kRegDword);
+  EXPECT_EQ(ValuesOf(L"= b '00aFf0'").at(0).bytes, (Bytes{0x00, 0xAF, 0xF0}));
+  EXPECT_EQ(ValuesOf(L"= b ''").at(0).type, kRegBinary);
+  const auto list = ValuesOf(L"= m 'a\\0b'").at(0);
+  EXPECT_EQ(list.type, kRegMultiSz);
+  EXPECT_EQ(list.bytes, (Bytes{'a', 0, 0, 0, 'b', 0, 0, 0, 0, 0}));
+}
+
+TEST(RegistrationScriptTest, QuotedWordsAreNamesOnly) {
+  const auto roots = Parse(L"HKCU { 'Delete' { 'val' 'a { b' } }");
+  ASSERT_TRUE(roots);
+  EXPECT_EQ(roots->at(0).content.keys.at(0).name, L"Delete");
+  EXPECT_EQ(roots->at(0).content.keys.at(0).keys.at(1).name, L"a { b");
+}
+
+TEST(RegistrationScriptTest, BrokenScriptsAreRefused) {
+  for (const wchar_t* text : {L"HKXX { }",
+                              L"HKCR",
+                              L"HKCR { ",
+                              L"HKCR { K { }",
+                              L"HKCR } {",
+                              L"HKCR { } }",
+                              L"HKCR { K = s 'open }",
+                              L"HKCR { K = x '1' }",
+                              L"HKCR { K = }",
+                              L"HKCR { K = s }",
+                              L"HKCR { K = d '' }",
+                              L"HKCR { K = d '-1' }",
+                              L"HKCR { K = d 4294967296 }",
+                              L"HKCR { K = d '&H' }",
+                              L"HKCR { K = d 12a }",
+                              L"HKCR { K = b '123' }",
+                              L"HKCR { K = b 'zz' }",
+                              L"HKCR { val Name }",
+                              L"HKCR { A\\B }",
+                              L"HKCR { '' }",
+                              L"HKCR { K = s '%UNKNOWN%' }",
+                              L"HKCR { K = s '50%' }",
+                              L"'HKCR' { }",
+                              L"HKCR { ForceRemove { } }"}) {
+    EXPECT_FALSE(Parse(text)) << std::string(text, text + std::wcslen(text));
+  }
+  std::wstring deep = L"HKCR {";
+  for (int i = 0; i < 100000; ++i) deep += L" k {";
+  EXPECT_FALSE(Parse(deep));
+  EXPECT_EQ(Parse(L" \n")->size(), 0U);
+}
+
+}  // namespace
+}  // namespace orv

@@ -1,0 +1,84 @@
+#include "platform/diagnostics.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "platform/synchronization.h"
+#include "support/diagnostic_log.h"
+
+namespace orv {
+namespace {
+
+TEST(Diagnostics, LineNamesItsOrigin) {
+  const DiagnosticLog log;
+  Diagnose({"file.cpp", 57, "Class::Method"}, L"value %d of %hs\n", 3, "list");
+  Diagnose(ORV_HERE("Class::Other"), L"%% stays\n");
+  const auto lines = log.Lines();
+  ASSERT_EQ(lines.size(), 2U);
+  EXPECT_EQ(lines[0], L"file.cpp(57) | Class::Method | value 3 of list\n");
+  EXPECT_TRUE(log.Contains(L"diagnostics_test.cpp("));
+  EXPECT_TRUE(log.Contains(L" | Class::Other | % stays\n"));
+}
+
+TEST(Diagnostics, LongLineIsCut) {
+  const DiagnosticLog log;
+  const std::wstring text(20000, L'x');
+  Diagnose({"f", 1, "m"}, L"%s\n", text);
+  const std::string long_name(20000, 'y');
+  Diagnose({"f", 1, long_name.c_str()}, L"never seen\n");
+  const auto lines = log.Lines();
+  ASSERT_EQ(lines.size(), 2U);
+  EXPECT_EQ(lines[0].size(), 16383U);
+  EXPECT_EQ(lines[0].substr(0, 12), L"f(1) | m | x");
+  EXPECT_EQ(lines[1].size(), 16383U);
+}
+
+TEST(Diagnostics, InnermostCaptureReceivesTheLine) {
+  const DiagnosticLog outer;
+  auto middle = std::make_unique<DiagnosticLog>();
+  {
+    const DiagnosticLog inner;
+    Diagnose(ORV_HERE("A::B"), L"first\n");
+    middle.reset();
+    EXPECT_TRUE(inner.Contains(L"first"));
+  }
+  Diagnose(ORV_HERE("A::B"), L"second\n");
+  EXPECT_EQ(outer.Lines().size(), 1U);
+  EXPECT_TRUE(outer.Contains(L"second"));
+}
+
+TEST(Diagnostics, ListenersFailureAndOwnReportsDoNotReachTheReporter) {
+  int calls = 0;
+  const DiagnosticCapture capture([&calls](std::wstring_view) {
+    ++calls;
+    Diagnose(ORV_HERE("Listener"), L"heard something\n");
+    throw std::runtime_error("listener");
+  });
+  Diagnose(ORV_HERE("A::B"), L"one\n");
+  Diagnose(ORV_HERE("A::B"), L"two\n");
+  EXPECT_EQ(calls, 2);
+}
+
+TEST(Diagnostics, LinesOfManyThreadsArriveWhole) {
+  const DiagnosticLog log;
+  std::vector<std::unique_ptr<Thread>> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.push_back(Thread::Start([i] {
+      for (int n = 0; n < 100; ++n) Diagnose({"f", i, "m"}, L"%d\n", n);
+      return 0U;
+    }));
+    ASSERT_TRUE(threads.back());
+  }
+  for (const auto& thread : threads) EXPECT_TRUE(thread->Wait(std::chrono::seconds(30)));
+  EXPECT_EQ(log.Lines().size(), 400U);
+  EXPECT_EQ(log.Count(L"f(2) | m | "), 100U);
+  EXPECT_EQ(log.Count(L" | m | 99\n"), 4U);
+}
+
+}  // namespace
+}  // namespace orv

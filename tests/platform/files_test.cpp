@@ -1,0 +1,218 @@
+#include "platform/files.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "support/temporary_folder.h"
+
+namespace orv {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+
+constexpr auto kDeadline = 30s;
+constexpr std::size_t kLimit = 1 << 20;
+
+class Files : public ::testing::Test {
+ protected:
+  void Write(const std::string& name, std::string_view content) {
+    std::ofstream(path() / name, std::ios::binary) << content;
+  }
+  std::optional<std::string> Read(const std::string& name) {
+    return ReadWholeFile(path() / name, kLimit, reason);
+  }
+  std::vector<std::string> Names() {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(path()))
+      names.push_back(entry.path().filename().string());
+    return names;
+  }
+  const std::filesystem::path& path() const { return folder_.path(); }
+
+  std::string reason;
+
+ private:
+  TemporaryFolder folder_;
+};
+
+TEST_F(Files, ReadsUpToTheLimit) {
+  const std::string content("line\r\n\0end", 10);
+  Write("full", content);
+  Write("empty", "");
+  EXPECT_EQ(Read("full"), content);
+  EXPECT_EQ(Read("empty"), "");
+  EXPECT_EQ(ReadWholeFile(path() / "full", 10, reason), content);
+  EXPECT_EQ(reason, "");
+  EXPECT_EQ(ReadWholeFile(path() / "full", 9, reason), std::nullopt);
+  EXPECT_EQ(reason, "Larger than 9 bytes");
+}
+
+TEST_F(Files, TellsWhyItCannotRead) {
+  EXPECT_EQ(Read("missing"), std::nullopt);
+  EXPECT_EQ(reason, "No such file or directory");
+  std::filesystem::create_directory(path() / "folder");
+  reason.clear();
+  EXPECT_EQ(Read("folder"), std::nullopt);
+  EXPECT_NE(reason, "");
+}
+
+TEST_F(Files, ReplacementLeavesNothingBeside) {
+  EXPECT_TRUE(ReplaceFileContent(path() / "machine.json", "{}", reason));
+  EXPECT_EQ(Read("machine.json"), "{}");
+  const std::string large(300000, 'x');
+  EXPECT_TRUE(ReplaceFileContent(path() / "machine.json", large, reason));
+  EXPECT_EQ(Read("machine.json"), large);
+  EXPECT_TRUE(ReplaceFileContent(path() / "machine.json", "", reason));
+  EXPECT_EQ(Read("machine.json"), "");
+  EXPECT_THAT(Names(), ElementsAre("machine.json"));
+}
+
+TEST_F(Files, RefusedReplacementChangesNothing) {
+  std::filesystem::create_directory(path() / "target");
+  Write("target/inside", "kept");
+  EXPECT_FALSE(ReplaceFileContent(path() / "target", "new", reason));
+  EXPECT_NE(reason, "");
+  EXPECT_EQ(Read("target/inside"), "kept");
+  EXPECT_THAT(Names(), ElementsAre("target"));
+  reason.clear();
+  EXPECT_FALSE(ReplaceFileContent(path() / "missing" / "file", "new", reason));
+  EXPECT_EQ(reason, "No such file or directory");
+}
+
+TEST_F(Files, ReaderNeverSeesAMixture) {
+  const std::string old_content(50000, 'a');
+  const std::string new_content(70000, 'b');
+  Write("registry.reg", old_content);
+  const auto writer = Thread::Start([&] {
+    std::string ignored;
+    for (int i = 0; i < 50; ++i)
+      ReplaceFileContent(path() / "registry.reg", i % 2 == 0 ? new_content : old_content, ignored);
+    return 0U;
+  });
+  ASSERT_TRUE(writer);
+  do {
+    const auto content = Read("registry.reg");
+    ASSERT_TRUE(content);
+    ASSERT_TRUE(*content == old_content || *content == new_content);
+  } while (!writer->Wait(0ms));
+}
+
+TEST_F(Files, LockKeepsTwoHoldersOfOneProcessApart) {
+  Write("count", "0");
+  std::vector<std::unique_ptr<Thread>> threads;
+  for (int i = 0; i < 4; ++i)
+    threads.push_back(Thread::Start([this] {
+      std::string why;
+      for (int n = 0; n < 50; ++n) {
+        const auto lock = FileLock::Acquire(path() / ".lock", why);
+        const auto count = ReadWholeFile(path() / "count", kLimit, why);
+        ReplaceFileContent(path() / "count", std::to_string(std::stoi(*count) + 1), why);
+      }
+      return 0U;
+    }));
+  for (const auto& thread : threads) ASSERT_TRUE(thread->Wait(kDeadline));
+  EXPECT_EQ(Read("count"), "200");
+}
+
+TEST_F(Files, LockIsHeldUntilItsLastOwnerIsGone) {
+  auto first = FileLock::Acquire(path() / ".lock", reason);
+  ASSERT_TRUE(first);
+  std::optional<FileLock> moved(std::move(*first));
+  first.reset();
+
+  Event asking(Event::Kind::ManualReset);
+  Event held(Event::Kind::ManualReset);
+  const auto other = Thread::Start([&] {
+    std::string why;
+    asking.Set();
+    const auto lock = FileLock::Acquire(path() / ".lock", why);
+    held.Set();
+    return 0U;
+  });
+  ASSERT_TRUE(asking.Wait(kDeadline));
+  EXPECT_FALSE(held.Wait(20ms));
+  moved.reset();
+  EXPECT_TRUE(held.Wait(kDeadline));
+  EXPECT_TRUE(other->Wait(kDeadline));
+  EXPECT_FALSE(FileLock::Acquire(path() / "missing" / ".lock", reason));
+  EXPECT_EQ(reason, "No such file or directory");
+}
+
+TEST_F(Files, WatchSignalsEveryKindOfChange) {
+  Write("old", "1");
+  Event changed(Event::Kind::AutoReset);
+  const auto watch = FolderWatch::Start(path(), changed, reason);
+  ASSERT_TRUE(watch) << reason;
+  EXPECT_FALSE(changed.Wait(0ms));
+  Write("new", "1");
+  EXPECT_TRUE(changed.Wait(kDeadline)) << "created";
+  Write("old", "2");
+  EXPECT_TRUE(changed.Wait(kDeadline)) << "written";
+  ASSERT_TRUE(ReplaceFileContent(path() / "old", "3", reason));
+  EXPECT_TRUE(changed.Wait(kDeadline)) << "replaced";
+  std::filesystem::remove(path() / "old");
+  EXPECT_TRUE(changed.Wait(kDeadline)) << "deleted";
+}
+
+TEST_F(Files, WatchPassesOverLocksAndTemporaryFiles) {
+  Event changed(Event::Kind::AutoReset);
+  const auto watch = FolderWatch::Start(path(), changed, reason);
+  ASSERT_TRUE(watch) << reason;
+  ASSERT_TRUE(FileLock::Acquire(path() / "lock", reason));
+  Write(".hidden", "1");
+  std::filesystem::remove(path() / ".hidden");
+  EXPECT_FALSE(changed.Wait(50ms));
+}
+
+TEST_F(Files, StoppedWatchIsSilentAndAMissingFolderRefused) {
+  Event changed(Event::Kind::AutoReset);
+  FolderWatch::Start(path(), changed, reason).reset();
+  Write("late", "1");
+  EXPECT_FALSE(changed.Wait(20ms));
+  EXPECT_EQ(FolderWatch::Start(path() / "missing", changed, reason), nullptr);
+  EXPECT_EQ(reason, "No such file or directory");
+}
+
+class PathLookup : public Files {
+ protected:
+  void SetUp() override {
+    std::filesystem::create_directories(path() / "Program Files" / "Tools");
+    Write("Program Files/Tools/Table.xml", "");
+    Write("Program Files/Tools/TABLE.XML", "");
+  }
+  // What FindBelow found, relative to the folder; "-" before what does not exist.
+  std::string Found(std::string_view relative) {
+    const auto found = FindBelow(path(), relative);
+    if (!found) return "outside";
+    const auto below = found->path.lexically_relative(path()).generic_string();
+    return found->exists ? below : "-" + below;
+  }
+};
+
+TEST_F(PathLookup, TakesTheExactSpellingFirst) {
+  EXPECT_EQ(Found("Program Files/Tools/Table.xml"), "Program Files/Tools/Table.xml");
+  EXPECT_EQ(Found("program files/TOOLS/Table.xml"), "Program Files/Tools/Table.xml");
+  EXPECT_EQ(Found("program files/tools/table.XML"), "Program Files/Tools/TABLE.XML");
+  std::filesystem::create_directory(path() / "program files");
+  EXPECT_EQ(Found("program files"), "program files");
+}
+
+TEST_F(PathLookup, KeepsTheGivenSpellingBeyondWhatExists) {
+  EXPECT_EQ(Found("PROGRAM FILES/New/Table.xml"), "-Program Files/New/Table.xml");
+  EXPECT_EQ(Found("program files/tools/table.xml/More"), "-Program Files/Tools/TABLE.XML/More");
+}
+
+TEST_F(PathLookup, NeverLeavesTheFolder) {
+  EXPECT_EQ(Found("../x"), "outside");
+  EXPECT_EQ(Found("Program Files/../../x"), "outside");
+  EXPECT_EQ(Found("/program files//./other/../tools/"), "Program Files/Tools");
+  EXPECT_EQ(Found(""), ".");
+}
+
+}  // namespace
+}  // namespace orv

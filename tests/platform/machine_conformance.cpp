@@ -1,0 +1,367 @@
+#include "platform/machine_conformance.h"
+
+#include <gmock/gmock.h>
+
+#include <array>
+
+#include "platform/com_ptr.h"
+
+namespace orv {
+
+MachineConformance::MachineConformance() : under_test_(GetParam().make()) {
+  registry().DeleteTree(RegRoot::CurrentUser, PathOf(L""));
+}
+
+MachineConformance::~MachineConformance() {
+  registry().DeleteTree(RegRoot::CurrentUser, PathOf(L""));
+}
+
+std::wstring MachineConformance::PathOf(const std::wstring& subkey) {
+  const std::wstring base = L"Software\\Orv Conformance";
+  return subkey.empty() ? base : base + L"\\" + subkey;
+}
+
+MachineConformance::KeyPointer MachineConformance::Create(const std::wstring& subkey,
+                                                          std::uint32_t access) {
+  KeyPointer key;
+  EXPECT_EQ(registry().CreateKey(RegRoot::CurrentUser, PathOf(subkey), access, key, nullptr),
+            kRegOk);
+  return key;
+}
+
+MachineConformance::KeyPointer MachineConformance::Open(const std::wstring& subkey,
+                                                        std::uint32_t access) {
+  KeyPointer key;
+  EXPECT_EQ(registry().OpenKey(RegRoot::CurrentUser, PathOf(subkey), access, key), kRegOk);
+  return key;
+}
+
+RegStatus MachineConformance::Set(RegistryKey& key, const std::wstring& name, const Bytes& bytes,
+                                  std::uint32_t type) {
+  return key.SetValue(name, type, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+}
+
+MachineConformance::Bytes MachineConformance::Get(RegistryKey& key, const std::wstring& name) {
+  std::uint32_t type = 0xBAD;
+  Bytes bytes = {0xBA, 0xD0};
+  EXPECT_EQ(ReadValue(key, name, type, bytes), kRegOk);
+  return bytes;
+}
+
+std::vector<std::wstring> MachineConformance::SubKeys(RegistryKey& key) {
+  std::vector<std::wstring> names;
+  std::wstring name;
+  for (std::uint32_t i = 0; key.EnumSubKey(i, name) == kRegOk; ++i) names.push_back(name);
+  return names;
+}
+
+std::vector<std::wstring> MachineConformance::Values(RegistryKey& key) {
+  std::vector<std::wstring> names;
+  std::wstring name;
+  for (std::uint32_t i = 0; key.EnumValue(i, name) == kRegOk; ++i) names.push_back(name);
+  return names;
+}
+
+namespace {
+
+using testing::UnorderedElementsAre;
+
+constexpr std::chrono::seconds kSoon(20);        // for what must come
+constexpr std::chrono::milliseconds kNotNow(0);  // for what must not have come
+
+TEST_P(MachineConformance, KeysAreMadeWithTheirParentsAndFoundInAnyLetterCase) {
+  KeyPointer key;
+  bool created = false;
+  ASSERT_EQ(registry().CreateKey(RegRoot::CurrentUser, PathOf(L"Outer\\Inner"), kFullAccess, key,
+                                 &created),
+            kRegOk);
+  EXPECT_TRUE(created);
+  ASSERT_EQ(registry().CreateKey(RegRoot::CurrentUser, PathOf(L"OUTER\\inner"), kFullAccess, key,
+                                 &created),
+            kRegOk);
+  EXPECT_FALSE(created);
+  EXPECT_THAT(SubKeys(*Open(L"outer", kKeyRead)), UnorderedElementsAre(L"Inner"));
+}
+
+TEST_P(MachineConformance, MissingKeysAndBadPathsAreRefused) {
+  KeyPointer key = Create(L"");
+  EXPECT_EQ(registry().OpenKey(RegRoot::CurrentUser, PathOf(L"absent"), kKeyRead, key),
+            kRegNotFound);
+  EXPECT_EQ(key, nullptr);
+  EXPECT_EQ(registry().DeleteTree(RegRoot::CurrentUser, PathOf(L"absent")), kRegNotFound);
+  EXPECT_NE(registry().OpenKey(RegRoot::CurrentUser, L"\\Software", kKeyRead, key), kRegOk);
+}
+
+TEST_P(MachineConformance, ValuesOfEveryKindComeBackBitForBit) {
+  const KeyPointer key = Create(L"values");
+  const Bytes large(300000, 0xA5);
+  ASSERT_EQ(Set(*key, L"Mixed Case", {1, 2, 3}, kRegBinary), kRegOk);
+  ASSERT_EQ(Set(*key, L"", {'u', 0, 0, 0}, kRegSz), kRegOk);
+  ASSERT_EQ(Set(*key, L"empty", {}, kRegNone), kRegOk);
+  ASSERT_EQ(Set(*key, L"odd text", {0x41}, kRegSz), kRegOk);
+  ASSERT_EQ(Set(*key, L"large", large, kRegBinary), kRegOk);
+  ASSERT_EQ(Set(*key, L"own kind", {9}, 0x1234), kRegOk);
+
+  EXPECT_EQ(Get(*key, L"MIXED CASE"), (Bytes{1, 2, 3}));
+  EXPECT_EQ(Get(*key, L""), (Bytes{'u', 0, 0, 0}));
+  EXPECT_EQ(Get(*key, L"empty"), Bytes{});
+  EXPECT_EQ(Get(*key, L"odd text"), Bytes{0x41});
+  EXPECT_EQ(Get(*key, L"large"), large);
+  std::uint32_t type = 0;
+  ASSERT_EQ(key->QueryValue(L"own kind", &type, nullptr, nullptr), kRegOk);
+  EXPECT_EQ(type, 0x1234U);
+
+  ASSERT_EQ(Set(*key, L"mixed case", {4}, kRegNone), kRegOk);
+  EXPECT_THAT(Values(*key), UnorderedElementsAre(L"Mixed Case", L"", L"empty", L"odd text",
+                                                 L"large", L"own kind"));
+}
+
+TEST_P(MachineConformance, AShortBufferIsLeftAloneAndToldTheSize) {
+  const KeyPointer key = Create(L"");
+  ASSERT_EQ(Set(*key, L"v", {1, 2, 3, 4}), kRegOk);
+  std::array<std::uint8_t, 4> buffer;
+  buffer.fill(0xEE);
+  std::uint32_t type = 0xBAD;
+  std::uint32_t size = 3;
+  EXPECT_EQ(key->QueryValue(L"v", &type, buffer.data(), &size), kRegMoreData);
+  EXPECT_EQ(size, 4U);
+  EXPECT_THAT(buffer, testing::Each(0xEE));
+  EXPECT_EQ(key->QueryValue(L"v", &type, buffer.data(), &size), kRegOk);
+  EXPECT_THAT(buffer, testing::ElementsAre(1, 2, 3, 4));
+
+  size = 0xBAD;
+  EXPECT_EQ(key->QueryValue(L"v", nullptr, nullptr, &size), kRegOk);
+  EXPECT_EQ(size, 4U);
+  EXPECT_EQ(key->QueryValue(L"v", nullptr, buffer.data(), nullptr), kRegInvalidParameter);
+  EXPECT_EQ(key->QueryValue(L"absent", &type, buffer.data(), &size), kRegNotFound);
+}
+
+TEST_P(MachineConformance, EnumerationEndsAndDeletionTakesAway) {
+  const KeyPointer key = Create(L"");
+  for (const wchar_t* name : {L"a", L"b", L"c"}) {
+    ASSERT_EQ(Set(*key, name, {1}), kRegOk);
+    Create(name);
+  }
+  EXPECT_EQ(key->DeleteValue(L"B"), kRegOk);
+  EXPECT_EQ(key->DeleteValue(L"B"), kRegNotFound);
+  EXPECT_THAT(Values(*key), UnorderedElementsAre(L"a", L"c"));
+  ASSERT_EQ(registry().DeleteTree(RegRoot::CurrentUser, PathOf(L"A")), kRegOk);
+  EXPECT_THAT(SubKeys(*key), UnorderedElementsAre(L"b", L"c"));
+  std::wstring name = L"poison";
+  EXPECT_EQ(key->EnumValue(2, name), kRegNoMoreItems);
+  EXPECT_EQ(key->EnumSubKey(2, name), kRegNoMoreItems);
+}
+
+TEST_P(MachineConformance, AHandleOfADeletedKeyAnswersSo) {
+  const KeyPointer key = Create(L"doomed\\inner");
+  ASSERT_EQ(Set(*key, L"v", {1}), kRegOk);
+  ASSERT_EQ(registry().DeleteTree(RegRoot::CurrentUser, PathOf(L"doomed")), kRegOk);
+  std::uint32_t size = 0;
+  EXPECT_EQ(key->QueryValue(L"v", nullptr, nullptr, &size), kRegKeyDeleted);
+  EXPECT_EQ(Set(*key, L"v", {2}), kRegKeyDeleted);
+  const KeyPointer again = Create(L"doomed\\inner");
+  EXPECT_THAT(Values(*again), testing::IsEmpty());
+}
+
+TEST_P(MachineConformance, OperationsNeedTheRightTheyWereOpenedWith) {
+  const KeyPointer full = Create(L"");
+  ASSERT_EQ(Set(*full, L"v", {1}), kRegOk);
+  Event event(Event::Kind::AutoReset);
+  std::wstring name;
+  std::uint32_t size = 0;
+
+  const KeyPointer query = Open(L"", kKeyQueryValue | kKeyWow64_64);
+  EXPECT_EQ(query->QueryValue(L"v", nullptr, nullptr, &size), kRegOk);
+  EXPECT_EQ(query->EnumValue(0, name), kRegOk);
+  EXPECT_EQ(Set(*query, L"v", {2}), kRegAccessDenied);
+  EXPECT_EQ(query->DeleteValue(L"v"), kRegAccessDenied);
+  EXPECT_EQ(query->EnumSubKey(0, name), kRegAccessDenied);
+  EXPECT_EQ(query->NotifyChange(false, kNotifyLastSet, event), kRegAccessDenied);
+  EXPECT_EQ(Set(*query->Duplicate(), L"v", {2}), kRegAccessDenied);
+
+  const KeyPointer set = Open(L"", kKeySetValue | kKeyWow64_64);
+  EXPECT_EQ(set->QueryValue(L"v", nullptr, nullptr, &size), kRegAccessDenied);
+  EXPECT_EQ(set->EnumValue(0, name), kRegAccessDenied);
+  EXPECT_EQ(Set(*set, L"v", {3}), kRegOk);
+  EXPECT_EQ(Get(*full, L"v"), Bytes{3});
+}
+
+TEST_P(MachineConformance, ADuplicateOutlivesTheHandleItCameFrom) {
+  KeyPointer key = Create(L"");
+  const KeyPointer duplicate = key->Duplicate();
+  ASSERT_NE(duplicate, nullptr);
+  key.reset();
+  EXPECT_EQ(Set(*duplicate, L"v", {7}), kRegOk);
+  EXPECT_EQ(Get(*duplicate, L"v"), Bytes{7});
+}
+
+TEST_P(MachineConformance, AnArmedNotificationSignalsOnceForAChangeThroughAnotherHandle) {
+  const KeyPointer watcher = Create(L"");
+  const KeyPointer writer = Open(L"", kFullAccess);
+  Event event(Event::Kind::AutoReset);
+  ASSERT_EQ(watcher->NotifyChange(false, kNotifyLastSet, event), kRegOk);
+  EXPECT_FALSE(event.Wait(kNotNow));
+  ASSERT_EQ(Set(*writer, L"v", {1}), kRegOk);
+  EXPECT_TRUE(event.Wait(kSoon));
+
+  ASSERT_EQ(Set(*writer, L"v", {2}), kRegOk);
+  EXPECT_FALSE(event.Wait(kNotNow)) << "not armed again";
+  // Whether a change between two armings signals the second one differs between platforms.
+  ASSERT_EQ(watcher->NotifyChange(false, kNotifyLastSet, event), kRegOk);
+  ASSERT_EQ(writer->DeleteValue(L"v"), kRegOk);
+  EXPECT_TRUE(event.Wait(kSoon));
+}
+
+TEST_P(MachineConformance, NotificationsKeepToTheirFilterAndTheirKey) {
+  // Filter and subtree of the first arming stay with a handle, so each watcher has its own.
+  const KeyPointer values = Create(L"watched");
+  const KeyPointer names = Open(L"watched", kKeyNotify);
+  const KeyPointer below = Open(L"watched", kKeyNotify);
+  Event on_values(Event::Kind::AutoReset);
+  Event on_names(Event::Kind::AutoReset);
+  Event on_below(Event::Kind::AutoReset);
+  ASSERT_EQ(values->NotifyChange(false, kNotifyLastSet, on_values), kRegOk);
+  ASSERT_EQ(names->NotifyChange(false, kNotifyName, on_names), kRegOk);
+  ASSERT_EQ(below->NotifyChange(true, kNotifyLastSet, on_below), kRegOk);
+
+  ASSERT_EQ(Set(*Create(L"beside"), L"v", {1}), kRegOk);
+  EXPECT_FALSE(on_names.Wait(kNotNow));
+  const KeyPointer child = Create(L"watched\\child");
+  EXPECT_TRUE(on_names.Wait(kSoon));
+  EXPECT_FALSE(on_below.Wait(kNotNow));
+  ASSERT_EQ(Set(*child, L"v", {1}), kRegOk);
+  EXPECT_TRUE(on_below.Wait(kSoon));
+  EXPECT_FALSE(on_values.Wait(kNotNow));
+  ASSERT_EQ(Set(*values, L"v", {1}), kRegOk);
+  EXPECT_TRUE(on_values.Wait(kSoon));
+}
+
+TEST_P(MachineConformance, ClosingOrDeletingAWatchedKeySignals) {
+  KeyPointer closed = Create(L"closed");
+  const KeyPointer deleted = Create(L"deleted");
+  Event on_close(Event::Kind::AutoReset);
+  Event on_delete(Event::Kind::AutoReset);
+  ASSERT_EQ(closed->NotifyChange(false, kNotifyLastSet, on_close), kRegOk);
+  ASSERT_EQ(deleted->NotifyChange(false, kNotifyName, on_delete), kRegOk);
+  closed.reset();
+  EXPECT_TRUE(on_close.Wait(kSoon));
+  ASSERT_EQ(registry().DeleteTree(RegRoot::CurrentUser, PathOf(L"deleted")), kRegOk);
+  EXPECT_TRUE(on_delete.Wait(kSoon));
+}
+
+TEST_P(MachineConformance, AnotherMachineOnTheSameStateSeesAndSignalsChanges) {
+  Machine* other = under_test_->other();
+  if (other == nullptr) GTEST_SKIP() << "this kind of machine keeps its state to itself";
+  EXPECT_NE(other->id(), machine().id());
+  const KeyPointer key = Create(L"shared");
+  const KeyPointer bystander = Create(L"bystander");
+  Event event(Event::Kind::AutoReset);
+  Event elsewhere(Event::Kind::AutoReset);
+  ASSERT_EQ(key->NotifyChange(false, kNotifyLastSet, event), kRegOk);
+  ASSERT_EQ(bystander->NotifyChange(true, kNotifyLastSet | kNotifyName, elsewhere), kRegOk);
+
+  KeyPointer others_key;
+  ASSERT_EQ(
+      other->registry().OpenKey(RegRoot::CurrentUser, PathOf(L"SHARED"), kFullAccess, others_key),
+      kRegOk);
+  ASSERT_EQ(Set(*others_key, L"v", {5, 6}), kRegOk);
+  EXPECT_TRUE(event.Wait(kSoon));
+  EXPECT_EQ(Get(*key, L"v"), (Bytes{5, 6}));
+  EXPECT_FALSE(elsewhere.Wait(kNotNow));
+  ASSERT_EQ(other->registry().DeleteTree(RegRoot::CurrentUser, PathOf(L"shared")), kRegOk);
+  EXPECT_EQ(Set(*key, L"v", {7}), kRegKeyDeleted);
+}
+
+TEST_P(MachineConformance, KnownFoldersAndTheSystemDirectoryAreFullPathsWithoutTrailingBackslash) {
+  for (const auto& path :
+       {machine().KnownFolder(kFolderProgramData), machine().KnownFolder(kFolderProgramFiles),
+        machine().SystemDirectory()}) {
+    ASSERT_TRUE(path.has_value());
+    EXPECT_EQ(path->substr(1, 2), L":\\");
+    EXPECT_NE(path->back(), L'\\');
+  }
+  EXPECT_EQ(machine().KnownFolder(GUID{}), std::nullopt);
+}
+
+TEST_P(MachineConformance, DevicesTellTheirIdentityAndAreFoundByIt) {
+  ComPtr<IMMDeviceEnumerator> enumerator;
+  ASSERT_EQ(machine().CreateDeviceEnumerator(enumerator.Put()), S_OK);
+  ComPtr<IMMDeviceCollection> devices;
+  ASSERT_EQ(enumerator->EnumAudioEndpoints(eRender, DEVICE_STATE_ACTIVE, devices.Put()), S_OK);
+  UINT count = 0xBAD;
+  ASSERT_EQ(devices->GetCount(&count), S_OK);
+  ASSERT_GT(count, 0U) << "the machine under test has an active render endpoint";
+  ComPtr<IMMDevice> device;
+  ASSERT_EQ(devices->Item(0, device.Put()), S_OK);
+  DWORD state = 0xBAD;
+  EXPECT_EQ(device->GetState(&state), S_OK);
+  EXPECT_EQ(state, DEVICE_STATE_ACTIVE);
+  const auto endpoint = device.As<IMMEndpoint>();
+  ASSERT_TRUE(endpoint);
+  EDataFlow flow = eAll;
+  EXPECT_EQ(endpoint->GetDataFlow(&flow), S_OK);
+  EXPECT_EQ(flow, eRender);
+
+  LPWSTR id = nullptr;
+  ASSERT_EQ(device->GetId(&id), S_OK);
+  ComPtr<IMMDevice> found;
+  EXPECT_EQ(enumerator->GetDevice(id, found.Put()), S_OK);
+  CoTaskMemFree(id);
+  ComPtr<IMMDevice> default_device;
+  EXPECT_EQ(enumerator->GetDefaultAudioEndpoint(eRender, eConsole, default_device.Put()), S_OK);
+  EXPECT_TRUE(default_device);
+}
+
+TEST_P(MachineConformance, ThePropertyStoreListsItsPropertiesAndTheFormFactor) {
+  ComPtr<IMMDeviceEnumerator> enumerator;
+  ComPtr<IMMDevice> device;
+  ComPtr<IPropertyStore> store;
+  ASSERT_EQ(machine().CreateDeviceEnumerator(enumerator.Put()), S_OK);
+  ASSERT_EQ(enumerator->GetDefaultAudioEndpoint(eRender, eMultimedia, device.Put()), S_OK);
+  ASSERT_EQ(device->OpenPropertyStore(STGM_READ, store.Put()), S_OK);
+  DWORD count = 0;
+  ASSERT_EQ(store->GetCount(&count), S_OK);
+  ASSERT_GT(count, 0U);
+  bool has_form_factor = false;
+  for (DWORD i = 0; i < count; ++i) {
+    PROPERTYKEY key{};
+    ASSERT_EQ(store->GetAt(i, &key), S_OK);
+    PROPVARIANT value;
+    ASSERT_EQ(store->GetValue(key, &value), S_OK);
+    has_form_factor = has_form_factor || (key.pid == 0 && key.fmtid.Data1 == 0x1DA5D803 &&
+                                          value.vt == VT_UI4 && value.ulVal <= 10);
+    EXPECT_EQ(PropVariantClear(&value), S_OK);
+  }
+  EXPECT_TRUE(has_form_factor);
+  PROPERTYKEY unknown{};
+  unknown.pid = 77;
+  PROPVARIANT value;
+  EXPECT_EQ(store->GetValue(unknown, &value), S_OK);
+  EXPECT_EQ(value.vt, VT_EMPTY);
+}
+
+TEST_P(MachineConformance, DeviceOperationsRefuseBadArguments) {
+  EXPECT_EQ(machine().CreateDeviceEnumerator(nullptr), E_POINTER);
+  ComPtr<IMMDeviceEnumerator> enumerator;
+  ASSERT_EQ(machine().CreateDeviceEnumerator(enumerator.Put()), S_OK);
+  EXPECT_EQ(enumerator->EnumAudioEndpoints(eRender, DEVICE_STATE_ACTIVE, nullptr), E_POINTER);
+  ComPtr<IMMDeviceCollection> devices;
+  EXPECT_EQ(enumerator->EnumAudioEndpoints(static_cast<EDataFlow>(3), 1, devices.Put()),
+            E_INVALIDARG);
+  EXPECT_EQ(enumerator->EnumAudioEndpoints(eRender, 0x10, devices.Put()), E_INVALIDARG);
+  ASSERT_EQ(enumerator->EnumAudioEndpoints(eAll, DEVICE_STATEMASK_ALL, devices.Put()), S_OK);
+  UINT count = 0;
+  ASSERT_EQ(devices->GetCount(&count), S_OK);
+  ComPtr<IMMDevice> device;
+  EXPECT_EQ(devices->Item(count, device.Put()), E_INVALIDARG);
+  EXPECT_EQ(devices->Item(0, nullptr), E_POINTER);
+  EXPECT_EQ(enumerator->GetDevice(nullptr, device.Put()), E_POINTER);
+  EXPECT_TRUE(FAILED(enumerator->GetDevice(L"no device", device.Put())));
+  EXPECT_FALSE(device);
+  void* object = &count;
+  EXPECT_EQ(enumerator->QueryInterface(IID_IMMDevice, &object), E_NOINTERFACE);
+  EXPECT_EQ(object, nullptr);
+}
+
+}  // namespace
+}  // namespace orv

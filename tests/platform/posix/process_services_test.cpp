@@ -1,0 +1,209 @@
+// What only the native build's process services promise.
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "platform/diagnostics.h"
+#include "platform/dynamic_library.h"
+#include "platform/files.h"
+#include "platform/synchronization.h"
+#include "platform/text.h"
+#include "support/temporary_folder.h"
+
+namespace orv {
+namespace {
+
+TEST(DebugOutputDeathTest, LinesGoWhereTheEnvironmentSays) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // a fresh process reads the variable
+  const auto report_and_leave = [] {
+    Diagnose({"f", 1, "m"}, L"Kopfh\x00F6rer \xD83C\xDFA7\n");
+    std::_Exit(0);
+  };
+  ::setenv("ORV_DIAGNOSTICS", "stderr", 1);
+  EXPECT_EXIT(report_and_leave(), ::testing::ExitedWithCode(0),
+              "^f\\(1\\) \\| m \\| Kopfh\xC3\xB6rer \xF0\x9F\x8E\xA7\n$");
+
+  // The new process passes here too and must name the same file.
+  const TemporaryFolder folder;
+  const std::string file = (folder.path() / "lines.log").string();
+  if (std::getenv("ORV_TEST_LOG") == nullptr) ::setenv("ORV_TEST_LOG", file.c_str(), 1);
+  ::setenv("ORV_DIAGNOSTICS", std::getenv("ORV_TEST_LOG"), 1);
+  EXPECT_EXIT(report_and_leave(), ::testing::ExitedWithCode(0), "^$");
+  EXPECT_EXIT(report_and_leave(), ::testing::ExitedWithCode(0), "^$");
+  std::string reason;
+  const std::string line = "f(1) | m | Kopfh\xC3\xB6rer \xF0\x9F\x8E\xA7\n";
+  EXPECT_EQ(ReadWholeFile(file, 1000, reason), line + line);
+  ::unsetenv("ORV_DIAGNOSTICS");
+  ::unsetenv("ORV_TEST_LOG");
+}
+
+// A file may grow to `bytes` and no further while this lives.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t bytes) {
+    ::getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit limit{bytes, before_.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~FileSizeLimit() {
+    ::setrlimit(RLIMIT_FSIZE, &before_);
+    ::signal(SIGXFSZ, handler_);
+  }
+
+ private:
+  rlimit before_{};
+  sighandler_t handler_ = ::signal(SIGXFSZ, SIG_IGN);
+};
+
+TEST(Replacement, ThatRunsOutOfRoomKeepsTheOldContent) {
+  const TemporaryFolder folder;
+  const auto file = folder.path() / "registry.reg";
+  std::string reason;
+  ASSERT_TRUE(ReplaceFileContent(file, "old", reason));
+  bool replaced = true;
+  {
+    const FileSizeLimit limit(1000);
+    replaced = ReplaceFileContent(file, std::string(5000, 'n'), reason);
+  }
+  EXPECT_FALSE(replaced);
+  EXPECT_EQ(reason, "File too large");
+  EXPECT_EQ(ReadWholeFile(file, 100, reason), "old");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
+}
+
+TEST(Replacement, KeepsPermissionsAndLinks) {
+  const TemporaryFolder folder;
+  const auto file = folder.path() / "shared.reg";
+  const auto link = folder.path() / "registry.reg";
+  std::string reason;
+  ASSERT_TRUE(ReplaceFileContent(file, "old", reason));
+  std::filesystem::permissions(file, std::filesystem::perms(0640));
+  std::filesystem::create_symlink("shared.reg", link);
+  ASSERT_TRUE(ReplaceFileContent(link, "new", reason));
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+  EXPECT_EQ(ReadWholeFile(file, 100, reason), "new");
+  EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0640));
+}
+
+TEST(Reading, DoesNotWaitAtAPipe) {
+  const TemporaryFolder folder;
+  const auto pipe = folder.path() / "pipe";
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  std::string reason;
+  EXPECT_EQ(ReadWholeFile(pipe, 100, reason), std::nullopt);
+  EXPECT_EQ(reason, "Not a regular file");
+}
+
+// Counts up in a file, each step under the lock.
+void CountUp(const std::filesystem::path& folder, int steps) {
+  std::string reason;
+  for (int i = 0; i < steps; ++i) {
+    const auto lock = FileLock::Acquire(folder / ".lock", reason);
+    const auto count = ReadWholeFile(folder / "count", 100, reason);
+    if (!lock || !count) std::_Exit(1);
+    ReplaceFileContent(folder / "count", std::to_string(std::stoi(*count) + 1), reason);
+  }
+}
+
+TEST(Lock, KeepsProcessesApart) {
+  const TemporaryFolder folder;
+  std::ofstream(folder.path() / "count") << 0;
+  pid_t children[2];
+  for (pid_t& child : children) {
+    child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      CountUp(folder.path(), 50);
+      std::_Exit(0);
+    }
+  }
+  CountUp(folder.path(), 50);
+  for (const pid_t child : children) {
+    int status = -1;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+  }
+  std::string reason;
+  EXPECT_EQ(ReadWholeFile(folder.path() / "count", 100, reason), "150");
+}
+
+TEST(ThreadStart, ThatTheSystemRefusesGivesNull) {
+  pthread_attr_t before;
+  pthread_attr_t huge;
+  ASSERT_EQ(::pthread_getattr_default_np(&before), 0);
+  ASSERT_EQ(::pthread_attr_init(&huge), 0);
+  ASSERT_EQ(::pthread_attr_setstacksize(&huge, std::size_t{1} << 46), 0);
+  ASSERT_EQ(::pthread_setattr_default_np(&huge), 0);
+  const auto thread = Thread::Start([] { return 0U; });
+  ASSERT_EQ(::pthread_setattr_default_np(&before), 0);
+  EXPECT_EQ(thread, nullptr);
+  ::pthread_attr_destroy(&huge);
+  ::pthread_attr_destroy(&before);
+}
+
+TEST(ThreadStart, LeavesTheHostsSignalsToTheHost) {
+  sigset_t blocked;
+  ::sigemptyset(&blocked);
+  sigset_t own;
+  ::pthread_sigmask(SIG_BLOCK, nullptr, &own);
+  const auto thread = Thread::Start([&blocked] {
+    ::pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+    return 0U;
+  });
+  ASSERT_TRUE(thread && thread->Wait(std::chrono::seconds(30)));
+  for (const int number : {SIGINT, SIGTERM, SIGCHLD, SIGALRM})
+    EXPECT_TRUE(::sigismember(&blocked, number)) << number;
+  for (const int number : {SIGSEGV, SIGBUS, SIGFPE, SIGABRT})
+    EXPECT_FALSE(::sigismember(&blocked, number)) << number;
+  sigset_t after;
+  ::pthread_sigmask(SIG_BLOCK, nullptr, &after);
+  EXPECT_EQ(::sigismember(&after, SIGINT), ::sigismember(&own, SIGINT));
+}
+
+// The module that CMake built beside this program.
+std::filesystem::path SampleModule() {
+  return std::filesystem::read_symlink("/proc/self/exe").parent_path() / ORV_SAMPLE_MODULE;
+}
+
+TEST(ModulePath, ProgramAndModuleLieOnDriveZ) {
+  std::wstring program =
+      L"Z:" + WideFromUtf8(std::filesystem::read_symlink("/proc/self/exe").string());
+  for (wchar_t& unit : program)
+    if (unit == L'/') unit = L'\\';
+  EXPECT_EQ(HostProgramPath(), program);
+  EXPECT_EQ(OwnModulePath(), program);
+
+  DynamicLibrary module;
+  ASSERT_TRUE(module.Load(SampleModule().string()));
+  const auto ask = reinterpret_cast<const wchar_t* (*)()>(module.Find("OwnPath"));
+  ASSERT_NE(ask, nullptr);
+  EXPECT_EQ(ask(), RemoveLastPathElement(program) + L'\\' + WideFromUtf8(ORV_SAMPLE_MODULE));
+}
+
+TEST(Module, LoadsAndIsGivenBack) {
+  DynamicLibrary module;
+  EXPECT_EQ(module.Find("OwnPath"), nullptr);
+  ASSERT_TRUE(module.Load(SampleModule().string()));
+  EXPECT_EQ(module.Find("NoSuchSymbol"), nullptr);
+  DynamicLibrary other(std::move(module));
+  EXPECT_FALSE(module.loaded());
+  EXPECT_NE(other.Find("OwnPath"), nullptr);
+  module = std::move(other);
+  EXPECT_TRUE(module.loaded());
+  EXPECT_FALSE(module.Load("/proc/self/cmdline"));
+  EXPECT_FALSE(module.loaded());
+  // A bare name means a file, never one of the system's libraries.
+  EXPECT_FALSE(module.Load("libc.so.6"));
+}
+
+}  // namespace
+}  // namespace orv

@@ -1,0 +1,9 @@
+// A loadable module that tells where it lies.
+#include <string>
+
+#include "platform/dynamic_library.h"
+
+extern "C" __attribute__((visibility("default"))) const wchar_t* OwnPath() {
+  static const std::wstring path = orv::OwnModulePath();
+  return path.c_str();
+}

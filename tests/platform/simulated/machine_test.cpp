@@ -1,0 +1,197 @@
+#include <gmock/gmock.h>
+
+#include "platform/com_ptr.h"
+#include "platform/simulated/machine_folder.h"
+
+namespace orv {
+namespace {
+
+using testing::EndsWith;
+using testing::Optional;
+
+TEST(SimulatedMachine, PathsOfDriveCAreFoundBelowTheFolderInAnyLetterCase) {
+  const MachineFolder folder;
+  std::filesystem::create_directories(folder.path() / "drive_c" / "ProgramData" / "Orv");
+  folder.Write("drive_c/ProgramData/Orv/Config.XML", "x");
+  const auto machine = folder.Open();
+  EXPECT_TRUE(machine->FileExists(L"C:\\programdata\\ORV\\config.xml"));
+  EXPECT_TRUE(machine->FileExists(L"c:\\ProgramData"));
+  EXPECT_FALSE(machine->FileExists(L"C:\\ProgramData\\absent.xml"));
+  EXPECT_THAT(machine->HostPath(L"C:\\PROGRAMDATA\\orv\\New\\a.txt"),
+              Optional(EndsWith("drive_c/ProgramData/Orv/New/a.txt")));
+  EXPECT_THAT(machine->HostPath(L"C:\\ProgramData\\..\\PROGRAMDATA"),
+              Optional(EndsWith("drive_c/ProgramData")));
+}
+
+TEST(SimulatedMachine, PathsThatLeadNowhereHaveNoHostPath) {
+  const MachineFolder folder;
+  const auto machine = folder.Open();
+  const std::wstring lone_surrogate = std::wstring(L"C:\\") + wchar_t{0xD800};
+  for (const std::wstring& path :
+       {std::wstring(L"C:\\..\\registry.reg"), std::wstring(L"D:\\x"), std::wstring(L"x\\y"),
+        std::wstring(L"C:x"), std::wstring(), lone_surrogate, std::wstring(L"C:\\a\0b", 6)})
+    EXPECT_EQ(machine->HostPath(path), std::nullopt) << path.size();
+  EXPECT_FALSE(machine->FileExists(L"C:\\..\\registry.reg"));
+  EXPECT_EQ(SimulatedMachine::InMemory()->HostPath(L"C:\\x"), std::nullopt);
+}
+
+TEST(SimulatedMachine, DriveZAndNativePathsAreTheHostsOwn) {
+  const MachineFolder folder;
+  const auto machine = folder.Open();
+  const std::wstring native = (folder.path() / "machine.json").wstring();
+  EXPECT_EQ(machine->HostPath(native), (folder.path() / "machine.json").string());
+  EXPECT_TRUE(machine->FileExists(L"Z:" + native));
+}
+
+TEST(SimulatedMachine, FaultsHitTheCallTheyWerePlannedFor) {
+  const MachineFolder folder("REGEDIT4\n", R"({"faults": [
+      {"operation": "registry.set_value", "nth": 2, "status": 14},
+      {"operation": "machine.known_folder", "nth": "always", "status": 1}]})");
+  const auto machine = folder.Open();
+  const auto key = MachineKey(*machine, L"K");
+  EXPECT_EQ(SetBytes(*key, L"v", {1}), kRegOk);
+  EXPECT_EQ(SetBytes(*key, L"v", {2}), kRegOutOfMemory);
+  EXPECT_EQ(GetBytes(*key, L"v"), std::vector<std::uint8_t>{1});
+  EXPECT_EQ(SetBytes(*key, L"v", {3}), kRegOk);
+  EXPECT_EQ(machine->faults().Calls("registry.set_value"), 3U);
+  EXPECT_EQ(machine->KnownFolder(kFolderProgramData), std::nullopt);
+  machine->faults().Clear();
+  EXPECT_EQ(machine->KnownFolder(kFolderProgramData), L"C:\\ProgramData");
+  machine->faults().FailNth("registry.duplicate", 1, kRegInvalidHandle);
+  EXPECT_EQ(key->Duplicate(), nullptr);
+  EXPECT_NE(key->Duplicate(), nullptr);
+}
+
+TEST(SimulatedMachine, EveryDeviceOperationCanBeMadeToFail) {
+  MachineDescription description;
+  description.endpoints.resize(1);
+  description.endpoints[0].id = L"one";
+  const auto machine = SimulatedMachine::InMemory(description);
+  ComPtr<IMMDeviceEnumerator> enumerator;
+  ComPtr<IMMDeviceCollection> devices;
+  ComPtr<IMMDevice> device;
+  ComPtr<IMMDevice> other;
+  ComPtr<IPropertyStore> store;
+  UINT count = 0;
+  DWORD number = 0;
+  LPWSTR id = nullptr;
+  void* object = nullptr;
+  PROPERTYKEY key{};
+  PROPVARIANT value;
+  const auto fails = [&](std::string_view operation, const std::function<HRESULT()>& call) {
+    machine->faults().FailNth(operation, 1, E_UNEXPECTED);
+    EXPECT_EQ(call(), E_UNEXPECTED) << operation;
+    EXPECT_GE(call(), 0) << operation;
+  };
+  fails("devices.create_enumerator",
+        [&] { return machine->CreateDeviceEnumerator(enumerator.Put()); });
+  fails("devices.enumerate",
+        [&] { return enumerator->EnumAudioEndpoints(eRender, 1, devices.Put()); });
+  fails("devices.count", [&] { return devices->GetCount(&count); });
+  fails("devices.item", [&] { return devices->Item(0, device.Put()); });
+  fails("devices.get_device", [&] { return enumerator->GetDevice(L"ONE", other.Put()); });
+  fails("devices.default_endpoint",
+        [&] { return enumerator->GetDefaultAudioEndpoint(eRender, eCommunications, other.Put()); });
+  fails("device.get_state", [&] { return device->GetState(&number); });
+  fails("device.get_id", [&] {
+    CoTaskMemFree(id);
+    return device->GetId(&id);
+  });
+  CoTaskMemFree(id);
+  fails("device.open_store", [&] { return device->OpenPropertyStore(STGM_READ, store.Put()); });
+  fails("store.count", [&] { return store->GetCount(&number); });
+  fails("store.get_at", [&] { return store->GetAt(0, &key); });
+  fails("store.get_value", [&] { return store->GetValue(key, &value); });
+  machine->faults().FailNth("device.activate", 1, E_UNEXPECTED);
+  EXPECT_EQ(device->Activate(IID_IMMDevice, CLSCTX_ALL, nullptr, &object), E_UNEXPECTED);
+  EXPECT_EQ(device->Activate(IID_IMMDevice, CLSCTX_ALL, nullptr, &object), E_NOINTERFACE);
+}
+
+TEST(SimulatedMachine, EnumerationsFilterByFlowAndStateAndSeeLaterChanges) {
+  const auto machine = SimulatedMachine::InMemory();
+  auto& endpoints = machine->description().endpoints;
+  endpoints.resize(3);
+  for (std::size_t i = 0; i < 3; ++i) endpoints[i].id = std::to_wstring(i);
+  endpoints[1].state = DEVICE_STATE_DISABLED;
+  endpoints[2].flow = eCapture;
+  ComPtr<IMMDeviceEnumerator> enumerator;
+  ASSERT_EQ(machine->CreateDeviceEnumerator(enumerator.Put()), S_OK);
+  const auto count = [&](EDataFlow flow, DWORD states) {
+    ComPtr<IMMDeviceCollection> devices;
+    UINT found = 0xBAD;
+    EXPECT_EQ(enumerator->EnumAudioEndpoints(flow, states, devices.Put()), S_OK);
+    EXPECT_EQ(devices->GetCount(&found), S_OK);
+    return found;
+  };
+  EXPECT_EQ(count(eRender, DEVICE_STATE_ACTIVE), 1U);
+  EXPECT_EQ(count(eRender, DEVICE_STATEMASK_ALL), 2U);
+  EXPECT_EQ(count(eAll, DEVICE_STATE_ACTIVE), 2U);
+  ComPtr<IMMDevice> device;
+  endpoints[0].state = DEVICE_STATE_UNPLUGGED;
+  EXPECT_EQ(count(eRender, DEVICE_STATE_ACTIVE), 0U);
+  EXPECT_EQ(enumerator->GetDefaultAudioEndpoint(eRender, eConsole, device.Put()),
+            orv_apo::kNotFound);
+  EXPECT_EQ(enumerator->GetDevice(L"3", device.Put()), orv_apo::kNotFound);
+}
+
+TEST(SimulatedMachine, PropertiesComeInTheirOrderAndObjectsOutliveTheMachine) {
+  SimulatedProperty text;
+  text.key = {{0xB3F8FA53, 0x0004, 0x438E, {0x90, 0x03, 0x51, 0xA4, 0x6E, 0x13, 0x9B, 0xFC}}, 2};
+  text.type = VT_LPWSTR;
+  text.text = L"SUBSYS_1234";
+  SimulatedProperty blob;
+  blob.key = {text.key.fmtid, 27};
+  blob.type = VT_BLOB;
+  blob.blob = {1, 2, 3};
+  MachineDescription description;
+  description.endpoints.resize(1);
+  description.endpoints[0].id = L"one";
+  description.endpoints[0].properties = {text, blob};
+  auto machine = SimulatedMachine::InMemory(description);
+  ComPtr<IMMDeviceEnumerator> enumerator;
+  ComPtr<IMMDevice> device;
+  ASSERT_EQ(machine->CreateDeviceEnumerator(enumerator.Put()), S_OK);
+  ASSERT_EQ(enumerator->GetDevice(L"one", device.Put()), S_OK);
+  machine.reset();
+
+  ComPtr<IPropertyStore> store;
+  ASSERT_EQ(device->OpenPropertyStore(STGM_READ, store.Put()), S_OK);
+  PROPERTYKEY key{};
+  ASSERT_EQ(store->GetAt(1, &key), S_OK);
+  EXPECT_EQ(key.pid, 27U);
+  EXPECT_EQ(store->GetAt(3, &key), E_INVALIDARG);
+  PROPVARIANT value;
+  ASSERT_EQ(store->GetValue(text.key, &value), S_OK);
+  EXPECT_STREQ(value.pwszVal, L"SUBSYS_1234");
+  PropVariantClear(&value);
+  ASSERT_EQ(store->GetValue(blob.key, &value), S_OK);
+  EXPECT_EQ(value.blob.cbSize, 3U);
+  EXPECT_EQ(value.blob.pBlobData[2], 3);
+  EXPECT_LT(store->SetValue(blob.key, value), 0);
+  PropVariantClear(&value);
+}
+
+TEST(SimulatedMachine, AnImportAddsToTheRegistryAndSignalsWhatChanged) {
+  const auto machine = SimulatedMachine::InMemory();
+  const auto key = MachineKey(*machine, L"K");
+  const auto untouched = MachineKey(*machine, L"L");
+  SetBytes(*key, L"old", {1});
+  Event changed(Event::Kind::AutoReset);
+  Event elsewhere(Event::Kind::AutoReset);
+  ASSERT_EQ(key->NotifyChange(false, kNotifyLastSet, changed), kRegOk);
+  ASSERT_EQ(untouched->NotifyChange(true, kNotifyLastSet, elsewhere), kRegOk);
+  FileError error;
+  ASSERT_TRUE(machine->ImportRegistry("REGEDIT4\n[HKLM\\K]\n\"new\"=hex:02\n[HKLM\\L]\n", error));
+  EXPECT_TRUE(changed.Wait(std::chrono::milliseconds(0)));
+  EXPECT_FALSE(elsewhere.Wait(std::chrono::milliseconds(0)));
+  EXPECT_EQ(GetBytes(*key, L"old"), std::vector<std::uint8_t>{1});
+  EXPECT_EQ(GetBytes(*key, L"new"), std::vector<std::uint8_t>{2});
+
+  std::string deep = "REGEDIT4\n[HKLM";
+  for (int level = 0; level < 600; ++level) deep += "\\k";
+  EXPECT_FALSE(machine->ImportRegistry(deep + "]\n", error));
+  EXPECT_EQ(error.line, 2);
+}
+
+}  // namespace
+}  // namespace orv

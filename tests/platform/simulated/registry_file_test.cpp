@@ -1,0 +1,166 @@
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <thread>
+
+#include "platform/simulated/machine_folder.h"
+
+namespace orv {
+namespace {
+
+using testing::HasSubstr;
+
+constexpr std::chrono::seconds kSoon(60);
+
+constexpr std::string_view kExport =
+    "Windows Registry Editor Version 5.00\r\n"
+    "\r\n"
+    "; a comment\r\n"
+    "[HKEY_CLASSES_ROOT\\CLSID\\{1}]\r\n"
+    "@=\"Class\"\r\n"
+    "\r\n"
+    "[HKEY_USERS\\.DEFAULT]\r\n"
+    "\"kept\"=hex(b):01,02,03,04,05,06,07,08\r\n"
+    "\r\n"
+    "[HKEY_LOCAL_MACHINE\\Software\\Zeta]\r\n"
+    "\"second\"=dword:00000002\r\n"
+    "\"First\"=\"C:\\\\Tools\"\r\n";
+
+TEST(RegistryFile, WhatIsWrittenIsThereForTheNextMachineAndTheRestIsKeptInOrder) {
+  const MachineFolder folder(kExport);
+  {
+    const auto machine = folder.Open();
+    const auto key = MachineKey(*machine, L"software\\zeta");
+    ASSERT_EQ(SetBytes(*key, L"new", {0xAB, 0xCD}), kRegOk);
+    ASSERT_EQ(key->DeleteValue(L"second"), kRegOk);
+    MachineKey(*machine, L"Software\\Empty");
+  }
+  EXPECT_EQ(folder.Read("registry.reg"),
+            "Windows Registry Editor Version 5.00\r\n"
+            "; change 3\r\n"
+            "\r\n"
+            "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Classes\\CLSID\\{1}]\r\n"
+            "@=\"Class\"\r\n"
+            "\r\n"
+            "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Zeta]\r\n"
+            "\"First\"=\"C:\\\\Tools\"\r\n"
+            "\"new\"=hex:ab,cd\r\n"
+            "\r\n"
+            "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Empty]\r\n"
+            "\r\n"
+            "[HKEY_USERS\\.DEFAULT]\r\n"
+            "\"kept\"=hex(b):01,02,03,04,05,06,07,08\r\n");
+  const auto machine = folder.Open();
+  EXPECT_EQ(GetBytes(*MachineKey(*machine, L"SOFTWARE\\Zeta"), L"NEW"),
+            (std::vector<std::uint8_t>{0xAB, 0xCD}));
+  std::unique_ptr<RegistryKey> key;
+  EXPECT_EQ(machine->registry().OpenKey(RegRoot::ClassesRoot, L"clsid\\{1}", kKeyRead, key),
+            kRegOk);
+}
+
+TEST(RegistryFile, AFileKeepsItsEncodingAndItsLineEnds) {
+  const std::string ascii = "Windows Registry Editor Version 5.00\n";
+  std::string utf16 = "\xFF\xFE";
+  for (const char character : ascii) (utf16 += character) += '\0';
+  const MachineFolder folder(utf16);
+  SetBytes(*MachineKey(*folder.Open(), L"K"), L"v", {1});
+  const std::string written = folder.Read("registry.reg");
+  EXPECT_TRUE(written.starts_with(utf16));
+  EXPECT_EQ(written.find('\r'), std::string::npos);
+  EXPECT_EQ(GetBytes(*MachineKey(*folder.Open(), L"K"), L"v"), std::vector<std::uint8_t>{1});
+}
+
+TEST(RegistryFile, AnEditByHandIsSeenAndABrokenOneStopsWritingButNotReading) {
+  const MachineFolder folder(kExport);
+  const auto machine = folder.Open();
+  const auto key = MachineKey(*machine, L"Software\\Zeta");
+  const std::string header = "Windows Registry Editor Version 5.00\r\n";
+  folder.Write("registry.reg", header + "[HKLM\\Software\\Zeta]\r\n\"v\"=hex:07\r\n");
+  EXPECT_EQ(GetBytes(*key, L"v"), std::vector<std::uint8_t>{7});
+  EXPECT_EQ(key->DeleteValue(L"First"), kRegNotFound);
+
+  const std::string broken = header + "[HKLM\\Software\\Zeta]\r\n\"v\"=hex:0\r\n\"w\"=\r\n";
+  folder.Write("registry.reg", broken);
+  EXPECT_EQ(GetBytes(*key, L"v"), std::vector<std::uint8_t>{7});
+  EXPECT_EQ(SetBytes(*key, L"v", {8}), kRegWriteFault);
+  EXPECT_EQ(folder.Read("registry.reg"), broken) << "the edit must survive";
+  folder.Write("registry.reg", header + "[HKLM\\Software\\Zeta]\r\n\"v\"=hex:09\r\n");
+  EXPECT_EQ(SetBytes(*key, L"w", {1}), kRegOk);
+  EXPECT_EQ(GetBytes(*key, L"v"), std::vector<std::uint8_t>{9});
+}
+
+TEST(RegistryFile, ARefusedFileIsReportedWithItsNameAndLine) {
+  const MachineFolder folder("REGEDIT4\n\n[HKLM\\K]\n\"v\"=\"no end\n");
+  const FileError error = folder.Refusal();
+  EXPECT_THAT(error.Text(), HasSubstr("registry.reg:4: the text has no closing quotation mark"));
+  std::filesystem::remove(folder.path() / "registry.reg");
+  EXPECT_THAT(folder.Refusal().Text(), HasSubstr("registry.reg: No such file"));
+}
+
+TEST(RegistryFile, TwoMachinesInOneProcessWriteInTurnsAndLoseNothing) {
+  const MachineFolder folder;
+  const auto first = folder.Open();
+  const auto second = folder.Open();
+  constexpr int kCount = 40;
+  const auto write = [](Machine& machine, const std::wstring& prefix) {
+    const auto key = MachineKey(machine, L"Software\\Shared");
+    for (int i = 0; i < kCount; ++i)
+      EXPECT_EQ(SetBytes(*key, prefix + std::to_wstring(i), {1}), kRegOk);
+  };
+  std::thread other([&] { write(*second, L"b"); });
+  write(*first, L"a");
+  other.join();
+  for (Machine* machine : {first.get(), second.get()}) {
+    const auto key = MachineKey(*machine, L"Software\\Shared");
+    for (int i = 0; i < kCount; ++i) {
+      EXPECT_FALSE(GetBytes(*key, L"a" + std::to_wstring(i)).empty());
+      EXPECT_FALSE(GetBytes(*key, L"b" + std::to_wstring(i)).empty());
+    }
+  }
+}
+
+// Reads the values of both writers; true when all are there with what was written.
+bool AllWritten(RegistryKey& key, std::uint32_t count) {
+  for (const wchar_t* prefix : {L"left", L"right"}) {
+    for (std::uint32_t i = 0; i < count; ++i) {
+      std::uint32_t number = 0xBAD;
+      std::uint32_t size = sizeof number;
+      if (key.QueryValue(prefix + std::to_wstring(i), nullptr, &number, &size) != kRegOk ||
+          number != i)
+        return false;
+    }
+  }
+  return true;
+}
+
+TEST(RegistryFile, TwoProcessesLoseNothingAndAWatchSeesTheFinalState) {
+  const MachineFolder folder;
+  const auto machine = folder.Open();
+  const auto key = MachineKey(*machine, L"Software\\Shared");
+  const auto bystander = MachineKey(*machine, L"Software\\Bystander");
+  Event changed(Event::Kind::AutoReset);
+  Event elsewhere(Event::Kind::AutoReset);
+  ASSERT_EQ(bystander->NotifyChange(true, kNotifyLastSet | kNotifyName, elsewhere), kRegOk);
+  constexpr std::uint32_t kCount = 200;
+  const auto run = [&](const std::string& name) {
+    const std::string command = "\"" ORV_REGISTRY_WRITER "\" \"" + folder.path().string() + "\" " +
+                                name + " " + std::to_string(kCount);
+    EXPECT_EQ(std::system(command.c_str()), 0);
+  };
+  std::thread left(run, "left");
+  std::thread right(run, "right");
+  bool complete = false;
+  bool waiting = true;
+  while (!complete && waiting) {
+    EXPECT_EQ(key->NotifyChange(false, kNotifyLastSet, changed), kRegOk);
+    complete = AllWritten(*key, kCount);
+    waiting = complete || changed.Wait(kSoon);
+  }
+  left.join();
+  right.join();
+  EXPECT_TRUE(complete);
+  EXPECT_FALSE(elsewhere.Wait(std::chrono::milliseconds(0))) << "only changed keys signal";
+}
+
+}  // namespace
+}  // namespace orv

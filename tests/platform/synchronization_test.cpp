@@ -1,0 +1,226 @@
+#include "platform/synchronization.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <mutex>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+namespace orv {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kDeadline = 30s;
+
+TEST(Events, ManualResetStaysSignalledUntilReset) {
+  Event event(Event::Kind::ManualReset);
+  EXPECT_FALSE(event.Wait(0ms));
+  event.Set();
+  event.Set();
+  EXPECT_TRUE(event.Wait(0ms));
+  EXPECT_TRUE(event.Wait());
+  event.Reset();
+  EXPECT_FALSE(event.Wait(0ms));
+}
+
+TEST(Events, AutoResetLetsOneWaitThrough) {
+  Event event(Event::Kind::AutoReset);
+  event.Set();
+  event.Set();
+  EXPECT_TRUE(event.Wait());
+  EXPECT_FALSE(event.Wait(0ms));
+}
+
+TEST(Events, EachAutoResetSignalReachesOneOfManyWaits) {
+  Event baton(Event::Kind::AutoReset);
+  std::atomic<int> let_through{0};
+  std::vector<std::unique_ptr<Thread>> waiters;
+  Event passed(Event::Kind::AutoReset);
+  for (int i = 0; i < 4; ++i)
+    waiters.push_back(Thread::Start([&] {
+      if (!baton.Wait(kDeadline)) return 0U;
+      ++let_through;
+      passed.Set();
+      return 1U;
+    }));
+  for (int i = 1; i <= 4; ++i) {
+    baton.Set();
+    ASSERT_TRUE(passed.Wait(kDeadline));
+    EXPECT_EQ(let_through, i);
+  }
+  for (const auto& waiter : waiters) {
+    EXPECT_TRUE(waiter->Wait(kDeadline));
+    EXPECT_EQ(waiter->ExitCode(), 1U);
+  }
+}
+
+TEST(Events, WaitAnyTellsTheFirstSignalledAndConsumesOnlyIt) {
+  Event stop(Event::Kind::ManualReset);
+  Event first(Event::Kind::AutoReset);
+  Event second(Event::Kind::AutoReset);
+  Event* const events[] = {&stop, &first, &second};
+  EXPECT_EQ(WaitAny(events, 0ms), std::nullopt);
+  second.Set();
+  first.Set();
+  EXPECT_EQ(WaitAny(events), 1U);
+  EXPECT_EQ(WaitAny(events), 2U);
+  EXPECT_EQ(WaitAny(events, 0ms), std::nullopt);
+  stop.Set();
+  first.Set();
+  EXPECT_EQ(WaitAny(events), 0U);
+  EXPECT_TRUE(first.Wait(0ms));
+}
+
+TEST(Events, WaitAnyRefusesAnImpossibleList) {
+  Event event(Event::Kind::ManualReset);
+  event.Set();
+  const std::vector<Event*> nine(9, &event);
+  EXPECT_EQ(WaitAny(nine), std::nullopt);
+  EXPECT_EQ(WaitAny({}), std::nullopt);
+}
+
+TEST(Threads, KeepTheirExitCode) {
+  Event go(Event::Kind::ManualReset);
+  std::uint32_t seen_id = 0;
+  const auto thread = Thread::Start([&] {
+    go.Wait(kDeadline);
+    return 0xFFFFFFFFU;
+  });
+  ASSERT_TRUE(thread);
+  seen_id = thread->id();
+  EXPECT_NE(seen_id, 0U);
+  EXPECT_FALSE(thread->IsCurrent());
+  EXPECT_EQ(thread->ExitCode(), std::nullopt);
+  EXPECT_FALSE(thread->Wait(0ms));
+  go.Set();
+  EXPECT_TRUE(thread->Wait(kDeadline));
+  EXPECT_TRUE(thread->Wait(0ms));
+  EXPECT_EQ(thread->ExitCode(), 0xFFFFFFFFU);
+  EXPECT_TRUE(thread->Terminate(3));
+  EXPECT_EQ(thread->ExitCode(), 0xFFFFFFFFU);
+}
+
+TEST(Threads, RunOnWhenTheirHolderIsGone) {
+  Event go(Event::Kind::ManualReset);
+  Event done(Event::Kind::ManualReset);
+  Thread::Start([&] {
+    go.Wait(kDeadline);
+    done.Set();
+    return 0U;
+  }).reset();
+  go.Set();
+  EXPECT_TRUE(done.Wait(kDeadline));
+}
+
+TEST(Threads, NeitherWaitForNorEndThemselves) {
+  std::unique_ptr<Thread> thread;
+  Event stored(Event::Kind::ManualReset);
+  thread = Thread::Start([&] {
+    stored.Wait(kDeadline);
+    return thread->IsCurrent() && !thread->Wait(0ms) && !thread->Terminate(9) ? 1U : 0U;
+  });
+  ASSERT_TRUE(thread);
+  stored.Set();
+  EXPECT_TRUE(thread->Wait(kDeadline));
+  EXPECT_EQ(thread->ExitCode(), 1U);
+}
+
+TEST(Threads, AnEscapingExceptionBecomesTheExitCode) {
+  const auto thread = Thread::Start([]() -> std::uint32_t { throw std::runtime_error("worker"); });
+  ASSERT_TRUE(thread);
+  EXPECT_TRUE(thread->Wait(kDeadline));
+  EXPECT_EQ(thread->ExitCode(), 0xFFFFFFFFU);
+}
+
+void ExpectTermination(Thread& thread) {
+  EXPECT_TRUE(thread.Terminate(0xDEAD));
+  EXPECT_TRUE(thread.Wait(0ms));
+  EXPECT_EQ(thread.ExitCode(), 0xDEADU);
+  EXPECT_TRUE(thread.Terminate(1));
+  EXPECT_EQ(thread.ExitCode(), 0xDEADU);
+}
+
+TEST(TerminatedThread, WhileItSleeps) {
+  Event started(Event::Kind::ManualReset);
+  const auto thread = Thread::Start([&] {
+    started.Set();
+    std::this_thread::sleep_for(1h);
+    return 0U;
+  });
+  ASSERT_TRUE(thread && started.Wait(kDeadline));
+  ExpectTermination(*thread);
+}
+
+TEST(TerminatedThread, WhileItWaitsForAnEvent) {
+  Event started(Event::Kind::ManualReset);
+  Event never(Event::Kind::AutoReset);
+  const auto thread = Thread::Start([&] {
+    started.Set();
+    never.Wait();
+    return 0U;
+  });
+  ASSERT_TRUE(thread && started.Wait(kDeadline));
+  ExpectTermination(*thread);
+  never.Set();  // nobody is left to take it
+  EXPECT_TRUE(never.Wait(0ms));
+}
+
+TEST(TerminatedThread, WhileItIsBusy) {
+  std::atomic<std::uint64_t> turns{0};
+  const auto thread = Thread::Start([&]() -> std::uint32_t {
+    for (;;) ++turns;
+  });
+  ASSERT_TRUE(thread);
+  while (turns.load() < 1000) std::this_thread::yield();
+  ExpectTermination(*thread);
+  const std::uint64_t at_end = turns.load();
+  for (int i = 0; i < 1000; ++i) std::this_thread::yield();
+  EXPECT_EQ(turns.load(), at_end);
+}
+
+TEST(TerminatedThread, LeavesItsLocksHeldAndItsObjectsAlone) {
+  static std::mutex lock;
+  static std::atomic<bool> cleaned_up{false};
+  struct CleanUp {
+    ~CleanUp() { cleaned_up = true; }
+  };
+  Event started(Event::Kind::ManualReset);
+  Event* own_event = nullptr;
+  const auto thread = Thread::Start([&] {
+    const std::lock_guard guard(lock);
+    const CleanUp clean_up;
+    Event on_stack(Event::Kind::AutoReset);
+    own_event = &on_stack;
+    started.Set();
+    on_stack.Wait();
+    return 0U;
+  });
+  ASSERT_TRUE(thread && started.Wait(kDeadline));
+  ExpectTermination(*thread);
+  EXPECT_FALSE(lock.try_lock());
+  EXPECT_FALSE(cleaned_up);
+  // A watch that was armed with the thread's own event may still signal it.
+  own_event->Set();
+  EXPECT_TRUE(own_event->Wait(0ms));
+}
+
+TEST(TerminatedThread, AtAnyMomentOfItsLife) {
+  for (int i = 0; i < 60; ++i) {
+    const bool is_short = i % 2 == 0;
+    const auto thread = Thread::Start([is_short] {
+      if (!is_short) std::this_thread::sleep_for(1h);
+      return 7U;
+    });
+    ASSERT_TRUE(thread);
+    for (int pause = 0; pause < i; ++pause) std::this_thread::yield();
+    ASSERT_TRUE(thread->Terminate(8));
+    const auto code = thread->ExitCode();
+    EXPECT_TRUE(code == 8U || (is_short && code == 7U));
+  }
+}
+
+}  // namespace
+}  // namespace orv

@@ -1,0 +1,140 @@
+#include "platform/text.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <string>
+
+#include "platform/guid_text.h"
+
+namespace orv {
+namespace {
+
+class Locale {
+ public:
+  explicit Locale(const char* name) { known = std::setlocale(LC_CTYPE, name) != nullptr; }
+  ~Locale() { std::setlocale(LC_CTYPE, before_.c_str()); }
+  bool known = false;
+
+ private:
+  std::string before_ = std::setlocale(LC_CTYPE, nullptr);
+};
+
+std::string EveryByte() {
+  std::string bytes;
+  for (int byte = 1; byte < 256; ++byte) bytes.push_back(static_cast<char>(byte));
+  return bytes;
+}
+
+// An audio jack's name as different forms hold it: a two-byte, a three-byte and a four-byte
+// character.
+constexpr char kUtf8[] = "Kopfh\xC3\xB6rer \xE2\x82\xAC \xF0\x9F\x8E\xA7";
+constexpr wchar_t kWide[] = L"Kopfh\x00F6rer \x20AC \xD83C\xDFA7";
+
+TEST(MultibyteText, DefaultLocaleMapsEveryByteOneToOne) {
+  const std::wstring wide = Widen(EveryByte());
+  ASSERT_EQ(wide.size(), 255U);
+  for (std::size_t i = 0; i < wide.size(); ++i) EXPECT_EQ(wide[i], static_cast<wchar_t>(i + 1));
+  EXPECT_EQ(Narrow(wide), EveryByte());
+  EXPECT_EQ(Narrow(L"price \x0100"), "");
+  EXPECT_EQ(Narrow(kWide), "");
+}
+
+TEST(MultibyteText, Utf8LocaleConvertsSurrogatePairsBothWays) {
+  const Locale locale("C.UTF-8");
+  ASSERT_TRUE(locale.known);
+  EXPECT_EQ(Widen(kUtf8), kWide);
+  EXPECT_EQ(Narrow(kWide), kUtf8);
+}
+
+TEST(MultibyteText, WhatDoesNotConvertGivesEmptyText) {
+  const Locale locale("C.UTF-8");
+  ASSERT_TRUE(locale.known);
+  EXPECT_EQ(Widen("good \xFF"), L"");
+  EXPECT_EQ(Widen("cut \xE2\x82"), L"");
+  EXPECT_EQ(Narrow(L"half a pair \xD83C"), "");
+  EXPECT_EQ(Narrow(L"the other half \xDFA7"), "");
+  EXPECT_EQ(Narrow(std::wstring(1, static_cast<wchar_t>(WCHAR_MAX))), "");
+}
+
+TEST(MultibyteText, EndsAtTheFirstNul) {
+  for (const char* name : {"C", "C.UTF-8"}) {
+    const Locale locale(name);
+    EXPECT_EQ(Widen(std::string_view("a\0b", 3)), L"a");
+    EXPECT_EQ(Narrow(std::wstring_view(L"a\0\x20AC", 3)), "a");
+  }
+}
+
+TEST(Utf8Text, ConvertsWhateverTheLocale) {
+  EXPECT_EQ(WideFromUtf8(kUtf8), kWide);
+  EXPECT_EQ(Utf8FromWide(kWide), kUtf8);
+  const std::wstring with_nul(L"a\0b", 3);
+  EXPECT_EQ(WideFromUtf8(Utf8FromWide(with_nul)), with_nul);
+}
+
+TEST(Utf8Text, BrokenInputIsReplacedAndItsNeighboursKept) {
+  const std::pair<std::string, std::wstring> cases[] = {
+      {"a\x80z", L"a\xFFFDz"},                                // trail byte alone
+      {"a\xC0\xAFz", L"a\xFFFD\xFFFDz"},                      // overlong slash
+      {"a\xE0\x80\xAFz", L"a\xFFFD\xFFFD\xFFFDz"},            // overlong, three bytes
+      {"a\xED\xA0\x80z", L"a\xFFFD\xFFFD\xFFFDz"},            // surrogate
+      {"a\xF4\x90\x80\x80z", L"a\xFFFD\xFFFD\xFFFD\xFFFDz"},  // past U+10FFFF
+      {"a\xF0\x9F\x8Ez", L"a\xFFFDz"},                        // one byte short
+      {"a\xF0\x9F\x8E", L"a\xFFFD"},                          // cut off
+      {"a\xFFz", L"a\xFFFDz"},
+  };
+  for (const auto& [utf8, wide] : cases) EXPECT_EQ(WideFromUtf8(utf8), wide);
+  EXPECT_EQ(Utf8FromWide(L"a\xD83Cz\xDFA7"), "a\xEF\xBF\xBDz\xEF\xBF\xBD");
+}
+
+TEST(NameComparison, FoldsLettersAToZAndNothingElse) {
+  EXPECT_TRUE(EqualsIgnoringCase("VQ3D-Process Enable", "vq3d-pROCESS eNABLE"));
+  EXPECT_TRUE(EqualsIgnoringCase(L"AZaz", L"azAZ"));
+  EXPECT_FALSE(EqualsIgnoringCase("VQ3D-Process Enable", "VQ3D-Process Enabled"));
+  EXPECT_FALSE(EqualsIgnoringCase(L"\x00C4", L"\x00E4"));
+  for (const char* pair : {"@`", "[{", "\\|", "]}", "^~"}) {
+    EXPECT_FALSE(EqualsIgnoringCase(std::string_view(pair, 1), std::string_view(pair + 1, 1)));
+    EXPECT_NE(CompareIgnoringCase(std::string_view(pair, 1), std::string_view(pair + 1, 1)), 0);
+  }
+}
+
+TEST(NameComparison, OrdersByFoldedUnsignedUnits) {
+  EXPECT_EQ(CompareIgnoringCase("Gain", "gAIN"), 0);
+  EXPECT_LT(CompareIgnoringCase("Gain", "gain2"), 0);
+  EXPECT_LT(CompareIgnoringCase("_", "A"), 0);  // letters take their lower-case place
+  EXPECT_GT(CompareIgnoringCase("\xE4", "z"), 0);
+  EXPECT_LT(CompareIgnoringCase(L"Z", L"\x00E4"), 0);
+  EXPECT_GT(CompareIgnoringCase(L"b", L"A"), 0);
+}
+
+TEST(Paths, LosingTheirLastElementKeepTheirRoot) {
+  const std::pair<const wchar_t*, const wchar_t*> cases[] = {{L"C:\\Tools\\x", L"C:\\Tools"},
+                                                             {L"C:\\Tools\\", L"C:\\Tools"},
+                                                             {L"C:\\x", L"C:\\"},
+                                                             {L"C:\\", L"C:\\"},
+                                                             {L"C:x", L"C:"},
+                                                             {L"\\x", L"\\"},
+                                                             {L"x", L""},
+                                                             {L"", L""}};
+  for (const auto& [path, rest] : cases) EXPECT_EQ(RemoveLastPathElement(path), rest);
+}
+
+TEST(GuidText, GoesThereAndBack) {
+  const GUID guid = {0x62AB5D82, 0xFDC1, 0x4DC3, {0xA9, 0xDD, 0x07, 0x0D, 0x1D, 0x49, 0x5D, 0x97}};
+  EXPECT_EQ(GuidText(guid), L"{62AB5D82-FDC1-4DC3-A9DD-070D1D495D97}");
+  const auto parsed = ParseGuid(L"{62ab5d82-fdc1-4DC3-a9dd-070d1d495d97}");
+  ASSERT_TRUE(parsed);
+  EXPECT_TRUE(IsEqualGUID(*parsed, guid));
+}
+
+TEST(GuidText, RefusesEveryOtherForm) {
+  for (const wchar_t* text :
+       {L"", L"62AB5D82-FDC1-4DC3-A9DD-070D1D495D97", L"{62AB5D82-FDC1-4DC3-A9DD-070D1D495D9}",
+        L"{62AB5D82-FDC1-4DC3-A9DD-070D1D495D977}", L"{62AB5D82-FDC1-4DC3-A9DD-070D1D495D9G}",
+        L"(62AB5D82-FDC1-4DC3-A9DD-070D1D495D97)", L"{62AB5D82FDC1--4DC3-A9DD-070D1D495D97}",
+        L" 62AB5D82-FDC1-4DC3-A9DD-070D1D495D97}"})
+    EXPECT_FALSE(ParseGuid(text)) << Utf8FromWide(text);
+}
+
+}  // namespace
+}  // namespace orv

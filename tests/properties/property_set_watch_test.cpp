@@ -1,0 +1,179 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <thread>
+
+#include "properties/bound_set.h"
+
+namespace orv {
+namespace {
+
+using test::BoundSet;
+using test::kDeadline;
+using test::Listener;
+using test::TextOf;
+using testing::ElementsAre;
+
+// One side watches the value "Mode" holding a and b; the other is somebody else who writes it.
+class PropertySetWatch : public testing::Test {
+ protected:
+  PropertySetWatch() {
+    for (BoundSet* side : {&watcher_, &writer_})
+      for (const wchar_t* name : {L"a", L"b"}) side->set.SetProperty(name, 0);
+    listener_.on_changed = [this](ORVPropertySet&, const ORVPropertyEntry& entry) {
+      const std::optional<std::int32_t> number = IntegerOf(entry.value);
+      if (entry.name == L"b" && number == last_) arrived_.Set();
+    };
+    watcher_.set.AddNotify(&listener_);
+  }
+  ~PropertySetWatch() override {
+    watcher_.binding.StartWatch(false, L"");
+    watcher_.set.RemoveNotify(&listener_);
+  }
+
+  void Write(std::int32_t a, std::int32_t b) {
+    writer_.set.SetProperty(L"a", a);
+    writer_.set.SetProperty(L"b", b);
+    ASSERT_TRUE(writer_.binding.SaveBinary(L"Mode"));
+  }
+  // Writes a value of b that nobody wrote before and waits until it has arrived.
+  void WriteLast(std::int32_t a) {
+    Write(a, last_);
+    ASSERT_TRUE(arrived_.Wait(kDeadline));
+  }
+
+  static constexpr std::int32_t last_ = 1000000;
+  Event arrived_{Event::Kind::ManualReset};
+  std::unique_ptr<SimulatedMachine> machine_ = SimulatedMachine::InMemory();
+  BoundSet writer_{*machine_};
+  Listener listener_;
+  std::recursive_timed_mutex reload_lock_;
+  BoundSet watcher_{*machine_};
+};
+
+TEST_F(PropertySetWatch, EachOutsideChangeIsAnnouncedOnce) {
+  writer_.set.SetProperty(L"c", 5);
+  Write(1, 0);
+  ASSERT_TRUE(watcher_.binding.StartWatch(true, L"Mode"));
+  Write(1, 0);
+  WriteLast(1);
+  EXPECT_THAT(listener_.changed(), ElementsAre(L"a=1", L"b=1000000"));
+  EXPECT_EQ(TextOf(watcher_.set, L"c"), L"(none)") << "nothing is added";
+}
+
+TEST_F(PropertySetWatch, AWriteDuringAReloadIsNotMissed) {
+  Listener interferer;
+  interferer.on_changed = [this](ORVPropertySet&, const ORVPropertyEntry& entry) {
+    if (entry.name == L"a" && IntegerOf(entry.value) == 1) Write(2, last_);
+  };
+  watcher_.set.AddNotify(&interferer);
+  Write(1, 1);
+  ASSERT_TRUE(watcher_.binding.StartWatch(true, L"Mode"));
+  EXPECT_TRUE(arrived_.Wait(kDeadline));
+  watcher_.binding.StartWatch(false, L"");
+  EXPECT_EQ(TextOf(watcher_.set, L"a"), L"2");
+  watcher_.set.RemoveNotify(&interferer);
+}
+
+TEST_F(PropertySetWatch, AListenerMayStopOrRestartTheWatch) {
+  for (const bool restart : {false, true}) {
+    Event told(Event::Kind::ManualReset);
+    Write(0, 0);
+    Listener listener;
+    BoundSet bound(*machine_);
+    bound.set.SetProperty(L"a", -1);
+    listener.on_changed = [&](ORVPropertySet&, const ORVPropertyEntry& entry) {
+      const bool first = IntegerOf(entry.value) == 0;
+      EXPECT_TRUE(!first || bound.binding.StartWatch(restart, L"Mode"));
+      told.Set();
+    };
+    bound.set.AddNotify(&listener);
+    ASSERT_TRUE(bound.binding.StartWatch(true, L"Mode"));
+    ASSERT_TRUE(told.Wait(kDeadline));
+    told.Reset();
+    Write(7, 7);
+    if (restart) {
+      ASSERT_TRUE(told.Wait(kDeadline));
+      EXPECT_EQ(TextOf(bound.set, L"a"), L"7");
+    }
+    EXPECT_TRUE(bound.binding.StartWatch(false, L"Mode"));
+  }
+}
+
+// The reload waits for a lock that the stopping thread holds; a thread that had to be terminated
+// would leak its key.
+TEST_F(PropertySetWatch, AnOwnerMayStopTheWatchUnderTheLocksOfAReload) {
+  watcher_.binding.SetReloadLock(&reload_lock_);
+  Write(1, 1);
+  const auto start_and_stop = [this](auto& mutex) {
+    const std::lock_guard guard(mutex);
+    EXPECT_TRUE(watcher_.binding.StartWatch(true, L"Mode"));
+    EXPECT_TRUE(watcher_.binding.StartWatch(false, L"Mode"));
+  };
+  start_and_stop(reload_lock_);
+  start_and_stop(*watcher_.set.lock());
+  EXPECT_THAT(listener_.changed(), testing::IsEmpty());
+  ASSERT_TRUE(watcher_.binding.StartWatch(true, L"Mode"));
+  WriteLast(1);
+}
+
+TEST_F(PropertySetWatch, AWatchThatCannotBeArmedReloadsOnceAndEnds) {
+  machine_->faults().FailAlways("registry.notify", kRegAccessDenied);
+  Write(1, last_);
+  ASSERT_TRUE(watcher_.binding.StartWatch(true, L"Mode"));
+  ASSERT_TRUE(arrived_.Wait(kDeadline));
+  machine_->faults().Clear();
+  ASSERT_TRUE(watcher_.binding.StartWatch(true, L"Mode"));
+  ASSERT_EQ(machine_->registry().DeleteTree(RegRoot::LocalMachine, L"SOFTWARE\\Test"), kRegOk);
+  EXPECT_TRUE(watcher_.binding.StartWatch(false, L"Mode"));
+  watcher_.binding.SetKey(nullptr);
+  EXPECT_TRUE(watcher_.binding.StartWatch(true, L"Mode"));
+}
+
+TEST_F(PropertySetWatch, AClientMayWriteWhileTheWatchReloads) {
+  ASSERT_TRUE(watcher_.binding.StartWatch(true, L"Mode"));
+  std::thread other([this] {
+    for (int i = 0; i < 200; ++i) Write(i, i);
+  });
+  for (int i = 0; i < 200; ++i) {
+    watcher_.set.SetProperty(L"a", i);
+    EXPECT_TRUE(watcher_.binding.SaveBinary(L"Other"));
+    watcher_.binding.SetKey(watcher_.key.get());
+  }
+  other.join();
+  WriteLast(1);
+}
+
+TEST(PropertySetWatchAcrossMachines, AWriteOnOneMachineArrivesOnTheOther) {
+  const std::filesystem::path folder = std::filesystem::temp_directory_path() /
+                                       ("orv_watch_" + std::to_string(std::random_device{}()));
+  std::filesystem::create_directories(folder);
+  std::ofstream(folder / "machine.json") << "{}";
+  std::ofstream(folder / "registry.reg") << "Windows Registry Editor Version 5.00\r\n\r\n";
+  FileError error;
+  {
+    const auto here = SimulatedMachine::Open(folder, error);
+    const auto there = SimulatedMachine::Open(folder, error);
+    ASSERT_TRUE(here && there) << error.Text();
+    Event arrived(Event::Kind::ManualReset);
+    Listener listener;
+    listener.on_changed = [&](ORVPropertySet&, const ORVPropertyEntry&) { arrived.Set(); };
+    BoundSet writer(*there), watcher(*here);
+    watcher.set.SetProperty(L"a", 0);
+    watcher.set.AddNotify(&listener);
+    ASSERT_TRUE(watcher.binding.StartWatch(true, L"Mode"));
+    writer.set.SetProperty(L"a", 1);
+    ASSERT_TRUE(writer.binding.SaveBinary(L"Mode"));
+    ASSERT_TRUE(arrived.Wait(kDeadline));
+    watcher.binding.StartWatch(false, L"");
+    EXPECT_THAT(listener.changed(), ElementsAre(L"a=1"));
+    watcher.set.RemoveNotify(&listener);
+  }
+  std::filesystem::remove_all(folder);
+}
+
+}  // namespace
+}  // namespace orv

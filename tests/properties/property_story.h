@@ -1,0 +1,68 @@
+// What the property tests have in common.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "properties/property_set.h"
+
+namespace orv::test {
+
+inline constexpr std::chrono::milliseconds kDeadline{10000};
+
+// Writes down what it hears as "name=text"; `on_changed` and `on_changing` may add to it.
+class Listener : public IORVPropertySetNotify {
+ public:
+  void OnPropertyChanged(ORVPropertySet& set, const ORVPropertyEntry& entry) override {
+    Note(changed_, entry);
+    if (on_changed) on_changed(set, entry);
+  }
+  bool OnPropertyChanging(ORVPropertySet& set, const ORVPropertyEntry& entry) override {
+    Note(changing_, entry);
+    if (on_changing) on_changing(set, entry);
+    return answer;
+  }
+  std::vector<std::wstring> changed() const { return Copy(changed_); }
+  std::vector<std::wstring> changing() const { return Copy(changing_); }
+
+  std::function<void(ORVPropertySet&, const ORVPropertyEntry&)> on_changed;
+  std::function<void(ORVPropertySet&, const ORVPropertyEntry&)> on_changing;
+  bool answer = false;
+
+ private:
+  void Note(std::vector<std::wstring>& notes, const ORVPropertyEntry& entry) {
+    const std::lock_guard guard(lock_);
+    notes.push_back(entry.name + L"=" + WideTextOf(entry.value).value_or(L"?"));
+  }
+  std::vector<std::wstring> Copy(const std::vector<std::wstring>& notes) const {
+    const std::lock_guard guard(lock_);
+    return notes;
+  }
+  mutable std::mutex lock_;
+  std::vector<std::wstring> changed_, changing_;
+};
+
+inline std::wstring TextOf(ORVPropertySet& set, const wchar_t* name) {
+  std::wstring text = L"(none)";
+  set.GetProperty(name, text);
+  return text;
+}
+
+// All of a list as "name=text name=text".
+inline std::wstring Content(const ORVPropertyList& list) {
+  std::wstring content;
+  for (const ORVPropertyEntry& entry : list)
+    content +=
+        (content.empty() ? L"" : L" ") + entry.name + L"=" + WideTextOf(entry.value).value_or(L"?");
+  return content;
+}
+inline std::wstring Content(ORVPropertySet& set) {
+  ORVPropertyList list;
+  set.GetAllProperties(list);
+  return Content(list);
+}
+
+}  // namespace orv::test

@@ -1,0 +1,99 @@
+#include "properties/thread_basic.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <stdexcept>
+
+#include "properties/property_story.h"
+
+namespace orv {
+namespace {
+
+using test::kDeadline;
+
+class Worker : public IORVThreadBasicWorker {
+ public:
+  explicit Worker(std::function<bool(ORVThreadBasic&, Event&)> body) : body_(std::move(body)) {}
+  bool Run(ORVThreadBasic& thread, Event& stop) override {
+    entered.Set();
+    const bool result = body_(thread, stop);
+    left.Set();
+    return result;
+  }
+  Event entered{Event::Kind::AutoReset};
+  Event left{Event::Kind::AutoReset};
+
+ private:
+  std::function<bool(ORVThreadBasic&, Event&)> body_;
+};
+
+bool UntilStopped(ORVThreadBasic&, Event& stop) { return stop.Wait(); }
+
+TEST(ThreadBasic, RunsUntilStoppedAndCanBeStartedAgain) {
+  Worker worker(UntilStopped);
+  ORVThreadBasic thread;
+  EXPECT_FALSE(thread.Start(nullptr));
+  for (int round = 0; round < 3; ++round) {
+    ASSERT_TRUE(thread.Start(&worker));
+    EXPECT_TRUE(thread.running());
+    ASSERT_TRUE(worker.entered.Wait(kDeadline));
+    thread.Stop(0);
+    EXPECT_FALSE(thread.running());
+    EXPECT_TRUE(worker.left.Wait(std::chrono::milliseconds(0)));
+    EXPECT_FALSE(thread.Start(nullptr)) << "the worker is forgotten";
+  }
+  thread.Stop(0);
+}
+
+TEST(ThreadBasic, AWorkerThatNeverReturnsIsTerminated) {
+  static Event never(Event::Kind::ManualReset);
+  Worker stuck([](ORVThreadBasic&, Event&) { return never.Wait(); });
+  Worker willing(UntilStopped);
+  ORVThreadBasic thread;
+  ASSERT_TRUE(thread.Start(&stuck));
+  ASSERT_TRUE(stuck.entered.Wait(kDeadline));
+  thread.Stop(1);
+  EXPECT_FALSE(thread.running());
+  never.Set();
+  EXPECT_FALSE(stuck.left.Wait(std::chrono::milliseconds(0)));
+  ASSERT_TRUE(thread.Start(&willing));
+  ASSERT_TRUE(willing.entered.Wait(kDeadline));
+  thread.Stop(0);
+  EXPECT_TRUE(willing.left.Wait(std::chrono::milliseconds(0)));
+}
+
+TEST(ThreadBasic, AnExceptionEndsTheWorkerWhichMayRunAgain) {
+  Worker worker([](ORVThreadBasic&, Event&) -> bool { throw std::runtime_error("worker"); });
+  ORVThreadBasic thread;
+  for (IORVThreadBasicWorker* given : {&worker, static_cast<Worker*>(nullptr)}) {
+    ASSERT_TRUE(thread.Start(given));
+    ASSERT_TRUE(worker.entered.Wait(kDeadline));
+  }
+  thread.Stop(0);
+  EXPECT_FALSE(thread.running());
+}
+
+TEST(ThreadBasic, AWorkerMayStopAndRestartItsOwnHolder) {
+  Event stopped(Event::Kind::ManualReset), release(Event::Kind::ManualReset);
+  Worker second(UntilStopped);
+  Worker first([&](ORVThreadBasic& thread, Event& stop) {
+    thread.Stop(0);
+    const bool restarted = !thread.running() && thread.Start(&second) && thread.running();
+    stopped.Set();
+    release.Wait();
+    return restarted && stop.Wait(std::chrono::milliseconds(0));
+  });
+  {
+    ORVThreadBasic thread;
+    ASSERT_TRUE(thread.Start(&first));
+    ASSERT_TRUE(stopped.Wait(kDeadline));
+    ASSERT_TRUE(second.entered.Wait(kDeadline));
+    release.Set();
+  }
+  EXPECT_TRUE(first.left.Wait(std::chrono::milliseconds(0))) << "the holder's end waits for both";
+  EXPECT_TRUE(second.left.Wait(std::chrono::milliseconds(0)));
+}
+
+}  // namespace
+}  // namespace orv

@@ -1,0 +1,108 @@
+#include "values/value.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace orv {
+namespace {
+
+constexpr std::int32_t kLowest = std::numeric_limits<std::int32_t>::min();
+
+ORVQVTValue Text(const char* text) { return ORVQVTValue("x", std::string(text)); }
+ORVQVTValue Held(boost::any held) { return ORVQVTValue("x", std::move(held)); }
+
+TEST(ControlValue, TextBecomesAnIntegerOrMinusOne) {
+  const std::pair<const char*, std::int32_t> cases[] = {
+      {"Enabled", 1},
+      {"Disabled", 0},
+      {"enabled", -1},
+      {"Enabled ", -1},
+      {"", -1},
+      {"+7", 7},
+      {" 7", -1},
+      {"0x7", -1},
+      {"1e3", -1},
+      {"-2147483648", kLowest},
+      {"2147483648", -1},
+      {"12.0", 12},
+      {"12.5", -1},
+      {"0.9", 0},
+      {"-0.9", 0},
+      {"1.e3", 1000},
+      {"2147483520.0", 2147483520},
+      {"-2147483648.0", -1},
+      {"2147483648.0", -1},
+      {"1.0e30", -1},
+      {"nan(.)", -1},
+      {"1.0x", -1},
+  };
+  for (const auto& [text, number] : cases) EXPECT_EQ(Text(text).ToLong(), number) << text;
+}
+
+TEST(ControlValue, EachHeldKindHasItsThreeForms) {
+  struct Case {
+    boost::any held;
+    std::string text;
+    std::int32_t number;
+    float real;
+  };
+  const float infinity = std::numeric_limits<float>::infinity();
+  const Case cases[] = {
+      {LongValue{5}, "5", 5, 5.0F},
+      {-3, "-3", -3, -3.0F},
+      {0.5F, "0.5", 0, 0.5F},
+      {0.1F, "0.100000001", 0, 0.1F},
+      {-2.9F, "-2.9000001", -2, -2.9F},
+      {100.0F, "100", 100, 100.0F},
+      {infinity, "inf", kLowest, infinity},
+      {3e9F, "3e+09", kLowest, 3e9F},
+      {std::string("1e3"), "1e3", -1, 1000.0F},
+      {std::string("word"), "word", -1, -1.0F},
+      {std::wstring(L"7"), "7", 7, 7.0F},
+      {true, "", -1, -1.0F},
+      {2.0, "", -1, -1.0F},
+      {boost::any(), "", -1, -1.0F},
+  };
+  for (const Case& expected : cases) {
+    const ORVQVTValue value = Held(expected.held);
+    EXPECT_EQ(value.ToString(), expected.text);
+    EXPECT_EQ(value.ToLong(), expected.number) << expected.text;
+    EXPECT_EQ(value.ToFloat(), expected.real) << expected.text;
+  }
+  EXPECT_EQ(Held(std::numeric_limits<float>::quiet_NaN()).ToLong(), kLowest);
+  EXPECT_EQ(Held(std::numeric_limits<float>::quiet_NaN()).ToString(), "nan");
+}
+
+TEST(ControlValue, WideTextIsNeverHeld) {
+  ORVQVTValue value("x", std::wstring(L"\xE9"));
+  EXPECT_EQ(KindOf(value.GetHeld()), PropertyKind::NarrowText);
+  EXPECT_EQ(value.ToString(), "\xE9");
+  EXPECT_EQ(value.ToWString(), L"\xE9");
+  value.SetValue(L"a");
+  EXPECT_TRUE(value.EqualsText("a"));
+  value.SetValue(std::wstring(L"b"));
+  EXPECT_TRUE(value.EqualsText("b"));
+  value.SetValue(boost::any(std::wstring(L"c")));
+  EXPECT_TRUE(value.EqualsText("c"));
+  EXPECT_FALSE(value.EqualsText("cc"));
+  value.SetValue(static_cast<const char*>(nullptr));
+  EXPECT_TRUE(value.EqualsText(""));
+  value.SetValue(4);
+  EXPECT_EQ(KindOf(value.GetHeld()), PropertyKind::Long);
+}
+
+TEST(ControlValue, NamesAndTextsMakeValuesEqual) {
+  const ORVQVTValue unnamed;
+  EXPECT_EQ(unnamed.GetName(), "Unnamed");
+  EXPECT_EQ(unnamed.ToString(), "0");
+  EXPECT_TRUE(ORVQVTValue("x", 1).Equals(Text("1")));
+  EXPECT_FALSE(ORVQVTValue("y", 1).Equals(Text("1")));
+  EXPECT_EQ(ORVQVTValue("ZAPO3-Process Enable", 1).GetBaseName(), "ZAPO3-Process Enable");
+  EXPECT_EQ(ORVQVTValue("a:b:c", 1).GetBaseName(), "b:c");
+  EXPECT_EQ(ORVQVTValue(":", 1).GetBaseName(), "");
+  EXPECT_EQ(ORVQVTValue("\xE9", 1).GetWName(), L"\xE9");
+}
+
+}  // namespace
+}  // namespace orv
