@@ -102,8 +102,9 @@ void Doctor::ExamineRights(const ORVAPOEndpointInfo& info) {
   const RegStatus status =
       machine_.registry().OpenKey(RegRoot::LocalMachine, info.apo_key_path(), kSettingsAccess, key);
   Add("registry rights", status == kRegOk,
-      status == kRegOk ? path + " can be read, written and watched"
-                       : path + ": " + StatusText(HRESULT_FROM_WIN32(static_cast<DWORD>(status))),
+      status == kRegOk
+          ? path + " can be read, written and watched"
+          : path + ": " + StatusText(orv_apo::StatusOfSystemError(static_cast<DWORD>(status))),
       "Give this user the rights to read and set values of that key.");
 }
 

@@ -82,7 +82,7 @@ class KeyWatch {
     }
     if (status != kRegOk)
       ComponentFailure("watching HKEY_LOCAL_MACHINE\\" + path_,
-                       HRESULT_FROM_WIN32(static_cast<DWORD>(status)),
+                       orv_apo::StatusOfSystemError(static_cast<DWORD>(status)),
                        "\"orvctl doctor\" tells whether the key may be read.");
   }
 

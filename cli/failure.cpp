@@ -27,7 +27,7 @@ constexpr std::array kStatusWords = {
     StatusWords{orv_apo::kNotInitialized, "the system was not initialised"},
     StatusWords{orv_apo::kAlreadyInitialized, "the system was initialised before"},
     StatusWords{orv_apo::kAborted, "abandoned half-way"},
-    StatusWords{HRESULT_FROM_WIN32(2), "file or key not found"},
+    StatusWords{orv_apo::StatusOfSystemError(2), "file or key not found"},
 };
 
 }  // namespace

@@ -26,6 +26,11 @@ inline constexpr HRESULT kNotInitialized =
 inline constexpr HRESULT kAlreadyInitialized = 0x4DF;  // success: InitializeSystem came twice
 inline constexpr HRESULT kAborted = static_cast<HRESULT>(0x80004004);  // a DSP write was abandoned
 
+// The status form of a system error code: 0 stays 0, everything else gets facility 7.
+constexpr HRESULT StatusOfSystemError(DWORD error) noexcept {
+  return error == 0 ? S_OK : static_cast<HRESULT>((error & 0xFFFFU) | 0x80070000U);
+}
+
 // Interface identifier of an interface declared in this library's headers; specialised by
 // ORV_APO_INTERFACE_ID.
 template <class Interface>

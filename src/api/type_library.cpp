@@ -29,7 +29,9 @@ RegStatus SetDefaultText(Registry& registry, RegRoot root, const std::wstring& p
   return key->SetValue({}, kRegSz, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
 }
 
-HRESULT StatusOf(RegStatus status) { return HRESULT_FROM_WIN32(static_cast<DWORD>(status)); }
+HRESULT StatusOf(RegStatus status) {
+  return orv_apo::StatusOfSystemError(static_cast<DWORD>(status));
+}
 
 }  // namespace
 

@@ -43,7 +43,7 @@ HRESULT Registrar::Run(std::string_view script,
     ClassesPlace place{root.root, {}};
     if (root.root == RegRoot::ClassesRoot) place = PlaceOfClasses(per_user_);
     const RegStatus status = (this->*step)(place.root, place.path, root.content);
-    if (status != kRegOk) return HRESULT_FROM_WIN32(static_cast<DWORD>(status));
+    if (status != kRegOk) return orv_apo::StatusOfSystemError(static_cast<DWORD>(status));
   }
   return S_OK;
 }

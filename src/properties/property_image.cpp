@@ -214,8 +214,8 @@ ImageDecoding DecodeImage(std::span<const std::uint8_t> image, ImageReading read
   list.reserve(list.size() + CountRecords(image));
   ImageDecoding result;
   std::size_t at = 0;
-  // A single byte at the end is padding of the registry value, never a record.
-  while (image.size() - at > 1) {
+  // A single byte behind a record is padding of the registry value, never a record.
+  while (at == 0 ? !image.empty() : image.size() - at > 1) {
     Record record;
     ImageFault fault = ReadRecord(image.subspan(at), record);
     if (fault == ImageFault::None) {

@@ -126,11 +126,11 @@ TEST_F(RegistrationTest, OtherCommandsRegisterForTheMachine) {
 
 TEST_F(RegistrationTest, FirstFailureEndsTheRegistration) {
   machine_->faults().FailNth("registry.set_value", 12, kRegWriteFault);
-  EXPECT_EQ(DllRegisterServer(), HRESULT_FROM_WIN32(kRegWriteFault));
+  EXPECT_EQ(DllRegisterServer(), orv_apo::StatusOfSystemError(kRegWriteFault));
   EXPECT_EQ(SubKeys(RegRoot::ClassesRoot, L"CLSID").size(), 3U);  // five values a class
 
   machine_->faults().FailNth("registry.set_value", 12, kRegWriteFault);
-  EXPECT_EQ(DllInstall(TRUE, nullptr), HRESULT_FROM_WIN32(kRegWriteFault));
+  EXPECT_EQ(DllInstall(TRUE, nullptr), orv_apo::StatusOfSystemError(kRegWriteFault));
   ExpectNothing(RegRoot::ClassesRoot, L"");
 
   EXPECT_EQ(DllRegisterServer(), S_OK);

@@ -115,9 +115,10 @@ TEST_F(ConfigurationFile, DiagnosticLinesTellWhatWasLoaded) {
   ASSERT_EQ(log.Lines().size(), 4U);
   for (const wchar_t* text :
        {L"::Load | pXML->load 0\n", L"::Load | pXML->load 1\n",
-        L"::Load | pXML->get_documentElement 0x0",
+        L"::Load | pXML->get_documentElement 0x",
         L"::SetDefaultMode | SetDefaultMode returning false...no modes available.\n"})
     EXPECT_TRUE(log.Contains(std::wstring(L" | ORVAPOConfigurationFile") + text));
+  EXPECT_FALSE(log.Contains(L"0x0000000000000000"));
 }
 
 class ModeSearch : public ConfigurationFile {

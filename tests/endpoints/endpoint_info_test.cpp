@@ -217,7 +217,9 @@ TEST_F(EndpointFiles, PresetsOfTheSubsystemReplaceTheDefaultConfiguration) {
   EXPECT_EQ(Chosen(), kDefaultConfigFile);
   Create("presets_10EC12AB.xml");
   EXPECT_EQ(Chosen(), Data(L"presets_10EC12AB.xml"));
-  machine_.SetText(EffectsKey(kSpeakers), kModeEffectValue, kEffect);
+  machine_.SetText(PropertiesKey(kSpeakers), kDataFolderValue, L"D:\\Own");
+  EXPECT_EQ(Chosen(), Data(L"presets_10EC12AB.xml")) << "not from the endpoint's own data folder";
+  machine_.SetText(EffectsKey(kSpeakers), kEndpointEffectValue, kEffect);
   EXPECT_EQ(Chosen(), kDefaultConfigFile);
   Create("presets_10EC12AB_81.xml");
   EXPECT_EQ(Chosen(), Data(L"presets_10EC12AB_81.xml"));

@@ -110,7 +110,7 @@ TEST_F(RegistrarTest, BrokenScriptChangesNothing) {
 
 TEST_F(RegistrarTest, RegistryErrorsEndTheScript) {
   machine_->faults().FailNth("registry.set_value", 2, kRegWriteFault);
-  EXPECT_EQ(MakeRegistrar().Register(kScript), HRESULT_FROM_WIN32(kRegWriteFault));
+  EXPECT_EQ(MakeRegistrar().Register(kScript), orv_apo::StatusOfSystemError(kRegWriteFault));
   EXPECT_EQ(Text(L"CLSID\\{1-2}"), L"Gadget");
   EXPECT_FALSE(HasKey(L"Shared"));
 

@@ -56,6 +56,10 @@ TEST_F(PropertySetRegistry, AnImageIsLoadedMergedAndSavedBackToItsValue) {
   EXPECT_EQ(StoredContent(L"Mode"), L"a=7 b=9");
   EXPECT_TRUE(binding_.SaveBinary(L"Other"));
   EXPECT_EQ(StoredContent(L"Other"), L"a=7 b=9");
+  set_.SetProperty(L"b", 10);
+  EXPECT_TRUE(binding_.SaveBinary(nullptr));
+  EXPECT_EQ(StoredContent(L"Other"), L"a=7 b=10") << "the value last saved is the current one";
+  EXPECT_EQ(StoredContent(L"Mode"), L"a=7 b=9");
 }
 
 TEST_F(PropertySetRegistry, WhatIsNoImageIsNotLoaded) {
@@ -154,8 +158,9 @@ TEST_F(PropertySetRegistry, PropertiesBecomeValuesByTheirKind) {
   Store(L"kept", kRegDword, {9, 0, 0, 0});
   for (const auto& [value, type, bytes] : cases) {
     set_.Clear();
-    set_.SetProperty(L"empty", boost::any());
     set_.SetProperty(L"name", value);
+    EXPECT_TRUE(binding_.SaveValues());
+    set_.SetProperty(L"empty", boost::any());
     EXPECT_FALSE(binding_.SaveValues()) << "an empty value is not written, the rest is";
     EXPECT_EQ(Stored(L"name"), std::pair(type, bytes));
   }
@@ -181,7 +186,14 @@ TEST_F(PropertySetRegistry, AutoSaveWritesEveryChangeUnderTheCurrentName) {
   other.SetProperty(L"b", 5);
   EXPECT_EQ(StoredContent(L"Mode"), L"b=4");
   EXPECT_EQ(Stored(L"Ignored").first, 0xFFFFFFFF);
+
   binding_.SetPropertySet(&set_);
+  {
+    ORVPropertySetRegistry short_lived;
+    short_lived.SetPropertySet(&set_);
+    short_lived.EnableAutoSave(true, L"");
+  }
+  set_.SetProperty(L"a", 6);  // a set that outlives its binding tells it no more
 }
 
 TEST_F(PropertySetRegistry, WithoutAKeyNothingIsLoadedOrSaved) {

@@ -57,19 +57,20 @@ TEST(ControlValueList, AnEmptyListReceivesEveryProperty) {
   set.SetAllProperties({{L"number", LongValue{5}},
                         {L"text", std::string("t")},
                         {L"wide", std::wstring(L"w")},
+                        {L"int", 6},
                         {L"other", 1.5},
                         {L"text", std::string("later")}},
                        false);
   ORVQVTValueList list;
   list.LoadFromPropertySet(set);
-  EXPECT_EQ(Content(list), "number=5 other=0 text=later wide=w");
+  EXPECT_EQ(Content(list), "int=0 number=5 other=0 text=later wide=w");
   EXPECT_EQ(KindOf(list.Find("number")->GetHeld()), PropertyKind::Long);
 }
 
 TEST(ControlValueList, AFilledListOnlyUpdatesWhatItHolds) {
   ORVPropertySet set;
   set.SetProperty(L"A", 5);
-  set.SetProperty(L"b", boost::any(1.5));
+  set.SetProperty(L"b", boost::any(8));  // an int is no long
   set.SetProperty(L"c", 7);
   ORVQVTValueList list = List({{"a", 1}, {"b", 2}});
   list.LoadFromPropertySet(set);

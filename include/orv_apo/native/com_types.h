@@ -74,11 +74,6 @@ inline constexpr HRESULT CLASS_E_CLASSNOTAVAILABLE = static_cast<HRESULT>(0x8004
 constexpr bool SUCCEEDED(HRESULT status) noexcept { return status >= 0; }
 constexpr bool FAILED(HRESULT status) noexcept { return status < 0; }
 
-// The status form of a system error: 0 stays 0, everything else gets facility 7.
-constexpr HRESULT HRESULT_FROM_WIN32(DWORD error) noexcept {
-  return error == 0 ? S_OK : static_cast<HRESULT>((error & 0xFFFFU) | 0x80070000U);
-}
-
 inline constexpr IID IID_IUnknown = {0x00000000, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 inline constexpr IID IID_IClassFactory = {
     0x00000001, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
