@@ -59,9 +59,10 @@ const ORVAPOModeList& Catalog::Modes(const Endpoint& endpoint) {
     auto loaded = std::make_unique<ORVAPOConfigurationFile>(machine_);
     const std::uint32_t status =
         loaded->Load(WideFromUtf8(path), static_cast<std::uint32_t>(type), 0);
-    if (status != kConfigLoaded)
+    if (status != kConfigLoaded) {
       throw Failure(kRefused, "the configuration file " + path + " cannot be read (load status " +
                                   std::to_string(status) + ").\n\"orvctl check\" explains a file.");
+    }
     file = std::move(loaded);
   }
   return file->GetModes();

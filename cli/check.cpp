@@ -99,9 +99,10 @@ void CheckControl(const tinyxml2::XMLElement& element, const ORVAPOProcessInfo& 
                   "the technology library has no control " + quoted});
     return;
   }
-  if (const std::string fault = ValueFault(info, last->Value()); !fault.empty())
+  if (const std::string fault = ValueFault(info, last->Value()); !fault.empty()) {
     findings.Add({element.GetLineNum(), "value-out-of-range", Severity::Warning,
                   "\"" + std::string(last->Value()) + "\" " + fault + ": control " + quoted});
+  }
 }
 
 void CheckControls(const tinyxml2::XMLElement& root, const ORVAPOProcessInfo& technology,
@@ -110,9 +111,10 @@ void CheckControls(const tinyxml2::XMLElement& root, const ORVAPOProcessInfo& te
        mode = mode->NextSiblingElement()) {
     if (!EqualsIgnoringCase(std::string_view(mode->Name()), "operating_mode")) continue;
     for (const auto* child = mode->FirstChildElement(); child != nullptr;
-         child = child->NextSiblingElement())
+         child = child->NextSiblingElement()) {
       if (EqualsIgnoringCase(std::string_view(child->Name()), "control"))
         CheckControl(*child, technology, findings);
+    }
   }
 }
 

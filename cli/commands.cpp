@@ -18,30 +18,35 @@ Catalog& Context::catalog() {
 std::vector<Endpoint> Context::Endpoints() {
   std::vector<std::string> unopened;
   std::vector<Endpoint> endpoints = session().Endpoints(&unopened);
-  for (const std::string& id : unopened)
+  for (const std::string& id : unopened) {
     output.Remark("The component finds " + id +
                   " but cannot open it; \"orvctl doctor\" tells why.");
-  if (config_type)
+  }
+  if (config_type) {
     for (const Endpoint& endpoint : endpoints)
       endpoint.SetConfig(static_cast<ORVAPOEndpointConfig>(*config_type));
+  }
   return endpoints;
 }
 
 Endpoint Context::SelectEndpoint(const std::string& text) {
   std::vector<Endpoint> endpoints = Endpoints();
-  if (endpoints.empty())
+  if (endpoints.empty()) {
     throw Failure(kRefused,
                   "the component finds no endpoint on this machine.\n"
                   "\"orvctl doctor\" tells what is missing.");
+  }
   for (Endpoint& endpoint : endpoints)
     if (EqualsIgnoringCase(endpoint.id(), text)) return std::move(endpoint);
   if (const std::optional<int> number = ParseNumber(text)) {
-    if (*number < 0 || static_cast<std::size_t>(*number) >= endpoints.size())
+    if (*number < 0 || static_cast<std::size_t>(*number) >= endpoints.size()) {
       UsageFailure("there is no endpoint number " + text + ": expected 0 to " +
                    std::to_string(endpoints.size() - 1) + ".");
+    }
     return std::move(endpoints[static_cast<std::size_t>(*number)]);
   }
   std::vector<std::string> names;
+  names.reserve(endpoints.size());
   for (const Endpoint& endpoint : endpoints) names.push_back(endpoint.name());
   return std::move(endpoints[SelectOrFail(names, text, "endpoint")]);
 }
@@ -50,6 +55,7 @@ Mode Context::SelectMode(const Endpoint& endpoint, const std::string& text) {
   if (text.empty()) return CurrentMode(endpoint);
   std::vector<Mode> modes = endpoint.Modes();
   std::vector<std::string> names;
+  names.reserve(modes.size());
   for (const Mode& mode : modes) names.push_back(mode.name());
   return std::move(modes[SelectOrFail(names, text, "mode")]);
 }

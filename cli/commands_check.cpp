@@ -27,10 +27,11 @@ std::unique_ptr<ORVAPOProcessInfo> FindTechnology(Context& context) {
     // A machine that was asked for has to be there.
     if (!context.session_options.machine.empty()) throw;
   }
-  if (!named.empty())
+  if (!named.empty()) {
     throw Failure(kRefused, "no technology library in " + named +
                                 " describes a control.\nName the folder as the machine knows it, "
                                 "such as C:\\Windows\\System32.");
+  }
   return nullptr;
 }
 
@@ -97,20 +98,22 @@ void Show(Context& context, const std::string& file, const CheckReport& report) 
 void CheckFile(Context& context, const std::string& file) {
   const std::string xml = ReadWholeFile(file, kConfigurationSizeLimit);
   const std::unique_ptr<ORVAPOProcessInfo> technology = FindTechnology(context);
-  if (technology == nullptr)
+  if (technology == nullptr) {
     context.output.Remark(
         "No technology library: control names and values are not checked. --technology names one.");
+  }
   const CheckReport report = CheckConfiguration(xml, technology.get());
   if (!report.clean()) context.exit_status = kDiffering;
   if (!context.output.json()) return Show(context, file, report);
   Json modes = Json::array();
   for (const CheckedMode& mode : report.modes) modes.push_back(ModeJson(mode));
   Json findings = Json::array();
-  for (const Finding& finding : report.findings)
+  for (const Finding& finding : report.findings) {
     findings.push_back({{"line", finding.line},
                         {"code", finding.code},
                         {"severity", SeverityWord(finding.severity)},
                         {"text", finding.text}});
+  }
   context.output.Value({{"status", report.status}, {"modes", modes}, {"findings", findings}});
 }
 

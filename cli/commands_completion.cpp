@@ -20,9 +20,10 @@ std::string Words(const CLI::App& command, const CLI::App& root) {
   std::string words;
   for (const CLI::App* next : Commands(command)) words += next->get_name() + " ";
   for (const std::string& name : OptionNames(command)) words += name + " ";
-  if (&command != &root)
+  if (&command != &root) {
     for (const std::string& name : OptionNames(root))
       if (name != "--help") words += name + " ";
+  }
   if (!words.empty()) words.pop_back();
   return words;
 }

@@ -80,15 +80,17 @@ void Doctor::ExamineEffects(const ORVAPOEndpointInfo& info) {
 
 void Doctor::ExamineConfiguration(const ORVAPOEndpointInfo& info) {
   const std::string path = Utf8FromWide(info.config_file());
-  if (path.empty())
+  if (path.empty()) {
     return Add("configuration file", false, "the endpoint names none",
                "Install the effects driver for this endpoint again.");
+  }
   ORVAPOConfigurationFile file(machine_);
   const std::uint32_t status = file.Load(info.config_file(), kORVAPO_EPCfg_None, 0);
   const std::string host = machine_.HostPath(info.config_file()).value_or(path);
-  if (status == kConfigLoaded)
+  if (status == kConfigLoaded) {
     return Add("configuration file", true,
                path + " has " + std::to_string(file.GetModes().size()) + " modes", "");
+  }
   const bool exists = machine_.FileExists(info.config_file());
   Add("configuration file", false,
       path + (exists ? " is refused (load status " + std::to_string(status) + ")" : " is missing"),
@@ -189,6 +191,7 @@ std::vector<ORVAPOEndpointInfo> Chosen(Context& context, const std::string& text
   for (const ORVAPOEndpointInfo& info : infos)
     if (EqualsIgnoringCase(Utf8FromWide(info.endpoint_id()), wanted)) return {info};
   std::vector<std::string> names;
+  names.reserve(infos.size());
   for (const ORVAPOEndpointInfo& info : infos) names.push_back(NameOf(info));
   return {infos[SelectOrFail(names, wanted, "endpoint")]};
 }

@@ -39,7 +39,8 @@ struct Filter {
 struct Design {
   std::int32_t status = kFilterOk;
   std::string title;
-  std::string refusal;  // why, when the status says so
+  std::vector<std::string> details;  // lines under the title of a drawing
+  std::string refusal;               // why, when the status says so
   std::vector<std::int32_t> words;
   std::vector<Filter> filters;
   int words_in_row = 6;
@@ -140,15 +141,28 @@ FilterBand ParseBand(const std::string& text) {
   return band;
 }
 
+std::string BandText(const FilterBand& band) {
+  return std::string(kTypeNames[static_cast<std::size_t>(band.type)]) + " " +
+         HertzText(band.frequency) + ", Q " + Decimals(band.q, 2) + ", " +
+         Decimals(band.gain_db, 1) + " dB" + (band.invert != 0 ? ", inverted" : "");
+}
+
+std::vector<std::string> BandLines(const std::vector<FilterBand>& bands) {
+  constexpr std::size_t kInLine = 3;
+  std::vector<std::string> lines;
+  for (std::size_t i = 0; i < bands.size(); ++i) {
+    if (i % kInLine == 0) lines.emplace_back();
+    lines.back() += (i % kInLine == 0 ? "" : "   \u00b7   ") + BandText(bands[i]);
+  }
+  return lines;
+}
+
 Design DesignBands(const Arguments& arguments) {
   std::vector<FilterBand> bands;
   for (const std::string& text : arguments.bands) bands.push_back(ParseBand(text));
   Design design;
   design.title = bands.size() == 1 ? "One band" : std::to_string(bands.size()) + " bands";
-  for (std::size_t i = 0; i < bands.size(); ++i)
-    design.title += (i == 0 ? ": " : ", ") +
-                    std::string(kTypeNames[static_cast<std::size_t>(bands[i].type)]) + " " +
-                    HertzText(bands[i].frequency);
+  design.details = BandLines(bands);
   const FilterSet set{static_cast<std::int32_t>(bands.size()), bands.data(), arguments.rate};
   std::vector<char> workspace(FilterWorkspace(bands.size()));
   std::vector<std::int32_t> words(FilterWords(bands.size()));
@@ -317,10 +331,9 @@ void ShowResponse(const Design& design, const Arguments& arguments, Output& outp
 
 void WriteDrawing(const Design& design, const Arguments& arguments, const Judgement& judgement) {
   constexpr int kSteps = 1000;
-  ResponsePlot plot{design.title,
-                    {WorstText(judgement) + ".  " + PoleText(judgement) +
-                     ".  Sample rate: " + HertzText(arguments.rate) + "."},
-                    {}};
+  ResponsePlot plot{design.title, design.details, {}};
+  plot.remarks.push_back(WorstText(judgement) + ".  " + PoleText(judgement) +
+                         ".  Sample rate: " + HertzText(arguments.rate) + ".");
   for (const Filter& filter : design.filters)
     plot.curves.push_back(CurveOf(filter, arguments, kSteps));
   ReplaceFile(arguments.svg, DrawResponse(plot));

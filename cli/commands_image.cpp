@@ -29,10 +29,11 @@ ImageBytes StoredImage(Context& context, const Arguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const Mode mode = context.SelectMode(endpoint, arguments.mode);
   auto image = ReadImage(context.session().machine(), endpoint.RegistryPath(), mode.name());
-  if (!image)
+  if (!image) {
     throw Failure(kRefused, "nothing is stored for " + mode.name() +
                                 ": the configuration's values are in force.\n\"orvctl restore\" or "
                                 "\"orvctl set\" stores them.");
+  }
   return *std::move(image);
 }
 
@@ -70,19 +71,22 @@ void Decode(Context& context, const Arguments& arguments) {
     context.output.Value(entries);
   } else {
     Table table({{"NAME"}, {"KIND"}, {"VALUE"}});
-    for (const Json& entry : entries)
+    for (const Json& entry : entries) {
       table.Add({ValueWords(entry["name"]), ValueWords(entry["kind"]),
                  Cell(ValueWords(entry["value"]), ansi::kAccent)});
+    }
     context.output.Show(table);
     context.output.Line(std::to_string(entries.size()) + " entries in " +
                         std::to_string(image.size()) + " bytes.");
   }
-  if (decoding.fault != ImageFault::None)
+  if (decoding.fault != ImageFault::None) {
     context.output.Remark("Decoding stopped at offset " + std::to_string(decoding.fault_offset) +
                           ": " + FaultWords(decoding.fault) + ".");
-  if (decoding.unknown_tags != 0)
+  }
+  if (decoding.unknown_tags != 0) {
     context.output.Remark(std::to_string(decoding.unknown_tags) +
                           " records of unknown kind were passed over.");
+  }
   if (decoding.fault != ImageFault::None || decoding.unknown_tags != 0)
     context.exit_status = kDiffering;
 }

@@ -13,7 +13,7 @@ constexpr char kDefaultSample[] = "skylake-laptop";
 std::filesystem::path SourceFolder(const std::string& from) {
   std::error_code ignored;
   if (from.find('/') != std::string::npos) return from;
-  const std::filesystem::path sample = SampleMachinesFolder() / from;
+  std::filesystem::path sample = SampleMachinesFolder() / from;
   if (std::filesystem::is_directory(sample, ignored)) return sample;
   if (std::filesystem::is_directory(from, ignored)) return from;
   const std::vector<std::string> names = SampleMachineNames();

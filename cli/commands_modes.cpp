@@ -55,9 +55,10 @@ void ShowOrSwitchMode(Context& context, const Arguments& arguments) {
 void ShowOrSwitchProcessing(Context& context, const Arguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   std::vector<Mode> modes = endpoint.Modes();
-  if (modes.empty())
+  if (modes.empty()) {
     throw Failure(kRefused, endpoint.name() + " has no modes.\n\"orvctl check " +
                                 endpoint.ConfigFile() + "\" explains its configuration file.");
+  }
   if (!arguments.state.empty()) {
     const bool wanted = arguments.state == "on";
     modes.front().SetEnabled(wanted);
@@ -67,6 +68,11 @@ void ShowOrSwitchProcessing(Context& context, const Arguments& arguments) {
   const bool enabled = modes.front().Enabled();
   if (context.output.json()) return context.output.Value({{"enabled", enabled}});
   context.output.Line(enabled ? "on" : "off");
+}
+
+std::string StillHolds(const std::string& name, const std::string& text,
+                       const std::string& wanted) {
+  return "\"" + name + "\" still holds " + text + ", its default is " + wanted + ".";
 }
 
 void RestoreDefaults(Context& context, const Arguments& arguments) {
@@ -80,8 +86,7 @@ void RestoreDefaults(Context& context, const Arguments& arguments) {
   for (const auto& [name, text] : stored) {
     const auto wanted = defaults.find(name);
     if (wanted == defaults.end() || wanted->second == text) continue;
-    context.output.Remark("\"" + name + "\" still holds " + text + ", its default is " +
-                          wanted->second + ".");
+    context.output.Remark(StillHolds(name, text, wanted->second));
     context.exit_status = kDiffering;
   }
   if (context.output.json()) return context.output.Value(ToJson(views));

@@ -93,13 +93,14 @@ class Plan {
                                     [&](const ModeState& one) { return one.name == mode.name(); });
     const std::vector<ControlView> views =
         ViewControls(context_.catalog(), endpoint_, mode, kORVAPO_Cont_Public);
-    for (const auto& [name, value] : wanted.controls) {
-      const auto view = std::find_if(views.begin(), views.end(),
-                                     [&](const ControlView& one) { return one.name == name; });
+    for (const auto& control : wanted.controls) {
+      const auto view = std::find_if(views.begin(), views.end(), [&](const ControlView& one) {
+        return one.name == control.first;
+      });
       if (view == views.end() || state == target_.modes.end()) {
-        problems_.push_back("no control named \"" + name + "\" in " + mode.name());
-      } else if (const auto number = Resolve(*view, value)) {
-        state->controls[name] = *number;
+        problems_.push_back("no control named \"" + control.first + "\" in " + mode.name());
+      } else if (const auto number = Resolve(*view, control.second)) {
+        state->controls[control.first] = *number;
       }
     }
   }
@@ -179,26 +180,29 @@ void Load(Context& context, const Arguments& arguments) {
   PresetError error;
   const std::optional<Preset> preset =
       ReadPreset(ReadWholeFile(arguments.file, kPresetSizeLimit), error);
-  if (!preset)
+  if (!preset) {
     throw Failure(kRefused, arguments.file + ":" + std::to_string(error.line) + ": " +
                                 error.reason + "\nThe preset is refused; nothing was changed.");
+  }
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const EndpointState current = ReadState(context.catalog(), endpoint);
   Plan plan(context, endpoint, current);
   plan.Add(*preset);
   for (const std::string& problem : plan.problems())
     context.output.Remark((arguments.lenient ? "Passed over: " : "Does not fit: ") + problem + ".");
-  if (!plan.problems().empty() && !arguments.lenient)
+  if (!plan.problems().empty() && !arguments.lenient) {
     throw Failure(kDiffering, "the preset does not fit " + endpoint.name() +
                                   "; nothing was changed.\n--lenient loads what fits.");
+  }
   const std::vector<Change> changes = Differences(current, plan.target());
   if (!arguments.dry_run) {
     Apply(endpoint, changes);
     const std::vector<Change> left =
         Differences(ReadState(context.catalog(), endpoint), plan.target());
-    for (const Change& change : left)
+    for (const Change& change : left) {
       context.output.Remark("Read back differently: " + change.name + " is " + ToText(change.from) +
                             ", not " + ToText(change.to) + ".");
+    }
     if (!left.empty()) context.exit_status = kDiffering;
   }
   ShowChanges(context, changes, arguments.dry_run);

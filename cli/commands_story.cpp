@@ -31,9 +31,10 @@ const ControlView* FindView(const std::vector<ControlView>& views, const std::st
 std::vector<ControlView> Sampled(const std::vector<ControlView>& views) {
   std::map<ORV_QVT_SCALE, std::size_t> shown;
   std::vector<ControlView> chosen;
-  for (const ControlView& view : views)
+  for (const ControlView& view : views) {
     if (chosen.size() < kShownControls && shown[view.scale]++ < kShownPerScale)
       chosen.push_back(view);
+  }
   return chosen;
 }
 
@@ -151,9 +152,10 @@ void Story::TellControls(const Mode& mode) {
       ". The technology library tells range, scale "
       "and choices.");
   Table table({{"CONTROL"}, {"VALUE", Align::Right}, {"MEANS"}, {"SCALE"}});
-  for (const ControlView& view : sampled)
+  for (const ControlView& view : sampled) {
     table.Add({Cell(view.name), view.value ? std::to_string(*view.value) : "-",
                Cell(view.text, ansi::kAccent), Cell(ScaleWord(view.scale), ansi::kDim)});
+  }
   output_.Show(table, 3);
   if (views.size() > sampled.size())
     Say("... and " + std::to_string(views.size() - sampled.size()) + " more.");
@@ -208,8 +210,10 @@ void Story::TellSwitch(const Mode& mode) {
   const auto current = std::find_if(modes.begin(), modes.end(), [&](const Mode& candidate) {
     return candidate.name() == mode.name();
   });
-  const Mode& other =
-      current == modes.end() || current + 1 == modes.end() ? modes.front() : *(current + 1);
+  // Two places on: the first mode is the default in most configurations, and the way back should
+  // show.
+  const auto position = static_cast<std::size_t>(current - modes.begin());
+  const Mode& other = modes[(position + 2) % modes.size()];
   endpoint_.SetCurrentMode(other);
   Say("Switched to " + context_.CurrentMode(endpoint_).name() + ".");
   Hint("orvctl mode 0 " + other.name());

@@ -144,7 +144,9 @@ Range ErrorRange(const ResponsePlot& plot) {
 
 std::string TickText(double value, double step) {
   const int decimals = std::max(0, static_cast<int>(std::ceil(-std::log10(step) - 1e-9)));
-  return (value > step / 2 ? "+" : "") + Decimals(value, decimals);
+  const std::string digits = Decimals(std::abs(value), decimals);
+  if (std::abs(value) < step / 2) return digits;
+  return (value < 0 ? "\u2212" : "+") + digits;
 }
 
 void AddFrequencyGrid(const Panel& panel, bool labels, std::string& svg) {

@@ -22,9 +22,9 @@ struct Cell {
   std::string text;
   const char* colour = nullptr;
 
-  Cell(std::string value) : text(Printable(value)) {}
+  Cell(const std::string& value) : text(Printable(value)) {}
   Cell(const char* value) : Cell(std::string(value)) {}
-  Cell(std::string value, const char* ansi) : text(Printable(value)), colour(ansi) {}
+  Cell(const std::string& value, const char* ansi) : text(Printable(value)), colour(ansi) {}
 };
 
 class Table {

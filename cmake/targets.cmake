@@ -6,7 +6,7 @@ target_compile_options(orv_build_flags INTERFACE
   -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wno-sign-conversion -Wimplicit-fallthrough)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # False alarms of this compiler on std::string concatenation when optimising.
-  target_compile_options(orv_build_flags INTERFACE -Wno-restrict)
+  target_compile_options(orv_build_flags INTERFACE $<$<CONFIG:Release>:-Wno-restrict>)
 endif()
 if(ORV_SANITIZE)
   add_compile_options(-fsanitize=${ORV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -38,11 +38,15 @@ function(orv_benchmark name)
   target_link_libraries(${name} PRIVATE orv_build_flags ${arg_LINK} benchmark::benchmark_main)
 endfunction()
 
+# Everything the short fuzzing run needs; the rest of the tree does not link with a fuzzer's sanitizers.
+add_custom_target(fuzzers)
+
 # orv_fuzzer(NAME sources... [LINK targets...]): one libFuzzer program; seeds in fuzz/seeds/NAME, words in fuzz/NAME.dict.
 function(orv_fuzzer name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK")
   add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
   target_link_libraries(${name} PRIVATE orv_build_flags ${arg_LINK})
   target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+  add_dependencies(fuzzers ${name})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/fuzz)
 endfunction()

@@ -46,7 +46,8 @@ enum KELAPOEndpointProperty : LONG {
   kKELAPO_EPProp_Count = 1,
 };
 
-enum _ORVQuMediaDeviceType : LONG {
+// The leading underscore is the type library's own.
+enum _ORVQuMediaDeviceType : LONG {  // NOLINT(bugprone-reserved-identifier)
   ORV_QUMEDIA_RESERVED = 0,
   ORV_QUMEDIA_SPEAKER = 1,
   ORV_QUMEDIA_HEADSET = 2,
