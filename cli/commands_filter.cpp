@@ -310,7 +310,7 @@ void ShowWords(const Design& design, Output& output) {
 }
 
 void ShowResponse(const Design& design, const Arguments& arguments, Output& output) {
-  constexpr double kThirdOctaves = 10;  // steps in a decade
+  constexpr double kThirdOctaves[] = {1, 1.25, 1.6, 2, 2.5, 3.15, 4, 5, 6.3, 8};
   for (const Filter& filter : design.filters) {
     output.Line("");
     if (!filter.name.empty()) output.Line(filter.name);
@@ -318,8 +318,9 @@ void ShowResponse(const Design& design, const Arguments& arguments, Output& outp
                  {"IDEAL dB", Align::Right},
                  {"QUANTISED dB", Align::Right},
                  {"ERROR dB", Align::Right}});
-    for (int i = 0;; ++i) {
-      const double frequency = kLowest * std::pow(10, i / kThirdOctaves);
+    for (std::size_t i = 0;; ++i) {
+      const double decade = std::pow(10, i / std::size(kThirdOctaves));
+      const double frequency = kLowest * decade * kThirdOctaves[i % std::size(kThirdOctaves)];
       if (frequency > kHighestShare * arguments.rate) break;
       const ResponsePoint point = PointAt(filter, frequency, arguments.rate);
       table.Add({HertzText(frequency), Decimals(point.ideal_db, 3), Decimals(point.fixed_db, 3),

@@ -9,10 +9,11 @@ namespace orv::cli {
 namespace {
 
 constexpr double kWidth = 960;
-constexpr double kLeft = 78;
+constexpr double kLeft = 92;
 constexpr double kRight = kWidth - 30;
 constexpr double kLineHeight = 20;
-constexpr double kTop = 58;  // of the upper panel, and a line more for each remark
+constexpr double kTop = 58;  // of the remarks; then the legend, then the upper panel
+constexpr std::size_t kLegendColumns = 4;
 constexpr double kMagnitudeHeight = 330;
 constexpr double kGap = 40;
 constexpr double kErrorHeight = 120;
@@ -124,6 +125,7 @@ Range MagnitudeRange(const ResponsePlot& plot) {
       high = std::max({high, point.ideal_db, point.fixed_db});
     }
   }
+  low = std::max(low, high - kDeepest);
   const double margin = std::max(1.0, 0.04 * (high - low));
   return RoundRange(std::max(low - margin, high - kDeepest), high + margin, 10);
 }
@@ -133,7 +135,7 @@ double Error(const ResponsePoint& point) {
 }
 
 Range ErrorRange(const ResponsePlot& plot) {
-  double largest = 0.0005;
+  double largest = 0.0045;
   for (const ResponseCurve& curve : plot.curves) {
     for (const ResponsePoint& point : curve.points) {
       largest = std::max(largest, std::abs(Error(point)));
@@ -202,41 +204,45 @@ std::string Polyline(const Panel& panel, const ResponseCurve& curve, Value value
   return "<polyline points='" + points + "' " + attributes + "/>\n";
 }
 
+std::string Stroke(std::size_t curve) {
+  return std::string("class='fixed' stroke='") + kColours[curve % std::size(kColours)] + "'";
+}
+
+// The ideal curves lie under all others.
 void AddCurves(const ResponsePlot& plot, const Panel& magnitude, const Panel& error,
                std::string& svg) {
-  for (std::size_t i = 0; i < plot.curves.size(); ++i) {
-    const ResponseCurve& curve = plot.curves[i];
-    const std::string colour = std::string("stroke='") + kColours[i % std::size(kColours)] + "'";
+  for (const ResponseCurve& curve : plot.curves) {
     svg += Polyline(
         magnitude, curve, [](const ResponsePoint& point) { return point.ideal_db; },
         "class='ideal' clip-path='url(#magnitude)'");
+  }
+  for (std::size_t i = 0; i < plot.curves.size(); ++i) {
     svg += Polyline(
-        magnitude, curve, [](const ResponsePoint& point) { return point.fixed_db; },
-        "class='fixed' clip-path='url(#magnitude)' " + colour);
-    svg += Polyline(error, curve, Error, "class='fixed' clip-path='url(#error)' " + colour);
+        magnitude, plot.curves[i], [](const ResponsePoint& point) { return point.fixed_db; },
+        Stroke(i) + " clip-path='url(#magnitude)'");
+    svg += Polyline(error, plot.curves[i], Error, Stroke(i) + " clip-path='url(#error)'");
   }
 }
 
-// On one line above the panel, to the right.
-void AddLegend(const ResponsePlot& plot, const Panel& panel, std::string& svg) {
+std::size_t LegendRows(const ResponsePlot& plot) { return plot.curves.size() / kLegendColumns + 1; }
+
+void AddLegend(const ResponsePlot& plot, double top, std::string& svg) {
   constexpr double kSample = 26;
-  constexpr double kLetter = 6.6;  // width of a letter, near enough
-  double x = kRight;
-  const double y = panel.top() - 12;
-  const auto entry = [&](const std::string& name, const std::string& attributes) {
-    x -= kLetter * static_cast<double>(name.size());
-    svg += Text(x, y, "legend", name);
-    x -= kSample + 7;
-    svg += "<line x1='" + Number(x) + "' y1='" + Number(y - 4) + "' x2='" + Number(x + kSample) +
-           "' y2='" + Number(y - 4) + "' " + attributes + "/>\n";
-    x -= 16;
+  std::size_t entries = 0;
+  const auto add = [&](const std::string& name, const std::string& attributes) {
+    const double x =
+        kLeft + (kRight - kLeft) / kLegendColumns * static_cast<double>(entries % kLegendColumns);
+    const double y = top + kLineHeight * static_cast<double>(entries / kLegendColumns);
+    svg += "<line x1='" + Number(x + 3) + "' y1='" + Number(y - 4) + "' x2='" +
+           Number(x + kSample) + "' y2='" + Number(y - 4) + "' " + attributes + "/>\n";
+    svg += Text(x + kSample + 8, y, "legend", name);
+    ++entries;
   };
-  for (std::size_t i = plot.curves.size(); i-- > 0;) {
+  add("ideal", "class='ideal'");
+  for (std::size_t i = 0; i < plot.curves.size(); ++i) {
     const std::string& name = plot.curves[i].name;
-    entry(name.empty() ? "quantised" : name,
-          std::string("class='fixed' stroke='") + kColours[i % std::size(kColours)] + "'");
+    add(name.empty() ? "quantised" : name, Stroke(i));
   }
-  entry("ideal", "class='ideal'");
 }
 
 constexpr char kStyle[] =
@@ -258,7 +264,8 @@ constexpr char kStyle[] =
 
 std::string DrawResponse(const ResponsePlot& plot) {
   const Range frequency = FrequencyRange(plot);
-  const double top = kTop + kLineHeight * static_cast<double>(plot.remarks.size() + 1);
+  const double legend = kTop + 6 + kLineHeight * static_cast<double>(plot.remarks.size());
+  const double top = legend - 6 + kLineHeight * static_cast<double>(LegendRows(plot));
   const Panel magnitude(top, kMagnitudeHeight, frequency, MagnitudeRange(plot));
   const Panel error(magnitude.bottom() + kGap, kErrorHeight, frequency, ErrorRange(plot));
   const std::string size = Number(kWidth) + "' height='" + Number(error.bottom() + kFooter);
@@ -268,7 +275,7 @@ std::string DrawResponse(const ResponsePlot& plot) {
                     "</defs>\n<rect width='100%' height='100%' fill='#ffffff'/>\n";
   svg += Text(kLeft, 36, "title", plot.title);
   for (std::size_t i = 0; i < plot.remarks.size(); ++i) {
-    svg += Text(kLeft, 58 + kLineHeight * static_cast<double>(i), "remark", plot.remarks[i]);
+    svg += Text(kLeft, kTop + kLineHeight * static_cast<double>(i), "remark", plot.remarks[i]);
   }
   AddFrequencyGrid(magnitude, false, svg);
   AddFrequencyGrid(error, true, svg);
@@ -277,7 +284,7 @@ std::string DrawResponse(const ResponsePlot& plot) {
   AddCurves(plot, magnitude, error, svg);
   svg += Frame(magnitude) + Frame(error);
   svg += Text((kLeft + kRight) / 2, error.bottom() + 42, "name", "Frequency in Hz");
-  AddLegend(plot, magnitude, svg);
+  AddLegend(plot, legend, svg);
   return svg + "</svg>\n";
 }
 

@@ -47,7 +47,9 @@ class TemporaryFile {
       if (written < 0) return errno;
       content.remove_prefix(static_cast<std::size_t>(written));
     }
-    return ::fdatasync(file_.get()) == 0 ? 0 : errno;
+    // Not flushed to the disk: no program ever sees half a file, and only a power cut could lose
+    // one.
+    return 0;
   }
   int PutInPlaceOf(const std::filesystem::path& target) noexcept {
     if (::rename(path_.c_str(), target.c_str()) != 0) return errno;
