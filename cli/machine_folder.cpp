@@ -12,9 +12,10 @@ namespace fs = std::filesystem;
 
 std::vector<std::string> SampleMachineNames() {
   std::vector<std::string> names;
-  for (const fs::directory_entry& entry : fs::directory_iterator(SampleMachinesFolder()))
+  for (const fs::directory_entry& entry : fs::directory_iterator(SampleMachinesFolder())) {
     if (entry.is_directory() && fs::exists(entry.path() / "machine.json"))
       names.push_back(entry.path().filename().string());
+  }
   std::sort(names.begin(), names.end());
   return names;
 }
@@ -28,9 +29,10 @@ void CopyMachine(const fs::path& source, const fs::path& target) {
     throw Failure(kRefused, target.string() + " is not an empty folder; nothing was changed.");
   fs::create_directories(target, error);
   if (!error) fs::copy(source, target, fs::copy_options::recursive, error);
-  if (error)
+  if (error) {
     throw Failure(kRefused, "copying " + source.string() + " to " + target.string() + ": " +
                                 error.message() + ".");
+  }
 }
 
 TemporaryMachine::TemporaryMachine(const fs::path& source) {

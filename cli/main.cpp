@@ -77,9 +77,10 @@ void CheckCommandWords(const CLI::App& root, int argc, char** argv) {
       names.push_back(candidate->get_name());
       if (candidate->get_name() == word) next = candidate;
     }
-    if (next == nullptr)
+    if (next == nullptr) {
       UsageFailure("no command \"" + word + "\"." + Suggestion(names, word) +
                    "\n\"orvctl --help\" lists them.");
+    }
     command = next;
   }
 }

@@ -40,9 +40,10 @@ class PresetReader {
 
 bool PresetReader::CheckNames(const LocatedJson& object) {
   std::set<std::string_view> names;
-  for (const LocatedJson::Member& member : object.members)
+  for (const LocatedJson::Member& member : object.members) {
     if (!names.insert(member.name).second)
       return Refuse(member.line, "\"" + member.name + "\" is there twice");
+  }
   return true;
 }
 
@@ -76,9 +77,10 @@ bool PresetReader::ReadMember(const LocatedJson::Member& member) {
 
 bool PresetReader::ReadVersion(const LocatedJson& value) {
   if (value.kind != Kind::Integer) return Refuse(value.line, "expected a version number");
-  if (value.integer != kPresetVersion)
+  if (value.integer != kPresetVersion) {
     return Refuse(value.line, "version " + std::to_string(value.integer) +
                                   " is not known, only version " + std::to_string(kPresetVersion));
+  }
   has_version_ = true;
   return true;
 }

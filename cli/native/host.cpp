@@ -29,7 +29,7 @@ std::filesystem::path ProgramFolder() {
 std::filesystem::path SampleMachinesFolder() {
   const std::filesystem::path program = ProgramFolder();
   for (const char* relative : {kBuiltSamples, kInstalledSamples}) {
-    const std::filesystem::path folder = (program / relative).lexically_normal();
+    std::filesystem::path folder = (program / relative).lexically_normal();
     std::error_code ignored;
     if (std::filesystem::is_directory(folder, ignored)) return folder;
   }
@@ -42,10 +42,11 @@ std::unique_ptr<Machine> OpenMachine(std::filesystem::path& folder) {
   if (folder.empty()) folder = DefaultMachineFolder();
   FileError error;
   std::unique_ptr<SimulatedMachine> machine = SimulatedMachine::Open(folder, error);
-  if (machine == nullptr)
+  if (machine == nullptr) {
     throw Failure(kRefused, "the machine in " + folder.string() + " is refused.\n" + error.Text() +
                                 "\nMend that file, or make a fresh machine with \"orvctl machine "
                                 "new DIR\".");
+  }
   return machine;
 }
 

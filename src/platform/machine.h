@@ -3,10 +3,13 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "orv_apo/com.h"
+#include "platform/device_io.h"
 #include "platform/multimedia.h"
 #include "platform/registry.h"
 
@@ -27,6 +30,18 @@ class Machine {
   // The multimedia device enumerator, with one reference for the caller; a negative status when
   // there is none.
   virtual HRESULT CreateDeviceEnumerator(IMMDeviceEnumerator** enumerator) = 0;
+
+  // Paths of the present devices' interfaces of a class, in the system's order; empty when there
+  // are none.
+  virtual std::vector<std::wstring> DeviceInterfaces(REFGUID interface_class) = 0;
+  // Opens such a path for reading and writing, shared for both. Null with a system error code when
+  // it does not open.
+  virtual std::unique_ptr<DeviceFile> OpenDevice(const std::wstring& path,
+                                                 std::uint32_t& error) = 0;
+  // Opens an event that exists already, with every right; null with a system error code when it
+  // does not open.
+  virtual std::unique_ptr<NamedEvent> OpenNamedEvent(const std::wstring& name,
+                                                     std::uint32_t& error) = 0;
 
   // Path of a known folder without a trailing backslash; nothing when it cannot be had.
   virtual std::optional<std::wstring> KnownFolder(REFGUID folder) = 0;

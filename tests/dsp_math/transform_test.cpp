@@ -7,6 +7,7 @@
 #include <bit>
 #include <cmath>
 #include <complex>
+#include <map>
 #include <memory>
 #include <numbers>
 #include <random>
@@ -41,27 +42,39 @@ class Transform {
   TransformInstance* instance_ = nullptr;
 };
 
-// The discrete Fourier transform by halving, in extended precision.
+// The discrete Fourier transform by halving, in extended precision. `turns` are the powers of
+// e^(-2 pi i/N).
 using Complex = std::complex<long double>;
-std::vector<Complex> Spectrum(const float* input, std::size_t size, std::size_t step = 1) {
+std::vector<Complex> Spectrum(const float* input, std::size_t size,
+                              const std::vector<Complex>& turns) {
+  const std::size_t step = turns.size() / size;
   if (size == 1) return {*input};
-  const auto even = Spectrum(input, size / 2, 2 * step);
-  const auto odd = Spectrum(input + step, size / 2, 2 * step);
+  const auto even = Spectrum(input, size / 2, turns);
+  const auto odd = Spectrum(input + step, size / 2, turns);
   std::vector<Complex> spectrum(size);
   for (std::size_t k = 0; k < size / 2; ++k) {
-    const auto angle = -2 * std::numbers::pi_v<long double> * static_cast<long double>(k) /
-                       static_cast<long double>(size);
-    const Complex turned = std::polar(1.0L, angle) * odd[k];
+    const Complex turned = turns[k * step] * odd[k];
     spectrum[k] = even[k] + turned;
     spectrum[k + size / 2] = even[k] - turned;
   }
   return spectrum;
 }
 
+const std::vector<Complex>& Turns(std::size_t size) {
+  static std::map<std::size_t, std::vector<Complex>> known;
+  std::vector<Complex>& turns = known[size];
+  while (turns.size() < size) {
+    turns.push_back(std::polar(1.0L, -2 * std::numbers::pi_v<long double> *
+                                         static_cast<long double>(turns.size()) /
+                                         static_cast<long double>(size)));
+  }
+  return turns;
+}
+
 // In halfcomplex order and divided by the size.
 std::vector<long double> Definition(const std::vector<float>& input) {
   const std::size_t size = input.size();
-  const auto spectrum = Spectrum(input.data(), size);
+  const auto spectrum = Spectrum(input.data(), size, Turns(size));
   std::vector<long double> output(size);
   for (std::size_t k = 0; k <= size / 2; ++k) {
     output[k] = spectrum[k].real() / static_cast<long double>(size);

@@ -2,7 +2,8 @@
 
 namespace orv {
 
-HRESULT ActivateOnEndpoint(const SimulatedEndpoint&, REFIID, void** object) {
+HRESULT ActivateOnEndpoint(const std::shared_ptr<SimulatedDevices>&, const SimulatedEndpoint&,
+                           REFIID, void** object) {
   *object = nullptr;
   return E_NOINTERFACE;
 }

@@ -14,15 +14,15 @@ namespace {
 
 class Device final : public CountedObject<IMMDevice, IMMEndpoint> {
  public:
-  Device(SimulatedEndpoint endpoint, std::shared_ptr<FaultPlan> faults)
-      : endpoint_(std::move(endpoint)), faults_(std::move(faults)) {}
+  Device(SimulatedEndpoint endpoint, std::shared_ptr<SimulatedDevices> devices)
+      : endpoint_(std::move(endpoint)), devices_(std::move(devices)), faults_(devices_->faults) {}
 
   HRESULT STDMETHODCALLTYPE Activate(REFIID iid, DWORD, PROPVARIANT*, void** object) override {
     if (object == nullptr) return E_POINTER;
     *object = nullptr;
     return AtBoundary([&]() -> HRESULT {
       if (const auto fault = faults_->Check("device.activate")) return *fault;
-      return ActivateOnEndpoint(endpoint_, iid, object);
+      return ActivateOnEndpoint(devices_, endpoint_, iid, object);
     });
   }
 
@@ -67,6 +67,7 @@ class Device final : public CountedObject<IMMDevice, IMMEndpoint> {
 
  private:
   const SimulatedEndpoint endpoint_;  // as it was when the device was asked for
+  std::shared_ptr<SimulatedDevices> devices_;
   std::shared_ptr<FaultPlan> faults_;
 };
 
@@ -172,7 +173,7 @@ class DeviceEnumerator final : public CountedObject<IMMDeviceEnumerator> {
     return devices_->description.endpoints;
   }
   ComPtr<IMMDevice> MakeDevice(const SimulatedEndpoint& endpoint) const {
-    return ComPtr<IMMDevice>::Adopt(new Device(endpoint, devices_->faults));
+    return ComPtr<IMMDevice>::Adopt(new Device(endpoint, devices_));
   }
 
   std::shared_ptr<SimulatedDevices> devices_;

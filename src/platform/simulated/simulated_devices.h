@@ -1,6 +1,7 @@
 // The multimedia devices of a simulated machine, through their COM interfaces.
 #pragma once
 
+#include <filesystem>
 #include <memory>
 
 #include "platform/multimedia.h"
@@ -11,6 +12,7 @@ namespace orv {
 
 // What the devices stand on. Objects that a client still holds keep it alive.
 struct SimulatedDevices {
+  std::filesystem::path folder;  // the machine's; empty in memory
   MachineDescription description;
   std::shared_ptr<FaultPlan> faults;
 };
@@ -19,7 +21,8 @@ struct SimulatedDevices {
 HRESULT CreateSimulatedEnumerator(std::shared_ptr<SimulatedDevices> devices,
                                   IMMDeviceEnumerator** enumerator);
 
-// Interfaces that an endpoint activates.
-HRESULT ActivateOnEndpoint(const SimulatedEndpoint& endpoint, REFIID iid, void** object);
+// Interfaces that an endpoint activates: its topology, its audio client.
+HRESULT ActivateOnEndpoint(const std::shared_ptr<SimulatedDevices>& devices,
+                           const SimulatedEndpoint& endpoint, REFIID iid, void** object);
 
 }  // namespace orv

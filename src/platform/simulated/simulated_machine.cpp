@@ -14,7 +14,6 @@ struct SimulatedMachine::State {
     devices->faults = faults;
   }
 
-  std::filesystem::path folder;
   std::filesystem::path drive_c;
   std::shared_ptr<FaultPlan> faults = std::make_shared<FaultPlan>();
   std::shared_ptr<SimulatedDevices> devices = std::make_shared<SimulatedDevices>();
@@ -44,7 +43,7 @@ std::unique_ptr<SimulatedMachine> SimulatedMachine::Open(const std::filesystem::
   auto description = ReadMachineFile(folder / "machine.json", error);
   if (!description) return nullptr;
   auto machine = InMemory(std::move(*description), folder / "drive_c");
-  machine->state_->folder = folder;
+  machine->state_->devices->folder = folder;
   if (!machine->state_->hive->Attach(folder, error)) return nullptr;
   return machine;
 }
@@ -65,11 +64,26 @@ bool SimulatedMachine::ImportRegistry(std::string_view export_text, FileError& e
 
 FaultPlan& SimulatedMachine::faults() { return *state_->faults; }
 MachineDescription& SimulatedMachine::description() { return state_->devices->description; }
-const std::filesystem::path& SimulatedMachine::folder() const { return state_->folder; }
+const std::filesystem::path& SimulatedMachine::folder() const { return state_->devices->folder; }
+std::vector<DriverRecord> SimulatedMachine::ReceivedRecords() { return {}; }
 Registry& SimulatedMachine::registry() { return state_->registry; }
 
 HRESULT SimulatedMachine::CreateDeviceEnumerator(IMMDeviceEnumerator** enumerator) {
   return CreateSimulatedEnumerator(state_->devices, enumerator);
+}
+
+std::vector<std::wstring> SimulatedMachine::DeviceInterfaces(REFGUID) { return {}; }
+
+std::unique_ptr<DeviceFile> SimulatedMachine::OpenDevice(const std::wstring&,
+                                                         std::uint32_t& error) {
+  error = kDeviceFileNotFound;
+  return nullptr;
+}
+
+std::unique_ptr<NamedEvent> SimulatedMachine::OpenNamedEvent(const std::wstring&,
+                                                             std::uint32_t& error) {
+  error = kDeviceFileNotFound;
+  return nullptr;
 }
 
 std::optional<std::wstring> SimulatedMachine::KnownFolder(REFGUID folder) {

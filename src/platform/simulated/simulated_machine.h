@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "platform/machine.h"
+#include "platform/simulated/driver_record.h"
 #include "platform/simulated/fault_plan.h"
 #include "platform/simulated/machine_description.h"
 
@@ -33,10 +34,17 @@ class SimulatedMachine : public Machine {
   FaultPlan& faults();
   // Endpoints may be changed between calls; enumerations made later see the change.
   MachineDescription& description();
+  // Parameters that the machine's drivers took, in the order in which they came; kept in the
+  // machine's folder.
+  std::vector<DriverRecord> ReceivedRecords();
   const std::filesystem::path& folder() const;  // empty in memory
 
   Registry& registry() override;
   HRESULT CreateDeviceEnumerator(IMMDeviceEnumerator** enumerator) override;
+  std::vector<std::wstring> DeviceInterfaces(REFGUID interface_class) override;
+  std::unique_ptr<DeviceFile> OpenDevice(const std::wstring& path, std::uint32_t& error) override;
+  std::unique_ptr<NamedEvent> OpenNamedEvent(const std::wstring& name,
+                                             std::uint32_t& error) override;
   std::optional<std::wstring> KnownFolder(REFGUID folder) override;
   std::optional<std::wstring> SystemDirectory() override;
   bool IsPlatformVersion(std::uint32_t major, std::uint32_t minor) override;

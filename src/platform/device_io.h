@@ -1,0 +1,50 @@
+// Device files and named events: how drivers and other processes are reached.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace orv {
+
+// System error codes that device requests answer besides 0.
+inline constexpr std::uint32_t kDeviceFileNotFound = 2;
+inline constexpr std::uint32_t kDeviceAccessDenied = 5;
+inline constexpr std::uint32_t kDeviceInvalidHandle = 6;
+inline constexpr std::uint32_t kDeviceGenFailure = 31;
+inline constexpr std::uint32_t kDeviceInvalidParameter = 87;
+inline constexpr std::uint32_t kDeviceMoreData = 234;
+inline constexpr std::uint32_t kDeviceNotConnected = 1167;
+
+// An open device. Closed by its destructor; may outlive the machine it came from.
+class DeviceFile {
+ public:
+  DeviceFile() = default;
+  virtual ~DeviceFile() = default;
+  DeviceFile(const DeviceFile&) = delete;
+  DeviceFile& operator=(const DeviceFile&) = delete;
+
+  // One request, answered before the call returns. The driver gets both buffers; what it makes of
+  // `output` beforehand is the code's affair (with direct output it may read it). `returned` is the
+  // number of bytes the driver says it wrote, 0 after a failure. Answers 0 or a system error code.
+  virtual std::uint32_t Control(std::uint32_t code, std::span<const std::byte> input,
+                                std::span<std::byte> output, std::uint32_t& returned) = 0;
+
+  // The system's handle, for diagnostic lines.
+  virtual std::uintptr_t native() const noexcept = 0;
+};
+
+// An event that other processes know by its name. Closed by its destructor.
+class NamedEvent {
+ public:
+  NamedEvent() = default;
+  virtual ~NamedEvent() = default;
+  NamedEvent(const NamedEvent&) = delete;
+  NamedEvent& operator=(const NamedEvent&) = delete;
+
+  virtual void Set() noexcept = 0;
+  // The handle, as drivers are given it.
+  virtual std::uint64_t native() const noexcept = 0;
+};
+
+}  // namespace orv
