@@ -1,0 +1,80 @@
+// Parameter blocks of the Skylake post-processing module: filled from controls, checked, sent, read
+// back, decoded.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "intel_dsp/conversion/converters.h"
+#include "intel_dsp/skylake/skylake_driver.h"
+#include "values/record_layout.h"
+
+namespace orv {
+
+// All control blocks one after the other, in the order in which a write is verified.
+inline constexpr std::size_t kSkylakeImageSize = 220;
+using SkylakeImage = std::array<std::byte, kSkylakeImageSize>;
+
+// A difference between what was sent and what the DSP holds.
+struct SkylakeDifference {
+  std::string block;
+  std::string control;
+  std::int64_t sent = 0;
+  std::int64_t read = 0;
+};
+
+// The writers answer 0 or a positive status for success, a negative one for failure; what a writer
+// sent (or would have sent) stays in the process-wide cache.
+class KELAPOIntelDSP_SKL {
+ public:
+  explicit KELAPOIntelDSP_SKL(SkylakeDriver& driver) : driver_(driver) {}
+
+  HRESULT SetVQ3DControls(const ControlValueMap& map, std::uint8_t apply);
+  HRESULT SetVQ3DEVolHDControls(const ControlValueMap& map, std::uint8_t apply);
+  HRESULT SetVQ3DVocadiagControls(const ControlValueMap& map, std::uint8_t apply);
+  HRESULT SetVQ3DCommonControls(const ControlValueMap& map, std::uint8_t apply);
+  HRESULT SetVQ3DPX3DControls(const ControlValueMap& map, std::uint8_t apply);
+  HRESULT SetVQ3DMXHPControls(const ControlValueMap& map, std::uint8_t apply);
+  HRESULT SetVQ3DGEQControls(const ControlValueMap& map, std::uint8_t apply);
+  HRESULT SetVQ3DToneControls(const ControlValueMap& map, std::uint8_t apply);
+  HRESULT SetVQ3DAEQControls(const ControlValueMap& map, std::uint8_t apply);
+  HRESULT SetVQ3DMvolControls(const ControlValueMap& map, std::uint8_t apply);
+  HRESULT SetVQ3DHdLmtControls(const ControlValueMap& map, std::uint8_t apply);
+  HRESULT SetVQ3DAdvGainControls(const ControlValueMap& map, std::uint8_t apply);
+  HRESULT SetVQ3DHPFAEQControls(const ControlValueMap& map, std::uint8_t apply);
+  HRESULT SetPPModuleStatus(std::uint8_t enable, std::uint8_t apply);
+  // Gain in tenths of dB; bands 0 to 4.
+  HRESULT SetGEQBandGain(int band, std::int16_t gain, std::uint8_t apply);
+
+  // One control by name. `list` holds what was written last: controls that depend on others are
+  // computed from it, and it takes the new value. E_INVALIDARG for other kinds of variants and for
+  // names that are no control of a block.
+  HRESULT SetControl(const std::wstring& name, const VARIANT& value, ORVQVTValueList& list,
+                     std::uint8_t apply);
+
+  // Reads the twelve control blocks; the status is that of the last read.
+  HRESULT GetVQ3DParameters(SkylakeImage& image);
+  HRESULT GetVQ3DBlock(std::span<std::byte> block);  // the 16 bytes that hold the process enable
+
+  static void ClearCache();
+  static SkylakeImage CachedImage();
+  static bool CachedProcessEnable();
+
+ private:
+  SkylakeDriver& driver_;
+};
+
+void ShowtOpStatus(bool success, const char* block, const char* operation);
+// Field by field, in the order of the images.
+std::vector<SkylakeDifference> CompareSkylakeImages(const SkylakeImage& sent,
+                                                    const SkylakeImage& read);
+// A block's name and fields as people read them; an empty name and no fields for an unknown
+// parameter or a size that is not the block's.
+std::string SkylakeBlockName(std::uint32_t parameter);
+std::vector<DecodedField> DecodeSkylakeBlock(std::uint32_t parameter,
+                                             std::span<const std::byte> block);
+
+}  // namespace orv

@@ -1,0 +1,25 @@
+// What the parameter blocks use of the Skylake driver's client.
+#pragma once
+
+#include <cstdint>
+
+#include "orv_apo/com.h"
+
+namespace orv {
+
+// Every operation answers whether the driver call succeeded and gives the driver's own status
+// (negative: refused) besides. `apply` is handed to the driver unchanged.
+class SkylakeDriver {
+ public:
+  virtual bool GetParameter(HRESULT& status, std::uint32_t parameter, void* buffer,
+                            std::uint32_t size, std::uint8_t apply) = 0;
+  virtual bool SetParameter(HRESULT& status, std::uint32_t parameter, const void* buffer,
+                            std::uint32_t size, std::uint8_t apply) = 0;
+  virtual bool GetStatus(HRESULT& status, std::uint8_t& enabled, std::uint8_t apply) = 0;
+  virtual bool SetStatus(HRESULT& status, std::uint8_t enable, std::uint8_t apply) = 0;
+
+ protected:
+  ~SkylakeDriver() = default;
+};
+
+}  // namespace orv
