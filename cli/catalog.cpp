@@ -51,7 +51,7 @@ std::vector<std::string> Catalog::DescribedNames() const {
   return names;
 }
 
-const ORVAPOModeList& Catalog::Modes(const Endpoint& endpoint) {
+const ORVAPOConfigurationFile& Catalog::File(const Endpoint& endpoint) {
   const std::string path = endpoint.ConfigFile();
   const ORVAPOEndpointConfig type = endpoint.Config();
   std::unique_ptr<ORVAPOConfigurationFile>& file = files_[{path, type}];
@@ -65,12 +65,12 @@ const ORVAPOModeList& Catalog::Modes(const Endpoint& endpoint) {
     }
     file = std::move(loaded);
   }
-  return file->GetModes();
+  return *file;
 }
 
 ControlTexts Catalog::Texts(const Endpoint& endpoint, const std::string& mode,
                             ORVAPOControlType list) {
-  for (const auto& candidate : Modes(endpoint)) {
+  for (const auto& candidate : File(endpoint).GetModes()) {
     if (Utf8FromWide(candidate->GetModeKey().GetModeName()) != mode) continue;
     ControlTexts texts;
     for (const auto& [name, value] : ListOf(*candidate, list))
@@ -83,6 +83,10 @@ ControlTexts Catalog::Texts(const Endpoint& endpoint, const std::string& mode,
   }
   throw Failure(kRefused, "the configuration file " + endpoint.ConfigFile() +
                               " has no mode named " + mode + ".");
+}
+
+std::string Catalog::DefaultMode(const Endpoint& endpoint) {
+  return Utf8FromWide(File(endpoint).GetDefaultModeKey().GetModeName());
 }
 
 std::optional<ImageBytes> ReadImage(Machine& machine, const std::string& registry_path,

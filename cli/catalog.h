@@ -37,9 +37,11 @@ class Catalog {
   // file says, with what the registry holds over it for public controls. Throws Failure when the
   // file cannot be read or has no such mode.
   ControlTexts Texts(const Endpoint& endpoint, const std::string& mode, ORVAPOControlType list);
+  // The name of the configuration's default mode, be it one of its modes or not.
+  std::string DefaultMode(const Endpoint& endpoint);
 
  private:
-  const ORVAPOModeList& Modes(const Endpoint& endpoint);
+  const ORVAPOConfigurationFile& File(const Endpoint& endpoint);
 
   Machine& machine_;
   ORVAPOProcessInfo technology_;

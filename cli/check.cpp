@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/text.h"
+#include "properties/property_image.h"
 
 namespace orv::cli {
 namespace {
@@ -87,14 +88,38 @@ std::string ValueFault(const ORVQVTControlInfo& info, const std::string& text) {
   return {};
 }
 
-void CheckControl(const tinyxml2::XMLElement& element, const ORVAPOProcessInfo& technology,
+// Names that the registry or a stored image cannot hold. A mode's two texts name its value.
+void CheckStorage(const tinyxml2::XMLElement& element, const std::string& name,
+                  const std::string& text, Findings& findings) {
+  constexpr std::size_t kLongest = kImageNameLimit / 2;  // UTF-16 units
+  constexpr char kLineEnds[] = "\r\n";
+  const auto warn = [&](const char* code, const std::string& what) {
+    findings.Add({element.GetLineNum(), code, Severity::Warning, what});
+  };
+  if (const std::size_t length = Widen(name).size(); length > kLongest) {
+    warn("name-too-long", "a control name of " + std::to_string(length) + " characters: stored " +
+                              "values end before one of more than " + std::to_string(kLongest));
+  }
+  const bool names_mode = name == kOperatingModeControl || name == kSpeakerTypeControl;
+  if (name.find_first_of(kLineEnds) != std::string::npos ||
+      (names_mode && text.find_first_of(kLineEnds) != std::string::npos)) {
+    warn("line-end-in-name", names_mode ? "the text of \"" + name + "\" has a line end: it is " +
+                                              "part of the mode's registry value name"
+                                        : "a control name with a line end cannot be the name of "
+                                          "a registry value");
+  }
+}
+
+void CheckControl(const tinyxml2::XMLElement& element, const ORVAPOProcessInfo* technology,
                   Findings& findings) {
   const char* name = element.Attribute("name");
   const tinyxml2::XMLNode* last = element.LastChild();
   if (name == nullptr || *name == 0 || last == nullptr || last->Value() == nullptr) return;
+  CheckStorage(element, name, last->Value(), findings);
+  if (technology == nullptr) return;
   ORVQVTControlInfo info;
   const std::string quoted = "\"" + std::string(name) + "\"";
-  if (!technology.FindControlInfo(ORVQVTValue(name, 0), info)) {
+  if (!technology->FindControlInfo(ORVQVTValue(name, 0), info)) {
     findings.Add({element.GetLineNum(), "unknown-control", Severity::Warning,
                   "the technology library has no control " + quoted});
     return;
@@ -105,7 +130,7 @@ void CheckControl(const tinyxml2::XMLElement& element, const ORVAPOProcessInfo& 
   }
 }
 
-void CheckControls(const tinyxml2::XMLElement& root, const ORVAPOProcessInfo& technology,
+void CheckControls(const tinyxml2::XMLElement& root, const ORVAPOProcessInfo* technology,
                    Findings& findings) {
   for (const auto* mode = root.FirstChildElement(); mode != nullptr;
        mode = mode->NextSiblingElement()) {
@@ -146,7 +171,7 @@ CheckReport CheckConfiguration(const std::string& xml, const ORVAPOProcessInfo* 
     }
   }
   const tinyxml2::XMLElement* root = document.Error() ? nullptr : document.RootElement();
-  if (technology != nullptr && root != nullptr) CheckControls(*root, *technology, findings);
+  if (root != nullptr) CheckControls(*root, technology, findings);
   std::stable_sort(report.modes.begin(), report.modes.end(),
                    [](const CheckedMode& a, const CheckedMode& b) { return a.line < b.line; });
   report.findings = std::move(findings).Sorted();

@@ -15,40 +15,52 @@ Catalog& Context::catalog() {
   return *catalog_;
 }
 
-std::vector<Endpoint> Context::Endpoints() {
+std::vector<Endpoint> Context::FindEndpoints() {
   std::vector<std::string> unopened;
   std::vector<Endpoint> endpoints = session().Endpoints(&unopened);
   for (const std::string& id : unopened) {
     output.Remark("The component finds " + id +
                   " but cannot open it; \"orvctl doctor\" tells why.");
   }
-  if (config_type) {
-    for (const Endpoint& endpoint : endpoints)
-      endpoint.SetConfig(static_cast<ORVAPOEndpointConfig>(*config_type));
-  }
   return endpoints;
 }
 
+Endpoint Context::WithConfig(Endpoint endpoint) const {
+  if (config_type) endpoint.SetConfig(static_cast<ORVAPOEndpointConfig>(*config_type));
+  return endpoint;
+}
+
+std::vector<Endpoint> Context::Endpoints() {
+  std::vector<Endpoint> endpoints = FindEndpoints();
+  for (Endpoint& endpoint : endpoints) endpoint = WithConfig(std::move(endpoint));
+  return endpoints;
+}
+
+// Only the endpoint that is asked for has to load with the configuration type asked for.
 Endpoint Context::SelectEndpoint(const std::string& text) {
-  std::vector<Endpoint> endpoints = Endpoints();
+  std::vector<Endpoint> endpoints = FindEndpoints();
+  return WithConfig(std::move(endpoints[PositionOf(endpoints, text)]));
+}
+
+std::size_t Context::PositionOf(const std::vector<Endpoint>& endpoints, const std::string& text) {
   if (endpoints.empty()) {
     throw Failure(kRefused,
                   "the component finds no endpoint on this machine.\n"
                   "\"orvctl doctor\" tells what is missing.");
   }
-  for (Endpoint& endpoint : endpoints)
-    if (EqualsIgnoringCase(endpoint.id(), text)) return std::move(endpoint);
+  for (std::size_t i = 0; i < endpoints.size(); ++i)
+    if (EqualsIgnoringCase(endpoints[i].id(), text)) return i;
   if (const std::optional<int> number = ParseNumber(text)) {
     if (*number < 0 || static_cast<std::size_t>(*number) >= endpoints.size()) {
       UsageFailure("there is no endpoint number " + text + ": expected 0 to " +
                    std::to_string(endpoints.size() - 1) + ".");
     }
-    return std::move(endpoints[static_cast<std::size_t>(*number)]);
+    return static_cast<std::size_t>(*number);
   }
   std::vector<std::string> names;
   names.reserve(endpoints.size());
   for (const Endpoint& endpoint : endpoints) names.push_back(endpoint.name());
-  return std::move(endpoints[SelectOrFail(names, text, "endpoint")]);
+  return SelectOrFail(names, text, "endpoint");
 }
 
 Mode Context::SelectMode(const Endpoint& endpoint, const std::string& text) {

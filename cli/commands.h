@@ -28,6 +28,7 @@ class Context {
   Session& session();
   Catalog& catalog();
 
+  // All of them, each loaded with the configuration type that was asked for.
   std::vector<Endpoint> Endpoints();
   // By identifier, number or part of its name.
   Endpoint SelectEndpoint(const std::string& text);
@@ -36,6 +37,10 @@ class Context {
   Mode CurrentMode(const Endpoint& endpoint);
 
  private:
+  std::vector<Endpoint> FindEndpoints();
+  Endpoint WithConfig(Endpoint endpoint) const;
+  static std::size_t PositionOf(const std::vector<Endpoint>& endpoints, const std::string& text);
+
   // The catalog stands on the session, so it goes first.
   std::unique_ptr<Session> session_;
   std::unique_ptr<Catalog> catalog_;
@@ -60,13 +65,18 @@ void AddEndpointCommands(CLI::App& app, Context& context);      // endpoints, co
 void AddModeCommands(CLI::App& app, Context& context);          // modes, mode, enable, restore
 void AddControlCommands(CLI::App& app, Context& context);       // controls, get, set
 void AddWatchCommand(CLI::App& app, Context& context);          // watch
+void AddAnalyseCommand(CLI::App& app, Context& context);        // analyse
 void AddPresetCommands(CLI::App& app, Context& context);        // save, load
 void AddDoctorCommand(CLI::App& app, Context& context);         // doctor
 void AddRegistrationCommands(CLI::App& app, Context& context);  // register, unregister
 void AddCheckCommand(CLI::App& app, Context& context);          // check
 void AddImageCommands(CLI::App& app, Context& context);         // image decode, image encode
 void AddMachineCommands(CLI::App& app, Context& context);       // machine new
+void AddDriversCommand(CLI::App& machine, Context& context);    // machine drivers
 void AddFilterCommands(CLI::App& app, Context& context);        // filter butterworth, bands, bass
+void AddDspCommands(CLI::App& app, Context& context);           // dsp intel, dsp qualcomm
+void AddIntelDspCommands(CLI::App& dsp, Context& context);      // called by AddDspCommands
+void AddDriftCommand(CLI::App& app, Context& context);          // drift
 void AddCompletionCommand(CLI::App& app, Context& context);     // completion bash
 void AddStoryCommand(CLI::App& app, Context& context);          // story
 

@@ -1,4 +1,6 @@
 // doctor
+#include <algorithm>
+
 #include "cli/commands.h"
 #include "cli/select.h"
 #include "config/configuration_file.h"
@@ -110,18 +112,38 @@ void Doctor::ExamineRights(const ORVAPOEndpointInfo& info) {
       "Give this user the rights to read and set values of that key.");
 }
 
+// How the component answers when it is asked for an endpoint's DSP objects.
+struct DspAnswer {
+  explicit DspAnswer(const Endpoint& endpoint) {
+    ComPtr<IKELAPOIntelDSP> intel_dsp;
+    ComPtr<IORVAPOQCDSP> qualcomm_dsp;
+    intel = endpoint.object()->GetIntelInterface(intel_dsp.Put());
+    qualcomm = endpoint.object()->GetQCDSPInterface(qualcomm_dsp.Put());
+  }
+  bool present() const { return SUCCEEDED(intel) || SUCCEEDED(qualcomm); }
+  // An Intel object without a driver answers that its operation was refused.
+  bool absent() const { return intel == E_FAIL && qualcomm == E_NOTIMPL; }
+
+  HRESULT intel;
+  HRESULT qualcomm;
+};
+
+// A driver that refuses one endpoint and serves another is well: the refused one does not lead
+// through the DSP.
 void Doctor::ExamineDsp(const Endpoint& endpoint) {
-  ComPtr<IKELAPOIntelDSP> intel;
-  ComPtr<IORVAPOQCDSP> qualcomm;
-  const HRESULT intel_status = endpoint.object()->GetIntelInterface(intel.Put());
-  const HRESULT qualcomm_status = endpoint.object()->GetQCDSPInterface(qualcomm.Put());
-  if (SUCCEEDED(intel_status) && intel) return Add("DSP", true, "Intel driver present", "");
-  if (SUCCEEDED(qualcomm_status) && qualcomm)
-    return Add("DSP", true, "Qualcomm driver present", "");
-  const bool absent = intel_status == E_NOTIMPL && qualcomm_status == E_NOTIMPL;
-  Add("DSP", absent,
-      absent ? "none: the effects run in the audio engine"
-             : "Intel " + StatusText(intel_status) + ", Qualcomm " + StatusText(qualcomm_status),
+  const DspAnswer answer(endpoint);
+  if (answer.present()) {
+    return Add("DSP", true,
+               SUCCEEDED(answer.intel) ? "Intel driver present" : "Qualcomm driver present", "");
+  }
+  if (answer.absent()) return Add("DSP", true, "none: the effects run in the audio engine", "");
+  const std::vector<Endpoint> endpoints = context_.session().Endpoints();
+  const bool elsewhere = std::any_of(endpoints.begin(), endpoints.end(), [](const Endpoint& other) {
+    return DspAnswer(other).present();
+  });
+  Add("DSP", elsewhere,
+      elsewhere ? "none on this endpoint; the driver serves others"
+                : "Intel " + StatusText(answer.intel) + ", Qualcomm " + StatusText(answer.qualcomm),
       "Install the DSP's driver again; -v shows what the component met.");
 }
 

@@ -144,7 +144,8 @@ FilterBand ParseBand(const std::string& text) {
 std::string BandText(const FilterBand& band) {
   return std::string(kTypeNames[static_cast<std::size_t>(band.type)]) + " " +
          HertzText(band.frequency) + ", Q " + Decimals(band.q, 2) + ", " +
-         Decimals(band.gain_db, 1) + " dB" + (band.invert != 0 ? ", inverted" : "");
+         (band.gain_db > 0 ? "+" : "") + Decimals(band.gain_db, 1) + " dB" +
+         (band.invert != 0 ? ", inverted" : "");
 }
 
 std::vector<std::string> BandLines(const std::vector<FilterBand>& bands) {
@@ -161,7 +162,9 @@ Design DesignBands(const Arguments& arguments) {
   std::vector<FilterBand> bands;
   for (const std::string& text : arguments.bands) bands.push_back(ParseBand(text));
   Design design;
-  design.title = bands.size() == 1 ? "One band" : std::to_string(bands.size()) + " bands";
+  design.title = "Cascade of " +
+                 (bands.size() == 1 ? "one band" : std::to_string(bands.size()) + " bands") +
+                 ", 32 bits";
   design.details = BandLines(bands);
   const FilterSet set{static_cast<std::int32_t>(bands.size()), bands.data(), arguments.rate};
   std::vector<char> workspace(FilterWorkspace(bands.size()));
@@ -259,7 +262,9 @@ Judgement Judge(const Design& design, const Arguments& arguments) {
 }
 
 std::string WorstText(const Judgement& judgement) {
-  return "Largest error after quantising: " + Decimals(judgement.worst.decibels, 4) + " dB at " +
+  const std::string what = "Largest error after quantising: ";
+  if (std::abs(judgement.worst.decibels) < 0.0001) return what + "below 0.0001 dB";
+  return what + Decimals(judgement.worst.decibels, 4) + " dB at " +
          HertzText(judgement.worst.frequency);
 }
 

@@ -1,4 +1,4 @@
-// machine new
+// machine new; machine drivers is added from its own file
 #include "cli/commands.h"
 #include "cli/host.h"
 #include "cli/machine_folder.h"
@@ -49,6 +49,7 @@ void AddMachineCommands(CLI::App& app, Context& context) {
       ->capture_default_str();
   make->callback(
       [&context, arguments] { MakeMachine(context, arguments->folder, arguments->from); });
+  AddDriversCommand(*machine, context);
 }
 
 }  // namespace orv::cli

@@ -38,15 +38,28 @@ void ShowModes(Context& context, const Arguments& arguments) {
   context.output.Value(array);
 }
 
+// What was asked for, compared with what is read back.
+void ExpectMode(Context& context, const Mode& current, const std::string& wanted) {
+  if (current.name() == wanted) return;
+  context.output.Remark("The current mode is still " + Printable(current.name()) + ", not " +
+                        Printable(wanted) + ": it could not be stored. " +
+                        "\"orvctl doctor\" tells whether the endpoint's key may be written.");
+  context.exit_status = kDiffering;
+}
+
 void ShowOrSwitchMode(Context& context, const Arguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
-  if (arguments.use_default) endpoint.SetDefaultMode();
-  if (!arguments.mode.empty()) {
-    const Mode wanted = context.SelectMode(endpoint, arguments.mode);
-    endpoint.SetCurrentMode(wanted);
-    if (context.CurrentMode(endpoint).name() != wanted.name()) context.exit_status = kDiffering;
+  std::string wanted;
+  if (arguments.use_default) {
+    endpoint.SetDefaultMode();
+    wanted = context.catalog().DefaultMode(endpoint);
+  } else if (!arguments.mode.empty()) {
+    const Mode chosen = context.SelectMode(endpoint, arguments.mode);
+    endpoint.SetCurrentMode(chosen);
+    wanted = chosen.name();
   }
   const Mode mode = context.CurrentMode(endpoint);
+  if (!wanted.empty()) ExpectMode(context, mode, wanted);
   if (context.output.json()) return context.output.Value({{"name", mode.name()}});
   context.output.Line(mode.name());
 }

@@ -32,7 +32,7 @@ struct Hive {
 Hive HiveFor(bool for_user) {
   return for_user ? Hive{RegRoot::CurrentUser, L"Software\\Classes\\",
                          "HKEY_CURRENT_USER\\Software\\Classes\\"}
-                  : Hive{RegRoot::ClassesRoot, L"", "HKEY_CLASSES_ROOT\\"};
+                  : Hive{RegRoot::ClassesRoot, {}, "HKEY_CLASSES_ROOT\\"};
 }
 
 void CollectTree(Registry& registry, const Hive& hive, const std::wstring& path,

@@ -10,6 +10,7 @@
 #include "cli/image_json.h"
 #include "cli/machine_folder.h"
 #include "cli/scale.h"
+#include "config/mode_selector.h"
 #include "platform/text.h"
 
 namespace orv::cli {
@@ -227,7 +228,8 @@ void Story::TellRegistry(const Mode& mode) {
   Say("HKEY_LOCAL_MACHINE\\" + endpoint_.RegistryPath());
   Table table({{"VALUE"}, {"BYTES", Align::Right}, {"HOLDS"}});
   const std::array<std::pair<std::string, const char*>, 2> values = {
-      {{mode.name(), "the mode's public values"}, {"OrvApoCurrOpMode", "the current mode"}}};
+      {{mode.name(), "the mode's public values"},
+       {Utf8FromWide(ORVAPOModeSelector::kCurrentModeValue), "the current mode"}}};
   for (const auto& [name, holds] : values) {
     const auto image = ReadImage(context_.session().machine(), endpoint_.RegistryPath(), name);
     if (image) table.Add({name, std::to_string(image->size()), holds});

@@ -1,11 +1,11 @@
 // watch
 #include <array>
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 
 #include "cli/commands.h"
 #include "cli/state.h"
+#include "cli/stop_on_signal.h"
 #include "endpoints/endpoint_registry.h"
 #include "platform/synchronization.h"
 #include "platform/text.h"
@@ -19,34 +19,6 @@ struct Arguments {
   std::string endpoint;
   std::uint32_t count = 0;               // end after so many changes; 0: never
   std::optional<std::uint32_t> seconds;  // end after so much time
-};
-
-// The event that a signal handler can reach.
-Event* g_stop = nullptr;
-
-extern "C" void RequestStop(int) {
-  if (g_stop != nullptr) g_stop->Set();
-}
-
-// While it lives, interrupt and termination requests set the event instead of ending the program.
-class StopOnSignal {
- public:
-  explicit StopOnSignal(Event& stop) {
-    g_stop = &stop;
-    interrupt_ = std::signal(SIGINT, RequestStop);
-    terminate_ = std::signal(SIGTERM, RequestStop);
-  }
-  ~StopOnSignal() {
-    std::signal(SIGINT, interrupt_);
-    std::signal(SIGTERM, terminate_);
-    g_stop = nullptr;
-  }
-  StopOnSignal(const StopOnSignal&) = delete;
-  StopOnSignal& operator=(const StopOnSignal&) = delete;
-
- private:
-  void (*interrupt_)(int);
-  void (*terminate_)(int);
 };
 
 // "2026-01-31T12:34:56.789Z"
@@ -179,7 +151,8 @@ void AddWatchCommand(CLI::App& app, Context& context) {
       app, "watch", "Print every change as it happens, whoever makes it",
       "orvctl watch 0\n  orvctl --json watch 0 --count 3 --for 60",
       "Watched are the current mode, the processing switch and the public values of all modes.\n"
-      "With --json one object a line. Ends with Ctrl+C.");
+      "Changes that follow one another closely are told as one, and a value that is back where it\n"
+      "was by then is not told. With --json one object a line. Ends with Ctrl+C.");
   watch->add_option("ENDPOINT", arguments->endpoint, kEndpointHelp)->required();
   watch->add_option("--count", arguments->count, "End after so many changes");
   watch->add_option("--for", arguments->seconds, "End after so many seconds");

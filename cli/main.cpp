@@ -7,6 +7,7 @@
 #include "cli/commands.h"
 #include "cli/host.h"
 #include "cli/select.h"
+#include "platform/com_runtime.h"
 
 namespace orv::cli {
 namespace {
@@ -16,6 +17,7 @@ void AddCommands(CLI::App& app, Context& context) {
   AddModeCommands(app, context);
   AddControlCommands(app, context);
   AddWatchCommand(app, context);
+  AddAnalyseCommand(app, context);
   AddPresetCommands(app, context);
   AddDoctorCommand(app, context);
   AddRegistrationCommands(app, context);
@@ -23,15 +25,17 @@ void AddCommands(CLI::App& app, Context& context) {
   AddImageCommands(app, context);
   AddMachineCommands(app, context);
   AddFilterCommands(app, context);
+  AddDspCommands(app, context);
+  AddDriftCommand(app, context);
   AddCompletionCommand(app, context);
   AddStoryCommand(app, context);
 }
 
-struct GlobalFlags {
+struct ProgramFlags {
   bool json = false;
 };
 
-void AddGlobalOptions(CLI::App& app, Context& context, GlobalFlags& flags) {
+void AddGlobalOptions(CLI::App& app, Context& context, ProgramFlags& flags) {
   SessionOptions& session = context.session_options;
   app.add_option(
       "--machine", session.machine,
@@ -62,6 +66,7 @@ bool TakesValue(const CLI::App& app, const std::string& word) {
 // A misspelt command would be reported as a missing one; this names what was meant.
 void CheckCommandWords(const CLI::App& root, int argc, char** argv) {
   const CLI::App* command = &root;
+  std::size_t own_words = 0;  // what the command itself takes before a command of its own
   for (int i = 1; i < argc; ++i) {
     const auto known = command->get_subcommands([](const CLI::App*) { return true; });
     if (known.empty()) return;
@@ -69,6 +74,10 @@ void CheckCommandWords(const CLI::App& root, int argc, char** argv) {
     if (word == "--help" || word == "-h") return;
     if (word.starts_with("-")) {
       if (TakesValue(root, word)) ++i;
+      continue;
+    }
+    if (own_words != 0) {
+      --own_words;
       continue;
     }
     std::vector<std::string> names;
@@ -82,6 +91,9 @@ void CheckCommandWords(const CLI::App& root, int argc, char** argv) {
                    "\n\"orvctl --help\" lists them.");
     }
     command = next;
+    own_words =
+        command->get_options([](const CLI::Option* option) { return option->get_positional(); })
+            .size();
   }
 }
 
@@ -119,15 +131,19 @@ int Run(CLI::App& app, Context& context, int argc, char** argv) {
 int main(int argc, char** argv) {
   using namespace orv::cli;
   UseLocale();
+  const orv::ComRuntime runtime;
+  std::vector<std::string> arguments = ProgramArguments(argc, argv);
+  std::vector<char*> words;
+  for (std::string& argument : arguments) words.push_back(argument.data());
   Output output(std::cout, std::cerr);
   Context context(output);
   CLI::App app("Looks at and changes the audio effects of a machine's endpoints.", "orvctl");
   app.require_subcommand(1);
   app.footer("Example:\n  orvctl endpoints\n  orvctl set 0 \"VQ3D-Process Enable\" Enabled");
-  GlobalFlags flags;
+  ProgramFlags flags;
   AddGlobalOptions(app, context, flags);
   AddCommands(app, context);
-  const int status = Run(app, context, argc, argv);
+  const int status = Run(app, context, static_cast<int>(words.size()), words.data());
   if (!std::cout.flush()) {
     std::cerr << "orvctl: standard output cannot be written\n";
     return kRefused;

@@ -1,5 +1,6 @@
 #include "cli/session.h"
 
+#include "cli/component_text.h"
 #include "cli/failure.h"
 #include "cli/host.h"
 #include "endpoints/endpoint_registry.h"
@@ -7,30 +8,6 @@
 
 namespace orv::cli {
 namespace {
-
-// A text that the component hands out or takes.
-class Text {
- public:
-  Text() = default;
-  explicit Text(const std::wstring& text)
-      : text_(SysAllocStringLen(text.data(), static_cast<UINT>(text.size()))) {
-    if (text_ == nullptr) throw std::bad_alloc();
-  }
-  explicit Text(const std::string& utf8) : Text(WideFromUtf8(utf8)) {}
-  ~Text() { SysFreeString(text_); }
-  Text(const Text&) = delete;
-  Text& operator=(const Text&) = delete;
-
-  BSTR get() const noexcept { return text_; }
-  BSTR* Put() noexcept { return &text_; }
-  std::string Utf8() const {
-    return text_ == nullptr ? std::string()
-                            : Utf8FromWide(std::wstring_view(text_, SysStringLen(text_)));
-  }
-
- private:
-  BSTR text_ = nullptr;
-};
 
 const char* const kReportBug = "Run again with -v to see what the component reports.";
 const char* const kCheckRights =
@@ -43,21 +20,37 @@ std::string GetText(Object* object, Getter getter, const char* asked) {
   return text.Utf8();
 }
 
+// A text value of a key of the machine; empty when there is none.
+std::wstring ReadText(Registry& registry, const std::wstring& path, const wchar_t* name) {
+  std::unique_ptr<RegistryKey> key;
+  std::uint32_t type = 0;
+  std::vector<std::uint8_t> bytes;
+  if (registry.OpenKey(RegRoot::LocalMachine, path, kQueryAccess, key) != kRegOk ||
+      ReadValue(*key, name, type, bytes) != kRegOk || (type != kRegSz && type != kRegExpandSz))
+    return {};
+  return RegistryText(bytes.data(), bytes.size()).value_or(std::wstring());
+}
+
+// Where the processing object's values of an endpoint lie: as the endpoint itself says, else its
+// fallback key, else in the usual place.
+std::wstring ApoKeyPath(Registry& registry, const std::wstring& guid) {
+  const std::wstring properties = EndpointKeyPath(true, guid, kPropertiesSubkey);
+  std::wstring path = ReadText(registry, properties, kApoKeyPathValue);
+  if (path.empty()) {
+    const std::wstring fallback = ReadText(registry, properties, kFallbackKeyPathValue);
+    if (!fallback.empty()) path = ReadText(registry, fallback, kApoKeyPathValue);
+  }
+  return path.empty() ? kDefaultApoKey + (L'\\' + guid) : path;
+}
+
 // The technology library's folder as the first endpoint names it, else the system directory.
 std::wstring FindTechnologyFolder(Machine& machine, const std::vector<std::string>& devices) {
+  Registry& registry = machine.registry();
   for (const std::string& device : devices) {
     const std::wstring id = WideFromUtf8(device);
-    const std::size_t dot = id.rfind(L'.');
-    const std::wstring guid = ToUpperAscii(dot == std::wstring::npos ? id : id.substr(dot + 1));
-    std::unique_ptr<RegistryKey> key;
-    const std::wstring path = std::wstring(kDefaultApoKey) + L"\\" + guid;
-    if (machine.registry().OpenKey(RegRoot::LocalMachine, path, kQueryAccess, key) != kRegOk)
-      continue;
-    std::uint32_t type = 0;
-    std::vector<std::uint8_t> bytes;
-    if (ReadValue(*key, kTechnologyPathValue, type, bytes) != kRegOk || type != kRegSz) continue;
-    const std::optional<std::wstring> file = RegistryText(bytes.data(), bytes.size());
-    if (file && !file->empty()) return RemoveLastPathElement(*file);
+    const std::wstring guid = ToUpperAscii(id.substr(id.rfind(L'.') + 1));
+    const std::wstring file = ReadText(registry, ApoKeyPath(registry, guid), kTechnologyPathValue);
+    if (!file.empty()) return RemoveLastPathElement(file);
   }
   return machine.SystemDirectory().value_or(std::wstring());
 }

@@ -2,6 +2,7 @@
 
 add_library(orv_build_flags INTERFACE)
 target_include_directories(orv_build_flags INTERFACE ${CMAKE_SOURCE_DIR}/include ${CMAKE_SOURCE_DIR}/src)
+target_link_libraries(orv_build_flags INTERFACE Boost::boost)
 target_compile_options(orv_build_flags INTERFACE
   -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wno-sign-conversion -Wimplicit-fallthrough)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
@@ -20,15 +21,19 @@ function(orv_library name)
   target_link_libraries(${name} PUBLIC orv_build_flags ${arg_LINK})
 endfunction()
 
-# orv_test(NAME sources... [LINK targets...]): one GoogleTest program whose cases become CTest tests. NAME is also the prefix of the
-# cases' names.
+# orv_test(NAME sources... [RESOURCE_LOCK name] [LINK targets...]): one GoogleTest program whose cases become CTest tests. NAME is
+# also the prefix of the cases' names. Of the tests with one lock name a single one runs at a time.
 function(orv_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "RESOURCE_LOCK" "LINK")
+  if(arg_RESOURCE_LOCK)
+    set(lock RESOURCE_LOCK ${arg_RESOURCE_LOCK})
+  endif()
   add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
   target_link_libraries(${name} PRIVATE orv_build_flags ${arg_LINK} GTest::gmock GTest::gtest_main)
+  set_target_properties(${name} PROPERTIES UNITY_BUILD OFF)
   gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
-    PROPERTIES TIMEOUT 120)
+    PROPERTIES TIMEOUT 120 ${lock})
 endfunction()
 
 # orv_benchmark(NAME sources... [LINK targets...]): one Google Benchmark program.

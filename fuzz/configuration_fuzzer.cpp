@@ -37,9 +37,10 @@ void Compare(const ORVAPOOperatingMode& a, const ORVAPOOperatingMode& b) {
   const auto& others = b.GetChainDefinition().chains();
   Require(chains.size() == others.size());
   for (std::size_t i = 0; i < chains.size(); ++i) {
-    Require(!chains[i].processes.empty() &&
-            chains[i].processes.size() == others[i].processes.size());
+    Require(!chains[i].processes.empty() && chains[i].processes == others[i].processes);
     Require(chains[i].input_layouts == others[i].input_layouts);
+    Require(chains[i].output_layouts == others[i].output_layouts);
+    Require(chains[i].render == others[i].render);
     Require(Same(chains[i].controls, others[i].controls));
   }
 }

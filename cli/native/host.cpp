@@ -9,9 +9,6 @@ namespace orv::cli {
 namespace {
 
 constexpr char kMachineVariable[] = "ORV_MACHINE";
-// Relative to the program's folder.
-constexpr char kBuiltSamples[] = "../samples/machines";
-constexpr char kInstalledSamples[] = "../share/orv_apo/machines";
 constexpr char kDefaultSample[] = "skylake-laptop";
 
 std::filesystem::path DefaultMachineFolder() {
@@ -22,20 +19,10 @@ std::filesystem::path DefaultMachineFolder() {
 
 }  // namespace
 
+std::vector<std::string> ProgramArguments(int argc, char** argv) { return {argv, argv + argc}; }
+
 std::filesystem::path ProgramFolder() {
   return std::filesystem::read_symlink("/proc/self/exe").parent_path();
-}
-
-std::filesystem::path SampleMachinesFolder() {
-  const std::filesystem::path program = ProgramFolder();
-  for (const char* relative : {kBuiltSamples, kInstalledSamples}) {
-    std::filesystem::path folder = (program / relative).lexically_normal();
-    std::error_code ignored;
-    if (std::filesystem::is_directory(folder, ignored)) return folder;
-  }
-  throw Failure(kRefused, "the sample machines are not beside this program (" +
-                              (program / kBuiltSamples).lexically_normal().string() +
-                              ").\nName a machine's folder with --machine.");
 }
 
 std::unique_ptr<Machine> OpenMachine(std::filesystem::path& folder) {

@@ -137,10 +137,12 @@ struct IORVOperatingMode : IUnknown {
   get_ORVAPOControlEnumerator(ORVAPOControlType type, IORVAPOControlEnumerator** enumerator) = 0;
   // "ApoOpMode:" operating mode "/" speaker type.
   virtual HRESULT STDMETHODCALLTYPE get_Name(BSTR* name) = 0;
-  // Stores the configuration's values for every control of the mode. Always S_OK.
+  // Stores the configuration's values for every control of the mode. S_OK also when they could not
+  // be stored; when memory runs out, they may have been stored all the same.
   virtual HRESULT STDMETHODCALLTYPE RestoreDefaults() = 0;
   // Processing on (1) or off (0) for the whole endpoint. put stores the number as it is; E_FAIL
-  // when it could not.
+  // when it could not. When memory runs out after storing, put gives E_OUTOFMEMORY although the
+  // number is stored; get then tells the earlier one until the next successful put.
   virtual HRESULT STDMETHODCALLTYPE get_APOEnable(LONG* enabled) = 0;
   virtual HRESULT STDMETHODCALLTYPE put_APOEnable(LONG enabled) = 0;
 };
@@ -174,11 +176,13 @@ ORV_APO_INTERFACE_ID(IORVAPOConfigEnumerator, 0x46A75EF4, 0x9067, 0x4F8F, 0x8E, 
                      0x32, 0x49, 0x4F, 0x7A);
 
 struct IAnalysisData : IUnknown {
-  // Peaks of up to 8 channels since the last call, linear, 1.0 is full scale; `peaks` has room for
-  // 8 numbers.
+  // Peaks of the first 8 channels since the last call, in dB; `peaks` has room for 8 numbers. At
+  // most 0 (full scale); minus infinity for silence. They change while GetSpectralData runs.
   virtual HRESULT STDMETHODCALLTYPE GetPeaks(FLOAT* peaks) = 0;
-  // Magnitudes in dB of one channel at the given frequencies (Hz); both arrays hold `num_freqs`
-  // numbers.
+  // Analyses what was heard since the last call; then the magnitudes in dB of one channel at the
+  // given frequencies (Hz); both arrays hold `num_freqs` numbers. At most 0; minus infinity for
+  // channels from 2 on and when nothing was analysed since the channel's last call. E_INVALIDARG
+  // from channel 8 on, E_POINTER for a missing array.
   virtual HRESULT STDMETHODCALLTYPE GetSpectralData(USHORT channel, USHORT num_freqs,
                                                     ULONG* frequencies, FLOAT* magnitude) = 0;
 };

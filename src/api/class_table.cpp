@@ -5,6 +5,7 @@
 #include "api/endpoint_services.h"
 #include "api/process_services.h"
 #include "api/system.h"
+#include "dsp_math/transform.h"
 #include "frame/object_creation.h"
 #include "orv_apo/orv_apo.h"
 
@@ -34,9 +35,15 @@ constexpr ClassRow kClasses[] = {
 
 std::span<const ClassRow> ClassTable() { return kClasses; }
 
+// What lives from load to unload. The plan goes last: analysis objects have instances of it.
+struct Component {
+  RegisteredTransform analysis_transform{kAnalysisTransform};
+  Module module{ClassTable(), OpenDefaultMachine};
+};
+
 Module& ComponentModule() {
-  static Module module(ClassTable(), OpenDefaultMachine);
-  return module;
+  static Component component;
+  return component.module;
 }
 
 }  // namespace orv

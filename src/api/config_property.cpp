@@ -1,7 +1,7 @@
 #include "api/config_property.h"
 
-#include "api/text_result.h"
 #include "frame/guard.h"
+#include "frame/text_result.h"
 
 namespace orv {
 

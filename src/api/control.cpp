@@ -1,7 +1,7 @@
 #include "api/control.h"
 
-#include "api/text_result.h"
 #include "frame/guard.h"
+#include "frame/text_result.h"
 #include "platform/diagnostics.h"
 #include "platform/text.h"
 

@@ -6,8 +6,8 @@
 #include "api/endpoint_services.h"
 #include "api/mode_enumerator.h"
 #include "api/operating_mode.h"
-#include "api/text_result.h"
 #include "frame/guard.h"
+#include "frame/text_result.h"
 #include "platform/diagnostics.h"
 
 namespace orv {

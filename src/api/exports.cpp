@@ -5,6 +5,7 @@
 #include "api/component.h"
 #include "api/registration.h"
 #include "frame/guard.h"
+#include "intel_dsp/intel_dsp.h"
 #include "platform/text.h"
 
 namespace {
@@ -26,7 +27,11 @@ bool IsUserCommand(LPCWSTR command_line) {
 }  // namespace
 
 HRESULT STDAPICALLTYPE DllCanUnloadNow() {
-  return Guard([] { return ComponentModule().ReadyToUnload() ? S_OK : S_FALSE; });
+  return Guard([] {
+    if (!ComponentModule().ReadyToUnload()) return S_FALSE;
+    orv::ReleaseIntelDriverClients();
+    return S_OK;
+  });
 }
 
 HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID class_id, REFIID iid, void** object) {

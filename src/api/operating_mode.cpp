@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "api/control_enumerator.h"
-#include "api/text_result.h"
 #include "frame/guard.h"
+#include "frame/text_result.h"
 #include "platform/diagnostics.h"
 #include "platform/text.h"
 

@@ -50,6 +50,8 @@ struct ORVAPOProcessReference {
   std::string technology;  // never empty
   std::string instance;
   std::string hook;
+
+  bool operator==(const ORVAPOProcessReference&) const = default;
 };
 
 struct ORVAPOChain {

@@ -94,8 +94,8 @@ bool ORVAPOProcessLibrary::EnsureLoaded() {
   if (module_.loaded()) return true;
   const std::wstring path = LibraryPath(machine_);
   if (!machine_.FileExists(path)) return false;
-  const std::optional<std::string> host_path = machine_.HostPath(path);
-  return host_path && module_.Load(*host_path);
+  const auto file = machine_.HostFile(path);
+  return file && module_.Load(*file);
 }
 
 bool ORVAPOProcessLibrary::CreateProcess(const char* name) {

@@ -37,6 +37,9 @@ struct TransformKey {
   std::uint32_t type;
 };
 
+// The one transform that analysis uses, registered as long as the component is loaded.
+inline constexpr TransformKey kAnalysisTransform{1024, 1};
+
 // Takes a byte count and returns memory of that size, or null.
 using TransformAllocate = void* (*)(std::size_t bytes, void* context);
 

@@ -4,14 +4,12 @@
 // error, anything else a file that lines are appended to, and without it lines go nowhere.
 #pragma once
 
-#include <string_view>
-
 namespace orv {
 
 // False when lines would go nowhere.
 bool DebugOutputWanted() noexcept;
 
-// Sends one line as it is. Lines of several threads do not mix.
-void WriteDebugOutput(std::wstring_view line) noexcept;
+// Sends one terminated line as it is. Lines of several threads do not mix.
+void WriteDebugOutput(const wchar_t* line) noexcept;
 
 }  // namespace orv

@@ -6,7 +6,12 @@
 #include "platform/multimedia.h"
 
 #ifdef _WIN32
+// Some headers of the platform spell two names differently.
+#define GetTopologyObjects GetTopologyObject
+#define ISubUnit ISubunit
 #include <devicetopology.h>
+#undef GetTopologyObjects
+#undef ISubUnit
 #include <ks.h>
 #include <ksproxy.h>
 #else

@@ -61,7 +61,7 @@ void DiagnoseFormatted(const DiagnosticSite& site, const wchar_t* format,
       return;
     }
   }
-  WriteDebugOutput({line, length});
+  WriteDebugOutput(line);
 }
 
 }  // namespace orv

@@ -1,7 +1,7 @@
 // Loadable modules, and where this module and its host program lie.
 #pragma once
 
-#include <optional>
+#include <filesystem>
 #include <string>
 
 namespace orv {
@@ -14,9 +14,9 @@ class DynamicLibrary {
   DynamicLibrary(DynamicLibrary&& other) noexcept;
   DynamicLibrary& operator=(DynamicLibrary&& other) noexcept;
 
-  // Loads the module file at a path of the system's own form (Machine::HostPath). False, with
+  // Loads the module file at a path of the system's own form (Machine::HostFile). False, with
   // nothing loaded, when it is missing or no module.
-  bool Load(const std::string& host_path);
+  bool Load(const std::filesystem::path& file);
   void Free() noexcept;
   bool loaded() const noexcept { return handle_ != nullptr; }
   // Address of an exported symbol, or null.

@@ -40,6 +40,9 @@ class FileLock {
 bool ReplaceFileContent(const std::filesystem::path& file, std::string_view content,
                         std::string& reason);
 
+// The narrow path under which the C runtime opens a file; nothing when it has none.
+std::optional<std::string> CRuntimePath(const std::filesystem::path& path);
+
 // The whole content of a regular file of at most `limit` bytes.
 std::optional<std::string> ReadWholeFile(const std::filesystem::path& file, std::size_t limit,
                                          std::string& reason);
@@ -71,7 +74,8 @@ struct PathBelow {
 // Finds `relative` (elements separated by slashes; empty ones and "." are passed over) below
 // `folder`, each element in its exact spelling first and then without regard to the case of the
 // letters A to Z. `path` has the spelling on disk as far as the path exists and the given one
-// beyond. Nothing when ".." would lead out of the folder.
+// beyond; on a file system that finds any letter case itself it may have the given one throughout.
+// Nothing when ".." or a drive's name would lead out of the folder.
 std::optional<PathBelow> FindBelow(const std::filesystem::path& folder, std::string_view relative);
 
 }  // namespace orv

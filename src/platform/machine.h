@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -53,8 +54,11 @@ class Machine {
 
   // True when a file or folder exists under this path of the platform ("C:\...").
   virtual bool FileExists(const std::wstring& path) = 0;
-  // The narrow path under which the C runtime opens that file; nothing when the path does not
-  // convert or leads nowhere. The file need not exist.
+  // The path under which the system that this process runs on has that file; nothing when it leads
+  // nowhere. The file need not exist.
+  virtual std::optional<std::filesystem::path> HostFile(const std::wstring& path) = 0;
+  // The narrow path under which the C runtime opens that file; nothing also when the path does not
+  // convert.
   virtual std::optional<std::string> HostPath(const std::wstring& path) = 0;
 
  private:

@@ -47,12 +47,16 @@ std::uint8_t* PutBytes(std::uint8_t* out, const void* bytes, std::size_t size) {
 }
 
 std::uint8_t* PutUnits(std::uint8_t* out, const std::wstring& text) {
-  for (const wchar_t element : text) {
-    const auto unit = static_cast<std::uint16_t>(static_cast<std::uint32_t>(element));
-    std::memcpy(out, &unit, kUnitSize);
-    out += kUnitSize;
+  if constexpr (sizeof(wchar_t) == kUnitSize) {
+    return PutBytes(out, text.data(), text.size() * kUnitSize);
+  } else {
+    for (const wchar_t element : text) {
+      const auto unit = static_cast<std::uint16_t>(static_cast<std::uint32_t>(element));
+      std::memcpy(out, &unit, kUnitSize);
+      out += kUnitSize;
+    }
+    return out;
   }
-  return out;
 }
 
 template <class T>

@@ -65,8 +65,10 @@ void ORVThreadBasic::Stop(std::uint32_t timeout_milliseconds) {
   }
   while (const auto running = NextStopping()) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
-    if (!running->thread->Wait(std::max(left, std::chrono::milliseconds(0))))
+    if (!running->thread->Wait(std::max(left, std::chrono::milliseconds(0)))) {
+      if (timeout_milliseconds == kWaitForEver) continue;
       running->thread->Terminate(kExitFailure);
+    }
     Forget(running);
   }
 }

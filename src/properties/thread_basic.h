@@ -24,6 +24,7 @@ class IORVThreadBasicWorker {
 class ORVThreadBasic {
  public:
   static constexpr std::uint32_t kDefaultStopMilliseconds = 5000;
+  static constexpr std::uint32_t kWaitForEver = 0xFFFFFFFF;
 
   ORVThreadBasic() = default;
   virtual ~ORVThreadBasic();  // stops the thread
@@ -34,10 +35,10 @@ class ORVThreadBasic {
   // an earlier thread. False when there is no worker or no thread could be started. Exit code of
   // the thread: 1 when the worker returned true, else 0xFFFFFFFF.
   virtual bool Start(IORVThreadBasicWorker* worker);
-  // Signals the stop event and waits; a thread that has not ended in time (0 means 5000 ms) is
-  // terminated wherever it is. The holder then has no thread and no worker, and can be started
-  // again. Called by the worker itself it only signals: the thread ends when the worker returns,
-  // which the next Stop by another thread (or the destructor) waits for.
+  // Signals the stop event and waits; a thread that has not ended in time (0 means 5000 ms,
+  // kWaitForEver never gives up) is terminated wherever it is. The holder then has no thread and no
+  // worker, and can be started again. Called by the worker itself it only signals: the thread ends
+  // when the worker returns, which the next Stop by another thread (or the destructor) waits for.
   virtual void Stop(std::uint32_t timeout_milliseconds);
 
   // True from Start until Stop, also after the worker has returned.

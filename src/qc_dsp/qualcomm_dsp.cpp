@@ -1,11 +1,147 @@
 #include "qc_dsp/qualcomm_dsp.h"
 
-namespace orv {
+#include <memory>
 
-HRESULT CreateQualcommDspForEndpoint(Module&, IUnknown*, IMMDevice*, IORVAPOQCDSP**) {
-  return E_NOTIMPL;
+#include "frame/guard.h"
+#include "frame/object_creation.h"
+#include "frame/ref_counted.h"
+#include "platform/diagnostics.h"
+#include "qc_dsp/driver_interface.h"
+#include "qc_dsp/qualcomm_records.h"
+
+namespace orv {
+namespace {
+
+constexpr PROPERTYKEY kFormFactorKey = {
+    {0x1DA5D803, 0xD492, 0x4EDD, {0x8C, 0x23, 0xE0, 0xC0, 0xFF, 0xEE, 0x7F, 0x0E}}, 0};
+constexpr std::uint32_t kHeadphones = 3;  // of the platform's form factors
+
+struct FreeText {
+  void operator()(OLECHAR* text) const noexcept { SysFreeString(text); }
+};
+
+class CORVAPOQCDSP final : public RefCounted<SingleThreaded, Chain<IORVAPOQCDSP>> {
+ public:
+  explicit CORVAPOQCDSP(Module& module) : RefCounted(&module) {}
+
+  HRESULT Init(IUnknown* endpoint, IMMDevice* device);
+
+  HRESULT STDMETHODCALLTYPE WriteControls(IORVOperatingMode* op_mode) override;
+  HRESULT STDMETHODCALLTYPE get_EndpointFormFactor(_ORVQuMediaDeviceType* form_factor) override;
+  HRESULT STDMETHODCALLTYPE put_EndpointFormFactor(_ORVQuMediaDeviceType form_factor) override;
+
+ private:
+  bool HasControl(std::wstring_view name) const { return controls_.find(name) != controls_.end(); }
+  void TakeFormFactor(IMMDevice& device);
+  void AddControl(IORVAPOControl& control);
+  HRESULT WriteControlsToQCDriver();
+
+  ComPtr<IUnknown> endpoint_;
+  std::unique_ptr<ORVAPOQCDriverInterface> driver_;  // null unless Init succeeded
+  QualcommControls controls_;
+  _ORVQuMediaDeviceType form_factor_ = ORV_QUMEDIA_RESERVED;
+};
+
+HRESULT CORVAPOQCDSP::Init(IUnknown* endpoint, IMMDevice* device) {
+  Diagnose(ORV_HERE("CORVAPOQCDSP::Init"), L"CORVAPOQCDSP::init\n");
+  endpoint_ = ComPtr<IUnknown>(endpoint);
+  controls_.clear();
+  const std::shared_ptr<Machine> machine = module().machine();
+  if (machine == nullptr) return E_NOTIMPL;
+  HRESULT status = E_FAIL;
+  auto driver = std::make_unique<ORVAPOQCDriverInterface>(*machine, status);
+  if (FAILED(status)) return E_NOTIMPL;
+  driver_ = std::move(driver);
+  Diagnose(ORV_HERE("CORVAPOQCDSP::Init"), L"Got MMDevice pointer 0x%p\n",
+           static_cast<const void*>(device));
+  if (device != nullptr) TakeFormFactor(*device);
+  return S_OK;
 }
 
-HRESULT CreateQualcommDspForClient(Module&, IUnknown*, REFIID, void**) { return E_NOTIMPL; }
+void CORVAPOQCDSP::TakeFormFactor(IMMDevice& device) {
+  ComPtr<IPropertyStore> store;
+  if (FAILED(device.OpenPropertyStore(STGM_READ, store.Put())) || !store) return;
+  Diagnose(ORV_HERE("CORVAPOQCDSP::Init"), L"Opened property store for device\n");
+  PROPVARIANT value;
+  PropVariantInit(&value);
+  if (FAILED(store->GetValue(kFormFactorKey, &value))) return;
+  const std::uint32_t endpoint_form = value.ulVal & 0xFFFF;
+  PropVariantClear(&value);
+  form_factor_ = endpoint_form == kHeadphones ? ORV_QUMEDIA_HEADSET : ORV_QUMEDIA_SPEAKER;
+  Diagnose(ORV_HERE("CORVAPOQCDSP::Init"), L"QC form factor set to %d from endpoint %d\n",
+           static_cast<int>(form_factor_), endpoint_form);
+}
+
+HRESULT CORVAPOQCDSP::WriteControls(IORVOperatingMode* op_mode) {
+  return Guard([&]() -> HRESULT {
+    if (op_mode == nullptr) return E_POINTER;
+    if (driver_ == nullptr) return E_NOTIMPL;
+    controls_.clear();
+    ComPtr<IORVAPOControlEnumerator> enumerator;
+    const HRESULT status =
+        op_mode->get_ORVAPOControlEnumerator(kORVAPO_Cont_Public, enumerator.Put());
+    if (FAILED(status)) return status;
+    if (!enumerator) return E_FAIL;
+    for (ComPtr<IORVAPOControl> control; enumerator->Next(control.Put()) == S_OK && control;)
+      AddControl(*control);
+    return controls_.empty() ? E_FAIL : WriteControlsToQCDriver();
+  });
+}
+
+// A control whose value cannot be read is there all the same, with 0.
+void CORVAPOQCDSP::AddControl(IORVAPOControl& control) {
+  BSTR text = nullptr;
+  LONG value = 0;
+  if (FAILED(control.get_DisplayValue(&text))) text = nullptr;
+  const std::unique_ptr<OLECHAR, FreeText> owned(text);
+  if (FAILED(control.get_Value(&value))) value = 0;
+  if (SysStringLen(text) == 0) return;
+  const std::wstring name(text, SysStringLen(text));
+  controls_[name] = value;
+  Diagnose(ORV_HERE("CORVAPOQCDSP::WriteControls"), L"Added %s\n", name);
+}
+
+// What becomes of the records before the last one is not told.
+HRESULT CORVAPOQCDSP::WriteControlsToQCDriver() {
+  HRESULT status = S_OK;
+  for (const QualcommParameter parameter : kQualcommSendingOrder) {
+    const std::wstring_view needed = QualcommRecordNeeds(parameter);
+    if (!needed.empty() && !HasControl(needed)) continue;
+    const QualcommRecord record(parameter, controls_);
+    status = driver_->SendParameter(parameter, static_cast<std::uint32_t>(form_factor_),
+                                    record.payload());
+  }
+  return status;
+}
+
+HRESULT CORVAPOQCDSP::get_EndpointFormFactor(_ORVQuMediaDeviceType* form_factor) {
+  if (form_factor == nullptr) return E_POINTER;
+  *form_factor = form_factor_;
+  return S_OK;
+}
+
+HRESULT CORVAPOQCDSP::put_EndpointFormFactor(_ORVQuMediaDeviceType form_factor) {
+  if (static_cast<std::uint32_t>(form_factor) >= ORV_QUMEDIA_DEVICE_COUNT) return E_INVALIDARG;
+  form_factor_ = form_factor;
+  return S_OK;
+}
+
+}  // namespace
+
+HRESULT CreateQualcommDspForEndpoint(Module& module, IUnknown* endpoint, IMMDevice* device,
+                                     IORVAPOQCDSP** dsp) {
+  *dsp = nullptr;
+  return Guard([&]() -> HRESULT {
+    ComPtr<CORVAPOQCDSP> object;
+    HRESULT status = CreateObject(object, module);
+    if (SUCCEEDED(status)) status = object->Init(endpoint, device);
+    if (SUCCEEDED(status)) *dsp = object.Detach();
+    return status;
+  });
+}
+
+HRESULT CreateQualcommDspForClient(Module& module, IUnknown* outer, REFIID iid, void** object) {
+  return CreateForClient<CORVAPOQCDSP>(outer, iid, object, module);
+}
 
 }  // namespace orv

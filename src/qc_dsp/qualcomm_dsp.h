@@ -11,7 +11,8 @@ namespace orv {
 // form factor. One reference for the caller; E_NOTIMPL without a driver, and `dsp` then is null.
 HRESULT CreateQualcommDspForEndpoint(Module& module, IUnknown* endpoint, IMMDevice* device,
                                      IORVAPOQCDSP** dsp);
-// For class factories: an object without an endpoint and without a driver.
+// For class factories: an object without an endpoint and without a driver. It keeps a form factor;
+// its WriteControls answers E_NOTIMPL.
 HRESULT CreateQualcommDspForClient(Module& module, IUnknown* outer, REFIID iid, void** object);
 
 }  // namespace orv

@@ -2,6 +2,7 @@
 // objects as its exports hand them out.
 #pragma once
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -25,6 +26,10 @@ Interface* Poison() {
 }
 inline constexpr LONG kPoisonedNumber = -0x0BADF00D;
 
+// What several calls answered, to be looked at together.
+using Answers = std::vector<HRESULT>;
+using ::testing::Each;
+
 inline constexpr char kTwoModes[] = R"(<orv_configuration>
   <properties>
     <control name="Product Name">Example Audio</control>
@@ -39,6 +44,7 @@ inline constexpr char kTwoModes[] = R"(<orv_configuration>
     <control name="Left:VQ3D-Headroom Gain" public="true">-60</control>
     <control name="Nobody's" public="true">7</control>
     <control name="VQ3D-Bypass Gain">-30</control>
+    <control name="VQ3D-GEQ Enable">Enabled</control>
   </operating_mode>
   <operating_mode>
     <control name="ZAPO3-Operating Mode">Music</control>

@@ -68,18 +68,6 @@ TEST_F(ComponentTest, WholeRequestLeavesTheLibraryUnloadable) {
   EXPECT_EQ(can_unload(), S_OK);
 }
 
-TEST_F(ComponentTest, RegistrationLastsInTheMachinesFolder) {
-  UseMachine("Windows Registry Editor Version 5.00\n");
-  EXPECT_EQ(Export<ORVDllRegisterServer>("DllRegisterServer")(), S_OK);
-  EXPECT_EQ(Export<ORVDllCanUnloadNow>("DllCanUnloadNow")(), S_OK);
-  std::ifstream file(folder_.path() / "registry.reg");
-  const std::string text{std::istreambuf_iterator<char>(file), {}};
-  EXPECT_NE(text.find("{34296A83-D4A8-442A-A7F8-C874E6B9197D}\\InprocServer32]"),
-            std::string::npos);
-  EXPECT_NE(text.find("liborv_apo_controller.so"), std::string::npos);
-  EXPECT_EQ(Export<ORVDllUnregisterServer>("DllUnregisterServer")(), S_OK);
-}
-
 TEST_F(ComponentTest, MachineThatCannotBeOpenedLeavesTheModuleUninitialised) {
   ComPtr<IClassFactory> factory;
   EXPECT_EQ(GetFactory(factory), E_UNEXPECTED);

@@ -38,26 +38,22 @@ class HeadsetTest : public ApiTest {
 TEST_F(HeadsetTest, ConexantRecordTells) {
   SetHardware(L"HDAUDIO\\FUNC_01&ven_14f1&dev_50f4");
   EXPECT_EQ(Ask(), kUnknown);
-  SetConexantRecord(11, 255, 255);
-  EXPECT_EQ(Ask(), kAbsent);
-  SetConexantRecord(11, 254, 255);
-  EXPECT_EQ(Ask(), kPluggedIn);
-  SetConexantRecord(11, 255, 254);
-  EXPECT_EQ(Ask(), kPluggedIn);
+  const std::tuple<std::uint8_t, std::uint8_t, std::uint8_t, Answer> records[] = {
+      {11, 255, 255, kAbsent}, {11, 254, 255, kPluggedIn}, {11, 255, 254, kPluggedIn}};
+  for (const auto& [kind, eighth, ninth, answer] : records) {
+    SetConexantRecord(kind, eighth, ninth);
+    EXPECT_EQ(Ask(), answer) << +eighth << ' ' << +ninth;
+  }
   SetConexantRecord(10, 255, 254);
-  const DiagnosticLog log;
+  DiagnosticLog log;
   EXPECT_EQ(Ask(), kUnknown);
   EXPECT_TRUE(log.Contains(L"IsConexantConnected | Got headset info buffer\n"));
   EXPECT_TRUE(log.Contains(L"IsConexantConnected returning 0, headset: 0\n"));
   EXPECT_TRUE(log.Contains(L"Read VID buffer: HDAUDIO\\FUNC_01&ven_14f1&dev_50f4\n"));
-}
 
-TEST_F(HeadsetTest, ConexantRecordOfAnotherKindIsNotRead) {
-  SetHardware(L"VEN_14F1");
-  SetNumber(PropertiesKey(kSpeakers), kHeadsetBlockValue, 11);
+  SetNumber(PropertiesKey(kSpeakers), kHeadsetBlockValue, 11);  // no record
   EXPECT_EQ(Ask(), kUnknown);
   machine_.SetValue(PropertiesKey(kSpeakers), kHeadsetBlockValue, kRegBinary, Bytes(129, 11));
-  const DiagnosticLog log;
   EXPECT_EQ(Ask(), kUnknown);
   EXPECT_TRUE(log.Contains(L"Can't get headset info buffer\n"));
 }
@@ -85,21 +81,22 @@ TEST_F(HeadsetTest, EitherRealtekFlagTells) {
 
 TEST_F(HeadsetTest, HardwareIdentifierMustBeWholeText) {
   SetNumber(EffectsKey(kSpeakers), kRealtekFirstValue, 1);
-  // The endpoint is there before its identifier changes: a broken value keeps it from loading.
-  const auto ask = [this](std::uint32_t type, const Bytes& text) {
+  const Bytes text = RegistryTextBytes(L"VEN_10EC");
+  const std::tuple<std::uint32_t, Bytes, Answer> identifiers[] = {
+      {kRegExpandSz, text, kPluggedIn},
+      {kRegBinary, text, kUnknown},
+      {kRegSz, Bytes(text.begin(), text.end() - 2), kUnknown},
+      {kRegSz, Bytes(text.begin(), text.end() - 1), kUnknown},
+      {kRegSz, {}, kUnknown},
+      {kRegSz, RegistryTextBytes(L"VEN_10EC" + std::wstring(247, L'x')), kPluggedIn},
+      {kRegSz, RegistryTextBytes(L"VEN_10EC" + std::wstring(248, L'x')), kUnknown}};
+  for (const auto& [type, bytes, answer] : identifiers) {
+    // The endpoint is there before its identifier changes: a broken value keeps it from loading.
     SetHardware(L"");
     const auto endpoint = Endpoint();
-    machine_.SetValue(PropertiesKey(kSpeakers), kHardwareIdentifierValue, type, text);
-    return Ask(endpoint);
-  };
-  const Bytes text = RegistryTextBytes(L"VEN_10EC");
-  EXPECT_EQ(ask(kRegExpandSz, text), kPluggedIn);
-  EXPECT_EQ(ask(kRegBinary, text), kUnknown);
-  EXPECT_EQ(ask(kRegSz, Bytes(text.begin(), text.end() - 2)), kUnknown);
-  EXPECT_EQ(ask(kRegSz, Bytes(text.begin(), text.end() - 1)), kUnknown);
-  EXPECT_EQ(ask(kRegSz, {}), kUnknown);
-  EXPECT_EQ(ask(kRegSz, RegistryTextBytes(L"VEN_10EC" + std::wstring(247, L'x'))), kPluggedIn);
-  EXPECT_EQ(ask(kRegSz, RegistryTextBytes(L"VEN_10EC" + std::wstring(248, L'x'))), kUnknown);
+    machine_.SetValue(PropertiesKey(kSpeakers), kHardwareIdentifierValue, type, bytes);
+    EXPECT_EQ(Ask(endpoint), answer) << type << ' ' << bytes.size();
+  }
 }
 
 TEST_F(HeadsetTest, VendorIsFoundOutOnce) {

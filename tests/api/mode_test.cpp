@@ -18,8 +18,8 @@ class ModeTest : public ApiTest {
 TEST_F(ModeTest, EachTypeGivesItsList) {
   const auto mode = Mode(Endpoint());
   EXPECT_EQ(CountOf(Controls(mode, kORVAPO_Cont_Public)), 4U);
-  EXPECT_EQ(CountOf(Controls(mode, kORVAPO_Cont_Private)), 1U);
-  EXPECT_EQ(CountOf(Controls(mode, kORVAPO_Cont_Default)), 5U);
+  EXPECT_EQ(CountOf(Controls(mode, kORVAPO_Cont_Private)), 2U);
+  EXPECT_EQ(CountOf(Controls(mode, kORVAPO_Cont_Default)), 6U);
 
   auto* controls = Poison<IORVAPOControlEnumerator>();
   for (const int type : {3, -1}) {
@@ -33,28 +33,22 @@ TEST_F(ModeTest, EachTypeGivesItsList) {
   EXPECT_EQ(mode->get_Name(nullptr), E_POINTER);
 }
 
-TEST_F(ModeTest, ModeWithoutControlsHasEmptyLists) {
-  const auto controls = Controls(Mode(Endpoint(), kMusic));
-  auto* control = Poison<IORVAPOControl>();
-  EXPECT_EQ(controls->Next(nullptr), E_POINTER);
-  EXPECT_EQ(controls->Next(&control), S_FALSE);
-  EXPECT_EQ(controls->GetControlFromName(Bstr(L"VQ3D-DPHD Level"), &control), orv_apo::kNotFound);
-  EXPECT_EQ(control, nullptr);
-}
-
 TEST_F(ModeTest, ControlIsFoundByItsExactName) {
   const auto controls = Controls(Mode(Endpoint()));
   auto* missing = Poison<IORVAPOControl>();
-  EXPECT_EQ(controls->GetControlFromName(nullptr, &missing), E_POINTER);
-  EXPECT_EQ(controls->GetControlFromName(Bstr(L"x"), nullptr), E_POINTER);
+  EXPECT_THAT((Answers{controls->Next(nullptr), controls->GetControlFromName(nullptr, &missing),
+                       controls->GetControlFromName(Bstr(L"x"), nullptr)}),
+              Each(E_POINTER));
   EXPECT_EQ(missing, Poison<IORVAPOControl>());
-  EXPECT_EQ(controls->GetControlFromName(Bstr(L"vq3d-dphd level"), &missing), orv_apo::kNotFound);
-  EXPECT_EQ(missing, nullptr);
-  EXPECT_EQ(controls->GetControlFromName(Bstr(L"VQ3D-Headroom Gain"), &missing),
-            orv_apo::kNotFound);  // its whole name has a prefix
+  for (const wchar_t* name : {L"vq3d-dphd level", L"VQ3D-Headroom Gain"}) {  // without its prefix
+    missing = Poison<IORVAPOControl>();
+    EXPECT_EQ(controls->GetControlFromName(Bstr(name), &missing), orv_apo::kNotFound);
+    EXPECT_EQ(missing, nullptr);
+  }
   ComPtr<IORVAPOControl> control;
   EXPECT_EQ(controls->GetControlFromName(Bstr(L"VQ3D-Main Tech"), control.Put()), S_OK);
   EXPECT_EQ(CountOf(controls), 4U);
+  EXPECT_EQ(CountOf(Controls(Mode(Endpoint(), kMusic))), 0U);
 }
 
 TEST_F(ModeTest, ProcessingSwitchIsStoredAsGiven) {
@@ -93,17 +87,11 @@ TEST_F(ModeTest, ModeIsHandedOutWithoutItsRegistryKey) {
       log.Contains(L"| CORVOperatingMode::SetOpMode | op mode: ApoOpMode:Movie/Internal\n"));
   EXPECT_TRUE(log.Contains(L"CORVOperatingMode::get_APOEnable can't find the control!\n"));
   EXPECT_TRUE(log.Contains(L"put_APOEnable: 1, 0\n"));
-}
 
-TEST_F(ModeTest, RestoringDefaultsBringsBackEveryValue) {
-  const auto mode = Mode(Endpoint());
-  EXPECT_EQ(Control(mode, L"VQ3D-DPHD Level")->put_Value(80), S_OK);
-  EXPECT_EQ(Control(mode, L"VQ3D-Main Tech")->put_Value(4), S_OK);
-  EXPECT_EQ(mode->RestoreDefaults(), S_OK);
-  EXPECT_EQ(ValueOf(Control(mode, L"VQ3D-DPHD Level")), 40);
-  EXPECT_EQ(ValueOf(Control(mode, L"VQ3D-Main Tech")), 2);
-  EXPECT_EQ(Stored(kMovie, L"VQ3D-DPHD Level"), "40");
-  EXPECT_EQ(Stored(kMovie, L"VQ3D-Bypass Gain"), "-30");  // private ones are stored with them
+  const auto level = Control(mode, L"VQ3D-DPHD Level", kORVAPO_Cont_Default);
+  EXPECT_EQ(ValueOf(level), 40);
+  EXPECT_EQ(level->put_Value(3), E_FAIL);
+  EXPECT_TRUE(log.Contains(L"WriteControl: Registry key is not opened.\n"));
 }
 
 TEST_F(ModeTest, ValuesFollowTheRegistryAtEachNewEnumerator) {

@@ -1,7 +1,11 @@
 // The system object and the scan for endpoints.
+#include <array>
+
 #include "api_fixture.h"
 #include "config/technology_library.h"
+#include "dsp_math/transform.h"
 #include "platform/dynamic_library.h"
+#include "support/failing_allocator.h"
 
 namespace orv {
 namespace {
@@ -19,31 +23,21 @@ class SystemTest : public ApiTest {
   }
 };
 
-TEST_F(SystemTest, EndpointsAreRefusedBeforeInitialisation) {
+TEST_F(SystemTest, FirstPathStaysInForceAndNoneMeansTheComponentsOwnFolder) {
   const auto system = Create<IORVAPOSystem>(CLSID_ORVAPOSystem);
-  EXPECT_EQ(system->EnumerateORVEndpoints(nullptr), E_POINTER);
   auto* endpoints = Poison<IORVEndpointEnumerator>();
+  EXPECT_EQ(system->EnumerateORVEndpoints(nullptr), E_POINTER);
   EXPECT_EQ(system->EnumerateORVEndpoints(&endpoints), orv_apo::kNotInitialized);
   EXPECT_EQ(endpoints, Poison<IORVEndpointEnumerator>());
-}
-
-TEST_F(SystemTest, FirstPathStaysInForce) {
-  const auto system = Create<IORVAPOSystem>(CLSID_ORVAPOSystem);
   EXPECT_EQ(system->InitializeSystem(Bstr(L"C:\\Tools")), S_OK);
-  EXPECT_EQ(ORVAPOProcessLibrary::LibraryPath(*machine_), L"C:\\Tools\\kxtech64.dll");
   EXPECT_EQ(system->InitializeSystem(Bstr(L"C:\\Other\\")), 1247);
   EXPECT_EQ(ORVAPOProcessLibrary::LibraryPath(*machine_), L"C:\\Tools\\kxtech64.dll");
 
-  const auto second = Create<IORVAPOSystem>(CLSID_ORVAPOSystem);
-  EXPECT_EQ(second->InitializeSystem(Bstr(L"C:\\Other\\")), S_OK);
-  EXPECT_EQ(ORVAPOProcessLibrary::LibraryPath(*machine_), L"C:\\Other\\kxtech64.dll");
-}
-
-TEST_F(SystemTest, NoPathMeansTheComponentsOwnFolder) {
   const std::wstring own = RemoveLastPathElement(OwnModulePath()) + L"\\kxtech64.dll";
   const Bstr empty(L"");
   for (const BSTR path : {static_cast<BSTR>(nullptr), static_cast<BSTR>(empty)}) {
     EXPECT_EQ(Create<IORVAPOSystem>(CLSID_ORVAPOSystem)->InitializeSystem(Bstr(L"C:\\x")), S_OK);
+    EXPECT_EQ(ORVAPOProcessLibrary::LibraryPath(*machine_), L"C:\\x\\kxtech64.dll");
     EXPECT_EQ(Create<IORVAPOSystem>(CLSID_ORVAPOSystem)->InitializeSystem(path), S_OK);
     EXPECT_EQ(ORVAPOProcessLibrary::LibraryPath(*machine_), own);
   }
@@ -53,17 +47,20 @@ TEST_F(SystemTest, EndpointsWithoutLoadableConfigurationAreLeftOut) {
   AddEndpoint(kHeadphones, "<something_else/>");
   AddEndpoint(L"{C1A0B9E8-0000-4B5A-9483-726150FFEEDD}", kTwoModes).state = DEVICE_STATE_UNPLUGGED;
   AddEndpoint(kMicrophone, kTwoModes);
+  machine_->description().program_files.reset();  // the default file's folder
+  machine_.AddSpeakers(L"{C1A0B9E8-0001-4B5A-9483-726150FFEEDD}");
   const DiagnosticLog log;
   const auto endpoints = Endpoints();
   EXPECT_EQ(NextName(*endpoints), ApoKey(kSpeakers));
   EXPECT_EQ(NextName(*endpoints), ApoKey(kMicrophone));
   EXPECT_EQ(NextName(*endpoints), L"(end)");
   EXPECT_TRUE(log.Contains(
-      L"| CORVEndpointEnumerator::FinalConstruct | CORVEndpointEnumerator found 3 endpoints\n"));
+      L"| CORVEndpointEnumerator::FinalConstruct | CORVEndpointEnumerator found 4 endpoints\n"));
   EXPECT_TRUE(
       log.Contains(L"| CORVEndpointEnumerator::FinalConstruct | CORVEndpointEnumerator: 2 "
                    L"endpoints remaining after checking config file."));
   EXPECT_TRUE(log.Contains(L"| CORVEndpointEnumerator::CantLoadConfigFile | Load code: 6\n"));
+  EXPECT_TRUE(log.Contains(L"::CantLoadConfigFile | No config file specified.\n"));
   EXPECT_TRUE(log.Contains(L"CORVEndpointEnumerator::CreateEnumerator status 0x0, e: 0x0000"));
 }
 
@@ -89,6 +86,29 @@ TEST_F(SystemTest, SnapshotIsWalkedAgainAfterReset) {
     EXPECT_EQ(endpoints->Reset(), S_OK);
   }
   EXPECT_EQ(NextName(*Endpoints()), ApoKey(kSpeakers));
+}
+
+TEST_F(SystemTest, EndpointThatCannotBeMadeIsPassedOver) {
+  AddEndpoint(kHeadphones, kTwoModes);
+  const auto endpoints = Endpoints();
+  auto* endpoint = Poison<IORVEndpointInfo>();
+  {
+    const FailingAllocations failing(1);
+    EXPECT_EQ(endpoints->Next(&endpoint), E_OUTOFMEMORY);
+  }
+  EXPECT_EQ(endpoint, nullptr);
+  EXPECT_EQ(NextName(*endpoints), ApoKey(kHeadphones));
+  EXPECT_EQ(NextName(*endpoints), L"(end)");
+}
+
+TEST_F(SystemTest, AnalysisFindsItsTransformAsLongAsTheComponentIsLoaded) {
+  ComPtr<IClassFactory> factory;
+  ASSERT_EQ(DllGetClassObject(CLSID_ORVAPOSystem, IID_IClassFactory, factory.PutVoid()), S_OK);
+  std::array<std::byte, 48> memory{};
+  TransformInstance* instance = nullptr;
+  EXPECT_EQ(CreateTransformInstance(&instance, memory.data(), nullptr, nullptr, {1024, 1}),
+            kTransformOk);
+  EXPECT_NE(instance, nullptr);
 }
 
 TEST_F(SystemTest, EndpointIsFoundByItsDeviceWhateverTheLetterCase) {

@@ -88,6 +88,25 @@ TEST(Check, ModeWithoutKeyIsAnErrorWhicheverTypeReadsIt) {
   EXPECT_EQ(Places(report, "mode-without-key"), (Words{"3 error"}));
 }
 
+TEST(Check, NamesThatCannotBeStoredAreRemarkedOn) {
+  const CheckReport report = CheckConfiguration(R"(<orv_configuration>
+  <properties><control name="P">1</control></properties>
+  <operating_mode>
+    <control name="ZAPO3-Operating Mode">Movie
+    </control>
+    <control name="ZAPO3-Speaker Type">Internal</control>
+    <control name="two&#10;lines">1</control>
+    <control name=")" + std::string(1024, 'x') +
+                                                    R"(">1</control>
+    <control name=")" + std::string(1025, 'x') +
+                                                    R"(">1</control>
+  </operating_mode>
+</orv_configuration>)",
+                                                nullptr);
+  EXPECT_EQ(Places(report, "line-end-in-name"), (Words{"4 warning", "7 warning"}));
+  EXPECT_EQ(Places(report, "name-too-long"), (Words{"9 warning"}));
+}
+
 TEST(Check, UnusableDocumentsAreExplained) {
   EXPECT_EQ(CheckConfiguration("<orv_configuration>\n<a>\n</b>", nullptr).status, 6U);
   EXPECT_EQ(

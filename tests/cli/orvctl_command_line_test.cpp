@@ -92,12 +92,6 @@ TEST(CommandLine, DiagnosticLinesGoToStandardErrorOnlyWhenAskedFor) {
   EXPECT_TRUE(verbose.json().is_array());
 }
 
-TEST(CommandLine, GlobalOptionsMayFollowTheCommand) {
-  const ProgramOnMachine program;
-  EXPECT_EQ(program.Run({"modes", "0", "--json"}).json(), program.Answer({"modes", "0"}));
-  EXPECT_EQ(program.Run({"modes", "0", "--config", "1", "--json"}).json().size(), 2U);
-}
-
 TEST(CommandLine, BashCompletionOffersCommandsAndOptions) {
   const ProgramOnMachine program;
   WriteText(program.File("script"), program.Run({"completion", "bash"}).output);

@@ -69,19 +69,6 @@ TEST(Orvctl, PrivateControlsShowTheFilesValueAndCannotBeChanged) {
   EXPECT_TRUE(refused.Says("0x80004005")) << refused.errors;
 }
 
-TEST(Orvctl, ControlsOfEveryListComeInNameOrderWithTheirValues) {
-  const ProgramOnMachine program;
-  const std::size_t publics = program.Answer({"controls", "0"}).size();
-  const std::size_t privates = program.Answer({"controls", "0", "--list", "private"}).size();
-  const Json defaults = program.Answer({"controls", "0", "--list", "default"});
-  EXPECT_EQ(defaults.size(), publics + privates);
-  EXPECT_TRUE(std::is_sorted(defaults.begin(), defaults.end(), [](const Json& a, const Json& b) {
-    return a["name"].get<std::string>() < b["name"].get<std::string>();
-  }));
-  EXPECT_TRUE(std::all_of(defaults.begin(), defaults.end(),
-                          [](const Json& control) { return control["value"].is_number(); }));
-}
-
 TEST(Orvctl, WithoutATechnologyLibraryControlsHaveNumbersButNoDescription) {
   const ProgramOnMachine program;
   const Json level = program.Answer({"get", "0", kLevel, "--technology", "C:\\Nowhere"});
@@ -100,6 +87,46 @@ TEST(Orvctl, TheCurrentModeIsSwitchedAndReset) {
                           [](const Json& mode) { return mode["current"].get<bool>(); }),
             1);
   EXPECT_EQ(program.Answer({"mode", "0", "--default"})["name"], kMusic);
+}
+
+TEST(Orvctl, DefaultModeThatCouldNotBeStoredIsTold) {
+  const ProgramOnMachine program;
+  Json machine = Json::parse(FileText(program.machine() / "machine.json"), nullptr, true, true);
+  machine["faults"] = {{{"operation", "registry.set_value"}, {"nth", "always"}, {"status", 5}}};
+  WriteText(program.machine() / "machine.json", machine.dump());
+  const Result result = program.Run({"--json", "mode", "0", "--default"});
+  EXPECT_EQ(result.status, 3) << result.errors;
+  EXPECT_EQ(result.json()["name"], kMovie);
+  EXPECT_TRUE(result.Says(kMusic)) << result.errors;
+}
+
+TEST(Orvctl, OnlyTheEndpointAskedForHasToLoadWithTheConfigurationType) {
+  const ProgramOnMachine program;
+  const auto file =
+      program.machine() / "drive_c" / "ProgramData" / "ORV Labs" / "APO" / "hdmi_config.xml";
+  std::string text = FileText(file);
+  text.insert(text.rfind("</"), "<operating_mode selector=\"dsp\"/>\n");
+  WriteText(file, text);
+  EXPECT_EQ(program.Answer({"modes", "0", "--config", "1"}).size(), 2U);
+  EXPECT_EQ(program.Run({"modes", "2", "--config", "1"}).status, 1);
+}
+
+TEST(Orvctl, TechnologyLibraryIsFoundWhereTheEndpointKeepsItsValues) {
+  const ProgramOnMachine program;
+  const auto registry = program.machine() / "registry.reg";
+  std::string text = FileText(registry);
+  const std::string path = program.Answer({"endpoints"})[0]["registry_path"];
+  const std::string guid = path.substr(path.rfind('\\') + 1);
+  const auto append = [&](const std::string& key, const std::string& name,
+                          const std::string& value) {
+    text += "\r\n[HKEY_LOCAL_MACHINE\\" + key + "]\r\n\"" + name + "\"=\"" + value + "\"\r\n";
+  };
+  append("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\MMDevices\\Audio\\Render\\" + guid +
+             "\\Properties",
+         "{1028ECF3-0EB3-440C-9B9B-C2A7B8303FCA},0", "Software\\\\Elsewhere");
+  append("Software\\Elsewhere", "OrvApoTechDllPath", "C:\\\\Nowhere\\\\kxtech64.dll");
+  WriteText(registry, text);
+  EXPECT_EQ(program.Answer({"get", "1", kLevel})["scale"], "unknown");
 }
 
 TEST(Orvctl, UnknownStoredModeIsToldWithItsStatusAndARemedy) {

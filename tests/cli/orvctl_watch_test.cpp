@@ -79,26 +79,6 @@ TEST(OrvctlWatch, EveryChangeOfAnotherProcessIsPrintedInItsOrder) {
   EXPECT_EQ(watcher.End(), 0);
 }
 
-TEST(OrvctlWatch, ManyChangesInARowAllEndUpInTheLastValue) {
-  const ProgramOnMachine program;
-  Watcher watcher(program, "1000");
-  for (int value = 1; value <= 10; ++value)
-    program.Answer({"set", "0", "VQ3D-DC Level", std::to_string(value)});
-  // Neighbouring writes may be seen as one; each line goes on where the one before it ended.
-  Json before;
-  for (Json change = watcher.Change(); change.is_object(); change = watcher.Change()) {
-    if (!before.is_null()) {
-      EXPECT_EQ(change["from"], before["to"]);
-      EXPECT_EQ(change["seq"], before["seq"].get<int>() + 1);
-    }
-    before = change;
-    if (change["to"] == 10) break;
-  }
-  EXPECT_EQ(before["to"], 10);
-  kill(watcher.process(), SIGTERM);
-  EXPECT_EQ(watcher.End(), 0);
-}
-
 TEST(OrvctlWatch, InterruptAndTimeLimitEndItCleanly) {
   const ProgramOnMachine program;
   Watcher watcher(program, "1");

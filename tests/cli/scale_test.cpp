@@ -21,23 +21,11 @@ TEST(Scale, DecibelsFollowTheFactorOfTheirSteps) {
   EXPECT_EQ(NumberText(3, ORV_QVT_SCALE_DB, 0.3F), "3 dB");
 }
 
-TEST(Scale, OtherScalesShowTheNumberAsItIs) {
-  for (const ORV_QVT_SCALE scale :
-       {ORV_QVT_SCALE_NONE, ORV_QVT_SCALE_CUSTOM, ORV_QVT_SCALE_STRING, ORV_QVT_SCALE_COUNT})
-    EXPECT_EQ(NumberText(-1250, scale, 10.0F), "-1250");
-}
-
 TEST(Scale, ChoicesShowTheirTextAndOtherNumbersThemselves) {
   const std::vector<std::string> choices = {"Off", "Low", "High"};
   EXPECT_EQ(ValueText(2, ORV_QVT_SCALE_ENUM, 1.0F, choices), "High");
   EXPECT_EQ(ValueText(3, ORV_QVT_SCALE_ENUM, 1.0F, choices), "3");
   EXPECT_EQ(ValueText(-1, ORV_QVT_SCALE_ENUM, 1.0F, choices), "-1");
-}
-
-TEST(Scale, EveryScaleHasAWordAndUnknownOnesToo) {
-  EXPECT_STREQ(ScaleWord(ORV_QVT_SCALE_DB), "db");
-  EXPECT_STREQ(ScaleWord(ORV_QVT_SCALE_COUNT), "unknown");
-  EXPECT_STREQ(ScaleWord(static_cast<ORV_QVT_SCALE>(-1)), "unknown");
 }
 
 }  // namespace

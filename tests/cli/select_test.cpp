@@ -43,19 +43,6 @@ TEST(Select, MisspeltNameIsAnsweredWithTheNearestOne) {
   EXPECT_FALSE(NearestName({}, "modes"));
 }
 
-TEST(Select, FailureNamesWhatWouldFit) {
-  try {
-    SelectOrFail(kModes, "Internal", "mode");
-    FAIL() << "an ambiguous name was taken";
-  } catch (const Failure& failure) {
-    EXPECT_EQ(failure.exit_status(), kUsage);
-    const std::string message = failure.what();
-    EXPECT_NE(message.find(kModes[0]), std::string::npos);
-    EXPECT_NE(message.find(kModes[2]), std::string::npos);
-    EXPECT_EQ(message.find(kModes[1]), std::string::npos);
-  }
-}
-
 TEST(Select, NumbersAreWholeAndFit32Bits) {
   EXPECT_EQ(ParseNumber("-2147483648"), std::numeric_limits<int>::min());
   EXPECT_EQ(ParseNumber("+7"), 7);

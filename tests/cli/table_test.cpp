@@ -27,13 +27,6 @@ TEST(Table, ColoursDoNotChangeTheAlignmentAndAreLeftOutWithoutThem) {
   EXPECT_EQ(table.Text(true), "\x1b[32mok\x1b[0m    x\n\x1b[31mlong\x1b[0m  y\n");
 }
 
-TEST(Table, NoLineEndsInBlanks) {
-  Table table({{"A"}, {"B"}});
-  table.Add({"left only"});
-  table.Add({"", ""});
-  EXPECT_EQ(table.Text(false), "A          B\nleft only\n\n");
-}
-
 TEST(Table, NamesCannotMoveTheTerminalsCursor) {
   EXPECT_EQ(Printable("a\x1b[2Jb\nc"), "a\uFFFD[2Jb\uFFFDc");
   EXPECT_EQ(Printable("\xC2\x9B"), "\uFFFD");

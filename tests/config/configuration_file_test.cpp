@@ -68,19 +68,6 @@ TEST_F(ConfigurationFile, LoadFillsEverythingAndLoadingAgainReplacesIt) {
   EXPECT_THAT(Texts(movie->GetDefaultControls()), ElementsAre(Pair("c", "1")));
 }
 
-TEST_F(ConfigurationFile, PropertiesNameTheDefaultModeWhetherOrNotItExists) {
-  Write("a.xml", Configuration(Mode("Movie", "Internal"),
-                               "<control name='ZAPO3-Operating Mode'>Game</control>"
-                               "<control name='ZAPO3-Speaker Type'>External</control>"));
-  ASSERT_EQ(Load(L"C:\\a.xml"), kConfigLoaded);
-  EXPECT_EQ(Default(), L"ApoOpMode:Game/External");
-
-  Write("b.xml", Configuration("", "<control name='ZAPO3-Operating Mode'>Game</control>"));
-  EXPECT_EQ(Load(L"C:\\b.xml"), kConfigLoaded);
-  EXPECT_FALSE(file_.SetDefaultMode());
-  EXPECT_EQ(Default(), L"ApoOpMode:Game/ZAPO3-Disabled");
-}
-
 TEST_F(ConfigurationFile, ReadOnceForEachMachineAndPath) {
   EXPECT_EQ(Load(L"C:\\a.xml"), kConfigNoDocument);
   Write("a.xml", Configuration(Mode("Movie", "Internal")));
@@ -100,6 +87,7 @@ TEST_F(ConfigurationFile, UnusableFilesGiveNoDocument) {
   Write("nested.xml", nested);
   Write("empty.xml", "");
   Write("binary.xml", std::string("\0\xff<\0>", 5));
+  Write("\u4e2d.xml", Configuration(""));  // a name that this locale cannot express
   for (const wchar_t* path : {L"C:\\folder.xml", L"C:\\nested.xml", L"C:\\empty.xml",
                               L"C:\\binary.xml", L"C:\\", L"", L"C:\\\u4e2d.xml"})
     EXPECT_EQ(Load(path), kConfigNoDocument) << testing::PrintToString(path);
@@ -107,18 +95,24 @@ TEST_F(ConfigurationFile, UnusableFilesGiveNoDocument) {
   EXPECT_EQ(Load(L"C:\\a.xml"), kConfigNoDocument);
 }
 
-TEST_F(ConfigurationFile, DiagnosticLinesTellWhatWasLoaded) {
-  Write("a.xml", Configuration(""));
+TEST_F(ConfigurationFile, PropertiesNameTheDefaultModeWhetherOrNotItExists) {
+  Write("a.xml", Configuration(Mode("Movie", "Internal"),
+                               "<control name='ZAPO3-Operating Mode'>Game</control>"
+                               "<control name='ZAPO3-Speaker Type'>External</control>"));
+  Write("b.xml", Configuration("", "<control name='ZAPO3-Operating Mode'>Game</control>"));
   const DiagnosticLog log;
   Load(L"C:\\missing.xml");
-  Load(L"C:\\a.xml");
-  ASSERT_EQ(log.Lines().size(), 4U);
+  ASSERT_EQ(Load(L"C:\\a.xml"), kConfigLoaded);
+  EXPECT_EQ(Default(), L"ApoOpMode:Game/External");
+  EXPECT_EQ(Load(L"C:\\b.xml"), kConfigLoaded);
+  EXPECT_EQ(Default(), L"ApoOpMode:Game/ZAPO3-Disabled");
   for (const wchar_t* text :
        {L"::Load | pXML->load 0\n", L"::Load | pXML->load 1\n",
         L"::Load | pXML->get_documentElement 0x",
         L"::SetDefaultMode | SetDefaultMode returning false...no modes available.\n"})
     EXPECT_TRUE(log.Contains(std::wstring(L" | ORVAPOConfigurationFile") + text));
   EXPECT_FALSE(log.Contains(L"0x0000000000000000"));
+  EXPECT_FALSE(file_.SetDefaultMode());
 }
 
 class ModeSearch : public ConfigurationFile {

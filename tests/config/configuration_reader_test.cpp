@@ -14,7 +14,6 @@ using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::Field;
-using testing::IsEmpty;
 using testing::Pair;
 using testing::StrEq;
 using testing::UnorderedElementsAre;
@@ -155,11 +154,9 @@ TEST(ConfigurationReader, LocationChoosesTheChains) {
       "<chain_v2 position='EFX'><process tech_id='endpoint'/></chain_v2>"
       "<chain_v2 position='efx'><process tech_id='never'/></chain_v2>"
       "<chain_v2><process tech_id='never'/></chain_v2>");
-  EXPECT_THAT(Technologies(Read(xml, 0, 0)), ElementsAre("plain"));
-  EXPECT_THAT(Technologies(Read(xml, 0, 1)), ElementsAre("stream"));
-  EXPECT_THAT(Technologies(Read(xml, 0, 2)), IsEmpty());
-  EXPECT_THAT(Technologies(Read(xml, 0, 3)), ElementsAre("endpoint"));
-  EXPECT_THAT(Technologies(Read(xml, 0, 4)), IsEmpty());
+  const std::vector<std::string> expected[] = {{"plain"}, {"stream"}, {}, {"endpoint"}, {}};
+  for (std::uint32_t location = 0; location < std::size(expected); ++location)
+    EXPECT_EQ(Technologies(Read(xml, 0, location)), expected[location]) << location;
   EXPECT_STREQ(LocationName(0), L"PreBlue");
   EXPECT_STREQ(LocationName(4), L"Invalid APO location!");
 }
@@ -181,9 +178,6 @@ TEST(ConfigurationReader, ChainKeepsProcessesControlsAndLayouts) {
   EXPECT_EQ(chain.processes[0].hook, "pre");
   EXPECT_EQ(chain.processes[1].technology, "limit");
   EXPECT_THAT(Texts(chain.controls), ElementsAre(Pair("c", "7")));
-}
-
-TEST(ConfigurationReader, LayoutListsUniteTheirPieces) {
   EXPECT_EQ(ParseLayoutList("Stereo,;, 7.1 Surround!"), kLayoutStereo | kLayout71);
   EXPECT_EQ(ParseLayoutList("Mono or Stereo"), kLayoutMono);
   EXPECT_EQ(ParseLayoutList("Mono;Any"), kAnyLayout);

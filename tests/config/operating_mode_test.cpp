@@ -11,17 +11,15 @@ using testing::ElementsAre;
 using testing::Pair;
 
 TEST(ModeKey, IsValidWhenBothTextsDifferFromTheirDefaults) {
-  EXPECT_FALSE(ORVAPOModeKey().IsValid());
-  EXPECT_TRUE(Key("Movie", "Internal").IsValid());
-  EXPECT_FALSE(Key("Movie", kDisabledSpeakerType).IsValid());
-  EXPECT_FALSE(Key(kUndefinedOperatingMode, "Internal").IsValid());
-
   ORVAPOModeKey key = Key("Movie", "Internal");
+  for (const auto& other : {ORVAPOModeKey(), Key("Movie", kDisabledSpeakerType),
+                            Key(kUndefinedOperatingMode, "Internal")})
+    EXPECT_FALSE(other.IsValid() || key.Equals(other));
+  EXPECT_TRUE(key.IsValid());
+  EXPECT_TRUE(key.Equals(Key("Movie", "Internal")));
+  EXPECT_FALSE(key.Equals(Key("movie", "Internal")));
   EXPECT_FALSE(key.ReadFrom(ListOf({{kOperatingModeControl, "Music"}})));
   EXPECT_EQ(key.GetModeName(), L"ApoOpMode:Music/ZAPO3-Disabled");
-  EXPECT_TRUE(Key("Movie", "Internal").Equals(Key("Movie", "Internal")));
-  EXPECT_FALSE(Key("Movie", "Internal").Equals(Key("movie", "Internal")));
-  EXPECT_FALSE(Key("Movie", "Internal").Equals(Key("Movie", "External")));
 }
 
 TEST(OperatingMode, CompletingTakesTheKeyOutAndUnitesTheDefaults) {

@@ -1,14 +1,12 @@
 #include "dsp_math/cascade_response.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <numbers>
 
+#include "designed_words.h"
+
 namespace orv {
 namespace {
-
-constexpr std::int32_t kRate = 48000;
 
 Cascade Butterworth(float frequency, std::int32_t order, std::int32_t kind) {
   std::vector<FilterSection> sections(ButterworthSections(order));
@@ -77,15 +75,8 @@ struct Judged {
 
 template <class Word>
 Judged Judge(float frequency, std::int32_t order) {
-  const std::size_t sections = ButterworthSections(order);
-  std::vector<Word> words(FilterWords(sections));
-  std::vector<char> workspace(FilterWorkspace(sections));
-  if constexpr (sizeof(Word) == 2) {
-    DesignButterworth16(frequency, order, kRate, 1, words.data(), workspace.data());
-  } else {
-    DesignButterworth32(frequency, order, kRate, 1, words.data(), workspace.data());
-  }
-  const Cascade fixed = Cascade::FromWords(words.data(), sections);
+  const Cascade fixed = Cascade::FromWords(ButterworthWords<Word>(frequency, order).data(),
+                                           ButterworthSections(order));
   return {LargestDeviation(Butterworth(frequency, order, 1), fixed, kRate, 20, 20000),
           fixed.PoleRadius()};
 }

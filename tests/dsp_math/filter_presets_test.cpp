@@ -1,72 +1,35 @@
 // Word sets in the field, at the parameters they were designed with.
-#include <gtest/gtest.h>
-
 #include <array>
-#include <cstdint>
-#include <vector>
 
-#include "dsp_math/filter_design.h"
+#include "designed_words.h"
 
 namespace orv {
 namespace {
 
-constexpr std::int32_t kRate = 48000;
-
-template <class Word>
-std::vector<Word> HighPass(float frequency, std::int32_t order) {
-  std::vector<Word> words(FilterWords(ButterworthSections(order)));
-  std::vector<char> workspace(FilterWorkspace(ButterworthSections(order)));
-  std::int32_t status = -1;
-  if constexpr (sizeof(Word) == 2) {
-    status = DesignButterworth16(frequency, order, kRate, kButterworthHighPass, words.data(),
-                                 workspace.data());
-  } else {
-    status = DesignButterworth32(frequency, order, kRate, kButterworthHighPass, words.data(),
-                                 workspace.data());
-  }
-  EXPECT_EQ(status, kFilterOk);
-  return words;
-}
-
-std::vector<std::int32_t> Bands(const std::vector<FilterBand>& bands) {
-  std::vector<std::int32_t> words(FilterWords(bands.size()));
-  std::vector<char> workspace(FilterWorkspace(bands.size()));
-  EXPECT_EQ(DesignFilterSet({static_cast<std::int32_t>(bands.size()), bands.data(), kRate},
-                            words.data(), workspace.data()),
-            kFilterOk);
-  return words;
-}
-
-TEST(FilterPresets, HighPassesAt60Hz) {
-  EXPECT_EQ(HighPass<std::int16_t>(60, 4),
+TEST(FilterPresets, HighPassesAt60And360Hz) {
+  EXPECT_EQ(ButterworthWords<std::int16_t>(60, 4),
             (std::vector<std::int16_t>{2, 5393, -10786, 5393, 32669, -16286,    //
                                        2, 15463, -30926, 15463, 32531, -16148,  //
                                        3, 26101}));
-  EXPECT_EQ(HighPass<std::int16_t>(60, 6),
+  EXPECT_EQ(ButterworthWords<std::int16_t>(60, 6),
             (std::vector<std::int16_t>{2, 4374,  -8748,  4374,  32701, -16318,  //
                                        2, 14891, -29782, 14891, 32586, -16203,  //
                                        3, 8772,  -17544, 8772,  16260, -8069,   //
                                        3, 31051}));
-}
-
-TEST(FilterPresets, SpaceHighPassAt360Hz) {
-  EXPECT_EQ(HighPass<std::int32_t>(360, 2),
+  EXPECT_EQ(ButterworthWords<std::int32_t>(360, 2),
             (std::vector<std::int32_t>{2, 438374880, -876749760, 438374880, 2075951104, -1004516480,
                                        3, 1271898880}));
 }
 
-TEST(FilterPresets, UnityEqualizer) {
-  EXPECT_EQ(Bands({{kORVFilter_Gain, 1000, 1, 0, 0}, {kORVFilter_Gain, 1000, 1, 0, 0}}),
+TEST(FilterPresets, UnityAndFourBandEqualizer) {
+  EXPECT_EQ(BandWords({{kORVFilter_Gain, 1000, 1, 0, 0}, {kORVFilter_Gain, 1000, 1, 0, 0}}),
             (std::vector<std::int32_t>{2, 1073741824, 0, 0, 0, 0,  //
                                        2, 1073741824, 0, 0, 0, 0,  //
                                        2, 1073741824}));
-}
-
-TEST(FilterPresets, FourBandEqualizer) {
-  EXPECT_EQ(Bands({{kORVFilter_Traditional, 50, 3, -12, 0},
-                   {kORVFilter_Traditional, 500, 2, 20, 0},
-                   {kORVFilter_Traditional, 5000, 2, 6, 0},
-                   {kORVFilter_Traditional, 15000, 4, -12, 0}}),
+  EXPECT_EQ(BandWords({{kORVFilter_Traditional, 50, 3, -12, 0},
+                       {kORVFilter_Traditional, 500, 2, 20, 0},
+                       {kORVFilter_Traditional, 5000, 2, 6, 0},
+                       {kORVFilter_Traditional, 15000, 4, -12, 0}}),
             (std::vector<std::int32_t>{
                 2, 544458944,  -1088103296, 543667648,  2141238528, -1067542528,  //
                 2, 182296304,  -328028256,  146435776,  2119761792, -1050568256,  //

@@ -12,19 +12,15 @@ using ::testing::IsEmpty;
 
 constexpr wchar_t kMonitor[] = L"{2B3C4D5E-6F70-4812-93A4-B5C6D7E8F901}";
 
-std::vector<std::wstring> GuidTexts(const std::vector<ORVAPOEndpointInfo>& endpoints) {
-  std::vector<std::wstring> texts;
-  for (const ORVAPOEndpointInfo& endpoint : endpoints) texts.push_back(endpoint.guid_text());
-  return texts;
-}
-
 class EndpointEnumeration : public ::testing::Test {
  protected:
   // Gives the guid texts of what was found.
   std::vector<std::wstring> Enumerate() {
     const bool found = ORVAPOEndpointTools(*machine_).EnumerateEndpoints(endpoints_);
     EXPECT_EQ(found, !endpoints_.empty());
-    return GuidTexts(endpoints_);
+    std::vector<std::wstring> texts;
+    for (const ORVAPOEndpointInfo& endpoint : endpoints_) texts.push_back(endpoint.guid_text());
+    return texts;
   }
 
   EndpointMachine machine_;
@@ -46,15 +42,6 @@ TEST_F(EndpointEnumeration, ListsActiveRenderEndpointsThatLoadInThePlatformsOrde
   EXPECT_THAT(Enumerate(), IsEmpty());
 }
 
-TEST_F(EndpointEnumeration, TheListHoldsTheOnlyReferenceToEachDevice) {
-  machine_.AddSpeakers();
-  Enumerate();
-  ASSERT_EQ(endpoints_.size(), 1U);
-  IMMDevice* const device = endpoints_[0].device();
-  device->AddRef();
-  EXPECT_EQ(device->Release(), 1U);
-}
-
 TEST_F(EndpointEnumeration, AFailingDeviceCallCostsTheEndpointsItConcerns) {
   for (const wchar_t* guid : {kSpeakers, kHeadphones, kMonitor}) machine_.AddSpeakers(guid);
   for (const char* operation :
@@ -68,26 +55,6 @@ TEST_F(EndpointEnumeration, AFailingDeviceCallCostsTheEndpointsItConcerns) {
     machine_->faults().FailNth(operation, 2, E_FAIL);
     EXPECT_THAT(Enumerate(), ElementsAre(kSpeakers, kMonitor)) << operation;
   }
-}
-
-// Whatever call fails, and however often: the list holds whole endpoints in order, and the next
-// enumeration finds everything again.
-TEST_F(EndpointEnumeration, AnySingleFailureLeavesADefinedList) {
-  for (const wchar_t* guid : {kSpeakers, kHeadphones}) machine_.AddSpeakers(guid);
-  for (const std::string_view operation : FaultPlan::Operations()) {
-    machine_->faults().Clear();
-    Enumerate();
-    const std::uint32_t calls = machine_->faults().Calls(operation);
-    for (std::uint32_t nth = 1; nth <= calls; ++nth) {
-      SCOPED_TRACE(std::string(operation) + " " + std::to_string(nth));
-      machine_->faults().Clear();
-      machine_->faults().FailNth(operation, nth, E_FAIL);
-      for (const std::wstring& guid : Enumerate())
-        EXPECT_TRUE(guid == kSpeakers || guid == kHeadphones);
-    }
-  }
-  machine_->faults().Clear();
-  EXPECT_THAT(Enumerate(), ElementsAre(kSpeakers, kHeadphones));
 }
 
 }  // namespace

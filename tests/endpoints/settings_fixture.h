@@ -1,34 +1,24 @@
 // A machine with one loaded endpoint, a mode to bind settings to, and what settings tests look at.
 #pragma once
 
+#include "config/control_lists.h"
 #include "endpoints/settings.h"
 #include "support/endpoint_fixture.h"
 
 namespace orv {
 
-using ControlTexts = std::vector<std::pair<std::string, std::string>>;
-
 inline ORVAPOOperatingMode MakeMode(const ControlTexts& public_controls,
-                                    const ControlTexts& private_controls = {}) {
-  const auto add = [](ORVQVTValueList& list, const std::string& name, const std::string& text) {
-    list.GetOrAdd(name) = ORVQVTValue(name, boost::any(text));
-  };
+                                    ControlTexts private_controls = {}) {
+  private_controls.emplace_back(kOperatingModeControl, "Movie");
+  private_controls.emplace_back(kSpeakerTypeControl, "Internal");
   ORVAPOOperatingMode mode;
-  for (const auto& [name, text] : public_controls) add(mode.public_controls(), name, text);
-  for (const auto& [name, text] : private_controls) add(mode.private_controls(), name, text);
-  add(mode.private_controls(), kOperatingModeControl, "Movie");
-  add(mode.private_controls(), kSpeakerTypeControl, "Internal");
+  mode.public_controls() = ListOf(public_controls);
+  mode.private_controls() = ListOf(private_controls);
   EXPECT_TRUE(mode.CompleteRead());
   return mode;
 }
 
 inline constexpr wchar_t kMovieValue[] = L"ApoOpMode:Movie/Internal";
-
-inline ControlTexts Texts(const ORVQVTValueList& list) {
-  ControlTexts texts;
-  for (const auto& [name, value] : list) texts.emplace_back(name, value.ToString());
-  return texts;
-}
 
 class SettingsFixture : public ::testing::Test {
  protected:

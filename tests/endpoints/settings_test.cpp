@@ -39,21 +39,17 @@ TEST_F(PublicSettings, StoredValuesReplaceConfiguredOnesOfTheSameControls) {
   EXPECT_THAT(Stored(), ElementsAre(Pair("Z", "1"), Pair("A", "7")));
 }
 
-TEST_F(PublicSettings, WritingAControlStoresTheWholeModeInOneWrite) {
-  ASSERT_TRUE(Init());
-  machine_->faults().Clear();
-  EXPECT_TRUE(settings_.WriteControl(ORVQVTValue("A", 9)));
-  EXPECT_THAT(Stored(), ElementsAre(Pair("A", "9"), Pair("B", "6")));
-  EXPECT_EQ(machine_->faults().Calls("registry.set_value"), 1U);
-  EXPECT_EQ(log_.Count(L"WriteControl"), 0U);
-}
-
-TEST_F(PublicSettings, AControlThatIsNotPublicCannotBeWrittenAlone) {
+TEST_F(PublicSettings, WritingAPublicControlStoresTheWholeModeInOneWrite) {
   ASSERT_TRUE(Init());
   EXPECT_FALSE(settings_.WriteControl(ORVQVTValue("P", 9)));
   EXPECT_THAT(log_.Lines().back(), EndsWith(L"| ORVAPOPublicSettings::WriteControl | "
                                             L"WriteControl: Unable to get property P\n"));
   EXPECT_THAT(Stored(), IsEmpty());
+  machine_->faults().Clear();
+  EXPECT_TRUE(settings_.WriteControl(ORVQVTValue("A", 9)));
+  EXPECT_THAT(Stored(), ElementsAre(Pair("A", "9"), Pair("B", "6")));
+  EXPECT_EQ(machine_->faults().Calls("registry.set_value"), 1U);
+  EXPECT_EQ(log_.Count(L"WriteControl:"), 1U);
 }
 
 TEST_F(PublicSettings, WithoutAKeyValuesStayInMemoryOnly) {
@@ -99,13 +95,6 @@ TEST_F(PublicSettings, ABatchAddsWhatTheSettingsLack) {
   EXPECT_THAT(Stored(), ElementsAre(Pair("A", "5"), Pair("B", "6"), Pair("P", "2")));
 }
 
-TEST_F(PublicSettings, WritingDefaultsSavesTheSettingsAsTheyAre) {
-  ASSERT_TRUE(Init());
-  ASSERT_TRUE(settings_.WriteControl(ORVQVTValue("A", 9)));
-  EXPECT_TRUE(settings_.WriteDefaultControls());
-  EXPECT_THAT(Stored(), ElementsAre(Pair("A", "9"), Pair("B", "6")));
-}
-
 TEST_F(PublicSettings, ReadingReloadsWhatOthersStored) {
   ASSERT_TRUE(Init());
   ORVQVTValueList list;
@@ -123,15 +112,14 @@ TEST_F(PublicSettings, ReadingReloadsWhatOthersStored) {
   EXPECT_THAT(Texts(list), ElementsAre(Pair("A", "5"), Pair("B", "6"), Pair("P", "1")));
 }
 
-TEST_F(PublicSettings, BindingToAnotherModeForgetsTheFirst) {
-  ASSERT_TRUE(Init());
-  EXPECT_TRUE(settings_.Init(endpoint_, MakeMode({{"C", "1"}})));
-  EXPECT_THAT(Read(), ElementsAre(Pair("C", "1")));
-}
-
-TEST_F(PublicSettings, DeletingTheValueBringsBackConfiguredValuesAtTheNextBinding) {
+TEST_F(PublicSettings, ABindingStartsFromItsModeAndWhatIsStoredForIt) {
   ASSERT_TRUE(Init());
   ASSERT_TRUE(settings_.WriteControl(ORVQVTValue("A", 9)));
+  EXPECT_TRUE(settings_.WriteDefaultControls());  // saves the settings as they are
+  EXPECT_TRUE(settings_.Init(endpoint_, MakeMode({{"C", "1"}})));
+  EXPECT_THAT(Read(), ElementsAre(Pair("C", "1")));
+  ASSERT_TRUE(Init());
+  EXPECT_THAT(Read(), ElementsAre(Pair("A", "9"), Pair("B", "6")));
   EXPECT_TRUE(settings_.DeleteValue());
   EXPECT_FALSE(settings_.DeleteValue());
   ASSERT_TRUE(Init());

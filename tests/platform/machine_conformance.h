@@ -20,6 +20,8 @@ class MachineUnderTest {
   virtual Machine& machine() = 0;
   // A second machine that stands on the same state; null when there is no such thing.
   virtual Machine* other() { return nullptr; }
+  // Whether deleting a key signals the notifications armed on that key itself.
+  virtual bool deletion_signals() const { return true; }
 };
 
 struct MachineKind {
@@ -47,11 +49,7 @@ class MachineConformance : public testing::TestWithParam<MachineKind> {
   static std::wstring PathOf(const std::wstring& subkey);
   KeyPointer Create(const std::wstring& subkey, std::uint32_t access = kFullAccess);
   KeyPointer Open(const std::wstring& subkey, std::uint32_t access);
-  static RegStatus Set(RegistryKey& key, const std::wstring& name, const Bytes& bytes,
-                       std::uint32_t type = kRegBinary);
   static Bytes Get(RegistryKey& key, const std::wstring& name);
-  static std::vector<std::wstring> SubKeys(RegistryKey& key);
-  static std::vector<std::wstring> Values(RegistryKey& key);
 
   std::unique_ptr<MachineUnderTest> under_test_;
 };

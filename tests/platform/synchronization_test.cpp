@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <mutex>
 #include <stdexcept>
 #include <thread>
@@ -15,23 +16,17 @@ using namespace std::chrono_literals;
 
 constexpr auto kDeadline = 30s;
 
-TEST(Events, ManualResetStaysSignalledUntilReset) {
-  Event event(Event::Kind::ManualReset);
-  EXPECT_FALSE(event.Wait(0ms));
-  event.Set();
-  event.Set();
-  EXPECT_TRUE(event.Wait(0ms));
-  EXPECT_TRUE(event.Wait());
-  event.Reset();
-  EXPECT_FALSE(event.Wait(0ms));
-}
-
-TEST(Events, AutoResetLetsOneWaitThrough) {
-  Event event(Event::Kind::AutoReset);
-  event.Set();
-  event.Set();
-  EXPECT_TRUE(event.Wait());
-  EXPECT_FALSE(event.Wait(0ms));
+TEST(Events, ManualResetStaysSignalledAndAutoResetLetsOneWaitThrough) {
+  for (const auto kind : {Event::Kind::ManualReset, Event::Kind::AutoReset}) {
+    Event event(kind);
+    EXPECT_FALSE(event.Wait(0ms));
+    event.Set();
+    event.Set();
+    EXPECT_TRUE(event.Wait());
+    EXPECT_EQ(event.Wait(0ms), kind == Event::Kind::ManualReset);
+    event.Reset();
+    EXPECT_FALSE(event.Wait(0ms));
+  }
 }
 
 TEST(Events, EachAutoResetSignalReachesOneOfManyWaits) {
@@ -143,39 +138,36 @@ void ExpectTermination(Thread& thread) {
   EXPECT_EQ(thread.ExitCode(), 0xDEADU);
 }
 
-TEST(TerminatedThread, WhileItSleeps) {
-  Event started(Event::Kind::ManualReset);
-  const auto thread = Thread::Start([&] {
-    started.Set();
-    std::this_thread::sleep_for(1h);
-    return 0U;
-  });
-  ASSERT_TRUE(thread && started.Wait(kDeadline));
-  ExpectTermination(*thread);
-}
-
-TEST(TerminatedThread, WhileItWaitsForAnEvent) {
-  Event started(Event::Kind::ManualReset);
+TEST(TerminatedThread, EndsAtOnceWhateverItDoes) {
   Event never(Event::Kind::AutoReset);
-  const auto thread = Thread::Start([&] {
-    started.Set();
-    never.Wait();
-    return 0U;
-  });
-  ASSERT_TRUE(thread && started.Wait(kDeadline));
-  ExpectTermination(*thread);
+  std::atomic<std::uint64_t> turns{0};
+  const std::pair<const char*, std::function<void(Event&)>> doings[] = {
+      {"sleeping",
+       [](Event& begun) {
+         begun.Set();
+         std::this_thread::sleep_for(1h);
+       }},
+      {"waiting",
+       [&](Event& begun) {
+         begun.Set();
+         never.Wait();
+       }},
+      {"busy", [&](Event& begun) {
+         for (;;)
+           if (++turns == 1000) begun.Set();
+       }}};
+  for (const auto& [name, doing] : doings) {
+    SCOPED_TRACE(name);
+    Event begun(Event::Kind::ManualReset);
+    const auto thread = Thread::Start([&doing = doing, &begun] {
+      doing(begun);
+      return 0U;
+    });
+    ASSERT_TRUE(thread && begun.Wait(kDeadline));
+    ExpectTermination(*thread);
+  }
   never.Set();  // nobody is left to take it
   EXPECT_TRUE(never.Wait(0ms));
-}
-
-TEST(TerminatedThread, WhileItIsBusy) {
-  std::atomic<std::uint64_t> turns{0};
-  const auto thread = Thread::Start([&]() -> std::uint32_t {
-    for (;;) ++turns;
-  });
-  ASSERT_TRUE(thread);
-  while (turns.load() < 1000) std::this_thread::yield();
-  ExpectTermination(*thread);
   const std::uint64_t at_end = turns.load();
   for (int i = 0; i < 1000; ++i) std::this_thread::yield();
   EXPECT_EQ(turns.load(), at_end);

@@ -2,23 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <string>
 
 #include "platform/guid_text.h"
+#include "support/locale.h"
 
 namespace orv {
 namespace {
-
-class Locale {
- public:
-  explicit Locale(const char* name) { known = std::setlocale(LC_CTYPE, name) != nullptr; }
-  ~Locale() { std::setlocale(LC_CTYPE, before_.c_str()); }
-  bool known = false;
-
- private:
-  std::string before_ = std::setlocale(LC_CTYPE, nullptr);
-};
 
 std::string EveryByte() {
   std::string bytes;
@@ -38,23 +28,6 @@ TEST(MultibyteText, DefaultLocaleMapsEveryByteOneToOne) {
   EXPECT_EQ(Narrow(wide), EveryByte());
   EXPECT_EQ(Narrow(L"price \x0100"), "");
   EXPECT_EQ(Narrow(kWide), "");
-}
-
-TEST(MultibyteText, Utf8LocaleConvertsSurrogatePairsBothWays) {
-  const Locale locale("C.UTF-8");
-  ASSERT_TRUE(locale.known);
-  EXPECT_EQ(Widen(kUtf8), kWide);
-  EXPECT_EQ(Narrow(kWide), kUtf8);
-}
-
-TEST(MultibyteText, WhatDoesNotConvertGivesEmptyText) {
-  const Locale locale("C.UTF-8");
-  ASSERT_TRUE(locale.known);
-  EXPECT_EQ(Widen("good \xFF"), L"");
-  EXPECT_EQ(Widen("cut \xE2\x82"), L"");
-  EXPECT_EQ(Narrow(L"half a pair \xD83C"), "");
-  EXPECT_EQ(Narrow(L"the other half \xDFA7"), "");
-  EXPECT_EQ(Narrow(std::wstring(1, static_cast<wchar_t>(WCHAR_MAX))), "");
 }
 
 TEST(MultibyteText, EndsAtTheFirstNul) {

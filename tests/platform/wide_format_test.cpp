@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <limits>
 #include <string>
 
@@ -60,16 +59,6 @@ TEST(WideFormat, Texts) {
           {L"%hs", {"\xE4"}, L"\x00E4"},
           {L"%c%c", {L'o', 'k'}, L"ok"},
           {L"%s", {std::wstring(L"kept")}, L"kept"}});
-}
-
-TEST(WideFormat, NarrowTextFollowsTheLocale) {
-  const std::string before = std::setlocale(LC_CTYPE, nullptr);
-  ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
-  Format(L"%hs", {"\xC3\xB6"});  // the C runtime loads what it needs at the first conversion
-  Expect({{L"%3hs|%.2hs", {"\xC3\xB6", "\xC3\xB6\xC3\xB6\xC3\xB6"}, L"  \x00F6|\x00F6\x00F6"},
-          {L"%hs", {"\xF0\x9F\x8E\xA7"}, L"\xD83C\xDFA7"},
-          {L"%hs", {"a\xFF\xC3\xB6"}, L"a\x00FF\x00F6"}});
-  std::setlocale(LC_CTYPE, before.c_str());
 }
 
 TEST(WideFormat, Numbers) {

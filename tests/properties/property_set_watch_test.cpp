@@ -1,10 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <random>
-#include <thread>
+#include <mutex>
 
 #include "properties/bound_set.h"
 
@@ -131,48 +128,6 @@ TEST_F(PropertySetWatch, AWatchThatCannotBeArmedReloadsOnceAndEnds) {
   EXPECT_TRUE(watcher_.binding.StartWatch(false, L"Mode"));
   watcher_.binding.SetKey(nullptr);
   EXPECT_TRUE(watcher_.binding.StartWatch(true, L"Mode"));
-}
-
-TEST_F(PropertySetWatch, AClientMayWriteWhileTheWatchReloads) {
-  ASSERT_TRUE(watcher_.binding.StartWatch(true, L"Mode"));
-  std::thread other([this] {
-    for (int i = 0; i < 200; ++i) Write(i, i);
-  });
-  for (int i = 0; i < 200; ++i) {
-    watcher_.set.SetProperty(L"a", i);
-    EXPECT_TRUE(watcher_.binding.SaveBinary(L"Other"));
-    watcher_.binding.SetKey(watcher_.key.get());
-  }
-  other.join();
-  WriteLast(1);
-}
-
-TEST(PropertySetWatchAcrossMachines, AWriteOnOneMachineArrivesOnTheOther) {
-  const std::filesystem::path folder = std::filesystem::temp_directory_path() /
-                                       ("orv_watch_" + std::to_string(std::random_device{}()));
-  std::filesystem::create_directories(folder);
-  std::ofstream(folder / "machine.json") << "{}";
-  std::ofstream(folder / "registry.reg") << "Windows Registry Editor Version 5.00\r\n\r\n";
-  FileError error;
-  {
-    const auto here = SimulatedMachine::Open(folder, error);
-    const auto there = SimulatedMachine::Open(folder, error);
-    ASSERT_TRUE(here && there) << error.Text();
-    Event arrived(Event::Kind::ManualReset);
-    Listener listener;
-    listener.on_changed = [&](ORVPropertySet&, const ORVPropertyEntry&) { arrived.Set(); };
-    BoundSet writer(*there), watcher(*here);
-    watcher.set.SetProperty(L"a", 0);
-    watcher.set.AddNotify(&listener);
-    ASSERT_TRUE(watcher.binding.StartWatch(true, L"Mode"));
-    writer.set.SetProperty(L"a", 1);
-    ASSERT_TRUE(writer.binding.SaveBinary(L"Mode"));
-    ASSERT_TRUE(arrived.Wait(kDeadline));
-    watcher.binding.StartWatch(false, L"");
-    EXPECT_THAT(listener.changed(), ElementsAre(L"a=1"));
-    watcher.set.RemoveNotify(&listener);
-  }
-  std::filesystem::remove_all(folder);
 }
 
 }  // namespace

@@ -23,6 +23,7 @@ TEST(PropertyValue, EveryKindHasItsTextForm) {
     EXPECT_EQ(WideTextOf(value), std::wstring(text.begin(), text.end()));
   }
   EXPECT_EQ(WideTextOf(std::string("\xE9")), L"\u00E9");
+  EXPECT_EQ(NarrowTextOf(std::wstring(L"\u4E2D")), "") << "does not convert, yet is text";
   EXPECT_EQ(NarrowTextOf(boost::any()), std::nullopt);
   EXPECT_EQ(WideTextOf(std::uint64_t{1}), std::nullopt);
 }

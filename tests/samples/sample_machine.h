@@ -5,17 +5,18 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <memory>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "api/headset_detection.h"
 #include "config/configuration_file.h"
-#include "endpoints/endpoint_registry.h"
 #include "endpoints/endpoint_tools.h"
+#include "endpoints/settings.h"
 #include "platform/simulated/simulated_machine.h"
 #include "platform/text.h"
+#include "support/temporary_folder.h"
 
 namespace orv {
 
@@ -27,24 +28,16 @@ inline std::filesystem::path SampleFolder(const std::string& name) {
 
 class SampleMachine {
  public:
-  explicit SampleMachine(const std::string& name)
-      : folder_(std::filesystem::temp_directory_path() /
-                ("orv-sample-" + name + "-" + std::to_string(std::random_device{}()))) {
-    std::filesystem::copy(SampleFolder(name), folder_, std::filesystem::copy_options::recursive);
-    const auto system_folder = folder_ / "drive_c" / "Windows" / "System32";
+  explicit SampleMachine(const std::string& name) {
+    std::filesystem::copy(SampleFolder(name), folder_.path(),
+                          std::filesystem::copy_options::recursive);
+    const auto system_folder = folder_.path() / "drive_c" / "Windows" / "System32";
     std::filesystem::create_directories(system_folder);
     std::filesystem::copy_file(ORV_TECHNOLOGY_LIBRARY, system_folder / "kxtech64.dll");
     FileError error;
-    machine_ = SimulatedMachine::Open(folder_, error);
+    machine_ = SimulatedMachine::Open(folder_.path(), error);
     EXPECT_NE(machine_, nullptr) << error.Text();
   }
-  ~SampleMachine() {
-    machine_.reset();
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
-  }
-  SampleMachine(const SampleMachine&) = delete;
-  SampleMachine& operator=(const SampleMachine&) = delete;
 
   SimulatedMachine& operator*() { return *machine_; }
 
@@ -60,23 +53,29 @@ class SampleMachine {
     return ORVAPOEndpointInfo(*machine_);
   }
 
-  // Bytes of a value in the endpoint's key for the processing object; nothing unless of this type.
-  std::vector<std::uint8_t> StoredValue(const ORVAPOEndpointInfo& endpoint,
-                                        const std::wstring& name, std::uint32_t wanted_type) {
-    std::unique_ptr<RegistryKey> key;
-    std::uint32_t type = kRegNone;
-    std::vector<std::uint8_t> bytes;
-    if (machine_->registry().OpenKey(RegRoot::LocalMachine, endpoint.apo_key_path(), kQueryAccess,
-                                     key) != kRegOk ||
-        ReadValue(*key, name, type, bytes) != kRegOk || type != wanted_type)
-      return {};
-    return bytes;
+  // The public values of one of an endpoint's modes as its settings give them.
+  std::map<std::string, std::string> PublicValues(const std::wstring& description,
+                                                  const std::wstring& mode_name) {
+    const ORVAPOEndpointInfo endpoint = Endpoint(description);
+    ORVAPOConfigurationFile file(*machine_);
+    EXPECT_EQ(file.Load(endpoint.config_file(), 0, 0), kConfigLoaded);
+    std::map<std::string, std::string> values;
+    for (const auto& mode : file.GetModes()) {
+      if (mode->GetModeKey().GetModeName() != mode_name) continue;
+      ORVAPOPublicSettings settings(*machine_);
+      EXPECT_TRUE(settings.Init(endpoint, *mode));
+      ORVQVTValueList list;
+      EXPECT_TRUE(settings.ReadControls(list, true));
+      for (const auto& [name, value] : list) values[name] = value.ToString();
+      EXPECT_EQ(values.size(), mode->GetPublicControls().Count());
+    }
+    return values;
   }
 
   // Paths on the machine of every configuration file.
   std::vector<std::wstring> ConfigurationFiles() const {
     std::vector<std::wstring> paths;
-    const auto drive = folder_ / "drive_c";
+    const auto drive = folder_.path() / "drive_c";
     for (const auto& entry : std::filesystem::recursive_directory_iterator(drive)) {
       if (entry.path().extension() != ".xml") continue;
       std::string path = std::filesystem::relative(entry.path(), drive).generic_string();
@@ -88,7 +87,7 @@ class SampleMachine {
   }
 
  private:
-  std::filesystem::path folder_;
+  TemporaryFolder folder_;
   std::unique_ptr<SimulatedMachine> machine_;
 };
 

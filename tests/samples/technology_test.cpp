@@ -65,13 +65,5 @@ TEST_F(TechnologyLibrary, HandsOnSwitchesAsTheNumbersOfTheirTexts) {
   EXPECT_GT(switches, 100U);
 }
 
-TEST_F(TechnologyLibrary, RefusesAProcessThatItDoesNotHave) {
-  ORVAPOProcessLibrary::SetDirectory(kTechnologyFolder);
-  ORVAPOProcessLibrary library(*machine_);
-  EXPECT_FALSE(library.CreateProcess("VQ3D-Turbo"));
-  EXPECT_TRUE(library.CreateProcess("VQ3D-GEQ"));
-  EXPECT_THAT(technology_.process_names(), Contains("VQ3D-GEQ"));
-}
-
 }  // namespace
 }  // namespace orv

@@ -14,6 +14,7 @@
 #include "platform/simulated/simulated_machine.h"
 #include "properties/property_image.h"
 #include "properties/property_value.h"
+#include "support/registry_story.h"
 
 namespace orv {
 
@@ -74,21 +75,12 @@ class EndpointMachine {
 
   // Keys and values below HKEY_LOCAL_MACHINE; keys are made as needed.
   std::unique_ptr<RegistryKey> CreateKey(const std::wstring& path) {
-    std::unique_ptr<RegistryKey> key;
-    EXPECT_EQ(machine_->registry().CreateKey(RegRoot::LocalMachine, path,
-                                             kKeyRead | kKeyWrite | kKeyWow64_64, key, nullptr),
-              kRegOk);
-    return key;
+    return MachineKey(*machine_, path);
   }
-  bool HasKey(const std::wstring& path) {
-    std::unique_ptr<RegistryKey> key;
-    return machine_->registry().OpenKey(RegRoot::LocalMachine, path, kQueryAccess, key) == kRegOk;
-  }
+  bool HasKey(const std::wstring& path) { return orv::HasKey(*machine_, path); }
   void SetValue(const std::wstring& path, const std::wstring& name, std::uint32_t type,
                 const std::vector<std::uint8_t>& bytes) {
-    EXPECT_EQ(CreateKey(path)->SetValue(name, type, bytes.data(),
-                                        static_cast<std::uint32_t>(bytes.size())),
-              kRegOk);
+    EXPECT_EQ(SetBytes(*CreateKey(path), name, bytes, type), kRegOk);
   }
   void SetText(const std::wstring& path, const std::wstring& name, std::wstring_view text) {
     SetValue(path, name, kRegSz, RegistryTextBytes(text));

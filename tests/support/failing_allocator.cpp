@@ -1,5 +1,6 @@
 #include "support/failing_allocator.h"
 
+#include <boost/align/aligned_alloc.hpp>
 #include <cstdlib>
 #include <new>
 
@@ -33,9 +34,10 @@ void* Allocate(std::size_t size) noexcept {
 
 void* Allocate(std::size_t size, std::align_val_t alignment) noexcept {
   const auto align = static_cast<std::size_t>(alignment);
-  const std::size_t rounded = (size + align - 1) / align * align;
-  return Due() ? nullptr : std::aligned_alloc(align, rounded != 0 ? rounded : align);
+  return Due() ? nullptr : boost::alignment::aligned_alloc(align, size != 0 ? size : 1);
 }
+
+void FreeAligned(void* memory) noexcept { boost::alignment::aligned_free(memory); }
 
 void* OrThrow(void* memory) {
   if (memory == nullptr) throw std::bad_alloc();
@@ -56,6 +58,7 @@ bool FailingAllocations::failed() const noexcept { return plan.failed; }
 // The array, sized and nothrow forms of the library come down to these, except where a sanitizer's
 // library stands before it: so all of them are here.
 using orv::Allocate;
+using orv::FreeAligned;
 using orv::OrThrow;
 
 void* operator new(std::size_t size) { return OrThrow(Allocate(size)); }
@@ -81,13 +84,15 @@ void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
 void operator delete(void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
 void operator delete[](void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
-void operator delete(void* memory, std::align_val_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::align_val_t) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
+void operator delete(void* memory, std::align_val_t) noexcept { FreeAligned(memory); }
+void operator delete[](void* memory, std::align_val_t) noexcept { FreeAligned(memory); }
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { FreeAligned(memory); }
+void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept {
+  FreeAligned(memory);
+}
 void operator delete(void* memory, std::align_val_t, const std::nothrow_t&) noexcept {
-  std::free(memory);
+  FreeAligned(memory);
 }
 void operator delete[](void* memory, std::align_val_t, const std::nothrow_t&) noexcept {
-  std::free(memory);
+  FreeAligned(memory);
 }

@@ -16,20 +16,13 @@ TechnologyControlRecord LevelRecord(std::uint32_t scale, float factor) {
   return {"VQ3D-Level", -5, 10, 0, 3, 0, kLevels, scale, factor};
 }
 
-TEST(ControlInfo, ARecordFillsEveryField) {
+TEST(ControlInfo, FactorFollowsTheScaleWhenItIsDerived) {
   ORVQVTControlInfo info;
   EXPECT_EQ(info.scale(), 6U);
-  info.AssignDescriptor(LevelRecord(ORV_QVT_SCALE_DB, 10.0F));
-  EXPECT_EQ(info.name(), "VQ3D-Level");
-  EXPECT_EQ(info.minimum(), -5);
-  EXPECT_EQ(info.maximum(), 10);
-  EXPECT_EQ(info.scale(), 3U);
-  EXPECT_EQ(info.factor(), 10.0F);
-  EXPECT_THAT(Texts(info.names()), ElementsAre("Off", "Low", "High"));
   info.AssignDescriptorDeriveFactor(LevelRecord(ORV_QVT_SCALE_DB, 10.0F));
   EXPECT_EQ(info.factor(), 1.0F);
-  info.AssignDescriptorDeriveFactor(LevelRecord(ORV_QVT_SCALE_BY100, 7.0F));
-  EXPECT_EQ(info.factor(), 100.0F);
+  EXPECT_EQ(info.scale(), 3U);
+  EXPECT_THAT(Texts(info.names()), ElementsAre("Off", "Low", "High"));
 }
 
 TEST(ControlInfo, ANewRecordLeavesNothingOfTheOldOne) {

@@ -13,31 +13,16 @@ ORVQVTValue Text(const char* text) { return ORVQVTValue("x", std::string(text));
 ORVQVTValue Held(boost::any held) { return ORVQVTValue("x", std::move(held)); }
 
 TEST(ControlValue, TextBecomesAnIntegerOrMinusOne) {
-  const std::pair<const char*, std::int32_t> cases[] = {
-      {"Enabled", 1},
-      {"Disabled", 0},
-      {"enabled", -1},
-      {"Enabled ", -1},
-      {"", -1},
-      {"+7", 7},
-      {" 7", -1},
-      {"0x7", -1},
-      {"1e3", -1},
-      {"-2147483648", kLowest},
-      {"2147483648", -1},
-      {"12.0", 12},
-      {"12.5", -1},
-      {"0.9", 0},
-      {"-0.9", 0},
-      {"1.e3", 1000},
-      {"2147483520.0", 2147483520},
-      {"-2147483648.0", -1},
-      {"2147483648.0", -1},
-      {"1.0e30", -1},
-      {"nan(.)", -1},
-      {"1.0x", -1},
-  };
-  for (const auto& [text, number] : cases) EXPECT_EQ(Text(text).ToLong(), number) << text;
+  for (const char* text : {"enabled", "Enabled ", "", " 7", "0x7", "1e3", "2147483648", "12.5",
+                           "-2147483648.0", "2147483648.0", "1.0e30", "nan(.)", "1.0x"})
+    EXPECT_EQ(Text(text).ToLong(), -1) << text;
+  for (const char* text : {"Disabled", "0.9", "-0.9"}) EXPECT_EQ(Text(text).ToLong(), 0) << text;
+  EXPECT_EQ(Text("Enabled").ToLong(), 1);
+  EXPECT_EQ(Text("+7").ToLong(), 7);
+  EXPECT_EQ(Text("12.0").ToLong(), 12);
+  EXPECT_EQ(Text("1.e3").ToLong(), 1000);
+  EXPECT_EQ(Text("-2147483648").ToLong(), kLowest);
+  EXPECT_EQ(Text("2147483520.0").ToLong(), 2147483520);
 }
 
 TEST(ControlValue, EachHeldKindHasItsThreeForms) {

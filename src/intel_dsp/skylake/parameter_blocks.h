@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "intel_dsp/conversion/converters.h"
+#include "intel_dsp/skylake/filter_coefficients.h"
 #include "intel_dsp/skylake/skylake_driver.h"
 #include "values/record_layout.h"
 
@@ -46,6 +47,9 @@ class KELAPOIntelDSP_SKL {
   HRESULT SetVQ3DAdvGainControls(const ControlValueMap& map, std::uint8_t apply);
   HRESULT SetVQ3DHPFAEQControls(const ControlValueMap& map, std::uint8_t apply);
   HRESULT SetPPModuleStatus(std::uint8_t enable, std::uint8_t apply);
+  // Reads the block that holds the process enable, and writes it back with `value` when that
+  // succeeded. The status is that of the read; the module's own status is not touched.
+  HRESULT SetProcessEnable(std::uint32_t value, std::uint8_t apply);
   // Gain in tenths of dB; bands 0 to 4.
   HRESULT SetGEQBandGain(int band, std::int16_t gain, std::uint8_t apply);
 
@@ -57,7 +61,17 @@ class KELAPOIntelDSP_SKL {
 
   // Reads the twelve control blocks; the status is that of the last read.
   HRESULT GetVQ3DParameters(SkylakeImage& image);
-  HRESULT GetVQ3DBlock(std::span<std::byte> block);  // the 16 bytes that hold the process enable
+  // The 16 bytes that hold the process enable (32 bits, at the start). E_INVALIDARG when `block` is
+  // smaller; left alone when the read fails.
+  HRESULT GetVQ3DBlock(std::span<std::byte> block, std::uint8_t apply = 0);
+
+  // Both channels are checked before the first is sent; throws IntelException when an order is out
+  // of range or words are missing. The status is the first failure.
+  HRESULT SetVQ3DFilterCoeff(const FilterCoefficients& left, const FilterCoefficients& right,
+                             std::uint8_t apply);
+  // Sends a coefficient block and reads it back; E_FAIL when the DSP holds something else.
+  HRESULT WriteCoeffToDsp(std::uint32_t parameter, const void* buffer, std::uint32_t size,
+                          std::uint8_t apply);
 
   static void ClearCache();
   static SkylakeImage CachedImage();
@@ -72,7 +86,7 @@ void ShowtOpStatus(bool success, const char* block, const char* operation);
 std::vector<SkylakeDifference> CompareSkylakeImages(const SkylakeImage& sent,
                                                     const SkylakeImage& read);
 // A block's name and fields as people read them; an empty name and no fields for an unknown
-// parameter or a size that is not the block's.
+// parameter, no fields for a size that is not the block's.
 std::string SkylakeBlockName(std::uint32_t parameter);
 std::vector<DecodedField> DecodeSkylakeBlock(std::uint32_t parameter,
                                              std::span<const std::byte> block);

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 
 #include "platform/text.h"
 
@@ -27,7 +28,7 @@ int Channel() noexcept {
 
 bool DebugOutputWanted() noexcept { return Channel() >= 0; }
 
-void WriteDebugOutput(std::wstring_view line) noexcept {
+void WriteDebugOutput(const wchar_t* line) noexcept {
   if (!DebugOutputWanted()) return;
   try {
     // One write for the whole line, without a lock that a terminated thread could leave held.

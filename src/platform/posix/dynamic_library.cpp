@@ -48,11 +48,11 @@ DynamicLibrary& DynamicLibrary::operator=(DynamicLibrary&& other) noexcept {
   return *this;
 }
 
-bool DynamicLibrary::Load(const std::string& host_path) {
+bool DynamicLibrary::Load(const std::filesystem::path& file) {
   Free();
   // A bare name would be searched for in the system's folders.
-  const bool bare = host_path.find('/') == std::string::npos;
-  handle_ = ::dlopen((bare ? "./" + host_path : host_path).c_str(), RTLD_NOW | RTLD_LOCAL);
+  const std::filesystem::path path = file.has_parent_path() ? file : "." / file;
+  handle_ = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   return loaded();
 }
 

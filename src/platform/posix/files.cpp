@@ -142,4 +142,6 @@ std::optional<std::string> ReadWholeFile(const std::filesystem::path& file, std:
   return std::nullopt;
 }
 
+std::optional<std::string> CRuntimePath(const std::filesystem::path& path) { return path.native(); }
+
 }  // namespace orv

@@ -1,4 +1,4 @@
-// What the drivers of a simulated machine hold and received.
+// What the drivers of a simulated machine hold, received and refused.
 #pragma once
 
 #include <cstddef>
@@ -14,6 +14,13 @@ struct DriverRecord {
   std::uint32_t parameter = 0;  // the driver's own identifier
   std::uint32_t selector = 0;   // apply flag; form factor of a Qualcomm record
   std::vector<std::byte> bytes;
+};
+
+// A request that a driver did not take because it was wrong.
+struct DriverRefusal {
+  std::string driver;
+  std::string request;  // "parameter 0x10014407", "version"
+  std::string reason;
 };
 
 }  // namespace orv

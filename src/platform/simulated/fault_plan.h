@@ -8,8 +8,20 @@
 // devices.create_enumerator, devices.enumerate, devices.default_endpoint, devices.get_device,
 // devices.count, devices.item, device.get_id, device.get_state, device.open_store, device.activate,
 // store.count, store.get_at, store.get_value; machine.known_folder, machine.system_directory,
-// machine.file_exists, machine.host_path. Registry operations answer system error codes, COM
-// operations status codes; those of "machine" answer nothing (or false) whatever status is planned.
+// machine.file_exists, machine.host_path; of audio clients audio.activate, audio.get_mix_format,
+// audio.is_format_supported, audio.get_device_period, audio.initialize, audio.get_buffer_size,
+// audio.get_stream_latency, audio.get_current_padding, audio.get_service, audio.start, audio.stop,
+// audio.reset; of their streams capture.next_packet_size, capture.get_buffer,
+// capture.release_buffer, render.get_buffer, render.release_buffer; of drivers devices.interfaces
+// (answers none), device.open, device.control, event.open, ks.property, drivers.save (the disk
+// refuses to keep what a driver was sent); of device topologies topology.connector_count,
+// topology.connector, topology.subunit_count, topology.part, topology.device_id,
+// topology.connector_type, topology.data_flow, topology.is_connected, topology.connected_to,
+// topology.part_name, topology.local_id, topology.global_id, topology.part_type, topology.sub_type,
+// topology.control_count, topology.enum_parts, topology.part_count, topology.topology_object,
+// topology.activate, topology.get_selection, topology.set_selection. Registry and device file
+// operations answer system error codes, COM operations status codes; those of "machine" answer
+// nothing (or false) whatever status is planned.
 #pragma once
 
 #include <cstdint>

@@ -13,6 +13,7 @@ constexpr std::size_t kDeepest = 64;  // nesting; no machine needs more
 // What the parser has taken from the text so far.
 struct Progress {
   int line = 1;
+  std::size_t taken = 0;  // characters
   char last = '\0';
 };
 
@@ -30,6 +31,7 @@ class CountingIterator {
   reference operator*() const noexcept { return *position_; }
   CountingIterator& operator++() noexcept {
     progress_->last = *position_++;
+    ++progress_->taken;
     if (progress_->last == '\n') ++progress_->line;
     return *this;
   }
@@ -56,7 +58,9 @@ class TreeBuilder {
     return true;
   }
   bool number_integer(std::int64_t value) {
-    Add(Kind::Integer, NumberLine())->integer = value;
+    LocatedJson* number = Add(Kind::Integer, NumberLine());
+    number->integer = value;
+    number->real = static_cast<double>(value);
     return true;
   }
   bool number_unsigned(std::uint64_t value) {
@@ -64,7 +68,10 @@ class TreeBuilder {
       return number_float(static_cast<double>(value), {});
     return number_integer(static_cast<std::int64_t>(value));
   }
-  bool number_float(double, const std::string&) { return Add(Kind::Real, NumberLine()) != nullptr; }
+  bool number_float(double value, const std::string&) {
+    Add(Kind::Real, NumberLine())->real = value;
+    return true;
+  }
   bool string(std::string& value) {
     Add(Kind::Text, progress_.line)->text = std::move(value);
     return true;
@@ -113,9 +120,11 @@ class TreeBuilder {
       return false;
     }
     open_.push_back(Add(kind, progress_.line));
+    open_.back()->begin = progress_.taken - 1;
     return true;
   }
   bool Close() {
+    open_.back()->end = progress_.taken;
     open_.pop_back();
     return true;
   }

@@ -2,6 +2,7 @@
 // value can be reported where it is.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -20,9 +21,13 @@ struct LocatedJson {
   int line = 0;
   bool boolean = false;
   std::int64_t integer = 0;
+  double real = 0;   // value of an integer too
   std::string text;  // UTF-8
   std::vector<LocatedJson> items;
   std::vector<Member> members;  // in their order, names may repeat
+  // Where an array or object stands in the text: from its bracket up to behind the closing one.
+  std::size_t begin = 0;
+  std::size_t end = 0;
 };
 
 struct LocatedJson::Member {

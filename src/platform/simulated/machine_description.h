@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/multimedia.h"
+#include "platform/simulated/drivers/driver_description.h"
 
 namespace orv {
 
@@ -48,9 +49,10 @@ struct MachineDescription {
   std::uint32_t version_minor = 0;
   bool is_32bit_process = false;
   std::vector<PlannedFault> faults;
-  // Sections that the simulated drivers and the playback sound read for themselves: JSON text,
-  // empty when the file has none.
-  std::string drivers_json;
+  DriversDescription drivers;
+  std::vector<std::wstring> events;  // names of the events that exist
+  // A section that the playback sound reads for itself: JSON text whose lines have their numbers in
+  // the file, empty when the file has none.
   std::string playback_json;
 };
 

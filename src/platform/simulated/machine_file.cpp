@@ -2,31 +2,22 @@
 
 #include <algorithm>
 #include <charconv>
-#include <nlohmann/json.hpp>
 
 #include "platform/files.h"
 #include "platform/guid_text.h"
+#include "platform/simulated/drivers/driver_section.h"
 #include "platform/simulated/fault_plan.h"
-#include "platform/simulated/located_json.h"
-#include "platform/simulated/nearest_name.h"
+#include "platform/simulated/json_field.h"
 #include "platform/text.h"
 
 namespace orv {
 namespace {
 
 using Kind = LocatedJson::Kind;
+using NamedNumber = JsonField::NamedNumber;
 
 constexpr std::size_t kLargestFile = std::size_t{16} << 20;  // bytes
 
-struct Refusal {
-  int line;
-  std::string reason;
-};
-
-struct NamedNumber {
-  std::string_view name;
-  std::uint32_t number;
-};
 constexpr NamedNumber kStates[] = {{"active", DEVICE_STATE_ACTIVE},
                                    {"disabled", DEVICE_STATE_DISABLED},
                                    {"notpresent", DEVICE_STATE_NOTPRESENT},
@@ -37,108 +28,7 @@ constexpr NamedNumber kFormFactors[] = {{"remote", 0},     {"speakers", 1},   {"
                                         {"handset", 6},    {"digital", 7},    {"spdif", 8},
                                         {"hdmi", 9},       {"unknown", 10}};
 
-// A value of the file with its place in words: "endpoints[0].state".
-class Field {
- public:
-  Field(const LocatedJson& value, std::string path) : value_(value), path_(std::move(path)) {}
-
-  [[noreturn]] void Refuse(const std::string& reason) const { RefuseAt(value_.line, reason); }
-  [[noreturn]] void RefuseAt(int line, const std::string& reason) const {
-    throw Refusal{line, path_.empty() ? reason : path_ + ": " + reason};
-  }
-
-  Kind kind() const noexcept { return value_.kind; }
-
-  // Refuses what is no object, names that are not known and names that come twice.
-  void ExpectObject(const std::vector<std::string_view>& names) const {
-    if (kind() != Kind::Object) Refuse("expected an object in braces");
-    for (const auto& member : value_.members) {
-      if (std::find(names.begin(), names.end(), member.name) == names.end())
-        RefuseAt(member.line, UnknownName("key", member.name, names));
-    }
-    ExpectDistinctNames();
-  }
-
-  void ExpectDistinctNames() const {
-    for (auto member = value_.members.begin(); member != value_.members.end(); ++member) {
-      const auto same = [&](const auto& other) { return other.name == member->name; };
-      if (std::any_of(value_.members.begin(), member, same))
-        RefuseAt(member->line, "the key \"" + member->name + "\" comes twice");
-    }
-  }
-
-  static std::string UnknownName(const std::string& what, const std::string& name,
-                                 const std::vector<std::string_view>& names) {
-    const std::string_view nearest = NearestName(name, names);
-    std::string reason = "there is no " + what + " \"" + name + "\"";
-    if (!nearest.empty()) reason += "; the nearest is \"" + std::string(nearest) + "\"";
-    return reason;
-  }
-
-  std::optional<Field> Find(const std::string& name) const {
-    for (const auto& member : value_.members) {
-      if (member.name == name)
-        return Field(member.value, path_.empty() ? name : path_ + "." + name);
-    }
-    return std::nullopt;
-  }
-  Field Need(const std::string& name) const {
-    auto field = Find(name);
-    if (!field) Refuse("the key \"" + name + "\" is missing");
-    return *field;
-  }
-  std::vector<Field> Items() const {
-    if (kind() != Kind::Array) Refuse("expected a list in square brackets");
-    std::vector<Field> items;
-    for (std::size_t i = 0; i < value_.items.size(); ++i)
-      items.emplace_back(value_.items[i], path_ + "[" + std::to_string(i) + "]");
-    return items;
-  }
-  const std::vector<LocatedJson::Member>& members() const noexcept { return value_.members; }
-
-  bool Boolean() const {
-    if (kind() != Kind::Boolean) Refuse("expected true or false");
-    return value_.boolean;
-  }
-  const std::string& Text() const {
-    if (kind() != Kind::Text) Refuse("expected text in quotation marks");
-    return value_.text;
-  }
-  std::wstring WideText() const { return WideFromUtf8(Text()); }
-  // A number that fits an unsigned 32-bit word.
-  std::uint32_t Number(
-      const std::string& expected = "expected a number from 0 to 4294967295") const {
-    if (kind() != Kind::Integer || value_.integer < 0 || value_.integer > 0xFFFFFFFF)
-      Refuse(expected);
-    return static_cast<std::uint32_t>(value_.integer);
-  }
-  std::int64_t integer() const noexcept { return value_.integer; }
-
-  // One of the named numbers, by name or by number.
-  template <std::size_t Count>
-  std::uint32_t Choice(const NamedNumber (&choices)[Count], const std::string& what) const {
-    if (kind() == Kind::Integer) {
-      const std::uint32_t number = Number();
-      for (const NamedNumber& choice : choices) {
-        if (choice.number == number) return number;
-      }
-      Refuse("there is no " + what + " " + std::to_string(number));
-    }
-    if (kind() != Kind::Text) Refuse("expected a number or a " + what + "'s name");
-    std::vector<std::string_view> names;
-    for (const NamedNumber& choice : choices) {
-      if (EqualsIgnoringCase(choice.name, value_.text)) return choice.number;
-      names.push_back(choice.name);
-    }
-    Refuse(UnknownName(what, value_.text, names));
-  }
-
- private:
-  const LocatedJson& value_;
-  std::string path_;
-};
-
-std::optional<std::wstring> ReadPath(const Field& field) {
+std::optional<std::wstring> ReadPath(const JsonField& field) {
   if (field.kind() == Kind::Null) return std::nullopt;
   if (field.kind() != Kind::Text) field.Refuse("expected a path in quotation marks or null");
   return field.WideText();
@@ -157,23 +47,7 @@ std::optional<PROPERTYKEY> ParsePropertyKey(const std::string& text) {
   return key;
 }
 
-std::vector<std::uint8_t> ReadBlob(const Field& field) {
-  field.ExpectObject({"blob"});
-  const Field hex = field.Need("blob");
-  std::string digits = hex.Text();
-  std::erase(digits, ' ');
-  const char* const kExpected = "expected pairs of hexadecimal digits";
-  if (digits.size() % 2 != 0) hex.Refuse(kExpected);
-  std::vector<std::uint8_t> bytes(digits.size() / 2);
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
-    const char* begin = digits.data() + 2 * i;
-    const auto [stop, failed] = std::from_chars(begin, begin + 2, bytes[i], 16);
-    if (failed != std::errc{} || stop != begin + 2) hex.Refuse(kExpected);
-  }
-  return bytes;
-}
-
-SimulatedProperty ReadProperty(const PROPERTYKEY& key, const Field& field) {
+SimulatedProperty ReadProperty(const PROPERTYKEY& key, const JsonField& field) {
   SimulatedProperty property;
   property.key = key;
   if (field.kind() == Kind::Text) {
@@ -181,7 +55,8 @@ SimulatedProperty ReadProperty(const PROPERTYKEY& key, const Field& field) {
     property.text = field.WideText();
   } else if (field.kind() == Kind::Object) {
     property.type = VT_BLOB;
-    property.blob = ReadBlob(field);
+    field.ExpectObject({"blob"});
+    property.blob = field.Need("blob").Hex();
   } else {
     property.type = VT_UI4;
     property.number =
@@ -190,7 +65,7 @@ SimulatedProperty ReadProperty(const PROPERTYKEY& key, const Field& field) {
   return property;
 }
 
-std::vector<SimulatedProperty> ReadProperties(const Field& field) {
+std::vector<SimulatedProperty> ReadProperties(const JsonField& field) {
   if (field.kind() != Kind::Object) field.Refuse("expected an object in braces");
   field.ExpectDistinctNames();
   std::vector<SimulatedProperty> properties;
@@ -204,7 +79,7 @@ std::vector<SimulatedProperty> ReadProperties(const Field& field) {
   return properties;
 }
 
-SimulatedEndpoint ReadEndpoint(const Field& field) {
+SimulatedEndpoint ReadEndpoint(const JsonField& field) {
   field.ExpectObject({"id", "state", "flow", "form_factor", "default", "properties"});
   SimulatedEndpoint endpoint;
   endpoint.id = field.Need("id").WideText();
@@ -220,9 +95,9 @@ SimulatedEndpoint ReadEndpoint(const Field& field) {
   return endpoint;
 }
 
-std::vector<SimulatedEndpoint> ReadEndpoints(const Field& field) {
+std::vector<SimulatedEndpoint> ReadEndpoints(const JsonField& field) {
   std::vector<SimulatedEndpoint> endpoints;
-  for (const Field& item : field.Items()) {
+  for (const JsonField& item : field.Items()) {
     SimulatedEndpoint endpoint = ReadEndpoint(item);
     const auto same = [&](const SimulatedEndpoint& other) {
       return EqualsIgnoringCase(other.id, endpoint.id);
@@ -234,44 +109,20 @@ std::vector<SimulatedEndpoint> ReadEndpoints(const Field& field) {
   return endpoints;
 }
 
-std::int32_t ReadStatus(const Field& field) {
-  const char* const kExpected = "expected a 32-bit number or text like \"0x80070005\"";
-  if (field.kind() == Kind::Integer) {
-    const std::int64_t number = field.integer();
-    if (number < INT32_MIN || number > UINT32_MAX) field.Refuse(kExpected);
-    return static_cast<std::int32_t>(number);
-  }
-  if (field.kind() != Kind::Text) field.Refuse(kExpected);
-  const std::string& text = field.Text();
-  const char* end = text.data() + text.size();
-  std::uint32_t number = 0;
-  if (!text.starts_with("0x") && !text.starts_with("0X")) field.Refuse(kExpected);
-  const auto [stop, failed] = std::from_chars(text.data() + 2, end, number, 16);
-  if (failed != std::errc{} || stop != end) field.Refuse(kExpected);
-  return static_cast<std::int32_t>(number);
-}
-
-PlannedFault ReadFault(const Field& field) {
+PlannedFault ReadFault(const JsonField& field) {
   field.ExpectObject({"operation", "nth", "status"});
   PlannedFault fault;
-  const Field operation = field.Need("operation");
+  const JsonField operation = field.Need("operation");
   fault.operation = operation.Text();
   const auto& operations = FaultPlan::Operations();
   if (std::find(operations.begin(), operations.end(), fault.operation) == operations.end())
-    operation.Refuse(Field::UnknownName("operation", fault.operation, operations));
-  const Field nth = field.Need("nth");
-  const char* const kExpected = "expected a call's number from 1 or \"always\"";
-  if (nth.kind() != Kind::Text) {
-    fault.nth = nth.Number(kExpected);
-    if (*fault.nth == 0) nth.Refuse(kExpected);
-  } else if (nth.Text() != "always") {
-    nth.Refuse(kExpected);
-  }
-  fault.status = ReadStatus(field.Need("status"));
+    operation.Refuse(JsonField::UnknownName("operation", fault.operation, operations));
+  fault.nth = field.Need("nth").Nth();
+  fault.status = field.Need("status").Status();
   return fault;
 }
 
-void ReadVersion(const Field& field, MachineDescription& description) {
+void ReadVersion(const JsonField& field, MachineDescription& description) {
   const std::string& text = field.Text();
   const char* end = text.data() + text.size();
   const auto major = std::from_chars(text.data(), end, description.version_major);
@@ -281,15 +132,15 @@ void ReadVersion(const Field& field, MachineDescription& description) {
   if (minor.ec != std::errc{} || minor.ptr != end) field.Refuse("expected a version like \"10.0\"");
 }
 
-void ReadKnownFolders(const Field& field, MachineDescription& description) {
+void ReadKnownFolders(const JsonField& field, MachineDescription& description) {
   field.ExpectObject({"program_data", "program_files"});
   if (const auto path = field.Find("program_data")) description.program_data = ReadPath(*path);
   if (const auto path = field.Find("program_files")) description.program_files = ReadPath(*path);
 }
 
-MachineDescription ReadMachine(const Field& machine) {
+MachineDescription ReadMachine(const JsonField& machine) {
   machine.ExpectObject({"endpoints", "known_folders", "system_directory", "version",
-                        "process_32bit", "faults", "drivers", "playback"});
+                        "process_32bit", "faults", "drivers", "events", "playback"});
   MachineDescription description;
   if (const auto endpoints = machine.Find("endpoints"))
     description.endpoints = ReadEndpoints(*endpoints);
@@ -300,15 +151,25 @@ MachineDescription ReadMachine(const Field& machine) {
   if (const auto narrow = machine.Find("process_32bit"))
     description.is_32bit_process = narrow->Boolean();
   if (const auto faults = machine.Find("faults")) {
-    for (const Field& item : faults->Items()) description.faults.push_back(ReadFault(item));
+    for (const JsonField& item : faults->Items()) description.faults.push_back(ReadFault(item));
+  }
+  if (const auto drivers = machine.Find("drivers"))
+    description.drivers = ReadDrivers(*drivers, description.endpoints);
+  if (const auto events = machine.Find("events")) {
+    for (const JsonField& item : events->Items()) description.events.push_back(item.WideText());
   }
   return description;
 }
 
-// A section as text of its own; empty when the file has none.
-std::string Section(const nlohmann::json& document, const char* name) {
-  const auto section = document.find(name);
-  return section == document.end() ? std::string() : section->dump();
+// A section as text of its own, empty when the file has none. Line ends stand for what comes before
+// it, so that its lines have the same numbers as in the file.
+std::string Section(std::string_view text, const JsonField& machine, const char* name) {
+  const auto section = machine.Find(name);
+  if (!section) return {};
+  const LocatedJson& value = section->value();
+  if (value.end == 0) section->Refuse("expected an object in braces");
+  return std::string(static_cast<std::size_t>(value.line) - 1, '\n') +
+         std::string(text.substr(value.begin, value.end - value.begin));
 }
 
 }  // namespace
@@ -317,12 +178,10 @@ std::optional<MachineDescription> ParseMachineFile(std::string_view text, FileEr
   const auto content = ParseLocatedJson(text, error);
   if (!content) return std::nullopt;
   try {
-    MachineDescription description = ReadMachine(Field(*content, {}));
-    const auto document = nlohmann::json::parse(text, nullptr, true, true);
-    description.drivers_json = Section(document, "drivers");
-    description.playback_json = Section(document, "playback");
+    MachineDescription description = ReadMachine(JsonField(*content, {}));
+    description.playback_json = Section(text, JsonField(*content, {}), "playback");
     return description;
-  } catch (Refusal& refusal) {
+  } catch (JsonRefusal& refusal) {
     error.line = refusal.line;
     error.reason = std::move(refusal.reason);
     return std::nullopt;

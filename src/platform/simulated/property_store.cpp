@@ -1,9 +1,9 @@
 #include "platform/simulated/property_store.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "platform/simulated/counted_object.h"
+#include "platform/simulated/task_memory.h"
 
 namespace orv {
 namespace {
@@ -15,15 +15,6 @@ constexpr HRESULT kStoreAccessDenied = static_cast<HRESULT>(0x80030005);
 
 bool SameKey(const PROPERTYKEY& a, const PROPERTYKEY& b) noexcept {
   return IsEqualGUID(a.fmtid, b.fmtid) && a.pid == b.pid;
-}
-
-// A task-memory copy; null when there is no memory.
-template <class Element>
-Element* TaskCopy(const Element* source, std::size_t count) noexcept {
-  auto* copy =
-      static_cast<Element*>(CoTaskMemAlloc(std::max<std::size_t>(count, 1) * sizeof(Element)));
-  if (copy != nullptr && count != 0) std::memcpy(copy, source, count * sizeof(Element));
-  return copy;
 }
 
 HRESULT CopyProperty(const SimulatedProperty& property, PROPVARIANT* value) noexcept {

@@ -1,9 +1,6 @@
 #include "platform/simulated/registry_file.h"
 
-#include <algorithm>
-#include <array>
 #include <charconv>
-#include <fstream>
 
 #include "platform/simulated/registry_tree_export.h"
 
@@ -11,7 +8,6 @@ namespace orv {
 namespace {
 
 constexpr std::size_t kLargestFile = std::size_t{256} << 20;  // bytes
-constexpr std::size_t kHeadSize = 192;                        // holds the header and the number
 constexpr std::string_view kChangeComment = "change ";
 
 // The number of the latest change from the comment that follows the header; 0 without one.
@@ -30,26 +26,13 @@ std::uint64_t ChangeNumber(std::string head) {
 RegistryFile::RegistryFile(std::filesystem::path folder)
     : folder_(std::move(folder)), file_(folder_ / "registry.reg") {}
 
-RegistryFile::Stamp RegistryFile::ReadStamp() const {
-  Stamp stamp;
-  std::error_code missing;
-  stamp.size = std::filesystem::file_size(file_, missing);
-  stamp.time = std::filesystem::last_write_time(file_, missing);
-  std::filebuf file;
-  std::array<char, kHeadSize> head;
-  if (file.open(file_, std::ios::in | std::ios::binary) == nullptr) return stamp;
-  const std::streamsize size = file.sgetn(head.data(), head.size());
-  stamp.head.assign(head.data(), static_cast<std::size_t>(size));
-  return stamp;
-}
-
-bool RegistryFile::Changed() const { return ReadStamp() != stamp_; }
+bool RegistryFile::Changed() const { return FileStamp::Of(file_) != stamp_; }
 
 RegistryNodePtr RegistryFile::Read(FileError& error) {
   error = {file_, 0, {}};
   readable_ = false;
   // The stamp is older than the content, never newer: a change in between is seen next time.
-  stamp_ = ReadStamp();
+  stamp_ = FileStamp::Of(file_);
   const auto bytes = ReadWholeFile(file_, kLargestFile, error.reason);
   if (!bytes) return nullptr;
   const auto content = DecodeRegistryExport(*bytes, error);
@@ -57,7 +40,7 @@ RegistryNodePtr RegistryFile::Read(FileError& error) {
   RegistryNodePtr root = MakeEmptyRegistry();
   if (!ApplyExport(*root, *content, error)) return nullptr;
   format_ = content->format;
-  change_ = ChangeNumber(bytes->substr(0, kHeadSize));
+  change_ = ChangeNumber(bytes->substr(0, FileStamp::kHeadSize));
   readable_ = true;
   return root;
 }
@@ -67,7 +50,7 @@ bool RegistryFile::Write(const RegistryNode& root) {
   std::string reason;
   if (!ReplaceFileContent(file_, ExportTree(root, format_, comment), reason)) return false;
   ++change_;
-  stamp_ = ReadStamp();
+  stamp_ = FileStamp::Of(file_);
   return true;
 }
 

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "platform/files.h"
+#include "platform/simulated/file_stamp.h"
 #include "platform/simulated/registry_export.h"
 #include "platform/simulated/registry_tree.h"
 #include "platform/synchronization.h"
@@ -19,9 +20,7 @@ class RegistryFile {
  public:
   explicit RegistryFile(std::filesystem::path folder);
 
-  // True when the file differs from what was last read or written here. Looks at the file's first
-  // bytes, size and time only: every writer counts a number in its first lines up, so that two
-  // changes within one tick of the file system's clock are still told apart.
+  // True when the file differs from what was last read or written here.
   bool Changed() const;
   // The whole file as a tree; null, with the reason, when it is refused.
   RegistryNodePtr Read(FileError& error);
@@ -36,18 +35,10 @@ class RegistryFile {
   const std::filesystem::path& folder() const noexcept { return folder_; }
 
  private:
-  struct Stamp {
-    std::string head;
-    std::uintmax_t size = 0;
-    std::filesystem::file_time_type time;
-    bool operator==(const Stamp&) const = default;
-  };
-  Stamp ReadStamp() const;
-
   std::filesystem::path folder_;
   std::filesystem::path file_;
   ExportFormat format_;  // the one the file came in
-  Stamp stamp_;
+  FileStamp stamp_;
   std::uint64_t change_ = 0;  // number of the latest change
   bool readable_ = false;
 };

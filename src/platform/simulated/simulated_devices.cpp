@@ -1,12 +1,13 @@
 #include "platform/simulated/simulated_devices.h"
 
 #include <algorithm>
-#include <cstring>
 #include <vector>
 
 #include "platform/com_ptr.h"
 #include "platform/simulated/counted_object.h"
+#include "platform/simulated/drivers/topology_objects.h"
 #include "platform/simulated/property_store.h"
+#include "platform/simulated/task_memory.h"
 #include "platform/text.h"
 
 namespace orv {
@@ -42,11 +43,7 @@ class Device final : public CountedObject<IMMDevice, IMMEndpoint> {
     *id = nullptr;
     return AtBoundary([&]() -> HRESULT {
       if (const auto fault = faults_->Check("device.get_id")) return *fault;
-      const std::size_t size = (endpoint_.id.size() + 1) * sizeof(wchar_t);
-      *id = static_cast<LPWSTR>(CoTaskMemAlloc(size));
-      if (*id == nullptr) return E_OUTOFMEMORY;
-      std::memcpy(*id, endpoint_.id.c_str(), size);
-      return S_OK;
+      return CopyTaskText(endpoint_.id, id);
     });
   }
 
@@ -152,7 +149,7 @@ class DeviceEnumerator final : public CountedObject<IMMDeviceEnumerator> {
       const auto found = std::find_if(
           endpoints().begin(), endpoints().end(),
           [&](const SimulatedEndpoint& endpoint) { return EqualsIgnoringCase(endpoint.id, id); });
-      if (found == endpoints().end()) return orv_apo::kNotFound;
+      if (found == endpoints().end()) return OpenAdapterDevice(devices_, id, device);
       *device = MakeDevice(*found).Detach();
       return S_OK;
     });

@@ -5,8 +5,10 @@
 #include <memory>
 
 #include "platform/multimedia.h"
+#include "platform/simulated/drivers/driver_store.h"
 #include "platform/simulated/fault_plan.h"
 #include "platform/simulated/machine_description.h"
+#include "platform/simulated/sound/simulated_sound.h"
 
 namespace orv {
 
@@ -15,6 +17,8 @@ struct SimulatedDevices {
   std::filesystem::path folder;  // the machine's; empty in memory
   MachineDescription description;
   std::shared_ptr<FaultPlan> faults;
+  std::shared_ptr<DriverStore> drivers;
+  std::shared_ptr<SimulatedSound> sound = std::make_shared<SimulatedSound>();
 };
 
 // Makes the enumerator, with one reference for the caller.

@@ -1,6 +1,8 @@
 #include "platform/simulated/simulated_machine.h"
 
+#include "platform/files.h"
 #include "platform/simulated/drive_paths.h"
+#include "platform/simulated/drivers/device_files.h"
 #include "platform/simulated/machine_file.h"
 #include "platform/simulated/registry_hive.h"
 #include "platform/simulated/simulated_devices.h"
@@ -12,6 +14,7 @@ namespace orv {
 struct SimulatedMachine::State {
   State() : hive(std::make_shared<RegistryHive>(faults)), registry(hive) {
     devices->faults = faults;
+    devices->drivers = std::make_shared<DriverStore>(faults);
   }
 
   std::filesystem::path drive_c;
@@ -44,7 +47,9 @@ std::unique_ptr<SimulatedMachine> SimulatedMachine::Open(const std::filesystem::
   if (!description) return nullptr;
   auto machine = InMemory(std::move(*description), folder / "drive_c");
   machine->state_->devices->folder = folder;
+  if (!machine->SetPlayback(machine->description().playback_json, error)) return nullptr;
   if (!machine->state_->hive->Attach(folder, error)) return nullptr;
+  if (!machine->state_->devices->drivers->Attach(folder, error)) return nullptr;
   return machine;
 }
 
@@ -62,28 +67,59 @@ bool SimulatedMachine::ImportRegistry(std::string_view export_text, FileError& e
   return content && state_->hive->Import(*content, error);
 }
 
+bool SimulatedMachine::SetPlayback(std::string_view section, FileError& error) {
+  auto playback = ParsePlayback(section, description().endpoints, state_->drive_c, error);
+  if (playback) sound().Play(std::move(*playback));
+  return playback.has_value();
+}
+
 FaultPlan& SimulatedMachine::faults() { return *state_->faults; }
 MachineDescription& SimulatedMachine::description() { return state_->devices->description; }
+SimulatedSound& SimulatedMachine::sound() { return *state_->devices->sound; }
 const std::filesystem::path& SimulatedMachine::folder() const { return state_->devices->folder; }
-std::vector<DriverRecord> SimulatedMachine::ReceivedRecords() { return {}; }
 Registry& SimulatedMachine::registry() { return state_->registry; }
+
+std::vector<DriverRecord> SimulatedMachine::ReceivedRecords() {
+  std::vector<DriverRecord> records;
+  state_->devices->drivers->Read([&](const DriverMemory& memory) { records = memory.received; });
+  return records;
+}
+
+std::vector<DriverRefusal> SimulatedMachine::RefusedRequests() {
+  std::vector<DriverRefusal> refusals;
+  state_->devices->drivers->Read([&](const DriverMemory& memory) { refusals = memory.refused; });
+  return refusals;
+}
+
+std::uint64_t SimulatedMachine::EventSignals(const std::wstring& name) {
+  std::uint64_t signals = 0;
+  state_->devices->drivers->Read([&](const DriverMemory& memory) {
+    const auto counted = memory.signals.find(Utf8FromWide(name));
+    if (counted != memory.signals.end()) signals = counted->second;
+  });
+  return signals;
+}
+
+std::size_t SimulatedMachine::RegisteredEvents() {
+  return state_->devices->drivers->registered_events();
+}
 
 HRESULT SimulatedMachine::CreateDeviceEnumerator(IMMDeviceEnumerator** enumerator) {
   return CreateSimulatedEnumerator(state_->devices, enumerator);
 }
 
-std::vector<std::wstring> SimulatedMachine::DeviceInterfaces(REFGUID) { return {}; }
-
-std::unique_ptr<DeviceFile> SimulatedMachine::OpenDevice(const std::wstring&,
-                                                         std::uint32_t& error) {
-  error = kDeviceFileNotFound;
-  return nullptr;
+std::vector<std::wstring> SimulatedMachine::DeviceInterfaces(REFGUID interface_class) {
+  return SimulatedInterfaces(*state_->devices, interface_class);
 }
 
-std::unique_ptr<NamedEvent> SimulatedMachine::OpenNamedEvent(const std::wstring&,
+std::unique_ptr<DeviceFile> SimulatedMachine::OpenDevice(const std::wstring& path,
+                                                         std::uint32_t& error) {
+  return OpenSimulatedDevice(state_->devices, path, error);
+}
+
+std::unique_ptr<NamedEvent> SimulatedMachine::OpenNamedEvent(const std::wstring& name,
                                                              std::uint32_t& error) {
-  error = kDeviceFileNotFound;
-  return nullptr;
+  return OpenSimulatedEvent(state_->devices, name, error);
 }
 
 std::optional<std::wstring> SimulatedMachine::KnownFolder(REFGUID folder) {
@@ -106,19 +142,22 @@ bool SimulatedMachine::Is32BitProcess() { return description().is_32bit_process;
 
 bool SimulatedMachine::FileExists(const std::wstring& path) {
   if (state_->faults->Check("machine.file_exists")) return false;
-  const auto file = HostFile(state_->drive_c, path);
+  const auto file = orv::HostFile(state_->drive_c, path);
   std::error_code ignored;
   return file && std::filesystem::exists(*file, ignored);
 }
 
-std::optional<std::string> SimulatedMachine::HostPath(const std::wstring& path) {
+std::optional<std::filesystem::path> SimulatedMachine::HostFile(const std::wstring& path) {
   if (state_->faults->Check("machine.host_path")) return std::nullopt;
+  return orv::HostFile(state_->drive_c, path);
+}
+
+std::optional<std::string> SimulatedMachine::HostPath(const std::wstring& path) {
   // The C runtime opens narrow paths only: one that the current locale cannot express leads
   // nowhere.
-  if (Narrow(path).empty()) return std::nullopt;
-  const auto file = HostFile(state_->drive_c, path);
-  if (!file) return std::nullopt;
-  return file->string();
+  const auto file = HostFile(path);
+  if (!file || Narrow(path).empty()) return std::nullopt;
+  return CRuntimePath(*file);
 }
 
 }  // namespace orv

@@ -14,6 +14,7 @@
 #include "platform/simulated/driver_record.h"
 #include "platform/simulated/fault_plan.h"
 #include "platform/simulated/machine_description.h"
+#include "platform/simulated/sound/simulated_sound.h"
 
 namespace orv {
 
@@ -34,9 +35,19 @@ class SimulatedMachine : public Machine {
   FaultPlan& faults();
   // Endpoints may be changed between calls; enumerations made later see the change.
   MachineDescription& description();
+  SimulatedSound& sound();
+  // Has the endpoints play what a "playback" section says, from now on; nothing changes when it is
+  // refused.
+  bool SetPlayback(std::string_view section, FileError& error);
   // Parameters that the machine's drivers took, in the order in which they came; kept in the
   // machine's folder.
   std::vector<DriverRecord> ReceivedRecords();
+  // Requests that they did not take because they were wrong, likewise.
+  std::vector<DriverRefusal> RefusedRequests();
+  // How often an event has been signalled, by anyone on this machine.
+  std::uint64_t EventSignals(const std::wstring& name);
+  // Events that clients of this process have registered with drivers and not unregistered.
+  std::size_t RegisteredEvents();
   const std::filesystem::path& folder() const;  // empty in memory
 
   Registry& registry() override;
@@ -50,6 +61,7 @@ class SimulatedMachine : public Machine {
   bool IsPlatformVersion(std::uint32_t major, std::uint32_t minor) override;
   bool Is32BitProcess() override;
   bool FileExists(const std::wstring& path) override;
+  std::optional<std::filesystem::path> HostFile(const std::wstring& path) override;
   std::optional<std::string> HostPath(const std::wstring& path) override;
 
  private:

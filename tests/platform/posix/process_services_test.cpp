@@ -4,12 +4,10 @@
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "platform/diagnostics.h"
@@ -101,39 +99,6 @@ TEST(Reading, DoesNotWaitAtAPipe) {
   std::string reason;
   EXPECT_EQ(ReadWholeFile(pipe, 100, reason), std::nullopt);
   EXPECT_EQ(reason, "Not a regular file");
-}
-
-// Counts up in a file, each step under the lock.
-void CountUp(const std::filesystem::path& folder, int steps) {
-  std::string reason;
-  for (int i = 0; i < steps; ++i) {
-    const auto lock = FileLock::Acquire(folder / ".lock", reason);
-    const auto count = ReadWholeFile(folder / "count", 100, reason);
-    if (!lock || !count) std::_Exit(1);
-    ReplaceFileContent(folder / "count", std::to_string(std::stoi(*count) + 1), reason);
-  }
-}
-
-TEST(Lock, KeepsProcessesApart) {
-  const TemporaryFolder folder;
-  std::ofstream(folder.path() / "count") << 0;
-  pid_t children[2];
-  for (pid_t& child : children) {
-    child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-      CountUp(folder.path(), 50);
-      std::_Exit(0);
-    }
-  }
-  CountUp(folder.path(), 50);
-  for (const pid_t child : children) {
-    int status = -1;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
-  }
-  std::string reason;
-  EXPECT_EQ(ReadWholeFile(folder.path() / "count", 100, reason), "150");
 }
 
 TEST(ThreadStart, ThatTheSystemRefusesGivesNull) {

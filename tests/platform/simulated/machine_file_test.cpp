@@ -1,8 +1,7 @@
 #include "platform/simulated/machine_file.h"
 
 #include <gmock/gmock.h>
-
-#include "platform/simulated/machine_folder.h"
+#include <gtest/gtest.h>
 
 namespace orv {
 namespace {
@@ -36,7 +35,7 @@ TEST(MachineFile, AFullDescriptionIsRead) {
       {"operation": "registry.set_value", "nth": 3, "status": 5},
       {"operation": "devices.enumerate", "nth": "always", "status": "0x8007000E"}
     ],
-    "drivers": {"any": [1, 2]},
+    "drivers": {"qualcomm": {}}, "events": ["Local\\Changed"],
     "playback": []
   })");
   ASSERT_EQ(machine.endpoints.size(), 2U);
@@ -62,8 +61,9 @@ TEST(MachineFile, AFullDescriptionIsRead) {
   EXPECT_EQ(machine.faults[0].nth, 3U);
   EXPECT_EQ(machine.faults[1].nth, std::nullopt);
   EXPECT_EQ(machine.faults[1].status, E_OUTOFMEMORY);
-  EXPECT_EQ(machine.drivers_json, R"({"any":[1,2]})");
-  EXPECT_EQ(machine.playback_json, "[]");
+  EXPECT_TRUE(machine.drivers.qualcomm);
+  EXPECT_EQ(machine.events, std::vector<std::wstring>{L"Local\\Changed"});
+  EXPECT_EQ(machine.playback_json, std::string(20, '\n') + "[]");
 }
 
 TEST(MachineFile, RefusalsNameTheLineTheFieldAndTheNearestName) {
@@ -110,13 +110,6 @@ TEST(MachineFile, RefusalsNameTheLineTheFieldAndTheNearestName) {
   FileError error;
   EXPECT_FALSE(ParseMachineFile(std::string(100000, '['), error));
   EXPECT_THAT(error.reason, HasSubstr("levels deep"));
-}
-
-TEST(MachineFile, AFolderWithARefusedDescriptionIsNotOpened) {
-  const MachineFolder folder("REGEDIT4\n", "{\n\"versio\": 1}");
-  EXPECT_THAT(folder.Refusal().Text(), HasSubstr("machine.json:2: there is no key \"versio\""));
-  std::filesystem::remove(folder.path() / "machine.json");
-  EXPECT_THAT(folder.Refusal().Text(), HasSubstr("machine.json: No such file"));
 }
 
 }  // namespace

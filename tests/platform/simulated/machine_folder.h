@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "platform/simulated/simulated_machine.h"
+#include "support/registry_story.h"
 #include "support/temporary_folder.h"
 
 namespace orv {
@@ -46,26 +47,5 @@ class MachineFolder {
  private:
   TemporaryFolder folder_;
 };
-
-// Opens a key below HKEY_LOCAL_MACHINE with every right, creating it when missing.
-inline std::unique_ptr<RegistryKey> MachineKey(Machine& machine, const std::wstring& path) {
-  std::unique_ptr<RegistryKey> key;
-  EXPECT_EQ(machine.registry().CreateKey(RegRoot::LocalMachine, path,
-                                         kKeyRead | kKeyWrite | kKeyWow64_64, key, nullptr),
-            kRegOk);
-  return key;
-}
-
-inline RegStatus SetBytes(RegistryKey& key, const std::wstring& name,
-                          const std::vector<std::uint8_t>& bytes) {
-  return key.SetValue(name, kRegBinary, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
-}
-
-// A value's bytes; empty when it is missing.
-inline std::vector<std::uint8_t> GetBytes(RegistryKey& key, const std::wstring& name) {
-  std::uint32_t type = 0;
-  std::vector<std::uint8_t> bytes;
-  return ReadValue(key, name, type, bytes) == kRegOk ? bytes : std::vector<std::uint8_t>();
-}
 
 }  // namespace orv

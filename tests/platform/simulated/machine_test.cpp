@@ -6,26 +6,30 @@
 namespace orv {
 namespace {
 
-using testing::EndsWith;
-using testing::Optional;
-
 TEST(SimulatedMachine, PathsOfDriveCAreFoundBelowTheFolderInAnyLetterCase) {
   const MachineFolder folder;
-  std::filesystem::create_directories(folder.path() / "drive_c" / "ProgramData" / "Orv");
-  folder.Write("drive_c/ProgramData/Orv/Config.XML", "x");
+  std::filesystem::create_directories(folder.path() / "drive_c" / "ProgramData");
   const auto machine = folder.Open();
-  EXPECT_TRUE(machine->FileExists(L"C:\\programdata\\ORV\\config.xml"));
-  EXPECT_TRUE(machine->FileExists(L"c:\\ProgramData"));
+  EXPECT_TRUE(machine->FileExists(L"c:\\programdata"));
   EXPECT_FALSE(machine->FileExists(L"C:\\ProgramData\\absent.xml"));
-  EXPECT_THAT(machine->HostPath(L"C:\\PROGRAMDATA\\orv\\New\\a.txt"),
-              Optional(EndsWith("drive_c/ProgramData/Orv/New/a.txt")));
-  EXPECT_THAT(machine->HostPath(L"C:\\ProgramData\\..\\PROGRAMDATA"),
-              Optional(EndsWith("drive_c/ProgramData")));
+  const auto fresh = machine->HostPath(L"C:\\PROGRAMDATA\\..\\PROGRAMDATA\\New\\a.txt");
+  ASSERT_TRUE(fresh);
+  const std::filesystem::path file(*fresh);
+  EXPECT_EQ(file.filename(), "a.txt");
+  EXPECT_TRUE(std::filesystem::equivalent(file.parent_path().parent_path(),
+                                          folder.path() / "drive_c" / "ProgramData"));
 }
 
-TEST(SimulatedMachine, PathsThatLeadNowhereHaveNoHostPath) {
+TEST(SimulatedMachine, PathsOfTheHostAreItsOwnAndOthersLeadNowhere) {
   const MachineFolder folder;
   const auto machine = folder.Open();
+  const std::filesystem::path file = folder.path() / "machine.json";
+  // Where the host has drives of its own, its drive Z: is what Z: leads to.
+  if (!file.has_root_name()) {
+    EXPECT_EQ(machine->HostPath(file.wstring()), file.string());
+    EXPECT_TRUE(machine->FileExists(L"Z:" + file.wstring()));
+  }
+
   const std::wstring lone_surrogate = std::wstring(L"C:\\") + wchar_t{0xD800};
   for (const std::wstring& path :
        {std::wstring(L"C:\\..\\registry.reg"), std::wstring(L"D:\\x"), std::wstring(L"x\\y"),
@@ -33,14 +37,6 @@ TEST(SimulatedMachine, PathsThatLeadNowhereHaveNoHostPath) {
     EXPECT_EQ(machine->HostPath(path), std::nullopt) << path.size();
   EXPECT_FALSE(machine->FileExists(L"C:\\..\\registry.reg"));
   EXPECT_EQ(SimulatedMachine::InMemory()->HostPath(L"C:\\x"), std::nullopt);
-}
-
-TEST(SimulatedMachine, DriveZAndNativePathsAreTheHostsOwn) {
-  const MachineFolder folder;
-  const auto machine = folder.Open();
-  const std::wstring native = (folder.path() / "machine.json").wstring();
-  EXPECT_EQ(machine->HostPath(native), (folder.path() / "machine.json").string());
-  EXPECT_TRUE(machine->FileExists(L"Z:" + native));
 }
 
 TEST(SimulatedMachine, FaultsHitTheCallTheyWerePlannedFor) {
@@ -62,49 +58,28 @@ TEST(SimulatedMachine, FaultsHitTheCallTheyWerePlannedFor) {
   EXPECT_NE(key->Duplicate(), nullptr);
 }
 
-TEST(SimulatedMachine, EveryDeviceOperationCanBeMadeToFail) {
+TEST(SimulatedMachine, LookingUpAndActivatingADeviceCanBeMadeToFail) {
   MachineDescription description;
   description.endpoints.resize(1);
   description.endpoints[0].id = L"one";
   const auto machine = SimulatedMachine::InMemory(description);
-  ComPtr<IMMDeviceEnumerator> enumerator;
-  ComPtr<IMMDeviceCollection> devices;
-  ComPtr<IMMDevice> device;
-  ComPtr<IMMDevice> other;
-  ComPtr<IPropertyStore> store;
-  UINT count = 0;
-  DWORD number = 0;
-  LPWSTR id = nullptr;
-  void* object = nullptr;
-  PROPERTYKEY key{};
-  PROPVARIANT value;
-  const auto fails = [&](std::string_view operation, const std::function<HRESULT()>& call) {
+  for (const char* operation :
+       {"devices.get_device", "devices.default_endpoint", "device.activate", "store.get_value"})
     machine->faults().FailNth(operation, 1, E_UNEXPECTED);
-    EXPECT_EQ(call(), E_UNEXPECTED) << operation;
-    EXPECT_GE(call(), 0) << operation;
-  };
-  fails("devices.create_enumerator",
-        [&] { return machine->CreateDeviceEnumerator(enumerator.Put()); });
-  fails("devices.enumerate",
-        [&] { return enumerator->EnumAudioEndpoints(eRender, 1, devices.Put()); });
-  fails("devices.count", [&] { return devices->GetCount(&count); });
-  fails("devices.item", [&] { return devices->Item(0, device.Put()); });
-  fails("devices.get_device", [&] { return enumerator->GetDevice(L"ONE", other.Put()); });
-  fails("devices.default_endpoint",
-        [&] { return enumerator->GetDefaultAudioEndpoint(eRender, eCommunications, other.Put()); });
-  fails("device.get_state", [&] { return device->GetState(&number); });
-  fails("device.get_id", [&] {
-    CoTaskMemFree(id);
-    return device->GetId(&id);
-  });
-  CoTaskMemFree(id);
-  fails("device.open_store", [&] { return device->OpenPropertyStore(STGM_READ, store.Put()); });
-  fails("store.count", [&] { return store->GetCount(&number); });
-  fails("store.get_at", [&] { return store->GetAt(0, &key); });
-  fails("store.get_value", [&] { return store->GetValue(key, &value); });
-  machine->faults().FailNth("device.activate", 1, E_UNEXPECTED);
+  ComPtr<IMMDeviceEnumerator> enumerator;
+  ComPtr<IMMDevice> device;
+  ComPtr<IPropertyStore> store;
+  void* object = nullptr;
+  PROPVARIANT value;
+  ASSERT_EQ(machine->CreateDeviceEnumerator(enumerator.Put()), S_OK);
+  EXPECT_EQ(enumerator->GetDefaultAudioEndpoint(eRender, eCommunications, device.Put()),
+            E_UNEXPECTED);
+  EXPECT_EQ(enumerator->GetDevice(L"ONE", device.Put()), E_UNEXPECTED);
+  ASSERT_EQ(enumerator->GetDevice(L"ONE", device.Put()), S_OK);
   EXPECT_EQ(device->Activate(IID_IMMDevice, CLSCTX_ALL, nullptr, &object), E_UNEXPECTED);
   EXPECT_EQ(device->Activate(IID_IMMDevice, CLSCTX_ALL, nullptr, &object), E_NOINTERFACE);
+  ASSERT_EQ(device->OpenPropertyStore(STGM_READ, store.Put()), S_OK);
+  EXPECT_EQ(store->GetValue(PROPERTYKEY{}, &value), E_UNEXPECTED);
 }
 
 TEST(SimulatedMachine, EnumerationsFilterByFlowAndStateAndSeeLaterChanges) {

@@ -10,13 +10,6 @@ namespace {
 
 using testing::ElementsAre;
 
-std::vector<std::wstring> ValueNames(RegistryKey& key) {
-  std::vector<std::wstring> names;
-  std::wstring name;
-  for (std::uint32_t i = 0; key.EnumValue(i, name) == kRegOk; ++i) names.push_back(name);
-  return names;
-}
-
 TEST(RegistryFailure, AWriteThatFailsOnDiskChangesNothingAndSignalsNobody) {
   const MachineFolder folder;
   const auto machine = folder.Open();

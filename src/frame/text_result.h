@@ -2,11 +2,23 @@
 #pragma once
 
 #include <limits>
+#include <memory>
 #include <string_view>
 
 #include "orv_apo/com.h"
 
 namespace orv {
+
+struct TextFree {
+  void operator()(OLECHAR* text) const noexcept { SysFreeString(text); }
+};
+// A text that an object handed out; freed with it.
+using OwnedText = std::unique_ptr<OLECHAR, TextFree>;
+
+// All of a text, which may be null.
+inline std::wstring_view ViewOf(BSTR text) noexcept {
+  return text == nullptr ? std::wstring_view() : std::wstring_view(text, SysStringLen(text));
+}
 
 // A new string for the caller; the out-parameter is not null and stays as it was when memory runs
 // out.

@@ -3,7 +3,7 @@
 
 #include "platform/dynamic_library.h"
 
-extern "C" __attribute__((visibility("default"))) const wchar_t* OwnPath() {
+extern "C" const wchar_t* OwnPath() {
   static const std::wstring path = orv::OwnModulePath();
   return path.c_str();
 }

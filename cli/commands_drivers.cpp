@@ -1,0 +1,141 @@
+// machine drivers
+#include <algorithm>
+#include <cstdio>
+#include <map>
+#include <span>
+
+#include "cli/commands.h"
+#include "cli/dsp_blocks.h"
+#include "cli/host.h"
+#include "cli/image_json.h"
+#include "platform/simulated/simulated_machine.h"
+#include "platform/text.h"
+
+namespace orv::cli {
+namespace {
+
+// Rows that people see: the words of long filters say little, nor does what came long ago.
+constexpr std::size_t kShownFields = 40;
+constexpr std::size_t kShownRecords = 40;
+constexpr char kGap[] = "reserved";
+
+std::string RecordHex(const DriverRecord& record) {
+  const auto* bytes = reinterpret_cast<const unsigned char*>(record.bytes.data());
+  return HexText({bytes, bytes + record.bytes.size()});
+}
+
+// Identifiers as their drivers write them: small ones count, the others are bit patterns.
+std::string ParameterText(std::uint32_t parameter) {
+  if (parameter < 0x10000) return std::to_string(parameter);
+  char text[16];
+  std::snprintf(text, sizeof text, "0x%08X", static_cast<unsigned>(parameter));
+  return text;
+}
+
+Json RecordJson(const DriverRecord& record) {
+  const DspBlock block = BlockOf(record);
+  Json fields = Json::array();
+  for (const DecodedField& field : DecodeBlock(block))
+    fields.push_back(
+        {{"offset", field.offset}, {"control", field.control}, {"value", field.value}});
+  return {{"driver", record.driver},    {"parameter", record.parameter},
+          {"name", BlockName(block)},   {"size", record.bytes.size()},
+          {"bytes", RecordHex(record)}, {"fields", std::move(fields)}};
+}
+
+void ShowReceived(Output& output, const std::vector<DriverRecord>& records, bool all) {
+  Table table({{"#", Align::Right},
+               {"DRIVER"},
+               {"PARAMETER"},
+               {"NAME"},
+               {"BYTES", Align::Right},
+               {"APPLY OR FORM", Align::Right}});
+  const std::size_t first =
+      all || records.size() <= kShownRecords ? 0 : records.size() - kShownRecords;
+  for (std::size_t i = first; i < records.size(); ++i) {
+    const DriverRecord& record = records[i];
+    table.Add({std::to_string(i + 1), record.driver, ParameterText(record.parameter),
+               BlockName(BlockOf(record)), std::to_string(record.bytes.size()),
+               std::to_string(record.selector)});
+  }
+  output.Line(output.Painted("Received", ansi::kBold));
+  output.Show(table, 2);
+  if (first != 0) output.Line("  " + std::to_string(first) + " earlier records; --all shows them.");
+}
+
+void ShowFields(Output& output, const DriverRecord& record, bool all) {
+  const DspBlock block = BlockOf(record);
+  auto fields = DecodeBlock(block);
+  output.Line("");
+  output.Line(output.Painted(
+      record.driver + " " + ParameterText(record.parameter) + " " + BlockName(block), ansi::kBold));
+  if (fields.empty()) return output.Line("  " + RecordHex(record));
+  if (!all) std::erase_if(fields, [](const DecodedField& field) { return field.control == kGap; });
+  Table table({{"OFFSET", Align::Right}, {"CONTROL"}, {"VALUE", Align::Right}, {"MEANS"}});
+  const std::size_t shown = all ? fields.size() : std::min(fields.size(), kShownFields);
+  for (const DecodedField& field : std::span(fields).first(shown)) {
+    table.Add(
+        {std::to_string(field.offset), field.control, std::to_string(field.value), field.text});
+  }
+  output.Show(table, 2);
+  if (shown < fields.size()) {
+    output.Line("  " + std::to_string(fields.size() - shown) + " more fields; --all shows them.");
+  }
+}
+
+// What each driver holds of what it received: the latest record of each parameter.
+void ShowHeld(Output& output, const std::vector<DriverRecord>& records, bool all) {
+  std::map<std::pair<std::string, std::uint32_t>, const DriverRecord*> held;
+  for (const DriverRecord& record : records) held[{record.driver, record.parameter}] = &record;
+  for (const auto& [parameter, record] : held) ShowFields(output, *record, all);
+}
+
+void ShowEvents(Output& output, SimulatedMachine& machine) {
+  if (machine.description().events.empty()) return;
+  Table table({{"EVENT"}, {"SIGNALLED", Align::Right}});
+  for (const std::wstring& event : machine.description().events)
+    table.Add({Utf8FromWide(event), std::to_string(machine.EventSignals(event))});
+  output.Line("");
+  output.Show(table);
+}
+
+void ShowDrivers(Context& context, bool all) {
+  std::filesystem::path folder = context.session_options.machine;
+  const std::unique_ptr<Machine> opened = OpenMachine(folder);
+  auto* machine = dynamic_cast<SimulatedMachine*>(opened.get());
+  if (machine == nullptr) {
+    throw Failure(kRefused,
+                  "this machine is no simulated one; only those keep what their drivers receive.\n"
+                  "Name a simulated machine's folder with --machine.");
+  }
+  Output& output = context.output;
+  const std::vector<DriverRecord> records = machine->ReceivedRecords();
+  if (output.json()) {
+    Json list = Json::array();
+    for (const DriverRecord& record : records) list.push_back(RecordJson(record));
+    output.Value(list);
+  } else if (records.empty()) {
+    output.Line("No driver of this machine has received anything.");
+  } else {
+    ShowReceived(output, records, all);
+    ShowHeld(output, records, all);
+  }
+  if (!output.json()) ShowEvents(output, *machine);
+  for (const DriverRefusal& refusal : machine->RefusedRequests())
+    output.Remark(refusal.driver + " refused " + refusal.request + ": " + refusal.reason);
+}
+
+}  // namespace
+
+void AddDriversCommand(CLI::App& machine, Context& context) {
+  const auto all = std::make_shared<bool>(false);
+  CLI::App* drivers = AddCommand(
+      machine, "drivers", "What the simulated drivers received and hold, decoded field by field",
+      "orvctl --machine my-machine machine drivers",
+      "The latest records, oldest first, and the blocks as they stand now. Requests "
+      "that a driver refused, with its reason, go to standard error.");
+  drivers->add_flag("--all", *all, "Every record, every word of long filters, reserved fields");
+  drivers->callback([&context, all] { ShowDrivers(context, *all); });
+}
+
+}  // namespace orv::cli

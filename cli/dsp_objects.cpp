@@ -1,0 +1,164 @@
+#include "cli/dsp_objects.h"
+
+#include "cli/component_text.h"
+#include "cli/failure.h"
+#include "cli/select.h"
+#include "platform/simulated/drivers/driver_requests.h"
+
+namespace orv::cli {
+namespace {
+
+const char* const kDriverRemedy =
+    "Install the DSP's driver again; -v shows what the component met. \"orvctl doctor\" tells "
+    "which "
+    "DSP there is.";
+
+// A vector of numbers that the component takes.
+template <class Number>
+class NumberArray {
+ public:
+  template <class Field>
+  NumberArray(VARTYPE type, const std::vector<EqualizerBand>& bands, Field field)
+      : array_(SafeArrayCreateVector(type, 0, static_cast<ULONG>(bands.size()))) {
+    void* data = nullptr;
+    if (array_ == nullptr || FAILED(SafeArrayAccessData(array_, &data))) throw std::bad_alloc();
+    for (std::size_t i = 0; i < bands.size(); ++i) static_cast<Number*>(data)[i] = bands[i].*field;
+    SafeArrayUnaccessData(array_);
+  }
+  ~NumberArray() { SafeArrayDestroy(array_); }
+  NumberArray(const NumberArray&) = delete;
+  NumberArray& operator=(const NumberArray&) = delete;
+  SAFEARRAY* get() const noexcept { return array_; }
+
+ private:
+  SAFEARRAY* array_;
+};
+
+}  // namespace
+
+IntelDsp::IntelDsp(const Endpoint& endpoint) {
+  const std::string asked = "opening the Intel DSP of " + endpoint.name();
+  ComPtr<IKELAPOIntelDSP> dsp;
+  Require(endpoint.object()->GetIntelInterface(dsp.Put()), asked, kDriverRemedy);
+  object_ = dsp.As<IKELAPOIntelDSP4>();
+  if (!object_) ComponentFailure(asked, E_NOINTERFACE, kDriverRemedy);
+}
+
+std::string IntelDsp::Kind() const {
+  // Readable on one kind of module only; the other says that it has no such property.
+  std::int32_t ignored = 0;
+  return GetProperty("ZENSND-Process Enable", false, ignored) == E_NOTIMPL ? kSkylakeDriver
+                                                                           : kBroadwellDriver;
+}
+
+IntelDsp::Versions IntelDsp::ReadVersions() const {
+  Versions versions;
+  BYTE api = 0;
+  BYTE features = 0;
+  Require(object_->GetAPIVersion(&api, &features), "asking the driver for its version",
+          kDriverRemedy);
+  versions.api = api;
+  versions.features = features;
+  Text name;
+  Text version;
+  Require(object_->GetModuleInfo(name.Put(), version.Put()), "asking the driver for its module",
+          kDriverRemedy);
+  versions.module_name = name.Utf8();
+  versions.module_version = version.Utf8();
+  Text component;
+  Require(object_->get_ApoVersion(component.Put()), "asking for the component's version", "");
+  versions.component = component.Utf8();
+  return versions;
+}
+
+HRESULT IntelDsp::WriteControls(const Mode& mode, const std::string& technology,
+                                bool set_default) const {
+  const Text text(technology);
+  return object_->WriteControls(mode.object(), technology.empty() ? nullptr : text.get(),
+                                set_default ? 1 : 0);
+}
+
+HRESULT IntelDsp::ProcessConfigFile(const std::wstring& path, bool set_default,
+                                    std::string& error) const {
+  Text reason;
+  const HRESULT status =
+      object_->ProcessConfigFile(Text(path).get(), reason.Put(), set_default ? 1 : 0);
+  error = reason.Utf8();
+  return status;
+}
+
+HRESULT IntelDsp::GetProperty(const std::string& name, bool set_default,
+                              std::int32_t& value) const {
+  VARIANT answer;
+  VariantInit(&answer);
+  const HRESULT status = object_->get_Property(Text(name).get(), set_default ? 1 : 0, &answer);
+  if (SUCCEEDED(status)) value = answer.lVal;
+  VariantClear(&answer);
+  return status;
+}
+
+HRESULT IntelDsp::PutProperty(const std::string& name, bool set_default,
+                              const std::string& value) const {
+  const Text text(value);
+  VARIANT variant;
+  VariantInit(&variant);
+  if (const std::optional<int> number = ParseNumber(value)) {
+    variant.vt = VT_I4;
+    variant.lVal = *number;
+  } else {
+    variant.vt = VT_BSTR;
+    variant.bstrVal = text.get();
+  }
+  return object_->put_Property(Text(name).get(), set_default ? 1 : 0, variant);
+}
+
+HRESULT IntelDsp::SetEqualizer(KELChannel channel, const std::vector<EqualizerBand>& bands,
+                               bool set_default) const {
+  const NumberArray<float> gains(VT_R4, bands, &EqualizerBand::gain_db);
+  const NumberArray<float> qualities(VT_R4, bands, &EqualizerBand::q);
+  const NumberArray<LONG> frequencies(VT_I4, bands, &EqualizerBand::frequency);
+  return object_->SetPEQ(channel, gains.get(), qualities.get(), frequencies.get(),
+                         set_default ? 1 : 0);
+}
+
+QualcommDsp::QualcommDsp(const Endpoint& endpoint) {
+  Require(endpoint.object()->GetQCDSPInterface(object_.Put()),
+          "opening the Qualcomm DSP of " + endpoint.name(), kDriverRemedy);
+}
+
+int QualcommDsp::FormFactor() const {
+  _ORVQuMediaDeviceType form_factor = ORV_QUMEDIA_RESERVED;
+  Require(object_->get_EndpointFormFactor(&form_factor), "reading the form factor", "");
+  return static_cast<int>(form_factor);
+}
+
+void QualcommDsp::SetFormFactor(int form_factor) const {
+  Require(object_->put_EndpointFormFactor(static_cast<_ORVQuMediaDeviceType>(form_factor)),
+          "setting the form factor to " + std::to_string(form_factor), "");
+}
+
+HRESULT QualcommDsp::WriteControls(const Mode& mode) const {
+  return object_->WriteControls(mode.object());
+}
+
+std::map<std::wstring, std::int32_t, std::less<>> DspControls(const Mode& mode,
+                                                              ORVAPOControlType list) {
+  const std::string asked = "reading the controls of " + mode.name();
+  ComPtr<IORVAPOControlEnumerator> enumerator;
+  Require(mode.object()->get_ORVAPOControlEnumerator(list, enumerator.Put()), asked, "");
+  std::map<std::wstring, std::int32_t, std::less<>> controls;
+  for (;;) {
+    ComPtr<IORVAPOControl> control;
+    const HRESULT status = enumerator->Next(control.Put());
+    Require(status, asked, "");
+    if (status != S_OK || !control) return controls;
+    Text name;
+    LONG value = 0;
+    Require(control->get_DisplayValue(name.Put()), asked, "");
+    if (FAILED(control->get_Value(&value))) value = 0;
+    if (SysStringLen(name.get()) != 0)
+      controls[std::wstring(name.get(), SysStringLen(name.get()))] = value;
+  }
+}
+
+}  // namespace orv::cli

@@ -1,0 +1,65 @@
+// The DSP objects of an endpoint as values.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "cli/session.h"
+
+namespace orv::cli {
+
+struct EqualizerBand {
+  std::int32_t frequency = 0;  // Hz
+  float gain_db = 0;
+  float q = 0;
+};
+
+class IntelDsp {
+ public:
+  // Throws Failure when the endpoint has no such DSP.
+  explicit IntelDsp(const Endpoint& endpoint);
+
+  // "skylake" or "broadwell".
+  std::string Kind() const;
+  struct Versions {
+    int api = 0;
+    int features = 0;
+    std::string module_name;
+    std::string module_version;
+    std::string component;
+  };
+  Versions ReadVersions() const;
+
+  // The component's own statuses: E_FAIL when what it read back differs.
+  HRESULT WriteControls(const Mode& mode, const std::string& technology, bool set_default) const;
+  HRESULT ProcessConfigFile(const std::wstring& path, bool set_default, std::string& error) const;
+  HRESULT GetProperty(const std::string& name, bool set_default, std::int32_t& value) const;
+  // A whole number, or any other text as text.
+  HRESULT PutProperty(const std::string& name, bool set_default, const std::string& value) const;
+  HRESULT SetEqualizer(KELChannel channel, const std::vector<EqualizerBand>& bands,
+                       bool set_default) const;
+
+ private:
+  ComPtr<IKELAPOIntelDSP4> object_;
+};
+
+class QualcommDsp {
+ public:
+  // Throws Failure when the endpoint has no such DSP.
+  explicit QualcommDsp(const Endpoint& endpoint);
+
+  int FormFactor() const;
+  void SetFormFactor(int form_factor) const;
+  HRESULT WriteControls(const Mode& mode) const;
+
+ private:
+  ComPtr<IORVAPOQCDSP> object_;
+};
+
+// A mode's public controls as the DSP objects read them: display name to value.
+std::map<std::wstring, std::int32_t, std::less<>> DspControls(const Mode& mode,
+                                                              ORVAPOControlType list);
+
+}  // namespace orv::cli

@@ -1,0 +1,10 @@
+# Built from the source package, which scripts/fetch_tinyxml2 brings through the build machine's own package manager.
+if(NOT TARGET tinyxml2::tinyxml2)
+  set(source ${PROJECT_SOURCE_DIR}/build/tinyxml2)
+  if(NOT EXISTS ${source}/tinyxml2.cpp)
+    execute_process(COMMAND ${PROJECT_SOURCE_DIR}/scripts/fetch_tinyxml2 ${source} COMMAND_ERROR_IS_FATAL ANY)
+  endif()
+  add_library(tinyxml2 STATIC EXCLUDE_FROM_ALL ${source}/tinyxml2.cpp)
+  target_include_directories(tinyxml2 SYSTEM PUBLIC ${source})
+  add_library(tinyxml2::tinyxml2 ALIAS tinyxml2)
+endif()

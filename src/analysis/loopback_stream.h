@@ -1,0 +1,37 @@
+// The capture stream of what an endpoint plays.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/audio_client.h"
+#include "platform/com_ptr.h"
+#include "platform/machine.h"
+#include "platform/sample_format.h"
+
+namespace orv {
+
+struct FreeTaskMemory {
+  void operator()(void* memory) const noexcept { CoTaskMemFree(memory); }
+};
+using MixFormat = std::unique_ptr<WAVEFORMATEX, FreeTaskMemory>;
+
+// A new audio client of the device with the device's mix format; nothing is changed by a failure.
+HRESULT ActivateAudioClient(IMMDevice& device, ComPtr<IAudioClient>& client, MixFormat& format);
+
+HRESULT FindDevice(Machine& machine, const std::wstring& device_id, ComPtr<IMMDevice>& device);
+
+struct LoopbackStream {
+  ComPtr<IAudioClient> client;
+  ComPtr<IAudioCaptureClient> capture;
+  std::uint32_t sample_rate = 0;  // Hz
+  std::uint32_t channel_count = 0;
+  SampleFormat sample_format = SampleFormat::Float32;
+};
+
+// Opens the stream, not started. An extensible integer format is changed to 32-bit floats. Any
+// other is used unchanged, and refused (AUDCLNT_E_UNSUPPORTED_FORMAT) unless its frames are samples
+// of 32 bits, which count as floats, or integers of 16 or 24 bits.
+HRESULT OpenLoopbackStream(Machine& machine, const std::wstring& device_id, LoopbackStream& stream);
+
+}  // namespace orv

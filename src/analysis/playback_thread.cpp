@@ -1,0 +1,60 @@
+#include <cstring>
+
+#include "analysis/analysis_object.h"
+#include "analysis/hr_exception.h"
+#include "platform/com_runtime.h"
+#include "platform/diagnostics.h"
+#include "platform/text.h"
+
+namespace orv {
+namespace {
+
+constexpr REFERENCE_TIME kBufferDuration = 10000000;  // one second
+constexpr std::chrono::milliseconds kWaitSlice{5000};
+
+struct RenderStream {
+  ComPtr<IAudioClient> client;
+  MixFormat format;
+  ComPtr<IAudioRenderClient> render;  // goes first
+  UINT32 frames = 0;                  // of the whole buffer
+};
+
+void OpenRenderStream(IMMDevice& device, RenderStream& stream) {
+  HRException::ThrowIfFailed(ActivateAudioClient(device, stream.client, stream.format));
+  IAudioClient& client = *stream.client;
+  HRException::ThrowIfFailed(client.Initialize(AUDCLNT_SHAREMODE_SHARED, 0, kBufferDuration, 0,
+                                               stream.format.get(), nullptr));
+  HRException::ThrowIfFailed(client.GetBufferSize(&stream.frames));
+  HRException::ThrowIfFailed(client.GetService(IID_IAudioRenderClient, stream.render.PutVoid()));
+}
+
+// False when the engine gives no buffer.
+bool StartSilence(RenderStream& stream) {
+  BYTE* data = nullptr;
+  if (FAILED(stream.render->GetBuffer(stream.frames, &data)) || data == nullptr) return false;
+  std::memset(data, 0, std::size_t{stream.frames} * stream.format->nBlockAlign);
+  HRException::ThrowIfFailed(stream.render->ReleaseBuffer(stream.frames, 0));
+  HRException::ThrowIfFailed(stream.client->Start());
+  return true;
+}
+
+}  // namespace
+
+bool CAnalysisData::PlaybackThread::Run(ORVThreadBasic&, Event& stop) { return JoinThread(stop); }
+
+bool CAnalysisData::PlaybackThread::JoinThread(Event& stop) {
+  const ComRuntime runtime;
+  RenderStream stream;
+  try {
+    OpenRenderStream(*device_, stream);
+    if (!StartSilence(stream)) return true;
+    while (!stop.Wait(kWaitSlice)) {
+    }
+  } catch (const HRException& failure) {
+    Diagnose(ORV_HERE("CAnalysisData::PlaybackThread::JoinThread"),
+             L"Unable to create playback thread: %s\n", Widen(failure.what()));
+  }
+  return true;
+}
+
+}  // namespace orv

@@ -1,0 +1,166 @@
+#include "intel_dsp/broadwell/driver_client.h"
+
+#include <cstring>
+
+#include "intel_dsp/text_record.h"
+#include "platform/diagnostics.h"
+
+namespace orv {
+namespace {
+
+using broadwell::ModuleInfoRecord;
+using broadwell::ParameterRecord;
+using broadwell::RequestHeader;
+using broadwell::StatusRecord;
+using broadwell::VersionRecord;
+
+constexpr std::uintptr_t kNoHandle = ~std::uintptr_t{0};
+
+template <class Record>
+std::span<std::byte> BytesOf(Record& record) {
+  return std::as_writable_bytes(std::span(&record, 1));
+}
+
+// An answer that is too short to be one is a failure, unless the driver says so itself.
+HRESULT StatusOfAnswer(HRESULT status, std::uint32_t returned, std::size_t expected) {
+  return SUCCEEDED(status) && returned < expected ? E_FAIL : status;
+}
+
+}  // namespace
+
+ORVAPOIntelDriverInterface_BRW::ORVAPOIntelDriverInterface_BRW(Machine& machine, HRESULT& status,
+                                                               std::uint32_t module_number)
+    : module_(module_number), record_(std::make_unique<ParameterRecord>()) {
+  OpenIntelDriver(machine);
+  status = device_ != nullptr ? S_OK : E_FAIL;
+  if (device_ == nullptr) return;
+  HRESULT module_status = E_FAIL;
+  SetStatus(module_status);
+}
+
+void ORVAPOIntelDriverInterface_BRW::OpenIntelDriver(Machine& machine) {
+  for (const std::wstring& path : machine.DeviceInterfaces(broadwell::kDeviceInterface)) {
+    device_ = machine.OpenDevice(path, last_error_);
+    if (device_ != nullptr) break;
+  }
+  Diagnose(ORV_HERE("ORVAPOIntelDriverInterface_BRW::OpenIntelDriver"),
+           L"Broadwell OpenIntelDriver() returned handle 0x%x\n",
+           device_ != nullptr ? device_->native() : kNoHandle);
+}
+
+bool ORVAPOIntelDriverInterface_BRW::Control(std::uint32_t code, broadwell::Command command,
+                                             std::span<std::byte> output, std::uint32_t& returned) {
+  returned = 0;
+  RequestHeader header = {module_, 0, command,
+                          static_cast<std::uint32_t>(sizeof(RequestHeader) + output.size())};
+  const std::uint32_t error = device_ == nullptr
+                                  ? kDeviceInvalidHandle
+                                  : device_->Control(code, BytesOf(header), output, returned);
+  if (error != 0) last_error_ = error;
+  return error == 0;
+}
+
+bool ORVAPOIntelDriverInterface_BRW::GetAPIVersion(HRESULT& status, std::uint8_t& version,
+                                                   std::uint8_t& features) {
+  VersionRecord record = {};
+  std::uint32_t returned = 0;
+  if (!Control(broadwell::kGetCode, broadwell::kGetVersion, BytesOf(record), returned)) {
+    status = E_FAIL;
+    Diagnose(ORV_HERE("ORVAPOIntelDriverInterface_BRW::GetAPIVersion"),
+             L"Intel GetAPIVersion DeviceIoControl failed, error %d\n", last_error_);
+    return false;
+  }
+  status = StatusOfAnswer(record.status, returned, sizeof record);
+  if (SUCCEEDED(status)) {
+    version = record.version;
+    features = record.features;
+  }
+  Diagnose(ORV_HERE("ORVAPOIntelDriverInterface_BRW::GetAPIVersion"),
+           L"Intel GetAPIVersion: 0x%x, %d %d\n", status, record.version, record.features);
+  return SUCCEEDED(status);
+}
+
+bool ORVAPOIntelDriverInterface_BRW::GetModuleInfo(HRESULT& status, std::string& name,
+                                                   std::string& version) {
+  name.clear();
+  version.clear();
+  ModuleInfoRecord record = {};
+  std::uint32_t returned = 0;
+  if (!Control(broadwell::kGetCode, broadwell::kGetModuleInfo, BytesOf(record), returned)) {
+    status = E_FAIL;
+    Diagnose(ORV_HERE("ORVAPOIntelDriverInterface_BRW::GetModuleInfo"),
+             L"Intel GetModuleInfo DeviceIoControl failed, error %d\n", last_error_);
+    return false;
+  }
+  status = StatusOfAnswer(record.status, returned, sizeof record);
+  if (SUCCEEDED(status)) {
+    name = TextOf(record.name);
+    version = TextOf(record.version);
+  }
+  Diagnose(ORV_HERE("ORVAPOIntelDriverInterface_BRW::GetModuleInfo"),
+           L"Intel GetModuleInfo: 0x%x, %S, %S\n", status, name, version);
+  return SUCCEEDED(status);
+}
+
+bool ORVAPOIntelDriverInterface_BRW::SetStatus(HRESULT& status) {
+  StatusRecord record = {0, {1, 1}};
+  std::uint32_t returned = 0;
+  if (!Control(broadwell::kSetCode, broadwell::kSetStatus, BytesOf(record), returned)) {
+    status = E_FAIL;
+    Diagnose(ORV_HERE("ORVAPOIntelDriverInterface_BRW::SetStatus"),
+             L"ORVAPOIntelDriverInterface_BRW::SetStatus(), DeviceIoControl failed, error %d\n",
+             last_error_);
+    return false;
+  }
+  status = record.status;
+  Diagnose(ORV_HERE("ORVAPOIntelDriverInterface_BRW::SetStatus"),
+           L"ORVAPOIntelDriverInterface_BRW::SetStatus(), OK - 0x%x\n", status);
+  return SUCCEEDED(status);
+}
+
+bool ORVAPOIntelDriverInterface_BRW::Prepare(HRESULT& status, std::uint32_t parameter,
+                                             std::uint32_t size, std::uint8_t apply) {
+  if (size > broadwell::kLargestParameter) {
+    status = E_INVALIDARG;
+    last_error_ = kDeviceInvalidParameter;
+    return false;
+  }
+  std::memset(record_.get(), 0, sizeof *record_);
+  record_->parameter = parameter;
+  record_->apply = apply;
+  record_->size = size;
+  return true;
+}
+
+bool ORVAPOIntelDriverInterface_BRW::SetParameter(HRESULT& status, std::uint32_t parameter,
+                                                  const void* buffer, std::uint32_t size,
+                                                  std::uint8_t apply) {
+  if (!Prepare(status, parameter, size, apply)) return false;
+  std::memcpy(record_->data, buffer, size);
+  std::uint32_t returned = 0;
+  const bool sent =
+      Control(broadwell::kSetCode, broadwell::kSetParameter, BytesOf(*record_), returned);
+  status = record_->status;
+  return sent;
+}
+
+bool ORVAPOIntelDriverInterface_BRW::GetParameter(HRESULT& status, std::uint32_t parameter,
+                                                  void* buffer, std::uint32_t size,
+                                                  std::uint8_t apply) {
+  if (!Prepare(status, parameter, size, apply)) return false;
+  std::uint32_t returned = 0;
+  const bool answered =
+      Control(broadwell::kGetCode, broadwell::kGetParameter, BytesOf(*record_), returned);
+  status = record_->status;
+  if (!answered) return false;
+  Diagnose(ORV_HERE("ORVAPOIntelDriverInterface_BRW::GetParameter"),
+           L"GetParameter returned is %d\n", returned);
+  if (FAILED(status)) return true;
+  // What was not sent would pass for zeros and be written back by a change of one field.
+  status = StatusOfAnswer(status, returned, offsetof(ParameterRecord, data) + size);
+  if (FAILED(status)) return false;
+  std::memcpy(buffer, record_->data, size);
+  return true;
+}
+
+}  // namespace orv

@@ -1,0 +1,48 @@
+// Client of the Broadwell driver's post-processing module, over device I/O control.
+#pragma once
+
+#include <memory>
+#include <span>
+#include <string>
+
+#include "intel_dsp/broadwell/broadwell_driver.h"
+#include "intel_dsp/broadwell/driver_records.h"
+#include "platform/machine.h"
+
+namespace orv {
+
+// Used by one thread at a time. Without an opened driver every request fails.
+class ORVAPOIntelDriverInterface_BRW final : public BroadwellDriver {
+ public:
+  // Opens the machine's driver and switches its module on; `status` is E_FAIL when there is no
+  // driver to open.
+  ORVAPOIntelDriverInterface_BRW(Machine& machine, HRESULT& status, std::uint32_t module_number);
+  ORVAPOIntelDriverInterface_BRW(const ORVAPOIntelDriverInterface_BRW&) = delete;
+  ORVAPOIntelDriverInterface_BRW& operator=(const ORVAPOIntelDriverInterface_BRW&) = delete;
+
+  // These succeed when the driver was reached and its status is not negative.
+  bool GetAPIVersion(HRESULT& status, std::uint8_t& version, std::uint8_t& features);
+  bool GetModuleInfo(HRESULT& status, std::string& name, std::string& version);
+  bool SetStatus(HRESULT& status);
+
+  // A read that the driver answers with less than `size` bytes fails with E_FAIL.
+  bool GetParameter(HRESULT& status, std::uint32_t parameter, void* buffer, std::uint32_t size,
+                    std::uint8_t apply) override;
+  bool SetParameter(HRESULT& status, std::uint32_t parameter, const void* buffer,
+                    std::uint32_t size, std::uint8_t apply) override;
+  std::uint32_t last_error() const override { return last_error_; }
+
+ private:
+  void OpenIntelDriver(Machine& machine);
+  // One request; false, with the system's error kept, when the I/O control fails.
+  bool Control(std::uint32_t code, broadwell::Command command, std::span<std::byte> output,
+               std::uint32_t& returned);
+  bool Prepare(HRESULT& status, std::uint32_t parameter, std::uint32_t size, std::uint8_t apply);
+
+  std::unique_ptr<DeviceFile> device_;
+  std::uint32_t module_;
+  std::uint32_t last_error_ = 0;
+  std::unique_ptr<broadwell::ParameterRecord> record_;  // every parameter request moves all of it
+};
+
+}  // namespace orv

@@ -1,0 +1,210 @@
+// The parameters of the Broadwell post-processing module as tables of their fields. Processors,
+// single-property operations and the decoder walk the same rows.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "intel_dsp/conversion/converters.h"
+#include "values/record_layout.h"
+
+namespace orv {
+
+// A parameter's name and fields as people read them; an empty name and no fields for an unknown
+// parameter, no fields for a size that it does not have.
+std::string BroadwellBlockName(std::uint32_t parameter);
+std::vector<DecodedField> DecodeBroadwellBlock(std::uint32_t parameter,
+                                               std::span<const std::byte> block);
+
+namespace broadwell {
+
+enum Parameter : std::uint32_t {
+  kProcessEnable = 0,
+  kInputGain = 1,
+  kOutputGain = 2,
+  kBypassGain = 3,
+  kHeadroomGain = 4,
+  kHighPassEnable = 5,
+  kEqualizerEnable = 6,
+  kEvenvolume = 20,
+  kAmhd = 21,
+  kHardLimiter = 22,
+  kHighPassCoefficients = 24,
+  kLeftEqualizer = 25,
+  kRightEqualizer = 26,
+  kBassCoefficients = 100,
+  kSpaceCoefficients = 101,
+};
+
+// How a field is made from its control.
+enum class Conversion : std::uint8_t {
+  Reserved,
+  Bool,
+  Decibels,  // the control counts tenths of dB
+  Percent,
+  Integer,
+  LevelIntensity,
+  InputMode,
+  SpaceCutoff,
+  SpeakerSize,
+  ORV3DMode,
+  DPHDMode,
+};
+
+// How people read a field.
+enum class Unit : std::uint8_t {
+  None,
+  OnOff,
+  Decibels,
+  Percent,
+  SpeakerSize,
+  SpaceCutoff,
+  Channels,
+  ORV3DMode,
+  DPHDMode,
+};
+
+struct Field {
+  std::size_t offset;
+  FieldType type;
+  const char* control;
+  Conversion conversion;
+  Unit unit;
+  int integer_bits = 0;            // of a fixed-point field, its sign included
+  const char* fallback = nullptr;  // the control that stands in when it is missing
+  std::size_t count = 1;
+};
+
+struct Block {
+  std::uint32_t parameter;
+  const char* name;
+  std::size_t size;
+  std::span<const Field> fields;
+};
+
+namespace rows {
+
+constexpr Field Switch(std::size_t offset, const char* control, const char* fallback = nullptr) {
+  return {offset, FieldType::U32, control, Conversion::Bool, Unit::OnOff, 0, fallback};
+}
+constexpr Field Gain(std::size_t offset, const char* control, int integer_bits = 1,
+                     FieldType type = FieldType::I16) {
+  return {offset, type, control, Conversion::Decibels, Unit::Decibels, integer_bits};
+}
+constexpr Field Level(std::size_t offset, const char* control) {
+  return {offset, FieldType::I16, control, Conversion::Percent, Unit::Percent, 1};
+}
+constexpr Field Choice(std::size_t offset, const char* control, Conversion conversion, Unit unit) {
+  return {offset, FieldType::U32, control, conversion, unit};
+}
+constexpr Field Reserved(std::size_t offset) {
+  return {offset, FieldType::U16, "reserved", Conversion::Reserved, Unit::None};
+}
+
+}  // namespace rows
+
+inline constexpr Field kProcessEnableFields[] = {rows::Switch(0, "ZENSND-Process Enable")};
+inline constexpr Field kInputGainFields[] = {rows::Gain(0, "ZENSND-AMHD Input Gain")};
+inline constexpr Field kOutputGainFields[] = {rows::Gain(0, "ZENSND-AMHD Output Gain")};
+inline constexpr Field kBypassGainFields[] = {rows::Gain(0, "ZENSND-Bypass Gain")};
+inline constexpr Field kHeadroomGainFields[] = {rows::Gain(0, "ZENSND-Headroom Gain")};
+inline constexpr Field kHighPassEnableFields[] = {
+    rows::Switch(0, "ZENSND-HPF Enable", "MFX:ZENSND-HPF Enable")};
+inline constexpr Field kEqualizerEnableFields[] = {rows::Switch(0, "ZENSND-AEQ Enable")};
+
+inline constexpr Field kEvenvolumeFields[] = {
+    rows::Switch(0, "ZENSND-EVolHD Enable"),
+    rows::Gain(4, "ZENSND-EVolHD LKFS"),
+    rows::Reserved(6),
+    {8, FieldType::I32, "ZENSND-EVolHD Level Intensity", Conversion::LevelIntensity, Unit::Percent,
+     1},
+};
+
+inline constexpr Field kAmhdFields[] = {
+    rows::Switch(0, "ZENSND-AMHD Enable"),
+    rows::Choice(4, "ZENSND-AMHD Input Mode", Conversion::InputMode, Unit::Channels),
+    rows::Switch(8, "ZENSND-Surround Enable"),
+    rows::Level(12, "ZENSND-Surround Level"),
+    rows::Reserved(14),
+    rows::Switch(16, "ZENSND-Space HPF Enable"),
+    rows::Choice(20, "ZENSND-Space HPF Custom Freq", Conversion::SpaceCutoff, Unit::SpaceCutoff),
+    rows::Switch(24, "ZENSND-DC Enable"),
+    rows::Level(28, "ZENSND-DC Level"),
+    rows::Level(30, "ZENSND-WIDHDX ORV3D Space Level"),
+    rows::Level(32, "ZENSND-WIDHDX ORV3D Center Level"),
+    rows::Reserved(34),
+    rows::Switch(36, "ZENSND-WIDHDX Headphone Enable"),
+    rows::Switch(40, "ZENSND-WIDHDX High Bit Rate Enable"),
+    rows::Choice(44, "ZENSND-WIDHDX ORV3D Mode", Conversion::ORV3DMode, Unit::ORV3DMode),
+    rows::Switch(48, "ZENSND-DPHD Enable"),
+    rows::Level(52, "ZENSND-DPHD Level"),
+    rows::Reserved(54),
+    rows::Choice(56, "ZENSND-DPHD Speaker Audio Size", Conversion::SpeakerSize, Unit::SpeakerSize),
+    rows::Choice(60, "ZENSND-DPHD Speaker Analysis Size", Conversion::SpeakerSize,
+                 Unit::SpeakerSize),
+    rows::Switch(64, "ZENSND-DPHD Split Analysis Enable"),
+    rows::Choice(68, "ZENSND-DPHD Mode", Conversion::DPHDMode, Unit::DPHDMode),
+    rows::Level(72, "ZENSND-DPHD Bass Clarity Level"),
+    rows::Reserved(74),
+    rows::Switch(76, "ZENSND-Definition Enable"),
+    rows::Level(80, "ZENSND-Definition Level"),
+    rows::Reserved(82),
+    rows::Switch(84, "ZENSND-WIDHDX Focus Enable"),
+    rows::Level(88, "ZENSND-WIDHDX Focus Level"),
+    rows::Reserved(90),
+};
+
+inline constexpr Field kHardLimiterFields[] = {
+    rows::Switch(0, "ZENSND-Hard Limiter Enable"),
+    {4, FieldType::U32, "ZENSND-Hard Limiter Delay Len", Conversion::Integer, Unit::None},
+    rows::Gain(8, "ZENSND-Hard Limiter Boost Gain", 6, FieldType::I32),
+    rows::Gain(12, "ZENSND-Hard Limiter Output Gain", 3),
+    rows::Reserved(14),
+};
+
+static_assert(TilesRecord(kProcessEnableFields, 4) && TilesRecord(kHighPassEnableFields, 4));
+static_assert(TilesRecord(kEqualizerEnableFields, 4) && TilesRecord(kInputGainFields, 2));
+static_assert(TilesRecord(kOutputGainFields, 2) && TilesRecord(kBypassGainFields, 2));
+static_assert(TilesRecord(kHeadroomGainFields, 2) && TilesRecord(kEvenvolumeFields, 12));
+static_assert(TilesRecord(kAmhdFields, 92) && TilesRecord(kHardLimiterFields, 16));
+
+// The single values come first, in the order in which they are sent.
+inline constexpr Block kBlocks[] = {
+    {kProcessEnable, "Process Enable", 4, kProcessEnableFields},
+    {kInputGain, "AMHD Input Gain", 2, kInputGainFields},
+    {kOutputGain, "AMHD Output Gain", 2, kOutputGainFields},
+    {kBypassGain, "Bypass Gain", 2, kBypassGainFields},
+    {kHeadroomGain, "Headroom Gain", 2, kHeadroomGainFields},
+    {kHighPassEnable, "HPF Enable", 4, kHighPassEnableFields},
+    {kEqualizerEnable, "AEQ Enable", 4, kEqualizerEnableFields},
+    {kEvenvolume, "Evenvolume", 12, kEvenvolumeFields},
+    {kAmhd, "AMHD", 92, kAmhdFields},
+    {kHardLimiter, "Hard Limiter", 16, kHardLimiterFields},
+};
+inline constexpr std::size_t kSingleValues = 7;
+static_assert(kBlocks[kSingleValues - 1].parameter == kEqualizerEnable);
+
+constexpr const Block& BlockOf(std::uint32_t parameter) {
+  const Block* found = kBlocks;
+  for (const Block& block : kBlocks) {
+    if (block.parameter == parameter) found = &block;
+  }
+  return *found;
+}
+
+// Where a control's field lies; null when there is none.
+struct FieldPlace {
+  const Block* block = nullptr;
+  const Field* field = nullptr;
+};
+FieldPlace FindField(const std::string& control);
+const Field& FieldAt(const Block& block, std::size_t offset);
+
+// Fills one field; throws IntelException, the field untouched, when its control does not allow it.
+void FillField(const Field& field, const ControlValueMap& map, std::span<std::byte> block);
+
+}  // namespace broadwell
+}  // namespace orv

@@ -1,0 +1,231 @@
+#include "intel_dsp/broadwell/processors.h"
+
+#include "intel_dsp/conversion/enumeration_tables.h"
+#include "intel_dsp/equalizer_bands.h"
+#include "platform/device_io.h"
+#include "platform/diagnostics.h"
+
+namespace orv {
+namespace {
+
+using broadwell::Block;
+using broadwell::BlockOf;
+using broadwell::Bytes;
+using broadwell::Field;
+using Utils = KELAPOIntelDSP_Utils;
+
+constexpr std::size_t kLastSourceOffset = 12;  // input mode and surround of the AMHD block
+constexpr std::size_t kSpaceEnableOffset = 16;
+constexpr std::size_t kSpaceCutoffOffset = 20;
+constexpr std::size_t kAudioSizeOffset = 56;
+constexpr std::size_t kAnalysisSizeOffset = 60;
+constexpr char kAmhdFailed[] = "Setting of AMHD controls failed.";
+
+void FillAll(const Block& block, const ControlValueMap& map, std::span<std::byte> bytes) {
+  for (const Field& field : block.fields) FillField(field, map, bytes);
+}
+
+std::int32_t Integer(const std::string& name, const ControlValueMap& map) {
+  std::int32_t value = 0;
+  Utils::SetIntegerValue(name, map, value);
+  return value;
+}
+
+// The control's integer, or that of the one that stands in for it.
+std::int32_t IntegerOr(const char* name, const char* other, const wchar_t* trying,
+                       const ControlValueMap& map) {
+  try {
+    return Integer(name, map);
+  } catch (const IntelException& error) {
+    Diagnose(ORV_HERE("KELAPOIntelDSP_BRW::ProcessHPFControls"), trying, error.what());
+    return Integer(other, map);
+  }
+}
+
+}  // namespace
+
+bool KELAPOIntelDSP_BRW::Send(std::uint32_t parameter, std::span<const std::byte> bytes,
+                              std::uint8_t apply, HRESULT& status) {
+  status = E_FAIL;
+  return driver_.SetParameter(status, parameter, bytes.data(),
+                              static_cast<std::uint32_t>(bytes.size()), apply) &&
+         status == S_OK;
+}
+
+bool KELAPOIntelDSP_BRW::Receive(std::uint32_t parameter, std::span<std::byte> bytes,
+                                 std::uint8_t apply, HRESULT& status) {
+  status = E_FAIL;
+  return driver_.GetParameter(status, parameter, bytes.data(),
+                              static_cast<std::uint32_t>(bytes.size()), apply) &&
+         status == S_OK;
+}
+
+void KELAPOIntelDSP_BRW::ProcessGlobalControls(const ControlValueMap& map, std::uint8_t apply) {
+  for (const Block& block : std::span(broadwell::kBlocks).first<broadwell::kSingleValues>()) {
+    Bytes bytes(block.size);
+    FillAll(block, map, bytes);
+    HRESULT status = E_FAIL;
+    if (!Send(block.parameter, bytes, apply, status))
+      throw IntelException("Global", "Settings of parameters in driver failed.");
+  }
+}
+
+void KELAPOIntelDSP_BRW::ProcessHLControls(const ControlValueMap& map, std::uint8_t apply) {
+  const DiagnosticSite here = ORV_HERE("KELAPOIntelDSP_BRW::ProcessHLControls");
+  Diagnose(here, L"Setting Hard Limiter controls (Enable and Output Gain) from VM");
+  const Block& block = BlockOf(broadwell::kHardLimiter);
+  Bytes bytes(block.size);
+  HRESULT status = E_FAIL;
+  try {
+    FillAll(block, map, bytes);
+  } catch (const IntelException& error) {
+    if (!Receive(block.parameter, bytes, apply, status)) {
+      Diagnose(here, L"Error: Failed to get Hard Limiter controls from DSP, error: %s\n",
+               error.what());
+      throw IntelException("Hard Limiter", "Getting of Hard Limiter controls failed.");
+    }
+    Diagnose(here, L"OK: Got Hard Limiter controls from DSP\n");
+  }
+  if (!Send(block.parameter, bytes, apply, status)) {
+    throw IntelException("Hard Limiter",
+                         "Error: Setting of Hard Limiter Controls failed. Verify values in XML.");
+  }
+  Diagnose(here, L"OK: Setting HardLimiter Controls was successful, %d\n", status);
+}
+
+void KELAPOIntelDSP_BRW::ProcessHPFControls(const ControlValueMap& map, std::uint8_t apply) {
+  const std::int32_t order = IntegerOr("ZENSND-HPF Order", "MFX:ZENSND-HPF Order",
+                                       L"Trying MFX:ZENSND-HPF Order instead: %S", map);
+  const std::int32_t frequency = IntegerOr("ZENSND-HPF Frequency", "MFX:ZENSND-HPF Frequency",
+                                           L"Trying MFX:ZENSND-HPF Frequency instead: %S", map);
+  if (!broadwell::IsOrder(order)) throw IntelException("HPF", "filter order out of range");
+  const auto configuration = map.find("ZENSND-HPF Filter Cfg");
+  const Bytes bytes = configuration == map.end()
+                          ? broadwell::HighPassBlock(order, frequency)
+                          : broadwell::HighPassPreset(order, configuration->second.ToString());
+  HRESULT status = E_FAIL;
+  if (bytes.empty() || !Send(broadwell::kHighPassCoefficients, bytes, apply, status))
+    throw IntelException("HPF", "Unable to set HPF coefficients.");
+  Diagnose(ORV_HERE("KELAPOIntelDSP_BRW::ProcessHPFControls"),
+           L"Setting of HPF coefficients returned status 0x%x\n", status);
+}
+
+void KELAPOIntelDSP_BRW::ProcessPEQControls(const ControlValueMap& map, std::uint8_t apply,
+                                            std::uint32_t channel) {
+  if (channel != kRight) ProcessChannel(map, apply, kLeft);
+  if (channel != kLeft) ProcessChannel(map, apply, kRight);
+}
+
+void KELAPOIntelDSP_BRW::ProcessChannel(const ControlValueMap& map, std::uint8_t apply,
+                                        std::uint32_t channel) {
+  const DiagnosticSite here = ORV_HERE("KELAPOIntelDSP_BRW::ProcessPEQControls");
+  const bool left = channel == kLeft;
+  Bytes bytes;
+  std::uint32_t error = kDeviceInvalidParameter;
+  try {
+    const auto configuration = map.find("ZENSND-Filter Cfg");
+    bytes = configuration != map.end()
+                ? broadwell::EqualizerPreset(configuration->second.ToString())
+                : broadwell::EqualizerBlock(
+                      ReadEqualizerBands(kBroadwellEqualizer, left ? "Left" : "Right", map));
+  } catch (const IntelException& exception) {
+    Diagnose(here, L"Error: %s\n", exception.what());
+  }
+  if (!bytes.empty()) {
+    HRESULT status = E_FAIL;
+    if (Send(left ? broadwell::kLeftEqualizer : broadwell::kRightEqualizer, bytes, apply, status)) {
+      Diagnose(here,
+               left ? L"Setting of left PEQ succeeded, status 0x%x. Buffer size = %d\n"
+                    : L"Setting of right PEQ succeeded, status 0x%x. Buffer size = %d\n",
+               status, bytes.size());
+      return;
+    }
+    error = driver_.last_error();
+  }
+  Diagnose(here,
+           left ? L"Setting of left PEQ parameters failed, error %d\n"
+                : L"Setting of right PEQ parameters failed, error %d\n",
+           error);
+}
+
+void KELAPOIntelDSP_BRW::ProcessHPFAndPEQControls(const ControlValueMap& map, std::uint8_t apply) {
+  try {
+    ProcessHPFControls(map, apply);
+  } catch (const IntelException& error) {
+    Diagnose(ORV_HERE("KELAPOIntelDSP_BRW::ProcessHPFAndPEQControls"),
+             L"ProcessHPFControls() failed: %s\n", error.what());
+  }
+  ProcessPEQControls(map, apply, kBothChannels);
+}
+
+void KELAPOIntelDSP_BRW::ProcessAMHDControls(const ControlValueMap& map, std::uint8_t apply) {
+  const Block& block = BlockOf(broadwell::kAmhd);
+  Bytes bytes(block.size);
+  const auto is_size = [](const Field& field) {
+    return field.offset == kAudioSizeOffset || field.offset == kAnalysisSizeOffset;
+  };
+  for (const Field& field : block.fields) {
+    if (field.offset <= kLastSourceOffset || is_size(field)) FillField(field, map, bytes);
+  }
+  const bool custom_audio = ReadField(bytes, kAudioSizeOffset, FieldType::U32) == kCustomSizeCode;
+  const bool custom_analysis =
+      ReadField(bytes, kAnalysisSizeOffset, FieldType::U32) == kCustomSizeCode;
+  if (custom_audio != custom_analysis) {
+    throw IntelException(
+        "AMHD", "Both analysis and audio speaker sizes must both be custom or not custom.");
+  }
+  if (custom_audio) SendBassCoefficients(map, apply);
+
+  FillField(FieldAt(block, kSpaceEnableOffset), map, bytes);
+  FillField(FieldAt(block, kSpaceCutoffOffset), map, bytes);
+  if (ReadField(bytes, kSpaceCutoffOffset, FieldType::U32) == kCustomSizeCode)
+    SendSpaceCoefficients(map, apply);
+
+  for (const Field& field : block.fields) {
+    if (field.offset > kSpaceCutoffOffset && !is_size(field)) FillField(field, map, bytes);
+  }
+  HRESULT status = E_FAIL;
+  if (!Send(block.parameter, bytes, apply, status)) throw IntelException("AMHD", kAmhdFailed);
+  Diagnose(ORV_HERE("KELAPOIntelDSP_BRW::ProcessAMHDControls"),
+           L"Writing AMHD Controls successful, %d\n", status);
+}
+
+void KELAPOIntelDSP_BRW::SendBassCoefficients(const ControlValueMap& map, std::uint8_t apply) {
+  if (map.contains("ZENSND-DPHD_Speaker Custom Table"))
+    return SendAmhd(broadwell::kBassCoefficients, broadwell::BassPreset(), apply);
+  const auto size = [&map](const std::string& custom, const std::string& plain) {
+    return Integer(map.contains(custom) ? custom : plain, map);
+  };
+  const std::int32_t audio =
+      size("ZENSND-DPHD Speaker Audio Custom Size", "ZENSND-DPHD Speaker Audio Size");
+  const std::int32_t analysis =
+      size("ZENSND-DPHD Speaker Analysis Custom Size", "ZENSND-DPHD Speaker Analysis Size");
+  SendAmhd(broadwell::kBassCoefficients, broadwell::BassBlock(audio, analysis), apply);
+}
+
+void KELAPOIntelDSP_BRW::SendSpaceCoefficients(const ControlValueMap& map, std::uint8_t apply) {
+  if (map.contains("ZENSND-Space HPF Custom Freq Table"))
+    return SendAmhd(broadwell::kSpaceCoefficients, broadwell::SpacePreset(), apply);
+  const std::int32_t frequency = Integer("ZENSND-Space HPF Custom Freq", map);
+  SendAmhd(broadwell::kSpaceCoefficients, broadwell::SpaceBlock(frequency), apply);
+}
+
+// Nothing to send means that the design was refused.
+void KELAPOIntelDSP_BRW::SendAmhd(std::uint32_t parameter, const Bytes& bytes, std::uint8_t apply) {
+  HRESULT status = E_FAIL;
+  if (bytes.empty() || !Send(parameter, bytes, apply, status))
+    throw IntelException("AMHD", kAmhdFailed);
+}
+
+void KELAPOIntelDSP_BRW::ProcessEvenvolumeControls(const ControlValueMap& map, std::uint8_t apply) {
+  const Block& block = BlockOf(broadwell::kEvenvolume);
+  Bytes bytes(block.size);
+  FillAll(block, map, bytes);
+  HRESULT status = E_FAIL;
+  if (!Send(block.parameter, bytes, apply, status))
+    throw IntelException("Evenvolume", "Setting of Evenvolume controls failed.");
+  Diagnose(ORV_HERE("KELAPOIntelDSP_BRW::ProcessEvenvolumeControls"),
+           L"  Writing Evenvolume Controls successful, %d\n", status);
+}
+
+}  // namespace orv

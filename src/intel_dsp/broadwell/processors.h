@@ -1,0 +1,59 @@
+// The Broadwell module's parameters from the controls of the suite "ZENSND-".
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "intel_dsp/broadwell/broadwell_driver.h"
+#include "intel_dsp/broadwell/coefficients.h"
+#include "intel_dsp/broadwell/parameter_blocks.h"
+#include "intel_dsp/conversion/converters.h"
+
+namespace orv {
+
+// Processors send what they are named after and throw IntelException when a control does not
+// convert or the driver refuses. `apply` is handed to the driver unchanged.
+class KELAPOIntelDSP_BRW {
+ public:
+  static constexpr std::uint32_t kLeft = 0;
+  static constexpr std::uint32_t kRight = 1;
+  static constexpr std::uint32_t kBothChannels = 2;
+
+  explicit KELAPOIntelDSP_BRW(BroadwellDriver& driver) : driver_(driver) {}
+
+  void ProcessGlobalControls(const ControlValueMap& map, std::uint8_t apply);
+  void ProcessHLControls(const ControlValueMap& map, std::uint8_t apply);
+  void ProcessHPFControls(const ControlValueMap& map, std::uint8_t apply);
+  // Only reports what fails, and throws nothing but for lack of memory.
+  void ProcessPEQControls(const ControlValueMap& map, std::uint8_t apply, std::uint32_t channel);
+  // The same for both channels, after a high-pass whose failure is only reported.
+  void ProcessHPFAndPEQControls(const ControlValueMap& map, std::uint8_t apply);
+  void ProcessAMHDControls(const ControlValueMap& map, std::uint8_t apply);
+  void ProcessEvenvolumeControls(const ControlValueMap& map, std::uint8_t apply);
+
+  // One control by name, as a 32-bit integer: E_NOTIMPL for controls that are not read, E_FAIL
+  // when the driver does not answer.
+  HRESULT GetProperty(const std::wstring& name, std::uint8_t apply, VARIANT& value);
+  // E_INVALIDARG for variants of another kind. S_OK otherwise, also when the driver fails or nobody
+  // knows the name: both are reported.
+  HRESULT SetProperty(const std::wstring& name, std::uint8_t apply, const VARIANT& value);
+
+ private:
+  // True when the driver took the request and its status is 0.
+  bool Send(std::uint32_t parameter, std::span<const std::byte> bytes, std::uint8_t apply,
+            HRESULT& status);
+  bool Receive(std::uint32_t parameter, std::span<std::byte> bytes, std::uint8_t apply,
+               HRESULT& status);
+  void ProcessChannel(const ControlValueMap& map, std::uint8_t apply, std::uint32_t channel);
+  void SendBassCoefficients(const ControlValueMap& map, std::uint8_t apply);
+  void SendSpaceCoefficients(const ControlValueMap& map, std::uint8_t apply);
+  void SendAmhd(std::uint32_t parameter, const broadwell::Bytes& bytes, std::uint8_t apply);
+  bool ReceiveForChange(std::uint32_t parameter, std::span<std::byte> bytes, std::uint8_t apply);
+  bool SendChange(std::uint32_t parameter, const broadwell::Bytes& bytes, std::uint8_t apply);
+  void ChangeField(const broadwell::FieldPlace& place, std::int32_t value, std::uint8_t apply);
+
+  BroadwellDriver& driver_;
+};
+
+}  // namespace orv

@@ -1,0 +1,60 @@
+#include "intel_dsp/equalizer_bands.h"
+
+namespace orv {
+namespace {
+
+constexpr float kQPerStep = 100.0F;  // the control counts hundredths
+constexpr float kDbPerStep = 10.0F;  // the control counts tenths of dB
+constexpr const char* kTypeNames[] = {"Traditional", "Low Shelf", "High Shelf"};  // by type
+
+float Quantity(const std::string& name, const ControlValueMap& map) {
+  std::int32_t steps = 0;
+  KELAPOIntelDSP_Utils::SetIntegerValue(name, map, steps);
+  return static_cast<float>(steps);
+}
+
+std::int32_t BandType(const std::string& name, const char* prefix, const ControlValueMap& map) {
+  const auto control = map.find(name);
+  if (control == map.end()) return kUnknownBandType;
+  const std::string text = control->second.ToString();
+  std::int32_t type = kORVFilter_Traditional;
+  for (const char* type_name : kTypeNames) {
+    if (text == std::string(prefix) + type_name) return type;
+    ++type;
+  }
+  type = control->second.ToLong();
+  return type >= kORVFilter_Traditional && type <= kORVFilter_HighShelf ? type : kUnknownBandType;
+}
+
+}  // namespace
+
+std::vector<FilterBand> ReadEqualizerBands(const EqualizerSuite& suite, const std::string& channel,
+                                           const ControlValueMap& map) {
+  std::vector<FilterBand> bands;
+  for (;;) {
+    const std::string stem = suite.stem + channel + " Band " + std::to_string(bands.size()) + ' ';
+    if (map.find(stem + "Enable") == map.end()) return bands;
+    FilterBand band{};
+    band.type = BandType(stem + "Type", suite.type_prefix, map);
+    band.frequency = Quantity(stem + "Frequency", map);
+    band.q = Quantity(stem + "Q Factor", map) / kQPerStep;
+    band.gain_db = Quantity(stem + "Gain", map) / kDbPerStep;
+    bands.push_back(band);
+  }
+}
+
+std::vector<std::int32_t> DesignEqualizer(std::span<const FilterBand> bands,
+                                          std::int32_t sample_rate) {
+  std::vector<FilterBand> known(bands.begin(), bands.end());
+  for (FilterBand& band : known) {
+    // 0 dB and nothing else, whatever the band's other numbers are.
+    if (band.type == kUnknownBandType) band = {kORVFilter_Gain, 0, 0, 0, 0};
+  }
+  const FilterSet set = {static_cast<std::int32_t>(known.size()), known.data(), sample_rate};
+  std::vector<std::int32_t> words(FilterWords(known.size()));
+  std::vector<std::byte> workspace(FilterWorkspace(known.size()));
+  if (DesignFilterSet(set, words.data(), workspace.data()) != kFilterOk) words.clear();
+  return words;
+}
+
+}  // namespace orv

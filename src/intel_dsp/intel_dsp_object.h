@@ -1,0 +1,78 @@
+// The automation object that pushes operating modes into an Intel audio DSP.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "frame/object_creation.h"
+#include "frame/ref_counted.h"
+#include "intel_dsp/broadwell/processors.h"
+#include "intel_dsp/driver_clients.h"
+#include "intel_dsp/skylake/parameter_blocks.h"
+#include "orv_apo/orv_apo.h"
+
+namespace orv {
+
+// Used by one thread at a time, and so are all objects of the class together: they share the
+// process's driver clients, and the newest object's serve them all.
+class CKELAPOIntelDSP final
+    : public RefCounted<SingleThreaded, Chain<IKELAPOIntelDSP, IKELAPOIntelDSP2, IKELAPOIntelDSP3,
+                                              IKELAPOIntelDSP4>> {
+ public:
+  explicit CKELAPOIntelDSP(Module& module) : RefCounted(&module) {}
+
+  // Looks for a Broadwell driver, else for a Skylake module behind the default endpoint.
+  HRESULT FinalConstruct();
+  // Keeps the endpoint alive and, unless there is a Broadwell driver, takes its Skylake module.
+  HRESULT AttachEndpoint(IUnknown* endpoint, const std::wstring& device_id);
+
+  HRESULT STDMETHODCALLTYPE GetAPIVersion(BYTE* ver, BYTE* features) override;
+  HRESULT STDMETHODCALLTYPE GetModuleInfo(BSTR* name, BSTR* ver) override;
+  HRESULT STDMETHODCALLTYPE ProcessConfigFile(BSTR filename, BSTR* error_string,
+                                              LONG set_default) override;
+  HRESULT STDMETHODCALLTYPE WriteControls(IORVOperatingMode* op_mode, BSTR tech_name,
+                                          LONG set_default) override;
+  HRESULT STDMETHODCALLTYPE put_APOEnable(LONG val, LONG set_default) override;
+  HRESULT STDMETHODCALLTYPE get_Property(BSTR prop_name, LONG set_default, VARIANT* value) override;
+  HRESULT STDMETHODCALLTYPE put_Property(BSTR prop_name, LONG set_default, VARIANT value) override;
+  HRESULT STDMETHODCALLTYPE SetPEQ(KELChannel channel, SAFEARRAY* gains_in_db, SAFEARRAY* q,
+                                   SAFEARRAY* freq, LONG set_default) override;
+  HRESULT STDMETHODCALLTYPE put_dspDeviceId(LPWSTR device_id) override;
+  HRESULT STDMETHODCALLTYPE get_ApoVersion(BSTR* version) override;
+
+ private:
+  enum class Kind : std::uint32_t { Broadwell = 0, Skylake = 1, None = 2 };
+
+  static std::uint8_t ApplyFlag(LONG set_default) { return set_default != 0 ? 1 : 0; }
+
+  void OpenEvent();
+  HRESULT OpenDefaultSkylake();
+  HRESULT InitSkylakeDsp(const std::wstring& device_id);
+  // The kind, as far as its driver client is still there.
+  Kind ActiveKind() const noexcept;
+
+  HRESULT ReadModuleInfo(std::string& name, std::string& version);
+  void ReportModule();
+  HRESULT ReadControls(IORVOperatingMode& op_mode, ORVQVTValueList& list);
+  HRESULT WriteList(ORVQVTValueList list, std::wstring_view technology, std::uint8_t apply);
+  HRESULT SetControlParams(const ControlValueMap& map, std::uint8_t apply);
+  HRESULT SetSkylakeParams(const ControlValueMap& map, std::uint8_t apply);
+  HRESULT SendConfiguration(const std::wstring& path, std::uint8_t apply);
+  HRESULT GetProcessEnable(std::uint8_t apply, VARIANT& value);
+  void SetKELDSPControlChangeEvent();
+
+  KELAPOIntelDSP_BRW Broadwell() const { return KELAPOIntelDSP_BRW(*clients_.broadwell()); }
+  KELAPOIntelDSP_SKL Skylake() const { return KELAPOIntelDSP_SKL(*clients_.skylake()); }
+
+  IntelDriverClients& clients_ = IntelDriverClients::OfProcess();
+  Kind kind_ = Kind::None;
+  std::shared_ptr<Machine> machine_;
+  // Shared with the driver client: a driver knows the event by its handle until it has given it
+  // back, and by then a closed handle may be something else.
+  std::shared_ptr<NamedEvent> event_;
+  ComPtr<IUnknown> endpoint_;
+  std::wstring device_id_;
+  ORVQVTValueList last_written_;
+};
+
+}  // namespace orv

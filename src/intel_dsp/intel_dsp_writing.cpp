@@ -1,0 +1,273 @@
+// Whole operating modes, configuration files and equalisers into the DSP.
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <utility>
+#include <vector>
+
+#include "config/configuration_file.h"
+#include "frame/guard.h"
+#include "frame/text_result.h"
+#include "intel_dsp/equalizer_bands.h"
+#include "intel_dsp/intel_dsp_object.h"
+#include "intel_dsp/intel_verification.h"
+#include "intel_dsp/safe_array.h"
+#include "platform/diagnostics.h"
+#include "platform/text.h"
+
+namespace orv {
+namespace {
+
+constexpr std::uint32_t kDspConfiguration = 1;
+constexpr std::uint32_t kDspLocation = 3;  // "EFX"
+// Load status of a configuration whose modes can be used.
+constexpr std::uint32_t kUsableStatus[] = {kConfigLoaded, 4, 7};
+
+constexpr wchar_t kHighPassTechnology[] = L"HPF";
+struct EqualizerTechnology {
+  const wchar_t* name;
+  std::uint32_t channel;
+};
+constexpr EqualizerTechnology kEqualizerTechnologies[] = {
+    {L"PEQLEFT", KELAPOIntelDSP_BRW::kLeft},
+    {L"PEQRIGHT", KELAPOIntelDSP_BRW::kRight},
+    {L"PEQALL", KELAPOIntelDSP_BRW::kBothChannels},
+};
+
+const EqualizerTechnology* FindEqualizer(std::wstring_view name) {
+  for (const EqualizerTechnology& technology : kEqualizerTechnologies) {
+    if (name == technology.name) return &technology;
+  }
+  return nullptr;
+}
+
+// An exception ends a write; `report` hears why. Lack of memory is passed on.
+template <class Body, class Reporter>
+HRESULT AbortOnException(Body&& body, Reporter&& report) {
+  try {
+    return body();
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception& error) {
+    report(Widen(error.what()));
+    return orv_apo::kAborted;
+  }
+}
+
+void AddControl(IORVAPOControl& control, ORVQVTValueList& list) {
+  BSTR text = nullptr;
+  if (FAILED(control.get_DisplayValue(&text))) text = nullptr;
+  const OwnedText owned(text);
+  const std::string name = Narrow(ViewOf(text));
+  if (name.empty()) {
+    Diagnose(ORV_HERE("CKELAPOIntelDSP::WriteControls"),
+             L"Warning: the last parameter is unrecognized by QVT.\n");
+    return;
+  }
+  LONG value = 0;
+  // The mode cannot tell it: the DSP keeps what it has.
+  if (FAILED(control.get_Value(&value))) return;
+  list.GetOrAdd(name) = ORVQVTValue(name, value);
+}
+
+// One value for each band; false when one cannot be designed.
+bool MakeBands(std::span<const float> gains, std::span<const float> qualities,
+               std::span<const LONG> frequencies, std::vector<FilterBand>& bands) {
+  for (std::size_t i = 0; i < gains.size(); ++i) {
+    if (!std::isfinite(gains[i]) || !std::isfinite(qualities[i]) || !(qualities[i] > 0) ||
+        frequencies[i] <= 0)
+      return false;
+    bands.push_back(
+        {kORVFilter_Traditional, static_cast<float>(frequencies[i]), qualities[i], gains[i], 0});
+  }
+  bands.front().type = kORVFilter_LowShelf;
+  bands.back().type = kORVFilter_HighShelf;
+  return true;
+}
+
+}  // namespace
+
+HRESULT CKELAPOIntelDSP::WriteControls(IORVOperatingMode* op_mode, BSTR tech_name,
+                                       LONG set_default) {
+  return Guard([&]() -> HRESULT {
+    if (op_mode == nullptr) return E_POINTER;
+    const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::WriteControls");
+    return AbortOnException(
+        [&] {
+          ORVQVTValueList list;
+          HRESULT status = ReadControls(*op_mode, list);
+          if (list.Count() != 0)
+            status = WriteList(std::move(list), ViewOf(tech_name), ApplyFlag(set_default));
+          if (status == S_OK) {
+            Diagnose(here, L"Operating Mode change successful\n");
+            SetKELDSPControlChangeEvent();
+          }
+          return status;
+        },
+        [&](const std::wstring& reason) { Diagnose(here, L"Error: %s\n", reason); });
+  });
+}
+
+// The status is that of asking for the controls, however far walking them leads.
+HRESULT CKELAPOIntelDSP::ReadControls(IORVOperatingMode& op_mode, ORVQVTValueList& list) {
+  ComPtr<IORVAPOControlEnumerator> enumerator;
+  const HRESULT status = op_mode.get_ORVAPOControlEnumerator(kORVAPO_Cont_Public, enumerator.Put());
+  if (FAILED(status)) return status;
+  if (!enumerator) return E_FAIL;
+  for (ComPtr<IORVAPOControl> control; enumerator->Next(control.Put()) == S_OK && control;)
+    AddControl(*control, list);
+  return status;
+}
+
+HRESULT CKELAPOIntelDSP::WriteList(ORVQVTValueList list, std::wstring_view technology,
+                                   std::uint8_t apply) {
+  const ControlValueMap map(list.begin(), list.end());
+  last_written_.Clear();
+  const EqualizerTechnology* equalizer = FindEqualizer(technology);
+  const bool high_pass = technology == kHighPassTechnology;
+  switch (ActiveKind()) {
+    case Kind::Skylake:
+      last_written_ = std::move(list);
+      if (high_pass || equalizer != nullptr) return Skylake().SetVQ3DHPFAEQControls(map, apply);
+      return SetControlParams(map, apply);
+    case Kind::Broadwell: {
+      KELAPOIntelDSP_BRW broadwell = Broadwell();
+      if (equalizer != nullptr) {
+        broadwell.ProcessPEQControls(map, apply, equalizer->channel);
+        return S_OK;
+      }
+      broadwell.ProcessHPFControls(map, apply);
+      if (high_pass) return S_OK;
+      broadwell.ProcessEvenvolumeControls(map, apply);
+      broadwell.ProcessHLControls(map, apply);
+      broadwell.ProcessAMHDControls(map, apply);
+      broadwell.ProcessGlobalControls(map, apply);
+      broadwell.ProcessPEQControls(map, apply, KELAPOIntelDSP_BRW::kBothChannels);
+      return S_OK;
+    }
+    case Kind::None:
+      break;
+  }
+  return S_OK;
+}
+
+HRESULT CKELAPOIntelDSP::SetControlParams(const ControlValueMap& map, std::uint8_t apply) {
+  const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::SetControlParams");
+  switch (ActiveKind()) {
+    case Kind::Broadwell: {
+      Diagnose(here, L"Processing ENDSND DSP controls ...\n");
+      KELAPOIntelDSP_BRW broadwell = Broadwell();
+      broadwell.ProcessHPFAndPEQControls(map, apply);
+      broadwell.ProcessGlobalControls(map, apply);
+      broadwell.ProcessEvenvolumeControls(map, apply);
+      broadwell.ProcessAMHDControls(map, apply);
+      broadwell.ProcessHLControls(map, apply);
+      return S_OK;
+    }
+    case Kind::Skylake:
+      return SetSkylakeParams(map, apply);
+    case Kind::None:
+      break;
+  }
+  Diagnose(here, L"Error: Unsupported DSP type\n");
+  return S_OK;
+}
+
+HRESULT CKELAPOIntelDSP::SetSkylakeParams(const ControlValueMap& map, std::uint8_t apply) {
+  const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::SetControlParams");
+  using Writer = HRESULT (KELAPOIntelDSP_SKL::*)(const ControlValueMap&, std::uint8_t);
+  constexpr Writer kWriters[] = {
+      &KELAPOIntelDSP_SKL::SetVQ3DControls,         &KELAPOIntelDSP_SKL::SetVQ3DEVolHDControls,
+      &KELAPOIntelDSP_SKL::SetVQ3DVocadiagControls, &KELAPOIntelDSP_SKL::SetVQ3DCommonControls,
+      &KELAPOIntelDSP_SKL::SetVQ3DPX3DControls,     &KELAPOIntelDSP_SKL::SetVQ3DMXHPControls,
+      &KELAPOIntelDSP_SKL::SetVQ3DGEQControls,      &KELAPOIntelDSP_SKL::SetVQ3DToneControls,
+      &KELAPOIntelDSP_SKL::SetVQ3DAEQControls,      &KELAPOIntelDSP_SKL::SetVQ3DMvolControls,
+      &KELAPOIntelDSP_SKL::SetVQ3DHdLmtControls,    &KELAPOIntelDSP_SKL::SetVQ3DAdvGainControls,
+      &KELAPOIntelDSP_SKL::SetVQ3DHPFAEQControls,
+  };
+  KELAPOIntelDSP_SKL skylake = Skylake();
+  skylake.ClearCache();
+  Diagnose(here, L"Sending VQ3D parameters to DSP \n");
+  HRESULT combined = S_OK;
+  for (const Writer writer : kWriters) combined |= (skylake.*writer)(map, apply);
+  combined |= skylake.SetPPModuleStatus(skylake.CachedProcessEnable() ? 1 : 0, apply);
+  if (FAILED(combined)) Diagnose(here, L"Error: failed to set VQ3D parameters\n");
+
+  SkylakeImage held{};
+  if (FAILED(skylake.GetVQ3DParameters(held)))
+    Diagnose(here, L"Error: failed to get VQ3D parameters\n");
+  const HRESULT status = VerifySkylakeImages(skylake.CachedImage(), held);
+  if (SUCCEEDED(status))
+    ShowtOpStatus(true, "Verify: VQ3D parameters to/From DSP", "SetControlParams");
+  return status;
+}
+
+HRESULT CKELAPOIntelDSP::ProcessConfigFile(BSTR filename, BSTR* error_string, LONG set_default) {
+  return Guard([&]() -> HRESULT {
+    if (filename == nullptr) return E_POINTER;
+    if (error_string != nullptr) *error_string = nullptr;
+    const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::ProcessConfigFile");
+    const HRESULT status = AbortOnException(
+        [&] { return SendConfiguration(std::wstring(ViewOf(filename)), ApplyFlag(set_default)); },
+        [&](const std::wstring& reason) {
+          if (error_string != nullptr) ReturnText(reason, error_string);
+          Diagnose(here, L"Error: setting controls from preset file failed. %s\n", reason);
+        });
+    if (status == S_OK) {
+      Diagnose(here, L"call SetKELDSPControlChangeEvent()");
+      SetKELDSPControlChangeEvent();
+    }
+    return status;
+  });
+}
+
+HRESULT CKELAPOIntelDSP::SendConfiguration(const std::wstring& path, std::uint8_t apply) {
+  if (machine_ == nullptr) return E_UNEXPECTED;
+  ORVAPOConfigurationFile configuration(*machine_);
+  const std::uint32_t load = configuration.Load(path, kDspConfiguration, kDspLocation);
+  if (std::find(std::begin(kUsableStatus), std::end(kUsableStatus), load) ==
+      std::end(kUsableStatus))
+    return E_FAIL;
+  ORVAPOOperatingMode mode;
+  if (!configuration.FindMode(configuration.GetDefaultModeKey(), mode)) return E_FAIL;
+  ORVQVTValueList list = mode.GetDefaultControls();  // public and private ones
+  const ControlValueMap map(list.begin(), list.end());
+  last_written_.Clear();
+  if (ActiveKind() == Kind::Skylake) last_written_ = std::move(list);
+  return SetControlParams(map, apply);
+}
+
+HRESULT CKELAPOIntelDSP::SetPEQ(KELChannel channel, SAFEARRAY* gains_in_db, SAFEARRAY* q,
+                                SAFEARRAY* freq, LONG set_default) {
+  return Guard([&]() -> HRESULT {
+    const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::SetPEQ");
+    if (channel < kKELAPO_Left || channel > kKELAPO_ChannelCount) return E_INVALIDARG;
+    const SafeArrayView<float> gains(gains_in_db, VT_R4);
+    const SafeArrayView<float> qualities(q, VT_R4);
+    const SafeArrayView<LONG> frequencies(freq, VT_I4);
+    if (!gains || !qualities || !frequencies) return E_INVALIDARG;
+    const std::size_t count = gains.elements().size();
+    if (count == 0 || qualities.elements().size() != count ||
+        frequencies.elements().size() != count)
+      return E_INVALIDARG;
+    std::vector<FilterBand> bands;
+    broadwell::Bytes bytes;
+    if (MakeBands(gains.elements(), qualities.elements(), frequencies.elements(), bands))
+      bytes = broadwell::EqualizerBlock(bands);
+    HRESULT status = E_FAIL;
+    const std::uint32_t parameter =
+        channel == kKELAPO_Left ? broadwell::kLeftEqualizer : broadwell::kRightEqualizer;
+    if (!bytes.empty() && clients_.broadwell() != nullptr &&
+        clients_.broadwell()->SetParameter(status, parameter, bytes.data(),
+                                           static_cast<std::uint32_t>(bytes.size()),
+                                           ApplyFlag(set_default)) &&
+        status == S_OK) {
+      Diagnose(here, L"Setting of PEQ succeeded, status 0x%x\n", status);
+      return S_OK;
+    }
+    Diagnose(here, L"Unable to set PEQ.");
+    return bytes.empty() ? E_INVALIDARG : E_FAIL;
+  });
+}
+
+}  // namespace orv

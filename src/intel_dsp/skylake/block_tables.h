@@ -1,0 +1,393 @@
+// The control blocks of the Skylake post-processing module as tables of their fields. Writers,
+// range checks, single-control writes, comparison and decoder walk the same rows.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "intel_dsp/conversion/converters.h"
+#include "values/record_layout.h"
+
+namespace orv {
+
+enum SkylakeParameter : std::uint32_t {
+  kSkylakeVQ3D = 0x10014401,
+  kSkylakeEVolHD,
+  kSkylakeVocalift,
+  kSkylakeCommon,
+  kSkylakePX3D,
+  kSkylakeMXHP,
+  kSkylakeGEQ,
+  kSkylakeTone,
+  kSkylakeAEQ,
+  kSkylakeMasterVolume,
+  kSkylakeHardLimiter,
+  kSkylakeAdvancedGains,
+  kSkylakeLeftFilter,
+  kSkylakeRightFilter,
+  kSkylakeBassFilters,
+  kSkylakeSpaceFilter,
+  kSkylakeCommonConfig,
+};
+static_assert(kSkylakeCommonConfig == 0x10014411);
+
+// How a field is made from controls. Those after `Integer` depend on a table or on further
+// controls.
+enum class Conversion : std::uint8_t {
+  Reserved,
+  Bool,
+  Decibels,
+  ProcessGain,
+  Percent,
+  Integer,
+  LevelIntensity,
+  MainTech,
+  DPHDMode,
+  SpeakerSize,
+  SpaceCutoff,
+  DecoderMode,
+  BandGain,
+  BassLevel,
+  DefinitionLevel,
+  ClarityLevel,
+  FocusLevel,  // takes over the clarity level
+  HeadphoneClarityEnable,
+  HeadphoneClarityLevel,
+  SampleRate,
+};
+constexpr bool IsSimple(Conversion conversion) noexcept {
+  return conversion <= Conversion::Integer;
+}
+
+// How people read a field.
+enum class Unit : std::uint8_t { None, OnOff, Decibels, Percent, Hertz, Name };
+
+struct BlockField {
+  std::size_t offset;
+  FieldType type;
+  Conversion conversion;
+  Unit unit;
+  const char* control;
+  std::int64_t low = std::numeric_limits<std::int64_t>::min();
+  std::int64_t high = std::numeric_limits<std::int64_t>::max();
+  int integer_bits = 0;  // of a fixed-point field, its sign included
+  bool alone = true;     // whether clients may change it by itself
+  std::size_t count = 1;
+};
+
+constexpr std::int64_t kLargest16 = 0x7FFF;
+constexpr std::int64_t kLargest32 = 0x7FFFFFFF;
+// The smallest and largest gain of a graphic equaliser band, Q4.12: about -15 and +15 dB.
+constexpr std::int64_t kLowestBandGain = 725;
+constexpr std::int64_t kHighestBandGain = 23060;
+
+// The row of this control; naming one that a table lacks does not compile.
+template <std::size_t N>
+constexpr const BlockField& RowOf(const BlockField (&fields)[N], std::string_view control) {
+  for (const BlockField& field : fields)
+    if (field.control == control) return field;
+  throw "no such row";
+}
+
+namespace rows {
+
+constexpr BlockField Reserved(std::size_t offset) {
+  return {offset, FieldType::U16, Conversion::Reserved, Unit::None, "reserved"};
+}
+constexpr BlockField Switch(std::size_t offset, const char* control,
+                            Conversion conversion = Conversion::Bool) {
+  return {offset, FieldType::U32, conversion, Unit::OnOff, control};
+}
+constexpr BlockField Gain(std::size_t offset, const char* control, int integer_bits = 1) {
+  return {offset, FieldType::I16, Conversion::Decibels, Unit::Decibels, control,
+          0,      kLargest16,     integer_bits};
+}
+constexpr BlockField Level(std::size_t offset, const char* control,
+                           Conversion conversion = Conversion::Percent) {
+  return {offset, FieldType::I16, conversion, Unit::Percent, control, 0, kLargest16, 1};
+}
+constexpr BlockField Number(std::size_t offset, FieldType type, const char* control,
+                            std::int64_t low, std::int64_t high) {
+  return {offset, type, Conversion::Integer, Unit::None, control, low, high};
+}
+constexpr BlockField Choice(std::size_t offset, const char* control, Conversion conversion,
+                            std::int64_t low, std::int64_t high) {
+  return {offset, FieldType::U32, conversion, Unit::Name, control, low, high};
+}
+constexpr BlockField Band(std::size_t offset, const char* control) {
+  return {offset,  FieldType::I16,  Conversion::BandGain, Unit::Decibels,
+          control, kLowestBandGain, kHighestBandGain,     4};
+}
+
+}  // namespace rows
+
+inline constexpr BlockField kVQ3DFields[] = {
+    rows::Switch(0, "VQ3D-Process Enable"),
+    rows::Gain(4, "VQ3D-Headroom Gain"),
+    rows::Gain(6, "VQ3D-Bypass Gain"),
+    rows::Choice(8, "VQ3D-Main Tech", Conversion::MainTech, 0, 5),
+    rows::Switch(12, "VQ3D-HPF Enable"),
+};
+static_assert(TilesRecord(kVQ3DFields, 16));
+inline constexpr const BlockField& kProcessEnable = RowOf(kVQ3DFields, "VQ3D-Process Enable");
+inline constexpr const BlockField& kHighPassSwitch = RowOf(kVQ3DFields, "VQ3D-HPF Enable");
+
+inline constexpr BlockField kCommonConfigFields[] = {
+    {0, FieldType::U32, Conversion::SampleRate, Unit::Hertz, "sample rate"},
+};
+static_assert(TilesRecord(kCommonConfigFields, 4));
+
+inline constexpr BlockField kEVolHDFields[] = {
+    rows::Switch(0, "VQ3D-EVolHD Enable"),
+    rows::Gain(4, "VQ3D-EVolHD LKFS"),
+    rows::Reserved(6),
+    {8, FieldType::I32, Conversion::LevelIntensity, Unit::Percent, "VQ3D-EVolHD Level Intensity", 0,
+     kLargest32, 1},
+};
+static_assert(TilesRecord(kEVolHDFields, 12));
+
+inline constexpr BlockField kVocaliftFields[] = {
+    rows::Switch(0, "VQ3D-Vocalift Enable"),
+    rows::Gain(4, "VQ3D-Vocalift Clarity Gain"),
+    rows::Reserved(6),
+    // 0.5 to 3.0
+    {8, FieldType::U32, Conversion::ProcessGain, Unit::Decibels, "VQ3D-Vocalift Process Gain",
+     0x10000000, 0x60000000, 3},
+};
+static_assert(TilesRecord(kVocaliftFields, 12));
+
+inline constexpr BlockField kCommonFields[] = {
+    rows::Switch(0, "VQ3D-DPHD Enable"),
+    rows::Level(4, "VQ3D-DPHD Level", Conversion::BassLevel),
+    rows::Reserved(6),
+    rows::Choice(8, "VQ3D-DPHD Speaker Audio Size", Conversion::SpeakerSize, 0, 9),
+    rows::Choice(12, "VQ3D-DPHD Speaker Analysis Size", Conversion::SpeakerSize, 0, 9),
+    rows::Switch(16, "VQ3D-DPHD Split Analysis Enable"),
+    rows::Switch(20, "VQ3D-DPHD Level Independent Enable"),
+    rows::Choice(24, "VQ3D-DPHD Mode", Conversion::DPHDMode, 0, 2),
+    rows::Level(28, "VQ3D-DPHD Compressor Level"),
+    rows::Level(30, "VQ3D-DPHD Bass Clarity Level"),
+    rows::Switch(32, "VQ3D-Definition Enable"),
+    rows::Level(36, "VQ3D-Definition Level", Conversion::DefinitionLevel),
+    rows::Reserved(38),
+};
+static_assert(TilesRecord(kCommonFields, 40));
+inline constexpr const BlockField& kAudioSize =
+    RowOf(kCommonFields, "VQ3D-DPHD Speaker Audio Size");
+
+inline constexpr BlockField kPX3DFields[] = {
+    rows::Switch(0, "VQ3D-DC Enable"),
+    rows::Level(4, "VQ3D-DC Level", Conversion::ClarityLevel),
+    rows::Level(6, "VQ3D-Ambiwide Level"),
+    rows::Level(8, "VQ3D-WIDHD ORV3D Space Level"),
+    rows::Level(10, "VQ3D-WIDHD ORV3D Center Level"),
+    rows::Level(12, "VQ3D-WIDHD Focus Level", Conversion::FocusLevel),
+    rows::Reserved(14),
+    rows::Switch(16, "VQ3D-Space HPF Enable"),
+    rows::Choice(20, "VQ3D-Space HPF Cutoff Freq", Conversion::SpaceCutoff, 0, kLargest32),
+    rows::Switch(24, "VQ3D-PX3D Surround Boost Enable"),
+};
+static_assert(TilesRecord(kPX3DFields, 28));
+inline constexpr const BlockField& kClarityLevel = RowOf(kPX3DFields, "VQ3D-DC Level");
+inline constexpr const BlockField& kSpaceCutoff = RowOf(kPX3DFields, "VQ3D-Space HPF Cutoff Freq");
+
+inline constexpr BlockField kMXHPFields[] = {
+    rows::Switch(0, "VQ3D-MXHP MX Decoder Enable"),
+    rows::Choice(4, "VQ3D-MXHP MX Decoder Mode", Conversion::DecoderMode, 1, kLargest32),
+    rows::Switch(8, "VQ3D-DC Enable", Conversion::HeadphoneClarityEnable),
+    rows::Level(12, "VQ3D-DC Level", Conversion::HeadphoneClarityLevel),
+    rows::Reserved(14),
+};
+static_assert(TilesRecord(kMXHPFields, 16));
+
+inline constexpr BlockField kGEQFields[] = {
+    rows::Switch(0, "VQ3D-GEQ Enable"),
+    rows::Band(4, "VQ3D-GEQ 100Hz Gain"),
+    rows::Band(6, "VQ3D-GEQ 300Hz Gain"),
+    rows::Band(8, "VQ3D-GEQ 1kHz Gain"),
+    rows::Band(10, "VQ3D-GEQ 3kHz Gain"),
+    rows::Band(12, "VQ3D-GEQ 10kHz Gain"),
+    rows::Reserved(14),
+};
+static_assert(TilesRecord(kGEQFields, 16));
+inline constexpr std::span kBandFields = std::span(kGEQFields).subspan<1, 5>();
+
+inline constexpr BlockField kToneFields[] = {
+    rows::Switch(0, "VQ3D-Tone Enable"),
+    rows::Number(4, FieldType::I32, "VQ3D-Bass Gain", -12, 12),
+    rows::Number(8, FieldType::I32, "VQ3D-Treble Gain", -12, 12),
+};
+static_assert(TilesRecord(kToneFields, 12));
+
+inline constexpr BlockField kAEQFields[] = {
+    rows::Switch(0, "VQ3D-AEQ Enable"),
+    rows::Gain(4, "VQ3D-AEQ Bypass Gain"),
+    rows::Reserved(6),
+};
+static_assert(TilesRecord(kAEQFields, 8));
+
+inline constexpr BlockField kMasterVolumeFields[] = {
+    rows::Switch(0, "VQ3D-Master Volume Enable"),
+    rows::Number(4, FieldType::U32, "VQ3D-Master Volume Volume Step", 0, 100),
+    rows::Number(8, FieldType::I32, "VQ3D-Master Volume L/R Balance", -10, 10),
+    rows::Switch(12, "VQ3D-Master Volume Output Mute Enable"),
+};
+static_assert(TilesRecord(kMasterVolumeFields, 16));
+
+inline constexpr BlockField kHardLimiterFields[] = {
+    rows::Switch(0, "VQ3D-Hard Limiter Enable"),
+    rows::Gain(4, "VQ3D-Hard Limiter Output Gain", 3),
+    rows::Reserved(6),
+    {8, FieldType::U32, Conversion::Integer, Unit::None, "VQ3D-Hard Limiter Delay Length", 60, 240,
+     0, /*alone=*/false},
+    rows::Switch(12, "VQ3D-Hard Limiter Anticlip Enable"),
+    rows::Level(16, "VQ3D-Hard Limiter Anticlip Level"),
+    rows::Reserved(18),
+};
+static_assert(TilesRecord(kHardLimiterFields, 20));
+
+inline constexpr BlockField kAdvancedGainFields[] = {
+    rows::Reserved(0),
+    rows::Gain(2, "VQ3D-WIDHD Input Gain"),
+    rows::Gain(4, "VQ3D-AMHD Input Gain"),
+    rows::Gain(6, "VQ3D-PX3D Input Gain"),
+    rows::Gain(8, "VQ3D-MXHP Input Gain"),
+    rows::Gain(10, "VQ3D-DPHD Input Gain"),
+    rows::Gain(12, "VQ3D-GEQ Input Gain"),
+    rows::Gain(14, "VQ3D-Tone Input Gain"),
+    rows::Gain(16, "VQ3D-AEQ Input Gain"),
+    rows::Gain(18, "VQ3D-DPHD Reference Offset", 4),
+    {20, FieldType::I32, Conversion::Decibels, Unit::Decibels, "VQ3D-Hard Limiter Boost Offset", 0,
+     kLargest32, 6},
+};
+static_assert(TilesRecord(kAdvancedGainFields, 24));
+inline constexpr const BlockField& kToneInputGain =
+    RowOf(kAdvancedGainFields, "VQ3D-Tone Input Gain");
+
+// Large enough for every control block; a block is zeroed before it is filled.
+using BlockBytes = std::array<std::byte, 40>;
+
+// Coefficients that must reach the module before the block that selects them.
+struct CoefficientWrite {
+  std::uint32_t parameter;
+  std::array<std::int32_t, 24> words;
+  std::size_t count;
+};
+// None when the block does not select custom coefficients.
+using CoefficientDesign = std::optional<CoefficientWrite> (*)(const BlockBytes& block,
+                                                              const ControlValueMap& map);
+std::optional<CoefficientWrite> DesignBassCoefficients(const BlockBytes& block,
+                                                       const ControlValueMap& map);
+std::optional<CoefficientWrite> DesignSpaceCoefficients(const BlockBytes& block,
+                                                        const ControlValueMap& map);
+
+struct SkylakeBlock {
+  std::uint32_t parameter;
+  const char* name;
+  const char* writer;  // Class::Method
+  std::span<const BlockField> fields;
+  std::size_t size;
+  CoefficientDesign coefficients = nullptr;
+  // What a single-control write reports when the block cannot be read.
+  const wchar_t* read_failure = L"Error: [%s] set aborted. DSP GetParameter() failed.";
+};
+
+template <std::size_t N>
+constexpr std::size_t RecordSize(const BlockField (&fields)[N]) {
+  return fields[N - 1].offset + FieldWidth(fields[N - 1].type);
+}
+template <std::size_t N>
+constexpr SkylakeBlock MakeBlock(std::uint32_t parameter, const char* name, const char* writer,
+                                 const BlockField (&fields)[N],
+                                 CoefficientDesign coefficients = nullptr) {
+  return {parameter, name, writer, fields, RecordSize(fields), coefficients};
+}
+constexpr SkylakeBlock WithReadFailure(SkylakeBlock block, const wchar_t* text) {
+  block.read_failure = text;
+  return block;
+}
+
+// In the order of their identifiers.
+inline constexpr std::array<SkylakeBlock, 12> kSkylakeBlocks = {
+    MakeBlock(kSkylakeVQ3D, "KEL_PARAM_VQSND3D_VQ3D_CONTROLS_STU",
+              "KELAPOIntelDSP_SKL::SetVQ3DControls", kVQ3DFields),
+    WithReadFailure(MakeBlock(kSkylakeEVolHD, "KEL_PARAM_VQSND3D_EVOLHD_CONTROLS_STU",
+                              "KELAPOIntelDSP_SKL::SetVQ3DEVolHDControls", kEVolHDFields),
+                    L"Error: [%s] set failed. DSP GetParameter() failed."),
+    MakeBlock(kSkylakeVocalift, "KEL_PARAM_VQSND3D_VCLG_CONTROLS_STU",
+              "KELAPOIntelDSP_SKL::SetVQ3DVocadiagControls", kVocaliftFields),
+    MakeBlock(kSkylakeCommon, "KEL_PARAM_VQSND3D_COMMONCONTROLS_CONTROLS_STU",
+              "KELAPOIntelDSP_SKL::SetVQ3DCommonControls", kCommonFields, DesignBassCoefficients),
+    MakeBlock(kSkylakePX3D, "KEL_PARAM_VQSND3D_PX3D_CONTROLS_STU",
+              "KELAPOIntelDSP_SKL::SetVQ3DPX3DControls", kPX3DFields, DesignSpaceCoefficients),
+    MakeBlock(kSkylakeMXHP, "KEL_PARAM_VQSND3D_MXHP_CONTROLS_STU",
+              "KELAPOIntelDSP_SKL::SetVQ3DMXHPControls", kMXHPFields),
+    MakeBlock(kSkylakeGEQ, "KEL_PARAM_VQSND3D_GEQ_CONTROLS_STU",
+              "KELAPOIntelDSP_SKL::SetVQ3DGEQControls", kGEQFields),
+    MakeBlock(kSkylakeTone, "KEL_PARAM_VQSND3D_TONE_CONTROLS_CONTROLS_STU",
+              "KELAPOIntelDSP_SKL::SetVQ3DToneControls", kToneFields),
+    MakeBlock(kSkylakeAEQ, "KEL_PARAM_VQSND3D_AEQ_CONTROLS_STU",
+              "KELAPOIntelDSP_SKL::SetVQ3DAEQControls", kAEQFields),
+    MakeBlock(kSkylakeMasterVolume, "KEL_PARAM_VQSND3D_MVOL_CONTROLS_STU",
+              "KELAPOIntelDSP_SKL::SetVQ3DMvolControls", kMasterVolumeFields),
+    MakeBlock(kSkylakeHardLimiter, "KEL_PARAM_VQSND3D_HARDLIMITER_CONTROLS_STU",
+              "KELAPOIntelDSP_SKL::SetVQ3DHdLmtControls", kHardLimiterFields),
+    WithReadFailure(MakeBlock(kSkylakeAdvancedGains, "KEL_PARAM_VQSND3D_ADVGAIN_CONTROLS_STU",
+                              "KELAPOIntelDSP_SKL::SetVQ3DAdvGainControls", kAdvancedGainFields),
+                    L"Error: [Advance Gain Controls] set aborted. DSP GetParameter() failed."),
+};
+inline constexpr SkylakeBlock kCommonConfigBlock =
+    MakeBlock(kSkylakeCommonConfig, "KEL_PARAM_VQSND3D_COMMON_CNFG_CONTROLS_STU",
+              "KELAPOIntelDSP_SKL::SetVQ3DControls", kCommonConfigFields);
+
+constexpr std::size_t BlockIndex(std::uint32_t parameter) { return parameter - kSkylakeVQ3D; }
+constexpr const SkylakeBlock& BlockOf(std::uint32_t parameter) {
+  return kSkylakeBlocks[BlockIndex(parameter)];
+}
+constexpr bool BlocksStandAtTheirIndex() {
+  for (std::size_t i = 0; i < kSkylakeBlocks.size(); ++i)
+    if (BlockIndex(kSkylakeBlocks[i].parameter) != i ||
+        kSkylakeBlocks[i].size > BlockBytes().size())
+      return false;
+  return true;
+}
+static_assert(BlocksStandAtTheirIndex());
+
+// What each conversion writes; a row of another type would take the last case of its switch.
+constexpr bool ConvertsInto(Conversion conversion, FieldType type) {
+  switch (conversion) {
+    case Conversion::Reserved:
+      return true;
+    case Conversion::Decibels:
+      return type == FieldType::I16 || type == FieldType::I32;
+    case Conversion::Integer:
+      return type == FieldType::U32 || type == FieldType::I32;
+    case Conversion::LevelIntensity:
+      return type == FieldType::I32;
+    case Conversion::Percent:
+    case Conversion::BandGain:
+    case Conversion::BassLevel:
+    case Conversion::DefinitionLevel:
+    case Conversion::ClarityLevel:
+    case Conversion::FocusLevel:
+    case Conversion::HeadphoneClarityLevel:
+      return type == FieldType::I16;
+    default:
+      return type == FieldType::U32;
+  }
+}
+constexpr bool RowsFitTheirConversions(const SkylakeBlock& block) {
+  for (const BlockField& field : block.fields)
+    if (!ConvertsInto(field.conversion, field.type)) return false;
+  return true;
+}
+static_assert(std::all_of(kSkylakeBlocks.begin(), kSkylakeBlocks.end(), RowsFitTheirConversions));
+static_assert(RowsFitTheirConversions(kCommonConfigBlock));
+
+}  // namespace orv

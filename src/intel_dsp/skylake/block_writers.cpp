@@ -1,0 +1,187 @@
+// The writers of the control blocks.
+#include <algorithm>
+
+#include "dsp_math/elementary.h"
+#include "dsp_math/fixed_point.h"
+#include "intel_dsp/skylake/block_exchange.h"
+#include "intel_dsp/skylake/block_fields.h"
+#include "platform/diagnostics.h"
+
+namespace orv {
+namespace {
+
+constexpr std::int64_t kDefaultVolumeStep = 25;
+
+// A missing input gain of the tone control becomes -6 dB: 10^-0.3.
+constexpr std::int64_t kDefaultToneInputGain = 16423;
+
+HRESULT WriteFromControls(SkylakeDriver& driver, const SkylakeBlock& block,
+                          const ControlValueMap& map, std::uint8_t apply,
+                          const FieldRescue& rescue = {}) {
+  return Guarded(block.writer, [&] {
+    BlockBytes bytes{};
+    FillBlock(block, map, bytes, rescue);
+    const auto coefficients =
+        block.coefficients != nullptr ? block.coefficients(bytes, map) : std::nullopt;
+    return WriteBlock(driver, block, bytes, coefficients, apply, MethodName(block.writer));
+  });
+}
+
+// When controls are missing the DSP keeps what it holds; only when it does not say what that is the
+// block goes out as it was built so far, after `complete`.
+template <class Complete>
+HRESULT WriteOrKeep(SkylakeDriver& driver, const SkylakeBlock& block, const ControlValueMap& map,
+                    std::uint8_t apply, const wchar_t* ignored, Complete complete) {
+  return Guarded(block.writer, [&] {
+    const char* const operation = MethodName(block.writer);
+    BlockBytes bytes{};
+    try {
+      FillBlock(block, map, bytes);
+    } catch (const IntelException& error) {
+      Diagnose(ORV_HERE(block.writer), ignored, error.what());
+      BlockBytes held{};
+      const HRESULT status = ReadBlock(driver, block, held, apply);
+      if (SUCCEEDED(status)) {
+        RememberBlock(block, held);
+        ShowtOpStatus(true, block.name, operation);
+        return status;
+      }
+      complete(bytes);
+    }
+    return WriteBlock(driver, block, bytes, std::nullopt, apply, operation);
+  });
+}
+
+}  // namespace
+
+HRESULT KELAPOIntelDSP_SKL::SetVQ3DControls(const ControlValueMap& map, std::uint8_t apply) {
+  const SkylakeBlock& block = BlockOf(kSkylakeVQ3D);
+  return Guarded(block.writer, [&] {
+    BlockBytes bytes{};
+    FillBlock(block, map, bytes);
+    const char* const operation = MethodName(block.writer);
+    const HRESULT status = WriteBlock(driver_, block, bytes, std::nullopt, apply, operation);
+
+    BlockBytes config{};
+    FillBlock(kCommonConfigBlock, map, config);
+    const HRESULT config_status =
+        SendParameter(driver_, kCommonConfigBlock.parameter,
+                      std::span(config).first(kCommonConfigBlock.size), apply);
+    ShowtOpStatus(SUCCEEDED(config_status), kCommonConfigBlock.name, operation);
+    return FAILED(status) ? status : config_status;
+  });
+}
+
+HRESULT KELAPOIntelDSP_SKL::SetVQ3DEVolHDControls(const ControlValueMap& map, std::uint8_t apply) {
+  return WriteFromControls(driver_, BlockOf(kSkylakeEVolHD), map, apply);
+}
+
+HRESULT KELAPOIntelDSP_SKL::SetVQ3DVocadiagControls(const ControlValueMap& map,
+                                                    std::uint8_t apply) {
+  return WriteFromControls(driver_, BlockOf(kSkylakeVocalift), map, apply);
+}
+
+HRESULT KELAPOIntelDSP_SKL::SetVQ3DCommonControls(const ControlValueMap& map, std::uint8_t apply) {
+  return WriteFromControls(driver_, BlockOf(kSkylakeCommon), map, apply);
+}
+
+HRESULT KELAPOIntelDSP_SKL::SetVQ3DPX3DControls(const ControlValueMap& map, std::uint8_t apply) {
+  return WriteFromControls(driver_, BlockOf(kSkylakePX3D), map, apply);
+}
+
+HRESULT KELAPOIntelDSP_SKL::SetVQ3DMXHPControls(const ControlValueMap& map, std::uint8_t apply) {
+  return WriteFromControls(driver_, BlockOf(kSkylakeMXHP), map, apply);
+}
+
+HRESULT KELAPOIntelDSP_SKL::SetVQ3DGEQControls(const ControlValueMap& map, std::uint8_t apply) {
+  return WriteFromControls(driver_, BlockOf(kSkylakeGEQ), map, apply);
+}
+
+HRESULT KELAPOIntelDSP_SKL::SetVQ3DToneControls(const ControlValueMap& map, std::uint8_t apply) {
+  return WriteOrKeep(driver_, BlockOf(kSkylakeTone), map, apply,
+                     L"VQ3D Tone Controls are ignored: %S\n", [](BlockBytes&) {});
+}
+
+HRESULT KELAPOIntelDSP_SKL::SetVQ3DAEQControls(const ControlValueMap& map, std::uint8_t apply) {
+  return WriteFromControls(driver_, BlockOf(kSkylakeAEQ), map, apply);
+}
+
+HRESULT KELAPOIntelDSP_SKL::SetVQ3DMvolControls(const ControlValueMap& map, std::uint8_t apply) {
+  const auto complete = [](BlockBytes& bytes) {
+    constexpr std::int64_t kValues[] = {kDefaultVolumeStep, /*balance*/ 0, /*mute*/ 0};
+    for (std::size_t i = 0; i < std::size(kValues); ++i) {
+      const BlockField& field = kMasterVolumeFields[i + 1];
+      StoreField(bytes, field.offset, field.type, kValues[i]);
+    }
+  };
+  return WriteOrKeep(driver_, BlockOf(kSkylakeMasterVolume), map, apply,
+                     L"VQ3D-Master Volume controls are ignored: %S\n", complete);
+}
+
+HRESULT KELAPOIntelDSP_SKL::SetVQ3DHdLmtControls(const ControlValueMap& map, std::uint8_t apply) {
+  return WriteFromControls(driver_, BlockOf(kSkylakeHardLimiter), map, apply);
+}
+
+HRESULT KELAPOIntelDSP_SKL::SetVQ3DAdvGainControls(const ControlValueMap& map, std::uint8_t apply) {
+  const SkylakeBlock& block = BlockOf(kSkylakeAdvancedGains);
+  const auto rescue = [&](const BlockField& field, const IntelException& error, BlockBytes& bytes) {
+    if (field.offset != kToneInputGain.offset) return false;
+    const DiagnosticSite site = ORV_HERE("KELAPOIntelDSP_SKL::SetVQ3DAdvGainControls");
+    Diagnose(site, L"VQ3D-Tone Input Gain is ignored: %S\n", error.what());
+    std::int64_t gain = kDefaultToneInputGain;
+    BlockBytes held{};
+    if (SUCCEEDED(ReadBlock(driver_, block, held, apply))) {
+      Diagnose(site, L"VQ3D-Tone Input Gain got from DSP: \n");
+      gain = ReadField(held, field.offset, field.type);
+    }
+    StoreField(bytes, field.offset, field.type, gain);
+    return true;
+  };
+  return WriteFromControls(driver_, block, map, apply, rescue);
+}
+
+HRESULT KELAPOIntelDSP_SKL::SetPPModuleStatus(std::uint8_t enable, std::uint8_t apply) {
+  Diagnose(ORV_HERE("KELAPOIntelDSP_SKL::SetPPModuleStatus"), L"Setting PP Module status to: %d\n",
+           static_cast<int>(enable));
+  HRESULT status = E_FAIL;
+  const bool succeeded = driver_.SetStatus(status, enable, apply);
+  if (!succeeded && SUCCEEDED(status)) status = E_FAIL;
+  ShowtOpStatus(SUCCEEDED(status), "SetStatus", "SetPPModuleStatus");
+  return status;
+}
+
+HRESULT KELAPOIntelDSP_SKL::SetProcessEnable(std::uint32_t value, std::uint8_t apply) {
+  const SkylakeBlock& block = BlockOf(kSkylakeVQ3D);
+  BlockBytes bytes{};
+  const HRESULT status = ReadBlock(driver_, block, bytes, apply);
+  if (FAILED(status)) return status;
+  StoreField(bytes, kProcessEnable.offset, kProcessEnable.type, value);
+  Guarded("KELAPOIntelDSP_SKL::SetProcessEnable", [&] {
+    return WriteBlock(driver_, block, bytes, std::nullopt, apply, "SetProcessEnable");
+  });
+  return status;
+}
+
+HRESULT KELAPOIntelDSP_SKL::SetGEQBandGain(int band, std::int16_t gain, std::uint8_t apply) {
+  if (band < 0 || static_cast<std::size_t>(band) >= kBandFields.size()) return E_INVALIDARG;
+  const DiagnosticSite site = ORV_HERE("KELAPOIntelDSP_SKL::SetGEQBandGain");
+  const SkylakeBlock& block = BlockOf(kSkylakeGEQ);
+  BlockBytes bytes{};
+  const HRESULT status = ReadBlock(driver_, block, bytes, apply);
+  if (FAILED(status)) {
+    Diagnose(site, L"Error: [GEQ Band %d] set aborted due to DSP GetParameter() failed.", band);
+    return status;
+  }
+  const BlockField& field = kBandFields[static_cast<std::size_t>(band)];
+  const auto current = static_cast<int>(ReadField(bytes, field.offset, field.type));
+  Diagnose(site, L"cur GEQControls.bgain[%d] = %d (0x%x) \n", band, current, current);
+  const std::int64_t wanted = ToFixed16(DecibelsToGain(gain / 10.0), field.integer_bits);
+  const auto value = static_cast<int>(std::clamp(wanted, field.low, field.high));
+  Diagnose(site, L"new GEQControls.bgain[%d] = %d (0x%x) \n", band, value, value);
+  StoreField(bytes, field.offset, field.type, value);
+  return Guarded(site.function, [&] {
+    return WriteBlock(driver_, block, bytes, std::nullopt, apply, "SetGEQBandGain");
+  });
+}
+
+}  // namespace orv

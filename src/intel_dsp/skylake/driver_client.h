@@ -1,0 +1,73 @@
+// Client of the Skylake driver's post-processing module, over kernel-streaming properties.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "intel_dsp/skylake/driver_client_records.h"
+#include "intel_dsp/skylake/skylake_driver.h"
+#include "intel_dsp/skylake/topology_walk.h"
+#include "platform/machine.h"
+
+namespace orv {
+
+// Used by one thread at a time, and so are all clients of the process together: parameter blocks
+// pass through one buffer. Until an activation has succeeded every request fails.
+class KELAPOIntelDriverInterface_SKL final : public SkylakeDriver {
+ public:
+  // What GetAPIVersion and GetModuleInfo answer when there is nothing to tell.
+  static constexpr HRESULT kUnsuccessful = static_cast<HRESULT>(0xC0000001);
+
+  // The driver is given the event, if there is one, until the client is destroyed.
+  KELAPOIntelDriverInterface_SKL(std::shared_ptr<Machine> machine,
+                                 std::shared_ptr<NamedEvent> event);
+  ~KELAPOIntelDriverInterface_SKL();
+  KELAPOIntelDriverInterface_SKL(const KELAPOIntelDriverInterface_SKL&) = delete;
+  KELAPOIntelDriverInterface_SKL& operator=(const KELAPOIntelDriverInterface_SKL&) = delete;
+
+  // Finds the module behind an active render endpoint; an empty identifier means the default
+  // endpoint. Once only.
+  HRESULT ActivateIKsControls(const std::wstring& device_id);
+
+  // These succeed when the driver took the request and answered all of it.
+  bool GetAPIVersion(HRESULT& status, std::uint8_t& version, std::uint8_t& features);
+  bool GetModuleInfo(HRESULT& status, std::string& name, std::string& version);
+  bool GetStatus(HRESULT& status, std::uint8_t& enabled, std::uint8_t apply) override;
+  bool SetStatus(HRESULT& status, std::uint8_t enable, std::uint8_t apply) override;
+  // 0 while the module is not instantiated.
+  bool GetInstanceStatus(HRESULT& status, std::uint8_t& instance);
+  // `buffer` takes at most `size` bytes, and zeros behind a shorter answer.
+  bool GetParameter(HRESULT& status, std::uint32_t parameter, void* buffer, std::uint32_t size,
+                    std::uint8_t apply) override;
+  bool SetParameter(HRESULT& status, std::uint32_t parameter, const void* buffer,
+                    std::uint32_t size, std::uint8_t apply) override;
+
+ private:
+  HRESULT FindWaveFilter(IMMDeviceEnumerator& devices, const std::wstring& device_id);
+  HRESULT ActivateControl(IMMDeviceEnumerator& devices, ComPtr<IKsControl>& control);
+  HRESULT CheckVersion(IKsControl& control);
+  HRESULT FindModule(IKsControl& control);
+  HRESULT ReadModuleList(IKsControl& control, std::vector<std::byte>& list);
+  HRESULT RegisterModuleEvent();
+  void UnregisterEvent();
+
+  skylake::NodeProperty HeaderOf(skylake::Property property, std::uint32_t flags) const;
+  skylake::ModuleRequest RequestOf(skylake::Property property, std::uint32_t flags) const;
+  bool ReadAnswer(void* buffer, std::uint32_t size, ULONG returned);
+
+  std::shared_ptr<Machine> machine_;  // outlives the objects taken from it
+  std::shared_ptr<NamedEvent> event_;
+  bool event_registered_ = false;
+  ComPtr<IKsControl> control_;
+  WaveFilter filter_;
+  std::optional<skylake::VersionAnswer> version_;
+  std::optional<skylake::ModuleEntry> module_;
+};
+
+// Reports the bytes as hexadecimal digits.
+void DumpBuffer(std::span<const std::byte> bytes);
+
+}  // namespace orv

@@ -1,0 +1,190 @@
+// One control by name: the block that holds it is read, changed and sent back.
+#include <algorithm>
+#include <limits>
+#include <optional>
+#include <utility>
+#include <variant>
+
+#include "intel_dsp/skylake/block_exchange.h"
+#include "intel_dsp/skylake/block_fields.h"
+#include "platform/diagnostics.h"
+#include "platform/text.h"
+
+namespace orv {
+namespace {
+
+constexpr const char* kFunction = "KELAPOIntelDSP_SKL::SetControl";
+
+// Controls that have no field of their own: other names of one, and what others are derived from.
+struct FurtherControl {
+  const char* control;
+  std::uint32_t parameter;
+  std::size_t offset;
+  Conversion conversion;
+};
+constexpr FurtherControl kFurtherControls[] = {
+    {"VQ3D-DPHD Max Level", kSkylakeCommon, 4, Conversion::BassLevel},
+    {"VQ3D-DPHD Boost Enable", kSkylakeCommon, 4, Conversion::BassLevel},
+    {"VQ3D-DPHD Boost Split", kSkylakeCommon, 4, Conversion::BassLevel},
+    {"VQ3D-DPHD Speaker Audio Custom Size", kSkylakeCommon, 8, Conversion::SpeakerSize},
+    {"VQ3D-DPHD Speaker Analysis Custom Size", kSkylakeCommon, 12, Conversion::SpeakerSize},
+    {"VQ3D-Definition Max Level", kSkylakeCommon, 36, Conversion::DefinitionLevel},
+    {"VQ3D-DialogClarity Enable", kSkylakePX3D, 0, Conversion::Bool},
+    {"VQ3D-DialogClarity Level", kSkylakePX3D, 4, Conversion::Percent},
+    {"VQ3D-DC Max Level", kSkylakePX3D, 4, Conversion::ClarityLevel},
+    {"VQ3D-WIDHD Focus Level", kSkylakePX3D, 12, Conversion::Percent},
+    {"VQ3D-Space HPF Custom Freq", kSkylakePX3D, 20, Conversion::SpaceCutoff},
+    {"VQ3D-MXHP DialogClarity Enable", kSkylakeMXHP, 8, Conversion::Bool},
+    {"VQ3D-MXHP DialogClarity Level", kSkylakeMXHP, 12, Conversion::Percent},
+};
+// A simple conversion is any field's; every other one is the field's own.
+constexpr bool FurtherControlsFitTheirFields() {
+  for (const FurtherControl& further : kFurtherControls) {
+    bool fits = false;
+    for (const BlockField& field : BlockOf(further.parameter).fields)
+      fits |= field.offset == further.offset &&
+              (IsSimple(further.conversion) || field.conversion == further.conversion);
+    if (!fits) return false;
+  }
+  return true;
+}
+static_assert(FurtherControlsFitTheirFields());
+
+struct Target {
+  const SkylakeBlock* block;
+  BlockField field;
+  bool own;  // the field's own control, not a further one
+};
+
+std::optional<Target> FindTarget(const std::string& control) {
+  for (const FurtherControl& further : kFurtherControls) {
+    if (control != further.control) continue;
+    const SkylakeBlock& block = BlockOf(further.parameter);
+    const auto found =
+        std::find_if(block.fields.begin(), block.fields.end(),
+                     [&](const BlockField& field) { return field.offset == further.offset; });
+    Target target{&block, *found, false};
+    if (IsSimple(further.conversion)) {
+      target.field.control = further.control;
+      target.field.conversion = further.conversion;
+    }
+    return target;
+  }
+  for (const SkylakeBlock& block : kSkylakeBlocks)
+    for (const BlockField& field : block.fields)
+      if (field.conversion != Conversion::Reserved && field.alone && control == field.control)
+        return Target{&block, field, true};
+  return std::nullopt;
+}
+
+using ControlNumber = std::int32_t;
+using NewValue = std::variant<ControlNumber, std::string>;
+
+std::optional<NewValue> ReadVariant(const VARIANT& value, bool text_allowed) {
+  if (value.vt == VT_I4) return static_cast<ControlNumber>(value.lVal);
+  if (value.vt == VT_I8) return static_cast<ControlNumber>(value.llVal);  // its low half
+  if (value.vt != VT_BSTR || !text_allowed) return std::nullopt;
+  if (value.bstrVal == nullptr) return std::string();
+  return Narrow({value.bstrVal, SysStringLen(value.bstrVal)});
+}
+
+ControlValueMap MapOfSimple(const BlockField& field, ControlNumber number) {
+  const ControlNumber value = field.conversion == Conversion::Bool ? number != 0 : number;
+  return {{field.control, ORVQVTValue(field.control, value)}};
+}
+
+// Everything in the list that fields of this block are made of, with the new value in its place.
+ControlValueMap MapOfList(const SkylakeBlock& block, const ORVQVTValueList& list,
+                          const std::string& control, const NewValue& value) {
+  ControlValueMap map;
+  const auto take = [&](const std::string& name) {
+    if (const ORVQVTValue* held = list.Find(name)) map.emplace(name, *held);
+  };
+  for (const BlockField& field : block.fields) {
+    if (IsSimple(field.conversion)) continue;
+    take(field.control);
+    take(std::string(field.control) + " Float");
+  }
+  for (const FurtherControl& further : kFurtherControls)
+    if (further.parameter == block.parameter) take(further.control);
+  ORVQVTValue& entry = map[control];
+  entry.SetName(control);
+  std::visit([&](const auto& held) { entry.SetValue(held); }, value);
+  return map;
+}
+
+// The band of a field, from 0.
+int BandIndex(const BlockField& field) {
+  const BlockField& first = kBandFields.front();
+  return static_cast<int>((field.offset - first.offset) / FieldWidth(first.type));
+}
+
+void FillTarget(const Target& target, const ControlValueMap& map, BlockBytes& bytes) {
+  ConvertField(target.field, map, bytes);
+  if (target.field.conversion != Conversion::ClarityLevel) return;
+  for (const BlockField& field : target.block->fields)
+    if (field.conversion == Conversion::FocusLevel) ConvertField(field, map, bytes);
+}
+
+HRESULT ChangeBlock(SkylakeDriver& driver, const Target& target, const std::string& control,
+                    const NewValue& value, ORVQVTValueList& list, std::uint8_t apply) {
+  const SkylakeBlock& block = *target.block;
+  BlockBytes bytes{};
+  const HRESULT read_status = ReadBlock(driver, block, bytes, apply);
+  if (FAILED(read_status)) {
+    Diagnose(ORV_HERE(kFunction), block.read_failure, control);
+    return read_status;
+  }
+  if (IsSimple(target.field.conversion)) {
+    FillTarget(target, MapOfSimple(target.field, std::get<ControlNumber>(value)), bytes);
+    return WriteBlock(driver, block, bytes, std::nullopt, apply, control.c_str());
+  }
+  const ControlValueMap map = MapOfList(block, list, control, value);
+  FillTarget(target, map, bytes);
+  const bool selects_coefficients = target.field.conversion == Conversion::SpeakerSize ||
+                                    target.field.conversion == Conversion::SpaceCutoff;
+  const auto coefficients = selects_coefficients ? block.coefficients(bytes, map) : std::nullopt;
+  const HRESULT status = WriteBlock(driver, block, bytes, coefficients, apply, control.c_str());
+  if (SUCCEEDED(status)) {
+    ORVQVTValue written = map.at(control);
+    list.GetOrAdd(control) = std::move(written);
+  }
+  return status;
+}
+
+}  // namespace
+
+HRESULT KELAPOIntelDSP_SKL::SetControl(const std::wstring& name, const VARIANT& value,
+                                       ORVQVTValueList& list, std::uint8_t apply) {
+  const DiagnosticSite site = ORV_HERE(kFunction);
+  Diagnose(site, L"[%S]\n", name);
+  return Guarded(kFunction, [&] {
+    const std::string control = Narrow(name);
+    const std::optional<Target> target = FindTarget(control);
+    if (!target) return E_INVALIDARG;
+    const auto given = ReadVariant(value, target->own && target->field.unit == Unit::Name);
+    if (!given) return E_INVALIDARG;
+
+    if (const auto* text = std::get_if<std::string>(&*given)) {
+      Diagnose(site, L"%S : %S\n", control, *text);
+      return ChangeBlock(driver_, *target, control, *given, list, apply);
+    }
+    const ControlNumber number = std::get<ControlNumber>(*given);
+    if (control == kProcessEnable.control) {
+      const std::uint8_t enable = number != 0 ? 1 : 0;
+      Diagnose(site, L"VQ3D-Process Enable : %s\n", enable != 0 ? L"Enable" : L"Disable");
+      const HRESULT status = SetProcessEnable(enable, apply);
+      SetPPModuleStatus(enable, apply);
+      return status;
+    }
+    Diagnose(site, L"%S : %d\n", control, number);
+    if (target->field.conversion != Conversion::BandGain)
+      return ChangeBlock(driver_, *target, control, *given, list, apply);
+    using Gain = std::numeric_limits<std::int16_t>;
+    return SetGEQBandGain(
+        BandIndex(target->field),
+        static_cast<std::int16_t>(std::clamp<ControlNumber>(number, Gain::min(), Gain::max())), 0);
+  });
+}
+
+}  // namespace orv

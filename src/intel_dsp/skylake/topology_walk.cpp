@@ -1,0 +1,189 @@
+#include "intel_dsp/skylake/topology_walk.h"
+
+#include <utility>
+
+#include "intel_dsp/skylake/driver_client_records.h"
+#include "intel_dsp/task_text.h"
+#include "platform/diagnostics.h"
+
+namespace orv {
+namespace {
+
+// Far beyond real topologies; a walk in circles ends there.
+constexpr unsigned kMostConnectors = 16;
+constexpr unsigned kDeepestPath = 64;
+constexpr unsigned kMostParts = 1024;
+
+constexpr HRESULT kNoMatch = S_FALSE;
+
+// Reports a failure under its text.
+HRESULT Report(const DiagnosticSite& site, const wchar_t* text, HRESULT status) {
+  if (FAILED(status)) Diagnose(site, text, status);
+  return status;
+}
+
+// Sets the part's selector to the part that the walk came from. False when it has none.
+template <class Selector>
+bool Select(IPart& part, IPart& arrived_from, const wchar_t* done, const wchar_t* failed) {
+  ComPtr<Selector> selector;
+  if (FAILED(part.Activate(CLSCTX_ALL, orv_apo::InterfaceId<Selector>::value, selector.PutVoid())))
+    return false;
+  UINT id = 0;
+  if (FAILED(Report(ORV_HERE("TopologyWalk::SelectPath"),
+                    L"IPart interface GetLocalId failed! Result: 0x%x",
+                    arrived_from.GetLocalId(&id))))
+    return true;
+  if (SUCCEEDED(Report(ORV_HERE("TopologyWalk::SelectPath"), failed,
+                       selector->SetSelection(id, nullptr))))
+    Diagnose(ORV_HERE("TopologyWalk::SelectPath"), done);
+  return true;
+}
+
+}  // namespace
+
+HRESULT TopologyWalk::FindWaveFilter(IMMDevice& endpoint, WaveFilter& filter) {
+  filter_ = {};
+  parts_left_ = kMostParts;
+  ComPtr<IDeviceTopology> topology;
+  HRESULT status = endpoint.Activate(IID_IDeviceTopology, CLSCTX_ALL, nullptr, topology.PutVoid());
+  if (FAILED(status)) return status;
+  ComPtr<IConnector> connector;
+  status = Report(ORV_HERE("TopologyWalk::FindWaveFilter"), L"GetConnector failed! 0x%x",
+                  topology->GetConnector(0, connector.Put()));
+  if (FAILED(status)) return status;
+  for (unsigned i = 0; i < kMostConnectors; ++i) {
+    Diagnose(ORV_HERE("TopologyWalk::FindWaveFilter"), L"--- next connector ---");
+    bool ends = false;
+    status = EndsHere(*connector, ends);
+    if (FAILED(status)) return status;
+    if (ends) {
+      Diagnose(ORV_HERE("TopologyWalk::FindWaveFilter"), L"End of connectors. Found Software_IO.");
+      if (filter_.device_id.empty()) return kNoMatch;
+      filter = std::move(filter_);
+      return S_OK;
+    }
+    status = NextConnector(connector);
+    if (status != S_OK) return status;
+  }
+  return E_FAIL;
+}
+
+HRESULT TopologyWalk::EndsHere(IConnector& connector, bool& ends) {
+  BOOL connected = FALSE;
+  HRESULT status = Report(ORV_HERE("TopologyWalk::EndsHere"), L"Connector IsConnected failed! 0x%x",
+                          connector.IsConnected(&connected));
+  if (FAILED(status)) return status;
+  ConnectorType type = Unknown_Connector;
+  status = Report(ORV_HERE("TopologyWalk::EndsHere"), L"Connector GetType failed! 0x%x",
+                  connector.GetType(&type));
+  ends = connected == FALSE && type == Software_IO;
+  return status;
+}
+
+HRESULT TopologyWalk::NextConnector(ComPtr<IConnector>& connector) {
+  ComPtr<IConnector> other;
+  HRESULT status =
+      Report(ORV_HERE("TopologyWalk::NextConnector"), L"Connector GetConnectedTo failed! 0x%x",
+             connector->GetConnectedTo(other.Put()));
+  if (FAILED(status)) return status;
+  Diagnose(ORV_HERE("TopologyWalk::NextConnector"),
+           L"Connector Conexant Crash location is passed! ");
+  ComPtr<IPart> part;
+  status = Report(ORV_HERE("TopologyWalk::NextConnector"),
+                  L"Failed to query next connector IPart interface! 0x%x",
+                  other->QueryInterface(IID_IPart, part.PutVoid()));
+  if (FAILED(status)) return status;
+  ComPtr<IPart> last;
+  status = WalkParts(*part, 0, last);
+  if (status != S_OK) return status;
+  connector = last.As<IConnector>();
+  return connector ? S_OK : kNoMatch;
+}
+
+HRESULT TopologyWalk::WalkParts(IPart& part, unsigned depth, ComPtr<IPart>& last) {
+  if (depth == kDeepestPath || parts_left_ == 0) return E_FAIL;
+  --parts_left_;
+  ComPtr<IPartsList> parts;
+  HRESULT status = part.EnumPartsIncoming(parts.Put());
+  UINT count = 0;
+  if (status == orv_apo::kNotFound) {
+    Diagnose(ORV_HERE("TopologyWalk::WalkParts"),
+             L"EnumParts failed. Result: 0x%x This is error is expected.", status);
+  } else if (FAILED(Report(ORV_HERE("TopologyWalk::WalkParts"), L"EnumParts failed. Result: 0x%x",
+                           status))) {
+    return status;
+  } else {
+    status = Report(ORV_HERE("TopologyWalk::WalkParts"),
+                    L"Failed to retrieve count of the outgoing/incoming parts! Result: 0x%x",
+                    parts->GetCount(&count));
+    if (FAILED(status)) return status;
+    if (count == 0) Diagnose(ORV_HERE("TopologyWalk::WalkParts"), L"No parts were found!");
+  }
+  if (count == 0) {
+    Diagnose(ORV_HERE("TopologyWalk::WalkParts"), L"End of parts; replacing connector");
+    last = ComPtr<IPart>(&part);
+    return ReadFilter(part);
+  }
+  for (UINT i = 0; i < count; ++i) {
+    ComPtr<IPart> next;
+    status = Report(ORV_HERE("TopologyWalk::WalkParts"),
+                    L"Failed to retrieve next part from incoming parts! Result: 0x%x",
+                    parts->GetPart(i, next.Put()));
+    if (FAILED(status)) return status;
+    SelectPath(*next, part);
+    status = WalkParts(*next, depth + 1, last);
+    if (status == S_OK || parts_left_ == 0) return status;
+  }
+  return status;
+}
+
+// A selector that refuses leaves the sound on its way, and the filter behind it where it is.
+void TopologyWalk::SelectPath(IPart& part, IPart& arrived_from) {
+  if (!Select<IAudioInputSelector>(part, arrived_from, L"Input selector activated",
+                                   L"Failed to select input selector! Result: 0x%x"))
+    Select<IAudioOutputSelector>(part, arrived_from, L"Output selector activated",
+                                 L"Failed to select output selector! Result: 0x%x");
+}
+
+// The last part of a path says which device it belongs to and where that takes requests.
+HRESULT TopologyWalk::ReadFilter(IPart& last) {
+  ComPtr<IDeviceTopology> topology;
+  HRESULT status =
+      Report(ORV_HERE("TopologyWalk::ReadFilter"), L"GetTopologyObject failed! Result: 0x%x",
+             last.GetTopologyObject(topology.Put()));
+  if (FAILED(status)) return status;
+  TaskText id;
+  status = Report(ORV_HERE("TopologyWalk::ReadFilter"), L"GetDeviceId failed! Result: 0x%x",
+                  TakeTaskText(id, [&](LPWSTR* raw) { return topology->GetDeviceId(raw); }));
+  if (FAILED(status)) return status;
+  ComPtr<IMMDevice> device;
+  status = Report(ORV_HERE("TopologyWalk::ReadFilter"), L"GetDevice failed! Result: 0x%x",
+                  devices_.GetDevice(id.get(), device.Put()));
+  if (FAILED(status)) return status;
+  filter_.device_id = id.get();
+  UINT part_id = 0;
+  Report(ORV_HERE("TopologyWalk::ReadFilter"), L"Warning, failed to retrieve node id! Result: 0x%x",
+         last.GetLocalId(&part_id));
+  filter_.node = static_cast<std::uint16_t>(part_id & 0xFFFF);
+  ReadOffloadPin(*device);
+  return S_OK;
+}
+
+void TopologyWalk::ReadOffloadPin(IMMDevice& device) {
+  Diagnose(ORV_HERE("TopologyWalk::ReadOffloadPin"), L"Trying to read offload pin id...");
+  const skylake::NodeProperty request = {skylake::kAudioEngineSet, skylake::kAudioEngineDescriptor,
+                                         skylake::kGetFromNode, filter_.node, 0};
+  skylake::EngineDescriptor pins = {};
+  ULONG returned = 0;
+  ComPtr<IKsControl> control;
+  HRESULT status = device.Activate(IID_IKsControl, CLSCTX_ALL, nullptr, control.PutVoid());
+  if (SUCCEEDED(status))
+    status = skylake::SendProperty(*control, request, &pins, sizeof pins, returned);
+  if (SUCCEEDED(status) && returned < sizeof pins) status = E_FAIL;
+  if (FAILED(Report(ORV_HERE("TopologyWalk::ReadOffloadPin"),
+                    L"Warning, failed to retrieve pin id! Result: 0x%x", status)))
+    return;
+  Diagnose(ORV_HERE("TopologyWalk::ReadOffloadPin"), L"Using pin id: %d", pins.offload_pin);
+}
+
+}  // namespace orv

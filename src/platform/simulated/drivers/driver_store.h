@@ -1,0 +1,82 @@
+// The drivers' memory as all objects of a machine share it: one lock around it, kept in step with
+// the file drivers.json of the machine's folder when there is one.
+#pragma once
+
+#include <atomic>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "platform/files.h"
+#include "platform/simulated/drivers/driver_memory.h"
+#include "platform/simulated/fault_plan.h"
+#include "platform/simulated/file_stamp.h"
+
+namespace orv {
+
+// One request as misbehaviour and refusals see it.
+struct DriverRequest {
+  const char* driver;
+  const char* name;             // see driver_requests.h
+  std::uint32_t parameter = 0;  // of a "parameter" request
+  bool is_get = true;
+
+  std::string Text() const;  // "parameter 0x10014404"
+};
+
+class DriverStore {
+ public:
+  explicit DriverStore(std::shared_ptr<FaultPlan> faults) : faults_(std::move(faults)) {}
+
+  // Puts the memory upon a folder's file, which need not exist; false with a reason when it is
+  // refused.
+  bool Attach(const std::filesystem::path& folder, FileError& error);
+
+  // Run `body` on the present memory. False when the file cannot be read, or not written: the
+  // memory is then as it was.
+  bool Read(const std::function<void(const DriverMemory&)>& body);
+  bool Change(const std::function<void(DriverMemory&)>& body);
+
+  // Keeps why a request was not taken; a full disk only loses the note.
+  void NoteRefusal(const DriverRequest& request, const std::string& reason);
+
+  // The first of a driver's rules that is due for a request; counts the request for every rule that
+  // is meant for it.
+  std::optional<DriverMisbehaviour> Due(const std::vector<DriverMisbehaviour>& rules,
+                                        const DriverRequest& request);
+
+  // Handles of this process: devices, events. Events are known to drivers while they are open.
+  std::uint64_t NewHandle() noexcept { return next_handle_.fetch_add(4); }
+  void EventOpened(std::uint64_t handle);
+  void EventClosed(std::uint64_t handle) noexcept;
+  bool IsEventOpen(std::uint64_t handle);
+  // False when the handle is registered already, or is not.
+  bool RegisterEvent(std::uint64_t handle);
+  bool UnregisterEvent(std::uint64_t handle);
+  std::size_t registered_events();
+
+ private:
+  bool Refresh();  // under the lock
+  bool Load(FileError& error);
+
+  std::shared_ptr<FaultPlan> faults_;
+  std::mutex lock_;
+  DriverMemory memory_;
+  std::filesystem::path folder_;  // empty in memory
+  std::filesystem::path file_;
+  FileStamp stamp_;
+  std::uint64_t change_ = 0;  // number of the latest change
+  bool readable_ = true;
+  std::map<std::pair<std::string, std::size_t>, std::uint32_t> calls_;  // by driver and rule
+  std::atomic<std::uint64_t> next_handle_{0x104};
+  std::set<std::uint64_t> open_events_;
+  std::set<std::uint64_t> registered_;
+};
+
+}  // namespace orv

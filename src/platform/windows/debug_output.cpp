@@ -1,0 +1,12 @@
+#include "platform/debug_output.h"
+
+#include <windows.h>
+
+namespace orv {
+
+// Whether anybody listens is the system's affair.
+bool DebugOutputWanted() noexcept { return true; }
+
+void WriteDebugOutput(const wchar_t* line) noexcept { ::OutputDebugStringW(line); }
+
+}  // namespace orv

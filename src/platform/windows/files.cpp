@@ -1,0 +1,235 @@
+#include "platform/files.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <cstring>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "platform/windows/handle.h"
+#include "platform/windows/system_error_text.h"
+
+namespace orv {
+namespace {
+
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+// Programs that look into every new file hold it for a moment.
+constexpr int kMoveAttempts = 200;
+constexpr DWORD kMoveRetry = 5;  // milliseconds
+
+// What the path stands for in the end, when it is a link.
+std::filesystem::path Target(const std::filesystem::path& file) {
+  if (!std::filesystem::is_symlink(std::filesystem::symlink_status(file))) return file;
+  const Handle opened(::CreateFileW(file.c_str(), 0, kShareAll, nullptr, OPEN_EXISTING,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr));
+  std::wstring path(32768, L'\0');
+  const DWORD length = ::GetFinalPathNameByHandleW(
+      opened.get(), path.data(), static_cast<DWORD>(path.size()), FILE_NAME_NORMALIZED);
+  if (length == 0 || length >= path.size()) return file;
+  path.resize(length);
+  return path;
+}
+
+// The access list of a file, for another one that takes its place; empty when there is none.
+std::vector<std::byte> AccessList(const std::filesystem::path& file) {
+  DWORD size = 0;
+  ::GetFileSecurityW(file.c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
+  std::vector<std::byte> descriptor(size);
+  if (size == 0 || ::GetFileSecurityW(file.c_str(), DACL_SECURITY_INFORMATION, descriptor.data(),
+                                      size, &size) == 0)
+    return {};
+  return descriptor;
+}
+
+// Gives an open file another name, whatever holds that name and whoever has that open. Systems and
+// file systems that are too old for it refuse.
+bool RenameOver(HANDLE file, const std::filesystem::path& target) {
+  struct RenameRequest {
+    DWORD flags;
+    HANDLE folder;
+    DWORD name_size;  // bytes
+    wchar_t name[1];
+  };
+  constexpr auto kRename = static_cast<FILE_INFO_BY_HANDLE_CLASS>(22);
+  constexpr DWORD kReplace = 1;
+  constexpr DWORD kPosixSemantics = 2;
+  std::error_code error;
+  const std::wstring name = std::filesystem::absolute(target, error).native();
+  if (error) return false;
+  const std::size_t size = name.size() * sizeof(wchar_t);
+  std::vector<std::uint64_t> memory((sizeof(RenameRequest) + size + 7) / 8);
+  auto* request = reinterpret_cast<RenameRequest*>(memory.data());
+  request->flags = kReplace | kPosixSemantics;
+  request->name_size = static_cast<DWORD>(size);
+  std::memcpy(request->name, name.c_str(), size);
+  return ::SetFileInformationByHandle(file, kRename, request,
+                                      static_cast<DWORD>(memory.size() * 8)) != 0;
+}
+
+// A file that vanishes with this object unless it was put in its place.
+class TemporaryFile {
+ public:
+  // Beside `target`, under a name no other process or thread uses.
+  explicit TemporaryFile(const std::filesystem::path& target) {
+    static std::atomic<unsigned> last{0};
+    const std::wstring suffix =
+        std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(++last);
+    path_ = target.parent_path() / (L"." + target.filename().native() + L"." + suffix);
+    std::vector<std::byte> descriptor = AccessList(target);
+    SECURITY_ATTRIBUTES attributes{sizeof attributes, descriptor.data(), FALSE};
+    file_ = Handle(::CreateFileW(path_.c_str(), GENERIC_WRITE | DELETE, FILE_SHARE_READ,
+                                 descriptor.empty() ? nullptr : &attributes, CREATE_ALWAYS,
+                                 FILE_ATTRIBUTE_NORMAL, nullptr));
+    open_error_ = file_ ? 0 : ::GetLastError();
+    exists_ = static_cast<bool>(file_);
+  }
+  ~TemporaryFile() {
+    file_ = Handle();
+    if (exists_) ::DeleteFileW(path_.c_str());
+  }
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+  // Each step answers the system's error code, 0 for success.
+  DWORD Fill(std::string_view content) noexcept {
+    if (!exists_) return open_error_;
+    while (!content.empty()) {
+      const auto piece = static_cast<DWORD>(std::min<std::size_t>(content.size(), 1U << 30));
+      DWORD written = 0;
+      if (::WriteFile(file_.get(), content.data(), piece, &written, nullptr) == 0)
+        return ::GetLastError();
+      content.remove_prefix(written);
+    }
+    // Not flushed to the disk: no program ever sees half a file, and only a power cut could lose
+    // one.
+    return 0;
+  }
+  DWORD PutInPlaceOf(const std::filesystem::path& target) {
+    const bool renamed = RenameOver(file_.get(), target);
+    file_ = Handle();
+    exists_ = !renamed;
+    return renamed ? 0 : MoveOnceReleased(target);
+  }
+
+ private:
+  DWORD MoveOnceReleased(const std::filesystem::path& target) noexcept {
+    for (int attempt = 1;; ++attempt) {
+      if (::MoveFileExW(path_.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING) != 0) break;
+      const DWORD error = ::GetLastError();
+      const bool is_held = error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED;
+      if (!is_held || attempt == kMoveAttempts || !IsRegularFile(target)) return error;
+      ::Sleep(kMoveRetry);
+    }
+    exists_ = false;
+    return 0;
+  }
+  static bool IsRegularFile(const std::filesystem::path& path) noexcept {
+    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES &&
+           (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY)) == 0;
+  }
+
+  std::filesystem::path path_;
+  Handle file_;
+  DWORD open_error_ = 0;
+  bool exists_ = false;
+};
+
+}  // namespace
+
+std::optional<FileLock> FileLock::Acquire(const std::filesystem::path& file, std::string& reason) {
+  Handle opened(::CreateFileW(file.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_ALWAYS,
+                              FILE_ATTRIBUTE_NORMAL, nullptr));
+  OVERLAPPED start{};
+  // One byte far behind any content: the lock belongs to this opening and hinders no reader.
+  start.OffsetHigh = 0x40000000;
+  if (!opened || ::LockFileEx(opened.get(), LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &start) == 0) {
+    reason = SystemErrorText(::GetLastError());
+    return std::nullopt;
+  }
+  return FileLock(reinterpret_cast<std::intptr_t>(opened.Release()));
+}
+
+FileLock::FileLock(FileLock&& other) noexcept : native_(std::exchange(other.native_, 0)) {}
+
+FileLock& FileLock::operator=(FileLock&& other) noexcept {
+  std::swap(native_, other.native_);
+  return *this;
+}
+
+FileLock::~FileLock() {
+  if (native_ == 0) return;
+  // Closing gives the lock back some time later; whoever waits for it should not.
+  const Handle opened(reinterpret_cast<HANDLE>(native_));
+  OVERLAPPED start{};
+  start.OffsetHigh = 0x40000000;
+  ::UnlockFileEx(opened.get(), 0, 1, 0, &start);
+}
+
+bool ReplaceFileContent(const std::filesystem::path& file, std::string_view content,
+                        std::string& reason) {
+  const std::filesystem::path target = Target(file);
+  TemporaryFile written(target);
+  DWORD error = written.Fill(content);
+  if (error == 0) error = written.PutInPlaceOf(target);
+  if (error == 0) return true;
+  reason = SystemErrorText(error);
+  return false;
+}
+
+std::optional<std::string> ReadWholeFile(const std::filesystem::path& file, std::size_t limit,
+                                         std::string& reason) {
+  const Handle opened(::CreateFileW(file.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!opened) {
+    reason = SystemErrorText(::GetLastError());
+    return std::nullopt;
+  }
+  LARGE_INTEGER file_size{};
+  if (::GetFileType(opened.get()) != FILE_TYPE_DISK ||
+      ::GetFileSizeEx(opened.get(), &file_size) == 0) {
+    reason = "Not a regular file";
+    return std::nullopt;
+  }
+  std::string content;
+  std::size_t read = 0;
+  const auto size = static_cast<std::uint64_t>(file_size.QuadPart);
+  if (size <= limit) content.resize(static_cast<std::size_t>(size) + 1);  // one more: the end
+  while (read < content.size()) {
+    const auto room = static_cast<DWORD>(std::min<std::size_t>(content.size() - read, 1U << 30));
+    DWORD result = 0;
+    if (::ReadFile(opened.get(), content.data() + read, room, &result, nullptr) == 0) {
+      reason = SystemErrorText(::GetLastError());
+      return std::nullopt;
+    }
+    if (result == 0) {
+      content.resize(read);
+      return content;
+    }
+    read += result;
+    if (read == content.size() && read <= limit) content.resize(std::min(2 * read, limit + 1));
+  }
+  reason = "Larger than " + std::to_string(limit) + " bytes";
+  return std::nullopt;
+}
+
+std::optional<std::string> CRuntimePath(const std::filesystem::path& path) {
+  const std::wstring& wide = path.native();
+  BOOL is_altered = FALSE;
+  const auto convert = [&](char* narrow, int room) {
+    return ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, wide.data(),
+                                 static_cast<int>(wide.size()), narrow, room, nullptr, &is_altered);
+  };
+  if (wide.empty() || wide.size() > 32767 || wide.find(L'\0') != std::wstring::npos)
+    return std::nullopt;
+  std::string narrow(static_cast<std::size_t>(convert(nullptr, 0)), '\0');
+  if (narrow.empty() || is_altered != FALSE) return std::nullopt;
+  convert(narrow.data(), static_cast<int>(narrow.size()));
+  return narrow;
+}
+
+}  // namespace orv

@@ -1,0 +1,86 @@
+#include "platform/terminal.h"
+
+#include <windows.h>
+
+namespace orv {
+namespace {
+
+constexpr char kOwnScreenWithoutCursor[] = "\x1b[?1049h\x1b[?25l\x1b[2J";
+constexpr char kFormerScreenAndCursor[] = "\x1b[0m\x1b[?25h\x1b[?1049l";
+
+// A mode of a console that is put back at the end.
+class ConsoleMode {
+ public:
+  explicit ConsoleMode(DWORD standard_handle) : console_(GetStdHandle(standard_handle)) {
+    is_console_ = GetConsoleMode(console_, &before_) != 0;
+  }
+  ~ConsoleMode() {
+    if (is_console_) SetConsoleMode(console_, before_);
+  }
+  ConsoleMode(const ConsoleMode&) = delete;
+  ConsoleMode& operator=(const ConsoleMode&) = delete;
+
+  HANDLE console() const noexcept { return console_; }
+  bool Change(DWORD add, DWORD remove) const {
+    return is_console_ && SetConsoleMode(console_, (before_ & ~remove) | add) != 0;
+  }
+
+ private:
+  HANDLE console_;
+  DWORD before_ = 0;
+  bool is_console_ = false;
+};
+
+class WindowsTerminal final : public Terminal {
+ public:
+  WindowsTerminal() : code_page_(GetConsoleOutputCP()) {}
+  ~WindowsTerminal() override {
+    if (!taken_) return;
+    WriteAll(kFormerScreenAndCursor);
+    SetConsoleOutputCP(code_page_);
+  }
+
+  bool TakeOver() {
+    taken_ = output_.Change(ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING, 0);
+    if (!taken_) return false;
+    input_.Change(0, ENABLE_ECHO_INPUT | ENABLE_LINE_INPUT);
+    SetConsoleOutputCP(CP_UTF8);
+    return WriteAll(kOwnScreenWithoutCursor);
+  }
+
+  TerminalSize Size() const override {
+    CONSOLE_SCREEN_BUFFER_INFO screen{};
+    if (!GetConsoleScreenBufferInfo(output_.console(), &screen)) return {};
+    const SMALL_RECT& window = screen.srWindow;
+    return {window.Right - window.Left + 1, window.Bottom - window.Top + 1};
+  }
+  bool Write(std::string_view text) override { return WriteAll(text); }
+
+ private:
+  bool WriteAll(std::string_view text) {
+    while (!text.empty()) {
+      DWORD written = 0;
+      if (!WriteFile(output_.console(), text.data(), static_cast<DWORD>(text.size()), &written,
+                     nullptr) ||
+          written == 0)
+        return false;
+      text.remove_prefix(written);
+    }
+    return true;
+  }
+
+  ConsoleMode output_{STD_OUTPUT_HANDLE};
+  ConsoleMode input_{STD_INPUT_HANDLE};
+  UINT code_page_;
+  bool taken_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Terminal> Terminal::Take() {
+  auto terminal = std::make_unique<WindowsTerminal>();
+  if (!terminal->TakeOver()) return nullptr;
+  return terminal;
+}
+
+}  // namespace orv

@@ -1,0 +1,164 @@
+#include "platform/windows/windows_registry.h"
+
+#include <windows.h>
+
+#include <utility>
+
+namespace orv {
+namespace {
+
+// Enough for most names; a value's name has at most 16,383 characters, a key's 255.
+constexpr std::size_t kUsualName = 256;
+constexpr std::size_t kLongestName = 32768;
+
+class KeyHandle {
+ public:
+  explicit KeyHandle(HKEY key) noexcept : key_(key) {}
+  KeyHandle(KeyHandle&& other) noexcept : key_(std::exchange(other.key_, nullptr)) {}
+  KeyHandle& operator=(KeyHandle&&) = delete;
+  ~KeyHandle() {
+    if (key_ != nullptr) ::RegCloseKey(key_);
+  }
+  HKEY get() const noexcept { return key_; }
+
+ private:
+  HKEY key_;
+};
+
+HKEY RootKey(RegRoot root) noexcept {
+  switch (root) {
+    case RegRoot::CurrentUser:
+      return HKEY_CURRENT_USER;
+    case RegRoot::ClassesRoot:
+      return HKEY_CLASSES_ROOT;
+    default:
+      return HKEY_LOCAL_MACHINE;
+  }
+}
+
+// The system would read a name up to its first terminator only, and so mean something else.
+bool HasTerminator(const std::wstring& name) noexcept {
+  return name.find(L'\0') != std::wstring::npos;
+}
+
+// Enumerates with a name buffer that grows until the name fits.
+template <class Enumerate>
+RegStatus EnumerateName(std::wstring& name, Enumerate&& enumerate) {
+  std::wstring buffer(kUsualName, L'\0');
+  for (;;) {
+    auto size = static_cast<DWORD>(buffer.size());
+    const LSTATUS status = enumerate(buffer.data(), &size);
+    if (status == ERROR_MORE_DATA && buffer.size() < kLongestName) {
+      buffer.resize(kLongestName);
+      continue;
+    }
+    if (status == ERROR_SUCCESS) name.assign(buffer, 0, size);
+    return status;
+  }
+}
+
+class WindowsKey final : public RegistryKey {
+ public:
+  explicit WindowsKey(KeyHandle key) noexcept : key_(std::move(key)) {}
+
+  RegStatus QueryValue(const std::wstring& name, std::uint32_t* type, void* data,
+                       std::uint32_t* size) override {
+    if (HasTerminator(name)) return kRegNotFound;
+    DWORD read_type = REG_NONE;
+    DWORD read_size = size != nullptr ? *size : 0;
+    const LSTATUS status =
+        ::RegQueryValueExW(key_.get(), name.c_str(), nullptr, &read_type, static_cast<BYTE*>(data),
+                           size != nullptr ? &read_size : nullptr);
+    if (status == ERROR_SUCCESS || status == ERROR_MORE_DATA) {
+      if (type != nullptr) *type = read_type;
+      if (size != nullptr) *size = read_size;
+    }
+    return status;
+  }
+
+  RegStatus SetValue(const std::wstring& name, std::uint32_t type, const void* data,
+                     std::uint32_t size) override {
+    if (HasTerminator(name)) return kRegInvalidParameter;
+    return ::RegSetValueExW(key_.get(), name.c_str(), 0, type, static_cast<const BYTE*>(data),
+                            size);
+  }
+
+  RegStatus DeleteValue(const std::wstring& name) override {
+    if (HasTerminator(name)) return kRegNotFound;
+    return ::RegDeleteValueW(key_.get(), name.c_str());
+  }
+
+  RegStatus EnumValue(std::uint32_t index, std::wstring& name) override {
+    return EnumerateName(name, [&](wchar_t* buffer, DWORD* size) {
+      return ::RegEnumValueW(key_.get(), index, buffer, size, nullptr, nullptr, nullptr, nullptr);
+    });
+  }
+
+  RegStatus EnumSubKey(std::uint32_t index, std::wstring& name) override {
+    return EnumerateName(name, [&](wchar_t* buffer, DWORD* size) {
+      return ::RegEnumKeyExW(key_.get(), index, buffer, size, nullptr, nullptr, nullptr, nullptr);
+    });
+  }
+
+  // Independent of the thread that arms it: its end would signal otherwise.
+  RegStatus NotifyChange(bool subtree, std::uint32_t filter, Event& event) override {
+    return ::RegNotifyChangeKeyValue(key_.get(), subtree, filter | REG_NOTIFY_THREAD_AGNOSTIC,
+                                     reinterpret_cast<HANDLE>(event.native()), TRUE);
+  }
+
+  std::unique_ptr<RegistryKey> Duplicate() override {
+    HANDLE copy = nullptr;
+    const HANDLE process = ::GetCurrentProcess();
+    if (::DuplicateHandle(process, key_.get(), process, &copy, 0, FALSE, DUPLICATE_SAME_ACCESS) ==
+        0)
+      return nullptr;
+    return std::make_unique<WindowsKey>(KeyHandle(static_cast<HKEY>(copy)));
+  }
+
+ private:
+  KeyHandle key_;
+};
+
+}  // namespace
+
+RegStatus WindowsRegistry::OpenKey(RegRoot root, const std::wstring& path, std::uint32_t access,
+                                   std::unique_ptr<RegistryKey>& key) {
+  key.reset();
+  if (HasTerminator(path)) return kRegNotFound;
+  HKEY opened = nullptr;
+  const LSTATUS status =
+      ::RegOpenKeyExW(RootKey(root), path.c_str(), 0, access | KEY_WOW64_64KEY, &opened);
+  if (status == ERROR_SUCCESS) key = std::make_unique<WindowsKey>(KeyHandle(opened));
+  return status;
+}
+
+RegStatus WindowsRegistry::CreateKey(RegRoot root, const std::wstring& path, std::uint32_t access,
+                                     std::unique_ptr<RegistryKey>& key, bool* created) {
+  key.reset();
+  if (HasTerminator(path)) return kRegInvalidParameter;
+  HKEY opened = nullptr;
+  DWORD disposition = 0;
+  const LSTATUS status =
+      ::RegCreateKeyExW(RootKey(root), path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
+                        access | KEY_WOW64_64KEY, nullptr, &opened, &disposition);
+  if (status != ERROR_SUCCESS) return status;
+  key = std::make_unique<WindowsKey>(KeyHandle(opened));
+  if (created != nullptr) *created = disposition == REG_CREATED_NEW_KEY;
+  return status;
+}
+
+RegStatus WindowsRegistry::DeleteTree(RegRoot root, const std::wstring& path) {
+  if (HasTerminator(path)) return kRegNotFound;
+  if (path.empty()) return kRegAccessDenied;  // a root stays
+  HKEY opened = nullptr;
+  LSTATUS status = ::RegOpenKeyExW(
+      RootKey(root), path.c_str(), 0,
+      DELETE | KEY_ENUMERATE_SUB_KEYS | KEY_QUERY_VALUE | KEY_SET_VALUE | KEY_WOW64_64KEY, &opened);
+  if (status != ERROR_SUCCESS) return status;
+  const KeyHandle key(opened);
+  status = ::RegDeleteTreeW(key.get(), nullptr);
+  if (status != ERROR_SUCCESS) return status;
+  return ::RegDeleteKeyExW(RootKey(root), path.c_str(), KEY_WOW64_64KEY, 0);
+}
+
+}  // namespace orv

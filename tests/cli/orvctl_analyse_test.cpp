@@ -1,0 +1,218 @@
+#include <fcntl.h>
+#include <poll.h>
+#include <pty.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstring>
+
+#include "cli/analysis_view.h"
+#include "cli/orvctl_program.h"
+
+namespace orv::cli {
+namespace {
+
+constexpr char kSpeakers[] = "{0.0.0.00000000}.{7d3c1f5a-2b84-4e0e-9c61-5f1e0a9b3d21}";
+
+// Puts other members in the place of the last one, "playback".
+void ReplacePlayback(const ProgramOnMachine& program, const std::string& members) {
+  const auto file = program.machine() / "machine.json";
+  std::string text = FileText(file);
+  text.resize(text.rfind("\"playback\""));
+  WriteText(file, text + members + "}");
+}
+
+// A terminal with orvctl running in it.
+class LiveProgram {
+ public:
+  LiveProgram(const ProgramOnMachine& program, const Arguments& arguments) {
+    winsize size{30, 100, 0, 0};
+    process_ = forkpty(&terminal_, nullptr, nullptr, &size);
+    if (process_ == 0) {
+      const std::string line = "exec " + program.CommandLine(arguments);
+      execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
+      _exit(127);
+    }
+    EXPECT_GT(process_, 0);
+    before_ = Settings();
+  }
+  ~LiveProgram() {
+    if (process_ > 0) {
+      kill(process_, SIGKILL);
+      waitpid(process_, nullptr, 0);
+    }
+    close(terminal_);
+  }
+  LiveProgram(const LiveProgram&) = delete;
+  LiveProgram& operator=(const LiveProgram&) = delete;
+
+  // What appears up to and with this text; everything up to the end when it does not come.
+  std::string ReadUntil(const std::string& text) {
+    std::string seen;
+    pollfd ready{terminal_, POLLIN, 0};
+    char byte = 0;
+    while (!seen.ends_with(text) && poll(&ready, 1, 20000) == 1 && read(terminal_, &byte, 1) == 1)
+      seen += byte;
+    return seen;
+  }
+  void Resize(unsigned short rows, unsigned short columns) const {
+    winsize size{rows, columns, 0, 0};
+    ioctl(terminal_, TIOCSWINSZ, &size);
+  }
+  void Type(char key) const { EXPECT_EQ(write(terminal_, &key, 1), 1); }
+  int End() {
+    int status = -1;
+    EXPECT_EQ(waitpid(process_, &status, 0), process_);
+    process_ = -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+  termios Settings() const {
+    termios settings{};
+    EXPECT_EQ(tcgetattr(terminal_, &settings), 0);
+    return settings;
+  }
+  const termios& before() const noexcept { return before_; }
+
+ private:
+  int terminal_ = -1;
+  pid_t process_ = -1;
+  termios before_{};
+};
+
+TEST(OrvctlAnalyse, OneReadingTellsTheLevelsAndNullForSilence) {
+  const ProgramOnMachine program;
+  ReplacePlayback(program, std::string(R"("playback": {"clock": "on_demand", "endpoints": [
+      {"endpoint": ")") + kSpeakers +
+                               R"(", "packets": {"frames": 1024}, "sounds": [
+      {"kind": "tone", "channel": 0, "frequency": 750, "phase": 90, "level": -20}]}]})");
+  const Json reading = program.Answer({"analyse", "0", "--once", "--frequencies", "782,23966"});
+  EXPECT_EQ(Keys(reading), (std::vector<std::string>{"peaks", "spectrum"}));
+  ASSERT_EQ(reading["peaks"].size(), 8U);
+  EXPECT_NEAR(reading["peaks"][0].get<double>(), -20, 0.01);
+  for (std::size_t c = 1; c < 8; ++c) EXPECT_TRUE(reading["peaks"][c].is_null());
+  ASSERT_EQ(reading["spectrum"].size(), 4U);
+  const Json& tone = reading["spectrum"][0];
+  EXPECT_EQ(Keys(tone), (std::vector<std::string>{"channel", "frequency", "db"}));
+  EXPECT_EQ(tone["frequency"], 782);
+  EXPECT_NEAR(tone["db"].get<double>(), -10.66, 0.01) << "0.1 / 2 x 48000 / 8192";
+  EXPECT_LT(reading["spectrum"][1]["db"].get<double>(), -100);
+  EXPECT_EQ(reading["spectrum"][2]["channel"], 1);
+  EXPECT_TRUE(reading["spectrum"][2]["db"].is_null());
+}
+
+TEST(OrvctlAnalyse, WithoutATerminalItPrintsPlainLines) {
+  const ProgramOnMachine program;
+  const Result result = program.Run({"analyse", "0", "--for", "0.2"});
+  EXPECT_EQ(result.status, 0) << result.errors;
+  EXPECT_EQ(result.output.rfind("L -", 0), 0U) << "what was heard by the end: " << result.output;
+  EXPECT_NE(result.output.find("loudest at "), std::string::npos);
+  EXPECT_EQ(result.output.find('\x1b'), std::string::npos);
+}
+
+TEST(OrvctlAnalyse, RefusedStreamsAndWrongFrequenciesHaveTheirExitStatus) {
+  const ProgramOnMachine program;
+  ReplacePlayback(program, R"("faults": [
+      {"operation": "audio.initialize", "nth": "always", "status": "0x88890004"}])");
+  const Result refused = program.Run({"analyse", "0"});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_TRUE(refused.Says("listening to Generic HD Audio Internal Speakers")) << refused.errors;
+  EXPECT_TRUE(refused.Says("0x88890004"));
+  EXPECT_EQ(program.Run({"analyse", "0", "--frequencies", "100,low"}).status, 2);
+}
+
+TEST(OrvctlAnalyse, LivePictureFollowsTheSizeAndLeavesTheTerminalAsItWas) {
+  const ProgramOnMachine program;
+  constexpr char kFrameBegin[] = "\x1b[?2026h";
+  constexpr char kFrameEnd[] = "\x1b[?2026l";
+  constexpr char kCleared[] = "\x1b[2J\x1b[H";
+  for (const bool by_key : {true, false}) {
+    LiveProgram live(program, {"analyse", "0"});
+    EXPECT_NE(live.ReadUntil(kFrameEnd).find("Internal Speakers"), std::string::npos);
+    EXPECT_EQ(live.Settings().c_lflag & ECHO, 0U);
+    const std::string frame = live.ReadUntil(kFrameEnd);
+    EXPECT_EQ(frame.rfind("\x1b[?2026h\x1b[H", 0), 0U) << "drawn over the one before";
+    EXPECT_EQ(frame.find("\x1b[2J"), std::string::npos);
+    live.Resize(12, 60);
+    EXPECT_TRUE(live.ReadUntil(kCleared).ends_with(kCleared));
+    if (by_key) {
+      live.Type('x');
+      live.Type('\x03');
+    } else {
+      live.Type('\x1a');  // these would leave the terminal in the middle
+      live.Type('\x1c');
+      live.ReadUntil(kFrameEnd);
+      live.ReadUntil(kFrameBegin);
+      live.Type('\x03');
+    }
+    const std::string restored = std::string(kFrameEnd) + "\x1b[0m\x1b[?25h\x1b[?1049l";
+    EXPECT_TRUE(live.ReadUntil(restored).ends_with(restored)) << "after a whole picture";
+    EXPECT_EQ(live.End(), 0);
+    const termios after = live.Settings();
+    EXPECT_EQ(after.c_lflag, live.before().c_lflag);
+    EXPECT_EQ(std::memcmp(after.c_cc, live.before().c_cc, sizeof after.c_cc), 0);
+  }
+}
+
+TEST(AnalysisView, PictureFitsEverySizeOfTerminal) {
+  std::ostringstream unused;
+  const Output output(unused, unused);
+  AnalysisPicture picture{"Ein Lautsprecher für viele Kanäle", {}, ThirdOctaveBands(), {}};
+  picture.peaks.resize(8);
+  picture.spectrum.assign(2, std::vector<LevelMeter>(picture.bands.size()));
+  for (LevelMeter& meter : picture.peaks) meter.Update(0, 0.1);
+  for (auto& channel : picture.spectrum)
+    for (LevelMeter& meter : channel) meter.Update(0, 0.1);
+  for (const std::size_t bands : {picture.bands.size(), std::size_t{1}}) {
+    picture.bands.resize(bands);
+    for (int columns = 1; columns <= 200; columns += 7) {
+      for (int rows = 1; rows <= 60; rows += 3) {
+        const auto lines = DrawAnalysis(picture, {columns, rows}, output);
+        ASSERT_LE(lines.size(), static_cast<std::size_t>(rows));
+        for (const std::string& line : lines)
+          ASSERT_LT(DisplayWidth(line), static_cast<std::size_t>(columns)) << line;
+      }
+    }
+  }
+}
+
+TEST(AnalysisView, MeterHoldsPeaksAndMarksClipping) {
+  LevelMeter meter;
+  meter.Update(-6, 0.1);
+  meter.Update(LevelMeter::kNothing, 0.5);
+  EXPECT_FLOAT_EQ(meter.level(), -18);
+  EXPECT_FLOAT_EQ(meter.hold(), -6);
+  EXPECT_FALSE(meter.clipped());
+  meter.Update(0, 0.1);
+  meter.Update(-30, 1.4);
+  EXPECT_FLOAT_EQ(meter.level(), -30);
+  EXPECT_FLOAT_EQ(meter.hold(), 0);
+  EXPECT_TRUE(meter.clipped());
+  meter.Update(LevelMeter::kNothing, 2);
+  EXPECT_FLOAT_EQ(meter.hold(), -78);
+  EXPECT_FALSE(meter.clipped());
+  for (int i = 0; i < 10; ++i) meter.Update(LevelMeter::kNothing, 1);
+  EXPECT_EQ(meter.level(), LevelMeter::kNothing);
+}
+
+TEST(SpectrumBands, HoldEveryBinOfTheirRange) {
+  const auto bands = ThirdOctaveBands();
+  ASSERT_EQ(bands.size(), 27U);
+  for (const std::uint32_t spacing : {43U, 46U, 93U}) {
+    std::vector<bool> seen(22000 / spacing);
+    for (const Band& band : bands) {
+      for (const std::uint32_t point : band.points) {
+        const std::size_t bin = (point + spacing / 2) / spacing;
+        if (bin < seen.size()) seen[bin] = true;
+      }
+    }
+    for (std::size_t bin = 1; bin < seen.size(); ++bin) EXPECT_TRUE(seen[bin]) << bin * spacing;
+  }
+  EXPECT_EQ(ShortFrequency(1250), "1.25k");
+  EXPECT_EQ(ShortFrequency(63), "63");
+}
+
+}  // namespace
+}  // namespace orv::cli

@@ -1,0 +1,73 @@
+// An operating mode whose public controls are what a test says.
+#pragma once
+
+#include <map>
+#include <string>
+#include <utility>
+
+#include "orv_apo/orv_apo.h"
+#include "platform/com_ptr.h"
+#include "platform/simulated/counted_object.h"
+#include "platform/text.h"
+
+namespace orv {
+
+using FakeControls = std::map<std::string, LONG>;
+
+class FakeControl final : public CountedObject<IORVAPOControl> {
+ public:
+  explicit FakeControl(std::pair<std::string, LONG> control) : control_(std::move(control)) {}
+
+  HRESULT STDMETHODCALLTYPE get_DisplayValue(BSTR* text) override {
+    *text = SysAllocString(Widen(control_.first).c_str());
+    return *text == nullptr ? E_OUTOFMEMORY : S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE get_Scale(ORV_QVT_SCALE*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE get_MinValue(LONG*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE get_MaxValue(LONG*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE get_Value(LONG* value) override {
+    *value = control_.second;
+    return S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE put_Value(LONG) override { return E_NOTIMPL; }
+
+ private:
+  std::pair<std::string, LONG> control_;
+};
+
+class FakeMode final : public CountedObject<IORVOperatingMode, IORVAPOControlEnumerator> {
+ public:
+  explicit FakeMode(FakeControls controls) : controls_(std::move(controls)) {}
+  static ComPtr<FakeMode> Make(FakeControls controls) {
+    return ComPtr<FakeMode>::Adopt(new FakeMode(std::move(controls)));
+  }
+
+  HRESULT refusal = S_OK;  // of asking for the controls
+
+  HRESULT STDMETHODCALLTYPE get_ORVAPOControlEnumerator(
+      ORVAPOControlType type, IORVAPOControlEnumerator** enumerator) override {
+    if (type != kORVAPO_Cont_Public) return E_INVALIDARG;
+    if (FAILED(refusal)) return refusal;
+    next_ = controls_.begin();
+    AddRef();
+    *enumerator = this;
+    return S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE Next(IORVAPOControl** control) override {
+    if (next_ == controls_.end()) return S_FALSE;
+    return AtBoundary([&] {
+      *control = new FakeControl(*next_++);
+      return S_OK;
+    });
+  }
+  HRESULT STDMETHODCALLTYPE get_Name(BSTR*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE RestoreDefaults() override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE get_APOEnable(LONG*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE put_APOEnable(LONG) override { return E_NOTIMPL; }
+
+ private:
+  FakeControls controls_;
+  FakeControls::const_iterator next_;
+};
+
+}  // namespace orv

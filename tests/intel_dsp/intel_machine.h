@@ -1,0 +1,75 @@
+// Simulated machines with Intel audio DSPs.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/simulated/drivers/driver_requests.h"
+#include "platform/simulated/simulated_machine.h"
+
+namespace orv {
+
+inline constexpr wchar_t kHdmi[] = L"{0.0.0.00000000}.{0F5C33A1-2A64-4E0D-9C41-6D6C1E5B7F01}";
+inline constexpr wchar_t kSpeakers[] = L"{0.0.0.00000000}.{0f5c33a1-2a64-4e0d-9c41-6d6c1e5b7f02}";
+inline constexpr wchar_t kChangeEvent[] = L"Global\\DSPKELControlChangeEvent";
+
+// Two endpoints, of which the second one leads to a Skylake module; it is the default one. Both
+// drivers are described; tests take away what they want absent.
+class IntelMachine {
+ public:
+  explicit IntelMachine(std::filesystem::path drive_c = {})
+      : machine_(SimulatedMachine::InMemory({}, std::move(drive_c))) {
+    MachineDescription& description = machine_->description();
+    for (const wchar_t* id : {kHdmi, kSpeakers}) {
+      SimulatedEndpoint endpoint;
+      endpoint.id = id;
+      endpoint.is_default = id == kSpeakers;
+      description.endpoints.push_back(endpoint);
+    }
+    SkylakeDescription skylake;
+    skylake.endpoints.push_back({kSpeakers});
+    skylake.other_modules.push_back({{1, 2, 3, {}}, 2, "Another Module", "0.1"});
+    skylake.features = 5;
+    description.drivers.skylake = skylake;
+    description.drivers.broadwell.emplace().features = 5;
+    description.events.emplace_back(kChangeEvent);
+  }
+
+  SimulatedMachine* operator->() const { return machine_.get(); }
+  const std::shared_ptr<SimulatedMachine>& get() const { return machine_; }
+  SkylakeDescription& skylake() const { return *machine_->description().drivers.skylake; }
+  BroadwellDescription& broadwell() const { return *machine_->description().drivers.broadwell; }
+
+  // Parameters that the drivers took since the last call, in order.
+  std::vector<std::uint32_t> Sent() {
+    const std::vector<DriverRecord> records = machine_->ReceivedRecords();
+    std::vector<std::uint32_t> sent;
+    for (; seen_ < records.size(); ++seen_) sent.push_back(records[seen_].parameter);
+    return sent;
+  }
+  // The drivers find every request well formed.
+  void ExpectNothingRefused() {
+    for (const DriverRefusal& refusal : machine_->RefusedRequests())
+      ADD_FAILURE() << refusal.driver << ", " << refusal.request << ": " << refusal.reason;
+  }
+
+ private:
+  std::shared_ptr<SimulatedMachine> machine_;
+  std::size_t seen_ = 0;
+};
+
+inline DriverMisbehaviour Misbehave(DriverMisbehaviour::Kind kind, const char* request,
+                                    std::int32_t status = 0, std::uint32_t size = 0) {
+  DriverMisbehaviour rule;
+  rule.kind = kind;
+  rule.request = request;
+  rule.status = status;
+  rule.size = size;
+  return rule;
+}
+
+}  // namespace orv

@@ -1,0 +1,402 @@
+// A mode's controls as blocks of the Skylake module.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "fake_skylake_driver.h"
+#include "support/diagnostic_log.h"
+
+namespace orv {
+namespace {
+
+using ::testing::ElementsAre;
+
+using Writer = HRESULT (KELAPOIntelDSP_SKL::*)(const ControlValueMap&, std::uint8_t);
+// In the order of a whole-mode write.
+constexpr Writer kWriters[] = {
+    &KELAPOIntelDSP_SKL::SetVQ3DControls,         &KELAPOIntelDSP_SKL::SetVQ3DEVolHDControls,
+    &KELAPOIntelDSP_SKL::SetVQ3DVocadiagControls, &KELAPOIntelDSP_SKL::SetVQ3DCommonControls,
+    &KELAPOIntelDSP_SKL::SetVQ3DPX3DControls,     &KELAPOIntelDSP_SKL::SetVQ3DMXHPControls,
+    &KELAPOIntelDSP_SKL::SetVQ3DGEQControls,      &KELAPOIntelDSP_SKL::SetVQ3DToneControls,
+    &KELAPOIntelDSP_SKL::SetVQ3DAEQControls,      &KELAPOIntelDSP_SKL::SetVQ3DMvolControls,
+    &KELAPOIntelDSP_SKL::SetVQ3DHdLmtControls,    &KELAPOIntelDSP_SKL::SetVQ3DAdvGainControls,
+    &KELAPOIntelDSP_SKL::SetVQ3DHPFAEQControls};
+
+class SkylakeBlocks : public ::testing::Test {
+ protected:
+  SkylakeBlocks() { KELAPOIntelDSP_SKL::ClearCache(); }
+
+  // The writer of the block with this low byte of its parameter (13: the filters).
+  HRESULT Write(std::uint32_t number, std::uint8_t apply = 1) {
+    return (dsp.*kWriters[number - 1])(mode, apply);
+  }
+  void Set(const std::string& name, int value) { Put(mode, "VQ3D-" + name, value); }
+  void Erase(const std::string& name) { mode.erase("VQ3D-" + name); }
+
+  FakeSkylakeDriver driver;
+  KELAPOIntelDSP_SKL dsp{driver};
+  ControlValueMap mode = FullMode();
+};
+
+TEST_F(SkylakeBlocks, WholeModeIsWrittenByteForByteAndVerified) {
+  DiagnosticLog log;
+  for (std::uint32_t number = 1; number <= 12; ++number) EXPECT_EQ(Write(number, 0xA5), S_OK);
+  for (const std::string& request : driver.requests)
+    EXPECT_TRUE(request.starts_with("set ") && request.ends_with(" apply 165")) << request;
+  EXPECT_EQ(driver.Sent(), "01 11 02 03 04 05 06 07 08 09 0a 0b 0c");
+  for (const auto& [number, bytes] : FullModeBlocks()) EXPECT_EQ(driver.held[number], bytes);
+  EXPECT_EQ(driver.held[0x11], FromHex("80bb0000"));
+  EXPECT_TRUE(KELAPOIntelDSP_SKL::CachedProcessEnable());
+  EXPECT_TRUE(log.Contains(
+      L"OK: [SetVQ3DVocadiagControls] KEL_PARAM_VQSND3D_VCLG_CONTROLS_STU() succeeded."));
+
+  const SkylakeImage sent = KELAPOIntelDSP_SKL::CachedImage();
+  std::size_t place = 0;
+  const auto expect = [&](std::uint32_t number, std::size_t from, std::size_t size) {
+    const Bytes& block = FullModeBlocks().at(number);
+    EXPECT_EQ(std::memcmp(sent.data() + place, block.data() + from, size), 0) << number;
+    place += size;
+  };
+  expect(1, 0, 12);
+  for (const std::uint32_t number : {2, 3, 5, 6, 4, 7})
+    expect(number, 0, driver.held[number].size());
+  expect(1, 12, 4);
+  for (const std::uint32_t number : {9, 10, 11, 8, 12})
+    expect(number, 0, driver.held[number].size());
+  EXPECT_EQ(place, sent.size());
+
+  SkylakeImage read;
+  read.fill(std::byte{0xEE});
+  EXPECT_EQ(dsp.GetVQ3DParameters(read), S_OK);
+  EXPECT_EQ(driver.requests.front(), "get 01 apply 0");
+  EXPECT_EQ(driver.requests.back(), "get 0c apply 0");
+  EXPECT_TRUE(CompareSkylakeImages(sent, read).empty());
+
+  driver.held[0x01][12] = 0;  // the high-pass switch, after all else in the image's first half
+  driver.held[0x06][12] ^= 2;
+  EXPECT_EQ(dsp.GetVQ3DParameters(read), S_OK);
+  const auto differences = CompareSkylakeImages(sent, read);
+  ASSERT_EQ(differences.size(), 2U);
+  EXPECT_EQ(differences[0].control, "VQ3D-DC Level");
+  EXPECT_EQ(differences[0].sent, 6554);
+  EXPECT_EQ(differences[0].read, 6552);
+  EXPECT_EQ(differences[1].control, "VQ3D-HPF Enable");
+  EXPECT_EQ(differences[1].block, "KEL_PARAM_VQSND3D_VQ3D_CONTROLS_STU");
+
+  Set("Main Tech", 7);  // beyond the last is none
+  EXPECT_EQ(Write(1), S_OK);
+  EXPECT_EQ(Word(driver.held[1], 8), 0);
+}
+
+TEST_F(SkylakeBlocks, AFailedReadLeavesZerosAndTheLastReadDecides) {
+  driver.held = FullModeBlocks();
+  driver.unreadable = {0x01};
+  SkylakeImage image;
+  image.fill(std::byte{0xEE});
+  EXPECT_EQ(dsp.GetVQ3DParameters(image), S_OK);
+  EXPECT_EQ(image[0], std::byte{0});
+  EXPECT_NE(image[12], std::byte{0});
+  driver.unreadable = {0x0C};
+  EXPECT_EQ(dsp.GetVQ3DParameters(image), FakeSkylakeDriver::kRefusal);
+}
+
+TEST_F(SkylakeBlocks, ValuesOutsideTheirRangeSendNothing) {
+  const std::pair<std::uint32_t, const char*> rows[] = {
+      {2, "EVolHD LKFS Float=-1 EVolHD Level Intensity Float=-1"},
+      {3, "Vocalift Process Gain=120 Vocalift Process Gain=-70"},
+      {4, "DPHD Mode=3 DPHD Compressor Level=-1"},
+      {5, "Ambiwide Level=-1 DC Level=-1"},
+      {8, "Bass Gain=13 Treble Gain=-13"},
+      {10,
+       "Master Volume Volume Step=101 Master Volume Volume Step=-1 "
+       "Master Volume L/R Balance=11"},
+      {11, "Hard Limiter Delay Length=59 Hard Limiter Delay Length=241"},
+      {12, "Hard Limiter Boost Offset Float=-1"}};
+  for (const auto& [number, controls] : rows) {
+    for (const auto& [name, bad] : Controls(controls)) {
+      DiagnosticLog log;
+      mode = FullMode();
+      Put(mode, name, bad);
+      EXPECT_EQ(Write(number), E_FAIL) << name;
+      EXPECT_TRUE(log.Contains(L"Error: HR error: 0x80004005\n")) << name;
+    }
+  }
+  EXPECT_TRUE(driver.requests.empty());
+  // What would have been sent is remembered all the same.
+  EXPECT_NE(KELAPOIntelDSP_SKL::CachedImage(), SkylakeImage{});
+}
+
+TEST_F(SkylakeBlocks, MissingControlsAbandonTheirBlockOnly) {
+  Erase("Headroom Gain");
+  Erase("AEQ Enable");
+  DiagnosticLog log;
+  EXPECT_EQ(Write(0x01), E_FAIL);
+  EXPECT_EQ(Write(0x09), E_FAIL);
+  EXPECT_EQ(driver.Sent(), "");
+  EXPECT_TRUE(log.Contains(L"Error: VQ3D-Headroom Gain - Can't find dB value\n"));
+  EXPECT_TRUE(log.Contains(L"Error: VQ3D-AEQ Enable - Can't find bool control: VQ3D-AEQ Enable\n"));
+}
+
+TEST_F(SkylakeBlocks, RefusedBlocksReportTheDriversStatus) {
+  driver.refused = {0x07, 0x11};
+  DiagnosticLog log;
+  EXPECT_EQ(Write(0x07), FakeSkylakeDriver::kRefusal);
+  EXPECT_EQ(Write(0x01), FakeSkylakeDriver::kRefusal);
+  EXPECT_TRUE(
+      log.Contains(L"Error: [SetVQ3DGEQControls] KEL_PARAM_VQSND3D_GEQ_CONTROLS_STU() failed."));
+  driver.status_refused = true;
+  EXPECT_EQ(dsp.SetPPModuleStatus(1, 0), FakeSkylakeDriver::kRefusal);
+  EXPECT_EQ(driver.requests.back(), "status 1 apply 0");
+  EXPECT_TRUE(log.Contains(L"Setting PP Module status to: 1\n"));
+  EXPECT_TRUE(log.Contains(L"Error: [SetPPModuleStatus] SetStatus() failed."));
+}
+
+// A driver call counts only when it succeeds with a status that is not negative.
+class HalfHeartedDriver : public FakeSkylakeDriver {
+ public:
+  bool succeeds = false;
+  HRESULT given = S_OK;
+
+  bool GetParameter(HRESULT& status, std::uint32_t, void* buffer, std::uint32_t size,
+                    std::uint8_t) override {
+    std::memset(buffer, 1, size);
+    return Answer(status);
+  }
+  bool SetParameter(HRESULT& status, std::uint32_t, const void*, std::uint32_t,
+                    std::uint8_t) override {
+    return Answer(status);
+  }
+  bool SetStatus(HRESULT& status, std::uint8_t, std::uint8_t) override { return Answer(status); }
+
+ private:
+  bool Answer(HRESULT& status) const {
+    status = given;
+    return succeeds;
+  }
+};
+
+TEST_F(SkylakeBlocks, CallAndStatusMustBothBeGood) {
+  HalfHeartedDriver half;
+  KELAPOIntelDSP_SKL module(half);
+  const auto statuses = [&] {
+    SkylakeImage image;
+    return std::vector{module.SetVQ3DGEQControls(mode, 0), module.GetVQ3DParameters(image),
+                       module.SetPPModuleStatus(1, 0)};
+  };
+  EXPECT_THAT(statuses(), ElementsAre(E_FAIL, E_FAIL, E_FAIL));
+  half.succeeds = true;
+  half.given = FakeSkylakeDriver::kRefusal;
+  EXPECT_THAT(statuses(), ::testing::Each(FakeSkylakeDriver::kRefusal));
+  half.given = 3;  // positive ones are passed on
+  EXPECT_THAT(statuses(), ElementsAre(3, 3, 3));
+}
+
+TEST_F(SkylakeBlocks, BassLevelFollowsBoostAndSplit) {
+  const std::pair<const char*, double> rows[] = {
+      {"DPHD Level=80 DPHD Max Level=100 DPHD Boost Enable=1 DPHD Boost Split=50", 0.9},
+      {"DPHD Boost Enable=0", 0.4},
+      {"DPHD Max Level=60 DPHD Boost Split=150", 0.48},
+      {"DPHD Boost Enable=1 DPHD Max Level=5 DPHD Boost Split=100", 0.08},
+      {"DPHD Max Level=300", 0.8},
+      {"DPHD Boost Split=-20", 0.8}};
+  for (const auto& [changes, expected] : rows) {
+    for (const auto& [name, value] : Controls(changes)) Put(mode, name, value);
+    EXPECT_EQ(Write(4), S_OK);
+    EXPECT_EQ(HalfWord(driver.held[4], 4), std::lround(expected * 32768)) << changes;
+  }
+}
+
+TEST_F(SkylakeBlocks, ClarityLevelsDoWithoutTheirMaximum) {
+  Erase("DC Max Level");
+  DiagnosticLog log;
+  EXPECT_EQ(Write(0x05), S_OK);
+  EXPECT_EQ(Write(0x06), S_OK);
+  EXPECT_EQ(HalfWord(driver.held[0x05], 4), 13107);
+  EXPECT_EQ(HalfWord(driver.held[0x05], 12), 13107);
+  EXPECT_EQ(HalfWord(driver.held[0x06], 12), 13107);
+  EXPECT_EQ(log.Count(L"| MSG: VQ3D DC Max Level is not found VQ3D-DC Max Level - "), 1U);
+  EXPECT_EQ(log.Count(L"| MSG:VQ3D DC Max Level is not found VQ3D-DC Max Level - "), 1U);
+
+  Erase("DC Level");
+  Erase("DC Enable");
+  Set("MXHP DialogClarity Enable", 1);
+  Set("MXHP DialogClarity Level", 25);
+  EXPECT_EQ(Write(0x06), S_OK);
+  EXPECT_EQ(Word(driver.held[0x06], 8), 1);
+  EXPECT_EQ(HalfWord(driver.held[0x06], 12), 8192);
+  EXPECT_EQ(log.Count(L"| MSG:VQ3D DC Level is not found VQ3D-DC Level - "), 1U);
+  EXPECT_EQ(Write(0x05), E_FAIL);  // has no such pair
+}
+
+TEST_F(SkylakeBlocks, FloatGainsOfTheGraphicEqualizerAreClampedToo) {
+  Put(mode, "VQ3D-GEQ 100Hz Gain Float", "2.0");
+  Put(mode, "VQ3D-GEQ 300Hz Gain Float", "1e6");
+  Put(mode, "VQ3D-GEQ 1kHz Gain Float", "silent");
+  Erase("GEQ 100Hz Gain");
+  EXPECT_EQ(Write(0x07), S_OK);
+  EXPECT_EQ(HalfWord(driver.held[0x07], 4), 8192);
+  EXPECT_EQ(HalfWord(driver.held[0x07], 6), 23060);
+  EXPECT_EQ(HalfWord(driver.held[0x07], 8), 725);
+}
+
+TEST_F(SkylakeBlocks, ToneAndVolumeOfTheDspStayWhenControlsAreMissing) {
+  Erase("Tone Enable");
+  Erase("Master Volume L/R Balance");
+  driver.held[0x08] = FromHex("010000000300000004000000");
+  driver.held[0x0A] = FromHex("01000000500000000200000001000000");
+  DiagnosticLog log;
+  EXPECT_EQ(Write(0x08, 7), S_OK);
+  EXPECT_EQ(Write(0x0A, 7), S_OK);
+  EXPECT_THAT(driver.requests, ElementsAre("get 08 apply 7", "get 0a apply 7"));
+  EXPECT_TRUE(log.Contains(L"VQ3D Tone Controls are ignored: VQ3D-Tone Enable - Can't find bool"));
+  EXPECT_TRUE(log.Contains(L"VQ3D-Master Volume controls are ignored: VQ3D-Master Volume L/R"));
+  SkylakeImage read;
+  dsp.GetVQ3DParameters(read);
+  for (const SkylakeDifference& left :
+       CompareSkylakeImages(KELAPOIntelDSP_SKL::CachedImage(), read))
+    ADD_FAILURE() << left.control;  // nothing else was written or held
+}
+
+TEST_F(SkylakeBlocks, UnreadableFallbacksSendWhatIsKnown) {
+  Erase("Treble Gain");
+  Erase("Master Volume Volume Step");
+  Erase("Tone Input Gain");
+  DiagnosticLog log;
+  for (const std::uint32_t number : {0x08, 0x0A, 0x0C}) EXPECT_EQ(Write(number), S_OK);
+  EXPECT_EQ(driver.held[0x08], FromHex("01000000fdffffff00000000"));
+  EXPECT_EQ(driver.held[0x0A], FromHex("01000000190000000000000000000000"));
+  EXPECT_EQ(HalfWord(driver.held[0x0C], 14), 16423);
+  EXPECT_EQ(HalfWord(driver.held[0x0C], 16), 13045);
+  EXPECT_FALSE(log.Contains(L"got from DSP"));
+
+  driver.held[0x0C][14] = 0x34;
+  driver.held[0x0C][15] = 0x12;
+  EXPECT_EQ(Write(0x0C), S_OK);
+  EXPECT_EQ(HalfWord(driver.held[0x0C], 14), 0x1234);
+  EXPECT_TRUE(log.Contains(L"VQ3D-Tone Input Gain is ignored: VQ3D-Tone Input Gain - Can't find"));
+  EXPECT_TRUE(log.Contains(L"VQ3D-Tone Input Gain got from DSP: \n"));
+}
+
+Bytes LittleEndian(const std::vector<std::int32_t>& words) {
+  Bytes bytes(4 * words.size());
+  std::memcpy(bytes.data(), words.data(), bytes.size());
+  return bytes;
+}
+
+TEST_F(SkylakeBlocks, CustomSizesSendTheirCoefficientsFirst) {
+  Set("DPHD Speaker Audio Size", 185);
+  Set("DPHD Speaker Audio Custom Size", 185);
+  Set("DPHD Speaker Analysis Custom Size", 165);
+  EXPECT_EQ(Write(0x04), S_OK);
+  EXPECT_EQ(driver.Sent(), "0f 04");
+  EXPECT_EQ(Word(driver.held[0x04], 8), 9);
+  EXPECT_EQ(
+      driver.held[0x0F],
+      LittleEndian({25751478,    2095980672,  -4661823,   2134411776,  -1061308544, -33733708,
+                    2112158976,  -1040315072, 22997346,   2101488896,  -4160442,    2135879296,
+                    -1062645696, -30138042,   2116107520, -1043878016, 2,           288205472,
+                    -595477888,  308678496,   2071376896, -1002526144, 3,           1867511808}));
+
+  driver.refused = {0x0F};
+  EXPECT_EQ(Write(0x04), FakeSkylakeDriver::kRefusal);
+  EXPECT_EQ(driver.Sent(), "0f");  // the block would select coefficients that are not there
+  for (const int hertz : {0, -5, 24000, 14000}) {  // 14000: the all-pass would leave the range
+    Set("DPHD Speaker Audio Custom Size", hertz);
+    EXPECT_EQ(Write(0x04), E_FAIL) << hertz;
+  }
+  Set("DPHD Speaker Audio Custom Size", 185);
+  Set("DPHD Compressor Level", -1);
+  EXPECT_EQ(Write(0x04), E_FAIL);
+  EXPECT_EQ(driver.Sent(), "");
+
+  mode = FullMode();
+  Set("DPHD Speaker Analysis Size", 165);
+  EXPECT_EQ(Write(0x04), S_OK);  // the analysis size alone does not ask for coefficients
+  EXPECT_EQ(driver.Sent(), "04");
+}
+
+TEST_F(SkylakeBlocks, CustomSpaceCutoffSendsItsHighPassFirst) {
+  Erase("Space HPF Cutoff Freq");
+  Set("Space HPF Custom Freq", 360);
+  DiagnosticLog log;
+  EXPECT_EQ(Write(0x05), S_OK);
+  EXPECT_EQ(driver.Sent(), "10 05");
+  EXPECT_EQ(Word(driver.held[0x05], 20), 9);
+  EXPECT_EQ(driver.held[0x10], LittleEndian({2, 438374880, -876749760, 438374880, 2075951104,
+                                             -1004516480, 3, 1271898880}));
+  EXPECT_TRUE(log.Contains(L"error: VQ3D-Space HPF Cutoff Freq - Can't find enum value.\n"));
+  EXPECT_TRUE(log.Contains(L"MSG: VQ3D-Space HPF Cutoff Freq is not found VQ3D-Space HPF Cutoff"));
+  Set("Space HPF Custom Freq", 400);  // one of the list
+  EXPECT_EQ(Write(0x05), S_OK);
+  EXPECT_EQ(driver.Sent(), "05");
+  Set("Space HPF Custom Freq", 24000);
+  EXPECT_EQ(Write(0x05), E_FAIL);
+  Erase("Space HPF Custom Freq");
+  EXPECT_EQ(Write(0x05), E_FAIL);
+  EXPECT_EQ(driver.Sent(), "");
+}
+
+TEST_F(SkylakeBlocks, BandGainIsReadChangedAndWritten) {
+  driver.held = FullModeBlocks();
+  DiagnosticLog log;
+  EXPECT_EQ(dsp.SetGEQBandGain(2, -30, 1), S_OK);
+  EXPECT_EQ(HalfWord(driver.held[0x07], 8), 2900);
+  EXPECT_TRUE(log.Contains(L"cur GEQControls.bgain[2] = 5786 (0x169a) \n"));
+  EXPECT_TRUE(log.Contains(L"new GEQControls.bgain[2] = 2900 (0xb54) \n"));
+  EXPECT_EQ(dsp.SetGEQBandGain(4, 32767, 1), S_OK);
+  EXPECT_EQ(HalfWord(driver.held[0x07], 12), 23060);
+  driver.requests.clear();
+  driver.held[0x07][4] = 0;  // another band below its range
+  driver.held[0x07][5] = 0;
+  EXPECT_EQ(dsp.SetGEQBandGain(0, 0, 1), S_OK);
+  driver.held[0x07][4] = driver.held[0x07][5] = 0;
+  EXPECT_EQ(dsp.SetGEQBandGain(1, 0, 1), E_FAIL);
+  EXPECT_EQ(driver.Sent(), "07");
+  driver.unreadable = {0x07};
+  EXPECT_EQ(dsp.SetGEQBandGain(3, 0, 1), FakeSkylakeDriver::kRefusal);
+  EXPECT_TRUE(log.Contains(L"Error: [GEQ Band 3] set aborted due to DSP GetParameter() failed."));
+  EXPECT_EQ(dsp.SetGEQBandGain(5, 0, 1), E_INVALIDARG);
+  EXPECT_EQ(dsp.SetGEQBandGain(-1, 0, 1), E_INVALIDARG);
+}
+
+// Whatever controls a mode holds, the driver (which checks every block) only sees sound blocks.
+TEST_F(SkylakeBlocks, RandomModesNeverSendABlockOutOfItsRanges) {
+  std::mt19937 random(20260117);
+  const auto pick = [&](int low, int high) {
+    return std::uniform_int_distribution(low, high)(random);
+  };
+  std::vector<std::string> names;
+  for (const auto& [name, value] : FullMode()) names.push_back(name);
+  for (const char* further :
+       {"DPHD Speaker Audio Custom Size", "DPHD Speaker Analysis Custom Size",
+        "Space HPF Custom Freq", "Custom Filter Type", "MXHP DialogClarity Enable",
+        "MXHP DialogClarity Level", "PEQ Left Band 0 Enable", "PEQ Left Band 0 Frequency",
+        "PEQ Left Band 0 Q Factor", "PEQ Left Band 0 Gain", "PEQ Left Band 0 Type"})
+    names.push_back(std::string("VQ3D-") + further);
+  std::vector<boost::any> oddities = {boost::any(), boost::any(true), boost::any(1e300)};
+  for (const char* text : {"", "Enabled", "nan", "-inf", "1e40", "0.5", "HpfA", "Fir257", "9",
+                           "VQ3D-PX3D", "Custom", "\xFF\xFE"})
+    oddities.emplace_back(std::string(text));
+  const auto any_of = [&](const auto& items) {
+    return items[static_cast<std::size_t>(pick(0, static_cast<int>(items.size()) - 1))];
+  };
+  for (int round = 0; round < 300; ++round) {
+    mode = FullMode();
+    for (int change = pick(1, 12); change > 0; --change) {
+      const std::string name = any_of(names) + (pick(0, 5) == 0 ? " Float" : "");
+      const int kind = pick(0, 4);
+      if (kind == 0) mode.erase(name);
+      if (kind == 1 || kind == 2) Put(mode, name, any_of(oddities));
+      if (kind == 3) Put(mode, name, pick(std::numeric_limits<int>::min(), 0x7FFFFFFF));
+      if (kind == 4) Put(mode, name, pick(-300, 300));
+    }
+    driver.unreadable = {static_cast<std::uint32_t>(pick(1, 24))};
+    driver.refused = {static_cast<std::uint32_t>(pick(1, 24))};
+    for (std::uint32_t number = 1; number <= 13; ++number) Write(number);
+    EXPECT_NE(driver.Sent(), "");
+  }
+}
+
+}  // namespace
+}  // namespace orv

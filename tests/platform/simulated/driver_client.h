@@ -1,0 +1,184 @@
+// Requests to the drivers of a simulated machine, put together by hand.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/com_ptr.h"
+#include "platform/device_topology.h"
+#include "platform/guid_text.h"
+#include "platform/simulated/machine_file.h"
+#include "platform/simulated/simulated_machine.h"
+
+namespace orv {
+
+using Bytes = std::vector<std::byte>;
+
+// Appends little-endian words.
+class Wire {
+ public:
+  Wire& Word(std::uint32_t word) { return Append(&word, 4); }
+  Wire& Short(std::uint32_t word) { return Append(&word, 2); }
+  Wire& Byte(std::uint32_t byte) { return Append(&byte, 1); }
+  Wire& Handle(std::uint64_t handle) { return Append(&handle, 8); }
+  Wire& Guid(const wchar_t* text) {
+    const GUID guid = ParseGuid(text).value();
+    return Append(&guid, 16);
+  }
+  Wire& Zeros(std::size_t count) {
+    bytes_.resize(bytes_.size() + count);
+    return *this;
+  }
+  Wire& Block(const Bytes& block) { return Append(block.data(), block.size()); }
+  operator Bytes() const { return bytes_; }
+
+ private:
+  Wire& Append(const void* data, std::size_t size) {
+    const auto* begin = static_cast<const std::byte*>(data);
+    bytes_.insert(bytes_.end(), begin, begin + size);
+    return *this;
+  }
+  Bytes bytes_;
+};
+
+inline void Put(Bytes& bytes, std::size_t offset, std::uint32_t word, std::size_t width = 4) {
+  std::memcpy(bytes.data() + offset, &word, width);
+}
+inline std::uint32_t WordAt(const Bytes& bytes, std::size_t offset) {
+  std::uint32_t word = 0;
+  if (offset + 4 <= bytes.size()) std::memcpy(&word, bytes.data() + offset, 4);
+  return word;
+}
+
+inline MachineDescription Describe(const std::string& text) {
+  FileError error;
+  auto description = ParseMachineFile(text, error);
+  EXPECT_TRUE(description) << error.Text();
+  return description.value_or(MachineDescription());
+}
+
+inline std::string LastRefusal(SimulatedMachine& machine) {
+  const auto refusals = machine.RefusedRequests();
+  return refusals.empty() ? "" : refusals.back().reason;
+}
+
+inline constexpr wchar_t kModuleSet[] = L"{BAE9CE37-AA99-4BC7-9BDF-4CBF3D23E1B9}";
+inline constexpr wchar_t kModuleInterface[] = L"{C18E2F7E-933D-4965-B7D1-1EEF228D2AF3}";
+inline constexpr wchar_t kModuleId[] = L"{E1284052-8664-4FE4-A353-3878F72704C3}";
+
+inline Wire Header(std::uint32_t property, std::uint32_t flags, std::uint32_t node = 9) {
+  return Wire().Guid(kModuleSet).Word(property).Word(flags).Word(node).Word(0);
+}
+inline Bytes ModuleRequest(std::uint32_t property, std::uint32_t flags, std::uint32_t node = 9) {
+  return Header(property, flags, node).Guid(kModuleInterface).Word(1).Guid(kModuleId);
+}
+inline Bytes LongRequest(std::uint32_t property, std::uint32_t flags, std::uint32_t parameter = 0,
+                         std::uint32_t apply = 0) {
+  return Wire().Block(ModuleRequest(property, flags)).Word(parameter).Byte(apply);
+}
+
+// The wave filter behind an endpoint, once a walk has found it.
+class SkylakeClient {
+ public:
+  explicit SkylakeClient(Machine& machine) {
+    EXPECT_EQ(machine.CreateDeviceEnumerator(devices_.Put()), S_OK);
+  }
+
+  // From the endpoint against the stream to the host connector; selects on the way what it came
+  // from unless told otherwise.
+  HRESULT Walk(const wchar_t* endpoint, bool select = true) {
+    ComPtr<IMMDevice> device;
+    ComPtr<IDeviceTopology> topology;
+    ComPtr<IConnector> connector;
+    HRESULT result = devices_->GetDevice(endpoint, device.Put());
+    if (result == S_OK)
+      result = device->Activate(IID_IDeviceTopology, CLSCTX_ALL, nullptr, topology.PutVoid());
+    if (result == S_OK) result = topology->GetConnector(0, connector.Put());
+    BOOL connected = TRUE;
+    while (result == S_OK && (result = connector->IsConnected(&connected)) == S_OK && connected) {
+      ComPtr<IConnector> other;
+      result = connector->GetConnectedTo(other.Put());
+      if (result == S_OK) result = Upstream(other.As<IPart>(), select, connector);
+    }
+    return result == S_OK ? OpenFilter(connector.As<IPart>()) : result;
+  }
+
+  HRESULT Ask(const Bytes& request, Bytes& data) {
+    Bytes property = request;
+    ULONG returned = 0xDDDDDDDD;
+    const HRESULT result = control->KsProperty(reinterpret_cast<PKSPROPERTY>(property.data()),
+                                               static_cast<ULONG>(property.size()), data.data(),
+                                               static_cast<ULONG>(data.size()), &returned);
+    answered = returned;
+    return result;
+  }
+  HRESULT Send(const Bytes& request, Bytes data = {}) { return Ask(request, data); }
+  HRESULT SetBlock(std::uint32_t parameter, const Bytes& block, std::uint32_t apply = 0) {
+    return Send(LongRequest(3, 2, parameter, apply),
+                Wire().Word(static_cast<std::uint32_t>(block.size())).Block(block));
+  }
+  // The block; empty when it is refused.
+  Bytes GetBlock(std::uint32_t parameter) {
+    Bytes data(64004, std::byte{0xDD});
+    status = Ask(LongRequest(3, 1, parameter), data);
+    if (status < 0) return {};
+    EXPECT_EQ(answered, 4 + WordAt(data, 0));
+    return {data.begin() + 4, data.begin() + answered};
+  }
+
+  ComPtr<IKsControl> control;
+  std::uint32_t node = 0;
+  std::vector<ComPtr<IPart>> passed;
+  HRESULT status = 0;
+  ULONG answered = 0;
+
+ private:
+  HRESULT Upstream(ComPtr<IPart> part, bool select, ComPtr<IConnector>& last) {
+    for (;;) {
+      ComPtr<IPartsList> list;
+      passed.push_back(part);
+      const HRESULT ended = part->EnumPartsIncoming(list.Put());
+      if (ended == orv_apo::kNotFound) break;
+      ComPtr<IPart> next;
+      if (ended != S_OK) return ended;
+      const HRESULT found = list->GetPart(0, next.Put());
+      if (found != S_OK) return found;
+      if (select) Select(*next, *part);
+      part = next;
+    }
+    last = part.As<IConnector>();
+    return last ? S_OK : E_NOINTERFACE;
+  }
+  static void Select(IPart& part, IPart& arrived_from) {
+    UINT id = 0;
+    ComPtr<IAudioInputSelector> input;
+    ComPtr<IAudioOutputSelector> output;
+    arrived_from.GetLocalId(&id);
+    part.Activate(CLSCTX_ALL, IID_IAudioInputSelector, input.PutVoid());
+    part.Activate(CLSCTX_ALL, IID_IAudioOutputSelector, output.PutVoid());
+    EXPECT_TRUE(!input || input->SetSelection(id, nullptr) == S_OK);
+    EXPECT_TRUE(!output || output->SetSelection(id, nullptr) == S_OK);
+  }
+  HRESULT OpenFilter(const ComPtr<IPart>& host) {
+    ComPtr<IDeviceTopology> topology;
+    ComPtr<IMMDevice> filter;
+    LPWSTR id = nullptr;
+    HRESULT result = host->GetTopologyObject(topology.Put());
+    if (result == S_OK) result = host->GetLocalId(&node);
+    if (result == S_OK) result = topology->GetDeviceId(&id);
+    if (result == S_OK) result = devices_->GetDevice(id, filter.Put());
+    CoTaskMemFree(id);
+    node &= 0xFFFF;
+    return result != S_OK
+               ? result
+               : filter->Activate(IID_IKsControl, CLSCTX_ALL, nullptr, control.PutVoid());
+  }
+
+  ComPtr<IMMDeviceEnumerator> devices_;
+};
+
+}  // namespace orv

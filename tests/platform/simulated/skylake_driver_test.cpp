@@ -1,0 +1,309 @@
+// The Skylake driver of a simulated machine: strict towards its clients, and unreliable on demand.
+#include <functional>
+
+#include "platform/simulated/driver_client.h"
+#include "platform/simulated/drivers/block_format.h"
+#include "platform/simulated/machine_folder.h"
+
+namespace orv {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr wchar_t kSpeakers[] = L"{0.0.0.00000000}.{A}";
+constexpr wchar_t kDisplay[] = L"{0.0.0.00000000}.{B}";
+constexpr wchar_t kEventName[] = L"Global\\Changed";
+constexpr HRESULT kInvalid = E_INVALIDARG;
+constexpr HRESULT kNotReady = static_cast<HRESULT>(0x80070015);
+constexpr HRESULT kSetNotFound = static_cast<HRESULT>(0x80070492);
+constexpr HRESULT kMoreData = static_cast<HRESULT>(0x800700EA);
+constexpr std::uint32_t kTone = 0x10014408;
+constexpr std::uint32_t kVolume = 0x1001440A;
+
+std::string MachineText(const std::string& misbehaviour = "") {
+  return R"({"endpoints": [{"id": "{0.0.0.00000000}.{A}"}, {"id": "{0.0.0.00000000}.{B}"},
+             {"id": "{0.0.0.00000000}.{C}"}],
+             "events": ["Global\\Changed"],
+             "drivers": {"skylake": {
+               "endpoints": [{"id": "{0.0.0.00000000}.{A}", "offload_pin": 7},
+                             {"id": "{0.0.0.00000000}.{B}", "module": false}],
+               "features": 5, "revision": 2, "module": {"name": "Ours", "version": "3.1"},
+               "other_modules": [{"id": "{5F6B1C3E-90A4-4D27-8B1E-C7D2A90F4E61}", "type": "efx",
+                                  "name": "Other", "version": "1"}],
+               "misbehaviour": [)" +
+         misbehaviour + "]}}}";
+}
+
+class SkylakeDriver : public testing::Test {
+ protected:
+  void Start(const std::string& misbehaviour = "") {
+    machine_ = SimulatedMachine::InMemory(Describe(MachineText(misbehaviour)));
+    client_ = std::make_unique<SkylakeClient>(*machine_);
+    ASSERT_EQ(client_->Walk(kSpeakers), S_OK);
+  }
+  std::unique_ptr<SimulatedMachine> machine_;
+  std::unique_ptr<SkylakeClient> client_;
+};
+
+TEST_F(SkylakeDriver, OnlyTheWayOverBothSelectorsReachesTheModule) {
+  machine_ = SimulatedMachine::InMemory(Describe(MachineText()));
+  SkylakeClient client(*machine_);
+  ASSERT_EQ(client.Walk(kSpeakers, false), S_OK);
+  EXPECT_EQ(client.passed.size(), 9U);
+  EXPECT_EQ(client.node, 9U);
+  Bytes version(5);
+  EXPECT_EQ(client.Ask(Header(0, 1), version), kNotReady);
+  EXPECT_THAT(LastRefusal(*machine_), HasSubstr("selector 0x10002"));
+  ComPtr<IAudioOutputSelector> selector;
+  ASSERT_EQ(client.passed[2]->Activate(CLSCTX_ALL, IID_IAudioOutputSelector, selector.PutVoid()),
+            S_OK);
+  UINT selected = 0;
+  EXPECT_EQ(selector->GetSelection(&selected), S_OK);
+  EXPECT_EQ(selector->SetSelection(0x10001, nullptr), kInvalid) << "no neighbour";
+  EXPECT_EQ(selector->SetSelection(0x10004, nullptr), S_OK);
+  EXPECT_EQ(client.Ask(Header(0, 1), version), kNotReady);
+  EXPECT_THAT(LastRefusal(*machine_), HasSubstr("selector 0x10001"));
+  ASSERT_EQ(client.Walk(kSpeakers), S_OK);
+  EXPECT_EQ(client.Ask(Header(0, 1), version), S_OK);
+}
+
+TEST_F(SkylakeDriver, OtherEndpointsHaveNoModuleOrNoTopology) {
+  machine_ = SimulatedMachine::InMemory(Describe(MachineText()));
+  SkylakeClient client(*machine_);
+  ASSERT_EQ(client.Walk(kDisplay), S_OK);
+  Bytes version(5);
+  EXPECT_EQ(client.Ask(Header(0, 1), version), kSetNotFound);
+  EXPECT_EQ(client.Walk(L"{0.0.0.00000000}.{C}"), E_NOINTERFACE);
+}
+
+TEST_F(SkylakeDriver, EveryStepOfTheWalkCanFail) {
+  Start();
+  for (const char* step :
+       {"topology.connector", "topology.is_connected", "topology.connected_to",
+        "topology.enum_parts", "topology.part", "topology.topology_object", "topology.local_id",
+        "topology.device_id", "devices.get_device", "device.activate"}) {
+    machine_->faults().FailNth(step, 1, E_UNEXPECTED);
+    const HRESULT status = SkylakeClient(*machine_).Walk(kSpeakers, false);
+    EXPECT_EQ(status, E_UNEXPECTED) << step;
+  }
+  machine_->faults().FailNth("ks.property", 1, E_UNEXPECTED);
+  EXPECT_EQ(client_->Send(Header(0, 1)), E_UNEXPECTED);
+  machine_->faults().FailAlways("drivers.save", 1);
+  EXPECT_LT(client_->SetBlock(kTone, Bytes(12)), 0);
+  EXPECT_THAT(machine_->ReceivedRecords(), IsEmpty());
+}
+
+TEST_F(SkylakeDriver, VersionModulesStatusAndPinAreAnswered) {
+  Start();
+  Bytes answer(5);
+  EXPECT_EQ(client_->Ask(Header(0, 1), answer), S_OK);
+  EXPECT_EQ(answer, Bytes(Wire().Byte(1).Byte(5).Zeros(2).Byte(2)));
+  const Bytes list_request = Header(1, 1).Guid(kModuleInterface);
+  EXPECT_EQ(client_->Send(list_request), kMoreData);
+  ASSERT_EQ(client_->answered, 8U + 2 * 148);
+  Bytes list(client_->answered);
+  EXPECT_EQ(client_->Ask(list_request, list), S_OK);
+  EXPECT_EQ(WordAt(list, 0), list.size());
+  EXPECT_EQ(WordAt(list, 4), 2U);
+  EXPECT_EQ(Bytes(list.begin() + 156, list.begin() + 176), Bytes(Wire().Word(1).Guid(kModuleId)));
+  EXPECT_STREQ(reinterpret_cast<const char*>(list.data()) + 176, "Ours");
+  EXPECT_STREQ(reinterpret_cast<const char*>(list.data()) + 240, "3.1");
+  Bytes one(1);
+  EXPECT_EQ(client_->Send(LongRequest(2, 2), Bytes(1)), S_OK);
+  one[0] = std::byte{0xDD};
+  EXPECT_EQ(client_->Ask(LongRequest(2, 1), one), S_OK);
+  EXPECT_EQ(one[0], std::byte{0});
+  EXPECT_EQ(client_->Ask(ModuleRequest(6, 1), one), S_OK);
+  EXPECT_EQ(one[0], std::byte{1});
+  Bytes pins(12);
+  EXPECT_EQ(client_->Ask(Wire()
+                             .Guid(L"{3A2F82DC-886F-4BAA-9EB4-082B9025C536}")
+                             .Word(6)
+                             .Word(0x10000001)
+                             .Word(9)
+                             .Word(0),
+                         pins),
+            S_OK);
+  EXPECT_EQ(WordAt(pins, 4), 7U);  // after the host pin
+}
+
+TEST_F(SkylakeDriver, AnyWrongByteOfARequestIsRefusedWithItsReason) {
+  Start();
+  const Bytes good = LongRequest(3, 2, kTone, 1);
+  const Bytes data = Wire().Word(12).Zeros(12);
+  ASSERT_EQ(client_->Send(good, data), S_OK);
+  const struct {
+    std::size_t offset;
+    std::uint32_t word;
+    const char* reason;
+    HRESULT status = kInvalid;
+  } cases[] = {{0, 1, "no property set", kSetNotFound},
+               {16, 7, "property 7", static_cast<HRESULT>(0x80070490)},
+               {16, 1, "bytes instead of 48"},
+               {16, 4, "bytes instead of 68"},
+               {16, 6, "bytes instead of 68"},
+               {16, 2, "a parameter identifier where none"},
+               {20, 3, "flags 0x3"},
+               {20, 0x10000002, "flags 0x10000002"},
+               {24, 8, "node 8 instead of 9"},
+               {28, 1, "the reserved word"},
+               {32, 0, "not the post-processing interface"},
+               {48, 0, "type word 0"},
+               {52, 0, "not the module's identifier"},
+               {68, 0x10014400, "no such parameter", static_cast<HRESULT>(0x80070490)}};
+  for (const auto& wrong : cases) {
+    Bytes request = good;
+    Put(request, wrong.offset, wrong.word);
+    EXPECT_EQ(client_->Send(request, data), wrong.status) << wrong.reason;
+    EXPECT_THAT(LastRefusal(*machine_), HasSubstr(wrong.reason));
+  }
+  const struct {
+    Bytes request;
+    Bytes data;
+    const char* reason;
+  } others[] = {
+      {LongRequest(3, 2, kTone, 2), data, "apply flag 2"},
+      {Wire().Block(good).Byte(0), data, "74 bytes instead of 73"},
+      {Bytes(good.begin(), good.end() - 1), data, "72 bytes instead of 73"},
+      {Header(0, 2), data, "flags 0x2"},
+      {good, Wire().Word(11).Zeros(12), "the byte count"},
+      {good, Bytes(3), "the byte count"},
+      {good, Wire().Word(8).Zeros(8), "8 bytes instead of 12"},
+      {LongRequest(2, 2), Bytes(2), "a status is one byte"},
+      {LongRequest(2, 2), Wire().Byte(2), "a status is one byte"},
+      {ModuleRequest(4, 2), Wire().Word(1), "eight bytes"},
+      {ModuleRequest(4, 2), Wire().Handle(1), "no open event"},
+  };
+  for (const auto& wrong : others) {
+    EXPECT_EQ(client_->Send(wrong.request, wrong.data), kInvalid) << wrong.reason;
+    EXPECT_THAT(LastRefusal(*machine_), HasSubstr(wrong.reason));
+  }
+  EXPECT_EQ(machine_->ReceivedRecords().size(), 1U);
+  Bytes small(15);
+  EXPECT_LT(client_->Ask(LongRequest(3, 1, kTone), small), 0);
+  EXPECT_EQ(small, Bytes(15)) << "nothing is written where the answer has no room";
+}
+
+TEST_F(SkylakeDriver, EveryFreshBlockIsOneThatItTakes) {
+  Start();
+  for (const BlockFormat& format : SkylakeFormats()) {
+    const Bytes fresh = client_->GetBlock(format.parameter);
+    ASSERT_FALSE(fresh.empty()) << HexNumber(format.parameter);
+    EXPECT_EQ(client_->SetBlock(format.parameter, fresh), S_OK) << LastRefusal(*machine_);
+    EXPECT_EQ(client_->GetBlock(format.parameter), fresh);
+  }
+}
+
+TEST_F(SkylakeDriver, FieldsOutOfRangeAndCoefficientsThatDoNotFitAreRefused) {
+  Start();
+  const struct {
+    std::uint32_t parameter;
+    std::size_t offset;
+    std::uint32_t value;
+    std::size_t width;
+    const char* reason;
+  } fields[] = {
+      {0x10014401, 8, 6, 4, "offset 8: 6 is outside 0 to 5"},
+      {0x10014401, 4, 0x8000, 2, "offset 4: 32768 is outside"},
+      {0x10014402, 6, 1, 1, "offset 6: a reserved byte"},
+      {0x10014403, 8, 0x60000001, 4, "offset 8"},
+      {0x10014404, 24, 3, 4, "offset 24: 3 is outside 0 to 2"},
+      {0x10014406, 4, 0, 4, "offset 4: 0 is outside 1"},
+      {0x10014407, 12, 724, 2, "offset 12: 724 is outside 725 to 23060"},
+      {kTone, 8, 0xFFFFFFF3, 4, "offset 8: -13 is outside -12 to 12"},
+      {kVolume, 4, 101, 4, "offset 4: 101"},
+      {0x1001440B, 8, 59, 4, "offset 8: 59"},
+      {0x1001440C, 0, 1, 2, "offset 0: a reserved byte"},
+      {0x10014411, 0, 44100, 4, "44100"},
+      {0x1001440D, 4, 2, 4, "an absent high-pass has an order"},
+      {0x1001440E, 8, 1, 4, "an absent equaliser"},
+  };
+  for (const auto& wrong : fields) {
+    Bytes block = client_->GetBlock(wrong.parameter);
+    Put(block, wrong.offset, wrong.value, wrong.width);
+    EXPECT_EQ(client_->SetBlock(wrong.parameter, block), kInvalid) << wrong.reason;
+    EXPECT_THAT(LastRefusal(*machine_), HasSubstr(wrong.reason));
+  }
+  // A second-order high-pass and a second-order equaliser with 50 taps behind it.
+  const auto left = [](std::uint32_t order, std::uint32_t fir, std::size_t words) -> Bytes {
+    return Wire().Word(1).Word(order).Word(1).Word(1).Word(2).Word(fir).Zeros(4 * words + 40);
+  };
+  EXPECT_EQ(client_->SetBlock(0x1001440D, left(2, 49, 8 + 8 + 53)), S_OK) << LastRefusal(*machine_);
+  EXPECT_EQ(client_->SetBlock(0x1001440D, left(2, 0xFFFFFFFF, 8 + 8)), S_OK);
+  EXPECT_EQ(client_->SetBlock(0x1001440D, left(2, 49, 8 + 8)), kInvalid);
+  EXPECT_EQ(client_->SetBlock(0x1001440D, left(11, 49, 38 + 8 + 53)), kInvalid);
+  EXPECT_EQ(client_->SetBlock(0x1001440D, left(2, 257, 8 + 8 + 261)), kInvalid);
+  Bytes trailing = left(2, 49, 8 + 8 + 53);
+  trailing.back() = std::byte{1};
+  EXPECT_EQ(client_->SetBlock(0x1001440D, trailing), kInvalid);
+}
+
+TEST_F(SkylakeDriver, EventsAreRegisteredOnceAndUnregistered) {
+  Start();
+  std::uint32_t error = 0;
+  EXPECT_EQ(machine_->OpenNamedEvent(L"Global\\Absent", error), nullptr);
+  EXPECT_EQ(error, kDeviceFileNotFound);
+  const auto event = machine_->OpenNamedEvent(kEventName, error);
+  ASSERT_NE(event, nullptr);
+  const Bytes handle = Wire().Handle(event->native());
+  EXPECT_EQ(client_->Send(LongRequest(5, 2), handle), kInvalid);
+  EXPECT_EQ(client_->Send(ModuleRequest(4, 2), handle), S_OK);
+  EXPECT_EQ(client_->Send(ModuleRequest(4, 2), handle), kInvalid);
+  EXPECT_EQ(machine_->RegisteredEvents(), 1U);
+  EXPECT_EQ(client_->Send(LongRequest(5, 2), handle), S_OK);
+  EXPECT_EQ(machine_->RegisteredEvents(), 0U);
+  event->Set();
+  event->Set();
+  EXPECT_EQ(machine_->EventSignals(kEventName), 2U);
+}
+
+TEST_F(SkylakeDriver, EachMisbehaviourDoesWhatItSays) {
+  Start(R"({"kind": "refuse", "request": "0x10014401", "nth": 2, "status": "0x80070005"},
+           {"kind": "status", "request": "0x10014402", "direction": "set", "status": 1},
+           {"kind": "status", "request": "version", "status": "0xC0000001"},
+           {"kind": "absent", "request": "0x10014403"},
+           {"kind": "short", "request": "0x10014404", "size": 8},
+           {"kind": "stale", "request": "0x10014408", "nth": 2},
+           {"kind": "corrupt", "request": "0x1001440A", "offset": 4, "mask": 3},
+           {"kind": "late", "request": "0x1001440B", "delay_ms": 1},
+           {"kind": "short", "request": "modules", "size": 200})");
+  EXPECT_EQ(client_->GetBlock(0x10014401).size(), 16U);
+  EXPECT_THAT(client_->GetBlock(0x10014401), IsEmpty());
+  EXPECT_EQ(client_->status, E_ACCESSDENIED);
+  EXPECT_EQ(client_->GetBlock(0x10014401).size(), 16U);
+  EXPECT_EQ(client_->SetBlock(0x10014402, Bytes(12)), 1) << "done, with a positive status";
+  EXPECT_EQ(client_->GetBlock(0x10014402), Bytes(12));
+  EXPECT_EQ(client_->Send(Header(0, 1)), static_cast<HRESULT>(0xC0000001));
+  client_->GetBlock(0x10014403);
+  EXPECT_EQ(client_->status, static_cast<HRESULT>(0x80070490));
+  EXPECT_EQ(client_->GetBlock(0x10014404).size(), 8U);
+  const Bytes fresh = client_->GetBlock(kTone);
+  Bytes changed = fresh;
+  Put(changed, 4, 5);
+  EXPECT_EQ(client_->SetBlock(kTone, changed), S_OK);
+  EXPECT_EQ(client_->GetBlock(kTone), fresh) << "the block before the write";
+  EXPECT_EQ(client_->GetBlock(kTone), changed);
+  const Bytes block = Wire().Word(0).Word(40).Word(0).Word(0);
+  EXPECT_EQ(client_->SetBlock(kVolume, block), S_OK);
+  EXPECT_EQ(WordAt(client_->GetBlock(kVolume), 4), 43U);
+  EXPECT_EQ(machine_->ReceivedRecords().back().bytes, block) << "the driver has the right one";
+  EXPECT_EQ(client_->GetBlock(0x1001440B).size(), 20U);
+  EXPECT_EQ(client_->Send(Header(1, 1).Guid(kModuleInterface)), kMoreData);
+  EXPECT_EQ(client_->answered, 200U);
+}
+
+TEST_F(SkylakeDriver, ObjectsWorkOnWithoutTheirMachine) {
+  Start();
+  std::uint32_t error = 0;
+  const auto event = machine_->OpenNamedEvent(kEventName, error);
+  machine_.reset();
+  event->Set();
+  EXPECT_EQ(client_->SetBlock(kTone, Bytes(12)), S_OK);
+  EXPECT_EQ(client_->GetBlock(kTone), Bytes(12));
+  UINT id = 0;
+  EXPECT_EQ(client_->passed[0]->GetLocalId(&id), S_OK);
+}
+
+}  // namespace
+}  // namespace orv

@@ -1,0 +1,272 @@
+#include <gmock/gmock.h>
+
+#include "platform/audio_client.h"
+#include "platform/com_ptr.h"
+#include "platform/simulated/machine_folder.h"
+#include "platform/simulated/sound/stream_buffers.h"
+
+namespace orv {
+namespace {
+
+using testing::ElementsAre;
+using testing::FloatNear;
+using testing::HasSubstr;
+
+constexpr wchar_t kSpeakers[] = L"{0.0.0.00000000}.{A}";
+
+std::string Word(std::uint32_t number, int bytes = 4) {
+  std::string word;
+  for (int i = 0; i < bytes; ++i) word += static_cast<char>(number >> (8 * i) & 0xFF);
+  return word;
+}
+std::string Chunk(const std::string& name, const std::string& content) {
+  return name + Word(static_cast<std::uint32_t>(content.size())) + content +
+         std::string(content.size() % 2, '\0');
+}
+std::string Format(std::uint32_t tag, std::uint32_t channels, std::uint32_t bits) {
+  const std::uint32_t frame = channels * bits / 8;
+  return Chunk("fmt ", Word(tag, 2) + Word(channels, 2) + Word(48000) + Word(48000 * frame) +
+                           Word(frame, 2) + Word(bits, 2));
+}
+std::string Wav(const std::string& chunks) { return Chunk("RIFF", "WAVE" + chunks); }
+
+TEST(WaveFile, SamplesOfEveryFormatAreRead) {
+  const struct {
+    std::uint32_t tag;
+    std::uint32_t bits;
+    std::string samples;
+  } files[] = {
+      {1, 16, Word(0x4000, 2) + Word(0x8000, 2)},
+      {1, 24, Word(0x400000, 3) + Word(0x800000, 3)},
+      {1, 32, Word(0x40000000) + Word(0x80000000)},
+      {3, 32, Word(0x3F000000) + Word(0xBF800000)},
+  };
+  for (const auto& [tag, bits, samples] : files) {
+    std::string reason;
+    const auto sound =
+        ReadWav(Wav(Chunk("LIST", "odd") + Format(tag, 2, bits) + Chunk("data", samples)), reason);
+    ASSERT_TRUE(sound) << reason;
+    EXPECT_EQ(sound->rate, 48000U);
+    EXPECT_EQ(sound->channels, 2U);
+    EXPECT_THAT(sound->samples, ElementsAre(0.5F, -1.0F)) << tag << " " << bits;
+  }
+}
+
+TEST(WaveFile, WhatIsNotWholeIsRefusedWithItsReason) {
+  const std::string good = Wav(Format(1, 1, 16) + Chunk("data", Word(1, 2)));
+  const struct {
+    std::string bytes;
+    const char* reason;
+  } files[] = {
+      {"", "no wave file"},
+      {"RIFF\x10", "no wave file"},
+      {Wav(""), "no samples"},
+      {Wav(Format(1, 1, 16)), "no samples"},
+      {Wav(Chunk("data", "ab") + Format(1, 1, 16)), "no format before"},
+      {Wav(Chunk("fmt ", "short") + Chunk("data", "ab")), "no format before"},
+      {Wav(Format(1, 1, 8) + Chunk("data", "ab")), "samples are neither"},
+      {Wav(Format(3, 1, 64) + Chunk("data", "abcdefgh")), "samples are neither"},
+      {Wav(Format(1, 0, 16) + Chunk("data", "ab")), "samples are neither"},
+      {Wav(Format(0xFFFE, 1, 16) + Chunk("data", "ab")), "samples are neither"},
+      {Wav(Format(1, 2, 16) + Chunk("data", "ab")), "no whole frames"},
+      {Wav(Format(3, 1, 32) + Chunk("data", Word(0x7FC00000))), "no numbers"},
+  };
+  std::string reason;
+  EXPECT_TRUE(ReadWav(good, reason)) << reason;
+  for (std::size_t size = 1; size < good.size(); ++size)
+    EXPECT_FALSE(ReadWav(good.substr(0, size), reason));
+  for (const auto& file : files) {
+    EXPECT_FALSE(ReadWav(file.bytes, reason));
+    EXPECT_THAT(reason, HasSubstr(file.reason));
+  }
+}
+
+TEST(Playback, RefusalsNameTheLineAndTheReason) {
+  const MachineFolder folder;
+  std::filesystem::create_directory(folder.path() / "drive_c");
+  folder.Write("drive_c/cut.wav", "RIFF");
+  folder.Write("drive_c/low.wav", Wav(Format(1, 1, 16) + Chunk("data", Word(1, 2))));
+  const std::string sounds = "{\"endpoints\": [{\"endpoint\": \"{0.0.0.00000000}.{a}\",\n";
+  const struct {
+    std::string section;
+    int line;  // of the section
+    const char* reason;
+  } cases[] = {
+      {"[]", 1, "playback: expected an object"},
+      {"{\"clock\":\n\"slow\"}", 2, "playback.clock: expected \"real\""},
+      {"{\"clock\": 0}", 1, "a speed from 0.001"},
+      {"{\"endpoints\": [{\"endpoint\":\n\"{B}\"}]}", 2, "no endpoint of the machine"},
+      {sounds + "\"sound\": []}]}", 2, "the nearest is \"sounds\""},
+      {sounds + "\"mix_format\": {\"kind\": \"flaot\"}}]}", 2, "the nearest is \"float\""},
+      {sounds + "\"mix_format\": {\"bits\": 16}}]}", 2, "floats have 32 bits"},
+      {sounds + "\"mix_format\": {\"channels\": 0}}]}", 2, "a number from 1 to 64"},
+      {sounds + "\"packets\": {\"frames\": [480,\n0]}}]}", 3, "a number from 1 to"},
+      {sounds + "\"sounds\": [{\"kind\": \"tone\"}]}]}", 2, "\"frequency\" is missing"},
+      {sounds + "\"sounds\": [{\"kind\": \"tone\",\n\"frequency\": 24001}]}]}", 3, "half the rate"},
+      {sounds + "\"sounds\": [{\"kind\": \"noise\", \"level\": 0.5}]}]}", 2, "from -200 to 0"},
+      {sounds + "\"sounds\": [{\"kind\": \"noise\", \"frequency\": 1}]}]}", 2,
+       "no key \"frequency\""},
+      {sounds + "\"sounds\": [{\"kind\": \"noise\", \"channel\": 2}]}]}", 2, "from 0 to 1"},
+      {sounds + "\"sounds\": [{\"kind\": \"sweep\", \"from\": 20, \"to\": 99}]}]}", 2,
+       "\"seconds\""},
+      {sounds + "\"sounds\": [{\"kind\": \"file\", \"path\": \"C:\\\\no.wav\"}]}]}", 2,
+       "No such file"},
+      {sounds + "\"sounds\": [{\"kind\": \"file\", \"path\": \"C:\\\\cut.wav\"}]}]}", 2,
+       "no wave file"},
+      {sounds + "\"mix_format\": {\"rate\": 44100}, \"sounds\": [{\"kind\": \"file\", \"path\": "
+                "\"C:\\\\low.wav\"}]}]}",
+       2, "the file has 48000 Hz, the endpoint 44100"},
+      {sounds + "\"packets\": {}}, {\"endpoint\": \"{0.0.0.00000000}.{A}\"}]}", 2, "comes twice"},
+  };
+  for (const auto& refused : cases) {
+    folder.Write("machine.json",
+                 "{\"endpoints\": [{\"id\": \"{0.0.0.00000000}.{A}\"}],\n"
+                 "\"playback\":\n" +
+                     refused.section + "}");
+    const FileError error = folder.Refusal();
+    EXPECT_EQ(error.file.filename(), "machine.json");
+    EXPECT_EQ(error.line, refused.line + 2) << refused.section << error.Text();
+    EXPECT_THAT(error.reason, HasSubstr(refused.reason)) << refused.section;
+  }
+}
+
+// A loopback stream on a machine's speakers.
+class Listener {
+ public:
+  Listener(SimulatedMachine& machine, const std::string& endpoint, const std::string& clock) {
+    SimulatedEndpoint speakers;
+    speakers.id = kSpeakers;
+    machine.description().endpoints = {speakers};
+    FileError error;
+    EXPECT_TRUE(machine.SetPlayback("{\"clock\": \"" + clock +
+                                        "\", \"endpoints\": [{\"endpoint\": "
+                                        "\"{0.0.0.00000000}.{A}\", " +
+                                        endpoint + "}]}",
+                                    error))
+        << error.Text();
+    ComPtr<IMMDeviceEnumerator> enumerator;
+    ComPtr<IMMDevice> device;
+    EXPECT_EQ(machine.CreateDeviceEnumerator(enumerator.Put()), S_OK);
+    EXPECT_EQ(enumerator->GetDevice(kSpeakers, device.Put()), S_OK);
+    EXPECT_EQ(device->Activate(IID_IAudioClient, CLSCTX_ALL, nullptr, client.PutVoid()), S_OK);
+    WAVEFORMATEX* format = nullptr;
+    EXPECT_EQ(client->GetMixFormat(&format), S_OK);
+    EXPECT_EQ(client->Start(), AUDCLNT_E_NOT_INITIALIZED);
+    EXPECT_EQ(client->Initialize(AUDCLNT_SHAREMODE_SHARED, AUDCLNT_STREAMFLAGS_LOOPBACK, 100000, 0,
+                                 format, nullptr),
+              S_OK);
+    CoTaskMemFree(format);
+    EXPECT_EQ(client->GetService(IID_IAudioCaptureClient, capture.PutVoid()), S_OK);
+    EXPECT_EQ(client->Start(), S_OK);
+  }
+
+  UINT32 Next() {
+    UINT32 frames = 0xBAD;
+    EXPECT_EQ(capture->GetNextPacketSize(&frames), S_OK);
+    return frames;
+  }
+  // First channel of the next packet.
+  std::vector<float> Packet(std::size_t channels = 2) {
+    BYTE* data = nullptr;
+    UINT32 frames = 0;
+    EXPECT_EQ(capture->GetBuffer(&data, &frames, &flags, &position, nullptr), S_OK);
+    std::vector<float> samples(frames);
+    for (std::size_t i = 0; i < frames; ++i)
+      samples[i] = LoadSample(SampleFormat::Float32, data + i * channels * sizeof(float));
+    EXPECT_EQ(capture->ReleaseBuffer(frames), S_OK);
+    return samples;
+  }
+
+  ComPtr<IAudioClient> client;
+  ComPtr<IAudioCaptureClient> capture;
+  DWORD flags = 0;
+  UINT64 position = 0;
+};
+
+TEST(Loopback, PacketsComeAsTimeGoesByAndTheOldestGetLost) {
+  const auto machine = SimulatedMachine::InMemory();
+  SoundClock& clock = machine->sound().clock();
+  Listener listener(*machine, R"("sounds": [{"kind": "clicks", "every": 480, "level": -20}])",
+                    "held");
+  EXPECT_EQ(listener.Next(), 0U);
+  clock.Step(std::chrono::microseconds(9999));
+  EXPECT_EQ(listener.Next(), 0U);
+  clock.Step(std::chrono::microseconds(1));
+  EXPECT_EQ(listener.Next(), 480U);
+  const auto samples = listener.Packet();
+  EXPECT_THAT(samples[0], FloatNear(0.1F, 1e-7F));
+  EXPECT_EQ(samples[1], 0);
+  EXPECT_EQ(listener.flags, 0U);
+  EXPECT_EQ(listener.Next(), 0U);
+  clock.Step(std::chrono::hours(1000));
+  EXPECT_EQ(listener.Next(), 480U);
+  listener.Packet();
+  EXPECT_EQ(listener.flags, AUDCLNT_BUFFERFLAGS_DATA_DISCONTINUITY);
+  EXPECT_EQ(listener.position, 480 + 3600ULL * 1000 * 48000 - 960) << "two are kept";
+  listener.Packet();
+  EXPECT_EQ(listener.flags, 0U);
+  EXPECT_EQ(listener.Next(), 0U);
+}
+
+TEST(Loopback, CallsOutOfOrderAreRefused) {
+  const auto machine = SimulatedMachine::InMemory();
+  Listener listener(*machine, R"("sounds": [{"kind": "noise"}])", "on_demand");
+  BYTE* data = nullptr;
+  UINT32 frames = 0;
+  DWORD flags = 0;
+  EXPECT_EQ(listener.capture->ReleaseBuffer(480), AUDCLNT_E_OUT_OF_ORDER);
+  EXPECT_EQ(listener.capture->GetBuffer(&data, &frames, nullptr, nullptr, nullptr), E_POINTER);
+  EXPECT_EQ(listener.capture->GetBuffer(&data, &frames, &flags, nullptr, nullptr), S_OK);
+  EXPECT_EQ(listener.capture->GetBuffer(&data, &frames, &flags, nullptr, nullptr),
+            AUDCLNT_E_OUT_OF_ORDER);
+  EXPECT_EQ(listener.capture->ReleaseBuffer(479), AUDCLNT_E_INVALID_SIZE);
+  EXPECT_EQ(listener.capture->ReleaseBuffer(480), S_OK);
+  EXPECT_EQ(listener.client->Start(), AUDCLNT_E_NOT_STOPPED);
+  ComPtr<IAudioRenderClient> render;
+  EXPECT_EQ(listener.client->GetService(IID_IAudioRenderClient, render.PutVoid()),
+            AUDCLNT_E_WRONG_ENDPOINT_TYPE);
+  EXPECT_EQ(listener.client->Stop(), S_OK);
+  EXPECT_EQ(listener.client->Stop(), S_FALSE);
+  EXPECT_EQ(listener.Next(), 0U);
+}
+
+TEST(Loopback, SoundsEndOrBeginAnew) {
+  const TemporaryFolder drive_c;
+  std::ofstream(drive_c.path() / "Three.wav", std::ios::binary) << Wav(
+      Format(3, 1, 32) + Chunk("data", Word(0x3F000000) + Word(0x3E800000) + Word(0x3E000000)));
+  const auto machine = SimulatedMachine::InMemory({}, drive_c.path());
+  for (const bool loop : {false, true}) {
+    Listener listener(*machine,
+                      std::string(R"("packets": {"frames": [4, 3]}, "sounds": [
+        {"kind": "file", "path": "C:\\three.WAV", "level": 0, "loop": )") +
+                          (loop ? "true" : "false") + "}]",
+                      "on_demand");
+    EXPECT_THAT(listener.Packet(), ElementsAre(0.5F, 0.25F, 0.125F, loop ? 0.5F : 0.0F));
+    EXPECT_EQ(listener.Next(), 0U);
+    EXPECT_EQ(listener.Next(), 3U);
+    EXPECT_EQ(listener.Packet()[0], loop ? 0.25F : 0.0F);
+    EXPECT_EQ(listener.flags, loop ? 0U : DWORD{AUDCLNT_BUFFERFLAGS_SILENT});
+  }
+}
+
+TEST(Loopback, SweepRunsFromItsFirstToItsLastFrequency) {
+  SoundSource sweep;
+  sweep.kind = SoundSource::Kind::Sweep;
+  sweep.frequency = 100;
+  sweep.last_frequency = 6400;
+  sweep.length = 6 * 48000;
+  std::vector<float> samples(sweep.length);
+  EXPECT_TRUE(AddSource(sweep, {48000, 1}, 0, samples));
+  // An octave a second: 100 / ln 2 turns in the first second, 64 times as many over the last.
+  const auto turns = [&](std::size_t second) {
+    int crossings = 0;
+    for (std::size_t i = second * 48000 + 1; i < (second + 1) * 48000; ++i)
+      crossings += samples[i - 1] < 0 && samples[i] >= 0 ? 1 : 0;
+    return crossings;
+  };
+  EXPECT_NEAR(turns(0), 144, 1);
+  EXPECT_NEAR(turns(5), 4617, 2);
+}
+
+}  // namespace
+}  // namespace orv

@@ -1,0 +1,144 @@
+// What only the machine under the process has: drivers, named events, the system's own folders.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <windows.h>
+// windows.h first: the headers below depend on it.
+#include <setupapi.h>
+#include <winioctl.h>
+
+#include <cstdio>
+
+#include "platform/guid_text.h"
+#include "platform/text.h"
+#include "platform/windows/windows_machine.h"
+
+namespace orv {
+namespace {
+
+TEST(WindowsMachine, OpensNamedEventsThatExistAndSetsThem) {
+  WindowsMachine machine;
+  constexpr wchar_t kName[] = L"Global\\OrvMachineTestEvent";
+  std::uint32_t error = 0xBAD;
+  EXPECT_EQ(machine.OpenNamedEvent(kName, error), nullptr);
+  EXPECT_EQ(error, kDeviceFileNotFound);
+
+  const HANDLE owner = ::CreateEventW(nullptr, FALSE, FALSE, kName);
+  ASSERT_NE(owner, nullptr);
+  error = 0xBAD;
+  const auto event = machine.OpenNamedEvent(kName, error);
+  ASSERT_NE(event, nullptr);
+  EXPECT_EQ(error, 0U);
+  EXPECT_NE(event->native(), 0U);
+  EXPECT_EQ(::WaitForSingleObject(owner, 0), DWORD{WAIT_TIMEOUT});
+  event->Set();
+  EXPECT_EQ(::WaitForSingleObject(owner, 0), DWORD{WAIT_OBJECT_0});
+  ::CloseHandle(owner);
+}
+
+// The volume of drive C: is a device that every system has.
+TEST(WindowsMachine, SendsRequestsToADeviceAndTellsItsErrors) {
+  WindowsMachine machine;
+  std::uint32_t error = 0xBAD;
+  EXPECT_EQ(machine.OpenDevice(L"\\\\.\\OrvNoSuchDevice", error), nullptr);
+  EXPECT_EQ(error, kDeviceFileNotFound);
+
+  const auto device = machine.OpenDevice(L"\\\\.\\MountPointManager", error);
+  ASSERT_NE(device, nullptr) << error;
+  EXPECT_EQ(error, 0U);
+  EXPECT_NE(device->native(), 0U);
+  // IOCTL_MOUNTMGR_QUERY_POINTS with an empty pattern lists everything.
+  constexpr std::uint32_t kQueryPoints = CTL_CODE('m', 2, METHOD_BUFFERED, FILE_ANY_ACCESS);
+  std::array<std::byte, 24> all{};
+  std::vector<std::byte> answer(65536);
+  std::uint32_t returned = 0xBAD;
+  EXPECT_EQ(device->Control(kQueryPoints, all, answer, returned), 0U);
+  EXPECT_GT(returned, 8U);
+
+  returned = 0xBAD;
+  EXPECT_EQ(device->Control(kQueryPoints, all, std::span(answer).first(32), returned),
+            kDeviceMoreData);
+  EXPECT_EQ(returned, 0U);
+  EXPECT_NE(
+      device->Control(CTL_CODE('m', 0x7FF, METHOD_BUFFERED, FILE_ANY_ACCESS), {}, {}, returned),
+      0U);
+}
+
+// A device of a made-up class, present as long as this lives.
+class PresentDevice {
+ public:
+  static constexpr GUID kClass = {
+      0x5B1C0D7E, 0x2A3F, 0x4C61, {0x9D, 0x10, 0x4E, 0x8F, 0x6A, 0x22, 0x71, 0x05}};
+
+  PresentDevice() {
+    devices_ = ::SetupDiCreateDeviceInfoList(&kClass, nullptr);
+    device_.cbSize = sizeof device_;
+    registered_ =
+        ::SetupDiCreateDeviceInfoW(devices_, L"ROOT\\ORVTEST\\0000", &kClass, nullptr, nullptr, 0,
+                                   &device_) != 0 &&
+        ::SetupDiRegisterDeviceInfo(devices_, &device_, 0, nullptr, nullptr, nullptr) != 0 &&
+        ::SetupDiCreateDeviceInterfaceW(devices_, &device_, &kClass, nullptr, 0, nullptr) != 0;
+  }
+  ~PresentDevice() {
+    ::SetupDiRemoveDevice(devices_, &device_);
+    ::SetupDiDestroyDeviceInfoList(devices_);
+  }
+  PresentDevice(const PresentDevice&) = delete;
+  PresentDevice& operator=(const PresentDevice&) = delete;
+  bool registered() const { return registered_; }
+
+  // What a driver does when it starts.
+  void Enable() {
+    const std::wstring key = L"System\\CurrentControlSet\\Control\\DeviceClasses\\" +
+                             GuidText(kClass) + L"\\##?#ROOT#ORVTEST#0000#" + GuidText(kClass) +
+                             L"\\#\\Control";
+    const DWORD linked = 1;
+    EXPECT_EQ(::RegSetKeyValueW(HKEY_LOCAL_MACHINE, key.c_str(), L"Linked", REG_DWORD, &linked,
+                                sizeof linked),
+              ERROR_SUCCESS);
+  }
+
+ private:
+  HDEVINFO devices_;
+  SP_DEVINFO_DATA device_{};
+  bool registered_ = false;
+};
+
+TEST(WindowsMachine, ListsThePresentInterfacesOfAClass) {
+  WindowsMachine machine;
+  EXPECT_THAT(machine.DeviceInterfaces(PresentDevice::kClass), testing::IsEmpty());
+  PresentDevice device;
+  ASSERT_TRUE(device.registered());
+  EXPECT_THAT(machine.DeviceInterfaces(PresentDevice::kClass), testing::IsEmpty())
+      << "not started yet";
+  device.Enable();
+  const auto paths = machine.DeviceInterfaces(PresentDevice::kClass);
+  ASSERT_EQ(paths.size(), 1U);
+  EXPECT_TRUE(
+      EqualsIgnoringCase(paths[0], L"\\\\?\\ROOT#ORVTEST#0000#" + GuidText(PresentDevice::kClass)));
+}
+
+TEST(WindowsMachine, KnowsItsOwnVersionAndFiles) {
+  WindowsMachine machine;
+  int matches = 0;
+  for (const auto& [major, minor] : {std::pair(6, 1), {6, 2}, {6, 3}, {10, 0}})
+    matches += machine.IsPlatformVersion(static_cast<std::uint32_t>(major),
+                                         static_cast<std::uint32_t>(minor));
+  EXPECT_EQ(matches, 1);
+  EXPECT_FALSE(machine.Is32BitProcess());
+
+  const std::wstring library = machine.SystemDirectory().value_or(L"") + L"\\kernel32.dll";
+  EXPECT_TRUE(machine.FileExists(library));
+  EXPECT_FALSE(machine.FileExists(library + L".missing"));
+  EXPECT_FALSE(machine.FileExists(library + std::wstring(L"\0x", 2)));
+  EXPECT_FALSE(machine.FileExists(L""));
+  std::FILE* file = std::fopen(machine.HostPath(library).value_or("").c_str(), "rb");
+  EXPECT_NE(file, nullptr);
+  if (file != nullptr) std::fclose(file);
+  // U+4E2D and U+97F3 are in no western code page; other files may still lie there.
+  const std::wstring beyond = L"C:\\\x4E2D\x97F3\\x.xml";
+  EXPECT_EQ(machine.HostPath(beyond), std::nullopt);
+  EXPECT_EQ(machine.HostFile(beyond), beyond);
+}
+
+}  // namespace
+}  // namespace orv

@@ -1,0 +1,137 @@
+// What only the Windows build's process services promise.
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "platform/debug_output.h"
+#include "platform/dynamic_library.h"
+#include "platform/files.h"
+#include "platform/windows/under_wine.h"
+#include "support/temporary_folder.h"
+
+namespace orv {
+namespace {
+
+std::string heard;
+
+// Debug output travels as an exception that a debugger takes: the text with its terminator, in the
+// system's code page.
+LONG CALLBACK Listen(EXCEPTION_POINTERS* pointers) {
+  constexpr DWORD kDebugOutput = 0x40010006;
+  const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
+  if (record.ExceptionCode != kDebugOutput) return EXCEPTION_CONTINUE_SEARCH;
+  heard.assign(reinterpret_cast<const char*>(record.ExceptionInformation[1]),
+               record.ExceptionInformation[0] - 1);
+  return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+TEST(DebugOutput, ReachesWhoeverListens) {
+  void* listener = ::AddVectoredExceptionHandler(1, &Listen);
+  EXPECT_TRUE(DebugOutputWanted());
+  WriteDebugOutput(L"line of a diagnostic\n");
+  ::RemoveVectoredExceptionHandler(listener);
+  EXPECT_EQ(heard, "line of a diagnostic\n");
+}
+
+std::filesystem::path SampleModule() {
+  return std::filesystem::path(HostProgramPath()).parent_path() / ORV_SAMPLE_MODULE;
+}
+
+// U+4E2D, U+97F3 and a character outside the first plane: in no western code page.
+constexpr wchar_t kUnusualFolder[] = L"M\x00F6hre \x4E2D\x97F3 \xD83C\xDFA7";
+
+TEST(Module, LoadsFromAFolderThatNoCodePageNames) {
+  const TemporaryFolder folder;
+  const auto file = folder.path() / kUnusualFolder / "module.dll";
+  std::filesystem::create_directory(file.parent_path());
+  std::filesystem::copy_file(SampleModule(), file);
+  {
+    DynamicLibrary module;
+    EXPECT_EQ(module.Find("OwnPath"), nullptr);
+    ASSERT_TRUE(module.Load(file));
+    EXPECT_EQ(module.Find("NoSuchSymbol"), nullptr);
+    DynamicLibrary moved(std::move(module));
+    EXPECT_FALSE(module.loaded());
+    const auto own_path = reinterpret_cast<const wchar_t* (*)()>(moved.Find("OwnPath"));
+    ASSERT_NE(own_path, nullptr);
+    EXPECT_EQ(own_path(), file.native());
+    EXPECT_EQ(OwnModulePath(), HostProgramPath());
+  }
+  // A loaded module could not be deleted.
+  EXPECT_TRUE(std::filesystem::remove(file));
+}
+
+TEST(Module, IsNeitherAnyFileNorASystemLibraryByName) {
+  const TemporaryFolder folder;
+  std::ofstream(folder.path() / "text.dll") << "no module";
+  DynamicLibrary module;
+  EXPECT_FALSE(module.Load(folder.path() / "text.dll"));
+  EXPECT_FALSE(module.Load(folder.path() / "missing.dll"));
+  EXPECT_FALSE(module.Load("setupapi.dll"));
+  EXPECT_FALSE(module.loaded());
+}
+
+TEST(Replacement, WorksWhileAReaderHasTheFileOpen) {
+  // Seen on Wine 8.0: no file is renamed over one that is open, however it is shared (access
+  // denied), and the call that would (POSIX semantics) is not known (invalid parameter).
+  if (IsUnderWine()) GTEST_SKIP() << "no system call of Wine replaces an open file";
+  const TemporaryFolder folder;
+  const auto file = folder.path() / kUnusualFolder;
+  std::string reason;
+  ASSERT_TRUE(ReplaceFileContent(file, "old", reason)) << reason;
+  const HANDLE reader = ::CreateFileW(file.c_str(), GENERIC_READ,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                      nullptr, OPEN_EXISTING, 0, nullptr);
+  ASSERT_NE(reader, INVALID_HANDLE_VALUE);
+  EXPECT_TRUE(ReplaceFileContent(file, "new", reason)) << reason;
+  char content[4] = {};
+  DWORD size = 0;
+  EXPECT_NE(::ReadFile(reader, content, 3, &size, nullptr), 0);
+  EXPECT_STREQ(content, "old");
+  ::CloseHandle(reader);
+  EXPECT_EQ(ReadWholeFile(file, 100, reason), "new");
+}
+
+TEST(Replacement, WaitsForAReaderThatClosesTheFile) {
+  const TemporaryFolder folder;
+  const auto file = folder.path() / kUnusualFolder;
+  std::string reason;
+  ASSERT_TRUE(ReplaceFileContent(file, "old", reason)) << reason;
+  Event open(Event::Kind::ManualReset);
+  const auto reader = Thread::Start([&] {
+    const HANDLE handle = ::CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                        OPEN_EXISTING, 0, nullptr);
+    open.Set();
+    ::Sleep(30);
+    return ::CloseHandle(handle) != 0 ? 1U : 0U;
+  });
+  ASSERT_TRUE(reader && open.Wait());
+  EXPECT_TRUE(ReplaceFileContent(file, "new", reason)) << reason;
+  EXPECT_TRUE(reader->Wait(std::chrono::seconds(30)));
+  EXPECT_EQ(ReadWholeFile(file, 100, reason), "new");
+}
+
+// The file system finds any letter case by itself; a drive's name must not lead out.
+TEST(PathLookup, NeverLeavesTheFolder) {
+  const TemporaryFolder folder;
+  std::filesystem::create_directories(folder.path() / "Tools");
+  const auto found = FindBelow(folder.path(), "other/../TOOLS/");
+  ASSERT_TRUE(found);
+  EXPECT_TRUE(found->exists);
+  EXPECT_TRUE(std::filesystem::equivalent(found->path, folder.path() / "Tools"));
+  for (const char* outside : {"../x", "Tools/../../x", "C:", "Tools/C:/windows", "..\\x", "a\\b"})
+    EXPECT_FALSE(FindBelow(folder.path(), outside)) << outside;
+}
+
+TEST(CRuntimePath, IsInTheSystemsCodePageOrNotAtAll) {
+  EXPECT_EQ(CRuntimePath(L"C:\\a\\b.xml"), "C:\\a\\b.xml");
+  EXPECT_EQ(CRuntimePath(kUnusualFolder), std::nullopt);
+  EXPECT_EQ(CRuntimePath(std::wstring(L"a\0b", 3)), std::nullopt);
+  EXPECT_EQ(CRuntimePath({}), std::nullopt);
+}
+
+}  // namespace
+}  // namespace orv

@@ -1,0 +1,206 @@
+// The registered component as programs get it from the COM runtime, on this machine's own default
+// device.
+#include <filesystem>
+#include <functional>
+#include <random>
+#include <thread>
+
+#include "component_file.h"
+#include "platform/com_ptr.h"
+
+namespace orv {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kHandleRounds = 10000;
+
+class Apartment {
+ public:
+  explicit Apartment(DWORD model) : status_(CoInitializeEx(nullptr, model)) {
+    EXPECT_EQ(status_, S_OK);
+  }
+  ~Apartment() {
+    if (SUCCEEDED(status_)) CoUninitialize();
+  }
+  Apartment(const Apartment&) = delete;
+  Apartment& operator=(const Apartment&) = delete;
+
+ private:
+  HRESULT status_;
+};
+
+template <class Interface>
+ComPtr<Interface> Create(const CLSID& class_id) {
+  ComPtr<Interface> object;
+  EXPECT_EQ(CoCreateInstance(class_id, nullptr, CLSCTX_INPROC_SERVER,
+                             orv_apo::InterfaceId<Interface>::value, object.PutVoid()),
+            S_OK);
+  return object;
+}
+
+// The component is registered; the default device has a configuration file and a technology
+// library.
+class WindowsObjectsTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    const fs::path configuration = "C:\\Program Files\\ORV Labs\\APO";
+    fs::create_directories(configuration);
+    fs::copy_file(WindowsPath(ORV_CONFIGURATION), configuration / "orv_apo_config.xml",
+                  fs::copy_options::overwrite_existing);
+    ASSERT_EQ(RunRegistrationTool(L""), 0U);
+  }
+  static void TearDownTestSuite() { RunRegistrationTool(L"/u"); }
+
+  static ComPtr<IORVEndpointEnumerator> Endpoints() {
+    const auto system = Create<IORVAPOSystem>(CLSID_ORVAPOSystem);
+    EXPECT_EQ(system->InitializeSystem(nullptr), S_OK);
+    ComPtr<IORVEndpointEnumerator> endpoints;
+    EXPECT_EQ(system->EnumerateORVEndpoints(endpoints.Put()), S_OK);
+    return endpoints;
+  }
+  static ComPtr<IORVEndpointInfo> DefaultEndpoint() {
+    ComPtr<IORVEndpointInfo> endpoint;
+    EXPECT_EQ(Endpoints()->Next(endpoint.Put()), S_OK);
+    return endpoint;
+  }
+  // One reference to an object of every kind that this machine has.
+  static std::vector<ComPtr<IUnknown>> EveryKind();
+};
+
+std::vector<ComPtr<IUnknown>> WindowsObjectsTest::EveryKind() {
+  std::vector<ComPtr<IUnknown>> objects;
+  const auto keep = [&objects](const auto& object) {
+    EXPECT_TRUE(object);
+    objects.push_back(object.template As<IUnknown>());
+  };
+  const auto endpoints = Endpoints();
+  keep(endpoints);
+  ComPtr<IORVEndpointInfo> endpoint;
+  EXPECT_EQ(endpoints->Next(endpoint.Put()), S_OK);
+  keep(endpoint);
+  ComPtr<IORVAPOOpModeEnumerator> modes;
+  ComPtr<IORVOperatingMode> mode;
+  EXPECT_EQ(endpoint->GetOpModeEnumerator(modes.Put()), S_OK);
+  EXPECT_EQ(modes->Next(mode.Put()), S_OK);
+  keep(modes);
+  keep(mode);
+  ComPtr<IORVAPOControlEnumerator> controls;
+  ComPtr<IORVAPOControl> control;
+  EXPECT_EQ(mode->get_ORVAPOControlEnumerator(kORVAPO_Cont_Public, controls.Put()), S_OK);
+  EXPECT_EQ(controls->Next(control.Put()), S_OK);
+  keep(controls);
+  keep(control);
+  ComPtr<IORVAPOConfigEnumerator> properties;
+  ComPtr<IORVAPOConfigProperty> property;
+  EXPECT_EQ(endpoint->get_config_enum(properties.Put()), S_OK);
+  EXPECT_EQ(properties->Next(property.Put()), S_OK);
+  keep(properties);
+  keep(property);
+  keep(Create<IORVAPOSystem>(CLSID_ORVAPOSystem));
+  keep(Create<IORVAPOConfigEnumerator>(CLSID_ORVAPOConfigEnumerator));
+  keep(Create<IORVAPOConfigProperty>(CLSID_ORVAPOConfigProperty));
+
+  // Devices that are not there leave nothing behind.
+  const auto newest = endpoint.As<IORVEndpointInfo5>();
+  ComPtr<IAnalysisData> analysis;
+  if (SUCCEEDED(newest->get_AnalysisData(analysis.Put()))) keep(analysis);
+  ComPtr<IORVAPOQCDSP> qualcomm;
+  if (SUCCEEDED(newest->GetQCDSPInterface(qualcomm.Put()))) keep(qualcomm);
+  ComPtr<IKELAPOIntelDSP> intel;
+  if (SUCCEEDED(newest->GetIntelInterface(intel.Put()))) keep(intel);
+  return objects;
+}
+
+void InThread(const std::function<void()>& work) { std::thread(work).join(); }
+
+TEST_F(WindowsObjectsTest, BothApartmentsGetTheDefaultDevice) {
+  for (const DWORD model : {COINIT_MULTITHREADED, COINIT_APARTMENTTHREADED}) {
+    InThread([model] {
+      const Apartment apartment(model);
+      const auto endpoint = DefaultEndpoint();
+      ASSERT_TRUE(endpoint);
+      BSTR text = nullptr;
+      ASSERT_EQ(endpoint->get_FriendlyName(&text), S_OK);
+      EXPECT_GT(SysStringLen(text), 1U);
+      SysFreeString(text);
+      ASSERT_EQ(endpoint->get_RegistryPath(&text), S_OK);
+      EXPECT_TRUE(KeyExists(HKEY_LOCAL_MACHINE, text));
+      SysFreeString(text);
+      ComPtr<IORVOperatingMode> mode;
+      EXPECT_EQ(endpoint->get_OpMode(mode.Put()), S_OK);
+    });
+  }
+}
+
+TEST_F(WindowsObjectsTest, UnloadingIsAllowedExactlyWhenNothingIsAlive) {
+  for (const DWORD model : {COINIT_MULTITHREADED, COINIT_APARTMENTTHREADED}) {
+    InThread([model] {
+      const Apartment apartment(model);
+      const LoadedComponent component;
+      std::mt19937 random(20110);
+      EXPECT_EQ(component.CanUnloadNow(), S_OK);
+      for (int round = 0; round < 10; ++round) {
+        auto objects = EveryKind();
+        std::shuffle(objects.begin(), objects.end(), random);
+        while (objects.size() > 1) {
+          objects.pop_back();
+          EXPECT_EQ(component.CanUnloadNow(), S_FALSE);
+        }
+        objects.clear();
+        EXPECT_EQ(component.CanUnloadNow(), S_OK);
+      }
+    });
+  }
+}
+
+TEST_F(WindowsObjectsTest, LockedFactoryKeepsTheLibrary) {
+  const Apartment apartment(COINIT_MULTITHREADED);
+  const LoadedComponent component;
+  ComPtr<IClassFactory> factory;
+  ASSERT_EQ(CoGetClassObject(CLSID_ORVAPOSystem, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory,
+                             factory.PutVoid()),
+            S_OK);
+  EXPECT_EQ(factory->LockServer(TRUE), S_OK);
+  EXPECT_EQ(component.CanUnloadNow(), S_FALSE);
+  EXPECT_EQ(factory->LockServer(FALSE), S_OK);
+  EXPECT_EQ(component.CanUnloadNow(), S_OK);
+}
+
+TEST_F(WindowsObjectsTest, RuntimeUnloadsTheLibraryAfterUse) {
+  InThread([] {
+    {
+      const Apartment apartment(COINIT_MULTITHREADED);
+      EXPECT_TRUE(DefaultEndpoint());
+      EXPECT_NE(GetModuleHandleW(L"orv_apo_controller.dll"), nullptr);
+    }
+    EXPECT_EQ(GetModuleHandleW(L"orv_apo_controller.dll"), nullptr);
+  });
+}
+
+TEST_F(WindowsObjectsTest, EndpointsAndControlsLeaveNoHandlesBehind) {
+  const Apartment apartment(COINIT_MULTITHREADED);
+  const LoadedComponent component;
+  const auto handles = [] {
+    DWORD count = 0;
+    GetProcessHandleCount(GetCurrentProcess(), &count);
+    return count;
+  };
+  const auto endpoints = Endpoints();
+  ComPtr<IORVEndpointInfo> endpoint;
+  ASSERT_EQ(endpoints->Next(endpoint.Put()), S_OK);
+  const auto round = [&] {
+    ComPtr<IORVEndpointInfo> again;
+    EXPECT_EQ(endpoints->Reset(), S_OK);
+    EXPECT_EQ(endpoints->Next(again.Put()), S_OK);
+    ComPtr<IORVOperatingMode> mode;
+    EXPECT_EQ(again->get_OpMode(mode.Put()), S_OK);
+  };
+  for (int i = 0; i < 10; ++i) round();  // what is kept once is there
+  const DWORD before = handles();
+  for (int i = 0; i < kHandleRounds; ++i) round();
+  EXPECT_LE(handles(), before + 2);
+}
+
+}  // namespace
+}  // namespace orv
