@@ -6,6 +6,8 @@
 
 #include "cli/commands.h"
 #include "cli/control_view.h"
+#include "cli/dsp_objects.h"
+#include "cli/dsp_push.h"
 #include "cli/host.h"
 #include "cli/image_json.h"
 #include "cli/machine_folder.h"
@@ -127,6 +129,7 @@ class Story {
   void TellChange(const Mode& mode);
   void TellSwitch(const Mode& mode);
   void TellRegistry(const Mode& mode);
+  void TellPush(const Mode& mode);
 
  private:
   void Title(const std::string& text) {
@@ -138,11 +141,13 @@ class Story {
     output_.Line(output_.Painted("   $ " + command, ansi::kDim));
   }
   void TellImage(const Mode& mode, const std::string& name, const std::optional<Record>& before);
+  void TellBlock(const PushOutcome& push);
 
   Context& context_;
   Output& output_;
   const Endpoint& endpoint_;
   int step_ = 0;
+  std::string changed_;  // the control
 };
 
 void Story::TellControls(const Mode& mode) {
@@ -197,6 +202,7 @@ void Story::TellChange(const Mode& mode) {
   const std::optional<Control> control = mode.Controls(kORVAPO_Cont_Public).Find(view->name);
   if (control) control->SetValue(value);
   const auto now = ViewControls(context_.catalog(), endpoint_, mode, kORVAPO_Cont_Public);
+  changed_ = view->name;
   Title("One control changed");
   Say("\"" + view->name + "\" goes from " + view->text + " to " + FindView(now, view->name)->text +
       " (its range is " + std::to_string(view->minimum) + " to " + std::to_string(view->maximum) +
@@ -238,6 +244,49 @@ void Story::TellRegistry(const Mode& mode) {
   Say("A write is complete when it lies there: the processing object reads it from this key.");
 }
 
+// The block in which the DSP holds the control, as it holds it.
+void Story::TellBlock(const PushOutcome& push) {
+  for (const DspBlock& block : push.blocks) {
+    const std::vector<DecodedField> fields = DecodeBlock(block);
+    if (std::none_of(fields.begin(), fields.end(),
+                     [&](const DecodedField& field) { return field.control == changed_; }))
+      continue;
+    Say("\"" + changed_ + "\" is a field of " + BlockName(block) + ", " +
+        std::to_string(block.bytes.size()) + " bytes:");
+    Table table({{"OFFSET", Align::Right}, {"CONTROL"}, {"VALUE", Align::Right}, {"MEANS"}});
+    for (const DecodedField& field : fields) {
+      if (!IsControl(field)) continue;
+      const bool changed = field.control == changed_;
+      table.Add({std::to_string(field.offset), field.control, std::to_string(field.value),
+                 changed ? Cell(field.text, ansi::kAccent) : Cell(field.text)});
+    }
+    output_.Show(table, 3);
+    return;
+  }
+  throw Failure(kDiffering, "no block that was sent holds \"" + changed_ + "\".");
+}
+
+void Story::TellPush(const Mode& mode) {
+  Title("Into the DSP");
+  const IntelDsp dsp(endpoint_);
+  const auto readback = DspReadback::Begin(context_.session().machine(), endpoint_.id());
+  const PushOutcome push =
+      PushAndLook(readback.get(), [&] { return dsp.WriteControls(mode, {}, false); });
+  Judge(context_, push, "pushing " + mode.name() + " into the DSP",
+        "\"orvctl doctor\" looks for the reason.");
+  Say("This laptop's DSP takes the controls as fixed-point numbers. The " + dsp.Kind() +
+      " driver received " + std::to_string(push.blocks.size()) + " blocks with the values of " +
+      mode.name() + ".");
+  TellBlock(push);
+  if (push.differs()) {
+    Say("What the DSP holds differs from what was sent.");
+    ShowPush(context_, push);
+  } else {
+    Say("Read back and compared: every block is in the DSP as it was sent.");
+  }
+  Hint("orvctl dsp intel 0 push --mode " + mode.name());
+}
+
 void Tell(Context& context) {
   if (context.output.json()) UsageFailure("the story is for people; other commands take --json.");
   const TemporaryMachine machine(SampleMachinesFolder() / kSample);
@@ -258,6 +307,7 @@ void Tell(Context& context) {
   story.TellChange(mode);
   story.TellSwitch(mode);
   story.TellRegistry(mode);
+  story.TellPush(mode);
 }
 
 }  // namespace

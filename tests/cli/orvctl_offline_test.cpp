@@ -87,7 +87,9 @@ TEST(OrvctlStory, TheStoryIsToldOnACopy) {
   const std::string registry = FileText(program.machine() / "registry.reg");
   const Result story = program.Run({"story"});
   EXPECT_EQ(story.status, 0) << story.errors;
-  for (const char* part : {"Operating modes", "before", "after", "HKEY_LOCAL_MACHINE\\"})
+  for (const char* part : {"Operating modes", "before", "after", "HKEY_LOCAL_MACHINE\\",
+                           "KEL_PARAM_VQSND3D_COMMONCONTROLS_CONTROLS_STU",
+                           "every block is in the DSP as it was sent"})
     EXPECT_NE(story.output.find(part), std::string::npos) << part;
   EXPECT_EQ(story.output.find('\x1b'), std::string::npos);
   EXPECT_EQ(FileText(program.machine() / "registry.reg"), registry);

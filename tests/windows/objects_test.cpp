@@ -112,7 +112,40 @@ std::vector<ComPtr<IUnknown>> WindowsObjectsTest::EveryKind() {
   return objects;
 }
 
+DWORD HandleCount() {
+  DWORD count = 0;
+  GetProcessHandleCount(GetCurrentProcess(), &count);
+  return count;
+}
+
 void InThread(const std::function<void()>& work) { std::thread(work).join(); }
+
+// Neither DSP is there, and the platform under test gives no capture service for a loopback stream.
+TEST_F(WindowsObjectsTest, ServicesWithoutTheirDeviceSayWhyAndLeaveNothingBehind) {
+  InThread([] {
+    const Apartment apartment(COINIT_MULTITHREADED);
+    const auto endpoint = DefaultEndpoint().As<IORVEndpointInfo5>();
+    ASSERT_TRUE(endpoint);
+    constexpr HRESULT kWrongEndpointType = static_cast<HRESULT>(0x88890003);
+    const auto ask = [&] {
+      auto* intel = reinterpret_cast<IKELAPOIntelDSP*>(endpoint.get());
+      auto* qualcomm = reinterpret_cast<IORVAPOQCDSP*>(endpoint.get());
+      auto* analysis = reinterpret_cast<IAnalysisData*>(endpoint.get());
+      EXPECT_EQ(endpoint->GetIntelInterface(&intel), E_FAIL);
+      EXPECT_EQ(endpoint->GetQCDSPInterface(&qualcomm), E_NOTIMPL);
+      EXPECT_EQ(endpoint->get_AnalysisData(&analysis), kWrongEndpointType);
+      EXPECT_EQ(intel, nullptr);
+      EXPECT_EQ(qualcomm, nullptr);
+      EXPECT_EQ(analysis, nullptr);
+    };
+    constexpr int kWarmUp = 5;
+    constexpr int kRounds = 100;
+    for (int round = 0; round < kWarmUp; ++round) ask();
+    const DWORD before = HandleCount();
+    for (int round = 0; round < kRounds; ++round) ask();
+    EXPECT_LT(HandleCount(), before + kRounds);
+  });
+}
 
 TEST_F(WindowsObjectsTest, BothApartmentsGetTheDefaultDevice) {
   for (const DWORD model : {COINIT_MULTITHREADED, COINIT_APARTMENTTHREADED}) {
@@ -181,11 +214,6 @@ TEST_F(WindowsObjectsTest, RuntimeUnloadsTheLibraryAfterUse) {
 TEST_F(WindowsObjectsTest, EndpointsAndControlsLeaveNoHandlesBehind) {
   const Apartment apartment(COINIT_MULTITHREADED);
   const LoadedComponent component;
-  const auto handles = [] {
-    DWORD count = 0;
-    GetProcessHandleCount(GetCurrentProcess(), &count);
-    return count;
-  };
   const auto endpoints = Endpoints();
   ComPtr<IORVEndpointInfo> endpoint;
   ASSERT_EQ(endpoints->Next(endpoint.Put()), S_OK);
@@ -197,9 +225,9 @@ TEST_F(WindowsObjectsTest, EndpointsAndControlsLeaveNoHandlesBehind) {
     EXPECT_EQ(again->get_OpMode(mode.Put()), S_OK);
   };
   for (int i = 0; i < 10; ++i) round();  // what is kept once is there
-  const DWORD before = handles();
+  const DWORD before = HandleCount();
   for (int i = 0; i < kHandleRounds; ++i) round();
-  EXPECT_LE(handles(), before + 2);
+  EXPECT_LE(HandleCount(), before + 2);
 }
 
 }  // namespace
