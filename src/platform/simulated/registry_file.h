@@ -8,8 +8,8 @@
 #include <optional>
 #include <string>
 
+#include "platform/file_stamp.h"
 #include "platform/files.h"
-#include "platform/simulated/file_stamp.h"
 #include "platform/simulated/registry_export.h"
 #include "platform/simulated/registry_tree.h"
 #include "platform/synchronization.h"

@@ -121,16 +121,17 @@ class TemporaryFile {
       if (::MoveFileExW(path_.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING) != 0) break;
       const DWORD error = ::GetLastError();
       const bool is_held = error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED;
-      if (!is_held || attempt == kMoveAttempts || !IsRegularFile(target)) return error;
+      if (!is_held || attempt == kMoveAttempts || IsNeverReplaced(target)) return error;
       ::Sleep(kMoveRetry);
     }
     exists_ = false;
     return 0;
   }
-  static bool IsRegularFile(const std::filesystem::path& path) noexcept {
+  // A file whose attributes cannot be had is held too: it is on its way out.
+  static bool IsNeverReplaced(const std::filesystem::path& path) noexcept {
     const DWORD attributes = ::GetFileAttributesW(path.c_str());
     return attributes != INVALID_FILE_ATTRIBUTES &&
-           (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY)) == 0;
+           (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY)) != 0;
   }
 
   std::filesystem::path path_;

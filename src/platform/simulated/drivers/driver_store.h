@@ -13,10 +13,10 @@
 #include <string>
 #include <vector>
 
+#include "platform/file_stamp.h"
 #include "platform/files.h"
 #include "platform/simulated/drivers/driver_memory.h"
 #include "platform/simulated/fault_plan.h"
-#include "platform/simulated/file_stamp.h"
 
 namespace orv {
 

@@ -1,4 +1,4 @@
-#include "platform/simulated/file_stamp.h"
+#include "platform/file_stamp.h"
 
 #include <array>
 #include <fstream>
