@@ -177,8 +177,8 @@ void BM_GetControlValue(benchmark::State& state) {
 }
 BENCHMARK(BM_GetControlValue)->Arg(20)->Arg(200)->Unit(benchmark::kMicrosecond);
 
-// Next to each write, in the same run: what cannot be saved, the mode's image encoded and stored
-// once. "ratio" is how many times that a write costs, by medians.
+// Next to each write, in the same run: the mode's image encoded anew and stored, as a client would
+// that keeps the properties. "ratio" is how many times that a write costs, by medians.
 void BM_PutControlValue(benchmark::State& state) {
   Bench bench(1, static_cast<int>(state.range(0)));
   const auto control = bench.Control(static_cast<int>(state.range(0)) / 2);

@@ -135,7 +135,8 @@ void ImageDecode(benchmark::State& state) {
 }
 BENCHMARK(ImageDecode);
 
-// The set's part of a control write: one property of two hundred changes, the image is made anew.
+// The set's part of a control write: one property of two hundred changes, and its record in the
+// kept image with it. "unchanged_image_ns" is for the image of a set that nobody changed.
 void ChangeOneOfTwoHundred(benchmark::State& state) {
   ORVPropertySet set;
   for (int i = 0; i < 200; ++i)
@@ -150,8 +151,8 @@ void ChangeOneOfTwoHundred(benchmark::State& state) {
     set.GetAllPropertiesBinary(image);
     benchmark::DoNotOptimize(image.data());
   }
-  const double encoding = ProcessorTimePerRun(5000, [&] { set.GetAllPropertiesBinary(image); });
-  state.counters["encoding_alone_ns"] = encoding;
+  const double unchanged = ProcessorTimePerRun(5000, [&] { set.GetAllPropertiesBinary(image); });
+  state.counters["unchanged_image_ns"] = unchanged;
 }
 BENCHMARK(ChangeOneOfTwoHundred);
 

@@ -15,9 +15,9 @@ class ControlOwner {
   virtual bool GetValue(ORVQVTValue& value, const ORVQVTNameList& choices) = 0;
   // Stores the value's number under its name; false when the mode holds none or it cannot be
   // stored.
-  virtual bool PutValue(const ORVQVTValue& value) = 0;
+  virtual bool PutValue(ORVQVTValue value) = 0;
   // The same, but a text that is one of the choices is stored as text.
-  virtual bool PutValue(const ORVQVTValue& value, const ORVQVTNameList& choices) = 0;
+  virtual bool PutValue(ORVQVTValue value, const ORVQVTNameList& choices) = 0;
   // Fills `info` with the description of the control that the value names; leaves it alone when
   // nobody describes it.
   virtual void Describe(const ORVQVTValue& value, ORVQVTControlInfo& info) = 0;

@@ -140,18 +140,20 @@ bool CORVOperatingMode::GetValue(ORVQVTValue& value, const ORVQVTNameList& choic
   return true;
 }
 
-bool CORVOperatingMode::PutValue(const ORVQVTValue& value) {
+bool CORVOperatingMode::PutValue(ORVQVTValue value) {
   ORVQVTValue* held = public_values_.Find(value.GetName());
   if (held == nullptr) return false;
-  return Store(*held, ORVQVTValue(value.GetName(), value.ToLong()));
+  value.SetValue(value.ToLong());
+  return Store(*held, std::move(value));
 }
 
-bool CORVOperatingMode::PutValue(const ORVQVTValue& value, const ORVQVTNameList& choices) {
+bool CORVOperatingMode::PutValue(ORVQVTValue value, const ORVQVTNameList& choices) {
   ORVQVTValue* held = public_values_.Find(value.GetName());
   if (held == nullptr) return false;
   const std::string text = value.ToString();
-  if (!choices.Contains(text)) return PutValue(value);
-  return Store(*held, ORVQVTValue(value.GetName(), text));
+  if (!choices.Contains(text)) return PutValue(std::move(value));
+  value.SetValue(text);
+  return Store(*held, std::move(value));
 }
 
 // The cache follows even when the settings refuse; only an exception leaves it as it was.

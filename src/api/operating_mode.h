@@ -57,8 +57,8 @@ class CORVOperatingMode final
 
   bool GetValue(ORVQVTValue& value) override;
   bool GetValue(ORVQVTValue& value, const ORVQVTNameList& choices) override;
-  bool PutValue(const ORVQVTValue& value) override;
-  bool PutValue(const ORVQVTValue& value, const ORVQVTNameList& choices) override;
+  bool PutValue(ORVQVTValue value) override;
+  bool PutValue(ORVQVTValue value, const ORVQVTNameList& choices) override;
   void Describe(const ORVQVTValue& value, ORVQVTControlInfo& info) override;
   IUnknown* unknown() noexcept override { return static_cast<IORVOperatingMode*>(this); }
 

@@ -76,8 +76,7 @@ bool ORVAPOPublicSettings::Bind(const std::wstring& key_path, std::wstring value
 bool ORVAPOPublicSettings::WriteControl(const ORVQVTValue& value) {
   const std::wstring name = value.GetWName();
   const std::lock_guard data(data_lock_);
-  boost::any present;
-  if (!settings_.GetProperty(name.c_str(), present)) {
+  if (!settings_.HasProperty(name.c_str())) {
     Diagnose(ORV_HERE("ORVAPOPublicSettings::WriteControl"),
              L"WriteControl: Unable to get property %s\n", name);
     return false;

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 #include <type_traits>
+#include <utility>
 
 #include "properties/property_visit.h"
 
@@ -15,8 +16,9 @@ static_assert(std::endian::native == std::endian::little,
 static_assert(sizeof(bool) == 1 && sizeof(LongValue) == 4);
 
 constexpr std::size_t kHeaderSize = 12;
-constexpr std::size_t kWrittenTagSize = 1;
+constexpr std::uint32_t kWrittenTagSize = 1;
 constexpr std::size_t kUnitSize = 2;
+constexpr std::size_t kUsualRecord = 80;
 constexpr auto kLastTag = static_cast<std::uint8_t>(PropertyKind::UnsignedBytes);
 
 // ---- writing
@@ -29,16 +31,6 @@ std::size_t DataSize(const T& value) {
     return value.size();
   else
     return sizeof value;
-}
-
-// Room that the entry takes in the image; 0 when it has to be left out.
-std::size_t RecordSize(const ORVPropertyEntry& entry) {
-  std::size_t data_size = 0;
-  VisitValue(entry.value, [&](const auto& value) { data_size = DataSize(value); });
-  const std::size_t name_size = entry.name.size() * kUnitSize;
-  constexpr std::size_t kLimit = std::numeric_limits<std::uint32_t>::max();
-  if (data_size == 0 || data_size > kLimit || name_size > kLimit) return 0;
-  return kHeaderSize + name_size + kWrittenTagSize + data_size;
 }
 
 std::uint8_t* PutBytes(std::uint8_t* out, const void* bytes, std::size_t size) {
@@ -69,18 +61,35 @@ std::uint8_t* PutData(std::uint8_t* out, const T& value) {
     return PutBytes(out, &value, sizeof value);
 }
 
-std::uint8_t* PutRecord(std::uint8_t* out, const ORVPropertyEntry& entry) {
+// Writes the entry's record to where `room_of` says, which is told the record's size. A record that
+// has to be left out has the size 0 and is given no room.
+template <class RoomOf>
+std::size_t PutRecord(const ORVPropertyEntry& entry, RoomOf room_of) {
+  std::size_t size = 0;
   VisitValue(entry.value, [&]<class T>(const T& value) {
-    const std::uint32_t sizes[] = {static_cast<std::uint32_t>(entry.name.size() * kUnitSize),
-                                   static_cast<std::uint32_t>(kWrittenTagSize),
-                                   static_cast<std::uint32_t>(DataSize(value))};
+    const std::size_t name_size = entry.name.size() * kUnitSize;
+    const std::size_t data_size = DataSize(value);
+    constexpr std::size_t kLimit = std::numeric_limits<std::uint32_t>::max();
+    if (data_size == 0 || data_size > kLimit || name_size > kLimit) return;
+    size = kHeaderSize + name_size + kWrittenTagSize + data_size;
+    const std::uint32_t sizes[] = {static_cast<std::uint32_t>(name_size), kWrittenTagSize,
+                                   static_cast<std::uint32_t>(data_size)};
     static_assert(sizeof sizes == kHeaderSize);
-    out = PutBytes(out, sizes, sizeof sizes);
+    std::uint8_t* out = PutBytes(room_of(size), sizes, sizeof sizes);
     out = PutUnits(out, entry.name);
     *out++ = static_cast<std::uint8_t>(KindOfType<T>::value);
-    out = PutData(out, value);
+    PutData(out, value);
   });
-  return out;
+  return size;
+}
+
+// The record's size, 0 when it was left out.
+std::size_t AppendRecord(const ORVPropertyEntry& entry, ImageBytes& image) {
+  return PutRecord(entry, [&image](std::size_t size) {
+    const std::size_t end = image.size();
+    image.resize(end + size);
+    return image.data() + end;
+  });
 }
 
 // ---- reading
@@ -198,19 +207,64 @@ ImageFault TakeRecord(const Record& record, ORVPropertyList& list) {
 }  // namespace
 
 bool EncodeImage(const ORVPropertyList& list, ImageBytes& image) {
-  std::size_t size = 0;
-  bool complete = true;
-  for (const ORVPropertyEntry& entry : list) {
-    const std::size_t record_size = RecordSize(entry);
-    size += record_size;
-    complete = complete && record_size != 0;
-  }
   image.clear();
-  image.resize(size);
-  std::uint8_t* out = image.data();
-  for (const ORVPropertyEntry& entry : list)
-    if (complete || RecordSize(entry) != 0) out = PutRecord(out, entry);
+  image.reserve(list.size() * kUsualRecord);
+  bool complete = true;
+  for (const ORVPropertyEntry& entry : list) complete = AppendRecord(entry, image) != 0 && complete;
   return complete;
+}
+
+void KeptImage::EntryChanged(std::size_t index) noexcept {
+  if (index >= ends_.size()) return;
+  if (changes_ == changed_.size())
+    Forget();
+  else
+    changed_[changes_++] = index;
+}
+
+void KeptImage::Forget() noexcept {
+  bytes_.clear();
+  ends_.clear();
+  changes_ = 0;
+  left_out_ = 0;
+}
+
+bool KeptImage::Update(const ORVPropertyList& list) {
+  if (ends_.size() != list.size()) {
+    EncodeAll(list);
+  } else {
+    for (; changes_ != 0; --changes_) EncodeAgain(list, changed_[changes_ - 1]);
+  }
+  return left_out_ == 0;
+}
+
+void KeptImage::EncodeAll(const ORVPropertyList& list) {
+  Forget();
+  std::vector<std::size_t> ends;
+  ends.reserve(list.size());
+  for (const ORVPropertyEntry& entry : list) {
+    left_out_ += AppendRecord(entry, bytes_) == 0;
+    ends.push_back(bytes_.size());
+  }
+  ends_ = std::move(ends);
+}
+
+void KeptImage::EncodeAgain(const ORVPropertyList& list, std::size_t index) {
+  const std::size_t start = index == 0 ? 0 : ends_[index - 1];
+  const bool was_left_out = ends_[index] == start;
+  const auto make_room = [&](std::size_t size) {
+    const auto end = bytes_.begin() + static_cast<std::ptrdiff_t>(ends_[index]);
+    const std::size_t old_size = ends_[index] - start;
+    if (size > old_size)
+      bytes_.insert(end, size - old_size, 0);
+    else
+      bytes_.erase(end - static_cast<std::ptrdiff_t>(old_size - size), end);
+    for (std::size_t i = index; i < ends_.size(); ++i) ends_[i] = ends_[i] + size - old_size;
+    return bytes_.data() + start;
+  };
+  const bool left_out = PutRecord(list[index], make_room) == 0;
+  if (left_out) make_room(0);
+  left_out_ = left_out_ + left_out - was_left_out;
 }
 
 ImageDecoding DecodeImage(std::span<const std::uint8_t> image, ImageReading reading,

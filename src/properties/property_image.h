@@ -10,6 +10,8 @@
 //   12+N+T  D  value
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -26,6 +28,32 @@ inline constexpr std::uint32_t kImageTagLimit = 1024;
 // Replaces `image` by the image of the list, in order. An entry without a known kind or with empty
 // data is left out, and the result is false then.
 bool EncodeImage(const ORVPropertyList& list, ImageBytes& image);
+
+// The image of one list, kept from one use to the next: when few values changed, their records
+// alone are encoded again. It is told of every change of the list, in whatever order and number.
+// Keeps nothing before the first update.
+class KeptImage {
+ public:
+  // The entry at `index` has another value, or was appended to the list.
+  void EntryChanged(std::size_t index) noexcept;
+  // Anything else happened to the list: the next update encodes all of it.
+  void Forget() noexcept;
+  // Makes `bytes` the list's image; false when an entry had to be left out.
+  bool Update(const ORVPropertyList& list);
+  const ImageBytes& bytes() const noexcept { return bytes_; }
+
+ private:
+  static constexpr std::size_t kMostChanges = 8;
+
+  void EncodeAll(const ORVPropertyList& list);
+  void EncodeAgain(const ORVPropertyList& list, std::size_t index);
+
+  ImageBytes bytes_;
+  std::vector<std::size_t> ends_;  // of the entries' records; one left out ends where it starts
+  std::array<std::size_t, kMostChanges> changed_{};
+  std::size_t changes_ = 0;  // entries in changed_ whose records are to be encoded again
+  std::size_t left_out_ = 0;
+};
 
 enum class ImageReading {
   Replace,  // stops with false at a record without data, with a broken header or with an unknown

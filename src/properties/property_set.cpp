@@ -20,22 +20,32 @@ bool SameName(std::wstring_view a, std::wstring_view b) {
 
 }  // namespace
 
-ORVPropertyEntry* ORVPropertySet::FindEntry(const wchar_t* name) {
+std::size_t ORVPropertySet::FindEntry(const wchar_t* name, std::size_t hint) const {
   const std::wstring_view wanted(name);
+  if (hint < list_.size() && SameName(list_[hint].name, wanted)) return hint;
   const auto found = std::find_if(list_.begin(), list_.end(), [&](const ORVPropertyEntry& entry) {
     return SameName(entry.name, wanted);
   });
-  return found == list_.end() ? nullptr : &*found;
+  return static_cast<std::size_t>(found - list_.begin());
 }
 
 void ORVPropertySet::GetAllProperties(ORVPropertyList& out) { out = list_; }
 
-bool ORVPropertySet::GetAllPropertiesBinary(ImageBytes& out) { return EncodeImage(list_, out); }
+bool ORVPropertySet::GetAllPropertiesBinary(ImageBytes& out) {
+  const bool complete = image_.Update(list_);
+  out = image_.bytes();
+  return complete;
+}
+
+bool ORVPropertySet::UseAllPropertiesBinary(const ImageUse& use) {
+  return image_.Update(list_) && use(image_.bytes());
+}
 
 bool ORVPropertySet::SetAllPropertiesBinary(const ImageBytes& image) {
   ORVPropertyList decoded;
   const bool complete = DecodeImage(image, ImageReading::Replace, decoded).complete;
   list_ = std::move(decoded);
+  image_.Forget();
   SetModified(true);
   return complete;
 }
@@ -47,14 +57,18 @@ void ORVPropertySet::MergePropertiesBinary(const ImageBytes& image, bool overwri
   if (!decoded.empty()) MergeProperties(decoded, overwrite_existing, add_new);
 }
 
-void ORVPropertySet::Clear() { list_.clear(); }
+void ORVPropertySet::Clear() {
+  list_.clear();
+  image_.Forget();
+}
 
 void ORVPropertySet::SetAllProperties(const ORVPropertyList& list, bool notify) {
   if (notify) {
-    list_.clear();
+    ORVPropertySet::Clear();
     for (const ORVPropertyEntry& entry : list) SetProperty(entry.name.c_str(), entry.value);
   } else {
     list_ = list;
+    image_.Forget();
   }
   SetModified(true);
 }
@@ -71,8 +85,7 @@ void ORVPropertySet::MergeProperties(const ORVPropertyList& list, bool overwrite
   // By position: the list may be another set's own, and a listener may add to that set meanwhile.
   for (std::size_t i = 0; i < list.size(); ++i) {
     const wchar_t* name = list[i].name.c_str();
-    boost::any present;
-    const bool wanted = GetProperty(name, present) ? overwrite_existing : add_new;
+    const bool wanted = HasProperty(name) ? overwrite_existing : add_new;
     if (wanted) SetProperty(name, list[i].value);
   }
 }
@@ -86,18 +99,19 @@ void ORVPropertySet::MergeProperties(const ORVPropertySet& other, bool overwrite
 // entry's address are used.
 void ORVPropertySet::SetProperty(const wchar_t* name, const boost::any& value) {
   ORVPropertyEntry change{name, value};
-  ORVPropertyEntry* entry = FindEntry(name);
-  if (entry != nullptr) {
-    change.name = entry->name;
+  std::size_t index = FindEntry(name);
+  if (index != list_.size()) {
+    change.name = list_[index].name;
     NotifyChanging(change);
-    entry = FindEntry(change.name.c_str());
+    index = FindEntry(change.name.c_str(), index);
   }
-  if (entry == nullptr)
+  if (index == list_.size())
     list_.push_back(change);
-  else if (SameValue(entry->value, change.value))
+  else if (SameValue(list_[index].value, change.value))
     return;
   else
-    entry->value = change.value;
+    list_[index].value = change.value;
+  image_.EntryChanged(index);
   NotifyChanged(change);
 }
 
@@ -141,10 +155,14 @@ void ORVPropertySet::SetProperty(const wchar_t* name, std::int32_t value) {
   SetProperty(name, boost::any(LongValue{value}));
 }
 
+bool ORVPropertySet::HasProperty(const wchar_t* name) const {
+  return FindEntry(name) != list_.size();
+}
+
 bool ORVPropertySet::GetProperty(const wchar_t* name, boost::any& out) {
-  const ORVPropertyEntry* entry = FindEntry(name);
-  if (entry == nullptr) return false;
-  out = entry->value;
+  const std::size_t index = FindEntry(name);
+  if (index == list_.size()) return false;
+  out = list_[index].value;
   return true;
 }
 

@@ -3,8 +3,10 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <mutex>
+#include <span>
 
 #include "properties/property_image.h"
 #include "properties/property_list.h"
@@ -13,6 +15,7 @@
 namespace orv {
 
 class ORVPropertySet;
+using ImageUse = std::function<bool(std::span<const std::uint8_t> image)>;
 
 // Told of changes on the thread that makes them, while the set's lock (if it has one) is held. A
 // listener may change the set and its listeners meanwhile, and removes itself before it is
@@ -40,6 +43,10 @@ class ORVPropertySet {
   virtual void GetAllProperties(ORVPropertyList& out);
   // False when an entry had to be left out of the image.
   virtual bool GetAllPropertiesBinary(ImageBytes& out);
+  // Hands the same image to `use`, without a copy, while the set's lock (if it has one) is held;
+  // `use` leaves the set alone. Its answer, or false without a call when an entry had to be left
+  // out.
+  virtual bool UseAllPropertiesBinary(const ImageUse& use);
   // Replaces the content without telling anyone. After a false result the entries before the fault
   // are in the set.
   virtual bool SetAllPropertiesBinary(const ImageBytes& image);
@@ -64,6 +71,7 @@ class ORVPropertySet {
                            std::int32_t value);  // stored as the long kind
   virtual void SetProperty(const wchar_t* name, std::int32_t value);
 
+  virtual bool HasProperty(const wchar_t* name) const;
   // False, with `out` as it was, when there is no such entry or its kind has no such form.
   virtual bool GetProperty(const wchar_t* name, boost::any& out);
   virtual bool GetProperty(const std::wstring& name, std::string& out);
@@ -84,13 +92,15 @@ class ORVPropertySet {
   virtual std::recursive_mutex* lock() { return nullptr; }
 
  private:
-  ORVPropertyEntry* FindEntry(const wchar_t* name);
+  // Index of the entry with this name, looked for at `hint` first; the list's size without one.
+  std::size_t FindEntry(const wchar_t* name, std::size_t hint = 0) const;
   template <class Call>
   void ForEachListener(Call call);
 
   std::atomic<bool> modified_{false};
   std::map<IORVPropertySetNotify*, bool> listeners_;
   ORVPropertyList list_;
+  KeptImage image_;
 };
 
 // The same with one recursive lock around every single step, and around a whole merge from another
@@ -103,18 +113,20 @@ class ORVPropertySetThreadsafe : public ORVPropertySet {
 
   void GetAllProperties(ORVPropertyList& out) override;
   bool GetAllPropertiesBinary(ImageBytes& out) override;
+  bool UseAllPropertiesBinary(const ImageUse& use) override;
   bool SetAllPropertiesBinary(const ImageBytes& image) override;
   void Clear() override;
   void SetAllProperties(const ORVPropertyList& list, bool notify) override;
   void MergeProperties(const ORVPropertySet& other, bool overwrite_existing, bool add_new) override;
   void SetProperty(const wchar_t* name, const boost::any& value) override;
+  bool HasProperty(const wchar_t* name) const override;
   bool GetProperty(const wchar_t* name, boost::any& out) override;
   void AddNotify(IORVPropertySetNotify* listener) override;
   void RemoveNotify(IORVPropertySetNotify* listener) override;
   std::recursive_mutex* lock() override { return &lock_; }
 
  private:
-  std::recursive_mutex lock_;
+  mutable std::recursive_mutex lock_;
 };
 
 }  // namespace orv

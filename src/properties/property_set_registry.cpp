@@ -76,20 +76,20 @@ bool ORVPropertySetRegistry::SaveBinary(const wchar_t* value_name) {
     const std::lock_guard guard(state_lock_);
     name = value_name_;
   }
-  const auto [set, key] = Current();
-  if (set == nullptr || key == nullptr) return false;
-  ImageBytes image;
-  if (!set->GetAllPropertiesBinary(image)) return false;
-  if (image.empty()) {
-    Diagnose(ORV_HERE("ORVPropertySetRegistry::SaveBinary"),
-             L"GetAllPropertiesBinary returned 0 length.\n");
-    return false;
-  }
-  const auto size = static_cast<std::uint32_t>(image.size());
-  if (size != image.size() || key->SetValue(name, kRegBinary, image.data(), size) != kRegOk)
-    return false;
-  Remember(name);
-  return true;
+  const Binding bound = Current();
+  if (bound.set == nullptr || bound.key == nullptr) return false;
+  const bool written = bound.set->UseAllPropertiesBinary([&](std::span<const std::uint8_t> image) {
+    if (image.empty()) {
+      Diagnose(ORV_HERE("ORVPropertySetRegistry::SaveBinary"),
+               L"GetAllPropertiesBinary returned 0 length.\n");
+      return false;
+    }
+    const auto size = static_cast<std::uint32_t>(image.size());
+    return size == image.size() &&
+           bound.key->SetValue(name, kRegBinary, image.data(), size) == kRegOk;
+  });
+  if (written && value_name != nullptr) Remember(name);
+  return written;
 }
 
 bool ORVPropertySetRegistry::LoadValues() {

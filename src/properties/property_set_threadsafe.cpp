@@ -14,6 +14,11 @@ bool ORVPropertySetThreadsafe::GetAllPropertiesBinary(ImageBytes& out) {
   return ORVPropertySet::GetAllPropertiesBinary(out);
 }
 
+bool ORVPropertySetThreadsafe::UseAllPropertiesBinary(const ImageUse& use) {
+  const Guard guard(lock_);
+  return ORVPropertySet::UseAllPropertiesBinary(use);
+}
+
 bool ORVPropertySetThreadsafe::SetAllPropertiesBinary(const ImageBytes& image) {
   const Guard guard(lock_);
   return ORVPropertySet::SetAllPropertiesBinary(image);
@@ -38,6 +43,11 @@ void ORVPropertySetThreadsafe::MergeProperties(const ORVPropertySet& other, bool
 void ORVPropertySetThreadsafe::SetProperty(const wchar_t* name, const boost::any& value) {
   const Guard guard(lock_);
   ORVPropertySet::SetProperty(name, value);
+}
+
+bool ORVPropertySetThreadsafe::HasProperty(const wchar_t* name) const {
+  const Guard guard(lock_);
+  return ORVPropertySet::HasProperty(name);
 }
 
 bool ORVPropertySetThreadsafe::GetProperty(const wchar_t* name, boost::any& out) {

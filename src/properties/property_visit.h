@@ -4,7 +4,6 @@
 #include <boost/any.hpp>
 #include <cstdint>
 #include <string>
-#include <typeinfo>
 
 #include "properties/property_value.h"
 
@@ -40,18 +39,16 @@ struct KindOfType<UnsignedBytes> : KindConstant<PropertyKind::UnsignedBytes> {};
 
 namespace detail {
 
-template <class Visitor>
-bool VisitAs(const boost::any&, const std::type_info&, Visitor&) {
-  return false;
+template <class T, class Visitor>
+bool VisitAs(const boost::any& value, Visitor& visitor) {
+  const T* const held = boost::any_cast<T>(&value);
+  if (held != nullptr) visitor(*held);
+  return held != nullptr;
 }
 
-template <class First, class... Others, class Visitor>
-bool VisitAs(const boost::any& value, const std::type_info& type, Visitor& visitor) {
-  if (type == typeid(First)) {
-    visitor(*boost::any_cast<First>(&value));
-    return true;
-  }
-  return VisitAs<Others...>(value, type, visitor);
+template <class... Types, class Visitor>
+bool VisitFirst(const boost::any& value, Visitor& visitor) {
+  return (VisitAs<Types>(value, visitor) || ...);
 }
 
 }  // namespace detail
@@ -60,8 +57,8 @@ bool VisitAs(const boost::any& value, const std::type_info& type, Visitor& visit
 // text and numbers from the registry as longs, so these two are tried first.
 template <class Visitor>
 bool VisitValue(const boost::any& value, Visitor&& visitor) {
-  return detail::VisitAs<std::string, LongValue, int, float, bool, std::wstring, UnsignedBytes,
-                         SignedBytes, double, short>(value, value.type(), visitor);
+  return detail::VisitFirst<std::string, LongValue, int, float, bool, std::wstring, UnsignedBytes,
+                            SignedBytes, double, short>(value, visitor);
 }
 
 }  // namespace orv

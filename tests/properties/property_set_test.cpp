@@ -3,8 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <boost/lexical_cast.hpp>
 #include <cmath>
+#include <functional>
+#include <random>
 #include <thread>
 
 #include "properties/property_story.h"
@@ -93,6 +96,62 @@ TEST(PropertySet, AFaultyImageReplacesTheContentUpToTheFault) {
   EXPECT_EQ(Content(set), L"a=1 A=2");
   EXPECT_EQ(TextOf(set, L"A"), L"1");  // the first of the two
   EXPECT_THAT(listener.changed(), IsEmpty());
+}
+
+// The set keeps its image and mends what changed in it: whatever happens in between, the image is
+// the one that the set's list has when it is encoded from nothing.
+void ExpectTrueImage(ORVPropertySet& set) {
+  ORVPropertyList list;
+  set.GetAllProperties(list);
+  ImageBytes expected;
+  const bool complete = EncodeImage(list, expected);
+  ImageBytes image;
+  EXPECT_EQ(set.GetAllPropertiesBinary(image), complete);
+  EXPECT_EQ(image, expected);
+}
+
+TEST(PropertySet, TheKeptImageFollowsChangesOfValues) {
+  std::mt19937 random(20);
+  const auto below = [&random](std::size_t end) { return random() % end; };
+  ORVPropertySet set;
+  for (int round = 0; round < 300 && !HasFailure(); ++round) {
+    for (std::size_t changes = below(12); changes != 0; --changes) {
+      const boost::any values[] = {boost::any(),
+                                   std::string(),
+                                   std::string(below(40), 'x'),
+                                   std::wstring(below(3), L'\u20AC'),
+                                   LongValue{1},
+                                   2.5};
+      set.SetProperty((L"name " + std::to_wstring(below(30))).c_str(),
+                      values[below(std::size(values))]);
+    }
+    ExpectTrueImage(set);
+  }
+}
+
+TEST(PropertySet, TheKeptImageFollowsTheReplacementOfTheContent) {
+  const ORVPropertyList before = {{L"a", 1}, {L"b", 2}};
+  const ORVPropertyList after = {{L"b", 3}, {L"a", 4}};
+  ImageBytes after_image;
+  EncodeImage(after, after_image);
+  const std::function<void(ORVPropertySet&)> ways[] = {
+      [&](ORVPropertySet& set) { set.Clear(); },
+      [&](ORVPropertySet& set) {
+        set.Clear();
+        set.MergeProperties(after, true, true);
+      },
+      [&](ORVPropertySet& set) { set.SetAllProperties(after, true); },
+      [&](ORVPropertySet& set) { set.SetAllProperties(after, false); },
+      [&](ORVPropertySet& set) { set.SetAllPropertiesBinary(after_image); },
+  };
+  for (const auto& replace : ways) {
+    ORVPropertySet set;
+    set.SetAllProperties(before, false);
+    ExpectTrueImage(set);
+    set.SetProperty(L"b", 5);
+    replace(set);
+    ExpectTrueImage(set);
+  }
 }
 
 TEST(PropertySet, MergesTakeOverWhatTheFlagsSelect) {
