@@ -28,9 +28,7 @@ bool IsUserCommand(LPCWSTR command_line) {
 
 HRESULT STDAPICALLTYPE DllCanUnloadNow() {
   return Guard([] {
-    if (!ComponentModule().ReadyToUnload()) return S_FALSE;
-    orv::ReleaseIntelDriverClients();
-    return S_OK;
+    return ComponentModule().ReadyToUnload(orv::ReleaseIntelDriverClients) ? S_OK : S_FALSE;
   });
 }
 

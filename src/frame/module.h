@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <span>
@@ -53,9 +54,11 @@ class CORV_APO2011_ControllerModule {
   std::shared_ptr<Machine> machine();
   // Puts a machine of the caller's choice in its place; null brings the opener back.
   void SetMachine(std::shared_ptr<Machine> machine);
-  // True when nothing of the component is in use. A machine that the module itself opened is let go
-  // of then, so that none of its threads is left when the library is unloaded.
-  bool ReadyToUnload();
+  // True when nothing of the component is in use. Then `let_go` is called for what the objects left
+  // behind, and a machine that the module itself opened is let go of, so that none of its threads
+  // is left when the library is unloaded. An object that is made meanwhile waits for that before it
+  // gets the machine.
+  bool ReadyToUnload(const std::function<void()>& let_go = {});
 
   // The class's factory, made at its first use and kept; `object` is not null.
   HRESULT GetClassObject(REFCLSID class_id, REFIID iid, void** object);

@@ -11,6 +11,19 @@ namespace {
 
 class LifetimeTest : public ApiTest {
  protected:
+  // The machine has every kind of DSP, and plays.
+  LifetimeTest() {
+    MachineDescription& description = machine_->description();
+    const std::wstring speakers = EndpointMachine::DeviceId(kSpeakers);
+    description.endpoints.front().is_default = true;
+    description.drivers.skylake.emplace().endpoints.push_back({speakers});
+    description.drivers.qualcomm.emplace();
+    FileError error;
+    EXPECT_TRUE(machine_->SetPlayback(
+        "{\"endpoints\": [{\"endpoint\": \"" + Utf8FromWide(speakers) + "\"}]}", error))
+        << error.Text();
+  }
+
   // One reference to an object of every kind.
   static std::vector<ComPtr<IUnknown>> EveryKind() {
     std::vector<ComPtr<IUnknown>> objects;
@@ -35,6 +48,15 @@ class LifetimeTest : public ApiTest {
     keep(Control(mode, L"VQ3D-Main Tech"));
     keep(properties);
     keep(property);
+    ComPtr<IAnalysisData> analysis;
+    ComPtr<IKELAPOIntelDSP> intel;
+    ComPtr<IORVAPOQCDSP> qualcomm;
+    EXPECT_EQ(endpoint->get_AnalysisData(analysis.Put()), S_OK);
+    EXPECT_EQ(endpoint->GetIntelInterface(intel.Put()), S_OK);
+    EXPECT_EQ(endpoint->GetQCDSPInterface(qualcomm.Put()), S_OK);
+    keep(analysis);
+    keep(intel);
+    keep(qualcomm);
     return objects;
   }
 };

@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
+
 #include "frame/guard.h"
 #include "orv_apo/orv_apo.h"
 #include "platform/simulated/simulated_machine.h"
@@ -117,6 +120,19 @@ TEST_F(ComponentFactoryTest, MachineOfItsOwnIsLetGoBeforeUnloading) {
   module_.SetMachine(given);
   EXPECT_TRUE(module_.ReadyToUnload());
   EXPECT_EQ(module_.machine(), given);
+}
+
+TEST_F(ComponentFactoryTest, WhatObjectsLeftBehindIsLetGoBeforeANewOneGetsTheMachine) {
+  using namespace std::chrono_literals;
+  module_.Lock();
+  EXPECT_FALSE(module_.ReadyToUnload([] { ADD_FAILURE() << "an object is alive"; }));
+  module_.Unlock();
+  std::future<std::shared_ptr<Machine>> new_object;
+  EXPECT_TRUE(module_.ReadyToUnload([&] {
+    new_object = std::async(std::launch::async, [this] { return module_.machine(); });
+    EXPECT_EQ(new_object.wait_for(50ms), std::future_status::timeout);
+  }));
+  EXPECT_NE(new_object.get(), nullptr);
 }
 
 TEST_F(ComponentFactoryTest, ObjectAnswersItsChainsUnderOneIdentity) {
