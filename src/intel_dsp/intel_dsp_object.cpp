@@ -11,7 +11,7 @@
 namespace orv {
 namespace {
 
-constexpr wchar_t kVersion[] = L"3.5.3.1";
+constexpr wchar_t kVersion[] = L"" ORV_VERSION;
 constexpr wchar_t kEventName[] = L"Global\\DSPKELControlChangeEvent";
 constexpr wchar_t kProcessEnableControl[] = L"VQ3D-Process Enable";
 constexpr std::size_t kVQ3DBlockSize = 16;

@@ -1,6 +1,7 @@
 // What lies in the component's file: exports, imports, resources.
 #include "component_file.h"
 
+#include <cstring>
 #include <set>
 
 namespace orv {
@@ -61,9 +62,20 @@ TEST_F(ComponentFileTest, ScriptsAndVersionAreResources) {
       reinterpret_cast<LONG_PTR>(&scripts));
   EXPECT_EQ(scripts, (std::set<WORD>{101, 106, 110, 111, 112, 113, 114, 115, 116, 117, 118, 119}));
   EXPECT_NE(FindResourceW(component_.module(), MAKEINTRESOURCEW(1), L"TYPELIB"), nullptr);
-  EXPECT_NE(FindResourceW(component_.module(), MAKEINTRESOURCEW(VS_VERSION_INFO),
-                          reinterpret_cast<LPCWSTR>(RT_VERSION)),
-            nullptr);
+  const HRSRC version = FindResourceW(component_.module(), MAKEINTRESOURCEW(VS_VERSION_INFO),
+                                      reinterpret_cast<LPCWSTR>(RT_VERSION));
+  ASSERT_NE(version, nullptr);
+  // The fixed part follows the header, whose key is a text of sixteen units.
+  constexpr std::size_t kFixedPart = 40;
+  VS_FIXEDFILEINFO numbers = {};
+  ASSERT_GE(SizeofResource(component_.module(), version), kFixedPart + sizeof numbers);
+  std::memcpy(&numbers,
+              static_cast<const BYTE*>(LockResource(LoadResource(component_.module(), version))) +
+                  kFixedPart,
+              sizeof numbers);
+  EXPECT_EQ(numbers.dwSignature, 0xFEEF04BDU);
+  EXPECT_EQ(numbers.dwFileVersionMS, 0x00030005U);
+  EXPECT_EQ(numbers.dwFileVersionLS, 0x00030001U);
 }
 
 }  // namespace
