@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """The public interface as its two descriptions tell it: the C++ header and the type library's source.
 
-  public_interface.py check        the two say the same, member by member
+  public_interface.py check        the two say the same, member by member, and what the type library alone says
+                                   (directions, parameter names, help texts) is what its test expects
   public_interface.py table FILE   the header's members as C++ tables, for tests of the built type library
 """
 import os
@@ -11,6 +12,7 @@ import sys
 FOLDER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "include", "orv_apo")
 HEADER = os.path.join(FOLDER, "orv_apo.h")
 LIBRARY = os.path.join(FOLDER, "orv_apo_controller.idl")
+EXPECTED = os.path.join(FOLDER, "..", "..", "tests", "windows", "type_library_operations.h")
 
 # Types of the type library's source as the header writes them.
 TYPES = {"long": "LONG", "unsigned long": "ULONG", "unsigned short": "USHORT",
@@ -23,6 +25,7 @@ class Description:
         self.enumerations = {}  # name: [(member, value)]
         self.interfaces = {}  # name: (identifier, base, [(name, kind, [types])])
         self.classes = {}  # name: identifier
+        self.details = {}  # what only the library says, method: (directions and names, help text)
 
 
 def without_comments(path):
@@ -74,18 +77,33 @@ def read_header(path=HEADER):
 
 
 def library_parameter(text):
-    text = re.sub(r"^\s*\[[^\]]*\]\s*", "", text)
-    array = re.match(r"SAFEARRAY\(\w+\)", text)
-    if array:
-        return "SAFEARRAY*"
-    base, stars, _, room = re.match(r"(.*?)\s*(\**)\s*(\w+)(\[\d+\])?$", text.strip(), re.S).groups()
-    return TYPES.get(base, base) + stars + ("*" if room else "")
+    """Its type, its direction and its name."""
+    attributes, text = re.match(r"\s*(?:\[([^\]]*)\])?\s*(.*?)\s*$", text, re.S).groups()
+    base, stars, name, room = re.match(r"(.*?)\s*(\**)\s*(\w+)(\[\d+\])?$", text, re.S).groups()
+    array = re.match(r"SAFEARRAY\(\w+\)$", base)
+    kind = "SAFEARRAY*" if array else TYPES.get(base, base) + stars + ("*" if room else "")
+    return kind, " ".join((attributes or "").split()), name
 
 
 def parameters_of(text):
     # Commas inside attributes do not separate parameters.
-    text = re.sub(r"\[[^\]]*,[^\]]*\]", "[]", text)
+    text = re.sub(r"\[[^\]]*\]", lambda attributes: attributes.group().replace(",", " "), text)
     return [library_parameter(part) for part in text.split(",") if part.strip()]
+
+
+def details_of(interface, attributes, kind, method, parameters):
+    texts = [f"{direction} {name}" for _, direction, name in parameters]
+    if kind == "put":
+        texts[-1] = parameters[-1][1]
+    text = re.search(r'\bhelpstring\("([^"]*)"\)', attributes)
+    prefix = "" if kind == "call" else kind + "_"
+    return f"{interface}::{prefix}{method}", (", ".join(texts), text.group(1) if text else "")
+
+
+def read_expected(path=EXPECTED):
+    text = re.sub(r'"\s+L"', "", without_comments(path))  # a text of several lines
+    rows = re.findall(r'\{L"([^"]*)",\s*L"([^"]*)",\s*L"([^"]*)"\}', text)
+    return {method: (parameters, help_text) for method, parameters, help_text in rows}
 
 
 def read_library(path=LIBRARY):
@@ -105,17 +123,21 @@ def read_library(path=LIBRARY):
         for attributes, method, parameters in re.findall(
                 r"(?:\[([^\]]*)\]\s*)?HRESULT (\w+)\((.*?)\);", body, re.S):
             kind = re.match(r"\s*prop(get|put)\b", attributes)
-            operations.append((method, kind.group(1) if kind else "call", parameters_of(parameters)))
+            kind = kind.group(1) if kind else "call"
+            known = parameters_of(parameters)
+            operations.append((method, kind, [parameter[0] for parameter in known]))
+            whole, details = details_of(name, attributes, kind, method, known)
+            found.details[whole] = details
         found.interfaces[name] = (uuid, base, operations)
     return found
 
 
-def differences(header, library):
+def differences(header, library, expected):
     found = []
 
-    def compare(what, ours, theirs):
+    def compare(what, ours, theirs, where="the header"):
         if ours != theirs:
-            found.append(f"{what}: {ours} in the header, {theirs} in the type library's source")
+            found.append(f"{what}: {ours} in {where}, {theirs} in the type library's source")
 
     compare("library", header.library, library.library)
     for kind in ("enumerations", "classes", "interfaces"):
@@ -124,6 +146,8 @@ def differences(header, library):
                 sorted(theirs) if kind == "classes" else list(theirs))
         for name in ours.keys() & theirs.keys():
             compare(name, ours[name], theirs[name])
+    for method in sorted(expected.keys() | library.details.keys()):
+        compare(method, expected.get(method), library.details.get(method), "the test")
     return found
 
 
@@ -156,7 +180,7 @@ def main(arguments):
     if arguments != ["check"]:
         sys.stderr.write(__doc__)
         return 2
-    found = differences(header, read_library())
+    found = differences(header, read_library(), read_expected())
     operations = sum(len(operations) for _, _, operations in header.interfaces.values())
     print("\n".join(found) if found else f"{len(header.interfaces)} interfaces, {operations} operations, "
           f"{len(header.enumerations)} enumerations, {len(header.classes)} classes agree")

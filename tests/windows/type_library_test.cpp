@@ -1,14 +1,16 @@
 // The type library inside the built component, walked with the platform's own calls, says what the
-// public header says.
+// public header says, and of each operation what type_library_operations.h says beyond it.
 #include <gtest/gtest.h>
 
 #include <map>
+#include <regex>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "orv_apo/orv_apo.h"
 #include "platform/com_ptr.h"
+#include "type_library_operations.h"
 
 namespace orv {
 namespace {
@@ -35,6 +37,8 @@ struct HeaderClass {
 };
 
 #include "public_interface.inc"
+
+static_assert(std::size(kLibraryOperations) == std::size(kOperations));
 
 using Names = std::vector<std::wstring>;
 
@@ -98,6 +102,15 @@ class Type {
   TYPEATTR* attributes_ = nullptr;
 };
 
+std::wstring Words(USHORT flags) {
+  static const std::map<USHORT, const wchar_t*> kWords = {
+      {PARAMFLAG_FIN, L"in"},
+      {PARAMFLAG_FOUT, L"out"},
+      {PARAMFLAG_FOUT | PARAMFLAG_FRETVAL, L"out retval"}};
+  const auto known = kWords.find(flags);
+  return known != kWords.end() ? known->second : L"flags " + std::to_wstring(flags);
+}
+
 class Function {
  public:
   Function(const Type& type, UINT index) : type_(type) {  // which outlives it
@@ -115,14 +128,18 @@ class Function {
       text += (i == 0 ? L"" : L", ") + type_.Text(Parameter(i).tdesc);
     return text;
   }
-  // Names of the operation and its parameters, as far as the library keeps them.
-  Names AllNames() const {
-    BSTR names[8] = {};
+  // Direction and, if `named`, name of each, as far as the library keeps the names.
+  std::wstring Directions(bool named) const {
+    BSTR names[8] = {};  // the operation's own comes first
     UINT count = 0;
     EXPECT_EQ(type_->GetNames(description_->memid, names, 8, &count), S_OK);
-    Names result;
-    for (UINT i = 0; i < count; ++i) result.push_back(Take(names[i]));
-    return result;
+    std::wstring text;
+    for (SHORT i = 0; i < description_->cParams; ++i) {
+      text += (i == 0 ? L"" : L", ") + Words(Parameter(i).paramdesc.wParamFlags);
+      if (named && names[i + 1] != nullptr) text += L" " + std::wstring(names[i + 1]);
+    }
+    for (BSTR name : names) SysFreeString(name);
+    return text;
   }
 
  private:
@@ -158,6 +175,12 @@ class TypeLibraryTest : public ::testing::Test {
       ++index;
     }
     return -1;
+  }
+  // As the header names it.
+  static std::wstring Method(const HeaderOperation& row) {
+    const bool get = row.kind == INVOKE_PROPERTYGET;
+    const wchar_t* prefix = get ? L"get_" : row.kind == INVOKE_PROPERTYPUT ? L"put_" : L"";
+    return std::wstring(row.interface_name) + L"::" + prefix + row.name;
   }
   static int OperationsOf(const std::wstring& interface_name) {
     int count = 0;
@@ -234,20 +257,22 @@ void TypeLibraryTest::ExpectOperation(const Type& type, const HeaderOperation& r
   EXPECT_EQ(function->funckind, FUNC_PUREVIRTUAL);
   EXPECT_EQ(type.Text(function->elemdescFunc.tdesc), L"HRESULT");
   EXPECT_EQ(function.Parameters(), row.parameters);
-  // A property's get and put share the number of the one that comes first.
-  EXPECT_EQ(function->memid, (0x6000 + depth) * 0x10000 + IndexOf(row.interface_name, row.name));
-  for (SHORT i = 0; i < function->cParams; ++i) {
-    const USHORT flags = function.Parameter(i).paramdesc.wParamFlags;
-    const bool result = row.kind == INVOKE_PROPERTYGET && i == function->cParams - 1;
-    if (result) {
-      EXPECT_EQ(flags, PARAMFLAG_FOUT | PARAMFLAG_FRETVAL);
-    } else {
-      EXPECT_TRUE((flags & PARAMFLAG_FIN) != 0 || (flags & PARAMFLAG_FOUT) != 0);
-    }
+  // A property's get and put share the number of the one that comes first. Names and help text are
+  // found by the number, so those of the other are not to be had.
+  const int first = IndexOf(row.interface_name, row.name);
+  EXPECT_EQ(function->memid, (0x6000 + depth) * 0x10000 + first);
+  const LibraryOperation* expected = kLibraryOperations + (&row - kOperations);
+  EXPECT_EQ(Method(row), expected->method);
+  if (index == first) {
+    EXPECT_EQ(function.Directions(true), expected->parameters);
+    EXPECT_EQ(type.Help(function->memid), expected->help);
+  } else {
+    static const std::wregex kNamed(L"(in|out|retval) (?!retval)\\w+");
+    EXPECT_EQ(function.Directions(false), std::regex_replace(expected->parameters, kNamed, L"$1"));
   }
 }
 
-TEST_F(TypeLibraryTest, InterfacesHaveTheHeadersSlots) {
+TEST_F(TypeLibraryTest, InterfacesHaveTheHeadersSlotsWithDirectionsAndHelpTexts) {
   for (const HeaderInterface& row : kInterfaces) {
     SCOPED_TRACE(row.name);
     const Type type = Find(*row.id);
@@ -327,33 +352,6 @@ TEST_F(TypeLibraryTest, ClassesNameTheirInterfacesAndWhoMakesThem) {
     }
     EXPECT_EQ(found, interfaces.at(row.name));
   }
-}
-
-// Names share one table in which letter case does not count: the first spelling wins.
-TEST_F(TypeLibraryTest, NamesAndHelpTextsSurvive) {
-  const auto names = [&](const IID& id, UINT index) {
-    const Type type = Find(id);
-    return Function(type, index).AllNames();
-  };
-  EXPECT_EQ(names(IID_IORVAPOSystem, 1), (Names{L"InitializeSystem", L"apo_path"}));
-  EXPECT_EQ(names(IID_IORVAPOControlEnumerator, 0), (Names{L"Next", L"Next"}));
-  EXPECT_EQ(names(IID_IKELAPOIntelDSP, 1), (Names{L"GetModuleInfo", L"Name", L"ver"}));
-  EXPECT_EQ(names(IID_IKELAPOIntelDSP, 2),
-            (Names{L"ProcessConfigFile", L"filename", L"error_string", L"SetDefault"}));
-  EXPECT_EQ(names(IID_IORVAPOConfigEnumerator, 1).at(1), L"Key");
-  EXPECT_EQ(names(IID_IORVEndpointInfo3, 0).at(1), L"prop");
-
-  std::size_t with_help = 0;
-  for (const HeaderInterface& row : kInterfaces) {
-    const Type type = Find(*row.id);
-    for (UINT i = 0; i < type.attributes().cFuncs; ++i)
-      with_help += !type.Help(Function(type, i)->memid).empty();
-  }
-  EXPECT_EQ(with_help, 42U);
-  EXPECT_EQ(Find(IID_IORVAPOSystem).Help(0x60010000),
-            L"Returns an interface that enumerates over all audio endpoints that have KEL APO "
-            L"installed.");
-  EXPECT_EQ(Find(IID_IORVEndpointInfo5).Help(0x60050000), L"Get the Intel driver Interface.");
 }
 
 }  // namespace
