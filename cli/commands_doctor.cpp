@@ -173,8 +173,11 @@ void Doctor::Examine(const ORVAPOEndpointInfo& info, const std::string& label) {
   try {
     ExamineThroughComponent(info);
   } catch (const Failure& failure) {
-    const std::string reason = failure.what();
-    Add("component", false, reason.substr(0, reason.find('\n')), "-v shows what it met.");
+    // What happened, and below it what to do about it.
+    const std::string text = failure.what();
+    const std::size_t end = text.find('\n');
+    Add("component", false, text.substr(0, end),
+        end != std::string::npos ? text.substr(end + 1) : "-v shows what it met.");
   }
 }
 

@@ -15,8 +15,9 @@ if(ORV_TYPE_LIBRARY)
   install(FILES ${ORV_TYPE_LIBRARY} DESTINATION ${component_folder})
 endif()
 install(DIRECTORY include/orv_apo DESTINATION include)
+# Where a client that names no folder has it sought.
+install(TARGETS kxtech64 LIBRARY DESTINATION ${component_folder})
 
-install(TARGETS kxtech64 LIBRARY DESTINATION share/orv_apo/technology)
 file(GLOB machines RELATIVE ${CMAKE_SOURCE_DIR}/samples/machines CONFIGURE_DEPENDS samples/machines/*/machine.json)
 foreach(machine IN LISTS machines)
   cmake_path(REMOVE_FILENAME machine)
@@ -24,8 +25,12 @@ foreach(machine IN LISTS machines)
   install(FILES $<TARGET_FILE:kxtech64>
     DESTINATION share/orv_apo/machines/${machine}drive_c/Windows/System32)
 endforeach()
-install(FILES samples/README.md DESTINATION share/orv_apo)
-install(FILES README.md LICENSE DESTINATION share/doc/orv_apo)
+set(client tests/package)
+install(FILES ${client}/CMakeLists.txt ${client}/client.cpp ${client}/create_system.h ${client}/create_native.cpp
+  ${client}/create_windows.cpp DESTINATION share/orv_apo/client)
+# As they lie here: their links stay right.
+install(FILES README.md CONTRIBUTING.md LICENSE DESTINATION share/doc/orv_apo)
+install(FILES samples/README.md DESTINATION share/doc/orv_apo/samples)
 install(DIRECTORY docs DESTINATION share/doc/orv_apo)
 
 set(package_folder lib/cmake/orv_apo)

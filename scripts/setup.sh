@@ -10,15 +10,35 @@ packages=(
   g++-mingw-w64-x86-64-posix mingw-w64-tools wine wine64 dpkg-dev
 )
 
-missing=()
-for package in "${packages[@]}"; do
-  dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q '^install ok installed$' || missing+=("$package")
-done
+find_missing() {
+  missing=()
+  local package
+  for package in "${packages[@]}"; do
+    dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q '^install ok installed$' || missing+=("$package")
+  done
+}
+
+find_missing
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+# One installation at a time; who had to wait finds less missing, or nothing.
+exec 9</var/lib/dpkg
+flock 9
+find_missing
 [ ${#missing[@]} -eq 0 ] && exit 0
 
 sudo=()
 [ "$(id -u)" -eq 0 ] || sudo=(sudo)
 echo "Installing: ${missing[*]}" >&2
-export DEBIAN_FRONTEND=noninteractive
-"${sudo[@]}" apt-get update -qq >&2
-"${sudo[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+apt=("${sudo[@]}" env LC_ALL=C DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=600)
+# Others may be at it too. The package manager waits for their installing, but not for their updating.
+attempts=120
+until errors=$("${apt[@]}" update 2>&1 9<&-); do
+  attempts=$((attempts - 1))
+  if [ $attempts -eq 0 ] || [[ $errors != *"Could not get lock"* ]]; then
+    echo "$errors" >&2
+    exit 1
+  fi
+  sleep 5
+done
+"${apt[@]}" install -y --no-install-recommends "${missing[@]}" >/dev/null 9<&-

@@ -9,7 +9,7 @@
 namespace orv {
 
 // A new object for the endpoint, with one reference for the caller; else its creation status, the
-// out-parameter (never null) null. E_NOTIMPL where the endpoint has no such DSP.
+// out-parameter (never null) null. Without such a DSP: E_FAIL (Intel), E_NOTIMPL (Qualcomm).
 inline HRESULT CreateIntelDsp(Module& module, EndpointContext& endpoint, IKELAPOIntelDSP** dsp) {
   return CreateIntelDriverClient(module, endpoint.unknown(), endpoint.record().endpoint_id(), dsp);
 }

@@ -16,6 +16,11 @@
 
 namespace orv {
 
+// The path that a text in UTF-8 names, whatever the process's locale or code page.
+inline std::filesystem::path PathFromUtf8(std::string_view text) {
+  return std::u8string(text.begin(), text.end());
+}
+
 // An exclusive lock between processes, and between several holders within one process. The file is
 // only there to be locked: it is created when missing, its content is never touched, and nobody may
 // delete or replace it while others may hold it. Taking and releasing the lock is no change that a

@@ -17,7 +17,7 @@ std::optional<std::vector<std::filesystem::path>> Elements(std::string_view rela
     if (element.empty() || element == ".") continue;
     if (element != "..") {
       // A drive's name or another kind of separator would lead elsewhere.
-      std::filesystem::path name(element);
+      std::filesystem::path name = PathFromUtf8(element);
       if (name.has_root_path() || name.has_parent_path()) return std::nullopt;
       elements.push_back(std::move(name));
     } else if (elements.empty()) {

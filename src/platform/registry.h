@@ -3,6 +3,7 @@
 //
 // Key paths are separated by backslashes; key and value names are found without regard to letter
 // case and keep the spelling they were created with. Results are the platform's system error codes.
+// The predefined roots themselves are not to be had: an empty path gives kRegInvalidParameter.
 #pragma once
 
 #include <cstdint>
@@ -61,10 +62,11 @@ class RegistryKey {
   virtual ~RegistryKey() = default;
 
   // Type and size in bytes of a value; with `data`, also its bytes. `size` goes in as the room in
-  // `data` and comes out as the value's size; too little room gives kRegMoreData and leaves `data`
-  // as it was. An empty name is the unnamed value.
+  // `data` and comes out as the value's size; too little room gives kRegMoreData, and what `data`
+  // holds then is undefined. An empty name is the unnamed value.
   virtual RegStatus QueryValue(const std::wstring& name, std::uint32_t* type, void* data,
                                std::uint32_t* size) = 0;
+  // Stores the bytes as they are, text without its terminator included.
   virtual RegStatus SetValue(const std::wstring& name, std::uint32_t type, const void* data,
                              std::uint32_t size) = 0;
   virtual RegStatus DeleteValue(const std::wstring& name) = 0;
@@ -73,7 +75,8 @@ class RegistryKey {
   virtual RegStatus EnumSubKey(std::uint32_t index, std::wstring& name) = 0;
   // Arms one notification: `event` is signalled at the next change that `filter` names, once. Must
   // be armed again afterwards. Changes of any process count; a write of the same bytes need not
-  // signal. The event must outlive the key or the signal.
+  // signal. The event must outlive the key or the signal. The end of the arming thread signals too
+  // on some older systems.
   virtual RegStatus NotifyChange(bool subtree, std::uint32_t filter, Event& event) = 0;
   // A second handle of the same key with the same rights; null when it cannot be had.
   virtual std::unique_ptr<RegistryKey> Duplicate() = 0;

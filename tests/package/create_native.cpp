@@ -7,6 +7,7 @@ HRESULT CreateSystem(std::string_view, IORVAPOSystem** system) {
   if (component == nullptr) return E_FAIL;
   const auto get_class =
       reinterpret_cast<ORVDllGetClassObject>(dlsym(component, "DllGetClassObject"));
+  if (get_class == nullptr) return E_FAIL;
   IClassFactory* factory = nullptr;
   HRESULT status =
       get_class(CLSID_ORVAPOSystem, IID_IClassFactory, reinterpret_cast<void**>(&factory));

@@ -57,6 +57,20 @@ TEST_F(Files, ReadsUpToTheLimitOrTellsWhyNot) {
   EXPECT_NE(reason, "");
 }
 
+TEST_F(Files, AreFoundBelowAFolderByNamesInUtf8) {
+  // U+00F6, U+4E2D, U+97F3 and a character outside the first plane.
+  const std::string folder = "M\xC3\xB6hre \xE4\xB8\xAD\xE9\x9F\xB3";
+  const std::string file = "\xF0\x9F\x8E\xA7 Table.xml";
+  std::filesystem::create_directory(path() / PathFromUtf8(folder));
+  std::ofstream(path() / PathFromUtf8(folder) / PathFromUtf8(file)) << "found";
+  for (const std::string& asked : {folder + "/" + file, "m\xC3\xB6HRE" + folder.substr(6) + "/" +
+                                                            file.substr(0, 5) + "TABLE.XML"}) {
+    const auto found = FindBelow(path(), asked);
+    ASSERT_TRUE(found && found->exists) << asked;
+    EXPECT_EQ(ReadWholeFile(found->path, kLimit, reason), "found");
+  }
+}
+
 TEST_F(Files, ReplacementLeavesNothingBeside) {
   EXPECT_TRUE(ReplaceFileContent(path() / "machine.json", "{}", reason));
   EXPECT_EQ(Read("machine.json"), "{}");

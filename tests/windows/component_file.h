@@ -44,9 +44,10 @@ inline std::wstring LibraryKey() {
   return L"TypeLib\\" + GuidText(LIBID_ORV_APO2011_ControllerLib);
 }
 
-// Runs the platform's registration tool on the component and gives its exit status.
-inline DWORD RunRegistrationTool(const std::wstring& options) {
-  std::wstring line = L"regsvr32.exe /s " + options + L" " + ComponentFile();
+// Runs the platform's registration tool on a component's file and gives its exit status.
+inline DWORD RunRegistrationTool(const std::wstring& options,
+                                 const std::wstring& file = ComponentFile()) {
+  std::wstring line = L"regsvr32.exe /s " + options + L" \"" + file + L'"';
   STARTUPINFOW start = {};
   start.cb = sizeof start;
   PROCESS_INFORMATION process = {};
@@ -63,8 +64,9 @@ inline DWORD RunRegistrationTool(const std::wstring& options) {
 // The component's library in this process; its exports by name.
 class LoadedComponent {
  public:
-  LoadedComponent() : module_(LoadLibraryW(ComponentFile().c_str())) {
-    EXPECT_NE(module_, nullptr);
+  explicit LoadedComponent(const std::wstring& file = ComponentFile())
+      : module_(LoadLibraryW(file.c_str())) {
+    EXPECT_NE(module_, nullptr) << Utf8FromWide(file);
   }
   ~LoadedComponent() { FreeLibrary(module_); }
   LoadedComponent(const LoadedComponent&) = delete;

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The Windows build at work under Wine, from registration to changed values, beside the native build on a sample machine.
+"""The installed Windows build at work under Wine, from registration to changed values, beside the native build on a machine.
 
   end_to_end.py --windows BUILD --native BUILD [--prefix FOLDER]
 """
@@ -16,17 +16,31 @@ import unittest
 ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
 SAMPLE = os.path.join(ROOT, "samples", "machines", "skylake-laptop")
 CONFIGURATION = os.path.join("Program Files", "ORV Labs", "APO", "orv_apo_config.xml")
-APO_KEY = r"HKEY_LOCAL_MACHINE\Software\ORV Labs"
+MACHINE = "HKEY_LOCAL_MACHINE\\"
+MAKER_KEY = MACHINE + r"Software\ORV Labs"
+MACHINE_CLASSES = MACHINE + r"Software\Classes"
+USER_CLASSES = r"HKEY_CURRENT_USER\Software\Classes"
+PROPERTIES = MACHINE + r"SOFTWARE\Microsoft\Windows\CurrentVersion\MMDevices\Audio\Render\%s\Properties"
+# Own records of an endpoint: another key for its values, another configuration file.
+OWN_KEY = r"Software\ORV Labs\Elsewhere"
+OWN_FILE = "own.xml"
+OWN_CONFIGURATION = os.path.join("ProgramData", "ORV Labs", "APO", "hdmi_config.xml")
+RECORDS = {"{1028ECF3-0EB3-440C-9B9B-C2A7B8303FCA},0": OWN_KEY,
+           "{1028ECF3-0EB3-440C-9B9B-C2A7B8303FCA},2": "C:\\" + OWN_FILE}
 DEADLINE = 120  # seconds for any one program
 
 options = None
 
 
-def registry_values(path):
-    """Values of an exported registry: {key: {name: written value}}, names of keys without regard to letter case."""
+def export_text(path):
     with open(path, "rb") as file:
         data = file.read()
-    text = data.decode("utf-16" if data[:2] == b"\xff\xfe" else "utf-8-sig")
+    return data.decode("utf-16" if data[:2] == b"\xff\xfe" else "utf-8-sig")
+
+
+def registry_values(path):
+    """Values of an exported registry: {key: {name: written value}}, names of keys without regard to letter case."""
+    text = export_text(path)
     text = re.sub(r"\\\r?\n\s*", "", text)
     keys, current = {}, None
     for line in text.splitlines():
@@ -36,6 +50,16 @@ def registry_values(path):
             name, value = re.match(r'("(?:[^"\\]|\\.)*"|@)=(.*)', line).groups()
             current[name.strip('"')] = value.strip()
     return keys
+
+
+def windows_path(path):
+    return "Z:" + path.replace("/", "\\")
+
+
+def changes(before, after):
+    """The keys in which two states of the registry differ, with their values in each; None for a key that is not there."""
+    return {key: (before.get(key), after.get(key)) for key in before.keys() | after.keys()
+            if before.get(key) != after.get(key)}
 
 
 class System:
@@ -57,11 +81,11 @@ class System:
             raise AssertionError(f"orvctl {' '.join(arguments)}: {status}\n{output}{errors}")
         return json.loads(output) if output.strip() else None
 
+    def row(self):
+        return next(row for row in self.orvctl("endpoints") if self.endpoint in row["name"])
+
     def stored(self, registry):
-        found = {}
-        for key, values in registry.items():
-            if key.startswith(APO_KEY.lower()) and key.endswith(self.endpoint_key):
-                found.update(values)
+        found = registry.get((MACHINE + self.apo_key).lower(), {})
         # The system directory is spelled as the platform spells it.
         return {name: value.lower() if name == "OrvApoTechDllPath" else value for name, value in found.items()}
 
@@ -77,52 +101,86 @@ class Native(System):
         shutil.copy(os.path.join(options.native, "samples", "technology", "kxtech64.dll"), system_directory)
         self.environment = dict(os.environ, ORV_MACHINE=self.machine)
         self.program = os.path.join(options.native, "bin", "orvctl")
-        ids = [row["id"] for row in self.orvctl("endpoints") if self.endpoint in row["name"]]
-        self.endpoint_key = ids[0].split(".")[-1].lower()
+        self.registry = os.path.join(self.machine, "registry.reg")
+        row = self.row()
+        self.guid = row["id"].split(".")[-1]
+        self.apo_key = row["registry_path"]
 
     def command(self, program):
         return [program]
 
     def values(self):
-        return self.stored(registry_values(os.path.join(self.machine, "registry.reg")))
+        return self.stored(registry_values(self.registry))
+
+    def write_records(self):
+        shutil.copy(os.path.join(SAMPLE, "drive_c", OWN_CONFIGURATION), os.path.join(self.machine, "drive_c", OWN_FILE))
+        shutil.copy(self.registry, self.registry + ".before")
+        lines = ["", f"[{PROPERTIES % self.guid}]"]
+        lines += ['"{}"="{}"'.format(name, text.replace("\\", "\\\\")) for name, text in RECORDS.items()]
+        with open(self.registry, "w", encoding="utf-8") as file:
+            file.write(export_text(self.registry + ".before") + "\n".join([*lines, ""]))
+
+    def remove_records(self):
+        os.replace(self.registry + ".before", self.registry)
 
 
 class Windows(System):
-    endpoint = "0"
+    endpoint = ""  # there is but one
 
     def __init__(self, folder):
         self.environment = dict(os.environ)
         self.exported = os.path.join(folder, "exported.reg")
-        self.program = os.path.join(options.windows, "bin", "orvctl.exe")
-        self.component = "Z:" + os.path.join(options.windows, "bin", "orv_apo_controller.dll").replace("/", "\\")
+        self.program = os.path.join(options.installed, "bin", "orvctl.exe")
+        self.component = windows_path(os.path.join(options.installed, "bin", "orv_apo_controller.dll"))
         self.call("cmd", "/c", "exit")  # makes the prefix
-        drive = os.path.join(options.prefix, "drive_c")
-        configuration = os.path.join(drive, CONFIGURATION)
+        self.drive = os.path.join(options.prefix, "drive_c")
+        configuration = os.path.join(self.drive, CONFIGURATION)
         os.makedirs(os.path.dirname(configuration), exist_ok=True)
         shutil.copy(os.path.join(SAMPLE, "drive_c", CONFIGURATION), configuration)
-        shutil.copy(os.path.join(options.windows, "samples", "technology", "kxtech64.dll"),
-                    os.path.join(drive, "windows", "system32"))
-        self.call("reg", "delete", APO_KEY, "/f")
-        self.endpoint_key = None
+        shutil.copy(os.path.join(options.installed, "bin", "kxtech64.dll"), os.path.join(self.drive, "windows", "system32"))
+        self.call("reg", "delete", MAKER_KEY, "/f")
 
     def command(self, program):
         return [os.path.join(ROOT, "scripts", "wine-run"), "--prefix", options.prefix, program]
 
-    def register(self, *arguments):
-        status, output, errors = self.call("regsvr32", "/s", *arguments, self.component)
+    def done(self, program, *arguments):
+        status, output, errors = self.call(program, *arguments)
         if status != 0:
-            raise AssertionError(f"regsvr32 {' '.join(arguments)}: {status}\n{output}{errors}")
+            raise AssertionError(f"{program} {' '.join(arguments)}: {status}\n{output}{errors}")
+
+    def register(self, *arguments):
+        self.done("regsvr32", "/s", *arguments, self.component)
 
     def find_endpoint(self):
         rows = self.orvctl("endpoints")
-        self.endpoint_key = rows[0]["id"].split(".")[-1].lower()
-        return rows
+        self.properties = PROPERTIES % rows[0]["id"].split(".")[-1]
+        self.apo_key = rows[0]["registry_path"]
+        if self.apo_key != OWN_KEY:
+            return rows
+        self.remove_records()  # left by a run that did not come to its end
+        return self.find_endpoint()
+
+    def export(self, key):
+        self.done("reg", "export", key, windows_path(self.exported), "/y")
+        return registry_values(self.exported)
 
     def values(self):
-        status, _, errors = self.call("reg", "export", APO_KEY, "Z:" + self.exported.replace("/", "\\"), "/y")
-        if status != 0:
-            raise AssertionError(f"reg export: {status}\n{errors}")
-        return self.stored(registry_values(self.exported))
+        return self.stored(self.export(MAKER_KEY))
+
+    def classes(self):
+        """All classes and type libraries that are registered, for the machine and for the user."""
+        places = (MACHINE_CLASSES + r"\CLSID", MACHINE_CLASSES + r"\TypeLib", USER_CLASSES)
+        return {key: values for place in places for key, values in self.export(place).items()}
+
+    def write_records(self):
+        shutil.copy(os.path.join(SAMPLE, "drive_c", OWN_CONFIGURATION), os.path.join(self.drive, OWN_FILE))
+        for name, text in RECORDS.items():
+            self.done("reg", "add", self.properties, "/v", name, "/d", text, "/f")
+
+    def remove_records(self):
+        for name in RECORDS:
+            self.call("reg", "delete", self.properties, "/v", name, "/f")
+        self.call("reg", "delete", MACHINE + OWN_KEY, "/f")
 
 
 class EndToEnd(unittest.TestCase):
@@ -142,7 +200,8 @@ class EndToEnd(unittest.TestCase):
         """The same command on both; `E` stands for the endpoint. Answers and stored bytes are the same."""
         answers = []
         for system in (self.native, self.windows):
-            answers.append(system.orvctl(*(system.endpoint if word == "E" else word for word in arguments)))
+            endpoint = system.endpoint or "0"
+            answers.append(system.orvctl(*(endpoint if word == "E" else word for word in arguments)))
         self.assertEqual(answers[0], answers[1], arguments)
         ours, theirs = self.native.values(), self.windows.values()
         self.assertEqual(ours, theirs, arguments)
@@ -170,6 +229,41 @@ class EndToEnd(unittest.TestCase):
         self.assertEqual(set(stored), {"ApoOpMode:Movie/Internal", "ApoOpMode:Voice/Internal", "OrvApoCurrOpMode",
                                        "OrvApoGlobal", "OrvApoTechDllPath"})
 
+    def test_own_records_choose_key_and_configuration(self):
+        for system in (self.native, self.windows):
+            before = system.apo_key
+            self.addCleanup(setattr, system, "apo_key", before)
+            self.addCleanup(system.remove_records)
+            system.write_records()
+            row = system.row()
+            self.assertEqual((row["config_file"], row["registry_path"]), ("C:\\" + OWN_FILE, OWN_KEY))
+            system.apo_key = row["registry_path"]
+        modes, stored = self.both("modes", "E")
+        self.assertEqual([mode["name"] for mode in modes], ["ApoOpMode:Music/HDMI", "ApoOpMode:Movie/HDMI"])
+        self.assertEqual(set(stored), {"OrvApoTechDllPath"})
+        self.both("mode", "E", "Music/HDMI")
+        _, stored = self.both("set", "E", "VQ3D-DPHD Level", "33", "--mode", "Movie/HDMI")
+        self.assertEqual(set(stored), {"ApoOpMode:Movie/HDMI", "OrvApoCurrOpMode", "OrvApoTechDllPath"})
+
+    def test_orvctl_registers_what_the_platforms_tool_registers(self):
+        self.addCleanup(self.windows.register)
+        self.windows.register("/u")
+        self.windows.done("reg", "add", USER_CLASSES, "/f")  # so that it can be exported
+        bare = self.windows.classes()
+        for tool, option, place, name in (((), (), MACHINE_CLASSES, "HKEY_CLASSES_ROOT"),
+                                          (("/n", "/i:user"), ("--user",), USER_CLASSES, USER_CLASSES)):
+            with self.subTest(option):
+                self.windows.register(*tool)
+                registered = changes(bare, self.windows.classes())
+                self.windows.register("/u", *tool)
+                keys = self.windows.orvctl("register", *option)["keys"]
+                self.assertEqual(changes(bare, self.windows.classes()), registered)
+                self.assertEqual({key.lower().replace(name.lower(), place.lower()) for key in keys},
+                                 {key for key in registered if key.startswith(place.lower())})
+                self.assertGreater(len(keys), 11)
+                self.assertEqual(self.windows.orvctl("unregister", *option)["keys"], keys)
+                self.assertEqual(changes(bare, self.windows.classes()), {})
+
     def test_watch_sees_another_process(self):
         self.windows.orvctl("set", "0", "VQ3D-DPHD Level", "1", "--mode", "Game/Internal")
         command = [*self.windows.command(self.windows.program), "--json", "watch", "0", "--count", "1", "--for",
@@ -188,11 +282,15 @@ class EndToEnd(unittest.TestCase):
         for apartment in ("mta", "sta"):
             status, output, _ = self.windows.call(client, apartment)
             self.assertEqual(status, 0, output)
-            self.assertIn("\n  ApoOpMode:Movie/Internal\n", output)
+            self.assertIn("\n  ApoOpMode:Movie/Internal\n    VQ3D-AEQ Bypass Gain, -600 to 0\n", output)
         self.windows.register("/u")
         try:
             status, output, _ = self.windows.call(client, "mta")
             self.assertEqual((status, output.strip()), (1, "0x80040154"))
+            status, output, _ = self.windows.call(self.windows.program, "--json", "doctor")
+            remedies = [check["remedy"] for check in json.loads(output) if check["check"] == "component"]
+            self.assertEqual(status, 3)
+            self.assertIn("orvctl register", remedies[0])
         finally:
             self.windows.register()
 
@@ -204,9 +302,11 @@ def main():
     parser.add_argument("--native", required=True, type=os.path.abspath)
     parser.add_argument("--prefix", type=os.path.abspath)
     options, rest = parser.parse_known_args()
-    for needed in (os.path.join(options.native, "bin", "orvctl"), os.path.join(options.windows, "bin", "orvctl.exe")):
+    options.installed = os.path.join(options.windows, "package", "outside", "moved")  # by the test of the package
+    for needed, remedy in ((os.path.join(options.native, "bin", "orvctl"), "build it"),
+                           (os.path.join(options.installed, "bin", "orvctl.exe"), "run the test \"package\"")):
         if not os.path.exists(needed):
-            parser.error(f"{needed} is missing; build it first")
+            parser.error(f"{needed} is missing; {remedy} first")
     options.prefix = options.prefix or os.path.join(options.windows, "wine")
     unittest.main(argv=[sys.argv[0], *rest], verbosity=2)
 

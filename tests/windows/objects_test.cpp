@@ -7,6 +7,7 @@
 
 #include "component_file.h"
 #include "platform/com_ptr.h"
+#include "platform/windows/handle_level.h"
 
 namespace orv {
 namespace {
@@ -112,12 +113,6 @@ std::vector<ComPtr<IUnknown>> WindowsObjectsTest::EveryKind() {
   return objects;
 }
 
-DWORD HandleCount() {
-  DWORD count = 0;
-  GetProcessHandleCount(GetCurrentProcess(), &count);
-  return count;
-}
-
 void InThread(const std::function<void()>& work) { std::thread(work).join(); }
 
 // Neither DSP is there, and the platform under test gives no capture service for a loopback stream.
@@ -138,12 +133,8 @@ TEST_F(WindowsObjectsTest, ServicesWithoutTheirDeviceSayWhyAndLeaveNothingBehind
       EXPECT_EQ(qualcomm, nullptr);
       EXPECT_EQ(analysis, nullptr);
     };
-    constexpr int kWarmUp = 5;
-    constexpr int kRounds = 100;
-    for (int round = 0; round < kWarmUp; ++round) ask();
-    const DWORD before = HandleCount();
-    for (int round = 0; round < kRounds; ++round) ask();
-    EXPECT_LT(HandleCount(), before + kRounds);
+    constexpr int kRounds = 1000;
+    ExpectNoHandleLeftBehind(kRounds, ask);
   });
 }
 
@@ -217,17 +208,18 @@ TEST_F(WindowsObjectsTest, EndpointsAndControlsLeaveNoHandlesBehind) {
   const auto endpoints = Endpoints();
   ComPtr<IORVEndpointInfo> endpoint;
   ASSERT_EQ(endpoints->Next(endpoint.Put()), S_OK);
-  const auto round = [&] {
+  const auto open_and_close = [&] {
     ComPtr<IORVEndpointInfo> again;
     EXPECT_EQ(endpoints->Reset(), S_OK);
     EXPECT_EQ(endpoints->Next(again.Put()), S_OK);
     ComPtr<IORVOperatingMode> mode;
     EXPECT_EQ(again->get_OpMode(mode.Put()), S_OK);
+    ComPtr<IORVAPOControlEnumerator> controls;
+    ComPtr<IORVAPOControl> control;
+    EXPECT_EQ(mode->get_ORVAPOControlEnumerator(kORVAPO_Cont_Public, controls.Put()), S_OK);
+    EXPECT_EQ(controls->Next(control.Put()), S_OK);
   };
-  for (int i = 0; i < 10; ++i) round();  // what is kept once is there
-  const DWORD before = HandleCount();
-  for (int i = 0; i < kHandleRounds; ++i) round();
-  EXPECT_LE(HandleCount(), before + 2);
+  ExpectNoHandleLeftBehind(kHandleRounds, open_and_close);
 }
 
 }  // namespace

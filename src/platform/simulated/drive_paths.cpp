@@ -16,10 +16,6 @@ std::optional<std::string> SlashPath(std::wstring_view path) {
   return text;
 }
 
-std::filesystem::path FromUtf8(std::string_view text) {
-  return std::u8string(text.begin(), text.end());
-}
-
 // Where the host's own files begin: on Windows the drive of that name.
 std::filesystem::path HostRoot() {
   if constexpr (std::filesystem::path::preferred_separator == '\\') return "Z:\\";
@@ -32,7 +28,7 @@ std::optional<std::filesystem::path> HostFile(const std::filesystem::path& drive
                                               const std::wstring& path) {
   const auto text = SlashPath(path);
   if (!text) return std::nullopt;
-  if (path.starts_with(L'/')) return FromUtf8(*text);
+  if (path.starts_with(L'/')) return PathFromUtf8(*text);
   if (text->size() < 3 || text->compare(1, 2, ":/") != 0) return std::nullopt;
   const std::string_view below = std::string_view(*text).substr(3);
   const wchar_t drive = FoldAscii(path.front());

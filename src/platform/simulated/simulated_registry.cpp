@@ -17,6 +17,7 @@ std::wstring FullPath(RegRoot root, const std::wstring& path) {
 }
 
 RegStatus CheckPath(const std::wstring& path) {
+  if (path.empty()) return kRegInvalidParameter;
   return path.starts_with(L'\\') ? kRegBadPath : kRegOk;
 }
 
@@ -121,7 +122,6 @@ RegStatus SimulatedRegistry::CreateKey(RegRoot root, const std::wstring& path, s
 RegStatus SimulatedRegistry::DeleteTree(RegRoot root, const std::wstring& path) {
   if (const auto fault = hive_->faults().Check("registry.delete_tree")) return *fault;
   if (const RegStatus status = CheckPath(path); status != kRegOk) return status;
-  if (path.empty()) return kRegAccessDenied;  // a root stays
   const std::wstring full_path = FullPath(root, path);
   DeleteTreeEdit edit(full_path);
   return hive_->Commit(edit);

@@ -5,6 +5,8 @@
 #include <system_error>
 #include <utility>
 
+#include "platform/windows/error_boxes.h"
+
 namespace orv {
 namespace {
 
@@ -37,15 +39,13 @@ DynamicLibrary& DynamicLibrary::operator=(DynamicLibrary&& other) noexcept {
 bool DynamicLibrary::Load(const std::filesystem::path& file) {
   Free();
   // A bare name would be searched for in the system's folders, and only a full path makes the
-  // module's own folder the first place for what it needs.
+  // module's own folder the first place for what it needs, if it has backslashes.
   std::error_code error;
-  const std::filesystem::path full = std::filesystem::absolute(file, error);
+  std::filesystem::path full = std::filesystem::absolute(file, error);
   if (error) return false;
-  // A file that is no module must not make the system ask the user.
-  DWORD before = 0;
-  ::SetThreadErrorMode(SEM_FAILCRITICALERRORS, &before);
+  full.make_preferred();
+  const NoErrorBoxes quiet;
   handle_ = ::LoadLibraryExW(full.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
-  ::SetThreadErrorMode(before, nullptr);
   return loaded();
 }
 

@@ -23,7 +23,9 @@ constexpr DWORD kMoveRetry = 5;  // milliseconds
 
 // What the path stands for in the end, when it is a link.
 std::filesystem::path Target(const std::filesystem::path& file) {
-  if (!std::filesystem::is_symlink(std::filesystem::symlink_status(file))) return file;
+  const DWORD attributes = ::GetFileAttributesW(file.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0)
+    return file;
   const Handle opened(::CreateFileW(file.c_str(), 0, kShareAll, nullptr, OPEN_EXISTING,
                                     FILE_ATTRIBUTE_NORMAL, nullptr));
   std::wstring path(32768, L'\0');
@@ -220,10 +222,14 @@ std::optional<std::string> ReadWholeFile(const std::filesystem::path& file, std:
 
 std::optional<std::string> CRuntimePath(const std::filesystem::path& path) {
   const std::wstring& wide = path.native();
+  const UINT code_page = ::GetACP();
   BOOL is_altered = FALSE;
+  // UTF-8 has every character, and takes no question about those it might lack.
+  const bool has_all = code_page == CP_UTF8;
   const auto convert = [&](char* narrow, int room) {
-    return ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, wide.data(),
-                                 static_cast<int>(wide.size()), narrow, room, nullptr, &is_altered);
+    return ::WideCharToMultiByte(code_page, has_all ? WC_ERR_INVALID_CHARS : WC_NO_BEST_FIT_CHARS,
+                                 wide.data(), static_cast<int>(wide.size()), narrow, room, nullptr,
+                                 has_all ? nullptr : &is_altered);
   };
   if (wide.empty() || wide.size() > 32767 || wide.find(L'\0') != std::wstring::npos)
     return std::nullopt;

@@ -109,7 +109,7 @@ std::unique_ptr<FolderWatch> FolderWatch::Start(const std::filesystem::path& fol
     if (running->thread && running->armed.Wait() && running->is_watching) return watch;
     reason = "The folder cannot be watched";
   } catch (const std::system_error& error) {
-    reason = error.code().message();
+    reason = SystemErrorText(static_cast<unsigned long>(error.code().value()));
   }
   return nullptr;
 }

@@ -6,6 +6,7 @@
 #include <shlobj.h>
 
 #include "platform/files.h"
+#include "platform/windows/error_boxes.h"
 #include "platform/windows/windows_devices.h"
 #include "platform/windows/windows_registry.h"
 
@@ -70,6 +71,7 @@ bool WindowsMachine::Is32BitProcess() {
 
 bool WindowsMachine::FileExists(const std::wstring& path) {
   const auto file = HostFile(path);
+  const NoErrorBoxes quiet;
   return file && ::GetFileAttributesW(file->c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 

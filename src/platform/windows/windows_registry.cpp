@@ -2,7 +2,10 @@
 
 #include <windows.h>
 
+#include <cstdint>
+#include <cstring>
 #include <utility>
+#include <vector>
 
 namespace orv {
 namespace {
@@ -10,6 +13,7 @@ namespace {
 // Enough for most names; a value's name has at most 16,383 characters, a key's 255.
 constexpr std::size_t kUsualName = 256;
 constexpr std::size_t kLongestName = 32768;
+constexpr std::size_t kTextGuard = 2;  // bytes
 
 class KeyHandle {
  public:
@@ -39,6 +43,20 @@ HKEY RootKey(RegRoot root) noexcept {
 // The system would read a name up to its first terminator only, and so mean something else.
 bool HasTerminator(const std::wstring& name) noexcept {
   return name.find(L'\0') != std::wstring::npos;
+}
+
+// The system completes text that is stored without its terminator, if one happens to lie behind it
+// in memory. This copy of such text has none there, nor anything else that the system looks at
+// outside of it; empty for bytes that are stored as they are anyway.
+std::vector<std::uint8_t> GuardedText(std::uint32_t type, const void* data, std::uint32_t size) {
+  const bool is_text = type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ;
+  if (!is_text || data == nullptr || size == 0) return {};
+  const auto* bytes = static_cast<const std::uint8_t*>(data);
+  if (size % 2 == 0 && bytes[size - 1] == 0 && bytes[size - 2] == 0) return {};
+  std::vector<std::uint8_t> copy(kTextGuard + size + kTextGuard, 0xFF);
+  std::memset(copy.data(), 0, kTextGuard);
+  std::memcpy(copy.data() + kTextGuard, data, size);
+  return copy;
 }
 
 // Enumerates with a name buffer that grows until the name fits.
@@ -79,6 +97,8 @@ class WindowsKey final : public RegistryKey {
   RegStatus SetValue(const std::wstring& name, std::uint32_t type, const void* data,
                      std::uint32_t size) override {
     if (HasTerminator(name)) return kRegInvalidParameter;
+    const std::vector<std::uint8_t> guarded = GuardedText(type, data, size);
+    if (!guarded.empty()) data = guarded.data() + kTextGuard;
     return ::RegSetValueExW(key_.get(), name.c_str(), 0, type, static_cast<const BYTE*>(data),
                             size);
   }
@@ -100,10 +120,15 @@ class WindowsKey final : public RegistryKey {
     });
   }
 
-  // Independent of the thread that arms it: its end would signal otherwise.
+  // Independent of the thread that arms it, whose end would signal otherwise. Systems before
+  // version 6.2 refuse to be asked for that.
   RegStatus NotifyChange(bool subtree, std::uint32_t filter, Event& event) override {
-    return ::RegNotifyChangeKeyValue(key_.get(), subtree, filter | REG_NOTIFY_THREAD_AGNOSTIC,
-                                     reinterpret_cast<HANDLE>(event.native()), TRUE);
+    const auto arm = [&](DWORD system_filter) {
+      return ::RegNotifyChangeKeyValue(key_.get(), subtree, system_filter,
+                                       reinterpret_cast<HANDLE>(event.native()), TRUE);
+    };
+    const LSTATUS status = arm(filter | REG_NOTIFY_THREAD_AGNOSTIC);
+    return status == ERROR_INVALID_PARAMETER ? arm(filter) : status;
   }
 
   std::unique_ptr<RegistryKey> Duplicate() override {
@@ -124,6 +149,7 @@ class WindowsKey final : public RegistryKey {
 RegStatus WindowsRegistry::OpenKey(RegRoot root, const std::wstring& path, std::uint32_t access,
                                    std::unique_ptr<RegistryKey>& key) {
   key.reset();
+  if (path.empty()) return kRegInvalidParameter;
   if (HasTerminator(path)) return kRegNotFound;
   HKEY opened = nullptr;
   const LSTATUS status =
@@ -135,7 +161,7 @@ RegStatus WindowsRegistry::OpenKey(RegRoot root, const std::wstring& path, std::
 RegStatus WindowsRegistry::CreateKey(RegRoot root, const std::wstring& path, std::uint32_t access,
                                      std::unique_ptr<RegistryKey>& key, bool* created) {
   key.reset();
-  if (HasTerminator(path)) return kRegInvalidParameter;
+  if (path.empty() || HasTerminator(path)) return kRegInvalidParameter;
   HKEY opened = nullptr;
   DWORD disposition = 0;
   const LSTATUS status =
@@ -148,8 +174,8 @@ RegStatus WindowsRegistry::CreateKey(RegRoot root, const std::wstring& path, std
 }
 
 RegStatus WindowsRegistry::DeleteTree(RegRoot root, const std::wstring& path) {
+  if (path.empty()) return kRegInvalidParameter;
   if (HasTerminator(path)) return kRegNotFound;
-  if (path.empty()) return kRegAccessDenied;  // a root stays
   HKEY opened = nullptr;
   LSTATUS status = ::RegOpenKeyExW(
       RootKey(root), path.c_str(), 0,

@@ -1,10 +1,7 @@
 // What is opened and closed many times leaves no handle behind.
-#include <gtest/gtest.h>
-#include <windows.h>
-
-#include <functional>
-
+#include "platform/dynamic_library.h"
 #include "platform/files.h"
+#include "platform/windows/handle_level.h"
 #include "platform/windows/windows_machine.h"
 #include "support/temporary_folder.h"
 
@@ -17,34 +14,19 @@ constexpr int kRounds = 10000;
 // Slow on a busy machine, and a tenth tells a leak as well.
 constexpr int kThreadRounds = 1000;
 constexpr int kFileRounds = 200;
-constexpr std::uintptr_t kSlack = 50;  // handles that the system's own libraries open on the way
-
-// Handles are numbered by fours, the lowest free number first, so that a new one tells how many are
-// open. (The count that the system offers, GetProcessHandleCount, is always 0 on Wine 8.0.)
-std::uintptr_t HandleLevel() {
-  const Event event(Event::Kind::AutoReset);
-  return static_cast<std::uintptr_t>(event.native()) / 4;
-}
-
-void ExpectNoneLeftBehind(const std::function<void()>& round, int rounds = kRounds) {
-  for (int i = 0; i < 10; ++i) round();
-  const std::uintptr_t before = HandleLevel();
-  for (int i = 0; i < rounds && !testing::Test::HasFatalFailure(); ++i) round();
-  EXPECT_LT(HandleLevel(), before + kSlack);
-}
 
 TEST(HandleLevel, RisesWithWhatIsOpen) {
   const std::uintptr_t before = HandleLevel();
   std::vector<std::unique_ptr<Event>> open;
   for (int i = 0; i < 200; ++i) open.push_back(std::make_unique<Event>(Event::Kind::AutoReset));
-  EXPECT_GE(HandleLevel(), before + 200 - kSlack);
+  EXPECT_GE(HandleLevel(), before + 200 - kHandleSlack);
 }
 
 TEST(NoHandleIsLeftBehindBy, EventsAndNamedEvents) {
   WindowsMachine machine;
   const HANDLE named = ::CreateEventW(nullptr, FALSE, FALSE, L"Local\\OrvHandleCount");
   ASSERT_NE(named, nullptr);
-  ExpectNoneLeftBehind([&] {
+  ExpectNoHandleLeftBehind(kRounds, [&] {
     Event event(Event::Kind::ManualReset);
     event.Set();
     std::uint32_t error = 0;
@@ -58,7 +40,7 @@ TEST(NoHandleIsLeftBehindBy, RegistryKeysTheirDuplicatesAndWatches) {
   constexpr wchar_t kPath[] = L"Software\\Orv Handle Count";
   WindowsMachine machine;
   Event changed(Event::Kind::AutoReset);
-  ExpectNoneLeftBehind([&] {
+  ExpectNoHandleLeftBehind(kRounds, [&] {
     std::unique_ptr<RegistryKey> key;
     ASSERT_EQ(machine.registry().CreateKey(RegRoot::CurrentUser, kPath, kKeyRead | kKeyWrite, key,
                                            nullptr),
@@ -73,19 +55,40 @@ TEST(NoHandleIsLeftBehindBy, RegistryKeysTheirDuplicatesAndWatches) {
   EXPECT_EQ(machine.registry().DeleteTree(RegRoot::CurrentUser, kPath), kRegOk);
 }
 
+TEST(NoHandleIsLeftBehindBy, DevicesAndTheirInterfaces) {
+  // The class of disks. Seen on Wine 8.0: a list of devices holds no handle, so one that is not
+  // closed shows on other systems only.
+  constexpr GUID kDisks = {
+      0x53F56307, 0xB6BF, 0x11D0, {0x94, 0xF2, 0x00, 0xA0, 0xC9, 0x1E, 0xFB, 0x8B}};
+  WindowsMachine machine;
+  ExpectNoHandleLeftBehind(kRounds, [&] {
+    std::uint32_t error = 0;
+    ASSERT_NE(machine.OpenDevice(L"\\\\.\\MountPointManager", error), nullptr) << error;
+    EXPECT_EQ(machine.OpenDevice(L"\\\\.\\OrvNoSuchDevice", error), nullptr);
+    machine.DeviceInterfaces(kDisks);
+  });
+}
+
+TEST(NoHandleIsLeftBehindBy, LoadedModules) {
+  const std::filesystem::path program = HostProgramPath();
+  ExpectNoHandleLeftBehind(kFileRounds, [&] {
+    DynamicLibrary module;
+    ASSERT_TRUE(module.Load(program.parent_path() / ORV_SAMPLE_MODULE));
+    EXPECT_FALSE(module.Load(program.parent_path() / "missing.dll"));
+  });
+}
+
 TEST(NoHandleIsLeftBehindBy, ThreadsWaitedForAndThreadsLetGo) {
   Event done(Event::Kind::AutoReset);
-  ExpectNoneLeftBehind(
-      [&] {
-        const auto waited_for = Thread::Start([] { return 1U; });
-        ASSERT_TRUE(waited_for && waited_for->Wait(30s));
-        Thread::Start([&] {
-          done.Set();
-          return 2U;
-        }).reset();
-        ASSERT_TRUE(done.Wait(30s));
-      },
-      kThreadRounds);
+  ExpectNoHandleLeftBehind(kThreadRounds, [&] {
+    const auto waited_for = Thread::Start([] { return 1U; });
+    ASSERT_TRUE(waited_for && waited_for->Wait(30s));
+    Thread::Start([&] {
+      done.Set();
+      return 2U;
+    }).reset();
+    ASSERT_TRUE(done.Wait(30s));
+  });
 }
 
 TEST(NoHandleIsLeftBehindBy, FilesLocksAndFolderWatches) {
@@ -93,15 +96,13 @@ TEST(NoHandleIsLeftBehindBy, FilesLocksAndFolderWatches) {
   const auto file = folder.path() / "file";
   Event changed(Event::Kind::AutoReset);
   std::string reason;
-  ExpectNoneLeftBehind(
-      [&] {
-        ASSERT_TRUE(ReplaceFileContent(file, "content", reason)) << reason;
-        EXPECT_TRUE(FileLock::Acquire(file, reason));
-        EXPECT_TRUE(ReadWholeFile(file, 100, reason));
-        EXPECT_FALSE(ReadWholeFile(folder.path() / "missing", 100, reason));
-        EXPECT_TRUE(FolderWatch::Start(folder.path(), changed, reason));
-      },
-      kFileRounds);
+  ExpectNoHandleLeftBehind(kFileRounds, [&] {
+    ASSERT_TRUE(ReplaceFileContent(file, "content", reason)) << reason;
+    EXPECT_TRUE(FileLock::Acquire(file, reason));
+    EXPECT_TRUE(ReadWholeFile(file, 100, reason));
+    EXPECT_FALSE(ReadWholeFile(folder.path() / "missing", 100, reason));
+    EXPECT_TRUE(FolderWatch::Start(folder.path(), changed, reason));
+  });
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 
 #include "platform/guid_text.h"
 #include "platform/text.h"
+#include "platform/windows/substituted_call.h"
 #include "platform/windows/windows_machine.h"
 
 namespace orv {
@@ -35,7 +36,7 @@ TEST(WindowsMachine, OpensNamedEventsThatExistAndSetsThem) {
   ::CloseHandle(owner);
 }
 
-// The volume of drive C: is a device that every system has.
+// The mount manager is a device that every system has.
 TEST(WindowsMachine, SendsRequestsToADeviceAndTellsItsErrors) {
   WindowsMachine machine;
   std::uint32_t error = 0xBAD;
@@ -115,6 +116,67 @@ TEST(WindowsMachine, ListsThePresentInterfacesOfAClass) {
   ASSERT_EQ(paths.size(), 1U);
   EXPECT_TRUE(
       EqualsIgnoringCase(paths[0], L"\\\\?\\ROOT#ORVTEST#0000#" + GuidText(PresentDevice::kClass)));
+}
+
+TEST(WindowsRegistry, KeepsToThe64BitView) {
+  constexpr wchar_t kPath[] = L"Software\\Orv 64-bit View";
+  ::RegDeleteKeyExW(HKEY_LOCAL_MACHINE, kPath, KEY_WOW64_32KEY, 0);  // left by a failed run
+  WindowsMachine machine;
+  std::unique_ptr<RegistryKey> key;
+  ASSERT_EQ(machine.registry().CreateKey(RegRoot::LocalMachine, kPath, kKeyRead, key, nullptr),
+            kRegOk);
+  const auto open = [&](REGSAM view) {
+    HKEY found = nullptr;
+    const LSTATUS status = ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, kPath, 0, KEY_READ | view, &found);
+    if (status == ERROR_SUCCESS) ::RegCloseKey(found);
+    return status;
+  };
+  EXPECT_EQ(open(KEY_WOW64_64KEY), ERROR_SUCCESS);
+  EXPECT_EQ(open(KEY_WOW64_32KEY), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(machine.registry().DeleteTree(RegRoot::LocalMachine, kPath), kRegOk);
+  EXPECT_EQ(open(KEY_WOW64_64KEY), ERROR_FILE_NOT_FOUND);
+}
+
+ORV_SYSTEM_CALL(notify_call, RegNotifyChangeKeyValue);
+
+TEST(WindowsRegistry, NotifiesOnSystemsThatTieTheWatchToItsThread) {
+  static const auto original = notify_call;
+  const SubstitutedCall older_system(
+      notify_call,
+      [](HKEY key, BOOL subtree, DWORD filter, HANDLE event, BOOL asynchronous) -> LSTATUS {
+        constexpr DWORD kKnown = 0xF;
+        if ((filter & ~kKnown) != 0) return ERROR_INVALID_PARAMETER;
+        return original(key, subtree, filter, event, asynchronous);
+      });
+  constexpr wchar_t kPath[] = L"Software\\Orv Older Notify";
+  WindowsMachine machine;
+  Event changed(Event::Kind::AutoReset);
+  std::unique_ptr<RegistryKey> key;
+  ASSERT_EQ(
+      machine.registry().CreateKey(RegRoot::CurrentUser, kPath, kKeyRead | kKeyWrite, key, nullptr),
+      kRegOk);
+  EXPECT_EQ(key->NotifyChange(false, kNotifyLastSet, changed), kRegOk);
+  EXPECT_EQ(key->SetValue(L"v", kRegBinary, "1", 1), kRegOk);
+  EXPECT_TRUE(changed.Wait(std::chrono::seconds(20)));
+  EXPECT_EQ(machine.registry().DeleteTree(RegRoot::CurrentUser, kPath), kRegOk);
+}
+
+ORV_SYSTEM_CALL(attributes_call, GetFileAttributesW);
+
+TEST(WindowsMachine, AsksNobodyForAMissingDisk) {
+  static DWORD mode = 0;
+  DWORD before = 0;
+  ::SetThreadErrorMode(SEM_NOGPFAULTERRORBOX, &before);
+  {
+    const SubstitutedCall drive(attributes_call, [](LPCWSTR) -> DWORD {
+      mode = ::GetThreadErrorMode();
+      return INVALID_FILE_ATTRIBUTES;
+    });
+    EXPECT_FALSE(WindowsMachine().FileExists(L"A:\\orv_apo_config.xml"));
+  }
+  EXPECT_EQ(mode, DWORD{SEM_NOGPFAULTERRORBOX | SEM_FAILCRITICALERRORS});
+  EXPECT_EQ(::GetThreadErrorMode(), DWORD{SEM_NOGPFAULTERRORBOX});
+  ::SetThreadErrorMode(before, nullptr);
 }
 
 TEST(WindowsMachine, KnowsItsOwnVersionAndFiles) {

@@ -9,6 +9,9 @@
 #include "platform/debug_output.h"
 #include "platform/dynamic_library.h"
 #include "platform/files.h"
+#include "platform/text.h"
+#include "platform/windows/substituted_call.h"
+#include "platform/windows/system_error_text.h"
 #include "platform/windows/under_wine.h"
 #include "support/temporary_folder.h"
 
@@ -74,6 +77,27 @@ TEST(Module, IsNeitherAnyFileNorASystemLibraryByName) {
   EXPECT_FALSE(module.loaded());
 }
 
+ORV_SYSTEM_CALL(load_call, LoadLibraryExW);
+
+TEST(Module, IsAskedForByItsFullPathWithBackslashesAndWithoutABox) {
+  static std::wstring asked_for;
+  static DWORD mode = 0;
+  DWORD before = 0;
+  ::SetThreadErrorMode(SEM_NOGPFAULTERRORBOX, &before);
+  {
+    const SubstitutedCall system(load_call, [](LPCWSTR file, HANDLE, DWORD) -> HMODULE {
+      asked_for = file;
+      mode = ::GetThreadErrorMode();
+      return nullptr;
+    });
+    EXPECT_FALSE(DynamicLibrary().Load("C:/Tools/module.dll"));
+  }
+  EXPECT_EQ(asked_for, L"C:\\Tools\\module.dll");
+  EXPECT_EQ(mode, DWORD{SEM_NOGPFAULTERRORBOX | SEM_FAILCRITICALERRORS});
+  EXPECT_EQ(::GetThreadErrorMode(), DWORD{SEM_NOGPFAULTERRORBOX});
+  ::SetThreadErrorMode(before, nullptr);
+}
+
 TEST(Replacement, WorksWhileAReaderHasTheFileOpen) {
   // Seen on Wine 8.0: no file is renamed over one that is open, however it is shared (access
   // denied), and the call that would (POSIX semantics) is not known (invalid parameter).
@@ -114,6 +138,37 @@ TEST(Replacement, WaitsForAReaderThatClosesTheFile) {
   EXPECT_EQ(ReadWholeFile(file, 100, reason), "new");
 }
 
+ORV_SYSTEM_CALL(attributes_call, GetFileAttributesW);
+ORV_SYSTEM_CALL(final_path_call, GetFinalPathNameByHandleW);
+
+TEST(Replacement, WritesToTheFileThatALinkLeadsTo) {
+  const TemporaryFolder folder;
+  static const auto file = folder.path() / kUnusualFolder;
+  const auto link = folder.path() / "link";
+  std::string reason;
+  ASSERT_TRUE(ReplaceFileContent(file, "old", reason)) << reason;
+  constexpr DWORD kUnprivileged = 2;
+  ::CreateSymbolicLinkW(link.c_str(), file.c_str(), kUnprivileged);
+  const bool is_link = std::filesystem::exists(link);
+  std::optional<SubstitutedCall<decltype(attributes_call)>> attributes;
+  std::optional<SubstitutedCall<decltype(final_path_call)>> final_path;
+  if (!is_link) {
+    // Seen on Wine 8.0: success, but no link. The calls answer as they would for one.
+    ASSERT_TRUE(ReplaceFileContent(link, "link", reason)) << reason;
+    attributes.emplace(attributes_call, [](LPCWSTR) -> DWORD {
+      return FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_REPARSE_POINT;
+    });
+    final_path.emplace(final_path_call, [](HANDLE, LPWSTR path, DWORD size, DWORD) -> DWORD {
+      return static_cast<DWORD>((L"\\\\?\\" + file.native()).copy(path, size));
+    });
+  }
+  EXPECT_TRUE(ReplaceFileContent(link, "new", reason)) << reason;
+  final_path.reset();
+  attributes.reset();
+  EXPECT_EQ(ReadWholeFile(file, 100, reason), "new");
+  EXPECT_EQ(ReadWholeFile(link, 100, reason), is_link ? "new" : "link");
+}
+
 // The file system finds any letter case by itself; a drive's name must not lead out.
 TEST(PathLookup, NeverLeavesTheFolder) {
   const TemporaryFolder folder;
@@ -131,6 +186,41 @@ TEST(CRuntimePath, IsInTheSystemsCodePageOrNotAtAll) {
   EXPECT_EQ(CRuntimePath(kUnusualFolder), std::nullopt);
   EXPECT_EQ(CRuntimePath(std::wstring(L"a\0b", 3)), std::nullopt);
   EXPECT_EQ(CRuntimePath({}), std::nullopt);
+}
+
+ORV_SYSTEM_CALL(code_page_call, GetACP);
+ORV_SYSTEM_CALL(convert_call, WideCharToMultiByte);
+
+TEST(CRuntimePath, NamesEveryFileWhenTheCodePageIsUtf8) {
+  static const auto original = convert_call;
+  const SubstitutedCall code_page(code_page_call, []() -> UINT { return CP_UTF8; });
+  const SubstitutedCall convert(
+      convert_call,
+      [](UINT page, DWORD flags, LPCWCH wide, int size, LPSTR narrow, int room, LPCCH replacement,
+         LPBOOL is_replaced) -> int {
+        // Windows refuses for this page what Wine passes over.
+        if ((flags & ~DWORD{WC_ERR_INVALID_CHARS}) != 0 || is_replaced != nullptr) return 0;
+        return original(page == CP_ACP ? CP_UTF8 : page, flags, wide, size, narrow, room,
+                        replacement, is_replaced);
+      });
+  EXPECT_EQ(CRuntimePath(kUnusualFolder), Utf8FromWide(kUnusualFolder));
+  EXPECT_EQ(CRuntimePath(L"half a character \xD83C"), std::nullopt);
+}
+
+ORV_SYSTEM_CALL(message_call, FormatMessageW);
+
+TEST(SystemErrorText, IsUtf8WithoutLineEndWhateverTheLanguage) {
+  EXPECT_EQ(SystemErrorText(ERROR_FILE_NOT_FOUND), "No such file or directory");
+  const SubstitutedCall language(
+      message_call, [](DWORD, LPCVOID, DWORD, DWORD, LPWSTR text, DWORD size, va_list*) -> DWORD {
+        return static_cast<DWORD>(
+            std::wstring(L"\x4E2D\x97F3 gel\x00F6scht. \r\n").copy(text, size));
+      });
+  EXPECT_EQ(SystemErrorText(ERROR_KEY_DELETED), Utf8FromWide(L"\x4E2D\x97F3 gel\x00F6scht"));
+}
+
+TEST(SystemErrorText, HasAWordForWhatTheSystemDoesNotKnow) {
+  EXPECT_EQ(SystemErrorText(0xABCDEF), "System error 11259375");
 }
 
 }  // namespace

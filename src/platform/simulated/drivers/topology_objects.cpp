@@ -187,6 +187,7 @@ class Part : public CountedObject<IPart, Interfaces...> {
     return Give("topology.enum_parts", parts, [&] {
       if (neighbours.empty()) return orv_apo::kNotFound;
       std::vector<PartPlace> places;
+      places.reserve(neighbours.size());
       for (const std::size_t part : neighbours)
         places.push_back({place_.context, place_.device, part});
       *parts = new PartsList(std::move(places));
