@@ -186,17 +186,17 @@ HRESULT CKELAPOIntelDSP::SetSkylakeParams(const ControlValueMap& map, std::uint8
       &KELAPOIntelDSP_SKL::SetVQ3DHPFAEQControls,
   };
   KELAPOIntelDSP_SKL skylake = Skylake();
-  skylake.ClearCache();
+  KELAPOIntelDSP_SKL::ClearCache();
   Diagnose(here, L"Sending VQ3D parameters to DSP \n");
   HRESULT combined = S_OK;
   for (const Writer writer : kWriters) combined |= (skylake.*writer)(map, apply);
-  combined |= skylake.SetPPModuleStatus(skylake.CachedProcessEnable() ? 1 : 0, apply);
+  combined |= skylake.SetPPModuleStatus(KELAPOIntelDSP_SKL::CachedProcessEnable() ? 1 : 0, apply);
   if (FAILED(combined)) Diagnose(here, L"Error: failed to set VQ3D parameters\n");
 
   SkylakeImage held{};
   if (FAILED(skylake.GetVQ3DParameters(held)))
     Diagnose(here, L"Error: failed to get VQ3D parameters\n");
-  const HRESULT status = VerifySkylakeImages(skylake.CachedImage(), held);
+  const HRESULT status = VerifySkylakeImages(KELAPOIntelDSP_SKL::CachedImage(), held);
   if (SUCCEEDED(status))
     ShowtOpStatus(true, "Verify: VQ3D parameters to/From DSP", "SetControlParams");
   return status;

@@ -6,7 +6,6 @@
 namespace orv {
 namespace {
 
-using broadwell::BlockOf;
 using broadwell::Bytes;
 using broadwell::Conversion;
 using broadwell::FieldPlace;

@@ -43,7 +43,8 @@ double LeadingNumber(const std::string& text) {
   const auto result = std::from_chars(text.data() + start, end, number);
   if (result.ec != std::errc::result_out_of_range) return number;
   const std::string_view parsed(text.data() + start, result.ptr);
-  if (parsed.find("e-") != parsed.npos || parsed.find("E-") != parsed.npos) return 0;
+  if (parsed.find("e-") != std::string_view::npos || parsed.find("E-") != std::string_view::npos)
+    return 0;
   const double infinity = std::numeric_limits<double>::infinity();
   return parsed.front() == '-' ? -infinity : infinity;
 }

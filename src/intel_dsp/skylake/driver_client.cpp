@@ -133,7 +133,7 @@ HRESULT KELAPOIntelDriverInterface_SKL::FindWaveFilter(IMMDeviceEnumerator& devi
 }
 
 HRESULT KELAPOIntelDriverInterface_SKL::ActivateControl(IMMDeviceEnumerator& devices,
-                                                        ComPtr<IKsControl>& control) {
+                                                        ComPtr<IKsControl>& control) const {
   const DiagnosticSite here = ORV_HERE("KELAPOIntelDriverInterface_SKL::ActivateIKsControls");
   ComPtr<IMMDevice> device;
   HRESULT status = devices.GetDevice(filter_.device_id.c_str(), device.Put());

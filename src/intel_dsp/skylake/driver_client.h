@@ -47,7 +47,7 @@ class KELAPOIntelDriverInterface_SKL final : public SkylakeDriver {
 
  private:
   HRESULT FindWaveFilter(IMMDeviceEnumerator& devices, const std::wstring& device_id);
-  HRESULT ActivateControl(IMMDeviceEnumerator& devices, ComPtr<IKsControl>& control);
+  HRESULT ActivateControl(IMMDeviceEnumerator& devices, ComPtr<IKsControl>& control) const;
   HRESULT CheckVersion(IKsControl& control);
   HRESULT FindModule(IKsControl& control);
   HRESULT ReadModuleList(IKsControl& control, std::vector<std::byte>& list);
