@@ -6,8 +6,10 @@
 #include "cli/commands.h"
 #include "cli/dsp_objects.h"
 #include "cli/dsp_push.h"
+#include "cli/files.h"
 #include "cli/select.h"
 #include "config/configuration_file.h"
+#include "platform/files.h"
 #include "platform/simulated/drivers/driver_requests.h"
 #include "platform/text.h"
 
@@ -80,7 +82,7 @@ void PushMode(Context& context, const Arguments& arguments) {
 // As the machine names it: drive letters are its own, any other path is this host's.
 std::wstring MachinePath(const std::string& file) {
   if (file.size() > 1 && file[1] == ':') return WideFromUtf8(file);
-  return WideFromUtf8(std::filesystem::absolute(file).string());
+  return WideFromUtf8(PathText(std::filesystem::absolute(PathFromUtf8(file))));
 }
 
 // A file that does not load must not look like one whose values came back changed.

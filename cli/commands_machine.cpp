@@ -1,8 +1,10 @@
 // machine new; machine drivers is added from its own file
 #include "cli/commands.h"
+#include "cli/files.h"
 #include "cli/host.h"
 #include "cli/machine_folder.h"
 #include "cli/select.h"
+#include "platform/files.h"
 
 namespace orv::cli {
 namespace {
@@ -12,10 +14,11 @@ constexpr char kDefaultSample[] = "skylake-laptop";
 // A sample's name, or a machine's folder.
 std::filesystem::path SourceFolder(const std::string& from) {
   std::error_code ignored;
-  if (from.find('/') != std::string::npos) return from;
-  std::filesystem::path sample = SampleMachinesFolder() / from;
+  std::filesystem::path folder = PathFromUtf8(from);
+  if (folder.has_parent_path()) return folder;
+  std::filesystem::path sample = SampleMachinesFolder() / folder;
   if (std::filesystem::is_directory(sample, ignored)) return sample;
-  if (std::filesystem::is_directory(from, ignored)) return from;
+  if (std::filesystem::is_directory(folder, ignored)) return folder;
   const std::vector<std::string> names = SampleMachineNames();
   std::string known;
   for (const std::string& name : names) known += "\n  " + name;
@@ -24,8 +27,9 @@ std::filesystem::path SourceFolder(const std::string& from) {
 }
 
 void MakeMachine(Context& context, const std::string& folder, const std::string& from) {
-  CopyMachine(SourceFolder(from), folder);
-  const std::string path = std::filesystem::absolute(folder).lexically_normal().string();
+  const std::filesystem::path target = PathFromUtf8(folder);
+  CopyMachine(SourceFolder(from), target);
+  const std::string path = PathText(std::filesystem::absolute(target).lexically_normal());
   if (context.output.json()) return context.output.Value({{"path", path}});
   context.output.Line(path);
   context.output.Remark("orvctl --machine " + folder + " endpoints");

@@ -3,26 +3,42 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <type_traits>
 
 #include "cli/failure.h"
+#include "platform/files.h"
+#include "platform/text.h"
 
 namespace orv::cli {
 namespace {
 
-void WriteFile(const std::string& path, const std::string& bytes) {
+// A path's own text: bytes on one system, UTF-16 on the other.
+template <class Native>
+std::string Utf8(const Native& native) {
+  if constexpr (std::is_same_v<Native, std::string>) {
+    return native;
+  } else {
+    return Utf8FromWide(native);
+  }
+}
+
+void WriteFile(const std::filesystem::path& path, const std::string& bytes) {
   std::ofstream file(path, std::ios::binary | std::ios::trunc);
   file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   file.flush();
-  if (!file) throw Failure(kRefused, path + " cannot be written.");
+  if (!file) throw Failure(kRefused, PathText(path) + " cannot be written.");
 }
 
 }  // namespace
 
+std::string PathText(const std::filesystem::path& path) { return Utf8(path.native()); }
+
 std::string ReadWholeFile(const std::string& path, std::size_t limit) {
   std::ifstream file;
   if (path != "-") {
+    const std::filesystem::path name = PathFromUtf8(path);
     std::error_code ignored;
-    if (!std::filesystem::is_directory(path, ignored)) file.open(path, std::ios::binary);
+    if (!std::filesystem::is_directory(name, ignored)) file.open(name, std::ios::binary);
     if (!file.is_open()) throw Failure(kRefused, path + " cannot be opened for reading.");
   }
   std::istream& input = path == "-" ? std::cin : file;
@@ -38,18 +54,13 @@ std::string ReadWholeFile(const std::string& path, std::size_t limit) {
 }
 
 void ReplaceFile(const std::string& path, const std::string& bytes) {
-  std::error_code error;
-  // Devices and pipes are written to, not replaced.
-  if (std::filesystem::exists(path, error) && !std::filesystem::is_regular_file(path, error))
-    return WriteFile(path, bytes);
-  const std::string beside = path + ".new";
-  WriteFile(beside, bytes);
-  std::filesystem::rename(beside, path, error);
-  if (error) {
-    std::error_code ignored;
-    std::filesystem::remove(beside, ignored);
-    throw Failure(kRefused, path + " cannot be replaced: " + error.message() + ".");
-  }
+  const std::filesystem::path name = PathFromUtf8(path);
+  std::error_code ignored;
+  if (std::filesystem::exists(name, ignored) && !std::filesystem::is_regular_file(name, ignored))
+    return WriteFile(name, bytes);
+  std::string reason;
+  if (!ReplaceFileContent(name, bytes, reason))
+    throw Failure(kRefused, path + " cannot be written: " + reason + ".");
 }
 
 }  // namespace orv::cli

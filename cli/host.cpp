@@ -1,6 +1,7 @@
 #include "cli/host.h"
 
 #include "cli/failure.h"
+#include "cli/files.h"
 
 namespace orv::cli {
 
@@ -13,7 +14,7 @@ std::filesystem::path SampleMachinesFolder() {
     if (std::filesystem::is_directory(folder, ignored)) return folder;
   }
   throw Failure(kRefused, "the sample machines are not beside this program (" +
-                              (program / "../samples/machines").lexically_normal().string() +
+                              PathText((program / "../samples/machines").lexically_normal()) +
                               ").\nName a machine's folder with --machine.");
 }
 

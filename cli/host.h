@@ -10,7 +10,22 @@
 
 namespace orv::cli {
 
-// The program's name and arguments as UTF-8.
+// The standard streams as this program uses them: bytes pass as they are, and a console shows UTF-8
+// as text. Made before anything is read or written; whatever was changed for it, also by
+// OutputIsTerminal, is as before when it goes.
+class StandardStreams {
+ public:
+  StandardStreams();
+  ~StandardStreams();
+  StandardStreams(const StandardStreams&) = delete;
+  StandardStreams& operator=(const StandardStreams&) = delete;
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+// The program's name and arguments as UTF-8. Throws std::system_error when they cannot be had.
 std::vector<std::string> ProgramArguments(int argc, char** argv);
 
 std::filesystem::path ProgramFolder();
@@ -28,6 +43,7 @@ std::filesystem::path SampleMachinesFolder();
 // component is loaded. Throws Failure when the component works on no other machine than this one.
 void PrepareComponent(const std::filesystem::path& folder, bool diagnostics);
 
+// True when standard output shows colours and other control sequences.
 bool OutputIsTerminal();
 
 }  // namespace orv::cli

@@ -8,6 +8,7 @@
 #include "cli/host.h"
 #include "cli/select.h"
 #include "platform/com_runtime.h"
+#include "platform/files.h"
 
 namespace orv::cli {
 namespace {
@@ -37,8 +38,9 @@ struct ProgramFlags {
 
 void AddGlobalOptions(CLI::App& app, Context& context, ProgramFlags& flags) {
   SessionOptions& session = context.session_options;
-  app.add_option(
-      "--machine", session.machine,
+  app.add_option_function<std::string>(
+      "--machine",
+      [&session](const std::string& folder) { session.machine = PathFromUtf8(folder); },
       "Folder of the simulated machine (also: ORV_MACHINE; default: the sample machine)");
   app.add_option("--technology", session.technology,
                  "Folder of the technology library, as the machine knows it");
@@ -125,13 +127,9 @@ int Run(CLI::App& app, Context& context, int argc, char** argv) {
   return kRefused;
 }
 
-}  // namespace
-}  // namespace orv::cli
-
-int main(int argc, char** argv) {
-  using namespace orv::cli;
+int Main(int argc, char** argv) {
   UseLocale();
-  const orv::ComRuntime runtime;
+  const ComRuntime runtime;
   std::vector<std::string> arguments = ProgramArguments(argc, argv);
   std::vector<char*> words;
   for (std::string& argument : arguments) words.push_back(argument.data());
@@ -149,4 +147,17 @@ int main(int argc, char** argv) {
     return kRefused;
   }
   return status;
+}
+
+}  // namespace
+}  // namespace orv::cli
+
+int main(int argc, char** argv) {
+  const orv::cli::StandardStreams streams;
+  try {
+    return orv::cli::Main(argc, argv);
+  } catch (const std::exception& fault) {
+    std::cerr << "orvctl: " << fault.what() << "\n";
+    return orv::cli::kRefused;
+  }
 }

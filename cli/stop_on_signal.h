@@ -13,10 +13,6 @@ class StopOnSignal {
   ~StopOnSignal();
   StopOnSignal(const StopOnSignal&) = delete;
   StopOnSignal& operator=(const StopOnSignal&) = delete;
-
- private:
-  void (*interrupt_)(int);
-  void (*terminate_)(int);
 };
 
 }  // namespace orv::cli

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "cli/failure.h"
+#include "cli/files.h"
 #include "platform/simulated/simulated_machine.h"
 
 namespace orv::cli {
@@ -19,6 +20,11 @@ std::filesystem::path DefaultMachineFolder() {
 
 }  // namespace
 
+// Nothing is translated here.
+struct StandardStreams::State {};
+StandardStreams::StandardStreams() = default;
+StandardStreams::~StandardStreams() = default;
+
 std::vector<std::string> ProgramArguments(int argc, char** argv) { return {argv, argv + argc}; }
 
 std::filesystem::path ProgramFolder() {
@@ -30,7 +36,7 @@ std::unique_ptr<Machine> OpenMachine(std::filesystem::path& folder) {
   FileError error;
   std::unique_ptr<SimulatedMachine> machine = SimulatedMachine::Open(folder, error);
   if (machine == nullptr) {
-    throw Failure(kRefused, "the machine in " + folder.string() + " is refused.\n" + error.Text() +
+    throw Failure(kRefused, "the machine in " + PathText(folder) + " is refused.\n" + error.Text() +
                                 "\nMend that file, or make a fresh machine with \"orvctl machine "
                                 "new DIR\".");
   }

@@ -3,6 +3,7 @@
 #include "cli/component.h"
 
 #include "cli/failure.h"
+#include "cli/files.h"
 #include "cli/host.h"
 
 namespace orv::cli {
@@ -13,7 +14,8 @@ template <class Function, class... Arguments>
 HRESULT CallExport(const std::filesystem::path& file, const char* name, Arguments... arguments) {
   DynamicLibrary library;
   if (!library.Load(file)) {
-    throw Failure(kRefused, "the component cannot be loaded; looked for it at\n  " + file.string());
+    throw Failure(kRefused,
+                  "the component cannot be loaded; looked for it at\n  " + PathText(file));
   }
   const auto function = reinterpret_cast<Function>(library.Find(name));
   return function != nullptr ? function(arguments...) : E_NOTIMPL;

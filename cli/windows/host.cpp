@@ -1,8 +1,11 @@
 #include "cli/host.h"
 
-#include <cstdio>
+#include <system_error>
 
 #include "cli/failure.h"
+#include "cli/files.h"
+#include "cli/windows/console.h"
+#include "cli/windows/diagnostic_line.h"
 #include "orv_apo/com.h"
 #include "platform/dynamic_library.h"
 #include "platform/simulated/simulated_machine.h"
@@ -34,11 +37,11 @@ LONG CALLBACK ShowDebugOutput(EXCEPTION_POINTERS* pointers) {
   const ULONG_PTR text = record.ExceptionInformation[1];
   if (size <= 1) return EXCEPTION_CONTINUE_EXECUTION;
   try {
-    const std::string utf8 =
-        Utf8FromWide(is_wide ? std::wstring(reinterpret_cast<const wchar_t*>(text), size - 1)
-                             : FromSystemCodePage(reinterpret_cast<const char*>(text),
-                                                  static_cast<int>(size - 1)));
-    std::fwrite(utf8.data(), 1, utf8.size(), stderr);
+    const std::wstring line =
+        is_wide
+            ? std::wstring(reinterpret_cast<const wchar_t*>(text), size - 1)
+            : FromSystemCodePage(reinterpret_cast<const char*>(text), static_cast<int>(size - 1));
+    if (IsDiagnosticLine(line)) WriteError(line);
   } catch (...) {
     return EXCEPTION_CONTINUE_EXECUTION;  // without memory the line is lost
   }
@@ -49,8 +52,12 @@ LONG CALLBACK ShowDebugOutput(EXCEPTION_POINTERS* pointers) {
 
 std::vector<std::string> ProgramArguments(int, char**) {
   int count = 0;
-  std::vector<std::string> arguments;
   wchar_t** const wide = CommandLineToArgvW(GetCommandLineW(), &count);
+  if (wide == nullptr) {
+    throw std::system_error(static_cast<int>(GetLastError()), std::system_category(),
+                            "reading the command line");
+  }
+  std::vector<std::string> arguments;
   for (int i = 0; i < count; ++i) arguments.push_back(Utf8FromWide(wide[i]));
   LocalFree(wide);
   return arguments;
@@ -65,7 +72,7 @@ std::unique_ptr<Machine> OpenMachine(std::filesystem::path& folder) {
   FileError error;
   std::unique_ptr<SimulatedMachine> machine = SimulatedMachine::Open(folder, error);
   if (machine == nullptr) {
-    throw Failure(kRefused, "the machine in " + folder.string() + " is refused.\n" + error.Text());
+    throw Failure(kRefused, "the machine in " + PathText(folder) + " is refused.\n" + error.Text());
   }
   return machine;
 }

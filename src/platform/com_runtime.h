@@ -11,7 +11,7 @@ namespace orv {
 class ComRuntime {
  public:
   ComRuntime() noexcept;
-  ~ComRuntime();
+  ~ComRuntime();  // NOLINT(performance-trivially-destructible): it has work to do on Windows
   ComRuntime(const ComRuntime&) = delete;
   ComRuntime& operator=(const ComRuntime&) = delete;
 

@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "cli/analysis_view.h"
+#include "cli/native/shell.h"
 #include "cli/orvctl_program.h"
 
 namespace orv::cli {
@@ -32,7 +33,7 @@ class LiveProgram {
     winsize size{30, 100, 0, 0};
     process_ = forkpty(&terminal_, nullptr, nullptr, &size);
     if (process_ == 0) {
-      const std::string line = "exec " + program.CommandLine(arguments);
+      const std::string line = "exec " + OrvctlCommandLine(program.Words(arguments));
       execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
       _exit(127);
     }

@@ -36,7 +36,7 @@ TEST(CommandLine, EveryCommandsHelpHasAnExample) {
 }
 
 TEST(CommandLine, MisspeltNamesGiveTwoAndTheNearestKnownName) {
-  const ProgramOnMachine program;
+  const ProgramOnComponent program;
   const struct {
     Arguments arguments;
     const char* nearest;
@@ -59,7 +59,7 @@ TEST(CommandLine, MisspeltNamesGiveTwoAndTheNearestKnownName) {
 }
 
 TEST(CommandLine, MissingAndMistakenArgumentsGiveTwo) {
-  const ProgramOnMachine program;
+  const ProgramOnComponent program;
   const Arguments lines[] = {{},
                              {"modes"},
                              {"modes", "7"},
@@ -85,27 +85,11 @@ TEST(CommandLine, RefusedMachineIsExplainedByFileAndLine) {
 }
 
 TEST(CommandLine, DiagnosticLinesGoToStandardErrorOnlyWhenAskedFor) {
-  const ProgramOnMachine program;
+  const ProgramOnComponent program;
   EXPECT_TRUE(program.Run({"modes", "0"}).errors.empty());
   const Result verbose = program.Run({"-v", "--json", "modes", "0"});
   EXPECT_TRUE(verbose.Says(" | ORVAPOConfigurationFile::Load | "));
   EXPECT_TRUE(verbose.json().is_array());
-}
-
-TEST(CommandLine, BashCompletionOffersCommandsAndOptions) {
-  const ProgramOnMachine program;
-  WriteText(program.File("script"), program.Run({"completion", "bash"}).output);
-  const auto complete = [&](const std::string& words, int position) {
-    const auto output = program.File("words");
-    const std::string line = ". " + program.File("script").string() + "; COMP_WORDS=(" + words +
-                             "); COMP_CWORD=" + std::to_string(position) +
-                             "; _orvctl; echo \"${COMPREPLY[@]}\" >" + output.string();
-    EXPECT_EQ(std::system(("bash -c " + Quoted(line)).c_str()), 0);
-    return FileText(output);
-  };
-  EXPECT_EQ(complete("orvctl endp", 1), "endpoints\n");
-  EXPECT_EQ(complete("orvctl --json image ''", 3).find("decode encode"), 0U);
-  EXPECT_EQ(complete("orvctl load 0 file --d", 4), "--dry-run\n");
 }
 
 }  // namespace

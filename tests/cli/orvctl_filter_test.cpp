@@ -37,11 +37,11 @@ TEST(OrvctlFilter, ResponseTellsTheLargestErrorAndThePoleRadius) {
 
 TEST(OrvctlFilter, DrawsBothCurvesWithTheirAxes) {
   const ProgramOnMachine program;
-  const std::string file = program.File("response.svg").string();
+  const std::string file = program.File("response.svg");
   ASSERT_EQ(
       program.Run({"filter", "bands", "notch,1000,2,0", "gain,20,1,-400", "--svg", file}).status,
       0);
-  const std::string svg = FileText(file);
+  const std::string svg = FileText(program.Path("response.svg"));
   for (const char* text : {"Magnitude in dB", "Error in dB", "Frequency in Hz", ">ideal<",
                            ">quantised<", "notch 1 kHz, Q 2.00", "</svg>"}) {
     EXPECT_NE(svg.find(text), std::string::npos) << text;

@@ -8,13 +8,14 @@ constexpr char kLevel[] = "VQ3D-DPHD Level";
 class OrvctlPreset : public testing::Test {
  protected:
   std::string Saved() {
-    const std::string file = program_.File("preset.json").string();
+    const std::string file = program_.File("präset 中.json");
     EXPECT_EQ(program_.Run({"save", "0", file}).status, 0);
+    EXPECT_TRUE(std::filesystem::exists(PathFromUtf8(file)));
     return file;
   }
   Json State() { return program_.Answer({"save", "0", "-"}); }
 
-  ProgramOnMachine program_;
+  ProgramOnComponent program_;
 };
 
 TEST_F(OrvctlPreset, LoadBringsBackEverythingThatWasSaved) {
@@ -37,7 +38,7 @@ TEST_F(OrvctlPreset, LoadBringsBackEverythingThatWasSaved) {
 
 TEST_F(OrvctlPreset, BrokenFileIsRefusedWithItsLineAndChangesNothing) {
   const Json before = State();
-  const std::string file = program_.File("broken.json").string();
+  const std::string file = program_.File("broken.json");
   WriteText(file,
             "{\"version\": 1, \"enabled\": false, \"modes\": [{\n"
             "  \"name\": \"ApoOpMode:Movie/Internal\",\n"
@@ -45,13 +46,13 @@ TEST_F(OrvctlPreset, BrokenFileIsRefusedWithItsLineAndChangesNothing) {
   const Result result = program_.Run({"load", "0", file});
   EXPECT_EQ(result.status, 1);
   EXPECT_TRUE(result.Says("broken.json:3:")) << result.errors;
-  EXPECT_EQ(program_.Run({"load", "0", program_.File("missing").string()}).status, 1);
+  EXPECT_EQ(program_.Run({"load", "0", program_.File("missing")}).status, 1);
   EXPECT_EQ(State(), before);
 }
 
 TEST_F(OrvctlPreset, WhatDoesNotFitIsToldAndOnlyTheLenientLoadTheRest) {
   const Json before = State();
-  const std::string file = program_.File("other.json").string();
+  const std::string file = program_.File("other.json");
   WriteText(file,
             "{\"version\": 1, \"current_mode\": \"ApoOpMode:Concert/Hall\", \"modes\": [\n"
             "  {\"name\": \"ApoOpMode:Game/Internal\", \"controls\": {\"VQ3D-DPHD Level\": 7,\n"
@@ -70,7 +71,7 @@ TEST_F(OrvctlPreset, WhatDoesNotFitIsToldAndOnlyTheLenientLoadTheRest) {
 }
 
 TEST_F(OrvctlPreset, WithoutTheTechnologyLibraryTextsAreLeftOutRatherThanLost) {
-  const std::string file = program_.File("numbers.json").string();
+  const std::string file = program_.File("numbers.json");
   const Result saved = program_.Run({"save", "0", file, "--technology", "C:\\Nowhere"});
   EXPECT_EQ(saved.status, 0);
   EXPECT_TRUE(saved.Says("VQ3D-Main Tech"));

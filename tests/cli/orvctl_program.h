@@ -1,30 +1,23 @@
 // The orvctl program as people and scripts meet it: a command line in, an exit status and two texts
-// out, on a sample machine of the test's own.
+// out, on a machine of the test's own.
 #pragma once
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "cli/files.h"
 #include "cli/output.h"
+#include "cli/program_host.h"
+#include "platform/files.h"
 #include "support/temporary_folder.h"
 
 namespace orv::cli {
-
-using Arguments = std::vector<std::string>;
-
-inline std::string Quoted(const std::string& word) {
-  std::string quoted = "'";
-  for (const char c : word) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return quoted + "'";
-}
 
 inline std::string FileText(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
@@ -33,6 +26,21 @@ inline std::string FileText(const std::filesystem::path& path) {
 
 inline void WriteText(const std::filesystem::path& path, const std::string& text) {
   std::ofstream(path, std::ios::binary) << text;
+}
+
+// The same for names in UTF-8.
+inline std::string FileText(const std::string& name) { return FileText(PathFromUtf8(name)); }
+inline void WriteText(const std::string& name, const std::string& text) {
+  WriteText(PathFromUtf8(name), text);
+}
+
+// A sample machine with its technology library.
+inline void CopySampleMachine(const std::string& sample, const std::filesystem::path& machine) {
+  namespace fs = std::filesystem;
+  fs::copy(fs::path(ORV_SAMPLE_MACHINES) / sample, machine, fs::copy_options::recursive);
+  const fs::path system = machine / "drive_c" / "Windows" / "System32";
+  fs::create_directories(system);
+  fs::copy_file(ORV_TECHNOLOGY_LIBRARY, system / "kxtech64.dll");
 }
 
 struct Result {
@@ -48,33 +56,25 @@ struct Result {
   bool Says(const std::string& text) const { return errors.find(text) != std::string::npos; }
 };
 
-class ProgramOnMachine {
+class Program {
  public:
-  explicit ProgramOnMachine(const std::string& sample = "skylake-laptop")
-      : machine_(folder_.path() / "machine") {
-    namespace fs = std::filesystem;
-    fs::copy(fs::path(ORV_SAMPLE_MACHINES) / sample, machine_, fs::copy_options::recursive);
-    const fs::path system = machine_ / "drive_c" / "Windows" / "System32";
-    fs::create_directories(system);
-    fs::copy_file(ORV_TECHNOLOGY_LIBRARY, system / "kxtech64.dll");
+  std::string File(const std::string& name) const { return PathText(Path(name)); }
+  std::filesystem::path Path(const std::string& name) const {
+    return folder_.path() / PathFromUtf8(name);
+  }
+  // All the arguments that orvctl gets.
+  Arguments Words(const Arguments& arguments) const {
+    Arguments words = options_;
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return words;
   }
 
-  const std::filesystem::path& machine() const noexcept { return machine_; }
-  std::filesystem::path File(const std::string& name) const { return folder_.path() / name; }
-
-  std::string CommandLine(const Arguments& arguments) const {
-    std::string line = Quoted(ORV_ORVCTL) + " --machine " + Quoted(machine_.string());
-    for (const std::string& argument : arguments) line += " " + Quoted(argument);
-    return line;
-  }
-  Result Run(const Arguments& arguments) const {
-    const auto output = File("stdout");
-    const auto errors = File("stderr");
-    const std::string line = CommandLine(arguments) + " </dev/null >" + Quoted(output.string()) +
-                             " 2>" + Quoted(errors.string());
-    const int status = std::system(line.c_str());
-    EXPECT_TRUE(WIFEXITED(status)) << line;
-    return {WEXITSTATUS(status), FileText(output), FileText(errors)};
+  // `input` is the file on standard input.
+  Result Run(const Arguments& arguments, const std::filesystem::path& input = {}) const {
+    const StreamFiles streams{input, Path("stdout"), Path("stderr")};
+    const int status = RunOrvctl(Words(arguments), streams);
+    EXPECT_GE(status, 0) << FileText(streams.errors);
+    return {status, FileText(streams.output), FileText(streams.errors)};
   }
   // For commands that have to succeed.
   Json Answer(Arguments arguments) const {
@@ -84,9 +84,38 @@ class ProgramOnMachine {
     return result.json();
   }
 
+ protected:
+  Program() = default;
+  void UseOptions(Arguments options) { options_ = std::move(options); }
+
  private:
   TemporaryFolder folder_;
+  Arguments options_;
+};
+
+// On a simulated machine. Where the component is registered on the system itself, only commands
+// that do without the component work there.
+class ProgramOnMachine : public Program {
+ public:
+  explicit ProgramOnMachine(const std::string& sample = "skylake-laptop")
+      : machine_(Path("machine")) {
+    CopySampleMachine(sample, machine_);
+    UseOptions({"--machine", PathText(machine_)});
+  }
+
+  const std::filesystem::path& machine() const noexcept { return machine_; }
+
+ private:
   std::filesystem::path machine_;
+};
+
+// On the machine that the component works on, which has at least one endpoint.
+class ProgramOnComponent : public Program {
+ public:
+  ProgramOnComponent() : machine_(Path("machine")) { UseOptions(machine_.options()); }
+
+ private:
+  ComponentMachine machine_;
 };
 
 inline std::vector<std::string> Keys(const Json& object) {

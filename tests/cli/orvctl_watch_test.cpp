@@ -1,5 +1,7 @@
 #include <csignal>
+#include <cstdio>
 
+#include "cli/native/shell.h"
 #include "cli/orvctl_program.h"
 
 namespace orv::cli {
@@ -11,9 +13,10 @@ class Watcher {
  public:
   Watcher(const ProgramOnMachine& program, const std::string& count) {
     // The shell gives way to the program, so that its number is the program's.
-    const std::string line =
-        "echo $$; exec " +
-        program.CommandLine({"--json", "watch", "0", "--count", count, "--for", "60"}) + " 2>&1";
+    const std::string line = "echo $$; exec " +
+                             OrvctlCommandLine(program.Words(
+                                 {"--json", "watch", "0", "--count", count, "--for", "60"})) +
+                             " 2>&1";
     pipe_ = popen(line.c_str(), "r");
     process_ = std::stoi(Line());
     EXPECT_EQ(Line().find("Watching "), 0U);

@@ -21,6 +21,7 @@ class ConsoleMode {
   ConsoleMode& operator=(const ConsoleMode&) = delete;
 
   HANDLE console() const noexcept { return console_; }
+  bool is_console() const noexcept { return is_console_; }
   bool Change(DWORD add, DWORD remove) const {
     return is_console_ && SetConsoleMode(console_, (before_ & ~remove) | add) != 0;
   }
@@ -38,6 +39,8 @@ class WindowsTerminal final : public Terminal {
     if (!taken_) return;
     WriteAll(kFormerScreenAndCursor);
     SetConsoleOutputCP(code_page_);
+    // What was typed meanwhile was not meant for who comes next.
+    if (input_.is_console()) FlushConsoleInputBuffer(input_.console());
   }
 
   bool TakeOver() {

@@ -1,0 +1,40 @@
+// Text on a console: UTF-8 within the program, UTF-16 at the console.
+#pragma once
+
+#include <functional>
+#include <streambuf>
+#include <string>
+#include <string_view>
+
+namespace orv::cli {
+
+// Collects UTF-8 and hands it on as wide text, at a flush and when there is much of it. A character
+// whose bytes have not all come stays here until they have, or until the end.
+class Utf8Buffer final : public std::streambuf {
+ public:
+  // Takes all of the text or answers false.
+  using Sink = std::function<bool(std::wstring_view text)>;
+
+  explicit Utf8Buffer(Sink sink) : sink_(std::move(sink)) {}
+  ~Utf8Buffer() override;
+
+ protected:
+  int_type overflow(int_type unit) override;
+  std::streamsize xsputn(const char* text, std::streamsize size) override;
+  int sync() override;
+
+ private:
+  bool HandOn(std::size_t size);
+
+  Sink sink_;
+  std::string pending_;
+};
+
+// Handles are the system's own. False when the text could not be written whole.
+bool IsConsole(void* handle);
+bool WriteConsoleText(void* console, std::wstring_view text);
+
+// A whole line for standard error, from any thread.
+void WriteError(std::wstring_view line);
+
+}  // namespace orv::cli

@@ -1,0 +1,118 @@
+// What takes more than one endpoint, a machine prepared for it, or the story's own one.
+#include <algorithm>
+
+#include "cli/orvctl_program.h"
+
+namespace orv::cli {
+namespace {
+
+constexpr char kMovie[] = "ApoOpMode:Movie/Internal";
+constexpr char kMusic[] = "ApoOpMode:Music/Internal";
+constexpr char kLevel[] = "VQ3D-DPHD Level";
+
+TEST(OrvctlMachine, EndpointsAreToldWithTheirDocumentedKeys) {
+  const ProgramOnMachine program;
+  const Json endpoints = program.Answer({"endpoints"});
+  ASSERT_EQ(endpoints.size(), 3U);
+  EXPECT_EQ(Keys(endpoints[0]), (std::vector<std::string>{"id", "name", "config_file",
+                                                          "registry_path", "mode", "headset"}));
+  EXPECT_EQ(endpoints[0]["mode"], kMovie);
+  EXPECT_EQ(endpoints[0]["headset"], "absent");
+  EXPECT_EQ(endpoints[1]["headset"], "connected");
+  EXPECT_EQ(endpoints[2]["headset"], "unknown");
+}
+
+TEST(OrvctlMachine, AnEndpointIsItsNumberItsIdentifierOrPartOfItsName) {
+  const ProgramOnMachine program;
+  const Json by_number = program.Answer({"properties", "2"});
+  EXPECT_EQ(program.Answer({"properties", "hdmi"}), by_number);
+  EXPECT_EQ(program.Answer({"properties", program.Answer({"endpoints"})[2]["id"]}), by_number);
+  EXPECT_NE(program.Answer({"properties", "0"}), by_number);
+  program.Answer({"enable", "0", "off"});
+  EXPECT_EQ(program.Answer({"enable", "1"})["enabled"], true);
+}
+
+TEST(OrvctlMachine, DefaultModeThatCouldNotBeStoredIsTold) {
+  const ProgramOnMachine program;
+  Json machine = Json::parse(FileText(program.machine() / "machine.json"), nullptr, true, true);
+  machine["faults"] = {{{"operation", "registry.set_value"}, {"nth", "always"}, {"status", 5}}};
+  WriteText(program.machine() / "machine.json", machine.dump());
+  const Result result = program.Run({"--json", "mode", "0", "--default"});
+  EXPECT_EQ(result.status, 3) << result.errors;
+  EXPECT_EQ(result.json()["name"], kMovie);
+  EXPECT_TRUE(result.Says(kMusic)) << result.errors;
+}
+
+TEST(OrvctlMachine, OnlyTheEndpointAskedForHasToLoadWithTheConfigurationType) {
+  const ProgramOnMachine program;
+  const auto file =
+      program.machine() / "drive_c" / "ProgramData" / "ORV Labs" / "APO" / "hdmi_config.xml";
+  std::string text = FileText(file);
+  text.insert(text.rfind("</"), "<operating_mode selector=\"dsp\"/>\n");
+  WriteText(file, text);
+  EXPECT_EQ(program.Answer({"modes", "0", "--config", "1"}).size(), 2U);
+  EXPECT_EQ(program.Run({"modes", "2", "--config", "1"}).status, 1);
+}
+
+TEST(OrvctlMachine, TechnologyLibraryIsFoundWhereTheEndpointKeepsItsValues) {
+  const ProgramOnMachine program;
+  const auto registry = program.machine() / "registry.reg";
+  std::string text = FileText(registry);
+  const std::string path = program.Answer({"endpoints"})[0]["registry_path"];
+  const std::string guid = path.substr(path.rfind('\\') + 1);
+  const auto append = [&](const std::string& key, const std::string& name,
+                          const std::string& value) {
+    text += "\r\n[HKEY_LOCAL_MACHINE\\" + key + "]\r\n\"" + name + "\"=\"" + value + "\"\r\n";
+  };
+  append("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\MMDevices\\Audio\\Render\\" + guid +
+             "\\Properties",
+         "{1028ECF3-0EB3-440C-9B9B-C2A7B8303FCA},0", "Software\\\\Elsewhere");
+  append("Software\\Elsewhere", "OrvApoTechDllPath", "C:\\\\Nowhere\\\\kxtech64.dll");
+  WriteText(registry, text);
+  EXPECT_EQ(program.Answer({"get", "1", kLevel})["scale"], "unknown");
+}
+
+TEST(OrvctlMachine, UnknownStoredModeIsToldWithItsStatusAndARemedy) {
+  const ProgramOnMachine program("broken");
+  EXPECT_TRUE(program.Answer({"endpoints"})[1]["mode"].is_null());
+  const Result result = program.Run({"mode", "Cut Images"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_TRUE(result.Says("0x80070490")) << result.errors;
+  EXPECT_TRUE(result.Says("--default"));
+  EXPECT_EQ(program.Answer({"mode", "Cut Images", "--default"})["name"], kMusic);
+}
+
+TEST(OrvctlMachine, DoctorFindsAHealthyMachineHealthyAndTellsWhatIsWrongWithABrokenOne) {
+  const ProgramOnMachine healthy;
+  for (const Json& check : healthy.Answer({"doctor"})) EXPECT_EQ(check["ok"], true) << check;
+  healthy.Answer({"enable", "0", "off"});
+  EXPECT_EQ(healthy.Run({"doctor", "0"}).status, 3);
+  EXPECT_EQ(healthy.Run({"doctor", "1"}).status, 0);
+
+  const ProgramOnMachine broken("broken");
+  const Result result = broken.Run({"--json", "doctor", "Messy"});
+  EXPECT_EQ(result.status, 3);
+  const Json checks = result.json();
+  const auto file = std::find_if(checks.begin(), checks.end(), [](const Json& check) {
+    return check["check"] == "configuration file";
+  });
+  ASSERT_NE(file, checks.end());
+  EXPECT_EQ((*file)["ok"], false);
+  EXPECT_NE((*file)["remedy"].get<std::string>().find("orvctl check"), std::string::npos);
+}
+
+TEST(OrvctlStory, TheStoryIsToldOnACopy) {
+  const ProgramOnMachine program;
+  const std::string registry = FileText(program.machine() / "registry.reg");
+  const Result story = program.Run({"story"});
+  EXPECT_EQ(story.status, 0) << story.errors;
+  for (const char* part : {"Operating modes", "before", "after", "HKEY_LOCAL_MACHINE\\",
+                           "KEL_PARAM_VQSND3D_COMMONCONTROLS_CONTROLS_STU",
+                           "every block is in the DSP as it was sent"})
+    EXPECT_NE(story.output.find(part), std::string::npos) << part;
+  EXPECT_EQ(story.output.find('\x1b'), std::string::npos);
+  EXPECT_EQ(FileText(program.machine() / "registry.reg"), registry);
+}
+
+}  // namespace
+}  // namespace orv::cli

@@ -1,0 +1,47 @@
+// on_pseudo_console PROGRAM: runs it on a console of its own that nobody sees, its standard streams
+// being those of this program, and ends with its exit status.
+#include <windows.h>
+
+#include <cstdio>
+#include <thread>
+
+#include "cli/windows/process.h"
+
+namespace {
+
+// The console stops when nobody takes what it shows.
+void Drain(HANDLE shown) {
+  char bytes[4096];
+  DWORD read = 0;
+  while (ReadFile(shown, bytes, sizeof bytes, &read, nullptr) && read > 0) continue;
+}
+
+HANDLE Inheritable(DWORD standard_handle) {
+  const HANDLE handle = GetStdHandle(standard_handle);
+  SetHandleInformation(handle, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
+  return handle;
+}
+
+}  // namespace
+
+int wmain(int count, wchar_t** words) {
+  HANDLE typed = nullptr;
+  HANDLE keyboard = nullptr;
+  HANDLE shown = nullptr;
+  HANDLE screen = nullptr;
+  HPCON console = nullptr;
+  if (count != 2 || !CreatePipe(&typed, &keyboard, nullptr, 0) ||
+      !CreatePipe(&shown, &screen, nullptr, 0) ||
+      FAILED(CreatePseudoConsole({100, 30}, typed, screen, 0, &console))) {
+    std::fputs("no console can be made\n", stderr);
+    return 1;
+  }
+  std::thread(Drain, shown).detach();
+  const auto status =
+      orv::cli::RunProcess(words[1], {},
+                           {Inheritable(STD_INPUT_HANDLE), Inheritable(STD_OUTPUT_HANDLE),
+                            Inheritable(STD_ERROR_HANDLE)},
+                           console);
+  // What is left of the console goes with this process.
+  ExitProcess(status.value_or(1));
+}
