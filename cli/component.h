@@ -13,6 +13,9 @@ class Component {
  public:
   // Finds and loads the component; throws Failure that names the places it looked at.
   Component();
+  ~Component();  // when none of its objects is left
+  Component(const Component&) = delete;
+  Component& operator=(const Component&) = delete;
 
   HRESULT CreateSystem(IORVAPOSystem** system) const;
   // For the machine, or for the current user.

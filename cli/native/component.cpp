@@ -41,6 +41,12 @@ Component::Component() {
                               "\nName its file in the environment variable ORV_COMPONENT.");
 }
 
+// The component lets go of what its objects left behind when it is asked, before it is unloaded.
+Component::~Component() {
+  const auto can_unload = Export<ORVDllCanUnloadNow>(library_, "DllCanUnloadNow");
+  if (can_unload != nullptr) can_unload();
+}
+
 HRESULT Component::CreateSystem(IORVAPOSystem** system) const {
   const auto get_class = Export<ORVDllGetClassObject>(library_, "DllGetClassObject");
   if (get_class == nullptr) return CLASS_E_CLASSNOTAVAILABLE;

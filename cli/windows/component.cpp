@@ -25,6 +25,9 @@ HRESULT CallExport(const std::filesystem::path& file, const char* name, Argument
 
 Component::Component() : path_(ProgramFolder() / "orv_apo_controller.dll") {}
 
+// The runtime unloads it.
+Component::~Component() = default;
+
 HRESULT Component::CreateSystem(IORVAPOSystem** system) const {
   const HRESULT status = CoCreateInstance(CLSID_ORVAPOSystem, nullptr, CLSCTX_INPROC_SERVER,
                                           IID_IORVAPOSystem, reinterpret_cast<void**>(system));

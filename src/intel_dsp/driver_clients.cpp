@@ -6,8 +6,13 @@ namespace orv {
 
 IntelDriverClients& IntelDriverClients::OfProcess() {
   // Never destroyed: while the library is being unloaded no driver may be talked to.
-  static IntelDriverClients& clients = *new IntelDriverClients;
-  return clients;
+  union Undestroyed {
+    Undestroyed() : clients() {}
+    ~Undestroyed() {}
+    IntelDriverClients clients;
+  };
+  static Undestroyed kept;
+  return kept.clients;
 }
 
 HRESULT IntelDriverClients::ReplaceBroadwell(Machine& machine) {
