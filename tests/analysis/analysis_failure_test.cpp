@@ -18,11 +18,9 @@ void ExpectNothingLeft(ListeningClient& client) {
 }
 
 TEST_F(AnalysisTest, CreationAnswersTheStatusOfTheStepThatFailed) {
-  const char* const steps[] = {"devices.create_enumerator", "devices.get_device",
-                               "device.activate",           "audio.activate",
-                               "audio.get_mix_format",      "audio.get_device_period",
-                               "audio.initialize",          "audio.get_service"};
-  for (const char* step : steps) {
+  for (const char* step : {"devices.create_enumerator", "devices.get_device", "device.activate",
+                           "audio.activate", "audio.get_mix_format", "audio.get_device_period",
+                           "audio.initialize", "audio.get_service"}) {
     SCOPED_TRACE(step);
     ListeningClient client(kNoise);
     client.machine->faults().FailNth(step, 1, AUDCLNT_E_DEVICE_INVALIDATED);
@@ -39,7 +37,7 @@ TEST_F(AnalysisTest, CreationAnswersTheStatusOfTheStepThatFailed) {
   ExpectNothingLeft(client);
 }
 
-TEST_F(AnalysisTest, CreationNeedsAnEndpointAMachineAndAPlace) {
+TEST_F(AnalysisTest, CreationNeedsAnEndpointAMachineAPlaceAndAPlan) {
   ListeningClient client(kNoise);
   auto* opened = reinterpret_cast<IAnalysisData*>(0xBAD0BAD0);
   EXPECT_EQ(CreateAnalysisData(client.module, nullptr, kListenedEndpoint, &opened), E_INVALIDARG);
@@ -47,10 +45,8 @@ TEST_F(AnalysisTest, CreationNeedsAnEndpointAMachineAndAPlace) {
   EXPECT_EQ(CreateAnalysisData(client.module, nullptr, kListenedEndpoint, nullptr), E_POINTER);
   client.module.SetMachine(nullptr);
   EXPECT_EQ(client.Open(), E_UNEXPECTED);
-}
-
-TEST(AnalysisWithoutAPlan, IsNotCreated) {
-  ListeningClient client(kNoise);
+  client.module.SetMachine(client.machine);
+  EXPECT_EQ(UnregisterPlan(kAnalysisTransform.size, kAnalysisTransform.type), kTransformOk);
   EXPECT_EQ(client.Open(), E_FAIL);
   ExpectNothingLeft(client);
 }
@@ -126,8 +122,7 @@ TEST_F(AnalysisTest, FailingAllocationsBecomeAStatusAndLeaveNothing) {
     EXPECT_EQ(opened != nullptr, SUCCEEDED(status));
     if (!failed) break;
   }
-  EXPECT_EQ(client.module.lock_count(), 0U);
-  EXPECT_EQ(client.machine->sound().activity().capturing, 0U);
+  ExpectNothingLeft(client);
 }
 
 }  // namespace

@@ -17,12 +17,7 @@ class ReferenceAnalysis {
   ReferenceAnalysis(std::uint32_t rate, std::size_t channels) : rate_(rate), channels_(channels) {}
 
   std::uint32_t spacing() const { return rate_ / kBlock; }
-  // Bins below half the rate.
-  std::size_t bins() const {
-    std::size_t count = 0;
-    while (2 * (count + 1) * spacing() < rate_) ++count;
-    return count;
-  }
+  std::size_t bins() const { return (rate_ - 1) / 2 / spacing(); }  // below half the rate
 
   // Interleaved samples of one packet.
   void Hear(std::span<const float> packet) {
@@ -37,19 +32,15 @@ class ReferenceAnalysis {
     }
   }
 
-  // The transform's output at an index: real parts of bins 0 to 512, then imaginary parts
-  // backwards.
-  long double Transformed(std::size_t queue, std::size_t index) const {
-    const bool imaginary = index > kBlock / 2;
-    const std::size_t bin = imaginary ? kBlock - index : index;
+  // Of the bin at (bin + 1) x spacing: the transform's output has real parts of bins 0 to 512, then
+  // imaginary parts backwards.
+  long double Magnitude(std::size_t queue, std::size_t bin) const {
+    const bool imaginary = bin > kBlock / 2;
+    const std::size_t turns = imaginary ? kBlock - bin : bin;
     long double sum = 0;
     for (std::size_t n = 0; n < kBlock; ++n)
-      sum += blocks_[queue][n] * kTurn[(bin * n + (imaginary ? 3 * kBlock / 4 : 0)) % kBlock];
-    return sum / kBlock;
-  }
-  // Of the bin at (bin + 1) x spacing.
-  long double Magnitude(std::size_t queue, std::size_t bin) const {
-    return std::fabs(Transformed(queue, bin)) / std::sqrt(1024.0L) * rate_ / 256;
+      sum += blocks_[queue][n] * kTurn[(turns * n + (imaginary ? 3 * kBlock / 4 : 0)) % kBlock];
+    return std::fabs(sum / kBlock) / std::sqrt(1024.0L) * rate_ / 256;
   }
 
  private:

@@ -79,36 +79,31 @@ TEST_F(SpectrumTest, WholeChainAgreesWithItsDefinitionAtEveryRate) {
 }
 
 TEST_F(SpectrumTest, RequestedFrequencyReadsTheNearestBinTheUpperOfTwo) {
-  const struct {
-    std::uint32_t rate;
-    ULONG spacing;
-    ULONG bins;
-  } rates[] = {{48000, 46, 521}, {44100, 43, 512}, {96000, 93, 516}};
-  for (const auto& [rate, spacing, bins] : rates) {
+  // Frequencies and the bins that they read, counted from 1.
+  using Requests = std::vector<std::pair<ULONG, ULONG>>;
+  const std::tuple<int, ULONG, ULONG, Requests> rates[] = {
+      {48000, 46, 521, {{0, 1}, {60, 1}, {69, 2}, {115, 3}, {30000, 521}}},
+      {44100, 43, 512, {{0, 1}, {60, 1}, {69, 2}, {107, 2}, {108, 3}, {30000, 512}}},
+      {96000, 93, 516, {{0, 1}, {60, 1}, {69, 1}, {232, 2}, {233, 3}, {30000, 323}}}};
+  for (const auto& [rate, spacing, bins, requests] : rates) {
     SCOPED_TRACE(rate);
     ListeningClient client(R"(, "mix_format": {"rate": )" + std::to_string(rate) + R"(},
         "packets": {"frames": 1024}, "sounds": [{"kind": "noise", "level": -20}])");
     ASSERT_EQ(client.Open(), S_OK);
+    std::vector<ULONG> frequencies;
+    for (ULONG bin = 1; bin <= bins; ++bin) frequencies.push_back(bin * spacing);
+    for (const auto& [frequency, bin] : requests) frequencies.push_back(frequency);
     const ULONG last = bins * spacing;
-    const auto level =
-        client.Spectrum(0, {spacing, 2 * spacing, 3 * spacing, last, last - spacing, 0, 60, 69,
-                            2 * spacing + spacing / 2, 3 * spacing - spacing / 2, 30000, last + 1,
-                            last - 1, 0xFFFFFFFF});
-    EXPECT_NE(level[0], level[1]);
-    EXPECT_NE(level[3], level[4]);
-    EXPECT_EQ(level[5], level[0]);
-    EXPECT_EQ(level[6], level[0]) << "60 Hz";
-    EXPECT_EQ(level[7], spacing == 93 ? level[0] : level[1]) << "69 Hz";
-    EXPECT_EQ(level[8], spacing % 2 == 0 ? level[2] : level[1]);
-    EXPECT_EQ(level[9], level[2]) << "as far from both or nearer to the upper one";
-    EXPECT_EQ(level[10] == level[3], last < 30000) << "30000 Hz";
-    for (std::size_t i = 11; i < level.size(); ++i) EXPECT_EQ(level[i], level[3]);
+    frequencies.insert(frequencies.end(), {last - 1, last + 1, 0xFFFFFFFF});
+    const auto levels = client.Spectrum(0, frequencies);
+    for (std::size_t i = 0; i < requests.size(); ++i)
+      EXPECT_EQ(levels[bins + i], levels[requests[i].second - 1]) << requests[i].first << " Hz";
+    EXPECT_EQ(std::vector(levels.end() - 3, levels.end()), std::vector(3, levels[bins - 1]));
+    EXPECT_NE(levels[bins - 1], levels[bins - 2]);
   }
 }
 
 TEST_F(SpectrumTest, SilentPacketsGapsAndOddLengthsKeepTheQueuesInOrder) {
-  constexpr std::uint64_t kSilentEvery = 3;
-  constexpr std::uint64_t kGapEvery = 5;
   ListeningClient client(
       R"(, "packets": {"frames": [480, 1, 700], "silent_every": 3, "gap_every": 5},
       "sounds": [{"kind": "noise", "level": -3}])",
@@ -118,14 +113,13 @@ TEST_F(SpectrumTest, SilentPacketsGapsAndOddLengthsKeepTheQueuesInOrder) {
   ReferenceAnalysis reference(48000, 2);
   const std::size_t lengths[] = {480, 1, 700};
   std::uint64_t position = 0;
-  std::size_t reported = 0;
   for (std::uint64_t packet = 0; packet < 256; ++packet) {
     const std::size_t frames = lengths[packet % 3];
     std::vector<float> samples = Played(client, position, frames);
-    if ((packet + 1) % kSilentEvery == 0) std::fill(samples.begin(), samples.end(), 0.0F);
+    if ((packet + 1) % 3 == 0) std::fill(samples.begin(), samples.end(), 0.0F);
     position += frames;
     client.PlayUntil(position);
-    if ((packet + 1) % kGapEvery == 0) position += lengths[(packet + 1) % 3];
+    if ((packet + 1) % 5 == 0) position += lengths[(packet + 1) % 3];
     reference.Hear(samples);
     const auto left = client.Spectrum(0, BinFrequencies(reference));
     const auto right = client.Spectrum(1, BinFrequencies(reference));
@@ -134,16 +128,8 @@ TEST_F(SpectrumTest, SilentPacketsGapsAndOddLengthsKeepTheQueuesInOrder) {
     for (const float sample : samples) loudest = std::max(loudest, std::fabs(sample));
     const auto peaks = client.Peaks();
     EXPECT_FLOAT_EQ(std::max(peaks[0], peaks[1]), 20 * std::log10(loudest));
-    if (log.Count(L"1k: ") == reported) continue;
-    ++reported;
-    for (const std::wstring& line : log.Lines()) {
-      const std::size_t number = line.find(L"1k: ");
-      if (number == std::wstring::npos || &line != &log.Lines().back()) continue;
-      EXPECT_NEAR(std::stod(line.substr(number + 4)),
-                  static_cast<double>(reference.Transformed(0, 11)), 2e-6);
-    }
   }
-  EXPECT_EQ(reported, 2U) << "one line in 128 packets";
+  EXPECT_EQ(log.Count(L"1k: "), 2U) << "one line in 128 packets";
   EXPECT_EQ(log.Count(L" | CAnalysisData::LoadQueue | < 480!\n"), 256U / 3);
 }
 
@@ -164,10 +150,9 @@ TEST_F(SpectrumTest, EveryMixFormatAndNumberOfChannelsIsHeard) {
     SCOPED_TRACE(format);
     std::string sounds;
     for (std::uint32_t c = 0; c < channels; ++c) {
-      sounds += std::string(c == 0 ? "" : ", ") +
-                R"({"kind": "tone", "frequency": 12000, "phase": 90,
-          "channel": )" +
-                std::to_string(c) + R"(, "level": )" + std::to_string(-10 - 3 * int(c)) + "}";
+      sounds += (c == 0 ? "" : ", ") + std::string(R"({"kind": "tone", "frequency": 12000,)") +
+                R"("phase": 90, "channel": )" + std::to_string(c) + R"(, "level": )" +
+                std::to_string(-10 - 3 * int(c)) + "}";
     }
     ListeningClient client(std::string(R"(, "mix_format": {)") + format +
                            R"(}, "packets": {"frames": 1024}, "sounds": [)" + sounds + "]");
@@ -184,9 +169,7 @@ TEST_F(SpectrumTest, EveryMixFormatAndNumberOfChannelsIsHeard) {
         EXPECT_EQ(peaks[c], kSilence);
     }
   }
-}
-
-TEST_F(SpectrumTest, WholeWordsAreFloatsWhateverTheMixFormatCallsThem) {
+  // Words of 32 bits are floats, whatever the format calls them.
   ListeningClient client(R"(, "mix_format": {"kind": "pcm", "bits": 32},
       "sounds": [{"kind": "clicks", "every": 100, "level": -6}])");
   ASSERT_EQ(client.Open(), S_OK);

@@ -18,12 +18,6 @@ ImageBytes ThroughJson(const ORVPropertyList& list) {
   return image;
 }
 
-ImageBytes Image(const ORVPropertyList& list) {
-  ImageBytes image;
-  EXPECT_TRUE(EncodeImage(list, image));
-  return image;
-}
-
 TEST(ImageJson, EveryKindComesBackByteForByte) {
   const ORVPropertyList list = {{L"long", LongValue{-2147483647 - 1}},
                                 {L"int", 2147483647},
@@ -36,18 +30,16 @@ TEST(ImageJson, EveryKindComesBackByteForByte) {
                                 {L"narrow", std::string("Enabled")},
                                 {L"wide", std::wstring(L"\x00FC\x4E2D")},
                                 {L"bytes", SignedBytes{-1, 0, 127}},
-                                {L"unsigned", UnsignedBytes{0, 255}}};
-  EXPECT_EQ(ThroughJson(list), Image(list));
-}
-
-TEST(ImageJson, WhatJsonCannotHoldComesBackToo) {
-  const auto odd_nan = std::bit_cast<float>(std::uint32_t{0xFFC12345});
-  const ORVPropertyList list = {{L"nan", odd_nan},
+                                {L"unsigned", UnsignedBytes{0, 255}},
+                                // What has no form of its own in JSON.
+                                {L"nan", std::bit_cast<float>(std::uint32_t{0xFFC12345})},
                                 {L"infinite", -std::numeric_limits<double>::infinity()},
                                 {L"no utf-8", std::string("\xFF\xC3")},
                                 {L"half a pair", std::wstring(1, static_cast<wchar_t>(0xD800))},
                                 {std::wstring(1, static_cast<wchar_t>(0xDC00)), 1}};
-  EXPECT_EQ(ThroughJson(list), Image(list));
+  ImageBytes image;
+  EXPECT_TRUE(EncodeImage(list, image));
+  EXPECT_EQ(ThroughJson(list), image);
 }
 
 TEST(ImageJson, EntriesOfTheWrongShapeAreRefusedByNumber) {

@@ -1,39 +1,7 @@
-#include <sstream>
-
 #include "cli/orvctl_program.h"
 
 namespace orv::cli {
 namespace {
-
-// The names that a help text lists as commands.
-std::vector<std::string> CommandsIn(const std::string& help) {
-  std::vector<std::string> names;
-  std::istringstream lines(help.substr(std::min(help.find("Subcommands:"), help.size())));
-  std::string line;
-  std::getline(lines, line);
-  while (std::getline(lines, line) && line.starts_with("  "))
-    if (line[2] != ' ') names.push_back(line.substr(2, line.find(' ', 2) - 2));
-  return names;
-}
-
-void ExpectExamples(const ProgramOnMachine& program, const Arguments& command) {
-  Arguments arguments = command;
-  arguments.push_back("--help");
-  const Result help = program.Run(arguments);
-  EXPECT_EQ(help.status, 0);
-  EXPECT_NE(help.output.find("Example:\n  "), std::string::npos) << help.output;
-  for (const std::string& next : CommandsIn(help.output)) {
-    Arguments deeper = command;
-    deeper.push_back(next);
-    ExpectExamples(program, deeper);
-  }
-}
-
-TEST(CommandLine, EveryCommandsHelpHasAnExample) {
-  const ProgramOnMachine program;
-  ASSERT_GE(CommandsIn(program.Run({"--help"}).output).size(), 15U);
-  ExpectExamples(program, {});
-}
 
 TEST(CommandLine, MisspeltNamesGiveTwoAndTheNearestKnownName) {
   const ProgramOnComponent program;
@@ -74,14 +42,6 @@ TEST(CommandLine, MissingAndMistakenArgumentsGiveTwo) {
     EXPECT_EQ(result.status, 2) << result.errors;
     EXPECT_FALSE(result.errors.empty());
   }
-}
-
-TEST(CommandLine, RefusedMachineIsExplainedByFileAndLine) {
-  const ProgramOnMachine program;
-  WriteText(program.machine() / "machine.json", "{\n  \"version\": \"10.0\",\n  oops\n}\n");
-  const Result result = program.Run({"endpoints"});
-  EXPECT_EQ(result.status, 1);
-  EXPECT_TRUE(result.Says("machine.json:3:")) << result.errors;
 }
 
 TEST(CommandLine, DiagnosticLinesGoToStandardErrorOnlyWhenAskedFor) {

@@ -16,6 +16,7 @@ TEST(OrvctlMachine, EndpointsAreToldWithTheirDocumentedKeys) {
   ASSERT_EQ(endpoints.size(), 3U);
   EXPECT_EQ(Keys(endpoints[0]), (std::vector<std::string>{"id", "name", "config_file",
                                                           "registry_path", "mode", "headset"}));
+  EXPECT_EQ(endpoints[0]["name"], "Generic HD Audio Internal Speakers");
   EXPECT_EQ(endpoints[0]["mode"], kMovie);
   EXPECT_EQ(endpoints[0]["headset"], "absent");
   EXPECT_EQ(endpoints[1]["headset"], "connected");
@@ -57,18 +58,16 @@ TEST(OrvctlMachine, OnlyTheEndpointAskedForHasToLoadWithTheConfigurationType) {
 TEST(OrvctlMachine, TechnologyLibraryIsFoundWhereTheEndpointKeepsItsValues) {
   const ProgramOnMachine program;
   const auto registry = program.machine() / "registry.reg";
-  std::string text = FileText(registry);
   const std::string path = program.Answer({"endpoints"})[0]["registry_path"];
   const std::string guid = path.substr(path.rfind('\\') + 1);
-  const auto append = [&](const std::string& key, const std::string& name,
-                          const std::string& value) {
-    text += "\r\n[HKEY_LOCAL_MACHINE\\" + key + "]\r\n\"" + name + "\"=\"" + value + "\"\r\n";
-  };
-  append("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\MMDevices\\Audio\\Render\\" + guid +
-             "\\Properties",
-         "{1028ECF3-0EB3-440C-9B9B-C2A7B8303FCA},0", "Software\\\\Elsewhere");
-  append("Software\\Elsewhere", "OrvApoTechDllPath", "C:\\\\Nowhere\\\\kxtech64.dll");
-  WriteText(registry, text);
+  WriteText(registry, FileText(registry) +
+                          R"(
+[HKEY_LOCAL_MACHINE\SOFTWARE\Microsoft\Windows\CurrentVersion\MMDevices\Audio\Render\)" +
+                          guid + R"(\Properties]
+"{1028ECF3-0EB3-440C-9B9B-C2A7B8303FCA},0"="Software\\Elsewhere"
+[HKEY_LOCAL_MACHINE\Software\Elsewhere]
+"OrvApoTechDllPath"="C:\\Nowhere\\kxtech64.dll"
+)");
   EXPECT_EQ(program.Answer({"get", "1", kLevel})["scale"], "unknown");
 }
 
@@ -93,12 +92,11 @@ TEST(OrvctlMachine, DoctorFindsAHealthyMachineHealthyAndTellsWhatIsWrongWithABro
   const Result result = broken.Run({"--json", "doctor", "Messy"});
   EXPECT_EQ(result.status, 3);
   const Json checks = result.json();
-  const auto file = std::find_if(checks.begin(), checks.end(), [](const Json& check) {
-    return check["check"] == "configuration file";
-  });
-  ASSERT_NE(file, checks.end());
-  EXPECT_EQ((*file)["ok"], false);
-  EXPECT_NE((*file)["remedy"].get<std::string>().find("orvctl check"), std::string::npos);
+  const auto wrong = std::find_if(checks.begin(), checks.end(),
+                                  [](const Json& check) { return check["ok"] == false; });
+  ASSERT_NE(wrong, checks.end());
+  EXPECT_EQ((*wrong)["check"], "configuration file");
+  EXPECT_NE((*wrong)["remedy"].get<std::string>().find("orvctl check"), std::string::npos);
 }
 
 TEST(OrvctlStory, TheStoryIsToldOnACopy) {
@@ -106,10 +104,7 @@ TEST(OrvctlStory, TheStoryIsToldOnACopy) {
   const std::string registry = FileText(program.machine() / "registry.reg");
   const Result story = program.Run({"story"});
   EXPECT_EQ(story.status, 0) << story.errors;
-  for (const char* part : {"Operating modes", "before", "after", "HKEY_LOCAL_MACHINE\\",
-                           "KEL_PARAM_VQSND3D_COMMONCONTROLS_CONTROLS_STU",
-                           "every block is in the DSP as it was sent"})
-    EXPECT_NE(story.output.find(part), std::string::npos) << part;
+  EXPECT_NE(story.output.find("every block is in the DSP as it was sent"), std::string::npos);
   EXPECT_EQ(story.output.find('\x1b'), std::string::npos);
   EXPECT_EQ(FileText(program.machine() / "registry.reg"), registry);
 }

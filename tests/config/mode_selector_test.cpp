@@ -167,7 +167,6 @@ TEST_F(ModeSelector, ListenerMayUseTheSelectorAndRemoveItself) {
   ASSERT_TRUE(selector_.SetNotifyTarget(&listener));
   ASSERT_TRUE(selector_.SetCurrentMode(kMovie));
   EXPECT_EQ(listener.calls, 2);  // the second text was changed without a listener
-  EXPECT_EQ(seen, L"ApoOpMode:Movie/Internal");
   EXPECT_EQ(CurrentMode(selector_, true), L"ApoOpMode:Movie/Internal");
 }
 

@@ -68,12 +68,14 @@ TEST(ChainDefinition, FirstChainSharingBothLayoutsAndTheDirectionIsFound) {
   chains.Add(Chain(kLayoutStereo, kLayoutStereo | kLayout51, true, "first"));
   chains.Add(Chain(kAnyLayout, kAnyLayout, true, "second"));
   ORVAPOChain found;
-  ASSERT_TRUE(chains.FindChain(kLayoutStereo, kLayoutStereo, found, true));
-  EXPECT_EQ(found.processes.at(0).technology, "first");
-  ASSERT_TRUE(chains.FindChain(kLayoutStereo, kLayoutStereo, found, false));
-  EXPECT_EQ(found.processes.at(0).technology, "capture");
-  ASSERT_TRUE(chains.FindChain(kLayout71, kLayout71, found, true));
-  EXPECT_EQ(found.processes.at(0).technology, "second");
+  const std::tuple<std::uint32_t, bool, const char*> searches[] = {
+      {kLayoutStereo, true, "first"},
+      {kLayoutStereo, false, "capture"},
+      {kLayout71, true, "second"}};
+  for (const auto& [layout, render, technology] : searches) {
+    ASSERT_TRUE(chains.FindChain(layout, layout, found, render));
+    EXPECT_EQ(found.processes.at(0).technology, technology);
+  }
   for (const std::uint32_t unusable : {0U, kAnyLayout}) {
     EXPECT_FALSE(chains.FindChain(unusable, kLayoutStereo, found, true));
     EXPECT_FALSE(chains.FindChain(kLayoutStereo, unusable, found, true));

@@ -50,11 +50,9 @@ TEST(FilterDesign, CornerAtHalfTheRateIsRefusedAndWritesNothing) {
   const auto high_pass = [&](float frequency, std::int32_t kind, std::int32_t rate) {
     return DesignButterworth32(frequency, 4, rate, kind, words.data(), workspace.data());
   };
-  EXPECT_EQ(high_pass(24000, kButterworthHighPass, kRate), kFilterRefused);
-  EXPECT_EQ(high_pass(22050, kButterworthHighPass, 44101), kFilterRefused);
-  EXPECT_EQ(high_pass(100, kButterworthHighPass, 0), kFilterRefused);
-  EXPECT_EQ(high_pass(100, 2, kRate), kFilterRefused);
-  EXPECT_EQ(high_pass(100, -1, kRate), kFilterRefused);
+  const std::tuple<float, std::int32_t, std::int32_t> refused[] = {
+      {24000, 1, kRate}, {22050, 1, 44101}, {100, 1, 0}, {100, 2, kRate}, {100, -1, kRate}};
+  for (const auto& design : refused) EXPECT_EQ(std::apply(high_pass, design), kFilterRefused);
   EXPECT_EQ(DesignButterworth16(24000, 4, kRate, 0, narrow.data(), workspace.data()),
             kFilterRefused);
   EXPECT_EQ(words, std::vector<std::int32_t>(14, kPoison));
@@ -82,23 +80,18 @@ TEST(FilterDesign, BassSetWithRefusedAllPassStillHasItsResonators) {
 }
 
 TEST(FilterDesign, HeadroomLeavesABitForTheSign) {
-  const std::vector<float> values[] = {{0.0F, 0.1F, 0.4999F, 1e-42F},
-                                       {0.5F, 0.75F, 0.9999F},
-                                       {1.0F, 1.5F},
-                                       {2.0F},
-                                       {7.9999995F},
-                                       {8.0F}};
-  for (std::int32_t bits = 0; bits < 6; ++bits)
-    for (const float value : values[bits]) EXPECT_EQ(HeadroomBits(value), bits) << value;
+  const std::pair<float, std::int32_t> cases[] = {{0.0F, 0}, {1e-42F, 0},     {0.4999F, 0},
+                                                  {0.5F, 1}, {0.9999F, 1},    {1.0F, 2},
+                                                  {1.5F, 2}, {7.9999995F, 4}, {8.0F, 5}};
+  for (const auto& [value, bits] : cases) EXPECT_EQ(HeadroomBits(value), bits) << value;
 }
 
 TEST(FilterDesign, WithoutSectionsOnlyTheGainIsWritten) {
   for (const std::int32_t order : {0, -1, -7, std::numeric_limits<std::int32_t>::min()}) {
-    std::int32_t words[] = {kPoison, kPoison, kPoison};
+    std::vector<std::int32_t> words(3, kPoison);
     GuardedWorkspace workspace(0);
-    EXPECT_EQ(DesignButterworth32(100, order, kRate, 1, words, workspace.data()), kFilterOk);
-    EXPECT_EQ(std::vector<std::int32_t>(words, words + 3),
-              (std::vector<std::int32_t>{2, 1073741824, kPoison}));
+    EXPECT_EQ(DesignButterworth32(100, order, kRate, 1, words.data(), workspace.data()), kFilterOk);
+    EXPECT_EQ(words, (std::vector<std::int32_t>{2, 1073741824, kPoison}));
   }
   EXPECT_EQ(Design({}), (std::vector<std::int32_t>{2, 1073741824}));
 }
@@ -149,10 +142,8 @@ TEST(FilterDesign, DesignsThatNeverDecayEnd) {
       EXPECT_EQ(std::count(words.begin(), words.end(), kPoison), 0);
     }
   }
-}
-
-// At a pole radius of 1.0000125 the sums grow for minutes: the bound ends the run, not an overflow.
-TEST(FilterDesign, SlowlyGrowingDesignKeepsTheSumsItReached) {
+  // At a pole radius of 1.0000125 the sums grow for minutes: the bound ends the run, not an
+  // overflow, and the sums reached so far are kept.
   const auto words = Design({{kORVFilter_Peaking, 1000, -200000, 6, 0}});
   EXPECT_GT(words[7], 0);
   EXPECT_FALSE(Cascade::FromWords(words.data(), 1).Stable());

@@ -86,13 +86,13 @@ TEST_F(ComponentFactoryTest, ClassObjectIsTheSameEveryTime) {
   EXPECT_NE(Factory(kGood).get(), Factory(kRefusing).get());
   EXPECT_TRUE(module_.ReadyToUnload());
 
-  void* object = Poison();
-  EXPECT_EQ(module_.GetClassObject(kNotCreatable, IID_IClassFactory, &object),
-            CLASS_E_CLASSNOTAVAILABLE);
-  EXPECT_EQ(object, nullptr);
-  object = Poison();
-  EXPECT_EQ(module_.GetClassObject(kGood, IID_IORVAPOControl, &object), E_NOINTERFACE);
-  EXPECT_EQ(object, nullptr);
+  for (const auto& [class_id, iid, status] :
+       {std::tuple(kNotCreatable, IID_IClassFactory, CLASS_E_CLASSNOTAVAILABLE),
+        {kGood, IID_IORVAPOControl, E_NOINTERFACE}}) {
+    void* object = Poison();
+    EXPECT_EQ(module_.GetClassObject(class_id, iid, &object), status);
+    EXPECT_EQ(object, nullptr);
+  }
 }
 
 TEST_F(ComponentFactoryTest, ModuleWithoutMachineIsNotInitialised) {
@@ -158,15 +158,13 @@ TEST_F(ComponentFactoryTest, ObjectAnswersItsChainsUnderOneIdentity) {
 }
 
 TEST_F(ComponentFactoryTest, FailedCreationLeavesNothingBehind) {
-  for (const auto& [class_id, status] :
-       {std::pair(kRefusing, E_ACCESSDENIED), std::pair(kThrowing, E_OUTOFMEMORY)}) {
+  for (const auto& [class_id, iid, status] : {std::tuple(kRefusing, IID_IUnknown, E_ACCESSDENIED),
+                                              {kThrowing, IID_IUnknown, E_OUTOFMEMORY},
+                                              {kGood, IID_IORVAPOControl, E_NOINTERFACE}}) {
     void* object = Poison();
-    EXPECT_EQ(Factory(class_id)->CreateInstance(nullptr, IID_IUnknown, &object), status);
+    EXPECT_EQ(Factory(class_id)->CreateInstance(nullptr, iid, &object), status);
     EXPECT_EQ(object, nullptr);
   }
-  void* object = Poison();
-  EXPECT_EQ(Factory(kGood)->CreateInstance(nullptr, IID_IORVAPOControl, &object), E_NOINTERFACE);
-  EXPECT_EQ(object, nullptr);
   EXPECT_EQ(Factory(kGood)->CreateInstance(nullptr, IID_IUnknown, nullptr), E_POINTER);
   EXPECT_EQ(module_.lock_count(), 0U);
 }

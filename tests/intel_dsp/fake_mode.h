@@ -1,9 +1,9 @@
 // An operating mode whose public controls are what a test says.
 #pragma once
 
-#include <map>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "orv_apo/orv_apo.h"
 #include "platform/com_ptr.h"
@@ -12,11 +12,11 @@
 
 namespace orv {
 
-using FakeControls = std::map<std::string, LONG>;
+using ListedControl = std::pair<std::string, LONG>;
 
 class FakeControl final : public CountedObject<IORVAPOControl> {
  public:
-  explicit FakeControl(std::pair<std::string, LONG> control) : control_(std::move(control)) {}
+  explicit FakeControl(ListedControl control) : control_(std::move(control)) {}
 
   HRESULT STDMETHODCALLTYPE get_DisplayValue(BSTR* text) override {
     *text = SysAllocString(Widen(control_.first).c_str());
@@ -32,14 +32,17 @@ class FakeControl final : public CountedObject<IORVAPOControl> {
   HRESULT STDMETHODCALLTYPE put_Value(LONG) override { return E_NOTIMPL; }
 
  private:
-  std::pair<std::string, LONG> control_;
+  ListedControl control_;
 };
 
 class FakeMode final : public CountedObject<IORVOperatingMode, IORVAPOControlEnumerator> {
  public:
-  explicit FakeMode(FakeControls controls) : controls_(std::move(controls)) {}
-  static ComPtr<FakeMode> Make(FakeControls controls) {
-    return ComPtr<FakeMode>::Adopt(new FakeMode(std::move(controls)));
+  // From a list or a map.
+  template <class Controls>
+  static ComPtr<FakeMode> Make(const Controls& controls) {
+    const auto mode = ComPtr<FakeMode>::Adopt(new FakeMode);
+    mode->controls_.assign(controls.begin(), controls.end());
+    return mode;
   }
 
   HRESULT refusal = S_OK;  // of asking for the controls
@@ -66,8 +69,8 @@ class FakeMode final : public CountedObject<IORVOperatingMode, IORVAPOControlEnu
   HRESULT STDMETHODCALLTYPE put_APOEnable(LONG) override { return E_NOTIMPL; }
 
  private:
-  FakeControls controls_;
-  FakeControls::const_iterator next_;
+  std::vector<ListedControl> controls_;
+  std::vector<ListedControl>::const_iterator next_;
 };
 
 }  // namespace orv

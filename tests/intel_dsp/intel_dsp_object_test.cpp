@@ -4,7 +4,7 @@
 #include <fstream>
 
 #include "broadwell_mode.h"
-#include "fake_skylake_driver.h"
+#include "fake_mode.h"
 #include "frame/text_result.h"
 #include "intel_dsp/broadwell/coefficients.h"
 #include "intel_dsp/intel_dsp.h"
@@ -43,20 +43,14 @@ class IntelDspTest : public testing::Test {
     machine_->description().drivers.broadwell.reset();
     return Open();
   }
-  // As class factories make it.
-  HRESULT OpenForClient(ComPtr<IKELAPOIntelDSP4>& dsp) {
-    module_.SetMachine(machine_.get());
-    return CreateIntelDspForClient(module_, nullptr, IID_IKELAPOIntelDSP4, dsp.PutVoid());
-  }
-  static HRESULT Write(const ComPtr<IKELAPOIntelDSP4>& dsp, FakeControls controls,
+  static HRESULT Write(const ComPtr<IKELAPOIntelDSP4>& dsp, const FakeControls& controls,
                        const wchar_t* technology = nullptr) {
     const OwnedText text(SysAllocString(technology));
-    return dsp->WriteControls(FakeMode::Make(std::move(controls)).get(), text.get(), 1);
+    return dsp->WriteControls(FakeMode::Make(controls).get(), text.get(), 1);
   }
   static HRESULT Put(const ComPtr<IKELAPOIntelDSP4>& dsp, const wchar_t* name, LONG number) {
     const OwnedText text(SysAllocString(name));
-    VARIANT value;
-    VariantInit(&value);
+    VARIANT value{};
     value.vt = VT_I4;
     value.lVal = number;
     return dsp->put_Property(text.get(), 0, value);
@@ -78,8 +72,6 @@ class IntelDspTest : public testing::Test {
 
 TEST_F(IntelDspTest, BroadwellIsTakenBeforeSkylake) {
   const auto dsp = Open();
-  EXPECT_TRUE(log_.Contains(L"APO VERSION: 3.5.3.1\n"));
-  EXPECT_TRUE(log_.Contains(L"status=0x0, OK\n"));
   EXPECT_FALSE(log_.Contains(L"Skylate"));
   BYTE version = 9;
   BYTE features = 9;
@@ -112,13 +104,7 @@ TEST_F(IntelDspTest, WithoutDriversThereIsNoObject) {
   auto* dsp = reinterpret_cast<IKELAPOIntelDSP*>(&machine_);
   EXPECT_EQ(CreateIntelDriverClient(module_, nullptr, kSpeakers, &dsp), E_FAIL);
   EXPECT_EQ(dsp, nullptr);
-  for (const wchar_t* line :
-       {L"OpenEvent() failed DWORD: 2, HRESULT: 0x80070002\n",
-        L"Warning: Failed to open Broadwell driver, status=0x80004005\n",
-        L"Trying to open Skylate driver using default endpoint, status=0x80004005\n",
-        L"WARNING: Failed to open access to Skylake DSP, endpoint: {0.0.0.00000000}.",
-        L"Error, failed to access Intel driver/module. \n", L"status=0x80004005, FAILED\n"})
-    EXPECT_TRUE(log_.Contains(line)) << line;
+  EXPECT_TRUE(log_.Contains(L"Error, failed to access Intel driver/module. \n"));
   module_.SetMachine(nullptr);
   EXPECT_EQ(CreateIntelDriverClient(module_, nullptr, kSpeakers, &dsp), E_UNEXPECTED);
 }
@@ -126,7 +112,8 @@ TEST_F(IntelDspTest, WithoutDriversThereIsNoObject) {
 TEST_F(IntelDspTest, RemarkOfTheBroadwellModuleLeavesNoDsp) {
   machine_.broadwell().misbehaviour = {Misbehave(Kind::Status, request::kModules, 1)};
   ComPtr<IKELAPOIntelDSP4> dsp;
-  EXPECT_EQ(OpenForClient(dsp), S_OK);
+  module_.SetMachine(machine_.get());
+  EXPECT_EQ(CreateIntelDspForClient(module_, nullptr, IID_IKELAPOIntelDSP4, dsp.PutVoid()), S_OK);
   EXPECT_FALSE(log_.Contains(L"Skylate"));
   EXPECT_EQ(Write(dsp, BroadwellMode()), S_OK);
   EXPECT_EQ(Put(dsp, L"ZENSND-DC Level", 40), E_FAIL);
@@ -148,7 +135,7 @@ TEST_F(IntelDspTest, RemarkOfTheBroadwellModuleLeavesNoDsp) {
   EXPECT_EQ(dsp->put_dspDeviceId(nullptr), E_POINTER);
 }
 
-TEST_F(IntelDspTest, WholeModeIsSentAndVerified) {
+TEST_F(IntelDspTest, WholeModeIsSentAndReadBack) {
   const auto dsp = OpenSkylake();
   EXPECT_EQ(machine_->RegisteredEvents(), 1U);
   EXPECT_EQ(Write(dsp, SkylakeMode()), S_OK);
@@ -157,12 +144,6 @@ TEST_F(IntelDspTest, WholeModeIsSentAndVerified) {
   EXPECT_THAT(sent, ElementsAre(0x01, 0x11, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x08, 0x09, 0x0A,
                                 0x0B, 0x0C, 0x0D, 0x0E));
   EXPECT_EQ(Signals(), 1U);
-  for (const wchar_t* line :
-       {L"Sending VQ3D parameters to DSP \n", L"OK: VQ3D parameters in DSP values matched inputs\n",
-        L"Verify: VQ3D parameters to/From DSP", L"Operating Mode change successful\n",
-        L"Setting PP Module status to: 1\n"})
-    EXPECT_TRUE(log_.Contains(line)) << line;
-  EXPECT_EQ(log_.Count(L"\n(220 bytes): ["), 2U);
   EXPECT_TRUE(LastIntelVerification().done);
   EXPECT_TRUE(LastIntelVerification().differences.empty());
   SkylakeImage held;
@@ -176,9 +157,6 @@ TEST_F(IntelDspTest, WholeModeIsSentAndVerified) {
   EXPECT_EQ(dsp->put_APOEnable(0, 0), S_OK);
   EXPECT_EQ(Get(dsp, L"VQ3D-Process Enable", enabled), S_OK);
   EXPECT_EQ(enabled, 0);
-  for (const wchar_t* line : {L"| OK: PP Module Status: Enabled", L"| OK: PP FW Status: Enabled",
-                              L"| OK: PP Module Status: Disabled", L"| OK: PP FW Status: Disabled"})
-    EXPECT_TRUE(log_.Contains(line)) << line;
 
   // Derived from what was written last.
   machine_.Sent();
@@ -188,93 +166,71 @@ TEST_F(IntelDspTest, WholeModeIsSentAndVerified) {
   const DriverRecord common = machine_->ReceivedRecords().back();
   EXPECT_EQ(ReadField(common.bytes, 4, FieldType::I16), 26214);  // 0.8, without boost
   machine_.ExpectNothingRefused();
-}
 
-TEST_F(IntelDspTest, ModuleIsReportedAsFarAsItAnswers) {
-  const auto dsp = OpenSkylake();
-  const auto report = [&] {
-    const DiagnosticLog log;
-    BSTR name = nullptr;
-    BSTR version = nullptr;
-    EXPECT_EQ(dsp->GetModuleInfo(&name, &version), S_OK);
-    const OwnedText owned_name(name);
-    const OwnedText owned_version(version);
-    for (const wchar_t* line :
-         {L"| Intel audio codec module info:", L"|     PP Module Name: Post Processing Module",
-          L"|     PP Module Version: 2.1.0", L"| APO VERSION: 3.5.3.1\n"})
-      EXPECT_EQ(log.Count(line), 1U) << line;
-    const std::size_t blocks = log.Count(L"| OK: [GetVQ3DParameters] ");
-    for (const wchar_t* state : {L"Enabled", L"Disabled", L"Not instantiated"}) {
-      if (log.Contains(std::wstring(L"|     PP Module Status: ") + state))
-        return state + (L" " + std::to_wstring(blocks));
-    }
-    return std::wstring(L"no status");
-  };
-  EXPECT_EQ(report(), L"Enabled 12");
-  auto& rules = machine_.skylake().misbehaviour;
-  rules = {Misbehave(Kind::Refuse, request::kParameter, E_ACCESSDENIED)};
-  EXPECT_EQ(report(), L"Enabled 0");
-  EXPECT_EQ(dsp->put_APOEnable(0, 0), S_OK);  // the module itself takes it
-  EXPECT_EQ(report(), L"Disabled 0");
-  rules = {Misbehave(Kind::Refuse, request::kStatus, E_ACCESSDENIED)};
-  EXPECT_EQ(dsp->put_APOEnable(1, 0), E_FAIL);
-  EXPECT_THAT(machine_.Sent(), ElementsAre(0x10014401));
-  LONG enabled = 1;
-  EXPECT_EQ(Get(dsp, L"VQ3D-Process Enable", enabled), S_OK);
-  EXPECT_EQ(enabled, 0);
-  EXPECT_TRUE(log_.Contains(L"| ERROR: failed to get status from PP Module."));
-  EXPECT_TRUE(log_.Contains(L"| OK: PP FW Status: Enabled"));
-  rules = {Misbehave(Kind::Refuse, request::kInstance, E_ACCESSDENIED)};
-  EXPECT_EQ(report(), L"Not instantiated 0");
-  rules.clear();
-  machine_.skylake().module_instantiated = false;
-  EXPECT_EQ(report(), L"Not instantiated 0");
-}
-
-TEST_F(IntelDspTest, DifferencesOfTheReadBackAreNamed) {
-  const auto dsp = OpenSkylake();
   DriverMisbehaviour corrupt = Misbehave(Kind::Corrupt, request::kParameter);
   corrupt.direction = DriverMisbehaviour::Direction::Get;
   corrupt.parameter = 0x10014408;
   corrupt.offset = 8;
   corrupt.mask = 1;
   machine_.skylake().misbehaviour = {corrupt};
+  const std::uint64_t signals = Signals();
   EXPECT_EQ(Write(dsp, SkylakeMode()), E_FAIL);
-  EXPECT_EQ(Signals(), 0U);
-  EXPECT_TRUE(log_.Contains(L"Error: VQ3D parameters to/from DSP does NOT match\n"));
-  EXPECT_EQ(log_.Count(L"| i="), 1U);
-  EXPECT_TRUE(log_.Contains(L"| i=192, 0x0c, 0x0d\n"));
-  const IntelVerification verification = LastIntelVerification();
-  ASSERT_EQ(verification.differences.size(), 1U);
-  EXPECT_EQ(verification.differences[0].control, "VQ3D-Treble Gain");
-  EXPECT_EQ(verification.differences[0].sent, 12);
-  EXPECT_EQ(verification.differences[0].read, 13);
+  EXPECT_EQ(Signals(), signals);
+  EXPECT_EQ(log_.Count(L"| i=192, 0x0c, 0x0d\n"), 1U);
+  EXPECT_EQ(LastIntelVerification().differences.at(0).control, "VQ3D-Treble Gain");
+}
+
+TEST_F(IntelDspTest, ModuleIsReportedAsFarAsItAnswers) {
+  const auto dsp = OpenSkylake();
+  // The blocks read, and lines that tell this state.
+  const auto expect = [&](std::size_t blocks, const wchar_t* state) {
+    const DiagnosticLog log;
+    BSTR name = nullptr;
+    BSTR version = nullptr;
+    EXPECT_EQ(dsp->GetModuleInfo(&name, &version), S_OK);
+    EXPECT_EQ(ViewOf(OwnedText(name).get()), L"Post Processing Module");
+    EXPECT_EQ(ViewOf(OwnedText(version).get()), L"2.1.0");
+    EXPECT_EQ(log.Count(L"| OK: [GetVQ3DParameters] "), blocks);
+    EXPECT_EQ(log.Count(std::wstring(L"|     PP Module Status: ") + state), 1U) << state;
+  };
+  expect(12, L"Enabled");
+  auto& rules = machine_.skylake().misbehaviour;
+  rules = {Misbehave(Kind::Refuse, request::kParameter, E_ACCESSDENIED)};
+  EXPECT_EQ(dsp->put_APOEnable(0, 0), S_OK);  // the module itself takes it
+  expect(0, L"Disabled");
+  rules = {Misbehave(Kind::Refuse, request::kStatus, E_ACCESSDENIED)};
+  EXPECT_EQ(dsp->put_APOEnable(1, 0), E_FAIL);
+  EXPECT_THAT(machine_.Sent(), ElementsAre(0x10014401));
+  LONG enabled = 1;
+  EXPECT_EQ(Get(dsp, L"VQ3D-Process Enable", enabled), S_OK);
+  EXPECT_EQ(enabled, 0);
+  rules.clear();
+  machine_.skylake().module_instantiated = false;
+  expect(0, L"Not instantiated");
 }
 
 TEST_F(IntelDspTest, TechnologiesAreSentAlone) {
-  auto dsp = Open();
-  EXPECT_EQ(Write(dsp, BroadwellMode(), L"PEQRIGHT"), S_OK);
-  EXPECT_THAT(machine_.Sent(), ElementsAre(26));
-  EXPECT_EQ(Write(dsp, BroadwellMode(), L"PEQALL"), S_OK);
-  EXPECT_THAT(machine_.Sent(), ElementsAre(25, 26));
-  EXPECT_EQ(Write(dsp, BroadwellMode(), L"HPF"), S_OK);
-  EXPECT_THAT(machine_.Sent(), ElementsAre(24));
-  EXPECT_EQ(Write(dsp, BroadwellMode(), L"hpf"), S_OK);
-  EXPECT_THAT(machine_.Sent(), ElementsAre(24, 20, 22, 100, 101, 21, 0, 1, 2, 3, 4, 5, 6, 25, 26));
+  const auto sent = [&](const ComPtr<IKELAPOIntelDSP4>& dsp, const FakeControls& controls,
+                        const wchar_t* technology) {
+    EXPECT_EQ(Write(dsp, controls, technology), S_OK);
+    return machine_.Sent();
+  };
+  const auto broadwell = Open();
+  EXPECT_THAT(sent(broadwell, BroadwellMode(), L"PEQRIGHT"), ElementsAre(26));
+  EXPECT_THAT(sent(broadwell, BroadwellMode(), L"PEQALL"), ElementsAre(25, 26));
+  EXPECT_THAT(sent(broadwell, BroadwellMode(), L"HPF"), ElementsAre(24));
+  EXPECT_THAT(sent(broadwell, BroadwellMode(), L"hpf"),
+              ElementsAre(24, 20, 22, 100, 101, 21, 0, 1, 2, 3, 4, 5, 6, 25, 26));
   EXPECT_EQ(machine_->ReceivedRecords().back().selector, 1U);
+  EXPECT_THAT(sent(OpenSkylake(), SkylakeMode(), L"PEQALL"), ElementsAre(0x1001440D, 0x1001440E));
   machine_.ExpectNothingRefused();
-  dsp = OpenSkylake();
-  EXPECT_EQ(Write(dsp, SkylakeMode(), L"PEQALL"), S_OK);
-  EXPECT_THAT(machine_.Sent(), ElementsAre(0x1001440D, 0x1001440E));
 }
 
 TEST_F(IntelDspTest, EmptyModesAndRefusalsOfTheMode) {
   const auto dsp = Open();
   EXPECT_EQ(Write(dsp, {}), S_OK);
-  EXPECT_TRUE(log_.Contains(L"Operating Mode change successful\n"));
   EXPECT_EQ(Signals(), 1U);
   EXPECT_EQ(Write(dsp, {{"", 3}}), S_OK);
-  EXPECT_TRUE(log_.Contains(L"Warning: the last parameter is unrecognized by QVT.\n"));
   EXPECT_THAT(machine_.Sent(), ElementsAre());
   const auto mode = FakeMode::Make(BroadwellMode());
   mode->refusal = E_ACCESSDENIED;
@@ -285,59 +241,64 @@ TEST_F(IntelDspTest, EmptyModesAndRefusalsOfTheMode) {
   FakeControls controls = BroadwellMode();
   controls.erase("ZENSND-DC Enable");
   EXPECT_EQ(Write(dsp, controls), orv_apo::kAborted);
-  EXPECT_TRUE(log_.Contains(L"| Error: ZENSND-DC Enable - Can't find bool control: "));
   EXPECT_EQ(Signals(), 2U);
 }
 
-SAFEARRAY* Array(VARTYPE type, LONG lower_bound, std::initializer_list<float> values) {
-  SAFEARRAY* array = SafeArrayCreateVector(type, lower_bound, static_cast<ULONG>(values.size()));
-  std::size_t i = 0;
-  for (const float value : values) {
-    if (type == VT_R4) static_cast<float*>(array->pvData)[i++] = value;
-    if (type == VT_I4) static_cast<LONG*>(array->pvData)[i++] = static_cast<LONG>(value);
+// Of 32-bit numbers; none where there is no type.
+struct Array {
+  VARTYPE type;
+  LONG lower_bound;
+  std::vector<float> values;
+
+  SAFEARRAY* Make() const {
+    if (type == VT_EMPTY) return nullptr;
+    SAFEARRAY* array = SafeArrayCreateVector(type, lower_bound, static_cast<ULONG>(values.size()));
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      if (type == VT_R4) static_cast<float*>(array->pvData)[i] = values[i];
+      if (type == VT_I4) static_cast<LONG*>(array->pvData)[i] = static_cast<LONG>(values[i]);
+    }
+    return array;
   }
-  return array;
-}
+};
 
 TEST_F(IntelDspTest, EqualiserTakesArraysOfOneSize) {
   const auto dsp = Open();
-  const auto set = [&](KELChannel channel, SAFEARRAY* gains, SAFEARRAY* q, SAFEARRAY* freq) {
-    const HRESULT status = dsp->SetPEQ(channel, gains, q, freq, 0);
-    for (SAFEARRAY* array : {gains, q, freq}) {
+  const auto set = [&](int channel, const Array& gains, const Array& q, const Array& frequencies) {
+    SAFEARRAY* const arrays[] = {gains.Make(), q.Make(), frequencies.Make()};
+    const HRESULT status =
+        dsp->SetPEQ(static_cast<KELChannel>(channel), arrays[0], arrays[1], arrays[2], 0);
+    for (SAFEARRAY* array : arrays) {
       if (array == nullptr) continue;
       EXPECT_EQ(array->cLocks, 0U);
       SafeArrayDestroy(array);
     }
     return status;
   };
-  const auto gains = [] { return Array(VT_R4, -5, {3, -6, 2}); };
-  const auto qualities = [] { return Array(VT_R4, 1, {1, 2, 1}); };
-  const auto frequencies = [] { return Array(VT_I4, 0, {100, 1000, 8000}); };
-  EXPECT_EQ(set(kKELAPO_Left, gains(), qualities(), frequencies()), S_OK);
-  EXPECT_EQ(set(kKELAPO_ChannelCount, gains(), qualities(), frequencies()), S_OK);
+  const Array gains = {VT_R4, -5, {3, -6, 2}};
+  const Array qualities = {VT_R4, 1, {1, 2, 1}};
+  const Array frequencies = {VT_I4, 0, {100, 1000, 8000}};
+  EXPECT_EQ(set(kKELAPO_Left, gains, qualities, frequencies), S_OK);
+  EXPECT_EQ(set(kKELAPO_ChannelCount, gains, qualities, frequencies), S_OK);
   EXPECT_THAT(machine_.Sent(), ElementsAre(25, 26));
-  EXPECT_TRUE(log_.Contains(L"Setting of PEQ succeeded, status 0x0\n"));
   const FilterBand bands[] = {{kORVFilter_LowShelf, 100, 1, 3, 0},
                               {kORVFilter_Traditional, 1000, 2, -6, 0},
                               {kORVFilter_HighShelf, 8000, 1, 2, 0}};
   EXPECT_EQ(machine_->ReceivedRecords()[0].bytes, broadwell::EqualizerBlock(bands));
 
-  EXPECT_EQ(set(static_cast<KELChannel>(3), gains(), qualities(), frequencies()), E_INVALIDARG);
-  EXPECT_EQ(set(static_cast<KELChannel>(-1), gains(), qualities(), frequencies()), E_INVALIDARG);
-  EXPECT_EQ(set(kKELAPO_Left, gains(), Array(VT_R4, 0, {1, 1}), frequencies()), E_INVALIDARG);
-  EXPECT_EQ(set(kKELAPO_Left, gains(), nullptr, frequencies()), E_INVALIDARG);
-  EXPECT_EQ(set(kKELAPO_Left, gains(), qualities(), Array(VT_R4, 0, {1, 2, 3})), E_INVALIDARG);
-  EXPECT_EQ(set(kKELAPO_Left, Array(VT_R8, 0, {0, 0, 0}), qualities(), frequencies()),
-            E_INVALIDARG);
-  EXPECT_EQ(set(kKELAPO_Left, Array(VT_R4, 0, {}), Array(VT_R4, 0, {}), Array(VT_I4, 0, {})),
-            E_INVALIDARG);
-  EXPECT_EQ(set(kKELAPO_Left, gains(), Array(VT_R4, 0, {1, NAN, 1}), frequencies()), E_INVALIDARG);
-  EXPECT_EQ(set(kKELAPO_Left, gains(), qualities(), Array(VT_I4, 0, {100, 24000, 100})),
-            E_INVALIDARG);
+  const std::tuple<int, Array, Array, Array> refused[] = {
+      {3, gains, qualities, frequencies},
+      {-1, gains, qualities, frequencies},
+      {0, gains, {VT_R4, 0, {1, 1}}, frequencies},
+      {0, gains, {VT_EMPTY, 0, {}}, frequencies},
+      {0, gains, qualities, {VT_R4, 0, {1, 2, 3}}},
+      {0, {VT_R8, 0, {0, 0, 0}}, qualities, frequencies},
+      {0, {VT_R4, 0, {}}, {VT_R4, 0, {}}, {VT_I4, 0, {}}},
+      {0, gains, {VT_R4, 0, {1, NAN, 1}}, frequencies},
+      {0, gains, qualities, {VT_I4, 0, {100, 24000, 100}}}};
+  for (const auto& row : refused) EXPECT_EQ(std::apply(set, row), E_INVALIDARG);
   EXPECT_THAT(machine_.Sent(), ElementsAre());
   machine_.broadwell().misbehaviour = {Misbehave(Kind::Status, "", 1)};
-  EXPECT_EQ(set(kKELAPO_Right, gains(), qualities(), frequencies()), E_FAIL);
-  EXPECT_TRUE(log_.Contains(L"Unable to set PEQ."));
+  EXPECT_EQ(set(kKELAPO_Right, gains, qualities, frequencies), E_FAIL);
 }
 
 TEST_F(IntelDspTest, ConfigurationFileIsSentOrExplained) {
@@ -365,13 +326,10 @@ TEST_F(IntelDspTest, ConfigurationFileIsSentOrExplained) {
   EXPECT_EQ(dsp->ProcessConfigFile(nullptr, nullptr, 1), E_POINTER);
   EXPECT_EQ(process("poor.xml", {{"ZENSND-HPF Order", 2}}, reason), orv_apo::kAborted);
   EXPECT_EQ(reason, L"ZENSND-Process Enable - Can't find bool control: ZENSND-Process Enable");
-  EXPECT_TRUE(log_.Contains(L"Error: setting controls from preset file failed. ZENSND-Process"));
   EXPECT_EQ(Signals(), 0U);
   machine_.Sent();
   EXPECT_EQ(process("whole.xml", BroadwellMode(), reason), S_OK);
   EXPECT_THAT(machine_.Sent(), ElementsAre(24, 25, 26, 0, 1, 2, 3, 4, 5, 6, 20, 100, 101, 21, 22));
-  EXPECT_TRUE(log_.Contains(L"Processing ENDSND DSP controls ...\n"));
-  EXPECT_TRUE(log_.Contains(L"| call SetKELDSPControlChangeEvent()"));
   EXPECT_EQ(Signals(), 1U);
   const OwnedText missing(SysAllocString(L"C:\\missing.xml"));
   EXPECT_EQ(dsp->ProcessConfigFile(missing.get(), nullptr, 1), E_FAIL);

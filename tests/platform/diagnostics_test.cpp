@@ -27,14 +27,11 @@ TEST(Diagnostics, LineNamesItsOrigin) {
 
 TEST(Diagnostics, LongLineIsCut) {
   const DiagnosticLog log;
-  const std::wstring text(20000, L'x');
-  Diagnose({"f", 1, "m"}, L"%s\n", text);
-  const std::string long_name(20000, 'y');
-  Diagnose({"f", 1, long_name.c_str()}, L"never seen\n");
+  Diagnose({"f", 1, "m"}, L"%s\n", std::wstring(20000, L'x'));
+  Diagnose({"f", 1, std::string(20000, 'y').c_str()}, L"never seen\n");
   const auto lines = log.Lines();
   ASSERT_EQ(lines.size(), 2U);
-  EXPECT_EQ(lines[0].size(), 16383U);
-  EXPECT_EQ(lines[0].substr(0, 12), L"f(1) | m | x");
+  EXPECT_EQ(lines[0], L"f(1) | m | " + std::wstring(16383 - 11, L'x'));
   EXPECT_EQ(lines[1].size(), 16383U);
 }
 

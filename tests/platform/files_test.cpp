@@ -72,13 +72,10 @@ TEST_F(Files, AreFoundBelowAFolderByNamesInUtf8) {
 }
 
 TEST_F(Files, ReplacementLeavesNothingBeside) {
-  EXPECT_TRUE(ReplaceFileContent(path() / "machine.json", "{}", reason));
-  EXPECT_EQ(Read("machine.json"), "{}");
-  const std::string large(300000, 'x');
-  EXPECT_TRUE(ReplaceFileContent(path() / "machine.json", large, reason));
-  EXPECT_EQ(Read("machine.json"), large);
-  EXPECT_TRUE(ReplaceFileContent(path() / "machine.json", "", reason));
-  EXPECT_EQ(Read("machine.json"), "");
+  for (const std::string& content : {std::string("{}"), std::string(300000, 'x'), std::string()}) {
+    EXPECT_TRUE(ReplaceFileContent(path() / "machine.json", content, reason));
+    EXPECT_EQ(Read("machine.json"), content);
+  }
   EXPECT_THAT(Names(), ElementsAre("machine.json"));
 }
 

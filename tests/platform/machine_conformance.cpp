@@ -6,44 +6,8 @@
 
 #include "platform/com_ptr.h"
 #include "platform/text.h"
-#include "support/registry_story.h"
 
 namespace orv {
-
-MachineConformance::MachineConformance() : under_test_(GetParam().make()) {
-  registry().DeleteTree(RegRoot::CurrentUser, PathOf(L""));
-}
-
-MachineConformance::~MachineConformance() {
-  registry().DeleteTree(RegRoot::CurrentUser, PathOf(L""));
-}
-
-std::wstring MachineConformance::PathOf(const std::wstring& subkey) {
-  const std::wstring base = L"Software\\Orv Conformance";
-  return subkey.empty() ? base : base + L"\\" + subkey;
-}
-
-MachineConformance::KeyPointer MachineConformance::Create(const std::wstring& subkey,
-                                                          std::uint32_t access) {
-  KeyPointer key;
-  EXPECT_EQ(registry().CreateKey(RegRoot::CurrentUser, PathOf(subkey), access, key, nullptr),
-            kRegOk);
-  return key;
-}
-
-MachineConformance::KeyPointer MachineConformance::Open(const std::wstring& subkey,
-                                                        std::uint32_t access) {
-  KeyPointer key;
-  EXPECT_EQ(registry().OpenKey(RegRoot::CurrentUser, PathOf(subkey), access, key), kRegOk);
-  return key;
-}
-
-MachineConformance::Bytes MachineConformance::Get(RegistryKey& key, const std::wstring& name) {
-  std::uint32_t type = 0xBAD;
-  Bytes bytes = {0xBA, 0xD0};
-  EXPECT_EQ(ReadValue(key, name, type, bytes), kRegOk);
-  return bytes;
-}
 
 namespace {
 
@@ -71,7 +35,7 @@ TEST_P(MachineConformance, MissingKeysAndBadPathsAreRefused) {
   EXPECT_EQ(registry().OpenKey(RegRoot::CurrentUser, PathOf(L"absent"), kKeyRead, key),
             kRegNotFound);
   EXPECT_EQ(key, nullptr);
-  EXPECT_EQ(registry().DeleteTree(RegRoot::CurrentUser, PathOf(L"absent")), kRegNotFound);
+  EXPECT_EQ(Delete(L"absent"), kRegNotFound);
   EXPECT_NE(registry().OpenKey(RegRoot::CurrentUser, L"\\Software", kKeyRead, key), kRegOk);
 }
 
@@ -103,7 +67,7 @@ TEST_P(MachineConformance, ValuesOfEveryKindComeBackBitForBit) {
   }
   for (const auto& [name, bytes, type] : values) {
     std::uint32_t found = 0xBAD;
-    EXPECT_EQ(Get(*key, ToUpperAscii(name)), bytes);
+    EXPECT_EQ(GetBytes(*key, ToUpperAscii(name)), bytes);
     ASSERT_EQ(key->QueryValue(name, &found, nullptr, nullptr), kRegOk);
     EXPECT_EQ(found, type);
   }
@@ -117,7 +81,7 @@ TEST_P(MachineConformance, TextWithoutItsTerminatorGetsNone) {
     const Bytes memory = {0, 0, 'a', 0, 'b', 0, 0, 0};  // what happens to lie around the text
     for (const std::uint32_t size : {1U, 2U, 3U, 4U}) {
       ASSERT_EQ(key->SetValue(L"v", type, memory.data() + 2, size), kRegOk);
-      EXPECT_EQ(Get(*key, L"v"), Bytes(memory.begin() + 2, memory.begin() + 2 + size));
+      EXPECT_EQ(GetBytes(*key, L"v"), Bytes(memory.begin() + 2, memory.begin() + 2 + size));
     }
   }
 }
@@ -151,7 +115,7 @@ TEST_P(MachineConformance, EnumerationEndsAndDeletionTakesAway) {
   EXPECT_EQ(key->DeleteValue(L"B"), kRegOk);
   EXPECT_EQ(key->DeleteValue(L"B"), kRegNotFound);
   EXPECT_THAT(ValueNames(*key), UnorderedElementsAre(L"a", L"c"));
-  ASSERT_EQ(registry().DeleteTree(RegRoot::CurrentUser, PathOf(L"A")), kRegOk);
+  ASSERT_EQ(Delete(L"A"), kRegOk);
   EXPECT_THAT(SubKeyNames(*key), UnorderedElementsAre(L"b", L"c"));
   std::wstring name = L"poison";
   EXPECT_EQ(key->EnumValue(2, name), kRegNoMoreItems);
@@ -161,7 +125,7 @@ TEST_P(MachineConformance, EnumerationEndsAndDeletionTakesAway) {
 TEST_P(MachineConformance, AHandleOfADeletedKeyAnswersSo) {
   const KeyPointer key = Create(L"doomed\\inner");
   ASSERT_EQ(SetBytes(*key, L"v", {1}), kRegOk);
-  ASSERT_EQ(registry().DeleteTree(RegRoot::CurrentUser, PathOf(L"doomed")), kRegOk);
+  ASSERT_EQ(Delete(L"doomed"), kRegOk);
   std::uint32_t size = 0;
   EXPECT_EQ(key->QueryValue(L"v", nullptr, nullptr, &size), kRegKeyDeleted);
   EXPECT_EQ(SetBytes(*key, L"v", {2}), kRegKeyDeleted);
@@ -189,11 +153,11 @@ TEST_P(MachineConformance, OperationsNeedTheRightTheyWereOpenedWith) {
   EXPECT_EQ(set->QueryValue(L"v", nullptr, nullptr, &size), kRegAccessDenied);
   EXPECT_EQ(set->EnumValue(0, name), kRegAccessDenied);
   EXPECT_EQ(SetBytes(*set, L"v", {3}), kRegOk);
-  EXPECT_EQ(Get(*full, L"v"), Bytes{3});
+  EXPECT_EQ(GetBytes(*full, L"v"), Bytes{3});
 
   const KeyPointer duplicate = std::exchange(full, nullptr)->Duplicate();
   EXPECT_EQ(SetBytes(*duplicate, L"v", {7}), kRegOk) << "outlives the handle it came from";
-  EXPECT_EQ(Get(*duplicate, L"v"), Bytes{7});
+  EXPECT_EQ(GetBytes(*duplicate, L"v"), Bytes{7});
 }
 
 TEST_P(MachineConformance, AnArmedNotificationSignalsOnceForAChangeThroughAnotherHandle) {
@@ -246,7 +210,7 @@ TEST_P(MachineConformance, ClosingOrDeletingAWatchedKeySignals) {
   ASSERT_EQ(deleted->NotifyChange(false, kNotifyName, on_delete), kRegOk);
   closed.reset();
   EXPECT_TRUE(on_close.Wait(kSoon));
-  ASSERT_EQ(registry().DeleteTree(RegRoot::CurrentUser, PathOf(L"deleted")), kRegOk);
+  ASSERT_EQ(Delete(L"deleted"), kRegOk);
   EXPECT_EQ(on_delete.Wait(under_test_->deletion_signals() ? kSoon : kNotNow),
             under_test_->deletion_signals());
 }
@@ -268,7 +232,7 @@ TEST_P(MachineConformance, AnotherMachineOnTheSameStateSeesAndSignalsChanges) {
       kRegOk);
   ASSERT_EQ(SetBytes(*others_key, L"v", {5, 6}), kRegOk);
   EXPECT_TRUE(event.Wait(kSoon));
-  EXPECT_EQ(Get(*key, L"v"), (Bytes{5, 6}));
+  EXPECT_EQ(GetBytes(*key, L"v"), (Bytes{5, 6}));
   EXPECT_FALSE(elsewhere.Wait(kNotNow));
   ASSERT_EQ(other->registry().DeleteTree(RegRoot::CurrentUser, PathOf(L"shared")), kRegOk);
   EXPECT_EQ(SetBytes(*key, L"v", {7}), kRegKeyDeleted);

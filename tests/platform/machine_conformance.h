@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/machine.h"
+#include "support/registry_story.h"
 
 namespace orv {
 
@@ -40,18 +41,28 @@ class MachineConformance : public testing::TestWithParam<MachineKind> {
   using KeyPointer = std::unique_ptr<RegistryKey>;
   using Bytes = std::vector<std::uint8_t>;
 
-  MachineConformance();
-  ~MachineConformance() override;
+  MachineConformance() { Delete(L""); }
+  ~MachineConformance() override { Delete(L""); }
 
   Machine& machine() { return under_test_->machine(); }
   Registry& registry() { return machine().registry(); }
 
-  static std::wstring PathOf(const std::wstring& subkey);
-  KeyPointer Create(const std::wstring& subkey, std::uint32_t access = kFullAccess);
-  KeyPointer Open(const std::wstring& subkey, std::uint32_t access);
-  static Bytes Get(RegistryKey& key, const std::wstring& name);
+  static std::wstring PathOf(const std::wstring& subkey) {
+    return L"Software\\Orv Conformance" + (subkey.empty() ? subkey : L'\\' + subkey);
+  }
+  KeyPointer Create(const std::wstring& subkey) {
+    return MachineKey(machine(), PathOf(subkey), RegRoot::CurrentUser);
+  }
+  KeyPointer Open(const std::wstring& subkey, std::uint32_t access) {
+    KeyPointer key;
+    EXPECT_EQ(registry().OpenKey(RegRoot::CurrentUser, PathOf(subkey), access, key), kRegOk);
+    return key;
+  }
+  RegStatus Delete(const std::wstring& subkey) {
+    return registry().DeleteTree(RegRoot::CurrentUser, PathOf(subkey));
+  }
 
-  std::unique_ptr<MachineUnderTest> under_test_;
+  std::unique_ptr<MachineUnderTest> under_test_ = GetParam().make();
 };
 
 }  // namespace orv

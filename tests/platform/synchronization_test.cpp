@@ -67,33 +67,23 @@ TEST(Events, WaitAnyTellsTheFirstSignalledAndConsumesOnlyIt) {
   first.Set();
   EXPECT_EQ(WaitAny(events), 0U);
   EXPECT_TRUE(first.Wait(0ms));
-}
-
-TEST(Events, WaitAnyRefusesAnImpossibleList) {
-  Event event(Event::Kind::ManualReset);
-  event.Set();
-  const std::vector<Event*> nine(9, &event);
-  EXPECT_EQ(WaitAny(nine), std::nullopt);
+  EXPECT_EQ(WaitAny(std::vector<Event*>(9, &stop)), std::nullopt) << "more than it can wait for";
   EXPECT_EQ(WaitAny({}), std::nullopt);
 }
 
 TEST(Threads, KeepTheirExitCode) {
   Event go(Event::Kind::ManualReset);
-  std::uint32_t seen_id = 0;
   const auto thread = Thread::Start([&] {
     go.Wait(kDeadline);
     return 0xFFFFFFFFU;
   });
   ASSERT_TRUE(thread);
-  seen_id = thread->id();
-  EXPECT_NE(seen_id, 0U);
+  EXPECT_NE(thread->id(), 0U);
   EXPECT_FALSE(thread->IsCurrent());
   EXPECT_EQ(thread->ExitCode(), std::nullopt);
   EXPECT_FALSE(thread->Wait(0ms));
   go.Set();
   EXPECT_TRUE(thread->Wait(kDeadline));
-  EXPECT_TRUE(thread->Wait(0ms));
-  EXPECT_EQ(thread->ExitCode(), 0xFFFFFFFFU);
   EXPECT_TRUE(thread->Terminate(3));
   EXPECT_EQ(thread->ExitCode(), 0xFFFFFFFFU);
 }

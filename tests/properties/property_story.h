@@ -23,14 +23,13 @@ class Listener : public IORVPropertySetNotify {
   bool OnPropertyChanging(ORVPropertySet& set, const ORVPropertyEntry& entry) override {
     Note(changing_, entry);
     if (on_changing) on_changing(set, entry);
-    return answer;
+    return false;
   }
   std::vector<std::wstring> changed() const { return Copy(changed_); }
   std::vector<std::wstring> changing() const { return Copy(changing_); }
 
   std::function<void(ORVPropertySet&, const ORVPropertyEntry&)> on_changed;
   std::function<void(ORVPropertySet&, const ORVPropertyEntry&)> on_changing;
-  bool answer = false;
 
  private:
   void Note(std::vector<std::wstring>& notes, const ORVPropertyEntry& entry) {

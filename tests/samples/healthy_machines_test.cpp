@@ -15,10 +15,10 @@ using ::testing::ElementsAre;
 using ::testing::Ge;
 using ::testing::Le;
 
-// What a control application sees of a machine's endpoints, a line each.
-std::vector<std::string> Seen(const std::string& name) {
+// The endpoints of a machine with their products and current modes.
+std::vector<std::wstring> Seen(const std::string& name) {
   SampleMachine machine(name);
-  std::vector<std::string> seen;
+  std::vector<std::wstring> seen;
   for (const ORVAPOEndpointInfo& endpoint : machine.Endpoints()) {
     EXPECT_FALSE(endpoint.system_effects_disabled());
     EXPECT_NE(endpoint.stream_effect().guid, GUID_NULL);
@@ -30,47 +30,26 @@ std::vector<std::string> Seen(const std::string& name) {
     selector.GetCurrentMode(key);
     ORVAPOOperatingMode mode;
     EXPECT_TRUE(file.FindMode(key, mode)) << Utf8FromWide(key.GetModeName());
-    seen.push_back(Utf8FromWide(endpoint.description() + L": " + file.GetProductName() + L", " +
-                                std::to_wstring(file.GetModes().size()) + L" modes, " +
-                                key.GetModeName()) +
-                   ", headset " + Headset(endpoint));
+    seen.push_back(endpoint.description() + L": " + file.GetProductName() + L", " +
+                   key.GetModeName());
   }
   return seen;
 }
 
 TEST(HealthyMachines, ListTheirEndpoints) {
-  const char* const kDisplay =
-      "Display over HDMI: ORV Sound for Displays, 2 modes, ApoOpMode:Movie/HDMI, headset unknown";
+  const wchar_t kDisplay[] = L"Display over HDMI: ORV Sound for Displays, ApoOpMode:Movie/HDMI";
   EXPECT_THAT(
       Seen("skylake-laptop"),
-      ElementsAre("Internal Speakers: ORV Sound for Laptops, 7 modes, ApoOpMode:Movie/Internal, "
-                  "headset absent",
-                  "Headphones: ORV Sound for Laptops, 7 modes, ApoOpMode:Music/Internal, "
-                  "headset connected",
-                  kDisplay));
+      ElementsAre(L"Internal Speakers: ORV Sound for Laptops, ApoOpMode:Movie/Internal",
+                  L"Headphones: ORV Sound for Laptops, ApoOpMode:Music/Internal", kDisplay));
   EXPECT_THAT(
       Seen("broadwell-ultrabook"),
-      ElementsAre("Internal Speakers: ORV Sound for Ultrabooks, 6 modes, ApoOpMode:Voice/Internal, "
-                  "headset absent",
-                  "Headphones: ORV Sound for Ultrabooks, 6 modes, ApoOpMode:Movie/Internal, "
-                  "headset connected",
-                  kDisplay));
+      ElementsAre(L"Internal Speakers: ORV Sound for Ultrabooks, ApoOpMode:Voice/Internal",
+                  L"Headphones: ORV Sound for Ultrabooks, ApoOpMode:Movie/Internal", kDisplay));
   EXPECT_THAT(
       Seen("qualcomm-tablet"),
-      ElementsAre("Internal Speakers: ORV Sound for Tablets, 6 modes, ApoOpMode:Music/Internal, "
-                  "headset connected",
-                  "Headphones: ORV Sound for Tablets, 6 modes, ApoOpMode:Music/Internal, "
-                  "headset connected",
-                  kDisplay));
-}
-
-TEST(HealthyMachines, StoredSettingsOfAnEarlierConfigurationStillApply) {
-  SampleMachine machine("skylake-laptop");
-  auto values = machine.PublicValues(L"Internal Speakers", L"ApoOpMode:Movie/Internal");
-  EXPECT_EQ(values["VQ3D-Main Tech"], "VQ3D-PX3D");
-  EXPECT_EQ(values["VQ3D-GEQ 100Hz Gain"], "30");
-  EXPECT_EQ(values["VQ3D-Hard Limiter Delay Length"], "120") << "not stored: as configured";
-  EXPECT_FALSE(values.contains("VQ3D-Old Widening Level"));
+      ElementsAre(L"Internal Speakers: ORV Sound for Tablets, ApoOpMode:Music/Internal",
+                  L"Headphones: ORV Sound for Tablets, ApoOpMode:Music/Internal", kDisplay));
 }
 
 // Every configuration file of a machine, with the plain modes and those for the DSP.

@@ -3,17 +3,13 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <filesystem>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "api/headset_detection.h"
 #include "config/configuration_file.h"
 #include "endpoints/endpoint_tools.h"
-#include "endpoints/settings.h"
 #include "platform/simulated/simulated_machine.h"
 #include "platform/text.h"
 #include "support/temporary_folder.h"
@@ -22,14 +18,10 @@ namespace orv {
 
 inline constexpr wchar_t kTechnologyFolder[] = L"C:\\Windows\\System32\\";
 
-inline std::filesystem::path SampleFolder(const std::string& name) {
-  return std::filesystem::path(ORV_SAMPLE_MACHINES) / name;
-}
-
 class SampleMachine {
  public:
   explicit SampleMachine(const std::string& name) {
-    std::filesystem::copy(SampleFolder(name), folder_.path(),
+    std::filesystem::copy(std::filesystem::path(ORV_SAMPLE_MACHINES) / name, folder_.path(),
                           std::filesystem::copy_options::recursive);
     const auto system_folder = folder_.path() / "drive_c" / "Windows" / "System32";
     std::filesystem::create_directories(system_folder);
@@ -45,31 +37,6 @@ class SampleMachine {
     std::vector<ORVAPOEndpointInfo> endpoints;
     ORVAPOEndpointTools(*machine_).EnumerateEndpoints(endpoints);
     return endpoints;
-  }
-  ORVAPOEndpointInfo Endpoint(const std::wstring& description) {
-    for (ORVAPOEndpointInfo& endpoint : Endpoints())
-      if (endpoint.description() == description) return endpoint;
-    ADD_FAILURE() << "no endpoint " << Utf8FromWide(description);
-    return ORVAPOEndpointInfo(*machine_);
-  }
-
-  // The public values of one of an endpoint's modes as its settings give them.
-  std::map<std::string, std::string> PublicValues(const std::wstring& description,
-                                                  const std::wstring& mode_name) {
-    const ORVAPOEndpointInfo endpoint = Endpoint(description);
-    ORVAPOConfigurationFile file(*machine_);
-    EXPECT_EQ(file.Load(endpoint.config_file(), 0, 0), kConfigLoaded);
-    std::map<std::string, std::string> values;
-    for (const auto& mode : file.GetModes()) {
-      if (mode->GetModeKey().GetModeName() != mode_name) continue;
-      ORVAPOPublicSettings settings(*machine_);
-      EXPECT_TRUE(settings.Init(endpoint, *mode));
-      ORVQVTValueList list;
-      EXPECT_TRUE(settings.ReadControls(list, true));
-      for (const auto& [name, value] : list) values[name] = value.ToString();
-      EXPECT_EQ(values.size(), mode->GetPublicControls().Count());
-    }
-    return values;
   }
 
   // Paths on the machine of every configuration file.
@@ -90,15 +57,5 @@ class SampleMachine {
   TemporaryFolder folder_;
   std::unique_ptr<SimulatedMachine> machine_;
 };
-
-// "connected", "absent" or "unknown"
-inline std::string Headset(const ORVAPOEndpointInfo& endpoint) {
-  for (HeadsetDetection& detection : MakeHeadsetDetectors()) {
-    LONG connected = -1;
-    if (detection.check(endpoint, connected, detection))
-      return connected != 0 ? "connected" : "absent";
-  }
-  return "unknown";
-}
 
 }  // namespace orv

@@ -78,9 +78,6 @@ TEST(ControlValue, WideTextIsNeverHeld) {
 }
 
 TEST(ControlValue, NamesAndTextsMakeValuesEqual) {
-  const ORVQVTValue unnamed;
-  EXPECT_EQ(unnamed.GetName(), "Unnamed");
-  EXPECT_EQ(unnamed.ToString(), "0");
   EXPECT_TRUE(ORVQVTValue("x", 1).Equals(Text("1")));
   EXPECT_FALSE(ORVQVTValue("y", 1).Equals(Text("1")));
   EXPECT_EQ(ORVQVTValue("ZAPO3-Process Enable", 1).GetBaseName(), "ZAPO3-Process Enable");

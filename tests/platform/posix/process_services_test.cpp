@@ -134,34 +134,23 @@ TEST(ThreadStart, LeavesTheHostsSignalsToTheHost) {
   EXPECT_EQ(::sigismember(&after, SIGINT), ::sigismember(&own, SIGINT));
 }
 
-// The module that CMake built beside this program.
-std::filesystem::path SampleModule() {
-  return std::filesystem::read_symlink("/proc/self/exe").parent_path() / ORV_SAMPLE_MODULE;
-}
-
-TEST(ModulePath, ProgramAndModuleLieOnDriveZ) {
-  std::wstring program =
-      L"Z:" + WideFromUtf8(std::filesystem::read_symlink("/proc/self/exe").string());
-  for (wchar_t& unit : program)
+TEST(Module, IsLoadedTellsWhereItLiesAndIsGivenBack) {
+  const auto program = std::filesystem::read_symlink("/proc/self/exe");
+  std::wstring path = L"Z:" + program.wstring();
+  for (wchar_t& unit : path)
     if (unit == L'/') unit = L'\\';
-  EXPECT_EQ(HostProgramPath(), program);
-  EXPECT_EQ(OwnModulePath(), program);
+  EXPECT_EQ(HostProgramPath(), path);
+  EXPECT_EQ(OwnModulePath(), path);
 
-  DynamicLibrary module;
-  ASSERT_TRUE(module.Load(SampleModule().string()));
-  const auto ask = reinterpret_cast<const wchar_t* (*)()>(module.Find("OwnPath"));
-  ASSERT_NE(ask, nullptr);
-  EXPECT_EQ(ask(), RemoveLastPathElement(program) + L'\\' + WideFromUtf8(ORV_SAMPLE_MODULE));
-}
-
-TEST(Module, LoadsAndIsGivenBack) {
   DynamicLibrary module;
   EXPECT_EQ(module.Find("OwnPath"), nullptr);
-  ASSERT_TRUE(module.Load(SampleModule().string()));
+  ASSERT_TRUE(module.Load((program.parent_path() / ORV_SAMPLE_MODULE).string()));
   EXPECT_EQ(module.Find("NoSuchSymbol"), nullptr);
   DynamicLibrary other(std::move(module));
   EXPECT_FALSE(module.loaded());
-  EXPECT_NE(other.Find("OwnPath"), nullptr);
+  const auto ask = reinterpret_cast<const wchar_t* (*)()>(other.Find("OwnPath"));
+  ASSERT_NE(ask, nullptr);
+  EXPECT_EQ(ask(), RemoveLastPathElement(path) + L'\\' + WideFromUtf8(ORV_SAMPLE_MODULE));
   module = std::move(other);
   EXPECT_TRUE(module.loaded());
   EXPECT_FALSE(module.Load("/proc/self/cmdline"));

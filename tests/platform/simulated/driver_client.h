@@ -8,8 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/com_ptr.h"
-#include "platform/device_topology.h"
+#include "intel_dsp/skylake/topology_walk.h"
 #include "platform/guid_text.h"
 #include "platform/simulated/machine_file.h"
 #include "platform/simulated/simulated_machine.h"
@@ -81,30 +80,22 @@ inline Bytes LongRequest(std::uint32_t property, std::uint32_t flags, std::uint3
   return Wire().Block(ModuleRequest(property, flags)).Word(parameter).Byte(apply);
 }
 
-// The wave filter behind an endpoint, once a walk has found it.
+// The wave filter behind an endpoint.
 class SkylakeClient {
  public:
   explicit SkylakeClient(Machine& machine) {
     EXPECT_EQ(machine.CreateDeviceEnumerator(devices_.Put()), S_OK);
   }
 
-  // From the endpoint against the stream to the host connector; selects on the way what it came
-  // from unless told otherwise.
-  HRESULT Walk(const wchar_t* endpoint, bool select = true) {
+  HRESULT Walk(const wchar_t* endpoint) {
     ComPtr<IMMDevice> device;
-    ComPtr<IDeviceTopology> topology;
-    ComPtr<IConnector> connector;
+    WaveFilter filter;
     HRESULT result = devices_->GetDevice(endpoint, device.Put());
-    if (result == S_OK)
-      result = device->Activate(IID_IDeviceTopology, CLSCTX_ALL, nullptr, topology.PutVoid());
-    if (result == S_OK) result = topology->GetConnector(0, connector.Put());
-    BOOL connected = TRUE;
-    while (result == S_OK && (result = connector->IsConnected(&connected)) == S_OK && connected) {
-      ComPtr<IConnector> other;
-      result = connector->GetConnectedTo(other.Put());
-      if (result == S_OK) result = Upstream(other.As<IPart>(), select, connector);
-    }
-    return result == S_OK ? OpenFilter(connector.As<IPart>()) : result;
+    if (result == S_OK) result = TopologyWalk(*devices_).FindWaveFilter(*device, filter);
+    if (result == S_OK) result = devices_->GetDevice(filter.device_id.c_str(), device.Put());
+    return result != S_OK
+               ? result
+               : device->Activate(IID_IKsControl, CLSCTX_ALL, nullptr, control.PutVoid());
   }
 
   HRESULT Ask(const Bytes& request, Bytes& data) {
@@ -131,53 +122,10 @@ class SkylakeClient {
   }
 
   ComPtr<IKsControl> control;
-  std::uint32_t node = 0;
-  std::vector<ComPtr<IPart>> passed;
   HRESULT status = 0;
   ULONG answered = 0;
 
  private:
-  HRESULT Upstream(ComPtr<IPart> part, bool select, ComPtr<IConnector>& last) {
-    for (;;) {
-      ComPtr<IPartsList> list;
-      passed.push_back(part);
-      const HRESULT ended = part->EnumPartsIncoming(list.Put());
-      if (ended == orv_apo::kNotFound) break;
-      ComPtr<IPart> next;
-      if (ended != S_OK) return ended;
-      const HRESULT found = list->GetPart(0, next.Put());
-      if (found != S_OK) return found;
-      if (select) Select(*next, *part);
-      part = next;
-    }
-    last = part.As<IConnector>();
-    return last ? S_OK : E_NOINTERFACE;
-  }
-  static void Select(IPart& part, IPart& arrived_from) {
-    UINT id = 0;
-    ComPtr<IAudioInputSelector> input;
-    ComPtr<IAudioOutputSelector> output;
-    arrived_from.GetLocalId(&id);
-    part.Activate(CLSCTX_ALL, IID_IAudioInputSelector, input.PutVoid());
-    part.Activate(CLSCTX_ALL, IID_IAudioOutputSelector, output.PutVoid());
-    EXPECT_TRUE(!input || input->SetSelection(id, nullptr) == S_OK);
-    EXPECT_TRUE(!output || output->SetSelection(id, nullptr) == S_OK);
-  }
-  HRESULT OpenFilter(const ComPtr<IPart>& host) {
-    ComPtr<IDeviceTopology> topology;
-    ComPtr<IMMDevice> filter;
-    LPWSTR id = nullptr;
-    HRESULT result = host->GetTopologyObject(topology.Put());
-    if (result == S_OK) result = host->GetLocalId(&node);
-    if (result == S_OK) result = topology->GetDeviceId(&id);
-    if (result == S_OK) result = devices_->GetDevice(id, filter.Put());
-    CoTaskMemFree(id);
-    node &= 0xFFFF;
-    return result != S_OK
-               ? result
-               : filter->Activate(IID_IKsControl, CLSCTX_ALL, nullptr, control.PutVoid());
-  }
-
   ComPtr<IMMDeviceEnumerator> devices_;
 };
 

@@ -1,22 +1,15 @@
 #include "platform/simulated/machine_file.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace orv {
 namespace {
 
 using testing::HasSubstr;
 
-MachineDescription Parse(std::string_view text) {
-  FileError error;
-  const auto description = ParseMachineFile(text, error);
-  EXPECT_TRUE(description) << error.Text();
-  return description.value_or(MachineDescription());
-}
-
 TEST(MachineFile, AFullDescriptionIsRead) {
-  const MachineDescription machine = Parse(R"({
+  FileError error;
+  const auto parsed = ParseMachineFile(R"({
     // everything there is
     "endpoints": [
       {"id": "{0.0.0.00000000}.{A}", "state": "unplugged", "flow": "render", "form_factor": "hdmi",
@@ -37,26 +30,27 @@ TEST(MachineFile, AFullDescriptionIsRead) {
     ],
     "drivers": {"qualcomm": {}}, "events": ["Local\\Changed"],
     "playback": []
-  })");
+  })",
+                                       error);
+  ASSERT_TRUE(parsed) << error.Text();
+  const MachineDescription& machine = *parsed;
   ASSERT_EQ(machine.endpoints.size(), 2U);
   const SimulatedEndpoint& first = machine.endpoints[0];
-  EXPECT_EQ(first.state, DEVICE_STATE_UNPLUGGED);
-  EXPECT_EQ(first.form_factor, 9U);
-  EXPECT_TRUE(first.is_default);
+  const SimulatedEndpoint& second = machine.endpoints[1];
+  EXPECT_EQ(std::tuple(first.state, first.flow, first.form_factor, first.is_default),
+            std::tuple(DEVICE_STATE_UNPLUGGED, eRender, 9U, true));
+  EXPECT_EQ(std::tuple(second.state, second.flow, second.form_factor, second.is_default),
+            std::tuple(DEVICE_STATE_DISABLED, eCapture, 3U, false));
   ASSERT_EQ(first.properties.size(), 3U);
   EXPECT_EQ(first.properties[0].blob, (std::vector<std::uint8_t>{0, 0xFF, 0x1A}));
   EXPECT_EQ(first.properties[0].key.fmtid.Data1, 0x1DA5D803U);
   EXPECT_EQ(first.properties[1].text, L"HDAUDIO\\FUNC_01");
   EXPECT_EQ(first.properties[2].key.pid, 0xFFFFFFFFU);
   EXPECT_EQ(first.properties[2].type, VT_UI4);
-  EXPECT_EQ(machine.endpoints[1].state, DEVICE_STATE_DISABLED);
-  EXPECT_EQ(machine.endpoints[1].flow, eCapture);
-  EXPECT_EQ(machine.program_data, L"D:\\Data");
-  EXPECT_EQ(machine.program_files, std::nullopt);
-  EXPECT_EQ(machine.system_directory, std::nullopt);
-  EXPECT_EQ(machine.version_major, 6U);
-  EXPECT_EQ(machine.version_minor, 1U);
-  EXPECT_TRUE(machine.is_32bit_process);
+  EXPECT_EQ(std::tuple(machine.program_data, machine.program_files, machine.system_directory),
+            std::tuple(L"D:\\Data", std::nullopt, std::nullopt));
+  EXPECT_EQ(std::tuple(machine.version_major, machine.version_minor, machine.is_32bit_process),
+            std::tuple(6U, 1U, true));
   ASSERT_EQ(machine.faults.size(), 2U);
   EXPECT_EQ(machine.faults[0].nth, 3U);
   EXPECT_EQ(machine.faults[1].nth, std::nullopt);
@@ -66,9 +60,18 @@ TEST(MachineFile, AFullDescriptionIsRead) {
   EXPECT_EQ(machine.playback_json, std::string(20, '\n') + "[]");
 }
 
+// An endpoint with one property of that value, and a Broadwell driver with one rule.
+std::string Property(const std::string& value) {
+  return R"({"endpoints": [{"id": "a", "properties": {"{1DA5D803-D492-4EDD-8C23-E0C0FFEE7F0E},0": )" +
+         value + "}}]}";
+}
+std::string Rule(const std::string& rule) {
+  return "{\"drivers\": {\"broadwell\": {\"misbehaviour\": [\n" + rule + "]}}}";
+}
+
 TEST(MachineFile, RefusalsNameTheLineTheFieldAndTheNearestName) {
   const struct {
-    const char* text;
+    std::string text;
     int line;
     const char* reason;
   } cases[] = {
@@ -85,12 +88,8 @@ TEST(MachineFile, RefusalsNameTheLineTheFieldAndTheNearestName) {
       {"{\"endpoints\": [{\"id\": \"a\", \"state\": true}]}", 1, "a number or a state's name"},
       {"{\"endpoints\": [{\"id\": \"a\", \"properties\": {\n\"{1},2\": 1}}]}", 2,
        "properties: \"{1},2\" is no property key"},
-      {"{\"endpoints\": [{\"id\": \"a\", \"properties\": {"
-       "\"{1DA5D803-D492-4EDD-8C23-E0C0FFEE7F0E},0\": -1}}]}",
-       1, "expected text, a number from 0"},
-      {"{\"endpoints\": [{\"id\": \"a\", \"properties\": {"
-       "\"{1DA5D803-D492-4EDD-8C23-E0C0FFEE7F0E},0\": {\"blob\": \"0g\"}}}]}",
-       1, "blob: expected pairs of hexadecimal digits"},
+      {Property("-1"), 1, "expected text, a number from 0"},
+      {Property("{\"blob\": \"0g\"}"), 1, "blob: expected pairs of hexadecimal digits"},
       {"{\"known_folders\": {\"program_data\": 1}}", 1, "expected a path in quotation marks"},
       {"{\"version\": \"10\"}", 1, "expected a version like"},
       {"{\"process_32bit\": 1}", 1, "expected true or false"},
@@ -100,6 +99,20 @@ TEST(MachineFile, RefusalsNameTheLineTheFieldAndTheNearestName) {
        "a call's number from 1 or \"always\""},
       {"{\"faults\": [{\"operation\": \"store.count\", \"nth\": 1, \"status\": \"0x1x\"}]}", 1,
        "expected a 32-bit number"},
+      {"{\"events\": [1]}", 1, "events[0]: expected text"},
+      {"{\"drivers\": {\"skylake\": {\"endpoints\": [\n{\"id\": \"x\"}]}}}", 2,
+       "endpoints[0].id: no endpoint of this machine"},
+      {"{\"drivers\": {\"broadwell\": {\"features\": 256}}}", 1, "a number from 0 to 255"},
+      {"{\"drivers\": {\"broadwell\": {\"module\": {\"name\": \"" + std::string(64, 'x') + "\"}}}}",
+       1, "longer than 63 bytes"},
+      {Rule("{\"kind\": \"refus\"}"), 2, "the nearest is \"refuse\""},
+      {Rule("{\"kind\": \"late\"}"), 2, "the key \"delay_ms\" is missing"},
+      {Rule("{\"kind\": \"late\", \"delay_ms\": 10001}"), 2, "0 to 10000"},
+      {Rule("{\"kind\": \"refuse\", \"size\": 1}"), 2, "no key \"size\""},
+      {Rule("{\"kind\": \"refuse\", \"request\": \"parametre\"}"), 2, "\"parameter\""},
+      {Rule("{\"kind\": \"stale\", \"direction\": \"set\"}"), 2, "only what is read"},
+      {"{\"drivers\": {\"qualcomm\": {\"misbehaviour\": [{\"kind\": \"stale\"}]}}}", 1,
+       "misbehaviour[0].kind: this driver answers nothing"},
   };
   for (const auto& refused : cases) {
     FileError error;

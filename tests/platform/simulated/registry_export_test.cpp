@@ -34,26 +34,25 @@ std::string Utf16(std::string_view ascii) {
 }
 
 TEST(RegistryExport, KeysValuesAndDeletionsAreReadInTheirOrder) {
-  const RegistryExport content = Decode(kHeader +
-                                        "; comment\r\n"
-                                        "\r\n"
-                                        "  [HKLM\\Software\\\\A b]  \r\n"
-                                        "@=\"default\"  ; why\r\n"
-                                        "\"gone\"=-\r\n"
-                                        "[-hkcu\\Old]\r\n"
-                                        "[HKEY_USERS\\S-1-5\\x]y]\r\n"
-                                        "[hkey_Performance_Data]\r\n");
-  ASSERT_EQ(content.keys.size(), 4U);
-  EXPECT_EQ(content.keys[0].path, L"HKEY_LOCAL_MACHINE\\Software\\A b");
+  const RegistryExport content = Decode(kHeader + R"(; comment
+
+  [HKLM\Software\\A b]
+@="default"  ; why
+"gone"=-
+[-hkcu\Old]
+[HKEY_USERS\S-1-5\x]y]
+[hkey_Performance_Data]
+)");
+  EXPECT_THAT(content.keys,
+              testing::ElementsAre(ExportedKey{L"HKEY_LOCAL_MACHINE\\Software\\A b",
+                                               false,
+                                               4,
+                                               {{L"", false, kRegSz, RegistryTextBytes(L"default")},
+                                                {L"gone", true, kRegNone, {}}}},
+                                   ExportedKey{L"HKEY_CURRENT_USER\\Old", true, 7, {}},
+                                   ExportedKey{L"HKEY_USERS\\S-1-5\\x]y", false, 8, {}},
+                                   ExportedKey{L"hkey_Performance_Data", false, 9, {}}));
   EXPECT_EQ(content.keys[0].line, 4);
-  ASSERT_EQ(content.keys[0].values.size(), 2U);
-  EXPECT_EQ(content.keys[0].values[0].name, L"");
-  EXPECT_EQ(content.keys[0].values[0].bytes, RegistryTextBytes(L"default"));
-  EXPECT_TRUE(content.keys[0].values[1].deleted);
-  EXPECT_EQ(content.keys[1].path, L"HKEY_CURRENT_USER\\Old");
-  EXPECT_TRUE(content.keys[1].deleted);
-  EXPECT_EQ(content.keys[2].path, L"HKEY_USERS\\S-1-5\\x]y");
-  EXPECT_EQ(content.keys[3].path, L"hkey_Performance_Data");
 }
 
 TEST(RegistryExport, ValuesOfEveryKindAreReadBitForBit) {
@@ -65,19 +64,16 @@ TEST(RegistryExport, ValuesOfEveryKindAreReadBitForBit) {
       "\t0B ; end\r\n"
       "\"none\"=hex(0):\r\n"
       "\"own\"=hex(ffff0012):00\r\n");
-  ASSERT_EQ(values.size(), 5U);
-  EXPECT_EQ(values[0].name, L"a \"b\" \\");
-  EXPECT_EQ(values[0].bytes, RegistryTextBytes(L"\\\""));
-  EXPECT_EQ(values[1].bytes, (Bytes{0x2B, 0x1A, 0, 0}));
-  EXPECT_EQ(values[2].type, kRegBinary);
-  EXPECT_EQ(values[2].bytes, (Bytes{1, 2, 0xFF, 0x0A, 0x0B}));
-  EXPECT_EQ(values[3].type, kRegNone);
-  EXPECT_EQ(values[3].bytes, Bytes{});
-  EXPECT_EQ(values[4].type, 0xFFFF0012U);
+  EXPECT_THAT(values, testing::ElementsAre(
+                          ExportedValue{L"a \"b\" \\", false, kRegSz, RegistryTextBytes(L"\\\"")},
+                          ExportedValue{L"d", false, kRegDword, {0x2B, 0x1A, 0, 0}},
+                          ExportedValue{L"x", false, kRegBinary, {1, 2, 0xFF, 0x0A, 0x0B}},
+                          ExportedValue{L"none", false, kRegNone, {}},
+                          ExportedValue{L"own", false, 0xFFFF0012, {0}}));
 }
 
 TEST(RegistryExport, EveryEncodingGivesTheSameText) {
-  const std::string text = kHeader + "[HKLM\\K]\r\n\"v\"=\"x\"\r\n";
+  const std::string text = kHeader + "[HKLM\\K]  \r\n\"v\"=\"x\"\r\n";
   const auto plain = Decode(text);
   EXPECT_EQ(Decode("\xEF\xBB\xBF" + text).keys, plain.keys);
   EXPECT_EQ(Decode(Utf16(text)).keys, plain.keys);

@@ -87,12 +87,8 @@ TEST(RegistryFailure, LackOfMemoryLeavesKeysAndValuesAsTheyWere) {
                                       created, nullptr);
       },
       [&](std::size_t nth) {
-        const auto has = [&](const std::wstring& path) {
-          std::unique_ptr<RegistryKey> found;
-          return machine->registry().OpenKey(RegRoot::LocalMachine, path, kKeyRead, found) ==
-                 kRegOk;
-        };
-        EXPECT_EQ(has(L"K\\First"), has(L"K\\First\\Second\\Third")) << nth << ": made by halves";
+        EXPECT_EQ(HasKey(*machine, L"K\\First"), HasKey(*machine, L"K\\First\\Second\\Third"))
+            << nth << ": made by halves";
       });
 }
 

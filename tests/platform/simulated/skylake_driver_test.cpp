@@ -1,6 +1,4 @@
 // The Skylake driver of a simulated machine: strict towards its clients, and unreliable on demand.
-#include <functional>
-
 #include "platform/simulated/driver_client.h"
 #include "platform/simulated/drivers/block_format.h"
 #include "platform/simulated/machine_folder.h"
@@ -16,22 +14,19 @@ constexpr wchar_t kDisplay[] = L"{0.0.0.00000000}.{B}";
 constexpr wchar_t kEventName[] = L"Global\\Changed";
 constexpr HRESULT kInvalid = E_INVALIDARG;
 constexpr HRESULT kNotReady = static_cast<HRESULT>(0x80070015);
+constexpr HRESULT kNotFound = static_cast<HRESULT>(0x80070490);
 constexpr HRESULT kSetNotFound = static_cast<HRESULT>(0x80070492);
 constexpr HRESULT kMoreData = static_cast<HRESULT>(0x800700EA);
 constexpr std::uint32_t kTone = 0x10014408;
 constexpr std::uint32_t kVolume = 0x1001440A;
 
 std::string MachineText(const std::string& misbehaviour = "") {
-  return R"({"endpoints": [{"id": "{0.0.0.00000000}.{A}"}, {"id": "{0.0.0.00000000}.{B}"},
-             {"id": "{0.0.0.00000000}.{C}"}],
+  return R"({"endpoints": [{"id": "{0.0.0.00000000}.{A}"}, {"id": "{0.0.0.00000000}.{B}"}],
              "events": ["Global\\Changed"],
              "drivers": {"skylake": {
-               "endpoints": [{"id": "{0.0.0.00000000}.{A}", "offload_pin": 7},
+               "endpoints": [{"id": "{0.0.0.00000000}.{A}"},
                              {"id": "{0.0.0.00000000}.{B}", "module": false}],
-               "features": 5, "revision": 2, "module": {"name": "Ours", "version": "3.1"},
-               "other_modules": [{"id": "{5F6B1C3E-90A4-4D27-8B1E-C7D2A90F4E61}", "type": "efx",
-                                  "name": "Other", "version": "1"}],
-               "misbehaviour": [)" +
+               "features": 5, "revision": 2, "misbehaviour": [)" +
          misbehaviour + "]}}}";
 }
 
@@ -47,85 +42,21 @@ class SkylakeDriver : public testing::Test {
 };
 
 TEST_F(SkylakeDriver, OnlyTheWayOverBothSelectorsReachesTheModule) {
-  machine_ = SimulatedMachine::InMemory(Describe(MachineText()));
-  SkylakeClient client(*machine_);
-  ASSERT_EQ(client.Walk(kSpeakers, false), S_OK);
-  EXPECT_EQ(client.passed.size(), 9U);
-  EXPECT_EQ(client.node, 9U);
   Bytes version(5);
-  EXPECT_EQ(client.Ask(Header(0, 1), version), kNotReady);
-  EXPECT_THAT(LastRefusal(*machine_), HasSubstr("selector 0x10002"));
-  ComPtr<IAudioOutputSelector> selector;
-  ASSERT_EQ(client.passed[2]->Activate(CLSCTX_ALL, IID_IAudioOutputSelector, selector.PutVoid()),
-            S_OK);
-  UINT selected = 0;
-  EXPECT_EQ(selector->GetSelection(&selected), S_OK);
-  EXPECT_EQ(selector->SetSelection(0x10001, nullptr), kInvalid) << "no neighbour";
-  EXPECT_EQ(selector->SetSelection(0x10004, nullptr), S_OK);
-  EXPECT_EQ(client.Ask(Header(0, 1), version), kNotReady);
-  EXPECT_THAT(LastRefusal(*machine_), HasSubstr("selector 0x10001"));
-  ASSERT_EQ(client.Walk(kSpeakers), S_OK);
-  EXPECT_EQ(client.Ask(Header(0, 1), version), S_OK);
-}
-
-TEST_F(SkylakeDriver, OtherEndpointsHaveNoModuleOrNoTopology) {
-  machine_ = SimulatedMachine::InMemory(Describe(MachineText()));
-  SkylakeClient client(*machine_);
-  ASSERT_EQ(client.Walk(kDisplay), S_OK);
-  Bytes version(5);
-  EXPECT_EQ(client.Ask(Header(0, 1), version), kSetNotFound);
-  EXPECT_EQ(client.Walk(L"{0.0.0.00000000}.{C}"), E_NOINTERFACE);
-}
-
-TEST_F(SkylakeDriver, EveryStepOfTheWalkCanFail) {
-  Start();
-  for (const char* step :
-       {"topology.connector", "topology.is_connected", "topology.connected_to",
-        "topology.enum_parts", "topology.part", "topology.topology_object", "topology.local_id",
-        "topology.device_id", "devices.get_device", "device.activate"}) {
-    machine_->faults().FailNth(step, 1, E_UNEXPECTED);
-    const HRESULT status = SkylakeClient(*machine_).Walk(kSpeakers, false);
-    EXPECT_EQ(status, E_UNEXPECTED) << step;
+  for (const auto& [forgotten, reason] :
+       {std::pair(1U, "selector 0x10002"), std::pair(2U, "selector 0x10001")}) {
+    machine_ = SimulatedMachine::InMemory(Describe(MachineText()));
+    machine_->faults().FailNth("topology.set_selection", forgotten, E_FAIL);
+    SkylakeClient client(*machine_);
+    ASSERT_EQ(client.Walk(kSpeakers), S_OK);
+    EXPECT_EQ(client.Ask(Header(0, 1), version), kNotReady);
+    EXPECT_THAT(LastRefusal(*machine_), HasSubstr(reason));
   }
-  machine_->faults().FailNth("ks.property", 1, E_UNEXPECTED);
-  EXPECT_EQ(client_->Send(Header(0, 1)), E_UNEXPECTED);
-  machine_->faults().FailAlways("drivers.save", 1);
-  EXPECT_LT(client_->SetBlock(kTone, Bytes(12)), 0);
-  EXPECT_THAT(machine_->ReceivedRecords(), IsEmpty());
-}
-
-TEST_F(SkylakeDriver, VersionModulesStatusAndPinAreAnswered) {
   Start();
-  Bytes answer(5);
-  EXPECT_EQ(client_->Ask(Header(0, 1), answer), S_OK);
-  EXPECT_EQ(answer, Bytes(Wire().Byte(1).Byte(5).Zeros(2).Byte(2)));
-  const Bytes list_request = Header(1, 1).Guid(kModuleInterface);
-  EXPECT_EQ(client_->Send(list_request), kMoreData);
-  ASSERT_EQ(client_->answered, 8U + 2 * 148);
-  Bytes list(client_->answered);
-  EXPECT_EQ(client_->Ask(list_request, list), S_OK);
-  EXPECT_EQ(WordAt(list, 0), list.size());
-  EXPECT_EQ(WordAt(list, 4), 2U);
-  EXPECT_EQ(Bytes(list.begin() + 156, list.begin() + 176), Bytes(Wire().Word(1).Guid(kModuleId)));
-  EXPECT_STREQ(reinterpret_cast<const char*>(list.data()) + 176, "Ours");
-  EXPECT_STREQ(reinterpret_cast<const char*>(list.data()) + 240, "3.1");
-  Bytes one(1);
-  EXPECT_EQ(client_->Send(LongRequest(2, 2), Bytes(1)), S_OK);
-  one[0] = std::byte{0xDD};
-  EXPECT_EQ(client_->Ask(LongRequest(2, 1), one), S_OK);
-  EXPECT_EQ(one[0], std::byte{0});
-  EXPECT_EQ(client_->Ask(ModuleRequest(6, 1), one), S_OK);
-  EXPECT_EQ(one[0], std::byte{1});
-  Bytes pins(12);
-  EXPECT_EQ(client_->Ask(Wire()
-                             .Guid(L"{3A2F82DC-886F-4BAA-9EB4-082B9025C536}")
-                             .Word(6)
-                             .Word(0x10000001)
-                             .Word(9)
-                             .Word(0),
-                         pins),
-            S_OK);
-  EXPECT_EQ(WordAt(pins, 4), 7U);  // after the host pin
+  EXPECT_EQ(client_->Ask(Header(0, 1), version), S_OK);
+  EXPECT_EQ(version, Bytes(Wire().Byte(1).Byte(5).Zeros(2).Byte(2)));
+  ASSERT_EQ(client_->Walk(kDisplay), S_OK);
+  EXPECT_EQ(client_->Ask(Header(0, 1), version), kSetNotFound) << "a filter without the module";
 }
 
 TEST_F(SkylakeDriver, AnyWrongByteOfARequestIsRefusedWithItsReason) {
@@ -133,36 +64,31 @@ TEST_F(SkylakeDriver, AnyWrongByteOfARequestIsRefusedWithItsReason) {
   const Bytes good = LongRequest(3, 2, kTone, 1);
   const Bytes data = Wire().Word(12).Zeros(12);
   ASSERT_EQ(client_->Send(good, data), S_OK);
-  const struct {
-    std::size_t offset;
-    std::uint32_t word;
-    const char* reason;
-    HRESULT status = kInvalid;
-  } cases[] = {{0, 1, "no property set", kSetNotFound},
-               {16, 7, "property 7", static_cast<HRESULT>(0x80070490)},
-               {16, 1, "bytes instead of 48"},
-               {16, 4, "bytes instead of 68"},
-               {16, 6, "bytes instead of 68"},
-               {16, 2, "a parameter identifier where none"},
-               {20, 3, "flags 0x3"},
-               {20, 0x10000002, "flags 0x10000002"},
-               {24, 8, "node 8 instead of 9"},
-               {28, 1, "the reserved word"},
-               {32, 0, "not the post-processing interface"},
-               {48, 0, "type word 0"},
-               {52, 0, "not the module's identifier"},
-               {68, 0x10014400, "no such parameter", static_cast<HRESULT>(0x80070490)}};
-  for (const auto& wrong : cases) {
+  const auto spoiled = [&good](std::size_t offset, std::uint32_t word) {
     Bytes request = good;
-    Put(request, wrong.offset, wrong.word);
-    EXPECT_EQ(client_->Send(request, data), wrong.status) << wrong.reason;
-    EXPECT_THAT(LastRefusal(*machine_), HasSubstr(wrong.reason));
-  }
+    Put(request, offset, word);
+    return request;
+  };
   const struct {
     Bytes request;
     Bytes data;
     const char* reason;
-  } others[] = {
+    HRESULT status = kInvalid;
+  } cases[] = {
+      {spoiled(0, 1), data, "no property set", kSetNotFound},
+      {spoiled(16, 7), data, "property 7", kNotFound},
+      {spoiled(16, 1), data, "bytes instead of 48"},
+      {spoiled(16, 4), data, "bytes instead of 68"},
+      {spoiled(16, 6), data, "bytes instead of 68"},
+      {spoiled(16, 2), data, "a parameter identifier where none"},
+      {spoiled(20, 3), data, "flags 0x3"},
+      {spoiled(20, 0x10000002), data, "flags 0x10000002"},
+      {spoiled(24, 8), data, "node 8 instead of 9"},
+      {spoiled(28, 1), data, "the reserved word"},
+      {spoiled(32, 0), data, "not the post-processing interface"},
+      {spoiled(48, 0), data, "type word 0"},
+      {spoiled(52, 0), data, "not the module's identifier"},
+      {spoiled(68, 0x10014400), data, "no such parameter", kNotFound},
       {LongRequest(3, 2, kTone, 2), data, "apply flag 2"},
       {Wire().Block(good).Byte(0), data, "74 bytes instead of 73"},
       {Bytes(good.begin(), good.end() - 1), data, "72 bytes instead of 73"},
@@ -175,8 +101,8 @@ TEST_F(SkylakeDriver, AnyWrongByteOfARequestIsRefusedWithItsReason) {
       {ModuleRequest(4, 2), Wire().Word(1), "eight bytes"},
       {ModuleRequest(4, 2), Wire().Handle(1), "no open event"},
   };
-  for (const auto& wrong : others) {
-    EXPECT_EQ(client_->Send(wrong.request, wrong.data), kInvalid) << wrong.reason;
+  for (const auto& wrong : cases) {
+    EXPECT_EQ(client_->Send(wrong.request, wrong.data), wrong.status) << wrong.reason;
     EXPECT_THAT(LastRefusal(*machine_), HasSubstr(wrong.reason));
   }
   EXPECT_EQ(machine_->ReceivedRecords().size(), 1U);
@@ -204,16 +130,10 @@ TEST_F(SkylakeDriver, FieldsOutOfRangeAndCoefficientsThatDoNotFitAreRefused) {
     std::size_t width;
     const char* reason;
   } fields[] = {
-      {0x10014401, 8, 6, 4, "offset 8: 6 is outside 0 to 5"},
       {0x10014401, 4, 0x8000, 2, "offset 4: 32768 is outside"},
       {0x10014402, 6, 1, 1, "offset 6: a reserved byte"},
-      {0x10014403, 8, 0x60000001, 4, "offset 8"},
-      {0x10014404, 24, 3, 4, "offset 24: 3 is outside 0 to 2"},
-      {0x10014406, 4, 0, 4, "offset 4: 0 is outside 1"},
       {0x10014407, 12, 724, 2, "offset 12: 724 is outside 725 to 23060"},
       {kTone, 8, 0xFFFFFFF3, 4, "offset 8: -13 is outside -12 to 12"},
-      {kVolume, 4, 101, 4, "offset 4: 101"},
-      {0x1001440B, 8, 59, 4, "offset 8: 59"},
       {0x1001440C, 0, 1, 2, "offset 0: a reserved byte"},
       {0x10014411, 0, 44100, 4, "44100"},
       {0x1001440D, 4, 2, 4, "an absent high-pass has an order"},
@@ -242,20 +162,15 @@ TEST_F(SkylakeDriver, FieldsOutOfRangeAndCoefficientsThatDoNotFitAreRefused) {
 TEST_F(SkylakeDriver, EventsAreRegisteredOnceAndUnregistered) {
   Start();
   std::uint32_t error = 0;
-  EXPECT_EQ(machine_->OpenNamedEvent(L"Global\\Absent", error), nullptr);
-  EXPECT_EQ(error, kDeviceFileNotFound);
   const auto event = machine_->OpenNamedEvent(kEventName, error);
-  ASSERT_NE(event, nullptr);
   const Bytes handle = Wire().Handle(event->native());
   EXPECT_EQ(client_->Send(LongRequest(5, 2), handle), kInvalid);
-  EXPECT_EQ(client_->Send(ModuleRequest(4, 2), handle), S_OK);
-  EXPECT_EQ(client_->Send(ModuleRequest(4, 2), handle), kInvalid);
-  EXPECT_EQ(machine_->RegisteredEvents(), 1U);
+  for (const HRESULT expected : {S_OK, kInvalid}) {
+    EXPECT_EQ(client_->Send(ModuleRequest(4, 2), handle), expected);
+    EXPECT_EQ(machine_->RegisteredEvents(), 1U);
+  }
   EXPECT_EQ(client_->Send(LongRequest(5, 2), handle), S_OK);
   EXPECT_EQ(machine_->RegisteredEvents(), 0U);
-  event->Set();
-  event->Set();
-  EXPECT_EQ(machine_->EventSignals(kEventName), 2U);
 }
 
 TEST_F(SkylakeDriver, EachMisbehaviourDoesWhatItSays) {
@@ -267,7 +182,7 @@ TEST_F(SkylakeDriver, EachMisbehaviourDoesWhatItSays) {
            {"kind": "stale", "request": "0x10014408", "nth": 2},
            {"kind": "corrupt", "request": "0x1001440A", "offset": 4, "mask": 3},
            {"kind": "late", "request": "0x1001440B", "delay_ms": 1},
-           {"kind": "short", "request": "modules", "size": 200})");
+           {"kind": "short", "request": "modules", "size": 100})");
   EXPECT_EQ(client_->GetBlock(0x10014401).size(), 16U);
   EXPECT_THAT(client_->GetBlock(0x10014401), IsEmpty());
   EXPECT_EQ(client_->status, E_ACCESSDENIED);
@@ -276,7 +191,7 @@ TEST_F(SkylakeDriver, EachMisbehaviourDoesWhatItSays) {
   EXPECT_EQ(client_->GetBlock(0x10014402), Bytes(12));
   EXPECT_EQ(client_->Send(Header(0, 1)), static_cast<HRESULT>(0xC0000001));
   client_->GetBlock(0x10014403);
-  EXPECT_EQ(client_->status, static_cast<HRESULT>(0x80070490));
+  EXPECT_EQ(client_->status, kNotFound);
   EXPECT_EQ(client_->GetBlock(0x10014404).size(), 8U);
   const Bytes fresh = client_->GetBlock(kTone);
   Bytes changed = fresh;
@@ -290,7 +205,7 @@ TEST_F(SkylakeDriver, EachMisbehaviourDoesWhatItSays) {
   EXPECT_EQ(machine_->ReceivedRecords().back().bytes, block) << "the driver has the right one";
   EXPECT_EQ(client_->GetBlock(0x1001440B).size(), 20U);
   EXPECT_EQ(client_->Send(Header(1, 1).Guid(kModuleInterface)), kMoreData);
-  EXPECT_EQ(client_->answered, 200U);
+  EXPECT_EQ(client_->answered, 100U);
 }
 
 TEST_F(SkylakeDriver, ObjectsWorkOnWithoutTheirMachine) {
@@ -301,8 +216,6 @@ TEST_F(SkylakeDriver, ObjectsWorkOnWithoutTheirMachine) {
   event->Set();
   EXPECT_EQ(client_->SetBlock(kTone, Bytes(12)), S_OK);
   EXPECT_EQ(client_->GetBlock(kTone), Bytes(12));
-  UINT id = 0;
-  EXPECT_EQ(client_->passed[0]->GetLocalId(&id), S_OK);
 }
 
 }  // namespace
