@@ -60,7 +60,7 @@ std::vector<DspBlock> DspReadback::Received() const {
   const bool dropping = records.size() >= DriverMemory::kKeptRecords;
   std::vector<DspBlock> blocks;
   for (std::size_t i = dropping ? 0 : received_before_; i < records.size(); ++i) {
-    DspBlock block = BlockOf(std::move(records[i]));
+    DspBlock block = BlockOf(records[i]);
     const auto known = std::find_if(blocks.begin(), blocks.end(), [&](const DspBlock& other) {
       return other.driver == block.driver && other.parameter == block.parameter;
     });
@@ -80,7 +80,7 @@ std::optional<DspBlock> DspReadback::Latest(const std::string& driver,
     return record.driver == driver && record.parameter == parameter;
   });
   if (found == records.rend()) return std::nullopt;
-  return BlockOf(std::move(*found));
+  return BlockOf(*found);
 }
 
 std::optional<DspBlock> DspReadback::Read(const std::string& driver, std::uint32_t parameter,

@@ -132,6 +132,7 @@ int Main(int argc, char** argv) {
   const ComRuntime runtime;
   std::vector<std::string> arguments = ProgramArguments(argc, argv);
   std::vector<char*> words;
+  words.reserve(arguments.size());
   for (std::string& argument : arguments) words.push_back(argument.data());
   Output output(std::cout, std::cerr);
   Context context(output);

@@ -34,6 +34,7 @@ std::vector<Band> ThirdOctaveBands() {
 
 std::vector<Band> SingleFrequencies(const std::vector<std::uint32_t>& frequencies) {
   std::vector<Band> bands;
+  bands.reserve(frequencies.size());
   for (const std::uint32_t frequency : frequencies) bands.push_back({frequency, {frequency}});
   return bands;
 }
