@@ -17,11 +17,21 @@ class XMLDocument;
 
 namespace orv {
 
-// Load status.
-inline constexpr std::uint32_t kConfigLoaded = 0;
-inline constexpr std::uint32_t kConfigEmptyProperties = 2;
-inline constexpr std::uint32_t kConfigBadMode = 3;
-inline constexpr std::uint32_t kConfigNoDocument = 6;
+// What loading a configuration file ended with.
+enum LoadStatus : std::uint32_t {
+  kConfigLoaded = 0,
+  kConfigEmptyProperties = 2,  // a property group without a property
+  kConfigBadMode = 3,          // a mode without a key
+  kConfigIncompleteModes = 4,  // not given by this reader; DSP objects accept it
+  kConfigNoDocument = 6,       // no file, not readable, or not XML
+  kConfigIncomplete = 7,       // not given by this reader; DSP objects accept it
+};
+
+// Whether the modes that were read may be used: by the DSP objects' files, and elsewhere.
+constexpr bool IsUsableByDsp(std::uint32_t status) noexcept {
+  return status == kConfigLoaded || status == kConfigIncompleteModes || status == kConfigIncomplete;
+}
+constexpr bool IsUsable(std::uint32_t status) noexcept { return status == kConfigLoaded; }
 
 inline constexpr std::uint32_t kConfigTypeCount = 2;
 inline constexpr std::uint32_t kLocationCount = 4;

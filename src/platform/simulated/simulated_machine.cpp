@@ -91,6 +91,14 @@ std::vector<DriverRefusal> SimulatedMachine::RefusedRequests() {
   return refusals;
 }
 
+std::uint64_t SimulatedMachine::LatestRequestNumber() {
+  std::uint64_t number = 0;
+  state_->devices->drivers->Read([&](const DriverMemory& memory) { number = memory.requests; });
+  return number;
+}
+
+std::vector<DriverRemark> SimulatedMachine::DriverRemarks() { return {}; }
+
 std::uint64_t SimulatedMachine::EventSignals(const std::wstring& name) {
   std::uint64_t signals = 0;
   state_->devices->drivers->Read([&](const DriverMemory& memory) {

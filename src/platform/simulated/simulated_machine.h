@@ -42,8 +42,13 @@ class SimulatedMachine : public Machine {
   // Parameters that the machine's drivers took, in the order in which they came; kept in the
   // machine's folder.
   std::vector<DriverRecord> ReceivedRecords();
-  // Requests that they did not take because they were wrong, likewise.
+  // Requests that they did not take, likewise.
   std::vector<DriverRefusal> RefusedRequests();
+  // The number of the latest record or refusal, whether it is still kept or not; 0 before the
+  // first.
+  std::uint64_t LatestRequestNumber();
+  // Remarks on what the drivers hold at this moment.
+  std::vector<DriverRemark> DriverRemarks();
   // How often an event has been signalled, by anyone on this machine.
   std::uint64_t EventSignals(const std::wstring& name);
   // Events that clients of this process have registered with drivers and not unregistered.

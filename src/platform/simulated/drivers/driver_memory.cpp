@@ -65,7 +65,7 @@ void ReadNumbers(const JsonField& field, std::uint32_t most, std::map<std::strin
 
 DriverMemory ReadMemory(const JsonField& field, std::uint64_t& change) {
   field.ExpectObject(
-      {"change", "enabled", "selections", "signals", "blocks", "received", "refused"});
+      {"change", "requests", "enabled", "selections", "signals", "blocks", "received", "refused"});
   DriverMemory memory;
   change = field.Need("change").Number();
   ReadNumbers(field.Need("enabled"), 0xFF, memory.enabled);
@@ -78,22 +78,27 @@ DriverMemory ReadMemory(const JsonField& field, std::uint64_t& change) {
     block.before = ReadBytes(item.Need("before"));
   }
   for (const JsonField& item : field.Need("received").Items()) {
-    item.ExpectObject({"driver", "parameter", "selector", "bytes"});
+    item.ExpectObject({"number", "driver", "parameter", "selector", "bytes"});
     Append(memory.received,
            DriverRecord{item.Need("driver").Text(), item.Need("parameter").Number(),
-                        item.Need("selector").Number(), ReadBytes(item.Need("bytes"))});
+                        item.Need("selector").Number(), ReadBytes(item.Need("bytes")),
+                        item.Need("number").Number()});
   }
   for (const JsonField& item : field.Need("refused").Items()) {
-    item.ExpectObject({"driver", "request", "reason"});
-    Append(memory.refused, DriverRefusal{item.Need("driver").Text(), item.Need("request").Text(),
-                                         item.Need("reason").Text()});
+    item.ExpectObject({"number", "driver", "request", "reason", "parameter", "planned"});
+    Append(memory.refused,
+           DriverRefusal{item.Need("driver").Text(), item.Need("request").Text(),
+                         item.Need("reason").Text(), item.Need("parameter").Number(),
+                         item.Need("planned").Boolean(), item.Need("number").Number()});
   }
+  memory.requests = field.Need("requests").Number();
   return memory;
 }
 
 }  // namespace
 
 void DriverMemory::Receive(DriverRecord record) {
+  record.number = ++requests;
   std::vector<std::byte> bytes = record.bytes;
   received.reserve(kKeptRecords);
   HeldBlock& block = blocks[{record.driver, record.parameter}];
@@ -101,10 +106,14 @@ void DriverMemory::Receive(DriverRecord record) {
   block.before = std::exchange(block.now, std::move(bytes));
 }
 
-void DriverMemory::Refuse(DriverRefusal refusal) { Append(refused, std::move(refusal)); }
+void DriverMemory::Refuse(DriverRefusal refusal) {
+  refusal.number = ++requests;
+  Append(refused, std::move(refusal));
+}
 
 std::string EncodeDriverMemory(const DriverMemory& memory, std::uint64_t change) {
   std::string text = "{\"change\": " + std::to_string(change);
+  text += ",\n\"requests\": " + std::to_string(memory.requests);
   WriteNumbers(text, "enabled", memory.enabled);
   WriteNumbers(text, "selections", memory.selections);
   WriteNumbers(text, "signals", memory.signals);
@@ -114,14 +123,19 @@ std::string EncodeDriverMemory(const DriverMemory& memory, std::uint64_t change)
             Hex(entry.second.now) + "\", \"before\": \"" + Hex(entry.second.before) + "\"}";
   });
   WriteList(text, "received", memory.received, [&](const DriverRecord& record) {
-    text += "{\"driver\": " + Quoted(record.driver) +
+    text += "{\"number\": " + std::to_string(record.number) +
+            ", \"driver\": " + Quoted(record.driver) +
             ", \"parameter\": " + std::to_string(record.parameter) +
             ", \"selector\": " + std::to_string(record.selector) + ", \"bytes\": \"" +
             Hex(record.bytes) + "\"}";
   });
   WriteList(text, "refused", memory.refused, [&](const DriverRefusal& refusal) {
-    text += "{\"driver\": " + Quoted(refusal.driver) + ", \"request\": " + Quoted(refusal.request) +
-            ", \"reason\": " + Quoted(refusal.reason) + "}";
+    text += "{\"number\": " + std::to_string(refusal.number) +
+            ", \"driver\": " + Quoted(refusal.driver) +
+            ", \"request\": " + Quoted(refusal.request) +
+            ", \"reason\": " + Quoted(refusal.reason) +
+            ", \"parameter\": " + std::to_string(refusal.parameter) +
+            ", \"planned\": " + (refusal.planned ? "true" : "false") + "}";
   });
   return text + "}\n";
 }

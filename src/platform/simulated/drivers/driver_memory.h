@@ -27,7 +27,8 @@ struct DriverMemory {
   std::map<std::string, std::uint32_t> selections;  // "device identifier/part" to part
   std::map<std::string, std::uint64_t> signals;     // of named events
   std::vector<DriverRecord> received;               // the latest kKeptRecords, oldest first
-  std::vector<DriverRefusal> refused;
+  std::vector<DriverRefusal> refused;               // likewise
+  std::uint64_t requests = 0;                       // number of the latest record or refusal
 
   static constexpr std::size_t kKeptRecords = 512;
 

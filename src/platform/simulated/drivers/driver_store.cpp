@@ -99,7 +99,7 @@ bool DriverStore::Change(const std::function<void(DriverMemory&)>& body) {
 }
 
 void DriverStore::NoteRefusal(const DriverRequest& request, const std::string& reason) {
-  DriverRefusal refusal{request.driver, request.Text(), reason};
+  DriverRefusal refusal{request.driver, request.Text(), reason, request.parameter};
   Change([&](DriverMemory& memory) { memory.Refuse(std::move(refusal)); });
 }
 

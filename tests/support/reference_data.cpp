@@ -1,0 +1,62 @@
+#include "support/reference_data.h"
+
+#include <algorithm>
+#include <fstream>
+#include <stdexcept>
+
+namespace orv {
+namespace {
+
+std::int64_t SignedNumber(std::span<const std::byte> bytes, std::size_t offset, std::size_t width) {
+  std::uint64_t number = 0;
+  for (std::size_t i = 0; i < width; ++i)
+    number |= std::to_integer<std::uint64_t>(bytes[offset + i]) << (8 * i);
+  const unsigned unused = static_cast<unsigned>(64 - 8 * width);
+  return static_cast<std::int64_t>(number << unused) >> unused;
+}
+
+}  // namespace
+
+nlohmann::json ReferenceData(const std::string& file) {
+  std::ifstream stream(std::string(ORV_TEST_DATA) + "/" + file);
+  if (!stream) throw std::runtime_error("tests/data/" + file + " cannot be opened");
+  return nlohmann::json::parse(stream);
+}
+
+std::vector<std::byte> BytesOfHex(const std::string& digits) {
+  std::vector<std::byte> bytes;
+  for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
+    bytes.push_back(static_cast<std::byte>(std::stoi(digits.substr(i, 2), nullptr, 16)));
+  return bytes;
+}
+
+std::string DifferenceFrom(const nlohmann::json& expected, std::span<const std::byte> bytes) {
+  const std::vector<std::byte> wanted = BytesOfHex(expected.at("bytes"));
+  if (wanted.size() != bytes.size()) {
+    return std::to_string(bytes.size()) + " bytes instead of " + std::to_string(wanted.size());
+  }
+  std::vector<bool> judged(bytes.size());
+  for (const auto& range : expected.value("open", nlohmann::json::array()))
+    std::fill_n(judged.begin() + range.at(0).get<int>(), range.at(1).get<int>(), true);
+  for (const auto& field : expected.value("tol_lsb", nlohmann::json::array())) {
+    const std::size_t offset = field.at(0);
+    const std::size_t width = field.at(1);
+    const std::int64_t want = SignedNumber(wanted, offset, width);
+    const std::int64_t have = SignedNumber(bytes, offset, width);
+    if (std::abs(want - have) > field.at(2).get<std::int64_t>()) {
+      return "at offset " + std::to_string(offset) + ": " + std::to_string(have) + " instead of " +
+             std::to_string(want);
+    }
+    std::fill_n(judged.begin() + static_cast<std::ptrdiff_t>(offset), width, true);
+  }
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    if (!judged[i] && wanted[i] != bytes[i]) {
+      return "at offset " + std::to_string(i) + ": byte " +
+             std::to_string(std::to_integer<int>(bytes[i])) + " instead of " +
+             std::to_string(std::to_integer<int>(wanted[i]));
+    }
+  }
+  return {};
+}
+
+}  // namespace orv

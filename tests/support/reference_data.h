@@ -1,0 +1,22 @@
+// Expected values of an independent implementation (tests/data, described in its README.md).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace orv {
+
+// The content of tests/data/FILE; the test ends with an exception if it cannot be read.
+nlohmann::json ReferenceData(const std::string& file);
+
+std::vector<std::byte> BytesOfHex(const std::string& digits);
+
+// The first place where `bytes` is not what `expected` allows; empty text if there is none.
+// `expected` has "bytes", and may have "open" and "tol_lsb" as the README describes them.
+std::string DifferenceFrom(const nlohmann::json& expected, std::span<const std::byte> bytes);
+
+}  // namespace orv
