@@ -121,6 +121,24 @@ HRESULT IntelDsp::SetEqualizer(KELChannel channel, const std::vector<EqualizerBa
                          set_default ? 1 : 0);
 }
 
+IntelDspState AskIntelDsp(const Endpoint& endpoint) {
+  IntelDspState state;
+  try {
+    const IntelDsp dsp(endpoint);
+    state.driver = dsp.Kind();
+    const std::string name =
+        state.driver == kSkylakeDriver ? "VQ3D-Process Enable" : "ZENSND-Process Enable";
+    std::int32_t value = 0;
+    const HRESULT status = dsp.GetProperty(name, false, value);
+    if (SUCCEEDED(status)) state.enabled = value != 0;
+    state.versions = dsp.ReadVersions();
+    Require(status, "reading \"" + name + "\"", "");
+  } catch (const Failure& failure) {
+    state.fault = failure.what();
+  }
+  return state;
+}
+
 QualcommDsp::QualcommDsp(const Endpoint& endpoint) {
   Require(endpoint.object()->GetQCDSPInterface(object_.Put()),
           "opening the Qualcomm DSP of " + endpoint.name(), kDriverRemedy);

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -57,6 +58,16 @@ class QualcommDsp {
  private:
   ComPtr<IORVAPOQCDSP> object_;
 };
+
+// An endpoint's Intel DSP as its driver answers at the moment.
+struct IntelDspState {
+  std::string fault;   // the first request that was refused, with its status; empty if none was
+  std::string driver;  // "skylake" or "broadwell"; empty if the DSP cannot be opened
+  IntelDsp::Versions versions;
+  // Whether the module is on and processes; empty if the driver does not report it.
+  std::optional<bool> enabled;
+};
+IntelDspState AskIntelDsp(const Endpoint& endpoint);
 
 // A mode's public controls as the DSP objects read them: display name to value.
 std::map<std::wstring, std::int32_t, std::less<>> DspControls(const Mode& mode,
