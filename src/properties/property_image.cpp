@@ -70,7 +70,8 @@ std::size_t PutRecord(const ORVPropertyEntry& entry, RoomOf room_of) {
     const std::size_t name_size = entry.name.size() * kUnitSize;
     const std::size_t data_size = DataSize(value);
     constexpr std::size_t kLimit = std::numeric_limits<std::uint32_t>::max();
-    if (data_size == 0 || data_size > kLimit || name_size > kLimit) return;
+    if (data_size == 0 || data_size > kLimit || name_size == 0 || name_size > kImageNameLimit)
+      return;
     size = kHeaderSize + name_size + kWrittenTagSize + data_size;
     const std::uint32_t sizes[] = {static_cast<std::uint32_t>(name_size), kWrittenTagSize,
                                    static_cast<std::uint32_t>(data_size)};

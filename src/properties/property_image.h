@@ -25,8 +25,9 @@ using ImageBytes = std::vector<std::uint8_t>;
 inline constexpr std::uint32_t kImageNameLimit = 2048;  // bytes, inclusive
 inline constexpr std::uint32_t kImageTagLimit = 1024;
 
-// Replaces `image` by the image of the list, in order. An entry without a known kind or with empty
-// data is left out, and the result is false then.
+// Replaces `image` by the image of the list, in order. The result is false if an entry was left
+// out: one without a known kind, with empty data, or with a name that no reader accepts (empty, or
+// longer than kImageNameLimit).
 bool EncodeImage(const ORVPropertyList& list, ImageBytes& image);
 
 // The image of one list, kept from one use to the next: when few values changed, their records

@@ -8,8 +8,9 @@
 namespace orv {
 namespace {
 
-// Entries are looked up for every control that is written, among hundreds of names that begin
-// alike: lengths decide first, then the ends of the names.
+// Only A to Z are folded, whatever the C locale, so that every process finds the same entries in an
+// image. Entries are looked up for every control that is written, among hundreds of names that
+// begin alike: lengths are compared first, then the names from their ends.
 bool SameName(std::wstring_view a, std::wstring_view b) {
   constexpr wchar_t kCaseBit = 0x20;
   return a.size() == b.size() &&

@@ -43,10 +43,6 @@ class ORVPropertySet {
   virtual void GetAllProperties(ORVPropertyList& out);
   // False when an entry had to be left out of the image.
   virtual bool GetAllPropertiesBinary(ImageBytes& out);
-  // Hands the same image to `use`, without a copy, while the set's lock (if it has one) is held;
-  // `use` leaves the set alone. Its answer, or false without a call when an entry had to be left
-  // out.
-  virtual bool UseAllPropertiesBinary(const ImageUse& use);
   // Replaces the content without telling anyone. After a false result the entries before the fault
   // are in the set.
   virtual bool SetAllPropertiesBinary(const ImageBytes& image);
@@ -71,7 +67,6 @@ class ORVPropertySet {
                            std::int32_t value);  // stored as the long kind
   virtual void SetProperty(const wchar_t* name, std::int32_t value);
 
-  virtual bool HasProperty(const wchar_t* name) const;
   // False, with `out` as it was, when there is no such entry or its kind has no such form.
   virtual bool GetProperty(const wchar_t* name, boost::any& out);
   virtual bool GetProperty(const std::wstring& name, std::string& out);
@@ -88,7 +83,14 @@ class ORVPropertySet {
   virtual void NotifyChanged(const ORVPropertyEntry& entry);
   virtual bool NotifyChanging(const ORVPropertyEntry& entry);
 
-  // The set's own lock, for a caller that must not wait for it without end; null when it has none.
+  // Operations of this build alone; they follow the others, whose order is fixed.
+
+  // Passes the image to `use`, without a copy, while the set's lock (if it has one) is held; `use`
+  // does not change the set. Returns the result of `use`, or false without a call if an entry had
+  // to be left out.
+  virtual bool UseAllPropertiesBinary(const ImageUse& use);
+  virtual bool HasProperty(const wchar_t* name) const;
+  // The set's own lock, for a caller that must not wait for it without limit; null if it has none.
   virtual std::recursive_mutex* lock() { return nullptr; }
 
  private:

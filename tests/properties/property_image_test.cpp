@@ -2,162 +2,133 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
-#include <optional>
-
+#include "platform/text.h"
 #include "properties/property_story.h"
+#include "support/reference_data.h"
 
 namespace orv {
 namespace {
 
+using nlohmann::json;
 using test::Content;
 
-// One record; the sizes in its header may lie.
-ImageBytes Record(const ImageBytes& name, const ImageBytes& tag, const ImageBytes& data,
-                  std::optional<std::size_t> name_size = {},
-                  std::optional<std::size_t> data_size = {}) {
-  ImageBytes record;
-  for (const std::size_t size :
-       {name_size.value_or(name.size()), tag.size(), data_size.value_or(data.size())})
-    for (int shift = 0; shift < 32; shift += 8)
-      record.push_back(static_cast<std::uint8_t>(size >> shift));
-  for (const auto* part : {&name, &tag, &data})
-    record.insert(record.end(), part->begin(), part->end());
-  return record;
+template <class Bytes>
+Bytes FromHex(const std::string& digits) {
+  Bytes bytes;
+  for (const std::byte byte : BytesOfHex(digits))
+    bytes.push_back(static_cast<typename Bytes::value_type>(byte));
+  bytes.shrink_to_fit();  // a sanitizer reports every read outside
+  return bytes;
 }
 
-ImageBytes operator+(ImageBytes a, const ImageBytes& b) {
-  a.insert(a.end(), b.begin(), b.end());
-  a.shrink_to_fit();  // so that a read outside is found out
-  return a;
+boost::any ValueOf(const std::string& kind, const json& value) {
+  if (kind == "long") return LongValue{value.get<std::int32_t>()};
+  if (kind == "int") return value.get<int>();
+  if (kind == "short") return value.get<short>();
+  if (kind == "float") return value.get<float>();
+  if (kind == "double") return value.get<double>();
+  if (kind == "bool") return value.get<bool>();
+  if (kind == "bytes") return FromHex<SignedBytes>(value);
+  if (kind == "unsigned_bytes") return FromHex<UnsignedBytes>(value);
+  if (kind == "wide") return WideFromUtf8(value.get<std::string>());
+  if (value.is_object()) return FromHex<std::string>(value.at("units"));
+  return value.get<std::string>();
 }
 
-const ImageBytes kName = {'x', 0}, kTextTag = {6}, kData = {'1'};
-const ImageBytes kA = Record({'a', 0}, {6}, {'1'}), kB = Record({'b', 0}, {6}, {'2'});
-
-struct Outcome {
-  std::wstring content;
-  ImageDecoding decoding;
-};
-
-Outcome Decode(const ImageBytes& image, ImageReading reading) {
+ORVPropertyList ListOf(const json& entries) {
   ORVPropertyList list;
-  const ImageDecoding decoding = DecodeImage(image, reading, list);
-  return {Content(list), decoding};
+  for (const json& entry : entries)
+    list.push_back({WideFromUtf8(entry.at("name").get<std::string>()),
+                    ValueOf(entry.at("kind"), entry.at("value"))});
+  return list;
 }
 
-TEST(PropertyImage, RecordsLieByteByByteAsTheProcessingObjectReadsThem) {
-  ImageBytes image(100, 0xCD);
-  EXPECT_TRUE(EncodeImage({{L"ab", LongValue{-2}}, {L"\u20AC", std::wstring(L"xy")}}, image));
-  const ImageBytes expected = Record({'a', 0, 'b', 0}, {0}, {0xFE, 0xFF, 0xFF, 0xFF}) +
-                              Record({0xAC, 0x20}, {7}, {'x', 0, 'y', 0});
-  EXPECT_EQ(image, expected);
+// Content with the number of each entry's kind.
+std::wstring Listing(const ORVPropertyList& list) {
+  std::wstring listing;
+  for (const ORVPropertyEntry& entry : list)
+    listing += std::to_wstring(static_cast<int>(KindOf(entry.value).value())) + L":" +
+               Content({entry}) + L"\n";
+  return listing;
 }
 
-TEST(PropertyImage, EveryKindComesBackAsItself) {
-  const ORVPropertyList list = {
-      {L"long", LongValue{std::numeric_limits<std::int32_t>::min()}},
-      {L"int", 5},
-      {L"short", static_cast<short>(-300)},
-      {L"float", std::numeric_limits<float>::denorm_min()},
-      {L"double", 0.1},
-      {L"on", true},
-      {L"off", false},
-      {L"narrow", std::string("\xE9t\xE9")},
-      {L"wide", std::wstring(L"\xD83D\x4E2D")},
-      {L"signed", SignedBytes{-128, 0, 127}},
-      {L"unsigned", UnsignedBytes{0, 255}},
-  };
-  ImageBytes image;
-  ASSERT_TRUE(EncodeImage(list, image));
-  for (const ImageReading reading : {ImageReading::Replace, ImageReading::Merge}) {
-    ORVPropertyList back;
-    EXPECT_TRUE(DecodeImage(image, reading, back).complete);
-    ASSERT_EQ(back.size(), list.size());
-    for (std::size_t i = 0; i < list.size(); ++i) {
-      EXPECT_EQ(back[i].name, list[i].name);
-      EXPECT_TRUE(SameValue(back[i].value, list[i].value)) << i;
+void ExpectReading(const ImageBytes& image, ImageReading reading, const json& entries,
+                   bool complete) {
+  ORVPropertyList list;
+  EXPECT_EQ(DecodeImage(image, reading, list).complete, complete);
+  EXPECT_EQ(Listing(list), Listing(ListOf(entries)));
+}
+
+TEST(PropertyImage, EqualsReferenceData) {
+  const json data = ReferenceData("images.json");
+  ASSERT_GT(data.at("cases").size(), 40U);
+  for (const json& test : data.at("cases")) {
+    SCOPED_TRACE(test.at("name"));
+    const auto image = FromHex<ImageBytes>(test.at("image"));
+    const bool complete = test.at("result");
+    if (test.contains("merge")) {
+      ExpectReading(image, ImageReading::Replace, test.at("entries"), complete);
+      ExpectReading(image, ImageReading::Merge, test.at("merge"), true);
+    } else {
+      ImageBytes encoded(100, 0xCD);
+      EXPECT_EQ(EncodeImage(ListOf(test.at("entries")), encoded), complete);
+      EXPECT_EQ(encoded, image);
+      if (complete) ExpectReading(image, ImageReading::Replace, test.at("entries"), true);
     }
   }
 }
 
-TEST(PropertyImage, WhatHasNoBytesIsLeftOutAndTheRestIsWritten) {
-  const boost::any unwritable[] = {std::string(),   std::wstring(), SignedBytes(),
-                                   UnsignedBytes(), boost::any(),   std::uint64_t{1}};
-  for (const boost::any& value : unwritable) {
+TEST(PropertyImage, LeavesOutEntriesThatNoReaderAccepts) {
+  const ORVPropertyEntry refused[] = {
+      {L"x", boost::any()}, {L"x", std::uint64_t{1}}, {L"", 3}, {std::wstring(1025, L'x'), 3}};
+  for (const ORVPropertyEntry& entry : refused) {
     ImageBytes image;
-    EXPECT_FALSE(EncodeImage({{L"a", 1}, {L"x", value}, {L"b", 2}}, image));
-    EXPECT_EQ(Decode(image, ImageReading::Replace).content, L"a=1 b=2");
+    EXPECT_FALSE(EncodeImage({{L"a", 1}, entry, {L"b", 2}}, image));
+    ORVPropertyList list;
+    EXPECT_TRUE(DecodeImage(image, ImageReading::Replace, list).complete);
+    EXPECT_EQ(Content(list), L"a=1 b=2");
   }
   ImageBytes image(5, 0xCD);
+  EXPECT_TRUE(EncodeImage({{std::wstring(1024, L'x'), 1}}, image));
   EXPECT_TRUE(EncodeImage({}, image));
   EXPECT_TRUE(image.empty());
 }
 
 TEST(PropertyImage, TruncatedImageLeavesEarlierEntries) {
-  const ImageBytes image = kA + kB;
-  const std::size_t record = kA.size();
+  ImageBytes whole;
+  ASSERT_TRUE(EncodeImage({{L"a", std::string("1")}, {L"b", std::string("2")}}, whole));
+  const std::size_t record = whole.size() / 2;
   const std::wstring contents[] = {L"", L"a=1", L"a=1 b=2"};
-  for (std::size_t size = 0; size <= image.size(); ++size) {
-    const ImageBytes cut(image.begin(), image.begin() + static_cast<std::ptrdiff_t>(size));
-    const Outcome outcome = Decode(cut, ImageReading::Replace);
+  for (std::size_t size = 0; size <= whole.size(); ++size) {
+    const ImageBytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
+    ORVPropertyList list;
+    const ImageDecoding decoding = DecodeImage(cut, ImageReading::Replace, list);
     const bool complete = size % record == 0 || (size > 1 && size % record == 1);  // padding
-    EXPECT_EQ(outcome.content, contents[size / record]) << size;
-    EXPECT_EQ(outcome.decoding.complete, complete) << size;
-    EXPECT_EQ(outcome.decoding.fault_offset, complete ? 0 : size / record * record);
-    EXPECT_TRUE(Decode(cut, ImageReading::Merge).decoding.complete);
+    EXPECT_EQ(Content(list), contents[size / record]) << size;
+    EXPECT_EQ(decoding.complete, complete) << size;
+    EXPECT_EQ(decoding.fault, complete ? ImageFault::None : ImageFault::CutShort) << size;
+    EXPECT_EQ(decoding.fault_offset, complete ? 0 : size / record * record);
   }
 }
 
-TEST(PropertyImage, ARecordThatEndsTheReadingKeepsWhatCameBefore) {
-  constexpr std::size_t kHuge = 0xFFFFFFFF;
-  const std::pair<ImageBytes, ImageFault> cases[] = {
-      {Record(kName, kTextTag, {}), ImageFault::NoData},
-      {Record({}, kTextTag, kData), ImageFault::BrokenHeader},
-      {Record(kName, {}, kData), ImageFault::BrokenHeader},
-      {Record(ImageBytes(2049, 'x'), kTextTag, kData), ImageFault::BrokenHeader},
-      {Record(kName, ImageBytes(1025, 'x'), kData), ImageFault::BrokenHeader},
-      {Record(kName, kTextTag, kData, kHuge), ImageFault::BrokenHeader},
-      {Record(kName, kTextTag, kData, {}, kHuge), ImageFault::CutShort},
-      {Record(kName, kTextTag, kData, 2048, kHuge - 2060), ImageFault::CutShort},
-      {Record(kName, {0}, {1, 2, 3}), ImageFault::CutShort},
-      {Record(kName, {1}, {1, 2, 3}), ImageFault::CutShort},
-      {Record(kName, {2}, {1}), ImageFault::CutShort},
-      {Record(kName, {3}, {1, 2, 3}), ImageFault::CutShort},
-      {Record(kName, {4}, {1, 2, 3, 4, 5, 6, 7}), ImageFault::CutShort},
+TEST(PropertyImage, NamesTheFaultAndItsPlace) {
+  const std::string good = "02000000010000000100000061000631";
+  const std::pair<const char*, ImageFault> cases[] = {
+      {"020000000100000000000000780006", ImageFault::NoData},
+      {"00000000010000000100000006", ImageFault::BrokenHeader},
+      {"02000000010000000300000078000001", ImageFault::CutShort},
+      {"0200000002000000010000007800690000", ImageFault::UnknownTextTag},
   };
   for (const auto& [record, fault] : cases) {
-    for (const ImageReading reading : {ImageReading::Replace, ImageReading::Merge}) {
-      const Outcome outcome = Decode(kA + record + kB, reading);
-      EXPECT_EQ(outcome.content, L"a=1") << testing::PrintToString(record);
-      EXPECT_EQ(outcome.decoding.fault, fault);
-      EXPECT_EQ(outcome.decoding.fault_offset, kA.size());
-      EXPECT_EQ(outcome.decoding.complete, reading == ImageReading::Merge);
-    }
+    ORVPropertyList list;
+    const auto image = FromHex<ImageBytes>(good + record);
+    const ImageDecoding decoding = DecodeImage(image, ImageReading::Replace, list);
+    EXPECT_EQ(decoding.fault, fault) << record;
+    EXPECT_EQ(decoding.fault_offset, good.size() / 2);
   }
-}
-
-TEST(PropertyImage, UnknownTagsArePassedOverAndTextTagsEndAReplacement) {
-  const ImageBytes unknown = kA + Record(kName, {12}, kData) + kB;
-  EXPECT_EQ(Decode(unknown, ImageReading::Replace).content, L"a=1 b=2");
-  EXPECT_EQ(Decode(unknown, ImageReading::Merge).decoding.unknown_tags, 1U);
-  const ImageBytes named = kA + Record(kName, {'i', 0}, {1, 0, 0, 0}) + kB;
-  EXPECT_EQ(Decode(named, ImageReading::Merge).content, L"a=1 b=2");
-  const Outcome replaced = Decode(named, ImageReading::Replace);
-  EXPECT_EQ(replaced.content, L"a=1");
-  EXPECT_EQ(replaced.decoding.fault, ImageFault::UnknownTextTag);
-  EXPECT_FALSE(replaced.decoding.complete);
-}
-
-TEST(PropertyImage, NamesAndTextsEndAtTheFirstTerminator) {
-  const ImageBytes image =
-      Record({'n', 0, 0, 0, 'm', 0}, {6}, {'1'}) +
-      Record({0, 0, 'm', 0}, {6}, {'1'}) +  // nameless: no entry
-      Record({'w', 0}, {7}, {'a', 0, 'b', 0, 0, 0, 'c', 0}) +
-      Record({'o', 0, 'z'}, {7}, {'a', 0, 'b'}) + Record({'t', 0}, {6}, {'a', 'b', 0, 'c'}) +
-      Record({'i', 0}, {0}, {7, 0, 0, 0, 99}) + Record(ImageBytes(2048, 'x'), {6}, {'1'});
-  EXPECT_EQ(Decode(image, ImageReading::Replace).content,
-            L"n=1 w=ab o=a t=ab i=7 " + std::wstring(1024, L'\x7878') + L"=1");
+  ORVPropertyList list;
+  const auto image = FromHex<ImageBytes>("0200000001000000010000007800ff31" + good);
+  EXPECT_EQ(DecodeImage(image, ImageReading::Merge, list).unknown_tags, 1U);
 }
 
 }  // namespace

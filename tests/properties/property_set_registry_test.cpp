@@ -82,16 +82,22 @@ TEST_F(PropertySetRegistry, ASetThatCannotBeSavedLeavesTheStoredValue) {
   const DiagnosticLog log;
   EXPECT_FALSE(binding_.SaveBinary(L"Mode"));
   EXPECT_TRUE(log.Contains(L"GetAllPropertiesBinary returned 0 length.\n"));
-  set_.SetProperty(L"a", 1);
-  set_.SetProperty(L"b", "");
-  EXPECT_FALSE(binding_.SaveBinary(L"Mode"));
-  set_.SetProperty(L"b", "x");
+  ASSERT_TRUE(binding_.LoadBinary(L"Mode", false, false, false));
+  const ORVPropertyEntry refused[] = {
+      {L"b", std::string()}, {L"", 1}, {std::wstring(1105, L'x'), 1}};
+  for (const ORVPropertyEntry& entry : refused) {
+    set_.SetAllProperties({{L"a", 1}, entry}, false);
+    EXPECT_FALSE(binding_.SaveBinary(L"Mode"));
+  }
+  EXPECT_EQ(StoredContent(L"Mode"), L"a=7");
+  set_.SetAllProperties({{L"a", 8}}, false);
   machine_->faults().FailNth("registry.set_value", 1, kRegAccessDenied);
-  EXPECT_FALSE(binding_.SaveBinary(L"Mode"));
+  EXPECT_FALSE(binding_.SaveBinary(L"Other"));
+  EXPECT_TRUE(binding_.SaveBinary(nullptr));
+  EXPECT_EQ(StoredContent(L"Mode"), L"a=8") << "the value of the last success is the current one";
   EXPECT_FALSE(binding_.SetKey(nullptr));
   EXPECT_FALSE(binding_.SaveBinary(L"Mode") || binding_.SaveValues());
   EXPECT_FALSE(binding_.LoadBinary(L"Mode", true, true, true) || binding_.LoadValues());
-  EXPECT_EQ(StoredContent(L"Mode"), L"a=7");
 }
 
 TEST_F(PropertySetRegistry, ValuesOfTheKeyBecomePropertiesByTheirType) {
@@ -104,6 +110,7 @@ TEST_F(PropertySetRegistry, ValuesOfTheKeyBecomePropertiesByTheirType) {
   const Case cases[] = {
       {kRegDword, {0xFE, 0xFF, 0xFF, 0xFF}, L"-2", PropertyKind::Long},
       {kRegDword, {1, 2}, std::nullopt},
+      {kRegDword, {1, 2, 3, 4, 5}, std::nullopt},
       {kRegBinary, {0xFF, 0}, L"FF00", PropertyKind::SignedBytes},
       {kRegSz, {'a', 0, 0, 0}, L"a"},
       {kRegSz, {}, L""},
@@ -122,7 +129,7 @@ TEST_F(PropertySetRegistry, ValuesOfTheKeyBecomePropertiesByTheirType) {
   set_.SetProperty(L"old", 1);
   EXPECT_TRUE(binding_.LoadValues());
   EXPECT_EQ(Content(set_), L"");
-  Store(L"last", kRegDword, {9, 0, 0, 0});
+  for (const wchar_t* name : {L"first", L"last"}) Store(name, kRegDword, {9, 0, 0, 0});
   for (const Case& value : cases) {
     Store(L"first", value.type, value.bytes);
     EXPECT_EQ(binding_.LoadValues(), value.text.has_value()) << &value - cases;

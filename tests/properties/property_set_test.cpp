@@ -209,8 +209,10 @@ TEST(PropertySet, ListenersMayComeAndGoWhileTheyAreTold) {
     for (Listener& listener : listeners) changed.RemoveNotify(&listener);
     changed.AddNotify(&listeners[3]);
   };
+  set.SetProperty(L"a", 0);
   for (int i = 0; i < 3; ++i) set.AddNotify(&listeners[i]);
   set.SetProperty(L"a", 1);
+  EXPECT_EQ(listeners[2].changing().size(), 1U) << "whatever the listeners before it answered";
   EXPECT_EQ(listeners[0].changed().size(), 1U);
   EXPECT_EQ(listeners[2].changed().size(), 0U);
   EXPECT_EQ(listeners[3].changed().size(), 1U);
@@ -230,6 +232,16 @@ TEST(PropertySet, ListenersMayChangeTheSetWhileTheyAreTold) {
   set.GetAllProperties(list);
   EXPECT_EQ(list.size(), 100U);
   EXPECT_EQ(TextOf(set, L"a"), L"2");
+
+  Listener mover;
+  mover.on_changing = [](ORVPropertySet& changed, const ORVPropertyEntry&) {
+    changed.SetAllProperties({{L"before", 0}, {L"a", 1}}, false);
+  };
+  ORVPropertySet moving;
+  moving.SetProperty(L"a", 1);
+  moving.AddNotify(&mover);
+  moving.SetProperty(L"a", 2);
+  EXPECT_EQ(Content(moving), L"before=0 a=2");
 }
 
 TEST(PropertySetThreadsafe, AMergeFromAnotherSetIsSeenWholeOrNotAtAll) {
@@ -243,9 +255,16 @@ TEST(PropertySetThreadsafe, AMergeFromAnotherSetIsSeenWholeOrNotAtAll) {
     for (int i = 0; i < 2000; ++i) set.MergeProperties(sources[i % 2], true, true);
     done = true;
   });
+  const auto is_whole = [](const std::wstring& content) {
+    return content == L"a=0 b=0 c=0" || content == L"a=1 b=1 c=1";
+  };
   while (!done) {
-    const std::wstring content = Content(set);
-    ASSERT_TRUE(content == L"a=0 b=0 c=0" || content == L"a=1 b=1 c=1");
+    ImageBytes image;
+    EXPECT_TRUE(set.GetAllPropertiesBinary(image));
+    ORVPropertyList list;
+    DecodeImage(image, ImageReading::Replace, list);
+    ASSERT_TRUE(is_whole(Content(set)) && is_whole(Content(list)));
+    ASSERT_NE(TextOf(set, L"c"), L"(none)");
   }
   writer.join();
 }

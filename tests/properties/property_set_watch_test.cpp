@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <mutex>
+#include <stdexcept>
+#include <thread>
 
 #include "properties/bound_set.h"
 
@@ -31,10 +33,10 @@ class PropertySetWatch : public testing::Test {
     watcher_.set.RemoveNotify(&listener_);
   }
 
-  void Write(std::int32_t a, std::int32_t b) {
+  void Write(std::int32_t a, std::int32_t b, const wchar_t* value = L"Mode") {
     writer_.set.SetProperty(L"a", a);
     writer_.set.SetProperty(L"b", b);
-    ASSERT_TRUE(writer_.binding.SaveBinary(L"Mode"));
+    ASSERT_TRUE(writer_.binding.SaveBinary(value));
   }
   // Writes a value of b that nobody wrote before and waits until it has arrived.
   void WriteLast(std::int32_t a) {
@@ -42,6 +44,7 @@ class PropertySetWatch : public testing::Test {
     ASSERT_TRUE(arrived_.Wait(kDeadline));
   }
 
+  static constexpr std::chrono::milliseconds kPause{20};  // in which nothing may happen
   static constexpr std::int32_t last_ = 1000000;
   Event arrived_{Event::Kind::ManualReset};
   std::unique_ptr<SimulatedMachine> machine_ = SimulatedMachine::InMemory();
@@ -73,6 +76,38 @@ TEST_F(PropertySetWatch, AWriteDuringAReloadIsNotMissed) {
   watcher_.binding.StartWatch(false, L"");
   EXPECT_EQ(TextOf(watcher_.set, L"a"), L"2");
   watcher_.set.RemoveNotify(&interferer);
+}
+
+TEST_F(PropertySetWatch, AReloadThatThrowsDoesNotEndTheWatch) {
+  Event told(Event::Kind::ManualReset);
+  Listener thrower;
+  thrower.on_changed = [&](ORVPropertySet&, const ORVPropertyEntry&) {
+    told.Set();
+    throw std::runtime_error("listener");
+  };
+  Write(1, 0);
+  watcher_.set.AddNotify(&thrower);
+  ASSERT_TRUE(watcher_.binding.StartWatch(true, L"Mode"));
+  ASSERT_TRUE(told.Wait(kDeadline));
+  watcher_.set.RemoveNotify(&thrower);
+  WriteLast(2);
+}
+
+TEST_F(PropertySetWatch, OnlyTheValueThatWasNamedLastAndNoSubkeyIsReloaded) {
+  for (const wchar_t* value : {L"Mode", L"Other"}) {
+    watcher_.set.SetProperty(L"b", 0);
+    arrived_.Reset();
+    Write(0, last_, value);
+    ASSERT_TRUE(watcher_.binding.StartWatch(true, value));
+    ASSERT_TRUE(arrived_.Wait(kDeadline));
+  }
+  const std::uint32_t reads = machine_->faults().Calls("registry.query_value");
+  SetBytes(*MachineKey(*machine_, L"SOFTWARE\\Test\\Below"), L"v", {1});
+  std::this_thread::sleep_for(kPause);
+  EXPECT_EQ(machine_->faults().Calls("registry.query_value"), reads);
+  Write(7, last_, L"Mode");
+  std::this_thread::sleep_for(kPause);
+  EXPECT_THAT(listener_.changed(), testing::Not(testing::Contains(L"a=7")));
 }
 
 TEST_F(PropertySetWatch, AListenerMayStopOrRestartTheWatch) {

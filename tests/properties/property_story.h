@@ -23,7 +23,7 @@ class Listener : public IORVPropertySetNotify {
   bool OnPropertyChanging(ORVPropertySet& set, const ORVPropertyEntry& entry) override {
     Note(changing_, entry);
     if (on_changing) on_changing(set, entry);
-    return false;
+    return true;
   }
   std::vector<std::wstring> changed() const { return Copy(changed_); }
   std::vector<std::wstring> changing() const { return Copy(changing_); }

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <stdexcept>
+#include <thread>
 
 #include "properties/property_story.h"
 
@@ -28,7 +29,13 @@ class Worker : public IORVThreadBasicWorker {
   std::function<bool(ORVThreadBasic&, Event&)> body_;
 };
 
-bool UntilStopped(ORVThreadBasic&, Event& stop) { return stop.Wait(); }
+constexpr std::chrono::milliseconds kWhile{20};
+
+bool UntilStopped(ORVThreadBasic&, Event& stop) {
+  const bool stopped = stop.Wait();
+  std::this_thread::sleep_for(kWhile);  // well within the time that Stop(0) gives
+  return stopped;
+}
 
 TEST(ThreadBasic, RunsUntilStoppedAndCanBeStartedAgain) {
   Worker worker(UntilStopped);
@@ -56,7 +63,7 @@ TEST(ThreadBasic, AWorkerThatNeverReturnsIsTerminated) {
   thread.Stop(1);
   EXPECT_FALSE(thread.running());
   never.Set();
-  EXPECT_FALSE(stuck.left.Wait(std::chrono::milliseconds(0)));
+  EXPECT_FALSE(stuck.left.Wait(kWhile));
   ASSERT_TRUE(thread.Start(&willing));
   ASSERT_TRUE(willing.entered.Wait(kDeadline));
   thread.Stop(0);
