@@ -81,8 +81,9 @@ DspFields::DspFields(Machine& machine, const Endpoint& endpoint, const Mode& mod
   if (readback == nullptr) driver_.clear();
   if (driver_.empty()) return;
   const auto defaults =
-      PlanBlocks(driver_, DspControls(mode, kORVAPO_Cont_Default), readback.get());
-  const auto planned = PlanBlocks(driver_, DspControls(mode, kORVAPO_Cont_Public), readback.get());
+      PlanBlocks(driver_, DspControls(driver_, mode, kORVAPO_Cont_Default), readback.get());
+  const auto planned =
+      PlanBlocks(driver_, DspControls(driver_, mode, kORVAPO_Cont_Public), readback.get());
   for (const DspBlock& block : planned) {
     if (const auto held = readback->Read(driver_, block.parameter, block.bytes.size()))
       Add(block, FindBlock(defaults, block.parameter), *held);

@@ -37,8 +37,8 @@ int ParseFormFactor(const std::string& text) {
 // The driver answers nothing, so what it received is compared with what the mode's controls say.
 void CompareWithMode(const Mode& mode, PushOutcome& outcome) {
   outcome.differences.clear();
-  for (const DspBlock& expected :
-       PlanBlocks(kQualcommDriver, DspControls(mode, kORVAPO_Cont_Public), nullptr)) {
+  for (const DspBlock& expected : PlanBlocks(
+           kQualcommDriver, DspControls(kQualcommDriver, mode, kORVAPO_Cont_Public), nullptr)) {
     const auto received =
         std::find_if(outcome.blocks.begin(), outcome.blocks.end(), [&](const DspBlock& block) {
           return block.driver == expected.driver && block.parameter == expected.parameter;

@@ -3,6 +3,7 @@
 #include "cli/component_text.h"
 #include "cli/failure.h"
 #include "cli/select.h"
+#include "frame/public_controls.h"
 #include "platform/simulated/drivers/driver_requests.h"
 
 namespace orv::cli {
@@ -159,24 +160,20 @@ HRESULT QualcommDsp::WriteControls(const Mode& mode) const {
   return object_->WriteControls(mode.object());
 }
 
-std::map<std::wstring, std::int32_t, std::less<>> DspControls(const Mode& mode,
+std::map<std::wstring, std::int32_t, std::less<>> DspControls(const std::string& driver,
+                                                              const Mode& mode,
                                                               ORVAPOControlType list) {
   const std::string asked = "reading the controls of " + mode.name();
-  ComPtr<IORVAPOControlEnumerator> enumerator;
-  Require(mode.object()->get_ORVAPOControlEnumerator(list, enumerator.Put()), asked, "");
   std::map<std::wstring, std::int32_t, std::less<>> controls;
-  for (;;) {
-    ComPtr<IORVAPOControl> control;
-    const HRESULT status = enumerator->Next(control.Put());
-    Require(status, asked, "");
-    if (status != S_OK || !control) return controls;
-    Text name;
-    LONG value = 0;
-    Require(control->get_DisplayValue(name.Put()), asked, "");
-    if (FAILED(control->get_Value(&value))) value = 0;
-    if (SysStringLen(name.get()) != 0)
-      controls[std::wstring(name.get(), SysStringLen(name.get()))] = value;
-  }
+  const auto policy =
+      driver == kQualcommDriver ? UnreadableControl::Zero : UnreadableControl::LeftOut;
+  const ControlWalk walk =
+      ForEachControl(*mode.object(), list, policy, [&](std::wstring_view name, LONG value) {
+        if (!name.empty()) controls.insert_or_assign(std::wstring(name), value);
+      });
+  Require(walk.asked, asked, "");
+  Require(walk.ended, asked, "");
+  return controls;
 }
 
 }  // namespace orv::cli

@@ -69,8 +69,9 @@ struct IntelDspState {
 };
 IntelDspState AskIntelDsp(const Endpoint& endpoint);
 
-// A mode's public controls as the DSP objects read them: display name to value.
-std::map<std::wstring, std::int32_t, std::less<>> DspControls(const Mode& mode,
+// A mode's controls as the DSP object of this driver reads them: display name to value.
+std::map<std::wstring, std::int32_t, std::less<>> DspControls(const std::string& driver,
+                                                              const Mode& mode,
                                                               ORVAPOControlType list);
 
 }  // namespace orv::cli

@@ -7,6 +7,7 @@
 
 #include "config/configuration_file.h"
 #include "frame/guard.h"
+#include "frame/public_controls.h"
 #include "frame/text_result.h"
 #include "intel_dsp/equalizer_bands.h"
 #include "intel_dsp/intel_dsp_object.h"
@@ -54,22 +55,6 @@ HRESULT AbortOnException(Body&& body, Reporter&& report) {
   }
 }
 
-void AddControl(IORVAPOControl& control, ORVQVTValueList& list) {
-  BSTR text = nullptr;
-  if (FAILED(control.get_DisplayValue(&text))) text = nullptr;
-  const OwnedText owned(text);
-  const std::string name = Narrow(ViewOf(text));
-  if (name.empty()) {
-    Diagnose(ORV_HERE("CKELAPOIntelDSP::WriteControls"),
-             L"Warning: the last parameter is unrecognized by QVT.\n");
-    return;
-  }
-  LONG value = 0;
-  // The mode cannot tell it: the DSP keeps what it has.
-  if (FAILED(control.get_Value(&value))) return;
-  list.GetOrAdd(name) = ORVQVTValue(name, value);
-}
-
 // One value for each band; false when one cannot be designed.
 bool MakeBands(std::span<const float> gains, std::span<const float> qualities,
                std::span<const LONG> frequencies, std::vector<FilterBand>& bands) {
@@ -108,15 +93,20 @@ HRESULT CKELAPOIntelDSP::WriteControls(IORVOperatingMode* op_mode, BSTR tech_nam
   });
 }
 
-// The status is that of asking for the controls, however far walking them leads.
+// The status is that of asking for the controls; a failure of the enumerator ends the walk.
 HRESULT CKELAPOIntelDSP::ReadControls(IORVOperatingMode& op_mode, ORVQVTValueList& list) {
-  ComPtr<IORVAPOControlEnumerator> enumerator;
-  const HRESULT status = op_mode.get_ORVAPOControlEnumerator(kORVAPO_Cont_Public, enumerator.Put());
-  if (FAILED(status)) return status;
-  if (!enumerator) return E_FAIL;
-  for (ComPtr<IORVAPOControl> control; enumerator->Next(control.Put()) == S_OK && control;)
-    AddControl(*control, list);
-  return status;
+  // Of a control that the mode cannot read, the DSP keeps what it has.
+  return ForEachControl(op_mode, kORVAPO_Cont_Public, UnreadableControl::LeftOut,
+                        [&list](std::wstring_view text, LONG value) {
+                          const std::string name = Narrow(text);
+                          if (name.empty()) {
+                            Diagnose(ORV_HERE("CKELAPOIntelDSP::WriteControls"),
+                                     L"Warning: the last parameter is unrecognized by QVT.\n");
+                            return;
+                          }
+                          list.GetOrAdd(name) = ORVQVTValue(name, value);
+                        })
+      .asked;
 }
 
 HRESULT CKELAPOIntelDSP::WriteList(ORVQVTValueList list, std::wstring_view technology,

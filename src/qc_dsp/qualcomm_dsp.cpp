@@ -1,9 +1,11 @@
 #include "qc_dsp/qualcomm_dsp.h"
 
 #include <memory>
+#include <utility>
 
 #include "frame/guard.h"
 #include "frame/object_creation.h"
+#include "frame/public_controls.h"
 #include "frame/ref_counted.h"
 #include "platform/diagnostics.h"
 #include "qc_dsp/driver_interface.h"
@@ -15,10 +17,6 @@ namespace {
 constexpr PROPERTYKEY kFormFactorKey = {
     {0x1DA5D803, 0xD492, 0x4EDD, {0x8C, 0x23, 0xE0, 0xC0, 0xFF, 0xEE, 0x7F, 0x0E}}, 0};
 constexpr std::uint32_t kHeadphones = 3;  // of the platform's form factors
-
-struct FreeText {
-  void operator()(OLECHAR* text) const noexcept { SysFreeString(text); }
-};
 
 class CORVAPOQCDSP final : public RefCounted<SingleThreaded, Chain<IORVAPOQCDSP>> {
  public:
@@ -33,7 +31,7 @@ class CORVAPOQCDSP final : public RefCounted<SingleThreaded, Chain<IORVAPOQCDSP>
  private:
   bool HasControl(std::wstring_view name) const { return controls_.find(name) != controls_.end(); }
   void TakeFormFactor(IMMDevice& device);
-  void AddControl(IORVAPOControl& control);
+  void AddControl(std::wstring_view name, LONG value);
   HRESULT WriteControlsToQCDriver();
 
   ComPtr<IUnknown> endpoint_;
@@ -77,28 +75,21 @@ HRESULT CORVAPOQCDSP::WriteControls(IORVOperatingMode* op_mode) {
     if (op_mode == nullptr) return E_POINTER;
     if (driver_ == nullptr) return E_NOTIMPL;
     controls_.clear();
-    ComPtr<IORVAPOControlEnumerator> enumerator;
+    // A control that the mode cannot read is present all the same: its record is sent.
     const HRESULT status =
-        op_mode->get_ORVAPOControlEnumerator(kORVAPO_Cont_Public, enumerator.Put());
+        ForEachControl(*op_mode, kORVAPO_Cont_Public, UnreadableControl::Zero,
+                       [this](std::wstring_view name, LONG value) { AddControl(name, value); })
+            .asked;
     if (FAILED(status)) return status;
-    if (!enumerator) return E_FAIL;
-    for (ComPtr<IORVAPOControl> control; enumerator->Next(control.Put()) == S_OK && control;)
-      AddControl(*control);
     return controls_.empty() ? E_FAIL : WriteControlsToQCDriver();
   });
 }
 
-// A control whose value cannot be read is there all the same, with 0.
-void CORVAPOQCDSP::AddControl(IORVAPOControl& control) {
-  BSTR text = nullptr;
-  LONG value = 0;
-  if (FAILED(control.get_DisplayValue(&text))) text = nullptr;
-  const std::unique_ptr<OLECHAR, FreeText> owned(text);
-  if (FAILED(control.get_Value(&value))) value = 0;
-  if (SysStringLen(text) == 0) return;
-  const std::wstring name(text, SysStringLen(text));
-  controls_[name] = value;
-  Diagnose(ORV_HERE("CORVAPOQCDSP::WriteControls"), L"Added %s\n", name);
+void CORVAPOQCDSP::AddControl(std::wstring_view name, LONG value) {
+  if (name.empty()) return;
+  std::wstring key(name);
+  Diagnose(ORV_HERE("CORVAPOQCDSP::WriteControls"), L"Added %s\n", key);
+  controls_.insert_or_assign(std::move(key), value);
 }
 
 // What becomes of the records before the last one is not told.

@@ -16,7 +16,8 @@ using ListedControl = std::pair<std::string, LONG>;
 
 class FakeControl final : public CountedObject<IORVAPOControl> {
  public:
-  explicit FakeControl(ListedControl control) : control_(std::move(control)) {}
+  FakeControl(ListedControl control, HRESULT readable)
+      : control_(std::move(control)), readable_(readable) {}
 
   HRESULT STDMETHODCALLTYPE get_DisplayValue(BSTR* text) override {
     *text = SysAllocString(Widen(control_.first).c_str());
@@ -27,12 +28,13 @@ class FakeControl final : public CountedObject<IORVAPOControl> {
   HRESULT STDMETHODCALLTYPE get_MaxValue(LONG*) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE get_Value(LONG* value) override {
     *value = control_.second;
-    return S_OK;
+    return readable_;
   }
   HRESULT STDMETHODCALLTYPE put_Value(LONG) override { return E_NOTIMPL; }
 
  private:
   ListedControl control_;
+  HRESULT readable_;
 };
 
 class FakeMode final : public CountedObject<IORVOperatingMode, IORVAPOControlEnumerator> {
@@ -46,6 +48,7 @@ class FakeMode final : public CountedObject<IORVOperatingMode, IORVAPOControlEnu
   }
 
   HRESULT refusal = S_OK;  // of asking for the controls
+  std::string unreadable;  // the control whose value cannot be read
 
   HRESULT STDMETHODCALLTYPE get_ORVAPOControlEnumerator(
       ORVAPOControlType type, IORVAPOControlEnumerator** enumerator) override {
@@ -59,7 +62,8 @@ class FakeMode final : public CountedObject<IORVOperatingMode, IORVAPOControlEnu
   HRESULT STDMETHODCALLTYPE Next(IORVAPOControl** control) override {
     if (next_ == controls_.end()) return S_FALSE;
     return AtBoundary([&] {
-      *control = new FakeControl(*next_++);
+      *control = new FakeControl(*next_, next_->first == unreadable ? E_FAIL : S_OK);
+      ++next_;
       return S_OK;
     });
   }

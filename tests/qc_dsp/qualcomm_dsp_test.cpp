@@ -103,6 +103,12 @@ TEST_F(QualcommDspTest, BlocksThatTheModeLacksAreNotSent) {
     EXPECT_EQ(Sent(), sent);
     EXPECT_EQ(Flags(), flags);
   }
+  // A control that cannot be read is present with 0.
+  const auto mode = FakeMode::Make(Controls{{"QUMEDIA-Hard Limiter Enable", 1}});
+  mode->unreadable = "QUMEDIA-Hard Limiter Enable";
+  EXPECT_EQ(dsp->WriteControls(mode.get()), S_OK);
+  EXPECT_EQ(Sent(), (Parameters{0x16, 0x11}));
+  EXPECT_EQ(Flags(), 0);
   for (const Controls& nameless : {Controls(), {{"", 5}}}) {
     EXPECT_EQ(Write(nameless), E_FAIL);
     EXPECT_EQ(Sent(), Parameters());
