@@ -8,6 +8,7 @@
 #include "cli/dsp_blocks.h"
 #include "cli/host.h"
 #include "cli/image_json.h"
+#include "platform/simulated/drivers/driver_requests.h"
 #include "platform/simulated/simulated_machine.h"
 #include "platform/text.h"
 
@@ -32,15 +33,24 @@ std::string ParameterText(std::uint32_t parameter) {
   return text;
 }
 
+// A block of the driver, or its module.
+std::string RemarkPlace(const DriverRemark& remark) {
+  if (remark.parameter == 0) return "";
+  return "parameter " + ParameterText(remark.parameter) + ": ";
+}
+
 Json RecordJson(const DriverRecord& record) {
   const DspBlock block = BlockOf(record);
   Json fields = Json::array();
   for (const DecodedField& field : DecodeBlock(block))
     fields.push_back(
         {{"offset", field.offset}, {"control", field.control}, {"value", field.value}});
-  return {{"driver", record.driver},    {"parameter", record.parameter},
-          {"name", BlockName(block)},   {"size", record.bytes.size()},
-          {"bytes", RecordHex(record)}, {"fields", std::move(fields)}};
+  // Qualcomm records carry a form factor where the others have an apply flag.
+  const bool is_qualcomm = record.driver == kQualcommDriver;
+  return {{"driver", record.driver},     {"parameter", record.parameter},
+          {"name", BlockName(block)},    {is_qualcomm ? "form_factor" : "apply", record.selector},
+          {"size", record.bytes.size()}, {"bytes", RecordHex(record)},
+          {"fields", std::move(fields)}};
 }
 
 void ShowReceived(Output& output, const std::vector<DriverRecord>& records, bool all) {
@@ -123,6 +133,8 @@ void ShowDrivers(Context& context, bool all) {
   if (!output.json()) ShowEvents(output, *machine);
   for (const DriverRefusal& refusal : machine->RefusedRequests())
     output.Remark(refusal.driver + " refused " + refusal.request + ": " + refusal.reason);
+  for (const DriverRemark& remark : machine->DriverRemarks())
+    output.Remark(remark.driver + ": " + RemarkPlace(remark) + remark.text);
 }
 
 }  // namespace

@@ -34,8 +34,8 @@ TEST(OrvctlDsp, PushIntoSkylakeIsReadBack) {
   EXPECT_TRUE(pushed["differences"].empty());
   const Json records = program.Answer({"machine", "drivers"});
   ASSERT_FALSE(records.empty());
-  EXPECT_EQ(Keys(records[0]),
-            (std::vector<std::string>{"driver", "parameter", "name", "size", "bytes", "fields"}));
+  EXPECT_EQ(Keys(records[0]), (std::vector<std::string>{"driver", "parameter", "name", "apply",
+                                                        "size", "bytes", "fields"}));
   EXPECT_EQ(Keys(records[0]["fields"][0]),
             (std::vector<std::string>{"offset", "control", "value"}));
   const Result shown = program.Run({"dsp", "intel", "0", "push"});
@@ -123,6 +123,7 @@ TEST(OrvctlDsp, QualcommRecordsReachTheDriver) {
   const Json received = program.Answer({"machine", "drivers"});
   ASSERT_EQ(received.size(), names.size());
   for (std::size_t i = 0; i < names.size(); ++i) EXPECT_EQ(received[i]["name"], names[i]);
+  EXPECT_EQ(received[0]["form_factor"], 4);
   const Result shown = program.Run({"dsp", "qualcomm", "Headphones", "push"});
   EXPECT_EQ(shown.status, 0) << shown.errors;
   EXPECT_NE(shown.output.find("form factor 2 (headset)"), std::string::npos) << shown.output;

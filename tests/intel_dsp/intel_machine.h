@@ -51,10 +51,12 @@ class IntelMachine {
     for (; seen_ < records.size(); ++seen_) sent.push_back(records[seen_].parameter);
     return sent;
   }
-  // The drivers find every request well formed.
+  // The drivers find every request well formed; those that the machine's description refuses are.
   void ExpectNothingRefused() {
-    for (const DriverRefusal& refusal : machine_->RefusedRequests())
-      ADD_FAILURE() << refusal.driver << ", " << refusal.request << ": " << refusal.reason;
+    for (const DriverRefusal& refusal : machine_->RefusedRequests()) {
+      EXPECT_TRUE(refusal.planned)
+          << refusal.driver << ", " << refusal.request << ": " << refusal.reason;
+    }
   }
 
  private:

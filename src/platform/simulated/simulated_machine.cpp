@@ -3,6 +3,7 @@
 #include "platform/files.h"
 #include "platform/simulated/drive_paths.h"
 #include "platform/simulated/drivers/device_files.h"
+#include "platform/simulated/drivers/driver_remarks.h"
 #include "platform/simulated/machine_file.h"
 #include "platform/simulated/registry_hive.h"
 #include "platform/simulated/simulated_devices.h"
@@ -97,7 +98,13 @@ std::uint64_t SimulatedMachine::LatestRequestNumber() {
   return number;
 }
 
-std::vector<DriverRemark> SimulatedMachine::DriverRemarks() { return {}; }
+std::vector<DriverRemark> SimulatedMachine::DriverRemarks() {
+  std::vector<DriverRemark> remarks;
+  state_->devices->drivers->Read([&](const DriverMemory& memory) {
+    remarks = RemarksOn(memory, state_->devices->description.drivers);
+  });
+  return remarks;
+}
 
 std::uint64_t SimulatedMachine::EventSignals(const std::wstring& name) {
   std::uint64_t signals = 0;

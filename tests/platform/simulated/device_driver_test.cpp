@@ -8,6 +8,8 @@
 namespace orv {
 namespace {
 
+using testing::Contains;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -142,6 +144,8 @@ TEST(BroadwellDriver, MisbehaviourAndFaultsReachTheCaller) {
   get(0, 4);
   EXPECT_EQ(error, kDeviceAccessDenied);
   EXPECT_EQ(get(5, 4).status(), 0xC0000022U);
+  for (const DriverRefusal& refusal : machine->RefusedRequests()) EXPECT_TRUE(refusal.planned);
+  EXPECT_THAT(machine->RefusedRequests(), SizeIs(2));
   EXPECT_EQ(get(22, 16).returned, 20U);
   EXPECT_EQ(WordAt(get(25, 60).buffer, 17), 2U ^ 0xFF);
   EXPECT_EQ(BroadwellRequest(14, 6, Wire().Word(1)).Send(*file), 0U);
@@ -152,6 +156,36 @@ TEST(BroadwellDriver, MisbehaviourAndFaultsReachTheCaller) {
   machine->description().drivers.broadwell.reset();
   get(6, 4);
   EXPECT_EQ(error, kDeviceNotConnected);
+}
+
+TEST(BroadwellDriver, RemarksNameCustomSizesWithoutCoefficientsAndSectionsThatDoNotPlay) {
+  const auto machine = SimulatedMachine::InMemory(Describe(R"({"drivers": {"broadwell": {}}})"));
+  const auto file = Open(*machine, kBroadwellClass);
+  EXPECT_THAT(Remarks(*machine), ElementsAre("0: no client has switched the module on"));
+  BroadwellRequest on(13, 6);
+  on.buffer[4] = on.buffer[5] = std::byte{1};
+  EXPECT_EQ(on.Send(*file) | on.status(), 0U);
+  EXPECT_THAT(Remarks(*machine), IsEmpty());
+  const auto set = [&](std::uint32_t parameter, const Bytes& block) {
+    BroadwellRequest request(14, parameter, block);
+    EXPECT_EQ(request.Send(*file) | request.status(), 0U) << LastRefusal(*machine);
+  };
+  Bytes sizes = FindFormat(BroadwellFormats(), 21)->Initial();
+  Put(sizes, 20, 9);
+  Put(sizes, 60, 9);
+  set(21, sizes);
+  set(0, Wire().Word(0));
+  // One section: shift 1, a2 = -1.
+  set(24, Wire().Word(1).Short(1).Short(1).Zeros(6).Short(0x8000).Short(1).Short(1).Zeros(2));
+  set(25, Wire().Word(0).Word(1).Word(0));
+  EXPECT_THAT(
+      Remarks(*machine),
+      ElementsAre("0: processing is switched off",
+                  HasSubstr("analysis size is custom, but its coefficients (parameter "
+                            "0x64) never"),
+                  HasSubstr("space high-pass is custom"),
+                  "21: only one of the speaker's sizes is custom",
+                  "24: high-pass: section 1 is unstable", "25: equaliser: the overall gain is 0"));
 }
 
 Bytes Message(std::uint32_t parameter, const Bytes& payload, std::uint32_t form_factor = 1) {
@@ -188,6 +222,7 @@ TEST(QualcommDriver, RecordsAreKeptInTheirOrderAndWrongMessagesAreNot) {
   EXPECT_EQ(records[1].parameter, 0x10005012U);
   EXPECT_EQ(records[1].bytes, Bytes(widening.begin() + 12, widening.end() - 4));
   EXPECT_EQ(send(plain), kDeviceGenFailure);
+  EXPECT_TRUE(machine->RefusedRequests().back().planned);
 
   const std::pair<Bytes, const char*> cases[] = {
       {Bytes(15), "a message of 15 bytes"},
@@ -207,9 +242,15 @@ TEST(QualcommDriver, RecordsAreKeptInTheirOrderAndWrongMessagesAreNot) {
     EXPECT_EQ(send(message), kDeviceInvalidParameter) << reason;
     EXPECT_THAT(LastRefusal(*machine), HasSubstr(reason));
   }
+  EXPECT_THAT(Remarks(*machine), ElementsAre("17: processing is switched off",
+                                             "21: left equaliser: section 1 is silent",
+                                             "21: right equaliser: section 1 is silent"));
+  const Bytes bass = spoiled(widening, 12, 0x484);
+  EXPECT_EQ(send(bass), 0U);
+  EXPECT_THAT(Remarks(*machine), Contains("18: bass of the audio size is silent"));
   EXPECT_EQ(send(plain, kSendCode + 4), 1U);
   EXPECT_EQ(send(plain, kSendCode, Bytes(1)), kDeviceInvalidParameter);
-  EXPECT_THAT(machine->ReceivedRecords(), SizeIs(3));
+  EXPECT_THAT(machine->ReceivedRecords(), SizeIs(4));
 }
 
 constexpr char kSharedMachine[] =

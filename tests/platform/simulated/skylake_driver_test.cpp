@@ -6,6 +6,7 @@
 namespace orv {
 namespace {
 
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
@@ -206,6 +207,66 @@ TEST_F(SkylakeDriver, EachMisbehaviourDoesWhatItSays) {
   EXPECT_EQ(client_->GetBlock(0x1001440B).size(), 20U);
   EXPECT_EQ(client_->Send(Header(1, 1).Guid(kModuleInterface)), kMoreData);
   EXPECT_EQ(client_->answered, 100U);
+  std::vector<std::string> reasons;
+  for (const DriverRefusal& refusal : machine_->RefusedRequests()) {
+    EXPECT_TRUE(refusal.planned) << refusal.reason;
+    reasons.push_back(refusal.request + ": " + refusal.reason);
+  }
+  EXPECT_THAT(reasons,
+              ElementsAre("parameter 0x10014401: the machine's description refuses it with "
+                          "0x80070005",
+                          "version: the machine's description refuses it with 0xC0000001",
+                          "parameter 0x10014403: the machine's description leaves it out"));
+}
+
+TEST_F(SkylakeDriver, RemarksNameWhatAListenerWouldNotice) {
+  Start();
+  EXPECT_THAT(Remarks(*machine_), IsEmpty());
+  EXPECT_EQ(client_->Send(LongRequest(2, 2), Wire().Byte(0)), S_OK);
+  constexpr std::uint32_t kCommon = 0x10014404;
+  constexpr std::uint32_t kWidening = 0x10014405;
+  const auto put = [&](std::uint32_t parameter, std::size_t offset, std::uint32_t word) {
+    Bytes block = client_->GetBlock(parameter);
+    Put(block, offset, word);
+    EXPECT_EQ(client_->SetBlock(parameter, block), S_OK) << LastRefusal(*machine_);
+  };
+  put(0x10014401, 0, 0);
+  put(kCommon, 8, 9);
+  put(kWidening, 20, 9);
+  // A section of unity gain whose poles lie where a1 and a2 put them, in Q30.
+  const auto section = [](std::uint32_t a1, std::uint32_t a2) -> Bytes {
+    return Wire().Word(2).Word(1U << 30).Zeros(8).Word(a1).Word(a2);
+  };
+  const Bytes gain = Wire().Word(2).Word(1U << 30);
+  constexpr std::uint32_t kNearlyOne = (1U << 30) - 1;
+  constexpr std::uint32_t kNoFir = 0xFFFFFFFF;
+  const auto send_filters = [&](const Bytes& high_pass, const Bytes& first, const Bytes& second) {
+    const Bytes left = Wire().Word(1).Word(2).Word(1).Word(1).Word(2).Word(kNoFir);
+    const Bytes sets = Wire().Block(high_pass).Block(gain).Block(first).Block(gain).Zeros(40);
+    EXPECT_EQ(client_->SetBlock(0x1001440D, Wire().Block(left).Block(sets)), S_OK);
+    const Bytes right = Wire().Word(1).Word(4).Word(kNoFir).Block(first).Block(second).Block(gain);
+    EXPECT_EQ(client_->SetBlock(0x1001440E, Wire().Block(right).Zeros(24)), S_OK);
+  };
+  send_filters(section(0, 1U << 30), section(0, kNearlyOne), section(2, kNearlyOne));
+  EXPECT_THAT(Remarks(*machine_),
+              ElementsAre("0: the module is switched off", "1: processing is switched off",
+                          "4: the speaker's audio size is custom, but its coefficients (parameter "
+                          "0x1001440F) never came",
+                          "5: the cut-off of the space high-pass is custom, but its coefficients "
+                          "(parameter 0x10014410) never came",
+                          "13: high-pass: section 1 is unstable",
+                          "14: right equaliser: section 2 is unstable"));
+  EXPECT_EQ(client_->Send(LongRequest(2, 2), Wire().Byte(1)), S_OK);
+  put(0x10014401, 0, 1);
+  send_filters(section(0, 0), section(0, 0), Wire().Word(2).Zeros(20));
+  put(0x1001440F, 0, 1);
+  put(0x10014410, 4, 1);
+  EXPECT_THAT(Remarks(*machine_), ElementsAre("14: right equaliser: section 2 is silent",
+                                              "15: bass all-pass: section 1 is silent",
+                                              "16: space high-pass: the overall gain is 0",
+                                              "15: bass of the audio size is silent"));
+  machine_->description().drivers.skylake->module_instantiated = false;
+  EXPECT_EQ(Remarks(*machine_).front(), "0: the module is not instantiated");
 }
 
 TEST_F(SkylakeDriver, ObjectsWorkOnWithoutTheirMachine) {

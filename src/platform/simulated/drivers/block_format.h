@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/simulated/drivers/coefficient_set.h"
+
 namespace orv {
 
 // A little-endian number in a block; read as signed when `least` is negative.
@@ -47,10 +49,14 @@ struct BlockFormat {
   std::vector<FieldFormat> fields;
   BlockCheck check = nullptr;
   std::vector<std::byte> initial = {};  // of blocks without fields
+  SetsOfBlock sets = nullptr;           // of blocks with coefficients
 
   std::string Fault(std::span<const std::byte> block) const;
   std::vector<std::byte> Initial() const;
 };
+
+// Sections of a filter of this order.
+constexpr std::size_t SectionsOf(std::uint32_t order) { return (std::size_t{order} + 1) / 2; }
 
 // Consecutive words from `offset` on.
 std::vector<FieldFormat> Coefficients(std::uint16_t offset, std::uint16_t count,

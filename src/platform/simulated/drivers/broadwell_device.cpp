@@ -70,6 +70,8 @@ class Exchange {
     if (!fault.empty()) return Refuse(fault);
     rule_ = store_.Due(driver_.misbehaviour, request_);
     Delay(rule_);
+    const std::string planned = PlannedRefusal(rule_);
+    if (!planned.empty()) store_.NoteRefusal(request_, planned, true);
     if (Is(rule_, Kind::Refuse)) return SystemErrorOf(rule_->status);
     std::int32_t status = kNoSuchParameter;
     if (Is(rule_, Kind::Status) && rule_->status < 0)

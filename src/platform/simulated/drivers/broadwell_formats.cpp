@@ -47,7 +47,7 @@ std::string HighPassFault(std::span<const std::byte> block) {
   if (sections == 0 || block.size() != 12 * sections + 10)
     return "a block of " + std::to_string(block.size()) + " bytes holds no whole sections";
   const auto order = ReadWire<std::uint32_t>(block, 0);
-  if (order == 0 || (std::size_t{order} + 1) / 2 > sections)
+  if (order == 0 || SectionsOf(order) > sections)
     return "an order of " + std::to_string(order) + " in " + std::to_string(sections) + " sections";
   if (ReadWire<std::uint16_t>(block, block.size() - 2) != 0)
     return "bytes after the coefficients are not zero";
@@ -62,6 +62,13 @@ std::string EqualiserFault(std::span<const std::byte> block) {
            " sections";
   }
   return {};
+}
+
+std::vector<CoefficientSet> HighPassSets(std::span<const std::byte> block) {
+  return {{"high-pass", 4, 2, SectionsOf(ReadWire<std::uint32_t>(block, 0))}};
+}
+std::vector<CoefficientSet> EqualiserSets(std::span<const std::byte> block) {
+  return {{"equaliser", 4, 4, ReadWire<std::uint32_t>(block, 0)}};
 }
 
 template <class Value, std::size_t Count>
@@ -97,11 +104,11 @@ const std::vector<BlockFormat>& BroadwellFormats() {
       {22,
        16,
        {Flag(0, 1), Word(4, 0, kLargest, 120), Word(8, 0, kLargest, 0x4000000), Level(12, 8192)}},
-      {24, 0, {}, HighPassFault, Words(4, kHighPass)},
-      {25, 0, {}, EqualiserFault, Words(2, kFlatEqualiser)},
-      {26, 0, {}, EqualiserFault, Words(2, kFlatEqualiser)},
-      {100, 96, Coefficients(0, 24)},
-      {101, 32, Coefficients(0, 8)},
+      {24, 0, {}, HighPassFault, Words(4, kHighPass), HighPassSets},
+      {25, 0, {}, EqualiserFault, Words(2, kFlatEqualiser), EqualiserSets},
+      {26, 0, {}, EqualiserFault, Words(2, kFlatEqualiser), EqualiserSets},
+      {100, 96, Coefficients(0, 24), nullptr, {}, BassAllPass},
+      {101, 32, Coefficients(0, 8), nullptr, {}, SpaceHighPass},
   };
   return kFormats;
 }

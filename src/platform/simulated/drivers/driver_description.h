@@ -77,7 +77,8 @@ struct BroadwellDescription {
   std::uint32_t interfaces = 1;  // device interfaces that the driver shows
   std::uint8_t interface_version = 1;
   std::uint8_t features = 3;
-  SimulatedModule module;
+  // Off until a client switches it on, unless the machine says otherwise.
+  SimulatedModule module = {.enabled = false};
   std::vector<DriverMisbehaviour> misbehaviour;
 };
 

@@ -111,6 +111,11 @@ void DriverMemory::Refuse(DriverRefusal refusal) {
   Append(refused, std::move(refusal));
 }
 
+bool DriverMemory::IsEnabled(const char* driver, const SimulatedModule& module) const {
+  const auto set = enabled.find(driver);
+  return set == enabled.end() ? module.enabled : set->second != 0;
+}
+
 std::string EncodeDriverMemory(const DriverMemory& memory, std::uint64_t change) {
   std::string text = "{\"change\": " + std::to_string(change);
   text += ",\n\"requests\": " + std::to_string(memory.requests);

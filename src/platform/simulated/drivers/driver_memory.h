@@ -35,6 +35,7 @@ struct DriverMemory {
   // Keep the record and make it what the driver holds; what cannot be kept changes nothing.
   void Receive(DriverRecord record);
   void Refuse(DriverRefusal refusal);
+  bool IsEnabled(const char* driver, const SimulatedModule& module) const;
 };
 
 // The file's first line has the number of the latest change, so that two changes within one tick of

@@ -98,8 +98,9 @@ bool DriverStore::Change(const std::function<void(DriverMemory&)>& body) {
   return false;
 }
 
-void DriverStore::NoteRefusal(const DriverRequest& request, const std::string& reason) {
-  DriverRefusal refusal{request.driver, request.Text(), reason, request.parameter};
+void DriverStore::NoteRefusal(const DriverRequest& request, const std::string& reason,
+                              bool planned) {
+  DriverRefusal refusal{request.driver, request.Text(), reason, request.parameter, planned};
   Change([&](DriverMemory& memory) { memory.Refuse(std::move(refusal)); });
 }
 

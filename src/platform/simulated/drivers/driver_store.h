@@ -43,8 +43,9 @@ class DriverStore {
   bool Read(const std::function<void(const DriverMemory&)>& body);
   bool Change(const std::function<void(DriverMemory&)>& body);
 
-  // Keeps why a request was not taken; a full disk only loses the note.
-  void NoteRefusal(const DriverRequest& request, const std::string& reason);
+  // Keeps why a request was not taken; a full disk only loses the note. `planned`: the machine's
+  // description has the request fail, which was right.
+  void NoteRefusal(const DriverRequest& request, const std::string& reason, bool planned = false);
 
   // The first of a driver's rules that is due for a request; counts the request for every rule that
   // is meant for it.

@@ -3,6 +3,8 @@
 #include <chrono>
 #include <thread>
 
+#include "platform/simulated/drivers/block_format.h"
+
 namespace orv {
 
 bool Is(const std::optional<DriverMisbehaviour>& rule, DriverMisbehaviour::Kind kind) noexcept {
@@ -19,6 +21,14 @@ void Distort(const std::optional<DriverMisbehaviour>& rule, std::vector<std::byt
     answer.resize(rule->size);
   if (Is(rule, DriverMisbehaviour::Kind::Corrupt) && rule->offset < answer.size())
     answer[rule->offset] ^= std::byte{rule->mask};
+}
+
+std::string PlannedRefusal(const std::optional<DriverMisbehaviour>& rule) {
+  using Kind = DriverMisbehaviour::Kind;
+  if (Is(rule, Kind::Absent)) return "the machine's description leaves it out";
+  if (!Is(rule, Kind::Refuse) && !(Is(rule, Kind::Status) && rule->status < 0)) return {};
+  return "the machine's description refuses it with " +
+         HexNumber(static_cast<std::uint32_t>(rule->status));
 }
 
 std::uint32_t SystemErrorOf(std::int32_t status) noexcept {

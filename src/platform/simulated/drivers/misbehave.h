@@ -14,6 +14,8 @@ void Delay(const std::optional<DriverMisbehaviour>& rule);
 // Shortens or corrupts an answer.
 void Distort(const std::optional<DriverMisbehaviour>& rule, std::vector<std::byte>& answer);
 bool Is(const std::optional<DriverMisbehaviour>& rule, DriverMisbehaviour::Kind kind) noexcept;
+// Why a request fails that the machine's description has fail; empty when it does not.
+std::string PlannedRefusal(const std::optional<DriverMisbehaviour>& rule);
 // The system error code that a status stands for.
 std::uint32_t SystemErrorOf(std::int32_t status) noexcept;
 

@@ -56,6 +56,8 @@ std::uint32_t AnswerQualcommControl(SimulatedDevices& devices, std::uint32_t cod
   }
   const auto rule = store.Due(devices.description.drivers.qualcomm->misbehaviour, request);
   Delay(rule);
+  const std::string planned = PlannedRefusal(rule);
+  if (!planned.empty()) store.NoteRefusal(request, planned, true);
   if (Is(rule, Kind::Absent)) return kDeviceNotFound;
   if (Is(rule, Kind::Refuse)) return SystemErrorOf(rule->status);
   const auto payload = input.subspan(kHeaderSize, input.size() - kFrameSize);

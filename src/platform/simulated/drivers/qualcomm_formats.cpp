@@ -8,6 +8,7 @@ namespace {
 constexpr FieldFormat Gain(std::uint16_t offset) { return {offset, 2, -32768, 32767, 0}; }
 constexpr std::uint16_t kBassWords = 16;
 constexpr std::uint16_t kFilterWords = 26;
+constexpr std::uint32_t kHighestOrder = 8;
 
 // Option bits 0x01 to 0x80, of which the last is always set, and one of four 3D modes.
 std::string WideningFault(std::span<const std::byte> record) {
@@ -33,6 +34,16 @@ std::string EqualiserFault(std::span<const std::byte> record) {
   return {};
 }
 
+// Orders beyond the record's room have no coefficients.
+std::vector<CoefficientSet> HighPassSets(std::span<const std::byte> record) {
+  const auto order = ReadWire<std::uint32_t>(record, 0);
+  return {{"high-pass", 4, 4, order <= kHighestOrder ? SectionsOf(order) : 0}};
+}
+
+std::vector<CoefficientSet> EqualiserSets(std::span<const std::byte>) {
+  return {{"left equaliser", 12, 4, 4}, {"right equaliser", 116, 4, 4}};
+}
+
 }  // namespace
 
 const std::vector<BlockFormat>& QualcommFormats() {
@@ -43,8 +54,8 @@ const std::vector<BlockFormat>& QualcommFormats() {
        Coefficients(24, kBassWords,
                     {Word(0, 0, 0xFF, 0), Gain(4), Gain(6), Gain(8), Gain(10), Gain(12),
                      Fixed(16, 0x10000000), Gain(20), Gain(22)})},
-      {0x10005014, 108, Coefficients(0, 1 + kFilterWords)},
-      {0x10005015, 220, {}, EqualiserFault},
+      {0x10005014, 108, Coefficients(0, 1 + kFilterWords), nullptr, {}, HighPassSets},
+      {0x10005015, 220, {}, EqualiserFault, {}, EqualiserSets},
       {0x10005016,
        24,
        {Gain(0),

@@ -145,9 +145,11 @@ class Exchange {
   HRESULT Finish(Body&& body) {
     rule_ = store_.Due(driver_.misbehaviour, request_);
     Delay(rule_);
-    if (Is(rule_, Kind::Absent)) return kKsPropertyNotFound;
-    if (Is(rule_, Kind::Refuse) || (Is(rule_, Kind::Status) && rule_->status < 0))
-      return rule_->status;
+    const std::string planned = PlannedRefusal(rule_);
+    if (!planned.empty()) {
+      store_.NoteRefusal(request_, planned, true);
+      return Is(rule_, Kind::Absent) ? kKsPropertyNotFound : rule_->status;
+    }
     const HRESULT status = body();
     return status == S_OK && Is(rule_, Kind::Status) ? rule_->status : status;
   }
@@ -218,10 +220,9 @@ class Exchange {
   }
 
   HRESULT GetStatus() {
-    std::uint8_t enabled = driver_.module.enabled;
+    bool enabled = false;
     const bool read = store_.Read([&](const DriverMemory& memory) {
-      const auto set = memory.enabled.find(kSkylakeDriver);
-      if (set != memory.enabled.end()) enabled = set->second;
+      enabled = memory.IsEnabled(kSkylakeDriver, driver_.module);
     });
     return read ? Deliver({std::byte{enabled}}) : kKsNotReady;
   }

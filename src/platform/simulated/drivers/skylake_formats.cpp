@@ -10,7 +10,7 @@ constexpr std::uint32_t kLongestFir = 256;
 constexpr std::uint32_t kHighestIir = 24;
 
 // Words of a coefficient set: six a section, then shift and gain.
-std::size_t SetWords(std::uint32_t order) { return std::size_t{(order + 1) / 2} * 6 + 2; }
+std::size_t SetWords(std::uint32_t order) { return SectionsOf(order) * 6 + 2; }
 
 // The equaliser's three header words; adds its coefficient words.
 std::string EqualiserFault(std::span<const std::byte> block, std::size_t header,
@@ -67,6 +67,24 @@ std::string RightFault(std::span<const std::byte> block) {
   return fault.empty() ? SizeFault(block, kRightFrame, kRightHeader, words) : fault;
 }
 
+std::vector<CoefficientSet> LeftSets(std::span<const std::byte> block) {
+  const auto word = [&](std::size_t offset) { return ReadWire<std::uint32_t>(block, offset); };
+  std::vector<CoefficientSet> sets;
+  std::size_t end = kLeftHeader;
+  if (word(4) != 0) {
+    sets.push_back({"high-pass", kLeftHeader, 4, SectionsOf(word(4))});
+    end += sets.front().size();
+  }
+  if (word(12) != 0) sets.push_back({"left equaliser", end, 4, SectionsOf(word(16))});
+  return sets;
+}
+
+std::vector<CoefficientSet> RightSets(std::span<const std::byte> block) {
+  const auto word = [&](std::size_t offset) { return ReadWire<std::uint32_t>(block, offset); };
+  if (word(0) == 0) return {};
+  return {{"right equaliser", kRightHeader, 4, SectionsOf(word(4))}};
+}
+
 constexpr std::int64_t kLargest = 0x7FFFFFFF;
 
 constexpr FieldFormat Band(std::uint16_t offset) { return {offset, 2, 725, 23060, 4096}; }
@@ -97,10 +115,10 @@ const std::vector<BlockFormat>& SkylakeFormats() {
        {Level(2, 32767), Level(4, 32767), Level(6, 32767), Level(8, 32767), Level(10, 32767),
         Level(12, 32767), Level(14, 16423), Level(16, 32767), Level(18, 4096),
         Word(20, 0, kLargest, 0x4000000)}},
-      {0x1001440D, 0, {}, LeftFault, std::vector<std::byte>(kLeftFrame)},
-      {0x1001440E, 0, {}, RightFault, std::vector<std::byte>(kRightFrame)},
-      {0x1001440F, 96, Coefficients(0, 24)},
-      {0x10014410, 32, Coefficients(0, 8)},
+      {0x1001440D, 0, {}, LeftFault, std::vector<std::byte>(kLeftFrame), LeftSets},
+      {0x1001440E, 0, {}, RightFault, std::vector<std::byte>(kRightFrame), RightSets},
+      {0x1001440F, 96, Coefficients(0, 24), nullptr, {}, BassAllPass},
+      {0x10014410, 32, Coefficients(0, 8), nullptr, {}, SpaceHighPass},
       {0x10014411, 4, {Fixed(0, 48000)}},
   };
   return kFormats;
