@@ -45,7 +45,7 @@ std::uint32_t CORVCOMEndpointInfo::SetInfo(const ORVAPOEndpointInfo& record,
   auto configuration = std::make_unique<ORVAPOConfigurationFile>(*configuration_);
   const std::uint32_t status =
       configuration->Load(record_.config_file(), config_type, kPlainChains);
-  if (status == kConfigLoaded) {
+  if (IsUsable(status)) {
     auto mode_selector = std::make_unique<ORVAPOModeSelector>(*machine_);
     mode_selector->Init(record_.apo_key_path(), configuration->GetDefaultModeKey());
     mode_selector_ = std::move(mode_selector);
@@ -143,7 +143,7 @@ HRESULT CORVCOMEndpointInfo::SetConfig(ORVAPOEndpointConfig config) {
   return Guard([&]() -> HRESULT {
     const auto config_type = static_cast<std::uint32_t>(config);
     if (config_type > kORVAPO_EPCfg_DSP) return E_INVALIDARG;
-    return SetInfo(record_, config_type) == kConfigLoaded ? S_OK : E_FAIL;
+    return IsUsable(SetInfo(record_, config_type)) ? S_OK : E_FAIL;
   });
 }
 

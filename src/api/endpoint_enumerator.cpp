@@ -54,7 +54,7 @@ bool CORVEndpointEnumerator::CantLoadConfigFile(const ORVAPOEndpointInfo& record
   ORVAPOConfigurationFile configuration(record.machine());
   const std::uint32_t status = configuration.Load(record.config_file(), kORVAPO_EPCfg_None, 0);
   Diagnose(ORV_HERE("CORVEndpointEnumerator::CantLoadConfigFile"), L"Load code: %d\n", status);
-  return status != kConfigLoaded;
+  return !IsUsable(status);
 }
 
 HRESULT CORVEndpointEnumerator::Next(IORVEndpointInfo** device) {
@@ -88,7 +88,7 @@ HRESULT CORVEndpointEnumerator::MakeEndpoint(const ORVAPOEndpointInfo& record,
   ComPtr<CORVCOMEndpointInfo> endpoint;
   const HRESULT status = CreateObject(endpoint, module(), system_);
   if (FAILED(status)) return status;
-  if (endpoint->SetInfo(record, kORVAPO_EPCfg_None) != kConfigLoaded) return E_FAIL;
+  if (!IsUsable(endpoint->SetInfo(record, kORVAPO_EPCfg_None))) return E_FAIL;
   return endpoint->QueryInterface(IID_IORVEndpointInfo, reinterpret_cast<void**>(device));
 }
 

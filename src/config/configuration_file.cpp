@@ -22,7 +22,7 @@ std::uint32_t ORVAPOConfigurationFile::Load(const std::wstring& path, std::uint3
   properties_ = reading.content.properties;
   product_name_ = reading.content.product_name;
   modes_ = reading.content.modes;
-  if (reading.status == kConfigLoaded) SetDefaultMode();
+  if (IsUsable(reading.status)) SetDefaultMode();
   return reading.status;
 }
 

@@ -17,21 +17,23 @@ class XMLDocument;
 
 namespace orv {
 
-// What loading a configuration file ended with.
+// Result of loading a configuration file. What the elements of the document cause is kept in
+// document order: a later one replaces it.
 enum LoadStatus : std::uint32_t {
   kConfigLoaded = 0,
-  kConfigEmptyProperties = 2,  // a property group without a property
-  kConfigBadMode = 3,          // a mode without a key
-  kConfigIncompleteModes = 4,  // not given by this reader; DSP objects accept it
-  kConfigNoDocument = 6,       // no file, not readable, or not XML
-  kConfigIncomplete = 7,       // not given by this reader; DSP objects accept it
+  kConfigEmptyProperties = 2,  // a <properties> element without any child
+  kConfigBadMode = 3,          // a mode that was read has no valid key
+  kConfigReserved4 = 4,        // not returned by this reader
+  kConfigNoDocument = 6,       // not a readable XML file, wrong or empty root, no <properties>
+  kConfigReserved7 = 7,        // not returned by this reader
 };
 
-// Whether the modes that were read may be used: by the DSP objects' files, and elsewhere.
-constexpr bool IsUsableByDsp(std::uint32_t status) noexcept {
-  return status == kConfigLoaded || status == kConfigIncompleteModes || status == kConfigIncomplete;
-}
+// Whether an endpoint may work with what was loaded.
 constexpr bool IsUsable(std::uint32_t status) noexcept { return status == kConfigLoaded; }
+// Whether the Intel DSP object may send what was loaded: it takes the reserved statuses as well.
+constexpr bool IsUsableByDsp(std::uint32_t status) noexcept {
+  return IsUsable(status) || status == kConfigReserved4 || status == kConfigReserved7;
+}
 
 inline constexpr std::uint32_t kConfigTypeCount = 2;
 inline constexpr std::uint32_t kLocationCount = 4;

@@ -3,16 +3,13 @@
 #include <atomic>
 
 namespace orv {
-namespace {
 
-std::uint64_t NextId() noexcept {
+Machine::Machine() : id_(NewId()) {}
+Machine::~Machine() = default;
+
+std::uint64_t Machine::NewId() noexcept {
   static std::atomic<std::uint64_t> last{0};
   return ++last;
 }
-
-}  // namespace
-
-Machine::Machine() : id_(NextId()) {}
-Machine::~Machine() = default;
 
 }  // namespace orv

@@ -18,12 +18,12 @@ namespace orv {
 
 class Machine {
  public:
-  Machine();
   virtual ~Machine();
   Machine(const Machine&) = delete;
   Machine& operator=(const Machine&) = delete;
 
-  // Tells machines apart within a process; never used again after the machine is gone.
+  // Identifies the machine within this process. Objects that are opened on the same machine (the
+  // platform's own, or the same folder), at once or one after another, have the same number.
   std::uint64_t id() const noexcept { return id_; }
 
   virtual Registry& registry() = 0;
@@ -60,6 +60,12 @@ class Machine {
   // The narrow path under which the C runtime opens that file; nothing also when the path does not
   // convert.
   virtual std::optional<std::string> HostPath(const std::wstring& path) = 0;
+
+ protected:
+  Machine();  // a machine of its own
+  explicit Machine(std::uint64_t id) noexcept : id_(id) {}
+  // A number that no other machine of this process has.
+  static std::uint64_t NewId() noexcept;
 
  private:
   std::uint64_t id_;

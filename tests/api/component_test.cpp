@@ -1,5 +1,6 @@
 // The component as a client loads it: the shared library and its five exports.
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <cstdlib>
 #include <fstream>
@@ -17,6 +18,30 @@ class ComponentTest : public ::testing::Test {
   ComponentTest() { EXPECT_TRUE(library_.Load(ORV_COMPONENT)); }
   ~ComponentTest() override { unsetenv("ORV_MACHINE"); }
 
+  // The modes of the machine's first endpoint; every object is released again.
+  std::vector<std::wstring> Modes() {
+    std::vector<std::wstring> names;
+    ComPtr<IClassFactory> factory;
+    ComPtr<IORVAPOSystem> system;
+    ComPtr<IORVEndpointEnumerator> endpoints;
+    ComPtr<IORVEndpointInfo> endpoint;
+    ComPtr<IORVAPOOpModeEnumerator> modes;
+    if (GetFactory(factory) != S_OK ||
+        factory->CreateInstance(nullptr, IID_IORVAPOSystem, system.PutVoid()) != S_OK ||
+        system->InitializeSystem(nullptr) != S_OK ||
+        system->EnumerateORVEndpoints(endpoints.Put()) != S_OK ||
+        endpoints->Next(endpoint.Put()) != S_OK ||
+        endpoint->GetOpModeEnumerator(modes.Put()) != S_OK)
+      return names;
+    ComPtr<IORVOperatingMode> mode;
+    while (modes->Next(mode.Put()) == S_OK) {
+      BSTR name = nullptr;
+      mode->get_Name(&name);
+      names.emplace_back(name);
+      SysFreeString(name);
+    }
+    return names;
+  }
   template <class Function>
   Function Export(const char* name) {
     const auto function = reinterpret_cast<Function>(library_.Find(name));
@@ -66,6 +91,26 @@ TEST_F(ComponentTest, WholeRequestLeavesTheLibraryUnloadable) {
     EXPECT_EQ(endpoints->Next(endpoint.Put()), S_FALSE);
   }
   EXPECT_EQ(can_unload(), S_OK);
+}
+
+// The host keeps the library although it may unload it, as the platform does for some minutes.
+TEST_F(ComponentTest, ConfigurationIsReadOnceHoweverOftenTheHostMayUnload) {
+  const std::filesystem::path sample = ORV_SAMPLE_MACHINE;
+  std::filesystem::copy(sample, folder_.path(), std::filesystem::copy_options::recursive);
+  setenv("ORV_MACHINE", folder_.path().c_str(), 1);
+  const auto can_unload = Export<ORVDllCanUnloadNow>("DllCanUnloadNow");
+  const auto modes = Modes();
+  EXPECT_FALSE(modes.empty());
+  ASSERT_EQ(can_unload(), S_OK);
+  std::ofstream(folder_.path() / "drive_c/Program Files/ORV Labs/APO/orv_apo_config.xml")
+      << "<orv_configuration/>";
+  constexpr int kRounds = 40;
+  const std::size_t allocated = mallinfo2().uordblks;
+  for (int round = 0; round < kRounds; ++round) {
+    EXPECT_EQ(Modes(), modes);
+    ASSERT_EQ(can_unload(), S_OK);
+  }
+  EXPECT_LT(mallinfo2().uordblks, allocated + kRounds * std::size_t{1024});
 }
 
 TEST_F(ComponentTest, MachineThatCannotBeOpenedLeavesTheModuleUninitialised) {

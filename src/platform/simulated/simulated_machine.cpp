@@ -1,5 +1,9 @@
 #include "platform/simulated/simulated_machine.h"
 
+#include <map>
+#include <mutex>
+#include <system_error>
+
 #include "platform/files.h"
 #include "platform/simulated/drive_paths.h"
 #include "platform/simulated/drivers/device_files.h"
@@ -38,7 +42,8 @@ void PlanFaults(const std::vector<PlannedFault>& faults, FaultPlan& plan) {
 
 }  // namespace
 
-SimulatedMachine::SimulatedMachine(std::unique_ptr<State> state) : state_(std::move(state)) {}
+SimulatedMachine::SimulatedMachine(std::unique_ptr<State> state, std::uint64_t id)
+    : Machine(id), state_(std::move(state)) {}
 
 SimulatedMachine::~SimulatedMachine() = default;
 
@@ -46,7 +51,7 @@ std::unique_ptr<SimulatedMachine> SimulatedMachine::Open(const std::filesystem::
                                                          FileError& error) {
   auto description = ReadMachineFile(folder / "machine.json", error);
   if (!description) return nullptr;
-  auto machine = InMemory(std::move(*description), folder / "drive_c");
+  auto machine = Make(std::move(*description), folder / "drive_c", IdOfFolder(folder));
   machine->state_->devices->folder = folder;
   if (!machine->SetPlayback(machine->description().playback_json, error)) return nullptr;
   if (!machine->state_->hive->Attach(folder, error)) return nullptr;
@@ -56,11 +61,26 @@ std::unique_ptr<SimulatedMachine> SimulatedMachine::Open(const std::filesystem::
 
 std::unique_ptr<SimulatedMachine> SimulatedMachine::InMemory(MachineDescription description,
                                                              std::filesystem::path drive_c) {
+  return Make(std::move(description), std::move(drive_c), NewId());
+}
+
+std::unique_ptr<SimulatedMachine> SimulatedMachine::Make(MachineDescription description,
+                                                         std::filesystem::path drive_c,
+                                                         std::uint64_t id) {
   auto state = std::make_unique<State>();
   state->drive_c = std::move(drive_c);
   PlanFaults(description.faults, *state->faults);
   state->devices->description = std::move(description);
-  return std::unique_ptr<SimulatedMachine>(new SimulatedMachine(std::move(state)));
+  return std::unique_ptr<SimulatedMachine>(new SimulatedMachine(std::move(state), id));
+}
+
+std::uint64_t SimulatedMachine::IdOfFolder(const std::filesystem::path& folder) {
+  static std::mutex lock;
+  static std::map<std::filesystem::path, std::uint64_t> ids;
+  std::error_code error;
+  std::filesystem::path real = std::filesystem::canonical(folder, error);
+  const std::scoped_lock guard(lock);
+  return ids.try_emplace(error ? folder : std::move(real), NewId()).first->second;
 }
 
 bool SimulatedMachine::ImportRegistry(std::string_view export_text, FileError& error) {

@@ -71,7 +71,11 @@ class SimulatedMachine : public Machine {
 
  private:
   struct State;
-  explicit SimulatedMachine(std::unique_ptr<State> state);
+  SimulatedMachine(std::unique_ptr<State> state, std::uint64_t id);
+  static std::unique_ptr<SimulatedMachine> Make(MachineDescription description,
+                                                std::filesystem::path drive_c, std::uint64_t id);
+  // The same for each opening of a folder, under whatever path, while the process lives.
+  static std::uint64_t IdOfFolder(const std::filesystem::path& folder);
   std::unique_ptr<State> state_;
 };
 

@@ -11,8 +11,15 @@
 #include "platform/windows/windows_registry.h"
 
 namespace orv {
+namespace {
 
-WindowsMachine::WindowsMachine() : registry_(std::make_unique<WindowsRegistry>()) {}
+// 0 is never a new machine's number.
+constexpr std::uint64_t kPlatformId = 0;
+
+}  // namespace
+
+WindowsMachine::WindowsMachine()
+    : Machine(kPlatformId), registry_(std::make_unique<WindowsRegistry>()) {}
 WindowsMachine::~WindowsMachine() = default;
 
 Registry& WindowsMachine::registry() { return *registry_; }
