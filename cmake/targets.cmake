@@ -21,19 +21,28 @@ function(orv_library name)
   target_link_libraries(${name} PUBLIC orv_build_flags ${arg_LINK})
 endfunction()
 
-# orv_test(NAME sources... [RESOURCE_LOCK name] [LINK targets...]): one GoogleTest program whose cases become CTest tests. NAME is
-# also the prefix of the cases' names. Of the tests with one lock name a single one runs at a time.
+# orv_add_cases(NAME COMMAND...): a GoogleTest program as one CTest test, which reports and counts its cases.
+function(orv_add_cases name)
+  set(seconds 600)
+  math(EXPR limit "${seconds} + 60")
+  add_test(NAME ${name} WORKING_DIRECTORY ${CMAKE_BINARY_DIR}
+    COMMAND ${Python_EXECUTABLE} ${CMAKE_SOURCE_DIR}/scripts/test_program run ${name} ${seconds}
+      ${CMAKE_CROSSCOMPILING_EMULATOR} ${ARGN})
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${limit})
+endfunction()
+
+# orv_test(NAME sources... [RESOURCE_LOCK name] [LINK targets...]): one GoogleTest program. Its cases share a process and run in any
+# order. Of the tests with one lock name a single one runs at a time.
 function(orv_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "RESOURCE_LOCK" "LINK")
-  if(arg_RESOURCE_LOCK)
-    set(lock RESOURCE_LOCK ${arg_RESOURCE_LOCK})
-  endif()
   add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
   target_link_libraries(${name} PRIVATE orv_build_flags ${arg_LINK} GTest::gmock GTest::gtest_main)
   set_target_properties(${name} PROPERTIES UNITY_BUILD OFF)
-  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
-    PROPERTIES TIMEOUT 120 ${lock})
+  orv_add_cases(${name} $<TARGET_FILE:${name}>)
+  if(arg_RESOURCE_LOCK)
+    set_tests_properties(${name} PROPERTIES RESOURCE_LOCK ${arg_RESOURCE_LOCK})
+  endif()
 endfunction()
 
 # orv_benchmark(NAME sources... [LINK targets...]): one Google Benchmark program.

@@ -71,11 +71,13 @@ TEST(Console, TheProgramsTextIsReadableAndTheModeComesBack) {
   ASSERT_EQ(RunProcess(ORV_ORVCTL,
                        {"image", "encode", Utf8FromWide(file.native()), "--output",
                         Utf8FromWide((folder.path() / L"image").native())},
-                       {console.keyboard(), console.screen(), console.screen()}),
+                       {console.keyboard(), console.screen(), console.screen()})
+                .status,
             DWORD{0});
   ASSERT_EQ(
       RunProcess(ORV_ORVCTL, {"image", "decode", Utf8FromWide((folder.path() / L"image").native())},
-                 {console.keyboard(), console.screen(), console.screen()}),
+                 {console.keyboard(), console.screen(), console.screen()})
+          .status,
       DWORD{0});
   EXPECT_NE(console.Shown().find("Kopfhörer 中音"), std::string::npos) << console.Shown();
   EXPECT_EQ(console.Mode(), mode);

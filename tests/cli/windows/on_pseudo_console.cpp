@@ -1,11 +1,12 @@
-// on_pseudo_console PROGRAM: runs it on a console of its own that nobody sees, its standard streams
-// being those of this program, and ends with its exit status.
+// on_pseudo_console PROGRAM ARGUMENTS...: runs it on a hidden console of its own, with this
+// program's standard streams, and ends with its exit status.
 #include <windows.h>
 
 #include <cstdio>
 #include <thread>
 
 #include "cli/windows/process.h"
+#include "platform/text.h"
 
 namespace {
 
@@ -30,18 +31,21 @@ int wmain(int count, wchar_t** words) {
   HANDLE shown = nullptr;
   HANDLE screen = nullptr;
   HPCON console = nullptr;
-  if (count != 2 || !CreatePipe(&typed, &keyboard, nullptr, 0) ||
+  if (count < 2 || !CreatePipe(&typed, &keyboard, nullptr, 0) ||
       !CreatePipe(&shown, &screen, nullptr, 0) ||
       FAILED(CreatePseudoConsole({100, 30}, typed, screen, 0, &console))) {
     std::fputs("no console can be made\n", stderr);
     return 1;
   }
   std::thread(Drain, shown).detach();
-  const auto status =
-      orv::cli::RunProcess(words[1], {},
+  orv::cli::Arguments arguments;
+  for (int i = 2; i < count; ++i) arguments.push_back(orv::Utf8FromWide(words[i]));
+  const auto end =
+      orv::cli::RunProcess(words[1], arguments,
                            {Inheritable(STD_INPUT_HANDLE), Inheritable(STD_OUTPUT_HANDLE),
                             Inheritable(STD_ERROR_HANDLE)},
                            console);
+  if (!end.failure.empty()) std::fprintf(stderr, "%s\n", end.failure.c_str());
   // What is left of the console goes with this process.
-  ExitProcess(status.value_or(1));
+  ExitProcess(end.status);
 }

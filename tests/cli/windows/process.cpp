@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "platform/text.h"
+#include "platform/windows/system_error_text.h"
 
 namespace orv::cli {
 namespace {
@@ -31,10 +32,14 @@ std::wstring CommandLine(const std::filesystem::path& program, const Arguments& 
   return line;
 }
 
+std::string Failed(const char* call, DWORD error) {
+  return std::string(call) + " failed: " + std::to_string(error) + ", " + SystemErrorText(error);
+}
+
 }  // namespace
 
-std::optional<DWORD> RunProcess(const std::filesystem::path& program, const Arguments& arguments,
-                                const StandardHandles& streams, void* console) {
+ProcessEnd RunProcess(const std::filesystem::path& program, const Arguments& arguments,
+                      const StandardHandles& streams, void* console) {
   STARTUPINFOEXW start{};
   start.StartupInfo.cb = sizeof start;
   start.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
@@ -56,18 +61,22 @@ std::optional<DWORD> RunProcess(const std::filesystem::path& program, const Argu
   const BOOL started =
       CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, EXTENDED_STARTUPINFO_PRESENT,
                      nullptr, nullptr, &start.StartupInfo, &process);
+  const DWORD error = GetLastError();
   if (console != nullptr) DeleteProcThreadAttributeList(start.lpAttributeList);
-  if (!started) return std::nullopt;
-  std::optional<DWORD> status(0);
-  if (WaitForSingleObject(process.hProcess, kDeadline) != WAIT_OBJECT_0) {
+  if (!started) return {.failure = Failed("CreateProcess", error)};
+  ProcessEnd end;
+  const DWORD waited = WaitForSingleObject(process.hProcess, kDeadline);
+  if (waited == WAIT_TIMEOUT) {
+    end.failure = "the program did not end within " + std::to_string(kDeadline / 1000) + " s";
     TerminateProcess(process.hProcess, 1);
-    status.reset();
-  } else {
-    GetExitCodeProcess(process.hProcess, &*status);
+  } else if (waited != WAIT_OBJECT_0) {
+    end.failure = Failed("WaitForSingleObject", GetLastError());
+  } else if (!GetExitCodeProcess(process.hProcess, &end.status)) {
+    end.failure = Failed("GetExitCodeProcess", GetLastError());
   }
   CloseHandle(process.hThread);
   CloseHandle(process.hProcess);
-  return status;
+  return end;
 }
 
 }  // namespace orv::cli

@@ -4,7 +4,7 @@
 #include <windows.h>
 
 #include <filesystem>
-#include <optional>
+#include <string>
 
 #include "cli/program_host.h"
 
@@ -16,9 +16,13 @@ struct StandardHandles {
   HANDLE errors = nullptr;
 };
 
-// The program's exit status once it has ended; nothing when it did not start, or had to be ended
-// because it did not end by itself. `console` is one to start it on (an HPCON).
-std::optional<DWORD> RunProcess(const std::filesystem::path& program, const Arguments& arguments,
-                                const StandardHandles& streams, void* console = nullptr);
+struct ProcessEnd {
+  DWORD status = ~DWORD{0};
+  std::string failure;  // why there is no status of the program's own; empty if there is one
+};
+
+// Waits for the program and ends it after a minute. `console` is one to start it on (an HPCON).
+ProcessEnd RunProcess(const std::filesystem::path& program, const Arguments& arguments,
+                      const StandardHandles& streams, void* console = nullptr);
 
 }  // namespace orv::cli

@@ -1,5 +1,7 @@
 #include "cli/program_host.h"
 
+#include <gtest/gtest.h>
+
 #include <stdexcept>
 
 #include "cli/component.h"
@@ -44,9 +46,13 @@ int RunOrvctl(const Arguments& arguments, const StreamFiles& streams) {
                                   GENERIC_READ, OPEN_EXISTING);
   const Handle output = OpenStream(streams.output, GENERIC_WRITE, CREATE_ALWAYS);
   const Handle errors = OpenStream(streams.errors, GENERIC_WRITE, CREATE_ALWAYS);
-  const auto status =
+  const ProcessEnd end =
       RunProcess(fs::absolute(ORV_ORVCTL), arguments, {input.get(), output.get(), errors.get()});
-  return status ? static_cast<int>(*status) : -1;
+  if (!end.failure.empty()) ADD_FAILURE() << "orvctl: " << end.failure;
+  // A crash or the system has ended the program.
+  if (end.failure.empty() && end.status > 3)
+    ADD_FAILURE() << "orvctl ended with status 0x" << std::hex << end.status;
+  return static_cast<int>(end.status);
 }
 
 // The component works on this system, so that the machine is the Wine prefix.
