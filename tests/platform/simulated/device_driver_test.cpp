@@ -4,6 +4,7 @@
 #include "platform/simulated/driver_client.h"
 #include "platform/simulated/drivers/block_format.h"
 #include "platform/simulated/machine_folder.h"
+#include "support/reference_data.h"
 
 namespace orv {
 namespace {
@@ -52,8 +53,10 @@ struct BroadwellRequest {
   std::uint32_t returned = 0xDDDDDDDD;
 };
 
+constexpr char kBroadwellMachine[] = R"({"drivers": {"broadwell": {"module": {"enabled": true}}}})";
+
 TEST(BroadwellDriver, EveryFreshParameterIsOneThatItTakes) {
-  const auto machine = SimulatedMachine::InMemory(Describe(R"({"drivers": {"broadwell": {}}})"));
+  const auto machine = SimulatedMachine::InMemory(Describe(kBroadwellMachine));
   const auto file = Open(*machine, kBroadwellClass);
   for (const BlockFormat& format : BroadwellFormats()) {
     const Bytes fresh = format.Initial();
@@ -66,7 +69,7 @@ TEST(BroadwellDriver, EveryFreshParameterIsOneThatItTakes) {
 }
 
 TEST(BroadwellDriver, WrongRequestsFailAndWrongParametersHaveANegativeStatus) {
-  const auto machine = SimulatedMachine::InMemory(Describe(R"({"drivers": {"broadwell": {}}})"));
+  const auto machine = SimulatedMachine::InMemory(Describe(kBroadwellMachine));
   const auto file = Open(*machine, kBroadwellClass);
   const BroadwellRequest good(14, 6, Wire().Word(1));
   const struct {
@@ -108,7 +111,14 @@ TEST(BroadwellDriver, WrongRequestsFailAndWrongParametersHaveANegativeStatus) {
       {{14, 21, Wire().Word(0).Word(5).Zeros(84)}, "the channel mask 5"},
       {{14, 24, Wire().Word(3).Zeros(18)}, "an order of 3 in 1 sections"},
       {{14, 24, Wire().Word(2).Zeros(20)}, "no whole sections"},
-      {{14, 25, Wire().Word(2).Zeros(32)}, "for 2 sections"}};
+      {{14, 24, Wire().Word(2).Zeros(66)}, "an order of 2 in 5 sections"},
+      {{14, 24, Wire().Word(2).Zeros(12).Short(17).Zeros(4)},
+       "offset 16: a shift of 17 is outside 0"},
+      {{14, 25, Wire().Word(2).Zeros(32)}, "for 2 sections"},
+      {{14, 25, Wire().Word(1).Word(32).Zeros(28)}, "offset 4: a shift of 32 is outside 0 to 31"},
+      {{14, 100, Wire().Zeros(88).Word(0xFFFFFFFF).Zeros(4)}, "a shift of -1"},
+      {{14, 101, Wire().Word(32).Zeros(28)}, "a shift of 32"},
+      {{15, 6, Wire().Word(1)}, "the room for the answer is not zero"}};
   for (auto& [request, reason] : parameters) {
     EXPECT_EQ(request.Send(*file), 0U);
     EXPECT_GT(request.status(), 0x80000000U) << reason;
@@ -119,7 +129,7 @@ TEST(BroadwellDriver, WrongRequestsFailAndWrongParametersHaveANegativeStatus) {
 
 TEST(BroadwellDriver, MisbehaviourAndFaultsReachTheCaller) {
   const auto machine = SimulatedMachine::InMemory(Describe(
-      R"({"drivers": {"broadwell": {"interfaces": 2, "misbehaviour": [
+      R"({"drivers": {"broadwell": {"interfaces": 2, "module": {"enabled": true}, "misbehaviour": [
            {"kind": "refuse", "request": 0, "direction": "get", "status": "0x80070005"},
            {"kind": "status", "request": 5, "status": "0xC0000022"},
            {"kind": "short", "request": 22, "size": 3},
@@ -162,6 +172,12 @@ TEST(BroadwellDriver, RemarksNameCustomSizesWithoutCoefficientsAndSectionsThatDo
   const auto machine = SimulatedMachine::InMemory(Describe(R"({"drivers": {"broadwell": {}}})"));
   const auto file = Open(*machine, kBroadwellClass);
   EXPECT_THAT(Remarks(*machine), ElementsAre("0: no client has switched the module on"));
+  for (const std::uint32_t command : {14, 15}) {
+    BroadwellRequest early(command, 6, Wire().Word(0));
+    EXPECT_EQ(early.Send(*file), 0U);
+    EXPECT_EQ(early.status(), 0xC00000A3U);
+    EXPECT_THAT(LastRefusal(*machine), HasSubstr("has not been switched on"));
+  }
   BroadwellRequest on(13, 6);
   on.buffer[4] = on.buffer[5] = std::byte{1};
   EXPECT_EQ(on.Send(*file) | on.status(), 0U);
@@ -236,6 +252,8 @@ TEST(QualcommDriver, RecordsAreKeptInTheirOrderAndWrongMessagesAreNot) {
       {spoiled(widening, 12, 0x401), "option bit 0x80"},
       {spoiled(widening, 32, 0), "offset 20"},
       {spoiled(equaliser, 12, 0x807), "lowest bits"},
+      {spoiled(equaliser, 224, 32), "offset 212: a shift of 32"},
+      {Message(0x10005014, Wire().Word(2).Zeros(32).Word(1).Zeros(68)), "than an order of 2 has"},
       {Message(0x10005016, Bytes(24)), "offset 8: 0 is outside 22"},
   };
   for (const auto& [message, reason] : cases) {
@@ -253,8 +271,32 @@ TEST(QualcommDriver, RecordsAreKeptInTheirOrderAndWrongMessagesAreNot) {
   EXPECT_THAT(machine->ReceivedRecords(), SizeIs(4));
 }
 
+// The blocks that an independent implementation makes of whole modes are right, whatever they play.
+TEST(DriverFormats, TakeEveryBlockOfTheReferenceData) {
+  const std::pair<const char*, const std::vector<BlockFormat>&> drivers[] = {
+      {"skylake.json", SkylakeFormats()},
+      {"broadwell.json", BroadwellFormats()},
+      {"qualcomm.json", QualcommFormats()}};
+  int taken = 0;
+  for (const auto& [file, formats] : drivers) {
+    const nlohmann::json data = ReferenceData(file);
+    for (const auto& written : data["cases"]) {
+      for (const auto& block :
+           written.value("blocks", written.value("records", nlohmann::json()))) {
+        const auto id = std::stoul(block["id"].get<std::string>(), nullptr, 0);
+        const BlockFormat* format = FindFormat(formats, static_cast<std::uint32_t>(id));
+        ASSERT_NE(format, nullptr) << block;
+        EXPECT_EQ(format->Fault(BytesOfHex(block["bytes"])), "") << file << ' ' << written["name"];
+        ++taken;
+      }
+    }
+  }
+  EXPECT_GT(taken, 1000);
+}
+
 constexpr char kSharedMachine[] =
-    R"({"drivers": {"broadwell": {}, "qualcomm": {}}, "events": ["Changed"]})";
+    R"({"drivers": {"broadwell": {"module": {"enabled": true}}, "qualcomm": {}},
+        "events": ["Changed"]})";
 
 TEST(DriverMemory, IsSharedByThreadsAndMachinesAndLosesNothing) {
   const MachineFolder folder("REGEDIT4\n", kSharedMachine);

@@ -155,6 +155,13 @@ TEST_F(SkylakeDriver, FieldsOutOfRangeAndCoefficientsThatDoNotFitAreRefused) {
   EXPECT_EQ(client_->SetBlock(0x1001440D, left(2, 49, 8 + 8)), kInvalid);
   EXPECT_EQ(client_->SetBlock(0x1001440D, left(11, 49, 38 + 8 + 53)), kInvalid);
   EXPECT_EQ(client_->SetBlock(0x1001440D, left(2, 257, 8 + 8 + 261)), kInvalid);
+  // Shifts: of the high-pass, of the equaliser's gain.
+  for (const std::size_t word : {0, 14}) {
+    Bytes shifted = left(2, 0xFFFFFFFF, 8 + 8);
+    Put(shifted, 24 + 4 * word, 32);
+    EXPECT_EQ(client_->SetBlock(0x1001440D, shifted), kInvalid);
+    EXPECT_THAT(LastRefusal(*machine_), HasSubstr("a shift of 32 is outside 0 to 31"));
+  }
   Bytes trailing = left(2, 49, 8 + 8 + 53);
   trailing.back() = std::byte{1};
   EXPECT_EQ(client_->SetBlock(0x1001440D, trailing), kInvalid);
@@ -267,6 +274,8 @@ TEST_F(SkylakeDriver, RemarksNameWhatAListenerWouldNotice) {
                                               "15: bass of the audio size is silent"));
   machine_->description().drivers.skylake->module_instantiated = false;
   EXPECT_EQ(Remarks(*machine_).front(), "0: the module is not instantiated");
+  EXPECT_THAT(client_->GetBlock(kTone), IsEmpty());
+  EXPECT_EQ(client_->SetBlock(kTone, Bytes(12)), kNotReady);
 }
 
 TEST_F(SkylakeDriver, ObjectsWorkOnWithoutTheirMachine) {

@@ -29,7 +29,16 @@ std::string BlockFormat::Fault(std::span<const std::byte> block) const {
     return "a block of " + std::to_string(block.size()) + " bytes instead of " +
            std::to_string(size);
   }
-  if (check != nullptr) return check(block);
+  std::string fault = check != nullptr ? check(block) : FieldFault(block);
+  if (!fault.empty() || sets == nullptr) return fault;
+  for (const CoefficientSet& set : sets(block)) {
+    fault = ShiftFault(set, block);
+    if (!fault.empty()) break;
+  }
+  return fault;
+}
+
+std::string BlockFormat::FieldFault(std::span<const std::byte> block) const {
   std::vector<bool> covered(block.size());
   for (const FieldFormat& field : fields) {
     const std::int64_t value = ReadField(field, block);

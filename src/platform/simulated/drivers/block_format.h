@@ -53,6 +53,9 @@ struct BlockFormat {
 
   std::string Fault(std::span<const std::byte> block) const;
   std::vector<std::byte> Initial() const;
+
+ private:
+  std::string FieldFault(std::span<const std::byte> block) const;
 };
 
 // Sections of a filter of this order.

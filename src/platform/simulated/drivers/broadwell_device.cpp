@@ -20,6 +20,7 @@ constexpr std::size_t kHeaderSize = 16;
 
 // The driver's own statuses.
 constexpr std::int32_t kInvalidParameter = static_cast<std::int32_t>(0xC000000D);
+constexpr std::int32_t kNotReady = static_cast<std::int32_t>(0xC00000A3);
 constexpr std::int32_t kNoSuchParameter = static_cast<std::int32_t>(0xC0000225);
 constexpr std::int32_t kNotStored = static_cast<std::int32_t>(0xC0000185);
 
@@ -42,6 +43,11 @@ constexpr std::size_t kReservedAt = 9;
 constexpr std::size_t kSizeAt = 13;
 constexpr std::size_t kDataAt = 17;
 constexpr std::size_t kModuleTextSize = 64;
+
+bool IsZero(std::span<const std::byte> bytes) {
+  return std::all_of(bytes.begin(), bytes.end(),
+                     [](std::byte byte) { return byte == std::byte{0}; });
+}
 
 class Exchange {
  public:
@@ -116,11 +122,19 @@ class Exchange {
         return Answer(ModuleInformation());
       case 13:
         return SetStatus();
-      case 14:
-        return SetParameter();
       default:
-        return GetParameter();
+        return CarryParameter(command == 14);
     }
+  }
+
+  std::int32_t CarryParameter(bool set) {
+    bool enabled = false;
+    const bool read = store_.Read([&](const DriverMemory& memory) {
+      enabled = memory.IsEnabled(kBroadwellDriver, driver_.module);
+    });
+    if (!read) return kNotStored;
+    if (!enabled) return RefuseParameter("the module has not been switched on", kNotReady);
+    return set ? SetParameter() : GetParameter();
   }
 
   // What follows the status word.
@@ -172,9 +186,7 @@ class Exchange {
     const auto rest = output_.subspan(kDataAt + data_size());
     if (fault.empty() && ReadWire<std::uint32_t>(output_, 0) != 0)
       fault = "the status word is not zero";
-    if (fault.empty() &&
-        std::any_of(rest.begin(), rest.end(), [](std::byte byte) { return byte != std::byte{0}; }))
-      fault = "bytes after the data are not zero";
+    if (fault.empty() && !IsZero(rest)) fault = "bytes after the data are not zero";
     if (!fault.empty()) return RefuseParameter(fault);
     DriverRecord record{kBroadwellDriver, parameter_, apply(), {data.begin(), data.end()}};
     return Keep([&](DriverMemory& memory) { memory.Receive(std::move(record)); });
@@ -185,6 +197,8 @@ class Exchange {
     if (format == nullptr) return RefuseParameter("no such parameter", kNoSuchParameter);
     const std::string fault = ParameterFault();
     if (!fault.empty()) return RefuseParameter(fault);
+    const auto data = output_.subspan(kDataAt, data_size());
+    if (!IsZero(data)) return RefuseParameter("the room for the answer is not zero");
     std::vector<std::byte> block;
     const bool read = store_.Read([&](const DriverMemory& memory) {
       block = HeldParameter(memory, kBroadwellDriver, parameter_, format->Initial(),

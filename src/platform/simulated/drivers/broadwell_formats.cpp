@@ -41,13 +41,17 @@ std::string AmhdFault(std::span<const std::byte> block) {
   return {};
 }
 
+// Sections of the longest ready-made high-pass, which may come with a lower order.
+constexpr std::size_t kReadyMadeSections = 3;
+
 // Order, sections of six 16-bit words, shift and gain, two zero bytes.
 std::string HighPassFault(std::span<const std::byte> block) {
   const std::size_t sections = block.size() < 22 ? 0 : (block.size() - 10) / 12;
   if (sections == 0 || block.size() != 12 * sections + 10)
     return "a block of " + std::to_string(block.size()) + " bytes holds no whole sections";
   const auto order = ReadWire<std::uint32_t>(block, 0);
-  if (order == 0 || SectionsOf(order) > sections)
+  if (order == 0 || SectionsOf(order) > sections ||
+      (SectionsOf(order) < sections && sections > kReadyMadeSections))
     return "an order of " + std::to_string(order) + " in " + std::to_string(sections) + " sections";
   if (ReadWire<std::uint16_t>(block, block.size() - 2) != 0)
     return "bytes after the coefficients are not zero";

@@ -33,6 +33,17 @@ std::vector<CoefficientSet> SpaceHighPass(std::span<const std::byte>) {
   return {{"space high-pass", 0, 4, 1}};
 }
 
+std::string ShiftFault(const CoefficientSet& set, std::span<const std::byte> block) {
+  const std::int32_t most = set.width == 2 ? 16 : 31;
+  for (std::size_t i = 0; i <= set.sections; ++i) {
+    const std::int32_t shift = WordOf(set, block, kSectionWords * i);
+    if (shift >= 0 && shift <= most) continue;
+    return "offset " + std::to_string(set.offset + set.width * kSectionWords * i) +
+           ": a shift of " + std::to_string(shift) + " is outside 0 to " + std::to_string(most);
+  }
+  return {};
+}
+
 std::string PlayingFault(const CoefficientSet& set, std::span<const std::byte> block) {
   const auto word = [&](std::size_t number) { return WordOf(set, block, number); };
   const int bits = static_cast<int>(8 * set.width);

@@ -1,4 +1,4 @@
-// Filters in the blocks of the drivers: what firmware plays of them.
+// Filters in the blocks of the drivers: what firmware takes and plays of them.
 #pragma once
 
 #include <cstddef>
@@ -27,6 +27,9 @@ using SetsOfBlock = std::vector<CoefficientSet> (*)(std::span<const std::byte> b
 // The single section of the bass-enhancement and of the space high-pass coefficients.
 std::vector<CoefficientSet> BassAllPass(std::span<const std::byte> block);
 std::vector<CoefficientSet> SpaceHighPass(std::span<const std::byte> block);
+
+// Which shift is outside 0 to 31, or 0 to 16 of 16-bit words; empty text when none is.
+std::string ShiftFault(const CoefficientSet& set, std::span<const std::byte> block);
 
 // Which section does not decay or lets nothing through; empty text when all of them play.
 std::string PlayingFault(const CoefficientSet& set, std::span<const std::byte> block);

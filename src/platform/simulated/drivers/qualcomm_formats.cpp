@@ -34,10 +34,22 @@ std::string EqualiserFault(std::span<const std::byte> record) {
   return {};
 }
 
-// Orders beyond the record's room have no coefficients.
-std::vector<CoefficientSet> HighPassSets(std::span<const std::byte> record) {
+// Orders beyond the record's room have no sections.
+CoefficientSet HighPassSet(std::span<const std::byte> record) {
   const auto order = ReadWire<std::uint32_t>(record, 0);
-  return {{"high-pass", 4, 4, order <= kHighestOrder ? SectionsOf(order) : 0}};
+  return {"high-pass", 4, 4, order <= kHighestOrder ? SectionsOf(order) : 0};
+}
+std::vector<CoefficientSet> HighPassSets(std::span<const std::byte> record) {
+  return {HighPassSet(record)};
+}
+std::string HighPassFault(std::span<const std::byte> record) {
+  const CoefficientSet set = HighPassSet(record);
+  for (std::size_t i = set.offset + set.size(); i < record.size(); ++i) {
+    if (record[i] == std::byte{0}) continue;
+    return "offset " + std::to_string(i) + ": more coefficients than an order of " +
+           std::to_string(ReadWire<std::uint32_t>(record, 0)) + " has";
+  }
+  return {};
 }
 
 std::vector<CoefficientSet> EqualiserSets(std::span<const std::byte>) {
@@ -54,7 +66,7 @@ const std::vector<BlockFormat>& QualcommFormats() {
        Coefficients(24, kBassWords,
                     {Word(0, 0, 0xFF, 0), Gain(4), Gain(6), Gain(8), Gain(10), Gain(12),
                      Fixed(16, 0x10000000), Gain(20), Gain(22)})},
-      {0x10005014, 108, Coefficients(0, 1 + kFilterWords), nullptr, {}, HighPassSets},
+      {0x10005014, 108, {}, HighPassFault, {}, HighPassSets},
       {0x10005015, 220, {}, EqualiserFault, {}, EqualiserSets},
       {0x10005016,
        24,

@@ -48,6 +48,8 @@ constexpr PropertyFormat kProperties[] = {{request::kVersion, kHeaderSize, kGet}
                                           {request::kUnregister, kParameterSize, kSet},
                                           {request::kInstance, kModuleSize, kGet}};
 
+constexpr char kNotInstantiated[] = "the module is not instantiated";
+
 // One request on its way through the driver.
 class Exchange {
  public:
@@ -236,6 +238,7 @@ class Exchange {
   }
 
   HRESULT GetParameter() {
+    if (!driver_.module_instantiated) return Refuse(kNotInstantiated, kKsNotReady);
     const BlockFormat* format = FindFormat(SkylakeFormats(), parameter_);
     if (format == nullptr) return Refuse("no such parameter", kKsPropertyNotFound);
     Bytes block;
@@ -252,6 +255,7 @@ class Exchange {
   }
 
   HRESULT SetParameter() {
+    if (!driver_.module_instantiated) return Refuse(kNotInstantiated, kKsNotReady);
     const BlockFormat* format = FindFormat(SkylakeFormats(), parameter_);
     if (format == nullptr) return Refuse("no such parameter", kKsPropertyNotFound);
     if (data_.size() < 4 || ReadWire<std::uint32_t>(data_, 0) != data_.size() - 4)
