@@ -18,10 +18,11 @@ void ExpectNothingLeft(ListeningClient& client) {
 }
 
 TEST_F(AnalysisTest, CreationAnswersTheStatusOfTheStepThatFailed) {
-  for (const char* step : {"devices.create_enumerator", "devices.get_device", "device.activate",
-                           "audio.activate", "audio.get_mix_format", "audio.get_device_period",
-                           "audio.initialize", "audio.get_service"}) {
-    SCOPED_TRACE(step);
+  for (const FaultOperation step :
+       FaultOperations{"devices.create_enumerator", "devices.get_device", "device.activate",
+                       "audio.activate", "audio.get_mix_format", "audio.get_device_period",
+                       "audio.initialize", "audio.get_service"}) {
+    SCOPED_TRACE(step.name());
     ListeningClient client(kNoise);
     client.machine->faults().FailNth(step, 1, AUDCLNT_E_DEVICE_INVALIDATED);
     EXPECT_EQ(client.Open(), AUDCLNT_E_DEVICE_INVALIDATED);
@@ -54,7 +55,7 @@ TEST_F(AnalysisTest, CreationNeedsAnEndpointAMachineAPlaceAndAPlan) {
 TEST_F(AnalysisTest, AnalysisGoesOnWithoutAPlaybackThread) {
   // The playback thread's calls come after those of the loopback stream.
   const struct {
-    const char* operation;
+    FaultOperation operation;
     std::uint32_t nth;
     bool reported;
   } failures[] = {{"devices.create_enumerator", 2, false},
@@ -67,7 +68,7 @@ TEST_F(AnalysisTest, AnalysisGoesOnWithoutAPlaybackThread) {
                   {"render.get_buffer", 1, false},
                   {"render.release_buffer", 1, true}};
   for (const auto& [operation, nth, reported] : failures) {
-    SCOPED_TRACE(operation);
+    SCOPED_TRACE(operation.name());
     ListeningClient client(kNoise);
     const DiagnosticLog log;
     client.machine->faults().FailNth(operation, nth, AUDCLNT_E_DEVICE_INVALIDATED);
@@ -81,10 +82,10 @@ TEST_F(AnalysisTest, AnalysisGoesOnWithoutAPlaybackThread) {
 }
 
 TEST_F(AnalysisTest, EveryFailingCallOfTheCaptureLoopEndsInADefinedAnswer) {
-  for (const char* call :
-       {"capture.next_packet_size", "capture.get_buffer", "capture.release_buffer"}) {
+  for (const FaultOperation call : FaultOperations{"capture.next_packet_size", "capture.get_buffer",
+                                                   "capture.release_buffer"}) {
     for (std::uint32_t nth = 1; nth <= 3; ++nth) {
-      SCOPED_TRACE(std::string(call) + " " + std::to_string(nth));
+      SCOPED_TRACE(std::string(call.name()) + " " + std::to_string(nth));
       ListeningClient client(kNoise);
       ASSERT_EQ(client.Open(), S_OK);
       client.machine->faults().FailNth(call, nth, AUDCLNT_E_DEVICE_INVALIDATED);

@@ -205,9 +205,10 @@ TEST_F(EndpointFiles, PresetsOfTheSubsystemReplaceTheDefaultConfiguration) {
   EXPECT_EQ(Chosen(), Data(L"presets_10EC12AB_81.xml"));
   machine_->faults().FailNth("store.get_value", 1, E_FAIL);
   EXPECT_EQ(Chosen(), Data(L"presets_10EC12AB_81.xml"));
-  for (const char* operation : {"device.open_store", "store.count", "store.get_at"}) {
+  for (const FaultOperation operation :
+       FaultOperations{"device.open_store", "store.count", "store.get_at"}) {
     machine_->faults().FailAlways(operation, E_FAIL);
-    EXPECT_EQ(Chosen(), kDefaultConfigFile) << operation;
+    EXPECT_EQ(Chosen(), kDefaultConfigFile) << operation.name();
     machine_->faults().Clear();
   }
   ConfigFile(L"C:\\program files\\ORV Labs\\APO\\orv_apo_config.xml");

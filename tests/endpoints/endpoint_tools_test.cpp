@@ -42,16 +42,17 @@ TEST_F(EndpointEnumeration, ListsActiveRenderEndpointsThatLoadInThePlatformsOrde
 
 TEST_F(EndpointEnumeration, AFailingDeviceCallCostsTheEndpointsItConcerns) {
   for (const wchar_t* guid : {kSpeakers, kHeadphones, kMonitor}) machine_.AddSpeakers(guid);
-  for (const char* operation :
-       {"devices.create_enumerator", "devices.enumerate", "devices.count"}) {
+  for (const FaultOperation operation :
+       FaultOperations{"devices.create_enumerator", "devices.enumerate", "devices.count"}) {
     machine_->faults().FailNth(operation, 1, E_FAIL);
     endpoints_.emplace_back(*machine_);
-    EXPECT_THAT(Enumerate(), IsEmpty()) << operation;
+    EXPECT_THAT(Enumerate(), IsEmpty()) << operation.name();
   }
-  for (const char* operation : {"devices.item", "device.get_state", "device.get_id"}) {
+  for (const FaultOperation operation :
+       FaultOperations{"devices.item", "device.get_state", "device.get_id"}) {
     machine_->faults().Clear();
     machine_->faults().FailNth(operation, 2, E_FAIL);
-    EXPECT_THAT(Enumerate(), ElementsAre(kSpeakers, kMonitor)) << operation;
+    EXPECT_THAT(Enumerate(), ElementsAre(kSpeakers, kMonitor)) << operation.name();
   }
 }
 

@@ -180,9 +180,9 @@ TEST_F(QualcommDspTest, FormFactorComesFromTheEndpoint) {
     EXPECT_EQ(form_factor(), expected) << platform;
     EXPECT_TRUE(log.Contains(L"QC form factor set to " + std::to_wstring(expected)));
   }
-  for (const char* operation : {"device.open_store", "store.get_value"}) {
+  for (const FaultOperation operation : FaultOperations{"device.open_store", "store.get_value"}) {
     machine_->faults().FailAlways(operation, E_ACCESSDENIED);
-    EXPECT_EQ(form_factor(), ORV_QUMEDIA_RESERVED) << operation;
+    EXPECT_EQ(form_factor(), ORV_QUMEDIA_RESERVED) << operation.name();
     machine_->faults().Clear();
   }
   EXPECT_EQ(FormFactor(Create()), ORV_QUMEDIA_RESERVED);

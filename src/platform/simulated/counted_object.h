@@ -8,13 +8,15 @@
 
 namespace orv {
 
-// Runs an operation of an object; lack of memory becomes its status.
+// Runs an operation of an object; an exception becomes its status.
 template <class Body>
 HRESULT AtBoundary(Body&& body) noexcept {
   try {
     return body();
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
+  } catch (...) {
+    return E_FAIL;
   }
 }
 

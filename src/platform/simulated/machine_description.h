@@ -11,6 +11,7 @@
 
 #include "platform/multimedia.h"
 #include "platform/simulated/drivers/driver_description.h"
+#include "platform/simulated/fault_operation.h"
 
 namespace orv {
 
@@ -35,7 +36,7 @@ struct SimulatedEndpoint {
 
 // A planned failure: the nth call (from 1) of an operation, or every call.
 struct PlannedFault {
-  std::string operation;             // "registry.set_value", see FaultPlan
+  FaultOperation operation;
   std::optional<std::uint32_t> nth;  // nothing: always
   std::int32_t status = 0;           // what the call answers
 };

@@ -6,7 +6,6 @@
 #include "platform/files.h"
 #include "platform/guid_text.h"
 #include "platform/simulated/drivers/driver_section.h"
-#include "platform/simulated/fault_plan.h"
 #include "platform/simulated/json_field.h"
 #include "platform/text.h"
 
@@ -111,15 +110,14 @@ std::vector<SimulatedEndpoint> ReadEndpoints(const JsonField& field) {
 
 PlannedFault ReadFault(const JsonField& field) {
   field.ExpectObject({"operation", "nth", "status"});
-  PlannedFault fault;
-  const JsonField operation = field.Need("operation");
-  fault.operation = operation.Text();
-  const auto& operations = FaultPlan::Operations();
-  if (std::find(operations.begin(), operations.end(), fault.operation) == operations.end())
-    operation.Refuse(JsonField::UnknownName("operation", fault.operation, operations));
-  fault.nth = field.Need("nth").Nth();
-  fault.status = field.Need("status").Status();
-  return fault;
+  const JsonField name = field.Need("operation");
+  const auto operation = FaultOperation::Find(name.Text());
+  if (!operation) {
+    const std::vector<std::string_view> known(std::begin(kFaultOperations),
+                                              std::end(kFaultOperations));
+    name.Refuse(JsonField::UnknownName("operation", name.Text(), known));
+  }
+  return {*operation, field.Need("nth").Nth(), field.Need("status").Status()};
 }
 
 void ReadVersion(const JsonField& field, MachineDescription& description) {

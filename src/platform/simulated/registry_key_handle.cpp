@@ -86,7 +86,7 @@ bool IsStorableName(std::wstring_view name) noexcept {
   return name.find_first_of(std::wstring_view(L"\0\r\n", 3)) == std::wstring_view::npos;
 }
 
-RegStatus RegistryKeyHandle::Begin(std::string_view operation, std::uint32_t right) {
+RegStatus RegistryKeyHandle::Begin(FaultOperation operation, std::uint32_t right) {
   if (const auto fault = hive_->faults().Check(operation)) return *fault;
   return (access_ & right) == right ? kRegOk : kRegAccessDenied;
 }

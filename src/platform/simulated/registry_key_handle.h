@@ -31,7 +31,7 @@ class RegistryKeyHandle final : public RegistryKey {
 
  private:
   // A planned failure of the operation, or the refusal of a handle without the right.
-  RegStatus Begin(std::string_view operation, std::uint32_t right);
+  RegStatus Begin(FaultOperation operation, std::uint32_t right);
   template <class Body>
   RegStatus Read(Body&& body);
 

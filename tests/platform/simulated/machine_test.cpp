@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "platform/com_ptr.h"
+#include "platform/simulated/counted_object.h"
 #include "platform/simulated/machine_folder.h"
 
 namespace orv {
@@ -96,6 +97,12 @@ TEST(SimulatedMachine, PropertiesComeInTheirOrderAndObjectsOutliveTheMachine) {
   EXPECT_EQ(std::vector(value.blob.pBlobData, value.blob.pBlobData + value.blob.cbSize), blob.blob);
   EXPECT_LT(store->SetValue(blob.key, value), 0);
   PropVariantClear(&value);
+}
+
+TEST(SimulatedMachine, NoExceptionLeavesAnOperation) {
+  EXPECT_EQ(AtBoundary([]() -> HRESULT { throw std::bad_alloc(); }), E_OUTOFMEMORY);
+  EXPECT_EQ(AtBoundary([]() -> HRESULT { throw std::filesystem::filesystem_error("x", {}); }),
+            E_FAIL);
 }
 
 TEST(SimulatedMachine, AnImportAddsToTheRegistryAndSignalsWhatChanged) {

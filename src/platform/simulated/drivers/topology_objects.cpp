@@ -32,7 +32,7 @@ struct PartPlace {
 
 // Runs an operation of an object unless it has been planned to fail.
 template <class Body>
-HRESULT Operation(const ContextPointer& context, const char* name, Body&& body) noexcept {
+HRESULT Operation(const ContextPointer& context, FaultOperation name, Body&& body) noexcept {
   return AtBoundary([&]() -> HRESULT {
     if (const auto fault = context->devices->faults->Check(name)) return *fault;
     return body();
@@ -174,7 +174,7 @@ class Part : public CountedObject<IPart, Interfaces...> {
  protected:
   // Fills an out-parameter, which is zero when that fails.
   template <class Result, class Body>
-  HRESULT Give(const char* name, Result* result, Body&& body) const {
+  HRESULT Give(FaultOperation name, Result* result, Body&& body) const {
     if (result == nullptr) return E_POINTER;
     *result = Result{};
     return Operation(place_.context, name, std::forward<Body>(body));
@@ -303,7 +303,7 @@ class Topology final : public CountedObject<IDeviceTopology> {
 
  private:
   const std::vector<GraphPart>& parts() const { return context_->graph.devices[device_].parts; }
-  HRESULT Count(const char* name, UINT* count, PartType type) {
+  HRESULT Count(FaultOperation name, UINT* count, PartType type) {
     if (count == nullptr) return E_POINTER;
     return Operation(context_, name, [&] {
       *count = static_cast<UINT>(

@@ -222,14 +222,14 @@ class AudioClient final : public CountedObject<IAudioClient> {
  private:
   // An operation of an initialised client.
   template <class Operation>
-  HRESULT Tell(std::string_view name, Operation&& operation) {
+  HRESULT Tell(FaultOperation name, Operation&& operation) {
     return AtBoundary([&]() -> HRESULT {
       if (const auto fault = faults_->Check(name)) return *fault;
       return buffer_ == nullptr ? AUDCLNT_E_NOT_INITIALIZED : operation();
     });
   }
   template <class Answer, class Question>
-  HRESULT Ask(std::string_view name, Answer* answer, Question&& question) {
+  HRESULT Ask(FaultOperation name, Answer* answer, Question&& question) {
     if (answer == nullptr) return E_POINTER;
     return Tell(name, [&]() -> HRESULT {
       *answer = question();
