@@ -356,6 +356,35 @@ TEST(DriverMemory, OutlivesItsMachineAndIsNotWrittenOverWhenItIsBroken) {
   EXPECT_THAT(machine->ReceivedRecords(), SizeIs(1));
 }
 
+TEST(DriverMemory, CanBeReadWhereItCannotBeWritten) {
+  const MachineFolder folder("REGEDIT4\n", R"({"drivers": {"broadwell": {}, "qualcomm": {},
+      "skylake": {"endpoints": [{"id": "{0.0.0.00000000}.{A}"}]}},
+      "endpoints": [{"id": "{0.0.0.00000000}.{A}"}]})");
+  std::filesystem::create_directory(folder.path() / ".drivers.lock");
+  const auto machine = folder.Open();
+  const auto file = Open(*machine, kBroadwellClass);
+  BroadwellRequest on(13, 6);
+  on.buffer[4] = on.buffer[5] = std::byte{1};
+  EXPECT_EQ(on.Send(*file) | on.status(), 0U);
+  BroadwellRequest set(14, 6, Wire().Word(1));
+  EXPECT_EQ(set.Send(*file), 0U);
+  EXPECT_EQ(set.status(), 0xC0000185U);
+  EXPECT_THAT(LastRefusal(*machine), HasSubstr("folder cannot be written: "));
+  BroadwellRequest get(15, 25, Bytes(60));
+  EXPECT_EQ(get.Send(*file) | get.status(), 0U);
+  std::uint32_t returned = 0;
+  EXPECT_EQ(Open(*machine, kQualcommClass)
+                ->Control(kSendCode, Message(0x10005011, Bytes(8)), {}, returned),
+            29U);
+  SkylakeClient client(*machine);
+  EXPECT_EQ(client.Walk(L"{0.0.0.00000000}.{A}"), S_OK);
+  const Bytes block = client.GetBlock(0x10014408);
+  EXPECT_EQ(client.SetBlock(0x10014408, block), static_cast<HRESULT>(0x8007001D));
+  EXPECT_EQ(client.GetBlock(0x10014408), block);
+  EXPECT_THAT(machine->RefusedRequests(), SizeIs(3));
+  EXPECT_FALSE(std::filesystem::exists(folder.path() / "drivers.json"));
+}
+
 TEST(DriverMemory, KeepsTheLatestRecordsOnly) {
   const auto machine = SimulatedMachine::InMemory(Describe(kSharedMachine));
   const auto file = Open(*machine, kQualcommClass);

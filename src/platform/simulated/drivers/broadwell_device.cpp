@@ -127,12 +127,15 @@ class Exchange {
     }
   }
 
-  std::int32_t CarryParameter(bool set) {
-    bool enabled = false;
-    const bool read = store_.Read([&](const DriverMemory& memory) {
+  bool ReadEnabled(bool& enabled) {
+    return store_.Read([&](const DriverMemory& memory) {
       enabled = memory.IsEnabled(kBroadwellDriver, driver_.module);
     });
-    if (!read) return kNotStored;
+  }
+
+  std::int32_t CarryParameter(bool set) {
+    bool enabled = false;
+    if (!ReadEnabled(enabled)) return kNotStored;
     if (!enabled) return RefuseParameter("the module has not been switched on", kNotReady);
     return set ? SetParameter() : GetParameter();
   }
@@ -161,7 +164,11 @@ class Exchange {
       return RefuseParameter("the status word is not 0");
     if (output_[4] != std::byte{1} || output_[5] != std::byte{1})
       return RefuseParameter("the status bytes are not 1 and 1");
-    return Keep([](DriverMemory& memory) { memory.enabled[kBroadwellDriver] = 1; });
+    bool enabled = false;
+    if (ReadEnabled(enabled) && enabled) return 0;
+    const bool kept = store_.ChangeAtLeastHere(
+        [](DriverMemory& memory) { memory.enabled[kBroadwellDriver] = 1; });
+    return kept ? 0 : kNotStored;
   }
 
   std::size_t data_size() const { return ReadWire<std::uint32_t>(output_, kSizeAt); }
@@ -189,7 +196,9 @@ class Exchange {
     if (fault.empty() && !IsZero(rest)) fault = "bytes after the data are not zero";
     if (!fault.empty()) return RefuseParameter(fault);
     DriverRecord record{kBroadwellDriver, parameter_, apply(), {data.begin(), data.end()}};
-    return Keep([&](DriverMemory& memory) { memory.Receive(std::move(record)); });
+    std::string reason;
+    const auto receive = [&](DriverMemory& memory) { memory.Receive(std::move(record)); };
+    return store_.Change(receive, reason) ? 0 : RefuseParameter(NotStored(reason), kNotStored);
   }
 
   std::int32_t GetParameter() {
@@ -213,10 +222,6 @@ class Exchange {
     std::copy(block.begin(), block.end(), output_.begin() + kDataAt);
     answered_ = Is(rule_, Kind::Short) ? kDataAt + block.size() : output_.size();
     return 0;
-  }
-
-  std::int32_t Keep(const std::function<void(DriverMemory&)>& body) {
-    return store_.Change(body) ? 0 : kNotStored;
   }
 
   const BroadwellDescription& driver_;

@@ -71,37 +71,50 @@ bool DriverStore::Read(const std::function<void(const DriverMemory&)>& body) {
   return true;
 }
 
-bool DriverStore::Change(const std::function<void(DriverMemory&)>& body) {
-  const std::lock_guard guard(lock_);
+bool DriverStore::Write(const Body& body, std::string& reason) {
+  reason = "the machine's description has it fail";
   if (faults_->Check("drivers.save")) return false;
-  std::string reason;
-  std::optional<FileLock> file_lock;
-  if (!folder_.empty()) {
-    file_lock = FileLock::Acquire(folder_ / ".drivers.lock", reason);
-    if (!file_lock || !Refresh()) return false;
-  }
-  // Bodies change nothing before their last allocation, which is all that memory needs; a file is
-  // read again.
-  try {
+  // In memory, bodies change nothing before their last allocation.
+  if (folder_.empty()) {
     body(memory_);
-    if (folder_.empty()) return true;
-    if (ReplaceFileContent(file_, EncodeDriverMemory(memory_, change_ + 1), reason)) {
-      ++change_;
-      stamp_ = FileStamp::Of(file_);
-      return true;
-    }
-  } catch (...) {
-    stamp_ = {};
-    throw;
+    return true;
   }
-  stamp_ = {};
-  return false;
+  const auto file_lock = FileLock::Acquire(folder_ / ".drivers.lock", reason);
+  if (!file_lock) return false;
+  reason = "drivers.json cannot be read";
+  if (!Refresh()) return false;
+  DriverMemory changed = memory_;
+  body(changed);
+  if (!ReplaceFileContent(file_, EncodeDriverMemory(changed, change_ + 1), reason)) return false;
+  memory_ = std::move(changed);
+  ++change_;
+  stamp_ = FileStamp::Of(file_);
+  return true;
+}
+
+bool DriverStore::Change(const Body& body, std::string& reason) {
+  const std::lock_guard guard(lock_);
+  return Write(body, reason);
+}
+
+bool DriverStore::Change(const Body& body) {
+  std::string ignored;
+  return Change(body, ignored);
+}
+
+bool DriverStore::ChangeAtLeastHere(const Body& body) {
+  const std::lock_guard guard(lock_);
+  std::string ignored;
+  if (Write(body, ignored)) return true;
+  if (!Refresh()) return false;
+  body(memory_);
+  return true;
 }
 
 void DriverStore::NoteRefusal(const DriverRequest& request, const std::string& reason,
                               bool planned) {
-  DriverRefusal refusal{request.driver, request.Text(), reason, request.parameter, planned};
-  Change([&](DriverMemory& memory) { memory.Refuse(std::move(refusal)); });
+  const DriverRefusal refusal{request.driver, request.Text(), reason, request.parameter, planned};
+  ChangeAtLeastHere([&](DriverMemory& memory) { memory.Refuse(refusal); });
 }
 
 std::optional<DriverMisbehaviour> DriverStore::Due(const std::vector<DriverMisbehaviour>& rules,

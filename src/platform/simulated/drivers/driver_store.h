@@ -38,12 +38,18 @@ class DriverStore {
   // refused.
   bool Attach(const std::filesystem::path& folder, FileError& error);
 
-  // Run `body` on the present memory. False when the file cannot be read, or not written: the
-  // memory is then as it was.
-  bool Read(const std::function<void(const DriverMemory&)>& body);
-  bool Change(const std::function<void(DriverMemory&)>& body);
+  using Body = std::function<void(DriverMemory&)>;
 
-  // Keeps why a request was not taken; a full disk only loses the note. `planned`: the machine's
+  // Run `body` on the present memory. False if the file cannot be read, or, with a reason, not
+  // written: the memory is then as it was.
+  bool Read(const std::function<void(const DriverMemory&)>& body);
+  bool Change(const Body& body, std::string& reason);
+  bool Change(const Body& body);
+  // For what a client has to set before it can read. If the file cannot be written, the change is
+  // made in this process alone and lasts until the file changes; `body` may be called twice.
+  bool ChangeAtLeastHere(const Body& body);
+
+  // Keeps why a request was not taken, at least in this process. `planned`: the machine's
   // description has the request fail, which was right.
   void NoteRefusal(const DriverRequest& request, const std::string& reason, bool planned = false);
 
@@ -65,6 +71,7 @@ class DriverStore {
  private:
   bool Refresh();  // under the lock
   bool Load(FileError& error);
+  bool Write(const Body& body, std::string& reason);  // under the lock
 
   std::shared_ptr<FaultPlan> faults_;
   std::mutex lock_;

@@ -31,6 +31,10 @@ std::string PlannedRefusal(const std::optional<DriverMisbehaviour>& rule) {
          HexNumber(static_cast<std::uint32_t>(rule->status));
 }
 
+std::string NotStored(const std::string& reason) {
+  return "the machine's folder cannot be written: " + reason;
+}
+
 std::uint32_t SystemErrorOf(std::int32_t status) noexcept {
   const auto bits = static_cast<std::uint32_t>(status);
   return (bits >> 16) == 0x8007 ? bits & 0xFFFF : bits;

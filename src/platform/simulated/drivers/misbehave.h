@@ -16,6 +16,8 @@ void Distort(const std::optional<DriverMisbehaviour>& rule, std::vector<std::byt
 bool Is(const std::optional<DriverMisbehaviour>& rule, DriverMisbehaviour::Kind kind) noexcept;
 // Why a request fails that the machine's description has fail; empty when it does not.
 std::string PlannedRefusal(const std::optional<DriverMisbehaviour>& rule);
+// Why a request fails whose block cannot be kept.
+std::string NotStored(const std::string& reason);
 // The system error code that a status stands for.
 std::uint32_t SystemErrorOf(std::int32_t status) noexcept;
 

@@ -65,8 +65,11 @@ std::uint32_t AnswerQualcommControl(SimulatedDevices& devices, std::uint32_t cod
                       parameter,
                       ReadWire<std::uint32_t>(input, 4),
                       {payload.begin(), payload.end()}};
-  const bool kept = store.Change([&](DriverMemory& memory) { memory.Receive(std::move(record)); });
-  return kept ? 0 : kDeviceWriteFault;
+  std::string reason;
+  const auto receive = [&](DriverMemory& memory) { memory.Receive(std::move(record)); };
+  if (store.Change(receive, reason)) return 0;
+  store.NoteRefusal(request, NotStored(reason));
+  return kDeviceWriteFault;
 }
 
 }  // namespace orv

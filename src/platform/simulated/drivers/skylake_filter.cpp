@@ -276,8 +276,9 @@ class Exchange {
     return Refuse(registers ? "the event is registered already" : "the event is not registered");
   }
 
-  HRESULT Keep(const std::function<void(DriverMemory&)>& body) {
-    return store_.Change(body) ? S_OK : kKsWriteFault;
+  HRESULT Keep(const DriverStore::Body& body) {
+    std::string reason;
+    return store_.Change(body, reason) ? S_OK : Refuse(NotStored(reason), kKsWriteFault);
   }
 
   const SkylakeDescription& driver_;

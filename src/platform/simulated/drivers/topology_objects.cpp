@@ -74,12 +74,8 @@ class Selector final : public CountedObject<Interface> {
 
   HRESULT STDMETHODCALLTYPE GetSelection(UINT* id) override {
     if (id == nullptr) return E_POINTER;
-    return Operation(place_.context, "topology.get_selection", [&] {
-      const bool read = store().Read([&](const DriverMemory& memory) {
-        *id = place_.context->graph.Selection(memory, place_.device, place_.part);
-      });
-      return read ? S_OK : kKsNotReady;
-    });
+    return Operation(place_.context, "topology.get_selection",
+                     [&] { return Selected(*id) ? S_OK : kKsNotReady; });
   }
   // Only a neighbour can be selected.
   HRESULT STDMETHODCALLTYPE SetSelection(UINT id, const GUID*) override {
@@ -88,7 +84,9 @@ class Selector final : public CountedObject<Interface> {
       neighbours.insert(neighbours.end(), place_->outgoing.begin(), place_->outgoing.end());
       const auto is_it = [&](std::size_t part) { return place_.owner().parts[part].id == id; };
       if (std::none_of(neighbours.begin(), neighbours.end(), is_it)) return E_INVALIDARG;
-      const bool kept = store().Change([&](DriverMemory& memory) {
+      UINT selected = 0;
+      if (Selected(selected) && selected == id) return S_OK;
+      const bool kept = store().ChangeAtLeastHere([&](DriverMemory& memory) {
         memory.selections[place_.context->graph.SelectionKey(place_.device, place_.part)] = id;
       });
       return kept ? S_OK : kKsWriteFault;
@@ -97,6 +95,11 @@ class Selector final : public CountedObject<Interface> {
 
  private:
   DriverStore& store() const { return *place_.context->devices->drivers; }
+  bool Selected(UINT& id) const {
+    return store().Read([&](const DriverMemory& memory) {
+      id = place_.context->graph.Selection(memory, place_.device, place_.part);
+    });
+  }
   const PartPlace place_;
 };
 
