@@ -111,8 +111,11 @@ TEST(MachineFile, RefusalsNameTheLineTheFieldAndTheNearestName) {
       {Rule("{\"kind\": \"refuse\", \"size\": 1}"), 2, "no key \"size\""},
       {Rule("{\"kind\": \"refuse\", \"request\": \"parametre\"}"), 2, "\"parameter\""},
       {Rule("{\"kind\": \"stale\", \"direction\": \"set\"}"), 2, "only what is read"},
-      {"{\"drivers\": {\"qualcomm\": {\"misbehaviour\": [{\"kind\": \"stale\"}]}}}", 1,
-       "misbehaviour[0].kind: this driver answers nothing"},
+      {Rule("{\"kind\": \"refuse\", \"request\": \"status\", \"direction\": \"get\"}"), 2,
+       "no request of this kind"},
+      {Rule("{\"kind\": \"stale\", \"request\": \"modules\"}"), 2, "no request of this kind"},
+      {"{\"drivers\": {\"qualcomm\": {\"misbehaviour\": [{\"kind\": \"status\", \"status\": 1}]}}}",
+       1, "misbehaviour[0].kind: this driver answers nothing"},
   };
   for (const auto& refused : cases) {
     FileError error;

@@ -2,7 +2,8 @@
 #pragma once
 
 #include <string_view>
-#include <vector>
+
+#include "platform/simulated/drivers/driver_description.h"
 
 namespace orv {
 
@@ -22,11 +23,27 @@ inline constexpr char kOffloadPin[] = "offload_pin";
 inline constexpr char kUnknown[] = "unknown";  // refused; not for misbehaviour
 }  // namespace request
 
-inline const std::vector<std::string_view> kSkylakeRequests = {
-    request::kParameter, request::kVersion,  request::kModules,    request::kStatus,
-    request::kInstance,  request::kRegister, request::kUnregister, request::kOffloadPin};
-inline const std::vector<std::string_view> kBroadwellRequests = {
-    request::kParameter, request::kVersion, request::kModules, request::kStatus};
-inline const std::vector<std::string_view> kQualcommRequests = {request::kParameter};
+// A request and whether it only asks or only sets.
+struct RequestFormat {
+  std::string_view name;
+  DriverMisbehaviour::Direction direction;
+};
+
+inline constexpr RequestFormat kSkylakeRequests[] = {
+    {request::kParameter, DriverMisbehaviour::Direction::Any},
+    {request::kVersion, DriverMisbehaviour::Direction::Get},
+    {request::kModules, DriverMisbehaviour::Direction::Get},
+    {request::kStatus, DriverMisbehaviour::Direction::Any},
+    {request::kInstance, DriverMisbehaviour::Direction::Get},
+    {request::kRegister, DriverMisbehaviour::Direction::Set},
+    {request::kUnregister, DriverMisbehaviour::Direction::Set},
+    {request::kOffloadPin, DriverMisbehaviour::Direction::Get}};
+inline constexpr RequestFormat kBroadwellRequests[] = {
+    {request::kParameter, DriverMisbehaviour::Direction::Any},
+    {request::kVersion, DriverMisbehaviour::Direction::Get},
+    {request::kModules, DriverMisbehaviour::Direction::Get},
+    {request::kStatus, DriverMisbehaviour::Direction::Set}};
+inline constexpr RequestFormat kQualcommRequests[] = {
+    {request::kParameter, DriverMisbehaviour::Direction::Set}};
 
 }  // namespace orv

@@ -1,6 +1,7 @@
 #include "platform/simulated/drivers/driver_section.h"
 
 #include <algorithm>
+#include <span>
 #include <utility>
 
 #include "platform/guid_text.h"
@@ -11,7 +12,7 @@ namespace {
 
 using Kind = DriverMisbehaviour::Kind;
 using Direction = DriverMisbehaviour::Direction;
-using Requests = std::vector<std::string_view>;
+using Requests = std::span<const RequestFormat>;
 
 constexpr JsonField::NamedNumber kModuleTypes[] = {{"sfx", 0}, {"mfx", 1}, {"efx", 2}};
 constexpr std::size_t kLongestModuleText = 63;  // bytes, in a field of 64
@@ -49,13 +50,15 @@ Direction ReadDirection(const JsonField& field) {
 }
 
 // A request's name, or the identifier of a parameter as a number or "0x10014404".
-void ReadRequest(const JsonField& field, const Requests& requests, DriverMisbehaviour& rule) {
+void ReadRequest(const JsonField& field, Requests requests, DriverMisbehaviour& rule) {
   std::uint32_t number = 0;
   if (field.kind() == JsonField::Kind::Integer) {
     number = field.Number();
   } else if (!JsonField::ParseHexWord(field.Text(), number)) {
-    if (std::find(requests.begin(), requests.end(), field.Text()) == requests.end())
-      field.Refuse(JsonField::UnknownName("request", field.Text(), requests));
+    std::vector<std::string_view> names;
+    for (const RequestFormat& format : requests) names.push_back(format.name);
+    if (std::find(names.begin(), names.end(), field.Text()) == names.end())
+      field.Refuse(JsonField::UnknownName("request", field.Text(), names));
     rule.request = field.Text();
     return;
   }
@@ -63,7 +66,19 @@ void ReadRequest(const JsonField& field, const Requests& requests, DriverMisbeha
   rule.parameter = number;
 }
 
-DriverMisbehaviour ReadMisbehaviour(const JsonField& field, const Requests& requests) {
+// Whether the driver has a request that a rule is meant for. Only parameters have a block that can
+// be stale.
+bool HasRequestFor(const DriverMisbehaviour& rule, Requests requests) {
+  return std::any_of(requests.begin(), requests.end(), [&](const RequestFormat& format) {
+    const bool same_direction = format.direction == Direction::Any ||
+                                rule.direction == Direction::Any ||
+                                format.direction == rule.direction;
+    return same_direction && (rule.request.empty() || rule.request == format.name) &&
+           (rule.kind != Kind::Stale || format.name == request::kParameter);
+  });
+}
+
+DriverMisbehaviour ReadMisbehaviour(const JsonField& field, Requests requests) {
   if (field.kind() != JsonField::Kind::Object) field.Refuse("expected an object in braces");
   const KindKeys& keys = ReadKind(field.Need("kind"));
   std::vector<std::string_view> known = {"kind", "request", "direction", "nth"};
@@ -89,11 +104,12 @@ DriverMisbehaviour ReadMisbehaviour(const JsonField& field, const Requests& requ
   if (const auto offset = field.Find("offset")) rule.offset = offset->Number();
   if (const auto mask = field.Find("mask"))
     rule.mask = static_cast<std::uint8_t>(mask->NumberUpTo(0xFF));
+  if (!HasRequestFor(rule, requests))
+    field.Refuse("the driver has no request of this kind and direction");
   return rule;
 }
 
-std::vector<DriverMisbehaviour> ReadMisbehaviours(const JsonField& driver,
-                                                  const Requests& requests) {
+std::vector<DriverMisbehaviour> ReadMisbehaviours(const JsonField& driver, Requests requests) {
   std::vector<DriverMisbehaviour> rules;
   if (const auto list = driver.Find("misbehaviour")) {
     for (const JsonField& item : list->Items()) rules.push_back(ReadMisbehaviour(item, requests));
@@ -200,8 +216,7 @@ QualcommDescription ReadQualcomm(const JsonField& field) {
     driver.interfaces = count->NumberUpTo(kMostInterfaces);
   driver.misbehaviour = ReadMisbehaviours(field, kQualcommRequests);
   for (std::size_t i = 0; i < driver.misbehaviour.size(); ++i) {
-    const Kind kind = driver.misbehaviour[i].kind;
-    if (kind != Kind::Refuse && kind != Kind::Absent && kind != Kind::Late)
+    if (driver.misbehaviour[i].kind == Kind::Status)
       field.Need("misbehaviour")
           .Items()[i]
           .Need("kind")
