@@ -17,6 +17,12 @@ inline constexpr std::int32_t kIntelSampleRate = 48000;
 // A band whose type control is missing or holds none of the three types. It passes its input on.
 inline constexpr std::int32_t kUnknownBandType = 10;
 
+// Whether a band of a known type can be designed; its frequency must be below half the sample rate
+// besides, which DesignEqualizer checks.
+constexpr bool IsFilter(const FilterBand& band) noexcept {
+  return band.frequency > 0 && band.q > 0;
+}
+
 // How a suite of controls names its bands: "VQ3D-PEQ " with types "VQ3D-Traditional", ...
 struct EqualizerSuite {
   const char* stem;

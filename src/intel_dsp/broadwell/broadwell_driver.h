@@ -7,15 +7,18 @@
 
 namespace orv {
 
-// Every operation answers whether the I/O control succeeded and gives the driver's own status
-// besides; callers test both. `apply` is handed to the driver unchanged.
+// Every operation returns whether the I/O control succeeded, and the driver's own status besides;
+// callers test both. `apply` is handed to the driver unchanged.
 class BroadwellDriver {
  public:
   virtual bool GetParameter(HRESULT& status, std::uint32_t parameter, void* buffer,
                             std::uint32_t size, std::uint8_t apply) = 0;
   virtual bool SetParameter(HRESULT& status, std::uint32_t parameter, const void* buffer,
                             std::uint32_t size, std::uint8_t apply) = 0;
-  // System error code of the last I/O control that failed, for diagnostic lines.
+  // Whether the driver reported fewer bytes than the last GetParameter asked for: what it left out
+  // reads as zeros. A driver that reports no count at all is believed.
+  virtual bool short_answer() const { return false; }
+  // System error code of the last request, for diagnostic lines; 0 if its I/O control succeeded.
   virtual std::uint32_t last_error() const = 0;
 
  protected:

@@ -12,6 +12,8 @@ namespace {
 constexpr char kDefaultConfiguration[] = "Default";
 constexpr std::size_t kClosingZeros = 2;  // bytes behind a high-pass set
 constexpr std::int32_t kSpaceOrder = 2;
+constexpr std::size_t kSectionWords = FilterWords(1) - FilterWords(0);
+constexpr std::size_t kResonatorWords = kBassEnhancementWords - FilterWords(1);
 
 constexpr std::int16_t kDefaultHighPass[] = {2,     5393,   -10786, 5393,  32669,  -16286, 2,
                                              15463, -30926, 15463,  32531, -16148, 3,      26101};
@@ -62,6 +64,17 @@ Bytes HighPassOf(std::int32_t order, std::span<const std::int16_t> words) {
   return bytes;
 }
 
+// Whether the module can apply every shift of a set of sections and a gain: 0 to 31, and no more
+// than the width of 16-bit words.
+template <class Word>
+bool ShiftsFit(std::span<const Word> words) {
+  constexpr Word kMost = sizeof(Word) == 2 ? 16 : 31;
+  for (std::size_t i = 0; i < words.size(); i += kSectionWords) {
+    if (words[i] < 0 || words[i] > kMost) return false;
+  }
+  return true;
+}
+
 bool IsFrequency(std::int32_t hertz) { return hertz > 0 && hertz < kIntelSampleRate / 2; }
 
 }  // namespace
@@ -74,7 +87,8 @@ Bytes HighPassBlock(std::int32_t order, std::int32_t frequency) {
   const std::int32_t status =
       DesignButterworth16(static_cast<float>(frequency), order, kIntelSampleRate,
                           kButterworthHighPass, words.data(), workspace.data());
-  return status == kFilterOk ? HighPassOf(order, words) : Bytes();
+  if (status != kFilterOk || !ShiftsFit<std::int16_t>(words)) return {};
+  return HighPassOf(order, words);
 }
 
 Bytes HighPassPreset(std::int32_t order, const std::string& configuration) {
@@ -85,7 +99,7 @@ Bytes HighPassPreset(std::int32_t order, const std::string& configuration) {
 Bytes EqualizerBlock(std::span<const FilterBand> bands) {
   if (4 + 4 * FilterWords(bands.size()) > kLargestParameter) return {};
   const std::vector<std::int32_t> words = DesignEqualizer(bands);
-  if (words.empty()) return {};
+  if (words.empty() || !ShiftsFit<std::int32_t>(words)) return {};
   Bytes bytes(4);
   StoreField(bytes, 0, FieldType::U32, static_cast<std::int64_t>(bands.size()));
   Append<std::int32_t>(bytes, words);
@@ -104,7 +118,8 @@ Bytes BassBlock(std::int32_t audio_size, std::int32_t analysis_size) {
   const std::int32_t status = DesignBassEnhancementFilters(static_cast<float>(audio_size),
                                                            static_cast<float>(analysis_size),
                                                            kIntelSampleRate, words, workspace);
-  return status == kFilterOk ? BytesOf(words) : Bytes();
+  const auto all_pass = std::span<const std::int32_t>(words).subspan(kResonatorWords);
+  return status == kFilterOk && ShiftsFit(all_pass) ? BytesOf(words) : Bytes();
 }
 
 Bytes BassPreset() { return BytesOf(kBass); }
@@ -116,7 +131,7 @@ Bytes SpaceBlock(std::int32_t frequency) {
   const std::int32_t status =
       DesignButterworth32(static_cast<float>(frequency), kSpaceOrder, kIntelSampleRate,
                           kButterworthHighPass, words, workspace);
-  return status == kFilterOk ? BytesOf(words) : Bytes();
+  return status == kFilterOk && ShiftsFit<std::int32_t>(words) ? BytesOf(words) : Bytes();
 }
 
 Bytes SpacePreset() { return BytesOf(kSpace); }

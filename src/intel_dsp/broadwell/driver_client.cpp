@@ -21,11 +21,6 @@ std::span<std::byte> BytesOf(Record& record) {
   return std::as_writable_bytes(std::span(&record, 1));
 }
 
-// An answer that is too short to be one is a failure, unless the driver says so itself.
-HRESULT StatusOfAnswer(HRESULT status, std::uint32_t returned, std::size_t expected) {
-  return SUCCEEDED(status) && returned < expected ? E_FAIL : status;
-}
-
 }  // namespace
 
 ORVAPOIntelDriverInterface_BRW::ORVAPOIntelDriverInterface_BRW(Machine& machine, HRESULT& status,
@@ -56,7 +51,7 @@ bool ORVAPOIntelDriverInterface_BRW::Control(std::uint32_t code, broadwell::Comm
   const std::uint32_t error = device_ == nullptr
                                   ? kDeviceInvalidHandle
                                   : device_->Control(code, BytesOf(header), output, returned);
-  if (error != 0) last_error_ = error;
+  last_error_ = error;
   return error == 0;
 }
 
@@ -70,7 +65,7 @@ bool ORVAPOIntelDriverInterface_BRW::GetAPIVersion(HRESULT& status, std::uint8_t
              L"Intel GetAPIVersion DeviceIoControl failed, error %d\n", last_error_);
     return false;
   }
-  status = StatusOfAnswer(record.status, returned, sizeof record);
+  status = record.status;
   if (SUCCEEDED(status)) {
     version = record.version;
     features = record.features;
@@ -92,7 +87,7 @@ bool ORVAPOIntelDriverInterface_BRW::GetModuleInfo(HRESULT& status, std::string&
              L"Intel GetModuleInfo DeviceIoControl failed, error %d\n", last_error_);
     return false;
   }
-  status = StatusOfAnswer(record.status, returned, sizeof record);
+  status = record.status;
   if (SUCCEEDED(status)) {
     name = TextOf(record.name);
     version = TextOf(record.version);
@@ -147,6 +142,7 @@ bool ORVAPOIntelDriverInterface_BRW::SetParameter(HRESULT& status, std::uint32_t
 bool ORVAPOIntelDriverInterface_BRW::GetParameter(HRESULT& status, std::uint32_t parameter,
                                                   void* buffer, std::uint32_t size,
                                                   std::uint8_t apply) {
+  short_answer_ = false;
   if (!Prepare(status, parameter, size, apply)) return false;
   std::uint32_t returned = 0;
   const bool answered =
@@ -156,9 +152,7 @@ bool ORVAPOIntelDriverInterface_BRW::GetParameter(HRESULT& status, std::uint32_t
   Diagnose(ORV_HERE("ORVAPOIntelDriverInterface_BRW::GetParameter"),
            L"GetParameter returned is %d\n", returned);
   if (FAILED(status)) return true;
-  // What was not sent would pass for zeros and be written back by a change of one field.
-  status = StatusOfAnswer(status, returned, offsetof(ParameterRecord, data) + size);
-  if (FAILED(status)) return false;
+  short_answer_ = returned != 0 && returned < offsetof(ParameterRecord, data) + size;
   std::memcpy(buffer, record_->data, size);
   return true;
 }

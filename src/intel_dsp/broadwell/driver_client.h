@@ -25,16 +25,17 @@ class ORVAPOIntelDriverInterface_BRW final : public BroadwellDriver {
   bool GetModuleInfo(HRESULT& status, std::string& name, std::string& version);
   bool SetStatus(HRESULT& status);
 
-  // A read that the driver answers with less than `size` bytes fails with E_FAIL.
+  // An answer with fewer bytes than `size` is completed with zeros; see short_answer().
   bool GetParameter(HRESULT& status, std::uint32_t parameter, void* buffer, std::uint32_t size,
                     std::uint8_t apply) override;
   bool SetParameter(HRESULT& status, std::uint32_t parameter, const void* buffer,
                     std::uint32_t size, std::uint8_t apply) override;
+  bool short_answer() const override { return short_answer_; }
   std::uint32_t last_error() const override { return last_error_; }
 
  private:
   void OpenIntelDriver(Machine& machine);
-  // One request; false, with the system's error kept, when the I/O control fails.
+  // One request; false if the I/O control fails. Keeps the system's error.
   bool Control(std::uint32_t code, broadwell::Command command, std::span<std::byte> output,
                std::uint32_t& returned);
   bool Prepare(HRESULT& status, std::uint32_t parameter, std::uint32_t size, std::uint8_t apply);
@@ -42,6 +43,7 @@ class ORVAPOIntelDriverInterface_BRW final : public BroadwellDriver {
   std::unique_ptr<DeviceFile> device_;
   std::uint32_t module_;
   std::uint32_t last_error_ = 0;
+  bool short_answer_ = false;
   std::unique_ptr<broadwell::ParameterRecord> record_;  // every parameter request moves all of it
 };
 

@@ -45,12 +45,11 @@ FieldPlace FindField(const std::string& control) {
   return {};
 }
 
-const Field& FieldAt(const Block& block, std::size_t offset) {
-  const Field* found = block.fields.data();
-  for (const Field& field : block.fields) {
-    if (field.offset == offset) found = &field;
-  }
-  return *found;
+bool HasControl(const Field& field, const ControlValueMap& map) {
+  return field.conversion == Conversion::Reserved || map.contains(field.control) ||
+         (field.fallback != nullptr && map.contains(field.fallback)) ||
+         (field.conversion == Conversion::Decibels &&
+          map.contains(std::string(field.control) + " Float"));
 }
 
 void FillField(const Field& field, const ControlValueMap& map, std::span<std::byte> block) {

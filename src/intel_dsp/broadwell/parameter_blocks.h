@@ -187,12 +187,16 @@ inline constexpr Block kBlocks[] = {
 inline constexpr std::size_t kSingleValues = 7;
 static_assert(kBlocks[kSingleValues - 1].parameter == kEqualizerEnable);
 
-constexpr const Block& BlockOf(std::uint32_t parameter) {
-  const Block* found = kBlocks;
-  for (const Block& block : kBlocks) {
-    if (block.parameter == parameter) found = &block;
-  }
-  return *found;
+// Of constants alone: a parameter or an offset without a row does not compile.
+consteval const Block& BlockOf(Parameter parameter) {
+  const Block* block = kBlocks;
+  while (block->parameter != parameter) ++block;
+  return *block;
+}
+consteval const Field& FieldAt(const Block& block, std::size_t offset) {
+  std::size_t row = 0;
+  while (block.fields[row].offset != offset) ++row;
+  return block.fields[row];
 }
 
 // Where a control's field lies; null when there is none.
@@ -201,8 +205,9 @@ struct FieldPlace {
   const Field* field = nullptr;
 };
 FieldPlace FindField(const std::string& control);
-const Field& FieldAt(const Block& block, std::size_t offset);
 
+// Whether the map has a control that fills the field.
+bool HasControl(const Field& field, const ControlValueMap& map);
 // Fills one field; throws IntelException, the field untouched, when its control does not allow it.
 void FillField(const Field& field, const ControlValueMap& map, std::span<std::byte> block);
 

@@ -1,5 +1,7 @@
 #include "intel_dsp/broadwell/processors.h"
 
+#include <algorithm>
+
 #include "intel_dsp/conversion/enumeration_tables.h"
 #include "intel_dsp/equalizer_bands.h"
 #include "platform/device_io.h"
@@ -42,6 +44,20 @@ std::int32_t IntegerOr(const char* name, const char* other, const wchar_t* tryin
   }
 }
 
+// The bands of a channel. One that cannot be a filter passes its input on, like one of unknown
+// type, so that it does not cost the channel its other bands.
+std::vector<FilterBand> UsableBands(const char* channel, const ControlValueMap& map) {
+  std::vector<FilterBand> bands = ReadEqualizerBands(kBroadwellEqualizer, channel, map);
+  for (std::size_t i = 0; i < bands.size(); ++i) {
+    if (bands[i].type == kUnknownBandType || IsFilter(bands[i])) continue;
+    Diagnose(ORV_HERE("KELAPOIntelDSP_BRW::ProcessPEQControls"),
+             L"%s Band %d passes its input on: frequency %f and Q %f must be above 0\n",
+             std::string(channel), i, bands[i].frequency, bands[i].q);
+    bands[i].type = kUnknownBandType;
+  }
+  return bands;
+}
+
 }  // namespace
 
 bool KELAPOIntelDSP_BRW::Send(std::uint32_t parameter, std::span<const std::byte> bytes,
@@ -55,9 +71,14 @@ bool KELAPOIntelDSP_BRW::Send(std::uint32_t parameter, std::span<const std::byte
 bool KELAPOIntelDSP_BRW::Receive(std::uint32_t parameter, std::span<std::byte> bytes,
                                  std::uint8_t apply, HRESULT& status) {
   status = E_FAIL;
-  return driver_.GetParameter(status, parameter, bytes.data(),
-                              static_cast<std::uint32_t>(bytes.size()), apply) &&
-         status == S_OK;
+  if (driver_.GetParameter(status, parameter, bytes.data(),
+                           static_cast<std::uint32_t>(bytes.size()), apply) &&
+      status == S_OK)
+    return true;
+  Diagnose(ORV_HERE("KELAPOIntelDSP_BRW::Receive"),
+           L"Reading parameter %d failed, error %d, status 0x%x\n", parameter, driver_.last_error(),
+           status);
+  return false;
 }
 
 void KELAPOIntelDSP_BRW::ProcessGlobalControls(const ControlValueMap& map, std::uint8_t apply) {
@@ -76,12 +97,14 @@ void KELAPOIntelDSP_BRW::ProcessHLControls(const ControlValueMap& map, std::uint
   const Block& block = BlockOf(broadwell::kHardLimiter);
   Bytes bytes(block.size);
   HRESULT status = E_FAIL;
-  try {
+  const auto missing =
+      std::ranges::find_if_not(block.fields, [&](const Field& f) { return HasControl(f, map); });
+  if (missing == block.fields.end()) {
     FillAll(block, map, bytes);
-  } catch (const IntelException& error) {
-    if (!Receive(block.parameter, bytes, apply, status)) {
+  } else {
+    if (!ReceiveForChange(block.parameter, bytes, apply)) {
       Diagnose(here, L"Error: Failed to get Hard Limiter controls from DSP, error: %s\n",
-               error.what());
+               std::string("no control ") + missing->control);
       throw IntelException("Hard Limiter", "Getting of Hard Limiter controls failed.");
     }
     Diagnose(here, L"OK: Got Hard Limiter controls from DSP\n");
@@ -120,14 +143,14 @@ void KELAPOIntelDSP_BRW::ProcessChannel(const ControlValueMap& map, std::uint8_t
                                         std::uint32_t channel) {
   const DiagnosticSite here = ORV_HERE("KELAPOIntelDSP_BRW::ProcessPEQControls");
   const bool left = channel == kLeft;
+  const char* const name = left ? "Left" : "Right";
   Bytes bytes;
   std::uint32_t error = kDeviceInvalidParameter;
   try {
     const auto configuration = map.find("ZENSND-Filter Cfg");
     bytes = configuration != map.end()
                 ? broadwell::EqualizerPreset(configuration->second.ToString())
-                : broadwell::EqualizerBlock(
-                      ReadEqualizerBands(kBroadwellEqualizer, left ? "Left" : "Right", map));
+                : broadwell::EqualizerBlock(UsableBands(name, map));
   } catch (const IntelException& exception) {
     Diagnose(here, L"Error: %s\n", exception.what());
   }
@@ -159,7 +182,7 @@ void KELAPOIntelDSP_BRW::ProcessHPFAndPEQControls(const ControlValueMap& map, st
 }
 
 void KELAPOIntelDSP_BRW::ProcessAMHDControls(const ControlValueMap& map, std::uint8_t apply) {
-  const Block& block = BlockOf(broadwell::kAmhd);
+  constexpr const Block& block = BlockOf(broadwell::kAmhd);
   Bytes bytes(block.size);
   const auto is_size = [](const Field& field) {
     return field.offset == kAudioSizeOffset || field.offset == kAnalysisSizeOffset;

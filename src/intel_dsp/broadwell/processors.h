@@ -12,8 +12,8 @@
 
 namespace orv {
 
-// Processors send what they are named after and throw IntelException when a control does not
-// convert or the driver refuses. `apply` is handed to the driver unchanged.
+// Processors send what they are named after and throw IntelException if a control does not convert
+// or the driver refuses. `apply` is handed to the driver unchanged.
 class KELAPOIntelDSP_BRW {
  public:
   static constexpr std::uint32_t kLeft = 0;
@@ -25,18 +25,21 @@ class KELAPOIntelDSP_BRW {
   void ProcessGlobalControls(const ControlValueMap& map, std::uint8_t apply);
   void ProcessHLControls(const ControlValueMap& map, std::uint8_t apply);
   void ProcessHPFControls(const ControlValueMap& map, std::uint8_t apply);
-  // Only reports what fails, and throws nothing but for lack of memory.
+  // Throws only if memory runs out; a diagnostic line reports what else fails. A band whose
+  // frequency or quality factor is not above 0 passes its input on. A channel is not sent if a
+  // frequency reaches half the sample rate or a shift of the design is outside 0 to 31.
   void ProcessPEQControls(const ControlValueMap& map, std::uint8_t apply, std::uint32_t channel);
   // The same for both channels, after a high-pass whose failure is only reported.
   void ProcessHPFAndPEQControls(const ControlValueMap& map, std::uint8_t apply);
   void ProcessAMHDControls(const ControlValueMap& map, std::uint8_t apply);
   void ProcessEvenvolumeControls(const ControlValueMap& map, std::uint8_t apply);
 
-  // One control by name, as a 32-bit integer: E_NOTIMPL for controls that are not read, E_FAIL
-  // when the driver does not answer.
+  // One control by name, as a 32-bit integer: E_NOTIMPL for controls that cannot be read, E_FAIL if
+  // the driver refuses or its status is not 0.
   HRESULT GetProperty(const std::wstring& name, std::uint8_t apply, VARIANT& value);
-  // E_INVALIDARG for variants of another kind. S_OK otherwise, also when the driver fails or nobody
-  // knows the name: both are reported.
+  // E_INVALIDARG for variants that are not 32-bit or 64-bit integers (enable controls of the AMHD
+  // block: 32-bit only). S_OK otherwise, also if the driver fails, the name is not known, the
+  // control does not take the value or the block was read in part: a diagnostic line says which.
   HRESULT SetProperty(const std::wstring& name, std::uint8_t apply, const VARIANT& value);
 
  private:

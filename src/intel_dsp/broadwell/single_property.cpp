@@ -51,7 +51,8 @@ HRESULT KELAPOIntelDSP_BRW::GetProperty(const std::wstring& name, std::uint8_t a
     if (control != readable) continue;
     const FieldPlace place = broadwell::FindField(control);
     Bytes bytes(place.block->size);
-    if (!ReceiveForChange(place.block->parameter, bytes, apply)) return E_FAIL;
+    HRESULT status = E_FAIL;
+    if (!Receive(place.block->parameter, bytes, apply, status)) return E_FAIL;
     const std::int64_t word = ReadField(bytes, place.field->offset, FieldType::I32);
     value.vt = VT_I4;
     value.lVal = static_cast<LONG>(control == kFlagName ? std::int64_t{word != 0} : word);
@@ -74,19 +75,25 @@ HRESULT KELAPOIntelDSP_BRW::SetProperty(const std::wstring& name, std::uint8_t a
     Diagnose(here, L"[%s] is no control that can be written\n", name);
     return S_OK;
   }
-  // Of a 64-bit integer the low half counts.
-  ChangeField(place, value.vt == VT_I4 ? value.lVal : static_cast<LONG>(value.llVal), apply);
+  try {
+    // Of a 64-bit integer the low half counts.
+    ChangeField(place, value.vt == VT_I4 ? value.lVal : static_cast<LONG>(value.llVal), apply);
+  } catch (const IntelException& error) {
+    Diagnose(here, L"Error: %s\n", error.what());
+  }
   return S_OK;
 }
 
 bool KELAPOIntelDSP_BRW::ReceiveForChange(std::uint32_t parameter, std::span<std::byte> bytes,
                                           std::uint8_t apply) {
   HRESULT status = E_FAIL;
-  if (Receive(parameter, bytes, apply, status)) return true;
-  Diagnose(ORV_HERE("KELAPOIntelDSP_BRW::ReceiveForChange"),
-           L"Reading parameter %d failed, error %d, status 0x%x\n", parameter, driver_.last_error(),
-           status);
-  return false;
+  const bool received = Receive(parameter, bytes, apply, status);
+  if (received && driver_.short_answer()) {
+    Diagnose(ORV_HERE("KELAPOIntelDSP_BRW::ReceiveForChange"),
+             L"Parameter %d was read in part only and is not written back\n", parameter);
+    return false;
+  }
+  return received;
 }
 
 bool KELAPOIntelDSP_BRW::SendChange(std::uint32_t parameter, const Bytes& bytes,
