@@ -13,7 +13,7 @@ HRESULT CreateIntelDriverClient(Module& module, IUnknown* endpoint, const std::w
   const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::CreateIntelDriverClient");
   const HRESULT status = Guard([&]() -> HRESULT {
     ComPtr<CKELAPOIntelDSP> object;
-    const HRESULT made = CreateObject(object, module);
+    const HRESULT made = CreateObject(object, module, /*for_endpoint=*/true);
     if (FAILED(made)) return made;
     const HRESULT attached = object->AttachEndpoint(endpoint, device_id);
     if (SUCCEEDED(attached)) *dsp = object.Detach();

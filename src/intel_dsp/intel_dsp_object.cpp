@@ -40,7 +40,8 @@ HRESULT CKELAPOIntelDSP::FinalConstruct() {
   if (SUCCEEDED(status)) return status;
   Diagnose(here, L"Warning: Failed to open Broadwell driver, status=0x%x\n", status);
   Diagnose(here, L"Trying to open Skylate driver using default endpoint, status=0x%x\n", status);
-  return OpenDefaultSkylake();
+  status = OpenDefaultSkylake();
+  return for_endpoint_ && status != E_OUTOFMEMORY ? S_OK : status;
 }
 
 void CKELAPOIntelDSP::OpenEvent() {

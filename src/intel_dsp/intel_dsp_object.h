@@ -19,9 +19,12 @@ class CKELAPOIntelDSP final
     : public RefCounted<SingleThreaded, Chain<IKELAPOIntelDSP, IKELAPOIntelDSP2, IKELAPOIntelDSP3,
                                               IKELAPOIntelDSP4>> {
  public:
-  explicit CKELAPOIntelDSP(Module& module) : RefCounted(&module) {}
+  // An object for an endpoint outlives the failure to open the default endpoint's module.
+  explicit CKELAPOIntelDSP(Module& module, bool for_endpoint = false)
+      : RefCounted(&module), for_endpoint_(for_endpoint) {}
 
-  // Looks for a Broadwell driver, else for a Skylake module behind the default endpoint.
+  // Looks for a Broadwell driver, else for a Skylake module behind the default endpoint. Fails if
+  // neither is found; for an endpoint only if memory runs out or there is no machine.
   HRESULT FinalConstruct();
   // Keeps the endpoint alive and, unless there is a Broadwell driver, takes its Skylake module.
   HRESULT AttachEndpoint(IUnknown* endpoint, const std::wstring& device_id);
@@ -65,6 +68,7 @@ class CKELAPOIntelDSP final
   KELAPOIntelDSP_SKL Skylake() const { return KELAPOIntelDSP_SKL(*clients_.skylake()); }
 
   IntelDriverClients& clients_ = IntelDriverClients::OfProcess();
+  const bool for_endpoint_;
   Kind kind_ = Kind::None;
   std::shared_ptr<Machine> machine_;
   // Shared with the driver client: a driver knows the event by its handle until it has given it

@@ -1,7 +1,5 @@
 // Whole operating modes, configuration files and equalisers into the DSP.
-#include <algorithm>
 #include <cmath>
-#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -21,8 +19,6 @@ namespace {
 
 constexpr std::uint32_t kDspConfiguration = 1;
 constexpr std::uint32_t kDspLocation = 3;  // "EFX"
-// Load status of a configuration whose modes can be used.
-constexpr std::uint32_t kUsableStatus[] = {kConfigLoaded, 4, 7};
 
 constexpr wchar_t kHighPassTechnology[] = L"HPF";
 struct EqualizerTechnology {
@@ -214,10 +210,7 @@ HRESULT CKELAPOIntelDSP::ProcessConfigFile(BSTR filename, BSTR* error_string, LO
 HRESULT CKELAPOIntelDSP::SendConfiguration(const std::wstring& path, std::uint8_t apply) {
   if (machine_ == nullptr) return E_UNEXPECTED;
   ORVAPOConfigurationFile configuration(*machine_);
-  const std::uint32_t load = configuration.Load(path, kDspConfiguration, kDspLocation);
-  if (std::find(std::begin(kUsableStatus), std::end(kUsableStatus), load) ==
-      std::end(kUsableStatus))
-    return E_FAIL;
+  if (!IsUsableByDsp(configuration.Load(path, kDspConfiguration, kDspLocation))) return E_FAIL;
   ORVAPOOperatingMode mode;
   if (!configuration.FindMode(configuration.GetDefaultModeKey(), mode)) return E_FAIL;
   ORVQVTValueList list = mode.GetDefaultControls();  // public and private ones

@@ -45,6 +45,7 @@ class ORVQVTValueList {
 
   // The value under this name; a new one ("Unnamed", long 0) when there was none.
   ORVQVTValue& GetOrAdd(const std::string& name);
+  void Remove(const std::string& name) noexcept { values_.erase(name); }
   void Clear() noexcept { values_.clear(); }
   std::size_t Count() const noexcept { return values_.size(); }
   Map::const_iterator begin() const noexcept { return values_.begin(); }

@@ -109,6 +109,20 @@ TEST_F(IntelDspTest, WithoutDriversThereIsNoObject) {
   EXPECT_EQ(CreateIntelDriverClient(module_, nullptr, kSpeakers, &dsp), E_UNEXPECTED);
 }
 
+// As with a dock, whose output is the default one and does not lead to the DSP.
+TEST_F(IntelDspTest, EndpointHasItsModuleWhateverTheDefaultOneLeadsTo) {
+  machine_->description().drivers.broadwell.reset();
+  for (SimulatedEndpoint& endpoint : machine_->description().endpoints)
+    endpoint.is_default = endpoint.id == kHdmi;
+  EXPECT_EQ(Write(Open(), SkylakeMode()), S_OK);
+  EXPECT_TRUE(log_.Contains(L"WARNING: Failed to open access to Skylake DSP, endpoint: "));
+  ComPtr<IKELAPOIntelDSP> dsp;
+  EXPECT_EQ(CreateIntelDspForClient(module_, nullptr, IID_IKELAPOIntelDSP, dsp.PutVoid()), E_FAIL);
+  EXPECT_EQ(CreateIntelDriverClient(module_, nullptr, kHdmi, dsp.Put()), E_FAIL);
+  machine_->faults().FailNth("devices.create_enumerator", 1, E_OUTOFMEMORY);
+  EXPECT_EQ(CreateIntelDriverClient(module_, nullptr, kSpeakers, dsp.Put()), E_OUTOFMEMORY);
+}
+
 TEST_F(IntelDspTest, RemarkOfTheBroadwellModuleLeavesNoDsp) {
   machine_.broadwell().misbehaviour = {Misbehave(Kind::Status, request::kModules, 1)};
   ComPtr<IKELAPOIntelDSP4> dsp;

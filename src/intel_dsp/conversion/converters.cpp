@@ -38,6 +38,9 @@ double LeadingNumber(const std::string& text) {
   std::size_t start = text.find_first_not_of(" \t\n\v\f\r");
   if (start == std::string::npos) return 0;
   if (text[start] == '+' && text.compare(start, 2, "+-") != 0) ++start;
+  // The names of infinity and of what is not a number are not numbers.
+  const std::size_t first = text[start] == '-' ? start + 1 : start;
+  if (text.find_first_of("0123456789.", first) != first) return 0;
   double number = 0;
   const char* const end = text.data() + text.size();
   const auto result = std::from_chars(text.data() + start, end, number);

@@ -22,10 +22,12 @@ class KELAPOIntelDSP_Utils {
   class IntelException : public std::exception {
    public:
     IntelException(const std::string& control, const std::string& message)
-        : text_(control + " - " + message) {}
+        : control_(control), text_(control + " - " + message) {}
     const char* what() const noexcept override { return text_.c_str(); }
+    const std::string& control() const noexcept { return control_; }
 
    private:
+    std::string control_;
     std::string text_;
   };
 

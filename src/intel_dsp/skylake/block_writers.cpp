@@ -156,9 +156,10 @@ HRESULT KELAPOIntelDSP_SKL::SetProcessEnable(std::uint32_t value, std::uint8_t a
   const HRESULT status = ReadBlock(driver_, block, bytes, apply);
   if (FAILED(status)) return status;
   StoreField(bytes, kProcessEnable.offset, kProcessEnable.type, value);
-  Guarded("KELAPOIntelDSP_SKL::SetProcessEnable", [&] {
-    return WriteBlock(driver_, block, bytes, std::nullopt, apply, "SetProcessEnable");
-  });
+  RememberBlock(block, bytes);
+  const HRESULT sent =
+      SendParameter(driver_, block.parameter, std::span(bytes).first(block.size), apply);
+  ShowtOpStatus(SUCCEEDED(sent), block.name, "SetProcessEnable");
   return status;
 }
 

@@ -64,10 +64,11 @@ std::vector<FilterBand> ReadBands(const std::string& channel, const ControlValue
   std::vector<FilterBand> bands = ReadEqualizerBands(kSkylakeEqualizer, channel, map);
   VerifyFilterOrder(2 * static_cast<std::int64_t>(bands.size()), 0, kMostIirOrder);
   for (std::size_t i = 0; i < bands.size(); ++i) {
-    const bool designable = bands[i].frequency > 0 && bands[i].q > 0;
-    if (bands[i].type != kUnknownBandType && !designable)
-      throw IntelException(kSkylakeEqualizer.stem + channel + " Band " + std::to_string(i),
-                           "frequency or quality factor out of range");
+    if (bands[i].type == kUnknownBandType || IsFilter(bands[i])) continue;
+    Diagnose(ORV_HERE(kFilterName),
+             L"%S%S Band %d passes its input on: frequency or quality factor not above zero\n",
+             kSkylakeEqualizer.stem, channel, i);
+    bands[i].type = kUnknownBandType;
   }
   return bands;
 }

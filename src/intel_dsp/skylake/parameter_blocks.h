@@ -36,7 +36,10 @@ class KELAPOIntelDSP_SKL {
   HRESULT SetVQ3DControls(const ControlValueMap& map, std::uint8_t apply);
   HRESULT SetVQ3DEVolHDControls(const ControlValueMap& map, std::uint8_t apply);
   HRESULT SetVQ3DVocadiagControls(const ControlValueMap& map, std::uint8_t apply);
+  // A custom loudspeaker size that no filters can be designed for, or whose filters the module
+  // refuses, keeps the block back: it would select coefficients that the module does not have.
   HRESULT SetVQ3DCommonControls(const ControlValueMap& map, std::uint8_t apply);
+  // Likewise for a custom cut-off.
   HRESULT SetVQ3DPX3DControls(const ControlValueMap& map, std::uint8_t apply);
   HRESULT SetVQ3DMXHPControls(const ControlValueMap& map, std::uint8_t apply);
   HRESULT SetVQ3DGEQControls(const ControlValueMap& map, std::uint8_t apply);
@@ -45,17 +48,23 @@ class KELAPOIntelDSP_SKL {
   HRESULT SetVQ3DMvolControls(const ControlValueMap& map, std::uint8_t apply);
   HRESULT SetVQ3DHdLmtControls(const ControlValueMap& map, std::uint8_t apply);
   HRESULT SetVQ3DAdvGainControls(const ControlValueMap& map, std::uint8_t apply);
+  // A high-pass that is switched off is not in the block: its header has order 0, and no words
+  // follow. A band whose frequency or quality factor is not above zero becomes a unity section;
+  // a band or a high-pass at or above half the sample rate keeps both blocks back.
   HRESULT SetVQ3DHPFAEQControls(const ControlValueMap& map, std::uint8_t apply);
   HRESULT SetPPModuleStatus(std::uint8_t enable, std::uint8_t apply);
   // Reads the block that holds the process enable, and writes it back with `value` when that
-  // succeeded. The status is that of the read; the module's own status is not touched.
+  // succeeded, whatever its other fields hold. The status is that of the read; the module's own
+  // status is not touched.
   HRESULT SetProcessEnable(std::uint32_t value, std::uint8_t apply);
   // Gain in tenths of dB; bands 0 to 4.
   HRESULT SetGEQBandGain(int band, std::int16_t gain, std::uint8_t apply);
 
-  // One control by name. `list` holds what was written last: controls that depend on others are
-  // computed from it, and it takes the new value. E_INVALIDARG for other kinds of variants and for
-  // names that are no control of a block.
+  // One control by name. `list` holds what was written last. A control that depends on others takes
+  // its place there as soon as its block has been read, and its field is computed from the list;
+  // E_FAIL if another control is missing, and the list keeps the new value. It does not keep a
+  // value that is outside its own range. E_INVALIDARG for other kinds of variants and for names
+  // that are not controls of a block.
   HRESULT SetControl(const std::wstring& name, const VARIANT& value, ORVQVTValueList& list,
                      std::uint8_t apply);
 
@@ -82,7 +91,8 @@ class KELAPOIntelDSP_SKL {
 };
 
 void ShowtOpStatus(bool success, const char* block, const char* operation);
-// Field by field, in the order of the images.
+// Field by field, in the order of the images. Reserved halfwords are fields as well: they are sent
+// as 0, and a module that does not keep them differs.
 std::vector<SkylakeDifference> CompareSkylakeImages(const SkylakeImage& sent,
                                                     const SkylakeImage& read);
 // A block's name and fields as people read them; an empty name and no fields for an unknown

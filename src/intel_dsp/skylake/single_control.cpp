@@ -93,9 +93,8 @@ ControlValueMap MapOfSimple(const BlockField& field, ControlNumber number) {
   return {{field.control, ORVQVTValue(field.control, value)}};
 }
 
-// Everything in the list that fields of this block are made of, with the new value in its place.
-ControlValueMap MapOfList(const SkylakeBlock& block, const ORVQVTValueList& list,
-                          const std::string& control, const NewValue& value) {
+// Everything in the list that fields of this block are made of.
+ControlValueMap MapOfList(const SkylakeBlock& block, const ORVQVTValueList& list) {
   ControlValueMap map;
   const auto take = [&](const std::string& name) {
     if (const ORVQVTValue* held = list.Find(name)) map.emplace(name, *held);
@@ -107,11 +106,49 @@ ControlValueMap MapOfList(const SkylakeBlock& block, const ORVQVTValueList& list
   }
   for (const FurtherControl& further : kFurtherControls)
     if (further.parameter == block.parameter) take(further.control);
-  ORVQVTValue& entry = map[control];
-  entry.SetName(control);
-  std::visit([&](const auto& held) { entry.SetValue(held); }, value);
   return map;
 }
+
+// The new value of a control in the list of the last written ones. It stays there even if another
+// control is missing, so that several may be set one after the other; if it is itself wrong, the
+// list is as before.
+class ListedValue {
+ public:
+  ListedValue(ORVQVTValueList& list, const std::string& control, const NewValue& value)
+      : list_(list), control_(control) {
+    if (const ORVQVTValue* held = list.Find(control)) before_ = *held;
+    ORVQVTValue entry;
+    entry.SetName(control);
+    std::visit([&](const auto& number_or_text) { entry.SetValue(number_or_text); }, value);
+    list.GetOrAdd(control) = std::move(entry);
+  }
+
+  // Runs `write`, whose exceptions tell whether the value is wrong.
+  template <class Write>
+  HRESULT Try(Write write) {
+    try {
+      return write();
+    } catch (const IntelException& error) {
+      if (error.control() == control_) TakeBack();
+      throw;
+    } catch (...) {
+      TakeBack();
+      throw;
+    }
+  }
+
+ private:
+  void TakeBack() noexcept {
+    if (before_)
+      *list_.Find(control_) = std::move(*before_);
+    else
+      list_.Remove(control_);
+  }
+
+  ORVQVTValueList& list_;
+  const std::string& control_;
+  std::optional<ORVQVTValue> before_;
+};
 
 // The band of a field, from 0.
 int BandIndex(const BlockField& field) {
@@ -139,17 +176,14 @@ HRESULT ChangeBlock(SkylakeDriver& driver, const Target& target, const std::stri
     FillTarget(target, MapOfSimple(target.field, std::get<ControlNumber>(value)), bytes);
     return WriteBlock(driver, block, bytes, std::nullopt, apply, control.c_str());
   }
-  const ControlValueMap map = MapOfList(block, list, control, value);
-  FillTarget(target, map, bytes);
-  const bool selects_coefficients = target.field.conversion == Conversion::SpeakerSize ||
-                                    target.field.conversion == Conversion::SpaceCutoff;
-  const auto coefficients = selects_coefficients ? block.coefficients(bytes, map) : std::nullopt;
-  const HRESULT status = WriteBlock(driver, block, bytes, coefficients, apply, control.c_str());
-  if (SUCCEEDED(status)) {
-    ORVQVTValue written = map.at(control);
-    list.GetOrAdd(control) = std::move(written);
-  }
-  return status;
+  return ListedValue(list, control, value).Try([&] {
+    const ControlValueMap map = MapOfList(block, list);
+    FillTarget(target, map, bytes);
+    const bool selects_coefficients = target.field.conversion == Conversion::SpeakerSize ||
+                                      target.field.conversion == Conversion::SpaceCutoff;
+    const auto coefficients = selects_coefficients ? block.coefficients(bytes, map) : std::nullopt;
+    return WriteBlock(driver, block, bytes, coefficients, apply, control.c_str());
+  });
 }
 
 }  // namespace

@@ -1,0 +1,71 @@
+// The Skylake module of a simulated machine behind the real driver client.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "control_map.h"
+#include "intel_dsp/skylake/driver_client.h"
+#include "intel_dsp/skylake/parameter_blocks.h"
+#include "intel_machine.h"
+#include "support/diagnostic_log.h"
+#include "support/reference_data.h"
+
+namespace orv {
+
+// A mode of 70 whole numbers; its high-pass is on, its sizes and cut-off are not custom ones.
+inline const nlohmann::json& PlainMode() {
+  static const nlohmann::json mode = ReferenceData("skylake_single.json").at("modes").at(0);
+  return mode.at("controls");
+}
+
+class SkylakeModuleTest : public testing::Test {
+ protected:
+  using Kind = DriverMisbehaviour::Kind;
+  using Direction = DriverMisbehaviour::Direction;
+  using Bytes = std::vector<std::byte>;
+  static constexpr HRESULT kRefusal = static_cast<HRESULT>(0xC0000001);
+
+  SkylakeModuleTest() {
+    KELAPOIntelDSP_SKL::ClearCache();
+    EXPECT_EQ(client_.ActivateIKsControls(kSpeakers), S_OK);
+  }
+
+  void Set(const std::string& name, const nlohmann::json& value) {
+    mode_["VQ3D-" + name] = ValueOf("VQ3D-" + name, value);
+  }
+  void Erase(const std::string& name) { mode_.erase("VQ3D-" + name); }
+
+  // Numbers of parameters are their low bytes. A refused read or write of one, until all do well.
+  void Refuse(Direction direction, std::uint32_t number) {
+    DriverMisbehaviour rule = Misbehave(Kind::Refuse, request::kParameter, kRefusal);
+    rule.direction = direction;
+    rule.parameter = 0x10014400 + number;
+    machine_.skylake().misbehaviour.push_back(rule);
+  }
+  void AllDoWell() { machine_.skylake().misbehaviour.clear(); }
+
+  // The numbers sent since the last call.
+  std::vector<std::uint32_t> Sent() {
+    std::vector<std::uint32_t> sent = machine_.Sent();
+    for (std::uint32_t& parameter : sent) parameter &= 0xFF;
+    return sent;
+  }
+  // The block of this number that was sent last.
+  Bytes Last(std::uint32_t number) {
+    const std::vector<DriverRecord> records = machine_->ReceivedRecords();
+    for (auto record = records.rbegin(); record != records.rend(); ++record)
+      if ((record->parameter & 0xFF) == number) return record->bytes;
+    return {};
+  }
+  std::int64_t Field(std::uint32_t number, std::size_t offset, FieldType type) {
+    return ReadField(Last(number), offset, type);
+  }
+
+  IntelMachine machine_;
+  DiagnosticLog log_;
+  KELAPOIntelDriverInterface_SKL client_{machine_.get(), nullptr};
+  KELAPOIntelDSP_SKL dsp_{client_};
+  ControlValueMap mode_ = MapOf(PlainMode());
+};
+
+}  // namespace orv
