@@ -3,13 +3,14 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <map>
 
 #include "../intel_dsp/fake_mode.h"
 #include "platform/simulated/simulated_machine.h"
-#include "qc_dsp/qualcomm_records.h"
 #include "support/diagnostic_log.h"
 #include "support/failing_allocator.h"
+#include "support/reference_data.h"
+#include "values/record_layout.h"
 
 namespace orv {
 namespace {
@@ -64,24 +65,43 @@ class QualcommDspTest : public ::testing::Test {
   std::size_t seen_ = 0;
 };
 
-TEST_F(QualcommDspTest, RecordsGoInTheirOrderWithTheFormFactor) {
-  const DiagnosticLog log;
+TEST_F(QualcommDspTest, RecordsAreThoseOfTheReferenceData) {
   const auto dsp = Create();
-  EXPECT_EQ(dsp->put_EndpointFormFactor(ORV_QUMEDIA_BLUETOOTH), S_OK);
-  EXPECT_EQ(dsp->WriteControls(FakeMode::Make(kWholeMode).get()), S_OK);
-  EXPECT_EQ(Sent(), (Parameters{0x12, 0x13, 0x14, 0x16, 0x15, 0x11}));
-  QualcommControls controls;
-  for (const auto& [name, value] : kWholeMode) controls[Widen(name)] = value;
-  for (const DriverRecord& record : received_) {
-    const QualcommRecord expected(static_cast<QualcommParameter>(record.parameter), controls);
-    EXPECT_TRUE(std::ranges::equal(record.bytes, expected.payload())) << record.parameter;
-    EXPECT_EQ(record.selector, 4U);
+  const nlohmann::json data = ReferenceData("qualcomm.json");
+  for (const auto& row : data.at("cases")) {
+    SCOPED_TRACE(row.at("name").get<std::string>());
+    const auto form_factor = static_cast<_ORVQuMediaDeviceType>(row.at("form_factor").get<int>());
+    EXPECT_EQ(dsp->put_EndpointFormFactor(form_factor), S_OK);
+    const auto controls = row.at("controls").get<std::map<std::string, std::int32_t>>();
+    EXPECT_EQ(dsp->WriteControls(FakeMode::Make(controls).get()), S_OK);
+    const std::size_t first = seen_;
+    const auto& records = row.at("records");
+    ASSERT_EQ(Sent().size(), records.size());
+    for (std::size_t i = 0; i < records.size(); ++i) {
+      const DriverRecord& received = received_[first + i];
+      EXPECT_EQ(received.parameter,
+                std::stoul(records[i].at("id").get<std::string>(), nullptr, 16));
+      EXPECT_EQ(DifferenceFrom(records[i], received.bytes), "") << records[i].at("id");
+      EXPECT_EQ(received.selector, row.at("form_factor"));
+    }
   }
-  EXPECT_EQ(Flags(), 0x23);
-  EXPECT_TRUE(log.Contains(L"| CORVAPOQCDSP::WriteControls | Added QUMEDIA-HPF Order\n"));
-  EXPECT_TRUE(
-      log.Contains(L"| CORVAPOQCDSP::WriteWIDHDControlsToQCDriver | WIDHD DP Analysis: "
-                   L"185, DP Audio: 185\n"));
+}
+
+TEST_F(QualcommDspTest, WriteIsReported) {
+  const DiagnosticLog log;
+  EXPECT_EQ(Write({{"QUMEDIA-Main Tech", 1},
+                   {"QUMEDIA-DPHD Split Analysis Enable", 2},
+                   {"QUMEDIA-DPHD Speaker Audio Custom Size", -185},
+                   {"QUMEDIA-DPHD Speaker Analysis Custom Size", 165}}),
+            S_OK);
+  for (const wchar_t* line : {L"| CORVAPOQCDSP::Init | CORVAPOQCDSP::init\n",
+                              L"| CORVAPOQCDSP::Init | Got MMDevice pointer 0x",
+                              L"| CORVAPOQCDSP::WriteControls | Added QUMEDIA-Main Tech\n",
+                              L"| CORVAPOQCDSP::WriteWIDHDControlsToQCDriver | WIDHD DP Analysis: "
+                              L"165, DP Audio: -185\n",
+                              L"| CORVAPOQCDSP::WriteMXHPControlsToQCDriver | MXHP DP Analysis: "
+                              L"165, DP Audio: -185\n"})
+    EXPECT_EQ(log.Count(line), 1U) << testing::PrintToString(line);
 }
 
 TEST_F(QualcommDspTest, BlocksThatTheModeLacksAreNotSent) {
@@ -168,7 +188,10 @@ TEST_F(QualcommDspTest, FormFactorComesFromTheEndpoint) {
     ComPtr<IMMDevice> device;
     EXPECT_EQ(machine_->CreateDeviceEnumerator(devices.Put()), S_OK);
     EXPECT_EQ(devices->GetDevice(endpoint.id.c_str(), device.Put()), S_OK);
-    return FormFactor(Create(device.get()));
+    const auto dsp = Create(device.get());
+    EXPECT_EQ(dsp->WriteControls(FakeMode::Make(kWholeMode).get()), S_OK);
+    EXPECT_EQ(machine_->ReceivedRecords().back().selector, FormFactor(dsp));
+    return FormFactor(dsp);
   };
   const std::pair<std::uint32_t, LONG> cases[] = {{1, ORV_QUMEDIA_SPEAKER},
                                                   {3, ORV_QUMEDIA_HEADSET},
@@ -178,7 +201,9 @@ TEST_F(QualcommDspTest, FormFactorComesFromTheEndpoint) {
     const DiagnosticLog log;
     endpoint.form_factor = platform;
     EXPECT_EQ(form_factor(), expected) << platform;
-    EXPECT_TRUE(log.Contains(L"QC form factor set to " + std::to_wstring(expected)));
+    EXPECT_TRUE(log.Contains(L"Opened property store for device\n"));
+    EXPECT_TRUE(log.Contains(L"QC form factor set to " + std::to_wstring(expected) +
+                             L" from endpoint " + std::to_wstring(platform & 0xFFFF) + L"\n"));
   }
   for (const FaultOperation operation : FaultOperations{"device.open_store", "store.get_value"}) {
     machine_->faults().FailAlways(operation, E_ACCESSDENIED);
