@@ -17,6 +17,8 @@ struct FileStamp {
   std::filesystem::file_time_type time;
   bool operator==(const FileStamp&) const = default;
 
+  // A folder, a pipe or a file that cannot be read has a stamp too. Does not wait; throws nothing
+  // but std::bad_alloc.
   static FileStamp Of(const std::filesystem::path& file);
 };
 

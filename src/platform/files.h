@@ -39,13 +39,25 @@ class FileLock {
   std::intptr_t native_;
 };
 
-// Replaces the file's content, creating the file when missing: a reader, and whoever comes after a
-// crash, finds the old content or the new, never a mixture. When false is returned the old content
-// is still there. Permissions are kept, and a symbolic link keeps pointing to its file.
-bool ReplaceFileContent(const std::filesystem::path& file, std::string_view content,
-                        std::string& reason);
+// Whether other writers may replace a file at the same time.
+enum class Writers {
+  Several,
+  // The caller holds a lock that all writers take. They share one temporary file, so one that a
+  // killed writer left is used again.
+  OneAtATime,
+};
 
-// The narrow path under which the C runtime opens a file; nothing when it has none.
+// Replaces the file's content, creating the file if it is missing: a reader, and every program
+// after a crash, finds the old content or the new, never a mixture. If false is returned the old
+// content is still there. Permissions are kept, and a symbolic link keeps pointing to its file.
+bool ReplaceFileContent(const std::filesystem::path& file, std::string_view content,
+                        std::string& reason, Writers writers = Writers::Several);
+
+// The file that a symbolic link leads to; the path itself if it is not a link or leads nowhere.
+std::filesystem::path LinkTarget(const std::filesystem::path& file);
+
+// The narrow path under which the C runtime opens a file, in whatever bytes the system's files have
+// their names (on Windows those of the ANSI code page); nullopt if it has none.
 std::optional<std::string> CRuntimePath(const std::filesystem::path& path);
 
 // The whole content of a regular file of at most `limit` bytes.

@@ -57,8 +57,9 @@ class Machine {
   // The path under which the system that this process runs on has that file; nothing when it leads
   // nowhere. The file need not exist.
   virtual std::optional<std::filesystem::path> HostFile(const std::wstring& path) = 0;
-  // The narrow path under which the C runtime opens that file; nothing also when the path does not
-  // convert.
+  // The narrow path under which the C runtime opens that file; nullopt also if the path does not
+  // convert to narrow text in the current C locale (in the default locale U+0001 to U+00FF do), or
+  // if the host has no narrow name for the file.
   virtual std::optional<std::string> HostPath(const std::wstring& path) = 0;
 
  protected:

@@ -6,6 +6,7 @@
 
 #include "platform/com_ptr.h"
 #include "platform/text.h"
+#include "support/locale.h"
 
 namespace orv {
 
@@ -247,6 +248,18 @@ TEST_P(MachineConformance, KnownFoldersAndTheSystemDirectoryAreFullPathsWithoutT
     EXPECT_NE(path->back(), L'\\');
   }
   EXPECT_EQ(machine().KnownFolder(GUID{}), std::nullopt);
+}
+
+TEST_P(MachineConformance, NarrowPathsAreThoseOfTheCurrentLocale) {
+  const bool has_files = machine().HostPath(L"C:\\a.xml").has_value();
+  for (const wchar_t* path : {L"C:\\a\u20ACb.xml", L"C:\\\u4E2D.xml"})
+    EXPECT_EQ(machine().HostPath(path), std::nullopt);
+  for (const char* name : {"C.UTF-8", ".1252"}) {
+    const Locale locale(name);
+    if (locale.known) {
+      EXPECT_EQ(machine().HostPath(L"C:\\a\u20ACb.xml").has_value(), has_files) << name;
+    }
+  }
 }
 
 TEST_P(MachineConformance, DevicesTellTheirIdentityAndAreFoundByIt) {

@@ -11,7 +11,7 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/posix/file_descriptor.h"
+#include "platform/posix/reading.h"
 
 namespace orv {
 namespace {
@@ -21,12 +21,15 @@ std::string Reason(int error) { return std::generic_category().message(error); }
 // A file that vanishes with this object unless it was put in its place.
 class TemporaryFile {
  public:
-  // Beside `target`, under a name no other process or thread uses.
-  explicit TemporaryFile(const std::filesystem::path& target) {
+  // Beside `target`, under a name that no other writer uses at the same time.
+  TemporaryFile(const std::filesystem::path& target, Writers writers) {
     static std::atomic<unsigned> last{0};
-    const std::string suffix = std::to_string(::getpid()) + "-" + std::to_string(++last);
+    const std::string suffix =
+        writers == Writers::OneAtATime
+            ? "new"
+            : std::to_string(::getpid()) + "-" + std::to_string(last.fetch_add(1));
     path_ = target.parent_path() / ("." + target.filename().string() + "." + suffix);
-    ::unlink(path_.c_str());  // left by a process that died and had our number
+    ::unlink(path_.c_str());  // left by a writer that was killed
     file_ = FileDescriptor(::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
   }
   ~TemporaryFile() {
@@ -92,14 +95,17 @@ FileLock::~FileLock() {
   if (native_ >= 0) ::close(static_cast<int>(native_));
 }
 
-bool ReplaceFileContent(const std::filesystem::path& file, std::string_view content,
-                        std::string& reason) {
+std::filesystem::path LinkTarget(const std::filesystem::path& file) {
   std::error_code unresolved;
   std::filesystem::path target = std::filesystem::canonical(file, unresolved);
-  if (unresolved) target = file;
+  return unresolved ? file : target;
+}
 
+bool ReplaceFileContent(const std::filesystem::path& file, std::string_view content,
+                        std::string& reason, Writers writers) {
+  const std::filesystem::path target = LinkTarget(file);
   errno = 0;
-  TemporaryFile written(target);
+  TemporaryFile written(target, writers);
   int error = written.Fill(content, target);
   if (error == 0) error = written.PutInPlaceOf(target);
   if (error == 0) return true;
@@ -109,15 +115,10 @@ bool ReplaceFileContent(const std::filesystem::path& file, std::string_view cont
 
 std::optional<std::string> ReadWholeFile(const std::filesystem::path& file, std::size_t limit,
                                          std::string& reason) {
-  // Non-blocking: a pipe under this name must not keep us waiting for its other end.
-  const FileDescriptor opened(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   struct stat status {};
-  if (!opened || ::fstat(opened.get(), &status) != 0) {
-    reason = Reason(errno);
-    return std::nullopt;
-  }
-  if (!S_ISREG(status.st_mode)) {
-    reason = "Not a regular file";
+  const FileDescriptor opened = OpenForReading(file, status);
+  if (!opened) {
+    reason = errno == 0 ? "Not a regular file" : Reason(errno);
     return std::nullopt;
   }
   std::string content;

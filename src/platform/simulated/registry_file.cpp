@@ -23,8 +23,8 @@ std::uint64_t ChangeNumber(std::string head) {
 
 }  // namespace
 
-RegistryFile::RegistryFile(std::filesystem::path folder)
-    : folder_(std::move(folder)), file_(folder_ / "registry.reg") {}
+RegistryFile::RegistryFile(const std::filesystem::path& folder)
+    : file_(LinkTarget(folder / "registry.reg")) {}
 
 bool RegistryFile::Changed() const { return FileStamp::Of(file_) != stamp_; }
 
@@ -48,7 +48,8 @@ RegistryNodePtr RegistryFile::Read(FileError& error) {
 bool RegistryFile::Write(const RegistryNode& root) {
   const std::string comment = std::string(kChangeComment) + std::to_string(change_ + 1);
   std::string reason;
-  if (!ReplaceFileContent(file_, ExportTree(root, format_, comment), reason)) return false;
+  if (!ReplaceFileContent(file_, ExportTree(root, format_, comment), reason, Writers::OneAtATime))
+    return false;
   ++change_;
   stamp_ = FileStamp::Of(file_);
   return true;
@@ -56,7 +57,7 @@ bool RegistryFile::Write(const RegistryNode& root) {
 
 std::optional<FileLock> RegistryFile::Lock() const {
   std::string reason;
-  return FileLock::Acquire(folder_ / ".registry.lock", reason);
+  return FileLock::Acquire(folder() / ".registry.lock", reason);
 }
 
 RegistryFileWatch::RegistryFileWatch(std::function<void()> on_change)
@@ -87,6 +88,8 @@ std::uint32_t RegistryFileWatch::Run() noexcept {
       on_change_();
     } catch (const std::bad_alloc&) {
       changed_.Set();  // tried again; the change is not lost
+    } catch (...) {
+      // The next change is another occasion; an exception must not end the process.
     }
   }
 }

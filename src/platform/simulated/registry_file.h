@@ -18,7 +18,8 @@ namespace orv {
 
 class RegistryFile {
  public:
-  explicit RegistryFile(std::filesystem::path folder);
+  // A linked file is locked, watched and replaced where the link leads to at this moment.
+  explicit RegistryFile(const std::filesystem::path& folder);
 
   // True when the file differs from what was last read or written here.
   bool Changed() const;
@@ -32,10 +33,9 @@ class RegistryFile {
   bool Write(const RegistryNode& root);
 
   std::optional<FileLock> Lock() const;  // between processes; nothing when it cannot be had
-  const std::filesystem::path& folder() const noexcept { return folder_; }
+  std::filesystem::path folder() const { return file_.parent_path(); }
 
  private:
-  std::filesystem::path folder_;
   std::filesystem::path file_;
   ExportFormat format_;  // the one the file came in
   FileStamp stamp_;

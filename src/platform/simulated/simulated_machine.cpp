@@ -188,8 +188,6 @@ std::optional<std::filesystem::path> SimulatedMachine::HostFile(const std::wstri
 }
 
 std::optional<std::string> SimulatedMachine::HostPath(const std::wstring& path) {
-  // The C runtime opens narrow paths only: one that the current locale cannot express leads
-  // nowhere.
   const auto file = HostFile(path);
   if (!file || Narrow(path).empty()) return std::nullopt;
   return CRuntimePath(*file);

@@ -92,16 +92,19 @@ RegStatus SimulatedRegistry::OpenKey(RegRoot root, const std::wstring& path, std
   key.reset();
   if (const auto fault = hive_->faults().Check("registry.open_key")) return *fault;
   if (const RegStatus status = CheckPath(path); status != kRegOk) return status;
-  const std::wstring full_path = FullPath(root, path);
+  RegistryNodePtr node = Find(FullPath(root, path));
+  if (node == nullptr) return kRegNotFound;
+  key = std::make_unique<RegistryKeyHandle>(hive_, std::move(node), access);
+  return kRegOk;
+}
+
+RegistryNodePtr SimulatedRegistry::Find(const std::wstring& full_path) {
   RegistryNodePtr node;
-  const RegStatus status = hive_->Read([&](RegistryNode& root_node) {
-    RegistryNode* found = root_node.Descend(full_path);
-    if (found == nullptr) return kRegNotFound;
-    node = found->shared_from_this();
+  hive_->Read([&](RegistryNode& root) {
+    if (RegistryNode* found = root.Descend(full_path)) node = found->shared_from_this();
     return kRegOk;
   });
-  if (status == kRegOk) key = std::make_unique<RegistryKeyHandle>(hive_, std::move(node), access);
-  return status;
+  return node;
 }
 
 RegStatus SimulatedRegistry::CreateKey(RegRoot root, const std::wstring& path, std::uint32_t access,
@@ -112,9 +115,13 @@ RegStatus SimulatedRegistry::CreateKey(RegRoot root, const std::wstring& path, s
   if (!IsStorableName(path)) return kRegInvalidParameter;
   const std::wstring full_path = FullPath(root, path);
   CreateKeyEdit edit(full_path);
-  const RegStatus status = hive_->Commit(edit);
-  if (status != kRegOk) return status;
-  key = std::make_unique<RegistryKeyHandle>(hive_, edit.node(), access);
+  RegistryNodePtr node = Find(full_path);  // a key that exists needs no lock between processes
+  if (node == nullptr) {
+    const RegStatus status = hive_->Commit(edit);
+    if (status != kRegOk) return status;
+    node = edit.node();
+  }
+  key = std::make_unique<RegistryKeyHandle>(hive_, std::move(node), access);
   if (created != nullptr) *created = edit.changed;
   return kRegOk;
 }

@@ -19,6 +19,8 @@ class SimulatedRegistry : public Registry {
   RegStatus DeleteTree(RegRoot root, const std::wstring& path) override;
 
  private:
+  RegistryNodePtr Find(const std::wstring& full_path);  // null if there is no such key
+
   std::shared_ptr<RegistryHive> hive_;  // also held by every open key
 };
 

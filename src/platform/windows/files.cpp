@@ -21,21 +21,6 @@ constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELE
 constexpr int kMoveAttempts = 200;
 constexpr DWORD kMoveRetry = 5;  // milliseconds
 
-// What the path stands for in the end, when it is a link.
-std::filesystem::path Target(const std::filesystem::path& file) {
-  const DWORD attributes = ::GetFileAttributesW(file.c_str());
-  if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0)
-    return file;
-  const Handle opened(::CreateFileW(file.c_str(), 0, kShareAll, nullptr, OPEN_EXISTING,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr));
-  std::wstring path(32768, L'\0');
-  const DWORD length = ::GetFinalPathNameByHandleW(
-      opened.get(), path.data(), static_cast<DWORD>(path.size()), FILE_NAME_NORMALIZED);
-  if (length == 0 || length >= path.size()) return file;
-  path.resize(length);
-  return path;
-}
-
 // The access list of a file, for another one that takes its place; empty when there is none.
 std::vector<std::byte> AccessList(const std::filesystem::path& file) {
   DWORD size = 0;
@@ -75,11 +60,13 @@ bool RenameOver(HANDLE file, const std::filesystem::path& target) {
 // A file that vanishes with this object unless it was put in its place.
 class TemporaryFile {
  public:
-  // Beside `target`, under a name no other process or thread uses.
-  explicit TemporaryFile(const std::filesystem::path& target) {
+  // Beside `target`, under a name that no other writer uses at the same time.
+  TemporaryFile(const std::filesystem::path& target, Writers writers) {
     static std::atomic<unsigned> last{0};
     const std::wstring suffix =
-        std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(++last);
+        writers == Writers::OneAtATime
+            ? L"new"
+            : std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(last.fetch_add(1));
     path_ = target.parent_path() / (L"." + target.filename().native() + L"." + suffix);
     std::vector<std::byte> descriptor = AccessList(target);
     SECURITY_ATTRIBUTES attributes{sizeof attributes, descriptor.data(), FALSE};
@@ -173,10 +160,24 @@ FileLock::~FileLock() {
   ::UnlockFileEx(opened.get(), 0, 1, 0, &start);
 }
 
+std::filesystem::path LinkTarget(const std::filesystem::path& file) {
+  const DWORD attributes = ::GetFileAttributesW(file.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0)
+    return file;
+  const Handle opened(::CreateFileW(file.c_str(), 0, kShareAll, nullptr, OPEN_EXISTING,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr));
+  std::wstring path(32768, L'\0');
+  const DWORD length = ::GetFinalPathNameByHandleW(
+      opened.get(), path.data(), static_cast<DWORD>(path.size()), FILE_NAME_NORMALIZED);
+  if (length == 0 || length >= path.size()) return file;
+  path.resize(length);
+  return path;
+}
+
 bool ReplaceFileContent(const std::filesystem::path& file, std::string_view content,
-                        std::string& reason) {
-  const std::filesystem::path target = Target(file);
-  TemporaryFile written(target);
+                        std::string& reason, Writers writers) {
+  const std::filesystem::path target = LinkTarget(file);
+  TemporaryFile written(target, writers);
   DWORD error = written.Fill(content);
   if (error == 0) error = written.PutInPlaceOf(target);
   if (error == 0) return true;

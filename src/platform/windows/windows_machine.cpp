@@ -6,6 +6,7 @@
 #include <shlobj.h>
 
 #include "platform/files.h"
+#include "platform/text.h"
 #include "platform/windows/error_boxes.h"
 #include "platform/windows/windows_devices.h"
 #include "platform/windows/windows_registry.h"
@@ -88,6 +89,7 @@ std::optional<std::filesystem::path> WindowsMachine::HostFile(const std::wstring
 }
 
 std::optional<std::string> WindowsMachine::HostPath(const std::wstring& path) {
+  if (Narrow(path).empty()) return std::nullopt;
   return CRuntimePath(path);
 }
 

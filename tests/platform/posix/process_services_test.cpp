@@ -3,7 +3,6 @@
 #include <pthread.h>
 #include <signal.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -90,15 +89,6 @@ TEST(Replacement, KeepsPermissionsAndLinks) {
   EXPECT_TRUE(std::filesystem::is_symlink(link));
   EXPECT_EQ(ReadWholeFile(file, 100, reason), "new");
   EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0640));
-}
-
-TEST(Reading, DoesNotWaitAtAPipe) {
-  const TemporaryFolder folder;
-  const auto pipe = folder.path() / "pipe";
-  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-  std::string reason;
-  EXPECT_EQ(ReadWholeFile(pipe, 100, reason), std::nullopt);
-  EXPECT_EQ(reason, "Not a regular file");
 }
 
 TEST(ThreadStart, ThatTheSystemRefusesGivesNull) {

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <thread>
 
+#include "platform/files.h"
 #include "platform/simulated/machine_folder.h"
 
 namespace orv {
@@ -10,7 +11,7 @@ namespace {
 
 using testing::HasSubstr;
 
-constexpr std::chrono::seconds kSoon(60);
+constexpr std::chrono::seconds kSoon(30);
 
 constexpr std::string_view kExport =
     "Windows Registry Editor Version 5.00\r\n"
@@ -99,6 +100,28 @@ TEST(RegistryFile, ARefusedFileOfTheFolderIsReportedWithItsNameAndLine) {
   EXPECT_THAT(folder.Refusal().Text(), HasSubstr("machine.json:2: there is no key \"versio\""));
   std::filesystem::remove(folder.path() / "machine.json");
   EXPECT_THAT(folder.Refusal().Text(), HasSubstr("machine.json: No such file"));
+}
+
+TEST(RegistryFile, ExistingKeysAreFoundWhileAWriterHoldsTheLock) {
+  const MachineFolder folder("REGEDIT4\n[HKLM\\K]\n\"v\"=hex:07\n");
+  const auto machine = folder.Open();
+  std::string reason;
+  auto writer = FileLock::Acquire(folder.path() / ".registry.lock", reason);
+  Event found(Event::Kind::ManualReset);
+  std::thread reader([&] {
+    EXPECT_EQ(GetBytes(*MachineKey(*machine, L"K"), L"v"), std::vector<std::uint8_t>{7});
+    found.Set();
+  });
+  EXPECT_TRUE(found.Wait(kSoon));
+  writer.reset();
+  reader.join();
+}
+
+TEST(RegistryFile, AWriteTakesAwayWhatAKilledWriterLeft) {
+  const MachineFolder folder;
+  folder.Write(".registry.reg.new", "half a fi");
+  MachineKey(*folder.Open(), L"K");
+  EXPECT_FALSE(std::filesystem::exists(folder.path() / ".registry.reg.new"));
 }
 
 // The process "left" writes, and so does this one over a second machine.

@@ -85,7 +85,9 @@ bool DriverStore::Write(const Body& body, std::string& reason) {
   if (!Refresh()) return false;
   DriverMemory changed = memory_;
   body(changed);
-  if (!ReplaceFileContent(file_, EncodeDriverMemory(changed, change_ + 1), reason)) return false;
+  if (!ReplaceFileContent(file_, EncodeDriverMemory(changed, change_ + 1), reason,
+                          Writers::OneAtATime))
+    return false;
   memory_ = std::move(changed);
   ++change_;
   stamp_ = FileStamp::Of(file_);

@@ -1,0 +1,69 @@
+// Something else in the place of a file that a machine's folder should have.
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include "platform/simulated/machine_folder.h"
+
+namespace orv {
+namespace {
+
+using testing::EndsWith;
+
+constexpr std::chrono::seconds kSoon(20);
+
+TEST(UnusualFiles, FoldersAndPipesAreRefusedByTheirName) {
+  for (const std::string name : {"registry.reg", "drivers.json", "machine.json"}) {
+    const MachineFolder folder;
+    std::filesystem::remove(folder.path() / name);
+    std::filesystem::create_directory(folder.path() / name);
+    EXPECT_THAT(folder.Refusal().Text(), EndsWith(name + ": Not a regular file"));
+    std::filesystem::remove(folder.path() / name);
+    ASSERT_EQ(::mkfifo((folder.path() / name).c_str(), 0600), 0);
+    EXPECT_THAT(folder.Refusal().Text(), EndsWith(name + ": Not a regular file"));
+  }
+}
+
+TEST(UnusualFiles, AWatchOutlastsAFolderInThePlaceOfItsFile) {
+  const MachineFolder folder;
+  const auto machine = folder.Open();
+  const auto key = MachineKey(*machine, L"K");
+  ASSERT_EQ(SetBytes(*key, L"v", {1}), kRegOk);
+  Event changed(Event::Kind::AutoReset);
+  ASSERT_EQ(key->NotifyChange(false, kNotifyLastSet, changed), kRegOk);
+  const auto file = folder.path() / "registry.reg";
+  const std::string content = folder.Read("registry.reg");
+  std::filesystem::remove(file);
+  std::filesystem::create_directory(file);
+  EXPECT_EQ(SetBytes(*key, L"v", {2}), kRegWriteFault);
+  EXPECT_EQ(GetBytes(*key, L"v"), std::vector<std::uint8_t>{1});
+  folder.Write("other", "wakes the watch");
+  EXPECT_FALSE(changed.Wait(std::chrono::milliseconds(50)));
+  std::filesystem::remove(file);
+  folder.Write("registry.reg", content + "\"w\"=hex:03\r\n");
+  EXPECT_TRUE(changed.Wait(kSoon));
+  EXPECT_EQ(GetBytes(*key, L"w"), std::vector<std::uint8_t>{3});
+}
+
+TEST(UnusualFiles, ALinkedRegistryIsLockedAndWatchedWhereItIs) {
+  const MachineFolder one;
+  const MachineFolder two;
+  const TemporaryFolder elsewhere;
+  const auto real = elsewhere.path() / "shared.reg";
+  std::filesystem::rename(one.path() / "registry.reg", real);
+  std::filesystem::remove(two.path() / "registry.reg");
+  for (const MachineFolder* folder : {&one, &two})
+    std::filesystem::create_symlink(real, folder->path() / "registry.reg");
+  const auto machine = one.Open();
+  const auto other = two.Open();
+  const auto key = MachineKey(*machine, L"K");
+  Event changed(Event::Kind::AutoReset);
+  ASSERT_EQ(key->NotifyChange(false, kNotifyLastSet, changed), kRegOk);
+  ASSERT_EQ(SetBytes(*MachineKey(*other, L"K"), L"v", {1}), kRegOk);
+  EXPECT_TRUE(changed.Wait(kSoon));
+  EXPECT_EQ(GetBytes(*key, L"v"), std::vector<std::uint8_t>{1});
+  EXPECT_TRUE(std::filesystem::exists(elsewhere.path() / ".registry.lock"));
+  EXPECT_TRUE(std::filesystem::is_symlink(two.path() / "registry.reg"));
+}
+
+}  // namespace
+}  // namespace orv
