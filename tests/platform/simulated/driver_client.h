@@ -65,14 +65,6 @@ inline std::string LastRefusal(SimulatedMachine& machine) {
   return refusals.empty() ? "" : refusals.back().reason;
 }
 
-// Remarks on what the drivers hold, a line each.
-inline std::vector<std::string> Remarks(SimulatedMachine& machine) {
-  std::vector<std::string> lines;
-  for (const DriverRemark& remark : machine.DriverRemarks())
-    lines.push_back(std::to_string(remark.parameter & 0xFF) + ": " + remark.text);
-  return lines;
-}
-
 inline constexpr wchar_t kModuleSet[] = L"{BAE9CE37-AA99-4BC7-9BDF-4CBF3D23E1B9}";
 inline constexpr wchar_t kModuleInterface[] = L"{C18E2F7E-933D-4965-B7D1-1EEF228D2AF3}";
 inline constexpr wchar_t kModuleId[] = L"{E1284052-8664-4FE4-A353-3878F72704C3}";

@@ -79,10 +79,7 @@ TEST_F(SkylakeDriver, AnyWrongByteOfARequestIsRefusedWithItsReason) {
       {spoiled(0, 1), data, "no property set", kSetNotFound},
       {spoiled(16, 7), data, "property 7", kNotFound},
       {spoiled(16, 1), data, "bytes instead of 48"},
-      {spoiled(16, 4), data, "bytes instead of 68"},
-      {spoiled(16, 6), data, "bytes instead of 68"},
       {spoiled(16, 2), data, "a parameter identifier where none"},
-      {spoiled(20, 3), data, "flags 0x3"},
       {spoiled(20, 0x10000002), data, "flags 0x10000002"},
       {spoiled(24, 8), data, "node 8 instead of 9"},
       {spoiled(28, 1), data, "the reserved word"},
@@ -92,10 +89,8 @@ TEST_F(SkylakeDriver, AnyWrongByteOfARequestIsRefusedWithItsReason) {
       {spoiled(68, 0x10014400), data, "no such parameter", kNotFound},
       {LongRequest(3, 2, kTone, 2), data, "apply flag 2"},
       {Wire().Block(good).Byte(0), data, "74 bytes instead of 73"},
-      {Bytes(good.begin(), good.end() - 1), data, "72 bytes instead of 73"},
       {Header(0, 2), data, "flags 0x2"},
       {good, Wire().Word(11).Zeros(12), "the byte count"},
-      {good, Bytes(3), "the byte count"},
       {good, Wire().Word(8).Zeros(8), "8 bytes instead of 12"},
       {LongRequest(2, 2), Bytes(2), "a status is one byte"},
       {LongRequest(2, 2), Wire().Byte(2), "a status is one byte"},
@@ -110,61 +105,10 @@ TEST_F(SkylakeDriver, AnyWrongByteOfARequestIsRefusedWithItsReason) {
   Bytes small(15);
   EXPECT_LT(client_->Ask(LongRequest(3, 1, kTone), small), 0);
   EXPECT_EQ(small, Bytes(15)) << "nothing is written where the answer has no room";
-}
-
-TEST_F(SkylakeDriver, EveryFreshBlockIsOneThatItTakes) {
-  Start();
-  for (const BlockFormat& format : SkylakeFormats()) {
-    const Bytes fresh = client_->GetBlock(format.parameter);
-    ASSERT_FALSE(fresh.empty()) << HexNumber(format.parameter);
-    EXPECT_EQ(client_->SetBlock(format.parameter, fresh), S_OK) << LastRefusal(*machine_);
-    EXPECT_EQ(client_->GetBlock(format.parameter), fresh);
-  }
-}
-
-TEST_F(SkylakeDriver, FieldsOutOfRangeAndCoefficientsThatDoNotFitAreRefused) {
-  Start();
-  const struct {
-    std::uint32_t parameter;
-    std::size_t offset;
-    std::uint32_t value;
-    std::size_t width;
-    const char* reason;
-  } fields[] = {
-      {0x10014401, 4, 0x8000, 2, "offset 4: 32768 is outside"},
-      {0x10014402, 6, 1, 1, "offset 6: a reserved byte"},
-      {0x10014407, 12, 724, 2, "offset 12: 724 is outside 725 to 23060"},
-      {kTone, 8, 0xFFFFFFF3, 4, "offset 8: -13 is outside -12 to 12"},
-      {0x1001440C, 0, 1, 2, "offset 0: a reserved byte"},
-      {0x10014411, 0, 44100, 4, "44100"},
-      {0x1001440D, 4, 2, 4, "an absent high-pass has an order"},
-      {0x1001440E, 8, 1, 4, "an absent equaliser"},
-  };
-  for (const auto& wrong : fields) {
-    Bytes block = client_->GetBlock(wrong.parameter);
-    Put(block, wrong.offset, wrong.value, wrong.width);
-    EXPECT_EQ(client_->SetBlock(wrong.parameter, block), kInvalid) << wrong.reason;
-    EXPECT_THAT(LastRefusal(*machine_), HasSubstr(wrong.reason));
-  }
-  // A second-order high-pass and a second-order equaliser with 50 taps behind it.
-  const auto left = [](std::uint32_t order, std::uint32_t fir, std::size_t words) -> Bytes {
-    return Wire().Word(1).Word(order).Word(1).Word(1).Word(2).Word(fir).Zeros(4 * words + 40);
-  };
-  EXPECT_EQ(client_->SetBlock(0x1001440D, left(2, 49, 8 + 8 + 53)), S_OK) << LastRefusal(*machine_);
-  EXPECT_EQ(client_->SetBlock(0x1001440D, left(2, 0xFFFFFFFF, 8 + 8)), S_OK);
-  EXPECT_EQ(client_->SetBlock(0x1001440D, left(2, 49, 8 + 8)), kInvalid);
-  EXPECT_EQ(client_->SetBlock(0x1001440D, left(11, 49, 38 + 8 + 53)), kInvalid);
-  EXPECT_EQ(client_->SetBlock(0x1001440D, left(2, 257, 8 + 8 + 261)), kInvalid);
-  // Shifts: of the high-pass, of the equaliser's gain.
-  for (const std::size_t word : {0, 14}) {
-    Bytes shifted = left(2, 0xFFFFFFFF, 8 + 8);
-    Put(shifted, 24 + 4 * word, 32);
-    EXPECT_EQ(client_->SetBlock(0x1001440D, shifted), kInvalid);
-    EXPECT_THAT(LastRefusal(*machine_), HasSubstr("a shift of 32 is outside 0 to 31"));
-  }
-  Bytes trailing = left(2, 49, 8 + 8 + 53);
-  trailing.back() = std::byte{1};
-  EXPECT_EQ(client_->SetBlock(0x1001440D, trailing), kInvalid);
+  machine_->description().drivers.skylake->module_instantiated = false;
+  EXPECT_EQ(client_->Send(good, data), kNotReady);
+  EXPECT_THAT(client_->GetBlock(kTone), IsEmpty());
+  EXPECT_THAT(LastRefusal(*machine_), HasSubstr("not instantiated"));
 }
 
 TEST_F(SkylakeDriver, EventsAreRegisteredOnceAndUnregistered) {
@@ -214,68 +158,13 @@ TEST_F(SkylakeDriver, EachMisbehaviourDoesWhatItSays) {
   EXPECT_EQ(client_->GetBlock(0x1001440B).size(), 20U);
   EXPECT_EQ(client_->Send(Header(1, 1).Guid(kModuleInterface)), kMoreData);
   EXPECT_EQ(client_->answered, 100U);
-  std::vector<std::string> reasons;
-  for (const DriverRefusal& refusal : machine_->RefusedRequests()) {
-    EXPECT_TRUE(refusal.planned) << refusal.reason;
-    reasons.push_back(refusal.request + ": " + refusal.reason);
-  }
-  EXPECT_THAT(reasons,
-              ElementsAre("parameter 0x10014401: the machine's description refuses it with "
-                          "0x80070005",
-                          "version: the machine's description refuses it with 0xC0000001",
-                          "parameter 0x10014403: the machine's description leaves it out"));
-}
-
-TEST_F(SkylakeDriver, RemarksNameWhatAListenerWouldNotice) {
-  Start();
-  EXPECT_THAT(Remarks(*machine_), IsEmpty());
-  EXPECT_EQ(client_->Send(LongRequest(2, 2), Wire().Byte(0)), S_OK);
-  constexpr std::uint32_t kCommon = 0x10014404;
-  constexpr std::uint32_t kWidening = 0x10014405;
-  const auto put = [&](std::uint32_t parameter, std::size_t offset, std::uint32_t word) {
-    Bytes block = client_->GetBlock(parameter);
-    Put(block, offset, word);
-    EXPECT_EQ(client_->SetBlock(parameter, block), S_OK) << LastRefusal(*machine_);
-  };
-  put(0x10014401, 0, 0);
-  put(kCommon, 8, 9);
-  put(kWidening, 20, 9);
-  // A section of unity gain whose poles lie where a1 and a2 put them, in Q30.
-  const auto section = [](std::uint32_t a1, std::uint32_t a2) -> Bytes {
-    return Wire().Word(2).Word(1U << 30).Zeros(8).Word(a1).Word(a2);
-  };
-  const Bytes gain = Wire().Word(2).Word(1U << 30);
-  constexpr std::uint32_t kNearlyOne = (1U << 30) - 1;
-  constexpr std::uint32_t kNoFir = 0xFFFFFFFF;
-  const auto send_filters = [&](const Bytes& high_pass, const Bytes& first, const Bytes& second) {
-    const Bytes left = Wire().Word(1).Word(2).Word(1).Word(1).Word(2).Word(kNoFir);
-    const Bytes sets = Wire().Block(high_pass).Block(gain).Block(first).Block(gain).Zeros(40);
-    EXPECT_EQ(client_->SetBlock(0x1001440D, Wire().Block(left).Block(sets)), S_OK);
-    const Bytes right = Wire().Word(1).Word(4).Word(kNoFir).Block(first).Block(second).Block(gain);
-    EXPECT_EQ(client_->SetBlock(0x1001440E, Wire().Block(right).Zeros(24)), S_OK);
-  };
-  send_filters(section(0, 1U << 30), section(0, kNearlyOne), section(2, kNearlyOne));
-  EXPECT_THAT(Remarks(*machine_),
-              ElementsAre("0: the module is switched off", "1: processing is switched off",
-                          "4: the speaker's audio size is custom, but its coefficients (parameter "
-                          "0x1001440F) never came",
-                          "5: the cut-off of the space high-pass is custom, but its coefficients "
-                          "(parameter 0x10014410) never came",
-                          "13: high-pass: section 1 is unstable",
-                          "14: right equaliser: section 2 is unstable"));
-  EXPECT_EQ(client_->Send(LongRequest(2, 2), Wire().Byte(1)), S_OK);
-  put(0x10014401, 0, 1);
-  send_filters(section(0, 0), section(0, 0), Wire().Word(2).Zeros(20));
-  put(0x1001440F, 0, 1);
-  put(0x10014410, 4, 1);
-  EXPECT_THAT(Remarks(*machine_), ElementsAre("14: right equaliser: section 2 is silent",
-                                              "15: bass all-pass: section 1 is silent",
-                                              "16: space high-pass: the overall gain is 0",
-                                              "15: bass of the audio size is silent"));
-  machine_->description().drivers.skylake->module_instantiated = false;
-  EXPECT_EQ(Remarks(*machine_).front(), "0: the module is not instantiated");
-  EXPECT_THAT(client_->GetBlock(kTone), IsEmpty());
-  EXPECT_EQ(client_->SetBlock(kTone, Bytes(12)), kNotReady);
+  std::vector<std::string> refused;
+  for (const DriverRefusal& refusal : machine_->RefusedRequests())
+    refused.push_back((refusal.planned ? "planned, " : "") + refusal.request +
+                      refusal.reason.substr(25));
+  EXPECT_THAT(refused, ElementsAre("planned, parameter 0x10014401 refuses it with 0x80070005",
+                                   "planned, version refuses it with 0xC0000001",
+                                   "planned, parameter 0x10014403 leaves it out"));
 }
 
 TEST_F(SkylakeDriver, ObjectsWorkOnWithoutTheirMachine) {

@@ -21,12 +21,11 @@ struct CustomCode {
   std::uint32_t coefficients;
   const char* name;
 };
-constexpr CustomCode kSkylakeCodes[] = {
-    {0x10014404, 8, 0x1001440F, "the speaker's audio size"},
-    {0x10014405, 20, 0x10014410, "the cut-off of the space high-pass"}};
-constexpr CustomCode kBroadwellCodes[] = {{21, 56, 100, "the speaker's audio size"},
-                                          {21, 60, 100, "the speaker's analysis size"},
-                                          {21, 20, 101, "the cut-off of the space high-pass"}};
+constexpr CustomCode kSkylakeCodes[] = {{0x10014404, 8, 0x1001440F, "the audio size"},
+                                        {0x10014405, 20, 0x10014410, "the space cut-off"}};
+constexpr CustomCode kBroadwellCodes[] = {{21, 56, 100, "the audio size"},
+                                          {21, 60, 100, "the analysis size"},
+                                          {21, 20, 101, "the space cut-off"}};
 
 // One driver's blocks.
 class Remarks {
@@ -58,8 +57,8 @@ class Remarks {
     for (const CustomCode& code : codes) {
       if (WordOf(code.parameter, code.offset) != kCustom || Held(code.coefficients) != nullptr)
         continue;
-      Add(code.parameter, std::string(code.name) + " is custom, but its coefficients (parameter " +
-                              HexNumber(code.coefficients) + ") never came");
+      Add(code.parameter, std::string(code.name) + " is custom, but parameter " +
+                              HexNumber(code.coefficients) + " never came");
     }
   }
 
@@ -104,7 +103,7 @@ void OnBroadwell(Remarks remarks, const DriverMemory& memory, const BroadwellDes
   remarks.OnProcessing(0);
   remarks.OnCustomCodes(kBroadwellCodes);
   if ((remarks.WordOf(21, 56) == kCustom) != (remarks.WordOf(21, 60) == kCustom))
-    remarks.Add(21, "only one of the speaker's sizes is custom");
+    remarks.Add(21, "only one of the two sizes is custom");
   remarks.OnFilters(BroadwellFormats());
   remarks.OnResonators(100, 0);
 }
