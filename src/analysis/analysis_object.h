@@ -18,7 +18,7 @@
 namespace orv {
 
 // Calls come on one thread at a time, except GetPeaks, which may come on any.
-class CAnalysisData final : public RefCounted<SingleThreaded, Chain<IAnalysisData>> {
+class CAnalysisData final : public RefCounted<Chain<IAnalysisData>> {
  public:
   static constexpr std::size_t kChannels = 8;  // with a peak of their own
 

@@ -11,7 +11,7 @@ namespace orv {
 
 // Holds a copy of key and value and nothing else; may be used from any thread. A property that a
 // client made by itself has neither: both operations give E_UNEXPECTED.
-class CORVAPOConfigProperty final : public RefCounted<MultiThreaded, Chain<IORVAPOConfigProperty>> {
+class CORVAPOConfigProperty final : public RefCounted<Chain<IORVAPOConfigProperty>> {
  public:
   explicit CORVAPOConfigProperty(Module& module) : RefCounted(&module) {}
   CORVAPOConfigProperty(Module& module, const ORVQVTValue& property)

@@ -10,7 +10,7 @@ namespace orv {
 
 // A control that a client made by itself belongs to no mode: every operation of it gives
 // E_UNEXPECTED (a null out-parameter E_POINTER, as ever).
-class CORVAPOCOMControl final : public RefCounted<SingleThreaded, Chain<IORVAPOControl>> {
+class CORVAPOCOMControl final : public RefCounted<Chain<IORVAPOControl>> {
  public:
   explicit CORVAPOCOMControl(Module& module) : RefCounted(&module) {}
   CORVAPOCOMControl(Module& module, ControlOwner& mode, const ORVQVTValue& value)

@@ -11,8 +11,7 @@
 namespace orv {
 
 class CORVAPOControlEnumerator final
-    : public RefCounted<SingleThreaded,
-                        Chain<IORVAPOControlEnumerator, IORVAPOControlEnumerator2>> {
+    : public RefCounted<Chain<IORVAPOControlEnumerator, IORVAPOControlEnumerator2>> {
  public:
   CORVAPOControlEnumerator(Module& module, ControlOwner& mode, const ORVQVTValueList& list)
       : RefCounted(&module), mode_(mode), snapshot_(list), cursor_(snapshot_.begin()) {}

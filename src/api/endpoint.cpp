@@ -1,5 +1,6 @@
 #include "api/endpoint.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "api/config_enumerator.h"
@@ -77,15 +78,11 @@ HRESULT CORVCOMEndpointInfo::get_RegistryPath(BSTR* reg_path) {
   return TextOf(record_.apo_key_path(), reg_path);
 }
 
-HRESULT CORVCOMEndpointInfo::CreateModeEnumerator(ComPtr<CORVAPOOpModeEnumerator>& enumerator) {
-  return CreateObject(enumerator, module(), *this, configuration_->GetModes());
-}
-
 HRESULT CORVCOMEndpointInfo::GetOpModeEnumerator(IORVAPOOpModeEnumerator** e) {
   return Guard([&]() -> HRESULT {
     if (e == nullptr) return E_POINTER;
     ComPtr<CORVAPOOpModeEnumerator> enumerator;
-    const HRESULT status = CreateModeEnumerator(enumerator);
+    const HRESULT status = CreateObject(enumerator, module(), *this, configuration_->GetModes());
     if (FAILED(status)) return status;
     return enumerator->QueryInterface(IID_IORVAPOOpModeEnumerator, reinterpret_cast<void**>(e));
   });
@@ -117,19 +114,18 @@ HRESULT CORVCOMEndpointInfo::put_OpMode(IORVOperatingMode* mode) {
 HRESULT CORVCOMEndpointInfo::get_OpMode(IORVOperatingMode** mode) {
   return Guard([&]() -> HRESULT {
     if (mode == nullptr) return E_POINTER;
-    ComPtr<CORVAPOOpModeEnumerator> enumerator;
-    HRESULT status = CreateModeEnumerator(enumerator);
-    if (FAILED(status)) return status;
     ORVAPOModeKey current;
     mode_selector_->GetCurrentMode(current);
     const std::wstring current_name = current.GetModeName();
-    ComPtr<CORVOperatingMode> candidate;
-    while ((status = enumerator->NextMode(candidate)) == S_OK) {
-      if (candidate->mode_record().GetModeKey().GetModeName() != current_name) continue;
-      *mode = candidate.Detach();
-      return S_OK;
-    }
-    return FAILED(status) ? status : orv_apo::kNotFound;
+    const ORVAPOModeList& modes = configuration_->GetModes();
+    const auto found = std::find_if(modes.begin(), modes.end(), [&](const auto& record) {
+      return record->GetModeKey().GetModeName() == current_name;
+    });
+    if (found == modes.end()) return orv_apo::kNotFound;
+    ComPtr<CORVOperatingMode> made;
+    const HRESULT status = CORVOperatingMode::Create(module(), *this, *found, made);
+    if (SUCCEEDED(status)) *mode = made.Detach();
+    return status;
   });
 }
 

@@ -13,12 +13,9 @@
 
 namespace orv {
 
-class CORVAPOOpModeEnumerator;
-
-// Atomic count: see CORVAPOSystem.
 class CORVCOMEndpointInfo final
-    : public RefCounted<MultiThreaded, Chain<IORVEndpointInfo, IORVEndpointInfo2, IORVEndpointInfo3,
-                                             IORVEndpointInfo4, IORVEndpointInfo5>>,
+    : public RefCounted<Chain<IORVEndpointInfo, IORVEndpointInfo2, IORVEndpointInfo3,
+                              IORVEndpointInfo4, IORVEndpointInfo5>>,
       public EndpointContext {
  public:
   CORVCOMEndpointInfo(Module& module, const ComPtr<CORVAPOSystem>& system);
@@ -48,7 +45,6 @@ class CORVCOMEndpointInfo final
 
  private:
   void CreateRegistryKey();
-  HRESULT CreateModeEnumerator(ComPtr<CORVAPOOpModeEnumerator>& enumerator);
 
   std::shared_ptr<Machine> machine_;
   ORVAPOEndpointInfo record_;

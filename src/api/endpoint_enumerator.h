@@ -10,8 +10,7 @@
 
 namespace orv {
 
-class CORVEndpointEnumerator final
-    : public RefCounted<SingleThreaded, Chain<IORVEndpointEnumerator>> {
+class CORVEndpointEnumerator final : public RefCounted<Chain<IORVEndpointEnumerator>> {
  public:
   // Scans the machine: the active render endpoints whose configuration file loads.
   static HRESULT Create(Module& module, CORVAPOSystem& system,

@@ -11,16 +11,13 @@ namespace orv {
 
 // Walks the modes as they stood when it was made: a reload of the configuration does not disturb
 // it.
-class CORVAPOOpModeEnumerator final
-    : public RefCounted<SingleThreaded, Chain<IORVAPOOpModeEnumerator>> {
+class CORVAPOOpModeEnumerator final : public RefCounted<Chain<IORVAPOOpModeEnumerator>> {
  public:
   CORVAPOOpModeEnumerator(Module& module, EndpointContext& endpoint, const ORVAPOModeList& modes)
       : RefCounted(&module), endpoint_(endpoint), modes_(modes) {}
 
+  // Moves on whatever the outcome.
   HRESULT STDMETHODCALLTYPE Next(IORVOperatingMode** op_mode) override;
-
-  // The next mode's object; S_FALSE at the end. Moves on whatever the outcome.
-  HRESULT NextMode(ComPtr<CORVOperatingMode>& mode);
 
  private:
   CountedPart<EndpointContext> endpoint_;

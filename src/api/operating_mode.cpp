@@ -18,6 +18,14 @@ CORVOperatingMode::CORVOperatingMode(Module& module, EndpointContext& endpoint,
       public_settings_(endpoint.record().machine()),
       global_settings_(endpoint.record().machine()) {}
 
+HRESULT CORVOperatingMode::Create(Module& module, EndpointContext& endpoint,
+                                  const std::shared_ptr<const ORVAPOOperatingMode>& record,
+                                  ComPtr<CORVOperatingMode>& mode) {
+  const HRESULT status = CreateObject(mode, module, endpoint, record);
+  if (SUCCEEDED(status)) mode->Init();
+  return status;
+}
+
 void CORVOperatingMode::Init() {
   Diagnose(ORV_HERE("CORVOperatingMode::Init"), L"CORVOperatingMode::Init\n");
   Diagnose(ORV_HERE("CORVOperatingMode::SetOpMode"), L"op mode: %s\n",
@@ -64,10 +72,12 @@ HRESULT CORVOperatingMode::get_ORVAPOControlEnumerator(ORVAPOControlType type,
         return E_INVALIDARG;
     }
     if (enumerator == nullptr) return E_POINTER;
-    if (type == kORVAPO_Cont_Default) {
-      RefreshDefaultValues();
-    } else {
-      RefreshPublicValues();
+    {
+      const std::scoped_lock lock(lock_);
+      if (type == kORVAPO_Cont_Default)
+        RefreshDefaultValues();
+      else
+        RefreshPublicValues();
     }
     ComPtr<CORVAPOControlEnumerator> made;
     const HRESULT status = CreateObject(made, module(), *this, *list);
@@ -85,6 +95,7 @@ HRESULT CORVOperatingMode::get_Name(BSTR* name) {
 
 HRESULT CORVOperatingMode::RestoreDefaults() {
   return Guard([&]() -> HRESULT {
+    const std::scoped_lock lock(lock_);
     public_settings_.WriteControls(mode_->GetDefaultControls());
     RefreshPublicValues();
     return S_OK;
@@ -94,6 +105,7 @@ HRESULT CORVOperatingMode::RestoreDefaults() {
 HRESULT CORVOperatingMode::get_APOEnable(LONG* enabled) {
   return Guard([&]() -> HRESULT {
     if (enabled == nullptr) return E_POINTER;
+    const std::scoped_lock lock(lock_);
     const ORVQVTValue* held = std::as_const(global_values_).Find(kProcessEnableControl);
     if (held == nullptr) {
       Diagnose(ORV_HERE("CORVOperatingMode::get_APOEnable"),
@@ -109,6 +121,7 @@ HRESULT CORVOperatingMode::get_APOEnable(LONG* enabled) {
 
 HRESULT CORVOperatingMode::put_APOEnable(LONG enabled) {
   return Guard([&]() -> HRESULT {
+    const std::scoped_lock lock(lock_);
     const bool written =
         global_settings_.WriteControl(ORVQVTValue(kProcessEnableControl, std::int32_t{enabled}));
     Diagnose(ORV_HERE("CORVOperatingMode::put_APOEnable"), L"put_APOEnable: %d, %d\n", enabled,
@@ -119,6 +132,7 @@ HRESULT CORVOperatingMode::put_APOEnable(LONG enabled) {
 }
 
 bool CORVOperatingMode::GetValue(ORVQVTValue& value) {
+  const std::scoped_lock lock(lock_);
   const ORVQVTValue* held = std::as_const(public_values_).Find(value.GetName());
   if (held == nullptr) return false;
   const std::int32_t number = held->ToLong();
@@ -128,6 +142,7 @@ bool CORVOperatingMode::GetValue(ORVQVTValue& value) {
 }
 
 bool CORVOperatingMode::GetValue(ORVQVTValue& value, const ORVQVTNameList& choices) {
+  const std::scoped_lock lock(lock_);
   const ORVQVTValue* held = std::as_const(public_values_).Find(value.GetName());
   if (held == nullptr) {
     Diagnose(ORV_HERE("CORVOperatingMode::GetValue"), L"%s not found\n", value.GetWName());
@@ -141,25 +156,24 @@ bool CORVOperatingMode::GetValue(ORVQVTValue& value, const ORVQVTNameList& choic
 }
 
 bool CORVOperatingMode::PutValue(ORVQVTValue value) {
-  ORVQVTValue* held = public_values_.Find(value.GetName());
-  if (held == nullptr) return false;
   value.SetValue(value.ToLong());
-  return Store(*held, std::move(value));
+  return Store(std::move(value));
 }
 
 bool CORVOperatingMode::PutValue(ORVQVTValue value, const ORVQVTNameList& choices) {
-  ORVQVTValue* held = public_values_.Find(value.GetName());
-  if (held == nullptr) return false;
   const std::string text = value.ToString();
   if (!choices.Contains(text)) return PutValue(std::move(value));
   value.SetValue(text);
-  return Store(*held, std::move(value));
+  return Store(std::move(value));
 }
 
 // The cache follows even when the settings refuse; only an exception leaves it as it was.
-bool CORVOperatingMode::Store(ORVQVTValue& held, ORVQVTValue changed) {
+bool CORVOperatingMode::Store(ORVQVTValue changed) {
+  const std::scoped_lock lock(lock_);
+  ORVQVTValue* held = public_values_.Find(changed.GetName());
+  if (held == nullptr) return false;
   const bool written = public_settings_.WriteControl(changed);
-  held = std::move(changed);
+  *held = std::move(changed);
   return written;
 }
 

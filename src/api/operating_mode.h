@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 
 #include "api/control_owner.h"
 #include "api/endpoint_context.h"
@@ -34,11 +35,17 @@ struct orv_apo::InterfaceId<orv::IORVOwnOperatingMode> {
 namespace orv {
 
 // The values are read when the object is made and when an enumerator of its controls is asked for;
-// in between they change only through this object's own controls.
+// in between they change only through this object's own controls, which different threads may use
+// at the same time.
 class CORVOperatingMode final
-    : public RefCounted<SingleThreaded, Chain<IORVOperatingMode>, Chain<IORVOwnOperatingMode>>,
+    : public RefCounted<Chain<IORVOperatingMode>, Chain<IORVOwnOperatingMode>>,
       public ControlOwner {
  public:
+  // A new object with its values read.
+  static HRESULT Create(Module& module, EndpointContext& endpoint,
+                        const std::shared_ptr<const ORVAPOOperatingMode>& record,
+                        ComPtr<CORVOperatingMode>& mode);
+
   // Shares the record, which so outlives a reload of the endpoint's configuration.
   CORVOperatingMode(Module& module, EndpointContext& endpoint,
                     std::shared_ptr<const ORVAPOOperatingMode> mode);
@@ -63,15 +70,17 @@ class CORVOperatingMode final
   IUnknown* unknown() noexcept override { return static_cast<IORVOperatingMode*>(this); }
 
  private:
+  // The caller of these holds the lock, or is the only one to know the object.
   void RefreshPublicValues();
   void RefreshDefaultValues();
   void RefreshGlobalValues();
-  bool Store(ORVQVTValue& held, ORVQVTValue changed);
+  bool Store(ORVQVTValue changed);
 
   CountedPart<EndpointContext> endpoint_;
   std::shared_ptr<const ORVAPOOperatingMode> mode_;
   ORVAPOPublicSettings public_settings_;
   ORVAPOGlobalSettings global_settings_;
+  std::mutex lock_;  // guards the two lists below, and keeps them in step with the settings
   ORVQVTValueList public_values_;
   ORVQVTValueList global_values_;
 };

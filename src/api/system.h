@@ -12,9 +12,7 @@ namespace orv {
 
 class CORVEndpointEnumerator;
 
-// Configuration enumerators may be released on any thread, and the last one takes its endpoint and
-// the system with it; so this count is atomic although the object is used by one thread at a time.
-class CORVAPOSystem final : public RefCounted<MultiThreaded, Chain<IORVAPOSystem>> {
+class CORVAPOSystem final : public RefCounted<Chain<IORVAPOSystem>> {
  public:
   explicit CORVAPOSystem(Module& module);
 

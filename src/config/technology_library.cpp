@@ -15,6 +15,7 @@ constexpr std::size_t kRecordsWithFactor = 6;
 constexpr std::size_t kRecordsWithoutFactor = 7;
 
 struct TechnologyDirectory {
+  std::mutex reading;  // held while a library's descriptions are read: one directory at a time
   std::mutex lock;
   std::wstring path;
 };
@@ -135,6 +136,7 @@ void ORVAPOProcessLibrary::AppendControlInfos(std::vector<ORVQVTControlInfo>& in
 }
 
 ORVAPOProcessInfo::ORVAPOProcessInfo(Machine& machine, const wchar_t* technology_directory) {
+  const std::scoped_lock reading(Directory().reading);
   if (technology_directory != nullptr && *technology_directory != L'\0')
     ORVAPOProcessLibrary::SetDirectory(technology_directory);
   ORVAPOProcessLibrary library(machine);

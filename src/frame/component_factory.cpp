@@ -4,6 +4,26 @@
 
 namespace orv {
 
+HRESULT ComponentFactory::QueryInterface(REFIID iid, void** object) {
+  if (object == nullptr) return E_POINTER;
+  const bool known = iid == IID_IUnknown || iid == IID_IClassFactory;
+  *object = known ? static_cast<IClassFactory*>(this) : nullptr;
+  if (!known) return E_NOINTERFACE;
+  AddRef();
+  return S_OK;
+}
+
+ULONG ComponentFactory::AddRef() {
+  component_.Lock();
+  return ++references_;
+}
+
+ULONG ComponentFactory::Release() {
+  const ULONG left = --references_;
+  component_.Unlock();
+  return left;
+}
+
 HRESULT ComponentFactory::CreateInstance(IUnknown* outer, REFIID iid, void** object) {
   return Guard([&]() -> HRESULT {
     if (object == nullptr) return E_POINTER;

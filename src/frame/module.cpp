@@ -8,14 +8,9 @@ namespace orv {
 
 CORV_APO2011_ControllerModule::CORV_APO2011_ControllerModule(std::span<const ClassRow> classes,
                                                              MachineOpener open_machine)
-    : classes_(classes),
-      open_machine_(open_machine),
-      factories_(std::make_unique<std::atomic<ComponentFactory*>[]>(classes.size())) {}
+    : classes_(classes), open_machine_(open_machine), factories_(classes.size()) {}
 
-CORV_APO2011_ControllerModule::~CORV_APO2011_ControllerModule() {
-  for (std::size_t row = 0; row < classes_.size(); ++row)
-    ComPtr<ComponentFactory>::Adopt(factories_[row].load());
-}
+CORV_APO2011_ControllerModule::~CORV_APO2011_ControllerModule() = default;
 
 std::shared_ptr<Machine> CORV_APO2011_ControllerModule::machine() {
   const std::lock_guard lock(critical_section_);
@@ -46,26 +41,16 @@ HRESULT CORV_APO2011_ControllerModule::GetClassObject(REFCLSID class_id, REFIID 
   if (machine() == nullptr) return E_UNEXPECTED;
   for (std::size_t row = 0; row < classes_.size(); ++row) {
     if (classes_[row].create == nullptr || *classes_[row].class_id != class_id) continue;
-    ComponentFactory* factory = nullptr;
-    const HRESULT status = FactoryOf(row, &factory);
-    if (FAILED(status)) return status;
-    return factory->QueryInterface(iid, object);
+    return FactoryOf(row).QueryInterface(iid, object);
   }
   return CLASS_E_CLASSNOTAVAILABLE;
 }
 
-HRESULT CORV_APO2011_ControllerModule::FactoryOf(std::size_t row, ComponentFactory** factory) {
-  *factory = factories_[row];
-  if (*factory != nullptr) return S_OK;
+ComponentFactory& CORV_APO2011_ControllerModule::FactoryOf(std::size_t row) {
   const std::lock_guard lock(critical_section_);
-  *factory = factories_[row];
-  if (*factory != nullptr) return S_OK;
-  ComPtr<ComponentFactory> made;
-  const HRESULT status = CreateObject(made, *this, classes_[row].create);
-  if (FAILED(status)) return status;
-  *factory = made.Detach();
-  factories_[row] = *factory;
-  return S_OK;
+  if (factories_[row] == nullptr)
+    factories_[row] = std::make_unique<ComponentFactory>(*this, classes_[row].create);
+  return *factories_[row];
 }
 
 }  // namespace orv

@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 #include <span>
+#include <vector>
 
 #include "orv_apo/com.h"
 #include "platform/machine.h"
@@ -41,7 +42,7 @@ class CORV_APO2011_ControllerModule {
 
   std::span<const ClassRow> classes() const noexcept { return classes_; }
 
-  // Every living object and every locked factory counts one.
+  // Every living object, every reference to a factory and every lock of one counts one.
   void Lock() noexcept { ++locks_; }
   void Unlock() noexcept { --locks_; }
   std::uint32_t lock_count() const noexcept { return locks_; }
@@ -60,11 +61,12 @@ class CORV_APO2011_ControllerModule {
   // gets the machine.
   bool ReadyToUnload(const std::function<void()>& let_go = {});
 
-  // The class's factory, made at its first use and kept; `object` is not null.
+  // The class's factory, made at its first use and kept; `object` is not null. Throws
+  // std::bad_alloc.
   HRESULT GetClassObject(REFCLSID class_id, REFIID iid, void** object);
 
  private:
-  HRESULT FactoryOf(std::size_t row, ComponentFactory** factory);
+  ComponentFactory& FactoryOf(std::size_t row);
 
   std::span<const ClassRow> classes_;
   MachineOpener open_machine_;
@@ -73,7 +75,7 @@ class CORV_APO2011_ControllerModule {
   std::mutex critical_section_;
   std::shared_ptr<Machine> machine_;
   bool machine_is_ours_ = false;
-  std::unique_ptr<std::atomic<ComponentFactory*>[]> factories_;
+  std::vector<std::unique_ptr<ComponentFactory>> factories_;  // by row
 };
 
 }  // namespace orv

@@ -11,14 +11,6 @@
 
 namespace orv {
 
-// Threading models of the reference count.
-struct SingleThreaded {
-  using Counter = ULONG;
-};
-struct MultiThreaded {
-  using Counter = std::atomic<ULONG>;
-};
-
 // Interfaces that extend one another, the first one first. The object derives from the last and
 // answers all of them.
 template <class... Extensions>
@@ -31,11 +23,12 @@ struct Chain {
   }
 };
 
-// An object lives from one reference (its maker's) to none. Alone it is its own controlling
-// unknown; inside an outer object every interface hands its three IUnknown operations to the outer
-// one, and only the inner unknown counts and answers for this object. IUnknown is always the inner
-// unknown, so its address is one.
-template <class Threading, class... Chains>
+// An object lives from one reference (its maker's) to none. Related objects hold references to one
+// another and may be used by different threads at the same time, so every count is atomic. Alone it
+// is its own controlling unknown; inside an outer object every interface hands its three IUnknown
+// operations to the outer one, and only the inner unknown counts and answers for this object.
+// IUnknown is always the inner unknown, so its address is one.
+template <class... Chains>
 class RefCounted : public Chains::Interface... {
  public:
   RefCounted(const RefCounted&) = delete;
@@ -108,7 +101,7 @@ class RefCounted : public Chains::Interface... {
 
   InnerUnknown inner_;
   IUnknown* controller_ = &inner_;
-  typename Threading::Counter references_{1};
+  std::atomic<ULONG> references_{1};
   Module* module_;
 };
 

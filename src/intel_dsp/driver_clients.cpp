@@ -15,6 +15,11 @@ IntelDriverClients& IntelDriverClients::OfProcess() {
   return kept.clients;
 }
 
+std::recursive_mutex& IntelDriverClients::Lock() {
+  static std::recursive_mutex lock;
+  return lock;
+}
+
 HRESULT IntelDriverClients::ReplaceBroadwell(Machine& machine) {
   HRESULT status = E_FAIL;
   broadwell_ = std::make_unique<ORVAPOIntelDriverInterface_BRW>(machine, status,
@@ -31,6 +36,7 @@ HRESULT IntelDriverClients::ReplaceSkylake(const std::shared_ptr<Machine>& machi
 }
 
 void IntelDriverClients::Release() noexcept {
+  const std::scoped_lock lock(Lock());
   broadwell_.reset();
   skylake_.reset();
 }

@@ -2,18 +2,23 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 #include <string>
+#include <utility>
 
+#include "frame/guard.h"
 #include "intel_dsp/broadwell/driver_client.h"
 #include "intel_dsp/skylake/driver_client.h"
 
 namespace orv {
 
-// Not synchronised: callers use one object at a time. Clients are null until an object needed them
-// and after Release.
+// Clients are null until an object needed them and after Release. Whoever uses them, or what the
+// process remembers of the blocks it sent, holds the lock of the process for the whole operation.
 class IntelDriverClients {
  public:
   static IntelDriverClients& OfProcess();
+  // Taken after no lock of the module: opening the machine comes before it.
+  static std::recursive_mutex& Lock();
 
   ORVAPOIntelDriverInterface_BRW* broadwell() const noexcept { return broadwell_.get(); }
   KELAPOIntelDriverInterface_SKL* skylake() const noexcept { return skylake_.get(); }
@@ -29,5 +34,14 @@ class IntelDriverClients {
   std::unique_ptr<ORVAPOIntelDriverInterface_BRW> broadwell_;
   std::unique_ptr<KELAPOIntelDriverInterface_SKL> skylake_;
 };
+
+// Runs an operation of an Intel DSP object, which has the clients to itself.
+template <class Body>
+HRESULT WithDriverClients(Body&& body) noexcept {
+  return Guard([&] {
+    const std::scoped_lock lock(IntelDriverClients::Lock());
+    return std::forward<Body>(body)();
+  });
+}
 
 }  // namespace orv

@@ -2,7 +2,6 @@
 
 #include <array>
 
-#include "frame/guard.h"
 #include "frame/text_result.h"
 #include "intel_dsp/task_text.h"
 #include "platform/diagnostics.h"
@@ -26,6 +25,7 @@ HRESULT CKELAPOIntelDSP::FinalConstruct() {
   Diagnose(here, L"APO VERSION: %s\n", kVersion);
   machine_ = module().machine();
   if (machine_ == nullptr) return E_UNEXPECTED;
+  const std::scoped_lock lock(IntelDriverClients::Lock());
   OpenEvent();
   HRESULT status = clients_.ReplaceBroadwell(*machine_);
   kind_ = Kind::Broadwell;
@@ -81,6 +81,7 @@ HRESULT CKELAPOIntelDSP::InitSkylakeDsp(const std::wstring& device_id) {
 }
 
 HRESULT CKELAPOIntelDSP::AttachEndpoint(IUnknown* endpoint, const std::wstring& device_id) {
+  const std::scoped_lock lock(IntelDriverClients::Lock());
   device_id_ = device_id;
   endpoint_ = ComPtr<IUnknown>(endpoint);
   return kind_ == Kind::Broadwell ? S_OK : InitSkylakeDsp(device_id);
@@ -93,7 +94,7 @@ CKELAPOIntelDSP::Kind CKELAPOIntelDSP::ActiveKind() const noexcept {
 }
 
 HRESULT CKELAPOIntelDSP::put_dspDeviceId(LPWSTR device_id) {
-  return Guard([&]() -> HRESULT {
+  return WithDriverClients([&]() -> HRESULT {
     if (device_id == nullptr) return E_POINTER;
     if (kind_ == Kind::Broadwell) return S_OK;
     return machine_ == nullptr ? E_UNEXPECTED : InitSkylakeDsp(device_id);
@@ -105,7 +106,7 @@ HRESULT CKELAPOIntelDSP::get_ApoVersion(BSTR* version) {
 }
 
 HRESULT CKELAPOIntelDSP::GetAPIVersion(BYTE* ver, BYTE* features) {
-  return Guard([&]() -> HRESULT {
+  return WithDriverClients([&]() -> HRESULT {
     if (ver == nullptr || features == nullptr) return E_POINTER;
     HRESULT driver_status = E_FAIL;
     bool answered = false;
@@ -122,7 +123,7 @@ HRESULT CKELAPOIntelDSP::GetAPIVersion(BYTE* ver, BYTE* features) {
 }
 
 HRESULT CKELAPOIntelDSP::GetModuleInfo(BSTR* name, BSTR* ver) {
-  return Guard([&]() -> HRESULT {
+  return WithDriverClients([&]() -> HRESULT {
     if (name == nullptr || ver == nullptr) return E_POINTER;
     *name = nullptr;
     *ver = nullptr;
@@ -177,7 +178,7 @@ void CKELAPOIntelDSP::ReportModule() {
 }
 
 HRESULT CKELAPOIntelDSP::put_APOEnable(LONG val, LONG set_default) {
-  return Guard([&]() -> HRESULT {
+  return WithDriverClients([&]() -> HRESULT {
     const std::uint8_t apply = ApplyFlag(set_default);
     HRESULT status = E_FAIL;
     switch (ActiveKind()) {
@@ -201,7 +202,7 @@ HRESULT CKELAPOIntelDSP::put_APOEnable(LONG val, LONG set_default) {
 }
 
 HRESULT CKELAPOIntelDSP::get_Property(BSTR prop_name, LONG set_default, VARIANT* value) {
-  return Guard([&]() -> HRESULT {
+  return WithDriverClients([&]() -> HRESULT {
     if (value == nullptr) return E_POINTER;
     VariantInit(value);
     const std::wstring name(ViewOf(prop_name));
@@ -241,7 +242,7 @@ HRESULT CKELAPOIntelDSP::GetProcessEnable(std::uint8_t apply, VARIANT& value) {
 }
 
 HRESULT CKELAPOIntelDSP::put_Property(BSTR prop_name, LONG set_default, VARIANT value) {
-  return Guard([&]() -> HRESULT {
+  return WithDriverClients([&]() -> HRESULT {
     if (prop_name != nullptr) SetKELDSPControlChangeEvent();
     const std::wstring name(ViewOf(prop_name));
     const std::uint8_t apply = ApplyFlag(set_default);

@@ -13,11 +13,11 @@
 
 namespace orv {
 
-// Used by one thread at a time, and so are all objects of the class together: they share the
-// process's driver clients, and the newest object's serve them all.
+// Objects share the driver clients of the process, and the newest object's serve them all: their
+// operations run one after another, whatever threads ask for them.
 class CKELAPOIntelDSP final
-    : public RefCounted<SingleThreaded, Chain<IKELAPOIntelDSP, IKELAPOIntelDSP2, IKELAPOIntelDSP3,
-                                              IKELAPOIntelDSP4>> {
+    : public RefCounted<
+          Chain<IKELAPOIntelDSP, IKELAPOIntelDSP2, IKELAPOIntelDSP3, IKELAPOIntelDSP4>> {
  public:
   // An object for an endpoint outlives the failure to open the default endpoint's module.
   explicit CKELAPOIntelDSP(Module& module, bool for_endpoint = false)

@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "config/configuration_file.h"
-#include "frame/guard.h"
 #include "frame/public_controls.h"
 #include "frame/text_result.h"
 #include "intel_dsp/equalizer_bands.h"
@@ -70,7 +69,7 @@ bool MakeBands(std::span<const float> gains, std::span<const float> qualities,
 
 HRESULT CKELAPOIntelDSP::WriteControls(IORVOperatingMode* op_mode, BSTR tech_name,
                                        LONG set_default) {
-  return Guard([&]() -> HRESULT {
+  return WithDriverClients([&]() -> HRESULT {
     if (op_mode == nullptr) return E_POINTER;
     const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::WriteControls");
     return AbortOnException(
@@ -189,7 +188,7 @@ HRESULT CKELAPOIntelDSP::SetSkylakeParams(const ControlValueMap& map, std::uint8
 }
 
 HRESULT CKELAPOIntelDSP::ProcessConfigFile(BSTR filename, BSTR* error_string, LONG set_default) {
-  return Guard([&]() -> HRESULT {
+  return WithDriverClients([&]() -> HRESULT {
     if (filename == nullptr) return E_POINTER;
     if (error_string != nullptr) *error_string = nullptr;
     const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::ProcessConfigFile");
@@ -222,7 +221,7 @@ HRESULT CKELAPOIntelDSP::SendConfiguration(const std::wstring& path, std::uint8_
 
 HRESULT CKELAPOIntelDSP::SetPEQ(KELChannel channel, SAFEARRAY* gains_in_db, SAFEARRAY* q,
                                 SAFEARRAY* freq, LONG set_default) {
-  return Guard([&]() -> HRESULT {
+  return WithDriverClients([&]() -> HRESULT {
     const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::SetPEQ");
     if (channel < kKELAPO_Left || channel > kKELAPO_ChannelCount) return E_INVALIDARG;
     const SafeArrayView<float> gains(gains_in_db, VT_R4);

@@ -18,7 +18,7 @@ constexpr PROPERTYKEY kFormFactorKey = {
     {0x1DA5D803, 0xD492, 0x4EDD, {0x8C, 0x23, 0xE0, 0xC0, 0xFF, 0xEE, 0x7F, 0x0E}}, 0};
 constexpr std::uint32_t kHeadphones = 3;  // of the platform's form factors
 
-class CORVAPOQCDSP final : public RefCounted<SingleThreaded, Chain<IORVAPOQCDSP>> {
+class CORVAPOQCDSP final : public RefCounted<Chain<IORVAPOQCDSP>> {
  public:
   explicit CORVAPOQCDSP(Module& module) : RefCounted(&module) {}
 

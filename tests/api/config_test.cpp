@@ -1,6 +1,4 @@
 // The configuration's free-form properties.
-#include <thread>
-
 #include "api_fixture.h"
 
 namespace orv {
@@ -49,24 +47,6 @@ TEST_F(ConfigTest, PropertiesOutliveTheirEndpointAndItsReload) {
   ASSERT_EQ(properties->Next(property.Put()), S_OK);
   properties.Reset();
   EXPECT_EQ(Texts(*property).second, L"Example Audio");
-}
-
-TEST_F(ConfigTest, EnumeratorsMayBeUsedAndReleasedOnAnyThread) {
-  const auto endpoint = Endpoint();
-  std::vector<ComPtr<IORVAPOConfigEnumerator>> enumerators;
-  for (int i = 0; i < 4; ++i) enumerators.push_back(Properties(endpoint));
-  std::vector<std::thread> threads;
-  for (auto& properties : enumerators) {
-    threads.emplace_back([mine = std::move(properties)]() mutable {
-      for (int pass = 0; pass < 100; ++pass) {
-        ComPtr<IORVAPOConfigProperty> property;
-        EXPECT_EQ(mine->get_ConfigProperty(Bstr(L"Product Name"), property.Put()), S_OK);
-      }
-      mine.Reset();
-    });
-  }
-  for (int pass = 0; pass < 100; ++pass) Properties(endpoint);
-  for (std::thread& thread : threads) thread.join();
 }
 
 TEST_F(ConfigTest, ObjectsWithoutAnEndpointFailCleanly) {

@@ -1,7 +1,8 @@
-// Objects hold what they need, whatever the order in which a client lets go; and nothing is lost
-// when memory runs out.
+// Objects hold what they need, whatever the order in which a client lets go and whatever
+// threads use them; and nothing is lost when memory runs out.
 #include <functional>
 #include <random>
+#include <thread>
 
 #include "api_fixture.h"
 #include "support/failing_allocator.h"
@@ -71,6 +72,106 @@ TEST_F(LifetimeTest, ObjectsMayBeReleasedInAnyOrder) {
       objects.pop_back();
     }
     EXPECT_EQ(DllCanUnloadNow(), S_OK);
+  }
+}
+
+// One thread for each work, all at the same time. Braces make the works in their order.
+struct Together {
+  template <class... Works>
+  explicit Together(Works... works) {
+    std::vector<std::thread> threads;
+    (threads.emplace_back(std::move(works)), ...);
+    for (std::thread& thread : threads) thread.join();
+  }
+};
+
+// Counts that are lost keep the library loaded, or end an object too early.
+TEST_F(LifetimeTest, RelatedObjectsMayBeUsedByDifferentThreads) {
+  AddEndpoint(kHeadphones, kTwoModes);
+  auto endpoint = Endpoint();
+  auto mode = Mode(endpoint);
+  const auto change = [](const ComPtr<IORVAPOControlEnumerator2>& controls, const wchar_t* name) {
+    ComPtr<IORVAPOControl> control;
+    for (LONG round = 0; round < 60000; ++round) {
+      EXPECT_EQ(controls->GetControlFromName(Bstr(name), control.Put()), S_OK);
+      if (round % 64 != 0) continue;
+      EXPECT_EQ(control->put_Value(round % 3), S_OK);
+      for (int again = 0; again < 16; ++again) EXPECT_EQ(ValueOf(control), round % 3);
+    }
+  };
+  const auto walk = [](const ComPtr<IORVAPOConfigEnumerator>& properties) {
+    ComPtr<IORVAPOConfigProperty> property;
+    for (int round = 0; round < 300; ++round)
+      EXPECT_EQ(properties->get_ConfigProperty(Bstr(L"Product Name"), property.Put()), S_OK);
+  };
+  ComPtr<IORVAPOConfigEnumerator> properties;
+  EXPECT_EQ(endpoint->get_config_enum(properties.Put()), S_OK);
+  // Each object moves to the thread that uses it, and ends there.
+  Together{[&, mine = Controls(mode)] { change(mine, L"VQ3D-Main Tech"); },
+           [&, mine = Controls(mode)] { change(mine, L"VQ3D-DPHD Level"); },
+           [&, mine = std::exchange(properties, {})] { walk(mine); },
+           [mine = Mode(endpoint, kMusic)] {
+             LONG enabled = 0;
+             for (int round = 0; round < 100; ++round) {
+               EXPECT_EQ(mine->put_APOEnable(1), S_OK);
+               EXPECT_EQ(mine->get_APOEnable(&enabled), S_OK);
+             }
+           },
+           [mine = std::exchange(mode, {})] {
+             for (int round = 0; round < 2000; ++round) Controls(mine);
+           },
+           [mine = std::exchange(endpoint, {})] {
+             for (int round = 0; round < 100; ++round) NameOf(*Mode(mine));
+           },
+           [] {
+             for (int round = 0; round < 20; ++round) NameOf(*Mode(Endpoint(kHeadphones)));
+           }};
+  EXPECT_EQ(Stored(kMovie, L"VQ3D-DPHD Level"), "1");
+}
+
+TEST_F(LifetimeTest, IntelDspObjectsOfDifferentThreadsTakeTurns) {
+  const auto work = [this] {
+    const auto endpoint = Endpoint();
+    for (int round = 0; round < 30; ++round) {
+      ComPtr<IKELAPOIntelDSP> dsp;
+      ASSERT_EQ(endpoint->GetIntelInterface(dsp.Put()), S_OK);  // replaces what the others use
+      BSTR name = nullptr;
+      BSTR version = nullptr;
+      EXPECT_EQ(dsp->GetModuleInfo(&name, &version), S_OK);
+      TakeText(name);
+      TakeText(version);
+      EXPECT_EQ(dsp.As<IKELAPOIntelDSP2>()->put_APOEnable(1, 0), S_OK);
+    }
+  };
+  Together{work, work};
+}
+
+// An object that parts belong to.
+class Outer final : public IUnknown {
+ public:
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+  ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
+  ULONG STDMETHODCALLTYPE Release() override { return --references; }
+  ULONG references = 1;
+};
+
+TEST_F(LifetimeTest, ObjectsThatClientsMakeCanBePartsOfOthers) {
+  const std::pair<CLSID, IID> classes[] = {
+      {CLSID_ORVAPOSystem, IID_IORVAPOSystem},
+      {CLSID_ORVAPOCOMControl, IID_IORVAPOControl},
+      {CLSID_ORVAPOConfigEnumerator, IID_IORVAPOConfigEnumerator},
+      {CLSID_ORVAPOConfigProperty, IID_IORVAPOConfigProperty},
+      {CLSID_KELAPOIntelDSP, IID_IKELAPOIntelDSP4},
+      {CLSID_ORVAPOQCDSP, IID_IORVAPOQCDSP}};
+  for (const auto& [class_id, iid] : classes) {
+    Outer outer;
+    ComPtr<IClassFactory> factory;
+    ComPtr<IUnknown> inner;
+    ComPtr<IUnknown> part;
+    EXPECT_EQ(DllGetClassObject(class_id, IID_IClassFactory, factory.PutVoid()), S_OK);
+    ASSERT_EQ(factory->CreateInstance(&outer, IID_IUnknown, inner.PutVoid()), S_OK);
+    ASSERT_EQ(inner->QueryInterface(iid, part.PutVoid()), S_OK);
+    EXPECT_EQ(outer.references, 2U);
   }
 }
 

@@ -7,6 +7,8 @@
 #include <future>
 
 #include "frame/guard.h"
+#include "frame/object_creation.h"
+#include "frame/ref_counted.h"
 #include "orv_apo/orv_apo.h"
 #include "platform/simulated/simulated_machine.h"
 
@@ -14,9 +16,8 @@ namespace orv {
 namespace {
 
 // Any two interfaces that extend one another, and one apart.
-class Gadget final
-    : public RefCounted<SingleThreaded, Chain<IORVAPOControlEnumerator, IORVAPOControlEnumerator2>,
-                        Chain<IUpdateRegistrySettings>> {
+class Gadget final : public RefCounted<Chain<IORVAPOControlEnumerator, IORVAPOControlEnumerator2>,
+                                       Chain<IUpdateRegistrySettings>> {
  public:
   Gadget(Module& module, HRESULT set_up) : RefCounted(&module), set_up_(set_up) {}
   HRESULT FinalConstruct() {
@@ -192,15 +193,17 @@ TEST_F(ComponentFactoryTest, AggregatedObjectHandsItsUnknownToTheOuterOne) {
   EXPECT_EQ(module_.lock_count(), 0U);
 }
 
-TEST_F(ComponentFactoryTest, LockedFactoryHoldsTheModule) {
-  const auto factory = Factory(kGood);
-  EXPECT_EQ(factory->LockServer(TRUE), S_OK);
-  EXPECT_EQ(factory->LockServer(TRUE), S_OK);
-  EXPECT_EQ(factory->LockServer(FALSE), S_OK);
+TEST_F(ComponentFactoryTest, FactoryKeepsTheLibraryWhileItIsHeldOrLocked) {
+  auto factory = Factory(kGood);
   EXPECT_FALSE(module_.ReadyToUnload());
+  EXPECT_EQ(factory->LockServer(TRUE), S_OK);
+  EXPECT_EQ(factory->LockServer(TRUE), S_OK);
   EXPECT_EQ(factory->LockServer(FALSE), S_OK);
+  factory.Reset();
+  EXPECT_FALSE(module_.ReadyToUnload());
+  EXPECT_EQ(Factory(kGood)->LockServer(FALSE), S_OK);
   EXPECT_TRUE(module_.ReadyToUnload());
-  EXPECT_EQ(factory->LockServer(FALSE), E_UNEXPECTED);
+  EXPECT_EQ(Factory(kGood)->LockServer(FALSE), E_UNEXPECTED);
   EXPECT_EQ(module_.lock_count(), 0U);
 }
 
