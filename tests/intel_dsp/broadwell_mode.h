@@ -1,7 +1,7 @@
 // A mode with every control of the Broadwell module.
 #pragma once
 
-#include "fake_skylake_driver.h"
+#include "control_map.h"
 
 namespace orv {
 

@@ -15,6 +15,7 @@ namespace {
 
 using testing::ElementsAre;
 
+using Bytes = std::vector<std::uint8_t>;
 using Dsp = KELAPOIntelDSP_BRW;
 using Kind = DriverMisbehaviour::Kind;
 using Process = void (Dsp::*)(const ControlValueMap&, std::uint8_t);

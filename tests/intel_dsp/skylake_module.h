@@ -8,15 +8,8 @@
 #include "intel_dsp/skylake/parameter_blocks.h"
 #include "intel_machine.h"
 #include "support/diagnostic_log.h"
-#include "support/reference_data.h"
 
 namespace orv {
-
-// A mode of 70 whole numbers; its high-pass is on, its sizes and cut-off are not custom ones.
-inline const nlohmann::json& PlainMode() {
-  static const nlohmann::json mode = ReferenceData("skylake_single.json").at("modes").at(0);
-  return mode.at("controls");
-}
 
 class SkylakeModuleTest : public testing::Test {
  protected:

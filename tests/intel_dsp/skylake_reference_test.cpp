@@ -5,12 +5,12 @@
 #include <fstream>
 #include <map>
 
+#include "control_map.h"
 #include "fake_mode.h"
 #include "frame/text_result.h"
 #include "intel_dsp/intel_dsp.h"
 #include "intel_dsp/skylake/driver_client.h"
 #include "intel_machine.h"
-#include "support/reference_data.h"
 #include "support/temporary_folder.h"
 
 namespace orv {
@@ -82,18 +82,6 @@ class SkylakeReference : public testing::Test {
   std::size_t records_ = 0;
 };
 
-// As a configuration file says them: all values are texts.
-std::string Document(const json& controls) {
-  const std::string key =
-      "<control name='ZAPO3-Operating Mode'>Music</control>"
-      "<control name='ZAPO3-Speaker Type'>Internal</control>";
-  std::string text = "<orv_configuration><properties>" + key +
-                     "</properties><operating_mode selector='dsp'>" + key;
-  for (const auto& [name, value] : controls.items())
-    text += "<control name='" + name + "'>" + value.get<std::string>() + "</control>";
-  return text + "</operating_mode></orv_configuration>";
-}
-
 TEST_F(SkylakeReference, WholeModesBecomeTheirBlocks) {
   for (const json& row : ReferenceData("skylake.json").at("cases")) {
     SCOPED_TRACE(row.at("name").get<std::string>());
@@ -112,7 +100,7 @@ TEST_F(SkylakeReference, WholeModesBecomeTheirBlocks) {
           Misbehave(DriverMisbehaviour::Kind::Refuse, request::kParameter, E_ACCESSDENIED)};
       machine_.skylake().misbehaviour[0].direction = DriverMisbehaviour::Direction::Get;
     }
-    std::ofstream(folder_.path() / "mode.xml") << Document(row.at("controls"));
+    std::ofstream(folder_.path() / "mode.xml") << ConfigurationOf(row.at("controls"));
     const OwnedText path(SysAllocString(L"C:\\mode.xml"));
     dsp_->ProcessConfigFile(path.get(), nullptr, row.at("apply").get<LONG>());
     Expect(row.at("blocks"), Received());
@@ -120,12 +108,31 @@ TEST_F(SkylakeReference, WholeModesBecomeTheirBlocks) {
   }
 }
 
+TEST_F(SkylakeReference, TechnologiesSendTheirBlocksAlone) {
+  const json data = ReferenceData("skylake.json");
+  Start();
+  LONG apply = 0;
+  for (const auto& [technology, ids] : data.at("technologies").items()) {
+    apply = 1 - apply;
+    const OwnedText text(SysAllocString(Widen(technology).c_str()));
+    EXPECT_EQ(
+        dsp_->WriteControls(FakeMode::Make(PlainMode().get<std::map<std::string, LONG>>()).get(),
+                            text.get(), apply),
+        S_OK);
+    const std::vector<DriverRecord> received = Received();
+    ASSERT_EQ(received.size(), ids.size()) << technology;
+    for (std::size_t i = 0; i < received.size(); ++i) {
+      EXPECT_EQ(received[i].parameter, IdOf(ids[i])) << technology;
+      EXPECT_EQ(received[i].selector, static_cast<std::uint32_t>(apply)) << technology;
+    }
+  }
+}
+
 VARIANT VariantOf(const json& value) {
   VARIANT variant{};
   if (value.is_string()) {
-    const auto text = value.get<std::string>();
     variant.vt = VT_BSTR;
-    variant.bstrVal = SysAllocString(std::wstring(text.begin(), text.end()).c_str());
+    variant.bstrVal = SysAllocString(Widen(value.get<std::string>()).c_str());
   } else {
     const auto number = value.get<std::int64_t>();
     variant.vt = number == static_cast<std::int32_t>(number) ? VT_I4 : VT_I8;
@@ -137,7 +144,7 @@ VARIANT VariantOf(const json& value) {
 TEST_F(SkylakeReference, SingleControlsChangeTheirBlocks) {
   const json data = ReferenceData("skylake_single.json");
   const auto put = [&](const std::string& name, const json& value, LONG apply) {
-    const OwnedText control(SysAllocString(std::wstring(name.begin(), name.end()).c_str()));
+    const OwnedText control(SysAllocString(Widen(name).c_str()));
     VARIANT variant = VariantOf(value);
     const HRESULT status = dsp_->put_Property(control.get(), apply, variant);
     VariantClear(&variant);
