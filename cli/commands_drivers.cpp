@@ -15,7 +15,7 @@
 namespace orv::cli {
 namespace {
 
-// Rows that people see: the words of long filters say little, nor does what came long ago.
+// Rows of the human output. Filter words and old records carry little information.
 constexpr std::size_t kShownFields = 40;
 constexpr std::size_t kShownRecords = 40;
 constexpr char kGap[] = "reserved";
@@ -33,7 +33,10 @@ std::string ParameterText(std::uint32_t parameter) {
   return text;
 }
 
-// A block of the driver, or its module.
+// Qualcomm records carry a form factor, all others an apply flag.
+bool CarriesFormFactor(const DriverRecord& record) { return record.driver == kQualcommDriver; }
+
+// Names the block that a remark is about; empty for the module as a whole.
 std::string RemarkPlace(const DriverRemark& remark) {
   if (remark.parameter == 0) return "";
   return "parameter " + ParameterText(remark.parameter) + ": ";
@@ -45,11 +48,12 @@ Json RecordJson(const DriverRecord& record) {
   for (const DecodedField& field : DecodeBlock(block))
     fields.push_back(
         {{"offset", field.offset}, {"control", field.control}, {"value", field.value}});
-  // Qualcomm records carry a form factor where the others have an apply flag.
-  const bool is_qualcomm = record.driver == kQualcommDriver;
-  return {{"driver", record.driver},     {"parameter", record.parameter},
-          {"name", BlockName(block)},    {is_qualcomm ? "form_factor" : "apply", record.selector},
-          {"size", record.bytes.size()}, {"bytes", RecordHex(record)},
+  return {{"driver", record.driver},
+          {"parameter", record.parameter},
+          {"name", BlockName(block)},
+          {CarriesFormFactor(record) ? "form_factor" : "apply", record.selector},
+          {"size", record.bytes.size()},
+          {"bytes", RecordHex(record)},
           {"fields", std::move(fields)}};
 }
 
@@ -59,14 +63,15 @@ void ShowReceived(Output& output, const std::vector<DriverRecord>& records, bool
                {"PARAMETER"},
                {"NAME"},
                {"BYTES", Align::Right},
-               {"APPLY OR FORM", Align::Right}});
+               {"SENT WITH"}});
   const std::size_t first =
       all || records.size() <= kShownRecords ? 0 : records.size() - kShownRecords;
   for (std::size_t i = first; i < records.size(); ++i) {
     const DriverRecord& record = records[i];
-    table.Add({std::to_string(i + 1), record.driver, ParameterText(record.parameter),
+    table.Add({std::to_string(record.number), record.driver, ParameterText(record.parameter),
                BlockName(BlockOf(record)), std::to_string(record.bytes.size()),
-               std::to_string(record.selector)});
+               (CarriesFormFactor(record) ? "form factor " : "apply flag ") +
+                   std::to_string(record.selector)});
   }
   output.Line(output.Painted("Received", ansi::kBold));
   output.Show(table, 2);
@@ -93,7 +98,7 @@ void ShowFields(Output& output, const DriverRecord& record, bool all) {
   }
 }
 
-// What each driver holds of what it received: the latest record of each parameter.
+// Shows the latest kept record of each parameter.
 void ShowHeld(Output& output, const std::vector<DriverRecord>& records, bool all) {
   std::map<std::pair<std::string, std::uint32_t>, const DriverRecord*> held;
   for (const DriverRecord& record : records) held[{record.driver, record.parameter}] = &record;
@@ -114,9 +119,10 @@ void ShowDrivers(Context& context, bool all) {
   const std::unique_ptr<Machine> opened = OpenMachine(folder);
   auto* machine = dynamic_cast<SimulatedMachine*>(opened.get());
   if (machine == nullptr) {
-    throw Failure(kRefused,
-                  "this machine is no simulated one; only those keep what their drivers receive.\n"
-                  "Name a simulated machine's folder with --machine.");
+    throw Failure(
+        kRefused,
+        "this machine is not simulated; only the drivers of a simulated machine keep what "
+        "they receive.\nGive the folder of a simulated machine with --machine.");
   }
   Output& output = context.output;
   const std::vector<DriverRecord> records = machine->ReceivedRecords();
@@ -144,8 +150,9 @@ void AddDriversCommand(CLI::App& machine, Context& context) {
   CLI::App* drivers = AddCommand(
       machine, "drivers", "What the simulated drivers received and hold, decoded field by field",
       "orvctl --machine my-machine machine drivers",
-      "The latest records, oldest first, and the blocks as they stand now. Requests "
-      "that a driver refused, with its reason, go to standard error.");
+      "Lists the latest records, oldest first, then the latest block of each parameter. Refused "
+      "requests and remarks (unstable or silent filters, missing coefficients, modules that are "
+      "off) go to standard error.");
   drivers->add_flag("--all", *all, "Every record, every word of long filters, reserved fields");
   drivers->callback([&context, all] { ShowDrivers(context, *all); });
 }
