@@ -1,6 +1,5 @@
 // machine drivers
 #include <algorithm>
-#include <cstdio>
 #include <map>
 #include <span>
 
@@ -8,6 +7,7 @@
 #include "cli/dsp_blocks.h"
 #include "cli/host.h"
 #include "cli/image_json.h"
+#include "platform/simulated/drivers/block_format.h"
 #include "platform/simulated/drivers/driver_requests.h"
 #include "platform/simulated/simulated_machine.h"
 #include "platform/text.h"
@@ -23,14 +23,6 @@ constexpr char kGap[] = "reserved";
 std::string RecordHex(const DriverRecord& record) {
   const auto* bytes = reinterpret_cast<const unsigned char*>(record.bytes.data());
   return HexText({bytes, bytes + record.bytes.size()});
-}
-
-// Identifiers as their drivers write them: small ones count, the others are bit patterns.
-std::string ParameterText(std::uint32_t parameter) {
-  if (parameter < 0x10000) return std::to_string(parameter);
-  char text[16];
-  std::snprintf(text, sizeof text, "0x%08X", static_cast<unsigned>(parameter));
-  return text;
 }
 
 // Qualcomm records carry a form factor, all others an apply flag.

@@ -155,7 +155,7 @@ TEST(DriverRemarks, NameWhatAListenerWouldNotice) {
           "0x405 the space cut-off is custom, but parameter 0x10014410 never came",
           "0x40D high-pass: section 1 is unstable", "0x40E right equaliser: section 2 is unstable",
           "0x0 processing is switched off",
-          "0x15 the space cut-off is custom, but parameter 0x65 never came",
+          "0x15 the space cut-off is custom, but parameter 101 never came",
           "0x15 only one of the two sizes is custom", "0x18 high-pass: section 1 is unstable",
           "0x19 equaliser: the overall gain is 0", "0x64 bass of the analysis size is unstable",
           "0x11 processing is switched off", "0x14 high-pass: the overall gain is 0",

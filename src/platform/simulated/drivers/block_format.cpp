@@ -24,6 +24,10 @@ std::string HexNumber(std::uint32_t number) {
   return text;
 }
 
+std::string ParameterText(std::uint32_t parameter) {
+  return parameter < 0x10000 ? std::to_string(parameter) : HexNumber(parameter);
+}
+
 std::string BlockFormat::Fault(std::span<const std::byte> block) const {
   if (size != 0 && block.size() != size) {
     return "a block of " + std::to_string(block.size()) + " bytes instead of " +

@@ -73,5 +73,7 @@ const std::vector<BlockFormat>& BroadwellFormats();
 const std::vector<BlockFormat>& QualcommFormats();
 
 std::string HexNumber(std::uint32_t number);  // "0x1001440D"
+// As their drivers write them: "21", "0x1001440D".
+std::string ParameterText(std::uint32_t parameter);
 
 }  // namespace orv

@@ -58,7 +58,7 @@ class Remarks {
       if (WordOf(code.parameter, code.offset) != kCustom || Held(code.coefficients) != nullptr)
         continue;
       Add(code.parameter, std::string(code.name) + " is custom, but parameter " +
-                              HexNumber(code.coefficients) + " never came");
+                              ParameterText(code.coefficients) + " never came");
     }
   }
 

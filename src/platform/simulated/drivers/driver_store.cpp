@@ -20,7 +20,7 @@ bool IsMeantFor(const DriverMisbehaviour& rule, const DriverRequest& request) {
 
 std::string DriverRequest::Text() const {
   if (name != std::string_view(request::kParameter)) return name;
-  return name + (' ' + HexNumber(parameter));
+  return name + (' ' + ParameterText(parameter));
 }
 
 bool DriverStore::Attach(const std::filesystem::path& folder, FileError& error) {
