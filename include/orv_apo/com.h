@@ -47,11 +47,32 @@ struct InterfaceId<IClassFactory> {
 
 }  // namespace orv_apo
 
-// Gives `Interface` the identifier {l-w1-w2-b1b2-b3..b8} under two names: IID_<Interface> and
-// orv_apo::InterfaceId<Interface>::value. Use at global scope.
-#define ORV_APO_INTERFACE_ID(Interface, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8)      \
-  inline constexpr IID IID_##Interface = {l, w1, w2, {b1, b2, b3, b4, b5, b6, b7, b8}}; \
-  template <>                                                                           \
-  struct orv_apo::InterfaceId<Interface> {                                              \
-    static constexpr const IID& value = IID_##Interface;                                \
+// The identifier as the compiler's own __uuidof gives it, so that IID_PPV_ARGS and smart pointers
+// that are built on it know the interface.
+#if defined(_MSC_VER)
+#define ORV_APO_TEXT(text) #text
+#define ORV_APO_UUID(Interface, text) struct __declspec(uuid(ORV_APO_TEXT(text))) Interface;
+// The text must not have blanks.
+// clang-format off
+#define ORV_APO_UUID_OF(Interface, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8) \
+  ORV_APO_UUID(Interface, l-w1-w2-b1##b2-b3##b4##b5##b6##b7##b8)
+// clang-format on
+#elif defined(_WIN32)
+#define ORV_APO_UUID_OF(Interface, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8)               \
+  __CRT_UUID_DECL(Interface, 0x##l, 0x##w1, 0x##w2, 0x##b1, 0x##b2, 0x##b3, 0x##b4, 0x##b5, \
+                  0x##b6, 0x##b7, 0x##b8)
+#else
+#define ORV_APO_UUID_OF(Interface, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8)
+#endif
+
+// Gives `Interface` the identifier {l-w1-w2-b1b2-b3..b8}, hexadecimal digits without prefix, as
+// IID_<Interface>, as orv_apo::InterfaceId<Interface>::value and, on Windows, as
+// __uuidof(Interface). Use at global scope.
+#define ORV_APO_INTERFACE_ID(Interface, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8)              \
+  ORV_APO_UUID_OF(Interface, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8)                         \
+  inline constexpr IID IID_##Interface = {                                                      \
+      0x##l, 0x##w1, 0x##w2, {0x##b1, 0x##b2, 0x##b3, 0x##b4, 0x##b5, 0x##b6, 0x##b7, 0x##b8}}; \
+  template <>                                                                                   \
+  struct orv_apo::InterfaceId<Interface> {                                                      \
+    static constexpr const IID& value = IID_##Interface;                                        \
   }

@@ -2,13 +2,18 @@
 //
 // Conventions, valid for every operation below unless it says otherwise:
 // - The result is a status code: S_OK when done; a negative code when not. A null out-parameter
-// gives E_POINTER.
+//   gives E_POINTER.
 // - Out-parameters belong to the caller: texts are freed with SysFreeString, interface pointers are
-// released.
-// - Objects are single-threaded: one object is used by one thread at a time. Objects made from one
-// another
-//   keep each other alive and may be released in any order.
-// - Nothing throws. When memory runs out the status is E_OUTOFMEMORY and nothing was changed.
+//   released. Read one after S_OK only: at the end of a list the endpoint enumerator sets it to
+//   null, the other enumerators leave it as it was.
+// - Threads: different objects may be used by different threads at the same time, however they hang
+//   together; one object is used by one thread at a time. Intel DSP objects share their driver:
+//   their operations wait for one another. On Windows a client follows the rules of its apartment
+//   as well.
+// - Objects made from one another keep each other alive and may be released in any order, on any
+//   thread. Every object, and a class factory that is held or locked, keeps the library loaded.
+// - Nothing throws. When memory runs out the status is E_OUTOFMEMORY and nothing was changed,
+//   except that Next of the endpoint and mode enumerators moves on all the same.
 //
 // A client creates ORVAPOSystem through its class factory, calls InitializeSystem once, then
 // enumerates endpoints.
@@ -101,38 +106,51 @@ inline constexpr GUID LIBID_ORV_APO2011_ControllerLib = {
 // ---- interfaces, leaves first
 
 struct IORVAPOControl : IUnknown {
-  // Name to show for the control; empty when nobody describes it.
+  // Name to show for the control: the technology library's, without the prefix of an instance, so
+  // "Left:X" and "Right:X" have the same. Empty if the library does not describe the control. The
+  // exact name, by which GetControlFromName finds it, is in the configuration file only.
   virtual HRESULT STDMETHODCALLTYPE get_DisplayValue(BSTR* display_value) = 0;
   virtual HRESULT STDMETHODCALLTYPE get_Scale(ORV_QVT_SCALE* scale) = 0;
-  // Range of Value in the control's own steps; 0 and 0 when nobody describes it.
+  // Range of Value in the control's own steps; 0 and 0 if the library does not
+  // describe the control.
   virtual HRESULT STDMETHODCALLTYPE get_MinValue(LONG* minimum) = 0;
   virtual HRESULT STDMETHODCALLTYPE get_MaxValue(LONG* maximum) = 0;
-  // For a control with choices the position of the choice, else the number. E_FAIL when the mode
-  // does not hold the control (private and default controls) or, for put, when it could not be
-  // stored.
+  // For a control with choices the position of the choice, otherwise the number. A control with
+  // choices that is configured by a number is read as a number: -1 after put has stored a choice.
+  // get answers what the mode object holds: the public controls as last read or written, or the
+  // defaults of all controls after a default list was asked for (IORVOperatingMode). E_FAIL if it
+  // does not hold this control.
+  // put does not check the range, and stores the whole mode as the mode object last read it: what
+  // others have changed since then is overwritten. Ask the mode for a control enumerator first if
+  // others write too. E_FAIL if the mode does not hold the control or could not be stored; in the
+  // latter case the mode object answers the new value and stores it with the next put, unless a
+  // control enumerator is asked for in between.
   virtual HRESULT STDMETHODCALLTYPE get_Value(LONG* value) = 0;
   virtual HRESULT STDMETHODCALLTYPE put_Value(LONG value) = 0;
 };
-ORV_APO_INTERFACE_ID(IORVAPOControl, 0xB3A20B6C, 0x6C6B, 0x4B41, 0xB4, 0x0B, 0x03, 0x94, 0x7E, 0xA3,
-                     0x21, 0xBE);
+ORV_APO_INTERFACE_ID(IORVAPOControl, B3A20B6C, 6C6B, 4B41, B4, 0B, 03, 94, 7E, A3, 21, BE);
 
 struct IORVAPOControlEnumerator : IUnknown {
   // The next control in name order; S_FALSE at the end.
   virtual HRESULT STDMETHODCALLTYPE Next(IORVAPOControl** control) = 0;
 };
-ORV_APO_INTERFACE_ID(IORVAPOControlEnumerator, 0x8B2DE277, 0xFDB6, 0x4553, 0xBA, 0xAE, 0x19, 0xF8,
-                     0x00, 0xE0, 0x00, 0x4A);
+ORV_APO_INTERFACE_ID(IORVAPOControlEnumerator, 8B2DE277, FDB6, 4553, BA, AE, 19, F8, 00, E0, 00,
+                     4A);
 
 struct IORVAPOControlEnumerator2 : IORVAPOControlEnumerator {
   // The control with exactly this name; orv_apo::kNotFound when there is none. Next is not moved.
   virtual HRESULT STDMETHODCALLTYPE GetControlFromName(BSTR control_name,
                                                        IORVAPOControl** control) = 0;
 };
-ORV_APO_INTERFACE_ID(IORVAPOControlEnumerator2, 0xC62AD0F2, 0x6035, 0x42FC, 0x9C, 0xC4, 0xB9, 0x1B,
-                     0x66, 0xCE, 0xCC, 0x5D);
+ORV_APO_INTERFACE_ID(IORVAPOControlEnumerator2, C62AD0F2, 6035, 42FC, 9C, C4, B9, 1B, 66, CE, CC,
+                     5D);
 
 struct IORVOperatingMode : IUnknown {
-  // One of the mode's three lists, refreshed from the registry; E_INVALIDARG for an unknown type.
+  // One of the mode's three lists; E_INVALIDARG for an unknown type. The values that the mode's
+  // controls answer, those made earlier included, are read anew: from the registry for the public
+  // and the private list. For the default list they become the configuration's values of all
+  // controls, private ones included, until another list is asked for. A client that shows defaults
+  // beside current values uses a second mode object for them.
   virtual HRESULT STDMETHODCALLTYPE
   get_ORVAPOControlEnumerator(ORVAPOControlType type, IORVAPOControlEnumerator** enumerator) = 0;
   // "ApoOpMode:" operating mode "/" speaker type.
@@ -140,40 +158,36 @@ struct IORVOperatingMode : IUnknown {
   // Stores the configuration's values for every control of the mode. S_OK also when they could not
   // be stored; when memory runs out, they may have been stored all the same.
   virtual HRESULT STDMETHODCALLTYPE RestoreDefaults() = 0;
-  // Processing on (1) or off (0) for the whole endpoint. put stores the number as it is; E_FAIL
-  // when it could not. When memory runs out after storing, put gives E_OUTOFMEMORY although the
-  // number is stored; get then tells the earlier one until the next successful put.
+  // Processing on (1) or off (0) for the whole endpoint. get answers what was stored when the mode
+  // object was made or last put; it does not see changes of others. put stores the number as it is;
+  // E_FAIL when it could not. When memory runs out after storing, put gives E_OUTOFMEMORY although
+  // the number is stored; get then answers the earlier one until the next successful put.
   virtual HRESULT STDMETHODCALLTYPE get_APOEnable(LONG* enabled) = 0;
   virtual HRESULT STDMETHODCALLTYPE put_APOEnable(LONG enabled) = 0;
 };
-ORV_APO_INTERFACE_ID(IORVOperatingMode, 0xDDFD5708, 0x307C, 0x44A8, 0x82, 0xF7, 0x4E, 0xE4, 0x17,
-                     0xCD, 0x28, 0xD6);
+ORV_APO_INTERFACE_ID(IORVOperatingMode, DDFD5708, 307C, 44A8, 82, F7, 4E, E4, 17, CD, 28, D6);
 
 struct IORVAPOOpModeEnumerator : IUnknown {
   // The next mode in configuration order; S_FALSE at the end. There is no way back: ask for a new
   // enumerator.
   virtual HRESULT STDMETHODCALLTYPE Next(IORVOperatingMode** op_mode) = 0;
 };
-ORV_APO_INTERFACE_ID(IORVAPOOpModeEnumerator, 0x50EB3506, 0x619C, 0x431D, 0xB9, 0xA0, 0x3D, 0xE8,
-                     0x04, 0xA1, 0x99, 0xEB);
+ORV_APO_INTERFACE_ID(IORVAPOOpModeEnumerator, 50EB3506, 619C, 431D, B9, A0, 3D, E8, 04, A1, 99, EB);
 
 struct IORVAPOConfigProperty : IUnknown {
   virtual HRESULT STDMETHODCALLTYPE get_Key(BSTR* key) = 0;
   virtual HRESULT STDMETHODCALLTYPE get_Value(BSTR* value) = 0;
 };
-ORV_APO_INTERFACE_ID(IORVAPOConfigProperty, 0xADFAB239, 0x4507, 0x4C06, 0xBF, 0x2F, 0x07, 0x86,
-                     0x65, 0xFB, 0x06, 0x71);
+ORV_APO_INTERFACE_ID(IORVAPOConfigProperty, ADFAB239, 4507, 4C06, BF, 2F, 07, 86, 65, FB, 06, 71);
 
-// May be used from any thread; concurrent Next calls on one enumerator are the caller's to
-// serialise.
+// May be used by several threads at the same time.
 struct IORVAPOConfigEnumerator : IUnknown {
   // The next property in key order; S_FALSE at the end.
   virtual HRESULT STDMETHODCALLTYPE Next(IORVAPOConfigProperty** prop) = 0;
   // The property with this key, letter case ignored; E_INVALIDARG when there is none.
   virtual HRESULT STDMETHODCALLTYPE get_ConfigProperty(BSTR key, IORVAPOConfigProperty** prop) = 0;
 };
-ORV_APO_INTERFACE_ID(IORVAPOConfigEnumerator, 0x46A75EF4, 0x9067, 0x4F8F, 0x8E, 0x6D, 0x7D, 0x2C,
-                     0x32, 0x49, 0x4F, 0x7A);
+ORV_APO_INTERFACE_ID(IORVAPOConfigEnumerator, 46A75EF4, 9067, 4F8F, 8E, 6D, 7D, 2C, 32, 49, 4F, 7A);
 
 struct IAnalysisData : IUnknown {
   // Peaks of the first 8 channels since the last call, in dB; `peaks` has room for 8 numbers. At
@@ -186,51 +200,77 @@ struct IAnalysisData : IUnknown {
   virtual HRESULT STDMETHODCALLTYPE GetSpectralData(USHORT channel, USHORT num_freqs,
                                                     ULONG* frequencies, FLOAT* magnitude) = 0;
 };
-ORV_APO_INTERFACE_ID(IAnalysisData, 0x579E37FC, 0x4BB7, 0x4C6E, 0xA5, 0x51, 0xB1, 0xB5, 0xB8, 0x41,
-                     0x5F, 0x73);
+ORV_APO_INTERFACE_ID(IAnalysisData, 579E37FC, 4BB7, 4C6E, A5, 51, B1, B5, B8, 41, 5F, 73);
 
+// Sends the public controls of a mode to a Qualcomm DSP.
 struct IORVAPOQCDSP : IUnknown {
+  // Sends every record. E_FAIL if the mode has no public control or the driver refuses the last
+  // record; E_NOTIMPL without a driver. Earlier refusals are only reported as diagnostic lines.
   virtual HRESULT STDMETHODCALLTYPE WriteControls(IORVOperatingMode* op_mode) = 0;
+  // The device class that is sent with each record: the endpoint's own until put changes it for
+  // this object. E_INVALIDARG for other values than 0 to 4.
   virtual HRESULT STDMETHODCALLTYPE get_EndpointFormFactor(_ORVQuMediaDeviceType* form_factor) = 0;
   virtual HRESULT STDMETHODCALLTYPE put_EndpointFormFactor(_ORVQuMediaDeviceType form_factor) = 0;
 };
-ORV_APO_INTERFACE_ID(IORVAPOQCDSP, 0x60C362FB, 0x3DDD, 0x4FA3, 0x9B, 0xE8, 0x5A, 0x73, 0xBD, 0x46,
-                     0x74, 0x8C);
+ORV_APO_INTERFACE_ID(IORVAPOQCDSP, 60C362FB, 3DDD, 4FA3, 9B, E8, 5A, 73, BD, 46, 74, 8C);
 
+// Pushes controls into an Intel DSP: the one on the Broadwell bus if there is one, else the Skylake
+// module of the endpoint's device. The driver clients are one of a kind in the process: the object
+// that was made last serves them all. In every operation `set_default` (0 or not 0) is handed to
+// the driver as the request's apply flag. What the driver refuses gives E_FAIL.
 struct IKELAPOIntelDSP : IUnknown {
+  // The driver's interface version and feature bits.
   virtual HRESULT STDMETHODCALLTYPE GetAPIVersion(BYTE* ver, BYTE* features) = 0;
+  // Name and version of the processing module. The driver's own status if it does not answer.
   virtual HRESULT STDMETHODCALLTYPE GetModuleInfo(BSTR* name, BSTR* ver) = 0;
+  // Sends the default mode of a configuration file (full path), public and private controls, from
+  // its modes for the DSP. E_FAIL if the file has none; orv_apo::kAborted if a control stopped the
+  // sequence half way, with the reason in `error_string` (the caller's to free; may be null).
   virtual HRESULT STDMETHODCALLTYPE ProcessConfigFile(BSTR filename, BSTR* error_string,
                                                       LONG set_default) = 0;
+  // Sends the public controls of a mode, any implementation's. `tech_name` "HPF", "PEQLEFT",
+  // "PEQRIGHT" or "PEQALL" sends those filters only (a Skylake module takes all of them together);
+  // null and any other text send everything. orv_apo::kAborted if a control stopped the sequence
+  // half way.
   virtual HRESULT STDMETHODCALLTYPE WriteControls(IORVOperatingMode* op_mode, BSTR tech_name,
                                                   LONG set_default) = 0;
 };
-ORV_APO_INTERFACE_ID(IKELAPOIntelDSP, 0x18B291C1, 0xBE52, 0x4D5F, 0x9B, 0x06, 0x6D, 0x68, 0x46,
-                     0x80, 0x70, 0xB7);
+ORV_APO_INTERFACE_ID(IKELAPOIntelDSP, 18B291C1, BE52, 4D5F, 9B, 06, 6D, 68, 46, 80, 70, B7);
 
 struct IKELAPOIntelDSP2 : IKELAPOIntelDSP {
+  // Switches processing in the DSP on (not 0) or off (0).
   virtual HRESULT STDMETHODCALLTYPE put_APOEnable(LONG val, LONG set_default) = 0;
+  // One control of the DSP by its exact name. A Broadwell DSP reads some of its controls, a Skylake
+  // module only "VQ3D-Process Enable" (VT_I4, 0 or 1); E_NOTIMPL for others. `value` is initialised
+  // first; the caller clears it.
   virtual HRESULT STDMETHODCALLTYPE get_Property(BSTR prop_name, LONG set_default,
                                                  VARIANT* value) = 0;
+  // Changes one control and what depends on it, in the DSP only: nothing is stored. Controls that
+  // depend on others need a mode to be written first. orv_apo::kAborted if the value cannot be
+  // converted into a block.
   virtual HRESULT STDMETHODCALLTYPE put_Property(BSTR prop_name, LONG set_default,
                                                  VARIANT value) = 0;
+  // Equaliser of a Broadwell DSP: one band for each element, all three arrays of the same length;
+  // gains in dB (VT_R4), quality factors above 0 (VT_R4), frequencies in Hz above 0 (VT_I4). The
+  // first band is a low shelf, the last one a high shelf. kKELAPO_Left is the left channel, any
+  // other member the right one. E_INVALIDARG for arrays that are not such.
   virtual HRESULT STDMETHODCALLTYPE SetPEQ(KELChannel channel, SAFEARRAY* gains_in_db, SAFEARRAY* q,
                                            SAFEARRAY* freq, LONG set_default) = 0;
 };
-ORV_APO_INTERFACE_ID(IKELAPOIntelDSP2, 0xA06A7630, 0xCC48, 0x4368, 0x96, 0x3D, 0x12, 0x1F, 0xB3,
-                     0x7C, 0x27, 0xF8);
+ORV_APO_INTERFACE_ID(IKELAPOIntelDSP2, A06A7630, CC48, 4368, 96, 3D, 12, 1F, B3, 7C, 27, F8);
 
 struct IKELAPOIntelDSP3 : IKELAPOIntelDSP2 {
+  // Works on the Skylake module of another device (its endpoint identifier) from now on; does
+  // nothing while there is a Broadwell DSP. E_FAIL if the device has no such module.
   virtual HRESULT STDMETHODCALLTYPE put_dspDeviceId(LPWSTR device_id) = 0;
 };
-ORV_APO_INTERFACE_ID(IKELAPOIntelDSP3, 0xC0A89B83, 0x0BA3, 0x410B, 0x93, 0x0E, 0x88, 0x8E, 0x57,
-                     0xC7, 0x23, 0xAC);
+ORV_APO_INTERFACE_ID(IKELAPOIntelDSP3, C0A89B83, 0BA3, 410B, 93, 0E, 88, 8E, 57, C7, 23, AC);
 
 struct IKELAPOIntelDSP4 : IKELAPOIntelDSP3 {
+  // Version of this component.
   virtual HRESULT STDMETHODCALLTYPE get_ApoVersion(BSTR* version) = 0;
 };
-ORV_APO_INTERFACE_ID(IKELAPOIntelDSP4, 0x64F755DA, 0xF559, 0x4676, 0x9B, 0xE7, 0x17, 0xD9, 0x47,
-                     0x2D, 0x25, 0x55);
+ORV_APO_INTERFACE_ID(IKELAPOIntelDSP4, 64F755DA, F559, 4676, 9B, E7, 17, D9, 47, 2D, 25, 55);
 
 struct IORVEndpointInfo : IUnknown {
   virtual HRESULT STDMETHODCALLTYPE get_FriendlyName(BSTR* friendly_name) = 0;
@@ -239,50 +279,51 @@ struct IORVEndpointInfo : IUnknown {
   // Key of the processing object's values, relative to HKEY_LOCAL_MACHINE (64-bit view).
   virtual HRESULT STDMETHODCALLTYPE get_RegistryPath(BSTR* reg_path) = 0;
   virtual HRESULT STDMETHODCALLTYPE GetOpModeEnumerator(IORVAPOOpModeEnumerator** e) = 0;
-  // Stores the configuration's default mode as the current one. Always S_OK.
+  // Stores the configuration's default mode as the current one. S_OK also if it could not be
+  // stored.
   virtual HRESULT STDMETHODCALLTYPE SetDefault() = 0;
   // Only modes made by this component; E_FAIL for others and when the mode could not be stored.
   virtual HRESULT STDMETHODCALLTYPE put_OpMode(IORVOperatingMode* mode) = 0;
-  // The current mode, read afresh; orv_apo::kNotFound when the stored one is none of the
-  // configuration's.
+  // The current mode, read afresh; orv_apo::kNotFound if the configuration has no such mode, the
+  // status of its creation if the mode object cannot be made.
   virtual HRESULT STDMETHODCALLTYPE get_OpMode(IORVOperatingMode** mode) = 0;
-  // The configuration type in force; SetConfig reloads with another (E_INVALIDARG above 1, E_FAIL
-  // when it cannot be loaded).
+  // The configuration type that was asked for last; SetConfig reloads with another (E_INVALIDARG
+  // above 1). E_FAIL if it cannot be loaded: until the next successful SetConfig the endpoint then
+  // has no modes, or only those that could be read, and keeps its current and its default mode.
   virtual HRESULT STDMETHODCALLTYPE GetConfig(ORVAPOEndpointConfig* config) = 0;
   virtual HRESULT STDMETHODCALLTYPE SetConfig(ORVAPOEndpointConfig config) = 0;
-  // A new DSP object for this endpoint; its creation status (E_NOTIMPL without a driver) otherwise.
+  // A new Qualcomm DSP object for this endpoint; E_NOTIMPL without a driver.
   virtual HRESULT STDMETHODCALLTYPE GetQCDSPInterface(IORVAPOQCDSP** qc_dsp) = 0;
+  // The configuration's properties as they are now.
   virtual HRESULT STDMETHODCALLTYPE get_config_enum(IORVAPOConfigEnumerator** enumerator) = 0;
 };
-ORV_APO_INTERFACE_ID(IORVEndpointInfo, 0x98D10BCE, 0xADF3, 0x44BF, 0xA1, 0xBF, 0x1B, 0x69, 0x98,
-                     0xB5, 0xF1, 0x3A);
+ORV_APO_INTERFACE_ID(IORVEndpointInfo, 98D10BCE, ADF3, 44BF, A1, BF, 1B, 69, 98, B5, F1, 3A);
 
 struct IORVEndpointInfo2 : IORVEndpointInfo {
+  // A new analysis object, which listens to the endpoint from now on; the audio service's status if
+  // it cannot.
   virtual HRESULT STDMETHODCALLTYPE get_AnalysisData(IAnalysisData** analysis_data) = 0;
 };
-ORV_APO_INTERFACE_ID(IORVEndpointInfo2, 0xA329A711, 0x43CC, 0x4380, 0xB8, 0xF8, 0x35, 0x98, 0x1A,
-                     0xCB, 0x7A, 0xC2);
+ORV_APO_INTERFACE_ID(IORVEndpointInfo2, A329A711, 43CC, 4380, B8, F8, 35, 98, 1A, CB, 7A, C2);
 
 struct IORVEndpointInfo3 : IORVEndpointInfo2 {
   // E_INVALIDARG for any property but kKELAPO_EPProp_Type.
   virtual HRESULT STDMETHODCALLTYPE get_EndpointProp(KELAPOEndpointProperty prop, ULONG* value) = 0;
 };
-ORV_APO_INTERFACE_ID(IORVEndpointInfo3, 0x78B9D9DA, 0x6F1B, 0x4289, 0xB3, 0x6D, 0x54, 0xDF, 0xD6,
-                     0x42, 0x74, 0x02);
+ORV_APO_INTERFACE_ID(IORVEndpointInfo3, 78B9D9DA, 6F1B, 4289, B3, 6D, 54, DF, D6, 42, 74, 02);
 
 struct IORVEndpointInfo4 : IORVEndpointInfo3 {
   // 1 or 0 with S_OK; S_FALSE when no codec vendor's state could decide (the value then means
   // nothing).
   virtual HRESULT STDMETHODCALLTYPE get_HeadsetConnected(LONG* connected) = 0;
 };
-ORV_APO_INTERFACE_ID(IORVEndpointInfo4, 0xEAAA0127, 0x10D7, 0x4A4C, 0xA6, 0xB6, 0x89, 0x39, 0x8F,
-                     0x83, 0x50, 0x17);
+ORV_APO_INTERFACE_ID(IORVEndpointInfo4, EAAA0127, 10D7, 4A4C, A6, B6, 89, 39, 8F, 83, 50, 17);
 
 struct IORVEndpointInfo5 : IORVEndpointInfo4 {
+  // A new Intel DSP object for this endpoint; E_FAIL if it has no such DSP.
   virtual HRESULT STDMETHODCALLTYPE GetIntelInterface(IKELAPOIntelDSP** intel_dsp) = 0;
 };
-ORV_APO_INTERFACE_ID(IORVEndpointInfo5, 0x84ADF59C, 0xEBA7, 0x4D50, 0xB1, 0xDE, 0x61, 0x0D, 0x91,
-                     0xEC, 0xD5, 0x60);
+ORV_APO_INTERFACE_ID(IORVEndpointInfo5, 84ADF59C, EBA7, 4D50, B1, DE, 61, 0D, 91, EC, D5, 60);
 
 struct IORVEndpointEnumerator : IUnknown {
   // The next endpoint of the snapshot taken when the enumerator was made; S_FALSE at the end. An
@@ -294,8 +335,7 @@ struct IORVEndpointEnumerator : IUnknown {
   virtual HRESULT STDMETHODCALLTYPE GetEndpointFromDevice(BSTR device_id,
                                                           IORVEndpointInfo** device) = 0;
 };
-ORV_APO_INTERFACE_ID(IORVEndpointEnumerator, 0x4164DCD3, 0x8F64, 0x43B2, 0xB5, 0x64, 0xA4, 0xF7,
-                     0xD1, 0xEC, 0xDC, 0x98);
+ORV_APO_INTERFACE_ID(IORVEndpointEnumerator, 4164DCD3, 8F64, 43B2, B5, 64, A4, F7, D1, EC, DC, 98);
 
 struct IORVAPOSystem : IUnknown {
   // A fresh scan of the machine's active render endpoints; orv_apo::kNotInitialized before
@@ -305,16 +345,14 @@ struct IORVAPOSystem : IUnknown {
   // changes nothing and answers orv_apo::kAlreadyInitialized.
   virtual HRESULT STDMETHODCALLTYPE InitializeSystem(BSTR apo_path) = 0;
 };
-ORV_APO_INTERFACE_ID(IORVAPOSystem, 0xBC639F8B, 0x1C5D, 0x4DCC, 0xBB, 0x7F, 0x93, 0xED, 0xC4, 0xFF,
-                     0x3C, 0xBA);
+ORV_APO_INTERFACE_ID(IORVAPOSystem, BC639F8B, 1C5D, 4DCC, BB, 7F, 93, ED, C4, FF, 3C, BA);
 
 // In the type library only; no class implements it.
 struct IUpdateRegistrySettings : IUnknown {
   virtual HRESULT STDMETHODCALLTYPE Save() = 0;
   virtual HRESULT STDMETHODCALLTYPE Load() = 0;
 };
-ORV_APO_INTERFACE_ID(IUpdateRegistrySettings, 0x7371A5CF, 0xD48D, 0x42A4, 0x8D, 0x97, 0xBB, 0x92,
-                     0x18, 0x7A, 0xCF, 0xC8);
+ORV_APO_INTERFACE_ID(IUpdateRegistrySettings, 7371A5CF, D48D, 42A4, 8D, 97, BB, 92, 18, 7A, CF, C8);
 
 // ---- exports of the component, to be found by name in the loaded library
 

@@ -57,7 +57,8 @@ class ORVAPOPublicSettings : public IORVPropertySetNotify {
   // Installs (null removes) the listener and switches the registry watch with it. Safe to call from
   // the listener itself. When this returns on another thread, an earlier listener is not called any
   // more. While another thread is switching the watch, that thread does this switch too, and the
-  // result is true.
+  // result is true. A replaced listener that is still being called after 5 s is given up: the watch
+  // thread is terminated with the locks that it holds.
   virtual bool SetNotifyTarget(IORVSettingsNotify* target);
   virtual bool DeleteValue();
 

@@ -74,25 +74,6 @@ TEST_F(ComponentTest, ExactlyFiveNamesAreExported) {
                                              "DllRegisterServer", "DllUnregisterServer"}));
 }
 
-TEST_F(ComponentTest, WholeRequestLeavesTheLibraryUnloadable) {
-  UseMachine("Windows Registry Editor Version 5.00\n");
-  const auto can_unload = Export<ORVDllCanUnloadNow>("DllCanUnloadNow");
-  EXPECT_EQ(can_unload(), S_OK);
-  {
-    ComPtr<IClassFactory> factory;
-    ASSERT_EQ(GetFactory(factory), S_OK);
-    ComPtr<IORVAPOSystem> system;
-    ASSERT_EQ(factory->CreateInstance(nullptr, IID_IORVAPOSystem, system.PutVoid()), S_OK);
-    EXPECT_EQ(can_unload(), S_FALSE);
-    EXPECT_EQ(system->InitializeSystem(nullptr), S_OK);
-    ComPtr<IORVEndpointEnumerator> endpoints;
-    ASSERT_EQ(system->EnumerateORVEndpoints(endpoints.Put()), S_OK);
-    ComPtr<IORVEndpointInfo> endpoint;
-    EXPECT_EQ(endpoints->Next(endpoint.Put()), S_FALSE);
-  }
-  EXPECT_EQ(can_unload(), S_OK);
-}
-
 // The host keeps the library although it may unload it, as the platform does for some minutes.
 TEST_F(ComponentTest, ConfigurationIsReadOnceHoweverOftenTheHostMayUnload) {
   const std::filesystem::path sample = ORV_SAMPLE_MACHINE;

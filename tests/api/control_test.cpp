@@ -29,6 +29,8 @@ class ControlTest : public ApiTest {
 
 TEST_F(ControlTest, TechnologyLibraryDescribesControls) {
   const auto mode = Mode(Endpoint());
+  // Another system's library changes nothing for this one.
+  EXPECT_EQ(Create<IORVAPOSystem>(CLSID_ORVAPOSystem)->InitializeSystem(Bstr(L"C:\\x")), S_OK);
   EXPECT_EQ(Describe(Control(mode, L"VQ3D-Main Tech")),
             (Description{L"VQ3D-Main Tech", ORV_QVT_SCALE_ENUM, 0, 5}));
   EXPECT_EQ(Describe(Control(mode, L"Left:VQ3D-Headroom Gain")),
@@ -52,6 +54,16 @@ TEST_F(ControlTest, ChoicesArePositionsButStoredAsText) {
   }
   EXPECT_EQ(control->put_Value(0), S_OK);
   EXPECT_EQ(ValueOf(Control(Mode(Endpoint()), L"VQ3D-Main Tech")), 0);
+}
+
+// It has choices, but its own value is none of them.
+TEST_F(ControlTest, ControlConfiguredByNumberDoesNotReadChoices) {
+  std::string by_number = kTwoModes;
+  AddEndpoint(kHeadphones, by_number.replace(by_number.find("VQ3D-AMHD"), 9, "2"));
+  const auto control = Control(Mode(Endpoint(kHeadphones)), L"VQ3D-Main Tech");
+  EXPECT_EQ(ValueOf(control), 2);
+  EXPECT_EQ(control->put_Value(4), S_OK);
+  EXPECT_EQ(ValueOf(control), -1);
 }
 
 TEST_F(ControlTest, OnlyPublicControlsHaveAValue) {
@@ -84,16 +96,12 @@ TEST_F(ControlTest, NumbersAreStoredAsTheyAreUnlessTheWriteIsRefused) {
   EXPECT_TRUE(log.Contains(L"| CORVOperatingMode::GetValue |  VQ3D-DPHD Level: 1000000\n"));
 }
 
-TEST_F(ControlTest, MissingOutParametersAreRefused) {
-  const auto control = Control(Mode(Endpoint()), L"Nobody's");
+TEST_F(ControlTest, ControlWithoutAModeOrOutParametersFailsCleanly) {
+  const auto control = Create<IORVAPOControl>(CLSID_ORVAPOCOMControl);
   EXPECT_THAT((Answers{control->get_DisplayValue(nullptr), control->get_Scale(nullptr),
                        control->get_MinValue(nullptr), control->get_MaxValue(nullptr),
                        control->get_Value(nullptr)}),
               Each(E_POINTER));
-}
-
-TEST_F(ControlTest, ControlWithoutAModeFailsCleanly) {
-  const auto control = Create<IORVAPOControl>(CLSID_ORVAPOCOMControl);
   BSTR text = Poison<wchar_t>();
   auto scale = ORV_QVT_SCALE_DB;
   LONG number = kPoisonedNumber;

@@ -148,23 +148,26 @@ TEST_F(EndpointTest, ConfigurationTypeChoosesTheModes) {
   EXPECT_EQ(NameOf(*mode), kMovie);
 }
 
-TEST_F(EndpointTest, FailedReloadKeepsTheDefaultMode) {
-  AddEndpoint(kHeadphones,
-              "<orv_configuration><properties>"
-              "<control name='ZAPO3-Operating Mode'>Music</control>"
-              "<control name='ZAPO3-Speaker Type'>Internal</control></properties>"
-              "<operating_mode><control name='ZAPO3-Operating Mode'>Music</control>"
-              "<control name='ZAPO3-Speaker Type'>Internal</control></operating_mode>"
-              "<operating_mode selector='dsp'/></orv_configuration>");
+TEST_F(EndpointTest, FailedReloadKeepsTheCurrentAndTheDefaultMode) {
+  const auto mode = [](const std::string& name, const std::string& attributes = "") {
+    return "<operating_mode " + attributes + "><control name='ZAPO3-Operating Mode'>" + name +
+           "</control><control name='ZAPO3-Speaker Type'>Internal</control></operating_mode>";
+  };
+  AddEndpoint(kHeadphones, "<orv_configuration><properties>x</properties>" + mode("Music") +
+                               mode("Movie") + mode("Movie", "selector='dsp'") +
+                               "<operating_mode selector='dsp'/></orv_configuration>");
   const auto endpoint = Endpoint(kHeadphones);
-  const auto before = Mode(endpoint, kMusic);
+  EXPECT_EQ(endpoint->put_OpMode(Mode(endpoint, kMovie).get()), S_OK);
+  EXPECT_EQ(machine_.CreateKey(ApoKey(kHeadphones))->DeleteValue(L"OrvApoCurrOpMode"), kRegOk);
   EXPECT_EQ(endpoint->SetConfig(kORVAPO_EPCfg_DSP), E_FAIL);
+  auto config = kORVAPO_EPCfg_None;
+  EXPECT_EQ(endpoint->GetConfig(&config), S_OK);
+  EXPECT_EQ(config, kORVAPO_EPCfg_DSP);
+  EXPECT_EQ(CurrentMode(endpoint), kMovie);
   EXPECT_EQ(endpoint->SetDefault(), S_OK);
-  EXPECT_EQ(CurrentMode(endpoint), L"(not found)");  // no mode could be read
-  EXPECT_EQ(endpoint->put_OpMode(before.get()), S_OK);
+  EXPECT_EQ(CurrentMode(endpoint), L"(not found)");  // what could be read has no such mode
   EXPECT_EQ(endpoint->SetConfig(kORVAPO_EPCfg_None), S_OK);
   EXPECT_EQ(CurrentMode(endpoint), kMusic);
-  EXPECT_EQ(machine_.Image(ApoKey(kHeadphones), L"OrvApoCurrOpMode").size(), 2U);
 }
 
 TEST_F(EndpointTest, RegistryKeyIsMadeWhenTheEndpointIsOpened) {
@@ -182,16 +185,6 @@ TEST_F(EndpointTest, RegistryKeyIsMadeWhenTheEndpointIsOpened) {
   machine_->faults().FailAlways("registry.create_key", kRegAccessDenied);
   EXPECT_EQ(endpoints->Next(endpoint.Put()), S_OK);
   EXPECT_TRUE(log.Contains(L"reg key creation: 0x5, 0\n"));
-}
-
-TEST_F(EndpointTest, AbsentDspGivesNothing) {
-  const auto endpoint = Endpoint();
-  auto* qualcomm = Poison<IORVAPOQCDSP>();
-  auto* intel = Poison<IKELAPOIntelDSP>();
-  EXPECT_EQ(endpoint->GetQCDSPInterface(&qualcomm), E_NOTIMPL);
-  EXPECT_EQ(qualcomm, nullptr);
-  EXPECT_EQ(endpoint->GetIntelInterface(&intel), E_FAIL);
-  EXPECT_EQ(intel, nullptr);
 }
 
 }  // namespace

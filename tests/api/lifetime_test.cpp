@@ -75,85 +75,63 @@ TEST_F(LifetimeTest, ObjectsMayBeReleasedInAnyOrder) {
   }
 }
 
-// One thread for each work, all at the same time. Braces make the works in their order.
-struct Together {
-  template <class... Works>
-  explicit Together(Works... works) {
-    std::vector<std::thread> threads;
-    (threads.emplace_back(std::move(works)), ...);
-    for (std::thread& thread : threads) thread.join();
-  }
-};
-
 // Counts that are lost keep the library loaded, or end an object too early.
 TEST_F(LifetimeTest, RelatedObjectsMayBeUsedByDifferentThreads) {
   AddEndpoint(kHeadphones, kTwoModes);
   auto endpoint = Endpoint();
   auto mode = Mode(endpoint);
-  const auto change = [](const ComPtr<IORVAPOControlEnumerator2>& controls, const wchar_t* name) {
-    ComPtr<IORVAPOControl> control;
-    for (LONG round = 0; round < 60000; ++round) {
-      EXPECT_EQ(controls->GetControlFromName(Bstr(name), control.Put()), S_OK);
-      if (round % 64 != 0) continue;
-      EXPECT_EQ(control->put_Value(round % 3), S_OK);
-      for (int again = 0; again < 16; ++again) EXPECT_EQ(ValueOf(control), round % 3);
-    }
-  };
-  const auto walk = [](const ComPtr<IORVAPOConfigEnumerator>& properties) {
-    ComPtr<IORVAPOConfigProperty> property;
-    for (int round = 0; round < 300; ++round)
-      EXPECT_EQ(properties->get_ConfigProperty(Bstr(L"Product Name"), property.Put()), S_OK);
-  };
   ComPtr<IORVAPOConfigEnumerator> properties;
   EXPECT_EQ(endpoint->get_config_enum(properties.Put()), S_OK);
+  std::vector<std::thread> threads;
   // Each object moves to the thread that uses it, and ends there.
-  Together{[&, mine = Controls(mode)] { change(mine, L"VQ3D-Main Tech"); },
-           [&, mine = Controls(mode)] { change(mine, L"VQ3D-DPHD Level"); },
-           [&, mine = std::exchange(properties, {})] { walk(mine); },
-           [mine = Mode(endpoint, kMusic)] {
-             LONG enabled = 0;
-             for (int round = 0; round < 100; ++round) {
-               EXPECT_EQ(mine->put_APOEnable(1), S_OK);
-               EXPECT_EQ(mine->get_APOEnable(&enabled), S_OK);
-             }
-           },
-           [mine = std::exchange(mode, {})] {
-             for (int round = 0; round < 2000; ++round) Controls(mine);
-           },
-           [mine = std::exchange(endpoint, {})] {
-             for (int round = 0; round < 100; ++round) NameOf(*Mode(mine));
-           },
-           [] {
-             for (int round = 0; round < 20; ++round) NameOf(*Mode(Endpoint(kHeadphones)));
-           }};
+  for (const wchar_t* name : {L"VQ3D-Main Tech", L"VQ3D-DPHD Level"}) {
+    threads.emplace_back([name, mine = Controls(mode)] {
+      ComPtr<IORVAPOControl> control;
+      for (LONG round = 0; round < 60000; ++round) {
+        EXPECT_EQ(mine->GetControlFromName(Bstr(name), control.Put()), S_OK);
+        if (round % 64 != 0) continue;
+        EXPECT_EQ(control->put_Value(round % 3), S_OK);
+        for (int again = 0; again < 16; ++again) EXPECT_EQ(ValueOf(control), round % 3);
+      }
+    });
+  }
+  threads.emplace_back([mine = std::exchange(properties, {})] {
+    ComPtr<IORVAPOConfigProperty> property;
+    for (int round = 0; round < 300; ++round)
+      EXPECT_EQ(mine->get_ConfigProperty(Bstr(L"Product Name"), property.Put()), S_OK);
+  });
+  threads.emplace_back([mine = Mode(endpoint, kMusic)] {
+    for (int round = 0; round < 100; ++round) EXPECT_EQ(mine->put_APOEnable(1), S_OK);
+  });
+  threads.emplace_back([mine = std::exchange(mode, {})] {
+    for (int round = 0; round < 2000; ++round) Controls(mine);
+  });
+  threads.emplace_back([mine = std::exchange(endpoint, {})] {
+    for (int round = 0; round < 100; ++round) NameOf(*Mode(mine));
+  });
+  threads.emplace_back([] {
+    for (int round = 0; round < 20; ++round) NameOf(*Mode(Endpoint(kHeadphones)));
+  });
+  for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(Stored(kMovie, L"VQ3D-DPHD Level"), "1");
 }
 
 TEST_F(LifetimeTest, IntelDspObjectsOfDifferentThreadsTakeTurns) {
-  const auto work = [this] {
+  const auto work = [] {
     const auto endpoint = Endpoint();
     for (int round = 0; round < 30; ++round) {
       ComPtr<IKELAPOIntelDSP> dsp;
       ASSERT_EQ(endpoint->GetIntelInterface(dsp.Put()), S_OK);  // replaces what the others use
-      BSTR name = nullptr;
-      BSTR version = nullptr;
-      EXPECT_EQ(dsp->GetModuleInfo(&name, &version), S_OK);
-      TakeText(name);
-      TakeText(version);
+      BYTE version = 0;
+      BYTE features = 0;
+      EXPECT_EQ(dsp->GetAPIVersion(&version, &features), S_OK);
       EXPECT_EQ(dsp.As<IKELAPOIntelDSP2>()->put_APOEnable(1, 0), S_OK);
     }
   };
-  Together{work, work};
+  std::thread other(work);
+  work();
+  other.join();
 }
-
-// An object that parts belong to.
-class Outer final : public IUnknown {
- public:
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
-  ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
-  ULONG STDMETHODCALLTYPE Release() override { return --references; }
-  ULONG references = 1;
-};
 
 TEST_F(LifetimeTest, ObjectsThatClientsMakeCanBePartsOfOthers) {
   const std::pair<CLSID, IID> classes[] = {
@@ -164,14 +142,15 @@ TEST_F(LifetimeTest, ObjectsThatClientsMakeCanBePartsOfOthers) {
       {CLSID_KELAPOIntelDSP, IID_IKELAPOIntelDSP4},
       {CLSID_ORVAPOQCDSP, IID_IORVAPOQCDSP}};
   for (const auto& [class_id, iid] : classes) {
-    Outer outer;
+    const auto outer = Create<IORVAPOConfigProperty>(CLSID_ORVAPOConfigProperty);
     ComPtr<IClassFactory> factory;
     ComPtr<IUnknown> inner;
     ComPtr<IUnknown> part;
     EXPECT_EQ(DllGetClassObject(class_id, IID_IClassFactory, factory.PutVoid()), S_OK);
-    ASSERT_EQ(factory->CreateInstance(&outer, IID_IUnknown, inner.PutVoid()), S_OK);
+    ASSERT_EQ(factory->CreateInstance(outer.get(), IID_IUnknown, inner.PutVoid()), S_OK);
     ASSERT_EQ(inner->QueryInterface(iid, part.PutVoid()), S_OK);
-    EXPECT_EQ(outer.references, 2U);
+    outer->AddRef();
+    EXPECT_EQ(outer->Release(), 2U);  // the part counts where it belongs
   }
 }
 
@@ -257,6 +236,29 @@ TEST_F(OutOfMemoryTest, CreationAndWalkingLoseNothing) {
     const HRESULT status = endpoint->get_config_enum(properties.Put());
     return status == S_OK ? properties->Next(property) : status;
   });
+}
+
+// Items of a walk in which each call fails once before it succeeds.
+template <class Item, class Enumerator>
+std::size_t CountWithFailures(Enumerator& enumerator) {
+  for (std::size_t count = 0;; ++count) {
+    ComPtr<Item> item;
+    {
+      const FailingAllocations failing(1);
+      const HRESULT status = enumerator.Next(item.Put());
+      if (status == S_FALSE) return count;
+      EXPECT_EQ(status, E_OUTOFMEMORY);
+    }
+    EXPECT_EQ(enumerator.Next(item.Put()), S_OK);
+  }
+}
+
+TEST_F(OutOfMemoryTest, EnumeratorsOfControlsAndPropertiesStayWhereTheyAre) {
+  const auto endpoint = Endpoint();
+  ComPtr<IORVAPOConfigEnumerator> properties;
+  ASSERT_EQ(endpoint->get_config_enum(properties.Put()), S_OK);
+  EXPECT_EQ(CountWithFailures<IORVAPOConfigProperty>(*properties), 3U);
+  EXPECT_EQ(CountWithFailures<IORVAPOControl>(*Controls(Mode(endpoint))), 4U);
 }
 
 TEST_F(OutOfMemoryTest, ChangesLoseNothing) {

@@ -1,6 +1,5 @@
 // Registration: what is written for the machine or the user, and what is left when it is taken
 // back.
-#include "api/registration_scripts.h"
 #include "api_fixture.h"
 #include "platform/dynamic_library.h"
 #include "platform/guid_text.h"
@@ -67,18 +66,6 @@ class RegistrationTest : public ApiTest {
   }
 };
 
-TEST_F(RegistrationTest, ClassTableAndScriptsAgree) {
-  const auto classes = ClassTable();
-  ASSERT_EQ(classes.size(), std::size(kRegistered));
-  for (std::size_t row = 0; row < classes.size(); ++row) {
-    EXPECT_EQ(*classes[row].class_id, kRegistered[row].class_id);
-    const auto script = RegistrationScript(classes[row].script);
-    ASSERT_TRUE(script);
-    EXPECT_NE(WideFromUtf8(*script).find(GuidText(*classes[row].class_id)), std::wstring::npos);
-  }
-  EXPECT_FALSE(RegistrationScript(107));
-}
-
 TEST_F(RegistrationTest, EveryClassIsRegisteredAndTakenBack) {
   EXPECT_EQ(DllRegisterServer(), S_OK);
   ExpectRegistered(RegRoot::ClassesRoot, L"");
@@ -127,10 +114,8 @@ TEST_F(RegistrationTest, FirstFailureEndsTheRegistration) {
 
 TEST_F(RegistrationTest, ClassesWithoutFactoryAreNotAvailable) {
   EXPECT_EQ(DllGetClassObject(CLSID_ORVAPOSystem, IID_IClassFactory, nullptr), E_POINTER);
-  for (const CLSID& class_id :
-       {CLSID_ORVOperatingMode, CLSID_AnalysisData, CLSID_ORVCOMEndpointInfo,
-        CLSID_ORVAPOControlEnumerator, CLSID_ORVAPOOpModeEnumerator, CLSID_ORVEndpointEnumerator,
-        CLSID_RegistrySettings, GUID_NULL}) {
+  for (const CLSID& class_id : {CLSID_ORVOperatingMode, CLSID_AnalysisData,
+                                CLSID_ORVCOMEndpointInfo, CLSID_RegistrySettings, GUID_NULL}) {
     void* factory = Poison<void>();
     EXPECT_EQ(DllGetClassObject(class_id, IID_IClassFactory, &factory), CLASS_E_CLASSNOTAVAILABLE);
     EXPECT_EQ(factory, nullptr);

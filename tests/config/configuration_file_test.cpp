@@ -9,6 +9,7 @@
 
 #include "config/control_lists.h"
 #include "platform/simulated/simulated_machine.h"
+#include "support/diagnostic_log.h"
 #include "support/temporary_folder.h"
 
 namespace orv {
@@ -46,14 +47,21 @@ class ConfigurationFile : public testing::Test {
 };
 
 TEST_F(ConfigurationFile, LoadFillsEverythingAndLoadingAgainReplacesIt) {
-  Write("a.xml", Configuration(Mode("Movie", "Internal", "", "<control name='c'>1</control>") +
+  Write("a.xml", Configuration(Mode("Movie", "Internal", "",
+                                    "<control name='c'>1</control>"
+                                    "<chain_v2 position='EFX'><process tech_id='eq'/></chain_v2>") +
                                Mode("Game", "Internal", "selector='dsp'")));
+  const DiagnosticLog log;
   ASSERT_EQ(Load(L"C:\\a.xml"), kConfigLoaded);
   EXPECT_EQ(file_.GetProductName(), L"Panel");
   EXPECT_EQ(file_.GetEndpointConfig(), 0U);
   EXPECT_EQ(Default(), L"ApoOpMode:Movie/Internal");
   ASSERT_EQ(file_.GetModes().size(), 1U);
   const auto movie = file_.GetModes()[0];
+  EXPECT_THAT(movie->GetChainDefinition().chains(), IsEmpty());
+  ORVAPOConfigurationFile with_chains(*machine_);
+  ASSERT_EQ(with_chains.Load(L"C:\\a.xml", 0, 3), kConfigLoaded);
+  EXPECT_EQ(with_chains.GetModes()[0]->GetChainDefinition().chains().size(), 1U);
 
   ASSERT_EQ(Load(L"C:\\a.xml", 1), kConfigLoaded);
   EXPECT_EQ(Default(), L"ApoOpMode:Game/Internal");
@@ -65,6 +73,9 @@ TEST_F(ConfigurationFile, LoadFillsEverythingAndLoadingAgainReplacesIt) {
   EXPECT_THAT(file_.GetModes(), IsEmpty());
   EXPECT_EQ(Default(), L"ApoOpMode:Game/Internal");
   EXPECT_THAT(Texts(movie->GetDefaultControls()), ElementsAre(Pair("c", "1")));
+  EXPECT_EQ(log.Count(L"| ORVAPOConfigurationFile::Load | pXML->load 1\n"), 3U);
+  EXPECT_EQ(log.Count(L"| ORVAPOConfigurationFile::Load | pXML->get_documentElement 0x"), 3U);
+  EXPECT_EQ(log.Count(L"| ORVAPOConfigurationFile::Load | pXML->load 0\n"), 1U);
 }
 
 TEST_F(ConfigurationFile, ReadOnceForEachMachineAndPath) {
@@ -101,9 +112,13 @@ TEST_F(ConfigurationFile, PropertiesNameTheDefaultModeWhetherOrNotItExists) {
   Write("b.xml", Configuration("", "<control name='ZAPO3-Operating Mode'>Game</control>"));
   ASSERT_EQ(Load(L"C:\\a.xml"), kConfigLoaded);
   EXPECT_EQ(Default(), L"ApoOpMode:Game/External");
+  const DiagnosticLog log;
   EXPECT_EQ(Load(L"C:\\b.xml"), kConfigLoaded);
   EXPECT_EQ(Default(), L"ApoOpMode:Game/ZAPO3-Disabled");
   EXPECT_FALSE(file_.SetDefaultMode());
+  EXPECT_EQ(log.Count(L"| ORVAPOConfigurationFile::SetDefaultMode | SetDefaultMode returning "
+                      L"false...no modes available.\n"),
+            2U);
 }
 
 class ModeSearch : public ConfigurationFile {

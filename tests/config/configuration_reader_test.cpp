@@ -35,13 +35,26 @@ struct Reading {
   }
 };
 
+// Names of the modes' keys, each with the number of its chains.
+std::vector<std::pair<std::wstring, std::size_t>> Keys(const ConfigurationContent& content) {
+  std::vector<std::pair<std::wstring, std::size_t>> keys;
+  for (const auto& mode : content.modes)
+    keys.emplace_back(mode->GetModeKey().GetModeName(), mode->GetChainDefinition().chains().size());
+  return keys;
+}
+
 Reading Read(const std::string& xml, std::uint32_t type = 0, std::uint32_t location = 0) {
-  tinyxml2::XMLDocument document;
-  document.Parse(xml.c_str());
+  const auto document = std::make_shared<tinyxml2::XMLDocument>();
+  document->Parse(xml.c_str());
   Reading reading;
   reading.status =
-      ReadConfiguration(document, type, location, reading.content,
+      ReadConfiguration(*document, type, location, reading.content,
                         [&](ConfigurationRemark one) { reading.remarks.push_back(one); });
+  // The reader that takes a mode's content only when it is asked for finds the same.
+  ConfigurationContent deferred;
+  DecodeDocument(*document);
+  EXPECT_EQ(ReadConfigurationDeferred(document, type, location, deferred), reading.status) << xml;
+  EXPECT_EQ(Keys(deferred), Keys(reading.content)) << xml;
   return reading;
 }
 
@@ -58,6 +71,9 @@ std::string WithMode(const std::string& content, const std::string& attributes =
 TEST(ConfigurationReader, StatusFollowsTheElementsInDocumentOrder) {
   const std::string good = std::string("<operating_mode>") + kMovieKey + "</operating_mode>";
   const std::string bad = "<operating_mode/>";
+  const std::string public_key =
+      "<operating_mode><control name='ZAPO3-Operating Mode' public='true'>Movie</control>"
+      "<control name='ZAPO3-Speaker Type'>Internal</control></operating_mode>";
   const std::string properties = "<properties><control name='a'>1</control></properties>";
   struct Case {
     std::string xml;
@@ -75,6 +91,7 @@ TEST(ConfigurationReader, StatusFollowsTheElementsInDocumentOrder) {
            Case{InRoot("<properties><!-- none --></properties>"), 0, 0},
            Case{InRoot(properties + bad), 3, 0},
            Case{InRoot(bad + properties), 0, 0},
+           Case{InRoot(properties + public_key), 3, 0},
            Case{InRoot(properties + bad + good), 3, 1},
            Case{InRoot(properties + good + "<properties/>"), 2, 1},
        }) {

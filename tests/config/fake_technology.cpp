@@ -1,5 +1,4 @@
-// A small technology library. WITHOUT_ENUMERATION and WITHOUT_DESTRUCTION leave out one export
-// each.
+// A small technology library. WITHOUT_DESTRUCTION leaves out one export.
 #include <cstdlib>
 #include <string_view>
 
@@ -27,6 +26,7 @@ std::int32_t Give(const TechnologyControlRecord (&all)[Count],
 }
 
 std::int32_t NoRecords(TechnologyProcess*, const TechnologyControlRecord**) { return 0; }
+std::int32_t FewerThanNone(TechnologyProcess*, const TechnologyControlRecord**) { return -1; }
 std::int32_t Surround(TechnologyProcess*, const TechnologyControlRecord** records) {
   return Give(kSurroundRecords, records);
 }
@@ -39,6 +39,8 @@ const Table kSurroundTable = {nullptr, nullptr, nullptr,    nullptr,
                               nullptr, nullptr, Definition, Surround};
 const Table kDefinitionTable = {nullptr, nullptr, nullptr,    nullptr,
                                 nullptr, nullptr, Definition, NoRecords};
+const Table kConfusedTable = {nullptr, nullptr, nullptr,    nullptr,
+                              nullptr, nullptr, Definition, FewerThanNone};
 // A process that outlives the library ends the test program.
 struct LiveProcesses {
   ~LiveProcesses() {
@@ -51,11 +53,10 @@ struct LiveProcesses {
 
 extern "C" {
 
-#ifndef WITHOUT_ENUMERATION
 void ORVTechEnumProcesses(orv::ORVTechEnumCallback callback, void* context) {
-  for (const char* name : {"Surround", "Refused", "Definition"}) callback(name, context);
+  for (const char* name : {"Surround", "Refused", "Definition", "Confused"})
+    callback(name, context);
 }
-#endif
 
 bool ORVTechCreateProcess(const char* process_name, TechnologyProcess** process) {
   const std::string_view name = process_name;
@@ -63,6 +64,7 @@ bool ORVTechCreateProcess(const char* process_name, TechnologyProcess** process)
   if (name == "Refused") *process = reinterpret_cast<TechnologyProcess*>(&live);
   if (name == "Surround") *process = new TechnologyProcess{kSurroundTable};
   if (name == "Definition") *process = new TechnologyProcess{kDefinitionTable};
+  if (name == "Confused") *process = new TechnologyProcess{kConfusedTable};
   if (name == "Refused" || *process == nullptr) return false;
   ++live.count;
   return true;

@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <functional>
-#include <thread>
 
 #include "config/control_lists.h"
 #include "platform/simulated/simulated_machine.h"
@@ -32,17 +30,12 @@ std::wstring CurrentMode(ORVAPOModeSelector& selector, bool expected_result) {
 
 class Listener : public IORVModeNotify {
  public:
-  explicit Listener(std::function<void()> action = {}) : action_(std::move(action)) {}
   void OnModeChanged() override {
-    if (action_) action_();
     ++calls;
     called.Set();
   }
   Event called{Event::Kind::AutoReset};
   std::atomic<int> calls{0};
-
- private:
-  std::function<void()> action_;
 };
 
 class ModeSelector : public testing::Test {
@@ -145,55 +138,6 @@ TEST_F(ModeSelector, ReadingTheModeDoesNotHideAForeignChangeFromTheListener) {
   EXPECT_EQ(CurrentMode(selector_, true), L"ApoOpMode:Music/External");
   EXPECT_GE(listener.calls, 1);
   EXPECT_TRUE(selector_.SetNotifyTarget(nullptr));
-}
-
-TEST_F(ModeSelector, ListenerMayUseTheSelectorAndRemoveItself) {
-  std::wstring seen;
-  bool removed = false;
-  Listener listener([&] {
-    ORVAPOModeKey key;
-    selector_.GetCurrentMode(key);
-    seen = key.GetModeName();
-    removed = selector_.SetNotifyTarget(nullptr);
-  });
-  ASSERT_TRUE(selector_.Init(kSpeakersKey, kMovie));
-  ASSERT_TRUE(selector_.SetNotifyTarget(&listener));
-  ChangeElsewhere(kSpeakersKey, kMusic);
-  ASSERT_TRUE(listener.called.Wait(kDeadline));
-  ASSERT_TRUE(selector_.SetNotifyTarget(nullptr));
-  EXPECT_TRUE(removed);
-  EXPECT_EQ(seen, L"ApoOpMode:Music/External");
-
-  ASSERT_TRUE(selector_.SetNotifyTarget(&listener));
-  ASSERT_TRUE(selector_.SetCurrentMode(kMovie));
-  EXPECT_EQ(listener.calls, 2);  // the second text was changed without a listener
-  EXPECT_EQ(CurrentMode(selector_, true), L"ApoOpMode:Movie/Internal");
-}
-
-TEST_F(ModeSelector, RemovalWaitsForTheListenerAndIsFinal) {
-  Event entered{Event::Kind::ManualReset};
-  Event release{Event::Kind::ManualReset};
-  std::atomic<bool> inside{false};
-  Listener listener([&] {
-    inside = true;
-    entered.Set();
-    release.Wait(kDeadline);
-    ORVAPOModeKey key;
-    selector_.GetCurrentMode(key);
-    inside = false;
-  });
-  ASSERT_TRUE(selector_.Init(kSpeakersKey, kMovie));
-  ASSERT_TRUE(selector_.SetNotifyTarget(&listener));
-  ChangeElsewhere(kSpeakersKey, Key("Music", "Internal"));
-  ASSERT_TRUE(entered.Wait(kDeadline));
-  std::thread remover([&] {
-    EXPECT_TRUE(selector_.SetNotifyTarget(nullptr));
-    EXPECT_FALSE(inside);
-  });
-  release.Set();
-  remover.join();
-  ChangeElsewhere(kSpeakersKey, kMusic);
-  EXPECT_EQ(listener.calls, 1);
 }
 
 }  // namespace

@@ -150,6 +150,11 @@ TEST(EndpointLoad, NeedsADeviceWithAnIdentifierAndKeys) {
   EXPECT_TRUE(info.Load());
   EXPECT_EQ(info.guid_text(), kHeadphones);
 
+  // Any of the three keys is enough.
+  machine.CreateKey(EffectsKey(kSpeakers));
+  EXPECT_TRUE(info.Attach(machine.Device(EndpointMachine::DeviceId(kSpeakers)).get(), true));
+  machine->registry().DeleteTree(RegRoot::LocalMachine, EffectsKey(kSpeakers));
+
   machine.AddSpeakers(kMicrophone).id = kMicrophone;  // without dot: the guid itself
   EXPECT_TRUE(info.Attach(machine.Device(kMicrophone).get(), true));
   EXPECT_EQ(info.guid_text(), kMicrophone);
@@ -199,10 +204,14 @@ TEST_F(EndpointFiles, PresetsOfTheSubsystemReplaceTheDefaultConfiguration) {
   EXPECT_EQ(Chosen(), Data(L"presets_10EC12AB.xml"));
   machine_.SetText(PropertiesKey(kSpeakers), kDataFolderValue, L"D:\\Own");
   EXPECT_EQ(Chosen(), Data(L"presets_10EC12AB.xml")) << "not from the endpoint's own data folder";
-  machine_.SetText(EffectsKey(kSpeakers), kEndpointEffectValue, kEffect);
-  EXPECT_EQ(Chosen(), kDefaultConfigFile);
   Create("presets_10EC12AB_81.xml");
-  EXPECT_EQ(Chosen(), Data(L"presets_10EC12AB_81.xml"));
+  for (const wchar_t* effect : {kModeEffectValue, kEndpointEffectValue}) {
+    EXPECT_EQ(Chosen(), Data(L"presets_10EC12AB.xml"));
+    machine_.SetText(EffectsKey(kSpeakers), effect, kEffect);
+    EXPECT_EQ(Chosen(), Data(L"presets_10EC12AB_81.xml"));
+    machine_.CreateKey(EffectsKey(kSpeakers))->DeleteValue(effect);
+  }
+  machine_.SetText(EffectsKey(kSpeakers), kModeEffectValue, kEffect);
   machine_->faults().FailNth("store.get_value", 1, E_FAIL);
   EXPECT_EQ(Chosen(), Data(L"presets_10EC12AB_81.xml"));
   for (const FaultOperation operation :

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "settings_fixture.h"
+#include "support/diagnostic_log.h"
 
 namespace orv {
 namespace {
@@ -32,8 +33,11 @@ TEST_F(PublicSettings, StoredValuesReplaceConfiguredOnesOfTheSameControls) {
 }
 
 TEST_F(PublicSettings, WritingAPublicControlStoresTheWholeModeInOneWrite) {
+  const DiagnosticLog log;
   ASSERT_TRUE(Init());
   EXPECT_FALSE(settings_.WriteControl(ORVQVTValue("P", 9)));
+  EXPECT_TRUE(log.Contains(L"::Init | OK: " + ApoKey(kSpeakers) + L" found in registry\n"));
+  EXPECT_TRUE(log.Contains(L"::WriteControl | WriteControl: Unable to get property P\n"));
   EXPECT_THAT(Stored(), IsEmpty());
   machine_->faults().Clear();
   EXPECT_TRUE(settings_.WriteControl(ORVQVTValue("A", 9)));
@@ -45,7 +49,9 @@ TEST_F(PublicSettings, WithoutAKeyValuesStayInMemoryOnly) {
   ASSERT_TRUE(Init());
   ASSERT_TRUE(settings_.WriteControl(ORVQVTValue("A", 7)));
   machine_->faults().FailNth("registry.open_key", 1, kRegAccessDenied);
+  const DiagnosticLog log;
   EXPECT_FALSE(Init());
+  EXPECT_TRUE(log.Contains(L"::Init | Error: " + ApoKey(kSpeakers) + L" NOT found in registry\n"));
   EXPECT_FALSE(settings_.WriteControl(ORVQVTValue("A", 9)));
   EXPECT_FALSE(settings_.WriteControls(mode_.GetPublicControls()));
   EXPECT_FALSE(settings_.WriteDefaultControls());

@@ -82,30 +82,6 @@ TEST_F(WatchedSettings, AListenerHearsOfAnotherProcessAndRemovesItselfAndCanCome
   EXPECT_EQ(log.told, (std::vector<std::string>{"A=101", "A=102", "A=103"}));
 }
 
-TEST_F(WatchedSettings, ARemovedListenerIsNotCalledAnyMore) {
-  Event entered(Event::Kind::ManualReset);
-  Event go_on(Event::Kind::ManualReset);
-  std::atomic<bool> removed = false;
-  Listener listener([&](ORVAPOPublicSettings&, const ORVQVTValue&) {
-    EXPECT_FALSE(removed);
-    entered.Set();
-    EXPECT_TRUE(go_on.Wait(kPromptly));
-    EXPECT_FALSE(removed);  // the removal waits for the call that runs
-  });
-  ASSERT_TRUE(settings_->SetNotifyTarget(&listener));
-  ChangeOutside();
-  ASSERT_TRUE(entered.Wait(kPromptly));
-  std::thread remover([&] {
-    EXPECT_TRUE(settings_->SetNotifyTarget(nullptr));
-    removed = true;
-  });
-  go_on.Set();
-  EXPECT_TRUE(EndsPromptly([&] { remover.join(); }));
-  ChangeOutside();
-  settings_->WriteControl(ORVQVTValue("A", 1));
-  EXPECT_EQ(listener.calls, 1);
-}
-
 TEST_F(WatchedSettings, BindingAnewUnderTheDataLockDoesNotWaitForAReload) {
   Listener listener(nullptr);
   for (int round = 0; round < 20; ++round) {

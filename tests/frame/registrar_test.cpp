@@ -16,6 +16,7 @@ constexpr char kScript[] = R"(
       }
     }
     Shared = s 'mine' { Part }
+    Delete Obsolete
     NoRemove Kept = s 'stays' { val Ours = d 1 }
   })";
 
@@ -38,20 +39,24 @@ TEST_F(RegistrarTest, RegisteringAgainClearsOnlyForcedKeys) {
   EXPECT_EQ(MakeRegistrar().Register(kScript), S_OK);
   Key(L"CLSID\\{1-2}\\Left over");
   Key(L"Shared\\Left over");
+  Key(L"Obsolete");
   EXPECT_EQ(MakeRegistrar().Register(kScript), S_OK);
   EXPECT_FALSE(Has(L"CLSID\\{1-2}\\Left over"));
   EXPECT_TRUE(Has(L"Shared\\Left over"));
+  EXPECT_FALSE(Has(L"Obsolete"));
 }
 
 TEST_F(RegistrarTest, UnregisteringRemovesWhatIsItsOwn) {
   EXPECT_EQ(MakeRegistrar().Register(kScript), S_OK);
   Key(L"CLSID\\{1-2}\\Added later");
   Key(L"Shared\\Somebody else's");
+  Key(L"Obsolete");
   EXPECT_EQ(MakeRegistrar().Unregister(kScript), S_OK);
   EXPECT_TRUE(Has(L"CLSID"));
   EXPECT_FALSE(Has(L"CLSID\\{1-2}"));
   EXPECT_TRUE(Has(L"Shared\\Somebody else's"));
   EXPECT_FALSE(Has(L"Shared\\Part"));
+  EXPECT_TRUE(Has(L"Obsolete"));  // goes when registering only
   EXPECT_EQ(ValueNames(*Key(L"Kept")), std::vector<std::wstring>{L""});
   EXPECT_EQ(MakeRegistrar().Unregister(kScript), S_OK);
 }

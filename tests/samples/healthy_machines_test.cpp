@@ -10,7 +10,6 @@ namespace orv {
 namespace {
 
 using ::testing::AllOf;
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::Ge;
 using ::testing::Le;
@@ -97,16 +96,6 @@ TEST_P(Configurations, DescribeEveryControlAndKeepItInRange) {
       }
     }
   });
-}
-
-TEST_P(Configurations, RunOnlyProcessesThatTheLibraryHas) {
-  for (std::uint32_t location = 0; location < 4; ++location) {
-    ForEachMode(location, [&](const ORVAPOOperatingMode& mode) {
-      for (const ORVAPOChain& chain : mode.GetChainDefinition().chains())
-        for (const ORVAPOProcessReference& process : chain.processes)
-          EXPECT_THAT(technology_.process_names(), Contains(process.technology));
-    });
-  }
 }
 
 TEST_P(Configurations, CarryOneDspModeForTheirDefault) {
