@@ -88,18 +88,6 @@ TEST(Threads, KeepTheirExitCode) {
   EXPECT_EQ(thread->ExitCode(), 0xFFFFFFFFU);
 }
 
-TEST(Threads, RunOnWhenTheirHolderIsGone) {
-  Event go(Event::Kind::ManualReset);
-  Event done(Event::Kind::ManualReset);
-  Thread::Start([&] {
-    go.Wait(kDeadline);
-    done.Set();
-    return 0U;
-  }).reset();
-  go.Set();
-  EXPECT_TRUE(done.Wait(kDeadline));
-}
-
 TEST(Threads, NeitherWaitForNorEndThemselves) {
   std::unique_ptr<Thread> thread;
   Event stored(Event::Kind::ManualReset);

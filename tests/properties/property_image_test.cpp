@@ -94,23 +94,6 @@ TEST(PropertyImage, LeavesOutEntriesThatNoReaderAccepts) {
   EXPECT_TRUE(image.empty());
 }
 
-TEST(PropertyImage, TruncatedImageLeavesEarlierEntries) {
-  ImageBytes whole;
-  ASSERT_TRUE(EncodeImage({{L"a", std::string("1")}, {L"b", std::string("2")}}, whole));
-  const std::size_t record = whole.size() / 2;
-  const std::wstring contents[] = {L"", L"a=1", L"a=1 b=2"};
-  for (std::size_t size = 0; size <= whole.size(); ++size) {
-    const ImageBytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
-    ORVPropertyList list;
-    const ImageDecoding decoding = DecodeImage(cut, ImageReading::Replace, list);
-    const bool complete = size % record == 0 || (size > 1 && size % record == 1);  // padding
-    EXPECT_EQ(Content(list), contents[size / record]) << size;
-    EXPECT_EQ(decoding.complete, complete) << size;
-    EXPECT_EQ(decoding.fault, complete ? ImageFault::None : ImageFault::CutShort) << size;
-    EXPECT_EQ(decoding.fault_offset, complete ? 0 : size / record * record);
-  }
-}
-
 TEST(PropertyImage, NamesTheFaultAndItsPlace) {
   const std::string good = "02000000010000000100000061000631";
   const std::pair<const char*, ImageFault> cases[] = {

