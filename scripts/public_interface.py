@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""The public interface as its two descriptions tell it: the C++ header and the type library's source.
+"""The public interface as its two descriptions declare it: the C++ header and the type library's source.
 
-  public_interface.py check        the two say the same, member by member, and what the type library alone says
-                                   (directions, parameter names, help texts) is what its test expects
-  public_interface.py table FILE   the header's members as C++ tables, for tests of the built type library
+  public_interface.py check   both declare the same, member by member, and describe the library of tests/windows/type_library.txt
+  public_interface.py dump    what the built type library has to hold, as that file lists it
 """
+import difflib
 import os
 import re
 import sys
@@ -12,7 +12,7 @@ import sys
 FOLDER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "include", "orv_apo")
 HEADER = os.path.join(FOLDER, "orv_apo.h")
 LIBRARY = os.path.join(FOLDER, "orv_apo_controller.idl")
-EXPECTED = os.path.join(FOLDER, "..", "..", "tests", "windows", "type_library_operations.h")
+EXPECTED = os.path.join(FOLDER, "..", "..", "tests", "windows", "type_library.txt")
 
 # Types of the type library's source as the header writes them.
 TYPES = {"long": "LONG", "unsigned long": "ULONG", "unsigned short": "USHORT",
@@ -25,7 +25,10 @@ class Description:
         self.enumerations = {}  # name: [(member, value)]
         self.interfaces = {}  # name: (identifier, base, [(name, kind, [types])])
         self.classes = {}  # name: identifier
-        self.details = {}  # what only the library says, method: (directions and names, help text)
+        self.details = {}  # only in the library, (interface, kind, name): ([(type, direction, name)], help text)
+        self.members = {}  # only in the library, class: [interface]
+        self.hidden = set()  # only in the library, classes that clients cannot create
+        self.fixed = set()  # only in the library, interfaces that scripts cannot extend
 
 
 def without_comments(path):
@@ -77,33 +80,20 @@ def read_header(path=HEADER):
 
 
 def library_parameter(text):
-    """Its type, its direction and its name."""
+    """Its type as the header writes it, its type in the library, its direction and its name."""
     attributes, text = re.match(r"\s*(?:\[([^\]]*)\])?\s*(.*?)\s*$", text, re.S).groups()
     base, stars, name, room = re.match(r"(.*?)\s*(\**)\s*(\w+)(\[\d+\])?$", text, re.S).groups()
-    array = re.match(r"SAFEARRAY\(\w+\)$", base)
-    kind = "SAFEARRAY*" if array else TYPES.get(base, base) + stars + ("*" if room else "")
-    return kind, " ".join((attributes or "").split()), name
+    direction = " ".join((attributes or "").split())
+    if array := re.match(r"SAFEARRAY\((\w+)\)$", base):
+        return "SAFEARRAY*", f"SAFEARRAY({TYPES.get(array.group(1), array.group(1))})", direction, name
+    kind = TYPES.get(base, base) + stars
+    return kind + ("*" if room else ""), kind + (room or ""), direction, name
 
 
 def parameters_of(text):
     # Commas inside attributes do not separate parameters.
     text = re.sub(r"\[[^\]]*\]", lambda attributes: attributes.group().replace(",", " "), text)
     return [library_parameter(part) for part in text.split(",") if part.strip()]
-
-
-def details_of(interface, attributes, kind, method, parameters):
-    texts = [f"{direction} {name}" for _, direction, name in parameters]
-    if kind == "put":
-        texts[-1] = parameters[-1][1]
-    text = re.search(r'\bhelpstring\("([^"]*)"\)', attributes)
-    prefix = "" if kind == "call" else kind + "_"
-    return f"{interface}::{prefix}{method}", (", ".join(texts), text.group(1) if text else "")
-
-
-def read_expected(path=EXPECTED):
-    text = re.sub(r'"\s+L"', "", without_comments(path))  # a text of several lines
-    rows = re.findall(r'\{L"([^"]*)",\s*L"([^"]*)",\s*L"([^"]*)"\}', text)
-    return {method: (parameters, help_text) for method, parameters, help_text in rows}
 
 
 def read_library(path=LIBRARY):
@@ -115,8 +105,13 @@ def read_library(path=LIBRARY):
             raise SystemExit(f"enumeration {name} is also called {again}")
         found.enumerations[name] = members(body)
     head = r"\[[^\]]*uuid\(([-0-9A-F]+)\)[^\]]*\]\s*"
-    for uuid, name in re.findall(head + r"coclass (\w+)", text):
+    for uuid, name, body in re.findall(head + r"coclass (\w+)\s*\{(.*?)\}", text, re.S):
         found.classes[name] = uuid
+        found.members[name] = [mark + member for mark, member in
+                               re.findall(r"(\[default\] )?interface (\w+);", body)]
+    # Attributes that stand after the identifier.
+    found.hidden = set(re.findall(r"noncreatable\s*\]\s*coclass (\w+)", text))
+    found.fixed = set(re.findall(r"\bnonextensible\b[^\]]*\]\s*interface (\w+)", text))
     for uuid, name, base, body in re.findall(
             head + r"interface (\w+) : (\w+)\s*\{(.*?)\n  \};", text, re.S):
         operations = []
@@ -126,18 +121,18 @@ def read_library(path=LIBRARY):
             kind = kind.group(1) if kind else "call"
             known = parameters_of(parameters)
             operations.append((method, kind, [parameter[0] for parameter in known]))
-            whole, details = details_of(name, attributes, kind, method, known)
-            found.details[whole] = details
+            text_of = re.search(r'\bhelpstring\("([^"]*)"\)', attributes)
+            found.details[name, kind, method] = (known, text_of.group(1) if text_of else "")
         found.interfaces[name] = (uuid, base, operations)
     return found
 
 
-def differences(header, library, expected):
+def differences(header, library):
     found = []
 
-    def compare(what, ours, theirs, where="the header"):
+    def compare(what, ours, theirs):
         if ours != theirs:
-            found.append(f"{what}: {ours} in {where}, {theirs} in the type library's source")
+            found.append(f"{what}: {ours} in the header, {theirs} in the type library's source")
 
     compare("library", header.library, library.library)
     for kind in ("enumerations", "classes", "interfaces"):
@@ -146,41 +141,58 @@ def differences(header, library, expected):
                 sorted(theirs) if kind == "classes" else list(theirs))
         for name in ours.keys() & theirs.keys():
             compare(name, ours[name], theirs[name])
-    for method in sorted(expected.keys() | library.details.keys()):
-        compare(method, expected.get(method), library.details.get(method), "the test")
     return found
 
 
-def write_table(header, path):
-    lines = ["// Written from the public header by scripts/public_interface.py.", ""]
-    lines.append("const HeaderConstant kConstants[] = {")
-    for name, constants in header.enumerations.items():
-        lines += [f'    {{L"{name}", L"{member}", {member}}},' for member, _ in constants]
-    lines += ["};", "", "const HeaderInterface kInterfaces[] = {"]
-    lines += [f'    {{L"{name}", &IID_{name}, L"{base}"}},'
-              for name, (_, base, _) in header.interfaces.items()]
-    lines += ["};", "", "const HeaderOperation kOperations[] = {"]
-    kinds = {"get": "INVOKE_PROPERTYGET", "put": "INVOKE_PROPERTYPUT", "call": "INVOKE_FUNC"}
-    for name, (_, _, operations) in header.interfaces.items():
-        lines += [f'    {{L"{name}", L"{operation}", {kinds[kind]}, L"{", ".join(types)}"}},'
-                  for operation, kind, types in operations]
-    lines += ["};", "", "const HeaderClass kClasses[] = {"]
-    lines += [f'    {{L"{name}", &CLSID_{name}}},' for name in header.classes]
-    lines += ["};", ""]
-    os.makedirs(os.path.dirname(os.path.abspath(path)), exist_ok=True)
-    with open(path, "w", encoding="utf-8") as file:
-        file.write("\n".join(lines))
+def bases(found, name):
+    base = found.interfaces[name][1]
+    return [base, *bases(found, base)] if base in found.interfaces else []
+
+
+def operation_line(library, name, index, operations):
+    method, kind, _ = operations[index]
+    known, text = library.details[name, kind, method]
+    below = bases(library, name)
+    slot = 3 + sum(len(library.interfaces[base][2]) for base in below) + index
+    # A property's get and put share the number of the one that comes first. Names and help text are found by the number.
+    first = [operation[0] for operation in operations].index(method)
+    parameters = []
+    for position, (_, written, direction, parameter) in enumerate(known):
+        named = first == index and not (kind == "put" and position == len(known) - 1)
+        parameters.append(f"{direction} {written}" + (f" {parameter}" if named else ""))
+    line = f"  {slot} {0x60010000 + 0x10000 * len(below) + first:x} {kind} {method}({', '.join(parameters)})"
+    return line + (f' "{text}"' if text and first == index else "")
+
+
+def dump(library):
+    """A block for each type, in the alphabet's order."""
+    blocks = []
+    for name, constants in library.enumerations.items():
+        blocks.append([f"enum {name}", *(f"  {member} = {value}" for member, value in constants)])
+    for name, (uuid, base, operations) in library.interfaces.items():
+        blocks.append([f"interface {name} {{{uuid}}} : {base}" + (" nonextensible" if name in library.fixed else ""),
+                       *(operation_line(library, name, index, operations) for index in range(len(operations)))])
+    for name, uuid in library.classes.items():
+        blocks.append([f"class {name} {{{uuid}}}" + (" noncreatable" if name in library.hidden else ""),
+                       *(f"  {member}" for member in library.members[name])])
+    name = re.search(r"library (\w+)", without_comments(LIBRARY)).group(1)
+    version = re.search(r"version\(([\d.]+)\)", without_comments(LIBRARY)).group(1)
+    lines = [f"library {name} {{{library.library}}} {version}"]
+    return "\n".join([*lines, *sorted("\n".join(block) for block in blocks), ""])
 
 
 def main(arguments):
-    header = read_header()
-    if arguments[:1] == ["table"] and len(arguments) == 2:
-        write_table(header, arguments[1])
+    header, library = read_header(), read_library()
+    if arguments == ["dump"]:
+        sys.stdout.write(dump(library))
         return 0
     if arguments != ["check"]:
         sys.stderr.write(__doc__)
         return 2
-    found = differences(header, read_library(), read_expected())
+    found = differences(header, library)
+    with open(EXPECTED, encoding="utf-8") as file:
+        found += difflib.unified_diff(file.read().splitlines(), dump(library).splitlines(), "type_library.txt",
+                                      "the type library's source", lineterm="")
     operations = sum(len(operations) for _, _, operations in header.interfaces.values())
     print("\n".join(found) if found else f"{len(header.interfaces)} interfaces, {operations} operations, "
           f"{len(header.enumerations)} enumerations, {len(header.classes)} classes agree")

@@ -2,7 +2,6 @@
 // device.
 #include <filesystem>
 #include <functional>
-#include <random>
 #include <thread>
 
 #include "component_file.h"
@@ -65,53 +64,7 @@ class WindowsObjectsTest : public ::testing::Test {
     EXPECT_EQ(Endpoints()->Next(endpoint.Put()), S_OK);
     return endpoint;
   }
-  // One reference to an object of every kind that this machine has.
-  static std::vector<ComPtr<IUnknown>> EveryKind();
 };
-
-std::vector<ComPtr<IUnknown>> WindowsObjectsTest::EveryKind() {
-  std::vector<ComPtr<IUnknown>> objects;
-  const auto keep = [&objects](const auto& object) {
-    EXPECT_TRUE(object);
-    objects.push_back(object.template As<IUnknown>());
-  };
-  const auto endpoints = Endpoints();
-  keep(endpoints);
-  ComPtr<IORVEndpointInfo> endpoint;
-  EXPECT_EQ(endpoints->Next(endpoint.Put()), S_OK);
-  keep(endpoint);
-  ComPtr<IORVAPOOpModeEnumerator> modes;
-  ComPtr<IORVOperatingMode> mode;
-  EXPECT_EQ(endpoint->GetOpModeEnumerator(modes.Put()), S_OK);
-  EXPECT_EQ(modes->Next(mode.Put()), S_OK);
-  keep(modes);
-  keep(mode);
-  ComPtr<IORVAPOControlEnumerator> controls;
-  ComPtr<IORVAPOControl> control;
-  EXPECT_EQ(mode->get_ORVAPOControlEnumerator(kORVAPO_Cont_Public, controls.Put()), S_OK);
-  EXPECT_EQ(controls->Next(control.Put()), S_OK);
-  keep(controls);
-  keep(control);
-  ComPtr<IORVAPOConfigEnumerator> properties;
-  ComPtr<IORVAPOConfigProperty> property;
-  EXPECT_EQ(endpoint->get_config_enum(properties.Put()), S_OK);
-  EXPECT_EQ(properties->Next(property.Put()), S_OK);
-  keep(properties);
-  keep(property);
-  keep(Create<IORVAPOSystem>(CLSID_ORVAPOSystem));
-  keep(Create<IORVAPOConfigEnumerator>(CLSID_ORVAPOConfigEnumerator));
-  keep(Create<IORVAPOConfigProperty>(CLSID_ORVAPOConfigProperty));
-
-  // Devices that are not there leave nothing behind.
-  const auto newest = endpoint.As<IORVEndpointInfo5>();
-  ComPtr<IAnalysisData> analysis;
-  if (SUCCEEDED(newest->get_AnalysisData(analysis.Put()))) keep(analysis);
-  ComPtr<IORVAPOQCDSP> qualcomm;
-  if (SUCCEEDED(newest->GetQCDSPInterface(qualcomm.Put()))) keep(qualcomm);
-  ComPtr<IKELAPOIntelDSP> intel;
-  if (SUCCEEDED(newest->GetIntelInterface(intel.Put()))) keep(intel);
-  return objects;
-}
 
 void InThread(const std::function<void()>& work) { std::thread(work).join(); }
 
@@ -153,27 +106,6 @@ TEST_F(WindowsObjectsTest, BothApartmentsGetTheDefaultDevice) {
       SysFreeString(text);
       ComPtr<IORVOperatingMode> mode;
       EXPECT_EQ(endpoint->get_OpMode(mode.Put()), S_OK);
-    });
-  }
-}
-
-TEST_F(WindowsObjectsTest, UnloadingIsAllowedExactlyWhenNothingIsAlive) {
-  for (const DWORD model : {COINIT_MULTITHREADED, COINIT_APARTMENTTHREADED}) {
-    InThread([model] {
-      const Apartment apartment(model);
-      const LoadedComponent component;
-      std::mt19937 random(20110);
-      EXPECT_EQ(component.CanUnloadNow(), S_OK);
-      for (int round = 0; round < 10; ++round) {
-        auto objects = EveryKind();
-        std::shuffle(objects.begin(), objects.end(), random);
-        while (objects.size() > 1) {
-          objects.pop_back();
-          EXPECT_EQ(component.CanUnloadNow(), S_FALSE);
-        }
-        objects.clear();
-        EXPECT_EQ(component.CanUnloadNow(), S_OK);
-      }
     });
   }
 }

@@ -161,24 +161,6 @@ TEST(WindowsRegistry, NotifiesOnSystemsThatTieTheWatchToItsThread) {
   EXPECT_EQ(machine.registry().DeleteTree(RegRoot::CurrentUser, kPath), kRegOk);
 }
 
-ORV_SYSTEM_CALL(attributes_call, GetFileAttributesW);
-
-TEST(WindowsMachine, AsksNobodyForAMissingDisk) {
-  static DWORD mode = 0;
-  DWORD before = 0;
-  ::SetThreadErrorMode(SEM_NOGPFAULTERRORBOX, &before);
-  {
-    const SubstitutedCall drive(attributes_call, [](LPCWSTR) -> DWORD {
-      mode = ::GetThreadErrorMode();
-      return INVALID_FILE_ATTRIBUTES;
-    });
-    EXPECT_FALSE(WindowsMachine().FileExists(L"A:\\orv_apo_config.xml"));
-  }
-  EXPECT_EQ(mode, DWORD{SEM_NOGPFAULTERRORBOX | SEM_FAILCRITICALERRORS});
-  EXPECT_EQ(::GetThreadErrorMode(), DWORD{SEM_NOGPFAULTERRORBOX});
-  ::SetThreadErrorMode(before, nullptr);
-}
-
 TEST(WindowsMachine, KnowsItsOwnVersionAndFiles) {
   WindowsMachine machine;
   int matches = 0;

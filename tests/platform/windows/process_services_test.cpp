@@ -77,27 +77,6 @@ TEST(Module, IsNeitherAnyFileNorASystemLibraryByName) {
   EXPECT_FALSE(module.loaded());
 }
 
-ORV_SYSTEM_CALL(load_call, LoadLibraryExW);
-
-TEST(Module, IsAskedForByItsFullPathWithBackslashesAndWithoutABox) {
-  static std::wstring asked_for;
-  static DWORD mode = 0;
-  DWORD before = 0;
-  ::SetThreadErrorMode(SEM_NOGPFAULTERRORBOX, &before);
-  {
-    const SubstitutedCall system(load_call, [](LPCWSTR file, HANDLE, DWORD) -> HMODULE {
-      asked_for = file;
-      mode = ::GetThreadErrorMode();
-      return nullptr;
-    });
-    EXPECT_FALSE(DynamicLibrary().Load("C:/Tools/module.dll"));
-  }
-  EXPECT_EQ(asked_for, L"C:\\Tools\\module.dll");
-  EXPECT_EQ(mode, DWORD{SEM_NOGPFAULTERRORBOX | SEM_FAILCRITICALERRORS});
-  EXPECT_EQ(::GetThreadErrorMode(), DWORD{SEM_NOGPFAULTERRORBOX});
-  ::SetThreadErrorMode(before, nullptr);
-}
-
 TEST(Replacement, WorksWhileAReaderHasTheFileOpen) {
   // Seen on Wine 8.0: no file is renamed over one that is open, however it is shared (access
   // denied), and the call that would (POSIX semantics) is not known (invalid parameter).
