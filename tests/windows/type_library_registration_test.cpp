@@ -23,9 +23,9 @@ ORV_SYSTEM_CALL(find_call, GetProcAddress);
 TEST(TypeLibraryRegistration, ForOneUserUsesItsOwnCalls) {
   const SubstitutedCall automation(find_call, [](HMODULE, LPCSTR name) -> FARPROC {
     if (std::string(name) == "RegisterTypeLibForUser")
-      return reinterpret_cast<FARPROC>(&RegisterForUser);
+      return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&RegisterForUser));
     if (std::string(name) == "UnRegisterTypeLibForUser")
-      return reinterpret_cast<FARPROC>(&UnregisterForUser);
+      return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&UnregisterForUser));
     return nullptr;
   });
   WindowsMachine machine;
