@@ -81,6 +81,8 @@ TEST_F(SkylakeDriverTest, OtherInterfacesAreNotUsedAndTheModuleListEndsWhereTheA
   EXPECT_EQ(Activate(), E_FAIL);
   EXPECT_FALSE(log_.Contains(L"Obtaining modules list..."));
   machine_.skylake().interface_version = 1;
+  machine_.skylake().misbehaviour = {Misbehave(Kind::Short, request::kVersion, 0, 4)};
+  EXPECT_EQ(Activate(), E_FAIL);
   // The count says two, the second entry is cut off.
   machine_.skylake().misbehaviour = {Misbehave(Kind::Short, request::kModules, 0, 8 + 148 + 147)};
   EXPECT_EQ(Activate(), E_FAIL);
@@ -104,6 +106,25 @@ TEST_F(SkylakeDriverTest, OtherInterfacesAreNotUsedAndTheModuleListEndsWhereTheA
   std::string text;
   EXPECT_FALSE(client.GetModuleInfo(status, name, text));
   EXPECT_EQ(status, kRefusal);
+}
+
+// Requests carry the type of the module that they are for.
+TEST_F(SkylakeDriverTest, FirstOfTwoListedModulesIsTaken) {
+  const GUID id = skylake::kModuleId;
+  machine_.skylake().module_listed = false;
+  machine_.skylake().other_modules = {{id, 1, "First", "1.0"}, {id, 2, "Second", "1.0"}};
+  Client client(machine_.get(), nullptr);
+  ASSERT_EQ(client.ActivateIKsControls(kSpeakers), S_OK);
+  HRESULT status = 77;
+  std::uint8_t enabled = 9;
+  EXPECT_TRUE(client.GetStatus(status, enabled, 0));
+  machine_.ExpectNothingRefused();
+}
+
+TEST_F(SkylakeDriverTest, RefusedEventIsNotUnregistered) {
+  machine_.skylake().misbehaviour = {Misbehave(Kind::Refuse, request::kRegister, E_ACCESSDENIED)};
+  EXPECT_EQ(Client(machine_.get(), OpenEvent()).ActivateIKsControls(kSpeakers), S_OK);
+  machine_.ExpectNothingRefused();
 }
 
 TEST_F(SkylakeDriverTest, EveryStepOfTheWayMayFailOnce) {
@@ -185,7 +206,7 @@ class CircularDevice final
     return S_OK;
   }
   HRESULT STDMETHODCALLTYPE GetType(ConnectorType* type) override {
-    *type = Physical_External;
+    *type = Software_IO;  // the end of a search where nothing is connected
     return S_OK;
   }
   HRESULT STDMETHODCALLTYPE IsConnected(BOOL* connected) override {
