@@ -1,68 +1,21 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fstream>
-
-#include "broadwell_mode.h"
-#include "fake_mode.h"
-#include "frame/text_result.h"
 #include "intel_dsp/broadwell/coefficients.h"
-#include "intel_dsp/intel_dsp.h"
 #include "intel_dsp/intel_verification.h"
-#include "intel_machine.h"
+#include "intel_object.h"
 #include "support/diagnostic_log.h"
 #include "support/failing_allocator.h"
-#include "support/temporary_folder.h"
 
 namespace orv {
 namespace {
 
 using testing::ElementsAre;
 using Kind = DriverMisbehaviour::Kind;
+using Direction = DriverMisbehaviour::Direction;
 
-FakeControls SkylakeMode() { return PlainMode().get<FakeControls>(); }
-
-class IntelDspTest : public testing::Test {
+class IntelDspTest : public IntelObjectTest {
  protected:
-  ~IntelDspTest() override {
-    EXPECT_EQ(module_.lock_count(), 0U);
-    ReleaseIntelDriverClients();
-    EXPECT_EQ(machine_->RegisteredEvents(), 0U);
-  }
-  ComPtr<IKELAPOIntelDSP4> Open(const std::wstring& endpoint = kSpeakers) {
-    module_.SetMachine(machine_.get());
-    ComPtr<IKELAPOIntelDSP> dsp;
-    EXPECT_EQ(CreateIntelDriverClient(module_, nullptr, endpoint, dsp.Put()), S_OK);
-    return dsp.As<IKELAPOIntelDSP4>();
-  }
-  ComPtr<IKELAPOIntelDSP4> OpenSkylake() {
-    machine_->description().drivers.broadwell.reset();
-    return Open();
-  }
-  static HRESULT Write(const ComPtr<IKELAPOIntelDSP4>& dsp, const FakeControls& controls,
-                       const wchar_t* technology = nullptr) {
-    const OwnedText text(SysAllocString(technology));
-    return dsp->WriteControls(FakeMode::Make(controls).get(), text.get(), 1);
-  }
-  static HRESULT Put(const ComPtr<IKELAPOIntelDSP4>& dsp, const wchar_t* name, LONG number) {
-    const OwnedText text(SysAllocString(name));
-    VARIANT value{};
-    value.vt = VT_I4;
-    value.lVal = number;
-    return dsp->put_Property(text.get(), 0, value);
-  }
-  static HRESULT Get(const ComPtr<IKELAPOIntelDSP4>& dsp, const wchar_t* name, LONG& number) {
-    const OwnedText text(SysAllocString(name));
-    VARIANT value;
-    std::memset(&value, 0xEE, sizeof value);
-    const HRESULT status = dsp->get_Property(text.get(), 0, &value);
-    number = value.vt == VT_I4 ? value.lVal : -77;
-    return status;
-  }
-  std::uint64_t Signals() { return machine_->EventSignals(kChangeEvent); }
-
-  IntelMachine machine_;
-  Module module_{{}, [] { return std::shared_ptr<Machine>(); }};
   DiagnosticLog log_;
 };
 
@@ -88,9 +41,9 @@ TEST_F(IntelDspTest, BroadwellIsTakenBeforeSkylake) {
     EXPECT_EQ(machine_->ReceivedRecords().back().selector, static_cast<std::uint32_t>(apply));
   }
   LONG enabled = 0;
-  EXPECT_EQ(Get(dsp, L"ZENSND-Process Enable", enabled), S_OK);
+  EXPECT_EQ(Get(dsp, "ZENSND-Process Enable", enabled), S_OK);
   EXPECT_EQ(enabled, 1);
-  EXPECT_EQ(Put(dsp, L"ZENSND-DC Level", 40), S_OK);
+  EXPECT_EQ(Put(dsp, "ZENSND-DC Level", 40), S_OK);
   EXPECT_EQ(Signals(), 1U);
   EXPECT_THAT(machine_.Sent(), ElementsAre(21));
   machine_.ExpectNothingRefused();
@@ -129,13 +82,13 @@ TEST_F(IntelDspTest, RemarkOfTheBroadwellModuleLeavesNoDsp) {
   EXPECT_EQ(CreateIntelDspForClient(module_, nullptr, IID_IKELAPOIntelDSP4, dsp.PutVoid()), S_OK);
   EXPECT_FALSE(log_.Contains(L"Skylate"));
   EXPECT_EQ(Write(dsp, BroadwellMode()), S_OK);
-  EXPECT_EQ(Put(dsp, L"ZENSND-DC Level", 40), E_FAIL);
+  EXPECT_EQ(Put(dsp, "ZENSND-DC Level", 40), E_FAIL);
   EXPECT_EQ(Signals(), 2U);  // of the mode, and ahead of what the property comes to
   EXPECT_EQ(Put(dsp, nullptr, 40), E_FAIL);
   EXPECT_EQ(Signals(), 2U);
   EXPECT_EQ(dsp->put_APOEnable(1, 1), E_FAIL);
   LONG number = 0;
-  EXPECT_EQ(Get(dsp, L"ZENSND-Process Enable", number), E_NOTIMPL);
+  EXPECT_EQ(Get(dsp, "ZENSND-Process Enable", number), E_NOTIMPL);
   BYTE byte = 9;
   EXPECT_EQ(dsp->GetAPIVersion(&byte, &byte), E_FAIL);
   EXPECT_THAT(machine_.Sent(), ElementsAre());
@@ -144,7 +97,7 @@ TEST_F(IntelDspTest, RemarkOfTheBroadwellModuleLeavesNoDsp) {
   EXPECT_EQ(Write(dsp, SkylakeMode()), S_OK);
   id = kHdmi;
   EXPECT_EQ(dsp->put_dspDeviceId(id.data()), E_FAIL);
-  EXPECT_EQ(Put(dsp, L"VQ3D-Tone Enable", 1), E_FAIL);
+  EXPECT_EQ(Put(dsp, "VQ3D-Tone Enable", 1), E_FAIL);
   EXPECT_EQ(dsp->put_dspDeviceId(nullptr), E_POINTER);
 }
 
@@ -160,48 +113,50 @@ TEST_F(IntelDspTest, WholeModeIsReadBackAndVerified) {
   EXPECT_EQ(held, KELAPOIntelDSP_SKL::CachedImage());
   machine_.ExpectNothingRefused();
 
-  DriverMisbehaviour corrupt = Misbehave(Kind::Corrupt, request::kParameter);
-  corrupt.direction = DriverMisbehaviour::Direction::Get;
-  corrupt.parameter = 0x10014408;
-  corrupt.offset = 8;
-  corrupt.mask = 1;
-  machine_.skylake().misbehaviour = {corrupt};
+  // The module's own differences: the high-pass switch has a place of its own in the images.
+  for (const auto& [parameter, offset] : {std::pair{0x10014408U, 8U}, {0x10014401U, 12U}}) {
+    DriverMisbehaviour corrupt = Misbehave(Kind::Corrupt, Direction::Get, parameter);
+    corrupt.offset = offset;
+    corrupt.mask = 1;
+    machine_.skylake().misbehaviour.push_back(corrupt);
+  }
   EXPECT_EQ(Write(dsp, SkylakeMode()), E_FAIL);
   EXPECT_EQ(Signals(), 1U);
-  EXPECT_EQ(log_.Count(L"| i=192, 0x0f8, 0x0f9\n"), 1U);
-  EXPECT_EQ(LastIntelVerification().differences.at(0).control, "VQ3D-Treble Gain");
+  for (const wchar_t* line : {L"| i=136, 0x01, 0x00\n", L"| i=192, 0x0f8, 0x0f9\n"})
+    EXPECT_EQ(log_.Count(line), 1U) << line;
+  const std::vector<SkylakeDifference> differences = LastIntelVerification().differences;
+  ASSERT_EQ(differences.size(), 2U);
+  EXPECT_EQ(differences[0].control, "VQ3D-HPF Enable");
+  EXPECT_EQ(differences[1].block, "KEL_PARAM_VQSND3D_TONE_CONTROLS_CONTROLS_STU");
+  EXPECT_EQ(differences[1].read - differences[1].sent, 1);
 }
 
 TEST_F(IntelDspTest, RefusedBlockDoesNotHoldUpTheOthers) {
   const auto dsp = OpenSkylake();
   EXPECT_EQ(Write(dsp, SkylakeMode()), S_OK);
   machine_.Sent();
-  DriverMisbehaviour refuse = Misbehave(Kind::Refuse, request::kParameter, E_ACCESSDENIED);
-  refuse.direction = DriverMisbehaviour::Direction::Set;
-  refuse.parameter = 0x10014403;
-  machine_.skylake().misbehaviour = {refuse};
+  machine_.skylake().misbehaviour = {
+      Misbehave(Kind::Refuse, Direction::Set, 0x10014403, E_ACCESSDENIED)};
   FakeControls off = SkylakeMode();
   off["VQ3D-Process Enable"] = 0;
   off["VQ3D-Vocalift Enable"] = 0;
   EXPECT_EQ(Write(dsp, off), E_FAIL);
   EXPECT_EQ(machine_.Sent().size(), 14U);
   LONG enabled = 1;
-  EXPECT_EQ(Get(dsp, L"VQ3D-Process Enable", enabled), S_OK);
+  EXPECT_EQ(Get(dsp, "VQ3D-Process Enable", enabled), S_OK);
   EXPECT_EQ(enabled, 0);
   for (const wchar_t* line : {L"OK: PP FW Status: Disabled", L"OK: PP Module Status: Disabled"})
     EXPECT_EQ(log_.Count(line), 1U) << line;
-  EXPECT_EQ(Get(dsp, L"VQ3D-Master Volume Enable", enabled), E_NOTIMPL);
+  EXPECT_EQ(Get(dsp, "VQ3D-Master Volume Enable", enabled), E_NOTIMPL);
   EXPECT_EQ(dsp->put_APOEnable(1, 0), S_OK);
-  EXPECT_EQ(Get(dsp, L"VQ3D-Process Enable", enabled), S_OK);
+  EXPECT_EQ(Get(dsp, "VQ3D-Process Enable", enabled), S_OK);
   EXPECT_EQ(enabled, 1);
 }
 
 TEST_F(IntelDspTest, SingleControlsGoOnFromTheLastModeWritten) {
-  const TemporaryFolder folder;
-  machine_ = IntelMachine(folder.path());
   const auto dsp = OpenSkylake();
   // Twice the definition level, by half the maximum; its field then, in Q1.15.
-  const auto level_after = [&](const wchar_t* name, LONG value) {
+  const auto level_after = [&](const char* name, LONG value) {
     EXPECT_EQ(Put(dsp, name, value), S_OK);
     return ReadField(machine_->ReceivedRecords().back().bytes, 36, FieldType::I16);
   };
@@ -209,15 +164,13 @@ TEST_F(IntelDspTest, SingleControlsGoOnFromTheLastModeWritten) {
   EXPECT_EQ(Write(dsp, mode), S_OK);
   mode["VQ3D-Definition Max Level"] = 50;
   EXPECT_EQ(Write(dsp, mode), S_OK);
-  EXPECT_EQ(level_after(L"VQ3D-Definition Level", 100), 16384);
+  EXPECT_EQ(level_after("VQ3D-Definition Level", 100), 16384);
   mode["VQ3D-Definition Max Level"] = 25;
-  std::ofstream(folder.path() / "mode.xml") << ConfigurationOf(mode);
-  const OwnedText path(SysAllocString(L"C:\\mode.xml"));
-  EXPECT_EQ(dsp->ProcessConfigFile(path.get(), nullptr, 1), S_OK);
-  EXPECT_EQ(level_after(L"VQ3D-Definition Level", 100), 8192);
+  EXPECT_EQ(WriteFile(dsp, mode, 1), S_OK);
+  EXPECT_EQ(level_after("VQ3D-Definition Level", 100), 8192);
   mode.erase("VQ3D-Definition Max Level");
   Write(dsp, mode);  // its values take the place of all earlier ones
-  EXPECT_EQ(Put(dsp, L"VQ3D-Definition Level", 100), E_FAIL);
+  EXPECT_EQ(Put(dsp, "VQ3D-Definition Level", 100), E_FAIL);
 }
 
 TEST_F(IntelDspTest, EndpointLivesAsLongAsItsDsp) {
@@ -255,7 +208,7 @@ TEST_F(IntelDspTest, ModuleIsReportedAsFarAsItAnswers) {
   EXPECT_EQ(dsp->put_APOEnable(1, 0), E_FAIL);
   EXPECT_THAT(machine_.Sent(), ElementsAre(0x10014401));
   LONG enabled = 1;
-  EXPECT_EQ(Get(dsp, L"VQ3D-Process Enable", enabled), S_OK);
+  EXPECT_EQ(Get(dsp, "VQ3D-Process Enable", enabled), S_OK);
   EXPECT_EQ(enabled, 0);
   rules.clear();
   machine_.skylake().module_instantiated = false;
@@ -340,18 +293,13 @@ TEST_F(IntelDspTest, EqualiserTakesArraysOfOneSize) {
 }
 
 TEST_F(IntelDspTest, ConfigurationFileThatCannotBeSentIsExplained) {
-  const TemporaryFolder folder;
-  machine_ = IntelMachine(folder.path());
   const auto dsp = Open();
-  std::ofstream(folder.path() / "poor.xml") << ConfigurationOf({{"ZENSND-HPF Order", 2}});
-  const OwnedText poor(SysAllocString(L"C:\\poor.xml"));
-  BSTR reason = nullptr;
-  EXPECT_EQ(dsp->ProcessConfigFile(poor.get(), &reason, 1), orv_apo::kAborted);
-  EXPECT_EQ(ViewOf(OwnedText(reason).get()),
-            L"ZENSND-Process Enable - Can't find bool control: ZENSND-Process Enable");
-  EXPECT_EQ(dsp->ProcessConfigFile(nullptr, nullptr, 1), E_POINTER);
   const OwnedText missing(SysAllocString(L"C:\\missing.xml"));
   EXPECT_EQ(dsp->ProcessConfigFile(missing.get(), nullptr, 1), E_FAIL);
+  EXPECT_EQ(dsp->ProcessConfigFile(nullptr, nullptr, 1), E_POINTER);
+  std::wstring reason;
+  EXPECT_EQ(WriteFile(dsp, {{"ZENSND-HPF Order", 2}}, 1, &reason), orv_apo::kAborted);
+  EXPECT_EQ(reason, L"ZENSND-Process Enable - Can't find bool control: ZENSND-Process Enable");
   EXPECT_EQ(Signals(), 0U);
 }
 
@@ -404,7 +352,7 @@ TEST_F(IntelDspTest, NewestObjectServesAllAndEventsDoNotLeak) {
   EXPECT_EQ(Write(second, SkylakeMode()), S_OK);
   ReleaseIntelDriverClients();
   EXPECT_EQ(machine_->RegisteredEvents(), 0U);
-  EXPECT_EQ(Put(second, L"VQ3D-Tone Enable", 1), E_FAIL);
+  EXPECT_EQ(Put(second, "VQ3D-Tone Enable", 1), E_FAIL);
   EXPECT_EQ(Write(second, SkylakeMode()), S_OK);  // as without a DSP
 }
 

@@ -73,5 +73,14 @@ inline DriverMisbehaviour Misbehave(DriverMisbehaviour::Kind kind, const char* r
   rule.size = size;
   return rule;
 }
+// Of one parameter's reads or writes.
+inline DriverMisbehaviour Misbehave(DriverMisbehaviour::Kind kind,
+                                    DriverMisbehaviour::Direction direction,
+                                    std::uint32_t parameter, std::int32_t status = 0) {
+  DriverMisbehaviour rule = Misbehave(kind, request::kParameter, status);
+  rule.direction = direction;
+  rule.parameter = parameter;
+  return rule;
+}
 
 }  // namespace orv

@@ -16,23 +16,6 @@ class SkylakeBlocks : public SkylakeModuleTest {
   HRESULT WritePX3D() { return dsp_.SetVQ3DPX3DControls(mode_, 1); }
 };
 
-TEST_F(SkylakeBlocks, ReadBackIsComparedFieldByField) {
-  EXPECT_EQ(WriteVQ3D(), S_OK);
-  EXPECT_EQ(dsp_.SetVQ3DMXHPControls(mode_, 1), S_OK);
-  const SkylakeImage sent = KELAPOIntelDSP_SKL::CachedImage();
-  Set("HPF Enable", 0);  // after all else in the image's first half
-  Set("DC Level", 85);
-  EXPECT_EQ(WriteVQ3D(), S_OK);
-  EXPECT_EQ(dsp_.SetVQ3DMXHPControls(mode_, 1), S_OK);
-  const auto differences = CompareSkylakeImages(sent, KELAPOIntelDSP_SKL::CachedImage());
-  ASSERT_EQ(differences.size(), 2U);
-  EXPECT_EQ(differences[0].control, "VQ3D-DC Level");
-  EXPECT_EQ(differences[0].sent, 20290);
-  EXPECT_EQ(differences[0].read, 20054);
-  EXPECT_EQ(differences[1].control, "VQ3D-HPF Enable");
-  EXPECT_EQ(differences[1].block, "KEL_PARAM_VQSND3D_VQ3D_CONTROLS_STU");
-}
-
 TEST_F(SkylakeBlocks, FailedReadLeavesZerosAndTheLastReadDecides) {
   Refuse(Direction::Get, 0x01);
   SkylakeImage image;

@@ -144,8 +144,7 @@ TEST_F(SkylakeControls, ProcessEnableIsSwitchedWhateverElseTheBlockHolds) {
   EXPECT_EQ(Change("Process Enable", 0), kRefusal);
   EXPECT_EQ(enabled(), 0);  // the module all the same
   AllDoWell();
-  DriverMisbehaviour corrupt = Misbehave(Kind::Corrupt, request::kParameter);
-  corrupt.direction = Direction::Get;
+  DriverMisbehaviour corrupt = Misbehave(Kind::Corrupt, Direction::Get, 0x10014401);
   corrupt.offset = 7;  // the bypass gain leaves its range
   machine_.skylake().misbehaviour = {corrupt};
   EXPECT_EQ(Change("Process Enable", 5), S_OK);

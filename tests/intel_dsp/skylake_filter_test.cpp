@@ -80,17 +80,14 @@ TEST_F(SkylakeFilters, HighPassOrdersAreCheckedBeforeAnythingIsDesigned) {
 }
 
 TEST_F(SkylakeFilters, CoefficientsAreReadBack) {
-  const auto rule = [&](Kind kind, Direction direction, std::uint32_t number) {
-    machine_.skylake().misbehaviour = {Misbehave(kind, request::kParameter, kRefusal)};
-    machine_.skylake().misbehaviour[0].direction = direction;
-    machine_.skylake().misbehaviour[0].parameter = 0x10014400 + number;
-  };
-  rule(Kind::Corrupt, Direction::Get, kLeft);
+  machine_.skylake().misbehaviour = {Misbehave(Kind::Corrupt, Direction::Get, 0x1001440D)};
   EXPECT_EQ(Write(), E_FAIL);
   EXPECT_THAT(Sent(), ElementsAre(kLeft, kRight));
-  rule(Kind::Refuse, Direction::Get, kRight);
+  AllDoWell();
+  Refuse(Direction::Get, kRight);
   EXPECT_EQ(Write(), E_FAIL);
-  rule(Kind::Refuse, Direction::Set, kLeft);
+  AllDoWell();
+  Refuse(Direction::Set, kLeft);
   EXPECT_EQ(Write(), kRefusal);
 }
 

@@ -30,10 +30,8 @@ class SkylakeModuleTest : public testing::Test {
 
   // Numbers of parameters are their low bytes. A refused read or write of one, until all do well.
   void Refuse(Direction direction, std::uint32_t number) {
-    DriverMisbehaviour rule = Misbehave(Kind::Refuse, request::kParameter, kRefusal);
-    rule.direction = direction;
-    rule.parameter = 0x10014400 + number;
-    machine_.skylake().misbehaviour.push_back(rule);
+    machine_.skylake().misbehaviour.push_back(
+        Misbehave(Kind::Refuse, direction, 0x10014400 + number, kRefusal));
   }
   void AllDoWell() { machine_.skylake().misbehaviour.clear(); }
 

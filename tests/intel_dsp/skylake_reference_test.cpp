@@ -2,16 +2,11 @@
 // against the blocks of an independent implementation (tests/data/README.md).
 #include <gtest/gtest.h>
 
-#include <fstream>
+#include <algorithm>
 #include <map>
 
-#include "control_map.h"
-#include "fake_mode.h"
-#include "frame/text_result.h"
-#include "intel_dsp/intel_dsp.h"
 #include "intel_dsp/skylake/driver_client.h"
-#include "intel_machine.h"
-#include "support/temporary_folder.h"
+#include "intel_object.h"
 
 namespace orv {
 namespace {
@@ -33,18 +28,12 @@ std::string HexOf(const Bytes& bytes) {
   return digits;
 }
 
-class SkylakeReference : public testing::Test {
+class SkylakeReference : public IntelObjectTest {
  protected:
-  ~SkylakeReference() override { ReleaseIntelDriverClients(); }
-
-  // A new machine with the object of its default endpoint.
+  // An object of a new machine.
   void Start() {
     machine_ = IntelMachine(folder_.path());
-    machine_->description().drivers.broadwell.reset();
-    module_.SetMachine(machine_.get());
-    ComPtr<IKELAPOIntelDSP> dsp;
-    ASSERT_EQ(CreateIntelDriverClient(module_, nullptr, kSpeakers, dsp.Put()), S_OK);
-    dsp_ = dsp.As<IKELAPOIntelDSP4>();
+    dsp_ = OpenSkylake();
     records_ = 0;
   }
 
@@ -75,10 +64,7 @@ class SkylakeReference : public testing::Test {
     }
   }
 
-  const TemporaryFolder folder_;
-  IntelMachine machine_;
-  Module module_{{}, [] { return std::shared_ptr<Machine>(); }};
-  ComPtr<IKELAPOIntelDSP4> dsp_;
+  Dsp dsp_;
   std::size_t records_ = 0;
 };
 
@@ -100,9 +86,7 @@ TEST_F(SkylakeReference, WholeModesBecomeTheirBlocks) {
           Misbehave(DriverMisbehaviour::Kind::Refuse, request::kParameter, E_ACCESSDENIED)};
       machine_.skylake().misbehaviour[0].direction = DriverMisbehaviour::Direction::Get;
     }
-    std::ofstream(folder_.path() / "mode.xml") << ConfigurationOf(row.at("controls"));
-    const OwnedText path(SysAllocString(L"C:\\mode.xml"));
-    dsp_->ProcessConfigFile(path.get(), nullptr, row.at("apply").get<LONG>());
+    WriteFile(dsp_, row.at("controls"), row.at("apply"));
     Expect(row.at("blocks"), Received());
     EXPECT_EQ(ModuleEnabled(), row.at("module") != 0);
   }
@@ -114,11 +98,7 @@ TEST_F(SkylakeReference, TechnologiesSendTheirBlocksAlone) {
   LONG apply = 0;
   for (const auto& [technology, ids] : data.at("technologies").items()) {
     apply = 1 - apply;
-    const OwnedText text(SysAllocString(Widen(technology).c_str()));
-    EXPECT_EQ(
-        dsp_->WriteControls(FakeMode::Make(PlainMode().get<std::map<std::string, LONG>>()).get(),
-                            text.get(), apply),
-        S_OK);
+    EXPECT_EQ(Write(dsp_, SkylakeMode(), apply, technology), S_OK);
     const std::vector<DriverRecord> received = Received();
     ASSERT_EQ(received.size(), ids.size()) << technology;
     for (std::size_t i = 0; i < received.size(); ++i) {
@@ -128,61 +108,32 @@ TEST_F(SkylakeReference, TechnologiesSendTheirBlocksAlone) {
   }
 }
 
-VARIANT VariantOf(const json& value) {
-  VARIANT variant{};
-  if (value.is_string()) {
-    variant.vt = VT_BSTR;
-    variant.bstrVal = SysAllocString(Widen(value.get<std::string>()).c_str());
-  } else {
-    const auto number = value.get<std::int64_t>();
-    variant.vt = number == static_cast<std::int32_t>(number) ? VT_I4 : VT_I8;
-    variant.llVal = number;
-  }
-  return variant;
-}
-
 TEST_F(SkylakeReference, SingleControlsChangeTheirBlocks) {
   const json data = ReferenceData("skylake_single.json");
-  const auto put = [&](const std::string& name, const json& value, LONG apply) {
-    const OwnedText control(SysAllocString(Widen(name).c_str()));
-    VARIANT variant = VariantOf(value);
-    const HRESULT status = dsp_->put_Property(control.get(), apply, variant);
-    VariantClear(&variant);
-    return status;
-  };
   for (const json& row : data.at("cases")) {
     SCOPED_TRACE(row.dump());
     Start();
     for (const json& mode : data.at("modes"))
-      if (mode.at("name") == row.at("mode"))
-        dsp_->WriteControls(
-            FakeMode::Make(mode.at("controls").get<std::map<std::string, LONG>>()).get(), nullptr,
-            1);
-    for (const json& change : row.value("after", json::array())) put(change.at(0), change.at(1), 1);
+      if (mode.at("name") == row.at("mode")) Write(dsp_, mode.at("controls").get<FakeControls>());
+    const auto put = [&](const std::string& name, const json& value, LONG apply) {
+      return Put(dsp_, name.c_str(), value, apply);
+    };
+    for (const json& change : row.value("after", json::array())) put(change[0], change[1], 0);
     std::map<std::uint32_t, Bytes> held;
     for (const DriverRecord& record : Received()) held[record.parameter] = record.bytes;
-    const HRESULT status = put(row.at("control"), row.at("value"), row.at("apply").get<LONG>());
-    const std::vector<DriverRecord> received = Received();
-    EXPECT_EQ(SUCCEEDED(status), row.value("sent", true));
-    if (!row.value("sent", true)) {
-      EXPECT_TRUE(received.empty());
-      continue;
+    const bool is_sent = row.value("sent", true);
+    EXPECT_EQ(SUCCEEDED(put(row.at("control"), row.at("value"), row.at("apply"))), is_sent);
+    json expected = json::array();
+    if (row.contains("first")) expected.push_back(row.at("first"));
+    if (is_sent) {
+      Bytes& block = held.at(IdOf(row.at("id")));
+      for (const json& change : row.at("changed"))
+        std::ranges::copy(BytesOfHex(change[1]), block.begin() + change[0].get<int>());
+      expected.push_back({{"id", row.at("id")}, {"bytes", HexOf(block)}});
+      expected.back()["tol_lsb"] = row.value("tol_lsb", json::array());
     }
-    ASSERT_EQ(received.size(), row.contains("first") ? 2U : 1U);
-    if (row.contains("first")) {
-      EXPECT_EQ(received[0].parameter, IdOf(row.at("first").at("id")));
-      EXPECT_EQ(DifferenceFrom(row.at("first"), received[0].bytes), "");
-    }
-    EXPECT_EQ(received.back().parameter, IdOf(row.at("id")));
-    for (const DriverRecord& record : received) EXPECT_EQ(record.selector, row.at("sent_apply"));
-    Bytes& block = held.at(received.back().parameter);
-    for (const json& change : row.at("changed")) {
-      const Bytes bytes = BytesOfHex(change.at(1));
-      std::copy(bytes.begin(), bytes.end(), block.begin() + change.at(0).get<int>());
-    }
-    json expected = {{"bytes", HexOf(block)}};
-    if (row.contains("tol_lsb")) expected["tol_lsb"] = row.at("tol_lsb");
-    EXPECT_EQ(DifferenceFrom(expected, received.back().bytes), "");
+    for (json& block : expected) block["apply"] = row.at("sent_apply");
+    Expect(expected, Received());
     if (row.contains("module")) {
       EXPECT_EQ(ModuleEnabled(), row.at("module") != 0);
     }
