@@ -98,7 +98,8 @@ const std::map<std::string, Converter>& Converters() {
 }
 
 TEST(Converters, FillFieldsAsTheReferenceDoes) {
-  for (const json& row : ReferenceData("conversions.json").at("cases")) {
+  const json data = ReferenceData("conversions.json");
+  for (const json& row : data.at("cases")) {
     const std::string function = row.at("function");
     const auto converter = Converters().find(function);
     if (converter == Converters().end()) {  // the DSP of another vendor; a driver's request
@@ -125,7 +126,8 @@ TEST(Converters, TablesHaveTheTextsOfTheReference) {
       {"SpeakerSizeTable", SpeakerSizeTable()},
       {"MainTechTable", MainTechTable()},
       {"FilterTypeTable", FilterTypeTable()}};
-  for (const json& row : ReferenceData("conversions.json").at("tables"))
+  const json data = ReferenceData("conversions.json");
+  for (const json& row : data.at("tables"))
     EXPECT_EQ(tables.at(row.at("table")), row.at("entries").get<EnumTable>()) << row;
 }
 

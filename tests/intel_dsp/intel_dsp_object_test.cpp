@@ -140,8 +140,9 @@ TEST_F(IntelDspTest, RefusedBlockDoesNotHoldUpTheOthers) {
   FakeControls off = SkylakeMode();
   off["VQ3D-Process Enable"] = 0;
   off["VQ3D-Vocalift Enable"] = 0;
-  EXPECT_EQ(Write(dsp, off), E_FAIL);
+  EXPECT_EQ(Write(dsp, off, 0), E_FAIL);
   EXPECT_EQ(machine_.Sent().size(), 14U);
+  EXPECT_EQ(machine_->ReceivedRecords().back().selector, 0U);
   LONG enabled = 1;
   EXPECT_EQ(Get(dsp, "VQ3D-Process Enable", enabled), S_OK);
   EXPECT_EQ(enabled, 0);
@@ -149,6 +150,7 @@ TEST_F(IntelDspTest, RefusedBlockDoesNotHoldUpTheOthers) {
     EXPECT_EQ(log_.Count(line), 1U) << line;
   EXPECT_EQ(Get(dsp, "VQ3D-Master Volume Enable", enabled), E_NOTIMPL);
   EXPECT_EQ(dsp->put_APOEnable(1, 0), S_OK);
+  EXPECT_EQ(machine_->ReceivedRecords().back().selector, 0U);
   EXPECT_EQ(Get(dsp, "VQ3D-Process Enable", enabled), S_OK);
   EXPECT_EQ(enabled, 1);
 }

@@ -86,7 +86,8 @@ TEST_F(SkylakeBlocks, MissingCutoffIsThatOfTheCustomFrequency) {
 }
 
 TEST_F(SkylakeBlocks, BandGainIsReadChangedAndWritten) {
-  for (const nlohmann::json& row : ReferenceData("conversions.json").at("cases")) {
+  const nlohmann::json data = ReferenceData("conversions.json");
+  for (const nlohmann::json& row : data.at("cases")) {
     if (row.at("function") != "band_gain") continue;
     EXPECT_EQ(dsp_.SetGEQBandGain(2, row.at("value"), 1), S_OK);
     EXPECT_EQ(Field(7, 8, FieldType::I16), row.at("expected")) << row;

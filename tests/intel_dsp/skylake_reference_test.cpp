@@ -69,13 +69,16 @@ class SkylakeReference : public IntelObjectTest {
 };
 
 TEST_F(SkylakeReference, WholeModesBecomeTheirBlocks) {
-  for (const json& row : ReferenceData("skylake.json").at("cases")) {
+  const json data = ReferenceData("skylake.json");
+  ASSERT_EQ(data.at("cases").size(), 51U);
+  for (const json& row : data.at("cases")) {
     SCOPED_TRACE(row.at("name").get<std::string>());
     Start();
     machine_.skylake().module.enabled = row.at("module") == 0;
     KELAPOIntelDriverInterface_SKL client(machine_.get(), nullptr);
     HRESULT status = client.ActivateIKsControls(kSpeakers);
-    for (const auto& [id, digits] : row.value("held", json::object()).items()) {
+    const json blocks = row.value("held", json::object());
+    for (const auto& [id, digits] : blocks.items()) {
       const Bytes held = BytesOfHex(digits);
       EXPECT_TRUE(client.SetParameter(status, IdOf(id), held.data(),
                                       static_cast<std::uint32_t>(held.size()), 0));
