@@ -12,22 +12,6 @@ namespace orv {
 
 inline constexpr std::int32_t kRate = 48000;
 
-template <class Word>
-std::vector<Word> ButterworthWords(float frequency, std::int32_t order,
-                                   std::int32_t kind = kButterworthHighPass) {
-  std::vector<Word> words(FilterWords(ButterworthSections(order)));
-  std::vector<char> workspace(FilterWorkspace(ButterworthSections(order)));
-  const auto design = [&](auto function) {
-    EXPECT_EQ(function(frequency, order, kRate, kind, words.data(), workspace.data()), kFilterOk);
-  };
-  if constexpr (sizeof(Word) == 2) {
-    design(DesignButterworth16);
-  } else {
-    design(DesignButterworth32);
-  }
-  return words;
-}
-
 inline std::vector<std::int32_t> BandWords(const std::vector<FilterBand>& bands) {
   std::vector<std::int32_t> words(FilterWords(bands.size()));
   std::vector<char> workspace(FilterWorkspace(bands.size()));

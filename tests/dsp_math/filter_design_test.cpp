@@ -70,19 +70,10 @@ TEST(FilterDesign, OneBandTooHighRefusesTheWholeSetAndAnUnknownTypeKeepsItsSecti
   EXPECT_EQ(section.a2, 5);
 }
 
-TEST(FilterDesign, BassSetWithRefusedAllPassStillHasItsResonators) {
-  std::vector<std::int32_t> words(kBassEnhancementWords, kPoison);
-  GuardedWorkspace workspace(1);
-  EXPECT_EQ(DesignBassEnhancementFilters(14000, 200, kRate, words.data(), workspace.data()),
-            kFilterRefused);
-  EXPECT_EQ(std::count(words.begin(), words.begin() + 16, kPoison), 0);
-  EXPECT_EQ(std::count(words.begin() + 16, words.end(), kPoison), 8);
-}
-
 TEST(FilterDesign, HeadroomLeavesABitForTheSign) {
-  const std::pair<float, std::int32_t> cases[] = {{0.0F, 0}, {1e-42F, 0},     {0.4999F, 0},
-                                                  {0.5F, 1}, {0.9999F, 1},    {1.0F, 2},
-                                                  {1.5F, 2}, {7.9999995F, 4}, {8.0F, 5}};
+  const std::pair<float, std::int32_t> cases[] = {
+      {0.0F, 0}, {1e-42F, 0}, {0.49999997F, 0}, {0.5F, 1}, {0.9999F, 1},
+      {1.0F, 2}, {1.5F, 2},   {7.9999995F, 4},  {8.0F, 5}, {32.0F, 7}};
   for (const auto& [value, bits] : cases) EXPECT_EQ(HeadroomBits(value), bits) << value;
 }
 
@@ -94,34 +85,6 @@ TEST(FilterDesign, WithoutSectionsOnlyTheGainIsWritten) {
     EXPECT_EQ(words, (std::vector<std::int32_t>{2, 1073741824, kPoison}));
   }
   EXPECT_EQ(Design({}), (std::vector<std::int32_t>{2, 1073741824}));
-}
-
-// Full scale at the input must stay within full scale at every node.
-TEST(FilterDesign, NoNodeOfAScaledCascadeOverflows) {
-  const FilterBand bands[] = {{kORVFilter_Peaking, 45, 8, 18, 0},
-                              {kORVFilter_LowShelf, 100, 0.5F, 12, 0},
-                              {kORVFilter_LowPass, 60, 0, 20, 1}};
-  FilterSection sections[3];
-  ASSERT_EQ(DesignCascade({3, bands, kRate}, sections), kFilterOk);
-  std::vector<float> storage(5 * 3 + 384);
-  ScaleSectionsL1(sections, 3, storage.data());
-  std::vector<double> signal(400000);
-  signal[0] = 1;
-  for (const FilterSection& section : sections) {
-    double s0 = 0;
-    double s1 = 0;
-    double norms[3] = {};
-    for (double& sample : signal) {
-      const double x = sample;
-      sample = section.b0 * x + s0;
-      s0 = section.b1 * x + section.a1 * sample + s1;
-      s1 = section.b2 * x + section.a2 * sample;
-      norms[0] += std::abs(sample);
-      norms[1] += std::abs(s0);
-      norms[2] += std::abs(s1);
-    }
-    EXPECT_NEAR(*std::max_element(norms, norms + 3), 1, 1e-3);
-  }
 }
 
 TEST(FilterDesign, DesignsThatNeverDecayEnd) {

@@ -1,6 +1,10 @@
-// Every design over a grid of parameters, word by word against the reference.
+// Bands word by word against designs in extended precision, every kind of design against the data.
+#include <cstdlib>
+#include <limits>
+
 #include "designed_words.h"
 #include "filter_reference.h"
+#include "support/reference_data.h"
 
 namespace orv {
 namespace {
@@ -39,26 +43,6 @@ TEST(FilterGrid, EveryBandTypeMatchesTheReference) {
   }
 }
 
-TEST(FilterGrid, ButterworthOfEveryOrderMatchesTheReference) {
-  for (const float frequency : kFrequencies) {
-    for (std::int32_t order = 1; order <= 24; order += order < 5 ? 1 : 3) {
-      for (const std::int32_t kind : {kButterworthLowPass, kButterworthHighPass}) {
-        SCOPED_TRACE(testing::Message()
-                     << frequency << " Hz, order " << order << ", kind " << kind);
-        const auto sections = reference::Butterworth(frequency, order, kRate, kind == 1);
-        EXPECT_EQ(Widened(ButterworthWords<std::int32_t>(frequency, order, kind)),
-                  reference::Words(sections, 32));
-        auto expected = reference::Words(sections, 16);
-        for (std::size_t i = order % 2; i < sections.size(); ++i) {
-          expected[6 * i + 2] = kind == 0 ? std::min<std::int64_t>(2 * expected[6 * i + 1], 32767)
-                                          : -2 * expected[6 * i + 1];
-        }
-        EXPECT_EQ(Widened(ButterworthWords<std::int16_t>(frequency, order, kind)), expected);
-      }
-    }
-  }
-}
-
 TEST(FilterGrid, CascadesOfEveryLengthMatchTheReference) {
   std::vector<FilterBand> bands;
   for (int i = 0; i < 26; ++i) {
@@ -66,6 +50,47 @@ TEST(FilterGrid, CascadesOfEveryLengthMatchTheReference) {
     bands.push_back({i * 7 % 10, 40 + 900 * position, 0.4F + 0.2F * position,
                      static_cast<float>(i % 5) - 2, i % 3});
     EXPECT_EQ(Widened(BandWords(bands)), ReferenceWords(bands)) << bands.size() << " bands";
+  }
+}
+
+TEST(FilterGrid, DesignsAreThoseOfTheReferenceData) {
+  constexpr std::int16_t kUntouched = 0x5A5A;
+  constexpr std::size_t kMost = 80;
+  const nlohmann::json data = ReferenceData("filters.json");
+  for (const auto& row : data.at("cases")) {
+    SCOPED_TRACE(row.dump().substr(0, 120));
+    const std::string design = row.at("design");
+    const std::int32_t rate = row.at("sample_rate");
+    std::vector<FilterBand> bands;
+    for (const auto& band : row.value("bands", nlohmann::json::array()))
+      bands.push_back({band[0], band[1], band[2], band[3], band[4]});
+    std::vector<char> workspace(FilterWorkspace(kMost / 6));
+    std::vector<std::int32_t> words(kMost, kUntouched);
+    std::vector<std::int16_t> narrow(kMost, kUntouched);
+    const auto butterworth = [&](auto function, auto& result) {
+      return function(row.at("frequency"), row.at("order"), rate, row.at("kind") == "highpass",
+                      result.data(), workspace.data());
+    };
+    const FilterSet set = {static_cast<std::int32_t>(bands.size()), bands.data(), rate};
+    EXPECT_EQ(design == "butterworth16"   ? butterworth(DesignButterworth16, narrow)
+              : design == "butterworth32" ? butterworth(DesignButterworth32, words)
+              : design == "filter_set"
+                  ? DesignFilterSet(set, words.data(), workspace.data())
+                  : DesignBassEnhancementFilters(row.at("audio"), row.at("analysis"), rate,
+                                                 words.data(), workspace.data()),
+              row.at("status"));
+    if (design == "butterworth16") words.assign(narrow.begin(), narrow.end());
+    auto expected = row.value("words", std::vector<std::int32_t>());
+    expected.resize(kMost, kUntouched);
+    std::vector<std::int64_t> tolerances(kMost);
+    for (std::size_t i = 0; row.contains("words") && i < row.at("words").size(); ++i) {
+      const auto tolerance = row.value("tol_lsb", nlohmann::json(0));
+      tolerances[i] = tolerance.is_array() ? tolerance[i] : tolerance;
+    }
+    for (const std::size_t i : row.value("open", std::vector<std::size_t>()))
+      tolerances[i] = std::numeric_limits<std::int32_t>::max();
+    for (std::size_t i = 0; i < kMost; ++i)
+      EXPECT_LE(std::abs(std::int64_t{words[i]} - expected[i]), tolerances[i]) << "word " << i;
   }
 }
 

@@ -117,26 +117,6 @@ void Quantise(std::initializer_list<float> values, int bits, std::vector<std::in
 
 }  // namespace
 
-std::vector<Section> Butterworth(float frequency, int order, int rate, bool high_pass) {
-  const Wide k = float(std::tan(kPi * frequency / rate));
-  std::vector<Section> sections;
-  const auto add = [&](Wide numerator, std::initializer_list<int> pattern, Wide a1, Wide a2) {
-    const float b = float(numerator);
-    const auto* p = pattern.begin();
-    sections.push_back({b * float(p[0]), b * float(p[1]), b * float(p[2]), float(a1), float(a2)});
-  };
-  if (order % 2 == 1) {
-    add((high_pass ? 1 : k) / (k + 1), {1, high_pass ? -1 : 1, 0}, (1 - k) / (1 + k), 0);
-  }
-  for (int i = 0; i < order / 2; ++i) {
-    const Wide c = float(std::cos(kPi * (order + 1 + 2 * i) / (2 * order)));
-    const Wide d = float(1 - 2 * c * k + k * k);
-    add((high_pass ? 1 : k * k) / d, {1, high_pass ? -2 : 2, 1}, (2 - 2 * k * k) / d,
-        -(1 + 2 * c * k + k * k) / d);
-  }
-  return sections;
-}
-
 Section Band(const FilterBand& band, int rate) {
   Section section = UnsignedBand(band, rate);
   if (band.invert != 0) {

@@ -1,4 +1,5 @@
-// Filter designs written down once more, plainly and in extended precision, to compare words with.
+// Designs of bands written down once more, plainly and in extended precision, to compare words
+// with.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +13,6 @@ struct Section {
   float b0, b1, b2, a1, a2;
 };
 
-std::vector<Section> Butterworth(float frequency, int order, int rate, bool high_pass);
 Section Band(const FilterBand& band, int rate);
 
 // Scales, quantises and lays out the words of a design.
