@@ -36,7 +36,7 @@ class HeldPacket {
 
   HRESULT status() const noexcept { return status_; }
   UINT32 frames() const noexcept { return frames_; }
-  // Null when the data does not count.
+  // Null if the packet is silent.
   const BYTE* data() const noexcept {
     return (flags_ & AUDCLNT_BUFFERFLAGS_SILENT) != 0 ? nullptr : data_;
   }
@@ -74,7 +74,6 @@ HRESULT CAnalysisData::FinalConstruct() {
   const HRESULT status = OpenLoopbackStream(*machine, device_id_, stream_);
   if (FAILED(status)) return status;
   bins_ = SpectrumBins(stream_.sample_rate);
-  silence_ = SharedSilence(std::size_t{stream_.channel_count} * kUsualPacket);
 
   // Without playback there is analysis all the same.
   if (ComPtr<IMMDevice> device; SUCCEEDED(FindDevice(*machine, device_id_, device))) {
@@ -137,13 +136,8 @@ bool CAnalysisData::AnalysePacket() {
   if (FAILED(held.status())) return false;
   if (held.frames() < kUsualPacket) Diagnose(ORV_HERE("CAnalysisData::LoadQueue"), L"< 480!\n");
 
-  SamplePacket packet{held.data(), held.frames(), stream_.channel_count, stream_.sample_format};
-  if (packet.data == nullptr) {
-    const std::size_t count = packet.frames * packet.channels;
-    if (silence_->size() < count) silence_ = SharedSilence(count);
-    packet.data = reinterpret_cast<const std::uint8_t*>(silence_->data());
-    packet.format = SampleFormat::Float32;
-  }
+  const SamplePacket packet{held.data(), held.frames(), stream_.channel_count,
+                            stream_.sample_format};
   queues_.Append(packet);
   CountPacket();
   const std::lock_guard guard(lock_);

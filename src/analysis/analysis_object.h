@@ -8,7 +8,6 @@
 
 #include "analysis/loopback_stream.h"
 #include "analysis/sample_queues.h"
-#include "analysis/silent_samples.h"
 #include "analysis/spectrum.h"
 #include "dsp_math/transform.h"
 #include "frame/ref_counted.h"
@@ -69,7 +68,6 @@ class CAnalysisData final : public RefCounted<Chain<IAnalysisData>> {
 
   std::array<Transform, SampleQueues::kQueues> transforms_;
   SampleQueues queues_;
-  SilentSamples silence_;
 
   std::mutex lock_;  // guards what follows
   std::array<float, kChannels> peaks_{};

@@ -42,6 +42,7 @@ void ForFormat(SampleFormat format, Operation&& operation) {
 }  // namespace
 
 void RaisePeaks(const SamplePacket& packet, std::span<float> peaks) {
+  if (packet.data == nullptr) return;
   ForFormat(packet.format, [&]<SampleFormat kFormat>() {
     const std::size_t stride = packet.channels * SampleBytes(kFormat);
     for (std::size_t c = 0; c < std::min(packet.channels, peaks.size()); ++c) {
@@ -57,11 +58,18 @@ void SampleQueues::Append(const SamplePacket& packet) {
   bool whole = std::exchange(has_first_block_, false);
   for (std::size_t frame = 0; frame < packet.frames;) {
     const std::size_t count = std::min(packet.frames - frame, kBlock - filled_);
-    const std::uint8_t* data = packet.data + frame * stride;
-    ForFormat(packet.format, [&]<SampleFormat kFormat>() {
-      CopyChannel<kFormat>(data, stride, std::span(*filling_[0]).subspan(filled_, count));
-      CopyChannel<kFormat>(data + second, stride, std::span(*filling_[1]).subspan(filled_, count));
-    });
+    const std::span<float> left = std::span(*filling_[0]).subspan(filled_, count);
+    const std::span<float> right = std::span(*filling_[1]).subspan(filled_, count);
+    if (packet.data == nullptr) {
+      std::ranges::fill(left, 0.0F);
+      std::ranges::fill(right, 0.0F);
+    } else {
+      const std::uint8_t* data = packet.data + frame * stride;
+      ForFormat(packet.format, [&]<SampleFormat kFormat>() {
+        CopyChannel<kFormat>(data, stride, left);
+        CopyChannel<kFormat>(data + second, stride, right);
+      });
+    }
     frame += count;
     filled_ += count;
     if (filled_ == kBlock) {

