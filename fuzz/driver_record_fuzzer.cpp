@@ -1,0 +1,86 @@
+// Blocks of any bytes as they are decoded, and Qualcomm records of any controls. Fields lie inside
+// their block, in order; a record is always defined and decodes.
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "scripted_machine.h"
+#include "intel_dsp/broadwell/parameter_blocks.h"
+#include "intel_dsp/skylake/parameter_blocks.h"
+#include "platform/diagnostics.h"
+#include "qc_dsp/qualcomm_records.h"
+
+namespace {
+
+using namespace orv;
+
+void Require(bool condition) {
+  if (!condition) std::abort();
+}
+
+void RequireInside(const std::vector<DecodedField>& fields, std::size_t size) {
+  std::size_t last = 0;
+  for (const DecodedField& field : fields) {
+    Require(field.offset < size && field.offset >= last && !field.text.empty());
+    last = field.offset;
+  }
+}
+
+void CheckQualcomm(fuzz::Input& input) {
+  // The names are those of the decoder's fields.
+  static const std::vector<std::wstring> names = [] {
+    std::vector<std::wstring> found;
+    for (const QualcommParameter parameter : kQualcommSendingOrder) {
+      const QualcommRecord record(parameter, {});
+      for (const DecodedField& field : DecodeQualcommRecord(parameter, record.payload()))
+        found.emplace_back(field.control.begin(), field.control.end());
+    }
+    for (const wchar_t* name : {L"Order", L"Frequency"})
+      found.push_back(std::wstring(L"QUMEDIA-HPF ") + name);
+    for (const wchar_t* size : {L"Audio", L"Analysis"})
+      found.push_back(std::wstring(L"QUMEDIA-DPHD Speaker ") + size + L" Custom Size");
+    for (const wchar_t* quantity : {L"Frequency", L"Q Factor", L"Gain"})
+      found.push_back(std::wstring(L"QUMEDIA-PEQ Right Band 2 ") + quantity);
+    return found;
+  }();
+  QualcommControls controls;
+  while (!input.empty()) {
+    const std::wstring& name = names[input.Byte() % names.size()];
+    const int bytes = 1 + input.Byte() % 4;
+    const std::uint32_t sign = input.Byte() % 2 == 0 ? 0 : 0xFFFFFFFF;
+    controls[name] = static_cast<std::int32_t>(input.Number(bytes) ^ sign);
+  }
+  for (const QualcommParameter parameter : kQualcommSendingOrder) {
+    const QualcommRecord record(parameter, controls);
+    const auto fields = DecodeQualcommRecord(parameter, record.payload());
+    Require(!fields.empty());
+    RequireInside(fields, record.payload().size());
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const DiagnosticCapture silence([](std::wstring_view) {});
+  fuzz::Input input({data, size});
+  const std::uint8_t kind = input.Byte();
+  const std::uint8_t parameter = input.Byte();
+  if (kind % 4 == 3) {
+    CheckQualcomm(input);
+    return 0;
+  }
+  const auto block = std::as_bytes(input.Take(size));
+  switch (kind % 4) {
+    case 0:
+      RequireInside(DecodeBroadwellBlock(parameter, block), block.size());
+      break;
+    case 1:
+      RequireInside(DecodeSkylakeBlock(0x10014400 + parameter % 32, block), block.size());
+      break;
+    default:
+      RequireInside(DecodeQualcommRecord(kQualcommSendingOrder[parameter % 6], block),
+                    block.size());
+  }
+  return 0;
+}

@@ -1,0 +1,219 @@
+// A simulated machine whose Intel drivers answer what a fuzzer's input says.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/com_ptr.h"
+#include "platform/device_topology.h"
+#include "platform/simulated/counted_object.h"
+#include "platform/simulated/simulated_machine.h"
+
+namespace orv::fuzz {
+
+// Taken from the front; zeros once it has ended.
+class Input {
+ public:
+  explicit Input(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
+  bool empty() const noexcept { return bytes_.empty(); }
+  std::uint8_t Byte() { return Take(1).empty() ? std::uint8_t{0} : last_; }
+  std::uint32_t Number(int bytes) {
+    std::uint32_t number = 0;
+    for (int i = 0; i < bytes; ++i) number = number << 8 | Byte();
+    return number;
+  }
+  std::span<const std::uint8_t> Take(std::size_t count) {
+    const auto taken = bytes_.first(std::min(count, bytes_.size()));
+    bytes_ = bytes_.subspan(taken.size());
+    if (!taken.empty()) last_ = taken.back();
+    return taken;
+  }
+
+ private:
+  std::span<const std::uint8_t> bytes_;
+  std::uint8_t last_ = 0;
+};
+
+// What a driver does with one request: leaves the answer of the simulated driver as it is, or
+// puts bytes over it and reports another count and status.
+struct Answer {
+  explicit Answer(Input& input) : kind(input.Byte()) {
+    if (genuine()) return;
+    at = input.Byte();
+    bytes = input.Take(input.Byte());
+    count = input.Number(2);
+  }
+  bool genuine() const noexcept { return kind % 4 == 0; }
+  bool refused() const noexcept { return kind % 4 == 3; }
+  std::uint32_t Returned(std::uint32_t genuine_count) const noexcept {
+    return kind % 4 == 1 ? genuine_count : count;
+  }
+  void PutOver(void* data, std::size_t size) const noexcept {
+    if (data == nullptr || at >= size) return;
+    std::memcpy(static_cast<std::byte*>(data) + at, bytes.data(),
+                std::min(bytes.size(), size - at));
+  }
+
+  std::uint8_t kind;
+  std::size_t at = 0;
+  std::span<const std::uint8_t> bytes;
+  std::uint32_t count = 0;
+};
+
+class ScriptedFile final : public DeviceFile {
+ public:
+  ScriptedFile(std::unique_ptr<DeviceFile> file, Input& input)
+      : file_(std::move(file)), input_(input) {}
+  std::uint32_t Control(std::uint32_t code, std::span<const std::byte> input,
+                        std::span<std::byte> output, std::uint32_t& returned) override {
+    const std::uint32_t error = file_->Control(code, input, output, returned);
+    const Answer answer(input_);
+    if (answer.genuine()) return error;
+    answer.PutOver(output.data(), output.size());
+    returned = answer.refused() ? 0 : answer.Returned(returned);
+    return answer.refused() ? kDeviceGenFailure : 0;
+  }
+  std::uintptr_t native() const noexcept override { return file_->native(); }
+
+ private:
+  std::unique_ptr<DeviceFile> file_;
+  Input& input_;
+};
+
+class ScriptedControl final : public CountedObject<IKsControl> {
+ public:
+  ScriptedControl(ComPtr<IKsControl> control, Input& input)
+      : control_(std::move(control)), input_(input) {}
+  HRESULT STDMETHODCALLTYPE KsProperty(PKSPROPERTY property, ULONG property_size, void* data,
+                                       ULONG data_size, ULONG* returned) override {
+    const HRESULT status = control_->KsProperty(property, property_size, data, data_size, returned);
+    const Answer answer(input_);
+    if (answer.genuine()) return status;
+    answer.PutOver(data, data_size);
+    *returned = answer.Returned(*returned);
+    constexpr HRESULT kRefusals[] = {E_FAIL, static_cast<HRESULT>(0x800700EA), 1};
+    return answer.refused() ? kRefusals[answer.count % std::size(kRefusals)] : S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE KsMethod(KSIDENTIFIER*, ULONG, void*, ULONG, ULONG*) override {
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE KsEvent(KSIDENTIFIER*, ULONG, void*, ULONG, ULONG*) override {
+    return E_NOTIMPL;
+  }
+
+ private:
+  ComPtr<IKsControl> control_;
+  Input& input_;
+};
+
+class ScriptedDevice final : public CountedObject<IMMDevice> {
+ public:
+  ScriptedDevice(ComPtr<IMMDevice> device, Input& input)
+      : device_(std::move(device)), input_(input) {}
+  HRESULT STDMETHODCALLTYPE Activate(REFIID iid, DWORD context, PROPVARIANT* parameters,
+                                     void** object) override {
+    if (!IsEqualIID(iid, IID_IKsControl))
+      return device_->Activate(iid, context, parameters, object);
+    ComPtr<IKsControl> control;
+    const HRESULT status = device_->Activate(iid, context, parameters, control.PutVoid());
+    if (SUCCEEDED(status))
+      *object = static_cast<IKsControl*>(new ScriptedControl(std::move(control), input_));
+    return status;
+  }
+  HRESULT STDMETHODCALLTYPE OpenPropertyStore(DWORD access, IPropertyStore** store) override {
+    return device_->OpenPropertyStore(access, store);
+  }
+  HRESULT STDMETHODCALLTYPE GetId(LPWSTR* id) override { return device_->GetId(id); }
+  HRESULT STDMETHODCALLTYPE GetState(DWORD* state) override { return device_->GetState(state); }
+
+ private:
+  ComPtr<IMMDevice> device_;
+  Input& input_;
+};
+
+class ScriptedDevices final : public CountedObject<IMMDeviceEnumerator> {
+ public:
+  ScriptedDevices(ComPtr<IMMDeviceEnumerator> devices, Input& input)
+      : devices_(std::move(devices)), input_(input) {}
+  HRESULT STDMETHODCALLTYPE EnumAudioEndpoints(EDataFlow flow, DWORD states,
+                                               IMMDeviceCollection** devices) override {
+    return devices_->EnumAudioEndpoints(flow, states, devices);
+  }
+  HRESULT STDMETHODCALLTYPE GetDefaultAudioEndpoint(EDataFlow flow, ERole role,
+                                                    IMMDevice** device) override {
+    return devices_->GetDefaultAudioEndpoint(flow, role, device);
+  }
+  HRESULT STDMETHODCALLTYPE GetDevice(LPCWSTR id, IMMDevice** device) override {
+    ComPtr<IMMDevice> genuine;
+    const HRESULT status = devices_->GetDevice(id, genuine.Put());
+    if (SUCCEEDED(status)) *device = new ScriptedDevice(std::move(genuine), input_);
+    return status;
+  }
+  HRESULT STDMETHODCALLTYPE
+  RegisterEndpointNotificationCallback(IMMNotificationClient* client) override {
+    return devices_->RegisterEndpointNotificationCallback(client);
+  }
+  HRESULT STDMETHODCALLTYPE
+  UnregisterEndpointNotificationCallback(IMMNotificationClient* client) override {
+    return devices_->UnregisterEndpointNotificationCallback(client);
+  }
+
+ private:
+  ComPtr<IMMDeviceEnumerator> devices_;
+  Input& input_;
+};
+
+// `input` outlives the machine.
+class ScriptedMachine final : public Machine {
+ public:
+  ScriptedMachine(std::unique_ptr<SimulatedMachine> machine, Input& input)
+      : machine_(std::move(machine)), input_(input) {}
+
+  Registry& registry() override { return machine_->registry(); }
+  HRESULT CreateDeviceEnumerator(IMMDeviceEnumerator** enumerator) override {
+    ComPtr<IMMDeviceEnumerator> genuine;
+    const HRESULT status = machine_->CreateDeviceEnumerator(genuine.Put());
+    if (SUCCEEDED(status)) *enumerator = new ScriptedDevices(std::move(genuine), input_);
+    return status;
+  }
+  std::vector<std::wstring> DeviceInterfaces(REFGUID interface_class) override {
+    return machine_->DeviceInterfaces(interface_class);
+  }
+  std::unique_ptr<DeviceFile> OpenDevice(const std::wstring& path, std::uint32_t& error) override {
+    auto file = machine_->OpenDevice(path, error);
+    if (file == nullptr) return nullptr;
+    return std::make_unique<ScriptedFile>(std::move(file), input_);
+  }
+  std::unique_ptr<NamedEvent> OpenNamedEvent(const std::wstring& name,
+                                             std::uint32_t& error) override {
+    return machine_->OpenNamedEvent(name, error);
+  }
+  std::optional<std::wstring> KnownFolder(REFGUID folder) override {
+    return machine_->KnownFolder(folder);
+  }
+  std::optional<std::wstring> SystemDirectory() override { return machine_->SystemDirectory(); }
+  bool IsPlatformVersion(std::uint32_t major, std::uint32_t minor) override {
+    return machine_->IsPlatformVersion(major, minor);
+  }
+  bool Is32BitProcess() override { return machine_->Is32BitProcess(); }
+  bool FileExists(const std::wstring& path) override { return machine_->FileExists(path); }
+  std::optional<std::filesystem::path> HostFile(const std::wstring& path) override {
+    return machine_->HostFile(path);
+  }
+  std::optional<std::string> HostPath(const std::wstring& path) override {
+    return machine_->HostPath(path);
+  }
+
+ private:
+  std::unique_ptr<SimulatedMachine> machine_;
+  Input& input_;
+};
+
+}  // namespace orv::fuzz
