@@ -6,25 +6,29 @@
 #include "platform/simulated/drivers/block_format.h"
 
 namespace orv {
+namespace {
+
+using Kind = DriverMisbehaviour::Kind;
+
+}  // namespace
 
 bool Is(const std::optional<DriverMisbehaviour>& rule, DriverMisbehaviour::Kind kind) noexcept {
   return rule && rule->kind == kind;
 }
 
 void Delay(const std::optional<DriverMisbehaviour>& rule) {
-  if (Is(rule, DriverMisbehaviour::Kind::Late))
+  if (Is(rule, Kind::Late))
     std::this_thread::sleep_for(std::chrono::milliseconds(rule->delay_ms));
 }
 
 void Distort(const std::optional<DriverMisbehaviour>& rule, std::vector<std::byte>& answer) {
-  if (Is(rule, DriverMisbehaviour::Kind::Short) && rule->size < answer.size())
+  if (Is(rule, Kind::Short) && rule->size < answer.size())
     answer.resize(rule->size);
-  if (Is(rule, DriverMisbehaviour::Kind::Corrupt) && rule->offset < answer.size())
+  if (Is(rule, Kind::Corrupt) && rule->offset < answer.size())
     answer[rule->offset] ^= std::byte{rule->mask};
 }
 
 std::string PlannedRefusal(const std::optional<DriverMisbehaviour>& rule) {
-  using Kind = DriverMisbehaviour::Kind;
   if (Is(rule, Kind::Absent)) return "the machine's description leaves it out";
   if (!Is(rule, Kind::Refuse) && !(Is(rule, Kind::Status) && rule->status < 0)) return {};
   return "the machine's description refuses it with " +
