@@ -1,3 +1,5 @@
+#include "analysis/spectrum.h"
+
 #include <algorithm>
 
 #include "analysis_fixture.h"
@@ -67,28 +69,18 @@ TEST_F(SpectrumTest, WholeChainAgreesWithItsDefinitionAtEveryRate) {
   }
 }
 
-TEST_F(SpectrumTest, RequestedFrequencyReadsTheNearestBinTheUpperOfTwo) {
+TEST(SpectrumBins, FrequencyReadsTheNearestBinTheUpperOfTwo) {
   // Frequencies and the bins that they read, counted from 1.
-  using Requests = std::vector<std::pair<ULONG, ULONG>>;
-  const std::tuple<int, ULONG, ULONG, Requests> rates[] = {
-      {48000, 46, 521, {{0, 1}, {60, 1}, {69, 2}, {115, 3}, {30000, 521}}},
-      {44100, 43, 512, {{0, 1}, {60, 1}, {69, 2}, {107, 2}, {108, 3}, {30000, 512}}},
-      {96000, 93, 516, {{0, 1}, {60, 1}, {69, 1}, {232, 2}, {233, 3}, {30000, 323}}}};
-  for (const auto& [rate, spacing, bins, requests] : rates) {
-    SCOPED_TRACE(rate);
-    ListeningClient client(R"(, "mix_format": {"rate": )" + std::to_string(rate) + R"(},
-        "packets": {"frames": 1024}, "sounds": [{"kind": "noise", "level": -20}])");
-    ASSERT_EQ(client.Open(), S_OK);
-    std::vector<ULONG> frequencies;
-    for (ULONG bin = 1; bin <= bins; ++bin) frequencies.push_back(bin * spacing);
-    for (const auto& [frequency, bin] : requests) frequencies.push_back(frequency);
-    const ULONG last = bins * spacing;
-    frequencies.insert(frequencies.end(), {last - 1, last + 1, 0xFFFFFFFF});
-    const auto levels = client.Spectrum(0, frequencies);
-    for (std::size_t i = 0; i < requests.size(); ++i)
-      EXPECT_EQ(levels[bins + i], levels[requests[i].second - 1]) << requests[i].first << " Hz";
-    EXPECT_EQ(std::vector(levels.end() - 3, levels.end()), std::vector(3, levels[bins - 1]));
-    EXPECT_NE(levels[bins - 1], levels[bins - 2]);
+  using Requests = std::vector<std::pair<std::uint32_t, std::uint32_t>>;
+  const std::tuple<std::uint32_t, std::uint32_t, Requests> rates[] = {
+      {48000, 521, {{0, 1}, {60, 1}, {69, 2}, {115, 3}, {30000, 521}, {0xFFFFFFFF, 521}}},
+      {44100, 512, {{0, 1}, {60, 1}, {69, 2}, {107, 2}, {108, 3}, {30000, 512}}},
+      {96000, 516, {{0, 1}, {60, 1}, {69, 1}, {232, 2}, {233, 3}, {30000, 323}}}};
+  for (const auto& [rate, count, requests] : rates) {
+    const SpectrumBins bins(rate);
+    EXPECT_EQ(bins.count(), count);
+    for (const auto& [frequency, bin] : requests)
+      EXPECT_EQ(bins.Nearest(frequency), bin - 1) << rate << ", " << frequency << " Hz";
   }
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
 #include <map>
 
@@ -113,15 +114,14 @@ class BroadwellReference : public testing::Test {
 
 // As a mode object has them, which has no texts: names of sizes and filters become numbers.
 std::vector<ListedControl> Numbers(const Json& controls) {
-  const std::map<std::string, LONG> names = {{"Disabled", 0},         {"ZENSND-Traditional", 0},
+  const std::map<std::string, LONG> names = {{"Enabled", 1},          {"ZENSND-Traditional", 0},
                                              {"ZENSND-Low Shelf", 1}, {"ZENSND-High Shelf", 2},
                                              {"ZENSND-60Hz", 60},     {"VQ3D-100Hz", 100}};
   std::vector<ListedControl> numbers;
   for (const auto& [name, value] : controls.items()) {
     const std::string text = value;
     const auto known = names.find(text);
-    const bool digits = text.find_first_not_of("-0123456789") == std::string::npos;
-    numbers.emplace_back(name, digits ? std::stol(text) : known != names.end() ? known->second : 1);
+    numbers.emplace_back(name, known != names.end() ? known->second : std::atoi(text.c_str()));
   }
   return numbers;
 }

@@ -1,5 +1,5 @@
-// What the processors refuse, leave out and report. The bytes they send are compared with the
-// reference data in broadwell_reference_test.cpp.
+// What the driver's client and the processors refuse, leave out and report. The bytes they send are
+// compared with the reference data in broadwell_reference_test.cpp.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -17,15 +17,19 @@ using testing::ElementsAre;
 
 using Bytes = std::vector<std::uint8_t>;
 using Dsp = KELAPOIntelDSP_BRW;
+using Client = ORVAPOIntelDriverInterface_BRW;
 using Kind = DriverMisbehaviour::Kind;
 using Process = void (Dsp::*)(const ControlValueMap&, std::uint8_t);
 
-class BroadwellProcessorsTest : public testing::Test {
+constexpr std::uint32_t kModule = broadwell::kPostProcessingModule;
+constexpr HRESULT kRefusal = static_cast<HRESULT>(0xC0000001);
+
+class BroadwellTest : public testing::Test {
  protected:
-  BroadwellProcessorsTest() {
+  BroadwellTest() {
     for (const auto& [name, value] : BroadwellMode()) Put(map_, name, value);
   }
-  ~BroadwellProcessorsTest() override { machine_.ExpectNothingRefused(); }
+  ~BroadwellTest() override { machine_.ExpectNothingRefused(); }
 
   // Why the processor gave up.
   std::string Failure(Process process) {
@@ -75,12 +79,93 @@ class BroadwellProcessorsTest : public testing::Test {
   DiagnosticLog log_;
   IntelMachine machine_;
   HRESULT status_ = E_FAIL;
-  ORVAPOIntelDriverInterface_BRW client_{*machine_.get(), status_,
-                                         broadwell::kPostProcessingModule};
+  Client client_{*machine_.get(), status_, kModule};
   Dsp processors_{client_};
+  std::uint8_t version_ = 9;
+  std::uint8_t features_ = 9;
+  std::string name_ = "stale";
+  std::string text_ = "stale";
 };
 
-TEST_F(BroadwellProcessorsTest, SuccessIsReported) {
+TEST_F(BroadwellTest, ModuleIsSwitchedOnAndAnswers) {
+  machine_.broadwell().interfaces = 3;
+  machine_->faults().Clear();
+  machine_->faults().FailNth("device.open", 1, kDeviceAccessDenied);  // the second opens
+  Client client(*machine_.get(), status_, kModule);
+  EXPECT_EQ(status_, S_OK);
+  EXPECT_EQ(machine_->faults().Calls("device.open"), 2U);
+  EXPECT_TRUE(client.GetAPIVersion(status_, version_, features_));
+  EXPECT_EQ(version_ * 10 + features_, 15);
+  EXPECT_TRUE(client.GetModuleInfo(status_, name_, text_));
+  EXPECT_EQ(name_ + " " + text_, "Post Processing Module 2.1.0");
+
+  const std::array<std::byte, 12> sent = {std::byte{1}};
+  EXPECT_TRUE(client.SetParameter(status_, 20, sent.data(), 12, 1));
+  std::array<std::byte, 12> read;
+  read.fill(std::byte{0xEE});
+  EXPECT_TRUE(client.GetParameter(status_, 20, read.data(), 12, 0));
+  EXPECT_EQ(read, sent);
+  EXPECT_FALSE(client.short_answer());
+  machine_.ExpectNothingRefused();
+  ExpectLogged({L"| Broadwell OpenIntelDriver() returned handle 0x",
+                L"| ORVAPOIntelDriverInterface_BRW::SetStatus(), OK - 0x0\n",
+                L"| Intel GetAPIVersion: 0x0, 1 5\n",
+                L"| Intel GetModuleInfo: 0x0, Post Processing Module, 2.1.0\n",
+                L"| GetParameter returned is 64017\n"});
+}
+
+TEST_F(BroadwellTest, AbsentDriverFailsEveryRequest) {
+  machine_->description().drivers.broadwell.reset();
+  Client client(*machine_.get(), status_, kModule);
+  EXPECT_EQ(status_, E_FAIL);
+  EXPECT_EQ(log_.Count(L"SetStatus()"), 1U) << "of the fixture's client";
+  EXPECT_FALSE(client.GetAPIVersion(status_, version_, features_));
+  EXPECT_FALSE(client.GetModuleInfo(status_, text_, text_));
+  EXPECT_FALSE(client.SetStatus(status_));
+  EXPECT_FALSE(client.SetParameter(status_, 0, "\1\0\0", 4, 0));
+  EXPECT_FALSE(client.GetParameter(status_, 0, &version_, 1, 0));
+  EXPECT_EQ(client.last_error(), kDeviceInvalidHandle);
+  ExpectLogged(
+      {L"| Intel GetAPIVersion DeviceIoControl failed, error 6\n",
+       L"| Intel GetModuleInfo DeviceIoControl failed, error 6\n",
+       L"| ORVAPOIntelDriverInterface_BRW::SetStatus(), DeviceIoControl failed, error 6\n"});
+}
+
+TEST_F(BroadwellTest, NegativeStatusIsNotAFailureOfTheTransfer) {
+  machine_->faults().Clear();
+  machine_->faults().FailNth("device.control", 1, kDeviceGenFailure);
+  EXPECT_FALSE(client_.SetStatus(status_));
+  EXPECT_EQ(client_.last_error(), kDeviceGenFailure);
+  machine_.broadwell().misbehaviour = {Misbehave(Kind::Status, "", kRefusal)};
+  std::array<std::byte, 4> block = {};
+  EXPECT_TRUE(client_.SetParameter(status_, 0, block.data(), 4, 0));
+  EXPECT_EQ(status_, kRefusal);
+  EXPECT_EQ(client_.last_error(), 0U);
+  EXPECT_TRUE(client_.GetParameter(status_, 0, block.data(), 4, 0));
+  EXPECT_EQ(status_, kRefusal);
+  EXPECT_FALSE(client_.GetAPIVersion(status_, version_, version_));
+  EXPECT_EQ(version_, 9);
+  EXPECT_FALSE(client_.GetModuleInfo(status_, name_, name_));
+  EXPECT_EQ(name_, "");
+}
+
+TEST_F(BroadwellTest, ShortAnswersAreTakenAndKnown) {
+  machine_.broadwell().misbehaviour = {Misbehave(Kind::Short, "", 0, 1)};
+  std::array<std::byte, 92> block;
+  block.fill(std::byte{0xEE});
+  EXPECT_TRUE(client_.GetParameter(status_, 21, block.data(), 92, 0));
+  EXPECT_TRUE(client_.short_answer());
+  EXPECT_EQ(block[91], std::byte{0});
+  EXPECT_TRUE(client_.GetModuleInfo(status_, name_, text_));
+  EXPECT_EQ(name_ + text_, "P");
+  EXPECT_TRUE(client_.GetAPIVersion(status_, version_, features_));
+  EXPECT_EQ(version_ * 10 + features_, 10);
+  const std::vector<std::byte> huge(broadwell::kLargestParameter + 1);
+  EXPECT_FALSE(client_.SetParameter(status_, 25, huge.data(), 64001, 0));
+  EXPECT_EQ(status_, E_INVALIDARG);
+}
+
+TEST_F(BroadwellTest, SuccessIsReported) {
   map_.erase("ZENSND-HPF Order");
   Put(map_, "MFX:ZENSND-HPF Order", 2);
   map_.erase("ZENSND-HPF Frequency");
@@ -107,7 +192,7 @@ TEST_F(BroadwellProcessorsTest, SuccessIsReported) {
                 L"| Writing Evenvolume Controls successful, 0\n"});
 }
 
-TEST_F(BroadwellProcessorsTest, DesignsThatAreRefusedAreNotSent) {
+TEST_F(BroadwellTest, DesignsThatAreRefusedAreNotSent) {
   for (const int order : {0, -1, 25, std::numeric_limits<int>::max()}) {
     Put(map_, "ZENSND-HPF Order", order);
     EXPECT_EQ(Failure(&Dsp::ProcessHPFControls), "HPF - filter order out of range");
@@ -131,7 +216,7 @@ TEST_F(BroadwellProcessorsTest, DesignsThatAreRefusedAreNotSent) {
   ExpectLogged({L"ProcessHPFControls() failed: HPF - Unable to set HPF coefficients.\n"});
 }
 
-TEST_F(BroadwellProcessorsTest, BandThatIsNotAFilterLeavesTheOthers) {
+TEST_F(BroadwellTest, BandThatIsNotAFilterLeavesTheOthers) {
   const FilterBand unity = {kUnknownBandType, 0, 0, 0, 0};
   const FilterBand other = {kORVFilter_Traditional, 500, 1, 6, 0};
   Band("Left Band 1", "Enable=1 Frequency=500 Q Factor=100 Gain=60 Type=0");
@@ -160,7 +245,7 @@ TEST_F(BroadwellProcessorsTest, BandThatIsNotAFilterLeavesTheOthers) {
   ExpectLogged({L"Error: ZENSND-PEQ Left Band 0 Gain - Can't find integer value.\n"});
 }
 
-TEST_F(BroadwellProcessorsTest, RefusedParametersNameTheirGroup) {
+TEST_F(BroadwellTest, RefusedParametersNameTheirGroup) {
   const std::pair<Process, const char*> groups[] = {
       {&Dsp::ProcessGlobalControls, "Global - Settings of parameters in driver failed."},
       {&Dsp::ProcessEvenvolumeControls, "Evenvolume - Setting of Evenvolume controls failed."},
@@ -175,7 +260,7 @@ TEST_F(BroadwellProcessorsTest, RefusedParametersNameTheirGroup) {
   ExpectLogged({L"Setting of left PEQ parameters failed, error 0\n"});
 }
 
-TEST_F(BroadwellProcessorsTest, HardLimiterIsReadOnlyForAMissingControl) {
+TEST_F(BroadwellTest, HardLimiterIsReadOnlyForAMissingControl) {
   processors_.ProcessHLControls(map_, 1);
   const Bytes before = Held(22, 16);
   machine_.Sent();
@@ -197,7 +282,7 @@ TEST_F(BroadwellProcessorsTest, HardLimiterIsReadOnlyForAMissingControl) {
                 L"| Error: Failed to get Hard Limiter controls from DSP, error: "});
 }
 
-TEST_F(BroadwellProcessorsTest, OnlyWholeBlocksAndKnownValuesAreWrittenBack) {
+TEST_F(BroadwellTest, OnlyWholeBlocksAndKnownValuesAreWrittenBack) {
   EXPECT_EQ(Write(L"ZENSND-DC Level", 50), S_OK);
   machine_.Sent();
   EXPECT_EQ(Write(L"ZENSND-DC Enable", 1, VT_I8), E_INVALIDARG);
@@ -223,7 +308,7 @@ TEST_F(BroadwellProcessorsTest, OnlyWholeBlocksAndKnownValuesAreWrittenBack) {
   EXPECT_THAT(machine_.Sent(), ElementsAre(101));  // and not 21
 }
 
-TEST_F(BroadwellProcessorsTest, PresetsAreDesignsOfThisComponent) {
+TEST_F(BroadwellTest, PresetsAreDesignsOfThisComponent) {
   using namespace broadwell;
   EXPECT_EQ(HighPassPreset(4, "Default"), HighPassBlock(4, 60));
   EXPECT_EQ(HighPassPreset(6, "Other"), HighPassBlock(6, 60));
@@ -236,7 +321,7 @@ TEST_F(BroadwellProcessorsTest, PresetsAreDesignsOfThisComponent) {
   EXPECT_EQ(EqualizerPreset("Other"), EqualizerBlock(bands));
 }
 
-TEST_F(BroadwellProcessorsTest, ParametersAreDecoded) {
+TEST_F(BroadwellTest, ParametersAreDecoded) {
   processors_.ProcessAMHDControls(map_, 1);
   processors_.ProcessHPFControls(map_, 1);
   std::map<std::string, std::string> texts;
@@ -245,7 +330,6 @@ TEST_F(BroadwellProcessorsTest, ParametersAreDecoded) {
       texts[BroadwellBlockName(record.parameter) + ", " + field.control] = field.text;
   EXPECT_EQ(texts["AMHD, ZENSND-AMHD Input Mode"], "ZENSND-2_0_1");
   EXPECT_EQ(texts["AMHD, ZENSND-DPHD Speaker Audio Size"], "custom");
-  EXPECT_EQ(texts["AMHD, ZENSND-DC Level"], "40 %");
   EXPECT_EQ(texts["HPF coefficients, order"], "4");
   EXPECT_EQ(texts["HPF coefficients, section 1 shift"], "2");
   EXPECT_EQ(BroadwellBlockName(23), "");
