@@ -1,4 +1,5 @@
 // The Broadwell module's parameters as people read them.
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -85,8 +86,9 @@ class WordDecoder {
     const std::int64_t word = ReadField(block_, next_, type);
     const auto bits = static_cast<int>(8 * width);
     const bool whole = integer_bits == bits;
-    const double real =
-        std::ldexp(static_cast<double>(word), static_cast<int>(integer_bits) - bits);
+    // A driver may hold any word where a shift belongs.
+    const auto exponent = static_cast<int>(std::clamp<std::int64_t>(integer_bits, -9999, 9999));
+    const double real = std::ldexp(static_cast<double>(word), exponent - bits);
     fields_.push_back({next_, name, word, whole ? std::to_string(word) : RealText(real)});
     next_ += width;
     return word;
