@@ -103,15 +103,17 @@ TEST(DriverFormats, RefuseWhatContradictsItself) {
     EXPECT_THAT(Fault(wrong.formats, wrong.parameter, wrong.block), HasSubstr(wrong.reason));
 }
 
+std::vector<std::string> Lines(const std::vector<DriverRemark>& remarks) {
+  std::vector<std::string> lines;
+  for (const DriverRemark& remark : remarks)
+    lines.push_back(HexNumber(remark.parameter & 0xFFF) + ' ' + remark.text);
+  return lines;
+}
+
 TEST(DriverRemarks, NameWhatAListenerWouldNotice) {
   DriverMemory memory;
   DriversDescription drivers{SkylakeDescription(), BroadwellDescription(), QualcommDescription()};
-  const auto remarks = [&] {
-    std::vector<std::string> lines;
-    for (const DriverRemark& remark : RemarksOn(memory, drivers))
-      lines.push_back(HexNumber(remark.parameter & 0xFFF) + ' ' + remark.text);
-    return lines;
-  };
+  const auto remarks = [&] { return Lines(RemarksOn(memory, drivers)); };
   EXPECT_THAT(remarks(), ElementsAre("0x0 no client has switched the module on"));
   memory.enabled = {{"skylake", 0}, {"broadwell", 1}};
   const struct {
