@@ -40,6 +40,9 @@ ControlFacts Catalog::Describe(const std::string& name) const {
   facts.described = technology_.FindControlInfo(value, info);
   if (!facts.described) return facts;
   facts.factor = info.factor();
+  facts.minimum = info.minimum();
+  facts.maximum = info.maximum();
+  facts.scale = static_cast<ORV_QVT_SCALE>(info.scale());
   for (const std::string& choice : info.names()) facts.choices.push_back(Utf8FromNarrow(choice));
   return facts;
 }

@@ -17,6 +17,9 @@ namespace orv::cli {
 struct ControlFacts {
   bool described = false;  // by the technology library
   float factor = 1.0F;     // steps to one unit of the shown quantity
+  std::int32_t minimum = 0;
+  std::int32_t maximum = 0;
+  ORV_QVT_SCALE scale = ORV_QVT_SCALE_COUNT;
   std::vector<std::string> choices;
 };
 

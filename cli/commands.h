@@ -55,6 +55,7 @@ inline constexpr char kEndpointHelp[] =
     "Endpoint: its number in \"endpoints\", its identifier, or any part of its name";
 inline constexpr char kModeHelp[] =
     "Mode: its name or any part of it that fits one mode only (default: the current mode)";
+inline constexpr char kDspDefaultHelp[] = "Have the driver keep the values as its default";
 inline constexpr char kControlHelp[] = "Control: its exact name";
 
 // Tables that more than one command shows.
@@ -76,8 +77,10 @@ void AddDriversCommand(CLI::App& machine, Context& context);    // machine drive
 void AddFilterCommands(CLI::App& app, Context& context);        // filter butterworth, bands, bass
 void AddDspCommands(CLI::App& app, Context& context);           // dsp intel, dsp qualcomm
 void AddIntelDspCommands(CLI::App& dsp, Context& context);      // called by AddDspCommands
-void AddDriftCommand(CLI::App& app, Context& context);          // drift
-void AddCompletionCommand(CLI::App& app, Context& context);     // completion bash
-void AddStoryCommand(CLI::App& app, Context& context);          // story
+// dsp intel get, dsp intel set; `endpoint` is what the user named, known when a command runs.
+void AddIntelPropertyCommands(CLI::App& intel, Context& context, const std::string& endpoint);
+void AddDriftCommand(CLI::App& app, Context& context);       // drift
+void AddCompletionCommand(CLI::App& app, Context& context);  // completion bash
+void AddStoryCommand(CLI::App& app, Context& context);       // story
 
 }  // namespace orv::cli

@@ -38,11 +38,12 @@ class DspFields {
 
   bool known() const noexcept { return !driver_.empty(); }
   const std::string& driver() const noexcept { return driver_; }
-  // What the DSP says of a control whose place it is; nothing where it has none.
+  // What the DSP holds for a control that has a field; empty otherwise.
   Said Says(const std::string& control, const ControlView* by_default,
             const ControlView& registry) const;
-  // Designed filters have no control of their own: blocks whose other words differ.
-  std::vector<Drift> Coefficients(const std::string& mode) const;
+  // Differences that belong to no control: blocks that cannot be compared, with the reason, blocks
+  // whose other words differ, and the module's status.
+  std::vector<Drift> Further(const std::string& mode) const;
 
  private:
   struct Place {
@@ -50,11 +51,15 @@ class DspFields {
     std::int64_t registry = 0;
     std::optional<std::int64_t> by_default;
   };
+  DspPlan Plan(const Mode& mode, ORVAPOControlType list, DspReadback& readback) const;
+  void Compare(const DspPlan& planned, const DspPlan& defaults, DspReadback& readback);
   void Add(const DspBlock& planned, const DspBlock* by_default, const DspBlock& held);
+  void AddReason(const std::string& block, const std::string& registry, const std::string& dsp);
 
   std::string driver_;
   std::multimap<std::string, Place> places_;
   std::map<std::string, std::size_t> words_;  // differing words without a control, by block
+  std::vector<Drift> reasons_;
 };
 
 // The driver behind the endpoint, as the component finds it; empty when there is none.
@@ -77,17 +82,46 @@ const DspBlock* FindBlock(const std::vector<DspBlock>& blocks, std::uint32_t par
 
 DspFields::DspFields(Machine& machine, const Endpoint& endpoint, const Mode& mode)
     : driver_(FindDriver(endpoint)) {
-  const auto readback = DspReadback::Begin(machine, endpoint.id());
-  if (readback == nullptr) driver_.clear();
+  DspReadback readback(machine, endpoint.id());
+  if (!readback.simulated()) driver_.clear();
   if (driver_.empty()) return;
-  const auto defaults =
-      PlanBlocks(driver_, DspControls(driver_, mode, kORVAPO_Cont_Default), readback.get());
-  const auto planned =
-      PlanBlocks(driver_, DspControls(driver_, mode, kORVAPO_Cont_Public), readback.get());
-  for (const DspBlock& block : planned) {
-    if (const auto held = readback->Read(driver_, block.parameter, block.bytes.size()))
-      Add(block, FindBlock(defaults, block.parameter), *held);
+  Compare(Plan(mode, kORVAPO_Cont_Public, readback), Plan(mode, kORVAPO_Cont_Default, readback),
+          readback);
+}
+
+DspPlan DspFields::Plan(const Mode& mode, ORVAPOControlType list, DspReadback& readback) const {
+  if (driver_ == kQualcommDriver) return PlanQualcommMode(DspControls(driver_, mode, list), 0);
+  return PlanMode(driver_, IntelControls(mode, list), "", 0, &readback);
+}
+
+void DspFields::Compare(const DspPlan& planned, const DspPlan& defaults, DspReadback& readback) {
+  for (const DspPlan::Gap& gap : planned.missing)
+    AddReason(BlockName(gap.block), "cannot be sent: " + gap.reason, "");
+  std::size_t received = 0;
+  for (const DspBlock& block : planned.blocks) {
+    const DspReadback::Answer answer = readback.Read(block);
+    received += readback.HasReceived(block);
+    if (answer.block) {
+      Add(block, FindBlock(defaults.blocks, block.parameter), *answer.block);
+    } else {
+      AddReason(BlockName(block), "", answer.reason);
+    }
   }
+  if (received == 0 && !planned.blocks.empty()) {
+    reasons_.clear();
+    return AddReason("the whole mode", "", "the DSP has received nothing yet");
+  }
+  const auto module = planned.module ? readback.ReadModule(driver_) : std::nullopt;
+  if (module && *module != *planned.module)
+    AddReason("module status", *planned.module ? "on" : "off", *module ? "on" : "off");
+}
+
+void DspFields::AddReason(const std::string& block, const std::string& registry,
+                          const std::string& dsp) {
+  const auto said = [](const std::string& text) {
+    return text.empty() ? Said{} : Said{Json(text), text};
+  };
+  reasons_.push_back({"", block, {}, said(registry), said(dsp)});
 }
 
 void DspFields::Add(const DspBlock& planned, const DspBlock* by_default, const DspBlock& held) {
@@ -95,9 +129,8 @@ void DspFields::Add(const DspBlock& planned, const DspBlock* by_default, const D
   const std::vector<DecodedField> held_fields = DecodeBlock(held);
   const auto default_fields =
       by_default != nullptr ? DecodeBlock(*by_default) : std::vector<DecodedField>();
-  const bool aligned = registry_fields.size() == held_fields.size() && !held_fields.empty();
-  if (!aligned && planned.bytes != held.bytes) words_[BlockName(planned)] += 1;
-  for (std::size_t i = 0; aligned && i < held_fields.size(); ++i) {
+  if (held_fields.empty() && planned.bytes != held.bytes) words_[BlockName(planned)] += 1;
+  for (std::size_t i = 0; i < held_fields.size(); ++i) {
     const DecodedField& field = held_fields[i];
     if (!IsControl(field)) {
       words_[BlockName(planned)] += field.value != registry_fields[i].value;
@@ -122,8 +155,9 @@ Said DspFields::Says(const std::string& control, const ControlView* by_default,
   return {Json(place.held.text), place.held.text};
 }
 
-std::vector<Drift> DspFields::Coefficients(const std::string& mode) const {
-  std::vector<Drift> drifts;
+std::vector<Drift> DspFields::Further(const std::string& mode) const {
+  std::vector<Drift> drifts = reasons_;
+  for (Drift& drift : drifts) drift.mode = mode;
   for (const auto& [block, count] : words_) {
     if (count == 0) continue;
     const std::string text = std::to_string(count) + " differ";
@@ -148,8 +182,8 @@ std::vector<Drift> DriftOf(Context& context, const Endpoint& endpoint, const Mod
     if (stored || pushed) drifts.push_back(std::move(drift));
   }
   if (dsp != nullptr) {
-    const auto coefficients = dsp->Coefficients(mode.name());
-    drifts.insert(drifts.end(), coefficients.begin(), coefficients.end());
+    const auto further = dsp->Further(mode.name());
+    drifts.insert(drifts.end(), further.begin(), further.end());
   }
   return drifts;
 }

@@ -269,20 +269,21 @@ void Story::TellBlock(const PushOutcome& push) {
 void Story::TellPush(const Mode& mode) {
   Title("Into the DSP");
   const IntelDsp dsp(endpoint_);
-  const auto readback = DspReadback::Begin(context_.session().machine(), endpoint_.id());
+  DspReadback readback(context_.session().machine(), endpoint_.id());
+  const DspPlan plan =
+      PlanMode(dsp.Kind(), IntelControls(mode, kORVAPO_Cont_Public), "", 0, &readback);
   const PushOutcome push =
-      PushAndLook(readback.get(), [&] { return dsp.WriteControls(mode, {}, false); });
-  Judge(context_, push, "pushing " + mode.name() + " into the DSP",
-        "\"orvctl doctor\" looks for the reason.");
+      RunPush(readback, plan, [&] { return dsp.WriteControls(mode, {}, false); });
+  SettlePush(context_, push, "pushing " + mode.name() + " into the DSP",
+             "\"orvctl doctor\" looks for the reason.");
   Say("This laptop's DSP takes the controls as fixed-point numbers. The " + dsp.Kind() +
       " driver received " + std::to_string(push.blocks.size()) + " blocks with the values of " +
       mode.name() + ".");
   TellBlock(push);
   if (push.differs()) {
-    Say("What the DSP holds differs from what was sent.");
     ShowPush(context_, push);
   } else {
-    Say("Read back and compared: every block is in the DSP as it was sent.");
+    Say(VerdictText(push));
   }
   Hint("orvctl dsp intel 0 push --mode " + mode.name());
 }

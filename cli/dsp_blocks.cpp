@@ -30,20 +30,15 @@ std::optional<Quantity> QuantityOf(const std::string& text) {
   return Quantity{number, unit};
 }
 
+// Blocks of one size.
 std::vector<DspDifference> CompareBytes(const DspBlock& sent, const DspBlock& read) {
   std::vector<DspDifference> differences;
-  for (std::size_t i = 0; i < std::max(sent.bytes.size(), read.bytes.size()); ++i) {
-    const auto at = [i](const DspBlock& block) -> std::int64_t {
-      return i < block.bytes.size() ? std::to_integer<int>(block.bytes[i]) : -1;
-    };
-    const auto text = [](std::int64_t byte) {
-      return byte < 0 ? std::string("nothing") : std::to_string(byte);
-    };
-    const std::int64_t a = at(sent);
-    const std::int64_t b = at(read);
+  for (std::size_t i = 0; i < sent.bytes.size(); ++i) {
+    const auto a = std::to_integer<std::int64_t>(sent.bytes[i]);
+    const auto b = std::to_integer<std::int64_t>(read.bytes[i]);
     if (a == b) continue;
-    differences.push_back(
-        {BlockName(sent), "byte " + std::to_string(i), a, b, text(a), text(b), ""});
+    differences.push_back({BlockName(sent), "byte " + std::to_string(i), a, b, std::to_string(a),
+                           std::to_string(b), "", ""});
   }
   return differences;
 }
@@ -86,8 +81,19 @@ std::string ErrorText(const std::string& sent, const std::string& read) {
   return number + from->unit;
 }
 
+DspDifference WholeBlock(const DspBlock& block, const std::string& reason) {
+  DspDifference difference;
+  difference.block = BlockName(block);
+  difference.control = "the whole block";
+  difference.reason = reason;
+  return difference;
+}
+
 std::vector<DspDifference> CompareBlocks(const DspBlock& sent, const DspBlock& read) {
   if (sent.bytes == read.bytes) return {};
+  if (sent.bytes.size() != read.bytes.size())
+    return {WholeBlock(sent, std::to_string(read.bytes.size()) + " bytes instead of " +
+                                 std::to_string(sent.bytes.size()))};
   const std::vector<DecodedField> before = DecodeBlock(sent);
   const std::vector<DecodedField> after = DecodeBlock(read);
   std::vector<DspDifference> differences;
@@ -97,8 +103,15 @@ std::vector<DspDifference> CompareBlocks(const DspBlock& sent, const DspBlock& r
     const DecodedField& b = after[i];
     if (a.control != b.control) return CompareBytes(sent, read);
     if (a.value == b.value) continue;
-    differences.push_back(
-        {BlockName(sent), a.control, a.value, b.value, a.text, b.text, ErrorText(a.text, b.text)});
+    if (a.text == b.text) {
+      const auto raw = [](const DecodedField& field) {
+        return field.text + " (" + std::to_string(field.value) + ")";
+      };
+      differences.push_back({BlockName(sent), a.control, a.value, b.value, raw(a), raw(b), "", ""});
+      continue;
+    }
+    differences.push_back({BlockName(sent), a.control, a.value, b.value, a.text, b.text,
+                           ErrorText(a.text, b.text), ""});
   }
   return differences.empty() ? CompareBytes(sent, read) : differences;
 }

@@ -10,9 +10,23 @@ namespace orv::cli {
 namespace {
 
 const char* const kDriverRemedy =
-    "Install the DSP's driver again; -v shows what the component met. \"orvctl doctor\" tells "
-    "which "
-    "DSP there is.";
+    "-v shows what the component met; \"orvctl doctor\" examines the DSP.";
+
+// The words are those of the operation, where the status means several things.
+[[noreturn]] void OpeningFailure(const Endpoint& endpoint, const std::string& dsp, HRESULT status,
+                                 const std::string& words, const std::string& remedy) {
+  throw Failure(kRefused, "opening the " + dsp + " DSP of " + endpoint.name() + ": " +
+                              StatusText(status).substr(0, 10) + " (" + words + ")\n" + remedy);
+}
+
+// What to do for an endpoint without an Intel DSP that can be opened.
+std::string OtherDsp(const Endpoint& endpoint) {
+  ComPtr<IORVAPOQCDSP> qualcomm;
+  const bool other = SUCCEEDED(endpoint.object()->GetQCDSPInterface(qualcomm.Put())) && qualcomm;
+  return other ? "This endpoint's DSP is Qualcomm: orvctl dsp qualcomm \"" + endpoint.name() +
+                     "\" push"
+               : "-v shows what the component met: orvctl -v doctor \"" + endpoint.name() + "\"";
+}
 
 // A vector of numbers that the component takes.
 template <class Number>
@@ -38,11 +52,15 @@ class NumberArray {
 }  // namespace
 
 IntelDsp::IntelDsp(const Endpoint& endpoint) {
-  const std::string asked = "opening the Intel DSP of " + endpoint.name();
   ComPtr<IKELAPOIntelDSP> dsp;
-  Require(endpoint.object()->GetIntelInterface(dsp.Put()), asked, kDriverRemedy);
+  const HRESULT status = endpoint.object()->GetIntelInterface(dsp.Put());
+  if (FAILED(status))
+    OpeningFailure(endpoint, "Intel", status,
+                   "no Intel DSP driver for this endpoint, or the driver refused",
+                   OtherDsp(endpoint));
   object_ = dsp.As<IKELAPOIntelDSP4>();
-  if (!object_) ComponentFailure(asked, E_NOINTERFACE, kDriverRemedy);
+  if (!object_)
+    ComponentFailure("opening the Intel DSP of " + endpoint.name(), E_NOINTERFACE, kDriverRemedy);
 }
 
 std::string IntelDsp::Kind() const {
@@ -99,18 +117,8 @@ HRESULT IntelDsp::GetProperty(const std::string& name, bool set_default,
 }
 
 HRESULT IntelDsp::PutProperty(const std::string& name, bool set_default,
-                              const std::string& value) const {
-  const Text text(value);
-  VARIANT variant;
-  VariantInit(&variant);
-  if (const std::optional<int> number = ParseNumber(value)) {
-    variant.vt = VT_I4;
-    variant.lVal = *number;
-  } else {
-    variant.vt = VT_BSTR;
-    variant.bstrVal = text.get();
-  }
-  return object_->put_Property(Text(name).get(), set_default ? 1 : 0, variant);
+                              const VARIANT& value) const {
+  return object_->put_Property(Text(name).get(), set_default ? 1 : 0, value);
 }
 
 HRESULT IntelDsp::SetEqualizer(KELChannel channel, const std::vector<EqualizerBand>& bands,
@@ -141,8 +149,10 @@ IntelDspState AskIntelDsp(const Endpoint& endpoint) {
 }
 
 QualcommDsp::QualcommDsp(const Endpoint& endpoint) {
-  Require(endpoint.object()->GetQCDSPInterface(object_.Put()),
-          "opening the Qualcomm DSP of " + endpoint.name(), kDriverRemedy);
+  const HRESULT status = endpoint.object()->GetQCDSPInterface(object_.Put());
+  if (FAILED(status))
+    OpeningFailure(endpoint, "Qualcomm", status, "no Qualcomm DSP driver",
+                   "\"orvctl doctor\" reports which DSP there is.");
 }
 
 int QualcommDsp::FormFactor() const {

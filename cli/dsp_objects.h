@@ -37,8 +37,7 @@ class IntelDsp {
   HRESULT WriteControls(const Mode& mode, const std::string& technology, bool set_default) const;
   HRESULT ProcessConfigFile(const std::wstring& path, bool set_default, std::string& error) const;
   HRESULT GetProperty(const std::string& name, bool set_default, std::int32_t& value) const;
-  // A whole number, or any other text as text.
-  HRESULT PutProperty(const std::string& name, bool set_default, const std::string& value) const;
+  HRESULT PutProperty(const std::string& name, bool set_default, const VARIANT& value) const;
   HRESULT SetEqualizer(KELChannel channel, const std::vector<EqualizerBand>& bands,
                        bool set_default) const;
 

@@ -1,8 +1,14 @@
 #include "cli/dsp_plan.h"
 
-#include <algorithm>
+#include <functional>
+#include <initializer_list>
+#include <iterator>
 
+#include "cli/component_text.h"
+#include "cli/dsp_recorder.h"
+#include "intel_dsp/broadwell/coefficients.h"
 #include "intel_dsp/broadwell/processors.h"
+#include "intel_dsp/skylake/block_fields.h"
 #include "intel_dsp/skylake/parameter_blocks.h"
 #include "platform/diagnostics.h"
 #include "platform/simulated/drivers/driver_requests.h"
@@ -12,159 +18,293 @@
 namespace orv::cli {
 namespace {
 
-using Controls = std::map<std::wstring, std::int32_t, std::less<>>;
+constexpr char kHighPass[] = "HPF";
 
-// A driver that takes everything and keeps it as blocks.
-class Recorder {
- public:
-  Recorder(std::string driver, DspReadback* held) : driver_(std::move(driver)), held_(held) {}
+std::string Utf8OfNarrow(const std::string& narrow) { return Utf8FromWide(Widen(narrow)); }
 
-  bool Get(HRESULT& status, std::uint32_t parameter, void* buffer, std::uint32_t size) {
-    status = E_FAIL;
-    const DspBlock* block = Find(parameter);
-    std::optional<DspBlock> held;
-    if (block == nullptr && held_ != nullptr) {
-      held = held_->Read(driver_, parameter, size);
-      if (held) block = &*held;
-    }
-    if (block == nullptr || block->bytes.size() < size) return false;
-    std::copy_n(block->bytes.begin(), size, static_cast<std::byte*>(buffer));
-    status = S_OK;
-    return true;
-  }
-  bool Set(HRESULT& status, std::uint32_t parameter, const void* buffer, std::uint32_t size) {
-    const auto* bytes = static_cast<const std::byte*>(buffer);
-    DspBlock block{driver_, parameter, std::vector<std::byte>(bytes, bytes + size)};
-    if (DspBlock* known = Find(parameter)) {
-      *known = std::move(block);
-    } else {
-      blocks.push_back(std::move(block));
-    }
-    status = S_OK;
-    return true;
-  }
-
-  std::vector<DspBlock> blocks;
-
- private:
-  DspBlock* Find(std::uint32_t parameter) {
-    const auto found = std::find_if(blocks.begin(), blocks.end(), [&](const DspBlock& block) {
-      return block.parameter == parameter;
-    });
-    return found != blocks.end() ? &*found : nullptr;
-  }
-  std::string driver_;
-  DspReadback* held_;
-};
-
-class SkylakeRecorder final : public SkylakeDriver {
- public:
-  explicit SkylakeRecorder(Recorder& recorder) : recorder_(recorder) {}
-  bool GetParameter(HRESULT& status, std::uint32_t parameter, void* buffer, std::uint32_t size,
-                    std::uint8_t) override {
-    return recorder_.Get(status, parameter, buffer, size);
-  }
-  bool SetParameter(HRESULT& status, std::uint32_t parameter, const void* buffer,
-                    std::uint32_t size, std::uint8_t) override {
-    return recorder_.Set(status, parameter, buffer, size);
-  }
-  bool GetStatus(HRESULT& status, std::uint8_t& enabled, std::uint8_t) override {
-    enabled = 1;
-    status = S_OK;
-    return true;
-  }
-  bool SetStatus(HRESULT& status, std::uint8_t, std::uint8_t) override {
-    status = S_OK;
-    return true;
-  }
-
- private:
-  Recorder& recorder_;
-};
-
-class BroadwellRecorder final : public BroadwellDriver {
- public:
-  explicit BroadwellRecorder(Recorder& recorder) : recorder_(recorder) {}
-  bool GetParameter(HRESULT& status, std::uint32_t parameter, void* buffer, std::uint32_t size,
-                    std::uint8_t) override {
-    return recorder_.Get(status, parameter, buffer, size);
-  }
-  bool SetParameter(HRESULT& status, std::uint32_t parameter, const void* buffer,
-                    std::uint32_t size, std::uint8_t) override {
-    return recorder_.Set(status, parameter, buffer, size);
-  }
-  std::uint32_t last_error() const override { return 0; }
-
- private:
-  Recorder& recorder_;
-};
-
-ControlValueMap IntelMap(const Controls& controls) {
-  ControlValueMap map;
-  for (const auto& [name, value] : controls) {
-    const std::string narrow = Narrow(name);
-    map.insert_or_assign(narrow, ORVQVTValue(narrow, value));
-  }
-  return map;
+std::string ValueReason(const std::string& control, const ControlValueMap& controls) {
+  const auto found = controls.find(control);
+  if (found == controls.end()) return "the mode has no value for \"" + Utf8OfNarrow(control) + "\"";
+  return "\"" + Utf8OfNarrow(control) +
+         "\" is out of range: " + Utf8OfNarrow(found->second.ToString());
 }
 
-void WriteSkylake(SkylakeDriver& driver, const ControlValueMap& map) {
+// A converter's exception reads "control - message"; other texts stay as they are.
+std::string ReasonOf(const std::string& error, const ControlValueMap& controls) {
+  const std::size_t end = error.find(" - ");
+  const std::string name = error.substr(0, end);
+  const bool is_control = end != std::string::npos && name.find('-') != std::string::npos;
+  return is_control ? ValueReason(name, controls) : Utf8OfNarrow(error);
+}
+
+// The latest error that a writer reported without its site.
+class ErrorCapture {
+ public:
+  const std::string& error() const noexcept { return error_; }
+
+ private:
+  void Take(std::wstring_view line) {
+    const std::string text = Narrow(line);
+    const std::size_t begin = text.rfind(" | ") + 3;
+    const std::size_t range = text.find(": ", begin);
+    constexpr std::string_view kError = "Error: ";
+    constexpr std::string_view kRangeError = "Error: HR error";
+    if (text.find(" is not within ") != std::string::npos) {
+      error_ = text.substr(begin, range - begin) + " - out of range";
+    } else if (text.compare(begin, kError.size(), kError) == 0 &&
+               text.compare(begin, kRangeError.size(), kRangeError) != 0) {
+      error_ = text.substr(begin + kError.size());
+      error_.erase(error_.find_last_not_of(" \n") + 1);
+    }
+  }
+
+  std::string error_;
+  DiagnosticCapture capture_{[this](std::wstring_view line) { Take(line); }};
+};
+
+std::string SkylakeFilterReason(const std::string& error, const ControlValueMap& controls) {
+  constexpr char kOrder[] = "VQ3D-HPF Order";
+  if (error.find("VerifyFilterOrder") == std::string::npos) return ReasonOf(error, controls);
+  const auto order = controls.find(kOrder);
+  const bool fits = order == controls.end() || (order->second.ToLong() >= kFewestHighPassOrder &&
+                                                order->second.ToLong() <= kMostHighPassOrder);
+  return fits ? "the mode has more equaliser bands than the module" : ValueReason(kOrder, controls);
+}
+
+std::string SkylakeBlockReason(const SkylakeBlock& block, const ControlValueMap& controls,
+                               const std::string& error) {
+  BlockBytes bytes{};
+  try {
+    FillBlock(block, controls, bytes);
+  } catch (const std::exception& failure) {
+    return ReasonOf(failure.what(), controls);
+  }
+  for (const BlockField& field : block.fields) {
+    const std::int64_t value = ReadField(bytes, field.offset, field.type);
+    if (value < field.low || value > field.high) return ValueReason(field.control, controls);
+  }
+  return ReasonOf(error, controls);
+}
+
+using SkylakeWriter = HRESULT (KELAPOIntelDSP_SKL::*)(const ControlValueMap&, std::uint8_t);
+// In the order of the blocks.
+constexpr SkylakeWriter kSkylakeWriters[] = {
+    &KELAPOIntelDSP_SKL::SetVQ3DControls,         &KELAPOIntelDSP_SKL::SetVQ3DEVolHDControls,
+    &KELAPOIntelDSP_SKL::SetVQ3DVocadiagControls, &KELAPOIntelDSP_SKL::SetVQ3DCommonControls,
+    &KELAPOIntelDSP_SKL::SetVQ3DPX3DControls,     &KELAPOIntelDSP_SKL::SetVQ3DMXHPControls,
+    &KELAPOIntelDSP_SKL::SetVQ3DGEQControls,      &KELAPOIntelDSP_SKL::SetVQ3DToneControls,
+    &KELAPOIntelDSP_SKL::SetVQ3DAEQControls,      &KELAPOIntelDSP_SKL::SetVQ3DMvolControls,
+    &KELAPOIntelDSP_SKL::SetVQ3DHdLmtControls,    &KELAPOIntelDSP_SKL::SetVQ3DAdvGainControls,
+};
+static_assert(std::size(kSkylakeWriters) == kSkylakeBlocks.size());
+
+DspBlock Without(const DspRecorder& recorder, std::uint32_t parameter) {
+  return {recorder.plan.driver, parameter, {}, 0};
+}
+
+void WriteSkylakeFilters(DspRecorder& recorder, KELAPOIntelDSP_SKL& writers,
+                         const ControlValueMap& controls, std::uint8_t apply) {
+  const ErrorCapture capture;
+  writers.SetVQ3DHPFAEQControls(controls, apply);
+  for (const std::uint32_t parameter : {kSkylakeLeftFilter, kSkylakeRightFilter})
+    if (!recorder.Has(parameter))
+      recorder.plan.missing.push_back(
+          {Without(recorder, parameter), SkylakeFilterReason(capture.error(), controls)});
+}
+
+void WriteSkylake(DspRecorder& recorder, const ControlValueMap& controls, bool whole,
+                  std::uint8_t apply) {
+  SkylakeRecorder driver(recorder);
   KELAPOIntelDSP_SKL writers(driver);
+  if (!whole) return WriteSkylakeFilters(recorder, writers, controls, apply);
   KELAPOIntelDSP_SKL::ClearCache();
-  for (const auto write :
-       {&KELAPOIntelDSP_SKL::SetVQ3DControls, &KELAPOIntelDSP_SKL::SetVQ3DEVolHDControls,
-        &KELAPOIntelDSP_SKL::SetVQ3DVocadiagControls, &KELAPOIntelDSP_SKL::SetVQ3DCommonControls,
-        &KELAPOIntelDSP_SKL::SetVQ3DPX3DControls, &KELAPOIntelDSP_SKL::SetVQ3DMXHPControls,
-        &KELAPOIntelDSP_SKL::SetVQ3DGEQControls, &KELAPOIntelDSP_SKL::SetVQ3DToneControls,
-        &KELAPOIntelDSP_SKL::SetVQ3DAEQControls, &KELAPOIntelDSP_SKL::SetVQ3DMvolControls,
-        &KELAPOIntelDSP_SKL::SetVQ3DHdLmtControls, &KELAPOIntelDSP_SKL::SetVQ3DAdvGainControls,
-        &KELAPOIntelDSP_SKL::SetVQ3DHPFAEQControls})
-    (writers.*write)(map, 0);
+  for (std::size_t i = 0; i < kSkylakeBlocks.size(); ++i) {
+    const SkylakeBlock& block = kSkylakeBlocks[i];
+    const ErrorCapture capture;
+    const HRESULT status = (writers.*kSkylakeWriters[i])(controls, apply);
+    if (recorder.Has(block.parameter)) continue;
+    auto& gaps = FAILED(status) ? recorder.plan.missing : recorder.plan.kept;
+    const std::string reason = SkylakeBlockReason(block, controls, capture.error());
+    gaps.push_back({Without(recorder, block.parameter), reason});
+    if (block.parameter == kSkylakeVQ3D)
+      gaps.push_back({Without(recorder, kSkylakeCommonConfig), reason});
+  }
+  WriteSkylakeFilters(recorder, writers, controls, apply);
+  recorder.plan.module = KELAPOIntelDSP_SKL::CachedProcessEnable();
 }
 
-// A processor gives up at the first control that does not convert; the others go on.
-void WriteBroadwell(BroadwellDriver& driver, const ControlValueMap& map) {
-  KELAPOIntelDSP_BRW processors(driver);
-  for (const auto process :
-       {&KELAPOIntelDSP_BRW::ProcessHPFControls, &KELAPOIntelDSP_BRW::ProcessEvenvolumeControls,
-        &KELAPOIntelDSP_BRW::ProcessHLControls, &KELAPOIntelDSP_BRW::ProcessAMHDControls,
-        &KELAPOIntelDSP_BRW::ProcessGlobalControls}) {
+// What one processor sends; the others go on when it gives up.
+void WriteBroadwellPart(DspRecorder& recorder, const ControlValueMap& controls,
+                        std::initializer_list<std::uint32_t> parameters,
+                        const std::function<void()>& process) {
+  const ErrorCapture capture;
+  std::string error;
+  try {
+    process();
+  } catch (const std::exception& failure) {
+    error = failure.what();
+  }
+  if (error.empty()) error = capture.error();
+  if (error.empty()) error = "a band is out of range, or there are too many";
+  for (const std::uint32_t parameter : parameters)
+    if (!recorder.Has(parameter))
+      recorder.plan.missing.push_back({Without(recorder, parameter), ReasonOf(error, controls)});
+}
+
+void WriteBroadwellHighPass(DspRecorder& recorder, KELAPOIntelDSP_BRW& processors,
+                            const ControlValueMap& controls, std::uint8_t apply) {
+  WriteBroadwellPart(recorder, controls, {broadwell::kHighPassCoefficients}, [&] {
     try {
-      (processors.*process)(map, 0);
-    } catch (const IntelException&) {
-      continue;
+      processors.ProcessHPFControls(controls, apply);
+    } catch (const IntelException& error) {
+      const std::string text = error.what();
+      if (!text.starts_with("HPF - ")) throw;
+      const bool order = text.find("order") != std::string::npos;
+      throw IntelException(order ? "ZENSND-HPF Order" : "ZENSND-HPF Frequency", text);
     }
-  }
-  processors.ProcessPEQControls(map, 0, KELAPOIntelDSP_BRW::kBothChannels);
+  });
 }
 
-void WriteQualcomm(Recorder& recorder, const Controls& controls) {
-  for (const QualcommParameter parameter : kQualcommSendingOrder) {
-    const std::wstring_view needed = QualcommRecordNeeds(parameter);
-    if (!needed.empty() && controls.find(needed) == controls.end()) continue;
-    const QualcommRecord record(parameter, controls);
-    HRESULT status = S_OK;
-    recorder.Set(status, parameter, record.payload().data(),
-                 static_cast<std::uint32_t>(record.payload().size()));
+void WriteBroadwellEqualizer(DspRecorder& recorder, KELAPOIntelDSP_BRW& processors,
+                             const ControlValueMap& controls, std::uint32_t channel,
+                             std::uint8_t apply) {
+  const std::uint32_t parameter =
+      channel == KELAPOIntelDSP_BRW::kLeft ? broadwell::kLeftEqualizer : broadwell::kRightEqualizer;
+  WriteBroadwellPart(recorder, controls, {parameter},
+                     [&] { processors.ProcessPEQControls(controls, apply, channel); });
+}
+
+void WriteBroadwell(DspRecorder& recorder, const ControlValueMap& controls,
+                    const std::string& technology, std::uint8_t apply) {
+  BroadwellRecorder driver(recorder);
+  KELAPOIntelDSP_BRW processors(driver);
+  const bool whole = technology.empty();
+  if (whole || technology == kHighPass)
+    WriteBroadwellHighPass(recorder, processors, controls, apply);
+  if (whole) {
+    WriteBroadwellPart(recorder, controls, {broadwell::kEvenvolume},
+                       [&] { processors.ProcessEvenvolumeControls(controls, apply); });
+    WriteBroadwellPart(recorder, controls, {broadwell::kHardLimiter},
+                       [&] { processors.ProcessHLControls(controls, apply); });
+    WriteBroadwellPart(recorder, controls, {broadwell::kAmhd},
+                       [&] { processors.ProcessAMHDControls(controls, apply); });
+    WriteBroadwellPart(recorder, controls,
+                       {broadwell::kProcessEnable, broadwell::kInputGain, broadwell::kOutputGain,
+                        broadwell::kBypassGain, broadwell::kHeadroomGain,
+                        broadwell::kHighPassEnable, broadwell::kEqualizerEnable},
+                       [&] { processors.ProcessGlobalControls(controls, apply); });
   }
+  if (whole || technology == "PEQLEFT" || technology == "PEQALL")
+    WriteBroadwellEqualizer(recorder, processors, controls, KELAPOIntelDSP_BRW::kLeft, apply);
+  if (whole || technology == "PEQRIGHT" || technology == "PEQALL")
+    WriteBroadwellEqualizer(recorder, processors, controls, KELAPOIntelDSP_BRW::kRight, apply);
 }
 
 }  // namespace
 
-std::vector<DspBlock> PlanBlocks(const std::string& driver, const Controls& controls,
-                                 DspReadback* held) {
+DspPlan PlanMode(const std::string& driver, const ControlValueMap& controls,
+                 const std::string& technology, std::uint8_t apply, DspReadback* held) {
   const DiagnosticCapture quiet([](std::wstring_view) {});
-  Recorder recorder(driver, held);
+  DspRecorder recorder(driver, held);
   if (driver == kSkylakeDriver) {
-    SkylakeRecorder skylake(recorder);
-    WriteSkylake(skylake, IntelMap(controls));
-  } else if (driver == kBroadwellDriver) {
-    BroadwellRecorder broadwell(recorder);
-    WriteBroadwell(broadwell, IntelMap(controls));
+    WriteSkylake(recorder, controls, technology.empty(), apply);
   } else {
-    WriteQualcomm(recorder, controls);
+    WriteBroadwell(recorder, controls, technology, apply);
   }
-  return std::move(recorder.blocks);
+  return std::move(recorder.plan);
+}
+
+DspPlan PlanQualcommMode(const QualcommControls& controls, std::uint32_t form_factor) {
+  const DiagnosticCapture quiet([](std::wstring_view) {});
+  DspRecorder recorder(kQualcommDriver, nullptr);
+  for (const QualcommParameter parameter : kQualcommSendingOrder) {
+    const std::wstring_view needed = QualcommRecordNeeds(parameter);
+    if (!needed.empty() && controls.find(needed) == controls.end()) {
+      recorder.plan.kept.push_back(
+          {Without(recorder, parameter), "the mode has no \"" + Utf8FromWide(needed) + "\""});
+      continue;
+    }
+    const QualcommRecord record(parameter, controls);
+    HRESULT status = S_OK;
+    recorder.Set(status, parameter, record.payload().data(),
+                 static_cast<std::uint32_t>(record.payload().size()), form_factor);
+  }
+  return std::move(recorder.plan);
+}
+
+DspProperty PlanProperty(const std::string& driver, const std::string& name, const VARIANT& value,
+                         const ControlValueMap& mode, std::uint8_t apply, DspReadback* held) {
+  const ErrorCapture capture;
+  DspRecorder recorder(driver, held);
+  DspProperty property;
+  try {
+    if (driver == kSkylakeDriver) {
+      SkylakeRecorder skylake(recorder);
+      ORVQVTValueList list;
+      for (const auto& [control, held_value] : mode) list.GetOrAdd(control) = held_value;
+      property.status =
+          KELAPOIntelDSP_SKL(skylake).SetControl(WideFromUtf8(name), value, list, apply);
+    } else {
+      BroadwellRecorder broadwell(recorder);
+      property.status = KELAPOIntelDSP_BRW(broadwell).SetProperty(WideFromUtf8(name), apply, value);
+    }
+  } catch (const IntelException& error) {
+    property.status = orv_apo::kAborted;
+    property.reason = ReasonOf(error.what(), {});
+  }
+  property.plan = std::move(recorder.plan);
+  if (!property.plan.sends_anything() && property.reason.empty() && !capture.error().empty())
+    property.reason = ReasonOf(capture.error(), mode);
+  return property;
+}
+
+std::optional<DspPlace> FindProperty(const std::string& driver, const std::string& name) {
+  const std::string control = Narrow(WideFromUtf8(name));
+  if (driver == kSkylakeDriver) {
+    const auto place = FindSkylakeControl(control);
+    if (!place) return std::nullopt;
+    return DspPlace{place->parameter, place->offset};
+  }
+  const auto place =
+      broadwell::FindField(control == "AMHD Enable" ? "ZENSND-AMHD Enable" : control);
+  // The module is switched on and off as a whole.
+  if (place.field == nullptr || place.block->parameter == broadwell::kProcessEnable)
+    return std::nullopt;
+  return DspPlace{place.block->parameter, place.field->offset};
+}
+
+DspPlan PlanEqualizer(const std::vector<EqualizerBand>& bands,
+                      const std::vector<KELChannel>& channels, std::uint8_t apply) {
+  const DiagnosticCapture quiet([](std::wstring_view) {});
+  std::vector<FilterBand> designed;
+  for (const EqualizerBand& band : bands)
+    designed.push_back(
+        {kORVFilter_Traditional, static_cast<float>(band.frequency), band.q, band.gain_db, 0});
+  designed.front().type = kORVFilter_LowShelf;
+  designed.back().type = kORVFilter_HighShelf;
+  const broadwell::Bytes bytes = broadwell::EqualizerBlock(designed);
+  DspPlan plan;
+  plan.driver = kBroadwellDriver;
+  for (const KELChannel channel : channels) {
+    const std::uint32_t parameter =
+        channel == kKELAPO_Left ? broadwell::kLeftEqualizer : broadwell::kRightEqualizer;
+    const DspBlock block{plan.driver, parameter, bytes, apply};
+    if (bytes.empty()) {
+      plan.missing.push_back({block, "a band is out of range, or there are too many"});
+    } else {
+      plan.blocks.push_back(block);
+    }
+  }
+  return plan;
+}
+
+ControlValueMap IntelControls(const Mode& mode, ORVAPOControlType list) {
+  ControlValueMap controls;
+  for (const auto& [name, value] : DspControls(kSkylakeDriver, mode, list)) {
+    const std::string narrow = Narrow(name);
+    controls.insert_or_assign(narrow, ORVQVTValue(narrow, value));
+  }
+  return controls;
 }
 
 }  // namespace orv::cli

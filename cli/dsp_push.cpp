@@ -2,9 +2,6 @@
 
 #include <algorithm>
 
-#include "intel_dsp/skylake/block_tables.h"
-#include "platform/simulated/drivers/driver_requests.h"
-
 namespace orv::cli {
 namespace {
 
@@ -30,41 +27,71 @@ void ShowBlock(Output& output, const DspBlock& block) {
 Table DifferenceTable(const std::vector<DspDifference>& differences) {
   Table table({{"BLOCK"},
                {"CONTROL"},
-               {"SENT", Align::Right},
-               {"READ", Align::Right},
+               {"PLANNED", Align::Right},
+               {"HELD", Align::Right},
                {"ERROR", Align::Right}});
   for (const DspDifference& difference : differences)
-    table.Add({difference.block, difference.control, difference.sent_text,
-               Cell(difference.read_text, ansi::kBad), difference.error});
+    if (difference.reason.empty())
+      table.Add({difference.block, difference.control, difference.sent_text,
+                 Cell(difference.read_text, ansi::kBad), difference.error});
   return table;
+}
+
+// One line for each block that is not in the DSP.
+std::string ReasonLines(const std::vector<DspDifference>& differences) {
+  std::string lines;
+  for (const DspDifference& difference : differences)
+    if (!difference.reason.empty())
+      lines += (lines.empty() ? "  " : "\n  ") + difference.block + ": " + difference.reason;
+  return lines;
+}
+
+std::string BlockCount(const PushOutcome& outcome) {
+  const std::size_t count = outcome.blocks.size();
+  std::string text = std::to_string(count) + (count == 1 ? " block" : " blocks");
+  if (outcome.module) text += " and the module's status";
+  return text;
+}
+
+const char* VerdictWord(const PushOutcome& outcome) {
+  if (outcome.differs() || outcome.blocks.empty()) return "differs";
+  switch (outcome.proof) {
+    case Proof::ReadBack:
+      return "verified";
+    case Proof::Received:
+      return "received";
+    case Proof::Sent:
+      break;
+  }
+  return "sent, not read back";
+}
+
+Json NumberOrNull(const std::optional<std::int64_t>& number) {
+  return number ? Json(*number) : Json();
 }
 
 }  // namespace
 
-PushOutcome PushAndLook(DspReadback* readback, const std::function<HRESULT()>& push) {
-  PushOutcome outcome;
-  outcome.status = push();
-  if (readback == nullptr) return outcome;
-  outcome.looked_into = true;
-  outcome.blocks = readback->Received();
-  outcome.differences = CompareWithDriver(*readback, outcome.blocks);
+PushOutcome RunPush(DspReadback& readback, const DspPlan& plan,
+                    const std::function<HRESULT()>& push) {
+  const HRESULT status = push();
+  PushOutcome outcome = ComparePush(plan, status, EvidenceOf(readback, plan.driver));
+  outcome.remarks = readback.Remarks(plan.driver);
   return outcome;
 }
 
-void Judge(Context& context, const PushOutcome& outcome, const std::string& asked,
-           const std::string& remedy) {
-  const bool nothing_arrived = outcome.looked_into && outcome.blocks.empty();
-  if (FAILED(outcome.status) && (outcome.status != E_FAIL || nothing_arrived))
-    ComponentFailure(asked, outcome.status, remedy);
-  if (!outcome.differs()) return;
-  context.exit_status = kDiffering;
-  if (!outcome.looked_into) {
-    context.output.Remark("What was read back differs from what was sent; -v names every byte.");
-  } else if (outcome.differences.empty()) {
-    context.output.Remark(
-        "The component read back something else than it sent; read again, everything is as sent. "
-        "-v names every byte it met.");
+void SettlePush(Context& context, const PushOutcome& outcome, const std::string& asked,
+                const std::string& remedy) {
+  const bool abandoned = outcome.status == orv_apo::kAborted;
+  if (FAILED(outcome.status) && (abandoned || outcome.refused())) {
+    const std::string reasons = ReasonLines(outcome.differences);
+    ComponentFailure(asked, outcome.status, reasons.empty() ? remedy : reasons + "\n" + remedy);
   }
+  if (outcome.differs() || outcome.blocks.empty()) context.exit_status = kDiffering;
+  if (outcome.differs() && outcome.differences.empty())
+    context.output.Remark(
+        "The component read back something else than it sent; read again, everything is as "
+        "planned. -v names every byte it met.");
 }
 
 Json ToJson(const PushOutcome& outcome) {
@@ -72,52 +99,64 @@ Json ToJson(const PushOutcome& outcome) {
   for (const DspBlock& block : outcome.blocks) blocks.push_back(BlockName(block));
   Json differences = Json::array();
   for (const DspDifference& difference : outcome.differences) {
-    differences.push_back({{"block", difference.block},
-                           {"control", difference.control},
-                           {"sent", difference.sent},
-                           {"read", difference.read},
-                           {"sent_text", difference.sent_text},
-                           {"read_text", difference.read_text},
-                           {"error", difference.error}});
+    Json entry = {{"block", difference.block},
+                  {"control", difference.control},
+                  {"sent", NumberOrNull(difference.sent)},
+                  {"read", NumberOrNull(difference.read)}};
+    if (!difference.reason.empty()) {
+      entry["reason"] = difference.reason;
+    } else {
+      entry["sent_text"] = difference.sent_text;
+      entry["read_text"] = difference.read_text;
+      entry["error"] = difference.error;
+    }
+    differences.push_back(std::move(entry));
   }
   return {{"status", static_cast<std::uint32_t>(outcome.status)},
+          {"verdict", VerdictWord(outcome)},
           {"blocks", std::move(blocks)},
-          {"differences", std::move(differences)}};
+          {"differences", std::move(differences)},
+          {"remarks", outcome.remarks}};
+}
+
+std::string VerdictText(const PushOutcome& outcome) {
+  if (outcome.blocks.empty()) return "Nothing was sent.";
+  if (outcome.differs()) return "The DSP does not hold what was planned.";
+  switch (outcome.proof) {
+    case Proof::ReadBack:
+      return "Verified: " + BlockCount(outcome) + ", each taken and read back as planned.";
+    case Proof::Received:
+      return "Received as planned: " + BlockCount(outcome) + ". This driver cannot be read back.";
+    case Proof::Sent:
+      break;
+  }
+  return "Sent, not read back: " + BlockCount(outcome) +
+         ". This driver does not report what it took.";
 }
 
 void ShowPush(Context& context, const PushOutcome& outcome) {
   Output& output = context.output;
   for (const DspBlock& block : outcome.blocks) ShowBlock(output, block);
-  if (outcome.looked_into && outcome.blocks.empty()) output.Line("Nothing was sent.");
-  if (!outcome.differences.empty()) {
-    output.Line("");
-    output.Line(output.Painted("Differs from what was sent:", ansi::kBad));
-    output.Show(DifferenceTable(outcome.differences), 2);
-  } else if (!outcome.differs()) {
-    output.Line("Verified: " + (outcome.looked_into ? std::to_string(outcome.blocks.size()) +
-                                                          " blocks, each read back as it was sent."
-                                                    : std::string("read back as it was sent.")));
-  }
-}
-
-void AddUnsentBlocks(PushOutcome& outcome) {
-  const bool skylake = !outcome.blocks.empty() && outcome.blocks.front().driver == kSkylakeDriver;
-  if (outcome.status != E_FAIL || !skylake) return;
-  for (const SkylakeBlock& block : kSkylakeBlocks) {
-    const bool sent =
-        std::any_of(outcome.blocks.begin(), outcome.blocks.end(),
-                    [&](const DspBlock& other) { return other.parameter == block.parameter; });
-    if (!sent)
-      outcome.differences.push_back({block.name, "the whole block", 0, 1,
-                                     "not sent: the mode lacks controls, or one is out of range",
-                                     "as it was", ""});
-  }
+  for (const DspPlan::Gap& gap : outcome.kept)
+    output.Line(BlockName(gap.block) + " stays as it is: " + gap.reason);
+  const Table table = DifferenceTable(outcome.differences);
+  const std::string reasons = ReasonLines(outcome.differences);
+  output.Line(outcome.differs() ? output.Painted(VerdictText(outcome), ansi::kBad)
+                                : VerdictText(outcome));
+  if (!table.empty()) output.Show(table, 2);
+  if (!reasons.empty()) output.Line(reasons);
+  for (const std::string& remark : outcome.remarks) output.Line("Remark: " + remark);
 }
 
 void RemarkDifferences(Context& context, const PushOutcome& outcome) {
-  if (outcome.differences.empty()) return;
-  context.output.Remark("Differs from what was sent:\n" +
-                        DifferenceTable(outcome.differences).Text(false, 2));
+  const Table table = DifferenceTable(outcome.differences);
+  const std::string reasons = ReasonLines(outcome.differences);
+  std::string text;
+  if (!table.empty()) text += "\n" + table.Text(false, 2);
+  if (!text.empty() && text.back() == '\n') text.pop_back();
+  if (!reasons.empty()) text += "\n" + reasons;
+  if (!text.empty()) context.output.Remark("The DSP does not hold what was planned:" + text);
+  for (const std::string& remark : outcome.remarks) context.output.Remark("Remark: " + remark);
 }
 
 }  // namespace orv::cli

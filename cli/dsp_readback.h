@@ -1,9 +1,9 @@
-// What the drivers of a simulated machine received, and what they answer when they are read: the
-// second opinion on a push. Real machines cannot be looked into; there the component's own
-// verification counts.
+// What is known of a machine's DSP drivers beside the component's own answers: on a simulated
+// machine what they received, refused and hold, on a real one what a Skylake driver answers when it
+// is read.
 #pragma once
 
-#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -16,32 +16,46 @@ namespace orv::cli {
 
 class DspReadback {
  public:
-  // Null when the machine is no simulated one. `device_id` is the endpoint's. What was received
-  // before does not count.
-  static std::unique_ptr<DspReadback> Begin(Machine& machine, const std::string& device_id);
+  // `device_id` is the endpoint's. What the drivers received or refused before does not count.
+  DspReadback(Machine& machine, const std::string& device_id);
   ~DspReadback();
 
-  // The latest record of every parameter received since, in the order of their first arrival.
+  bool simulated() const noexcept { return simulated_ != nullptr; }
+  // Whether the driver answers what it holds, and a refusal means that it does not hold it.
+  bool CanRead(const std::string& driver) const;
+  // Records received since, in their order; simulated machines only.
   std::vector<DspBlock> Received() const;
-  // The latest record of a driver's parameter whenever it came.
-  std::optional<DspBlock> Latest(const std::string& driver, std::uint32_t parameter) const;
-  // What the driver answers for the parameter now, `size` bytes; nothing when it refuses. The
-  // Qualcomm driver answers nothing, so its latest record is taken.
-  std::optional<DspBlock> Read(const std::string& driver, std::uint32_t parameter,
+  // Why the driver refused the latest request of this kind; nullopt if it did not.
+  std::optional<std::string> Refusal(const std::string& driver, const std::string& request,
+                                     std::uint32_t parameter) const;
+  std::vector<std::string> Remarks(const std::string& driver) const;
+
+  struct Answer {
+    std::optional<DspBlock> block;
+    std::string reason;  // why there is none
+  };
+  // What the driver answers in the place of a planned block. A simulated driver is not asked for
+  // what it would refuse: a block that it never received or holds in another size. The Qualcomm
+  // driver of a simulated machine answers with what it received.
+  Answer Read(const DspBlock& planned);
+  // Whether a simulated driver ever received the parameter.
+  bool HasReceived(const DspBlock& planned) const;
+  // Whether the module is on; nullopt if the driver does not answer.
+  std::optional<bool> ReadModule(const std::string& driver);
+  // `size` bytes that the driver holds, whatever they are worth; nullopt if it does not answer.
+  std::optional<DspBlock> Held(const std::string& driver, std::uint32_t parameter,
                                std::size_t size);
 
  private:
   struct Clients;
-  DspReadback(SimulatedMachine& machine, std::wstring device_id);
+  bool Open(const std::string& driver);
+  std::optional<DspBlock> Ask(const std::string& driver, std::uint32_t parameter, std::size_t size);
 
-  SimulatedMachine& machine_;
+  Machine& machine_;
+  SimulatedMachine* simulated_;
   std::wstring device_id_;
-  std::size_t received_before_;
+  std::uint64_t before_ = 0;          // number of the latest request before this object
   std::unique_ptr<Clients> clients_;  // opened when first asked for
 };
-
-// Differences between every block and what its driver answers for it.
-std::vector<DspDifference> CompareWithDriver(DspReadback& readback,
-                                             const std::vector<DspBlock>& blocks);
 
 }  // namespace orv::cli

@@ -104,7 +104,7 @@ TEST(OrvctlStory, TheStoryIsToldOnACopy) {
   const std::string registry = FileText(program.machine() / "registry.reg");
   const Result story = program.Run({"story"});
   EXPECT_EQ(story.status, 0) << story.errors;
-  EXPECT_NE(story.output.find("every block is in the DSP as it was sent"), std::string::npos);
+  EXPECT_NE(story.output.find("each taken and read back as planned"), std::string::npos);
   EXPECT_EQ(story.output.find('\x1b'), std::string::npos);
   EXPECT_EQ(FileText(program.machine() / "registry.reg"), registry);
 }

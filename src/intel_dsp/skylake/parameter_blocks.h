@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -26,6 +27,13 @@ struct SkylakeDifference {
   std::int64_t sent = 0;
   std::int64_t read = 0;
 };
+
+// Where the control that SetControl changes has its field; nullopt for any other name.
+struct SkylakeControlPlace {
+  std::uint32_t parameter = 0;
+  std::size_t offset = 0;
+};
+std::optional<SkylakeControlPlace> FindSkylakeControl(const std::string& control);
 
 // The writers answer 0 or a positive status for success, a negative one for failure; what a writer
 // sent (or would have sent) stays in the process-wide cache.

@@ -188,6 +188,12 @@ HRESULT ChangeBlock(SkylakeDriver& driver, const Target& target, const std::stri
 
 }  // namespace
 
+std::optional<SkylakeControlPlace> FindSkylakeControl(const std::string& control) {
+  const std::optional<Target> target = FindTarget(control);
+  if (!target) return std::nullopt;
+  return SkylakeControlPlace{target->block->parameter, target->field.offset};
+}
+
 HRESULT KELAPOIntelDSP_SKL::SetControl(const std::wstring& name, const VARIANT& value,
                                        ORVQVTValueList& list, std::uint8_t apply) {
   const DiagnosticSite site = ORV_HERE(kFunction);

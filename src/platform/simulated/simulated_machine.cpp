@@ -106,6 +106,16 @@ std::vector<DriverRecord> SimulatedMachine::ReceivedRecords() {
   return records;
 }
 
+std::optional<std::vector<std::byte>> SimulatedMachine::HeldParameter(const std::string& driver,
+                                                                      std::uint32_t parameter) {
+  std::optional<std::vector<std::byte>> bytes;
+  state_->devices->drivers->Read([&](const DriverMemory& memory) {
+    const auto held = memory.blocks.find({driver, parameter});
+    if (held != memory.blocks.end()) bytes = held->second.now;
+  });
+  return bytes;
+}
+
 std::vector<DriverRefusal> SimulatedMachine::RefusedRequests() {
   std::vector<DriverRefusal> refusals;
   state_->devices->drivers->Read([&](const DriverMemory& memory) { refusals = memory.refused; });

@@ -42,6 +42,9 @@ class SimulatedMachine : public Machine {
   // Parameters that the machine's drivers took, in the order in which they came; kept in the
   // machine's folder.
   std::vector<DriverRecord> ReceivedRecords();
+  // What a driver holds of a parameter; nullopt if it never received one.
+  std::optional<std::vector<std::byte>> HeldParameter(const std::string& driver,
+                                                      std::uint32_t parameter);
   // Requests that they did not take, likewise.
   std::vector<DriverRefusal> RefusedRequests();
   // The number of the latest record or refusal, whether it is still kept or not; 0 before the

@@ -1,0 +1,102 @@
+// Drivers that take everything and keep it as a plan.
+#pragma once
+
+#include <algorithm>
+#include <string>
+
+#include "cli/dsp_plan.h"
+#include "intel_dsp/broadwell/broadwell_driver.h"
+#include "intel_dsp/skylake/skylake_driver.h"
+
+namespace orv::cli {
+
+class DspRecorder {
+ public:
+  DspRecorder(std::string driver, DspReadback* held) : held_(held) {
+    plan.driver = std::move(driver);
+  }
+
+  bool Get(HRESULT& status, std::uint32_t parameter, void* buffer, std::uint32_t size) {
+    status = E_FAIL;
+    const DspBlock* block = Find(parameter);
+    std::optional<DspBlock> held;
+    if (block == nullptr && held_ != nullptr) {
+      held = held_->Held(plan.driver, parameter, size);
+      if (held) block = &*held;
+    }
+    if (block == nullptr || block->bytes.size() < size) return false;
+    std::copy_n(block->bytes.begin(), size, static_cast<std::byte*>(buffer));
+    status = S_OK;
+    return true;
+  }
+  bool Set(HRESULT& status, std::uint32_t parameter, const void* buffer, std::uint32_t size,
+           std::uint32_t selector) {
+    const auto* bytes = static_cast<const std::byte*>(buffer);
+    DspBlock block{plan.driver, parameter, std::vector<std::byte>(bytes, bytes + size), selector};
+    if (DspBlock* known = Find(parameter)) {
+      *known = std::move(block);
+    } else {
+      plan.blocks.push_back(std::move(block));
+    }
+    status = S_OK;
+    return true;
+  }
+  bool Has(std::uint32_t parameter) { return Find(parameter) != nullptr; }
+
+  DspPlan plan;
+
+ private:
+  DspBlock* Find(std::uint32_t parameter) {
+    const auto found =
+        std::find_if(plan.blocks.begin(), plan.blocks.end(),
+                     [&](const DspBlock& block) { return block.parameter == parameter; });
+    return found != plan.blocks.end() ? &*found : nullptr;
+  }
+
+  DspReadback* held_;
+};
+
+class SkylakeRecorder final : public SkylakeDriver {
+ public:
+  explicit SkylakeRecorder(DspRecorder& recorder) : recorder_(recorder) {}
+  bool GetParameter(HRESULT& status, std::uint32_t parameter, void* buffer, std::uint32_t size,
+                    std::uint8_t) override {
+    return recorder_.Get(status, parameter, buffer, size);
+  }
+  bool SetParameter(HRESULT& status, std::uint32_t parameter, const void* buffer,
+                    std::uint32_t size, std::uint8_t apply) override {
+    return recorder_.Set(status, parameter, buffer, size, apply);
+  }
+  bool GetStatus(HRESULT& status, std::uint8_t& enabled, std::uint8_t) override {
+    enabled = 1;
+    status = S_OK;
+    return true;
+  }
+  bool SetStatus(HRESULT& status, std::uint8_t enable, std::uint8_t) override {
+    recorder_.plan.module = enable != 0;
+    status = S_OK;
+    return true;
+  }
+
+ private:
+  DspRecorder& recorder_;
+};
+
+class BroadwellRecorder final : public BroadwellDriver {
+ public:
+  explicit BroadwellRecorder(DspRecorder& recorder) : recorder_(recorder) {}
+  bool GetParameter(HRESULT& status, std::uint32_t parameter, void* buffer, std::uint32_t size,
+                    std::uint8_t) override {
+    return recorder_.Get(status, parameter, buffer, size);
+  }
+  bool SetParameter(HRESULT& status, std::uint32_t parameter, const void* buffer,
+                    std::uint32_t size, std::uint8_t apply) override {
+    return recorder_.Set(status, parameter, buffer, size, apply);
+  }
+  std::uint32_t last_error() const override { return 0; }
+
+ private:
+  DspRecorder& recorder_;
+};
+
+}  // namespace orv::cli
