@@ -4,11 +4,11 @@
 #include <cstdlib>
 
 #include "../tests/intel_dsp/fake_mode.h"
-#include "scripted_machine.h"
 #include "intel_dsp/broadwell/parameter_blocks.h"
 #include "intel_dsp/intel_dsp.h"
 #include "intel_dsp/skylake/parameter_blocks.h"
 #include "platform/diagnostics.h"
+#include "scripted_machine.h"
 
 namespace {
 

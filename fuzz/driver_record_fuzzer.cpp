@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "scripted_machine.h"
 #include "intel_dsp/broadwell/parameter_blocks.h"
 #include "intel_dsp/skylake/parameter_blocks.h"
 #include "platform/diagnostics.h"
 #include "qc_dsp/qualcomm_records.h"
+#include "scripted_machine.h"
 
 namespace {
 

@@ -17,13 +17,11 @@ bool Is(const std::optional<DriverMisbehaviour>& rule, DriverMisbehaviour::Kind 
 }
 
 void Delay(const std::optional<DriverMisbehaviour>& rule) {
-  if (Is(rule, Kind::Late))
-    std::this_thread::sleep_for(std::chrono::milliseconds(rule->delay_ms));
+  if (Is(rule, Kind::Late)) std::this_thread::sleep_for(std::chrono::milliseconds(rule->delay_ms));
 }
 
 void Distort(const std::optional<DriverMisbehaviour>& rule, std::vector<std::byte>& answer) {
-  if (Is(rule, Kind::Short) && rule->size < answer.size())
-    answer.resize(rule->size);
+  if (Is(rule, Kind::Short) && rule->size < answer.size()) answer.resize(rule->size);
   if (Is(rule, Kind::Corrupt) && rule->offset < answer.size())
     answer[rule->offset] ^= std::byte{rule->mask};
 }
