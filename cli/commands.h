@@ -8,6 +8,7 @@
 #include <string>
 
 #include "cli/catalog.h"
+#include "cli/change_lock.h"
 #include "cli/failure.h"
 #include "cli/output.h"
 #include "cli/session.h"
@@ -35,6 +36,11 @@ class Context {
   // By name or part of it; empty text means the current mode.
   Mode SelectMode(const Endpoint& endpoint, const std::string& text);
   Mode CurrentMode(const Endpoint& endpoint);
+  // For a command that changes the endpoint: taken before it reads anything that it will write or
+  // decide by, and held until it has verified the change.
+  ChangeLock LockForChange(const Endpoint& endpoint) {
+    return ChangeLock(session().machine_folder(), endpoint.RegistryPath());
+  }
 
  private:
   std::vector<Endpoint> FindEndpoints();
@@ -45,6 +51,19 @@ class Context {
   std::unique_ptr<Session> session_;
   std::unique_ptr<Catalog> catalog_;
 };
+
+// Calls `change`, which writes, reads afresh and returns whether it found what it wrote, until it
+// did: a program that does not take the lock may have written meanwhile. False after three times.
+template <class Change>
+bool ChangeAndVerify(Change&& change) {
+  constexpr int kAttempts = 3;
+  for (int attempt = 0; attempt < kAttempts; ++attempt)
+    if (change()) return true;
+  return false;
+}
+// What was wanted and what was found instead. Ends the command with kDiffering.
+void ReportDifference(Context& context, const std::string& name, const std::string& wanted,
+                      const std::string& found);
 
 // A command whose help ends with the details (may be empty) and the example.
 CLI::App* AddCommand(CLI::App& parent, const std::string& name, const std::string& description,

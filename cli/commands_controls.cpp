@@ -57,19 +57,28 @@ void GetControl(Context& context, const Arguments& arguments) {
   Show(context, FindControl(context.catalog(), endpoint, mode, arguments.control));
 }
 
+void StoreValue(const Mode& mode, const std::string& name, std::int32_t value) {
+  std::optional<Control> control = mode.Controls(kORVAPO_Cont_Public).Find(name);
+  if (!control) control = mode.Controls(kORVAPO_Cont_Private).Find(name);
+  if (!control) ComponentFailure("finding \"" + name + "\"", orv_apo::kNotFound, "");
+  control->SetValue(value);
+}
+
 void SetControl(Context& context, const Arguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
+  const ChangeLock lock = context.LockForChange(endpoint);
   const Mode mode = context.SelectMode(endpoint, arguments.mode);
   const ControlView before = FindControl(context.catalog(), endpoint, mode, arguments.control);
   const std::int32_t value = ParseValue(before, arguments.value, arguments.force);
-  std::optional<Control> control = mode.Controls(kORVAPO_Cont_Public).Find(before.name);
-  if (!control) control = mode.Controls(kORVAPO_Cont_Private).Find(before.name);
-  if (!control) ComponentFailure("finding \"" + before.name + "\"", orv_apo::kNotFound, "");
-  control->SetValue(value);
-  const ControlView after = FindControl(context.catalog(), endpoint, mode, before.name);
-  if (after.value != value) {
-    context.output.Remark("What was read back differs: " + after.text + ".");
-    context.exit_status = kDiffering;
+  ControlView after;
+  const bool stored = ChangeAndVerify([&] {
+    StoreValue(mode, before.name, value);
+    after = FindControl(context.catalog(), endpoint, mode, before.name);
+    return after.value == value;
+  });
+  if (!stored) {
+    ReportDifference(context, before.name, std::to_string(value),
+                     after.value ? std::to_string(*after.value) : "\"" + after.text + "\"");
   }
   Show(context, after);
 }

@@ -1,6 +1,7 @@
 // modes, mode, enable, restore
 #include "cli/commands.h"
 #include "cli/control_view.h"
+#include "cli/state.h"
 
 namespace orv::cli {
 namespace {
@@ -38,70 +39,100 @@ void ShowModes(Context& context, const Arguments& arguments) {
   context.output.Value(array);
 }
 
-// What was asked for, compared with what is read back.
-void ExpectMode(Context& context, const Mode& current, const std::string& wanted) {
-  if (current.name() == wanted) return;
+void ReportMode(Context& context, const Mode& current, const std::string& wanted) {
   context.output.Remark("The current mode is still " + Printable(current.name()) + ", not " +
                         Printable(wanted) + ": it could not be stored. " +
                         "\"orvctl doctor\" tells whether the endpoint's key may be written.");
   context.exit_status = kDiffering;
 }
 
+Mode SwitchMode(Context& context, const Endpoint& endpoint, const Arguments& arguments) {
+  const ChangeLock lock = context.LockForChange(endpoint);
+  std::string wanted;
+  std::optional<Mode> found;
+  const bool stored = ChangeAndVerify([&] {
+    if (arguments.use_default) {
+      endpoint.SetDefaultMode();
+      wanted = context.catalog().DefaultMode(endpoint);
+    } else {
+      const Mode chosen = context.SelectMode(endpoint, arguments.mode);
+      endpoint.SetCurrentMode(chosen);
+      wanted = chosen.name();
+    }
+    found = context.CurrentMode(endpoint);
+    return found->name() == wanted;
+  });
+  if (!stored) ReportMode(context, *found, wanted);
+  return std::move(*found);
+}
+
 void ShowOrSwitchMode(Context& context, const Arguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
-  std::string wanted;
-  if (arguments.use_default) {
-    endpoint.SetDefaultMode();
-    wanted = context.catalog().DefaultMode(endpoint);
-  } else if (!arguments.mode.empty()) {
-    const Mode chosen = context.SelectMode(endpoint, arguments.mode);
-    endpoint.SetCurrentMode(chosen);
-    wanted = chosen.name();
-  }
-  const Mode mode = context.CurrentMode(endpoint);
-  if (!wanted.empty()) ExpectMode(context, mode, wanted);
+  const bool only_show = arguments.mode.empty() && !arguments.use_default;
+  const Mode mode =
+      only_show ? context.CurrentMode(endpoint) : SwitchMode(context, endpoint, arguments);
   if (context.output.json()) return context.output.Value({{"name", mode.name()}});
   context.output.Line(mode.name());
+}
+
+bool SwitchProcessing(Context& context, const Endpoint& endpoint, bool wanted) {
+  const ChangeLock lock = context.LockForChange(endpoint);
+  const bool stored = ChangeAndVerify([&] {
+    endpoint.Modes().front().SetEnabled(wanted);
+    return endpoint.Modes().front().Enabled() == wanted;
+  });
+  if (!stored)
+    ReportDifference(context, kProcessEnableName, wanted ? "on" : "off", wanted ? "off" : "on");
+  return stored == wanted;
 }
 
 // The switch belongs to the endpoint; any mode reaches it, also when the current one is not known.
 void ShowOrSwitchProcessing(Context& context, const Arguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
-  std::vector<Mode> modes = endpoint.Modes();
+  const std::vector<Mode> modes = endpoint.Modes();
   if (modes.empty()) {
     throw Failure(kRefused, endpoint.name() + " has no modes.\n\"orvctl check " +
                                 endpoint.ConfigFile() + "\" explains its configuration file.");
   }
-  if (!arguments.state.empty()) {
-    const bool wanted = arguments.state == "on";
-    modes.front().SetEnabled(wanted);
-    modes = endpoint.Modes();
-    if (modes.front().Enabled() != wanted) context.exit_status = kDiffering;
-  }
-  const bool enabled = modes.front().Enabled();
+  const bool enabled = arguments.state.empty()
+                           ? modes.front().Enabled()
+                           : SwitchProcessing(context, endpoint, arguments.state == "on");
   if (context.output.json()) return context.output.Value({{"enabled", enabled}});
   context.output.Line(enabled ? "on" : "off");
 }
 
-std::string StillHolds(const std::string& name, const std::string& text,
-                       const std::string& wanted) {
-  return "\"" + name + "\" still holds " + text + ", its default is " + wanted + ".";
+struct Unrestored {
+  std::string name;
+  std::string wanted;
+  std::string found;
+};
+
+// The public controls that do not hold their default.
+std::vector<Unrestored> FindUnrestored(Catalog& catalog, const Endpoint& endpoint,
+                                       const Mode& mode) {
+  const ControlTexts defaults = catalog.Texts(endpoint, mode.name(), kORVAPO_Cont_Default);
+  std::vector<Unrestored> unrestored;
+  for (const auto& [name, text] : catalog.Texts(endpoint, mode.name(), kORVAPO_Cont_Public)) {
+    const auto wanted = defaults.find(name);
+    if (wanted != defaults.end() && wanted->second != text)
+      unrestored.push_back({name, wanted->second, text});
+  }
+  return unrestored;
 }
 
 void RestoreDefaults(Context& context, const Arguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
+  const ChangeLock lock = context.LockForChange(endpoint);
   const Mode mode = context.SelectMode(endpoint, arguments.mode);
-  mode.RestoreDefaults();
+  std::vector<Unrestored> unrestored;
+  ChangeAndVerify([&] {
+    mode.RestoreDefaults();
+    unrestored = FindUnrestored(context.catalog(), endpoint, mode);
+    return unrestored.empty();
+  });
+  for (const Unrestored& one : unrestored)
+    ReportDifference(context, one.name, "its default, " + one.wanted, one.found);
   const auto views = ViewControls(context.catalog(), endpoint, mode, kORVAPO_Cont_Public);
-  const ControlTexts defaults =
-      context.catalog().Texts(endpoint, mode.name(), kORVAPO_Cont_Default);
-  const ControlTexts stored = context.catalog().Texts(endpoint, mode.name(), kORVAPO_Cont_Public);
-  for (const auto& [name, text] : stored) {
-    const auto wanted = defaults.find(name);
-    if (wanted == defaults.end() || wanted->second == text) continue;
-    context.output.Remark(StillHolds(name, text, wanted->second));
-    context.exit_status = kDiffering;
-  }
   if (context.output.json()) return context.output.Value(ToJson(views));
   ShowControls(context.output, views);
 }

@@ -140,23 +140,38 @@ void ApplyOne(const Endpoint& endpoint, const std::vector<Mode>& modes,
   }
 }
 
-// All changes or, as far as that can be had, none: a refusal puts back what was changed before it.
-void Apply(const Endpoint& endpoint, const std::vector<Change>& changes) {
-  const std::vector<Mode> modes = endpoint.Modes();
-  std::size_t done = 0;
-  try {
-    for (; done < changes.size(); ++done)
-      ApplyOne(endpoint, modes, changes[done].mode, changes[done].name, changes[done].to);
-  } catch (const Failure&) {
-    while (done-- > 0) {
-      try {
-        ApplyOne(endpoint, modes, changes[done].mode, changes[done].name, changes[done].from);
-      } catch (const Failure&) {
-        continue;  // the first refusal is the one to report
-      }
+void Undo(const Endpoint& endpoint, const std::vector<Mode>& modes,
+          const std::vector<Change>& changes) {
+  for (auto change = changes.rbegin(); change != changes.rend(); ++change) {
+    try {
+      ApplyOne(endpoint, modes, change->mode, change->name, change->from);
+    } catch (const Failure&) {
+      continue;  // the first refusal is the one to report
     }
-    throw;
   }
+}
+
+// All changes or, as far as possible, none: a refusal puts back what was changed before it. Returns
+// what still differs from the target at the end.
+std::vector<Change> Apply(Catalog& catalog, const Endpoint& endpoint,
+                          const std::vector<Change>& changes, const EndpointState& target) {
+  const std::vector<Mode> modes = endpoint.Modes();
+  std::vector<Change> left = changes;
+  std::size_t done = 0;  // of the first attempt
+  ChangeAndVerify([&] {
+    try {
+      for (const Change& change : left) {
+        ApplyOne(endpoint, modes, change.mode, change.name, change.to);
+        done = std::min(done + 1, changes.size());
+      }
+    } catch (const Failure&) {
+      Undo(endpoint, modes, {changes.begin(), changes.begin() + static_cast<std::ptrdiff_t>(done)});
+      throw;
+    }
+    left = Differences(ReadState(catalog, endpoint), target);
+    return left.empty();
+  });
+  return left;
 }
 
 void ShowChanges(Context& context, const std::vector<Change>& changes, bool dry_run) {
@@ -176,6 +191,20 @@ void ShowChanges(Context& context, const std::vector<Change>& changes, bool dry_
                       (dry_run ? " changes to make; nothing was changed." : " changes made."));
 }
 
+// Throws if the preset does not fit and may not be loaded in part.
+EndpointState PlanTarget(Context& context, const Endpoint& endpoint, const EndpointState& current,
+                         const Preset& preset, bool lenient) {
+  Plan plan(context, endpoint, current);
+  plan.Add(preset);
+  for (const std::string& problem : plan.problems())
+    context.output.Remark((lenient ? "Passed over: " : "Does not fit: ") + problem + ".");
+  if (!plan.problems().empty() && !lenient) {
+    throw Failure(kDiffering, "the preset does not fit " + endpoint.name() +
+                                  "; nothing was changed.\n--lenient loads what fits.");
+  }
+  return plan.target();
+}
+
 void Load(Context& context, const Arguments& arguments) {
   PresetError error;
   const std::optional<Preset> preset =
@@ -185,25 +214,14 @@ void Load(Context& context, const Arguments& arguments) {
                                 error.reason + "\nThe preset is refused; nothing was changed.");
   }
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
+  std::optional<ChangeLock> lock;
+  if (!arguments.dry_run) lock.emplace(context.session().machine_folder(), endpoint.RegistryPath());
   const EndpointState current = ReadState(context.catalog(), endpoint);
-  Plan plan(context, endpoint, current);
-  plan.Add(*preset);
-  for (const std::string& problem : plan.problems())
-    context.output.Remark((arguments.lenient ? "Passed over: " : "Does not fit: ") + problem + ".");
-  if (!plan.problems().empty() && !arguments.lenient) {
-    throw Failure(kDiffering, "the preset does not fit " + endpoint.name() +
-                                  "; nothing was changed.\n--lenient loads what fits.");
-  }
-  const std::vector<Change> changes = Differences(current, plan.target());
+  const EndpointState target = PlanTarget(context, endpoint, current, *preset, arguments.lenient);
+  const std::vector<Change> changes = Differences(current, target);
   if (!arguments.dry_run) {
-    Apply(endpoint, changes);
-    const std::vector<Change> left =
-        Differences(ReadState(context.catalog(), endpoint), plan.target());
-    for (const Change& change : left) {
-      context.output.Remark("Read back differently: " + change.name + " is " + ToText(change.from) +
-                            ", not " + ToText(change.to) + ".");
-    }
-    if (!left.empty()) context.exit_status = kDiffering;
+    for (const Change& change : Apply(context.catalog(), endpoint, changes, target))
+      ReportDifference(context, change.name, ToText(change.to), ToText(change.from));
   }
   ShowChanges(context, changes, arguments.dry_run);
 }

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <thread>
 
 #include "cli/orvctl_program.h"
 
@@ -25,6 +26,32 @@ TEST(Orvctl, OneControlIsSetWithinItsRangeAndReadBack) {
   const Json by_text = program.Answer({"set", "0", "VQ3D-Main Tech", "vq3d-amhd"});
   EXPECT_EQ(by_text["text"], "VQ3D-AMHD");
   EXPECT_EQ(program.Answer({"set", "0", "VQ3D-Main Tech", "2"}), by_text);
+}
+
+TEST(Orvctl, ProcessesAtTheSameTimeKeepOneAnothersChanges) {
+  const ProgramOnComponent program;
+  const char* const names[] = {kLevel, "VQ3D-DC Level", "VQ3D-Ambiwide Level",
+                               "VQ3D-Definition Level"};
+  const std::string preset = program.File("preset.json");
+  for (int value = 11; value < 13; ++value) {
+    const std::string text = std::to_string(value);
+    WriteText(preset, R"({"version": 1, "modes": [{"name": "ApoOpMode:Movie/Internal",
+        "controls": {"VQ3D-Ambiwide Level": )" +
+                          text + "}}]}");
+    std::vector<std::thread> processes;
+    for (const std::string name : names) {
+      processes.emplace_back([&, name] {
+        const bool load = name == "VQ3D-Ambiwide Level";
+        const StreamFiles streams{{}, program.Path(name), program.Path(name + " errors")};
+        const Arguments line =
+            load ? Arguments{"load", "0", preset} : Arguments{"set", "0", name, text};
+        EXPECT_EQ(RunOrvctl(program.Words(line), streams), 0) << FileText(streams.errors);
+      });
+    }
+    for (std::thread& process : processes) process.join();
+    for (const char* name : names)
+      EXPECT_EQ(program.Answer({"get", "0", name})["value"], value) << name;
+  }
 }
 
 TEST(Orvctl, PrivateControlsShowTheFilesValueAndCannotBeChanged) {

@@ -33,8 +33,9 @@ TEST(OrvctlMachine, AnEndpointIsItsNumberItsIdentifierOrPartOfItsName) {
   EXPECT_EQ(program.Answer({"enable", "1"})["enabled"], true);
 }
 
-TEST(OrvctlMachine, DefaultModeThatCouldNotBeStoredIsTold) {
+TEST(OrvctlMachine, WhatWasNotStoredIsADifferenceWithBothValues) {
   const ProgramOnMachine program;
+  program.Answer({"set", "0", kLevel, "3"});
   Json machine = Json::parse(FileText(program.machine() / "machine.json"), nullptr, true, true);
   machine["faults"] = {{{"operation", "registry.set_value"}, {"nth", "always"}, {"status", 5}}};
   WriteText(program.machine() / "machine.json", machine.dump());
@@ -42,6 +43,10 @@ TEST(OrvctlMachine, DefaultModeThatCouldNotBeStoredIsTold) {
   EXPECT_EQ(result.status, 3) << result.errors;
   EXPECT_EQ(result.json()["name"], kMovie);
   EXPECT_TRUE(result.Says(kMusic)) << result.errors;
+  const Result restored = program.Run({"restore", "0"});
+  EXPECT_EQ(restored.status, 3);
+  EXPECT_TRUE(restored.Says("\"VQ3D-DPHD Level\" was set to its default, 75, but 3 was read back"))
+      << restored.errors;
 }
 
 TEST(OrvctlMachine, OnlyTheEndpointAskedForHasToLoadWithTheConfigurationType) {
