@@ -1,7 +1,6 @@
 #include "cli/change_lock.h"
 
-#include <windows.h>
-
+#include "orv_apo/com.h"
 #include "platform/text.h"
 #include "platform/windows/handle.h"
 #include "platform/windows/system_error_text.h"
