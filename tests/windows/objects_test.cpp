@@ -120,6 +120,7 @@ TEST_F(WindowsObjectsTest, LockedFactoryKeepsTheLibrary) {
   EXPECT_EQ(factory->LockServer(TRUE), S_OK);
   EXPECT_EQ(component.CanUnloadNow(), S_FALSE);
   EXPECT_EQ(factory->LockServer(FALSE), S_OK);
+  factory.Reset();  // held, it would keep the library too
   EXPECT_EQ(component.CanUnloadNow(), S_OK);
 }
 

@@ -14,8 +14,8 @@
 
 namespace orv {
 
-// Used by one thread at a time, and so are all clients of the process together: parameter blocks
-// pass through one buffer. Until an activation has succeeded every request fails.
+// All clients of the process pass parameter blocks through one buffer and are used under the lock
+// of WithDriverClients. Until an activation has succeeded every request fails.
 class KELAPOIntelDriverInterface_SKL final : public SkylakeDriver {
  public:
   // What GetAPIVersion and GetModuleInfo answer when there is nothing to tell.

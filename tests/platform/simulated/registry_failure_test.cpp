@@ -114,5 +114,28 @@ TEST(RegistryFailure, LackOfMemoryWhileTakingOverAChangeIsMadeGoodLater) {
   EXPECT_GT(number, 10) << "taking a change over allocates";
 }
 
+TEST(DriverFailure, LackOfMemoryWhileReadingTheMemoryDoesNotOutlastItsFile) {
+  const MachineFolder folder("REGEDIT4\n", R"({"events": ["Changed"]})");
+  const auto machine = folder.Open();
+  std::uint32_t error = 0;
+  const auto event = machine->OpenNamedEvent(L"Changed", error);
+  event->Set();
+  bool failed = true;
+  for (std::size_t nth = 1; failed; ++nth) {
+    folder.Write("drivers.json", folder.Read("drivers.json") + "\n");
+    {
+      const FailingAllocations failing(nth);
+      try {
+        machine->EventSignals(L"Changed");
+      } catch (const std::bad_alloc&) {
+      }
+      failed = failing.failed();
+    }
+    ASSERT_TRUE(std::filesystem::remove(folder.path() / "drivers.json"));
+    event->Set();
+    ASSERT_EQ(machine->EventSignals(L"Changed"), 1U) << nth;
+  }
+}
+
 }  // namespace
 }  // namespace orv

@@ -59,7 +59,7 @@ bool DriverStore::Refresh() {
   try {
     return Load(ignored);
   } catch (...) {
-    stamp_ = {};  // to be read again
+    stamp_.reset();
     throw;
   }
 }

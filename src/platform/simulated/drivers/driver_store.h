@@ -78,8 +78,8 @@ class DriverStore {
   DriverMemory memory_;
   std::filesystem::path folder_;  // empty in memory
   std::filesystem::path file_;
-  FileStamp stamp_;
-  std::uint64_t change_ = 0;  // number of the latest change
+  std::optional<FileStamp> stamp_;  // none if the file has to be read again
+  std::uint64_t change_ = 0;        // number of the latest change
   bool readable_ = true;
   std::map<std::pair<std::string, std::size_t>, std::uint32_t> calls_;  // by driver and rule
   std::atomic<std::uint64_t> next_handle_{0x104};
