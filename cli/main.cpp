@@ -99,6 +99,19 @@ void CheckCommandWords(const CLI::App& root, int argc, char** argv) {
   }
 }
 
+// An empty argument is a mistake, for example a variable of a script that was never set: no command
+// may take it for one that was not given.
+void RefuseEmptyArguments(int argc, char** argv) {
+  for (int i = 1; i < argc; ++i) {
+    const std::string word = argv[i];
+    const bool lacks_value = word.starts_with("--") && word.find('=') == word.size() - 1;
+    if (lacks_value) UsageFailure("the value of " + word.substr(0, word.size() - 1) + " is empty.");
+    if (!word.empty()) continue;
+    UsageFailure(i == 1 ? "the first argument is empty."
+                        : "the argument after \"" + std::string(argv[i - 1]) + "\" is empty.");
+  }
+}
+
 void UseLocale() {
   // Names and texts of configuration files are UTF-8; the plain "C" locale would take them apart.
   const char* locale = std::setlocale(LC_CTYPE, "");
@@ -108,6 +121,7 @@ void UseLocale() {
 
 int Run(CLI::App& app, Context& context, int argc, char** argv) {
   try {
+    RefuseEmptyArguments(argc, argv);
     CheckCommandWords(app, argc, argv);
     app.parse(argc, argv);
     return context.exit_status;
