@@ -56,7 +56,7 @@ TEST(FilterGrid, CascadesOfEveryLengthMatchTheReference) {
 TEST(FilterGrid, DesignsAreThoseOfTheReferenceData) {
   constexpr std::int16_t kUntouched = 0x5A5A;
   constexpr std::size_t kMost = 80;
-  const nlohmann::json data = ReferenceData("filters.json");
+  const nlohmann::json& data = ReferenceData("filters.json");
   for (const auto& row : data.at("cases")) {
     SCOPED_TRACE(row.dump().substr(0, 120));
     const std::string design = row.at("design");

@@ -127,7 +127,7 @@ std::vector<ListedControl> Numbers(const Json& controls) {
 }
 
 TEST_F(BroadwellReference, WholeModesFillEveryParameter) {
-  const Json data = ReferenceData("broadwell.json");
+  const Json& data = ReferenceData("broadwell.json");
   const auto ids_of = [](const Json& blocks) {
     Json ids = Json::array();
     for (const Json& block : blocks) ids.push_back(block.at("id"));
@@ -162,7 +162,7 @@ TEST_F(BroadwellReference, WholeModesFillEveryParameter) {
 }
 
 TEST_F(BroadwellReference, SingleControlsChangeTheirFieldAlone) {
-  const Json data = ReferenceData("broadwell_single.json");
+  const Json& data = ReferenceData("broadwell_single.json");
   std::map<std::string, Json> modes;
   for (const Json& mode : data.at("modes")) modes[mode.at("name")] = mode;
   const auto begin_with = [&](const Json& row) {

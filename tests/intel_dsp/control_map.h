@@ -40,7 +40,7 @@ inline std::vector<std::pair<std::string, int>> Controls(const char* text,
 // A mode of the Skylake module with 70 whole numbers. No filter is described, and neither sizes
 // nor cut-off are custom ones.
 inline const nlohmann::json& PlainMode() {
-  static const nlohmann::json mode = ReferenceData("skylake_single.json").at("modes").at(0);
+  static const nlohmann::json& mode = ReferenceData("skylake_single.json").at("modes").at(0);
   return mode.at("controls");
 }
 

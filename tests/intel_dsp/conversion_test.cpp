@@ -98,7 +98,7 @@ const std::map<std::string, Converter>& Converters() {
 }
 
 TEST(Converters, FillFieldsAsTheReferenceDoes) {
-  const json data = ReferenceData("conversions.json");
+  const json& data = ReferenceData("conversions.json");
   for (const json& row : data.at("cases")) {
     const std::string function = row.at("function");
     const auto converter = Converters().find(function);
@@ -126,7 +126,7 @@ TEST(Converters, TablesHaveTheTextsOfTheReference) {
       {"SpeakerSizeTable", SpeakerSizeTable()},
       {"MainTechTable", MainTechTable()},
       {"FilterTypeTable", FilterTypeTable()}};
-  const json data = ReferenceData("conversions.json");
+  const json& data = ReferenceData("conversions.json");
   for (const json& row : data.at("tables"))
     EXPECT_EQ(tables.at(row.at("table")), row.at("entries").get<EnumTable>()) << row;
 }

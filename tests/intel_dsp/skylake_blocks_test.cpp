@@ -86,7 +86,7 @@ TEST_F(SkylakeBlocks, MissingCutoffIsThatOfTheCustomFrequency) {
 }
 
 TEST_F(SkylakeBlocks, BandGainIsReadChangedAndWritten) {
-  const nlohmann::json data = ReferenceData("conversions.json");
+  const nlohmann::json& data = ReferenceData("conversions.json");
   for (const nlohmann::json& row : data.at("cases")) {
     if (row.at("function") != "band_gain") continue;
     EXPECT_EQ(dsp_.SetGEQBandGain(2, row.at("value"), 1), S_OK);

@@ -163,7 +163,7 @@ std::map<std::string, std::string> Decoded(std::uint32_t number, std::span<const
 }
 
 TEST(SkylakeDecoder, FieldsReadAsTheirControlsDo) {
-  const nlohmann::json mode = ReferenceData("skylake_single.json").at("modes").at(0);
+  const nlohmann::json& mode = ReferenceData("skylake_single.json").at("modes").at(0);
   std::map<std::string, std::string> texts;
   for (const auto& [id, digits] : mode.at("blocks").items())
     texts.merge(Decoded(static_cast<std::uint32_t>(std::stoul(id, nullptr, 16)) & 0xFF,

@@ -35,6 +35,16 @@ class SkylakeFilters : public SkylakeModuleTest {
   HRESULT Write() { return dsp_.SetVQ3DHPFAEQControls(mode_, 1); }
 };
 
+TEST_F(SkylakeFilters, ChannelsThatDifferInOneBandAreDesignedApart) {
+  for (const char* channel : {"Left", "Right"}) Band(channel, 0, 500, 100, 30, 0);
+  Band("Left", 1, 1000, 100, 30, 0);
+  Band("Right", 1, 1000, 100, -30, 0);
+  ASSERT_EQ(Write(), S_OK);
+  const Bytes right = Last(kRight);
+  const Bytes left = Last(kLeft);
+  EXPECT_FALSE(std::equal(right.begin() + 12, right.end(), left.begin() + 24));
+}
+
 TEST_F(SkylakeFilters, MoreBandsThanSectionsAreRefused) {
   for (int band = 0; band < 12; ++band) Band("Left", band, 100 + 500 * band, 100, 30, 1);
   EXPECT_EQ(Write(), S_OK);

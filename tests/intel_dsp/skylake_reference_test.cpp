@@ -69,7 +69,7 @@ class SkylakeReference : public IntelObjectTest {
 };
 
 TEST_F(SkylakeReference, WholeModesBecomeTheirBlocks) {
-  const json data = ReferenceData("skylake.json");
+  const json& data = ReferenceData("skylake.json");
   ASSERT_EQ(data.at("cases").size(), 51U);
   for (const json& row : data.at("cases")) {
     SCOPED_TRACE(row.at("name").get<std::string>());
@@ -92,11 +92,12 @@ TEST_F(SkylakeReference, WholeModesBecomeTheirBlocks) {
     WriteFile(dsp_, row.at("controls"), row.at("apply"));
     Expect(row.at("blocks"), Received());
     EXPECT_EQ(ModuleEnabled(), row.at("module") != 0);
+    machine_.ExpectNothingRefused();
   }
 }
 
 TEST_F(SkylakeReference, TechnologiesSendTheirBlocksAlone) {
-  const json data = ReferenceData("skylake.json");
+  const json& data = ReferenceData("skylake.json");
   Start();
   LONG apply = 0;
   for (const auto& [technology, ids] : data.at("technologies").items()) {
@@ -112,7 +113,7 @@ TEST_F(SkylakeReference, TechnologiesSendTheirBlocksAlone) {
 }
 
 TEST_F(SkylakeReference, SingleControlsChangeTheirBlocks) {
-  const json data = ReferenceData("skylake_single.json");
+  const json& data = ReferenceData("skylake_single.json");
   for (const json& row : data.at("cases")) {
     SCOPED_TRACE(row.dump());
     Start();
@@ -140,6 +141,7 @@ TEST_F(SkylakeReference, SingleControlsChangeTheirBlocks) {
     if (row.contains("module")) {
       EXPECT_EQ(ModuleEnabled(), row.at("module") != 0);
     }
+    machine_.ExpectNothingRefused();
   }
 }
 

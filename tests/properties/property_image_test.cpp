@@ -60,7 +60,7 @@ void ExpectReading(const ImageBytes& image, ImageReading reading, const json& en
 }
 
 TEST(PropertyImage, EqualsReferenceData) {
-  const json data = ReferenceData("images.json");
+  const json& data = ReferenceData("images.json");
   ASSERT_GT(data.at("cases").size(), 40U);
   for (const json& test : data.at("cases")) {
     SCOPED_TRACE(test.at("name"));

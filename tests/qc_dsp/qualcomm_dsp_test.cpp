@@ -67,7 +67,7 @@ class QualcommDspTest : public ::testing::Test {
 
 TEST_F(QualcommDspTest, RecordsAreThoseOfTheReferenceData) {
   const auto dsp = Create();
-  const nlohmann::json data = ReferenceData("qualcomm.json");
+  const nlohmann::json& data = ReferenceData("qualcomm.json");
   for (const auto& row : data.at("cases")) {
     SCOPED_TRACE(row.at("name").get<std::string>());
     const auto form_factor = static_cast<_ORVQuMediaDeviceType>(row.at("form_factor").get<int>());

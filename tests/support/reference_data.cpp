@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <map>
 #include <stdexcept>
 
 namespace orv {
@@ -17,10 +18,13 @@ std::int64_t SignedNumber(std::span<const std::byte> bytes, std::size_t offset, 
 
 }  // namespace
 
-nlohmann::json ReferenceData(const std::string& file) {
+const nlohmann::json& ReferenceData(const std::string& file) {
+  static std::map<std::string, nlohmann::json> contents;
+  nlohmann::json& content = contents[file];
+  if (!content.is_null()) return content;
   std::ifstream stream(std::string(ORV_TEST_DATA) + "/" + file);
   if (!stream) throw std::runtime_error("tests/data/" + file + " cannot be opened");
-  return nlohmann::json::parse(stream);
+  return content = nlohmann::json::parse(stream);
 }
 
 std::vector<std::byte> BytesOfHex(const std::string& digits) {

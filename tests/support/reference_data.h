@@ -10,8 +10,9 @@
 
 namespace orv {
 
-// The content of tests/data/FILE; the test ends with an exception if it cannot be read.
-nlohmann::json ReferenceData(const std::string& file);
+// The content of tests/data/FILE, kept until the program ends; the test ends with an exception if
+// it cannot be read.
+const nlohmann::json& ReferenceData(const std::string& file);
 
 std::vector<std::byte> BytesOfHex(const std::string& digits);
 

@@ -39,7 +39,7 @@ TEST(DriverFormats, TakeFreshBlocksAndThoseOfTheReferenceData) {
   for (const auto& [file, formats] : {std::pair("skylake.json", &skylake),
                                       {"broadwell.json", &broadwell},
                                       {"qualcomm.json", &qualcomm}}) {
-    const nlohmann::json data = ReferenceData(file);
+    const nlohmann::json& data = ReferenceData(file);
     for (const auto& mode : data["cases"]) {
       for (const auto& block : mode.value("blocks", mode.value("records", nlohmann::json()))) {
         const auto id = std::stoul(block["id"].get<std::string>(), nullptr, 0);
