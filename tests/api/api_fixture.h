@@ -79,6 +79,15 @@ class Bstr {
   BSTR text_;
 };
 
+// What an operation hands out.
+template <class Object, class Base, class Interface>
+ComPtr<Interface> From(const Object& object,
+                       HRESULT (STDMETHODCALLTYPE Base::*operation)(Interface**)) {
+  ComPtr<Interface> result;
+  EXPECT_EQ(((*object).*operation)(result.Put()), S_OK);
+  return result;
+}
+
 template <class Interface>
 std::wstring NameOf(Interface& mode) {
   BSTR name = nullptr;
@@ -137,9 +146,7 @@ class ApiTest : public ::testing::Test {
     return system;
   }
   static ComPtr<IORVEndpointEnumerator> Endpoints() {
-    ComPtr<IORVEndpointEnumerator> endpoints;
-    EXPECT_EQ(System()->EnumerateORVEndpoints(endpoints.Put()), S_OK);
-    return endpoints;
+    return From(System(), &IORVAPOSystem::EnumerateORVEndpoints);
   }
   static ComPtr<IORVEndpointInfo5> Endpoint(const std::wstring& guid = kSpeakers) {
     ComPtr<IORVEndpointInfo> endpoint;
@@ -150,9 +157,8 @@ class ApiTest : public ::testing::Test {
   }
   static ComPtr<IORVOperatingMode> Mode(const ComPtr<IORVEndpointInfo5>& endpoint,
                                         const std::wstring& name = kMovie) {
-    ComPtr<IORVAPOOpModeEnumerator> modes;
+    const auto modes = From(endpoint, &IORVEndpointInfo::GetOpModeEnumerator);
     ComPtr<IORVOperatingMode> mode;
-    EXPECT_EQ(endpoint->GetOpModeEnumerator(modes.Put()), S_OK);
     while (modes->Next(mode.Put()) == S_OK) {
       if (NameOf(*mode) == name) return mode;
     }

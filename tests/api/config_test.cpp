@@ -7,9 +7,7 @@ namespace {
 class ConfigTest : public ApiTest {
  protected:
   static ComPtr<IORVAPOConfigEnumerator> Properties(const ComPtr<IORVEndpointInfo5>& endpoint) {
-    ComPtr<IORVAPOConfigEnumerator> properties;
-    EXPECT_EQ(endpoint->get_config_enum(properties.Put()), S_OK);
-    return properties;
+    return From(endpoint, &IORVEndpointInfo5::get_config_enum);
   }
   static std::pair<std::wstring, std::wstring> Texts(IORVAPOConfigProperty& property) {
     BSTR key = nullptr;
@@ -51,15 +49,14 @@ TEST_F(ConfigTest, PropertiesOutliveTheirEndpointAndItsReload) {
 
 TEST_F(ConfigTest, ObjectsWithoutAnEndpointFailCleanly) {
   const auto properties = Create<IORVAPOConfigEnumerator>(CLSID_ORVAPOConfigEnumerator);
-  auto* property = Poison<IORVAPOConfigProperty>();
-  EXPECT_EQ(properties->Next(&property), E_UNEXPECTED);
-  EXPECT_EQ(properties->get_ConfigProperty(Bstr(L"x"), &property), E_UNEXPECTED);
-  EXPECT_EQ(property, Poison<IORVAPOConfigProperty>());
-
   const auto lone = Create<IORVAPOConfigProperty>(CLSID_ORVAPOConfigProperty);
+  auto* property = Poison<IORVAPOConfigProperty>();
   BSTR text = Poison<wchar_t>();
-  EXPECT_EQ(lone->get_Key(&text), E_UNEXPECTED);
-  EXPECT_EQ(lone->get_Value(&text), E_UNEXPECTED);
+  EXPECT_THAT(
+      (Answers{properties->Next(&property), properties->get_ConfigProperty(Bstr(L"x"), &property),
+               lone->get_Key(&text), lone->get_Value(&text)}),
+      Each(E_UNEXPECTED));
+  EXPECT_EQ(property, Poison<IORVAPOConfigProperty>());
   EXPECT_EQ(text, Poison<wchar_t>());
 }
 

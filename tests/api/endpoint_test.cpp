@@ -77,10 +77,8 @@ TEST_F(EndpointTest, MissingOutParametersAreRefused) {
 
 TEST_F(EndpointTest, ModesComeInConfigurationOrder) {
   const auto endpoint = Endpoint();
-  ComPtr<IORVAPOOpModeEnumerator> modes;
-  ASSERT_EQ(endpoint->GetOpModeEnumerator(modes.Put()), S_OK);
-  ComPtr<IORVOperatingMode> mode;
-  ASSERT_EQ(modes->Next(mode.Put()), S_OK);
+  const auto modes = From(endpoint, &IORVEndpointInfo::GetOpModeEnumerator);
+  auto mode = From(modes, &IORVAPOOpModeEnumerator::Next);
   EXPECT_EQ(NameOf(*mode), kMovie);
   EXPECT_EQ(modes->Next(nullptr), E_POINTER);  // moves on all the same
   EXPECT_EQ(modes->Next(mode.Put()), S_FALSE);
@@ -125,9 +123,7 @@ TEST_F(EndpointTest, ForeignModeAndOneThatCannotBeStoredAreRefused) {
 TEST_F(EndpointTest, ConfigurationTypeChoosesTheModes) {
   const auto endpoint = Endpoint();
   const auto before = Mode(endpoint, kMovie);
-  ComPtr<IORVAPOOpModeEnumerator> walking;
-  ASSERT_EQ(endpoint->GetOpModeEnumerator(walking.Put()), S_OK);
-
+  const auto walking = From(endpoint, &IORVEndpointInfo::GetOpModeEnumerator);
   EXPECT_EQ(endpoint->SetConfig(kORVAPO_EPCfg_Count), E_INVALIDARG);
   auto config = static_cast<ORVAPOEndpointConfig>(9);
   EXPECT_EQ(endpoint->GetConfig(&config), S_OK);
@@ -143,9 +139,7 @@ TEST_F(EndpointTest, ConfigurationTypeChoosesTheModes) {
   // What was handed out before goes on as it was.
   EXPECT_EQ(NameOf(*before), kMovie);
   EXPECT_EQ(ValueOf(Control(before, L"VQ3D-DPHD Level")), 40);
-  ComPtr<IORVOperatingMode> mode;
-  EXPECT_EQ(walking->Next(mode.Put()), S_OK);
-  EXPECT_EQ(NameOf(*mode), kMovie);
+  EXPECT_EQ(NameOf(*From(walking, &IORVAPOOpModeEnumerator::Next)), kMovie);
 }
 
 TEST_F(EndpointTest, FailedReloadKeepsTheCurrentAndTheDefaultMode) {
@@ -174,8 +168,7 @@ TEST_F(EndpointTest, RegistryKeyIsMadeWhenTheEndpointIsOpened) {
   const auto endpoints = Endpoints();
   ASSERT_EQ(machine_->registry().DeleteTree(RegRoot::LocalMachine, ApoKey(kSpeakers)), kRegOk);
   const DiagnosticLog log;
-  ComPtr<IORVEndpointInfo> endpoint;
-  EXPECT_EQ(endpoints->Next(endpoint.Put()), S_OK);
+  From(endpoints, &IORVEndpointEnumerator::Next);
   EXPECT_TRUE(machine_.HasKey(ApoKey(kSpeakers)));
   EXPECT_TRUE(
       log.Contains(L"| CORVCOMEndpointInfo::SetInfo | CORVCOMEndpointInfo::SetInfo reg key "
@@ -183,7 +176,7 @@ TEST_F(EndpointTest, RegistryKeyIsMadeWhenTheEndpointIsOpened) {
 
   endpoints->Reset();
   machine_->faults().FailAlways("registry.create_key", kRegAccessDenied);
-  EXPECT_EQ(endpoints->Next(endpoint.Put()), S_OK);
+  From(endpoints, &IORVEndpointEnumerator::Next);
   EXPECT_TRUE(log.Contains(L"reg key creation: 0x5, 0\n"));
 }
 

@@ -27,38 +27,18 @@ class LifetimeTest : public ApiTest {
 
   // One reference to an object of every kind.
   static std::vector<ComPtr<IUnknown>> EveryKind() {
-    std::vector<ComPtr<IUnknown>> objects;
-    const auto keep = [&objects](const auto& object) {
-      objects.push_back(object.template As<IUnknown>());
-    };
-    const auto endpoints = Endpoints();
     const auto endpoint = Endpoint();
-    ComPtr<IORVAPOOpModeEnumerator> modes;
-    ComPtr<IORVAPOConfigEnumerator> properties;
-    ComPtr<IORVAPOConfigProperty> property;
-    EXPECT_EQ(endpoint->GetOpModeEnumerator(modes.Put()), S_OK);
-    EXPECT_EQ(endpoint->get_config_enum(properties.Put()), S_OK);
-    EXPECT_EQ(properties->Next(property.Put()), S_OK);
     const auto mode = Mode(endpoint);
-    keep(System());
-    keep(endpoints);
-    keep(endpoint);
-    keep(modes);
-    keep(mode);
-    keep(Controls(mode));
-    keep(Control(mode, L"VQ3D-Main Tech"));
-    keep(properties);
-    keep(property);
-    ComPtr<IAnalysisData> analysis;
-    ComPtr<IKELAPOIntelDSP> intel;
-    ComPtr<IORVAPOQCDSP> qualcomm;
-    EXPECT_EQ(endpoint->get_AnalysisData(analysis.Put()), S_OK);
-    EXPECT_EQ(endpoint->GetIntelInterface(intel.Put()), S_OK);
-    EXPECT_EQ(endpoint->GetQCDSPInterface(qualcomm.Put()), S_OK);
-    keep(analysis);
-    keep(intel);
-    keep(qualcomm);
-    return objects;
+    const auto properties = From(endpoint, &IORVEndpointInfo2::get_config_enum);
+    const auto all = [](const auto&... objects) {
+      return std::vector{objects.template As<IUnknown>()...};
+    };
+    return all(System(), Endpoints(), endpoint, mode, properties, Controls(mode),
+               Control(mode, L"VQ3D-Main Tech"), From(properties, &IORVAPOConfigEnumerator::Next),
+               From(endpoint, &IORVEndpointInfo::GetOpModeEnumerator),
+               From(endpoint, &IORVEndpointInfo5::get_AnalysisData),
+               From(endpoint, &IORVEndpointInfo5::GetIntelInterface),
+               From(endpoint, &IORVEndpointInfo5::GetQCDSPInterface));
   }
 };
 
@@ -80,8 +60,7 @@ TEST_F(LifetimeTest, RelatedObjectsMayBeUsedByDifferentThreads) {
   AddEndpoint(kHeadphones, kTwoModes);
   auto endpoint = Endpoint();
   auto mode = Mode(endpoint);
-  ComPtr<IORVAPOConfigEnumerator> properties;
-  EXPECT_EQ(endpoint->get_config_enum(properties.Put()), S_OK);
+  auto properties = From(endpoint, &IORVEndpointInfo5::get_config_enum);
   std::vector<std::thread> threads;
   // Each object moves to the thread that uses it, and ends there.
   for (const wchar_t* name : {L"VQ3D-Main Tech", L"VQ3D-DPHD Level"}) {
@@ -120,8 +99,9 @@ TEST_F(LifetimeTest, IntelDspObjectsOfDifferentThreadsTakeTurns) {
   const auto work = [] {
     const auto endpoint = Endpoint();
     for (int round = 0; round < 30; ++round) {
-      ComPtr<IKELAPOIntelDSP> dsp;
-      ASSERT_EQ(endpoint->GetIntelInterface(dsp.Put()), S_OK);  // replaces what the others use
+      // Replaces what the others use.
+      const auto dsp = From(endpoint, &IORVEndpointInfo5::GetIntelInterface);
+      ASSERT_TRUE(dsp);
       BYTE version = 0;
       BYTE features = 0;
       EXPECT_EQ(dsp->GetAPIVersion(&version, &features), S_OK);
@@ -255,8 +235,7 @@ std::size_t CountWithFailures(Enumerator& enumerator) {
 
 TEST_F(OutOfMemoryTest, EnumeratorsOfControlsAndPropertiesStayWhereTheyAre) {
   const auto endpoint = Endpoint();
-  ComPtr<IORVAPOConfigEnumerator> properties;
-  ASSERT_EQ(endpoint->get_config_enum(properties.Put()), S_OK);
+  const auto properties = From(endpoint, &IORVEndpointInfo5::get_config_enum);
   EXPECT_EQ(CountWithFailures<IORVAPOConfigProperty>(*properties), 3U);
   EXPECT_EQ(CountWithFailures<IORVAPOControl>(*Controls(Mode(endpoint))), 4U);
 }

@@ -7,13 +7,7 @@
 namespace orv {
 namespace {
 
-struct RegisteredClass {
-  const wchar_t* name;
-  CLSID class_id;
-  const wchar_t* threading;
-};
-
-const RegisteredClass kRegistered[] = {
+const std::tuple<const wchar_t*, CLSID, const wchar_t*> kRegistered[] = {
     {L"ORVCOMEndpointInfo", CLSID_ORVCOMEndpointInfo, L"Apartment"},
     {L"AnalysisData", CLSID_AnalysisData, L"Apartment"},
     {L"KELAPOIntelDSP", CLSID_KELAPOIntelDSP, L"Apartment"},
@@ -45,14 +39,14 @@ class RegistrationTest : public ApiTest {
   }
   void ExpectRegistered(RegRoot root, const std::wstring& prefix) {
     EXPECT_EQ(SubKeys(root, prefix + L"CLSID").size(), std::size(kRegistered));
-    for (const RegisteredClass& expected : kRegistered) {
-      const std::wstring key = prefix + L"CLSID\\" + GuidText(expected.class_id);
-      EXPECT_EQ(Text(root, key), expected.name + std::wstring(L" Class"));
+    for (const auto& [name, class_id, threading] : kRegistered) {
+      const std::wstring key = prefix + L"CLSID\\" + GuidText(class_id);
+      EXPECT_EQ(Text(root, key), name + std::wstring(L" Class"));
       EXPECT_EQ(Text(root, key + L"\\InprocServer32"), OwnModulePath());
-      EXPECT_EQ(Text(root, key + L"\\InprocServer32", L"ThreadingModel"), expected.threading);
+      EXPECT_EQ(Text(root, key + L"\\InprocServer32", L"ThreadingModel"), threading);
       EXPECT_EQ(Text(root, key + L"\\TypeLib"), GuidText(LIBID_ORV_APO2011_ControllerLib));
       EXPECT_EQ(Text(root, key + L"\\Version"), L"1.0");
-      EXPECT_EQ(SubKeys(root, key).size(), expected.class_id == CLSID_ORVCOMEndpointInfo ? 4U : 3U);
+      EXPECT_EQ(SubKeys(root, key).size(), class_id == CLSID_ORVCOMEndpointInfo ? 4U : 3U);
     }
     const std::wstring library = prefix + kLibraryKey + L"\\1.4";
     EXPECT_EQ(Text(root, library), L"ORV_APO2011_ControllerLib");
