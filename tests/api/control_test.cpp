@@ -6,24 +6,17 @@ namespace {
 
 class ControlTest : public ApiTest {
  protected:
-  struct Description {
-    std::wstring name;
-    LONG scale;
-    LONG minimum;
-    LONG maximum;
-    bool operator==(const Description&) const = default;
-  };
+  // Name, scale, minimum and maximum.
+  using Description = std::tuple<std::wstring, LONG, LONG, LONG>;
   static Description Describe(const ComPtr<IORVAPOControl>& control) {
     BSTR name = nullptr;
     auto scale = static_cast<ORV_QVT_SCALE>(77);
-    Description description{L"", 77, kPoisonedNumber, kPoisonedNumber};
-    EXPECT_EQ(control->get_DisplayValue(&name), S_OK);
-    EXPECT_EQ(control->get_Scale(&scale), S_OK);
-    EXPECT_EQ(control->get_MinValue(&description.minimum), S_OK);
-    EXPECT_EQ(control->get_MaxValue(&description.maximum), S_OK);
-    description.name = TakeText(name);
-    description.scale = scale;
-    return description;
+    LONG minimum = kPoisonedNumber;
+    LONG maximum = kPoisonedNumber;
+    EXPECT_THAT((Answers{control->get_DisplayValue(&name), control->get_Scale(&scale),
+                         control->get_MinValue(&minimum), control->get_MaxValue(&maximum)}),
+                Each(S_OK));
+    return {TakeText(name), scale, minimum, maximum};
   }
 };
 

@@ -8,11 +8,7 @@ using Bytes = std::vector<std::uint8_t>;
 
 class HeadsetTest : public ApiTest {
  protected:
-  struct Answer {
-    HRESULT status;
-    LONG connected;
-    bool operator==(const Answer&) const = default;
-  };
+  using Answer = std::pair<HRESULT, LONG>;  // and whether a headset is connected
   static constexpr Answer kPluggedIn{S_OK, 1};
   static constexpr Answer kAbsent{S_OK, 0};
   static constexpr Answer kUnknown{S_FALSE, 0};
@@ -29,7 +25,7 @@ class HeadsetTest : public ApiTest {
   }
   static Answer Ask(const ComPtr<IORVEndpointInfo5>& endpoint) {
     Answer answer{E_UNEXPECTED, kPoisonedNumber};
-    answer.status = endpoint->get_HeadsetConnected(&answer.connected);
+    answer.first = endpoint->get_HeadsetConnected(&answer.second);
     return answer;
   }
   Answer Ask() { return Ask(Endpoint()); }
@@ -72,11 +68,11 @@ TEST_F(HeadsetTest, IdtStateTells) {
 TEST_F(HeadsetTest, EitherRealtekFlagTells) {
   SetHardware(L"VEN_10EC");
   EXPECT_EQ(Ask(), kAbsent);
-  SetNumber(EffectsKey(kSpeakers), kRealtekSecondValue, 1);
-  EXPECT_EQ(Ask(), kPluggedIn);
-  SetNumber(EffectsKey(kSpeakers), kRealtekSecondValue, 0);
-  SetNumber(EffectsKey(kSpeakers), kRealtekFirstValue, 1);
-  EXPECT_EQ(Ask(), kPluggedIn);
+  for (const wchar_t* flag : {kRealtekSecondValue, kRealtekFirstValue}) {
+    SetNumber(EffectsKey(kSpeakers), flag, 1);
+    EXPECT_EQ(Ask(), kPluggedIn);
+    SetNumber(EffectsKey(kSpeakers), flag, 0);
+  }
 }
 
 TEST_F(HeadsetTest, HardwareIdentifierMustBeWholeText) {

@@ -104,13 +104,11 @@ TEST_F(SystemTest, EndpointIsFoundByItsDeviceWhateverTheLetterCase) {
   const auto endpoints = Endpoints();
   std::wstring id = EndpointMachine::DeviceId(kHeadphones);
   std::transform(id.begin(), id.end(), id.begin(), FoldAscii);
-  ComPtr<IORVEndpointInfo> first;
-  ComPtr<IORVEndpointInfo> second;
-  EXPECT_EQ(endpoints->GetEndpointFromDevice(Bstr(id), first.Put()), S_OK);
-  EXPECT_EQ(endpoints->GetEndpointFromDevice(Bstr(ToUpperAscii(id)), second.Put()), S_OK);
-  EXPECT_NE(first.get(), second.get());
+  ComPtr<IORVEndpointInfo> found[2];
+  EXPECT_EQ(endpoints->GetEndpointFromDevice(Bstr(id), found[0].Put()), S_OK);
+  EXPECT_EQ(endpoints->GetEndpointFromDevice(Bstr(ToUpperAscii(id)), found[1].Put()), S_OK);
+  EXPECT_NE(found[0].get(), found[1].get());
   EXPECT_EQ(NextName(*endpoints), ApoKey(kSpeakers));
-
   auto* endpoint = Poison<IORVEndpointInfo>();
   EXPECT_EQ(endpoints->GetEndpointFromDevice(nullptr, &endpoint), E_POINTER);
   EXPECT_EQ(endpoints->GetEndpointFromDevice(Bstr(id), nullptr), E_POINTER);

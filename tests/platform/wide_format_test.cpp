@@ -21,21 +21,15 @@ std::wstring Format(const wchar_t* format, std::initializer_list<FormatArgument>
   return {buffer, length};
 }
 
-struct Expectation {
-  const wchar_t* format;
-  std::initializer_list<FormatArgument> args;
-  const wchar_t* text;
-};
-
-void Expect(std::initializer_list<Expectation> expectations) {
-  for (const Expectation& expected : expectations)
-    EXPECT_EQ(Format(expected.format, expected.args), expected.text)
-        << Utf8FromWide(expected.format);
+using Arguments = std::initializer_list<FormatArgument>;
+void Expect(std::initializer_list<std::tuple<const wchar_t*, Arguments, const wchar_t*>> rows) {
+  for (const auto& [format, arguments, text] : rows)
+    EXPECT_EQ(Format(format, arguments), text) << Utf8FromWide(format);
 }
 
 constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
 
-TEST(WideFormat, Integers) {
+TEST(WideFormat, ConvertsEveryKindOfArgument) {
   Expect({{L"%d|%i", {-5, 7}, L"-5|7"},
           {L"%5d|%-5d|%05d", {42, 42, -42}, L"   42|42   |-0042"},
           {L"%+d|% d|%+d", {1, 1, -1}, L"+1| 1|-1"},
@@ -46,11 +40,8 @@ TEST(WideFormat, Integers) {
           {L"0x%08x", {static_cast<int>(0x80070490)}, L"0x80070490"},
           {L"%lld|%I64u|%hd",
            {kLeast, 18446744073709551615ULL, 70000},
-           L"-9223372036854775808|18446744073709551615|70000"}});
-}
-
-TEST(WideFormat, Texts) {
-  Expect({{L"%s|%ls|%S|%hs", {L"a", L"b", "c", "d"}, L"a|b|c|d"},
+           L"-9223372036854775808|18446744073709551615|70000"},
+          {L"%s|%ls|%S|%hs", {L"a", L"b", "c", "d"}, L"a|b|c|d"},
           {L"%hs|%s", {L"wide", "narrow"}, L"wide|narrow"},
           {L"%5s|%-5hs|%.2s|%.2hs", {L"ab", "ab", L"abc", "abc"}, L"   ab|ab   |ab|ab"},
           {L"%s|%S",
@@ -58,15 +49,11 @@ TEST(WideFormat, Texts) {
            L"(null)|(null)"},
           {L"%hs", {"\xE4"}, L"\x00E4"},
           {L"%c%c", {L'o', 'k'}, L"ok"},
-          {L"%s", {std::wstring(L"kept")}, L"kept"}});
-}
-
-TEST(WideFormat, Numbers) {
-  Expect({{L"%f|%.2f|%8.3f|%-8.1f|", {0.5, 2.675, -1.0, 1.25}, L"0.500000|2.67|  -1.000|1.2     |"},
+          {L"%s", {std::wstring(L"kept")}, L"kept"},
+          {L"%f|%.2f|%8.3f|%-8.1f|", {0.5, 2.675, -1.0, 1.25}, L"0.500000|2.67|  -1.000|1.2     |"},
           {L"%08.2f|%+g|%g|%g", {-1.5, 0.1, 1e10, 100000.0}, L"-0001.50|+0.1|1e+10|100000"},
           {L"%g|%.3g|%.0f", {1e-5, 1234.5, 0.5}, L"1e-05|1.23e+03|0"},
           {L"%6f", {std::numeric_limits<double>::infinity()}, L"   inf"},
-          {L"%p", {static_cast<const void*>(nullptr)}, L"0000000000000000"},
           {L"%p", {reinterpret_cast<const void*>(std::uintptr_t{0xAB12})}, L"000000000000AB12"}});
   EXPECT_EQ(Format(L"%.300f", {-1e308}).size(), 1U + 309 + 1 + 100);
 }
@@ -75,9 +62,7 @@ TEST(WideFormat, WhatFindsNoFittingArgumentStandsAsItIs) {
   Expect({{L"%d and %d", {1}, L"1 and %d"},
           {L"%d|%s|%f|%p", {L"text", 5, 5, 5}, L"%d|%s|%f|%p"},
           {L"100%% of %y, %-05.2lq", {}, L"100% of %y, %-05.2lq"},
-          {L"%y %d", {3}, L"%y 3"},
-          {L"%*d", {}, L"%*d"},
-          {L"end%", {1}, L"end%"},
+          {L"%y %d|%*d", {3}, L"%y 3|%*d"},
           {L"end%-08l", {1}, L"end%-08l"}});
 }
 
