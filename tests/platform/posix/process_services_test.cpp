@@ -6,7 +6,9 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <cwchar>
 #include <filesystem>
+#include <fstream>
 #include <string>
 
 #include "platform/diagnostics.h"
@@ -14,6 +16,8 @@
 #include "platform/files.h"
 #include "platform/synchronization.h"
 #include "platform/text.h"
+#include "platform/wide_format.h"
+#include "support/locale.h"
 #include "support/temporary_folder.h"
 
 namespace orv {
@@ -147,6 +151,70 @@ TEST(Module, IsLoadedTellsWhereItLiesAndIsGivenBack) {
   EXPECT_FALSE(module.loaded());
   // A bare name means a file, never one of the system's libraries.
   EXPECT_FALSE(module.Load("libc.so.6"));
+}
+
+// An audio jack's name: a two-byte, a three-byte and a four-byte character.
+constexpr char kUtf8[] = "Kopfh\xC3\xB6rer \xE2\x82\xAC \xF0\x9F\x8E\xA7";
+constexpr wchar_t kWide[] = L"Kopfh\x00F6rer \x20AC \xD83C\xDFA7";
+
+std::wstring Format(const wchar_t* format, const char* text) {
+  wchar_t buffer[64];
+  return {buffer, FormatWide(buffer, std::size(buffer), format, {text, text})};
+}
+
+TEST(Utf8Locale, ConvertsSurrogatePairsBothWaysAndGivesEmptyTextForTheRest) {
+  const Locale locale("C.UTF-8");
+  ASSERT_TRUE(locale.known);
+  EXPECT_EQ(Widen(kUtf8), kWide);
+  EXPECT_EQ(Narrow(kWide), kUtf8);
+  for (const char* broken : {"good \xFF", "cut \xE2\x82"}) EXPECT_EQ(Widen(broken), L"") << broken;
+  for (const wchar_t* broken : {L"half a pair \xD83C", L"the other half \xDFA7"})
+    EXPECT_EQ(Narrow(broken), "");
+  EXPECT_EQ(Narrow(std::wstring(1, static_cast<wchar_t>(WCHAR_MAX))), "");
+  EXPECT_EQ(Format(L"%3hs|%.1hs", "\xC3\xB6"), L"  \x00F6|\x00F6") << "characters are counted";
+  EXPECT_EQ(Format(L"%hs", "\xF0\x9F\x8E\xA7"), L"\xD83C\xDFA7");
+  EXPECT_EQ(Format(L"%hs", "a\xFF\xC3\xB6"), L"a\x00FF\x00F6");
+}
+
+// Lookup without regard to letter case, where the file system itself has regard to it.
+class PathLookup : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::filesystem::create_directories(path() / "Program Files" / "Tools");
+    for (const char* name : {"Table.xml", "TABLE.XML"})
+      std::ofstream(path() / "Program Files" / "Tools" / name) << "";
+  }
+  // What FindBelow found, relative to the folder; "-" before what does not exist.
+  std::string Found(std::string_view relative) {
+    const auto found = FindBelow(path(), relative);
+    if (!found) return "outside";
+    const auto below = found->path.lexically_relative(path()).generic_string();
+    return found->exists ? below : "-" + below;
+  }
+  const std::filesystem::path& path() const { return folder_.path(); }
+
+ private:
+  TemporaryFolder folder_;
+};
+
+TEST_F(PathLookup, TakesTheExactSpellingFirst) {
+  EXPECT_EQ(Found("Program Files/Tools/Table.xml"), "Program Files/Tools/Table.xml");
+  EXPECT_EQ(Found("program files/TOOLS/Table.xml"), "Program Files/Tools/Table.xml");
+  EXPECT_EQ(Found("program files/tools/table.XML"), "Program Files/Tools/TABLE.XML");
+  std::filesystem::create_directory(path() / "program files");
+  EXPECT_EQ(Found("program files"), "program files");
+}
+
+TEST_F(PathLookup, KeepsTheGivenSpellingBeyondWhatExists) {
+  EXPECT_EQ(Found("PROGRAM FILES/New/Table.xml"), "-Program Files/New/Table.xml");
+  EXPECT_EQ(Found("program files/tools/table.xml/More"), "-Program Files/Tools/TABLE.XML/More");
+}
+
+TEST_F(PathLookup, NeverLeavesTheFolder) {
+  EXPECT_EQ(Found("../x"), "outside");
+  EXPECT_EQ(Found("Program Files/../../x"), "outside");
+  EXPECT_EQ(Found("/program files//./other/../tools/"), "Program Files/Tools");
+  EXPECT_EQ(Found(""), ".");
 }
 
 }  // namespace

@@ -34,13 +34,14 @@ TEST(MachineFile, AFullDescriptionIsRead) {
                                        error);
   ASSERT_TRUE(parsed) << error.Text();
   const MachineDescription& machine = *parsed;
-  ASSERT_EQ(machine.endpoints.size(), 2U);
+  const auto members = [&](std::size_t index) {
+    const SimulatedEndpoint& endpoint = machine.endpoints.at(index);
+    return std::tuple(endpoint.state, endpoint.flow, endpoint.form_factor, endpoint.is_default);
+  };
+  EXPECT_EQ(members(0), std::tuple(DEVICE_STATE_UNPLUGGED, eRender, 9U, true));
+  EXPECT_EQ(members(1), std::tuple(DEVICE_STATE_DISABLED, eCapture, 3U, false));
+  EXPECT_EQ(machine.endpoints.size(), 2U);
   const SimulatedEndpoint& first = machine.endpoints[0];
-  const SimulatedEndpoint& second = machine.endpoints[1];
-  EXPECT_EQ(std::tuple(first.state, first.flow, first.form_factor, first.is_default),
-            std::tuple(DEVICE_STATE_UNPLUGGED, eRender, 9U, true));
-  EXPECT_EQ(std::tuple(second.state, second.flow, second.form_factor, second.is_default),
-            std::tuple(DEVICE_STATE_DISABLED, eCapture, 3U, false));
   ASSERT_EQ(first.properties.size(), 3U);
   EXPECT_EQ(first.properties[0].blob, (std::vector<std::uint8_t>{0, 0xFF, 0x1A}));
   EXPECT_EQ(first.properties[0].key.fmtid.Data1, 0x1DA5D803U);

@@ -52,23 +52,21 @@ TEST(RegistryFailure, AFolderThatIsGoneAnswersAWriteFaultAndKeepsTheValues) {
   EXPECT_EQ(GetBytes(*key, L"v"), std::vector<std::uint8_t>{1});
 }
 
-// Fails one allocation after the other until the step gets through.
+// Fails one allocation after the other until the step needs fewer.
 template <class Step, class Check>
-void WithEveryAllocationFailing(Step&& step, Check&& check_unchanged) {
-  for (std::size_t nth = 1; nth < 10000; ++nth) {
-    bool refused = false;
+void WithEveryAllocationFailing(Step&& step, Check&& check) {
+  bool failed = true;
+  for (std::size_t nth = 1; failed && !testing::Test::HasFatalFailure(); ++nth) {
     {
       const FailingAllocations failing(nth);
       try {
         step();
       } catch (const std::bad_alloc&) {
-        refused = true;
       }
-      if (!refused && !failing.failed()) return;
+      failed = failing.failed();
     }
-    if (refused) check_unchanged(nth);
+    if (failed) check(nth);
   }
-  FAIL() << "the step never got through";
 }
 
 TEST(RegistryFailure, LackOfMemoryLeavesKeysAndValuesAsTheyWere) {
@@ -97,20 +95,13 @@ TEST(RegistryFailure, LackOfMemoryWhileTakingOverAChangeIsMadeGoodLater) {
   const auto machine = folder.Open();
   const auto key = MachineKey(*machine, L"K");
   const auto others = MachineKey(*folder.Open(), L"K");
-  std::uint8_t number = 0;
-  bool failed = true;
-  for (std::size_t nth = 1; failed; ++nth) {
-    ASSERT_EQ(SetBytes(*others, L"v", {++number}), kRegOk);
-    {
-      const FailingAllocations failing(nth);
-      try {
-        GetBytes(*key, L"v");
-      } catch (const std::bad_alloc&) {
-      }
-      failed = failing.failed();
-    }
-    ASSERT_EQ(GetBytes(*key, L"v"), std::vector<std::uint8_t>{number}) << nth;
-  }
+  std::uint8_t number = 1;
+  ASSERT_EQ(SetBytes(*others, L"v", {number}), kRegOk);
+  WithEveryAllocationFailing([&] { GetBytes(*key, L"v"); },
+                             [&](std::size_t nth) {
+                               ASSERT_EQ(GetBytes(*key, L"v"), std::vector{number}) << nth;
+                               ASSERT_EQ(SetBytes(*others, L"v", {++number}), kRegOk);
+                             });
   EXPECT_GT(number, 10) << "taking a change over allocates";
 }
 
@@ -119,22 +110,17 @@ TEST(DriverFailure, LackOfMemoryWhileReadingTheMemoryDoesNotOutlastItsFile) {
   const auto machine = folder.Open();
   std::uint32_t error = 0;
   const auto event = machine->OpenNamedEvent(L"Changed", error);
-  event->Set();
-  bool failed = true;
-  for (std::size_t nth = 1; failed; ++nth) {
-    folder.Write("drivers.json", folder.Read("drivers.json") + "\n");
-    {
-      const FailingAllocations failing(nth);
-      try {
-        machine->EventSignals(L"Changed");
-      } catch (const std::bad_alloc&) {
-      }
-      failed = failing.failed();
-    }
-    ASSERT_TRUE(std::filesystem::remove(folder.path() / "drivers.json"));
+  const auto change = [&] {
     event->Set();
-    ASSERT_EQ(machine->EventSignals(L"Changed"), 1U) << nth;
-  }
+    folder.Write("drivers.json", folder.Read("drivers.json") + "\n");
+  };
+  change();
+  WithEveryAllocationFailing([&] { machine->EventSignals(L"Changed"); },
+                             [&](std::size_t nth) {
+                               ASSERT_TRUE(std::filesystem::remove(folder.path() / "drivers.json"));
+                               change();
+                               ASSERT_EQ(machine->EventSignals(L"Changed"), 1U) << nth;
+                             });
 }
 
 }  // namespace

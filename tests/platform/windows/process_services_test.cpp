@@ -10,9 +10,11 @@
 #include "platform/dynamic_library.h"
 #include "platform/files.h"
 #include "platform/text.h"
+#include "platform/wide_format.h"
 #include "platform/windows/substituted_call.h"
 #include "platform/windows/system_error_text.h"
 #include "platform/windows/under_wine.h"
+#include "support/locale.h"
 #include "support/temporary_folder.h"
 
 namespace orv {
@@ -190,6 +192,7 @@ ORV_SYSTEM_CALL(message_call, FormatMessageW);
 
 TEST(SystemErrorText, IsUtf8WithoutLineEndWhateverTheLanguage) {
   EXPECT_EQ(SystemErrorText(ERROR_FILE_NOT_FOUND), "No such file or directory");
+  EXPECT_EQ(SystemErrorText(0xABCDEF), "System error 11259375");
   const SubstitutedCall language(
       message_call, [](DWORD, LPCVOID, DWORD, DWORD, LPWSTR text, DWORD size, va_list*) -> DWORD {
         return static_cast<DWORD>(
@@ -198,8 +201,27 @@ TEST(SystemErrorText, IsUtf8WithoutLineEndWhateverTheLanguage) {
   EXPECT_EQ(SystemErrorText(ERROR_KEY_DELETED), Utf8FromWide(L"\x4E2D\x97F3 gel\x00F6scht"));
 }
 
-TEST(SystemErrorText, HasAWordForWhatTheSystemDoesNotKnow) {
-  EXPECT_EQ(SystemErrorText(0xABCDEF), "System error 11259375");
+std::wstring Format(const wchar_t* format, const char* text) {
+  wchar_t buffer[64];
+  return {buffer, FormatWide(buffer, std::size(buffer), format, {text, text})};
+}
+
+TEST(CodePage, Western) {
+  const Locale locale(".1252");
+  ASSERT_TRUE(locale.known);
+  EXPECT_EQ(Widen("H\xF6rer \x80"), L"H\x00F6rer \x20AC");
+  EXPECT_EQ(Narrow(L"H\x00F6rer \x20AC"), "H\xF6rer \x80");
+  EXPECT_EQ(Narrow(L"\x4E2D"), "");
+  EXPECT_EQ(Narrow(L"\xD83C\xDFA7"), "");
+}
+
+TEST(CodePage, WithCharactersOfTwoBytes) {
+  const Locale locale(".932");
+  ASSERT_TRUE(locale.known);
+  EXPECT_EQ(Widen("\x89\xB9 dB"), L"\x97F3 dB");
+  EXPECT_EQ(Narrow(L"\x97F3 dB"), "\x89\xB9 dB");
+  EXPECT_EQ(Widen("cut \x89"), L"");
+  EXPECT_EQ(Format(L"%3hs|%.1hs", "\x89\xB9"), L"  \x97F3|\x97F3");
 }
 
 }  // namespace

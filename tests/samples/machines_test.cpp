@@ -13,6 +13,7 @@ using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::Ge;
 using ::testing::Le;
+using ::testing::Pair;
 
 // The endpoints of a machine with their products and current modes.
 std::vector<std::wstring> Seen(const std::string& name) {
@@ -119,6 +120,24 @@ INSTANTIATE_TEST_SUITE_P(HealthyMachines, Configurations,
                            std::replace(name.begin(), name.end(), '-', '_');
                            return name;
                          });
+
+TEST(BrokenMachine, ListsWhatIsHealthyAndTellsWhyTheRestIsNot) {
+  SampleMachine machine("broken");
+  std::vector<std::pair<std::wstring, std::uint32_t>> load_status;
+  for (const ORVAPOEndpointInfo& endpoint : machine.Endpoints()) {
+    ORVAPOConfigurationFile file(*machine);
+    load_status.emplace_back(endpoint.description(), file.Load(endpoint.config_file(), 0, 0));
+    EXPECT_EQ(endpoint.system_effects_disabled(), endpoint.description() == L"Effects Off");
+  }
+  EXPECT_THAT(
+      load_status,
+      ElementsAre(Pair(L"Healthy Speakers", kConfigLoaded), Pair(L"Cut Images", kConfigLoaded),
+                  Pair(L"Effects Off", kConfigLoaded), Pair(L"Messy Configuration", kConfigBadMode),
+                  Pair(L"Unclosed Configuration", kConfigNoDocument),
+                  Pair(L"Empty Properties", kConfigEmptyProperties),
+                  Pair(L"Missing Configuration", kConfigNoDocument),
+                  Pair(L"Unreadable Effect Property", kConfigNoDocument)));
+}
 
 }  // namespace
 }  // namespace orv
