@@ -89,9 +89,11 @@ Json ReadingJson(const Reading& reading, const std::vector<Band>& bands) {
   Json spectrum = Json::array();
   for (std::size_t channel = 0; channel < reading.spectrum.size(); ++channel) {
     for (std::size_t band = 0; band < bands.size(); ++band) {
-      spectrum.push_back({{"channel", channel},
-                          {"frequency", bands[band].frequency},
-                          {"db", LevelJson(reading.spectrum[channel][band])}});
+      Json entry = {{"channel", channel},
+                    {"frequency", bands[band].frequency},
+                    {"db", LevelJson(reading.spectrum[channel][band])}};
+      if (bands[band].same_bins_as) entry["same_bins_as"] = *bands[band].same_bins_as;
+      spectrum.push_back(std::move(entry));
     }
   }
   return {{"peaks", std::move(peaks)}, {"spectrum", std::move(spectrum)}};
@@ -105,16 +107,21 @@ std::size_t ShownChannels(const std::vector<float>& peaks) {
   return shown;
 }
 
+Cell SharedBins(const Band& band) {
+  if (!band.same_bins_as) return Cell("");
+  return Cell("same bins as " + HertzText(*band.same_bins_as), ansi::kDim);
+}
+
 void ShowReading(Context& context, const Reading& reading, const std::vector<Band>& bands) {
   Table peaks({{"CHANNEL"}, {"PEAK", Align::Right}});
   for (std::size_t c = 0; c < ShownChannels(reading.peaks); ++c)
     peaks.Add({ChannelName(c), LevelText(reading.peaks[c])});
   context.output.Show(peaks);
   context.output.Line("");
-  Table spectrum({{"FREQUENCY", Align::Right}, {"L", Align::Right}, {"R", Align::Right}});
+  Table spectrum({{"FREQUENCY", Align::Right}, {"L", Align::Right}, {"R", Align::Right}, {""}});
   for (std::size_t band = 0; band < bands.size(); ++band) {
     spectrum.Add({HertzText(bands[band].frequency), LevelText(reading.spectrum[0][band]),
-                  LevelText(reading.spectrum[1][band])});
+                  LevelText(reading.spectrum[1][band]), SharedBins(bands[band])});
   }
   context.output.Show(spectrum);
 }
@@ -208,14 +215,27 @@ void ShowLive(Context& context, Terminal& terminal, const std::string& title, Li
   } while (run.Wait(kPollInterval));
 }
 
+std::vector<Band> ChooseBands(const std::vector<std::uint32_t>& frequencies,
+                              std::uint32_t sample_rate) {
+  for (const std::uint32_t frequency : frequencies) {
+    if (IsInBand(frequency, sample_rate)) continue;
+    UsageFailure("a frequency of " + std::to_string(frequency) +
+                 " Hz is not in the stream: expected one above 0 Hz and below " +
+                 HertzText(sample_rate / 2.0) + ".");
+  }
+  std::vector<Band> bands =
+      frequencies.empty() ? ThirdOctaveBands() : SingleFrequencies(frequencies);
+  FitToStream(bands, sample_rate);
+  return bands;
+}
+
 void Analyse(Context& context, const Arguments& arguments) {
   constexpr std::size_t kMostFrequencies = 1000;
   if (arguments.frequencies.size() > kMostFrequencies)
     UsageFailure("expected at most " + std::to_string(kMostFrequencies) + " frequencies.");
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
-  Listener listener(endpoint, arguments.frequencies.empty()
-                                  ? ThirdOctaveBands()
-                                  : SingleFrequencies(arguments.frequencies));
+  Listener listener(endpoint,
+                    ChooseBands(arguments.frequencies, context.session().SampleRate(endpoint)));
   Run run(arguments.seconds);
   if (arguments.once) return ListenOnce(context, listener, run);
   // What there is to tell is told before and after; in between the screen belongs to the picture.
@@ -232,9 +252,9 @@ void AddAnalyseCommand(CLI::App& app, Context& context) {
       app, "analyse", "Peaks and spectrum of what an endpoint plays, live",
       "orvctl analyse 0\n  orvctl --json analyse 0 --once --frequencies 100,1000,10000",
       "The spectrum is shown in third-octave bands, each with its highest bin, unless frequencies\n"
-      "are asked for. Without a terminal, a line a second. --once listens for 0.3 seconds and "
-      "gives\n"
-      "the highest levels; with --json silence is null. Ends with Ctrl+C.");
+      "are asked for. Rows with the same bins show one level and are marked. Without a terminal,\n"
+      "a line a second. --once listens for 0.3 seconds and gives the highest levels; with --json\n"
+      "silence is null. Ends with Ctrl+C.");
   analyse->add_option("ENDPOINT", arguments->endpoint, kEndpointHelp)->required();
   analyse->add_option("--frequencies", arguments->frequencies, "Frequencies in Hz, with commas")
       ->delimiter(',')

@@ -1,5 +1,6 @@
 #include "cli/session.h"
 
+#include "analysis/loopback_stream.h"
 #include "cli/component_text.h"
 #include "cli/failure.h"
 #include "cli/host.h"
@@ -292,6 +293,17 @@ std::vector<Endpoint> Session::Endpoints(std::vector<std::string>* unopened) con
     endpoints.emplace_back(std::move(endpoint), id);
   }
   return endpoints;
+}
+
+std::uint32_t Session::SampleRate(const Endpoint& endpoint) const {
+  const std::string asked = "asking for the sample rate of " + endpoint.name();
+  const char* remedy = "The machine's audio service does not answer.";
+  ComPtr<IMMDevice> device;
+  Require(FindDevice(*machine_, WideFromUtf8(endpoint.id()), device), asked, remedy);
+  ComPtr<IAudioClient> client;
+  MixFormat format;
+  Require(ActivateAudioClient(*device, client, format), asked, remedy);
+  return format->nSamplesPerSec;
 }
 
 }  // namespace orv::cli

@@ -115,6 +115,8 @@ class Session {
   // Those of them that the component finds. One that it finds but cannot open is passed over, and
   // its identifier added to `unopened` (may be null).
   std::vector<Endpoint> Endpoints(std::vector<std::string>* unopened = nullptr) const;
+  // Rate in Hz of the stream that the endpoint plays.
+  std::uint32_t SampleRate(const Endpoint& endpoint) const;
 
  private:
   IORVAPOSystem* System() const;

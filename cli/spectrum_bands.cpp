@@ -1,7 +1,11 @@
 #include "cli/spectrum_bands.h"
 
+#include <algorithm>
 #include <cmath>
+#include <map>
+#include <set>
 
+#include "analysis/spectrum.h"
 #include "cli/response_plot.h"
 
 namespace orv::cli {
@@ -23,7 +27,7 @@ std::vector<Band> ThirdOctaveBands() {
   for (const std::uint32_t nominal : kNominalCentres) {
     const double lower = 1000 * std::pow(10, (step - 0.5) / 10);
     const double upper = 1000 * std::pow(10, (step + 0.5) / 10);
-    Band band{nominal, {nominal}};
+    Band band{nominal, {nominal}, {}};
     for (double point = std::ceil(lower); point < upper; point += kStep)
       band.points.push_back(static_cast<std::uint32_t>(point));
     bands.push_back(std::move(band));
@@ -35,8 +39,27 @@ std::vector<Band> ThirdOctaveBands() {
 std::vector<Band> SingleFrequencies(const std::vector<std::uint32_t>& frequencies) {
   std::vector<Band> bands;
   bands.reserve(frequencies.size());
-  for (const std::uint32_t frequency : frequencies) bands.push_back({frequency, {frequency}});
+  for (const std::uint32_t frequency : frequencies) bands.push_back({frequency, {frequency}, {}});
   return bands;
+}
+
+bool IsInBand(std::uint32_t frequency, std::uint32_t sample_rate) noexcept {
+  return frequency > 0 && frequency < sample_rate - sample_rate / 2;
+}
+
+void FitToStream(std::vector<Band>& bands, std::uint32_t sample_rate) {
+  const auto is_outside = [&](std::uint32_t point) { return !IsInBand(point, sample_rate); };
+  std::erase_if(bands, [&](const Band& band) { return is_outside(band.frequency); });
+  const SpectrumBins bins(sample_rate);
+  if (bins.count() == 0) return;
+  std::map<std::set<std::uint32_t>, std::uint32_t> first;  // band by its bins
+  for (Band& band : bands) {
+    std::erase_if(band.points, is_outside);
+    std::set<std::uint32_t> held;
+    for (const std::uint32_t point : band.points) held.insert(bins.Nearest(point));
+    const auto [place, is_new] = first.emplace(std::move(held), band.frequency);
+    if (!is_new) band.same_bins_as = place->second;
+  }
 }
 
 std::string ShortFrequency(std::uint32_t frequency) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,11 +12,18 @@ struct Band {
   std::uint32_t frequency = 0;  // Hz, its name
   // Where it is looked at; the highest level counts.
   std::vector<std::uint32_t> points;
+  // The first band before this one that has the same bins, so that it always shows the same level.
+  std::optional<std::uint32_t> same_bins_as;
 };
 
 // 50 Hz to 20 kHz by their nominal centres. Every bin that a band holds is looked at.
 std::vector<Band> ThirdOctaveBands();
 std::vector<Band> SingleFrequencies(const std::vector<std::uint32_t>& frequencies);
+
+// Whether a stream of this rate (Hz) can have the frequency: above 0 and below half the rate.
+bool IsInBand(std::uint32_t frequency, std::uint32_t sample_rate) noexcept;
+// Leaves out what is not in the stream's band, and marks bands with the same bins.
+void FitToStream(std::vector<Band>& bands, std::uint32_t sample_rate);
 
 // "63", "1.25k": short enough for an axis.
 std::string ShortFrequency(std::uint32_t frequency);

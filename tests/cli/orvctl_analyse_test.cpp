@@ -119,7 +119,20 @@ TEST(OrvctlAnalyse, RefusedStreamsAndWrongFrequenciesHaveTheirExitStatus) {
   EXPECT_EQ(refused.status, 1);
   EXPECT_TRUE(refused.Says("listening to Generic HD Audio Internal Speakers")) << refused.errors;
   EXPECT_TRUE(refused.Says("0x88890004"));
-  EXPECT_EQ(program.Run({"analyse", "0", "--frequencies", "100,low"}).status, 2);
+  for (const char* frequencies : {"100,low", "100,24000", "4294967295", "0"}) {
+    const Result outside = program.Run({"analyse", "0", "--frequencies", frequencies});
+    EXPECT_EQ(outside.status, 2) << frequencies;
+    EXPECT_TRUE(frequencies[4] == 'l' || outside.Says("below 24 kHz")) << outside.errors;
+  }
+}
+
+TEST(OrvctlAnalyse, RowsWithTheSameBinsAreMarked) {
+  const ProgramOnMachine program;
+  const Arguments line = {"analyse", "0", "--once", "--frequencies", "90,1000,100,23999"};
+  EXPECT_NE(program.Run(line).output.find("same bins as 90 Hz\n"), std::string::npos);
+  const Json spectrum = program.Answer(line)["spectrum"];
+  for (std::size_t row = 0; row < 8; ++row)
+    EXPECT_EQ(spectrum[row].value("same_bins_as", 0), row % 4 == 2 ? 90 : 0) << row;
 }
 
 TEST(OrvctlAnalyse, LivePictureFollowsTheSizeAndLeavesTheTerminalAsItWas) {
@@ -194,6 +207,17 @@ TEST(AnalysisView, MeterHoldsPeaksAndMarksClipping) {
   EXPECT_FALSE(meter.clipped());
   for (int i = 0; i < 10; ++i) meter.Update(LevelMeter::kNothing, 1);
   EXPECT_EQ(meter.level(), LevelMeter::kNothing);
+}
+
+TEST(SpectrumBands, EndBelowHalfTheRate) {
+  for (const std::uint32_t rate : {16000U, 44100U, 96000U}) {
+    auto bands = ThirdOctaveBands();
+    FitToStream(bands, rate);
+    EXPECT_EQ(bands.back().frequency, rate == 16000 ? 6300 : 20000);
+    EXPECT_EQ(bands[1].same_bins_as, rate == 16000 ? std::nullopt : std::optional(50U)) << rate;
+  }
+  EXPECT_TRUE(IsInBand(22049, 44100));
+  EXPECT_FALSE(IsInBand(22050, 44100));
 }
 
 TEST(SpectrumBands, HoldEveryBinOfTheirRange) {
