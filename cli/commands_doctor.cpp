@@ -1,13 +1,24 @@
 // doctor
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 
 #include "cli/commands.h"
+#include "cli/dsp_objects.h"
+#include "cli/files.h"
 #include "cli/select.h"
 #include "config/configuration_file.h"
+#include "config/mode_selector.h"
 #include "config/technology_library.h"
 #include "endpoints/endpoint_info.h"
 #include "endpoints/endpoint_registry.h"
+#include "intel_dsp/broadwell/driver_records.h"
+#include "intel_dsp/skylake/driver_client.h"
+#include "platform/files.h"
+#include "platform/simulated/drivers/driver_requests.h"
 #include "platform/text.h"
+#include "properties/property_image.h"
+#include "qc_dsp/driver_interface.h"
 
 namespace orv::cli {
 namespace {
@@ -37,14 +48,42 @@ class Doctor {
   void ExamineEffects(const ORVAPOEndpointInfo& info);
   void ExamineConfiguration(const ORVAPOEndpointInfo& info);
   void ExamineRights(const ORVAPOEndpointInfo& info);
+  void ExamineStored(const ORVAPOEndpointInfo& info, const std::vector<Mode>& modes);
+  std::string RestoreLine(const std::string& value, const std::vector<Mode>& modes) const;
+  std::string ImageFaults(const std::string& value, const ImageBytes& bytes);
   void ExamineThroughComponent(const ORVAPOEndpointInfo& info);
   void ExamineDsp(const Endpoint& endpoint);
+  std::string DriverThatRefuses(const Endpoint& endpoint);
+  // A command line to be pasted, for this machine.
+  std::string CommandLine(const std::string& words) const;
+  std::string MachineFolder() const;  // one word of a command line; empty for the system's machine
 
   Context& context_;
   Machine& machine_;
   std::string label_;
+  std::string number_;  // of the endpoint, as commands take it
   std::vector<Check> checks_;
 };
+
+// One word of a command line.
+std::string ShellWord(const std::string& text) {
+  constexpr char kPlain[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-./:";
+  if (!text.empty() && text.find_first_not_of(kPlain) == std::string::npos) return text;
+  if (text.find_first_of("\"$`!") == std::string::npos) return '"' + text + '"';
+  std::string quoted = "'";
+  for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return quoted + "'";
+}
+
+std::string Doctor::MachineFolder() const {
+  const std::filesystem::path& folder = context_.session().machine_folder();
+  return folder.empty() ? "" : ShellWord(PathText(std::filesystem::absolute(folder)));
+}
+
+std::string Doctor::CommandLine(const std::string& words) const {
+  const std::string folder = MachineFolder();
+  return "orvctl " + (folder.empty() ? "" : "--machine " + folder + " ") + words;
+}
 
 void Doctor::ExamineTechnology() {
   label_.clear();
@@ -88,7 +127,8 @@ void Doctor::ExamineConfiguration(const ORVAPOEndpointInfo& info) {
   }
   ORVAPOConfigurationFile file(machine_);
   const std::uint32_t status = file.Load(info.config_file(), kORVAPO_EPCfg_None, 0);
-  const std::string host = machine_.HostPath(info.config_file()).value_or(path);
+  const std::optional<std::string> found = machine_.HostPath(info.config_file());
+  const std::string host = found ? PathText(std::filesystem::absolute(PathFromUtf8(*found))) : path;
   if (status == kConfigLoaded) {
     return Add("configuration file", true,
                path + " has " + std::to_string(file.GetModes().size()) + " modes", "");
@@ -96,20 +136,115 @@ void Doctor::ExamineConfiguration(const ORVAPOEndpointInfo& info) {
   const bool exists = machine_.FileExists(info.config_file());
   Add("configuration file", false,
       path + (exists ? " is refused (load status " + std::to_string(status) + ")" : " is missing"),
-      exists ? "\"orvctl check " + host + "\" explains what is wrong in it."
-             : "Put the configuration file there.");
+      exists ? CommandLine("check " + ShellWord(host)) : "Put the configuration file there.");
+}
+
+// Writes a value of its own into the key, reads it and takes it away again.
+RegStatus TryKey(Machine& machine, const std::wstring& path) {
+  static std::atomic<unsigned> count{0};
+  const auto now = std::chrono::system_clock::now().time_since_epoch().count();
+  const std::wstring name =
+      L"orvctl doctor " + std::to_wstring(now) + L'.' + std::to_wstring(++count);
+  std::unique_ptr<RegistryKey> key;
+  RegStatus status = machine.registry().OpenKey(RegRoot::LocalMachine, path, kSettingsAccess, key);
+  if (status != kRegOk) return status;
+  constexpr std::uint32_t kProbe = 0x0D0C7023;
+  std::uint32_t found = 0;
+  std::uint32_t size = sizeof found;
+  status = key->SetValue(name, kRegDword, &kProbe, sizeof kProbe);
+  if (status == kRegOk) status = key->QueryValue(name, nullptr, &found, &size);
+  if (status == kRegOk && found != kProbe) status = kRegWriteFault;
+  const RegStatus deleted = key->DeleteValue(name);
+  return status == kRegOk ? deleted : status;
 }
 
 void Doctor::ExamineRights(const ORVAPOEndpointInfo& info) {
   const std::string path = "HKEY_LOCAL_MACHINE\\" + Utf8FromWide(info.apo_key_path());
-  std::unique_ptr<RegistryKey> key;
-  const RegStatus status =
-      machine_.registry().OpenKey(RegRoot::LocalMachine, info.apo_key_path(), kSettingsAccess, key);
+  const std::string folder = MachineFolder();
+  const RegStatus status = TryKey(machine_, info.apo_key_path());
   Add("registry rights", status == kRegOk,
-      status == kRegOk
-          ? path + " can be read, written and watched"
-          : path + ": " + StatusText(orv_apo::StatusOfSystemError(static_cast<DWORD>(status))),
-      "Give this user the rights to read and set values of that key.");
+      path + (status == kRegOk
+                  ? ": a value was written, read and removed"
+                  : ": a value could not be written, read and removed: " +
+                        StatusText(orv_apo::StatusOfSystemError(static_cast<DWORD>(status)))),
+      "Give this user the rights to read and set values of that key" +
+          (folder.empty() ? "." : ", and room and the right to write in " + folder + "."));
+}
+
+// What an image holds that no reader takes, or that lies outside the control's range; empty when
+// all is well.
+std::string Doctor::ImageFaults(const std::string& value, const ImageBytes& bytes) {
+  ORVPropertyList list;
+  const ImageDecoding decoding = DecodeImage(bytes, ImageReading::Replace, list);
+  std::string faults;
+  const auto add = [&](const std::string& what) { faults += (faults.empty() ? "" : "; ") + what; };
+  if (decoding.fault != ImageFault::None) {
+    add("the image \"" + value + "\" cannot be decoded from offset " +
+        std::to_string(decoding.fault_offset) + " of " + std::to_string(bytes.size()));
+  }
+  if (decoding.unknown_tags != 0) {
+    add("the image \"" + value + "\" has " + std::to_string(decoding.unknown_tags) +
+        " records of unknown kind");
+  }
+  for (const ORVPropertyEntry& entry : list) {
+    const std::string name = Utf8FromWide(entry.name);
+    const std::string text = Utf8FromWide(WideTextOf(entry.value).value_or(std::wstring()));
+    const std::optional<int> number = ParseNumber(text);
+    const ControlFacts facts = context_.catalog().Describe(name);
+    if (!facts.described || !number || facts.minimum >= facts.maximum) continue;
+    if (*number < facts.minimum || *number > facts.maximum) {
+      add("\"" + name + "\" is stored as " + text + ", outside " + std::to_string(facts.minimum) +
+          " to " + std::to_string(facts.maximum) + ", in \"" + value + "\"");
+    }
+  }
+  return faults;
+}
+
+// The command that stores a value of the endpoint's key anew.
+std::string Doctor::RestoreLine(const std::string& value, const std::vector<Mode>& modes) const {
+  if (value == Utf8FromWide(kGlobalSettingsValue)) return CommandLine("enable " + number_ + " on");
+  for (const Mode& mode : modes)
+    if (mode.name() == value) {
+      return CommandLine("restore " + number_ + " --mode " + ShellWord(value));
+    }
+  if (value == Utf8FromWide(ORVAPOModeSelector::kCurrentModeValue))
+    return CommandLine("mode " + number_ + " --default");
+  return "Delete that value: no mode of the configuration has this name.";
+}
+
+// Every value of the endpoint's key that the component reads as an image.
+void Doctor::ExamineStored(const ORVAPOEndpointInfo& info, const std::vector<Mode>& modes) {
+  std::unique_ptr<RegistryKey> key;
+  if (machine_.registry().OpenKey(RegRoot::LocalMachine, info.apo_key_path(), kQueryAccess, key) !=
+      kRegOk)
+    return;  // "registry rights" says so
+  std::size_t count = 0;
+  bool well = true;
+  std::wstring name;
+  for (std::uint32_t i = 0; key->EnumValue(i, name) == kRegOk; ++i) {
+    if (!name.starts_with(L"ApoOpMode:") && name != kGlobalSettingsValue &&
+        name != ORVAPOModeSelector::kCurrentModeValue)
+      continue;
+    ++count;
+    const std::string value = Utf8FromWide(name);
+    std::uint32_t type = 0;
+    ImageBytes bytes;
+    const RegStatus status = ReadValue(*key, name, type, bytes);
+    std::string faults;
+    if (status != kRegOk) {
+      faults = "\"" + value + "\" cannot be read: " +
+               StatusText(orv_apo::StatusOfSystemError(static_cast<DWORD>(status)));
+    } else if (type != kRegBinary) {
+      faults = "\"" + value + "\" is not binary";
+    } else {
+      faults = ImageFaults(value, bytes);
+    }
+    if (faults.empty()) continue;
+    Add("stored values", false, faults, RestoreLine(value, modes));
+    well = false;
+  }
+  if (well)
+    Add("stored values", true, std::to_string(count) + " images decoded, values in range", "");
 }
 
 // How the component answers when it is asked for an endpoint's DSP objects.
@@ -121,48 +256,115 @@ struct DspAnswer {
     qualcomm = endpoint.object()->GetQCDSPInterface(qualcomm_dsp.Put());
   }
   bool present() const { return SUCCEEDED(intel) || SUCCEEDED(qualcomm); }
-  // An Intel object without a driver answers that its operation was refused.
-  bool absent() const { return intel == E_FAIL && qualcomm == E_NOTIMPL; }
 
   HRESULT intel;
   HRESULT qualcomm;
 };
 
-// A driver that refuses one endpoint and serves another is well: the refused one does not lead
-// through the DSP.
+// Statuses of a wave filter that knows nothing of the request.
+bool MeansUnknownProperty(HRESULT status) {
+  constexpr DWORD kSetNotFound = 1170;
+  return status == orv_apo::kNotFound || status == orv_apo::StatusOfSystemError(kSetNotFound) ||
+         status == E_NOTIMPL || status == E_NOINTERFACE;
+}
+
+// Why the wave filter behind an endpoint gives no module; empty when there is none to give.
+std::string SkylakeRefusal(Machine& machine, const std::string& endpoint) {
+  ComPtr<IMMDeviceEnumerator> devices;
+  ComPtr<IMMDevice> device;
+  WaveFilter filter;
+  const std::wstring id = WideFromUtf8(endpoint);
+  if (FAILED(machine.CreateDeviceEnumerator(devices.Put())) ||
+      FAILED(devices->GetDevice(id.c_str(), device.Put())) ||
+      TopologyWalk(*devices.get()).FindWaveFilter(*device.get(), filter) != S_OK)
+    return {};
+  const std::shared_ptr<Machine> borrowed(std::shared_ptr<void>(), &machine);
+  KELAPOIntelDriverInterface_SKL client(borrowed, nullptr);
+  const HRESULT status = client.ActivateIKsControls(id);
+  HRESULT asked = S_OK;
+  std::uint8_t version = 0;
+  std::uint8_t features = 0;
+  if (!client.GetAPIVersion(asked, version, features)) {
+    return MeansUnknownProperty(status)
+               ? ""
+               : "the Intel driver behind this endpoint does not tell its version: " +
+                     StatusText(status);
+  }
+  if (version != skylake::kSupportedInterface) {
+    return "the Intel driver behind this endpoint has interface version " +
+           std::to_string(version) + " instead of " + std::to_string(skylake::kSupportedInterface);
+  }
+  if (SUCCEEDED(status)) return "the Intel driver refused at first and answers now";
+  return status == E_FAIL ? ""
+                          : "the Intel driver does not tell its modules: " + StatusText(status);
+}
+
+// The driver that is there although the component has no DSP object for the endpoint; empty when
+// there is none.
+std::string Doctor::DriverThatRefuses(const Endpoint& endpoint) {
+  const auto unopened = [&](const GUID& interface_class) -> std::optional<std::uint32_t> {
+    std::uint32_t error = 0;
+    const std::vector<std::wstring> paths = machine_.DeviceInterfaces(interface_class);
+    for (const std::wstring& path : paths)
+      if (machine_.OpenDevice(path, error) != nullptr) return 0;
+    return paths.empty() ? std::nullopt : std::optional(error);
+  };
+  const auto told = [](const char* driver, std::uint32_t error) {
+    return std::string("the ") + driver + " driver is there, but " +
+           (error == 0 ? "the component did not get its object"
+                       : "cannot be opened: " + StatusText(orv_apo::StatusOfSystemError(error)));
+  };
+  if (const auto error = unopened(broadwell::kDeviceInterface)) return told("Intel", *error);
+  if (const auto error = unopened(kQualcommInterfaceClass)) return told("Qualcomm", *error);
+  return SkylakeRefusal(machine_, endpoint.id());
+}
+
 void Doctor::ExamineDsp(const Endpoint& endpoint) {
   const DspAnswer answer(endpoint);
-  if (answer.present()) {
-    return Add("DSP", true,
-               SUCCEEDED(answer.intel) ? "Intel driver present" : "Qualcomm driver present", "");
+  if (!answer.present()) {
+    const std::string refusal = DriverThatRefuses(endpoint);
+    return Add("DSP", refusal.empty(),
+               refusal.empty() ? "none: the effects run in the audio engine" : refusal,
+               CommandLine("-v doctor " + number_));
   }
-  if (answer.absent()) return Add("DSP", true, "none: the effects run in the audio engine", "");
-  const std::vector<Endpoint> endpoints = context_.session().Endpoints();
-  const bool elsewhere = std::any_of(endpoints.begin(), endpoints.end(), [](const Endpoint& other) {
-    return DspAnswer(other).present();
-  });
-  Add("DSP", elsewhere,
-      elsewhere ? "none on this endpoint; the driver serves others"
-                : "Intel " + StatusText(answer.intel) + ", Qualcomm " + StatusText(answer.qualcomm),
-      "Install the DSP's driver again; -v shows what the component met.");
+  if (FAILED(answer.intel)) {
+    return Add("DSP", true, "Qualcomm driver present; it does not report what it holds", "");
+  }
+  const IntelDspState state = AskIntelDsp(endpoint);
+  if (!state.fault.empty()) {
+    return Add("DSP", false,
+               "the Intel driver is there, but " + state.fault.substr(0, state.fault.find('\n')),
+               CommandLine("-v doctor " + number_));
+  }
+  const std::string switch_name =
+      state.driver == kSkylakeDriver ? "VQ3D-Process Enable" : "ZENSND-Process Enable";
+  Add("DSP", *state.enabled,
+      "Intel driver (" + state.driver + ", interface version " +
+          std::to_string(state.versions.api) + ", module " + state.versions.module_version + "), " +
+          (*state.enabled ? "switched on" : "switched off"),
+      CommandLine("dsp intel " + number_ + " set \"" + switch_name + "\" 1"));
 }
 
 void Doctor::ExamineThroughComponent(const ORVAPOEndpointInfo& info) {
   const std::string id = Utf8FromWide(info.endpoint_id());
-  for (const Endpoint& endpoint : context_.session().Endpoints()) {
+  const std::vector<Endpoint> endpoints = context_.session().Endpoints();
+  for (std::size_t i = 0; i < endpoints.size(); ++i) {
+    const Endpoint& endpoint = endpoints[i];
     if (!EqualsIgnoringCase(endpoint.id(), id)) continue;
+    number_ = std::to_string(i);
     Add("component", true, "finds the endpoint", "");
     const std::optional<Mode> mode = endpoint.CurrentMode();
     Add("current mode", mode.has_value(),
         mode ? mode->name() : "the stored mode is none of the configuration's",
-        "\"orvctl mode ENDPOINT --default\" stores the default one.");
+        CommandLine("mode " + number_ + " --default"));
     const std::vector<Mode> modes = endpoint.Modes();
     const bool enabled = !modes.empty() && modes.front().Enabled();
-    Add("processing", enabled, enabled ? "on" : "off", "\"orvctl enable ENDPOINT on\".");
+    Add("processing", enabled, enabled ? "on" : "off", CommandLine("enable " + number_ + " on"));
+    ExamineStored(info, modes);
     return ExamineDsp(endpoint);
   }
   Add("component", false, "does not find the endpoint",
-      "Mend what is wrong above; -v shows what the component met.");
+      "What is wrong above comes first; if nothing is: " + CommandLine("-v endpoints"));
 }
 
 void Doctor::Examine(const ORVAPOEndpointInfo& info, const std::string& label) {
@@ -177,7 +379,7 @@ void Doctor::Examine(const ORVAPOEndpointInfo& info, const std::string& label) {
     const std::string text = failure.what();
     const std::size_t end = text.find('\n');
     Add("component", false, text.substr(0, end),
-        end != std::string::npos ? text.substr(end + 1) : "-v shows what it met.");
+        end != std::string::npos ? text.substr(end + 1) : CommandLine("-v endpoints"));
   }
 }
 

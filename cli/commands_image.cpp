@@ -125,9 +125,9 @@ void AddImageCommands(CLI::App& app, Context& context) {
   image->require_subcommand(1);
   const auto arguments = std::make_shared<Arguments>();
 
-  CLI::App* decode = AddCommand(
-      *image, "decode", "An image to its entries",
-      "orvctl image decode values.bin\n  orvctl --json image decode --endpoint 0 --mode Movie");
+  CLI::App* decode = AddCommand(*image, "decode", "An image to its entries",
+                                "orvctl image decode values.bin\n  orvctl --json image decode "
+                                "--endpoint 0 --mode Movie/Internal");
   decode->add_option("FILE", arguments->file, "The image; - is standard input");
   decode->add_option("--endpoint", arguments->endpoint,
                      "The image that the processing object of this endpoint reads");

@@ -1,6 +1,4 @@
 // What takes more than one endpoint, a machine prepared for it, or the story's own one.
-#include <algorithm>
-
 #include "cli/orvctl_program.h"
 
 namespace orv::cli {
@@ -84,24 +82,6 @@ TEST(OrvctlMachine, UnknownStoredModeIsToldWithItsStatusAndARemedy) {
   EXPECT_TRUE(result.Says("0x80070490")) << result.errors;
   EXPECT_TRUE(result.Says("--default"));
   EXPECT_EQ(program.Answer({"mode", "Cut Images", "--default"})["name"], kMusic);
-}
-
-TEST(OrvctlMachine, DoctorFindsAHealthyMachineHealthyAndTellsWhatIsWrongWithABrokenOne) {
-  const ProgramOnMachine healthy;
-  for (const Json& check : healthy.Answer({"doctor"})) EXPECT_EQ(check["ok"], true) << check;
-  healthy.Answer({"enable", "0", "off"});
-  EXPECT_EQ(healthy.Run({"doctor", "0"}).status, 3);
-  EXPECT_EQ(healthy.Run({"doctor", "1"}).status, 0);
-
-  const ProgramOnMachine broken("broken");
-  const Result result = broken.Run({"--json", "doctor", "Messy"});
-  EXPECT_EQ(result.status, 3);
-  const Json checks = result.json();
-  const auto wrong = std::find_if(checks.begin(), checks.end(),
-                                  [](const Json& check) { return check["ok"] == false; });
-  ASSERT_NE(wrong, checks.end());
-  EXPECT_EQ((*wrong)["check"], "configuration file");
-  EXPECT_NE((*wrong)["remedy"].get<std::string>().find("orvctl check"), std::string::npos);
 }
 
 TEST(OrvctlStory, TheStoryIsToldOnACopy) {

@@ -1,0 +1,104 @@
+// Every example of every help page, run as it stands there. The pages are found by the program's
+// own list of commands.
+#include <algorithm>
+#include <cstdlib>
+#include <sstream>
+
+#include "cli/native/shell.h"
+#include "cli/orvctl_program.h"
+
+namespace orv::cli {
+namespace {
+
+// The words of every command, as completion knows them.
+std::vector<Arguments> KnownCommands(const Program& program) {
+  const std::string script = program.Run({"completion", "bash"}).output;
+  const std::size_t begin = script.find("known='") + 7;
+  std::istringstream paths(script.substr(begin, script.find('\'', begin) - begin));
+  std::vector<Arguments> commands;
+  for (std::string path; paths >> path;) {
+    Arguments words;
+    std::istringstream parts(path.substr(1));
+    for (std::string word; std::getline(parts, word, '/');) words.push_back(word);
+    // The DSP commands stand after the endpoint.
+    if (words.size() == 3) words.insert(words.end() - 1, "0");
+    commands.push_back(words);
+  }
+  return commands;
+}
+
+std::vector<std::string> Examples(const Program& program, Arguments command) {
+  command.push_back("--help");
+  std::string help = program.Run(command).output;
+  std::istringstream lines(help.substr(std::min(help.find("Example:\n"), help.size())));
+  std::vector<std::string> examples;
+  for (std::string line; std::getline(lines, line);)
+    if (line.starts_with("  ")) examples.push_back(line.substr(2));
+  return examples;
+}
+
+// What makes the file that an example names: the program itself.
+constexpr struct {
+  const char* name;
+  const char* command;
+} kPreparations[] = {
+    {"orv_apo_config.xml", "cp 'machine/drive_c/Program Files/ORV Labs/APO/orv_apo_config.xml' ."},
+    {"load 0 evening.json", "orvctl save 0 evening.json"},
+    {"entries.json", "orvctl --json image decode --endpoint 0 --mode Movie/Internal >entries.json"},
+    {"decode values.bin",
+     "orvctl --json image decode --endpoint 0 --mode Movie/Internal >entries.json\n"
+     "orvctl image encode entries.json --output values.bin"},
+    {"--machine my-machine", "orvctl machine new my-machine"},
+};
+
+class Example : public Program {
+ public:
+  explicit Example(const std::string& line) : line_(line) {
+    const char* sample = Has("qualcomm") ? "qualcomm-tablet"
+                         : Has(" peq ")  ? "broadwell-ultrabook"
+                                         : "skylake-laptop";
+    CopySampleMachine(sample, Path("machine"));
+  }
+  bool Has(const std::string& words) const { return line_.find(words) != std::string::npos; }
+  bool MayDiffer() const { return Has("orvctl check") || Has("doctor") || Has("drift"); }
+
+  int Run() const {
+    std::string script = "cd " + Quoted(File("")) + "\nexport ORV_MACHINE=machine PATH=" +
+                         Quoted(std::filesystem::path(ORV_ORVCTL).parent_path().string()) +
+                         ":$PATH\n";
+    for (const auto& preparation : kPreparations)
+      if (Has(preparation.name)) script += preparation.command + std::string(" || exit 99\n");
+    // These run until they are interrupted.
+    const bool endless = Has("watch") || Has("analyse");
+    script += endless ? "timeout -s INT --preserve-status 2 bash -c " + Quoted(line_) : line_;
+    const int status = std::system(
+        ("bash -c " + Quoted(script) + " >" + Quoted(File("output")) + " 2>&1 </dev/null").c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+
+ private:
+  std::string line_;
+};
+
+TEST(CommandLine, EveryExampleOfEveryHelpPageRuns) {
+  const ProgramOnMachine program;
+  std::vector<std::string> examples;
+  for (const Arguments& command : KnownCommands(program)) {
+    const std::vector<std::string> found = Examples(program, command);
+    EXPECT_FALSE(found.empty()) << command.back();
+    for (const std::string& line : found)
+      if (std::find(examples.begin(), examples.end(), line) == examples.end())
+        examples.push_back(line);
+  }
+  EXPECT_GT(examples.size(), 30U);
+  for (const std::string& line : examples) {
+    const Example example(line);
+    const int status = example.Run();
+    EXPECT_TRUE(status == 0 || (status == 3 && example.MayDiffer()))
+        << line << "\n[exit " << status << "]\n"
+        << FileText(example.File("output"));
+  }
+}
+
+}  // namespace
+}  // namespace orv::cli
