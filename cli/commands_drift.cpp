@@ -73,13 +73,6 @@ std::string FindDriver(const Endpoint& endpoint) {
   return {};
 }
 
-const DspBlock* FindBlock(const std::vector<DspBlock>& blocks, std::uint32_t parameter) {
-  const auto found = std::find_if(blocks.begin(), blocks.end(), [&](const DspBlock& block) {
-    return block.parameter == parameter;
-  });
-  return found != blocks.end() ? &*found : nullptr;
-}
-
 DspFields::DspFields(Machine& machine, const Endpoint& endpoint, const Mode& mode)
     : driver_(FindDriver(endpoint)) {
   DspReadback readback(machine, endpoint.id());

@@ -59,13 +59,6 @@ std::int32_t ParseProperty(Context& context, const std::string& name, const std:
   return value;
 }
 
-const DspBlock* FindBlock(const std::vector<DspBlock>& blocks, std::uint32_t parameter) {
-  const auto found = std::find_if(blocks.begin(), blocks.end(), [&](const DspBlock& block) {
-    return block.parameter == parameter;
-  });
-  return found != blocks.end() ? &*found : nullptr;
-}
-
 std::string FieldText(const DspBlock& block, std::size_t offset) {
   for (const DecodedField& field : DecodeBlock(block))
     if (field.offset == offset) return field.text;

@@ -51,6 +51,13 @@ std::string HexNumber(std::uint32_t number) {
 
 }  // namespace
 
+const DspBlock* FindBlock(const std::vector<DspBlock>& blocks, std::uint32_t parameter) {
+  const auto found = std::find_if(blocks.begin(), blocks.end(), [&](const DspBlock& block) {
+    return block.parameter == parameter;
+  });
+  return found != blocks.end() ? &*found : nullptr;
+}
+
 std::string BlockName(const DspBlock& block) {
   std::string name;
   if (block.driver == kSkylakeDriver) name = SkylakeBlockName(block.parameter);

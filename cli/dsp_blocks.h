@@ -22,6 +22,9 @@ inline DspBlock BlockOf(const DriverRecord& record) {
   return {record.driver, record.parameter, record.bytes, record.selector};
 }
 
+// Null if there is none of the parameter.
+const DspBlock* FindBlock(const std::vector<DspBlock>& blocks, std::uint32_t parameter);
+
 std::string BlockName(const DspBlock& block);
 // No fields for a block whose layout is not known.
 std::vector<DecodedField> DecodeBlock(const DspBlock& block);
