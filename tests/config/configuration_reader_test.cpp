@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 #include <tinyxml2.h>
 
-#include <array>
-
 #include "config/control_lists.h"
 
 namespace orv {
@@ -75,29 +73,25 @@ TEST(ConfigurationReader, StatusFollowsTheElementsInDocumentOrder) {
       "<operating_mode><control name='ZAPO3-Operating Mode' public='true'>Movie</control>"
       "<control name='ZAPO3-Speaker Type'>Internal</control></operating_mode>";
   const std::string properties = "<properties><control name='a'>1</control></properties>";
-  struct Case {
-    std::string xml;
-    std::uint32_t status;
-    std::size_t modes;
+  const std::tuple<std::string, std::uint32_t, std::size_t> cases[] = {
+      {"", 6, 0},
+      {"<orv_configuration>", 6, 0},
+      {"<orv_configuration/>", 6, 0},
+      {"<configuration>" + properties + "</configuration>", 6, 0},
+      {"<ORV_Configuration>" + properties + "</ORV_Configuration>", 0, 0},
+      {InRoot(good), 6, 1},
+      {InRoot("<properties>\n</properties>" + good), 2, 1},
+      {InRoot("<properties><!-- none --></properties>"), 0, 0},
+      {InRoot(properties + bad), 3, 0},
+      {InRoot(bad + properties), 0, 0},
+      {InRoot(properties + public_key), 3, 0},
+      {InRoot(properties + bad + good), 3, 1},
+      {InRoot(properties + good + "<properties/>"), 2, 1},
   };
-  for (const Case& one : {
-           Case{"", 6, 0},
-           Case{"<orv_configuration>", 6, 0},
-           Case{"<orv_configuration/>", 6, 0},
-           Case{"<configuration>" + properties + "</configuration>", 6, 0},
-           Case{"<ORV_Configuration>" + properties + "</ORV_Configuration>", 0, 0},
-           Case{InRoot(good), 6, 1},
-           Case{InRoot("<properties>\n</properties>" + good), 2, 1},
-           Case{InRoot("<properties><!-- none --></properties>"), 0, 0},
-           Case{InRoot(properties + bad), 3, 0},
-           Case{InRoot(bad + properties), 0, 0},
-           Case{InRoot(properties + public_key), 3, 0},
-           Case{InRoot(properties + bad + good), 3, 1},
-           Case{InRoot(properties + good + "<properties/>"), 2, 1},
-       }) {
-    const Reading reading = Read(one.xml);
-    EXPECT_EQ(reading.status, one.status) << one.xml;
-    EXPECT_EQ(reading.content.modes.size(), one.modes) << one.xml;
+  for (const auto& [xml, status, modes] : cases) {
+    const Reading reading = Read(xml);
+    EXPECT_EQ(reading.status, status) << xml;
+    EXPECT_EQ(reading.content.modes.size(), modes) << xml;
   }
 }
 
@@ -143,16 +137,14 @@ TEST(ConfigurationReader, PublicControlsAndTheKeyAreToldApart) {
 }
 
 TEST(ConfigurationReader, SelectorChoosesTheModesOfAType) {
-  struct Case {
-    const char* attributes;
-    std::array<std::size_t, 3> modes;  // by configuration type
-  };
-  for (const Case& one : {Case{"", {1, 0, 0}}, Case{"selector=''", {1, 0, 0}},
-                          Case{"selector='DSP'", {0, 1, 0}}, Case{"selector='cpu'", {0, 0, 0}}}) {
+  // With the one configuration type that has the mode.
+  const std::pair<const char*, std::uint32_t> cases[] = {
+      {"", 0}, {"selector=''", 0}, {"selector='DSP'", 1}, {"selector='cpu'", 9}};
+  for (const auto& [attributes, owner] : cases) {
     for (std::uint32_t type = 0; type < 3; ++type) {
-      const Reading reading = Read(WithMode("", one.attributes), type);
+      const Reading reading = Read(WithMode("", attributes), type);
       EXPECT_EQ(reading.status, kConfigLoaded);
-      EXPECT_EQ(reading.content.modes.size(), one.modes[type]) << one.attributes << type;
+      EXPECT_EQ(reading.content.modes.size(), type == owner ? 1U : 0U) << attributes << type;
     }
   }
 }

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "properties/bound_set.h"
+#include "properties/property_story.h"
 #include "support/diagnostic_log.h"
 
 namespace orv {
@@ -101,44 +101,38 @@ TEST_F(PropertySetRegistry, ASetThatCannotBeSavedLeavesTheStoredValue) {
 }
 
 TEST_F(PropertySetRegistry, ValuesOfTheKeyBecomePropertiesByTheirType) {
-  struct Case {
-    std::uint32_t type;
-    Bytes bytes;
-    std::optional<std::wstring> text;  // nothing: not loaded
-    PropertyKind kind = PropertyKind::WideText;
-  };
-  const Case cases[] = {
+  // With the text and kind of what is loaded, if it is.
+  constexpr auto kWide = PropertyKind::WideText;
+  const std::tuple<std::uint32_t, Bytes, std::optional<std::wstring>, PropertyKind> cases[] = {
       {kRegDword, {0xFE, 0xFF, 0xFF, 0xFF}, L"-2", PropertyKind::Long},
-      {kRegDword, {1, 2}, std::nullopt},
-      {kRegDword, {1, 2, 3, 4, 5}, std::nullopt},
+      {kRegDword, {1, 2}, std::nullopt, kWide},
+      {kRegDword, {1, 2, 3, 4, 5}, std::nullopt, kWide},
       {kRegBinary, {0xFF, 0}, L"FF00", PropertyKind::SignedBytes},
-      {kRegSz, {'a', 0, 0, 0}, L"a"},
-      {kRegSz, {}, L""},
-      {kRegSz, {'a', 0, 0, 0, 'b', 0, 0, 0}, L"a"},
-      {kRegSz, {'a', 0}, std::nullopt},
-      {kRegSz, {'a', 0, 0}, std::nullopt},
-      {kRegExpandSz, {'%', 0, 'x', 0, '%', 0, 0, 0}, L"%x%"},
-      {kRegMultiSz, {'a', 0, 0, 0, 'b', 0, 0, 0, 0, 0}, L"a"},
-      {kRegMultiSz, {0, 0}, L""},
-      {kRegMultiSz, {'a', 0}, std::nullopt},
-      {kRegMultiSz, {'a', 0, 0, 0}, std::nullopt},
-      {kRegMultiSz, {'a', 0, 0, 0, 0}, std::nullopt},
-      {kRegMultiSz, {}, std::nullopt},
-      {kRegQword, {1, 2, 3, 4, 5, 6, 7, 8}, std::nullopt},
+      {kRegSz, {'a', 0, 0, 0}, L"a", kWide},
+      {kRegSz, {}, L"", kWide},
+      {kRegSz, {'a', 0, 0, 0, 'b', 0, 0, 0}, L"a", kWide},
+      {kRegSz, {'a', 0}, std::nullopt, kWide},
+      {kRegSz, {'a', 0, 0}, std::nullopt, kWide},
+      {kRegExpandSz, {'%', 0, 'x', 0, '%', 0, 0, 0}, L"%x%", kWide},
+      {kRegMultiSz, {'a', 0, 0, 0, 'b', 0, 0, 0, 0, 0}, L"a", kWide},
+      {kRegMultiSz, {0, 0}, L"", kWide},
+      {kRegMultiSz, {'a', 0}, std::nullopt, kWide},
+      {kRegMultiSz, {'a', 0, 0, 0}, std::nullopt, kWide},
+      {kRegMultiSz, {'a', 0, 0, 0, 0}, std::nullopt, kWide},
+      {kRegMultiSz, {}, std::nullopt, kWide},
+      {kRegQword, {1, 2, 3, 4, 5, 6, 7, 8}, std::nullopt, kWide},
   };
   set_.SetProperty(L"old", 1);
   EXPECT_TRUE(binding_.LoadValues());
   EXPECT_EQ(Content(set_), L"");
   for (const wchar_t* name : {L"first", L"last"}) Store(name, kRegDword, {9, 0, 0, 0});
-  for (const Case& value : cases) {
-    Store(L"first", value.type, value.bytes);
-    EXPECT_EQ(binding_.LoadValues(), value.text.has_value()) << &value - cases;
+  for (const auto& [type, bytes, text, kind] : cases) {
+    Store(L"first", type, bytes);
+    EXPECT_EQ(binding_.LoadValues(), text.has_value()) << testing::PrintToString(bytes);
     boost::any loaded;
-    ASSERT_EQ(set_.GetProperty(L"first", loaded), value.text.has_value());
-    EXPECT_EQ(WideTextOf(loaded), value.text);
-    if (value.text) {
-      EXPECT_EQ(KindOf(loaded), value.kind);
-    }
+    ASSERT_EQ(set_.GetProperty(L"first", loaded), text.has_value());
+    EXPECT_EQ(WideTextOf(loaded), text);
+    EXPECT_EQ(KindOf(loaded), text ? std::optional(kind) : std::nullopt);
     EXPECT_EQ(test::TextOf(set_, L"last"), L"9");
   }
 }

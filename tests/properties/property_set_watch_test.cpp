@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "properties/bound_set.h"
+#include "properties/property_story.h"
 
 namespace orv {
 namespace {

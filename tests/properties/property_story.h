@@ -7,11 +7,24 @@
 #include <string>
 #include <vector>
 
-#include "properties/property_set.h"
+#include "platform/simulated/simulated_machine.h"
+#include "properties/property_set_registry.h"
+#include "support/registry_story.h"
 
 namespace orv::test {
 
 inline constexpr std::chrono::milliseconds kDeadline{10000};
+
+// A property set bound to a key of a simulated machine.
+struct BoundSet {
+  explicit BoundSet(Machine& machine) : key(MachineKey(machine, L"SOFTWARE\\Test")) {
+    binding.SetKey(key.get());
+    binding.SetPropertySet(&set);
+  }
+  std::unique_ptr<RegistryKey> key;
+  ORVPropertySetThreadsafe set;
+  ORVPropertySetRegistry binding;
+};
 
 // Writes down what it hears as "name=text"; `on_changed` and `on_changing` may add to it.
 class Listener : public IORVPropertySetNotify {

@@ -71,11 +71,7 @@ std::string Rule(const std::string& rule) {
 }
 
 TEST(MachineFile, RefusalsNameTheLineTheFieldAndTheNearestName) {
-  const struct {
-    std::string text;
-    int line;
-    const char* reason;
-  } cases[] = {
+  const std::tuple<std::string, int, const char*> cases[] = {
       {"", 1, "unexpected end of input"},
       {"{\n\"version\": \"10.0\",\n}", 3, "expected string literal"},
       {"[]", 1, "expected an object"},
@@ -118,11 +114,11 @@ TEST(MachineFile, RefusalsNameTheLineTheFieldAndTheNearestName) {
       {"{\"drivers\": {\"qualcomm\": {\"misbehaviour\": [{\"kind\": \"status\", \"status\": 1}]}}}",
        1, "misbehaviour[0].kind: this driver answers nothing"},
   };
-  for (const auto& refused : cases) {
+  for (const auto& [text, line, reason] : cases) {
     FileError error;
-    EXPECT_FALSE(ParseMachineFile(refused.text, error)) << refused.text;
-    EXPECT_EQ(error.line, refused.line) << refused.text << "\n" << error.reason;
-    EXPECT_THAT(error.reason, HasSubstr(refused.reason));
+    EXPECT_FALSE(ParseMachineFile(text, error)) << text;
+    EXPECT_EQ(error.line, line) << text << "\n" << error.reason;
+    EXPECT_THAT(error.reason, HasSubstr(reason));
   }
   FileError error;
   EXPECT_FALSE(ParseMachineFile(std::string(100000, '['), error));

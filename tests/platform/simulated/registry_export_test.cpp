@@ -93,11 +93,7 @@ TEST(RegistryExport, VersionFourListsNarrowTextWhichBecomesWide) {
 }
 
 TEST(RegistryExport, RefusalsNameTheLineAndWhatToDo) {
-  const struct {
-    std::string lines;
-    int line;
-    const char* reason;
-  } cases[] = {
+  const std::tuple<std::string, int, const char*> cases[] = {
       {"\"v\"=dword:1\r\n", 2, "before the first key"},
       {"[HKLM\\K\r\n", 2, "no closing bracket"},
       {"[HKLM\\K] x\r\n", 2, "unexpected text"},
@@ -117,20 +113,16 @@ TEST(RegistryExport, RefusalsNameTheLineAndWhatToDo) {
       {"[HKLM\\K]\r\n\"v\"=hex:01 02\r\n", 3, "unexpected text after the list"},
       {"[HKLM\\K]\r\n\"\xE9\"=dword:1\r\n", 3, "neither UTF-8 nor UTF-16"},
   };
-  for (const auto& refused : cases) {
+  for (const auto& [lines, line, reason] : cases) {
     FileError error;
-    EXPECT_FALSE(DecodeRegistryExport(kHeader + refused.lines, error)) << refused.lines;
-    EXPECT_EQ(error.line, refused.line) << refused.lines;
-    EXPECT_THAT(error.reason, HasSubstr(refused.reason));
+    EXPECT_FALSE(DecodeRegistryExport(kHeader + lines, error)) << lines;
+    EXPECT_EQ(error.line, line) << lines;
+    EXPECT_THAT(error.reason, HasSubstr(reason));
   }
   FileError error;
   EXPECT_FALSE(DecodeRegistryExport("[HKLM\\K]\r\n", error));
   EXPECT_EQ(error.line, 1);
-  EXPECT_FALSE(
-      DecodeRegistryExport("\xFF\xFE"
-                           "R",
-                           error));
-  EXPECT_FALSE(DecodeRegistryExport("", error));
+  for (const char* none : {"\xFF\xFE\x52", ""}) EXPECT_FALSE(DecodeRegistryExport(none, error));
 }
 
 TEST(RegistryExport, TextIsWrittenAsTextOnlyWhenItReadsBackExactly) {

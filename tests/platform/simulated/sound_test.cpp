@@ -31,11 +31,7 @@ std::string Format(std::uint32_t tag, std::uint32_t channels, std::uint32_t bits
 std::string Wav(const std::string& chunks) { return Chunk("RIFF", "WAVE" + chunks); }
 
 TEST(WaveFile, SamplesOfEveryFormatAreRead) {
-  const struct {
-    std::uint32_t tag;
-    std::uint32_t bits;
-    std::string samples;
-  } files[] = {
+  const std::tuple<std::uint32_t, std::uint32_t, std::string> files[] = {
       {1, 16, Word(0x4000, 2) + Word(0x8000, 2)},
       {1, 24, Word(0x400000, 3) + Word(0x800000, 3)},
       {1, 32, Word(0x40000000) + Word(0x80000000)},
@@ -54,10 +50,7 @@ TEST(WaveFile, SamplesOfEveryFormatAreRead) {
 
 TEST(WaveFile, WhatIsNotWholeIsRefusedWithItsReason) {
   const std::string good = Wav(Format(1, 1, 16) + Chunk("data", Word(1, 2)));
-  const struct {
-    std::string bytes;
-    const char* reason;
-  } files[] = {
+  const std::pair<std::string, const char*> files[] = {
       {"", "no wave file"},
       {"RIFF\x10", "no wave file"},
       {Wav(""), "no samples"},
@@ -75,9 +68,9 @@ TEST(WaveFile, WhatIsNotWholeIsRefusedWithItsReason) {
   EXPECT_TRUE(ReadWav(good, reason)) << reason;
   for (std::size_t size = 1; size < good.size(); ++size)
     EXPECT_FALSE(ReadWav(good.substr(0, size), reason));
-  for (const auto& file : files) {
-    EXPECT_FALSE(ReadWav(file.bytes, reason));
-    EXPECT_THAT(reason, HasSubstr(file.reason));
+  for (const auto& [bytes, expected] : files) {
+    EXPECT_FALSE(ReadWav(bytes, reason));
+    EXPECT_THAT(reason, HasSubstr(expected));
   }
 }
 
@@ -91,11 +84,8 @@ TEST(Playback, RefusalsNameTheLineAndTheReason) {
   std::filesystem::create_directory(folder.path() / "drive_c");
   folder.Write("drive_c/cut.wav", "RIFF");
   folder.Write("drive_c/low.wav", Wav(Format(1, 1, 16) + Chunk("data", Word(1, 2))));
-  const struct {
-    std::string section;
-    int line;  // of the section
-    const char* reason;
-  } cases[] = {
+  // With lines of the section.
+  const std::tuple<std::string, int, const char*> cases[] = {
       {"[]", 1, "playback: expected an object"},
       {"{\"clock\":\n\"slow\"}", 2, "playback.clock: expected \"real\""},
       {R"({"clock": 0})", 1, "a speed from 0.001"},
@@ -117,14 +107,14 @@ TEST(Playback, RefusalsNameTheLineAndTheReason) {
        3, "the file has 48000 Hz, the endpoint 44100"},
       {OnSpeakers(R"("packets": {}}, {"endpoint": "{0.0.0.00000000}.{A}")"), 2, "comes twice"},
   };
-  for (const auto& refused : cases) {
-    folder.Write("machine.json",
-                 "{\"endpoints\": [{\"id\": \"{0.0.0.00000000}.{A}\"}],\n\"playback\":\n" +
-                     refused.section + "}");
+  for (const auto& [section, line, reason] : cases) {
+    folder.Write(
+        "machine.json",
+        "{\"endpoints\": [{\"id\": \"{0.0.0.00000000}.{A}\"}],\n\"playback\":\n" + section + "}");
     const FileError error = folder.Refusal();
     EXPECT_EQ(error.file.filename(), "machine.json");
-    EXPECT_EQ(error.line, refused.line + 2) << refused.section << error.Text();
-    EXPECT_THAT(error.reason, HasSubstr(refused.reason)) << refused.section;
+    EXPECT_EQ(error.line, line + 2) << section << error.Text();
+    EXPECT_THAT(error.reason, HasSubstr(reason)) << section;
   }
 }
 
