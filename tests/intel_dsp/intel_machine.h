@@ -44,11 +44,16 @@ class IntelMachine {
   SkylakeDescription& skylake() const { return *machine_->description().drivers.skylake; }
   BroadwellDescription& broadwell() const { return *machine_->description().drivers.broadwell; }
 
-  // Parameters that the drivers took since the last call, in order.
+  // What the drivers took since the last call, in order; Sent names the parameters.
+  std::vector<DriverRecord> Received() {
+    std::vector<DriverRecord> records = machine_->ReceivedRecords();
+    std::erase_if(records, [this](const DriverRecord& record) { return record.number <= seen_; });
+    if (!records.empty()) seen_ = records.back().number;
+    return records;
+  }
   std::vector<std::uint32_t> Sent() {
-    const std::vector<DriverRecord> records = machine_->ReceivedRecords();
     std::vector<std::uint32_t> sent;
-    for (; seen_ < records.size(); ++seen_) sent.push_back(records[seen_].parameter);
+    for (const DriverRecord& record : Received()) sent.push_back(record.parameter);
     return sent;
   }
   // The drivers find every request well formed; those that the machine's description refuses are.
@@ -61,7 +66,7 @@ class IntelMachine {
 
  private:
   std::shared_ptr<SimulatedMachine> machine_;
-  std::size_t seen_ = 0;
+  std::uint64_t seen_ = 0;  // number of the last record
 };
 
 inline DriverMisbehaviour Misbehave(DriverMisbehaviour::Kind kind, const char* request,

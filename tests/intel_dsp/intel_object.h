@@ -45,8 +45,10 @@ class IntelObjectTest : public testing::Test {
   }
   HRESULT WriteFile(const Dsp& dsp, const nlohmann::json& controls, LONG apply,
                     std::wstring* reason = nullptr) {
-    std::ofstream(folder_.path() / "mode.xml") << ConfigurationOf(controls);
-    const OwnedText path(SysAllocString(L"C:\\mode.xml"));
+    // A process reads a file once.
+    const std::string name = "mode" + std::to_string(++files_) + ".xml";
+    std::ofstream(folder_.path() / name) << ConfigurationOf(controls);
+    const OwnedText path(SysAllocString(Widen("C:\\" + name).c_str()));
     BSTR text = nullptr;
     const HRESULT status = dsp->ProcessConfigFile(path.get(), &text, apply);
     const OwnedText owned(text);
@@ -82,6 +84,7 @@ class IntelObjectTest : public testing::Test {
   const TemporaryFolder folder_;
   IntelMachine machine_{folder_.path()};
   Module module_{{}, [] { return std::shared_ptr<Machine>(); }};
+  int files_ = 0;
 };
 
 }  // namespace orv

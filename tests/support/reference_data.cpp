@@ -63,4 +63,24 @@ std::string DifferenceFrom(const nlohmann::json& expected, std::span<const std::
   return {};
 }
 
+std::string DifferenceFrom(const nlohmann::json& blocks,
+                           const std::vector<DriverRecord>& received) {
+  for (std::size_t i = 0; i < blocks.size() && i < received.size(); ++i) {
+    const std::string id = blocks[i].at("id");
+    if (received[i].parameter != ParameterOf(id))
+      return std::to_string(received[i].parameter) + " instead of block " + id;
+    if (blocks[i].value("apply", received[i].selector) != received[i].selector)
+      return "block " + id + " with selector " + std::to_string(received[i].selector);
+    if (!blocks[i].contains("bytes")) continue;
+    const std::string difference = DifferenceFrom(blocks[i], received[i].bytes);
+    if (!difference.empty()) return "block " + id + " " + difference;
+  }
+  if (received.size() == blocks.size()) return {};
+  return std::to_string(received.size()) + " blocks instead of " + std::to_string(blocks.size());
+}
+
+std::uint32_t ParameterOf(const std::string& id) {
+  return static_cast<std::uint32_t>(std::stoul(id, nullptr, 0));
+}
+
 }  // namespace orv

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/simulated/driver_record.h"
+
 namespace orv {
 
 // The content of tests/data/FILE, kept until the program ends; the test ends with an exception if
@@ -19,5 +21,10 @@ std::vector<std::byte> BytesOfHex(const std::string& digits);
 // The first place where `bytes` is not what `expected` allows; empty text if there is none.
 // `expected` has "bytes", and may have "open" and "tol_lsb" as the README describes them.
 std::string DifferenceFrom(const nlohmann::json& expected, std::span<const std::byte> bytes);
+
+// The same of blocks in their order, each with "id", and with "apply" and "bytes" if they matter.
+std::string DifferenceFrom(const nlohmann::json& blocks, const std::vector<DriverRecord>& received);
+// The number that an "id" writes.
+std::uint32_t ParameterOf(const std::string& id);
 
 }  // namespace orv
