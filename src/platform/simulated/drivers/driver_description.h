@@ -58,6 +58,9 @@ struct SkylakeEndpoint {
   bool has_module = true;  // without: the wave filter knows no module requests
   std::uint32_t node = 9;  // low 16 bits of the host connector's local identifier
   std::uint32_t offload_pin = 2;
+  // Instead of the path: a connector that is connected to itself, and so often comes before itself.
+  // Machine files do not describe it.
+  std::optional<std::size_t> circles = std::nullopt;
 };
 
 struct SkylakeDescription {

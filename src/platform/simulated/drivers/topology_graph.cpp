@@ -87,6 +87,11 @@ TopologyGraph MakeTopologyGraph(const SkylakeEndpoint& endpoint) {
   GraphDevice device{endpoint.id, {}};
   device.parts = {MakeConnector(L"Endpoint", kConnectorId, Physical_External, In)};
   device.parts[0].connected_to = {TopologyGraph::kCodec, 0};
+  if (endpoint.circles) {
+    device.parts[0].connector = Software_IO;
+    device.parts[0].connected_to = {TopologyGraph::kEndpoint, 0};
+    device.parts[0].incoming.assign(*endpoint.circles, 0);
+  }
   return {endpoint,
           {std::move(device), MakeCodec(adapter + L"\\topology"),
            MakeWaveFilter(adapter + L"\\wave", endpoint.node)}};
