@@ -30,27 +30,23 @@ TEST(Orvctl, OneControlIsSetWithinItsRangeAndReadBack) {
 
 TEST(Orvctl, ProcessesAtTheSameTimeKeepOneAnothersChanges) {
   const ProgramOnComponent program;
-  const char* const names[] = {kLevel, "VQ3D-DC Level", "VQ3D-Ambiwide Level",
-                               "VQ3D-Definition Level"};
-  const std::string preset = program.File("preset.json");
-  for (int value = 11; value < 13; ++value) {
-    const std::string text = std::to_string(value);
+  const std::string loaded = "VQ3D-Ambiwide Level", preset = program.File("preset.json");
+  const std::string names[] = {kLevel, "VQ3D-DC Level", loaded, "VQ3D-Definition Level"};
+  for (const std::string value : {"11", "12"}) {
     WriteText(preset, R"({"version": 1, "modes": [{"name": "ApoOpMode:Movie/Internal",
         "controls": {"VQ3D-Ambiwide Level": )" +
-                          text + "}}]}");
+                          value + "}}]}");
     std::vector<std::thread> processes;
-    for (const std::string name : names) {
-      processes.emplace_back([&, name] {
-        const bool load = name == "VQ3D-Ambiwide Level";
+    for (const std::string& name : names) {
+      processes.emplace_back([&] {
+        const Arguments set = {"set", "0", name, value}, load = {"load", "0", preset};
         const StreamFiles streams{{}, program.Path(name), program.Path(name + " errors")};
-        const Arguments line =
-            load ? Arguments{"load", "0", preset} : Arguments{"set", "0", name, text};
-        EXPECT_EQ(RunOrvctl(program.Words(line), streams), 0) << FileText(streams.errors);
+        EXPECT_EQ(RunOrvctl(program.Words(name == loaded ? load : set), streams), 0);
       });
     }
     for (std::thread& process : processes) process.join();
-    for (const char* name : names)
-      EXPECT_EQ(program.Answer({"get", "0", name})["value"], value) << name;
+    for (const std::string& name : names)
+      EXPECT_EQ(program.Answer({"get", "0", name})["value"].dump(), value) << name;
   }
 }
 
