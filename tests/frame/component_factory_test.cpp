@@ -96,17 +96,6 @@ TEST_F(ComponentFactoryTest, ClassObjectIsTheSameEveryTime) {
   }
 }
 
-TEST_F(ComponentFactoryTest, ModuleWithoutMachineIsNotInitialised) {
-  Module module(kClasses, []() -> std::shared_ptr<Machine> { return nullptr; });
-  void* object = Poison();
-  EXPECT_EQ(module.GetClassObject(kGood, IID_IClassFactory, &object), E_UNEXPECTED);
-  EXPECT_EQ(object, nullptr);
-
-  module.SetMachine(SimulatedMachine::InMemory());
-  ComPtr<IClassFactory> factory;
-  EXPECT_EQ(module.GetClassObject(kGood, IID_IClassFactory, factory.PutVoid()), S_OK);
-}
-
 TEST_F(ComponentFactoryTest, MachineOfItsOwnIsLetGoBeforeUnloading) {
   const std::weak_ptr<Machine> opened = module_.machine();
   module_.Lock();
