@@ -3,11 +3,14 @@
 #include <tinyxml2.h>
 
 #include <algorithm>
+#include <boost/lexical_cast/try_lexical_convert.hpp>
 #include <map>
+#include <optional>
 #include <string_view>
 #include <tuple>
 #include <utility>
 
+#include "cli/select.h"
 #include "platform/text.h"
 #include "properties/property_image.h"
 
@@ -54,38 +57,53 @@ bool IsNews(const ConfigurationRemark& remark, bool is_endpoints_reading, bool h
   return code != "no-modes" && (code != "default-mode-missing" || has_modes);
 }
 
+// The modes of a type are the same at every location, in document order; only their chains differ.
+// A line may hold several modes.
 void AddModes(const ConfigurationContent& content, std::uint32_t type, std::uint32_t location,
               std::vector<CheckedMode>& modes) {
-  for (std::size_t i = 0; i < content.modes.size(); ++i) {
-    const ORVAPOOperatingMode& mode = *content.modes[i];
-    const int line = content.mode_lines[i];
-    auto known = std::find_if(modes.begin(), modes.end(), [line](const CheckedMode& candidate) {
-      return candidate.line == line;
-    });
-    if (location == 0 || known == modes.end()) {
+  if (location == 0) {
+    for (std::size_t i = 0; i < content.modes.size(); ++i) {
+      const ORVAPOOperatingMode& mode = *content.modes[i];
       modes.push_back({Utf8FromWide(mode.GetModeKey().GetModeName()),
-                       line,
+                       content.mode_lines[i],
                        static_cast<int>(type),
                        mode.IsAutoMic(),
                        mode.GetPublicControls().Count(),
                        mode.GetPrivateControls().Count(),
                        {}});
-      known = modes.end() - 1;
     }
-    known->chains[location] = mode.GetChainDefinition().chains().size();
   }
+  const std::size_t first = modes.size() - content.modes.size();
+  for (std::size_t i = 0; i < content.modes.size(); ++i)
+    modes[first + i].chains[location] = content.modes[i]->GetChainDefinition().chains().size();
+}
+
+// The text as the component reads it; nothing where that has its answer for no number.
+std::optional<std::int32_t> WholeNumber(const std::string& text) {
+  const ORVQVTValue value("", boost::any(text));
+  const std::int32_t number = value.ToLong();
+  if (number != -1) return number;
+  double real = 0;
+  const bool is_minus_one =
+      boost::conversion::try_lexical_convert(text, real) && real > -2 && real <= -1;
+  return is_minus_one ? std::optional(number) : std::nullopt;
 }
 
 // What the description has against the text; empty when it fits.
 std::string ValueFault(const ORVQVTControlInfo& info, const std::string& text) {
   if (info.scale() == ORV_QVT_SCALE_STRING || info.names().Contains(text)) return {};
-  const std::int32_t number = ORVQVTValue("", boost::any(text)).ToLong();
-  if (number == -1 && text != "-1")
-    return info.names().Count() != 0 ? "is none of its choices" : "is no whole number";
+  const std::optional<std::int32_t> number = WholeNumber(text);
+  if (!number) return info.names().Count() != 0 ? "is none of its choices" : "is no whole number";
   const bool ranged = info.minimum() < info.maximum();
-  if (ranged && (number < info.minimum() || number > info.maximum()))
+  if (ranged && (*number < info.minimum() || *number > info.maximum()))
     return "is outside " + std::to_string(info.minimum()) + " to " + std::to_string(info.maximum());
-  return {};
+  if (info.names().Count() == 0) return {};
+  // A choice that a client stores has the place of the text in force, and is found only if that is
+  // a choice too; "Enabled" and "Disabled" are numbers by themselves.
+  const std::optional<std::string> choice = ChoiceText(info.names(), *number);
+  if (choice && WholeNumber(*choice) == number) return {};
+  return "is a number where a choice is expected: once changed, the control reads as -1" +
+         (choice ? "; write \"" + *choice + "\"" : "");
 }
 
 // Names that the registry or a stored image cannot hold. A mode's two texts name its value.
@@ -100,6 +118,10 @@ void CheckStorage(const tinyxml2::XMLElement& element, const std::string& name,
     warn("name-too-long", "a control name of " + std::to_string(length) + " characters: stored " +
                               "values end before one of more than " + std::to_string(kLongest));
   }
+  if (const std::wstring wide = Widen(name); wide.empty()) {
+    warn("name-not-converted",
+         "the control name \"" + name + "\" cannot be converted: its value cannot be stored");
+  }
   const bool names_mode = name == kOperatingModeControl || name == kSpeakerTypeControl;
   if (name.find_first_of(kLineEnds) != std::string::npos ||
       (names_mode && text.find_first_of(kLineEnds) != std::string::npos)) {
@@ -108,6 +130,13 @@ void CheckStorage(const tinyxml2::XMLElement& element, const std::string& name,
                                         : "a control name with a line end cannot be the name of "
                                           "a registry value");
   }
+}
+
+std::string Nearest(const ORVAPOProcessInfo& technology, const std::string& name) {
+  std::vector<std::string> names;
+  for (const ORVQVTControlInfo& info : technology.control_infos()) names.push_back(info.name());
+  const std::string suggestion = Suggestion(names, name);
+  return suggestion.empty() ? "" : "." + suggestion;
 }
 
 void CheckControl(const tinyxml2::XMLElement& element, const ORVAPOProcessInfo* technology,
@@ -121,7 +150,7 @@ void CheckControl(const tinyxml2::XMLElement& element, const ORVAPOProcessInfo* 
   const std::string quoted = "\"" + std::string(name) + "\"";
   if (!technology->FindControlInfo(ORVQVTValue(name, 0), info)) {
     findings.Add({element.GetLineNum(), "unknown-control", Severity::Warning,
-                  "the technology library has no control " + quoted});
+                  "the technology library has no control " + quoted + Nearest(*technology, name)});
     return;
   }
   if (const std::string fault = ValueFault(info, last->Value()); !fault.empty()) {
@@ -130,16 +159,26 @@ void CheckControl(const tinyxml2::XMLElement& element, const ORVAPOProcessInfo* 
   }
 }
 
+// The controls of a mode and those of its chains' processes.
+void CheckControlsBelow(const tinyxml2::XMLElement& parent, const ORVAPOProcessInfo* technology,
+                        Findings& findings) {
+  for (const auto* child = parent.FirstChildElement(); child != nullptr;
+       child = child->NextSiblingElement()) {
+    const std::string_view name(child->Name());
+    if (EqualsIgnoringCase(name, "control"))
+      CheckControl(*child, technology, findings);
+    else if (EqualsIgnoringCase(name, "chain") || EqualsIgnoringCase(name, "chain_v2") ||
+             EqualsIgnoringCase(name, "process"))
+      CheckControlsBelow(*child, technology, findings);
+  }
+}
+
 void CheckControls(const tinyxml2::XMLElement& root, const ORVAPOProcessInfo* technology,
                    Findings& findings) {
   for (const auto* mode = root.FirstChildElement(); mode != nullptr;
        mode = mode->NextSiblingElement()) {
-    if (!EqualsIgnoringCase(std::string_view(mode->Name()), "operating_mode")) continue;
-    for (const auto* child = mode->FirstChildElement(); child != nullptr;
-         child = child->NextSiblingElement()) {
-      if (EqualsIgnoringCase(std::string_view(child->Name()), "control"))
-        CheckControl(*child, technology, findings);
-    }
+    if (EqualsIgnoringCase(std::string_view(mode->Name()), "operating_mode"))
+      CheckControlsBelow(*mode, technology, findings);
   }
 }
 

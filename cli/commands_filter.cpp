@@ -112,7 +112,7 @@ float ParseBandNumber(const std::string& text, const std::string& band) {
   const char* end = text.data() + text.size();
   const auto [rest, error] = std::from_chars(text.data(), end, number);
   if (error != std::errc() || rest != end || !std::isfinite(number))
-    UsageFailure("\"" + text + "\" in the band \"" + band + "\" is no number.");
+    UsageFailure("\"" + text + "\" in the band \"" + band + "\" is not a number.");
   return number;
 }
 
@@ -247,25 +247,64 @@ ResponseCurve CurveOf(const Filter& filter, const Arguments& arguments, int step
 
 struct Judgement {
   Deviation worst{kLowest, 0};
+  ResponsePoint at{kLowest, 0, 0};  // there
   double pole_radius = 0;
 };
+
+bool IsSilent(double decibels) { return decibels <= kSilence; }
+// Whether the largest error ends in silence, so that its size says nothing.
+bool IsUnmeasured(const Judgement& judgement) {
+  return IsSilent(judgement.at.ideal_db) || IsSilent(judgement.at.fixed_db);
+}
+
+// The names of the filters whose words let nothing pass, "" for that of a design with one filter.
+std::vector<std::string> SilentFilters(const Design& design, const Arguments& arguments) {
+  constexpr int kSteps = 100;
+  std::vector<std::string> names;
+  for (const Filter& filter : design.filters) {
+    const ResponseCurve curve = CurveOf(filter, arguments, kSteps);
+    if (std::all_of(curve.points.begin(), curve.points.end(),
+                    [](const ResponsePoint& point) { return IsSilent(point.fixed_db); }))
+      names.push_back(filter.name);
+  }
+  return names;
+}
 
 Judgement Judge(const Design& design, const Arguments& arguments) {
   Judgement judgement;
   for (const Filter& filter : design.filters) {
     const Deviation found = LargestDeviation(filter.ideal, filter.fixed, arguments.rate, kLowest,
                                              kHighestShare * arguments.rate);
-    if (std::abs(found.decibels) > std::abs(judgement.worst.decibels)) judgement.worst = found;
+    if (std::abs(found.decibels) > std::abs(judgement.worst.decibels)) {
+      judgement.worst = found;
+      judgement.at = PointAt(filter, found.frequency, arguments.rate);
+    }
     judgement.pole_radius = std::max(judgement.pole_radius, filter.fixed.PoleRadius());
   }
   return judgement;
 }
 
+std::string LevelText(double decibels, int decimals, const char* unit) {
+  return IsSilent(decibels) ? "silent" : Decimals(decibels, decimals) + unit;
+}
+
+Json WorstJson(const Judgement& judgement) {
+  const auto level = [](double decibels) { return IsSilent(decibels) ? Json() : Json(decibels); };
+  return {{"frequency", judgement.worst.frequency},
+          {"db", IsUnmeasured(judgement) ? Json() : Json(judgement.worst.decibels)},
+          {"ideal_db", level(judgement.at.ideal_db)},
+          {"fixed_db", level(judgement.at.fixed_db)}};
+}
+
 std::string WorstText(const Judgement& judgement) {
   const std::string what = "Largest error after quantising: ";
   if (std::abs(judgement.worst.decibels) < 0.0001) return what + "below 0.0001 dB";
-  return what + Decimals(judgement.worst.decibels, 4) + " dB at " +
-         HertzText(judgement.worst.frequency);
+  const std::string place = " at " + HertzText(judgement.worst.frequency);
+  if (IsUnmeasured(judgement)) {
+    return what + LevelText(judgement.at.fixed_db, 4, " dB") + " instead of " +
+           LevelText(judgement.at.ideal_db, 4, " dB") + place;
+  }
+  return what + Decimals(judgement.worst.decibels, 4) + " dB" + place;
 }
 
 std::string PoleText(const Judgement& judgement) {
@@ -328,8 +367,10 @@ void ShowResponse(const Design& design, const Arguments& arguments, Output& outp
       const double frequency = kLowest * decade * kThirdOctaves[i % std::size(kThirdOctaves)];
       if (frequency > kHighestShare * arguments.rate) break;
       const ResponsePoint point = PointAt(filter, frequency, arguments.rate);
-      table.Add({HertzText(frequency), Decimals(point.ideal_db, 3), Decimals(point.fixed_db, 3),
-                 Decimals(point.fixed_db - point.ideal_db, 4)});
+      const bool measured = !IsSilent(point.ideal_db) && !IsSilent(point.fixed_db);
+      table.Add({HertzText(frequency), LevelText(point.ideal_db, 3, ""),
+                 LevelText(point.fixed_db, 3, ""),
+                 measured ? Decimals(point.fixed_db - point.ideal_db, 4) : ""});
     }
     output.Show(table);
   }
@@ -356,10 +397,16 @@ void Present(Context& context, const Design& design, const Arguments& arguments)
                                 ": " + design.refusal + ".");
   }
   if (!arguments.svg.empty()) WriteDrawing(design, arguments, judgement);
+  const std::vector<std::string> silent = SilentFilters(design, arguments);
+  for (const std::string& name : silent) {
+    output.Remark("The words" + (name.empty() ? "" : " of the " + name) +
+                  " let nothing pass: the quantised filter is silent.");
+  }
+  json["silent"] = !silent.empty();
   if (output.json()) {
     if (judged) {
       json["response"] = ResponseJson(design, arguments);
-      json["worst"] = {{"frequency", judgement.worst.frequency}, {"db", judgement.worst.decibels}};
+      json["worst"] = WorstJson(judgement);
       json["pole_radius"] = judgement.pole_radius;
     }
     return output.Value(json);
@@ -398,6 +445,14 @@ void AddFilterCommands(CLI::App& app, Context& context) {
         [&context, arguments, design] { Present(context, design(*arguments), *arguments); });
     return command;
   };
+  // The comparisons that a range is made of let pass what is not a number.
+  const CLI::Validator number(
+      [](const std::string& text) {
+        double value = 0;
+        const bool fits = CLI::detail::lexical_cast(text, value) && std::isfinite(value);
+        return fits && value > 0 ? "" : "\"" + text + "\" is not a number above zero";
+      },
+      "", "");
   const CLI::Range size(1.0, 1e6);
 
   CLI::App* butterworth = add("butterworth", "A Butterworth high-pass or low-pass",
@@ -409,7 +464,7 @@ void AddFilterCommands(CLI::App& app, Context& context) {
       ->check(CLI::Range(1, 200));
   butterworth->add_option("--frequency", arguments->frequency, "Corner in Hz")
       ->required()
-      ->check(CLI::PositiveNumber);
+      ->check(number);
   butterworth->add_option("--kind", arguments->kind, "highpass or lowpass")
       ->capture_default_str()
       ->check(CLI::IsMember({"lowpass", "highpass"}));
@@ -428,9 +483,13 @@ void AddFilterCommands(CLI::App& app, Context& context) {
 
   CLI::App* bass = add("bass", "The bass-enhancement filters for two loudspeaker sizes",
                        "orvctl filter bass --audio 185 --analysis 165", "", DesignBass);
-  bass->add_option("--audio", arguments->audio, "Audio size in Hz")->required()->check(size);
+  bass->add_option("--audio", arguments->audio, "Audio size in Hz")
+      ->required()
+      ->check(number)
+      ->check(size);
   bass->add_option("--analysis", arguments->analysis, "Analysis size in Hz")
       ->required()
+      ->check(number)
       ->check(size);
   for (CLI::App* command : {butterworth, bands, bass}) AddSharedOptions(*command, *arguments);
 }

@@ -54,6 +54,20 @@ TEST(Check, OnePassSeesBothTypesAndAllLocationsAndTellsEachFindingOnce) {
                              [](const Finding& a, const Finding& b) { return a.line < b.line; }));
 }
 
+TEST(Check, ModesOnOneLineKeepTheirOwnChains) {
+  const auto mode = [](const std::string& position) {
+    return "<operating_mode>" + std::string(kKey).replace(kKey.find("Movie"), 5, position) +
+           "<chain_v2 position=\"" + position + "\"><process tech_id=\"core\"/></chain_v2>" +
+           "</operating_mode>";
+  };
+  std::string xml = mode("SFX") + mode("EFX");
+  std::replace(xml.begin(), xml.end(), '\n', ' ');
+  const CheckReport report = CheckModes(xml);
+  ASSERT_EQ(report.modes.size(), 2U);
+  EXPECT_EQ(report.modes[0].chains, (std::array<std::size_t, 4>{0, 1, 0, 0}));
+  EXPECT_EQ(report.modes[1].chains, (std::array<std::size_t, 4>{0, 0, 0, 1}));
+}
+
 TEST(Check, ModesForAnotherTypeOrLocationAloneKeepAFileClean) {
   const CheckReport report = CheckModes(
       "<operating_mode selector=\"dsp\">" + kKey +

@@ -5,10 +5,10 @@ namespace {
 
 TEST(OrvctlFilter, PrintsTheWordsOfADesign) {
   const ProgramOnMachine program;
-  EXPECT_EQ(
-      program.Answer({"filter", "bands", "9,1000,1,0", "gain,1000,1,0,1"}),
-      (Json{{"status", 0},
-            {"words", {2, 1073741824, 0, 0, 0, 0, 2, -1073741824, 0, 0, 0, 0, 2, 1073741824}}}));
+  EXPECT_EQ(program.Answer({"filter", "bands", "9,1000,1,0", "gain,1000,1,0,1"}),
+            (Json{{"status", 0},
+                  {"words", {2, 1073741824, 0, 0, 0, 0, 2, -1073741824, 0, 0, 0, 0, 2, 1073741824}},
+                  {"silent", false}}));
   EXPECT_EQ(program.Answer({"filter", "butterworth", "--order", "4", "--frequency", "60", "--kind",
                             "highpass", "--bits", "16"})["words"][13],
             26101);
@@ -23,9 +23,6 @@ TEST(OrvctlFilter, ResponseTellsTheLargestErrorAndThePoleRadius) {
       {"filter", "butterworth", "--order", "6", "--frequency", "60", "--bits", "16", "--response"});
   EXPECT_LT(json["worst"]["db"], -5);
   EXPECT_NEAR(json["pole_radius"].get<double>(), 0.99798, 1e-4);
-  const Result people = program.Run({"filter", "bands", "peaking,1000,2,6", "--response"});
-  EXPECT_NE(people.output.find("6.000"), std::string::npos) << people.output;
-  EXPECT_NE(people.output.find("(stable)"), std::string::npos) << people.output;
 }
 
 TEST(OrvctlFilter, DrawsBothCurvesWithTheirAxes) {
@@ -38,22 +35,6 @@ TEST(OrvctlFilter, DrawsBothCurvesWithTheirAxes) {
   for (const char* text : {"Magnitude in dB", ">ideal<", ">quantised<", "</svg>"})
     EXPECT_NE(svg.find(text), std::string::npos) << text;
   for (const char* text : {"nan", "inf"}) EXPECT_EQ(svg.find(text), std::string::npos) << text;
-}
-
-TEST(OrvctlFilter, RefusedAndMisspeltDesignsSayWhy) {
-  const ProgramOnMachine program;
-  const Result high =
-      program.Run({"--json", "filter", "butterworth", "--order", "2", "--frequency", "24000"});
-  EXPECT_EQ(high.status, 1);
-  EXPECT_EQ(high.json(), (Json{{"status", -1000}, {"words", Json::array()}}));
-  EXPECT_TRUE(high.Says("24 kHz, half the sample rate")) << high.errors;
-  const Result misspelt = program.Run({"filter", "bands", "peking,1000,2,6"});
-  EXPECT_EQ(misspelt.status, 2);
-  EXPECT_TRUE(misspelt.Says("peaking")) << misspelt.errors;
-  for (const char* band : {"peaking,1000,2", "peaking,1000,x,6", "peaking,-5,2,6", "10,1000,2,6"}) {
-    EXPECT_EQ(program.Run({"filter", "bands", band}).status, 2) << band;
-  }
-  EXPECT_EQ(program.Run({"filter", "butterworth", "--order", "0", "--frequency", "60"}).status, 2);
 }
 
 }  // namespace
