@@ -1,7 +1,7 @@
 #include "analysis_fixture.h"
 #include "platform/audio_client.h"
 #include "support/diagnostic_log.h"
-#include "support/failing_allocator.h"
+#include "support/every_failure.h"
 
 namespace orv {
 namespace {
@@ -111,22 +111,20 @@ TEST_F(AnalysisTest, EveryFailingCallOfTheCaptureLoopEndsInADefinedAnswer) {
 TEST_F(AnalysisTest, FailingAllocationsBecomeAStatusAndLeaveNothing) {
   ListeningClient client(kNoise);
   const std::wstring device_id = kListenedEndpoint;
-  for (std::size_t nth = 1;; ++nth) {
+  bool alive = false;
+  const auto endpoint = ComPtr<IUnknown>::Adopt(new EndpointStandIn(alive));
+  IAnalysisData* opened = nullptr;
+  HRESULT status = S_FALSE;
+  const auto open = [&] {
+    status = CreateAnalysisData(client.module, endpoint.get(), device_id, &opened);
+  };
+  WithEveryAllocationFailing(open, [&](std::size_t nth) {
     ASSERT_LT(nth, 500U);
-    IAnalysisData* opened = nullptr;
-    bool alive = false;
-    const auto endpoint = ComPtr<IUnknown>::Adopt(new EndpointStandIn(alive));
-    HRESULT status = S_OK;
-    bool failed = false;
-    {
-      const FailingAllocations allocations(nth);
-      status = CreateAnalysisData(client.module, endpoint.get(), device_id, &opened);
-      failed = allocations.failed();
-    }
-    const auto analysis = ComPtr<IAnalysisData>::Adopt(opened);
     EXPECT_EQ(opened != nullptr, SUCCEEDED(status));
-    if (!failed) break;
-  }
+    ComPtr<IAnalysisData>::Adopt(std::exchange(opened, nullptr)).Reset();
+  });
+  EXPECT_EQ(status, S_OK);
+  ComPtr<IAnalysisData>::Adopt(opened).Reset();
   ExpectNothingLeft(client);
 }
 

@@ -5,7 +5,7 @@
 #include "intel_dsp/intel_verification.h"
 #include "intel_object.h"
 #include "support/diagnostic_log.h"
-#include "support/failing_allocator.h"
+#include "support/every_failure.h"
 
 namespace orv {
 namespace {
@@ -331,18 +331,13 @@ TEST_F(IntelDspTest, EveryDriverCallMayFailOnceDuringAWrite) {
 TEST_F(IntelDspTest, EveryAllocationMayFailOnceDuringAWrite) {
   const auto dsp = OpenSkylake();
   const auto mode = FakeMode::Make(SkylakeMode());
-  constexpr std::size_t kStride = 41;  // a write takes some thousands
-  for (std::size_t nth = 1;; nth += kStride) {
-    HRESULT status = S_OK;
-    bool failed = false;
-    {
-      const FailingAllocations failing(nth);
-      status = dsp->WriteControls(mode.get(), nullptr, 1);
-      failed = failing.failed();
-    }
-    if (!failed) break;
-    EXPECT_TRUE(status == S_OK || status == E_OUTOFMEMORY || status == E_FAIL) << nth << status;
-  }
+  HRESULT status = S_FALSE;
+  WithEveryAllocationFailing(
+      [&] { status = dsp->WriteControls(mode.get(), nullptr, 1); },
+      [&](std::size_t) {
+        EXPECT_TRUE(status == S_OK || status == E_OUTOFMEMORY || status == E_FAIL) << status;
+      },
+      41);  // a write takes some thousands
   EXPECT_EQ(dsp->WriteControls(mode.get(), nullptr, 1), S_OK);
 }
 

@@ -5,7 +5,7 @@
 
 #include "platform/text.h"
 #include "skylake_module.h"
-#include "support/failing_allocator.h"
+#include "support/every_failure.h"
 
 namespace orv {
 namespace {
@@ -118,19 +118,16 @@ TEST_F(SkylakeControls, RunningOutOfMemoryLosesNoControl) {
   VARIANT value{};
   value.vt = VT_I4;
   value.lVal = 40;
-  bool failed = true;
-  for (std::size_t nth = 1; failed; ++nth) {
-    list_.Remove("VQ3D-DPHD Boost Split");
-    HRESULT status = S_FALSE;
-    {
-      const FailingAllocations failing(nth);
-      status = dsp_.SetControl(name, value, list_, 1);
-      failed = failing.failed();
-    }
-    ASSERT_TRUE(status == S_OK || (failed && FAILED(status))) << nth;
-    const std::int32_t listed = Listed("DPHD Boost Split");  // whole or not at all
-    ASSERT_TRUE(listed == 40 || (FAILED(status) && listed == -77)) << nth;
-  }
+  HRESULT status = S_FALSE;
+  list_.Remove("VQ3D-DPHD Boost Split");
+  WithEveryAllocationFailing([&] { status = dsp_.SetControl(name, value, list_, 1); },
+                             [&](std::size_t) {
+                               const std::int32_t listed = Listed("DPHD Boost Split");
+                               // Whole or not at all.
+                               ASSERT_TRUE(listed == 40 || (FAILED(status) && listed == -77));
+                               list_.Remove("VQ3D-DPHD Boost Split");
+                             });
+  EXPECT_EQ(status, S_OK);
 }
 
 TEST_F(SkylakeControls, ProcessEnableIsSwitchedWhateverElseTheBlockHolds) {

@@ -8,7 +8,7 @@
 #include "../intel_dsp/fake_mode.h"
 #include "platform/simulated/simulated_machine.h"
 #include "support/diagnostic_log.h"
-#include "support/failing_allocator.h"
+#include "support/every_failure.h"
 #include "support/reference_data.h"
 #include "values/record_layout.h"
 
@@ -232,20 +232,16 @@ TEST_F(QualcommDspTest, AnyAllocationMayFail) {
     const HRESULT status = CreateQualcommDspForEndpoint(module_, nullptr, nullptr, dsp.Put());
     return FAILED(status) ? status : dsp->WriteControls(mode.get());
   };
-  bool failed = true;
+  HRESULT status = E_UNEXPECTED;
   int refused = 0;
-  for (std::size_t nth = 1; failed; ++nth) {
-    HRESULT status = E_UNEXPECTED;
-    {
-      const FailingAllocations failing(nth);
-      status = run();
-      failed = failing.failed();
-    }
-    // One lost message, or controls cut short by their enumerator, go unnoticed.
-    EXPECT_TRUE(status == S_OK || status == E_OUTOFMEMORY || status == E_FAIL) << nth;
-    refused += status == E_OUTOFMEMORY;
-    ASSERT_EQ(module_.lock_count(), 0U) << nth;
-  }
+  WithEveryAllocationFailing(
+      [&] { status = run(); },
+      [&](std::size_t) {
+        // One lost message, or controls cut short by their enumerator, go unnoticed.
+        EXPECT_TRUE(status == S_OK || status == E_OUTOFMEMORY || status == E_FAIL);
+        refused += status == E_OUTOFMEMORY;
+        ASSERT_EQ(module_.lock_count(), 0U);
+      });
   EXPECT_GT(refused, 10);
   machine_->faults().Clear();
   EXPECT_EQ(run(), S_OK);

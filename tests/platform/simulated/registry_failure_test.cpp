@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "platform/simulated/machine_folder.h"
-#include "support/failing_allocator.h"
+#include "support/every_failure.h"
 
 namespace orv {
 namespace {
@@ -50,23 +50,6 @@ TEST(RegistryFailure, AFolderThatIsGoneAnswersAWriteFaultAndKeepsTheValues) {
   std::filesystem::remove_all(folder.path());
   EXPECT_EQ(SetBytes(*key, L"v", {2}), kRegWriteFault);
   EXPECT_EQ(GetBytes(*key, L"v"), std::vector<std::uint8_t>{1});
-}
-
-// Fails one allocation after the other until the step needs fewer.
-template <class Step, class Check>
-void WithEveryAllocationFailing(Step&& step, Check&& check) {
-  bool failed = true;
-  for (std::size_t nth = 1; failed && !testing::Test::HasFatalFailure(); ++nth) {
-    {
-      const FailingAllocations failing(nth);
-      try {
-        step();
-      } catch (const std::bad_alloc&) {
-      }
-      failed = failing.failed();
-    }
-    if (failed) check(nth);
-  }
 }
 
 TEST(RegistryFailure, LackOfMemoryLeavesKeysAndValuesAsTheyWere) {

@@ -1,0 +1,32 @@
+// For programs linked with orv_failing_allocator.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <new>
+#include <string>
+
+#include "support/failing_allocator.h"
+
+namespace orv {
+
+// Runs `step` with one allocation after the other failing, each `stride`th, and `check(n)` after
+// the nth, with memory again, until the step needs fewer; that run succeeds unchecked.
+template <class Step, class Check>
+void WithEveryAllocationFailing(Step&& step, Check&& check, std::size_t stride = 1) {
+  bool failed = true;
+  for (std::size_t nth = 1; failed && !testing::Test::HasFatalFailure(); nth += stride) {
+    SCOPED_TRACE("allocation " + std::to_string(nth));
+    {
+      const FailingAllocations failing(nth);
+      try {
+        step();
+      } catch (const std::bad_alloc&) {
+      }
+      failed = failing.failed();
+    }
+    if (failed) check(nth);
+  }
+}
+
+}  // namespace orv
