@@ -1,10 +1,15 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <set>
 
+#include "config/configuration_file.h"
 #include "config/mode_selector.h"
 #include "config/technology_library.h"
-#include "sample_machine.h"
+#include "endpoints/endpoint_tools.h"
+#include "platform/simulated/simulated_machine.h"
+#include "platform/text.h"
+#include "support/temporary_folder.h"
 
 namespace orv {
 namespace {
@@ -14,6 +19,49 @@ using ::testing::ElementsAre;
 using ::testing::Ge;
 using ::testing::Le;
 using ::testing::Pair;
+
+constexpr wchar_t kTechnologyFolder[] = L"C:\\Windows\\System32\\";
+
+// A sample machine in a folder of its own, laid out as the build lays it out.
+class SampleMachine {
+ public:
+  explicit SampleMachine(const std::string& name) {
+    std::filesystem::copy(std::filesystem::path(ORV_SAMPLE_MACHINES) / name, folder_.path(),
+                          std::filesystem::copy_options::recursive);
+    const auto system_folder = folder_.path() / "drive_c" / "Windows" / "System32";
+    std::filesystem::create_directories(system_folder);
+    std::filesystem::copy_file(ORV_TECHNOLOGY_LIBRARY, system_folder / "kxtech64.dll");
+    FileError error;
+    machine_ = SimulatedMachine::Open(folder_.path(), error);
+    EXPECT_NE(machine_, nullptr) << error.Text();
+  }
+
+  SimulatedMachine& operator*() { return *machine_; }
+
+  std::vector<ORVAPOEndpointInfo> Endpoints() {
+    std::vector<ORVAPOEndpointInfo> endpoints;
+    ORVAPOEndpointTools(*machine_).EnumerateEndpoints(endpoints);
+    return endpoints;
+  }
+
+  // Paths on the machine of every configuration file.
+  std::vector<std::wstring> ConfigurationFiles() const {
+    std::vector<std::wstring> paths;
+    const auto drive = folder_.path() / "drive_c";
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(drive)) {
+      if (entry.path().extension() != ".xml") continue;
+      std::string path = std::filesystem::relative(entry.path(), drive).generic_string();
+      for (char& letter : path)
+        if (letter == '/') letter = '\\';
+      paths.push_back(L"C:\\" + WideFromUtf8(path));
+    }
+    return paths;
+  }
+
+ private:
+  TemporaryFolder folder_;
+  std::unique_ptr<SimulatedMachine> machine_;
+};
 
 // The endpoints of a machine with their products and current modes.
 std::vector<std::wstring> Seen(const std::string& name) {
@@ -137,6 +185,37 @@ TEST(BrokenMachine, ListsWhatIsHealthyAndTellsWhyTheRestIsNot) {
                   Pair(L"Empty Properties", kConfigEmptyProperties),
                   Pair(L"Missing Configuration", kConfigNoDocument),
                   Pair(L"Unreadable Effect Property", kConfigNoDocument)));
+}
+
+TEST(TechnologyLibrary, DescribesEveryControlOnceWithARangeThatFitsItsScale) {
+  SampleMachine machine("skylake-laptop");
+  const ORVAPOProcessInfo technology(*machine, kTechnologyFolder);
+  std::set<std::wstring> names;
+  std::size_t switches = 0;
+  for (const ORVQVTControlInfo& info : technology.control_infos()) {
+    SCOPED_TRACE(info.name());
+    EXPECT_TRUE(names.insert(ToUpperAscii(Widen(info.name()))).second);
+    EXPECT_LT(info.scale(), std::uint32_t{ORV_QVT_SCALE_COUNT});
+    const bool has_choices = info.scale() == ORV_QVT_SCALE_ENUM;
+    EXPECT_EQ(info.names().Count() > 1, has_choices);
+    if (has_choices) {
+      EXPECT_EQ(info.minimum(), 0);
+      EXPECT_EQ(info.maximum() + 1, static_cast<std::int32_t>(info.names().Count()));
+      EXPECT_EQ(std::set<std::string>(info.names().begin(), info.names().end()).size(),
+                info.names().Count());
+    } else if (info.scale() != ORV_QVT_SCALE_STRING) {
+      EXPECT_LT(info.minimum(), info.maximum());
+    }
+    if (!info.names().Contains("Enabled")) continue;
+    ++switches;
+    for (std::int32_t number = 0; number <= info.maximum(); ++number) {
+      const ORVQVTValue text(info.name(), boost::any(*ChoiceText(info.names(), number)));
+      EXPECT_EQ(text.ToLong(), number) << "a switch's text is its number";
+    }
+  }
+  // Both equalisers of twelve shaped bands alone have 240 controls.
+  EXPECT_GT(names.size(), 400U);
+  EXPECT_GT(switches, 100U);
 }
 
 }  // namespace
