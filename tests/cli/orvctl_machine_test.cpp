@@ -8,29 +8,6 @@ constexpr char kMovie[] = "ApoOpMode:Movie/Internal";
 constexpr char kMusic[] = "ApoOpMode:Music/Internal";
 constexpr char kLevel[] = "VQ3D-DPHD Level";
 
-TEST(OrvctlMachine, EndpointsAreToldWithTheirDocumentedKeys) {
-  const ProgramOnMachine program;
-  const Json endpoints = program.Answer({"endpoints"});
-  ASSERT_EQ(endpoints.size(), 3U);
-  EXPECT_EQ(Keys(endpoints[0]), (std::vector<std::string>{"id", "name", "config_file",
-                                                          "registry_path", "mode", "headset"}));
-  EXPECT_EQ(endpoints[0]["name"], "Generic HD Audio Internal Speakers");
-  EXPECT_EQ(endpoints[0]["mode"], kMovie);
-  EXPECT_EQ(endpoints[0]["headset"], "absent");
-  EXPECT_EQ(endpoints[1]["headset"], "connected");
-  EXPECT_EQ(endpoints[2]["headset"], "unknown");
-}
-
-TEST(OrvctlMachine, AnEndpointIsItsNumberItsIdentifierOrPartOfItsName) {
-  const ProgramOnMachine program;
-  const Json by_number = program.Answer({"properties", "2"});
-  EXPECT_EQ(program.Answer({"properties", "hdmi"}), by_number);
-  EXPECT_EQ(program.Answer({"properties", program.Answer({"endpoints"})[2]["id"]}), by_number);
-  EXPECT_NE(program.Answer({"properties", "0"}), by_number);
-  program.Answer({"enable", "0", "off"});
-  EXPECT_EQ(program.Answer({"enable", "1"})["enabled"], true);
-}
-
 TEST(OrvctlMachine, WhatWasNotStoredIsADifferenceWithBothValues) {
   const ProgramOnMachine program;
   program.Answer({"set", "0", kLevel, "3"});
@@ -72,16 +49,6 @@ TEST(OrvctlMachine, TechnologyLibraryIsFoundWhereTheEndpointKeepsItsValues) {
 "OrvApoTechDllPath"="C:\\Nowhere\\kxtech64.dll"
 )");
   EXPECT_EQ(program.Answer({"get", "1", kLevel})["scale"], "unknown");
-}
-
-TEST(OrvctlMachine, UnknownStoredModeIsToldWithItsStatusAndARemedy) {
-  const ProgramOnMachine program("broken");
-  EXPECT_TRUE(program.Answer({"endpoints"})[1]["mode"].is_null());
-  const Result result = program.Run({"mode", "Cut Images"});
-  EXPECT_EQ(result.status, 1);
-  EXPECT_TRUE(result.Says("0x80070490")) << result.errors;
-  EXPECT_TRUE(result.Says("--default"));
-  EXPECT_EQ(program.Answer({"mode", "Cut Images", "--default"})["name"], kMusic);
 }
 
 TEST(OrvctlStory, TheStoryIsToldOnACopy) {
