@@ -76,19 +76,6 @@ TEST_F(SkylakeFilters, BandThatIsNotAFilterPassesItsInputOn) {
   EXPECT_THAT(Sent(), ElementsAre());
 }
 
-TEST_F(SkylakeFilters, HighPassOrdersAreCheckedBeforeAnythingIsDesigned) {
-  Set("HPF Enable", 1);
-  Set("HPF Frequency", 100);
-  for (const int order : {std::numeric_limits<int>::min(), -3, 0, 0x7FFFFFFF}) {
-    Set("HPF Order", order);
-    EXPECT_EQ(Write(), E_FAIL) << order;
-  }
-  Set("HPF Order", 2);
-  Set("HPF Frequency", 0);
-  EXPECT_EQ(Write(), E_FAIL);
-  EXPECT_THAT(Sent(), ElementsAre());
-}
-
 TEST_F(SkylakeFilters, CoefficientsAreReadBack) {
   machine_.skylake().misbehaviour = {Misbehave(Kind::Corrupt, Direction::Get, 0x1001440D)};
   EXPECT_EQ(Write(), E_FAIL);
