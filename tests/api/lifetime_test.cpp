@@ -62,6 +62,11 @@ TEST_F(LifetimeTest, RelatedObjectsMayBeUsedByDifferentThreads) {
   auto mode = Mode(endpoint);
   auto properties = From(endpoint, &IORVEndpointInfo5::get_config_enum);
   std::vector<std::thread> threads;
+  const auto repeat = [&threads](int rounds, auto&& round) {
+    threads.emplace_back([rounds, own = std::forward<decltype(round)>(round)] {
+      for (int i = 0; i < rounds; ++i) own();
+    });
+  };
   // Each object moves to the thread that uses it, and ends there.
   for (const wchar_t* name : {L"VQ3D-Main Tech", L"VQ3D-DPHD Level"}) {
     threads.emplace_back([name, mine = Controls(mode)] {
@@ -74,23 +79,14 @@ TEST_F(LifetimeTest, RelatedObjectsMayBeUsedByDifferentThreads) {
       }
     });
   }
-  threads.emplace_back([mine = std::exchange(properties, {})] {
+  repeat(300, [mine = std::exchange(properties, {})] {
     ComPtr<IORVAPOConfigProperty> property;
-    for (int round = 0; round < 300; ++round)
-      EXPECT_EQ(mine->get_ConfigProperty(Bstr(L"Product Name"), property.Put()), S_OK);
+    EXPECT_EQ(mine->get_ConfigProperty(Bstr(L"Product Name"), property.Put()), S_OK);
   });
-  threads.emplace_back([mine = Mode(endpoint, kMusic)] {
-    for (int round = 0; round < 100; ++round) EXPECT_EQ(mine->put_APOEnable(1), S_OK);
-  });
-  threads.emplace_back([mine = std::exchange(mode, {})] {
-    for (int round = 0; round < 2000; ++round) Controls(mine);
-  });
-  threads.emplace_back([mine = std::exchange(endpoint, {})] {
-    for (int round = 0; round < 100; ++round) NameOf(*Mode(mine));
-  });
-  threads.emplace_back([] {
-    for (int round = 0; round < 20; ++round) NameOf(*Mode(Endpoint(kHeadphones)));
-  });
+  repeat(100, [mine = Mode(endpoint, kMusic)] { EXPECT_EQ(mine->put_APOEnable(1), S_OK); });
+  repeat(2000, [mine = std::exchange(mode, {})] { Controls(mine); });
+  repeat(100, [mine = std::exchange(endpoint, {})] { NameOf(*Mode(mine)); });
+  repeat(20, [] { NameOf(*Mode(Endpoint(kHeadphones))); });
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(Stored(kMovie, L"VQ3D-DPHD Level"), "1");
 }
