@@ -250,7 +250,6 @@ struct Judgement {
   ResponsePoint at{kLowest, 0, 0};  // there
   double pole_radius = 0;
 };
-
 bool IsSilent(double decibels) { return decibels <= kSilence; }
 // Whether the largest error ends in silence, so that its size says nothing.
 bool IsUnmeasured(const Judgement& judgement) {
@@ -430,6 +429,18 @@ void AddSharedOptions(CLI::App& command, Arguments& arguments) {
   command.add_option("--svg", arguments.svg, "Draw both into this file");
 }
 
+// The comparisons that a range is made of let pass what is not a number.
+CLI::Validator NumberAboveZero() {
+  return CLI::Validator(
+      [](const std::string& text) {
+        double value = 0;
+        if (CLI::detail::lexical_cast(text, value) && std::isfinite(value) && value > 0)
+          return std::string();
+        return "\"" + text + "\" is not a number above zero";
+      },
+      "", "");
+}
+
 }  // namespace
 
 void AddFilterCommands(CLI::App& app, Context& context) {
@@ -445,16 +456,8 @@ void AddFilterCommands(CLI::App& app, Context& context) {
         [&context, arguments, design] { Present(context, design(*arguments), *arguments); });
     return command;
   };
-  // The comparisons that a range is made of let pass what is not a number.
-  const CLI::Validator number(
-      [](const std::string& text) {
-        double value = 0;
-        const bool fits = CLI::detail::lexical_cast(text, value) && std::isfinite(value);
-        return fits && value > 0 ? "" : "\"" + text + "\" is not a number above zero";
-      },
-      "", "");
+  const CLI::Validator number = NumberAboveZero();
   const CLI::Range size(1.0, 1e6);
-
   CLI::App* butterworth = add("butterworth", "A Butterworth high-pass or low-pass",
                               "orvctl filter butterworth --order 4 --frequency 60 --bits 16 --svg "
                               "highpass.svg",
