@@ -7,6 +7,7 @@ namespace orv::cli {
 namespace {
 
 constexpr char kMusic[] = "ApoOpMode:Music/Internal";
+constexpr char kMovie[] = "ApoOpMode:Movie/Internal";
 constexpr char kLevel[] = "VQ3D-DPHD Level";
 
 TEST(Orvctl, OneControlIsSetWithinItsRangeAndReadBack) {
@@ -39,14 +40,16 @@ TEST(Orvctl, ProcessesAtTheSameTimeKeepOneAnothersChanges) {
     std::vector<std::thread> processes;
     for (const std::string& name : names) {
       processes.emplace_back([&] {
-        const Arguments set = {"set", "0", name, value}, load = {"load", "0", preset};
+        const Arguments set = {"set", "0", name, value, "--mode", kMovie};
+        const Arguments load = {"load", "0", preset};
         const StreamFiles streams{{}, program.Path(name), program.Path(name + " errors")};
         EXPECT_EQ(RunOrvctl(program.Words(name == loaded ? load : set), streams), 0);
       });
     }
     for (std::thread& process : processes) process.join();
     for (const std::string& name : names)
-      EXPECT_EQ(program.Answer({"get", "0", name})["value"].dump(), value) << name;
+      EXPECT_EQ(program.Answer({"get", "0", name, "--mode", kMovie})["value"].dump(), value)
+          << name;
   }
 }
 
