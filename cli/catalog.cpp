@@ -1,6 +1,7 @@
 #include "cli/catalog.h"
 
 #include "cli/failure.h"
+#include "cli/names.h"
 #include "endpoints/endpoint_registry.h"
 #include "platform/text.h"
 #include "properties/property_image.h"
@@ -8,7 +9,7 @@
 namespace orv::cli {
 namespace {
 
-std::string Utf8FromNarrow(const std::string& narrow) { return Utf8FromWide(Widen(narrow)); }
+std::string Utf8FromNarrow(const std::string& narrow) { return Utf8FromName(Widen(narrow)); }
 
 const ORVQVTValueList& ListOf(const ORVAPOOperatingMode& mode, ORVAPOControlType list) {
   switch (list) {
@@ -25,9 +26,9 @@ void OverwriteWithStored(const ImageBytes& image, ControlTexts& texts) {
   ORVPropertyList stored;
   DecodeImage(image, ImageReading::Merge, stored);
   for (const ORVPropertyEntry& entry : stored) {
-    const auto found = texts.find(Utf8FromWide(entry.name));
+    const auto found = texts.find(Utf8FromName(entry.name));
     const std::optional<std::wstring> text = WideTextOf(entry.value);
-    if (found != texts.end() && text) found->second = Utf8FromWide(*text);
+    if (found != texts.end() && text) found->second = Utf8FromName(*text);
   }
 }
 
@@ -36,7 +37,7 @@ void OverwriteWithStored(const ImageBytes& image, ControlTexts& texts) {
 ControlFacts Catalog::Describe(const std::string& name) const {
   ControlFacts facts;
   ORVQVTControlInfo info;
-  const ORVQVTValue value(Narrow(WideFromUtf8(name)), 0);
+  const ORVQVTValue value(Narrow(NameFromUtf8(name)), 0);
   facts.described = technology_.FindControlInfo(value, info);
   if (!facts.described) return facts;
   facts.factor = info.factor();
@@ -74,7 +75,7 @@ const ORVAPOConfigurationFile& Catalog::File(const Endpoint& endpoint) {
 ControlTexts Catalog::Texts(const Endpoint& endpoint, const std::string& mode,
                             ORVAPOControlType list) {
   for (const auto& candidate : File(endpoint).GetModes()) {
-    if (Utf8FromWide(candidate->GetModeKey().GetModeName()) != mode) continue;
+    if (Utf8FromName(candidate->GetModeKey().GetModeName()) != mode) continue;
     ControlTexts texts;
     for (const auto& [name, value] : ListOf(*candidate, list))
       texts.emplace(Utf8FromNarrow(name), Utf8FromNarrow(value.ToString()));
@@ -89,7 +90,7 @@ ControlTexts Catalog::Texts(const Endpoint& endpoint, const std::string& mode,
 }
 
 std::string Catalog::DefaultMode(const Endpoint& endpoint) {
-  return Utf8FromWide(File(endpoint).GetDefaultModeKey().GetModeName());
+  return Utf8FromName(File(endpoint).GetDefaultModeKey().GetModeName());
 }
 
 std::optional<ImageBytes> ReadImage(Machine& machine, const std::string& registry_path,
@@ -100,7 +101,7 @@ std::optional<ImageBytes> ReadImage(Machine& machine, const std::string& registr
     return std::nullopt;
   std::uint32_t type = 0;
   ImageBytes bytes;
-  if (ReadValue(*key, WideFromUtf8(value_name), type, bytes) != kRegOk || type != kRegBinary)
+  if (ReadValue(*key, NameFromUtf8(value_name), type, bytes) != kRegOk || type != kRegBinary)
     return std::nullopt;
   return bytes;
 }

@@ -10,6 +10,7 @@
 #include <tuple>
 #include <utility>
 
+#include "cli/names.h"
 #include "cli/select.h"
 #include "platform/text.h"
 #include "properties/property_image.h"
@@ -64,7 +65,7 @@ void AddModes(const ConfigurationContent& content, std::uint32_t type, std::uint
   if (location == 0) {
     for (std::size_t i = 0; i < content.modes.size(); ++i) {
       const ORVAPOOperatingMode& mode = *content.modes[i];
-      modes.push_back({Utf8FromWide(mode.GetModeKey().GetModeName()),
+      modes.push_back({Utf8FromName(mode.GetModeKey().GetModeName()),
                        content.mode_lines[i],
                        static_cast<int>(type),
                        mode.IsAutoMic(),
@@ -117,10 +118,6 @@ void CheckStorage(const tinyxml2::XMLElement& element, const std::string& name,
   if (const std::size_t length = Widen(name).size(); length > kLongest) {
     warn("name-too-long", "a control name of " + std::to_string(length) + " characters: stored " +
                               "values end before one of more than " + std::to_string(kLongest));
-  }
-  if (const std::wstring wide = Widen(name); wide.empty()) {
-    warn("name-not-converted",
-         "the control name \"" + name + "\" cannot be converted: its value cannot be stored");
   }
   const bool names_mode = name == kOperatingModeControl || name == kSpeakerTypeControl;
   if (name.find_first_of(kLineEnds) != std::string::npos ||

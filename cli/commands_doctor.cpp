@@ -6,6 +6,7 @@
 #include "cli/commands.h"
 #include "cli/dsp_objects.h"
 #include "cli/files.h"
+#include "cli/names.h"
 #include "cli/select.h"
 #include "config/configuration_file.h"
 #include "config/mode_selector.h"
@@ -187,8 +188,8 @@ std::string Doctor::ImageFaults(const std::string& value, const ImageBytes& byte
         " records of unknown kind");
   }
   for (const ORVPropertyEntry& entry : list) {
-    const std::string name = Utf8FromWide(entry.name);
-    const std::string text = Utf8FromWide(WideTextOf(entry.value).value_or(std::wstring()));
+    const std::string name = Utf8FromName(entry.name);
+    const std::string text = Utf8FromName(WideTextOf(entry.value).value_or(std::wstring()));
     const std::optional<int> number = ParseNumber(text);
     const ControlFacts facts = context_.catalog().Describe(name);
     if (!facts.described || !number || facts.minimum >= facts.maximum) continue;
@@ -226,7 +227,7 @@ void Doctor::ExamineStored(const ORVAPOEndpointInfo& info, const std::vector<Mod
         name != ORVAPOModeSelector::kCurrentModeValue)
       continue;
     ++count;
-    const std::string value = Utf8FromWide(name);
+    const std::string value = Utf8FromName(name);
     std::uint32_t type = 0;
     ImageBytes bytes;
     const RegStatus status = ReadValue(*key, name, type, bytes);

@@ -2,6 +2,7 @@
 #include "cli/commands.h"
 #include "cli/files.h"
 #include "cli/image_json.h"
+#include "cli/names.h"
 #include "platform/text.h"
 
 namespace orv::cli {
@@ -54,7 +55,7 @@ const char* FaultWords(ImageFault fault) {
 }
 
 std::string ValueWords(const Json& value) {
-  return value.is_string() ? value.get<std::string>() : value.dump();
+  return value.is_string() ? Utf8FromName(WideFromUtf8(value.get<std::string>())) : value.dump();
 }
 
 void Decode(Context& context, const Arguments& arguments) {

@@ -11,6 +11,7 @@
 #include "cli/host.h"
 #include "cli/image_json.h"
 #include "cli/machine_folder.h"
+#include "cli/names.h"
 #include "cli/scale.h"
 #include "config/mode_selector.h"
 #include "platform/text.h"
@@ -68,7 +69,7 @@ std::optional<Record> FindRecord(const ImageBytes& image, const std::string& nam
   DecodeImage(image, ImageReading::Replace, list);
   ORVPropertyList before;
   for (const ORVPropertyEntry& entry : list) {
-    if (Utf8FromWide(entry.name) != name) {
+    if (Utf8FromName(entry.name) != name) {
       before.push_back(entry);
       continue;
     }

@@ -3,6 +3,7 @@
 
 #include <new>
 #include <string>
+#include <string_view>
 
 #include "orv_apo/com.h"
 #include "platform/text.h"
@@ -23,10 +24,10 @@ class Text {
 
   BSTR get() const noexcept { return text_; }
   BSTR* Put() noexcept { return &text_; }
-  std::string Utf8() const {
-    return text_ == nullptr ? std::string()
-                            : Utf8FromWide(std::wstring_view(text_, SysStringLen(text_)));
+  std::wstring_view view() const noexcept {
+    return text_ == nullptr ? std::wstring_view() : std::wstring_view(text_, SysStringLen(text_));
   }
+  std::string Utf8() const { return Utf8FromWide(view()); }
 
  private:
   BSTR text_ = nullptr;

@@ -2,6 +2,7 @@
 
 #include "cli/component_text.h"
 #include "cli/failure.h"
+#include "cli/names.h"
 #include "cli/select.h"
 #include "frame/public_controls.h"
 #include "platform/simulated/drivers/driver_requests.h"
@@ -102,7 +103,7 @@ HRESULT IntelDsp::ProcessConfigFile(const std::wstring& path, bool set_default,
   Text reason;
   const HRESULT status =
       object_->ProcessConfigFile(Text(path).get(), reason.Put(), set_default ? 1 : 0);
-  error = reason.Utf8();
+  error = Utf8FromName(reason.view());
   return status;
 }
 
@@ -110,7 +111,8 @@ HRESULT IntelDsp::GetProperty(const std::string& name, bool set_default,
                               std::int32_t& value) const {
   VARIANT answer;
   VariantInit(&answer);
-  const HRESULT status = object_->get_Property(Text(name).get(), set_default ? 1 : 0, &answer);
+  const HRESULT status =
+      object_->get_Property(Text(NameFromUtf8(name)).get(), set_default ? 1 : 0, &answer);
   if (SUCCEEDED(status)) value = answer.lVal;
   VariantClear(&answer);
   return status;
@@ -118,7 +120,7 @@ HRESULT IntelDsp::GetProperty(const std::string& name, bool set_default,
 
 HRESULT IntelDsp::PutProperty(const std::string& name, bool set_default,
                               const VARIANT& value) const {
-  return object_->put_Property(Text(name).get(), set_default ? 1 : 0, value);
+  return object_->put_Property(Text(NameFromUtf8(name)).get(), set_default ? 1 : 0, value);
 }
 
 HRESULT IntelDsp::SetEqualizer(KELChannel channel, const std::vector<EqualizerBand>& bands,

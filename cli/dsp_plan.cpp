@@ -6,6 +6,7 @@
 
 #include "cli/component_text.h"
 #include "cli/dsp_recorder.h"
+#include "cli/names.h"
 #include "intel_dsp/broadwell/coefficients.h"
 #include "intel_dsp/broadwell/processors.h"
 #include "intel_dsp/skylake/block_fields.h"
@@ -20,7 +21,7 @@ namespace {
 
 constexpr char kHighPass[] = "HPF";
 
-std::string Utf8OfNarrow(const std::string& narrow) { return Utf8FromWide(Widen(narrow)); }
+std::string Utf8OfNarrow(const std::string& narrow) { return Utf8FromName(Widen(narrow)); }
 
 std::string ValueReason(const std::string& control, const ControlValueMap& controls) {
   const auto found = controls.find(control);
@@ -45,6 +46,7 @@ class ErrorCapture {
  private:
   void Take(std::wstring_view line) {
     const std::string text = Narrow(line);
+    if (text.empty()) return;  // a line that does not convert
     const std::size_t begin = text.rfind(" | ") + 3;
     const std::size_t range = text.find(": ", begin);
     constexpr std::string_view kError = "Error: ";
@@ -221,7 +223,7 @@ DspPlan PlanQualcommMode(const QualcommControls& controls, std::uint32_t form_fa
     const std::wstring_view needed = QualcommRecordNeeds(parameter);
     if (!needed.empty() && controls.find(needed) == controls.end()) {
       recorder.plan.kept.push_back(
-          {Without(recorder, parameter), "the mode has no \"" + Utf8FromWide(needed) + "\""});
+          {Without(recorder, parameter), "the mode has no \"" + Utf8FromName(needed) + "\""});
       continue;
     }
     const QualcommRecord record(parameter, controls);
@@ -243,10 +245,10 @@ DspProperty PlanProperty(const std::string& driver, const std::string& name, con
       ORVQVTValueList list;
       for (const auto& [control, held_value] : mode) list.GetOrAdd(control) = held_value;
       property.status =
-          KELAPOIntelDSP_SKL(skylake).SetControl(WideFromUtf8(name), value, list, apply);
+          KELAPOIntelDSP_SKL(skylake).SetControl(NameFromUtf8(name), value, list, apply);
     } else {
       BroadwellRecorder broadwell(recorder);
-      property.status = KELAPOIntelDSP_BRW(broadwell).SetProperty(WideFromUtf8(name), apply, value);
+      property.status = KELAPOIntelDSP_BRW(broadwell).SetProperty(NameFromUtf8(name), apply, value);
     }
   } catch (const IntelException& error) {
     property.status = orv_apo::kAborted;
@@ -259,7 +261,7 @@ DspProperty PlanProperty(const std::string& driver, const std::string& name, con
 }
 
 std::optional<DspPlace> FindProperty(const std::string& driver, const std::string& name) {
-  const std::string control = Narrow(WideFromUtf8(name));
+  const std::string control = Narrow(NameFromUtf8(name));
   if (driver == kSkylakeDriver) {
     const auto place = FindSkylakeControl(control);
     if (!place) return std::nullopt;

@@ -1,7 +1,5 @@
 // orvctl: what people and scripts use in front of a machine. An ordinary client of the component.
-#include <clocale>
 #include <cstdlib>
-#include <cstring>
 #include <iostream>
 
 #include "cli/commands.h"
@@ -112,13 +110,6 @@ void RefuseEmptyArguments(int argc, char** argv) {
   }
 }
 
-void UseLocale() {
-  // Names and texts of configuration files are UTF-8; the plain "C" locale would take them apart.
-  const char* locale = std::setlocale(LC_CTYPE, "");
-  if (locale == nullptr || std::strcmp(locale, "C") == 0 || std::strcmp(locale, "POSIX") == 0)
-    std::setlocale(LC_CTYPE, "C.UTF-8");
-}
-
 int Run(CLI::App& app, Context& context, int argc, char** argv) {
   try {
     RefuseEmptyArguments(argc, argv);
@@ -142,7 +133,6 @@ int Run(CLI::App& app, Context& context, int argc, char** argv) {
 }
 
 int Main(int argc, char** argv) {
-  UseLocale();
   const ComRuntime runtime;
   std::vector<std::string> arguments = ProgramArguments(argc, argv);
   std::vector<char*> words;

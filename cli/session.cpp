@@ -4,6 +4,7 @@
 #include "cli/component_text.h"
 #include "cli/failure.h"
 #include "cli/host.h"
+#include "cli/names.h"
 #include "endpoints/endpoint_registry.h"
 #include "platform/text.h"
 
@@ -19,6 +20,14 @@ std::string GetText(Object* object, Getter getter, const char* asked) {
   Text text;
   Require((object->*getter)(text.Put()), asked, kReportBug);
   return text.Utf8();
+}
+
+// The same for a name or text of a configuration file.
+template <class Object, class Getter>
+std::string GetName(Object* object, Getter getter, const char* asked) {
+  Text text;
+  Require((object->*getter)(text.Put()), asked, kReportBug);
+  return Utf8FromName(text.view());
 }
 
 // A text value of a key of the machine; empty when there is none.
@@ -93,7 +102,7 @@ std::unique_ptr<Machine> OpenPreparedMachine(const SessionOptions& options,
 }  // namespace
 
 std::string Control::DisplayName() const {
-  return GetText(object_.get(), &IORVAPOControl::get_DisplayValue, "reading a control's name");
+  return GetName(object_.get(), &IORVAPOControl::get_DisplayValue, "reading a control's name");
 }
 
 ORV_QVT_SCALE Control::Scale() const {
@@ -127,7 +136,7 @@ void Control::SetValue(std::int32_t value) const {
 
 std::optional<Control> ControlList::Find(const std::string& name) const {
   ComPtr<IORVAPOControl> control;
-  const HRESULT status = object_->GetControlFromName(Text(name).get(), control.Put());
+  const HRESULT status = object_->GetControlFromName(Text(NameFromUtf8(name)).get(), control.Put());
   if (status == orv_apo::kNotFound) return std::nullopt;
   Require(status, "asking for the control \"" + name + "\"", kReportBug);
   return Control(std::move(control), name);
@@ -135,7 +144,7 @@ std::optional<Control> ControlList::Find(const std::string& name) const {
 
 Mode::Mode(ComPtr<IORVOperatingMode> object)
     : object_(std::move(object)),
-      name_(GetText(object_.get(), &IORVOperatingMode::get_Name, "reading a mode's name")) {}
+      name_(GetName(object_.get(), &IORVOperatingMode::get_Name, "reading a mode's name")) {}
 
 ControlList Mode::Controls(ORVAPOControlType type) const {
   ComPtr<IORVAPOControlEnumerator> enumerator;
@@ -237,8 +246,8 @@ std::vector<Endpoint::Property> Endpoint::Properties() const {
     const HRESULT status = enumerator->Next(property.Put());
     Require(status, asked, kReportBug);
     if (status == S_FALSE || !property) return properties;
-    properties.push_back({GetText(property.get(), &IORVAPOConfigProperty::get_Key, asked),
-                          GetText(property.get(), &IORVAPOConfigProperty::get_Value, asked)});
+    properties.push_back({GetName(property.get(), &IORVAPOConfigProperty::get_Key, asked),
+                          GetName(property.get(), &IORVAPOConfigProperty::get_Value, asked)});
   }
 }
 
@@ -247,11 +256,12 @@ std::optional<Endpoint::Property> Endpoint::FindProperty(const std::string& key)
   ComPtr<IORVAPOConfigEnumerator> enumerator;
   Require(object_->get_config_enum(enumerator.Put()), asked, kReportBug);
   ComPtr<IORVAPOConfigProperty> property;
-  const HRESULT status = enumerator->get_ConfigProperty(Text(key).get(), property.Put());
+  const HRESULT status =
+      enumerator->get_ConfigProperty(Text(NameFromUtf8(key)).get(), property.Put());
   if (status == E_INVALIDARG) return std::nullopt;
   Require(status, asked, kReportBug);
-  return Property{GetText(property.get(), &IORVAPOConfigProperty::get_Key, asked),
-                  GetText(property.get(), &IORVAPOConfigProperty::get_Value, asked)};
+  return Property{GetName(property.get(), &IORVAPOConfigProperty::get_Key, asked),
+                  GetName(property.get(), &IORVAPOConfigProperty::get_Value, asked)};
 }
 
 Session::Session(const SessionOptions& options)

@@ -1,0 +1,15 @@
+#include "cli/names.h"
+
+#include "platform/text.h"
+
+namespace orv::cli {
+
+std::string Utf8FromName(std::wstring_view name) {
+  std::string bytes = Narrow(name);
+  if (!bytes.empty() && Utf8FromWide(WideFromUtf8(bytes)) == bytes) return bytes;
+  return Utf8FromWide(name);
+}
+
+std::wstring NameFromUtf8(std::string_view utf8) { return Widen(utf8); }
+
+}  // namespace orv::cli
