@@ -100,6 +100,11 @@ TEST(OrvctlMachine, NamesBeyondAsciiAreStoredAsAnyOtherClientStoresThem) {
   EXPECT_EQ(program.Answer({"mode", "0"})["name"], mode);
   const Result shown = program.Run({"image", "decode", "--endpoint", "0"});
   EXPECT_NE(shown.output.find(control), std::string::npos) << shown.output;
+
+  WriteText(program.File("世.xml"), text);
+  const Result refused = program.Run({"dsp", "intel", "0", "file", program.File("世.xml")});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_TRUE(refused.Says("U+00FF")) << refused.errors;
 }
 
 TEST(OrvctlStory, TheStoryIsToldOnACopy) {
