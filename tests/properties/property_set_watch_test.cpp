@@ -94,10 +94,10 @@ TEST_F(PropertySetWatch, AReloadThatThrowsDoesNotEndTheWatch) {
 }
 
 TEST_F(PropertySetWatch, OnlyTheValueThatWasNamedLastAndNoSubkeyIsReloaded) {
+  for (const wchar_t* value : {L"Mode", L"Other"}) Write(0, last_, value);
   for (const wchar_t* value : {L"Mode", L"Other"}) {
     watcher_.set.SetProperty(L"b", 0);
     arrived_.Reset();
-    Write(0, last_, value);
     ASSERT_TRUE(watcher_.binding.StartWatch(true, value));
     ASSERT_TRUE(arrived_.Wait(kDeadline));
   }
