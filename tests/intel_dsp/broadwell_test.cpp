@@ -289,6 +289,9 @@ TEST_F(BroadwellTest, OnlyWholeBlocksAndKnownValuesAreWrittenBack) {
                 L"| Error: ZENSND-Space HPF Custom Freq - frequency out of range\n"});
   VARIANT value;
   EXPECT_EQ(processors_.GetProperty(L"ZENSND-Surround Level", 0, value), E_NOTIMPL);
+  MisbehaveWhenRead(Kind::Uncounted);  // not reported is not short
+  EXPECT_EQ(Write(L"ZENSND-DC Level", 50), S_OK);
+  EXPECT_THAT(machine_.Sent(), ElementsAre(21));
   MisbehaveWhenRead(Kind::Short);
   EXPECT_EQ(Write(L"ZENSND-DC Level", 10), S_OK);
   EXPECT_EQ(processors_.GetProperty(L"ZENSND-DC Level", 0, value), S_OK);

@@ -155,6 +155,32 @@ TEST_F(IntelDspTest, RefusedBlockDoesNotHoldUpTheOthers) {
   EXPECT_EQ(enabled, 1);
 }
 
+TEST_F(IntelDspTest, EveryRequestCarriesTheApplyFlag) {
+  auto dsp = OpenSkylake();
+  LONG number = 0;
+  const auto expect = [&](std::uint32_t flag, std::initializer_list<const char*> requests) {
+    for (const char* request : requests) EXPECT_EQ(machine_->ApplyFlag(request), flag) << request;
+  };
+  for (const LONG apply : {1, 0}) {
+    const auto flag = static_cast<std::uint32_t>(apply);
+    EXPECT_EQ(Write(dsp, SkylakeMode(), apply), S_OK);
+    expect(flag, {"skylake set status", "skylake set parameter 0x10014401"});
+    expect(0, {"skylake get parameter 0x10014401"});  // the verification
+    EXPECT_EQ(Put(dsp, "VQ3D-Process Enable", 1, 1 - apply), S_OK);
+    expect(1 - flag, {"skylake set status", "skylake get parameter 0x10014401"});
+    EXPECT_EQ(dsp->put_APOEnable(1, apply), S_OK);
+    expect(flag, {"skylake set status", "skylake get parameter 0x10014401"});
+    EXPECT_EQ(Get(dsp, "VQ3D-Process Enable", number, 1 - apply), S_OK);
+    expect(1 - flag, {"skylake get status", "skylake get parameter 0x10014401"});
+  }
+  machine_->description().drivers.broadwell.emplace();
+  dsp = Open();
+  for (const LONG apply : {1, 0}) {
+    EXPECT_EQ(Get(dsp, "ZENSND-Process Enable", number, apply), S_OK);
+    expect(static_cast<std::uint32_t>(apply), {"broadwell get parameter 0"});
+  }
+}
+
 TEST_F(IntelDspTest, SingleControlsGoOnFromTheLastModeWritten) {
   const auto dsp = OpenSkylake();
   // Twice the definition level, by half the maximum; its field then, in Q1.15.

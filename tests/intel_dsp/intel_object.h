@@ -71,11 +71,11 @@ class IntelObjectTest : public testing::Test {
     }
     return dsp->put_Property(control.get(), apply, variant);
   }
-  static HRESULT Get(const Dsp& dsp, const char* name, LONG& number) {
+  static HRESULT Get(const Dsp& dsp, const char* name, LONG& number, LONG apply = 0) {
     const OwnedText text(SysAllocString(Widen(name).c_str()));
     VARIANT value;
     std::memset(&value, 0xEE, sizeof value);
-    const HRESULT status = dsp->get_Property(text.get(), 0, &value);
+    const HRESULT status = dsp->get_Property(text.get(), apply, &value);
     number = value.vt == VT_I4 ? value.lVal : -77;
     return status;
   }

@@ -122,6 +122,10 @@ std::vector<DriverRefusal> SimulatedMachine::RefusedRequests() {
   return refusals;
 }
 
+std::optional<std::uint32_t> SimulatedMachine::ApplyFlag(const std::string& request) {
+  return state_->devices->drivers->ApplyFlag(request);
+}
+
 std::uint64_t SimulatedMachine::LatestRequestNumber() {
   std::uint64_t number = 0;
   state_->devices->drivers->Read([&](const DriverMemory& memory) { number = memory.requests; });

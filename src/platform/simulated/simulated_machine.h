@@ -47,6 +47,9 @@ class SimulatedMachine : public Machine {
                                                       std::uint32_t parameter);
   // Requests that they did not take, likewise.
   std::vector<DriverRefusal> RefusedRequests();
+  // The apply flag of the latest request of a kind on this machine object, such as "skylake set
+  // status" or "broadwell get parameter 21"; nullopt before the first one.
+  std::optional<std::uint32_t> ApplyFlag(const std::string& request);
   // The number of the latest record or refusal, whether it is still kept or not; 0 before the
   // first.
   std::uint64_t LatestRequestNumber();

@@ -44,15 +44,21 @@ TEST(UnusualFiles, AWatchOutlastsAFolderInThePlaceOfItsFile) {
   EXPECT_EQ(GetBytes(*key, L"w"), std::vector<std::uint8_t>{3});
 }
 
-TEST(UnusualFiles, ALinkedRegistryIsLockedAndWatchedWhereItIs) {
-  const MachineFolder one;
-  const MachineFolder two;
+TEST(UnusualFiles, LinkedFilesAreLockedAndWatchedWhereTheyAre) {
+  const MachineFolder one("REGEDIT4\n", R"({"events": ["Changed"]})");
+  const MachineFolder two("REGEDIT4\n", one.Read("machine.json"));
+  const auto signal = [](SimulatedMachine& machine) {
+    std::uint32_t error = 0;
+    machine.OpenNamedEvent(L"Changed", error)->Set();
+  };
+  signal(*one.Open());
   const TemporaryFolder elsewhere;
-  const auto real = elsewhere.path() / "shared.reg";
-  std::filesystem::rename(one.path() / "registry.reg", real);
-  std::filesystem::remove(two.path() / "registry.reg");
-  for (const MachineFolder* folder : {&one, &two})
-    std::filesystem::create_symlink(real, folder->path() / "registry.reg");
+  for (const std::string name : {"registry.reg", "drivers.json"}) {
+    std::filesystem::rename(one.path() / name, elsewhere.path() / name);
+    std::filesystem::remove(two.path() / name);
+    for (const MachineFolder* folder : {&one, &two})
+      std::filesystem::create_symlink(elsewhere.path() / name, folder->path() / name);
+  }
   const auto machine = one.Open();
   const auto other = two.Open();
   const auto key = MachineKey(*machine, L"K");
@@ -61,8 +67,12 @@ TEST(UnusualFiles, ALinkedRegistryIsLockedAndWatchedWhereItIs) {
   ASSERT_EQ(SetBytes(*MachineKey(*other, L"K"), L"v", {1}), kRegOk);
   EXPECT_TRUE(changed.Wait(kSoon));
   EXPECT_EQ(GetBytes(*key, L"v"), std::vector<std::uint8_t>{1});
-  EXPECT_TRUE(std::filesystem::exists(elsewhere.path() / ".registry.lock"));
-  EXPECT_TRUE(std::filesystem::is_symlink(two.path() / "registry.reg"));
+  signal(*other);
+  EXPECT_EQ(machine->EventSignals(L"Changed"), 2U);
+  for (const char* lock : {".registry.lock", ".drivers.lock"})
+    EXPECT_TRUE(std::filesystem::exists(elsewhere.path() / lock)) << lock;
+  for (const char* name : {"registry.reg", "drivers.json"})
+    EXPECT_TRUE(std::filesystem::is_symlink(two.path() / name)) << name;
 }
 
 }  // namespace

@@ -74,6 +74,7 @@ class Exchange {
     request_ = {kBroadwellDriver, command->name, parameter_, code == kGetCode};
     const std::string fault = HeaderFault(code, *command);
     if (!fault.empty()) return Refuse(fault);
+    if (command->output_size > kDataAt) store_.NoteApplyFlag(request_, apply());
     rule_ = store_.Due(driver_.misbehaviour, request_);
     Delay(rule_);
     const std::string planned = PlannedRefusal(rule_);
@@ -86,7 +87,9 @@ class Exchange {
       status = Carry(number);
     if (status == 0 && Is(rule_, Kind::Status)) status = rule_->status;
     WriteWire(output_, 0, status);
-    returned_ = static_cast<std::uint32_t>(std::min(answered_, output_.size()));
+    returned_ = Is(rule_, Kind::Uncounted)
+                    ? 0
+                    : static_cast<std::uint32_t>(std::min(answered_, output_.size()));
     return 0;
   }
 

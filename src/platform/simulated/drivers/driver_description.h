@@ -14,13 +14,14 @@ namespace orv {
 // One way in which a driver does not do what it should.
 struct DriverMisbehaviour {
   enum class Kind {
-    Refuse,   // the request itself fails with `status`; nothing is done
-    Status,   // the driver's own status: with a negative one nothing is done
-    Absent,   // as if the driver did not know the parameter
-    Late,     // answers after `delay_ms`
-    Short,    // answers only the first `size` bytes
-    Stale,    // answers the block before the last one that was written
-    Corrupt,  // the answer's byte at `offset` comes out xor `mask`
+    Refuse,     // the request itself fails with `status`; nothing is done
+    Status,     // the driver's own status: with a negative one nothing is done
+    Absent,     // as if the driver did not know the parameter
+    Late,       // answers after `delay_ms`
+    Short,      // answers only the first `size` bytes
+    Stale,      // answers the block before the last one that was written
+    Corrupt,    // the answer's byte at `offset` comes out xor `mask`
+    Uncounted,  // answers in full, but reports 0 bytes
   };
   enum class Direction { Any, Get, Set };
 

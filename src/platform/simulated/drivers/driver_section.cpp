@@ -33,7 +33,8 @@ constexpr KindKeys kKinds[] = {{"refuse", Kind::Refuse, "", "status", false},
                                {"late", Kind::Late, "delay_ms", "", false},
                                {"short", Kind::Short, "size", "", true},
                                {"stale", Kind::Stale, "", "", true},
-                               {"corrupt", Kind::Corrupt, "offset", "mask", true}};
+                               {"corrupt", Kind::Corrupt, "offset", "mask", true},
+                               {"uncounted", Kind::Uncounted, "", "", true}};
 
 const KindKeys& ReadKind(const JsonField& field) {
   std::vector<std::string_view> names;

@@ -23,10 +23,14 @@ std::string DriverRequest::Text() const {
   return name + (' ' + ParameterText(parameter));
 }
 
+std::string DriverRequest::Key() const {
+  return std::string(driver) + (is_get ? " get " : " set ") + Text();
+}
+
 bool DriverStore::Attach(const std::filesystem::path& folder, FileError& error) {
   const std::lock_guard guard(lock_);
-  folder_ = folder;
-  file_ = folder / "drivers.json";
+  file_ = LinkTarget(folder / "drivers.json");
+  folder_ = file_.parent_path();
   return Load(error);
 }
 
@@ -129,6 +133,17 @@ std::optional<DriverMisbehaviour> DriverStore::Due(const std::vector<DriverMisbe
     if (!due && (!rules[i].nth || *rules[i].nth == call)) due = rules[i];
   }
   return due;
+}
+
+void DriverStore::NoteApplyFlag(const DriverRequest& request, std::uint32_t flag) {
+  const std::lock_guard guard(lock_);
+  apply_flags_[request.Key()] = flag;
+}
+
+std::optional<std::uint32_t> DriverStore::ApplyFlag(const std::string& key) {
+  const std::lock_guard guard(lock_);
+  const auto found = apply_flags_.find(key);
+  return found == apply_flags_.end() ? std::nullopt : std::optional(found->second);
 }
 
 void DriverStore::EventOpened(std::uint64_t handle) {

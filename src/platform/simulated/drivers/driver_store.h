@@ -28,6 +28,7 @@ struct DriverRequest {
   bool is_get = true;
 
   std::string Text() const;  // "parameter 0x10014404"
+  std::string Key() const;   // "skylake get parameter 0x10014404"
 };
 
 class DriverStore {
@@ -35,7 +36,7 @@ class DriverStore {
   explicit DriverStore(std::shared_ptr<FaultPlan> faults) : faults_(std::move(faults)) {}
 
   // Puts the memory upon a folder's file, which need not exist; false with a reason when it is
-  // refused.
+  // refused. A linked file is locked and replaced where the link leads to at this moment.
   bool Attach(const std::filesystem::path& folder, FileError& error);
 
   using Body = std::function<void(DriverMemory&)>;
@@ -57,6 +58,11 @@ class DriverStore {
   // is meant for it.
   std::optional<DriverMisbehaviour> Due(const std::vector<DriverMisbehaviour>& rules,
                                         const DriverRequest& request);
+
+  // Keep and return the apply flag of the latest request with this key on this machine object,
+  // whether the driver took the request or not; nullopt before the first one.
+  void NoteApplyFlag(const DriverRequest& request, std::uint32_t flag);
+  std::optional<std::uint32_t> ApplyFlag(const std::string& key);
 
   // Handles of this process: devices, events. Events are known to drivers while they are open.
   std::uint64_t NewHandle() noexcept { return next_handle_.fetch_add(4); }
@@ -82,6 +88,7 @@ class DriverStore {
   std::uint64_t change_ = 0;        // number of the latest change
   bool readable_ = true;
   std::map<std::pair<std::string, std::size_t>, std::uint32_t> calls_;  // by driver and rule
+  std::map<std::string, std::uint32_t> apply_flags_;                    // by DriverRequest::Key
   std::atomic<std::uint64_t> next_handle_{0x104};
   std::set<std::uint64_t> open_events_;
   std::set<std::uint64_t> registered_;

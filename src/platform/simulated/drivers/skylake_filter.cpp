@@ -96,6 +96,7 @@ class Exchange {
       return Refuse("property " + std::to_string(number) + " is not known", kKsPropertyNotFound);
     const std::string fault = RequestFault(number, format);
     if (!fault.empty()) return Refuse(fault);
+    if (format.size == kParameterSize) store_.NoteApplyFlag(request_, Apply());
     std::string routing;
     if (!store_.Read([&](const DriverMemory& memory) { routing = graph_.RoutingFault(memory); }))
       return kKsNotReady;
@@ -153,6 +154,7 @@ class Exchange {
       return Is(rule_, Kind::Absent) ? kKsPropertyNotFound : rule_->status;
     }
     const HRESULT status = body();
+    if (Is(rule_, Kind::Uncounted)) returned_ = 0;
     return status == S_OK && Is(rule_, Kind::Status) ? rule_->status : status;
   }
 
