@@ -130,9 +130,27 @@ std::string SpectrumRow(const AnalysisPicture& picture, const BandLayout& layout
   return line;
 }
 
+// "=50" under a band that has the bins of the one at 50 Hz, "=" if the column is narrow. Blank if
+// no band has the bins of another.
+std::string SharedBinsRow(const AnalysisPicture& picture, const BandLayout& layout) {
+  std::string row;
+  for (std::size_t band = 0; band < layout.bands; ++band) {
+    std::string mark;
+    if (const auto& shared = picture.bands[band].same_bins_as) {
+      mark = "=" + ShortFrequency(*shared);
+      if (static_cast<int>(mark.size()) >= layout.width) mark.resize(1);
+    }
+    row += mark + Blank(layout.width - static_cast<int>(mark.size()));
+  }
+  return row;
+}
+
 void DrawSpectrum(const AnalysisPicture& picture, int columns, int rows, const Output& output,
                   std::vector<std::string>& lines) {
   const BandLayout layout(picture.bands.size(), picture.spectrum.size(), columns);
+  const std::string shared = SharedBinsRow(picture, layout);
+  const bool has_marks = rows > kLeastSpectrumRows && shared.find('=') != std::string::npos;
+  if (has_marks) --rows;
   if (rows < kLeastSpectrumRows || layout.bands == 0) return;
   constexpr int kMarks = 3;  // besides 0 dB
   for (int row = 0; row < rows; ++row) {
@@ -149,6 +167,7 @@ void DrawSpectrum(const AnalysisPicture& picture, int columns, int rows, const O
     Place(names, static_cast<int>(band) * layout.width,
           ShortFrequency(picture.bands[band].frequency));
   lines.push_back(output.Painted(Blank(kAxisWidth) + names, ansi::kDim));
+  if (has_marks) lines.push_back(output.Painted("same " + shared, ansi::kDim));
 }
 
 }  // namespace

@@ -24,7 +24,8 @@ std::string ChannelName(std::size_t channel);
 std::string LevelText(float level);
 
 // Lines that fit the size and leave its last column free, both scales fixed: peaks from -60 to 0
-// dB, the spectrum from -90 to 0.
+// dB, the spectrum from -90 to 0. Bands with the bins of another one are marked below the spectrum
+// if there is room.
 std::vector<std::string> DrawAnalysis(const AnalysisPicture& picture, const TerminalSize& size,
                                       const Output& output);
 

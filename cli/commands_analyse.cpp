@@ -1,10 +1,12 @@
 // analyse
+#include <charconv>
 #include <chrono>
 #include <cmath>
 
 #include "cli/analysis_view.h"
 #include "cli/commands.h"
 #include "cli/response_plot.h"
+#include "cli/select.h"
 #include "cli/stop_on_signal.h"
 
 namespace orv::cli {
@@ -22,7 +24,7 @@ constexpr std::chrono::seconds kLineInterval{1};
 
 struct Arguments {
   std::string endpoint;
-  std::vector<std::uint32_t> frequencies;
+  std::vector<std::string> frequencies;  // lists with commas, in Hz
   bool once = false;
   std::optional<double> seconds;  // end after so much time
 };
@@ -215,6 +217,23 @@ void ShowLive(Context& context, Terminal& terminal, const std::string& title, Li
   } while (run.Wait(kPollInterval));
 }
 
+std::vector<std::uint32_t> ParseFrequencies(const std::vector<std::string>& lists) {
+  std::vector<std::uint32_t> frequencies;
+  for (const std::string& list : lists) {
+    for (const std::string& element : SplitList(list, "the list")) {
+      const char* const last = element.data() + element.size();
+      const auto [end, error] = std::from_chars(element.data(), last, frequencies.emplace_back());
+      if (error != std::errc() || end != last)
+        UsageFailure("\"" + element + "\" in the list \"" + list +
+                     "\" is not a whole frequency in Hz.");
+    }
+  }
+  constexpr std::size_t kMostFrequencies = 1000;
+  if (frequencies.size() > kMostFrequencies)
+    UsageFailure("expected at most " + std::to_string(kMostFrequencies) + " frequencies.");
+  return frequencies;
+}
+
 std::vector<Band> ChooseBands(const std::vector<std::uint32_t>& frequencies,
                               std::uint32_t sample_rate) {
   for (const std::uint32_t frequency : frequencies) {
@@ -230,12 +249,9 @@ std::vector<Band> ChooseBands(const std::vector<std::uint32_t>& frequencies,
 }
 
 void Analyse(Context& context, const Arguments& arguments) {
-  constexpr std::size_t kMostFrequencies = 1000;
-  if (arguments.frequencies.size() > kMostFrequencies)
-    UsageFailure("expected at most " + std::to_string(kMostFrequencies) + " frequencies.");
+  const std::vector<std::uint32_t> frequencies = ParseFrequencies(arguments.frequencies);
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
-  Listener listener(endpoint,
-                    ChooseBands(arguments.frequencies, context.session().SampleRate(endpoint)));
+  Listener listener(endpoint, ChooseBands(frequencies, context.session().SampleRate(endpoint)));
   Run run(arguments.seconds);
   if (arguments.once) return ListenOnce(context, listener, run);
   // What there is to tell is told before and after; in between the screen belongs to the picture.
@@ -252,12 +268,12 @@ void AddAnalyseCommand(CLI::App& app, Context& context) {
       app, "analyse", "Peaks and spectrum of what an endpoint plays, live",
       "orvctl analyse 0\n  orvctl --json analyse 0 --once --frequencies 100,1000,10000",
       "The spectrum is shown in third-octave bands, each with its highest bin, unless frequencies\n"
-      "are asked for. Rows with the same bins show one level and are marked. Without a terminal,\n"
-      "a line a second. --once listens for 0.3 seconds and gives the highest levels; with --json\n"
+      "are asked for. Rows with the same bins show one level and are marked; in the live picture\n"
+      "\"=50\" marks a band with the same bins as 50 Hz. Without a terminal, a line a second.\n"
+      "--once listens for 0.3 seconds and gives the highest levels; with --json\n"
       "silence is null. Ends with Ctrl+C.");
   analyse->add_option("ENDPOINT", arguments->endpoint, kEndpointHelp)->required();
   analyse->add_option("--frequencies", arguments->frequencies, "Frequencies in Hz, with commas")
-      ->delimiter(',')
       ->allow_extra_args(false);
   analyse->add_flag("--once", arguments->once, "One reading instead of a live view");
   analyse->add_option("--for", arguments->seconds, "End after so many seconds")

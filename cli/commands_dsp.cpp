@@ -1,5 +1,4 @@
 // dsp intel
-#include <charconv>
 #include <cmath>
 #include <filesystem>
 
@@ -141,21 +140,13 @@ void ShowInfo(Context& context, const Arguments& arguments) {
 }
 
 EqualizerBand ParseBand(const std::string& text) {
-  constexpr std::size_t kNumbers = 3;
   std::vector<float> numbers;
-  const char* at = text.data();
-  const char* const end = at + text.size();
-  while (at != end && numbers.size() < kNumbers) {
-    float number = 0;
-    const auto [rest, error] = std::from_chars(at, end, number);
-    if (error != std::errc() || !std::isfinite(number)) break;
-    numbers.push_back(number);
-    at = rest;
-    if (at == end || *at != ',' || numbers.size() == kNumbers) break;
-    ++at;
+  for (const std::string& element : SplitList(text, "the band")) {
+    const std::optional<float> number = ParseReal(element);
+    if (!number) UsageFailure("\"" + element + "\" in the band \"" + text + "\" is not a number.");
+    numbers.push_back(*number);
   }
-  if (at != end || numbers.size() != kNumbers)
-    UsageFailure("the band \"" + text + "\" is not freq,gain,q.");
+  if (numbers.size() != 3) UsageFailure("the band \"" + text + "\" is not freq,gain,q.");
   const bool fits = numbers[0] >= 1 && numbers[0] < 24000 && numbers[2] > 0;
   if (!fits || numbers[0] != std::floor(numbers[0]))
     UsageFailure("the band \"" + text +

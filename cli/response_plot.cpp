@@ -4,6 +4,9 @@
 #include <cmath>
 #include <cstdio>
 #include <iterator>
+#include <optional>
+
+#include "dsp_math/cascade_response.h"
 
 namespace orv::cli {
 namespace {
@@ -17,9 +20,8 @@ constexpr std::size_t kLegendColumns = 4;
 constexpr double kMagnitudeHeight = 330;
 constexpr double kGap = 40;
 constexpr double kErrorHeight = 120;
-constexpr double kFooter = 56;      // labels and name of the frequency axis
-constexpr double kDeepest = 90;     // dB below the highest point that are still drawn
-constexpr double kSilentDb = -120;  // errors in what nobody hears are not drawn
+constexpr double kFooter = 56;   // labels and name of the frequency axis
+constexpr double kDeepest = 90;  // dB below the highest point that are still drawn
 
 // Colours that people with colour-blindness tell apart.
 constexpr const char* kColours[] = {"#0072b2", "#d55e00", "#009e73", "#cc79a7",
@@ -130,15 +132,17 @@ Range MagnitudeRange(const ResponsePlot& plot) {
   return RoundRange(std::max(low - margin, high - kDeepest), high + margin, 10);
 }
 
-double Error(const ResponsePoint& point) {
-  return std::max(point.fixed_db, kSilentDb) - std::max(point.ideal_db, kSilentDb);
+// Nothing where both are silent. Infinite where one is an exact zero.
+std::optional<double> Error(const ResponsePoint& point) {
+  if (point.fixed_db <= kSilence && point.ideal_db <= kSilence) return std::nullopt;
+  return point.fixed_db - point.ideal_db;
 }
 
 Range ErrorRange(const ResponsePlot& plot) {
   double largest = 0.0045;
   for (const ResponseCurve& curve : plot.curves) {
     for (const ResponsePoint& point : curve.points) {
-      largest = std::max(largest, std::abs(Error(point)));
+      largest = std::max(largest, std::abs(Error(point).value_or(0)));
     }
   }
   return RoundRange(-1.1 * std::min(largest, 40.0), 1.1 * std::min(largest, 40.0), 4);
@@ -190,18 +194,26 @@ std::string ClipPath(const Panel& panel, const std::string& id) {
          Number(panel.bottom() - panel.top()) + "'/></clipPath>\n";
 }
 
+// `value` returns an optional number. The line has a gap where there is none.
 template <class Value>
 std::string Polyline(const Panel& panel, const ResponseCurve& curve, Value value,
                      const std::string& attributes) {
   // Far outside the frame a line is drawn at its edge: viewers choke on huge coordinates.
   const double reach = panel.values().high - panel.values().low;
-  std::string points;
+  const std::string begin = "<polyline points='";
+  const std::string end = "' " + attributes + "/>\n";
+  std::string lines;
+  bool drawing = false;
   for (const ResponsePoint& point : curve.points) {
+    const std::optional<double> number = value(point);
+    if (drawing != number.has_value()) lines += drawing ? end : begin;
+    drawing = number.has_value();
+    if (!drawing) continue;
     const double shown =
-        std::clamp(value(point), panel.values().low - reach, panel.values().high + reach);
-    points += Number(panel.X(point.frequency)) + "," + Number(panel.Y(shown)) + " ";
+        std::clamp(*number, panel.values().low - reach, panel.values().high + reach);
+    lines += Number(panel.X(point.frequency)) + "," + Number(panel.Y(shown)) + " ";
   }
-  return "<polyline points='" + points + "' " + attributes + "/>\n";
+  return drawing ? lines + end : lines;
 }
 
 std::string Stroke(std::size_t curve) {
@@ -213,12 +225,13 @@ void AddCurves(const ResponsePlot& plot, const Panel& magnitude, const Panel& er
                std::string& svg) {
   for (const ResponseCurve& curve : plot.curves) {
     svg += Polyline(
-        magnitude, curve, [](const ResponsePoint& point) { return point.ideal_db; },
+        magnitude, curve, [](const ResponsePoint& point) { return std::optional(point.ideal_db); },
         "class='ideal' clip-path='url(#magnitude)'");
   }
   for (std::size_t i = 0; i < plot.curves.size(); ++i) {
     svg += Polyline(
-        magnitude, plot.curves[i], [](const ResponsePoint& point) { return point.fixed_db; },
+        magnitude, plot.curves[i],
+        [](const ResponsePoint& point) { return std::optional(point.fixed_db); },
         Stroke(i) + " clip-path='url(#magnitude)'");
     svg += Polyline(error, plot.curves[i], Error, Stroke(i) + " clip-path='url(#error)'");
   }

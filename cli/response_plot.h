@@ -1,5 +1,5 @@
 // A frequency response as a drawing: magnitude above, what quantising changes below, over a
-// logarithmic frequency axis.
+// logarithmic frequency axis. There is no error where both responses are silent.
 #pragma once
 
 #include <string>

@@ -1,6 +1,8 @@
 #include "cli/select.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cmath>
 
 #include "cli/failure.h"
 #include "platform/simulated/nearest_name.h"
@@ -91,6 +93,31 @@ std::optional<int> ParseNumber(std::string_view text) {
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
   return number;
+}
+
+std::optional<float> ParseReal(std::string_view text) {
+  float number = 0;
+  const char* const last = text.data() + text.size();
+  const auto [end, error] = std::from_chars(text.data(), last, number);
+  if (error != std::errc() || end != last || !std::isfinite(number)) return std::nullopt;
+  return number;
+}
+
+std::vector<std::string> SplitList(const std::string& text, const std::string& kind) {
+  std::vector<std::string> elements{""};
+  for (const char c : text) {
+    if (c == ',') {
+      elements.emplace_back();
+    } else {
+      elements.back() += c;
+    }
+  }
+  const auto empty = std::find(elements.begin(), elements.end(), "");
+  if (empty != elements.end()) {
+    UsageFailure("element " + std::to_string(empty - elements.begin() + 1) + " of " + kind + " \"" +
+                 text + "\" is empty.");
+  }
+  return elements;
 }
 
 }  // namespace orv::cli

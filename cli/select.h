@@ -33,5 +33,11 @@ std::size_t SelectOrFail(const std::vector<std::string>& names, std::string_view
 
 // A whole decimal number in the 32-bit range, and nothing else.
 std::optional<int> ParseNumber(std::string_view text);
+// A finite decimal number, and nothing else.
+std::optional<float> ParseReal(std::string_view text);
+
+// The elements of a text with commas. An empty element is a usage failure that gives its place;
+// `kind` is the name of the list ("the band").
+std::vector<std::string> SplitList(const std::string& text, const std::string& kind);
 
 }  // namespace orv::cli

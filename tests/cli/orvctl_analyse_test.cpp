@@ -172,11 +172,14 @@ TEST(AnalysisView, PictureFitsEverySizeOfTerminal) {
   std::ostringstream unused;
   const Output output(unused, unused);
   AnalysisPicture picture{"Ein Lautsprecher für viele Kanäle", {}, ThirdOctaveBands(), {}};
+  FitToStream(picture.bands, 48000);
   picture.peaks.resize(8);
   picture.spectrum.assign(2, std::vector<LevelMeter>(picture.bands.size()));
   for (LevelMeter& meter : picture.peaks) meter.Update(0, 0.1);
   for (auto& channel : picture.spectrum)
     for (LevelMeter& meter : channel) meter.Update(0, 0.1);
+  EXPECT_EQ(DrawAnalysis(picture, {150, 30}, output).back().substr(0, 15), "same      =50  ");
+  EXPECT_EQ(DrawAnalysis(picture, {80, 30}, output).back().substr(0, 9), "same   = ");
   for (const std::size_t bands : {picture.bands.size(), std::size_t{1}}) {
     picture.bands.resize(bands);
     for (int columns = 1; columns <= 200; columns += 7) {
