@@ -37,8 +37,10 @@ void OverwriteWithStored(const ImageBytes& image, ControlTexts& texts) {
 ControlFacts Catalog::Describe(const std::string& name) const {
   ControlFacts facts;
   ORVQVTControlInfo info;
-  const ORVQVTValue value(Narrow(NameFromUtf8(name)), 0);
-  facts.described = technology_.FindControlInfo(value, info);
+  for (const std::wstring& stored : NamesFromUtf8(name)) {
+    const ORVQVTValue value(Narrow(stored), 0);
+    facts.described = facts.described || technology_.FindControlInfo(value, info);
+  }
   if (!facts.described) return facts;
   facts.factor = info.factor();
   facts.minimum = info.minimum();
@@ -101,9 +103,9 @@ std::optional<ImageBytes> ReadImage(Machine& machine, const std::string& registr
     return std::nullopt;
   std::uint32_t type = 0;
   ImageBytes bytes;
-  if (ReadValue(*key, NameFromUtf8(value_name), type, bytes) != kRegOk || type != kRegBinary)
-    return std::nullopt;
-  return bytes;
+  for (const std::wstring& name : NamesFromUtf8(value_name))
+    if (ReadValue(*key, name, type, bytes) == kRegOk && type == kRegBinary) return bytes;
+  return std::nullopt;
 }
 
 }  // namespace orv::cli

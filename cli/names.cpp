@@ -12,4 +12,11 @@ std::string Utf8FromName(std::wstring_view name) {
 
 std::wstring NameFromUtf8(std::string_view utf8) { return Widen(utf8); }
 
+std::vector<std::wstring> NamesFromUtf8(std::string_view utf8) {
+  std::vector<std::wstring> names{NameFromUtf8(utf8)};
+  std::wstring wide = WideFromUtf8(utf8);
+  if (wide != names.front() && Utf8FromName(wide) == utf8) names.push_back(std::move(wide));
+  return names;
+}
+
 }  // namespace orv::cli

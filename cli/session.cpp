@@ -135,11 +135,14 @@ void Control::SetValue(std::int32_t value) const {
 }
 
 std::optional<Control> ControlList::Find(const std::string& name) const {
-  ComPtr<IORVAPOControl> control;
-  const HRESULT status = object_->GetControlFromName(Text(NameFromUtf8(name)).get(), control.Put());
-  if (status == orv_apo::kNotFound) return std::nullopt;
-  Require(status, "asking for the control \"" + name + "\"", kReportBug);
-  return Control(std::move(control), name);
+  for (const std::wstring& stored : NamesFromUtf8(name)) {
+    ComPtr<IORVAPOControl> control;
+    const HRESULT status = object_->GetControlFromName(Text(stored).get(), control.Put());
+    if (status == orv_apo::kNotFound) continue;
+    Require(status, "asking for the control \"" + name + "\"", kReportBug);
+    return Control(std::move(control), name);
+  }
+  return std::nullopt;
 }
 
 Mode::Mode(ComPtr<IORVOperatingMode> object)
@@ -255,13 +258,15 @@ std::optional<Endpoint::Property> Endpoint::FindProperty(const std::string& key)
   const char* asked = "reading a property of the configuration";
   ComPtr<IORVAPOConfigEnumerator> enumerator;
   Require(object_->get_config_enum(enumerator.Put()), asked, kReportBug);
-  ComPtr<IORVAPOConfigProperty> property;
-  const HRESULT status =
-      enumerator->get_ConfigProperty(Text(NameFromUtf8(key)).get(), property.Put());
-  if (status == E_INVALIDARG) return std::nullopt;
-  Require(status, asked, kReportBug);
-  return Property{GetName(property.get(), &IORVAPOConfigProperty::get_Key, asked),
-                  GetName(property.get(), &IORVAPOConfigProperty::get_Value, asked)};
+  for (const std::wstring& stored : NamesFromUtf8(key)) {
+    ComPtr<IORVAPOConfigProperty> property;
+    const HRESULT status = enumerator->get_ConfigProperty(Text(stored).get(), property.Put());
+    if (status == E_INVALIDARG) continue;
+    Require(status, asked, kReportBug);
+    return Property{GetName(property.get(), &IORVAPOConfigProperty::get_Key, asked),
+                    GetName(property.get(), &IORVAPOConfigProperty::get_Value, asked)};
+  }
+  return std::nullopt;
 }
 
 Session::Session(const SessionOptions& options)

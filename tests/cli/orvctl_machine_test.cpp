@@ -58,17 +58,20 @@ TEST(OrvctlMachine, TechnologyLibraryIsFoundWhereTheEndpointKeepsItsValues) {
 }
 
 // What a client that never set a locale reads and writes; this process is one.
-TEST(OrvctlMachine, NamesBeyondAsciiAreStoredAsAnyOtherClientStoresThem) {
+void TestNamesBeyondAscii(bool latin1) {
+  const auto in_file = [&](const std::string& utf8) {
+    return latin1 ? Narrow(WideFromUtf8(utf8)) : utf8;
+  };
   const ProgramOnMachine program;
   const std::string mode = "ApoOpMode:Kino für Zwei/Internal", control = "VQ3D-Café";
   const auto file =
       program.machine() / "drive_c" / "Program Files" / "ORV Labs" / "APO" / "orv_apo_config.xml";
   std::string text = FileText(file);
-  text.insert(text.rfind("</"), R"(<operating_mode>
+  text.insert(text.rfind("</"), in_file(R"(<operating_mode>
 <control name="ZAPO3-Operating Mode">Kino für Zwei</control>
 <control name="ZAPO3-Speaker Type">Internal</control>
 <control name="VQ3D-Café" public="true">30</control>
-</operating_mode>)");
+</operating_mode>)"));
   WriteText(file, text);
   const std::string path = program.Answer({"endpoints"})[0]["registry_path"];
   EXPECT_EQ(program.Answer({"set", "0", control, "44", "--mode", "für zwei"})["name"], control);
@@ -91,7 +94,7 @@ TEST(OrvctlMachine, NamesBeyondAsciiAreStoredAsAnyOtherClientStoresThem) {
   EXPECT_EQ(DecodeImage(image, ImageReading::Replace, stored).fault, ImageFault::None);
   std::optional<std::wstring> value;
   for (const ORVPropertyEntry& entry : stored)
-    if (entry.name == Widen(control)) value = WideTextOf(entry.value);
+    if (entry.name == Widen(in_file(control))) value = WideTextOf(entry.value);
   EXPECT_EQ(value, L"44");
 
   ORVAPOModeSelector selector(*machine);
@@ -105,6 +108,11 @@ TEST(OrvctlMachine, NamesBeyondAsciiAreStoredAsAnyOtherClientStoresThem) {
   const Result refused = program.Run({"dsp", "intel", "0", "file", program.File("世.xml")});
   EXPECT_EQ(refused.status, 1);
   EXPECT_TRUE(refused.Says("U+00FF")) << refused.errors;
+}
+
+TEST(OrvctlMachine, NamesBeyondAsciiAreStoredAsAnyOtherClientStoresThem) {
+  TestNamesBeyondAscii(false);
+  TestNamesBeyondAscii(true);
 }
 
 TEST(OrvctlStory, TheStoryIsToldOnACopy) {
