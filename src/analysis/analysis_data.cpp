@@ -1,8 +1,8 @@
 #include "analysis/analysis_data.h"
 
 #include "analysis/analysis_object.h"
-#include "frame/guard.h"
 #include "frame/object_creation.h"
+#include "platform/guard.h"
 
 namespace orv {
 

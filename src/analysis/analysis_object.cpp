@@ -4,8 +4,8 @@
 #include <atomic>
 #include <utility>
 
-#include "frame/guard.h"
 #include "platform/diagnostics.h"
+#include "platform/guard.h"
 
 namespace orv {
 namespace {

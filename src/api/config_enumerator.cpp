@@ -1,7 +1,7 @@
 #include "api/config_enumerator.h"
 
 #include "api/config_property.h"
-#include "frame/guard.h"
+#include "platform/guard.h"
 #include "platform/text.h"
 
 namespace orv {

@@ -1,7 +1,7 @@
 #include "api/config_property.h"
 
-#include "frame/guard.h"
 #include "frame/text_result.h"
+#include "platform/guard.h"
 
 namespace orv {
 

@@ -1,8 +1,8 @@
 #include "api/control.h"
 
-#include "frame/guard.h"
 #include "frame/text_result.h"
 #include "platform/diagnostics.h"
+#include "platform/guard.h"
 #include "platform/text.h"
 
 namespace orv {

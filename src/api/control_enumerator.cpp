@@ -1,7 +1,7 @@
 #include "api/control_enumerator.h"
 
 #include "api/control.h"
-#include "frame/guard.h"
+#include "platform/guard.h"
 
 namespace orv {
 

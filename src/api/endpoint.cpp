@@ -7,9 +7,9 @@
 #include "api/endpoint_services.h"
 #include "api/mode_enumerator.h"
 #include "api/operating_mode.h"
-#include "frame/guard.h"
 #include "frame/text_result.h"
 #include "platform/diagnostics.h"
+#include "platform/guard.h"
 
 namespace orv {
 namespace {

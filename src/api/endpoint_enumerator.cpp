@@ -6,8 +6,8 @@
 #include "api/endpoint.h"
 #include "config/configuration_file.h"
 #include "endpoints/endpoint_tools.h"
-#include "frame/guard.h"
 #include "platform/diagnostics.h"
+#include "platform/guard.h"
 #include "platform/text.h"
 
 namespace orv {

@@ -4,8 +4,8 @@
 
 #include "api/component.h"
 #include "api/registration.h"
-#include "frame/guard.h"
 #include "intel_dsp/intel_dsp.h"
+#include "platform/guard.h"
 #include "platform/text.h"
 
 namespace {

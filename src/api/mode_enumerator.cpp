@@ -1,6 +1,6 @@
 #include "api/mode_enumerator.h"
 
-#include "frame/guard.h"
+#include "platform/guard.h"
 
 namespace orv {
 

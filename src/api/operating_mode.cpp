@@ -3,9 +3,9 @@
 #include <utility>
 
 #include "api/control_enumerator.h"
-#include "frame/guard.h"
 #include "frame/text_result.h"
 #include "platform/diagnostics.h"
+#include "platform/guard.h"
 #include "platform/text.h"
 
 namespace orv {

@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "api/endpoint_enumerator.h"
-#include "frame/guard.h"
 #include "platform/dynamic_library.h"
+#include "platform/guard.h"
 #include "platform/text.h"
 
 namespace orv {

@@ -1,6 +1,6 @@
 #include "frame/component_factory.h"
 
-#include "frame/guard.h"
+#include "platform/guard.h"
 
 namespace orv {
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <utility>
 
-#include "frame/guard.h"
 #include "intel_dsp/broadwell/driver_client.h"
 #include "intel_dsp/skylake/driver_client.h"
+#include "platform/guard.h"
 
 namespace orv {
 

@@ -1,8 +1,8 @@
 #include "intel_dsp/intel_dsp.h"
 
-#include "frame/guard.h"
 #include "intel_dsp/intel_dsp_object.h"
 #include "platform/diagnostics.h"
+#include "platform/guard.h"
 
 namespace orv {
 

@@ -3,11 +3,11 @@
 #include <memory>
 #include <utility>
 
-#include "frame/guard.h"
 #include "frame/object_creation.h"
 #include "frame/public_controls.h"
 #include "frame/ref_counted.h"
 #include "platform/diagnostics.h"
+#include "platform/guard.h"
 #include "qc_dsp/driver_interface.h"
 #include "qc_dsp/qualcomm_records.h"
 

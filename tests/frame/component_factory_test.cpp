@@ -6,10 +6,10 @@
 #include <chrono>
 #include <future>
 
-#include "frame/guard.h"
 #include "frame/object_creation.h"
 #include "frame/ref_counted.h"
 #include "orv_apo/orv_apo.h"
+#include "platform/guard.h"
 #include "platform/simulated/simulated_machine.h"
 
 namespace orv {

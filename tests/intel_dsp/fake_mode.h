@@ -61,7 +61,7 @@ class FakeMode final : public CountedObject<IORVOperatingMode, IORVAPOControlEnu
   }
   HRESULT STDMETHODCALLTYPE Next(IORVAPOControl** control) override {
     if (next_ == controls_.end()) return S_FALSE;
-    return AtBoundary([&] {
+    return Guard([&] {
       *control = new FakeControl(*next_, next_->first == unreadable ? E_FAIL : S_OK);
       ++next_;
       return S_OK;

@@ -2,23 +2,11 @@
 #pragma once
 
 #include <atomic>
-#include <new>
 
 #include "orv_apo/com.h"
+#include "platform/guard.h"
 
 namespace orv {
-
-// Runs an operation of an object; an exception becomes its status.
-template <class Body>
-HRESULT AtBoundary(Body&& body) noexcept {
-  try {
-    return body();
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  } catch (...) {
-    return E_FAIL;
-  }
-}
 
 // An object that answers IUnknown and the given interfaces. It starts with one reference, which
 // belongs to whoever made it.

@@ -48,7 +48,7 @@ class EndpointStore final : public CountedObject<IPropertyStore> {
 
   HRESULT STDMETHODCALLTYPE GetCount(DWORD* count) override {
     if (count == nullptr) return E_POINTER;
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       if (const auto fault = faults_->Check("store.count")) return *fault;
       *count = static_cast<DWORD>(properties_.size());
       return S_OK;
@@ -57,7 +57,7 @@ class EndpointStore final : public CountedObject<IPropertyStore> {
 
   HRESULT STDMETHODCALLTYPE GetAt(DWORD index, PROPERTYKEY* key) override {
     if (key == nullptr) return E_POINTER;
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       if (const auto fault = faults_->Check("store.get_at")) return *fault;
       if (index >= properties_.size()) return E_INVALIDARG;
       *key = properties_[index].key;
@@ -68,7 +68,7 @@ class EndpointStore final : public CountedObject<IPropertyStore> {
   HRESULT STDMETHODCALLTYPE GetValue(const PROPERTYKEY& key, PROPVARIANT* value) override {
     if (value == nullptr) return E_POINTER;
     PropVariantInit(value);
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       if (const auto fault = faults_->Check("store.get_value")) return *fault;
       const SimulatedProperty* property = Find(key);
       return property == nullptr ? S_OK : CopyProperty(*property, value);

@@ -21,7 +21,7 @@ class Device final : public CountedObject<IMMDevice, IMMEndpoint> {
   HRESULT STDMETHODCALLTYPE Activate(REFIID iid, DWORD, PROPVARIANT*, void** object) override {
     if (object == nullptr) return E_POINTER;
     *object = nullptr;
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       if (const auto fault = faults_->Check("device.activate")) return *fault;
       return ActivateOnEndpoint(devices_, endpoint_, iid, object);
     });
@@ -30,7 +30,7 @@ class Device final : public CountedObject<IMMDevice, IMMEndpoint> {
   HRESULT STDMETHODCALLTYPE OpenPropertyStore(DWORD access, IPropertyStore** store) override {
     if (store == nullptr) return E_POINTER;
     *store = nullptr;
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       if (const auto fault = faults_->Check("device.open_store")) return *fault;
       if (access != STGM_READ) return E_ACCESSDENIED;
       *store = OpenEndpointStore(endpoint_, faults_);
@@ -41,7 +41,7 @@ class Device final : public CountedObject<IMMDevice, IMMEndpoint> {
   HRESULT STDMETHODCALLTYPE GetId(LPWSTR* id) override {
     if (id == nullptr) return E_POINTER;
     *id = nullptr;
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       if (const auto fault = faults_->Check("device.get_id")) return *fault;
       return CopyTaskText(endpoint_.id, id);
     });
@@ -49,7 +49,7 @@ class Device final : public CountedObject<IMMDevice, IMMEndpoint> {
 
   HRESULT STDMETHODCALLTYPE GetState(DWORD* state) override {
     if (state == nullptr) return E_POINTER;
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       if (const auto fault = faults_->Check("device.get_state")) return *fault;
       *state = endpoint_.state;
       return S_OK;
@@ -75,7 +75,7 @@ class DeviceCollection final : public CountedObject<IMMDeviceCollection> {
 
   HRESULT STDMETHODCALLTYPE GetCount(UINT* count) override {
     if (count == nullptr) return E_POINTER;
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       if (const auto fault = faults_->Check("devices.count")) return *fault;
       *count = static_cast<UINT>(devices_.size());
       return S_OK;
@@ -85,7 +85,7 @@ class DeviceCollection final : public CountedObject<IMMDeviceCollection> {
   HRESULT STDMETHODCALLTYPE Item(UINT index, IMMDevice** device) override {
     if (device == nullptr) return E_POINTER;
     *device = nullptr;
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       if (const auto fault = faults_->Check("devices.item")) return *fault;
       if (index >= devices_.size()) return E_INVALIDARG;
       *device = ComPtr<IMMDevice>(devices_[index]).Detach();
@@ -107,7 +107,7 @@ class DeviceEnumerator final : public CountedObject<IMMDeviceEnumerator> {
                                                IMMDeviceCollection** devices) override {
     if (devices == nullptr) return E_POINTER;
     *devices = nullptr;
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       if (const auto fault = faults().Check("devices.enumerate")) return *fault;
       if (flow != eRender && flow != eCapture && flow != eAll) return E_INVALIDARG;
       if ((state_mask & ~DWORD{DEVICE_STATEMASK_ALL}) != 0) return E_INVALIDARG;
@@ -125,7 +125,7 @@ class DeviceEnumerator final : public CountedObject<IMMDeviceEnumerator> {
                                                     IMMDevice** device) override {
     if (device == nullptr) return E_POINTER;
     *device = nullptr;
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       if (const auto fault = faults().Check("devices.default_endpoint")) return *fault;
       if (flow != eRender && flow != eCapture) return E_INVALIDARG;
       if (role != eConsole && role != eMultimedia && role != eCommunications) return E_INVALIDARG;
@@ -144,7 +144,7 @@ class DeviceEnumerator final : public CountedObject<IMMDeviceEnumerator> {
     if (device == nullptr) return E_POINTER;
     *device = nullptr;
     if (id == nullptr) return E_POINTER;
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       if (const auto fault = faults().Check("devices.get_device")) return *fault;
       const auto found = std::find_if(
           endpoints().begin(), endpoints().end(),
@@ -182,7 +182,7 @@ HRESULT CreateSimulatedEnumerator(std::shared_ptr<SimulatedDevices> devices,
                                   IMMDeviceEnumerator** enumerator) {
   if (enumerator == nullptr) return E_POINTER;
   *enumerator = nullptr;
-  return AtBoundary([&]() -> HRESULT {
+  return Guard([&]() -> HRESULT {
     if (const auto fault = devices->faults->Check("devices.create_enumerator")) return *fault;
     *enumerator = new DeviceEnumerator(std::move(devices));
     return S_OK;

@@ -33,7 +33,7 @@ struct PartPlace {
 // Runs an operation of an object unless it has been planned to fail.
 template <class Body>
 HRESULT Operation(const ContextPointer& context, FaultOperation name, Body&& body) noexcept {
-  return AtBoundary([&]() -> HRESULT {
+  return Guard([&]() -> HRESULT {
     if (const auto fault = context->devices->faults->Check(name)) return *fault;
     return body();
   });

@@ -62,7 +62,7 @@ class CaptureService final : public CountedObject<IAudioCaptureClient> {
   HRESULT STDMETHODCALLTYPE GetBuffer(BYTE** data, UINT32* frames, DWORD* flags, UINT64* position,
                                       UINT64* time) override {
     if (data == nullptr || frames == nullptr || flags == nullptr) return E_POINTER;
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       if (const auto fault = faults_->Check("capture.get_buffer")) return *fault;
       if (time != nullptr) *time = 0;
       return buffer_->Take(data, frames, flags, position);
@@ -70,7 +70,7 @@ class CaptureService final : public CountedObject<IAudioCaptureClient> {
   }
 
   HRESULT STDMETHODCALLTYPE ReleaseBuffer(UINT32 frames) override {
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       const HRESULT status = buffer_->GiveBack(frames);
       // The packet is gone whatever the call answers.
       if (const auto fault = faults_->Check("capture.release_buffer")) return *fault;
@@ -80,7 +80,7 @@ class CaptureService final : public CountedObject<IAudioCaptureClient> {
 
   HRESULT STDMETHODCALLTYPE GetNextPacketSize(UINT32* frames) override {
     if (frames == nullptr) return E_POINTER;
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       if (const auto fault = faults_->Check("capture.next_packet_size")) return *fault;
       *frames = buffer_->NextPacket();
       return S_OK;
@@ -100,14 +100,14 @@ class RenderService final : public CountedObject<IAudioRenderClient> {
   HRESULT STDMETHODCALLTYPE GetBuffer(UINT32 frames, BYTE** data) override {
     if (data == nullptr) return E_POINTER;
     *data = nullptr;
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       if (const auto fault = faults_->Check("render.get_buffer")) return *fault;
       return buffer_->Take(frames, data);
     });
   }
 
   HRESULT STDMETHODCALLTYPE ReleaseBuffer(UINT32 frames, DWORD flags) override {
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       if (const auto fault = faults_->Check("render.release_buffer")) return *fault;
       return buffer_->GiveBack(frames, flags);
     });
@@ -130,7 +130,7 @@ class AudioClient final : public CountedObject<IAudioClient> {
                                        REFERENCE_TIME buffer_duration, REFERENCE_TIME periodicity,
                                        const WAVEFORMATEX* format, LPCGUID) override {
     if (format == nullptr) return E_POINTER;
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       if (const auto fault = faults_->Check("audio.initialize")) return *fault;
       if (buffer_ != nullptr) return AUDCLNT_E_ALREADY_INITIALIZED;
       if (mode != AUDCLNT_SHAREMODE_SHARED) return AUDCLNT_E_EXCLUSIVE_MODE_NOT_ALLOWED;
@@ -161,7 +161,7 @@ class AudioClient final : public CountedObject<IAudioClient> {
                                               WAVEFORMATEX** closest) override {
     if (format == nullptr || closest == nullptr) return E_POINTER;
     *closest = nullptr;
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       if (const auto fault = faults_->Check("audio.is_format_supported")) return *fault;
       if (mode != AUDCLNT_SHAREMODE_SHARED) return AUDCLNT_E_UNSUPPORTED_FORMAT;
       if (AcceptedSamples(*format)) return S_OK;
@@ -173,7 +173,7 @@ class AudioClient final : public CountedObject<IAudioClient> {
   HRESULT STDMETHODCALLTYPE GetMixFormat(WAVEFORMATEX** format) override {
     if (format == nullptr) return E_POINTER;
     *format = nullptr;
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       if (const auto fault = faults_->Check("audio.get_mix_format")) return *fault;
       return CopyMixFormat(format);
     });
@@ -182,7 +182,7 @@ class AudioClient final : public CountedObject<IAudioClient> {
   HRESULT STDMETHODCALLTYPE GetDevicePeriod(REFERENCE_TIME* default_period,
                                             REFERENCE_TIME* minimum_period) override {
     if (default_period == nullptr && minimum_period == nullptr) return E_POINTER;
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       if (const auto fault = faults_->Check("audio.get_device_period")) return *fault;
       if (default_period != nullptr) *default_period = kDefaultPeriod;
       if (minimum_period != nullptr) *minimum_period = kMinimumPeriod;
@@ -225,7 +225,7 @@ class AudioClient final : public CountedObject<IAudioClient> {
   // An operation of an initialised client.
   template <class Operation>
   HRESULT Tell(FaultOperation name, Operation&& operation) {
-    return AtBoundary([&]() -> HRESULT {
+    return Guard([&]() -> HRESULT {
       if (const auto fault = faults_->Check(name)) return *fault;
       return buffer_ == nullptr ? AUDCLNT_E_NOT_INITIALIZED : operation();
     });
