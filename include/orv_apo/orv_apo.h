@@ -2,7 +2,7 @@
 //
 // Conventions, valid for every operation below unless it says otherwise:
 // - The result is a status code: S_OK when done; a negative code when not. A null out-parameter
-//   gives E_POINTER.
+//   gives E_POINTER, unless the call is refused for another argument or the modes are at their end.
 // - Out-parameters belong to the caller: texts are freed with SysFreeString, interface pointers are
 //   released. Read one after S_OK only: at the end of a list the endpoint enumerator sets it to
 //   null, the other enumerators leave it as it was.
@@ -13,7 +13,8 @@
 // - Objects made from one another keep each other alive and may be released in any order, on any
 //   thread. Every object, and a class factory that is held or locked, keeps the library loaded.
 // - Nothing throws. When memory runs out the status is E_OUTOFMEMORY and nothing was changed,
-//   except that Next of the endpoint and mode enumerators moves on all the same.
+//   except that Next of the endpoint and mode enumerators moves on all the same, and that a DSP
+//   keeps the blocks that it was sent before.
 //
 // A client creates ORVAPOSystem through its class factory, calls InitializeSystem once, then
 // enumerates endpoints.
@@ -124,7 +125,8 @@ struct IORVAPOControl : IUnknown {
   // others have changed since then is overwritten. Ask the mode for a control enumerator first if
   // others write too. E_FAIL if the mode does not hold the control or could not be stored; in the
   // latter case the mode object answers the new value and stores it with the next put, unless a
-  // control enumerator is asked for in between.
+  // control enumerator is asked for in between. The next put may also store a value whose put gave
+  // E_OUTOFMEMORY.
   virtual HRESULT STDMETHODCALLTYPE get_Value(LONG* value) = 0;
   virtual HRESULT STDMETHODCALLTYPE put_Value(LONG value) = 0;
 };
@@ -216,44 +218,58 @@ ORV_APO_INTERFACE_ID(IORVAPOQCDSP, 60C362FB, 3DDD, 4FA3, 9B, E8, 5A, 73, BD, 46,
 
 // Pushes controls into an Intel DSP: the one on the Broadwell bus if there is one, else the Skylake
 // module of the endpoint's device. The driver clients are one of a kind in the process: the object
-// that was made last serves them all. In every operation `set_default` (0 or not 0) is handed to
-// the driver as the request's apply flag. What the driver refuses gives E_FAIL.
+// that was made last serves them all. `set_default` (0 or not 0) is handed to the driver as the
+// apply flag of the requests that an operation makes; only the verification of a mode and the five
+// equaliser gains of put_Property carry 0. S_OK does not mean that every block was taken: each
+// operation says which refusals it reports, and a diagnostic line reports the others.
 struct IKELAPOIntelDSP : IUnknown {
   // The driver's interface version and feature bits.
   virtual HRESULT STDMETHODCALLTYPE GetAPIVersion(BYTE* ver, BYTE* features) = 0;
   // Name and version of the processing module. The driver's own status if it does not answer.
   virtual HRESULT STDMETHODCALLTYPE GetModuleInfo(BSTR* name, BSTR* ver) = 0;
   // Sends the default mode of a configuration file (full path), public and private controls, from
-  // its modes for the DSP. E_FAIL if the file has none; orv_apo::kAborted if a control stopped the
-  // sequence half way, with the reason in `error_string` (the caller's to free; may be null).
+  // its modes for the DSP. E_FAIL if the file has none, else as WriteControls; the reason of
+  // orv_apo::kAborted is in `error_string` (the caller's to free; may be null).
   virtual HRESULT STDMETHODCALLTYPE ProcessConfigFile(BSTR filename, BSTR* error_string,
                                                       LONG set_default) = 0;
-  // Sends the public controls of a mode, any implementation's. `tech_name` "HPF", "PEQLEFT",
-  // "PEQRIGHT" or "PEQALL" sends those filters only (a Skylake module takes all of them together);
-  // null and any other text send everything. orv_apo::kAborted if a control stopped the sequence
-  // half way.
+  // Sends the public controls of a mode, any implementation's; a mode without any gives S_OK.
+  // `tech_name` "HPF", "PEQLEFT", "PEQRIGHT" or "PEQALL" sends those filters only (a Skylake module
+  // takes all of them together); null and any other text send everything.
+  // A failure of the mode is passed on. Skylake: a block that cannot be computed or is refused does
+  // not stop the others; E_FAIL if the module's twelve blocks of controls do not hold the computed
+  // values afterwards. Filters, other coefficients and the module status are not compared; filters
+  // that are sent alone give their own status. Broadwell: orv_apo::kAborted if a control does not
+  // convert or the driver refuses a block; the rest is not sent. For the equaliser, and in a
+  // configuration file for the high-pass, there is only a diagnostic line. S_OK, and nothing is
+  // sent, if put_dspDeviceId has failed before.
   virtual HRESULT STDMETHODCALLTYPE WriteControls(IORVOperatingMode* op_mode, BSTR tech_name,
                                                   LONG set_default) = 0;
 };
 ORV_APO_INTERFACE_ID(IKELAPOIntelDSP, 18B291C1, BE52, 4D5F, 9B, 06, 6D, 68, 46, 80, 70, B7);
 
 struct IKELAPOIntelDSP2 : IKELAPOIntelDSP {
-  // Switches processing in the DSP on (not 0) or off (0).
+  // Switches processing in the DSP on (not 0) or off (0). E_FAIL if the last request was refused:
+  // the one parameter of a Broadwell DSP, the status of a Skylake module.
   virtual HRESULT STDMETHODCALLTYPE put_APOEnable(LONG val, LONG set_default) = 0;
   // One control of the DSP by its exact name. A Broadwell DSP reads some of its controls, a Skylake
-  // module only "VQ3D-Process Enable" (VT_I4, 0 or 1); E_NOTIMPL for others. `value` is initialised
-  // first; the caller clears it.
+  // module only "VQ3D-Process Enable" (VT_I4, 0 or 1; 0 also if the module does not answer);
+  // E_NOTIMPL for others, E_FAIL if a Broadwell DSP refuses. `value` is initialised first; the
+  // caller clears it.
   virtual HRESULT STDMETHODCALLTYPE get_Property(BSTR prop_name, LONG set_default,
                                                  VARIANT* value) = 0;
-  // Changes one control and what depends on it, in the DSP only: nothing is stored. Controls that
-  // depend on others need a mode to be written first. orv_apo::kAborted if the value cannot be
-  // converted into a block.
+  // Changes one control and what depends on it, in the DSP only: nothing is stored. `value` is
+  // VT_I4 or VT_I8 (whose lower half counts), for choices of a Skylake module also VT_BSTR;
+  // E_INVALIDARG for other types. Controls that depend on others need a mode to be written first.
+  // Skylake: the driver's status if it refuses (of "VQ3D-Process Enable" only if it refuses to
+  // read), E_FAIL if the value or one that it depends on does not convert or leaves its range,
+  // E_INVALIDARG for unknown names. Broadwell: S_OK in all these cases, with a diagnostic line.
   virtual HRESULT STDMETHODCALLTYPE put_Property(BSTR prop_name, LONG set_default,
                                                  VARIANT value) = 0;
   // Equaliser of a Broadwell DSP: one band for each element, all three arrays of the same length;
   // gains in dB (VT_R4), quality factors above 0 (VT_R4), frequencies in Hz above 0 (VT_I4). The
   // first band is a low shelf, the last one a high shelf. kKELAPO_Left is the left channel, any
-  // other member the right one. E_INVALIDARG for arrays that are not such.
+  // other member the right one. E_INVALIDARG for arrays that are not such or whose filters cannot
+  // be designed, E_FAIL if the driver refuses.
   virtual HRESULT STDMETHODCALLTYPE SetPEQ(KELChannel channel, SAFEARRAY* gains_in_db, SAFEARRAY* q,
                                            SAFEARRAY* freq, LONG set_default) = 0;
 };

@@ -58,8 +58,9 @@ class Machine {
   // nowhere. The file need not exist.
   virtual std::optional<std::filesystem::path> HostFile(const std::wstring& path) = 0;
   // The narrow path under which the C runtime opens that file; nullopt also if the path does not
-  // convert to narrow text in the current C locale (in the default locale U+0001 to U+00FF do), or
-  // if the host has no narrow name for the file.
+  // convert to narrow text in the current C locale (in the default locale U+0001 to U+00FF do), if
+  // the host has no narrow name for the file, or on a simulated machine if there is no regular file
+  // under this name but something else.
   virtual std::optional<std::string> HostPath(const std::wstring& path) = 0;
 
  protected:

@@ -181,6 +181,49 @@ TEST_F(IntelDspTest, EveryRequestCarriesTheApplyFlag) {
   }
 }
 
+// As the public header says which refusals an operation reports.
+TEST_F(IntelDspTest, RefusalsHaveTheStatusOfTheirOperation) {
+  auto dsp = OpenSkylake();
+  const auto refuse = [](const char* request, std::optional<std::uint32_t> parameter) {
+    DriverMisbehaviour rule = Misbehave(Kind::Refuse, request, E_ACCESSDENIED);
+    rule.direction = Direction::Set;
+    rule.parameter = parameter;
+    return std::vector{rule};
+  };
+  EXPECT_EQ(Write(dsp, SkylakeMode()), S_OK);
+  FakeControls changed = SkylakeMode();
+  changed["VQ3D-Tone Enable"] = 1 - changed["VQ3D-Tone Enable"];
+  for (const auto& [parameter, whole, filters] :
+       {std::tuple{0x10014408U, E_FAIL, S_OK}, {0x1001440DU, S_OK, E_ACCESSDENIED}}) {
+    machine_.skylake().misbehaviour = refuse(request::kParameter, parameter);
+    EXPECT_EQ(Write(dsp, changed), whole) << parameter;
+    EXPECT_EQ(Write(dsp, changed, 1, "HPF"), filters) << parameter;
+  }
+  machine_.skylake().misbehaviour = refuse(request::kStatus, std::nullopt);
+  EXPECT_EQ(Write(dsp, changed), S_OK);
+  EXPECT_EQ(Put(dsp, "VQ3D-Process Enable", 0), S_OK);
+  EXPECT_EQ(dsp->put_APOEnable(1, 0), E_FAIL);
+  machine_.skylake().misbehaviour = refuse(request::kParameter, std::nullopt);
+  EXPECT_EQ(dsp->put_APOEnable(1, 0), S_OK);
+  EXPECT_EQ(Put(dsp, "VQ3D-Process Enable", 1), S_OK);
+  EXPECT_EQ(Put(dsp, "VQ3D-Tone Enable", 1), E_ACCESSDENIED);
+  EXPECT_EQ(Put(dsp, "VQ3D-Master Volume Volume Step", 101), E_FAIL);
+  EXPECT_EQ(Put(dsp, "VQ3D-Nothing", 1), E_INVALIDARG);
+  EXPECT_EQ(Put(dsp, "VQ3D-Tone Enable", "1"), E_INVALIDARG);
+
+  machine_->description().drivers.broadwell.emplace();
+  dsp = Open();
+  for (const auto& [parameter, mode, file] : {std::tuple{24U, orv_apo::kAborted, S_OK},
+                                              {25U, S_OK, S_OK},
+                                              {6U, orv_apo::kAborted, orv_apo::kAborted}}) {
+    machine_.broadwell().misbehaviour = refuse(request::kParameter, parameter);
+    EXPECT_EQ(Write(dsp, BroadwellMode()), mode) << parameter;
+    EXPECT_EQ(WriteFile(dsp, BroadwellMode(), 1), file) << parameter;
+  }
+  EXPECT_EQ(Put(dsp, "ZENSND-AEQ Enable", 1), S_OK);
+  EXPECT_EQ(dsp->put_APOEnable(1, 0), S_OK);
+}
+
 TEST_F(IntelDspTest, SingleControlsGoOnFromTheLastModeWritten) {
   const auto dsp = OpenSkylake();
   // Twice the definition level, by half the maximum; its field then, in Q1.15.

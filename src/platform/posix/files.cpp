@@ -70,7 +70,8 @@ class TemporaryFile {
 std::optional<FileLock> FileLock::Acquire(const std::filesystem::path& file, std::string& reason) {
   // Opened for reading, because closing a file opened for writing counts as a change to whoever
   // watches the folder. The lock belongs to this opening, so it also keeps our own threads apart.
-  FileDescriptor opened(::open(file.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0666));
+  // Non-blocking: opening a pipe must not wait for its other end.
+  FileDescriptor opened(::open(file.c_str(), O_RDONLY | O_CREAT | O_NONBLOCK | O_CLOEXEC, 0666));
   int result = opened ? 0 : -1;
   if (opened) {
     do {

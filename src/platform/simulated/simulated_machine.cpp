@@ -204,6 +204,11 @@ std::optional<std::filesystem::path> SimulatedMachine::HostFile(const std::wstri
 std::optional<std::string> SimulatedMachine::HostPath(const std::wstring& path) {
   const auto file = HostFile(path);
   if (!file || Narrow(path).empty()) return std::nullopt;
+  // A pipe would keep the C runtime waiting for its other end.
+  std::error_code ignored;
+  const auto type = std::filesystem::status(*file, ignored).type();
+  if (type != std::filesystem::file_type::not_found && type != std::filesystem::file_type::regular)
+    return std::nullopt;
   return CRuntimePath(*file);
 }
 

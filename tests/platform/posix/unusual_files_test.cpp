@@ -23,6 +23,17 @@ TEST(UnusualFiles, FoldersAndPipesAreRefusedByTheirName) {
   }
 }
 
+TEST(UnusualFiles, PipesDoNotKeepTheCallerWaiting) {
+  const MachineFolder folder;
+  std::filesystem::create_directory(folder.path() / "drive_c");
+  for (const char* name : {".registry.lock", "drive_c/pipe.xml"})
+    ASSERT_EQ(::mkfifo((folder.path() / name).c_str(), 0600), 0);
+  const auto machine = folder.Open();
+  EXPECT_EQ(SetBytes(*MachineKey(*machine, L"K"), L"v", {1}), kRegOk);
+  EXPECT_EQ(machine->HostPath(L"C:\\pipe.xml"), std::nullopt);
+  EXPECT_NE(machine->HostPath(L"C:\\missing.xml"), std::nullopt);
+}
+
 TEST(UnusualFiles, AWatchOutlastsAFolderInThePlaceOfItsFile) {
   const MachineFolder folder;
   const auto machine = folder.Open();

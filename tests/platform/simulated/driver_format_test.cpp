@@ -77,6 +77,7 @@ TEST(DriverFormats, RefuseWhatContradictsItself) {
       {skylake, 0x10014401, Words({1, 0x8000, 0, 0}), "offset 4: 32768 is outside"},
       {skylake, 0x10014402, Words({0, Two(0, 1), 0}), "offset 6: a reserved byte"},
       {skylake, 0x1001440D, Words({0, 2}, 56), "an absent high-pass has an order"},
+      {skylake, 0x1001440D, Words({1, 0, 1}, 52), "a high-pass without an order"},
       {skylake, 0x1001440E, Words({0, 0, 1}, 24), "an absent equaliser has an order"},
       {skylake, 0x1001440D, Left(11, kNoFir, 38 + 8), "a high-pass of order 11"},
       {skylake, 0x1001440D, Left(2, 257, 8 + 8 + 261), "257 taps"},

@@ -53,6 +53,7 @@ std::string LeftFault(std::span<const std::byte> block) {
   const auto one = ReadWire<std::uint32_t>(block, 8);
   if (present > 1) return "the high-pass is neither present nor absent";
   if (present == 0 && order != 0) return "an absent high-pass has an order";
+  if (present == 1 && order == 0) return "a high-pass without an order";
   if (order == 1 || order > 10) return "a high-pass of order " + std::to_string(order);
   if (one > 1 || (order != 0 && one != 1)) return "offset 8: the third word is not 1";
   std::size_t words = order == 0 ? 0 : SetWords(order);
