@@ -52,6 +52,12 @@ TEST_F(AnalysisTest, WrongArgumentsAreRefusedAndConsumeNothing) {
   EXPECT_GT(client.Level(0, 1000), kSilence);
 }
 
+TEST_F(AnalysisTest, ARateWithoutBinsHasNoSpectrum) {
+  ListeningClient client(R"(, "mix_format": {"rate": 1023}, "sounds": [{"kind": "noise"}])");
+  ASSERT_EQ(client.Open(), S_OK);
+  EXPECT_EQ(client.Level(0, 100), kSilence);
+}
+
 TEST_F(AnalysisTest, SilentStreamPlaysWhileTheObjectLives) {
   ListeningClient client("", "\"held\"");  // nobody else plays
   ASSERT_EQ(client.Open(), S_OK);

@@ -201,7 +201,8 @@ TEST_F(ConfigTest, PropertiesComeInKeyOrderAndAreFoundByKeyWhateverTheLetterCase
   ASSERT_EQ(properties->get_ConfigProperty(Bstr(L"product name"), property.Put()), S_OK);
   EXPECT_EQ(Texts(*property),
             std::pair(std::wstring(L"Product Name"), std::wstring(L"Example Audio")));
-  EXPECT_THAT((Answers{properties->get_ConfigProperty(nullptr, property.Put()),
+  EXPECT_THAT((Answers{property->get_Key(nullptr), property->get_Value(nullptr),
+                       properties->get_ConfigProperty(nullptr, property.Put()),
                        properties->get_ConfigProperty(Bstr(L"product name"), nullptr),
                        properties->Next(nullptr)}),
               Each(E_POINTER));

@@ -83,7 +83,9 @@ class ComponentFactoryTest : public ::testing::Test {
 };
 
 TEST_F(ComponentFactoryTest, ClassObjectIsTheSameEveryTime) {
+  auto of_another_thread = std::async(std::launch::async, [this] { return Factory(kGood); });
   EXPECT_EQ(Factory(kGood).get(), Factory(kGood).get());
+  EXPECT_EQ(Factory(kGood).get(), of_another_thread.get().get());
   EXPECT_NE(Factory(kGood).get(), Factory(kRefusing).get());
   EXPECT_TRUE(module_.ReadyToUnload());
 

@@ -19,7 +19,8 @@ constexpr char kScript[] = R"(
     Shared = s 'mine' { Part }
     Delete Obsolete
     NoRemove Kept = s 'stays' { val Ours = d 1 }
-  })";
+  }
+  HKCU { Second })";
 
 class RegistrarTest : public ::testing::Test {
  protected:
@@ -45,6 +46,7 @@ TEST_F(RegistrarTest, RegisteringAgainClearsOnlyForcedKeys) {
   EXPECT_FALSE(Has(L"CLSID\\{1-2}\\Left over"));
   EXPECT_TRUE(Has(L"Shared\\Left over"));
   EXPECT_FALSE(Has(L"Obsolete"));
+  EXPECT_TRUE(HasKey(*machine_, L"Second", RegRoot::CurrentUser));
 }
 
 TEST_F(RegistrarTest, UnregisteringRemovesWhatIsItsOwn) {

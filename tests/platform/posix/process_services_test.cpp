@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <thread>
 
 #include "platform/diagnostics.h"
 #include "platform/dynamic_library.h"
@@ -45,6 +46,19 @@ TEST(DebugOutputDeathTest, LinesGoWhereTheEnvironmentSays) {
   EXPECT_EQ(ReadWholeFile(file, 1000, reason), line + line);
   ::unsetenv("ORV_DIAGNOSTICS");
   ::unsetenv("ORV_TEST_LOG");
+}
+
+TEST(TerminatedThread, LeavesEverySignalToTheHost) {
+  const auto thread = Thread::Start([] {
+    std::this_thread::sleep_for(std::chrono::hours(1));
+    return 0U;
+  });
+  ASSERT_TRUE(thread && thread->Terminate(1));
+  for (int number = SIGRTMIN; number <= SIGRTMAX; ++number) {
+    struct sigaction action {};
+    ::sigaction(number, nullptr, &action);
+    EXPECT_EQ(action.sa_handler, SIG_DFL) << number;
+  }
 }
 
 // A file may grow to `bytes` and no further while this lives.

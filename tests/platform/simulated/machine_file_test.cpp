@@ -99,6 +99,8 @@ TEST(MachineFile, RefusalsNameTheLineTheFieldAndTheNearestName) {
       {"{\"events\": [1]}", 1, "events[0]: expected text"},
       {"{\"drivers\": {\"skylake\": {\"endpoints\": [\n{\"id\": \"x\"}]}}}", 2,
        "endpoints[0].id: no endpoint of this machine"},
+      {R"({"drivers": {"skylake": {"endpoints": [], "other_modules": [{"id": "{1}"}]}}})", 1,
+       "id: expected {XXXX"},
       {"{\"drivers\": {\"broadwell\": {\"features\": 256}}}", 1, "a number from 0 to 255"},
       {"{\"drivers\": {\"broadwell\": {\"module\": {\"name\": \"" + std::string(64, 'x') + "\"}}}}",
        1, "longer than 63 bytes"},

@@ -12,7 +12,7 @@ namespace {
 using NamedNumber = JsonField::NamedNumber;
 
 constexpr std::size_t kLargestFile = std::size_t{256} << 20;  // bytes
-constexpr std::uint32_t kLeastRate = 1024;                    // Hz
+constexpr std::uint32_t kLeastRate = 1000;                    // Hz
 constexpr std::uint32_t kMostRate = 768000;
 constexpr std::uint32_t kMostChannels = 64;
 constexpr std::uint32_t kMostPacketFrames = 1 << 20;
