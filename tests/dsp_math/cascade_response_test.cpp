@@ -1,12 +1,17 @@
 #include "dsp_math/cascade_response.h"
 
+#include <gtest/gtest.h>
+
 #include <cmath>
 #include <numbers>
+#include <vector>
 
-#include "designed_words.h"
+#include "dsp_math/filter_steps.h"
 
 namespace orv {
 namespace {
+
+constexpr std::int32_t kRate = 48000;
 
 Cascade Butterworth(float frequency, std::int32_t order, std::int32_t kind) {
   std::vector<FilterSection> sections(ButterworthSections(order));

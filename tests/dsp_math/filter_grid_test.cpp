@@ -1,55 +1,85 @@
-// Bands word by word against designs in extended precision, every kind of design against the data.
+// The scaling of cascades against extended precision, every kind of design against the data.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <vector>
 
-#include "designed_words.h"
-#include "filter_reference.h"
+#include "dsp_math/filter_design.h"
+#include "dsp_math/filter_steps.h"
 #include "support/reference_data.h"
 
 namespace orv {
 namespace {
 
-// Up to 10 Hz below half the rate: closer to it, single precision no longer tells the poles of the
-// sharpest filters from the unit circle.
-constexpr float kFrequencies[] = {20, 63, 1000, 15000, 23990};
+using Wide = long double;
 
-template <class Word>
-std::vector<std::int64_t> Widened(const std::vector<Word>& words) {
-  return {words.begin(), words.end()};
-}
+struct Node {
+  float total = 0;
+  float block = 0;
+  void Count(float value) { block += std::fabs(value); }
+  void EndBlock() {
+    total += block;
+    block = 0;
+  }
+};
 
-std::vector<std::int64_t> ReferenceWords(const std::vector<FilterBand>& bands) {
-  std::vector<reference::Section> sections;
-  for (const FilterBand& band : bands) sections.push_back(reference::Band(band, kRate));
-  return reference::Words(std::move(sections), 32);
-}
-
-void CompareBand(const FilterBand& band) {
-  EXPECT_EQ(Widened(BandWords({band})), ReferenceWords({band}))
-      << "type " << band.type << ", " << band.frequency << " Hz, Q " << band.q << ", "
-      << band.gain_db << " dB, invert " << band.invert;
-}
-
-TEST(FilterGrid, EveryBandTypeMatchesTheReference) {
-  int count = 0;
-  for (const float frequency : kFrequencies) {
-    for (const float q : {0.1F, 0.707F, 30.0F}) {
-      for (const float gain : {-24.0F, 3.0F, 24.0F}) {
-        const int invert = ++count % 2 == 0 ? -1 : 0;
-        for (std::int32_t type = 0; type < 10; ++type)
-          CompareBand({type, frequency, q, gain, invert});
+// One section after another, a block at a time; only states, outputs and sums are single precision.
+std::vector<float> Levels(const std::vector<FilterSection>& sections) {
+  struct State {
+    float s0 = 0, s1 = 0;
+    Node nodes[3];
+  };
+  std::vector<State> states(sections.size());
+  float last = 1;
+  for (int block = 0; block < 11 || (block < 65536 && last > 1.28e-10F); ++block) {
+    std::vector<float> signal(128);
+    signal[0] = block == 0 ? 1.0F : 0.0F;
+    for (std::size_t i = 0; i < sections.size(); ++i) {
+      const FilterSection& f = sections[i];
+      auto& [s0, s1, nodes] = states[i];
+      for (float& sample : signal) {
+        const Wide x = sample;
+        sample = float(f.b0 * x + s0);
+        s0 = float(f.b1 * x + f.a1 * Wide(sample) + s1);
+        s1 = float(f.b2 * x + f.a2 * Wide(sample));
+        nodes[0].Count(sample);
+        nodes[1].Count(s0);
+        nodes[2].Count(s1);
       }
+      last = nodes[0].block;
+      for (Node& node : nodes) node.EndBlock();
     }
   }
+  std::vector<float> levels;
+  for (const State& state : states) {
+    levels.push_back(std::max({state.nodes[0].total, state.nodes[1].total, state.nodes[2].total}));
+  }
+  return levels;
 }
 
-TEST(FilterGrid, CascadesOfEveryLengthMatchTheReference) {
-  std::vector<FilterBand> bands;
+TEST(FilterGrid, CascadesOfEveryLengthAreScaledAsTheReferenceSays) {
+  std::vector<FilterSection> designed;
   for (int i = 0; i < 26; ++i) {
     const float position = static_cast<float>(i * 11 % 24);
-    bands.push_back({i * 7 % 10, 40 + 900 * position, 0.4F + 0.2F * position,
-                     static_cast<float>(i % 5) - 2, i % 3});
-    EXPECT_EQ(Widened(BandWords(bands)), ReferenceWords(bands)) << bands.size() << " bands";
+    DesignBand({i * 7 % 10, 40 + 900 * position, 0.4F + 0.2F * position,
+                static_cast<float>(i % 5) - 2, i % 3},
+               48000, designed.emplace_back());
+    const std::vector<float> levels = Levels(designed);
+    auto scaled = designed;
+    std::vector<char> workspace(FilterWorkspace(scaled.size()));
+    float* storage = reinterpret_cast<float*>(workspace.data());
+    EXPECT_EQ(ScaleSectionsL1(scaled.data(), scaled.size(), storage), levels.back());
+    float before = 1;
+    for (std::size_t n = 0; n < scaled.size(); ++n) {
+      const float ratio = levels[n] / before;
+      before = levels[n];
+      EXPECT_EQ(scaled[n].b0, designed[n].b0 / ratio) << scaled.size() << " bands";
+      EXPECT_EQ(scaled[n].b1, designed[n].b1 / ratio);
+      EXPECT_EQ(scaled[n].b2, designed[n].b2 / ratio);
+    }
   }
 }
 
