@@ -75,7 +75,6 @@ class LoadedComponent {
   HMODULE module() const noexcept { return module_; }
   HRESULT CanUnloadNow() const { return Export<ORVDllCanUnloadNow>("DllCanUnloadNow")(); }
   HRESULT Register() const { return Export<ORVDllRegisterServer>("DllRegisterServer")(); }
-  HRESULT Unregister() const { return Export<ORVDllUnregisterServer>("DllUnregisterServer")(); }
   HRESULT Install(BOOL install, const wchar_t* command) const {
     return Export<ORVDllInstall>("DllInstall")(install, command);
   }

@@ -20,13 +20,6 @@ MACHINE = "HKEY_LOCAL_MACHINE\\"
 MAKER_KEY = MACHINE + r"Software\ORV Labs"
 MACHINE_CLASSES = MACHINE + r"Software\Classes"
 USER_CLASSES = r"HKEY_CURRENT_USER\Software\Classes"
-PROPERTIES = MACHINE + r"SOFTWARE\Microsoft\Windows\CurrentVersion\MMDevices\Audio\Render\%s\Properties"
-# Own records of an endpoint: another key for its values, another configuration file.
-OWN_KEY = r"Software\ORV Labs\Elsewhere"
-OWN_FILE = "own.xml"
-OWN_CONFIGURATION = os.path.join("ProgramData", "ORV Labs", "APO", "hdmi_config.xml")
-RECORDS = {"{1028ECF3-0EB3-440C-9B9B-C2A7B8303FCA},0": OWN_KEY,
-           "{1028ECF3-0EB3-440C-9B9B-C2A7B8303FCA},2": "C:\\" + OWN_FILE}
 DEADLINE = 120  # seconds for any one program
 
 options = None
@@ -81,9 +74,6 @@ class System:
             raise AssertionError(f"orvctl {' '.join(arguments)}: {status}\n{output}{errors}")
         return json.loads(output) if output.strip() else None
 
-    def row(self):
-        return next(row for row in self.orvctl("endpoints") if self.endpoint in row["name"])
-
     def stored(self, registry):
         found = registry.get((MACHINE + self.apo_key).lower(), {})
         # The system directory is spelled as the platform spells it.
@@ -102,26 +92,13 @@ class Native(System):
         self.environment = dict(os.environ, ORV_MACHINE=self.machine)
         self.program = os.path.join(options.native, "bin", "orvctl")
         self.registry = os.path.join(self.machine, "registry.reg")
-        row = self.row()
-        self.guid = row["id"].split(".")[-1]
-        self.apo_key = row["registry_path"]
+        self.apo_key = next(row for row in self.orvctl("endpoints") if self.endpoint in row["name"])["registry_path"]
 
     def command(self, program):
         return [program]
 
     def values(self):
         return self.stored(registry_values(self.registry))
-
-    def write_records(self):
-        shutil.copy(os.path.join(SAMPLE, "drive_c", OWN_CONFIGURATION), os.path.join(self.machine, "drive_c", OWN_FILE))
-        shutil.copy(self.registry, self.registry + ".before")
-        lines = ["", f"[{PROPERTIES % self.guid}]"]
-        lines += ['"{}"="{}"'.format(name, text.replace("\\", "\\\\")) for name, text in RECORDS.items()]
-        with open(self.registry, "w", encoding="utf-8") as file:
-            file.write(export_text(self.registry + ".before") + "\n".join([*lines, ""]))
-
-    def remove_records(self):
-        os.replace(self.registry + ".before", self.registry)
 
 
 class Windows(System):
@@ -151,15 +128,6 @@ class Windows(System):
     def register(self, *arguments):
         self.done("regsvr32", "/s", *arguments, self.component)
 
-    def find_endpoint(self):
-        rows = self.orvctl("endpoints")
-        self.properties = PROPERTIES % rows[0]["id"].split(".")[-1]
-        self.apo_key = rows[0]["registry_path"]
-        if self.apo_key != OWN_KEY:
-            return rows
-        self.remove_records()  # left by a run that did not come to its end
-        return self.find_endpoint()
-
     def export(self, key):
         self.done("reg", "export", key, windows_path(self.exported), "/y")
         return registry_values(self.exported)
@@ -171,16 +139,6 @@ class Windows(System):
         """All classes and type libraries that are registered, for the machine and for the user."""
         places = (MACHINE_CLASSES + r"\CLSID", MACHINE_CLASSES + r"\TypeLib", USER_CLASSES)
         return {key: values for place in places for key, values in self.export(place).items()}
-
-    def write_records(self):
-        shutil.copy(os.path.join(SAMPLE, "drive_c", OWN_CONFIGURATION), os.path.join(self.drive, OWN_FILE))
-        for name, text in RECORDS.items():
-            self.done("reg", "add", self.properties, "/v", name, "/d", text, "/f")
-
-    def remove_records(self):
-        for name in RECORDS:
-            self.call("reg", "delete", self.properties, "/v", name, "/f")
-        self.call("reg", "delete", MACHINE + OWN_KEY, "/f")
 
 
 class EndToEnd(unittest.TestCase):
@@ -194,7 +152,8 @@ class EndToEnd(unittest.TestCase):
         cls.windows = Windows(cls.folder.name)
         cls.windows.register()
         cls.addClassCleanup(cls.windows.register, "/u")
-        cls.rows = cls.windows.find_endpoint()
+        cls.rows = cls.windows.orvctl("endpoints")
+        cls.windows.apo_key = cls.rows[0]["registry_path"]
 
     def both(self, *arguments):
         """The same command on both; `E` stands for the endpoint. Answers and stored bytes are the same."""
@@ -228,22 +187,6 @@ class EndToEnd(unittest.TestCase):
         _, stored = self.both("mode", "E", "--default")
         self.assertEqual(set(stored), {"ApoOpMode:Movie/Internal", "ApoOpMode:Voice/Internal", "OrvApoCurrOpMode",
                                        "OrvApoGlobal", "OrvApoTechDllPath"})
-
-    def test_own_records_choose_key_and_configuration(self):
-        for system in (self.native, self.windows):
-            before = system.apo_key
-            self.addCleanup(setattr, system, "apo_key", before)
-            self.addCleanup(system.remove_records)
-            system.write_records()
-            row = system.row()
-            self.assertEqual((row["config_file"], row["registry_path"]), ("C:\\" + OWN_FILE, OWN_KEY))
-            system.apo_key = row["registry_path"]
-        modes, stored = self.both("modes", "E")
-        self.assertEqual([mode["name"] for mode in modes], ["ApoOpMode:Music/HDMI", "ApoOpMode:Movie/HDMI"])
-        self.assertEqual(set(stored), {"OrvApoTechDllPath"})
-        self.both("mode", "E", "Music/HDMI")
-        _, stored = self.both("set", "E", "VQ3D-DPHD Level", "33", "--mode", "Movie/HDMI")
-        self.assertEqual(set(stored), {"ApoOpMode:Movie/HDMI", "OrvApoCurrOpMode", "OrvApoTechDllPath"})
 
     def test_orvctl_registers_what_the_platforms_tool_registers(self):
         self.addCleanup(self.windows.register)
