@@ -91,24 +91,6 @@ TEST_F(Files, RefusedReplacementChangesNothing) {
   EXPECT_EQ(reason, "No such file or directory");
 }
 
-TEST_F(Files, ReaderNeverSeesAMixture) {
-  const std::string old_content(50000, 'a');
-  const std::string new_content(70000, 'b');
-  Write("registry.reg", old_content);
-  const auto writer = Thread::Start([&] {
-    std::string ignored;
-    for (int i = 0; i < 50; ++i)
-      ReplaceFileContent(path() / "registry.reg", i % 2 == 0 ? new_content : old_content, ignored);
-    return 0U;
-  });
-  ASSERT_TRUE(writer);
-  do {
-    const auto content = Read("registry.reg");
-    ASSERT_TRUE(content);
-    ASSERT_TRUE(*content == old_content || *content == new_content);
-  } while (!writer->Wait(0ms));
-}
-
 TEST_F(Files, LockIsHeldUntilItsLastOwnerIsGone) {
   auto first = FileLock::Acquire(path() / ".lock", reason);
   ASSERT_TRUE(first);

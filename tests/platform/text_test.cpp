@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/guid_text.h"
+#include "platform/registry.h"
 #include "support/locale.h"
 
 namespace orv {
@@ -89,6 +90,15 @@ TEST(Paths, LosingTheirLastElementKeepTheirRoot) {
                                                              {L"x", L""},
                                                              {L"", L""}};
   for (const auto& [path, rest] : cases) EXPECT_EQ(RemoveLastPathElement(path), rest);
+}
+
+TEST(RegistryTexts, GoThereAndBackAsLittleEndianUnits) {
+  using Bytes = std::vector<std::uint8_t>;
+  const auto text = [](const Bytes& bytes) { return RegistryText(bytes.data(), bytes.size()); };
+  EXPECT_EQ(RegistryTextBytes(L"A\xD83C"), (Bytes{0x41, 0, 0x3C, 0xD8, 0, 0}));
+  EXPECT_EQ(text(RegistryTextBytes(L"ORV \x20AC")), L"ORV \x20AC");
+  EXPECT_EQ(text({0x41, 0, 0, 0, 0x42, 0}), std::nullopt) << "the end is no terminator";
+  EXPECT_EQ(text({0x00}), std::nullopt);
 }
 
 TEST(GuidText, GoesThereAndBackAndRefusesEveryOtherForm) {

@@ -122,6 +122,21 @@ TEST(SimulatedMachine, AnImportAddsToTheRegistryAndSignalsWhatChanged) {
   EXPECT_EQ(error.line, 2);
 }
 
+TEST(SimulatedMachine, AValueThatGrowsWhileItIsReadIsAskedForAgainButNotForEver) {
+  const auto machine = SimulatedMachine::InMemory();
+  const auto key = MachineKey(*machine, L"K");
+  SetBytes(*key, L"v", {1, 2});
+  std::uint32_t type = 0;
+  std::vector<std::uint8_t> bytes{0xCC};
+  machine->faults().FailAlways("registry.query_value", kRegMoreData);
+  EXPECT_EQ(ReadValue(*key, L"v", type, bytes), kRegMoreData);
+  EXPECT_EQ(bytes, std::vector<std::uint8_t>{0xCC});
+  machine->faults().Clear();
+  machine->faults().FailNth("registry.query_value", 2, kRegMoreData);
+  EXPECT_EQ(ReadValue(*key, L"v", type, bytes), kRegOk);
+  EXPECT_EQ(bytes, (std::vector<std::uint8_t>{1, 2}));
+}
+
 class InMemory final : public MachineUnderTest {
  public:
   InMemory() : machine_(SimulatedMachine::InMemory()) {

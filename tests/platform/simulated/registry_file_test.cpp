@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <thread>
 
 #include "platform/files.h"
@@ -126,7 +125,6 @@ TEST(RegistryFile, AWriteTakesAwayWhatAKilledWriterLeft) {
   EXPECT_FALSE(std::filesystem::exists(folder.path() / ".registry.reg.new"));
 }
 
-// The process "left" writes, and so does this one over a second machine.
 TEST(RegistryFile, TwoWritersLoseNothingAndAWatchSeesTheFinalState) {
   const MachineFolder folder;
   const auto machine = folder.Open();
@@ -136,19 +134,14 @@ TEST(RegistryFile, TwoWritersLoseNothingAndAWatchSeesTheFinalState) {
   Event elsewhere(Event::Kind::AutoReset);
   ASSERT_EQ(bystander->NotifyChange(true, kNotifyLastSet | kNotifyName, elsewhere), kRegOk);
   constexpr std::uint8_t kCount = 200;
-  std::thread left([&] {
-    std::string command = "\"" ORV_REGISTRY_WRITER "\" \"" + folder.path().string() + "\" left " +
-                          std::to_string(kCount);
-    // The other system's command interpreter takes one pair of quotes off.
-    if (folder.path().has_root_name()) command = "\"" + command + "\"";
-    EXPECT_EQ(std::system(command.c_str()), 0);
-  });
-  std::thread right([&] {
-    const auto second = folder.Open();
-    const auto own_key = MachineKey(*second, L"Software\\Shared");
+  const auto write = [&folder](const std::wstring& name) {
+    const auto own_machine = folder.Open();
+    const auto own_key = MachineKey(*own_machine, L"Software\\Shared");
     for (std::uint8_t i = 0; i < kCount; ++i)
-      EXPECT_EQ(SetBytes(*own_key, L"right" + std::to_wstring(i), {i}), kRegOk);
-  });
+      EXPECT_EQ(SetBytes(*own_key, name + std::to_wstring(i), {i}), kRegOk);
+  };
+  std::thread left(write, L"left");
+  std::thread right(write, L"right");
   const auto complete = [&] {
     for (const wchar_t* writer : {L"left", L"right"})
       for (std::uint8_t i = 0; i < kCount; ++i)

@@ -13,7 +13,6 @@
 #include "platform/wide_format.h"
 #include "platform/windows/substituted_call.h"
 #include "platform/windows/system_error_text.h"
-#include "platform/windows/under_wine.h"
 #include "support/locale.h"
 #include "support/temporary_folder.h"
 
@@ -77,27 +76,6 @@ TEST(Module, IsNeitherAnyFileNorASystemLibraryByName) {
   EXPECT_FALSE(module.Load(folder.path() / "missing.dll"));
   EXPECT_FALSE(module.Load("setupapi.dll"));
   EXPECT_FALSE(module.loaded());
-}
-
-TEST(Replacement, WorksWhileAReaderHasTheFileOpen) {
-  // Seen on Wine 8.0: no file is renamed over one that is open, however it is shared (access
-  // denied), and the call that would (POSIX semantics) is not known (invalid parameter).
-  if (IsUnderWine()) GTEST_SKIP() << "no system call of Wine replaces an open file";
-  const TemporaryFolder folder;
-  const auto file = folder.path() / kUnusualFolder;
-  std::string reason;
-  ASSERT_TRUE(ReplaceFileContent(file, "old", reason)) << reason;
-  const HANDLE reader = ::CreateFileW(file.c_str(), GENERIC_READ,
-                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                      nullptr, OPEN_EXISTING, 0, nullptr);
-  ASSERT_NE(reader, INVALID_HANDLE_VALUE);
-  EXPECT_TRUE(ReplaceFileContent(file, "new", reason)) << reason;
-  char content[4] = {};
-  DWORD size = 0;
-  EXPECT_NE(::ReadFile(reader, content, 3, &size, nullptr), 0);
-  EXPECT_STREQ(content, "old");
-  ::CloseHandle(reader);
-  EXPECT_EQ(ReadWholeFile(file, 100, reason), "new");
 }
 
 TEST(Replacement, WaitsForAReaderThatClosesTheFile) {
@@ -204,15 +182,6 @@ TEST(SystemErrorText, IsUtf8WithoutLineEndWhateverTheLanguage) {
 std::wstring Format(const wchar_t* format, const char* text) {
   wchar_t buffer[64];
   return {buffer, FormatWide(buffer, std::size(buffer), format, {text, text})};
-}
-
-TEST(CodePage, Western) {
-  const Locale locale(".1252");
-  ASSERT_TRUE(locale.known);
-  EXPECT_EQ(Widen("H\xF6rer \x80"), L"H\x00F6rer \x20AC");
-  EXPECT_EQ(Narrow(L"H\x00F6rer \x20AC"), "H\xF6rer \x80");
-  EXPECT_EQ(Narrow(L"\x4E2D"), "");
-  EXPECT_EQ(Narrow(L"\xD83C\xDFA7"), "");
 }
 
 TEST(CodePage, WithCharactersOfTwoBytes) {
