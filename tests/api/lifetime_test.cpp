@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "api_fixture.h"
-#include "support/failing_allocator.h"
+#include "support/every_failure.h"
 
 namespace orv {
 namespace {
@@ -137,24 +137,16 @@ class OutOfMemoryTest : public LifetimeTest {
   using Operation = std::function<HRESULT()>;
 
   static void ExpectNothingLost(const char* name, const Operation& operation) {
-    ASSERT_GE(operation(), S_OK) << name;  // what is built once is there
+    SCOPED_TRACE(name);
+    ASSERT_GE(operation(), S_OK);  // what is built once is there
     const std::uint32_t objects = ComponentModule().lock_count();
-    // Every one of the first fifty, then ever fewer: operations with thousands of allocations
-    // repeat the same few.
-    for (std::size_t nth = 1;; nth += 1 + nth / 50) {
-      HRESULT status = S_OK;
-      bool failed = false;
-      {
-        const FailingAllocations failing(nth);
-        status = operation();
-        failed = failing.failed();
-      }
-      if (!failed) break;
-      ASSERT_TRUE(SUCCEEDED(status) || status == E_OUTOFMEMORY)
-          << name << ", allocation " << nth << ": 0x" << std::hex << status;
-      ASSERT_EQ(ComponentModule().lock_count(), objects) << name << ", allocation " << nth;
-      ASSERT_GE(operation(), S_OK) << name << " after allocation " << nth;
-    }
+    HRESULT status = S_OK;
+    WithEveryAllocationFailing([&] { status = operation(); },
+                               [&](std::size_t) {
+                                 ASSERT_TRUE(SUCCEEDED(status) || status == E_OUTOFMEMORY);
+                                 ASSERT_EQ(ComponentModule().lock_count(), objects);
+                                 ASSERT_GE(operation(), S_OK);
+                               });
   }
 
   // An operation with an out-parameter, in which a failure leaves null or the poison.
