@@ -10,7 +10,6 @@
 #include "platform/dynamic_library.h"
 #include "platform/files.h"
 #include "platform/text.h"
-#include "platform/wide_format.h"
 #include "platform/windows/substituted_call.h"
 #include "platform/windows/system_error_text.h"
 #include "support/locale.h"
@@ -179,18 +178,12 @@ TEST(SystemErrorText, IsUtf8WithoutLineEndWhateverTheLanguage) {
   EXPECT_EQ(SystemErrorText(ERROR_KEY_DELETED), Utf8FromWide(L"\x4E2D\x97F3 gel\x00F6scht"));
 }
 
-std::wstring Format(const wchar_t* format, const char* text) {
-  wchar_t buffer[64];
-  return {buffer, FormatWide(buffer, std::size(buffer), format, {text, text})};
-}
-
 TEST(CodePage, WithCharactersOfTwoBytes) {
   const Locale locale(".932");
   ASSERT_TRUE(locale.known);
   EXPECT_EQ(Widen("\x89\xB9 dB"), L"\x97F3 dB");
   EXPECT_EQ(Narrow(L"\x97F3 dB"), "\x89\xB9 dB");
   EXPECT_EQ(Widen("cut \x89"), L"");
-  EXPECT_EQ(Format(L"%3hs|%.1hs", "\x89\xB9"), L"  \x97F3|\x97F3");
 }
 
 }  // namespace
