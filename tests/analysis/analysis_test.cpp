@@ -71,6 +71,9 @@ TEST_F(AnalysisTest, SilentStreamPlaysWhileTheObjectLives) {
   client.Step(std::chrono::milliseconds(20));
   EXPECT_EQ(client.Level(0, 1000), kSilence);
   EXPECT_EQ(client.machine->faults().Calls("capture.get_buffer"), 2U);
+  client.Step(std::chrono::hours(1));
+  client.Level(0, 1000);
+  EXPECT_EQ(client.machine->faults().Calls("capture.get_buffer"), 4U) << "the engine keeps two";
   EXPECT_EQ(client.Peaks(), std::vector<float>(8, kSilence));
 
   EXPECT_TRUE(client.endpoint_alive) << "held by the object";

@@ -121,12 +121,14 @@ TEST(ConfigurationReader, ControlTextIsTheLastChildWhateverItIs) {
 TEST(ConfigurationReader, PublicControlsAndTheKeyAreToldApart) {
   const Reading reading = Read(
       WithMode("<control name='p' public='TRUE'>1</control><control name='q' public='1'>2</control>"
-               "<control name='r'>3</control>",
+               "<control name='r'>3</control><control name='p'>4</control>",
                "auto_mic='True'"));
   ASSERT_EQ(reading.content.modes.size(), 1U);
   EXPECT_THAT(Texts(reading.mode(0).GetPublicControls()), ElementsAre(Pair("p", "1")));
   EXPECT_THAT(Texts(reading.mode(0).GetPrivateControls()),
-              ElementsAre(Pair("q", "2"), Pair("r", "3")));
+              ElementsAre(Pair("p", "4"), Pair("q", "2"), Pair("r", "3")));
+  EXPECT_THAT(Texts(reading.mode(0).GetDefaultControls()),
+              ElementsAre(Pair("p", "4"), Pair("q", "2"), Pair("r", "3")));
   EXPECT_TRUE(reading.mode(0).IsAutoMic());
   EXPECT_THAT(reading.content.mode_lines, ElementsAre(3));
 
@@ -244,21 +246,6 @@ TEST(ModeKey, IsValidWhenBothTextsDifferFromTheirDefaults) {
   EXPECT_FALSE(key.Equals(Key("movie", "Internal")));
   EXPECT_FALSE(key.ReadFrom(ListOf({{kOperatingModeControl, "Music"}})));
   EXPECT_EQ(key.GetModeName(), L"ApoOpMode:Music/ZAPO3-Disabled");
-}
-
-TEST(OperatingMode, CompletingTakesTheKeyOutAndUnitesTheDefaults) {
-  ORVAPOOperatingMode mode;
-  mode.public_controls() = ListOf({{"A", "1"}, {"B", "2"}});
-  mode.private_controls() = ListOf({{"B", "3"},
-                                    {"C", "4"},
-                                    {kOperatingModeControl, "Movie"},
-                                    {kSpeakerTypeControl, "Internal"}});
-  ASSERT_TRUE(mode.CompleteRead());
-  EXPECT_TRUE(mode.GetModeKey().Equals(Key("Movie", "Internal")));
-  EXPECT_THAT(Texts(mode.GetPublicControls()), ElementsAre(Pair("A", "1"), Pair("B", "2")));
-  EXPECT_THAT(Texts(mode.GetPrivateControls()), ElementsAre(Pair("B", "3"), Pair("C", "4")));
-  EXPECT_THAT(Texts(mode.GetDefaultControls()),
-              ElementsAre(Pair("A", "1"), Pair("B", "3"), Pair("C", "4")));
 }
 
 TEST(OperatingMode, DeferredContentIsReadOnceForAllCopies) {

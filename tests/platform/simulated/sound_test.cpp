@@ -1,7 +1,8 @@
 #include <gmock/gmock.h>
 
+#include <cstring>
+
 #include "platform/audio_client.h"
-#include "platform/com_ptr.h"
 #include "platform/simulated/machine_folder.h"
 #include "platform/simulated/sound/stream_buffers.h"
 
@@ -118,116 +119,87 @@ TEST(Playback, RefusalsNameTheLineAndTheReason) {
   }
 }
 
-// A loopback stream on a machine's speakers.
+// A loopback stream on speakers of one channel, as the audio engine has it.
 class Listener {
  public:
-  Listener(SimulatedMachine& machine, const std::string& endpoint, const std::string& clock) {
-    SimulatedEndpoint speakers;
-    speakers.id = kSpeakers;
-    machine.description().endpoints = {speakers};
+  Listener(const std::string& endpoint, const std::string& clock,
+           const std::filesystem::path& drive_c = {}) {
+    std::vector<SimulatedEndpoint> endpoints(1);
+    endpoints[0].id = kSpeakers;
     FileError error;
-    EXPECT_TRUE(machine.SetPlayback(
-        "{\"clock\": \"" + clock + "\"," + OnSpeakers(endpoint).substr(1), error))
-        << error.Text();
-    ComPtr<IMMDeviceEnumerator> enumerator;
-    ComPtr<IMMDevice> device;
-    EXPECT_EQ(machine.CreateDeviceEnumerator(enumerator.Put()), S_OK);
-    EXPECT_EQ(enumerator->GetDevice(kSpeakers, device.Put()), S_OK);
-    EXPECT_EQ(device->Activate(IID_IAudioClient, CLSCTX_ALL, nullptr, client.PutVoid()), S_OK);
-    WAVEFORMATEX* format = nullptr;
-    EXPECT_EQ(client->GetMixFormat(&format), S_OK);
-    EXPECT_EQ(client->Start(), AUDCLNT_E_NOT_INITIALIZED);
-    EXPECT_EQ(client->Initialize(AUDCLNT_SHAREMODE_SHARED, AUDCLNT_STREAMFLAGS_LOOPBACK, 100000, 0,
-                                 format, nullptr),
-              S_OK);
-    CoTaskMemFree(format);
-    EXPECT_EQ(client->GetService(IID_IAudioCaptureClient, capture.PutVoid()), S_OK);
-    EXPECT_EQ(client->Start(), S_OK);
+    auto playback =
+        ParsePlayback("{\"clock\": \"" + clock + "\"," +
+                          OnSpeakers("\"mix_format\": {\"channels\": 1}, " + endpoint).substr(1),
+                      endpoints, drive_c, error);
+    EXPECT_TRUE(playback) << error.Text();
+    sound->Play(playback.value_or(PlaybackDescription()));
+    stream.emplace(StreamSetting{sound, sound->SoundOf(kSpeakers), SampleFormat::Float32, 1056});
+    EXPECT_EQ(stream->Start(), S_OK);
   }
 
-  UINT32 Next() {
-    UINT32 frames = 0xBAD;
-    EXPECT_EQ(capture->GetNextPacketSize(&frames), S_OK);
-    return frames;
-  }
-  // First channel of the next packet.
-  std::vector<float> Packet(std::size_t channels = 2) {
-    BYTE* data = nullptr;
-    UINT32 frames = 0;
-    EXPECT_EQ(capture->GetBuffer(&data, &frames, &flags, &position, nullptr), S_OK);
+  HRESULT Take() { return stream->Take(&data, &frames, &flags, &position); }
+  std::vector<float> Packet() {
+    EXPECT_EQ(Take(), S_OK);
     std::vector<float> samples(frames);
-    for (std::size_t i = 0; i < frames; ++i)
-      samples[i] = LoadSample(SampleFormat::Float32, data + i * channels * sizeof(float));
-    EXPECT_EQ(capture->ReleaseBuffer(frames), S_OK);
+    std::memcpy(samples.data(), data, frames * sizeof(float));
+    EXPECT_EQ(stream->GiveBack(frames), S_OK);
     return samples;
   }
 
-  ComPtr<IAudioClient> client;
-  ComPtr<IAudioCaptureClient> capture;
+  std::shared_ptr<SimulatedSound> sound = std::make_shared<SimulatedSound>();
+  std::optional<CaptureBuffer> stream;
+  BYTE* data = nullptr;
+  UINT32 frames = 0;
   DWORD flags = 0;
   UINT64 position = 0;
 };
 
 TEST(Loopback, PacketsComeAsTimeGoesByAndTheOldestGetLost) {
-  const auto machine = SimulatedMachine::InMemory();
-  SoundClock& clock = machine->sound().clock();
-  Listener listener(*machine, R"("sounds": [{"kind": "clicks", "every": 480, "level": -20}])",
-                    "held");
-  EXPECT_EQ(listener.Next(), 0U);
-  clock.Step(std::chrono::microseconds(9999));
-  EXPECT_EQ(listener.Next(), 0U);
-  clock.Step(std::chrono::microseconds(1));
-  EXPECT_EQ(listener.Next(), 480U);
+  Listener listener(R"("sounds": [{"kind": "clicks", "every": 480, "level": -20}])", "held");
+  EXPECT_EQ(listener.Take(), AUDCLNT_S_BUFFER_EMPTY);
+  listener.sound->clock().Step(std::chrono::microseconds(9999));
+  EXPECT_EQ(listener.Take(), AUDCLNT_S_BUFFER_EMPTY);
+  listener.sound->clock().Step(std::chrono::microseconds(1));
   const auto samples = listener.Packet();
+  EXPECT_EQ(samples.size(), 480U);
   EXPECT_THAT(samples[0], FloatNear(0.1F, 1e-7F));
   EXPECT_EQ(samples[1], 0);
   EXPECT_EQ(listener.flags, 0U);
-  EXPECT_EQ(listener.Next(), 0U);
-  clock.Step(std::chrono::hours(1000));
-  EXPECT_EQ(listener.Next(), 480U);
+  EXPECT_EQ(listener.stream->NextPacket(), 0U);
+  listener.sound->clock().Step(std::chrono::hours(1000));
   listener.Packet();
   EXPECT_EQ(listener.flags, AUDCLNT_BUFFERFLAGS_DATA_DISCONTINUITY);
   EXPECT_EQ(listener.position, 480 + 3600ULL * 1000 * 48000 - 960) << "two are kept";
   listener.Packet();
   EXPECT_EQ(listener.flags, 0U);
-  EXPECT_EQ(listener.Next(), 0U);
+  EXPECT_EQ(listener.stream->NextPacket(), 0U);
 }
 
 TEST(Loopback, CallsOutOfOrderAreRefused) {
-  const auto machine = SimulatedMachine::InMemory();
-  Listener listener(*machine, R"("sounds": [{"kind": "noise"}])", "on_demand");
-  BYTE* data = nullptr;
-  UINT32 frames = 0;
-  DWORD flags = 0;
-  const auto get = [&] {
-    return listener.capture->GetBuffer(&data, &frames, &flags, nullptr, nullptr);
-  };
-  EXPECT_EQ(listener.capture->ReleaseBuffer(480), AUDCLNT_E_OUT_OF_ORDER);
-  EXPECT_EQ(get(), S_OK);
-  EXPECT_EQ(get(), AUDCLNT_E_OUT_OF_ORDER);
-  EXPECT_EQ(listener.capture->ReleaseBuffer(479), AUDCLNT_E_INVALID_SIZE);
-  EXPECT_EQ(listener.capture->ReleaseBuffer(480), S_OK);
-  EXPECT_EQ(listener.client->Start(), AUDCLNT_E_NOT_STOPPED);
-  EXPECT_EQ(listener.client->Stop(), S_OK);
-  EXPECT_EQ(listener.client->Stop(), S_FALSE);
-  EXPECT_EQ(listener.Next(), 0U);
+  Listener listener(R"("sounds": [{"kind": "noise"}])", "on_demand");
+  EXPECT_EQ(listener.stream->GiveBack(480), AUDCLNT_E_OUT_OF_ORDER);
+  EXPECT_EQ(listener.Take(), S_OK);
+  EXPECT_EQ(listener.Take(), AUDCLNT_E_OUT_OF_ORDER);
+  EXPECT_EQ(listener.stream->GiveBack(479), AUDCLNT_E_INVALID_SIZE);
+  EXPECT_EQ(listener.stream->GiveBack(480), S_OK);
+  EXPECT_EQ(listener.stream->Start(), AUDCLNT_E_NOT_STOPPED);
+  EXPECT_EQ(listener.stream->Stop(), S_OK);
+  EXPECT_EQ(listener.stream->Stop(), S_FALSE);
+  EXPECT_EQ(listener.stream->NextPacket(), 0U);
 }
 
 TEST(Loopback, SoundsEndOrBeginAnew) {
   const TemporaryFolder drive_c;
   std::ofstream(drive_c.path() / "Three.wav", std::ios::binary) << Wav(
       Format(3, 1, 32) + Chunk("data", Word(0x3F000000) + Word(0x3E800000) + Word(0x3E000000)));
-  const auto machine = SimulatedMachine::InMemory({}, drive_c.path());
   for (const bool loop : {false, true}) {
-    Listener listener(*machine,
-                      std::string(R"("packets": {"frames": [4, 3]}, "sounds": [
-        {"kind": "file", "path": "C:\\three.WAV", "level": 0, "loop": )") +
-                          (loop ? "true" : "false") + "}]",
-                      "on_demand");
+    Listener listener(R"("packets": {"frames": [4, 3]}, "sounds": [
+        {"kind": "file", "path": "C:\\three.WAV", "level": 0, "loop": )" +
+                          std::string(loop ? "true}]" : "false}]"),
+                      "on_demand", drive_c.path());
     EXPECT_THAT(listener.Packet(), ElementsAre(0.5F, 0.25F, 0.125F, loop ? 0.5F : 0.0F));
-    EXPECT_EQ(listener.Next(), 0U);
-    EXPECT_EQ(listener.Next(), 3U);
-    EXPECT_EQ(listener.Packet()[0], loop ? 0.25F : 0.0F);
+    EXPECT_EQ(listener.stream->NextPacket(), 0U);
+    EXPECT_THAT(listener.Packet(), ElementsAre(loop ? 0.25F : 0.0F, testing::_, testing::_));
     EXPECT_EQ(listener.flags, loop ? 0U : DWORD{AUDCLNT_BUFFERFLAGS_SILENT});
   }
 }
