@@ -178,23 +178,16 @@ TEST(TransformRegistry, TenPlansFitAndRemovingOneMovesTheOthersDown) {
 
 TEST(TransformRegistry, AsksForMemoryOnlyWhenNoneIsGiven) {
   const RegisteredTransform plan({64, 0});
-  struct Request {
-    std::vector<char> memory = std::vector<char>(60);
-    std::size_t bytes = 0;
-  } request;
+  std::array<char, 60> memory{};
   TransformInstance* instance = nullptr;
   const auto allocate = [](std::size_t bytes, void* context) -> void* {
-    auto& asked = *static_cast<Request*>(context);
-    asked.bytes = bytes;
-    return asked.memory.data() + 3;
+    return bytes == 48 ? static_cast<char*>(context) + 3 : nullptr;
   };
-  EXPECT_EQ(CreateTransformInstance(&instance, nullptr, allocate, &request, {64, 0}), kTransformOk);
-  EXPECT_EQ(request.bytes, 48U);
-  ASSERT_NE(instance, nullptr);
+  EXPECT_EQ(CreateTransformInstance(&instance, nullptr, allocate, memory.data(), {64, 0}),
+            kTransformOk);
   EXPECT_EQ(reinterpret_cast<std::uintptr_t>(instance) % 8, 0U);
-  EXPECT_EQ(CreateTransformInstance(&instance, nullptr,
-                                    [](std::size_t, void*) -> void* { return nullptr; }, nullptr,
-                                    {64, 0}),
+  const auto refuse = [](std::size_t, void*) -> void* { return nullptr; };
+  EXPECT_EQ(CreateTransformInstance(&instance, nullptr, refuse, nullptr, {64, 0}),
             kTransformNoMemory);
   EXPECT_EQ(instance, nullptr);
 }

@@ -130,34 +130,27 @@ TEST(TheWatchTurn, ServesARequestLeftWithItsHolderBeforeItIsFree) {
 }
 
 TEST_F(WatchedSettings, ManyThreadsUseOneObject) {
-  constexpr int kRounds = 100;
   Listener listener([](ORVAPOPublicSettings& settings, const ORVQVTValue& value) {
     if (value.ToLong() % 3 == 0) settings.SetNotifyTarget(nullptr);
     if (value.ToLong() % 5 == 0) settings.WriteControl(ORVQVTValue("B", value.ToLong() + 1));
   });
-  const std::vector<std::function<void(int)>> clients = {
+  const std::function<void(int)> clients[] = {
       [&](int round) { settings_->WriteControl(ORVQVTValue("A", round)); },
-      [&](int round) { settings_->SetNotifyTarget(round % 2 == 0 ? &listener : nullptr); },
-      [&](int) { settings_->SetNotifyTarget(&listener); },
-      [&](int) { ChangeOutside(); },
-      [&](int) { settings_->Init(endpoint_, mode_); },
+      [&](int round) { settings_->SetNotifyTarget(round % 3 == 0 ? nullptr : &listener); },
+      [&](int) { ChangeOutside(); }, [&](int) { settings_->Init(endpoint_, mode_); },
       [&](int round) {
         ORVQVTValueList list;
         settings_->ReadControls(list, true);
-        settings_->ReadDefaultControls(list, false);
         if (round % 10 == 0) settings_->DeleteValue();
-      },
-  };
+      }};
   EXPECT_TRUE(EndsPromptly([&] {
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (const auto& client : clients)
       threads.emplace_back([&client] {
-        for (int round = 1; round <= kRounds; ++round) client(round);
+        for (int round = 1; round <= 100; ++round) client(round);
       });
-    for (std::thread& thread : threads) thread.join();
   }));
   EXPECT_TRUE(EndsPromptly([&] { settings_->SetNotifyTarget(nullptr); }));
-  EXPECT_TRUE(settings_->WriteControl(ORVQVTValue("A", 1)));
 }
 
 }  // namespace

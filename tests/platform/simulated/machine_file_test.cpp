@@ -1,6 +1,4 @@
-#include "platform/simulated/machine_file.h"
-
-#include <gmock/gmock.h>
+#include "platform/simulated/driver_client.h"
 
 namespace orv {
 namespace {
@@ -8,8 +6,7 @@ namespace {
 using testing::HasSubstr;
 
 TEST(MachineFile, AFullDescriptionIsRead) {
-  FileError error;
-  const auto parsed = ParseMachineFile(R"({
+  const MachineDescription machine = Describe(R"({
     // everything there is
     "endpoints": [
       {"id": "{0.0.0.00000000}.{A}", "state": "unplugged", "flow": "render", "form_factor": "hdmi",
@@ -30,18 +27,14 @@ TEST(MachineFile, AFullDescriptionIsRead) {
     ],
     "drivers": {"qualcomm": {}}, "events": ["Local\\Changed"],
     "playback": []
-  })",
-                                       error);
-  ASSERT_TRUE(parsed) << error.Text();
-  const MachineDescription& machine = *parsed;
-  const auto members = [&](std::size_t index) {
-    const SimulatedEndpoint& endpoint = machine.endpoints.at(index);
-    return std::tuple(endpoint.state, endpoint.flow, endpoint.form_factor, endpoint.is_default);
-  };
-  EXPECT_EQ(members(0), std::tuple(DEVICE_STATE_UNPLUGGED, eRender, 9U, true));
-  EXPECT_EQ(members(1), std::tuple(DEVICE_STATE_DISABLED, eCapture, 3U, false));
-  EXPECT_EQ(machine.endpoints.size(), 2U);
+  })");
+  ASSERT_EQ(machine.endpoints.size(), 2U);
   const SimulatedEndpoint& first = machine.endpoints[0];
+  EXPECT_EQ(std::tuple(first.state, first.flow, first.form_factor, first.is_default),
+            std::tuple(DEVICE_STATE_UNPLUGGED, eRender, 9U, true));
+  const SimulatedEndpoint& other = machine.endpoints[1];
+  EXPECT_EQ(std::tuple(other.state, other.flow, other.form_factor, other.is_default),
+            std::tuple(DEVICE_STATE_DISABLED, eCapture, 3U, false));
   ASSERT_EQ(first.properties.size(), 3U);
   EXPECT_EQ(first.properties[0].blob, (std::vector<std::uint8_t>{0, 0xFF, 0x1A}));
   EXPECT_EQ(first.properties[0].key.fmtid.Data1, 0x1DA5D803U);

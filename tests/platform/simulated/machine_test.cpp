@@ -3,6 +3,7 @@
 #include "platform/com_ptr.h"
 #include "platform/machine_conformance.h"
 #include "platform/simulated/counted_object.h"
+#include "platform/simulated/driver_client.h"
 #include "platform/simulated/machine_folder.h"
 
 namespace orv {
@@ -38,12 +39,8 @@ TEST(SimulatedMachine, DriveCIsAFolderInAnyLetterCaseAndOtherPathsLeadNowhere) {
 }
 
 TEST(SimulatedMachine, EnumerationsFilterByFlowAndStateAndSeeLaterChanges) {
-  const auto machine = SimulatedMachine::InMemory();
-  auto& endpoints = machine->description().endpoints;
-  endpoints.resize(3);
-  for (std::size_t i = 0; i < 3; ++i) endpoints[i].id = std::to_wstring(i);
-  endpoints[1].state = DEVICE_STATE_DISABLED;
-  endpoints[2].flow = eCapture;
+  const auto machine = SimulatedMachine::InMemory(Describe(
+      R"({"endpoints": [{"id": "0"}, {"id": "1", "state": 2}, {"id": "2", "flow": "capture"}]})"));
   ComPtr<IMMDeviceEnumerator> enumerator;
   ASSERT_EQ(machine->CreateDeviceEnumerator(enumerator.Put()), S_OK);
   const auto count = [&](EDataFlow flow, DWORD states) {
@@ -56,7 +53,7 @@ TEST(SimulatedMachine, EnumerationsFilterByFlowAndStateAndSeeLaterChanges) {
   EXPECT_EQ(count(eRender, DEVICE_STATE_ACTIVE), 1U);
   EXPECT_EQ(count(eRender, DEVICE_STATEMASK_ALL), 2U);
   EXPECT_EQ(count(eAll, DEVICE_STATE_ACTIVE), 2U);
-  endpoints[0].state = DEVICE_STATE_UNPLUGGED;
+  machine->description().endpoints[0].state = DEVICE_STATE_UNPLUGGED;
   EXPECT_EQ(count(eRender, DEVICE_STATE_ACTIVE), 0U);
   ComPtr<IMMDevice> device;
   EXPECT_EQ(enumerator->GetDefaultAudioEndpoint(eRender, eConsole, device.Put()),
@@ -65,19 +62,9 @@ TEST(SimulatedMachine, EnumerationsFilterByFlowAndStateAndSeeLaterChanges) {
 }
 
 TEST(SimulatedMachine, PropertiesComeInTheirOrderAndObjectsOutliveTheMachine) {
-  constexpr GUID kSet = {0xB3F8FA53, 0x0004, 0x438E, {}};
-  SimulatedProperty text;
-  text.key = {kSet, 2};
-  text.type = VT_LPWSTR;
-  text.text = L"SUBSYS_1234";
-  SimulatedProperty blob;
-  blob.key = {kSet, 27};
-  blob.type = VT_BLOB;
-  blob.blob = {1, 2, 3};
-  MachineDescription description;
-  description.endpoints.emplace_back().id = L"one";
-  description.endpoints[0].properties = {text, blob};
-  auto machine = SimulatedMachine::InMemory(description);
+  auto machine = SimulatedMachine::InMemory(Describe(R"({"endpoints": [{"id": "one", "properties": {
+      "{B3F8FA53-0004-438E-9003-51A46E139BFC},2": "SUBSYS_1234",
+      "{B3F8FA53-0004-438E-9003-51A46E139BFC},27": {"blob": "01 02 03"}}}]})"));
   ComPtr<IMMDeviceEnumerator> enumerator;
   ComPtr<IMMDevice> device;
   ASSERT_EQ(machine->CreateDeviceEnumerator(enumerator.Put()), S_OK);
@@ -86,17 +73,21 @@ TEST(SimulatedMachine, PropertiesComeInTheirOrderAndObjectsOutliveTheMachine) {
 
   ComPtr<IPropertyStore> store;
   ASSERT_EQ(device->OpenPropertyStore(STGM_READ, store.Put()), S_OK);
-  PROPERTYKEY key{};
-  ASSERT_EQ(store->GetAt(1, &key), S_OK);
-  EXPECT_EQ(key.pid, 27U);
-  EXPECT_EQ(store->GetAt(3, &key), E_INVALIDARG);
+  PROPERTYKEY text{};
+  PROPERTYKEY blob{};
+  ASSERT_EQ(store->GetAt(0, &text), S_OK);
+  ASSERT_EQ(store->GetAt(1, &blob), S_OK);
+  EXPECT_EQ(blob.pid, 27U);
+  PROPERTYKEY beyond{};
+  EXPECT_EQ(store->GetAt(3, &beyond), E_INVALIDARG);
   PROPVARIANT value;
-  ASSERT_EQ(store->GetValue(text.key, &value), S_OK);
+  ASSERT_EQ(store->GetValue(text, &value), S_OK);
   EXPECT_STREQ(value.pwszVal, L"SUBSYS_1234");
   PropVariantClear(&value);
-  ASSERT_EQ(store->GetValue(blob.key, &value), S_OK);
-  EXPECT_EQ(std::vector(value.blob.pBlobData, value.blob.pBlobData + value.blob.cbSize), blob.blob);
-  EXPECT_LT(store->SetValue(blob.key, value), 0);
+  ASSERT_EQ(store->GetValue(blob, &value), S_OK);
+  EXPECT_EQ(std::vector(value.blob.pBlobData, value.blob.pBlobData + value.blob.cbSize),
+            (std::vector<BYTE>{1, 2, 3}));
+  EXPECT_LT(store->SetValue(blob, value), 0);
   PropVariantClear(&value);
 }
 
@@ -137,17 +128,15 @@ TEST(SimulatedMachine, AValueThatGrowsWhileItIsReadIsAskedForAgainButNotForEver)
   EXPECT_EQ(bytes, (std::vector<std::uint8_t>{1, 2}));
 }
 
+constexpr char kOneEndpoint[] =
+    R"({"endpoints": [{"id": "{0.0.0.00000000}.{5D6F1B2A-93C4-4E1D-8A7B-0C1D2E3F4A5B}"}]})";
+
 class InMemory final : public MachineUnderTest {
  public:
-  InMemory() : machine_(SimulatedMachine::InMemory()) {
-    SimulatedEndpoint endpoint;
-    endpoint.id = L"{0.0.0.00000000}.{5D6F1B2A-93C4-4E1D-8A7B-0C1D2E3F4A5B}";
-    machine_->description().endpoints.push_back(endpoint);
-  }
   Machine& machine() override { return *machine_; }
 
  private:
-  std::unique_ptr<SimulatedMachine> machine_;
+  std::unique_ptr<SimulatedMachine> machine_ = SimulatedMachine::InMemory(Describe(kOneEndpoint));
 };
 
 class InFolder final : public MachineUnderTest {
@@ -156,8 +145,7 @@ class InFolder final : public MachineUnderTest {
   Machine* other() override { return other_.get(); }
 
  private:
-  MachineFolder folder_{"REGEDIT4\n", R"({"endpoints": [
-      {"id": "{0.0.0.00000000}.{5D6F1B2A-93C4-4E1D-8A7B-0C1D2E3F4A5B}"}]})"};
+  MachineFolder folder_{"REGEDIT4\n", kOneEndpoint};
   std::unique_ptr<SimulatedMachine> machine_ = folder_.Open();
   std::unique_ptr<SimulatedMachine> other_ = folder_.Open();
 };
