@@ -125,8 +125,8 @@ struct IORVAPOControl : IUnknown {
   // others have changed since then is overwritten. Ask the mode for a control enumerator first if
   // others write too. E_FAIL if the mode does not hold the control or could not be stored; in the
   // latter case the mode object answers the new value and stores it with the next put, unless a
-  // control enumerator is asked for in between. The next put may also store a value whose put gave
-  // E_OUTOFMEMORY.
+  // control enumerator is asked for in between and finds that something is stored for the mode. The
+  // next put may also store a value whose put gave E_OUTOFMEMORY.
   virtual HRESULT STDMETHODCALLTYPE get_Value(LONG* value) = 0;
   virtual HRESULT STDMETHODCALLTYPE put_Value(LONG value) = 0;
 };
@@ -217,9 +217,10 @@ struct IORVAPOQCDSP : IUnknown {
 ORV_APO_INTERFACE_ID(IORVAPOQCDSP, 60C362FB, 3DDD, 4FA3, 9B, E8, 5A, 73, BD, 46, 74, 8C);
 
 // Pushes controls into an Intel DSP: the one on the Broadwell bus if there is one, else the Skylake
-// module of the endpoint's device. The driver clients are one of a kind in the process: the object
-// that was made last serves them all. `set_default` (0 or not 0) is handed to the driver as the
-// apply flag of the requests that an operation makes; only the verification of a mode and the five
+// module of the endpoint's device. The driver clients are one of a kind in the process: those of
+// the object that was made last serve all objects, and an object that cannot be made leaves the
+// others without a Skylake module. `set_default` (0 or not 0) is handed to the driver as the apply
+// flag of the requests that an operation makes; only the verification of a mode and the five
 // equaliser gains of put_Property carry 0. S_OK does not mean that every block was taken: each
 // operation says which refusals it reports, and a diagnostic line reports the others.
 struct IKELAPOIntelDSP : IUnknown {

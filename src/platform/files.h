@@ -53,7 +53,8 @@ enum class Writers {
 bool ReplaceFileContent(const std::filesystem::path& file, std::string_view content,
                         std::string& reason, Writers writers = Writers::Several);
 
-// The file that a symbolic link leads to; the path itself if it is not a link or leads nowhere.
+// The file that a symbolic link leads to; the path itself if it is not a link or leads nowhere. The
+// file need not exist yet if its folder does (on Windows it must).
 std::filesystem::path LinkTarget(const std::filesystem::path& file);
 
 // The narrow path under which the C runtime opens a file, in whatever bytes the system's files have

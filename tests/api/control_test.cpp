@@ -75,11 +75,19 @@ TEST_F(ControlTest, OnlyPublicControlsHaveAValue) {
 }
 
 TEST_F(ControlTest, NumbersAreStoredAsTheyAreUnlessTheWriteIsRefused) {
-  const auto control = Control(Mode(Endpoint()), L"VQ3D-DPHD Level");
-  machine_->faults().FailNth("registry.set_value", 1, kRegAccessDenied);
-  EXPECT_EQ(control->put_Value(90), E_FAIL);
-  EXPECT_EQ(ValueOf(control), 90);  // the mode remembers it until it reads the registry again
-  EXPECT_EQ(Stored(kMovie, L"VQ3D-DPHD Level"), "(none)");
+  const auto mode = Mode(Endpoint());
+  const auto control = Control(mode, L"VQ3D-DPHD Level");
+  // The mode remembers what was refused until it reads stored values again.
+  for (const auto& [stored, read_again] : {std::pair{"(none)", 90}, {"40", 40}}) {
+    machine_->faults().Clear();
+    machine_->faults().FailNth("registry.set_value", 1, kRegAccessDenied);
+    EXPECT_EQ(control->put_Value(90), E_FAIL);
+    EXPECT_EQ(ValueOf(control), 90);
+    EXPECT_EQ(Stored(kMovie, L"VQ3D-DPHD Level"), stored);
+    Controls(mode);
+    EXPECT_EQ(ValueOf(control), read_again);
+    EXPECT_EQ(control->put_Value(40), S_OK);
+  }
   const DiagnosticLog log;
   for (const LONG value : {LONG{0}, LONG{1000000}, std::numeric_limits<LONG>::min()}) {
     EXPECT_EQ(control->put_Value(value), S_OK);

@@ -416,6 +416,11 @@ TEST_F(IntelDspTest, NewestObjectServesAllAndEventsDoNotLeak) {
   EXPECT_EQ(machine_->RegisteredEvents(), 1U);
   first.Reset();
   EXPECT_EQ(Write(second, SkylakeMode()), S_OK);
+  ComPtr<IKELAPOIntelDSP> none;
+  EXPECT_EQ(CreateIntelDriverClient(module_, nullptr, kHdmi, none.Put()), E_FAIL);
+  EXPECT_EQ(Write(second, SkylakeMode()), E_FAIL);
+  Open();
+  EXPECT_EQ(Write(second, SkylakeMode()), S_OK);
   ReleaseIntelDriverClients();
   EXPECT_EQ(machine_->RegisteredEvents(), 0U);
   EXPECT_EQ(Put(second, "VQ3D-Tone Enable", 1), E_FAIL);

@@ -97,9 +97,13 @@ FileLock::~FileLock() {
 }
 
 std::filesystem::path LinkTarget(const std::filesystem::path& file) {
-  std::error_code unresolved;
-  std::filesystem::path target = std::filesystem::canonical(file, unresolved);
-  return unresolved ? file : target;
+  std::error_code error;
+  std::filesystem::path target = std::filesystem::canonical(file, error);
+  if (!error) return target;
+  target = file.parent_path() / std::filesystem::read_symlink(file, error);
+  if (error) return file;
+  const std::filesystem::path folder = std::filesystem::canonical(target.parent_path(), error);
+  return error ? file : folder / target.filename();
 }
 
 bool ReplaceFileContent(const std::filesystem::path& file, std::string_view content,
