@@ -206,8 +206,9 @@ ORV_APO_INTERFACE_ID(IAnalysisData, 579E37FC, 4BB7, 4C6E, A5, 51, B1, B5, B8, 41
 
 // Sends the public controls of a mode to a Qualcomm DSP.
 struct IORVAPOQCDSP : IUnknown {
-  // Sends every record. E_FAIL if the mode has no public control or the driver refuses the last
-  // record; E_NOTIMPL without a driver. Earlier refusals are only reported as diagnostic lines.
+  // Sends every record but those of the blocks that the mode lacks. S_OK says that the records were
+  // handed to the driver, which reports nothing about them: a refusal is not noticed. A failure of
+  // the mode is passed on; E_FAIL if it has no public control, E_NOTIMPL without a driver.
   virtual HRESULT STDMETHODCALLTYPE WriteControls(IORVOperatingMode* op_mode) = 0;
   // The device class that is sent with each record: the endpoint's own until put changes it for
   // this object. E_INVALIDARG for other values than 0 to 4.
