@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "platform/registry.h"
+#include "platform/simulated/refusal_cases.h"
 
 namespace orv {
 namespace {
@@ -93,27 +94,9 @@ TEST(RegistryExport, VersionFourListsNarrowTextWhichBecomesWide) {
 }
 
 TEST(RegistryExport, RefusalsNameTheLineAndWhatToDo) {
-  const std::tuple<std::string, int, const char*> cases[] = {
-      {"\"v\"=dword:1\r\n", 2, "before the first key"},
-      {"[HKLM\\K\r\n", 2, "no closing bracket"},
-      {"[HKLM\\K] x\r\n", 2, "unexpected text"},
-      {"[SOFTWARE\\K]\r\n", 2, "\"SOFTWARE\" is no root key; a key begins with HKEY_LOCAL_MACHINE"},
-      {"[-HKEY_LOCAL_MACHINE]\r\n", 2, "a root key cannot be deleted"},
-      {"[-HKLM\\K]\r\n\"v\"=dword:1\r\n", 3, "a deleted key cannot have values"},
-      {"[HKLM\\K]\r\nv=dword:1\r\n", 3, "in quotation marks, @ or a comment"},
-      {"[HKLM\\K]\r\n\"v\" dword:1\r\n", 3, "expected = "},
-      {"[HKLM\\K]\r\n\"v\"=\r\n", 3, "expected text in quotation marks, dword:"},
-      {"[HKLM\\K]\r\n\"v\"=\"C:\\Tools\"\r\n", 3, "a backslash in text is written \\\\"},
-      {"[HKLM\\K]\r\n\"v\"=dword:123456789\r\n", 3, "at most 8 hexadecimal digits"},
-      {"[HKLM\\K]\r\n\"v\"=dword:x\r\n", 3, "in hexadecimal digits"},
-      {"[HKLM\\K]\r\n\"v\"=hex(:00\r\n", 3, "a value kind"},
-      {"[HKLM\\K]\r\n\"v\"=hex:01,\\\r\n  02,zz\r\n", 4, "expected a byte"},
-      {"[HKLM\\K]\r\n\"v\"=hex:01,\\\r\n", 3, "cut off"},
-      {"[HKLM\\K]\r\n\"v\"=hex:01,\r\n", 3, "ends with a comma"},
-      {"[HKLM\\K]\r\n\"v\"=hex:01 02\r\n", 3, "unexpected text after the list"},
-      {"[HKLM\\K]\r\n\"\xE9\"=dword:1\r\n", 3, "neither UTF-8 nor UTF-16"},
-  };
-  for (const auto& [lines, line, reason] : cases) {
+  auto cases = RefusalCases("registry_export.txt");
+  cases.push_back({3, "neither UTF-8 nor UTF-16", "[HKLM\\K]\r\n\"\xE9\"=dword:1\r\n"});
+  for (const auto& [line, reason, lines] : cases) {
     FileError error;
     EXPECT_FALSE(DecodeRegistryExport(kHeader + lines, error)) << lines;
     EXPECT_EQ(error.line, line) << lines;

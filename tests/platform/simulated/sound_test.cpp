@@ -4,6 +4,7 @@
 
 #include "platform/audio_client.h"
 #include "platform/simulated/machine_folder.h"
+#include "platform/simulated/refusal_cases.h"
 #include "platform/simulated/sound/stream_buffers.h"
 
 namespace orv {
@@ -78,37 +79,13 @@ TEST(WaveFile, WhatIsNotWholeIsRefusedWithItsReason) {
 std::string OnSpeakers(const std::string& playback) {
   return "{\"endpoints\": [{\"endpoint\": \"{0.0.0.00000000}.{a}\",\n" + playback + "}]}";
 }
-std::string Sound(const std::string& sound) { return OnSpeakers("\"sounds\": [{" + sound + "}]"); }
 
 TEST(Playback, RefusalsNameTheLineAndTheReason) {
   const MachineFolder folder;
   std::filesystem::create_directory(folder.path() / "drive_c");
   folder.Write("drive_c/cut.wav", "RIFF");
   folder.Write("drive_c/low.wav", Wav(Format(1, 1, 16) + Chunk("data", Word(1, 2))));
-  // With lines of the section.
-  const std::tuple<std::string, int, const char*> cases[] = {
-      {"[]", 1, "playback: expected an object"},
-      {"{\"clock\":\n\"slow\"}", 2, "playback.clock: expected \"real\""},
-      {R"({"clock": 0})", 1, "a speed from 0.001"},
-      {R"({"endpoints": [{"endpoint": "{B}"}]})", 1, "no endpoint of the machine"},
-      {OnSpeakers(R"("sound": [])"), 2, "the nearest is \"sounds\""},
-      {OnSpeakers(R"("mix_format": {"bits": 16})"), 2, "floats have 32 bits"},
-      {OnSpeakers(R"("mix_format": {"channels": 0})"), 2, "a number from 1 to 64"},
-      {OnSpeakers("\"packets\": {\"frames\": [480,\n0]}"), 3, "a number from 1 to"},
-      {Sound(R"("kind": "tone")"), 2, "\"frequency\" is missing"},
-      {Sound(R"("kind": "tone", "frequency": 24001)"), 2, "half the rate"},
-      {Sound(R"("kind": "noise", "level": 0.5)"), 2, "from -200 to 0"},
-      {Sound(R"("kind": "noise", "frequency": 1)"), 2, "no key \"frequency\""},
-      {Sound(R"("kind": "noise", "channel": 2)"), 2, "from 0 to 1"},
-      {Sound(R"("kind": "sweep", "from": 20, "to": 99)"), 2, "\"seconds\""},
-      {Sound(R"("kind": "file", "path": "C:\\no.wav")"), 2, "No such file"},
-      {Sound(R"("kind": "file", "path": "C:\\cut.wav")"), 2, "no wave file"},
-      {OnSpeakers(R"("mix_format": {"rate": 44100},
-                     "sounds": [{"kind": "file", "path": "C:\\low.wav"}])"),
-       3, "the file has 48000 Hz, the endpoint 44100"},
-      {OnSpeakers(R"("packets": {}}, {"endpoint": "{0.0.0.00000000}.{A}")"), 2, "comes twice"},
-  };
-  for (const auto& [section, line, reason] : cases) {
+  for (const auto& [line, reason, section] : RefusalCases("playback.txt")) {
     folder.Write(
         "machine.json",
         "{\"endpoints\": [{\"id\": \"{0.0.0.00000000}.{A}\"}],\n\"playback\":\n" + section + "}");
