@@ -3,6 +3,7 @@
 #include <optional>
 #include <utility>
 
+#include "intel_dsp/driver_clients.h"
 #include "intel_dsp/skylake/driver_client.h"
 #include "platform/diagnostics.h"
 
@@ -18,6 +19,7 @@ std::optional<Images> last_images;
 }  // namespace
 
 IntelVerification LastIntelVerification() {
+  const std::scoped_lock lock(IntelDriverClients::Lock());
   if (!last_images) return {};
   return {true, CompareSkylakeImages(last_images->sent, last_images->read)};
 }
@@ -38,13 +40,6 @@ HRESULT VerifySkylakeImages(const SkylakeImage& sent, const SkylakeImage& read) 
              std::to_integer<int>(read[i]));
   }
   return E_FAIL;
-}
-
-HRESULT ReadSkylakeImage(const std::shared_ptr<Machine>& machine, const std::wstring& device_id,
-                         SkylakeImage& image) {
-  KELAPOIntelDriverInterface_SKL client(machine, nullptr);
-  const HRESULT status = client.ActivateIKsControls(device_id);
-  return FAILED(status) ? status : KELAPOIntelDSP_SKL(client).GetVQ3DParameters(image);
 }
 
 }  // namespace orv

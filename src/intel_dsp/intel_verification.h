@@ -2,12 +2,9 @@
 // holds.
 #pragma once
 
-#include <memory>
-#include <string>
 #include <vector>
 
 #include "intel_dsp/skylake/parameter_blocks.h"
-#include "platform/machine.h"
 
 namespace orv {
 
@@ -22,10 +19,5 @@ IntelVerification LastIntelVerification();
 // Keeps the images of a write and reports every byte in which they differ. E_FAIL when a field
 // does.
 HRESULT VerifySkylakeImages(const SkylakeImage& sent, const SkylakeImage& read);
-
-// Reads all control blocks of the module behind an endpoint, by a client of its own; the process's
-// clients and their event stay as they are.
-HRESULT ReadSkylakeImage(const std::shared_ptr<Machine>& machine, const std::wstring& device_id,
-                         SkylakeImage& image);
 
 }  // namespace orv

@@ -132,6 +132,7 @@ TEST_F(SkylakeDriver, EachMisbehaviourDoesWhatItSays) {
            {"kind": "stale", "request": "0x10014408", "nth": 2},
            {"kind": "corrupt", "request": "0x1001440A", "offset": 4, "mask": 3},
            {"kind": "late", "request": "0x1001440B", "delay_ms": 1},
+           {"kind": "uncounted", "request": "version"},
            {"kind": "short", "request": "modules", "size": 100})");
   EXPECT_EQ(client_->GetBlock(0x10014401).size(), 16U);
   EXPECT_THAT(client_->GetBlock(0x10014401), IsEmpty());
@@ -154,6 +155,10 @@ TEST_F(SkylakeDriver, EachMisbehaviourDoesWhatItSays) {
   EXPECT_EQ(client_->GetBlock(0x1001440B).size(), 20U);
   EXPECT_EQ(client_->Send(Header(1, 1).Guid(kModuleInterface)), kMoreData);
   EXPECT_EQ(client_->answered, 100U);
+  Bytes version(5);
+  EXPECT_EQ(client_->Ask(Header(0, 1), version), S_OK);
+  EXPECT_EQ(client_->answered, 0U);
+  EXPECT_EQ(version, Bytes(Wire().Byte(1).Byte(5).Zeros(2).Byte(2)));
   std::vector<std::string> refused;
   for (const DriverRefusal& refusal : machine_->RefusedRequests())
     refused.push_back((refusal.planned ? "planned, " : "") + refusal.request +
