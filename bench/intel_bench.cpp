@@ -74,15 +74,6 @@ struct Laptop {
   ControlValueMap Controls() const { return {mode.begin(), mode.end()}; }
 };
 
-using Writer = HRESULT (KELAPOIntelDSP_SKL::*)(const ControlValueMap&, std::uint8_t);
-constexpr Writer kControlWriters[] = {
-    &KELAPOIntelDSP_SKL::SetVQ3DControls,         &KELAPOIntelDSP_SKL::SetVQ3DEVolHDControls,
-    &KELAPOIntelDSP_SKL::SetVQ3DVocadiagControls, &KELAPOIntelDSP_SKL::SetVQ3DCommonControls,
-    &KELAPOIntelDSP_SKL::SetVQ3DPX3DControls,     &KELAPOIntelDSP_SKL::SetVQ3DMXHPControls,
-    &KELAPOIntelDSP_SKL::SetVQ3DGEQControls,      &KELAPOIntelDSP_SKL::SetVQ3DToneControls,
-    &KELAPOIntelDSP_SKL::SetVQ3DAEQControls,      &KELAPOIntelDSP_SKL::SetVQ3DMvolControls,
-    &KELAPOIntelDSP_SKL::SetVQ3DHdLmtControls,    &KELAPOIntelDSP_SKL::SetVQ3DAdvGainControls};
-
 template <class Work>
 double Microseconds(Work&& work) {
   const auto start = Clock::now();
@@ -130,7 +121,8 @@ void BM_SkylakeWholeMode(benchmark::State& state) {
     HRESULT status = S_OK;
     KELAPOIntelDSP_SKL::ClearCache();
     conversion.push_back(Microseconds([&] {
-      for (const Writer writer : kControlWriters) status |= (module.*writer)(controls, 1);
+      for (const SkylakeWriter writer : kSkylakeControlWriters)
+        status |= (module.*writer)(controls, 1);
       status |= module.SetPPModuleStatus(1, 1);
     }));
     filters.push_back(Microseconds([&] { status |= module.SetVQ3DHPFAEQControls(controls, 1); }));
@@ -166,7 +158,7 @@ void BM_SkylakeSingleControl(benchmark::State& state, const wchar_t* name, int n
   InstantDriver driver;
   KELAPOIntelDSP_SKL module(driver);
   const ControlValueMap controls = laptop.Controls();
-  for (const Writer writer : kControlWriters) (module.*writer)(controls, 1);
+  for (const SkylakeWriter writer : kSkylakeControlWriters) (module.*writer)(controls, 1);
   VARIANT value{};
   value.vt = VT_I4;
   value.lVal = number;

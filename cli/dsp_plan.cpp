@@ -2,7 +2,6 @@
 
 #include <functional>
 #include <initializer_list>
-#include <iterator>
 
 #include "cli/component_text.h"
 #include "cli/dsp_recorder.h"
@@ -88,17 +87,7 @@ std::string SkylakeBlockReason(const SkylakeBlock& block, const ControlValueMap&
   return ReasonOf(error, controls);
 }
 
-using SkylakeWriter = HRESULT (KELAPOIntelDSP_SKL::*)(const ControlValueMap&, std::uint8_t);
-// In the order of the blocks.
-constexpr SkylakeWriter kSkylakeWriters[] = {
-    &KELAPOIntelDSP_SKL::SetVQ3DControls,         &KELAPOIntelDSP_SKL::SetVQ3DEVolHDControls,
-    &KELAPOIntelDSP_SKL::SetVQ3DVocadiagControls, &KELAPOIntelDSP_SKL::SetVQ3DCommonControls,
-    &KELAPOIntelDSP_SKL::SetVQ3DPX3DControls,     &KELAPOIntelDSP_SKL::SetVQ3DMXHPControls,
-    &KELAPOIntelDSP_SKL::SetVQ3DGEQControls,      &KELAPOIntelDSP_SKL::SetVQ3DToneControls,
-    &KELAPOIntelDSP_SKL::SetVQ3DAEQControls,      &KELAPOIntelDSP_SKL::SetVQ3DMvolControls,
-    &KELAPOIntelDSP_SKL::SetVQ3DHdLmtControls,    &KELAPOIntelDSP_SKL::SetVQ3DAdvGainControls,
-};
-static_assert(std::size(kSkylakeWriters) == kSkylakeBlocks.size());
+static_assert(kSkylakeControlWriters.size() == kSkylakeBlocks.size());
 
 DspBlock Without(const DspRecorder& recorder, std::uint32_t parameter) {
   return {recorder.plan.driver, parameter, {}, 0};
@@ -123,7 +112,7 @@ void WriteSkylake(DspRecorder& recorder, const ControlValueMap& controls, bool w
   for (std::size_t i = 0; i < kSkylakeBlocks.size(); ++i) {
     const SkylakeBlock& block = kSkylakeBlocks[i];
     const ErrorCapture capture;
-    const HRESULT status = (writers.*kSkylakeWriters[i])(controls, apply);
+    const HRESULT status = (writers.*kSkylakeControlWriters[i])(controls, apply);
     if (recorder.Has(block.parameter)) continue;
     auto& gaps = FAILED(status) ? recorder.plan.missing : recorder.plan.kept;
     const std::string reason = SkylakeBlockReason(block, controls, capture.error());

@@ -18,7 +18,7 @@ class DspRecorder {
 
   bool Get(HRESULT& status, std::uint32_t parameter, void* buffer, std::uint32_t size) {
     status = E_FAIL;
-    const DspBlock* block = Find(parameter);
+    const DspBlock* block = FindBlock(plan.blocks, parameter);
     std::optional<DspBlock> held;
     if (block == nullptr && held_ != nullptr) {
       held = held_->Held(plan.driver, parameter, size);
@@ -33,32 +33,26 @@ class DspRecorder {
            std::uint32_t selector) {
     const auto* bytes = static_cast<const std::byte*>(buffer);
     DspBlock block{plan.driver, parameter, std::vector<std::byte>(bytes, bytes + size), selector};
-    if (DspBlock* known = Find(parameter)) {
-      *known = std::move(block);
+    if (const DspBlock* known = FindBlock(plan.blocks, parameter)) {
+      plan.blocks[static_cast<std::size_t>(known - plan.blocks.data())] = std::move(block);
     } else {
       plan.blocks.push_back(std::move(block));
     }
     status = S_OK;
     return true;
   }
-  bool Has(std::uint32_t parameter) { return Find(parameter) != nullptr; }
+  bool Has(std::uint32_t parameter) const { return FindBlock(plan.blocks, parameter) != nullptr; }
 
   DspPlan plan;
 
  private:
-  DspBlock* Find(std::uint32_t parameter) {
-    const auto found =
-        std::find_if(plan.blocks.begin(), plan.blocks.end(),
-                     [&](const DspBlock& block) { return block.parameter == parameter; });
-    return found != plan.blocks.end() ? &*found : nullptr;
-  }
-
   DspReadback* held_;
 };
 
-class SkylakeRecorder final : public SkylakeDriver {
+template <class Driver>
+class ParameterRecorder : public Driver {
  public:
-  explicit SkylakeRecorder(DspRecorder& recorder) : recorder_(recorder) {}
+  explicit ParameterRecorder(DspRecorder& recorder) : recorder_(recorder) {}
   bool GetParameter(HRESULT& status, std::uint32_t parameter, void* buffer, std::uint32_t size,
                     std::uint8_t) override {
     return recorder_.Get(status, parameter, buffer, size);
@@ -67,6 +61,15 @@ class SkylakeRecorder final : public SkylakeDriver {
                     std::uint32_t size, std::uint8_t apply) override {
     return recorder_.Set(status, parameter, buffer, size, apply);
   }
+
+ protected:
+  ~ParameterRecorder() = default;
+  DspRecorder& recorder_;
+};
+
+class SkylakeRecorder final : public ParameterRecorder<SkylakeDriver> {
+ public:
+  using ParameterRecorder::ParameterRecorder;
   bool GetStatus(HRESULT& status, std::uint8_t& enabled, std::uint8_t) override {
     enabled = 1;
     status = S_OK;
@@ -77,26 +80,12 @@ class SkylakeRecorder final : public SkylakeDriver {
     status = S_OK;
     return true;
   }
-
- private:
-  DspRecorder& recorder_;
 };
 
-class BroadwellRecorder final : public BroadwellDriver {
+class BroadwellRecorder final : public ParameterRecorder<BroadwellDriver> {
  public:
-  explicit BroadwellRecorder(DspRecorder& recorder) : recorder_(recorder) {}
-  bool GetParameter(HRESULT& status, std::uint32_t parameter, void* buffer, std::uint32_t size,
-                    std::uint8_t) override {
-    return recorder_.Get(status, parameter, buffer, size);
-  }
-  bool SetParameter(HRESULT& status, std::uint32_t parameter, const void* buffer,
-                    std::uint32_t size, std::uint8_t apply) override {
-    return recorder_.Set(status, parameter, buffer, size, apply);
-  }
+  using ParameterRecorder::ParameterRecorder;
   std::uint32_t last_error() const override { return 0; }
-
- private:
-  DspRecorder& recorder_;
 };
 
 }  // namespace orv::cli

@@ -160,21 +160,11 @@ HRESULT CKELAPOIntelDSP::SetControlParams(const ControlValueMap& map, std::uint8
 
 HRESULT CKELAPOIntelDSP::SetSkylakeParams(const ControlValueMap& map, std::uint8_t apply) {
   const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::SetControlParams");
-  using Writer = HRESULT (KELAPOIntelDSP_SKL::*)(const ControlValueMap&, std::uint8_t);
-  constexpr Writer kWriters[] = {
-      &KELAPOIntelDSP_SKL::SetVQ3DControls,         &KELAPOIntelDSP_SKL::SetVQ3DEVolHDControls,
-      &KELAPOIntelDSP_SKL::SetVQ3DVocadiagControls, &KELAPOIntelDSP_SKL::SetVQ3DCommonControls,
-      &KELAPOIntelDSP_SKL::SetVQ3DPX3DControls,     &KELAPOIntelDSP_SKL::SetVQ3DMXHPControls,
-      &KELAPOIntelDSP_SKL::SetVQ3DGEQControls,      &KELAPOIntelDSP_SKL::SetVQ3DToneControls,
-      &KELAPOIntelDSP_SKL::SetVQ3DAEQControls,      &KELAPOIntelDSP_SKL::SetVQ3DMvolControls,
-      &KELAPOIntelDSP_SKL::SetVQ3DHdLmtControls,    &KELAPOIntelDSP_SKL::SetVQ3DAdvGainControls,
-      &KELAPOIntelDSP_SKL::SetVQ3DHPFAEQControls,
-  };
   KELAPOIntelDSP_SKL skylake = Skylake();
   KELAPOIntelDSP_SKL::ClearCache();
   Diagnose(here, L"Sending VQ3D parameters to DSP \n");
   HRESULT combined = S_OK;
-  for (const Writer writer : kWriters) combined |= (skylake.*writer)(map, apply);
+  for (const SkylakeWriter writer : kSkylakeWriters) combined |= (skylake.*writer)(map, apply);
   combined |= skylake.SetPPModuleStatus(KELAPOIntelDSP_SKL::CachedProcessEnable() ? 1 : 0, apply);
   if (FAILED(combined)) Diagnose(here, L"Error: failed to set VQ3D parameters\n");
 

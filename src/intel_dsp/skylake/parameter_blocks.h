@@ -98,6 +98,19 @@ class KELAPOIntelDSP_SKL {
   SkylakeDriver& driver_;
 };
 
+using SkylakeWriter = HRESULT (KELAPOIntelDSP_SKL::*)(const ControlValueMap&, std::uint8_t);
+// The writers of a whole mode in their order: one for each control block, then the coefficients.
+inline constexpr std::array<SkylakeWriter, 13> kSkylakeWriters = {
+    &KELAPOIntelDSP_SKL::SetVQ3DControls,         &KELAPOIntelDSP_SKL::SetVQ3DEVolHDControls,
+    &KELAPOIntelDSP_SKL::SetVQ3DVocadiagControls, &KELAPOIntelDSP_SKL::SetVQ3DCommonControls,
+    &KELAPOIntelDSP_SKL::SetVQ3DPX3DControls,     &KELAPOIntelDSP_SKL::SetVQ3DMXHPControls,
+    &KELAPOIntelDSP_SKL::SetVQ3DGEQControls,      &KELAPOIntelDSP_SKL::SetVQ3DToneControls,
+    &KELAPOIntelDSP_SKL::SetVQ3DAEQControls,      &KELAPOIntelDSP_SKL::SetVQ3DMvolControls,
+    &KELAPOIntelDSP_SKL::SetVQ3DHdLmtControls,    &KELAPOIntelDSP_SKL::SetVQ3DAdvGainControls,
+    &KELAPOIntelDSP_SKL::SetVQ3DHPFAEQControls,
+};
+inline constexpr auto kSkylakeControlWriters = std::span(kSkylakeWriters).first<12>();
+
 void ShowtOpStatus(bool success, const char* block, const char* operation);
 // Field by field, in the order of the images. Reserved halfwords are fields as well: they are sent
 // as 0, and a module that does not keep them differs.
