@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+#include <iterator>
 #include <memory>
 #include <span>
 #include <string>
@@ -41,31 +41,25 @@ class Input {
   std::uint8_t last_ = 0;
 };
 
-// What a driver does with one request: leaves the answer of the simulated driver as it is, or
-// puts bytes over it and reports another count and status.
-struct Answer {
-  explicit Answer(Input& input) : kind(input.Byte()) {
-    if (genuine()) return;
-    at = input.Byte();
-    bytes = input.Take(input.Byte());
-    count = input.Number(2);
-  }
-  bool genuine() const noexcept { return kind % 4 == 0; }
-  bool refused() const noexcept { return kind % 4 == 3; }
-  std::uint32_t Returned(std::uint32_t genuine_count) const noexcept {
-    return kind % 4 == 1 ? genuine_count : count;
-  }
-  void PutOver(void* data, std::size_t size) const noexcept {
-    if (data == nullptr || at >= size) return;
-    std::memcpy(static_cast<std::byte*>(data) + at, bytes.data(),
-                std::min(bytes.size(), size - at));
-  }
-
-  std::uint8_t kind;
-  std::size_t at = 0;
-  std::span<const std::uint8_t> bytes;
-  std::uint32_t count = 0;
-};
+// What a driver does with one request, by the input: leaves the answer of the simulated driver as
+// it is, or puts bytes over it and reports another count and status.
+template <class Status, std::size_t Refusals>
+Status Answer(Input& input, Status genuine, Status success, const Status (&refusals)[Refusals],
+              std::span<std::byte> output, std::uint32_t& returned) {
+  constexpr struct {
+    bool genuine;
+    bool keeps_count;
+    bool succeeds;
+  } kKinds[] = {{true, true, true}, {false, true, true}, {false, false, true}, {}};
+  const auto& kind = kKinds[input.Byte() % std::size(kKinds)];
+  if (kind.genuine) return genuine;
+  const auto room = output.subspan(std::min<std::size_t>(input.Byte(), output.size()));
+  const auto bytes = std::as_bytes(input.Take(input.Byte()));
+  const std::uint32_t count = input.Number(2);
+  std::copy_n(bytes.begin(), std::min(bytes.size(), room.size()), room.begin());
+  if (!kind.keeps_count) returned = count;
+  return kind.succeeds ? success : refusals[count % Refusals];
+}
 
 class ScriptedFile final : public DeviceFile {
  public:
@@ -73,12 +67,11 @@ class ScriptedFile final : public DeviceFile {
       : file_(std::move(file)), input_(input) {}
   std::uint32_t Control(std::uint32_t code, std::span<const std::byte> input,
                         std::span<std::byte> output, std::uint32_t& returned) override {
-    const std::uint32_t error = file_->Control(code, input, output, returned);
-    const Answer answer(input_);
-    if (answer.genuine()) return error;
-    answer.PutOver(output.data(), output.size());
-    returned = answer.refused() ? 0 : answer.Returned(returned);
-    return answer.refused() ? kDeviceGenFailure : 0;
+    constexpr std::uint32_t kRefusals[] = {kDeviceGenFailure};
+    const std::uint32_t genuine = file_->Control(code, input, output, returned);
+    const std::uint32_t error = Answer(input_, genuine, 0U, kRefusals, output, returned);
+    if (error == kDeviceGenFailure) returned = 0;
+    return error;
   }
   std::uintptr_t native() const noexcept override { return file_->native(); }
 
@@ -94,12 +87,12 @@ class ScriptedControl final : public CountedObject<IKsControl> {
   HRESULT STDMETHODCALLTYPE KsProperty(PKSPROPERTY property, ULONG property_size, void* data,
                                        ULONG data_size, ULONG* returned) override {
     const HRESULT status = control_->KsProperty(property, property_size, data, data_size, returned);
-    const Answer answer(input_);
-    if (answer.genuine()) return status;
-    answer.PutOver(data, data_size);
-    *returned = answer.Returned(*returned);
     constexpr HRESULT kRefusals[] = {E_FAIL, static_cast<HRESULT>(0x800700EA), 1};
-    return answer.refused() ? kRefusals[answer.count % std::size(kRefusals)] : S_OK;
+    std::uint32_t count = *returned;
+    const std::span output(static_cast<std::byte*>(data), data == nullptr ? 0 : data_size);
+    const HRESULT answer = Answer(input_, status, S_OK, kRefusals, output, count);
+    *returned = count;
+    return answer;
   }
   HRESULT STDMETHODCALLTYPE KsMethod(KSIDENTIFIER*, ULONG, void*, ULONG, ULONG*) override {
     return E_NOTIMPL;
