@@ -132,6 +132,20 @@ int Compare(std::basic_string_view<Unit> a, std::basic_string_view<Unit> b) noex
   return a.size() < b.size() ? -1 : 1;
 }
 
+// Appends the ASCII characters at the beginning of `text` and returns their number. Most texts have
+// no others, and this is several times faster than one character at a time.
+template <class From, class To>
+std::size_t AppendAscii(std::basic_string_view<From> text, std::basic_string<To>& appended) {
+  const auto end =
+      std::find_if(text.begin(), text.end(), [](From unit) { return Ordinal(unit) >= 0x80; });
+  const auto count = static_cast<std::size_t>(end - text.begin());
+  const std::size_t size = appended.size();
+  appended.resize(size + count);
+  std::transform(text.begin(), end, appended.begin() + static_cast<std::ptrdiff_t>(size),
+                 [](From unit) { return static_cast<To>(unit); });
+  return count;
+}
+
 }  // namespace
 
 bool InDefaultLocale() noexcept {
@@ -186,14 +200,17 @@ std::string Narrow(std::wstring_view wide) {
 std::wstring WideFromUtf8(std::string_view utf8) {
   std::wstring wide;
   wide.reserve(utf8.size());
-  for (std::size_t at = 0; at < utf8.size();) AppendUnits(wide, NextUtf8(utf8, at));
+  for (std::size_t at = AppendAscii(utf8, wide); at < utf8.size();
+       at += AppendAscii(utf8.substr(at), wide))
+    AppendUnits(wide, NextUtf8(utf8, at));
   return wide;
 }
 
 std::string Utf8FromWide(std::wstring_view wide) {
   std::string utf8;
   utf8.reserve(wide.size());
-  for (std::size_t at = 0; at < wide.size();) {
+  for (std::size_t at = AppendAscii(wide, utf8); at < wide.size();
+       at += AppendAscii(wide.substr(at), utf8)) {
     const bool is_unit = Ordinal(wide[at]) <= 0xFFFF;
     const char32_t code_point = NextCodePoint(wide, at);
     AppendUtf8(utf8, is_unit && !IsSurrogate(code_point) ? code_point : kReplacement);

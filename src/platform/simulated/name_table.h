@@ -50,6 +50,12 @@ class NameTable {
   const Pointer& at(std::size_t position) const { return order_[position]; }
 
   Item* Find(std::wstring_view name) const {
+    if (index_.empty()) {
+      const auto place = std::find_if(order_.begin(), order_.end(), [&](const Pointer& held) {
+        return EqualsIgnoringCase(held->name, name);
+      });
+      return place == order_.end() ? nullptr : place->get();
+    }
     const auto found = index_.find(name);
     return found == index_.end() ? nullptr : found->second;
   }
@@ -59,7 +65,8 @@ class NameTable {
     if (order_.size() == order_.capacity())
       order_.reserve(std::max<std::size_t>(4, 2 * order_.size()));
     Item& added = *item;
-    index_.emplace(std::wstring_view(added.name), &added);
+    if (index_.empty() && order_.size() == kLargestWithoutIndex) index_ = MakeIndex();
+    if (!index_.empty()) index_.emplace(std::wstring_view(added.name), &added);
     order_.push_back(std::move(item));
     return added;
   }
@@ -81,8 +88,19 @@ class NameTable {
   }
 
  private:
+  // Most tables hold a few items: comparing their names is faster than an index and takes no
+  // memory.
+  static constexpr std::size_t kLargestWithoutIndex = 12;
+
+  Index MakeIndex() const {
+    Index index;
+    index.reserve(2 * order_.size());
+    for (const Pointer& item : order_) index.emplace(std::wstring_view(item->name), item.get());
+    return index;
+  }
+
   std::vector<Pointer> order_;
-  Index index_;
+  Index index_;  // of all items, or empty
 };
 
 }  // namespace orv

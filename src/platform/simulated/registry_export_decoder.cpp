@@ -163,17 +163,18 @@ class Decoder {
   // The cursor is at the opening quotation mark and ends after the closing one.
   std::wstring ReadQuoted() {
     std::wstring text;
+    std::size_t begin = 1;  // of what is not yet in `text`
     for (std::size_t i = 1; i < line_.size(); ++i) {
-      if (line_[i] == L'"') {
+      const wchar_t unit = line_[i];
+      if (unit != L'"' && unit != L'\\') continue;
+      text += line_.substr(begin, i - begin);
+      if (unit == L'"') {
         line_.remove_prefix(i + 1);
         return text;
       }
-      if (line_[i] == L'\\') {
-        ++i;
-        if (i == line_.size() || (line_[i] != L'\\' && line_[i] != L'"'))
-          Refuse("a backslash in text is written \\\\ and a quotation mark \\\"");
-      }
-      text += line_[i];
+      begin = ++i;  // the character after the backslash
+      if (i == line_.size() || (line_[i] != L'\\' && line_[i] != L'"'))
+        Refuse("a backslash in text is written \\\\ and a quotation mark \\\"");
     }
     Refuse("the text has no closing quotation mark");
   }
@@ -231,6 +232,7 @@ class Decoder {
 
   // Bytes with commas between them; a backslash continues the list on the next line.
   void ReadBytes(std::vector<std::uint8_t>& bytes) {
+    bytes.reserve(line_.size() / 3 + 1);
     bool expected = false;  // a comma asks for another byte
     for (SkipBlanks();; SkipBlanks()) {
       if (line_.starts_with(L'\\')) {
@@ -270,6 +272,7 @@ class Decoder {
   }
 
   static void StoreText(std::wstring_view text, std::vector<std::uint8_t>& bytes) {
+    bytes.reserve(2 * text.size() + 2);
     for (const wchar_t unit : text) {
       bytes.push_back(static_cast<std::uint8_t>(unit));
       bytes.push_back(static_cast<std::uint8_t>(unit >> 8));

@@ -28,11 +28,13 @@ std::optional<std::wstring> ExactText(std::span<const std::uint8_t> bytes) {
   text.reserve(bytes.size() / 2);
   for (std::size_t i = 0; i < bytes.size(); i += 2)
     text.push_back(static_cast<wchar_t>(bytes[i] | (bytes[i + 1] << 8)));
-  constexpr std::wstring_view kNeverInText(L"\0\r\n", 3);
-  if (text.find_first_of(kNeverInText) != text.size() - 1 || text.back() != L'\0')
-    return std::nullopt;
+  if (text.back() != L'\0') return std::nullopt;
   text.pop_back();
-  if (!SurrogatesArePaired(text)) return std::nullopt;
+  const auto never_in_text = [](wchar_t unit) {
+    return unit == L'\0' || unit == L'\r' || unit == L'\n';
+  };
+  if (std::any_of(text.begin(), text.end(), never_in_text) || !SurrogatesArePaired(text))
+    return std::nullopt;
   return text;
 }
 
@@ -93,7 +95,9 @@ void RegistryExportWriter::Text(std::wstring_view text) {
 void RegistryExportWriter::Quoted(std::wstring_view text) {
   Put('"');
   while (!text.empty()) {
-    const std::size_t plain = std::min(text.find_first_of(L"\\\""), text.size());
+    const auto escaped = std::find_if(text.begin(), text.end(),
+                                      [](wchar_t unit) { return unit == L'\\' || unit == L'"'; });
+    const auto plain = static_cast<std::size_t>(escaped - text.begin());
     Text(text.substr(0, plain));
     text.remove_prefix(plain);
     if (text.empty()) break;

@@ -35,11 +35,12 @@ RegistryNodePtr RegistryFile::Read(FileError& error) {
   stamp_ = FileStamp::Of(file_);
   const auto bytes = ReadWholeFile(file_, kLargestFile, error.reason);
   if (!bytes) return nullptr;
-  const auto content = DecodeRegistryExport(*bytes, error);
+  auto content = DecodeRegistryExport(*bytes, error);
   if (!content) return nullptr;
+  const ExportFormat format = content->format;
   RegistryNodePtr root = MakeEmptyRegistry();
-  if (!ApplyExport(*root, *content, error)) return nullptr;
-  format_ = content->format;
+  if (!ApplyExport(*root, std::move(*content), error)) return nullptr;
+  format_ = format;
   change_ = ChangeNumber(bytes->substr(0, FileStamp::kHeadSize));
   readable_ = true;
   return root;

@@ -33,10 +33,10 @@ RegistryNode& RegistryNode::AddChild(std::wstring_view child_name) {
   return children.Add(std::move(child));
 }
 
-RegistryValue& RegistryNode::AddValue(std::wstring_view value_name, std::uint32_t type,
+RegistryValue& RegistryNode::AddValue(std::wstring value_name, std::uint32_t type,
                                       std::vector<std::uint8_t>&& bytes) {
   auto value = std::make_shared<RegistryValue>();
-  value->name = value_name;
+  value->name = std::move(value_name);
   value->type = type;
   value->bytes = std::move(bytes);
   return values.Add(std::move(value));

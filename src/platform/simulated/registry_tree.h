@@ -47,7 +47,7 @@ struct RegistryNode : std::enable_shared_from_this<RegistryNode> {
 
   RegistryNode* Child(std::wstring_view child_name) const { return children.Find(child_name); }
   RegistryNode& AddChild(std::wstring_view child_name);
-  RegistryValue& AddValue(std::wstring_view value_name, std::uint32_t type,
+  RegistryValue& AddValue(std::wstring value_name, std::uint32_t type,
                           std::vector<std::uint8_t>&& bytes);
   // The key at a path below this one; null when it does not exist.
   RegistryNode* Descend(std::wstring_view path);

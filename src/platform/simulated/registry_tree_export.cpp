@@ -6,21 +6,21 @@ namespace orv {
 namespace {
 
 // The key's path below the root of roots, with the classes root led to where it lies.
-std::wstring CanonicalPath(const std::wstring& path) {
+std::wstring CanonicalPath(std::wstring&& path) {
   const std::wstring_view root = std::wstring_view(path).substr(0, path.find(L'\\'));
-  if (!EqualsIgnoringCase(root, kClassesRootName)) return path;
+  if (!EqualsIgnoringCase(root, kClassesRootName)) return std::move(path);
   return std::wstring(kClassesPath) + path.substr(root.size());
 }
 
-void ApplyValue(RegistryNode& node, const ExportedValue& value) {
+void ApplyValue(RegistryNode& node, ExportedValue&& value) {
   RegistryValue* held = node.values.Find(value.name);
   if (value.deleted) {
     if (held != nullptr) node.values.Remove(*held);
   } else if (held != nullptr) {
     held->type = value.type;
-    held->bytes = value.bytes;
+    held->bytes = std::move(value.bytes);
   } else {
-    node.AddValue(value.name, value.type, std::vector<std::uint8_t>(value.bytes));
+    node.AddValue(std::move(value.name), value.type, std::move(value.bytes));
   }
 }
 
@@ -62,9 +62,9 @@ RegistryNodePtr MakeEmptyRegistry() {
   return root;
 }
 
-bool ApplyExport(RegistryNode& root, const RegistryExport& content, FileError& error) {
-  for (const ExportedKey& key : content.keys) {
-    const std::wstring path = CanonicalPath(key.path);
+bool ApplyExport(RegistryNode& root, RegistryExport content, FileError& error) {
+  for (ExportedKey& key : content.keys) {
+    const std::wstring path = CanonicalPath(std::move(key.path));
     if (key.deleted) {
       DeleteKey(root, path);
       continue;
@@ -81,7 +81,7 @@ bool ApplyExport(RegistryNode& root, const RegistryExport& content, FileError& e
       RegistryNode* child = node->Child(element);
       node = child != nullptr ? child : &node->AddChild(element);
     }
-    for (const ExportedValue& value : key.values) ApplyValue(*node, value);
+    for (ExportedValue& value : key.values) ApplyValue(*node, std::move(value));
   }
   return true;
 }

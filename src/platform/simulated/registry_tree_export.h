@@ -20,7 +20,7 @@ RegistryNodePtr MakeEmptyRegistry();
 
 // Applies an export's additions and deletions in their order. False, with line and reason, when it
 // asks for what a registry cannot hold; part of it may then have been applied.
-bool ApplyExport(RegistryNode& root, const RegistryExport& content, FileError& error);
+bool ApplyExport(RegistryNode& root, RegistryExport content, FileError& error);
 
 // The tree as an export; a key is written when it has values or nothing below it,
 // a root only when it has values.

@@ -9,7 +9,6 @@
 namespace orv {
 namespace {
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 
 constexpr std::chrono::seconds kSoon(30);
@@ -157,12 +156,19 @@ TEST(RegistryFile, TwoWritersLoseNothingAndAWatchSeesTheFinalState) {
   EXPECT_FALSE(elsewhere.Wait(std::chrono::milliseconds(0))) << "only changed keys signal";
 }
 
-// What is stored survives a disk that refuses and memory that runs out.
-TEST(RegistryFailure, AWriteThatFailsOnDiskChangesNothingAndSignalsNobody) {
+// What is stored survives a disk that refuses and memory that runs out. A key with more than twelve
+// values has an index of them.
+class RegistryFailureOfSize : public testing::TestWithParam<wchar_t> {};
+
+TEST_P(RegistryFailureOfSize, AWriteThatFailsOnDiskChangesNothingAndSignalsNobody) {
   const MachineFolder folder;
   const auto machine = folder.Open();
   const auto key = MachineKey(*machine, L"K\\L");
-  for (const wchar_t* name : {L"a", L"b", L"c"}) ASSERT_EQ(SetBytes(*key, name, {1}), kRegOk);
+  std::vector<std::wstring> names;
+  for (wchar_t name = L'a'; name <= GetParam(); ++name) {
+    names.emplace_back(1, name);
+    ASSERT_EQ(SetBytes(*key, names.back(), {1}), kRegOk);
+  }
   const std::string stored = folder.Read("registry.reg");
   Event event(Event::Kind::AutoReset);
   ASSERT_EQ(key->NotifyChange(true, kNotifyName | kNotifyLastSet, event), kRegOk);
@@ -180,8 +186,9 @@ TEST(RegistryFailure, AWriteThatFailsOnDiskChangesNothingAndSignalsNobody) {
   FileError error;
   EXPECT_FALSE(machine->ImportRegistry("REGEDIT4\n[-HKLM\\K]\n", error));
 
-  EXPECT_THAT(ValueNames(*key), ElementsAre(L"a", L"b", L"c"));
-  EXPECT_EQ(GetBytes(*key, L"a"), std::vector<std::uint8_t>{1});
+  EXPECT_EQ(ValueNames(*key), names);
+  for (const wchar_t* name : {L"A", L"b"})
+    EXPECT_EQ(GetBytes(*key, name), std::vector<std::uint8_t>{1});
   EXPECT_EQ(machine->registry().OpenKey(RegRoot::LocalMachine, L"K\\M", kKeyRead, created),
             kRegNotFound);
   EXPECT_EQ(folder.Read("registry.reg"), stored);
@@ -189,6 +196,8 @@ TEST(RegistryFailure, AWriteThatFailsOnDiskChangesNothingAndSignalsNobody) {
   machine->faults().Clear();
   EXPECT_EQ(SetBytes(*key, L"a", {2}), kRegOk);
 }
+
+INSTANTIATE_TEST_SUITE_P(Values, RegistryFailureOfSize, testing::Values(L'c', L'o'));
 
 TEST(RegistryFailure, AFolderThatIsGoneAnswersAWriteFaultAndKeepsTheValues) {
   const MachineFolder folder;
@@ -203,12 +212,15 @@ TEST(RegistryFailure, AFolderThatIsGoneAnswersAWriteFaultAndKeepsTheValues) {
 TEST(RegistryFailure, LackOfMemoryLeavesKeysAndValuesAsTheyWere) {
   const auto machine = SimulatedMachine::InMemory();
   const auto key = MachineKey(*machine, L"K");
-  ASSERT_EQ(SetBytes(*key, L"old", {1}), kRegOk);
+  for (wchar_t name = L'a'; name <= L'l'; ++name)
+    ASSERT_EQ(SetBytes(*key, std::wstring(1, name), {1}), kRegOk);
+  const auto old = ValueNames(*key);
   WithEveryAllocationFailing(
       [&] {
         SetBytes(*key, L"a value's name of some length", {1, 2, 3});
       },
-      [&](std::size_t nth) { EXPECT_THAT(ValueNames(*key), ElementsAre(L"old")) << nth; });
+      [&](std::size_t nth) { EXPECT_EQ(ValueNames(*key), old) << nth; });
+  EXPECT_EQ(GetBytes(*key, L"L"), std::vector<std::uint8_t>{1});
   std::unique_ptr<RegistryKey> created;
   WithEveryAllocationFailing(
       [&] {
