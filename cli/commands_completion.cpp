@@ -24,7 +24,6 @@ std::string Words(const CLI::App& command, const CLI::App& root) {
     for (const std::string& name : OptionNames(root))
       if (name != "--help") words += name + " ";
   }
-  if (!words.empty()) words.pop_back();
   return words;
 }
 
