@@ -121,6 +121,7 @@ TEST(OrvctlDsp, WithoutEvidenceNothingIsVerified) {
   EXPECT_EQ(VerdictText(ComparePush(plan, S_OK, {})),
             "Sent, not read back: 1 block. This driver does not report what it took.");
   EXPECT_EQ(ToJson(ComparePush(plan, S_OK, {}))["verdict"], "sent, not read back");
+  EXPECT_EQ(ToJson(ComparePush({}, S_OK, {}))["verdict"], "differs") << "nothing to send";
   DspEvidence evidence;
   evidence.received = plan.blocks;
   EXPECT_FALSE(ComparePush(plan, S_OK, evidence).differs());

@@ -61,9 +61,12 @@ TEST_F(ModeSelector, DefaultIsCurrentUntilSomethingIsStored) {
   EXPECT_EQ(CurrentMode(selector_, false), L"ApoOpMode:Movie/Internal");
 
   ASSERT_TRUE(selector_.SetCurrentMode(kMusic));
-  ORVAPOModeSelector later(*machine_);
-  ASSERT_TRUE(later.Init(kSpeakersKey, kMovie));
-  EXPECT_EQ(CurrentMode(later, true), L"ApoOpMode:Music/External");
+  {
+    ORVAPOModeSelector later(*machine_);
+    ASSERT_TRUE(later.Init(kSpeakersKey, kMovie));
+    EXPECT_EQ(CurrentMode(later, true), L"ApoOpMode:Music/External");
+  }
+  EXPECT_EQ(machine_->faults().Calls("registry.notify"), 0U) << "watched for a listener only";
 
   machine_->faults().FailNth("registry.set_value", 1, kRegWriteFault);
   EXPECT_FALSE(selector_.SetCurrentMode(kMovie));

@@ -23,6 +23,7 @@ using testing::IsEmpty;
 
 TEST(PropertySet, OnlyARealChangeIsAnnounced) {
   ORVPropertySet set;
+  EXPECT_FALSE(set.IsModified());
   set.SetProperty(L"level", 5);
   set.SetModified(false);
   Listener listener;

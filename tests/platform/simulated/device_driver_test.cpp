@@ -104,6 +104,7 @@ TEST(BroadwellDriver, MisbehaviourAndFaultsReachTheCaller) {
       R"({"drivers": {"broadwell": {"interfaces": 2, "module": {"enabled": true}, "misbehaviour": [
            {"kind": "refuse", "request": 0, "direction": "get", "status": "0x80070005"},
            {"kind": "short", "request": 22, "size": 3},
+           {"kind": "corrupt", "request": "version", "offset": 0, "mask": 2},
            {"kind": "stale", "request": 6}]}}})"));
   machine->faults().FailNth("device.open", 1, 5);
   std::uint32_t error = 0;
@@ -128,6 +129,10 @@ TEST(BroadwellDriver, MisbehaviourAndFaultsReachTheCaller) {
   EXPECT_EQ(get(22, 16).returned, 20U);
   EXPECT_EQ(BroadwellRequest(14, 6, Wire().Word(1)).Send(*file), 0U);
   EXPECT_EQ(WordAt(get(6, 4).buffer, 17), 0U) << "the block before the write";
+  BroadwellRequest version(10, 6);
+  EXPECT_EQ(version.Send(*file), 0U);
+  EXPECT_EQ(std::to_integer<unsigned>(version.buffer[4]),
+            machine->description().drivers.broadwell->interface_version ^ 2U);
   machine->faults().FailNth("device.control", 1, 31);
   get(6, 4);
   EXPECT_EQ(error, kDeviceGenFailure);
