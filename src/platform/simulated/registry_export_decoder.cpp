@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::wstring_view kHeader5 = L"Windows Registry Editor Version 5.00";
 constexpr std::wstring_view kHeader4 = L"REGEDIT4";
-constexpr std::wstring_view kBlanks = L" \t";
+constexpr bool IsBlank(wchar_t unit) noexcept { return unit == L' ' || unit == L'\t'; }
 
 struct Refusal {
   int line;
@@ -28,9 +28,9 @@ constexpr std::array<RootName, 5> kRoots = {{{L"HKLM", L"HKEY_LOCAL_MACHINE"},
                                              {L"HKCC", L"HKEY_CURRENT_CONFIG"}}};
 
 std::wstring_view Trim(std::wstring_view text) noexcept {
-  const std::size_t begin = std::min(text.find_first_not_of(kBlanks), text.size());
-  text.remove_prefix(begin);
-  return text.substr(0, text.find_last_not_of(kBlanks) + 1);
+  while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
+  return text;
 }
 
 int HexDigit(wchar_t unit) noexcept {
@@ -267,8 +267,7 @@ class Decoder {
   }
 
   void SkipBlanks() noexcept {
-    while (!line_.empty() && (line_.front() == L' ' || line_.front() == L'\t'))
-      line_.remove_prefix(1);
+    while (!line_.empty() && IsBlank(line_.front())) line_.remove_prefix(1);
   }
 
   static void StoreText(std::wstring_view text, std::vector<std::uint8_t>& bytes) {
