@@ -2,6 +2,7 @@
 
 #include "cli/failure.h"
 #include "cli/names.h"
+#include "cli/remedy.h"
 #include "endpoints/endpoint_registry.h"
 #include "platform/text.h"
 #include "properties/property_image.h"
@@ -67,7 +68,8 @@ const ORVAPOConfigurationFile& Catalog::File(const Endpoint& endpoint) {
         loaded->Load(WideFromUtf8(path), static_cast<std::uint32_t>(type), 0);
     if (status != kConfigLoaded) {
       throw Failure(kRefused, "the configuration file " + path + " cannot be read (load status " +
-                                  std::to_string(status) + ").\n\"orvctl check\" explains a file.");
+                                  std::to_string(status) + ").\nWhat examines it: " +
+                                  CommandLine("doctor " + endpoint.number()));
     }
     file = std::move(loaded);
   }

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "cli/failure.h"
+#include "cli/remedy.h"
 #include "platform/text.h"
 
 namespace orv::cli {
@@ -23,8 +24,9 @@ void ChangeLockTimedOut(const std::string& registry_path) {
 }
 
 void ChangeLockFailed(const std::string& registry_path, const std::string& reason) {
-  throw Failure(kRefused, registry_path + " cannot be locked: " + reason +
-                              ".\nNothing was changed; \"orvctl doctor\" examines the machine.");
+  throw Failure(kRefused,
+                registry_path + " cannot be locked: " + reason +
+                    ".\nNothing was changed. What examines the machine: " + CommandLine("doctor"));
 }
 
 }  // namespace orv::cli

@@ -1,5 +1,6 @@
 #include "cli/commands.h"
 
+#include "cli/remedy.h"
 #include "cli/select.h"
 #include "platform/text.h"
 
@@ -19,8 +20,8 @@ std::vector<Endpoint> Context::FindEndpoints() {
   std::vector<std::string> unopened;
   std::vector<Endpoint> endpoints = session().Endpoints(&unopened);
   for (const std::string& id : unopened) {
-    output.Remark("The component finds " + id +
-                  " but cannot open it; \"orvctl doctor\" tells why.");
+    output.Remark("The component finds " + id + " but cannot open it. What examines it: " +
+                  CommandLine("doctor " + ShellWord(id)));
   }
   return endpoints;
 }
@@ -44,9 +45,8 @@ Endpoint Context::SelectEndpoint(const std::string& text) {
 
 std::size_t Context::PositionOf(const std::vector<Endpoint>& endpoints, const std::string& text) {
   if (endpoints.empty()) {
-    throw Failure(kRefused,
-                  "the component finds no endpoint on this machine.\n"
-                  "\"orvctl doctor\" tells what is missing.");
+    throw Failure(kRefused, "the component finds no endpoint on this machine.\nWhat is missing: " +
+                                CommandLine("doctor"));
   }
   for (std::size_t i = 0; i < endpoints.size(); ++i)
     if (EqualsIgnoringCase(endpoints[i].id(), text)) return i;
@@ -75,8 +75,8 @@ Mode Context::SelectMode(const Endpoint& endpoint, const std::string& text) {
 Mode Context::CurrentMode(const Endpoint& endpoint) {
   if (std::optional<Mode> mode = endpoint.CurrentMode()) return std::move(*mode);
   ComponentFailure("reading the current mode of " + endpoint.name(), orv_apo::kNotFound,
-                   "The stored mode is none of the configuration's. Name a mode with --mode, or "
-                   "store the default one with \"orvctl mode ENDPOINT --default\".");
+                   "The stored mode is none of the configuration's. To store the default one: " +
+                       CommandLine("mode " + endpoint.number() + " --default"));
 }
 
 void ReportDifference(Context& context, const std::string& name, const std::string& wanted,

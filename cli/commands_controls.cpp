@@ -3,6 +3,7 @@
 
 #include "cli/commands.h"
 #include "cli/control_view.h"
+#include "cli/remedy.h"
 #include "cli/select.h"
 
 namespace orv::cli {
@@ -33,7 +34,8 @@ ControlView FindControl(Catalog& catalog, const Endpoint& endpoint, const Mode& 
     for (const ControlView& view : views) names.push_back(view.name);
   }
   UsageFailure("no control named \"" + name + "\" in " + mode.name() + "." +
-               Suggestion(names, name) + "\n\"orvctl controls\" lists them.");
+               Suggestion(names, name) + "\nWhat lists them: " +
+               CommandLine("controls " + endpoint.number() + " --mode " + ShellWord(mode.name())));
 }
 
 void Show(Context& context, const ControlView& view) {

@@ -7,6 +7,7 @@
 #include "cli/dsp_objects.h"
 #include "cli/files.h"
 #include "cli/names.h"
+#include "cli/remedy.h"
 #include "cli/select.h"
 #include "config/configuration_file.h"
 #include "config/mode_selector.h"
@@ -55,8 +56,6 @@ class Doctor {
   void ExamineThroughComponent(const ORVAPOEndpointInfo& info);
   void ExamineDsp(const Endpoint& endpoint);
   std::string DriverThatRefuses(const Endpoint& endpoint);
-  // A command line to be pasted, for this machine.
-  std::string CommandLine(const std::string& words) const;
   std::string MachineFolder() const;  // one word of a command line; empty for the system's machine
 
   Context& context_;
@@ -66,24 +65,9 @@ class Doctor {
   std::vector<Check> checks_;
 };
 
-// One word of a command line.
-std::string ShellWord(const std::string& text) {
-  constexpr char kPlain[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-./:";
-  if (!text.empty() && text.find_first_not_of(kPlain) == std::string::npos) return text;
-  if (text.find_first_of("\"$`!") == std::string::npos) return '"' + text + '"';
-  std::string quoted = "'";
-  for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return quoted + "'";
-}
-
 std::string Doctor::MachineFolder() const {
   const std::filesystem::path& folder = context_.session().machine_folder();
   return folder.empty() ? "" : ShellWord(PathText(std::filesystem::absolute(folder)));
-}
-
-std::string Doctor::CommandLine(const std::string& words) const {
-  const std::string folder = MachineFolder();
-  return "orvctl " + (folder.empty() ? "" : "--machine " + folder + " ") + words;
 }
 
 void Doctor::ExamineTechnology() {
@@ -93,7 +77,7 @@ void Doctor::ExamineTechnology() {
   const std::wstring path = ORVAPOProcessLibrary::LibraryPath(machine_);
   const std::string file = Utf8FromWide(path);
   if (count != 0) {
-    Add("technology library", true, file + " describes " + std::to_string(count) + " controls", "");
+    Add("technology library", true, file + " describes " + Counted(count, "control"), "");
   } else if (!machine_.FileExists(path)) {
     Add("technology library", false, file + " is missing",
         "Install the library there, or name its folder with --technology.");
@@ -131,8 +115,8 @@ void Doctor::ExamineConfiguration(const ORVAPOEndpointInfo& info) {
   const std::optional<std::string> found = machine_.HostPath(info.config_file());
   const std::string host = found ? PathText(std::filesystem::absolute(PathFromUtf8(*found))) : path;
   if (status == kConfigLoaded) {
-    return Add("configuration file", true,
-               path + " has " + std::to_string(file.GetModes().size()) + " modes", "");
+    return Add("configuration file", true, path + " has " + Counted(file.GetModes().size(), "mode"),
+               "");
   }
   const bool exists = machine_.FileExists(info.config_file());
   Add("configuration file", false,
@@ -184,8 +168,8 @@ std::string Doctor::ImageFaults(const std::string& value, const ImageBytes& byte
         std::to_string(decoding.fault_offset) + " of " + std::to_string(bytes.size()));
   }
   if (decoding.unknown_tags != 0) {
-    add("the image \"" + value + "\" has " + std::to_string(decoding.unknown_tags) +
-        " records of unknown kind");
+    add("the image \"" + value + "\" has " + Counted(decoding.unknown_tags, "record") +
+        " of unknown kind");
   }
   for (const ORVPropertyEntry& entry : list) {
     const std::string name = Utf8FromName(entry.name);
@@ -244,8 +228,7 @@ void Doctor::ExamineStored(const ORVAPOEndpointInfo& info, const std::vector<Mod
     Add("stored values", false, faults, RestoreLine(value, modes));
     well = false;
   }
-  if (well)
-    Add("stored values", true, std::to_string(count) + " images decoded, values in range", "");
+  if (well) Add("stored values", true, Counted(count, "image") + " decoded, values in range", "");
 }
 
 // How the component answers when it is asked for an endpoint's DSP objects.
@@ -288,7 +271,7 @@ std::string SkylakeRefusal(Machine& machine, const std::string& endpoint) {
   if (!client.GetAPIVersion(asked, version, features)) {
     return MeansUnknownProperty(status)
                ? ""
-               : "the Intel driver behind this endpoint does not tell its version: " +
+               : "the Intel driver behind this endpoint does not report its version: " +
                      StatusText(status);
   }
   if (version != skylake::kSupportedInterface) {
@@ -296,8 +279,9 @@ std::string SkylakeRefusal(Machine& machine, const std::string& endpoint) {
            std::to_string(version) + " instead of " + std::to_string(skylake::kSupportedInterface);
   }
   if (SUCCEEDED(status)) return "the Intel driver refused at first and answers now";
-  return status == E_FAIL ? ""
-                          : "the Intel driver does not tell its modules: " + StatusText(status);
+  return client.lists_modules()
+             ? ""
+             : "the Intel driver does not list its modules: " + StatusText(status);
 }
 
 // The driver that is there although the component has no DSP object for the endpoint; empty when
@@ -331,7 +315,7 @@ void Doctor::ExamineDsp(const Endpoint& endpoint) {
   if (FAILED(answer.intel)) {
     return Add("DSP", true, "Qualcomm driver present; it does not report what it holds", "");
   }
-  const IntelDspState state = AskIntelDsp(endpoint);
+  const IntelDspState state = AskIntelDsp(machine_, endpoint);
   if (!state.fault.empty()) {
     return Add("DSP", false,
                "the Intel driver is there, but " + state.fault.substr(0, state.fault.find('\n')),

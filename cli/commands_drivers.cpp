@@ -67,7 +67,7 @@ void ShowReceived(Output& output, const std::vector<DriverRecord>& records, bool
   }
   output.Line(output.Painted("Received", ansi::kBold));
   output.Show(table, 2);
-  if (first != 0) output.Line("  " + std::to_string(first) + " earlier records; --all shows them.");
+  if (first != 0) output.Line("  " + Counted(first, "earlier record") + "; --all shows all.");
 }
 
 void ShowFields(Output& output, const DriverRecord& record, bool all) {
@@ -86,7 +86,7 @@ void ShowFields(Output& output, const DriverRecord& record, bool all) {
   }
   output.Show(table, 2);
   if (shown < fields.size()) {
-    output.Line("  " + std::to_string(fields.size() - shown) + " more fields; --all shows them.");
+    output.Line("  " + Counted(fields.size() - shown, "more field") + "; --all shows all.");
   }
 }
 

@@ -6,6 +6,7 @@
 #include "cli/dsp_objects.h"
 #include "cli/dsp_push.h"
 #include "cli/files.h"
+#include "cli/remedy.h"
 #include "cli/select.h"
 #include "config/configuration_file.h"
 #include "config/configuration_reader.h"
@@ -28,8 +29,10 @@ struct Arguments {
 
 const std::vector<std::string> kTechnologies = {"HPF", "PEQLEFT", "PEQRIGHT", "PEQALL"};
 const std::vector<std::string> kChannels = {"left", "right", "both"};
-constexpr char kDriverRefused[] =
-    "-v shows what the driver answered; \"orvctl machine drivers\" what a simulated one received.";
+std::string DriverRefused() {
+  return "-v shows what the driver answered; what a simulated one received: " +
+         CommandLine("machine drivers");
+}
 
 void CheckWord(const std::vector<std::string>& known, const std::string& word,
                const std::string& kind) {
@@ -64,7 +67,7 @@ void PushMode(Context& context, const Arguments& arguments) {
   });
   SettlePush(context, outcome,
              "writing " + mode.name() + " into the Intel DSP of " + endpoint.name(),
-             kDriverRefused);
+             DriverRefused());
   ShowOutcome(context, outcome);
 }
 
@@ -91,8 +94,8 @@ ControlValueMap FileControls(Context& context, const std::wstring& path, const s
                                   "beyond U+00FF.\nCopy the file to such a path.");
     }
     const auto host = machine.HostFile(path);
-    throw Failure(kRefused, asked + ").\n\"orvctl check '" + (host ? PathText(*host) : name) +
-                                "'\" reports its faults.");
+    throw Failure(kRefused, asked + ").\nWhat reports its faults: " +
+                                CommandLine("check " + ShellWord(host ? PathText(*host) : name)));
   }
   ORVAPOOperatingMode mode;
   if (!file.FindMode(file.GetDefaultModeKey(), mode)) return {};
@@ -111,9 +114,9 @@ void PushFile(Context& context, const Arguments& arguments) {
   const PushOutcome outcome = RunPush(
       readback, plan, [&] { return dsp.ProcessConfigFile(path, arguments.set_default, error); });
   if (!error.empty()) context.output.Remark("The component reports: " + error);
-  SettlePush(
-      context, outcome, "writing " + arguments.file + " into the Intel DSP of " + endpoint.name(),
-      "The file needs a mode of its own default key, for the DSP. " + std::string(kDriverRefused));
+  SettlePush(context, outcome,
+             "writing " + arguments.file + " into the Intel DSP of " + endpoint.name(),
+             "The file needs a mode of its own default key, for the DSP. " + DriverRefused());
   ShowOutcome(context, outcome);
 }
 
@@ -174,19 +177,20 @@ void PushEqualizer(Context& context, const Arguments& arguments) {
     return status;
   });
   SettlePush(context, outcome, "setting the parametric equaliser (" + arguments.channel + ")",
-             takes_bands ? kDriverRefused
-                         : "Only a Broadwell driver takes bands directly; into a Skylake one push "
-                           "a mode: orvctl dsp intel \"" +
-                               endpoint.name() + "\" push --tech PEQALL");
+             takes_bands
+                 ? DriverRefused()
+                 : "Only a Broadwell driver takes bands directly; into a Skylake one push "
+                   "a mode: " +
+                       CommandLine("dsp intel " + endpoint.number() + " push --tech PEQALL"));
   RemarkDifferences(context, outcome);
   if (context.output.json()) {
     const Json json = ToJson(outcome);
     return context.output.Value({{"status", json["status"]}, {"verdict", json["verdict"]}});
   }
   const bool one = bands.size() == 1;
-  context.output.Line(
-      std::to_string(bands.size()) + (one ? " band, " : " bands, ") + arguments.channel +
-      (one ? ": a high shelf. " : ": low shelf first, high shelf last. ") + VerdictText(outcome));
+  context.output.Line(Counted(bands.size(), "band") + ", " + arguments.channel +
+                      (one ? ": a high shelf. " : ": low shelf first, high shelf last. ") +
+                      VerdictText(outcome));
 }
 
 using Action = void (*)(Context& context, const Arguments& arguments);

@@ -5,6 +5,7 @@
 #include "cli/control_view.h"
 #include "cli/dsp_objects.h"
 #include "cli/dsp_push.h"
+#include "cli/remedy.h"
 #include "cli/select.h"
 #include "platform/simulated/drivers/driver_requests.h"
 
@@ -17,12 +18,13 @@ struct Arguments {
   std::string value;
 };
 
-[[noreturn]] void UnknownProperty(Context& context, const std::string& name) {
+[[noreturn]] void UnknownProperty(Context& context, const Endpoint& endpoint,
+                                  const std::string& name) {
   if (context.catalog().Describe(name).described)
     UsageFailure("this DSP does not take \"" + name + "\" by itself; push a mode.");
   UsageFailure("no property named \"" + name + "\"." +
                Suggestion(context.catalog().DescribedNames(), name) +
-               "\n\"orvctl controls\" lists the names.");
+               "\nWhat lists the names: " + CommandLine("controls " + endpoint.number()));
 }
 
 void GetProperty(Context& context, const std::string& endpoint_text, const Arguments& arguments) {
@@ -33,7 +35,7 @@ void GetProperty(Context& context, const std::string& endpoint_text, const Argum
   const HRESULT status = dsp.GetProperty(name, arguments.set_default, value);
   if (FAILED(status) && !FindProperty(dsp.Kind(), name) &&
       !context.catalog().Describe(name).described)
-    UnknownProperty(context, name);
+    UnknownProperty(context, endpoint, name);
   const std::string asked = "reading \"" + name + "\" from the Intel DSP";
   if (status == E_NOTIMPL)
     throw Failure(kRefused,
@@ -42,6 +44,10 @@ void GetProperty(Context& context, const std::string& endpoint_text, const Argum
                            ? "Of this driver only \"VQ3D-Process Enable\" can be read."
                            : "Of this driver only some switches and levels can be read."));
   Require(status, asked, "-v shows what the driver answered.");
+  DspReadback readback(context.session().machine(), endpoint.id());
+  if (value == 0 && dsp.Kind() == kSkylakeDriver && !readback.ReadsSwitch())
+    throw Failure(kRefused,
+                  asked + ": the driver does not answer.\n-v shows what the component met.");
   if (context.output.json()) return context.output.Value({{"name", name}, {"value", value}});
   context.output.Line(name + " = " + std::to_string(value));
 }
@@ -85,7 +91,7 @@ class PropertyPush {
         kind_(dsp_.Kind()),
         readback_(context.session().machine(), endpoint.id()) {
     const auto place = FindProperty(kind_, name_);
-    if (!place) UnknownProperty(context, name_);
+    if (!place) UnknownProperty(context, endpoint, name_);
     place_ = *place;
     number_ = ParseProperty(context, name_, arguments.value);
     value_.vt = VT_I4;
@@ -138,13 +144,19 @@ class PropertyPush {
     for (DspBlock& block : property.plan.blocks) plan_.blocks.push_back(std::move(block));
     const DspBlock* planned = FindBlock(plan_.blocks, place_.parameter);
     if (planned == nullptr)
-      throw Failure(
-          kRefused,
-          Asked() + ": " + (FAILED(property.status) ? StatusText(property.status) : "") +
-              (property.reason.empty() ? "\nThe driver does not answer for its block."
-                                       : "\nThe block cannot be made: " + property.reason + "."));
+      throw Failure(kRefused,
+                    Asked() + ": " + (FAILED(property.status) ? StatusText(property.status) : "") +
+                        (property.reason.empty()
+                             ? "\nThe driver does not answer for its block."
+                             : "\nThe block cannot be made: " + Sentence(property.reason)));
     if (!context_.catalog().Describe(name_).described)
       CheckFieldRange(name_, number_, FieldText(*planned, place_.offset));
+  }
+
+  // A reason of the component may end in a full stop of its own.
+  static std::string Sentence(std::string reason) {
+    if (!reason.ends_with('.')) reason += '.';
+    return reason;
   }
 
   static bool Equal(const DspPlan& a, const DspPlan& b) {

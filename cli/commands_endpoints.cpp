@@ -1,5 +1,6 @@
 // endpoints, config, properties
 #include "cli/commands.h"
+#include "cli/remedy.h"
 #include "cli/select.h"
 
 namespace orv::cli {
@@ -21,7 +22,7 @@ void ListEndpoints(Context& context) {
   const std::vector<Endpoint> endpoints = context.Endpoints();
   if (!context.output.json()) {
     if (endpoints.empty())
-      context.output.Remark("No endpoint. \"orvctl doctor\" tells what is missing.");
+      context.output.Remark("No endpoint. What is missing: " + CommandLine("doctor"));
     return context.output.Show(EndpointsTable(endpoints));
   }
   Json array = Json::array();
@@ -45,9 +46,8 @@ void ShowConfig(Context& context, const std::string& endpoint_text,
   if (context.output.json()) return context.output.Value({{"config", config}});
   const char* meaning =
       config == kORVAPO_EPCfg_DSP ? "modes for the DSP" : "modes without selector";
-  context.output.Line(std::to_string(config) + " (" + meaning +
-                      "): " + std::to_string(endpoint.Modes().size()) + " modes in " +
-                      endpoint.ConfigFile());
+  context.output.Line(std::to_string(config) + " (" + meaning + "): " +
+                      Counted(endpoint.Modes().size(), "mode") + " in " + endpoint.ConfigFile());
 }
 
 void ShowProperties(Context& context, const std::string& endpoint_text, const std::string& key) {

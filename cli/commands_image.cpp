@@ -3,6 +3,7 @@
 #include "cli/files.h"
 #include "cli/image_json.h"
 #include "cli/names.h"
+#include "cli/remedy.h"
 #include "platform/text.h"
 
 namespace orv::cli {
@@ -32,8 +33,9 @@ ImageBytes StoredImage(Context& context, const Arguments& arguments) {
   auto image = ReadImage(context.session().machine(), endpoint.RegistryPath(), mode.name());
   if (!image) {
     throw Failure(kRefused, "nothing is stored for " + mode.name() +
-                                ": the configuration's values are in force.\n\"orvctl restore\" or "
-                                "\"orvctl set\" stores them.");
+                                ": the configuration's values are in force.\nTo store them: " +
+                                CommandLine("restore " + endpoint.number() + " --mode " +
+                                            ShellWord(mode.name())));
   }
   return *std::move(image);
 }
@@ -77,16 +79,16 @@ void Decode(Context& context, const Arguments& arguments) {
                  Cell(ValueWords(entry["value"]), ansi::kAccent)});
     }
     context.output.Show(table);
-    context.output.Line(std::to_string(entries.size()) + " entries in " +
-                        std::to_string(image.size()) + " bytes.");
+    context.output.Line(Counted(entries.size(), "entry", "entries") + " in " +
+                        Counted(image.size(), "byte") + ".");
   }
   if (decoding.fault != ImageFault::None) {
     context.output.Remark("Decoding stopped at offset " + std::to_string(decoding.fault_offset) +
                           ": " + FaultWords(decoding.fault) + ".");
   }
   if (decoding.unknown_tags != 0) {
-    context.output.Remark(std::to_string(decoding.unknown_tags) +
-                          " records of unknown kind were passed over.");
+    context.output.Remark("Passed over: " + Counted(decoding.unknown_tags, "record") +
+                          " of unknown kind.");
   }
   if (decoding.fault != ImageFault::None || decoding.unknown_tags != 0)
     context.exit_status = kDiffering;

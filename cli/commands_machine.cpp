@@ -3,6 +3,7 @@
 #include "cli/files.h"
 #include "cli/host.h"
 #include "cli/machine_folder.h"
+#include "cli/remedy.h"
 #include "cli/select.h"
 #include "platform/files.h"
 
@@ -32,7 +33,7 @@ void MakeMachine(Context& context, const std::string& folder, const std::string&
   const std::string path = PathText(std::filesystem::absolute(target).lexically_normal());
   if (context.output.json()) return context.output.Value({{"path", path}});
   context.output.Line(path);
-  context.output.Remark("orvctl --machine " + folder + " endpoints");
+  context.output.Remark("orvctl --machine " + ShellWord(folder) + " endpoints");
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // modes, mode, enable, restore
 #include "cli/commands.h"
 #include "cli/control_view.h"
+#include "cli/remedy.h"
 #include "cli/state.h"
 
 namespace orv::cli {
@@ -39,10 +40,12 @@ void ShowModes(Context& context, const Arguments& arguments) {
   context.output.Value(array);
 }
 
-void ReportMode(Context& context, const Mode& current, const std::string& wanted) {
-  context.output.Remark("The current mode is still " + Printable(current.name()) + ", not " +
-                        Printable(wanted) + ": it could not be stored. " +
-                        "\"orvctl doctor\" tells whether the endpoint's key may be written.");
+void ReportMode(Context& context, const Endpoint& endpoint, const Mode& current,
+                const std::string& wanted) {
+  context.output.Remark(
+      "The current mode is still " + Printable(current.name()) + ", not " + Printable(wanted) +
+      ": it could not be stored. " +
+      "What examines the endpoint's key: " + CommandLine("doctor " + endpoint.number()));
   context.exit_status = kDiffering;
 }
 
@@ -62,7 +65,7 @@ Mode SwitchMode(Context& context, const Endpoint& endpoint, const Arguments& arg
     found = context.CurrentMode(endpoint);
     return found->name() == wanted;
   });
-  if (!stored) ReportMode(context, *found, wanted);
+  if (!stored) ReportMode(context, endpoint, *found, wanted);
   return std::move(*found);
 }
 
@@ -91,8 +94,10 @@ void ShowOrSwitchProcessing(Context& context, const Arguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const std::vector<Mode> modes = endpoint.Modes();
   if (modes.empty()) {
-    throw Failure(kRefused, endpoint.name() + " has no modes.\n\"orvctl check " +
-                                endpoint.ConfigFile() + "\" explains its configuration file.");
+    throw Failure(kRefused, endpoint.name() +
+                                " has no modes.\nWhat examines its configuration "
+                                "file: " +
+                                CommandLine("doctor " + endpoint.number()));
   }
   const bool enabled = arguments.state.empty()
                            ? modes.front().Enabled()

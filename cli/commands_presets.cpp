@@ -51,8 +51,8 @@ void Save(Context& context, const Arguments& arguments) {
   if (arguments.file == "-") return context.output.Raw(text);
   ReplaceFile(arguments.file, text);
   if (context.output.json()) return context.output.Raw(text);
-  context.output.Line("Saved " + std::to_string(controls) + " controls of " +
-                      std::to_string(preset.modes.size()) + " modes to " + arguments.file + ".");
+  context.output.Line("Saved " + Counted(controls, "control") + " of " +
+                      Counted(preset.modes.size(), "mode") + " to " + arguments.file + ".");
 }
 
 // Turns a preset into the state it asks for; what does not fit the endpoint becomes a problem.
@@ -187,8 +187,8 @@ void ShowChanges(Context& context, const std::vector<Change>& changes, bool dry_
   }
   if (context.output.json()) return context.output.Value(array);
   if (!table.empty()) context.output.Show(table);
-  context.output.Line(std::to_string(changes.size()) +
-                      (dry_run ? " changes to make; nothing was changed." : " changes made."));
+  context.output.Line(Counted(changes.size(), "change") +
+                      (dry_run ? " to make; nothing was changed." : " made."));
 }
 
 // Throws if the preset does not fit and may not be loaded in part.

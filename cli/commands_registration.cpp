@@ -78,7 +78,8 @@ void Change(Context& context, bool add, bool for_user) {
   }
   if (context.output.json()) return context.output.Value({{"keys", keys}});
   for (const std::string& key : keys) context.output.Line(Printable(key));
-  context.output.Line(std::to_string(keys.size()) + (add ? " keys exist." : " keys removed."));
+  context.output.Line(Counted(keys.size(), "key") +
+                      (add ? keys.size() == 1 ? " exists." : " exist." : " removed."));
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include "cli/image_json.h"
 #include "cli/machine_folder.h"
 #include "cli/names.h"
+#include "cli/remedy.h"
 #include "cli/scale.h"
 #include "config/mode_selector.h"
 #include "platform/text.h"
@@ -276,9 +277,9 @@ void Story::TellPush(const Mode& mode) {
   const PushOutcome push =
       RunPush(readback, plan, [&] { return dsp.WriteControls(mode, {}, false); });
   SettlePush(context_, push, "pushing " + mode.name() + " into the DSP",
-             "\"orvctl doctor\" looks for the reason.");
+             "What looks for the reason: " + CommandLine("doctor"));
   Say("This laptop's DSP takes the controls as fixed-point numbers. The " + dsp.Kind() +
-      " driver received " + std::to_string(push.blocks.size()) + " blocks with the values of " +
+      " driver received " + Counted(push.blocks.size(), "block") + " with the values of " +
       mode.name() + ".");
   TellBlock(push);
   if (push.differs()) {

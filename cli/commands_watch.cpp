@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "cli/commands.h"
+#include "cli/remedy.h"
 #include "cli/state.h"
 #include "cli/stop_on_signal.h"
 #include "endpoints/endpoint_registry.h"
@@ -55,7 +56,7 @@ class KeyWatch {
     if (status != kRegOk)
       ComponentFailure("watching HKEY_LOCAL_MACHINE\\" + path_,
                        orv_apo::StatusOfSystemError(static_cast<DWORD>(status)),
-                       "\"orvctl doctor\" tells whether the key may be read.");
+                       "What examines the key: " + CommandLine("doctor"));
   }
 
  private:

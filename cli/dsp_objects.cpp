@@ -1,8 +1,10 @@
 #include "cli/dsp_objects.h"
 
 #include "cli/component_text.h"
+#include "cli/dsp_readback.h"
 #include "cli/failure.h"
 #include "cli/names.h"
+#include "cli/remedy.h"
 #include "cli/select.h"
 #include "frame/public_controls.h"
 #include "platform/simulated/drivers/driver_requests.h"
@@ -10,8 +12,10 @@
 namespace orv::cli {
 namespace {
 
-const char* const kDriverRemedy =
-    "-v shows what the component met; \"orvctl doctor\" examines the DSP.";
+// What shows why a driver refuses.
+std::string Examination(const Endpoint& endpoint) {
+  return "-v shows what the component met: " + CommandLine("-v doctor " + endpoint.number());
+}
 
 // The words are those of the operation, where the status means several things.
 [[noreturn]] void OpeningFailure(const Endpoint& endpoint, const std::string& dsp, HRESULT status,
@@ -24,9 +28,9 @@ const char* const kDriverRemedy =
 std::string OtherDsp(const Endpoint& endpoint) {
   ComPtr<IORVAPOQCDSP> qualcomm;
   const bool other = SUCCEEDED(endpoint.object()->GetQCDSPInterface(qualcomm.Put())) && qualcomm;
-  return other ? "This endpoint's DSP is Qualcomm: orvctl dsp qualcomm \"" + endpoint.name() +
-                     "\" push"
-               : "-v shows what the component met: orvctl -v doctor \"" + endpoint.name() + "\"";
+  return other ? "This endpoint's DSP is Qualcomm: " +
+                     CommandLine("dsp qualcomm " + endpoint.number() + " push")
+               : Examination(endpoint);
 }
 
 // A vector of numbers that the component takes.
@@ -52,7 +56,7 @@ class NumberArray {
 
 }  // namespace
 
-IntelDsp::IntelDsp(const Endpoint& endpoint) {
+IntelDsp::IntelDsp(const Endpoint& endpoint) : examination_(Examination(endpoint)) {
   ComPtr<IKELAPOIntelDSP> dsp;
   const HRESULT status = endpoint.object()->GetIntelInterface(dsp.Put());
   if (FAILED(status))
@@ -61,7 +65,8 @@ IntelDsp::IntelDsp(const Endpoint& endpoint) {
                    OtherDsp(endpoint));
   object_ = dsp.As<IKELAPOIntelDSP4>();
   if (!object_)
-    ComponentFailure("opening the Intel DSP of " + endpoint.name(), E_NOINTERFACE, kDriverRemedy);
+    ComponentFailure("opening the Intel DSP of " + endpoint.name(), E_NOINTERFACE,
+                     Examination(endpoint));
 }
 
 std::string IntelDsp::Kind() const {
@@ -76,13 +81,13 @@ IntelDsp::Versions IntelDsp::ReadVersions() const {
   BYTE api = 0;
   BYTE features = 0;
   Require(object_->GetAPIVersion(&api, &features), "asking the driver for its version",
-          kDriverRemedy);
+          examination_);
   versions.api = api;
   versions.features = features;
   Text name;
   Text version;
   Require(object_->GetModuleInfo(name.Put(), version.Put()), "asking the driver for its module",
-          kDriverRemedy);
+          examination_);
   versions.module_name = name.Utf8();
   versions.module_version = version.Utf8();
   Text component;
@@ -132,7 +137,7 @@ HRESULT IntelDsp::SetEqualizer(KELChannel channel, const std::vector<EqualizerBa
                          set_default ? 1 : 0);
 }
 
-IntelDspState AskIntelDsp(const Endpoint& endpoint) {
+IntelDspState AskIntelDsp(Machine& machine, const Endpoint& endpoint) {
   IntelDspState state;
   try {
     const IntelDsp dsp(endpoint);
@@ -143,6 +148,9 @@ IntelDspState AskIntelDsp(const Endpoint& endpoint) {
     const HRESULT status = dsp.GetProperty(name, false, value);
     if (SUCCEEDED(status)) state.enabled = value != 0;
     state.versions = dsp.ReadVersions();
+    DspReadback readback(machine, endpoint.id());
+    if (state.driver == kSkylakeDriver && value == 0 && !readback.ReadsSwitch())
+      throw Failure(kRefused, "it does not report whether it is switched on");
     Require(status, "reading \"" + name + "\"", "");
   } catch (const Failure& failure) {
     state.fault = failure.what();
@@ -154,7 +162,7 @@ QualcommDsp::QualcommDsp(const Endpoint& endpoint) {
   const HRESULT status = endpoint.object()->GetQCDSPInterface(object_.Put());
   if (FAILED(status))
     OpeningFailure(endpoint, "Qualcomm", status, "no Qualcomm DSP driver",
-                   "\"orvctl doctor\" reports which DSP there is.");
+                   "Which DSP there is: " + CommandLine("doctor " + endpoint.number()));
 }
 
 int QualcommDsp::FormFactor() const {

@@ -43,6 +43,7 @@ class IntelDsp {
 
  private:
   ComPtr<IKELAPOIntelDSP4> object_;
+  std::string examination_;  // the remedy for a driver that refuses
 };
 
 class QualcommDsp {
@@ -66,7 +67,7 @@ struct IntelDspState {
   // Whether the module is on and processes; empty if the driver does not report it.
   std::optional<bool> enabled;
 };
-IntelDspState AskIntelDsp(const Endpoint& endpoint);
+IntelDspState AskIntelDsp(Machine& machine, const Endpoint& endpoint);
 
 // A mode's controls as the DSP object of this driver reads them: display name to value.
 std::map<std::wstring, std::int32_t, std::less<>> DspControls(const std::string& driver,

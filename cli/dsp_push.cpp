@@ -7,7 +7,7 @@ namespace {
 
 void ShowBlock(Output& output, const DspBlock& block) {
   output.Line(output.Painted(BlockName(block), ansi::kBold) + ", " +
-              std::to_string(block.bytes.size()) + " bytes");
+              Counted(block.bytes.size(), "byte"));
   Table table({{"OFFSET", Align::Right}, {"CONTROL"}, {"VALUE", Align::Right}, {"MEANS"}});
   std::size_t others = 0;
   for (const DecodedField& field : DecodeBlock(block)) {
@@ -20,8 +20,9 @@ void ShowBlock(Output& output, const DspBlock& block) {
   }
   if (!table.empty()) output.Show(table, 2);
   if (others != 0)
-    output.Line(output.Painted(
-        "  " + std::to_string(others) + " coefficients, fixed and reserved numbers", ansi::kDim));
+    output.Line(output.Painted("  " + Counted(others, "coefficient, fixed or reserved number",
+                                              "coefficients, fixed and reserved numbers"),
+                               ansi::kDim));
 }
 
 Table DifferenceTable(const std::vector<DspDifference>& differences) {
@@ -47,8 +48,7 @@ std::string ReasonLines(const std::vector<DspDifference>& differences) {
 }
 
 std::string BlockCount(const PushOutcome& outcome) {
-  const std::size_t count = outcome.blocks.size();
-  std::string text = std::to_string(count) + (count == 1 ? " block" : " blocks");
+  std::string text = Counted(outcome.blocks.size(), "block");
   if (outcome.module) text += " and the module's status";
   return text;
 }
@@ -120,7 +120,7 @@ Json ToJson(const PushOutcome& outcome) {
 }
 
 std::string VerdictText(const PushOutcome& outcome) {
-  if (outcome.blocks.empty()) return "Nothing was sent.";
+  if (outcome.blocks.empty()) return "The driver took nothing.";
   if (outcome.differs()) return "The DSP does not hold what was planned.";
   switch (outcome.proof) {
     case Proof::ReadBack:

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "intel_dsp/broadwell/driver_client.h"
+#include "intel_dsp/skylake/block_tables.h"
 #include "intel_dsp/skylake/driver_client.h"
 #include "platform/diagnostics.h"
 #include "platform/simulated/drivers/driver_requests.h"
@@ -146,6 +147,11 @@ std::optional<bool> DspReadback::ReadModule(const std::string& driver) {
   if (driver != kSkylakeDriver || !Open(driver)) return std::nullopt;
   if (!clients_->skylake->GetStatus(status, enabled, 0)) return std::nullopt;
   return enabled != 0;
+}
+
+bool DspReadback::ReadsSwitch() {
+  return ReadModule(kSkylakeDriver) &&
+         Ask(kSkylakeDriver, kSkylakeVQ3D, kSkylakeBlocks.front().size);
 }
 
 }  // namespace orv::cli

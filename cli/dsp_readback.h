@@ -42,6 +42,9 @@ class DspReadback {
   bool HasReceived(const DspBlock& planned) const;
   // Whether the module is on; nullopt if the driver does not answer.
   std::optional<bool> ReadModule(const std::string& driver);
+  // Whether a Skylake driver answers what its "VQ3D-Process Enable" is made of: the module's status
+  // and the VQ3D block. The component answers 0 for a driver that does not.
+  bool ReadsSwitch();
   // `size` bytes that the driver holds, whatever they are worth; nullopt if it does not answer.
   std::optional<DspBlock> Held(const std::string& driver, std::uint32_t parameter,
                                std::size_t size);

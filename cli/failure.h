@@ -25,7 +25,7 @@ class Failure : public std::runtime_error {
   ExitStatus exit_status_;
 };
 
-// "0x80070490 (no such mode or control)".
+// "0x80070490 (not found)".
 std::string StatusText(HRESULT status);
 
 [[noreturn]] void UsageFailure(const std::string& message);

@@ -3,7 +3,9 @@
 #include <iostream>
 
 #include "cli/commands.h"
+#include "cli/files.h"
 #include "cli/host.h"
+#include "cli/remedy.h"
 #include "cli/select.h"
 #include "platform/com_runtime.h"
 #include "platform/files.h"
@@ -34,6 +36,20 @@ struct ProgramFlags {
   bool json = false;
 };
 
+// The global options that decide what a command works on.
+std::string GlobalOptionWords(const Context& context) {
+  const SessionOptions& session = context.session_options;
+  std::string words;
+  const auto add = [&](const std::string& option, const std::string& value) {
+    words += (words.empty() ? "" : " ") + option + " " + ShellWord(value);
+  };
+  if (!session.machine.empty())
+    add("--machine", PathText(std::filesystem::absolute(session.machine)));
+  if (!session.technology.empty()) add("--technology", session.technology);
+  if (context.config_type) add("--config", std::to_string(*context.config_type));
+  return words;
+}
+
 void AddGlobalOptions(CLI::App& app, Context& context, ProgramFlags& flags) {
   SessionOptions& session = context.session_options;
   app.add_option_function<std::string>(
@@ -51,6 +67,7 @@ void AddGlobalOptions(CLI::App& app, Context& context, ProgramFlags& flags) {
   for (CLI::Option* option : app.get_options())
     option->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
   app.parse_complete_callback([&context, &flags] {
+    UseGlobalOptions(GlobalOptionWords(context));
     const char* no_colour = std::getenv("NO_COLOR");
     context.output.UseJson(flags.json);
     context.output.UseColour(!flags.json && (no_colour == nullptr || *no_colour == 0) &&

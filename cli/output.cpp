@@ -9,6 +9,11 @@ std::string Dump(const Json& value, int indent) {
 
 }  // namespace
 
+std::string Counted(std::size_t count, const std::string& one, const std::string& several) {
+  if (count == 1) return "1 " + one;
+  return std::to_string(count) + " " + (several.empty() ? one + "s" : several);
+}
+
 void Output::Value(const Json& value) { results_ << Dump(value, 2) << "\n"; }
 
 void Output::JsonLine(const Json& value) { results_ << Dump(value, -1) << std::endl; }

@@ -20,6 +20,9 @@ inline constexpr char kAccent[] = "\x1b[36m";
 inline constexpr char kReset[] = "\x1b[0m";
 }  // namespace ansi
 
+// "1 block", "2 blocks"; `several` is for nouns that take more than an "s".
+std::string Counted(std::size_t count, const std::string& one, const std::string& several = {});
+
 class Output {
  public:
   Output(std::ostream& results, std::ostream& remarks) : results_(results), remarks_(remarks) {}

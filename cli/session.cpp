@@ -5,6 +5,7 @@
 #include "cli/failure.h"
 #include "cli/host.h"
 #include "cli/names.h"
+#include "cli/remedy.h"
 #include "endpoints/endpoint_registry.h"
 #include "platform/text.h"
 
@@ -12,8 +13,11 @@ namespace orv::cli {
 namespace {
 
 const char* const kReportBug = "Run again with -v to see what the component reports.";
-const char* const kCheckRights =
-    "The endpoint's registry key may be closed to this user; \"orvctl doctor\" tells.";
+
+std::string CheckRights() {
+  return "The endpoint's registry key may be closed to this user. What examines it: " +
+         CommandLine("doctor");
+}
 
 template <class Object, class Getter>
 std::string GetText(Object* object, Getter getter, const char* asked) {
@@ -131,7 +135,8 @@ std::optional<std::int32_t> Control::Value() const {
 
 void Control::SetValue(std::int32_t value) const {
   Require(object_->put_Value(value), "setting \"" + name_ + "\" to " + std::to_string(value),
-          std::string("A private control cannot be changed. ") + kCheckRights);
+          is_private_ ? "It is a private control, and clients change public ones only."
+                      : CheckRights());
 }
 
 std::optional<Control> ControlList::Find(const std::string& name) const {
@@ -140,7 +145,7 @@ std::optional<Control> ControlList::Find(const std::string& name) const {
     const HRESULT status = object_->GetControlFromName(Text(stored).get(), control.Put());
     if (status == orv_apo::kNotFound) continue;
     Require(status, "asking for the control \"" + name + "\"", kReportBug);
-    return Control(std::move(control), name);
+    return Control(std::move(control), name, is_private_);
   }
   return std::nullopt;
 }
@@ -155,27 +160,28 @@ ControlList Mode::Controls(ORVAPOControlType type) const {
           "reading the controls of " + name_, kReportBug);
   auto list = enumerator.As<IORVAPOControlEnumerator2>();
   if (!list) ComponentFailure("finding controls by name", E_NOINTERFACE, kReportBug);
-  return ControlList(std::move(list));
+  return ControlList(std::move(list), type == kORVAPO_Cont_Private);
 }
 
 void Mode::RestoreDefaults() const {
-  Require(object_->RestoreDefaults(), "restoring the defaults of " + name_, kCheckRights);
+  Require(object_->RestoreDefaults(), "restoring the defaults of " + name_, CheckRights());
 }
 
 bool Mode::Enabled() const {
   LONG enabled = 0;
-  Require(object_->get_APOEnable(&enabled), "asking whether processing is on", kCheckRights);
+  Require(object_->get_APOEnable(&enabled), "asking whether processing is on", CheckRights());
   return enabled != 0;
 }
 
 void Mode::SetEnabled(bool enabled) const {
   Require(object_->put_APOEnable(enabled ? 1 : 0),
-          enabled ? "switching processing on" : "switching processing off", kCheckRights);
+          enabled ? "switching processing on" : "switching processing off", CheckRights());
 }
 
-Endpoint::Endpoint(ComPtr<IORVEndpointInfo5> object, std::string id)
+Endpoint::Endpoint(ComPtr<IORVEndpointInfo5> object, std::string id, std::size_t number)
     : object_(std::move(object)),
       id_(std::move(id)),
+      number_(number),
       name_(GetText<IORVEndpointInfo>(object_.get(), &IORVEndpointInfo::get_FriendlyName,
                                       "reading an endpoint's name")) {}
 
@@ -212,11 +218,11 @@ std::optional<Mode> Endpoint::CurrentMode() const {
 }
 
 void Endpoint::SetCurrentMode(const Mode& mode) const {
-  Require(object_->put_OpMode(mode.object()), "switching to " + mode.name(), kCheckRights);
+  Require(object_->put_OpMode(mode.object()), "switching to " + mode.name(), CheckRights());
 }
 
 void Endpoint::SetDefaultMode() const {
-  Require(object_->SetDefault(), "switching to the default mode", kCheckRights);
+  Require(object_->SetDefault(), "switching to the default mode", CheckRights());
 }
 
 ORVAPOEndpointConfig Endpoint::Config() const {
@@ -228,7 +234,7 @@ ORVAPOEndpointConfig Endpoint::Config() const {
 void Endpoint::SetConfig(ORVAPOEndpointConfig config) const {
   Require(object_->SetConfig(config),
           "loading configuration type " + std::to_string(config) + " of " + name_,
-          "\"orvctl check " + ConfigFile() + "\" explains the file.");
+          "What examines its configuration file: " + CommandLine("doctor " + number()));
 }
 
 Headset Endpoint::HeadsetState() const {
@@ -305,7 +311,7 @@ std::vector<Endpoint> Session::Endpoints(std::vector<std::string>* unopened) con
       if (unopened != nullptr) unopened->push_back(id);
       continue;
     }
-    endpoints.emplace_back(std::move(endpoint), id);
+    endpoints.emplace_back(std::move(endpoint), id, endpoints.size());
   }
   return endpoints;
 }

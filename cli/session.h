@@ -16,8 +16,8 @@ namespace orv::cli {
 
 class Control {
  public:
-  Control(ComPtr<IORVAPOControl> object, std::string name)
-      : object_(std::move(object)), name_(std::move(name)) {}
+  Control(ComPtr<IORVAPOControl> object, std::string name, bool is_private)
+      : object_(std::move(object)), name_(std::move(name)), is_private_(is_private) {}
 
   const std::string& name() const noexcept { return name_; }
   std::string DisplayName() const;
@@ -31,17 +31,20 @@ class Control {
  private:
   ComPtr<IORVAPOControl> object_;
   std::string name_;
+  bool is_private_;
 };
 
 // One of a mode's three lists, as it was when it was made.
 class ControlList {
  public:
-  explicit ControlList(ComPtr<IORVAPOControlEnumerator2> object) : object_(std::move(object)) {}
+  ControlList(ComPtr<IORVAPOControlEnumerator2> object, bool is_private)
+      : object_(std::move(object)), is_private_(is_private) {}
   // Nothing when the list has no control of exactly this name.
   std::optional<Control> Find(const std::string& name) const;
 
  private:
   ComPtr<IORVAPOControlEnumerator2> object_;
+  bool is_private_;
 };
 
 class Mode {
@@ -65,10 +68,12 @@ enum class Headset { Unknown, Absent, Connected };
 
 class Endpoint {
  public:
-  Endpoint(ComPtr<IORVEndpointInfo5> object, std::string id);
+  Endpoint(ComPtr<IORVEndpointInfo5> object, std::string id, std::size_t number);
 
   const std::string& id() const noexcept { return id_; }
   const std::string& name() const noexcept { return name_; }
+  // Its number in "endpoints", as commands take it.
+  std::string number() const { return std::to_string(number_); }
   IORVEndpointInfo5* object() const noexcept { return object_.get(); }
   std::string ConfigFile() const;
   std::string RegistryPath() const;  // relative to HKEY_LOCAL_MACHINE
@@ -90,6 +95,7 @@ class Endpoint {
  private:
   ComPtr<IORVEndpointInfo5> object_;
   std::string id_;
+  std::size_t number_;
   std::string name_;
 };
 

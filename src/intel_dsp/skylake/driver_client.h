@@ -32,6 +32,9 @@ class KELAPOIntelDriverInterface_SKL final : public SkylakeDriver {
   // endpoint. Once only.
   HRESULT ActivateIKsControls(const std::wstring& device_id);
 
+  // Whether the driver answered its whole list of modules, with or without this one.
+  bool lists_modules() const noexcept { return lists_modules_; }
+
   // These succeed when the driver took the request and answered all of it.
   bool GetAPIVersion(HRESULT& status, std::uint8_t& version, std::uint8_t& features);
   bool GetModuleInfo(HRESULT& status, std::string& name, std::string& version);
@@ -65,6 +68,7 @@ class KELAPOIntelDriverInterface_SKL final : public SkylakeDriver {
   WaveFilter filter_;
   std::optional<skylake::VersionAnswer> version_;
   std::optional<skylake::ModuleEntry> module_;
+  bool lists_modules_ = false;
 };
 
 // Reports the bytes as hexadecimal digits.
