@@ -248,6 +248,19 @@ std::vector<Band> ChooseBands(const std::vector<std::uint32_t>& frequencies,
   return bands;
 }
 
+// The library's own comparisons let pass what is not a number.
+CLI::Validator ListeningTime() {
+  constexpr double kLongest = 1e6;
+  return CLI::Validator(
+      [](const std::string& text) {
+        double seconds = 0;
+        if (CLI::detail::lexical_cast(text, seconds) && seconds > 0 && seconds <= kLongest)
+          return std::string();
+        return "\"" + text + "\" is not a number of seconds above 0, up to a million";
+      },
+      "", "");
+}
+
 void Analyse(Context& context, const Arguments& arguments) {
   const std::vector<std::uint32_t> frequencies = ParseFrequencies(arguments.frequencies);
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
@@ -277,7 +290,7 @@ void AddAnalyseCommand(CLI::App& app, Context& context) {
       ->allow_extra_args(false);
   analyse->add_flag("--once", arguments->once, "One reading instead of a live view");
   analyse->add_option("--for", arguments->seconds, "End after so many seconds")
-      ->check(CLI::NonNegativeNumber);
+      ->check(ListeningTime());
   analyse->callback([&context, arguments] { Analyse(context, *arguments); });
 }
 
