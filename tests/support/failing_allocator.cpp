@@ -56,7 +56,7 @@ bool FailingAllocations::failed() const noexcept { return plan.failed; }
 }  // namespace orv
 
 // The array, sized and nothrow forms of the library come down to these, except where a sanitizer's
-// library stands before it: so all of them are here.
+// library stands before it: so all but aligned arrays, which nobody asks for, are here.
 using orv::Allocate;
 using orv::FreeAligned;
 using orv::OrThrow;
@@ -68,13 +68,7 @@ void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return 
 void* operator new(std::size_t size, std::align_val_t align) {
   return OrThrow(Allocate(size, align));
 }
-void* operator new[](std::size_t size, std::align_val_t align) {
-  return OrThrow(Allocate(size, align));
-}
 void* operator new(std::size_t size, std::align_val_t align, const std::nothrow_t&) noexcept {
-  return Allocate(size, align);
-}
-void* operator new[](std::size_t size, std::align_val_t align, const std::nothrow_t&) noexcept {
   return Allocate(size, align);
 }
 
@@ -85,14 +79,7 @@ void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); 
 void operator delete(void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
 void operator delete[](void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
 void operator delete(void* memory, std::align_val_t) noexcept { FreeAligned(memory); }
-void operator delete[](void* memory, std::align_val_t) noexcept { FreeAligned(memory); }
 void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { FreeAligned(memory); }
-void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept {
-  FreeAligned(memory);
-}
 void operator delete(void* memory, std::align_val_t, const std::nothrow_t&) noexcept {
-  FreeAligned(memory);
-}
-void operator delete[](void* memory, std::align_val_t, const std::nothrow_t&) noexcept {
   FreeAligned(memory);
 }

@@ -1,5 +1,4 @@
 // What is opened and closed many times leaves no handle behind.
-#include "platform/dynamic_library.h"
 #include "platform/files.h"
 #include "platform/windows/handle_level.h"
 #include "platform/windows/windows_machine.h"
@@ -66,15 +65,6 @@ TEST(NoHandleIsLeftBehindBy, DevicesAndTheirInterfaces) {
     ASSERT_NE(machine.OpenDevice(L"\\\\.\\MountPointManager", error), nullptr) << error;
     EXPECT_EQ(machine.OpenDevice(L"\\\\.\\OrvNoSuchDevice", error), nullptr);
     machine.DeviceInterfaces(kDisks);
-  });
-}
-
-TEST(NoHandleIsLeftBehindBy, LoadedModules) {
-  const std::filesystem::path program = HostProgramPath();
-  ExpectNoHandleLeftBehind(kFileRounds, [&] {
-    DynamicLibrary module;
-    ASSERT_TRUE(module.Load(program.parent_path() / ORV_SAMPLE_MODULE));
-    EXPECT_FALSE(module.Load(program.parent_path() / "missing.dll"));
   });
 }
 
