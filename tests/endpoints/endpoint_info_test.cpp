@@ -162,6 +162,8 @@ TEST(EndpointLoad, NeedsADeviceWithAnIdentifierAndKeys) {
   machine.AddSpeakers(kMicrophone).id = kMicrophone;  // without dot: the guid itself
   EXPECT_TRUE(info.Attach(machine.Device(kMicrophone).get(), true));
   EXPECT_EQ(info.guid_text(), kMicrophone);
+  EXPECT_FALSE(info.Attach(nullptr, true));
+  EXPECT_EQ(info.guid_text(), L"") << "nothing of the last one is left";
 }
 
 TEST(EndpointLoad, LoadingAgainForgetsWhatIsGone) {
