@@ -218,10 +218,14 @@ void Load(Context& context, const Arguments& arguments) {
   if (!arguments.dry_run) lock.emplace(context.session().machine_folder(), endpoint.RegistryPath());
   const EndpointState current = ReadState(context.catalog(), endpoint);
   const EndpointState target = PlanTarget(context, endpoint, current, *preset, arguments.lenient);
-  const std::vector<Change> changes = Differences(current, target);
+  std::vector<Change> changes = Differences(current, target);
   if (!arguments.dry_run) {
-    for (const Change& change : Apply(context.catalog(), endpoint, changes, target))
-      ReportDifference(context, change.name, ToText(change.to), ToText(change.from));
+    for (const Change& left : Apply(context.catalog(), endpoint, changes, target)) {
+      ReportDifference(context, left.name, ToText(left.to), ToText(left.from));
+      std::erase_if(changes, [&](const Change& change) {
+        return change.mode == left.mode && change.name == left.name;
+      });
+    }
   }
   ShowChanges(context, changes, arguments.dry_run);
 }

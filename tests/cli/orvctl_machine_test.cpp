@@ -1,5 +1,6 @@
 // What takes more than one endpoint, a machine prepared for it, or the story's own one.
 #include "cli/catalog.h"
+#include "cli/commands.h"
 #include "cli/host.h"
 #include "cli/orvctl_program.h"
 #include "config/mode_selector.h"
@@ -13,6 +14,12 @@ namespace {
 constexpr char kMovie[] = "ApoOpMode:Movie/Internal";
 constexpr char kMusic[] = "ApoOpMode:Music/Internal";
 constexpr char kLevel[] = "VQ3D-DPHD Level";
+
+TEST(ChangeAndVerify, TriesThreeTimes) {
+  int tries = 0;
+  EXPECT_TRUE(ChangeAndVerify([&] { return ++tries == 3; }));
+  EXPECT_FALSE(ChangeAndVerify([&] { return ++tries == 7; }));
+}
 
 TEST(OrvctlMachine, WhatWasNotStoredIsADifferenceWithBothValues) {
   const ProgramOnMachine program;
