@@ -30,10 +30,9 @@ void AppendUnits(std::wstring& wide, char32_t code_point) {
   wide.push_back(static_cast<wchar_t>(0xDC00 + ((code_point - 0x10000) & 0x3FF)));
 }
 
+// Of a code point beyond ASCII.
 void AppendUtf8(std::string& utf8, char32_t code_point) {
-  if (code_point < 0x80) {
-    utf8.push_back(static_cast<char>(code_point));
-  } else if (code_point < 0x800) {
+  if (code_point < 0x800) {
     utf8.push_back(static_cast<char>(0xC0 | code_point >> 6));
     utf8.push_back(static_cast<char>(0x80 | (code_point & 0x3F)));
   } else if (code_point < 0x10000) {
