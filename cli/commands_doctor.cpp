@@ -112,8 +112,8 @@ void Doctor::ExamineConfiguration(const ORVAPOEndpointInfo& info) {
   }
   ORVAPOConfigurationFile file(machine_);
   const std::uint32_t status = file.Load(info.config_file(), kORVAPO_EPCfg_None, 0);
-  const std::optional<std::string> found = machine_.HostPath(info.config_file());
-  const std::string host = found ? PathText(std::filesystem::absolute(PathFromUtf8(*found))) : path;
+  const auto found = machine_.HostFile(info.config_file());
+  const std::string host = found ? PathText(std::filesystem::absolute(*found)) : path;
   if (status == kConfigLoaded) {
     return Add("configuration file", true, path + " has " + Counted(file.GetModes().size(), "mode"),
                "");

@@ -88,12 +88,14 @@ ControlValueMap FileControls(Context& context, const std::wstring& path, const s
     const std::string asked =
         "the configuration file " + name + " cannot be read (load status " + std::to_string(status);
     if (!machine.FileExists(path)) throw Failure(kRefused, asked + "): there is no such file.");
+    const auto host = machine.HostFile(path);
+    if (host && !std::filesystem::is_regular_file(*host))
+      throw Failure(kRefused, asked + "): it is not a file.");
     if (!machine.HostPath(path)) {
       throw Failure(kRefused, asked +
                                   "): the component opens only paths whose characters are not "
                                   "beyond U+00FF.\nCopy the file to such a path.");
     }
-    const auto host = machine.HostFile(path);
     throw Failure(kRefused, asked + ").\nWhat reports its faults: " +
                                 CommandLine("check " + ShellWord(host ? PathText(*host) : name)));
   }

@@ -223,7 +223,8 @@ ORV_APO_INTERFACE_ID(IORVAPOQCDSP, 60C362FB, 3DDD, 4FA3, 9B, E8, 5A, 73, BD, 46,
 // others without a Skylake module. `set_default` (0 or not 0) is handed to the driver as the apply
 // flag of the requests that an operation makes; only the verification of a mode and the five
 // equaliser gains of put_Property carry 0. S_OK does not mean that every block was taken: each
-// operation says which refusals it reports, and a diagnostic line reports the others.
+// operation says which refusals it reports, and a diagnostic line reports the others. Of a Skylake
+// module, a block for which memory runs out is one that cannot be computed.
 struct IKELAPOIntelDSP : IUnknown {
   // The driver's interface version and feature bits.
   virtual HRESULT STDMETHODCALLTYPE GetAPIVersion(BYTE* ver, BYTE* features) = 0;
