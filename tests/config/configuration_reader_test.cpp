@@ -215,11 +215,12 @@ TEST(ConfigurationReader, RemarksHaveLinesAndErrorsAreThoseOfTheStatus) {
 TEST(ConfigurationReader, ObserverHearsOfDoubtfulContent) {
   const std::string mode =
       std::string("<operating_mode auto_mic='true'>") + kMovieKey + "</operating_mode>";
-  EXPECT_THAT(Read(InRoot("<properties><control name='ZAPO3-Operating Mode'>Game</control>"
+  EXPECT_THAT(Read(InRoot("<properties><control name='ZAPO3-Operating Mode' x=''>Game</control>"
                           "<control name='ZAPO3-Speaker Type'>Internal</control></properties>" +
                           mode + mode))
                   .codes(),
-              ElementsAre("duplicate-mode", "duplicate-auto-mic", "default-mode-missing"));
+              ElementsAre("unknown-attribute", "duplicate-mode", "duplicate-auto-mic",
+                          "default-mode-missing"));
   EXPECT_THAT(
       Read(WithMode("<control>1</control><control name='n'/><control name='d'>1</control>"
                     "<control name='d' public='yes'>2</control><control name='d' "

@@ -139,6 +139,12 @@ TEST(Converters, ProcessGainNeverWrapsIntoItsRange) {
   }
 }
 
+TEST(Converters, NumbersTooSmallForTheirTypeAreZero) {
+  std::int16_t field = 77;
+  Utils::SetDbValue("Gain", MapOf({{"Gain", "9"}, {"Gain Float", "1e-999"}}), field, 1.0F, 2);
+  EXPECT_EQ(field, 0);
+}
+
 TEST(Converters, InputModeIndexIsChecked) {
   std::uint32_t field = 77;
   const auto set = [&](const char* text) {
