@@ -16,8 +16,8 @@
 #include "dsp_math/transform.h"
 #include "platform/audio_client.h"
 #include "platform/com_ptr.h"
-#include "platform/simulated/counted_object.h"
-#include "platform/simulated/simulated_machine.h"
+#include "simulated/devices/counted_object.h"
+#include "simulated/simulated_machine.h"
 
 #if defined(ORV_BENCH_FFTW)
 #include <fftw3.h>

@@ -12,7 +12,7 @@
 
 #include "config/configuration_file.h"
 #include "platform/diagnostics.h"
-#include "platform/simulated/simulated_machine.h"
+#include "simulated/simulated_machine.h"
 
 namespace {
 

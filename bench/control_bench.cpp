@@ -15,8 +15,8 @@
 #include "orv_apo/orv_apo.h"
 #include "platform/com_ptr.h"
 #include "platform/diagnostics.h"
-#include "platform/simulated/simulated_machine.h"
 #include "properties/property_image.h"
+#include "simulated/simulated_machine.h"
 
 namespace orv {
 namespace {

@@ -14,8 +14,8 @@
 #include "intel_dsp/skylake/driver_client.h"
 #include "intel_dsp/skylake/parameter_blocks.h"
 #include "platform/diagnostics.h"
-#include "platform/simulated/machine_file.h"
-#include "platform/simulated/simulated_machine.h"
+#include "simulated/description/machine_file.h"
+#include "simulated/simulated_machine.h"
 
 namespace orv {
 namespace {

@@ -15,11 +15,11 @@
 #include "orv_apo/orv_apo.h"
 #include "platform/com_ptr.h"
 #include "platform/diagnostics.h"
-#include "platform/simulated/machine_file.h"
-#include "platform/simulated/simulated_machine.h"
 #include "platform/text.h"
 #include "qc_dsp/driver_interface.h"
 #include "qc_dsp/qualcomm_records.h"
+#include "simulated/description/machine_file.h"
+#include "simulated/simulated_machine.h"
 
 namespace orv {
 namespace {

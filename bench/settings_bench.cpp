@@ -3,7 +3,7 @@
 
 #include "endpoints/settings.h"
 #include "platform/diagnostics.h"
-#include "platform/simulated/simulated_machine.h"
+#include "simulated/simulated_machine.h"
 
 namespace orv {
 namespace {

@@ -2,11 +2,11 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "cli/commands.h"
-#include "cli/files.h"
-#include "cli/host.h"
-#include "cli/remedy.h"
-#include "cli/select.h"
+#include "cli/client/host.h"
+#include "cli/commands/commands.h"
+#include "cli/offline/files.h"
+#include "cli/show/remedy.h"
+#include "cli/show/select.h"
 #include "platform/com_runtime.h"
 #include "platform/files.h"
 

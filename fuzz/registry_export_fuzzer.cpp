@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-#include "platform/simulated/registry_tree_export.h"
+#include "simulated/registry/registry_tree_export.h"
 
 namespace {
 

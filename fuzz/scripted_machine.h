@@ -13,8 +13,8 @@
 
 #include "platform/com_ptr.h"
 #include "platform/device_topology.h"
-#include "platform/simulated/counted_object.h"
-#include "platform/simulated/simulated_machine.h"
+#include "simulated/devices/counted_object.h"
+#include "simulated/simulated_machine.h"
 
 namespace orv::fuzz {
 

@@ -3,8 +3,8 @@
 
 #include "api/process_services.h"
 #include "platform/diagnostics.h"
-#include "platform/simulated/simulated_machine.h"
 #include "platform/text.h"
+#include "simulated/simulated_machine.h"
 
 namespace orv {
 

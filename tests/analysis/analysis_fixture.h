@@ -12,8 +12,8 @@
 #include "analysis/analysis_data.h"
 #include "dsp_math/transform.h"
 #include "platform/com_ptr.h"
-#include "platform/simulated/counted_object.h"
-#include "platform/simulated/simulated_machine.h"
+#include "simulated/devices/counted_object.h"
+#include "simulated/simulated_machine.h"
 
 namespace orv {
 

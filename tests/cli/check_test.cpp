@@ -1,4 +1,4 @@
-#include "cli/check.h"
+#include "cli/offline/check.h"
 
 #include <gtest/gtest.h>
 

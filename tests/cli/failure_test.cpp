@@ -1,4 +1,4 @@
-#include "cli/failure.h"
+#include "cli/show/failure.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "cli/image_json.h"
+#include "cli/offline/image_json.h"
 
 #include <gtest/gtest.h>
 

@@ -9,9 +9,9 @@
 #include <csignal>
 #include <cstring>
 
-#include "cli/analysis_view.h"
 #include "cli/native/shell.h"
 #include "cli/orvctl_program.h"
+#include "cli/show/analysis_view.h"
 
 namespace orv::cli {
 namespace {

@@ -1,7 +1,7 @@
 // The commands that talk to DSP drivers, on the sample machines with their simulated drivers.
 #include <sstream>
 
-#include "cli/dsp_push.h"
+#include "cli/dsp/push.h"
 #include "orvctl_program.h"
 
 namespace orv::cli {

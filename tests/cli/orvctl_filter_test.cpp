@@ -1,7 +1,7 @@
 #include <regex>
 
 #include "cli/orvctl_program.h"
-#include "cli/response_plot.h"
+#include "cli/show/response_plot.h"
 
 namespace orv::cli {
 namespace {

@@ -1,7 +1,7 @@
 // What takes more than one endpoint, a machine prepared for it, or the story's own one.
-#include "cli/catalog.h"
-#include "cli/commands.h"
-#include "cli/host.h"
+#include "cli/client/catalog.h"
+#include "cli/client/host.h"
+#include "cli/commands/commands.h"
 #include "cli/orvctl_program.h"
 #include "config/mode_selector.h"
 #include "endpoints/endpoint_registry.h"

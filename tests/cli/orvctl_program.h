@@ -11,9 +11,9 @@
 #include <utility>
 #include <vector>
 
-#include "cli/files.h"
-#include "cli/output.h"
+#include "cli/offline/files.h"
 #include "cli/program_host.h"
+#include "cli/show/output.h"
 #include "platform/files.h"
 #include "support/temporary_folder.h"
 

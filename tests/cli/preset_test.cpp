@@ -1,4 +1,4 @@
-#include "cli/preset.h"
+#include "cli/offline/preset.h"
 
 #include <gtest/gtest.h>
 

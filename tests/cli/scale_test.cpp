@@ -1,4 +1,4 @@
-#include "cli/scale.h"
+#include "cli/show/scale.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
-#include "cli/select.h"
+#include "cli/show/select.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
 
-#include "cli/failure.h"
+#include "cli/show/failure.h"
 
 namespace orv::cli {
 namespace {

@@ -1,8 +1,8 @@
-#include "cli/table.h"
+#include "cli/show/table.h"
 
 #include <gtest/gtest.h>
 
-#include "cli/output.h"
+#include "cli/show/output.h"
 
 namespace orv::cli {
 namespace {

@@ -8,7 +8,7 @@
 #include <thread>
 
 #include "config/control_lists.h"
-#include "platform/simulated/simulated_machine.h"
+#include "simulated/simulated_machine.h"
 #include "support/diagnostic_log.h"
 #include "support/temporary_folder.h"
 

@@ -5,7 +5,7 @@
 #include <atomic>
 
 #include "config/control_lists.h"
-#include "platform/simulated/simulated_machine.h"
+#include "simulated/simulated_machine.h"
 #include "support/registry_story.h"
 
 namespace orv {

@@ -2,8 +2,8 @@
 
 #include <gmock/gmock.h>
 
-#include "platform/simulated/simulated_machine.h"
 #include "platform/text.h"
+#include "simulated/simulated_machine.h"
 
 namespace orv {
 namespace {

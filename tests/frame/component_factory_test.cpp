@@ -10,7 +10,7 @@
 #include "frame/ref_counted.h"
 #include "orv_apo/orv_apo.h"
 #include "platform/guard.h"
-#include "platform/simulated/simulated_machine.h"
+#include "simulated/simulated_machine.h"
 
 namespace orv {
 namespace {

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "frame/registration_script.h"
-#include "platform/simulated/simulated_machine.h"
+#include "simulated/simulated_machine.h"
 #include "support/registry_story.h"
 
 namespace orv {

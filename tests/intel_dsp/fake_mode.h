@@ -7,8 +7,8 @@
 
 #include "orv_apo/orv_apo.h"
 #include "platform/com_ptr.h"
-#include "platform/simulated/counted_object.h"
 #include "platform/text.h"
+#include "simulated/devices/counted_object.h"
 
 namespace orv {
 

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/simulated/drivers/driver_requests.h"
-#include "platform/simulated/simulated_machine.h"
+#include "simulated/drivers/driver_requests.h"
+#include "simulated/simulated_machine.h"
 
 namespace orv {
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/simulated/simulated_machine.h"
 #include "properties/property_set_registry.h"
+#include "simulated/simulated_machine.h"
 #include "support/registry_story.h"
 
 namespace orv::test {

@@ -6,8 +6,8 @@
 
 #include "config/configuration_file.h"
 #include "config/technology_library.h"
-#include "platform/simulated/simulated_machine.h"
 #include "platform/text.h"
+#include "simulated/simulated_machine.h"
 
 namespace orv {
 namespace {

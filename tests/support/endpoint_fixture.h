@@ -11,9 +11,9 @@
 
 #include "endpoints/endpoint_info.h"
 #include "endpoints/endpoint_registry.h"
-#include "platform/simulated/simulated_machine.h"
 #include "properties/property_image.h"
 #include "properties/property_value.h"
+#include "simulated/simulated_machine.h"
 #include "support/registry_story.h"
 
 namespace orv {

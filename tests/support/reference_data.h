@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/simulated/driver_record.h"
+#include "simulated/drivers/driver_record.h"
 
 namespace orv {
 

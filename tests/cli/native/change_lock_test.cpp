@@ -1,11 +1,11 @@
-#include "cli/change_lock.h"
+#include "cli/client/change_lock.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <csignal>
 
-#include "cli/failure.h"
+#include "cli/show/failure.h"
 #include "support/temporary_folder.h"
 
 namespace orv::cli {

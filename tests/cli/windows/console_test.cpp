@@ -1,5 +1,5 @@
 // Run on a real console (on_pseudo_console): what the program shows there, and leaves there.
-#include "cli/windows/console.h"
+#include "cli/client/windows/console.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -7,8 +7,8 @@
 #include <fstream>
 #include <iostream>
 
-#include "cli/host.h"
-#include "cli/stop_on_signal.h"
+#include "cli/client/host.h"
+#include "cli/client/stop_on_signal.h"
 #include "cli/windows/process.h"
 #include "platform/terminal.h"
 #include "platform/text.h"

@@ -4,7 +4,7 @@
 
 #include <stdexcept>
 
-#include "cli/component.h"
+#include "cli/client/component.h"
 #include "cli/orvctl_program.h"
 #include "cli/windows/process.h"
 #include "platform/windows/handle.h"

@@ -4,8 +4,8 @@
 
 #include <ostream>
 
-#include "cli/windows/console.h"
-#include "cli/windows/diagnostic_line.h"
+#include "cli/client/windows/console.h"
+#include "cli/client/windows/diagnostic_line.h"
 
 namespace orv::cli {
 namespace {

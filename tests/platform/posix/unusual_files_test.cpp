@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
-#include "platform/simulated/machine_folder.h"
+#include "simulated/machine_folder.h"
 
 namespace orv {
 namespace {

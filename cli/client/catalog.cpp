@@ -1,0 +1,113 @@
+#include "cli/client/catalog.h"
+
+#include "cli/show/failure.h"
+#include "cli/show/names.h"
+#include "cli/show/remedy.h"
+#include "endpoints/endpoint_registry.h"
+#include "platform/text.h"
+#include "properties/property_image.h"
+
+namespace orv::cli {
+namespace {
+
+std::string Utf8FromNarrow(const std::string& narrow) { return Utf8FromName(Widen(narrow)); }
+
+const ORVQVTValueList& ListOf(const ORVAPOOperatingMode& mode, ORVAPOControlType list) {
+  switch (list) {
+    case kORVAPO_Cont_Private:
+      return mode.GetPrivateControls();
+    case kORVAPO_Cont_Default:
+      return mode.GetDefaultControls();
+    default:
+      return mode.GetPublicControls();
+  }
+}
+
+void OverwriteWithStored(const ImageBytes& image, ControlTexts& texts) {
+  ORVPropertyList stored;
+  DecodeImage(image, ImageReading::Merge, stored);
+  for (const ORVPropertyEntry& entry : stored) {
+    const auto found = texts.find(Utf8FromName(entry.name));
+    const std::optional<std::wstring> text = WideTextOf(entry.value);
+    if (found != texts.end() && text) found->second = Utf8FromName(*text);
+  }
+}
+
+}  // namespace
+
+ControlFacts Catalog::Describe(const std::string& name) const {
+  ControlFacts facts;
+  ORVQVTControlInfo info;
+  for (const std::wstring& stored : NamesFromUtf8(name)) {
+    const ORVQVTValue value(Narrow(stored), 0);
+    facts.described = facts.described || technology_.FindControlInfo(value, info);
+  }
+  if (!facts.described) return facts;
+  facts.factor = info.factor();
+  facts.minimum = info.minimum();
+  facts.maximum = info.maximum();
+  facts.scale = static_cast<ORV_QVT_SCALE>(info.scale());
+  for (const std::string& choice : info.names()) facts.choices.push_back(Utf8FromNarrow(choice));
+  return facts;
+}
+
+std::vector<std::string> Catalog::DescribedNames() const {
+  std::vector<std::string> names;
+  for (const ORVQVTControlInfo& info : technology_.control_infos())
+    names.push_back(Utf8FromNarrow(info.name()));
+  return names;
+}
+
+const ORVAPOConfigurationFile& Catalog::File(const Endpoint& endpoint) {
+  const std::string path = endpoint.ConfigFile();
+  const ORVAPOEndpointConfig type = endpoint.Config();
+  std::unique_ptr<ORVAPOConfigurationFile>& file = files_[{path, type}];
+  if (file == nullptr) {
+    auto loaded = std::make_unique<ORVAPOConfigurationFile>(machine_);
+    const std::uint32_t status =
+        loaded->Load(WideFromUtf8(path), static_cast<std::uint32_t>(type), 0);
+    if (status != kConfigLoaded) {
+      throw Failure(kRefused, "the configuration file " + path + " cannot be read (load status " +
+                                  std::to_string(status) + ").\nWhat examines it: " +
+                                  CommandLine("doctor " + endpoint.number()));
+    }
+    file = std::move(loaded);
+  }
+  return *file;
+}
+
+ControlTexts Catalog::Texts(const Endpoint& endpoint, const std::string& mode,
+                            ORVAPOControlType list) {
+  for (const auto& candidate : File(endpoint).GetModes()) {
+    if (Utf8FromName(candidate->GetModeKey().GetModeName()) != mode) continue;
+    ControlTexts texts;
+    for (const auto& [name, value] : ListOf(*candidate, list))
+      texts.emplace(Utf8FromNarrow(name), Utf8FromNarrow(value.ToString()));
+    if (list == kORVAPO_Cont_Public) {
+      if (const auto image = ReadImage(machine_, endpoint.RegistryPath(), mode))
+        OverwriteWithStored(*image, texts);
+    }
+    return texts;
+  }
+  throw Failure(kRefused, "the configuration file " + endpoint.ConfigFile() +
+                              " has no mode named " + mode + ".");
+}
+
+std::string Catalog::DefaultMode(const Endpoint& endpoint) {
+  return Utf8FromName(File(endpoint).GetDefaultModeKey().GetModeName());
+}
+
+std::optional<ImageBytes> ReadImage(Machine& machine, const std::string& registry_path,
+                                    const std::string& value_name) {
+  std::unique_ptr<RegistryKey> key;
+  if (machine.registry().OpenKey(RegRoot::LocalMachine, WideFromUtf8(registry_path), kQueryAccess,
+                                 key) != kRegOk)
+    return std::nullopt;
+  std::uint32_t type = 0;
+  ImageBytes bytes;
+  for (const std::wstring& name : NamesFromUtf8(value_name))
+    if (ReadValue(*key, name, type, bytes) == kRegOk && type == kRegBinary) return bytes;
+  return std::nullopt;
+}
+
+}  // namespace orv::cli

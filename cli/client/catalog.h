@@ -1,0 +1,59 @@
+// What the public interfaces do not tell: the names of a mode's controls, their choices, and values
+// that only the configuration file holds. Read from the files themselves.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/client/session.h"
+#include "config/configuration_file.h"
+#include "config/technology_library.h"
+
+namespace orv::cli {
+
+struct ControlFacts {
+  bool described = false;  // by the technology library
+  float factor = 1.0F;     // steps to one unit of the shown quantity
+  std::int32_t minimum = 0;
+  std::int32_t maximum = 0;
+  ORV_QVT_SCALE scale = ORV_QVT_SCALE_COUNT;
+  std::vector<std::string> choices;
+};
+
+// Control texts by name, in the order in which the component lists them.
+using ControlTexts = std::map<std::string, std::string>;
+
+class Catalog {
+ public:
+  explicit Catalog(const Session& session)
+      : machine_(session.machine()),
+        technology_(session.machine(), session.technology_folder().c_str()) {}
+
+  ControlFacts Describe(const std::string& name) const;
+  std::size_t described_controls() const { return technology_.control_infos().size(); }
+  std::vector<std::string> DescribedNames() const;
+
+  // The controls of one of a mode's lists with the texts that are in force: what the configuration
+  // file says, with what the registry holds over it for public controls. Throws Failure when the
+  // file cannot be read or has no such mode.
+  ControlTexts Texts(const Endpoint& endpoint, const std::string& mode, ORVAPOControlType list);
+  // The name of the configuration's default mode, be it one of its modes or not.
+  std::string DefaultMode(const Endpoint& endpoint);
+
+ private:
+  const ORVAPOConfigurationFile& File(const Endpoint& endpoint);
+
+  Machine& machine_;
+  ORVAPOProcessInfo technology_;
+  std::map<std::pair<std::string, ORVAPOEndpointConfig>, std::unique_ptr<ORVAPOConfigurationFile>>
+      files_;
+};
+
+// The image in a value of the endpoint's registry key; nothing when there is none.
+std::optional<ImageBytes> ReadImage(Machine& machine, const std::string& registry_path,
+                                    const std::string& value_name);
+
+}  // namespace orv::cli

@@ -1,0 +1,44 @@
+// Controls as commands show and take them.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/client/catalog.h"
+#include "cli/client/session.h"
+#include "cli/show/output.h"
+
+namespace orv::cli {
+
+struct ControlView {
+  std::string name;
+  std::string display;  // empty when nobody describes the control
+  std::optional<std::int32_t> value;
+  bool numeric = true;  // false: what is stored is neither a number nor a choice
+  std::string text;     // the choice, the number as a quantity, or the stored text as it is
+  std::int32_t minimum = 0;
+  std::int32_t maximum = 0;
+  ORV_QVT_SCALE scale = ORV_QVT_SCALE_COUNT;
+  ControlFacts facts;
+};
+
+// "public", "private" or "default".
+ORVAPOControlType ParseListName(const std::string& name);
+
+// Every control of the list in name order. A private control's value comes from the configuration
+// file, because the component does not tell it.
+std::vector<ControlView> ViewControls(Catalog& catalog, const Endpoint& endpoint, const Mode& mode,
+                                      ORVAPOControlType list);
+
+Json ToJson(const ControlView& view);
+Json ToJson(const std::vector<ControlView>& views);
+void ShowControls(Output& output, const std::vector<ControlView>& views);
+
+// The integer that `text` means for the control: a number, or one of its choices (exact, else
+// letter case ignored). Usage failure when it is neither, or out of range unless `force`.
+std::int32_t ParseValue(const ControlView& view, const std::string& text, bool force);
+
+// Why the integer does not fit the control; empty when it does.
+std::string RangeFault(const ControlView& view, std::int32_t value);
+
+}  // namespace orv::cli

@@ -1,0 +1,199 @@
+#include "cli/client/dsp_objects.h"
+
+#include "cli/client/component_text.h"
+#include "cli/dsp/readback.h"
+#include "cli/show/failure.h"
+#include "cli/show/names.h"
+#include "cli/show/remedy.h"
+#include "cli/show/select.h"
+#include "frame/public_controls.h"
+#include "platform/driver_names.h"
+
+namespace orv::cli {
+namespace {
+
+// What shows why a driver refuses.
+std::string Examination(const Endpoint& endpoint) {
+  return "-v shows what the component met: " + CommandLine("-v doctor " + endpoint.number());
+}
+
+// The words are those of the operation, where the status means several things.
+[[noreturn]] void OpeningFailure(const Endpoint& endpoint, const std::string& dsp, HRESULT status,
+                                 const std::string& words, const std::string& remedy) {
+  throw Failure(kRefused, "opening the " + dsp + " DSP of " + endpoint.name() + ": " +
+                              StatusText(status).substr(0, 10) + " (" + words + ")\n" + remedy);
+}
+
+// What to do for an endpoint without an Intel DSP that can be opened.
+std::string OtherDsp(const Endpoint& endpoint) {
+  ComPtr<IORVAPOQCDSP> qualcomm;
+  const bool other = SUCCEEDED(endpoint.object()->GetQCDSPInterface(qualcomm.Put())) && qualcomm;
+  return other ? "This endpoint's DSP is Qualcomm: " +
+                     CommandLine("dsp qualcomm " + endpoint.number() + " push")
+               : Examination(endpoint);
+}
+
+// A vector of numbers that the component takes.
+template <class Number>
+class NumberArray {
+ public:
+  template <class Field>
+  NumberArray(VARTYPE type, const std::vector<EqualizerBand>& bands, Field field)
+      : array_(SafeArrayCreateVector(type, 0, static_cast<ULONG>(bands.size()))) {
+    void* data = nullptr;
+    if (array_ == nullptr || FAILED(SafeArrayAccessData(array_, &data))) throw std::bad_alloc();
+    for (std::size_t i = 0; i < bands.size(); ++i) static_cast<Number*>(data)[i] = bands[i].*field;
+    SafeArrayUnaccessData(array_);
+  }
+  ~NumberArray() { SafeArrayDestroy(array_); }
+  NumberArray(const NumberArray&) = delete;
+  NumberArray& operator=(const NumberArray&) = delete;
+  SAFEARRAY* get() const noexcept { return array_; }
+
+ private:
+  SAFEARRAY* array_;
+};
+
+}  // namespace
+
+IntelDsp::IntelDsp(const Endpoint& endpoint) : examination_(Examination(endpoint)) {
+  ComPtr<IKELAPOIntelDSP> dsp;
+  const HRESULT status = endpoint.object()->GetIntelInterface(dsp.Put());
+  if (FAILED(status))
+    OpeningFailure(endpoint, "Intel", status,
+                   "no Intel DSP driver for this endpoint, or the driver refused",
+                   OtherDsp(endpoint));
+  object_ = dsp.As<IKELAPOIntelDSP4>();
+  if (!object_)
+    ComponentFailure("opening the Intel DSP of " + endpoint.name(), E_NOINTERFACE,
+                     Examination(endpoint));
+}
+
+std::string IntelDsp::Kind() const {
+  // Readable on one kind of module only; the other says that it has no such property.
+  std::int32_t ignored = 0;
+  return GetProperty("ZENSND-Process Enable", false, ignored) == E_NOTIMPL ? kSkylakeDriver
+                                                                           : kBroadwellDriver;
+}
+
+IntelDsp::Versions IntelDsp::ReadVersions() const {
+  Versions versions;
+  BYTE api = 0;
+  BYTE features = 0;
+  Require(object_->GetAPIVersion(&api, &features), "asking the driver for its version",
+          examination_);
+  versions.api = api;
+  versions.features = features;
+  Text name;
+  Text version;
+  Require(object_->GetModuleInfo(name.Put(), version.Put()), "asking the driver for its module",
+          examination_);
+  versions.module_name = name.Utf8();
+  versions.module_version = version.Utf8();
+  Text component;
+  Require(object_->get_ApoVersion(component.Put()), "asking for the component's version", "");
+  versions.component = component.Utf8();
+  return versions;
+}
+
+HRESULT IntelDsp::WriteControls(const Mode& mode, const std::string& technology,
+                                bool set_default) const {
+  const Text text(technology);
+  return object_->WriteControls(mode.object(), technology.empty() ? nullptr : text.get(),
+                                set_default ? 1 : 0);
+}
+
+HRESULT IntelDsp::ProcessConfigFile(const std::wstring& path, bool set_default,
+                                    std::string& error) const {
+  Text reason;
+  const HRESULT status =
+      object_->ProcessConfigFile(Text(path).get(), reason.Put(), set_default ? 1 : 0);
+  error = Utf8FromName(reason.view());
+  return status;
+}
+
+HRESULT IntelDsp::GetProperty(const std::string& name, bool set_default,
+                              std::int32_t& value) const {
+  VARIANT answer;
+  VariantInit(&answer);
+  const HRESULT status =
+      object_->get_Property(Text(NameFromUtf8(name)).get(), set_default ? 1 : 0, &answer);
+  if (SUCCEEDED(status)) value = answer.lVal;
+  VariantClear(&answer);
+  return status;
+}
+
+HRESULT IntelDsp::PutProperty(const std::string& name, bool set_default,
+                              const VARIANT& value) const {
+  return object_->put_Property(Text(NameFromUtf8(name)).get(), set_default ? 1 : 0, value);
+}
+
+HRESULT IntelDsp::SetEqualizer(KELChannel channel, const std::vector<EqualizerBand>& bands,
+                               bool set_default) const {
+  const NumberArray<float> gains(VT_R4, bands, &EqualizerBand::gain_db);
+  const NumberArray<float> qualities(VT_R4, bands, &EqualizerBand::q);
+  const NumberArray<LONG> frequencies(VT_I4, bands, &EqualizerBand::frequency);
+  return object_->SetPEQ(channel, gains.get(), qualities.get(), frequencies.get(),
+                         set_default ? 1 : 0);
+}
+
+IntelDspState AskIntelDsp(Machine& machine, const Endpoint& endpoint) {
+  IntelDspState state;
+  try {
+    const IntelDsp dsp(endpoint);
+    state.driver = dsp.Kind();
+    const std::string name =
+        state.driver == kSkylakeDriver ? "VQ3D-Process Enable" : "ZENSND-Process Enable";
+    std::int32_t value = 0;
+    const HRESULT status = dsp.GetProperty(name, false, value);
+    if (SUCCEEDED(status)) state.enabled = value != 0;
+    state.versions = dsp.ReadVersions();
+    DspReadback readback(machine, endpoint.id());
+    if (state.driver == kSkylakeDriver && value == 0 && !readback.ReadsSwitch())
+      throw Failure(kRefused, "it does not report whether it is switched on");
+    Require(status, "reading \"" + name + "\"", "");
+  } catch (const Failure& failure) {
+    state.fault = failure.what();
+  }
+  return state;
+}
+
+QualcommDsp::QualcommDsp(const Endpoint& endpoint) {
+  const HRESULT status = endpoint.object()->GetQCDSPInterface(object_.Put());
+  if (FAILED(status))
+    OpeningFailure(endpoint, "Qualcomm", status, "no Qualcomm DSP driver",
+                   "Which DSP there is: " + CommandLine("doctor " + endpoint.number()));
+}
+
+int QualcommDsp::FormFactor() const {
+  _ORVQuMediaDeviceType form_factor = ORV_QUMEDIA_RESERVED;
+  Require(object_->get_EndpointFormFactor(&form_factor), "reading the form factor", "");
+  return static_cast<int>(form_factor);
+}
+
+void QualcommDsp::SetFormFactor(int form_factor) const {
+  Require(object_->put_EndpointFormFactor(static_cast<_ORVQuMediaDeviceType>(form_factor)),
+          "setting the form factor to " + std::to_string(form_factor), "");
+}
+
+HRESULT QualcommDsp::WriteControls(const Mode& mode) const {
+  return object_->WriteControls(mode.object());
+}
+
+std::map<std::wstring, std::int32_t, std::less<>> DspControls(const std::string& driver,
+                                                              const Mode& mode,
+                                                              ORVAPOControlType list) {
+  const std::string asked = "reading the controls of " + mode.name();
+  std::map<std::wstring, std::int32_t, std::less<>> controls;
+  const auto policy =
+      driver == kQualcommDriver ? UnreadableControl::Zero : UnreadableControl::LeftOut;
+  const ControlWalk walk =
+      ForEachControl(*mode.object(), list, policy, [&](std::wstring_view name, LONG value) {
+        if (!name.empty()) controls.insert_or_assign(std::wstring(name), value);
+      });
+  Require(walk.asked, asked, "");
+  Require(walk.ended, asked, "");
+  return controls;
+}
+
+}  // namespace orv::cli

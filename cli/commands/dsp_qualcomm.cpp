@@ -1,0 +1,86 @@
+// dsp, dsp qualcomm
+#include <algorithm>
+
+#include "cli/client/dsp_objects.h"
+#include "cli/commands/commands.h"
+#include "cli/dsp/plan.h"
+#include "cli/dsp/push.h"
+#include "cli/show/select.h"
+#include "platform/driver_names.h"
+
+namespace orv::cli {
+namespace {
+
+struct Arguments {
+  std::string endpoint;
+  std::string mode;
+  std::string form_factor;
+};
+
+// By their number.
+const std::vector<std::string> kFormFactors = {"reserved", "speaker", "headset", "hdmi",
+                                               "bluetooth"};
+
+int ParseFormFactor(const std::string& text) {
+  const auto named = std::find(kFormFactors.begin(), kFormFactors.end(), text);
+  if (named != kFormFactors.end()) return static_cast<int>(named - kFormFactors.begin());
+  const std::optional<int> number = ParseNumber(text);
+  if (number && *number >= 0 && static_cast<std::size_t>(*number) < kFormFactors.size())
+    return *number;
+  std::string known;
+  for (std::size_t i = 0; i < kFormFactors.size(); ++i)
+    known += "\n  " + std::to_string(i) + "  " + kFormFactors[i];
+  UsageFailure("no form factor \"" + text + "\"." + Suggestion(kFormFactors, text) +
+               "\nKnown:" + known);
+}
+
+void PushMode(Context& context, const Arguments& arguments) {
+  std::optional<int> form_factor;
+  if (!arguments.form_factor.empty()) form_factor = ParseFormFactor(arguments.form_factor);
+  const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
+  const Mode mode = context.SelectMode(endpoint, arguments.mode);
+  const QualcommDsp dsp(endpoint);
+  if (form_factor) dsp.SetFormFactor(*form_factor);
+  DspReadback readback(context.session().machine(), endpoint.id());
+  const DspPlan plan = PlanQualcommMode(DspControls(kQualcommDriver, mode, kORVAPO_Cont_Public),
+                                        static_cast<std::uint32_t>(dsp.FormFactor()));
+  const PushOutcome outcome = RunPush(readback, plan, [&] { return dsp.WriteControls(mode); });
+  SettlePush(context, outcome,
+             "writing " + mode.name() + " into the Qualcomm DSP of " + endpoint.name(),
+             "The mode may have no public control with a name; -v tells more.");
+  if (context.output.json()) return context.output.Value(ToJson(outcome));
+  const auto factor = static_cast<std::size_t>(dsp.FormFactor());
+  context.output.Line(context.output.Painted(Printable(mode.name()), ansi::kBold) +
+                      ", form factor " + std::to_string(factor) +
+                      (factor < kFormFactors.size() ? " (" + kFormFactors[factor] + ")" : ""));
+  ShowPush(context, outcome);
+}
+
+}  // namespace
+
+void AddDspCommands(CLI::App& app, Context& context) {
+  CLI::App* dsp = AddCommand(app, "dsp", "The DSP that runs an endpoint's processing",
+                             "orvctl dsp intel 0 push\n  orvctl dsp qualcomm 0 push");
+  dsp->require_subcommand(1);
+  AddIntelDspCommands(*dsp, context);
+
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App* qualcomm = AddCommand(*dsp, "qualcomm", "The Qualcomm DSP behind an endpoint",
+                                  "orvctl dsp qualcomm 0 push");
+  qualcomm->require_subcommand(1);
+  qualcomm->add_option("ENDPOINT", arguments->endpoint, kEndpointHelp)->required();
+  CLI::App* push = AddCommand(
+      *qualcomm, "push", "A mode's public controls into the driver",
+      "orvctl dsp qualcomm 0 push --mode Movie/Internal --form-factor headset",
+      "On a simulated machine the records that the driver received are compared with the mode's\n"
+      "controls; exit status 3 if one is missing or differs. A real driver does not report what "
+      "it\n"
+      "took, which the verdict says.");
+  push->add_option("--mode", arguments->mode, kModeHelp);
+  push->add_option("--form-factor", arguments->form_factor,
+                   "0 to 4, or reserved, speaker, headset, hdmi, bluetooth (default: the "
+                   "endpoint's)");
+  push->callback([&context, arguments] { PushMode(context, *arguments); });
+}
+
+}  // namespace orv::cli

@@ -1,0 +1,57 @@
+// Parameter blocks of the DSP drivers, decoded and compared field by field.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "simulated/drivers/driver_record.h"
+#include "values/record_layout.h"
+
+namespace orv::cli {
+
+struct DspBlock {
+  std::string driver;  // "skylake", "broadwell" or "qualcomm"
+  std::uint32_t parameter = 0;
+  std::vector<std::byte> bytes;
+  std::uint32_t selector = 0;  // apply flag; form factor of a Qualcomm record
+};
+
+inline DspBlock BlockOf(const DriverRecord& record) {
+  return {record.driver, record.parameter, record.bytes, record.selector};
+}
+
+// Null if there is none of the parameter.
+const DspBlock* FindBlock(const std::vector<DspBlock>& blocks, std::uint32_t parameter);
+
+std::string BlockName(const DspBlock& block);
+// No fields for a block whose layout is not known.
+std::vector<DecodedField> DecodeBlock(const DspBlock& block);
+
+// Controls bear the name of their suite ("VQ3D-DC Level"); coefficients, reserved and fixed numbers
+// do not.
+bool IsControl(const DecodedField& field);
+
+struct DspDifference {
+  std::string block;
+  std::string control;  // or what the field is; "byte N" of a block without known fields
+  // The field's numbers; empty if there is no such number.
+  std::optional<std::int64_t> sent;
+  std::optional<std::int64_t> read;
+  std::string sent_text;  // in the control's own unit
+  std::string read_text;
+  std::string error;   // read less sent, in that unit; may be empty
+  std::string reason;  // why a whole block is not in the DSP; empty for a field
+};
+
+// Field by field; empty if the blocks are equal. Blocks of different sizes are one difference.
+std::vector<DspDifference> CompareBlocks(const DspBlock& sent, const DspBlock& read);
+
+// A block that is not in the DSP, with the reason.
+DspDifference WholeBlock(const DspBlock& block, const std::string& reason);
+
+// What lies between two quantities of the same unit, "+2.5 dB"; empty when they are none.
+std::string ErrorText(const std::string& sent, const std::string& read);
+
+}  // namespace orv::cli

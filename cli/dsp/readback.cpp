@@ -1,0 +1,157 @@
+#include "cli/dsp/readback.h"
+
+#include <algorithm>
+
+#include "intel_dsp/broadwell/driver_client.h"
+#include "intel_dsp/skylake/block_tables.h"
+#include "intel_dsp/skylake/driver_client.h"
+#include "platform/diagnostics.h"
+#include "platform/driver_names.h"
+#include "platform/text.h"
+
+namespace orv::cli {
+namespace {
+
+// The component reports its own requests; those made here are not reported.
+class Silence {
+ private:
+  DiagnosticCapture capture_{[](std::wstring_view) {}};
+};
+
+template <class Client>
+std::optional<DspBlock> ReadFrom(Client& client, const std::string& driver, std::uint32_t parameter,
+                                 std::size_t size) {
+  DspBlock block{driver, parameter, std::vector<std::byte>(size)};
+  HRESULT status = E_FAIL;
+  const bool done = client.GetParameter(status, parameter, block.bytes.data(),
+                                        static_cast<std::uint32_t>(size), 0);
+  if (!done || FAILED(status)) return std::nullopt;
+  return block;
+}
+
+}  // namespace
+
+struct DspReadback::Clients {
+  std::unique_ptr<KELAPOIntelDriverInterface_SKL> skylake;
+  std::unique_ptr<ORVAPOIntelDriverInterface_BRW> broadwell;
+};
+
+DspReadback::DspReadback(Machine& machine, const std::string& device_id)
+    : machine_(machine),
+      simulated_(dynamic_cast<SimulatedMachine*>(&machine)),
+      device_id_(WideFromUtf8(device_id)),
+      clients_(std::make_unique<Clients>()) {
+  if (simulated_ != nullptr) before_ = simulated_->LatestRequestNumber();
+}
+
+DspReadback::~DspReadback() {
+  const Silence silence;
+  clients_.reset();
+}
+
+bool DspReadback::CanRead(const std::string& driver) const {
+  return driver == kSkylakeDriver || (simulated() && driver == kBroadwellDriver);
+}
+
+std::vector<DspBlock> DspReadback::Received() const {
+  std::vector<DspBlock> blocks;
+  if (!simulated()) return blocks;
+  for (const DriverRecord& record : simulated_->ReceivedRecords())
+    if (record.number > before_) blocks.push_back(BlockOf(record));
+  return blocks;
+}
+
+std::optional<std::string> DspReadback::Refusal(const std::string& driver,
+                                                const std::string& request,
+                                                std::uint32_t parameter) const {
+  if (!simulated()) return std::nullopt;
+  const auto refusals = simulated_->RefusedRequests();
+  const auto found = std::find_if(refusals.rbegin(), refusals.rend(), [&](const auto& refusal) {
+    return refusal.number > before_ && refusal.driver == driver && refusal.parameter == parameter &&
+           refusal.request.starts_with(request);
+  });
+  if (found == refusals.rend()) return std::nullopt;
+  return found->reason;
+}
+
+std::vector<std::string> DspReadback::Remarks(const std::string& driver) const {
+  std::vector<std::string> remarks;
+  if (!simulated()) return remarks;
+  for (const DriverRemark& remark : simulated_->DriverRemarks()) {
+    if (remark.driver != driver) continue;
+    const bool module = remark.parameter == 0 && driver != kBroadwellDriver;
+    remarks.push_back((module ? "" : BlockName({driver, remark.parameter, {}, 0}) + ": ") +
+                      remark.text);
+  }
+  return remarks;
+}
+
+DspReadback::Answer DspReadback::Read(const DspBlock& planned) {
+  if (simulated()) {
+    const auto held = simulated_->HeldParameter(planned.driver, planned.parameter);
+    if (!held) return {std::nullopt, "the driver has received nothing for it"};
+    if (held->size() != planned.bytes.size())
+      return {std::nullopt, "the driver holds " + std::to_string(held->size()) +
+                                " bytes instead of " + std::to_string(planned.bytes.size())};
+    if (planned.driver == kQualcommDriver)
+      return {DspBlock{planned.driver, planned.parameter, *held, 0}, ""};
+  }
+  if (auto block = Ask(planned.driver, planned.parameter, planned.bytes.size()))
+    return {std::move(block), ""};
+  const auto refusal = Refusal(planned.driver, request::kParameter, planned.parameter);
+  return {std::nullopt,
+          "the driver refuses to be read" + (refusal ? ": " + *refusal : std::string())};
+}
+
+bool DspReadback::HasReceived(const DspBlock& planned) const {
+  return simulated() && simulated_->HeldParameter(planned.driver, planned.parameter);
+}
+
+std::optional<DspBlock> DspReadback::Held(const std::string& driver, std::uint32_t parameter,
+                                          std::size_t size) {
+  if (simulated()) {
+    const auto held = simulated_->HeldParameter(driver, parameter);
+    if (held && held->size() >= size) return DspBlock{driver, parameter, *held, 0};
+  }
+  return Ask(driver, parameter, size);
+}
+
+bool DspReadback::Open(const std::string& driver) {
+  if (driver == kSkylakeDriver && clients_->skylake == nullptr) {
+    // The session's machine outlives this object.
+    const std::shared_ptr<Machine> machine(std::shared_ptr<void>(), &machine_);
+    auto client = std::make_unique<KELAPOIntelDriverInterface_SKL>(machine, nullptr);
+    if (SUCCEEDED(client->ActivateIKsControls(device_id_))) clients_->skylake = std::move(client);
+  }
+  if (driver == kBroadwellDriver && clients_->broadwell == nullptr) {
+    HRESULT status = E_FAIL;
+    auto client = std::make_unique<ORVAPOIntelDriverInterface_BRW>(
+        machine_, status, broadwell::kPostProcessingModule);
+    if (SUCCEEDED(status)) clients_->broadwell = std::move(client);
+  }
+  return driver == kSkylakeDriver ? clients_->skylake != nullptr : clients_->broadwell != nullptr;
+}
+
+std::optional<DspBlock> DspReadback::Ask(const std::string& driver, std::uint32_t parameter,
+                                         std::size_t size) {
+  const Silence silence;
+  if (driver == kQualcommDriver || !Open(driver)) return std::nullopt;
+  return driver == kSkylakeDriver ? ReadFrom(*clients_->skylake, driver, parameter, size)
+                                  : ReadFrom(*clients_->broadwell, driver, parameter, size);
+}
+
+std::optional<bool> DspReadback::ReadModule(const std::string& driver) {
+  const Silence silence;
+  HRESULT status = E_FAIL;
+  std::uint8_t enabled = 0;
+  if (driver != kSkylakeDriver || !Open(driver)) return std::nullopt;
+  if (!clients_->skylake->GetStatus(status, enabled, 0)) return std::nullopt;
+  return enabled != 0;
+}
+
+bool DspReadback::ReadsSwitch() {
+  return ReadModule(kSkylakeDriver) &&
+         Ask(kSkylakeDriver, kSkylakeVQ3D, kSkylakeBlocks.front().size);
+}
+
+}  // namespace orv::cli

@@ -1,0 +1,186 @@
+#include "cli/offline/filter_designs.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <optional>
+#include <utility>
+
+#include "cli/show/failure.h"
+#include "cli/show/response_plot.h"
+#include "cli/show/select.h"
+
+namespace orv::cli {
+namespace {
+
+constexpr std::array<const char*, 10> kTypeNames{"traditional", "lowshelf", "highshelf", "lowpass",
+                                                 "highpass",    "bandpass", "allpass",   "notch",
+                                                 "peaking",     "gain"};
+
+template <class Word>
+void DesignButterworthWords(const FilterArguments& arguments, std::int32_t kind,
+                            FilterDesign& design) {
+  const std::size_t sections = ButterworthSections(arguments.order);
+  std::vector<char> workspace(FilterWorkspace(sections));
+  std::vector<Word> words(FilterWords(sections));
+  std::vector<FilterSection> ideal(sections);
+  if constexpr (sizeof(Word) == 2) {
+    design.status = DesignButterworth16(arguments.frequency, arguments.order, arguments.rate, kind,
+                                        words.data(), workspace.data());
+  } else {
+    design.status = DesignButterworth32(arguments.frequency, arguments.order, arguments.rate, kind,
+                                        words.data(), workspace.data());
+  }
+  if (design.status != kFilterOk) return;
+  DesignButterworthSections(arguments.frequency, arguments.order, arguments.rate, kind,
+                            ideal.data());
+  design.words.assign(words.begin(), words.end());
+  design.filters.push_back(
+      {"", Cascade(ideal.data(), sections), Cascade::FromWords(words.data(), sections)});
+}
+
+std::string AtHalfTheRate(const std::string& what, double frequency, std::int32_t rate) {
+  return what + " of " + HertzText(frequency) + " is not below " + HertzText(rate / 2) +
+         ", half the sample rate";
+}
+
+float ParseBandNumber(const std::string& text, const std::string& band) {
+  if (const std::optional<float> number = ParseReal(text)) return *number;
+  UsageFailure("\"" + text + "\" in the band \"" + band + "\" is not a number.");
+}
+
+std::int32_t ParseBandType(const std::string& text) {
+  const std::vector<std::string> names(kTypeNames.begin(), kTypeNames.end());
+  if (const auto number = ParseNumber(text);
+      number && *number >= 0 && *number < static_cast<int>(names.size()))
+    return *number;
+  const auto found = std::find(names.begin(), names.end(), text);
+  if (found != names.end()) return static_cast<std::int32_t>(found - names.begin());
+  std::string known;
+  for (std::size_t i = 0; i < names.size(); ++i)
+    known += "\n  " + std::to_string(i) + "  " + names[i];
+  UsageFailure("no band type \"" + text + "\"." + Suggestion(names, text) + "\nKnown:" + known);
+}
+
+FilterBand ParseBand(const std::string& text) {
+  const std::vector<std::string> parts = SplitList(text, "the band");
+  if (parts.size() != 4 && parts.size() != 5)
+    UsageFailure("the band \"" + text + "\" is not type,frequency,q,gain_db[,invert].");
+  FilterBand band{ParseBandType(parts[0]), ParseBandNumber(parts[1], text),
+                  ParseBandNumber(parts[2], text), ParseBandNumber(parts[3], text), 0};
+  if (band.frequency <= 0 || band.q <= 0)
+    UsageFailure("frequency and quality of the band \"" + text + "\" must be above zero.");
+  if (parts.size() == 5) band.invert = ParseBandNumber(parts[4], text) != 0 ? 1 : 0;
+  return band;
+}
+
+std::string BandText(const FilterBand& band) {
+  return std::string(kTypeNames[static_cast<std::size_t>(band.type)]) + " " +
+         HertzText(band.frequency) + ", Q " + Decimals(band.q, 2) + ", " +
+         (band.gain_db > 0 ? "+" : "") + Decimals(band.gain_db, 1) + " dB" +
+         (band.invert != 0 ? ", inverted" : "");
+}
+
+std::vector<std::string> BandLines(const std::vector<FilterBand>& bands) {
+  constexpr std::size_t kInLine = 3;
+  std::vector<std::string> lines;
+  for (std::size_t i = 0; i < bands.size(); ++i) {
+    if (i % kInLine == 0) lines.emplace_back();
+    lines.back() += (i % kInLine == 0 ? "" : "   \u00b7   ") + BandText(bands[i]);
+  }
+  return lines;
+}
+
+// The low-pass and the resonators of one size, from eight values.
+template <class Value>
+std::array<Cascade, 3> ResonatorCascades(Value value) {
+  return {Cascade({{value(0), value(0), 0, value(1), 0}}),
+          Cascade({{-value(2), 0, value(2), value(3), value(4)}}),
+          Cascade({{-value(5), 0, value(5), value(6), value(7)}})};
+}
+
+void AddResonators(const std::string& size_name, float size, const FilterArguments& arguments,
+                   const std::int32_t* words, FilterDesign& design) {
+  const auto values = DesignResonatorSet(size, arguments.rate);
+  const auto ideal =
+      ResonatorCascades([&](std::size_t i) { return static_cast<double>(values[i]); });
+  const auto fixed =
+      ResonatorCascades([&](std::size_t i) { return std::ldexp(words[i], i < 2 ? -31 : -30); });
+  const char* const names[] = {" low-pass", " resonator 1", " resonator 2"};
+  for (std::size_t i = 0; i < ideal.size(); ++i)
+    design.filters.push_back({size_name + names[i], ideal[i], fixed[i]});
+}
+
+}  // namespace
+
+FilterDesign DesignButterworth(const FilterArguments& arguments) {
+  FilterDesign design;
+  const bool high_pass = arguments.kind == "highpass";
+  design.title = std::string("Butterworth ") + (high_pass ? "high-pass" : "low-pass") +
+                 " of order " + std::to_string(arguments.order) + " at " +
+                 HertzText(arguments.frequency) + ", " + std::to_string(arguments.bits) + " bits";
+  const std::int32_t kind = high_pass ? kButterworthHighPass : kButterworthLowPass;
+  if (arguments.bits == 16) {
+    DesignButterworthWords<std::int16_t>(arguments, kind, design);
+  } else {
+    DesignButterworthWords<std::int32_t>(arguments, kind, design);
+  }
+  if (design.status != kFilterOk)
+    design.refusal = AtHalfTheRate("the corner", arguments.frequency, arguments.rate);
+  return design;
+}
+
+FilterDesign DesignBands(const FilterArguments& arguments) {
+  std::vector<FilterBand> bands;
+  for (const std::string& text : arguments.bands) bands.push_back(ParseBand(text));
+  FilterDesign design;
+  design.title = "Cascade of " +
+                 (bands.size() == 1 ? "one band" : std::to_string(bands.size()) + " bands") +
+                 ", 32 bits";
+  design.details = BandLines(bands);
+  const FilterSet set{static_cast<std::int32_t>(bands.size()), bands.data(), arguments.rate};
+  std::vector<char> workspace(FilterWorkspace(bands.size()));
+  std::vector<std::int32_t> words(FilterWords(bands.size()));
+  design.status = DesignFilterSet(set, words.data(), workspace.data());
+  if (design.status != kFilterOk) {
+    const float highest =
+        std::max_element(bands.begin(), bands.end(), [](const auto& a, const auto& b) {
+          return a.frequency < b.frequency;
+        })->frequency;
+    design.refusal = AtHalfTheRate("the band's frequency", highest, arguments.rate);
+    return design;
+  }
+  std::vector<FilterSection> ideal(bands.size());
+  DesignCascade(set, ideal.data());
+  design.filters.push_back(
+      {"", Cascade(ideal.data(), ideal.size()), Cascade::FromWords(words.data(), bands.size())});
+  design.words = std::move(words);
+  return design;
+}
+
+FilterDesign DesignBass(const FilterArguments& arguments) {
+  FilterDesign design;
+  design.title = "Bass enhancement for " + HertzText(arguments.audio) + ", analysis " +
+                 HertzText(arguments.analysis);
+  design.words_in_row = 8;
+  std::vector<std::int32_t> words(kBassEnhancementWords);
+  std::vector<char> workspace(FilterWorkspace(1));
+  design.status = DesignBassEnhancementFilters(arguments.audio, arguments.analysis, arguments.rate,
+                                               words.data(), workspace.data());
+  if (design.status != kFilterOk) {
+    design.refusal =
+        AtHalfTheRate("the all-pass", AllPassFrequency(arguments.audio), arguments.rate);
+    return design;
+  }
+  AddResonators("audio", arguments.audio, arguments, words.data(), design);
+  AddResonators("analysis", arguments.analysis, arguments, words.data() + 8, design);
+  FilterSection all_pass{};
+  DesignBand({kORVFilter_AllPass, AllPassFrequency(arguments.audio), 1, 0, 0}, arguments.rate,
+             all_pass);
+  design.filters.push_back(
+      {"all-pass", Cascade(&all_pass, 1), Cascade::FromWords(words.data() + 16, 1)});
+  design.words = std::move(words);
+  return design;
+}
+
+}  // namespace orv::cli

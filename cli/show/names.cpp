@@ -1,0 +1,22 @@
+#include "cli/show/names.h"
+
+#include "platform/text.h"
+
+namespace orv::cli {
+
+std::string Utf8FromName(std::wstring_view name) {
+  std::string bytes = Narrow(name);
+  if (!bytes.empty() && Utf8FromWide(WideFromUtf8(bytes)) == bytes) return bytes;
+  return Utf8FromWide(name);
+}
+
+std::wstring NameFromUtf8(std::string_view utf8) { return Widen(utf8); }
+
+std::vector<std::wstring> NamesFromUtf8(std::string_view utf8) {
+  std::vector<std::wstring> names{NameFromUtf8(utf8)};
+  std::wstring wide = WideFromUtf8(utf8);
+  if (wide != names.front() && Utf8FromName(wide) == utf8) names.push_back(std::move(wide));
+  return names;
+}
+
+}  // namespace orv::cli

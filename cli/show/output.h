@@ -1,0 +1,53 @@
+// Where results go: standard output, as one JSON value or as text for people.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <ostream>
+#include <string>
+
+#include "cli/show/table.h"
+
+namespace orv::cli {
+
+using Json = nlohmann::ordered_json;
+
+namespace ansi {
+inline constexpr char kBold[] = "\x1b[1m";
+inline constexpr char kDim[] = "\x1b[2m";
+inline constexpr char kGood[] = "\x1b[32m";
+inline constexpr char kBad[] = "\x1b[31m";
+inline constexpr char kAccent[] = "\x1b[36m";
+inline constexpr char kReset[] = "\x1b[0m";
+}  // namespace ansi
+
+// "1 block", "2 blocks"; `several` is for nouns that take more than an "s".
+std::string Counted(std::size_t count, const std::string& one, const std::string& several = {});
+
+class Output {
+ public:
+  Output(std::ostream& results, std::ostream& remarks) : results_(results), remarks_(remarks) {}
+
+  void UseJson(bool json) noexcept { json_ = json; }
+  void UseColour(bool colour) noexcept { colour_ = colour; }
+  bool json() const noexcept { return json_; }
+
+  // The command's one JSON value.
+  void Value(const Json& value);
+  // One JSON value on a line of its own, out at once.
+  void JsonLine(const Json& value);
+  void Line(const std::string& text);
+  void Show(const Table& table, std::size_t indent = 0);
+  void Raw(const std::string& bytes);
+  // For standard error: what people should know, and scripts may pass over. Out at once.
+  void Remark(const std::string& text);
+
+  std::string Painted(const std::string& text, const char* colour) const;
+
+ private:
+  std::ostream& results_;
+  std::ostream& remarks_;
+  bool json_ = false;
+  bool colour_ = false;
+};
+
+}  // namespace orv::cli

@@ -1,0 +1,71 @@
+#include "cli/show/spectrum_bands.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <set>
+
+#include "analysis/spectrum.h"
+#include "cli/show/response_plot.h"
+
+namespace orv::cli {
+namespace {
+
+// Hz; less than the distance of two bins of any rate from 22 kHz up.
+constexpr std::uint32_t kStep = 20;
+
+constexpr std::uint32_t kNominalCentres[] = {
+    50,   63,   80,   100,  125,  160,  200,  250,  315,  400,   500,   630,   800,  1000,
+    1250, 1600, 2000, 2500, 3150, 4000, 5000, 6300, 8000, 10000, 12500, 16000, 20000};
+constexpr int kFirstStep = -13;  // 50 Hz, in tenths of a decade from 1 kHz
+
+}  // namespace
+
+std::vector<Band> ThirdOctaveBands() {
+  std::vector<Band> bands;
+  int step = kFirstStep;
+  for (const std::uint32_t nominal : kNominalCentres) {
+    const double lower = 1000 * std::pow(10, (step - 0.5) / 10);
+    const double upper = 1000 * std::pow(10, (step + 0.5) / 10);
+    Band band{nominal, {nominal}, {}};
+    for (double point = std::ceil(lower); point < upper; point += kStep)
+      band.points.push_back(static_cast<std::uint32_t>(point));
+    bands.push_back(std::move(band));
+    ++step;
+  }
+  return bands;
+}
+
+std::vector<Band> SingleFrequencies(const std::vector<std::uint32_t>& frequencies) {
+  std::vector<Band> bands;
+  bands.reserve(frequencies.size());
+  for (const std::uint32_t frequency : frequencies) bands.push_back({frequency, {frequency}, {}});
+  return bands;
+}
+
+bool IsInBand(std::uint32_t frequency, std::uint32_t sample_rate) noexcept {
+  return frequency > 0 && frequency < sample_rate - sample_rate / 2;
+}
+
+void FitToStream(std::vector<Band>& bands, std::uint32_t sample_rate) {
+  const auto is_outside = [&](std::uint32_t point) { return !IsInBand(point, sample_rate); };
+  std::erase_if(bands, [&](const Band& band) { return is_outside(band.frequency); });
+  const SpectrumBins bins(sample_rate);
+  if (bins.count() == 0) return;
+  std::map<std::set<std::uint32_t>, std::uint32_t> first;  // band by its bins
+  for (Band& band : bands) {
+    std::erase_if(band.points, is_outside);
+    std::set<std::uint32_t> held;
+    for (const std::uint32_t point : band.points) held.insert(bins.Nearest(point));
+    const auto [place, is_new] = first.emplace(std::move(held), band.frequency);
+    if (!is_new) band.same_bins_as = place->second;
+  }
+}
+
+std::string ShortFrequency(std::uint32_t frequency) {
+  std::string text = HertzText(frequency);
+  text.resize(text.find(' '));
+  return frequency >= 1000 ? text + "k" : text;
+}
+
+}  // namespace orv::cli

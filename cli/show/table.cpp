@@ -1,0 +1,100 @@
+#include "cli/show/table.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+
+#include "cli/show/output.h"
+#include "platform/text.h"
+
+namespace orv::cli {
+namespace {
+
+struct Range {
+  char32_t first;
+  char32_t last;
+};
+
+constexpr std::array kZeroWidth = {
+    Range{0x0300, 0x036F}, Range{0x0483, 0x0489}, Range{0x0591, 0x05BD}, Range{0x064B, 0x065F},
+    Range{0x200B, 0x200F}, Range{0x20D0, 0x20FF}, Range{0xFE00, 0xFE0F}, Range{0xFE20, 0xFE2F}};
+constexpr std::array kDoubleWidth = {
+    Range{0x1100, 0x115F},   Range{0x2E80, 0x303E},   Range{0x3041, 0xA4CF},  Range{0xAC00, 0xD7A3},
+    Range{0xF900, 0xFAFF},   Range{0xFE30, 0xFE6F},   Range{0xFF00, 0xFF60},  Range{0xFFE0, 0xFFE6},
+    Range{0x1F300, 0x1F64F}, Range{0x1F900, 0x1F9FF}, Range{0x20000, 0x3FFFD}};
+
+template <std::size_t N>
+bool Contains(const std::array<Range, N>& ranges, char32_t point) {
+  return std::any_of(ranges.begin(), ranges.end(), [point](const Range& range) {
+    return point >= range.first && point <= range.last;
+  });
+}
+
+std::size_t Width(char32_t point) {
+  if (Contains(kZeroWidth, point)) return 0;
+  return Contains(kDoubleWidth, point) ? 2 : 1;
+}
+
+bool IsHighSurrogate(wchar_t unit) { return (unit & 0xFC00) == 0xD800; }
+bool IsLowSurrogate(wchar_t unit) { return (unit & 0xFC00) == 0xDC00; }
+
+void AppendPadded(std::string& line, const Cell& cell, Align align, std::size_t width,
+                  bool colour) {
+  const std::size_t own = DisplayWidth(cell.text);
+  const std::string padding(width > own ? width - own : 0, ' ');
+  const bool paint = colour && cell.colour != nullptr;
+  if (align == Align::Right) line += padding;
+  line += paint ? cell.colour + cell.text + ansi::kReset : cell.text;
+  if (align == Align::Left) line += padding;
+}
+
+}  // namespace
+
+std::size_t DisplayWidth(std::string_view utf8) {
+  const std::wstring units = WideFromUtf8(utf8);
+  std::size_t width = 0;
+  for (std::size_t i = 0; i < units.size(); ++i) {
+    auto point = static_cast<char32_t>(units[i]);
+    if (IsHighSurrogate(units[i]) && i + 1 < units.size() && IsLowSurrogate(units[i + 1]))
+      point = 0x10000 + ((point & 0x3FF) << 10) + (static_cast<char32_t>(units[++i]) & 0x3FF);
+    width += Width(point);
+  }
+  return width;
+}
+
+std::string Printable(std::string_view utf8) {
+  std::wstring units = WideFromUtf8(utf8);
+  for (wchar_t& unit : units)
+    if (unit < 0x20 || (unit >= 0x7F && unit < 0xA0)) unit = 0xFFFD;
+  return Utf8FromWide(units);
+}
+
+std::string Table::Text(bool colour, std::size_t indent) const {
+  std::vector<std::size_t> widths;
+  for (const Column& column : columns_) widths.push_back(DisplayWidth(column.title));
+  for (const auto& row : rows_)
+    for (std::size_t i = 0; i < std::min(row.size(), widths.size()); ++i)
+      widths[i] = std::max(widths[i], DisplayWidth(row[i].text));
+
+  std::vector<Cell> titles;
+  for (const Column& column : columns_) titles.emplace_back(column.title, ansi::kDim);
+
+  std::string text;
+  const auto append = [&](const std::vector<Cell>& row) {
+    std::string line(indent, ' ');
+    for (std::size_t i = 0; i < std::min(row.size(), widths.size()); ++i) {
+      if (i != 0) line += "  ";
+      const bool last = i + 1 == row.size() && columns_[i].align == Align::Left;
+      AppendPadded(line, row[i], columns_[i].align, last ? 0 : widths[i], colour);
+    }
+    line.erase(line.find_last_not_of(' ') + 1);
+    text += line + "\n";
+  };
+  const bool titled = std::any_of(columns_.begin(), columns_.end(),
+                                  [](const Column& column) { return !column.title.empty(); });
+  if (titled) append(titles);
+  for (const auto& row : rows_) append(row);
+  return text;
+}
+
+}  // namespace orv::cli

@@ -1,0 +1,42 @@
+// JSON (comments allowed) whose values know the line they stand on, so that what is wrong with a
+// value can be reported where it is.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/file_error.h"
+
+namespace orv {
+
+struct LocatedJson {
+  enum class Kind { Null, Boolean, Integer, Real, Text, Array, Object };
+  struct Member;
+
+  Kind kind = Kind::Null;
+  int line = 0;
+  bool boolean = false;
+  std::int64_t integer = 0;
+  double real = 0;   // value of an integer too
+  std::string text;  // UTF-8
+  std::vector<LocatedJson> items;
+  std::vector<Member> members;  // in their order, names may repeat
+  // Where an array or object stands in the text: from its bracket up to behind the closing one.
+  std::size_t begin = 0;
+  std::size_t end = 0;
+};
+
+struct LocatedJson::Member {
+  std::string name;
+  int line = 0;
+  LocatedJson value;
+};
+
+// Nothing when the text is no JSON; `error` then has the line and the reason.
+std::optional<LocatedJson> ParseLocatedJson(std::string_view text, FileError& error);
+
+}  // namespace orv

@@ -1,0 +1,18 @@
+// machine.json: what a simulated machine consists of.
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+#include "platform/file_error.h"
+#include "simulated/description/machine_description.h"
+
+namespace orv {
+
+// Nothing when the text is refused; `error` then has the line and the reason.
+std::optional<MachineDescription> ParseMachineFile(std::string_view text, FileError& error);
+
+std::optional<MachineDescription> ReadMachineFile(const std::filesystem::path& file,
+                                                  FileError& error);
+
+}  // namespace orv

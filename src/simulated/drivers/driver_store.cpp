@@ -1,0 +1,179 @@
+#include "simulated/drivers/driver_store.h"
+
+#include "simulated/drivers/block_format.h"
+#include "simulated/drivers/driver_requests.h"
+
+namespace orv {
+namespace {
+
+using Direction = DriverMisbehaviour::Direction;
+
+constexpr std::size_t kLargestFile = std::size_t{64} << 20;  // bytes
+
+bool IsMeantFor(const DriverMisbehaviour& rule, const DriverRequest& request) {
+  if (!rule.request.empty() && rule.request != request.name) return false;
+  if (rule.parameter && *rule.parameter != request.parameter) return false;
+  return rule.direction == Direction::Any || (rule.direction == Direction::Get) == request.is_get;
+}
+
+}  // namespace
+
+std::string DriverRequest::Text() const {
+  if (name != std::string_view(request::kParameter)) return name;
+  return name + (' ' + ParameterText(parameter));
+}
+
+std::string DriverRequest::Key() const {
+  return std::string(driver) + (is_get ? " get " : " set ") + Text();
+}
+
+bool DriverStore::Attach(const std::filesystem::path& folder, FileError& error) {
+  const std::lock_guard guard(lock_);
+  file_ = LinkTarget(folder / "drivers.json");
+  folder_ = file_.parent_path();
+  return Load(error);
+}
+
+bool DriverStore::Load(FileError& error) {
+  error = {file_, 0, {}};
+  readable_ = false;
+  // The stamp is older than the content, never newer: a change in between is seen next time.
+  stamp_ = FileStamp::Of(file_);
+  std::error_code ignored;
+  if (!std::filesystem::exists(file_, ignored)) {
+    memory_ = {};
+    readable_ = true;
+    return true;
+  }
+  const auto text = ReadWholeFile(file_, kLargestFile, error.reason);
+  if (!text) return false;
+  std::uint64_t change = 0;
+  auto memory = DecodeDriverMemory(*text, change, error);
+  if (!memory) return false;
+  memory_ = std::move(*memory);
+  change_ = change;
+  readable_ = true;
+  return true;
+}
+
+bool DriverStore::Refresh() {
+  if (folder_.empty()) return true;
+  if (FileStamp::Of(file_) == stamp_) return readable_;
+  FileError ignored;
+  try {
+    return Load(ignored);
+  } catch (...) {
+    stamp_.reset();
+    throw;
+  }
+}
+
+bool DriverStore::Read(const std::function<void(const DriverMemory&)>& body) {
+  const std::lock_guard guard(lock_);
+  if (!Refresh()) return false;
+  body(memory_);
+  return true;
+}
+
+bool DriverStore::Write(const Body& body, std::string& reason) {
+  reason = "the machine's description has it fail";
+  if (faults_->Check("drivers.save")) return false;
+  // In memory, bodies change nothing before their last allocation.
+  if (folder_.empty()) {
+    body(memory_);
+    return true;
+  }
+  const auto file_lock = FileLock::Acquire(folder_ / ".drivers.lock", reason);
+  if (!file_lock) return false;
+  reason = "drivers.json cannot be read";
+  if (!Refresh()) return false;
+  DriverMemory changed = memory_;
+  body(changed);
+  if (!ReplaceFileContent(file_, EncodeDriverMemory(changed, change_ + 1), reason,
+                          Writers::OneAtATime))
+    return false;
+  memory_ = std::move(changed);
+  ++change_;
+  stamp_ = FileStamp::Of(file_);
+  return true;
+}
+
+bool DriverStore::Change(const Body& body, std::string& reason) {
+  const std::lock_guard guard(lock_);
+  return Write(body, reason);
+}
+
+bool DriverStore::Change(const Body& body) {
+  std::string ignored;
+  return Change(body, ignored);
+}
+
+bool DriverStore::ChangeAtLeastHere(const Body& body) {
+  const std::lock_guard guard(lock_);
+  std::string ignored;
+  if (Write(body, ignored)) return true;
+  if (!Refresh()) return false;
+  body(memory_);
+  return true;
+}
+
+void DriverStore::NoteRefusal(const DriverRequest& request, const std::string& reason,
+                              bool planned) {
+  const DriverRefusal refusal{request.driver, request.Text(), reason, request.parameter, planned};
+  ChangeAtLeastHere([&](DriverMemory& memory) { memory.Refuse(refusal); });
+}
+
+std::optional<DriverMisbehaviour> DriverStore::Due(const std::vector<DriverMisbehaviour>& rules,
+                                                   const DriverRequest& request) {
+  const std::lock_guard guard(lock_);
+  std::optional<DriverMisbehaviour> due;
+  for (std::size_t i = 0; i < rules.size(); ++i) {
+    if (!IsMeantFor(rules[i], request)) continue;
+    const std::uint32_t call = ++calls_[{request.driver, i}];
+    if (!due && (!rules[i].nth || *rules[i].nth == call)) due = rules[i];
+  }
+  return due;
+}
+
+void DriverStore::NoteApplyFlag(const DriverRequest& request, std::uint32_t flag) {
+  const std::lock_guard guard(lock_);
+  apply_flags_[request.Key()] = flag;
+}
+
+std::optional<std::uint32_t> DriverStore::ApplyFlag(const std::string& key) {
+  const std::lock_guard guard(lock_);
+  const auto found = apply_flags_.find(key);
+  return found == apply_flags_.end() ? std::nullopt : std::optional(found->second);
+}
+
+void DriverStore::EventOpened(std::uint64_t handle) {
+  const std::lock_guard guard(lock_);
+  open_events_.insert(handle);
+}
+
+void DriverStore::EventClosed(std::uint64_t handle) noexcept {
+  const std::lock_guard guard(lock_);
+  open_events_.erase(handle);
+}
+
+bool DriverStore::IsEventOpen(std::uint64_t handle) {
+  const std::lock_guard guard(lock_);
+  return open_events_.contains(handle);
+}
+
+bool DriverStore::RegisterEvent(std::uint64_t handle) {
+  const std::lock_guard guard(lock_);
+  return registered_.insert(handle).second;
+}
+
+bool DriverStore::UnregisterEvent(std::uint64_t handle) {
+  const std::lock_guard guard(lock_);
+  return registered_.erase(handle) != 0;
+}
+
+std::size_t DriverStore::registered_events() {
+  const std::lock_guard guard(lock_);
+  return registered_.size();
+}
+
+}  // namespace orv

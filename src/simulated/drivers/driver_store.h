@@ -1,0 +1,97 @@
+// The drivers' memory as all objects of a machine share it: one lock around it, kept in step with
+// the file drivers.json of the machine's folder when there is one.
+#pragma once
+
+#include <atomic>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "platform/file_stamp.h"
+#include "platform/files.h"
+#include "simulated/description/fault_plan.h"
+#include "simulated/drivers/driver_memory.h"
+
+namespace orv {
+
+// One request as misbehaviour and refusals see it.
+struct DriverRequest {
+  const char* driver;
+  const char* name;             // see driver_requests.h
+  std::uint32_t parameter = 0;  // of a "parameter" request
+  bool is_get = true;
+
+  std::string Text() const;  // "parameter 0x10014404"
+  std::string Key() const;   // "skylake get parameter 0x10014404"
+};
+
+class DriverStore {
+ public:
+  explicit DriverStore(std::shared_ptr<FaultPlan> faults) : faults_(std::move(faults)) {}
+
+  // Puts the memory upon a folder's file, which need not exist; false with a reason when it is
+  // refused. A linked file is locked and replaced where the link leads to at this moment.
+  bool Attach(const std::filesystem::path& folder, FileError& error);
+
+  using Body = std::function<void(DriverMemory&)>;
+
+  // Run `body` on the present memory. False if the file cannot be read, or, with a reason, not
+  // written: the memory is then as it was.
+  bool Read(const std::function<void(const DriverMemory&)>& body);
+  bool Change(const Body& body, std::string& reason);
+  bool Change(const Body& body);
+  // For what a client has to set before it can read. If the file cannot be written, the change is
+  // made in this process alone and lasts until the file changes; `body` may be called twice.
+  bool ChangeAtLeastHere(const Body& body);
+
+  // Keeps why a request was not taken, at least in this process. `planned`: the machine's
+  // description has the request fail, which was right.
+  void NoteRefusal(const DriverRequest& request, const std::string& reason, bool planned = false);
+
+  // The first of a driver's rules that is due for a request; counts the request for every rule that
+  // is meant for it.
+  std::optional<DriverMisbehaviour> Due(const std::vector<DriverMisbehaviour>& rules,
+                                        const DriverRequest& request);
+
+  // Keep and return the apply flag of the latest request with this key on this machine object,
+  // whether the driver took the request or not; nullopt before the first one.
+  void NoteApplyFlag(const DriverRequest& request, std::uint32_t flag);
+  std::optional<std::uint32_t> ApplyFlag(const std::string& key);
+
+  // Handles of this process: devices, events. Events are known to drivers while they are open.
+  std::uint64_t NewHandle() noexcept { return next_handle_.fetch_add(4); }
+  void EventOpened(std::uint64_t handle);
+  void EventClosed(std::uint64_t handle) noexcept;
+  bool IsEventOpen(std::uint64_t handle);
+  // False when the handle is registered already, or is not.
+  bool RegisterEvent(std::uint64_t handle);
+  bool UnregisterEvent(std::uint64_t handle);
+  std::size_t registered_events();
+
+ private:
+  bool Refresh();  // under the lock
+  bool Load(FileError& error);
+  bool Write(const Body& body, std::string& reason);  // under the lock
+
+  std::shared_ptr<FaultPlan> faults_;
+  std::mutex lock_;
+  DriverMemory memory_;
+  std::filesystem::path folder_;  // empty in memory
+  std::filesystem::path file_;
+  std::optional<FileStamp> stamp_;  // none if the file has to be read again
+  std::uint64_t change_ = 0;        // number of the latest change
+  bool readable_ = true;
+  std::map<std::pair<std::string, std::size_t>, std::uint32_t> calls_;  // by driver and rule
+  std::map<std::string, std::uint32_t> apply_flags_;                    // by DriverRequest::Key
+  std::atomic<std::uint64_t> next_handle_{0x104};
+  std::set<std::uint64_t> open_events_;
+  std::set<std::uint64_t> registered_;
+};
+
+}  // namespace orv

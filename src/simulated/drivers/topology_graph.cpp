@@ -1,0 +1,126 @@
+#include "simulated/drivers/topology_graph.h"
+
+#include "platform/text.h"
+#include "simulated/drivers/block_format.h"
+
+namespace orv {
+namespace {
+
+// Local identifiers: connectors and subunits count apart, in the high word.
+constexpr UINT kConnectorId = 0x20000;
+constexpr UINT kSubunitId = 0x10000;
+
+GraphPart MakeConnector(const wchar_t* name, UINT id, ConnectorType type, DataFlow flow) {
+  GraphPart part{name, id, Connector};
+  part.connector = type;
+  part.flow = flow;
+  return part;
+}
+
+GraphPart MakeSubunit(const wchar_t* name, UINT number) {
+  return {name, kSubunitId + number, Subunit};
+}
+
+void Join(GraphDevice& device, std::size_t upstream, std::size_t downstream) {
+  device.parts[upstream].outgoing.push_back(downstream);
+  device.parts[downstream].incoming.push_back(upstream);
+}
+
+void MakeSelector(GraphPart& part, SelectorKind kind, std::size_t at_first,
+                  std::size_t to_endpoint) {
+  part.selector = kind;
+  part.at_first = at_first;
+  part.to_endpoint = to_endpoint;
+}
+
+// From the bridge over both selectors to the endpoint's jack, and a second jack beside it that is
+// selected at first.
+GraphDevice MakeCodec(const std::wstring& id) {
+  enum : std::size_t {
+    kJack,
+    kOtherJack,
+    kVolume,
+    kOutputSelector,
+    kMute,
+    kInputSelector,
+    kBridge
+  };
+  GraphDevice codec{id, {}};
+  codec.parts = {MakeConnector(L"Jack", kConnectorId + 2, Physical_External, Out),
+                 MakeConnector(L"Line Out", kConnectorId + 3, Physical_External, Out),
+                 MakeSubunit(L"Volume", 4),
+                 MakeSubunit(L"Output Selector", 2),
+                 MakeSubunit(L"Mute", 3),
+                 MakeSubunit(L"Input Selector", 1),
+                 MakeConnector(L"Bridge", kConnectorId, Physical_Internal, In)};
+  Join(codec, kBridge, kInputSelector);
+  Join(codec, kInputSelector, kMute);
+  Join(codec, kMute, kOutputSelector);
+  Join(codec, kOutputSelector, kVolume);
+  Join(codec, kOutputSelector, kOtherJack);
+  Join(codec, kVolume, kJack);
+  MakeSelector(codec.parts[kOutputSelector], SelectorKind::Output, kOtherJack, kVolume);
+  MakeSelector(codec.parts[kInputSelector], SelectorKind::Input, kBridge, kMute);
+  codec.parts[kJack].connected_to = {TopologyGraph::kEndpoint, 0};
+  codec.parts[kBridge].connected_to = {TopologyGraph::kWaveFilter, 0};
+  return codec;
+}
+
+GraphDevice MakeWaveFilter(const std::wstring& id, UINT node) {
+  enum : std::size_t { kBridge, kEngine, kHost };
+  // Out of the way of the host connector, whose number is the node's.
+  constexpr UINT kBridgeId = 0x30000;
+  GraphDevice filter{id, {}};
+  filter.parts = {MakeConnector(L"Bridge", kBridgeId, Physical_Internal, Out),
+                  MakeSubunit(L"Audio Engine", 1),
+                  MakeConnector(L"Host", kConnectorId + node, Software_IO, In)};
+  Join(filter, kHost, kEngine);
+  Join(filter, kEngine, kBridge);
+  filter.parts[kBridge].connected_to = {TopologyGraph::kCodec, 6};
+  return filter;
+}
+
+}  // namespace
+
+TopologyGraph MakeTopologyGraph(const SkylakeEndpoint& endpoint) {
+  const std::wstring adapter = L"{2}.\\\\?\\sst#" + endpoint.id;
+  GraphDevice device{endpoint.id, {}};
+  device.parts = {MakeConnector(L"Endpoint", kConnectorId, Physical_External, In)};
+  device.parts[0].connected_to = {TopologyGraph::kCodec, 0};
+  if (endpoint.circles) {
+    device.parts[0].connector = Software_IO;
+    device.parts[0].connected_to = {TopologyGraph::kEndpoint, 0};
+    device.parts[0].incoming.assign(*endpoint.circles, 0);
+  }
+  return {endpoint,
+          {std::move(device), MakeCodec(adapter + L"\\topology"),
+           MakeWaveFilter(adapter + L"\\wave", endpoint.node)}};
+}
+
+std::string TopologyGraph::SelectionKey(std::size_t device, std::size_t part) const {
+  return Utf8FromWide(devices[device].id) + "/" + HexNumber(devices[device].parts[part].id);
+}
+
+UINT TopologyGraph::Selection(const DriverMemory& memory, std::size_t device,
+                              std::size_t part) const {
+  const GraphDevice& owner = devices[device];
+  const auto chosen = memory.selections.find(SelectionKey(device, part));
+  return chosen != memory.selections.end() ? chosen->second
+                                           : owner.parts[owner.parts[part].at_first].id;
+}
+
+std::string TopologyGraph::RoutingFault(const DriverMemory& memory) const {
+  const GraphDevice& codec = devices[kCodec];
+  for (std::size_t i = 0; i < codec.parts.size(); ++i) {
+    const GraphPart& part = codec.parts[i];
+    if (part.selector == SelectorKind::None) continue;
+    const UINT wanted = codec.parts[part.to_endpoint].id;
+    if (Selection(memory, kCodec, i) != wanted) {
+      return "selector " + HexNumber(part.id) +
+             " on the way to the endpoint does not select part " + HexNumber(wanted);
+    }
+  }
+  return {};
+}
+
+}  // namespace orv

@@ -1,0 +1,73 @@
+// The registry of one simulated machine as its key handles share it: one lock around the tree,
+// kept in step with the machine's registry file when there is one.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <string_view>
+
+#include "simulated/description/fault_plan.h"
+#include "simulated/registry/registry_export.h"
+#include "simulated/registry/registry_file.h"
+#include "simulated/registry/registry_tree.h"
+
+namespace orv {
+
+// One change of the tree. Apply runs once, under the hive's lock; a change that could not be
+// written to disk is undone, any other is announced to those who watch.
+class RegistryEdit {
+ public:
+  virtual ~RegistryEdit() = default;
+  virtual RegStatus Apply(RegistryNode& root) = 0;
+  virtual void Undo() noexcept = 0;
+  virtual void Announce() noexcept = 0;
+  bool changed = false;  // set by Apply as soon as there is something to write or undo
+};
+
+class RegistryHive {
+ public:
+  explicit RegistryHive(std::shared_ptr<FaultPlan> faults);
+  ~RegistryHive();
+  RegistryHive(const RegistryHive&) = delete;
+  RegistryHive& operator=(const RegistryHive&) = delete;
+
+  // Puts the hive upon a folder's registry file; false with a reason when that is refused.
+  bool Attach(const std::filesystem::path& folder, FileError& error);
+  bool Import(const RegistryExport& content, FileError& error);
+
+  FaultPlan& faults() noexcept { return *faults_; }
+
+  // Runs `body(root)` on the present state.
+  template <class Body>
+  RegStatus Read(Body&& body) {
+    const std::lock_guard guard(lock_);
+    Refresh();
+    return body(*root_);
+  }
+  RegStatus Commit(RegistryEdit& edit);
+
+  // Arms a notification; the watch is the handle's own and is taken off by Unwatch.
+  RegStatus Watch(RegistryNode& node, RegistryWatch& watch, const RegistryWatch::Armed& entry);
+  void Unwatch(RegistryNode& node, RegistryWatch& watch) noexcept;
+
+ private:
+  // Takes over what others wrote to the file; false when it cannot be read. Under the lock.
+  bool Refresh();
+  // Locks the file between processes and takes over what others wrote.
+  bool LockFile(std::optional<FileLock>& file_lock);
+  bool Write(const RegistryNode& root);
+  bool StartFileWatch();
+  RegStatus Arm(RegistryNode& node, RegistryWatch& watch, const RegistryWatch::Armed& entry);
+
+  std::shared_ptr<FaultPlan> faults_;
+  std::mutex lock_;
+  RegistryNodePtr root_;  // its children are HKEY_LOCAL_MACHINE and so on
+  std::unique_ptr<RegistryFile> file_;
+
+  std::mutex watch_lock_;  // taken before lock_, never the other way
+  std::size_t watching_handles_ = 0;
+  std::unique_ptr<RegistryFileWatch> file_watch_;
+};
+
+}  // namespace orv

@@ -1,0 +1,135 @@
+#include "simulated/registry/registry_tree.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace orv {
+
+bool RegistryValue::Holds(std::uint32_t other_type,
+                          std::span<const std::uint8_t> other_bytes) const noexcept {
+  return type == other_type && bytes.size() == other_bytes.size() &&
+         (bytes.empty() || std::memcmp(bytes.data(), other_bytes.data(), bytes.size()) == 0);
+}
+
+void RegistryWatch::SignalAll() noexcept {
+  for (const Armed& entry : armed) entry.event->Set();
+  armed.clear();
+}
+
+void RegistryWatch::Signal(std::uint32_t change, bool below) noexcept {
+  const auto waits = [&](const Armed& entry) {
+    return (entry.filter & change) != 0 && (!below || entry.subtree);
+  };
+  for (const Armed& entry : armed) {
+    if (waits(entry)) entry.event->Set();
+  }
+  std::erase_if(armed, waits);
+}
+
+RegistryNode& RegistryNode::AddChild(std::wstring_view child_name) {
+  auto child = std::make_shared<RegistryNode>();
+  child->name = child_name;
+  child->parent = this;
+  return children.Add(std::move(child));
+}
+
+RegistryValue& RegistryNode::AddValue(std::wstring value_name, std::uint32_t type,
+                                      std::vector<std::uint8_t>&& bytes) {
+  auto value = std::make_shared<RegistryValue>();
+  value->name = std::move(value_name);
+  value->type = type;
+  value->bytes = std::move(bytes);
+  return values.Add(std::move(value));
+}
+
+RegistryNode* RegistryNode::Descend(std::wstring_view path) {
+  RegistryNode* node = this;
+  for (auto element = NextPathElement(path); node != nullptr && !element.empty();
+       element = NextPathElement(path))
+    node = node->Child(element);
+  return node;
+}
+
+void RegistryNode::Changed(std::uint32_t change) const noexcept {
+  for (const RegistryNode* node = this; node != nullptr; node = node->parent) {
+    for (RegistryWatch* watch : node->watches) watch->Signal(change, node != this);
+  }
+}
+
+void RegistryNode::MarkDeleted() noexcept {
+  deleted = true;
+  parent = nullptr;
+  for (RegistryWatch* watch : watches) watch->SignalAll();
+  for (const auto& child : children) child->MarkDeleted();
+}
+
+std::wstring_view NextPathElement(std::wstring_view& path) noexcept {
+  const std::size_t begin = std::min(path.find_first_not_of(L'\\'), path.size());
+  path.remove_prefix(begin);
+  const std::wstring_view element = path.substr(0, path.find(L'\\'));
+  path.remove_prefix(element.size());
+  return element;
+}
+
+RegistryNodePtr CloneTree(const RegistryNode& node) {
+  auto copy = std::make_shared<RegistryNode>();
+  copy->name = node.name;
+  for (const auto& value : node.values) copy->values.Add(std::make_shared<RegistryValue>(*value));
+  for (const auto& child : node.children) {
+    const RegistryNodePtr child_copy = CloneTree(*child);
+    child_copy->parent = copy.get();
+    copy->children.Add(child_copy);
+  }
+  return copy;
+}
+
+namespace {
+
+bool SameValues(const NameTable<RegistryValue>& current, const NameTable<RegistryValue>& fresh) {
+  return current.size() == fresh.size() &&
+         std::all_of(fresh.begin(), fresh.end(), [&](const std::shared_ptr<RegistryValue>& value) {
+           const RegistryValue* held = current.Find(value->name);
+           return held != nullptr && held->Holds(value->type, value->bytes);
+         });
+}
+
+// Puts the current keys in the place of the fresh ones of the same name. Tells whether keys came or
+// went.
+bool ReconcileChildren(RegistryNode& current, RegistryNode& fresh) {
+  NameTable<RegistryNode> merged;
+  bool changed = current.children.size() != fresh.children.size();
+  for (const auto& child : fresh.children) {
+    RegistryNode* held = current.Child(child->name);
+    if (held == nullptr) {
+      changed = true;
+      child->parent = &current;
+      merged.Add(child);
+    } else {
+      merged.Add(held->shared_from_this());
+    }
+  }
+  for (const auto& child : current.children) {
+    if (merged.Find(child->name) == nullptr) {
+      changed = true;
+      child->MarkDeleted();
+    }
+  }
+  current.children = std::move(merged);
+  return changed;
+}
+
+}  // namespace
+
+void ReconcileTree(RegistryNode& current, RegistryNode& fresh) {
+  const bool values_changed = !SameValues(current.values, fresh.values);
+  current.values = std::move(fresh.values);
+  const bool keys_changed = ReconcileChildren(current, fresh);
+  for (const auto& child : current.children) {
+    RegistryNode* other = fresh.Child(child->name);
+    if (other != nullptr && other != child.get()) ReconcileTree(*child, *other);
+  }
+  if (values_changed) current.Changed(kNotifyLastSet);
+  if (keys_changed) current.Changed(kNotifyName);
+}
+
+}  // namespace orv

@@ -1,0 +1,75 @@
+// The keys and values of a simulated registry, as they are in memory, and the notifications armed
+// on them. Not synchronised: the registry that owns the tree locks around every use.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/registry.h"
+#include "simulated/registry/name_table.h"
+
+namespace orv {
+
+struct RegistryValue {
+  std::wstring name;
+  std::uint32_t type = kRegNone;
+  std::vector<std::uint8_t> bytes;
+
+  bool Holds(std::uint32_t other_type, std::span<const std::uint8_t> other_bytes) const noexcept;
+};
+
+// The notifications armed through one key handle; each event is signalled once.
+struct RegistryWatch {
+  struct Armed {
+    Event* event;
+    std::uint32_t filter;
+    bool subtree;
+  };
+  std::vector<Armed> armed;
+  bool attached = false;  // the key knows of it
+
+  void SignalAll() noexcept;
+  // Signals what waits for such a change, at the watched key itself or below it.
+  void Signal(std::uint32_t change, bool below) noexcept;
+};
+
+struct RegistryNode : std::enable_shared_from_this<RegistryNode> {
+  std::wstring name;
+  RegistryNode* parent = nullptr;  // none once the key is deleted
+  bool deleted = false;
+  NameTable<RegistryValue> values;
+  NameTable<RegistryNode> children;
+  std::vector<RegistryWatch*> watches;  // owned by the key handles
+
+  RegistryNode* Child(std::wstring_view child_name) const { return children.Find(child_name); }
+  RegistryNode& AddChild(std::wstring_view child_name);
+  RegistryValue& AddValue(std::wstring value_name, std::uint32_t type,
+                          std::vector<std::uint8_t>&& bytes);
+  // The key at a path below this one; null when it does not exist.
+  RegistryNode* Descend(std::wstring_view path);
+  // Signals a change of this key (kNotifyName or kNotifyLastSet) to it and the keys above it.
+  void Changed(std::uint32_t change) const noexcept;
+  // Marks this key and all below it as deleted and signals whoever watches one of them.
+  void MarkDeleted() noexcept;
+};
+
+using RegistryNodePtr = std::shared_ptr<RegistryNode>;
+
+// Keys lie at most this deep, as on the platform.
+inline constexpr std::size_t kRegistryDepth = 512;
+
+// The next element of a path, which loses it; empty elements are passed over.
+std::wstring_view NextPathElement(std::wstring_view& path) noexcept;
+
+// A copy of a key and all below it, without its watches.
+RegistryNodePtr CloneTree(const RegistryNode& node);
+
+// Turns `current` into `fresh`, keeping the identity of every key that exists in both, and signals
+// what really changed. `fresh` is used up.
+void ReconcileTree(RegistryNode& current, RegistryNode& fresh);
+
+}  // namespace orv

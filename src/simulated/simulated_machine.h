@@ -1,0 +1,89 @@
+// A machine that lives in a folder (or in memory): registry.reg, machine.json and drive_c/.
+//
+// registry.reg is a registry export (UTF-8, or UTF-16 with byte-order mark); what is written lasts
+// in it. Several machines, in one process or in several, may use one folder at once: nothing that
+// was written is lost, each sees the others' changes, watches included. "C:\..." lies below
+// drive_c, found without regard to letter case; "Z:\..." is the host's root folder.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string_view>
+
+#include "platform/file_error.h"
+#include "platform/machine.h"
+#include "simulated/description/fault_plan.h"
+#include "simulated/description/machine_description.h"
+#include "simulated/drivers/driver_record.h"
+#include "simulated/sound/simulated_sound.h"
+
+namespace orv {
+
+class SimulatedMachine : public Machine {
+ public:
+  // Null, with the reason in `error`, when a file of the folder is missing or refused.
+  static std::unique_ptr<SimulatedMachine> Open(const std::filesystem::path& folder,
+                                                FileError& error);
+  // A machine without a folder: its registry starts empty, nothing is written to disk. `drive_c`
+  // may name a host folder that stands for drive C: (empty: none).
+  static std::unique_ptr<SimulatedMachine> InMemory(MachineDescription description = {},
+                                                    std::filesystem::path drive_c = {});
+  ~SimulatedMachine() override;
+
+  // Adds the content of a registry export to the registry.
+  bool ImportRegistry(std::string_view export_text, FileError& error);
+
+  FaultPlan& faults();
+  // Endpoints may be changed between calls; enumerations made later see the change.
+  MachineDescription& description();
+  SimulatedSound& sound();
+  // Has the endpoints play what a "playback" section says, from now on; nothing changes when it is
+  // refused.
+  bool SetPlayback(std::string_view section, FileError& error);
+  // Parameters that the machine's drivers took, in the order in which they came; kept in the
+  // machine's folder.
+  std::vector<DriverRecord> ReceivedRecords();
+  // What a driver holds of a parameter; nullopt if it never received one.
+  std::optional<std::vector<std::byte>> HeldParameter(const std::string& driver,
+                                                      std::uint32_t parameter);
+  // Requests that they did not take, likewise.
+  std::vector<DriverRefusal> RefusedRequests();
+  // The apply flag of the latest request of a kind on this machine object, such as "skylake set
+  // status" or "broadwell get parameter 21"; nullopt before the first one.
+  std::optional<std::uint32_t> ApplyFlag(const std::string& request);
+  // The number of the latest record or refusal, whether it is still kept or not; 0 before the
+  // first.
+  std::uint64_t LatestRequestNumber();
+  // Remarks on what the drivers hold at this moment.
+  std::vector<DriverRemark> DriverRemarks();
+  // How often an event has been signalled, by anyone on this machine.
+  std::uint64_t EventSignals(const std::wstring& name);
+  // Events that clients of this process have registered with drivers and not unregistered.
+  std::size_t RegisteredEvents();
+  const std::filesystem::path& folder() const;  // empty in memory
+
+  Registry& registry() override;
+  HRESULT CreateDeviceEnumerator(IMMDeviceEnumerator** enumerator) override;
+  std::vector<std::wstring> DeviceInterfaces(REFGUID interface_class) override;
+  std::unique_ptr<DeviceFile> OpenDevice(const std::wstring& path, std::uint32_t& error) override;
+  std::unique_ptr<NamedEvent> OpenNamedEvent(const std::wstring& name,
+                                             std::uint32_t& error) override;
+  std::optional<std::wstring> KnownFolder(REFGUID folder) override;
+  std::optional<std::wstring> SystemDirectory() override;
+  bool IsPlatformVersion(std::uint32_t major, std::uint32_t minor) override;
+  bool Is32BitProcess() override;
+  bool FileExists(const std::wstring& path) override;
+  std::optional<std::filesystem::path> HostFile(const std::wstring& path) override;
+  std::optional<std::string> HostPath(const std::wstring& path) override;
+
+ private:
+  struct State;
+  SimulatedMachine(std::unique_ptr<State> state, std::uint64_t id);
+  static std::unique_ptr<SimulatedMachine> Make(MachineDescription description,
+                                                std::filesystem::path drive_c, std::uint64_t id);
+  // The same for each opening of a folder, under whatever path, while the process lives.
+  static std::uint64_t IdOfFolder(const std::filesystem::path& folder);
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace orv

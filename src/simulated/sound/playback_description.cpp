@@ -1,0 +1,228 @@
+#include "simulated/sound/playback_description.h"
+
+#include <cmath>
+
+#include "platform/files.h"
+#include "simulated/description/json_field.h"
+#include "simulated/drive_paths.h"
+
+namespace orv {
+namespace {
+
+using NamedNumber = JsonField::NamedNumber;
+
+constexpr std::size_t kLargestFile = std::size_t{256} << 20;  // bytes
+constexpr std::uint32_t kLeastRate = 1000;                    // Hz
+constexpr std::uint32_t kMostRate = 768000;
+constexpr std::uint32_t kMostChannels = 64;
+constexpr std::uint32_t kMostPacketFrames = 1 << 20;
+constexpr double kMostSeconds = 1e6;
+
+constexpr NamedNumber kFormats[] = {
+    {"extensible_float", static_cast<std::uint32_t>(MixFormatKind::ExtensibleFloat)},
+    {"extensible_pcm", static_cast<std::uint32_t>(MixFormatKind::ExtensiblePcm)},
+    {"float", static_cast<std::uint32_t>(MixFormatKind::Float)},
+    {"pcm", static_cast<std::uint32_t>(MixFormatKind::Pcm)}};
+constexpr NamedNumber kKinds[] = {{"tone", static_cast<std::uint32_t>(SoundSource::Kind::Tone)},
+                                  {"sweep", static_cast<std::uint32_t>(SoundSource::Kind::Sweep)},
+                                  {"noise", static_cast<std::uint32_t>(SoundSource::Kind::Noise)},
+                                  {"clicks", static_cast<std::uint32_t>(SoundSource::Kind::Clicks)},
+                                  {"file", static_cast<std::uint32_t>(SoundSource::Kind::File)}};
+
+std::uint32_t NumberWithin(const JsonField& field, std::uint32_t least, std::uint32_t most) {
+  const std::string expected =
+      "expected a number from " + std::to_string(least) + " to " + std::to_string(most);
+  const std::uint32_t number = field.Number(expected);
+  if (number < least || number > most) field.Refuse(expected);
+  return number;
+}
+
+double Level(const JsonField& field) {
+  return std::pow(10, field.Real(-200, 0, "expected a level in dB from -200 to 0") / 20);
+}
+
+double Frequency(const JsonField& field, const SoundShape& shape) {
+  return field.Real(0.001, shape.rate / 2.0, "expected a frequency in Hz up to half the rate");
+}
+
+std::shared_ptr<const WavSound> ReadSoundFile(const JsonField& field, const SoundShape& shape,
+                                              const std::filesystem::path& drive_c) {
+  const auto path = HostFile(drive_c, field.WideText());
+  if (!path) field.Refuse("leads to no file; expected a path like \"C:\\\\Sounds\\\\tone.wav\"");
+  std::string reason;
+  const auto bytes = ReadWholeFile(*path, kLargestFile, reason);
+  if (!bytes) field.Refuse(reason);
+  auto sound = ReadWav(*bytes, reason);
+  if (!sound) field.Refuse(reason);
+  if (sound->rate != shape.rate) {
+    field.Refuse("the file has " + std::to_string(sound->rate) + " Hz, the endpoint " +
+                 std::to_string(shape.rate));
+  }
+  return std::make_shared<const WavSound>(std::move(*sound));
+}
+
+std::vector<std::string_view> KeysOf(SoundSource::Kind kind) {
+  std::vector<std::string_view> keys = {"kind", "channel", "level", "seconds", "loop"};
+  switch (kind) {
+    case SoundSource::Kind::Tone:
+      keys.insert(keys.end(), {"frequency", "phase"});
+      break;
+    case SoundSource::Kind::Sweep:
+      keys.insert(keys.end(), {"from", "to"});
+      break;
+    case SoundSource::Kind::Noise:
+      keys.emplace_back("seed");
+      break;
+    case SoundSource::Kind::Clicks:
+      keys.emplace_back("every");
+      break;
+    case SoundSource::Kind::File:
+      keys = {"kind", "channel", "level", "loop", "path"};
+      break;
+  }
+  return keys;
+}
+
+void ReadLength(const JsonField& field, const SoundShape& shape, SoundSource& source) {
+  if (source.kind == SoundSource::Kind::File) {
+    source.length = source.file->frames();
+    return;
+  }
+  const auto seconds =
+      source.kind == SoundSource::Kind::Sweep ? field.Need("seconds") : field.Find("seconds");
+  if (!seconds) return;
+  const double length =
+      seconds->Real(0.001, kMostSeconds, "expected a time in seconds from 0.001 to 1000000");
+  source.length = static_cast<std::uint64_t>(std::ceil(length * shape.rate));
+}
+
+SoundSource ReadSource(const JsonField& field, const SoundShape& shape,
+                       const std::filesystem::path& drive_c) {
+  SoundSource source;
+  if (field.kind() != JsonField::Kind::Object) field.Refuse("expected an object in braces");
+  source.kind = static_cast<SoundSource::Kind>(field.Need("kind").Choice(kKinds, "kind of sound"));
+  field.ExpectObject(KeysOf(source.kind));
+  if (const auto channel = field.Find("channel"))
+    source.channel = NumberWithin(*channel, 0, shape.channels - 1);
+  if (const auto level = field.Find("level")) source.amplitude = Level(*level);
+  if (source.kind == SoundSource::Kind::Tone)
+    source.frequency = Frequency(field.Need("frequency"), shape);
+  if (const auto phase = field.Find("phase"))
+    source.phase = phase->Real(-360, 360, "expected a phase in degrees from -360 to 360") / 360;
+  if (source.kind == SoundSource::Kind::Sweep) {
+    source.frequency = Frequency(field.Need("from"), shape);
+    source.last_frequency = Frequency(field.Need("to"), shape);
+  }
+  if (const auto seed = field.Find("seed")) source.seed = seed->Number();
+  if (source.kind == SoundSource::Kind::Clicks)
+    source.every = NumberWithin(field.Need("every"), 1, UINT32_MAX);
+  if (source.kind == SoundSource::Kind::File)
+    source.file = ReadSoundFile(field.Need("path"), shape, drive_c);
+  ReadLength(field, shape, source);
+  if (const auto loop = field.Find("loop")) source.loop = loop->Boolean();
+  return source;
+}
+
+void ReadMixFormat(const JsonField& field, EndpointSound& sound) {
+  field.ExpectObject({"kind", "rate", "channels", "bits"});
+  if (const auto kind = field.Find("kind"))
+    sound.format = static_cast<MixFormatKind>(kind->Choice(kFormats, "kind of format"));
+  const bool is_float =
+      sound.format == MixFormatKind::ExtensibleFloat || sound.format == MixFormatKind::Float;
+  sound.bits = is_float ? 32 : 16;
+  if (const auto rate = field.Find("rate"))
+    sound.shape.rate = NumberWithin(*rate, kLeastRate, kMostRate);
+  if (const auto channels = field.Find("channels"))
+    sound.shape.channels = NumberWithin(*channels, 1, kMostChannels);
+  if (const auto bits = field.Find("bits")) {
+    sound.bits = bits->Number();
+    if (is_float && sound.bits != 32) bits->Refuse("floats have 32 bits");
+    if (sound.bits != 16 && sound.bits != 24 && sound.bits != 32)
+      bits->Refuse("expected 16, 24 or 32");
+  }
+}
+
+void ReadPackets(const JsonField& field, EndpointSound& sound) {
+  field.ExpectObject({"frames", "silent_every", "gap_every"});
+  if (const auto frames = field.Find("frames")) {
+    if (frames->kind() == JsonField::Kind::Array) {
+      for (const JsonField& item : frames->Items())
+        sound.packet_frames.push_back(NumberWithin(item, 1, kMostPacketFrames));
+      if (sound.packet_frames.empty()) frames->Refuse("expected at least one length");
+    } else {
+      sound.packet_frames.push_back(NumberWithin(*frames, 1, kMostPacketFrames));
+    }
+  }
+  if (const auto every = field.Find("silent_every")) sound.silent_every = every->Number();
+  if (const auto every = field.Find("gap_every")) sound.gap_every = every->Number();
+}
+
+EndpointSound ReadEndpointSound(const JsonField& field,
+                                const std::vector<SimulatedEndpoint>& endpoints,
+                                const std::filesystem::path& drive_c) {
+  field.ExpectObject({"endpoint", "mix_format", "packets", "sounds"});
+  EndpointSound sound;
+  const JsonField id = field.Need("endpoint");
+  for (const SimulatedEndpoint& endpoint : endpoints)
+    if (EqualsIgnoringCase(endpoint.id, id.WideText())) sound.endpoint = endpoint.id;
+  if (sound.endpoint.empty()) id.Refuse("no endpoint of the machine has this identifier");
+  if (const auto format = field.Find("mix_format")) ReadMixFormat(*format, sound);
+  if (const auto packets = field.Find("packets")) ReadPackets(*packets, sound);
+  if (const auto sounds = field.Find("sounds")) {
+    for (const JsonField& item : sounds->Items())
+      sound.sources.push_back(ReadSource(item, sound.shape, drive_c));
+  }
+  return sound;
+}
+
+void ReadClock(const JsonField& field, PlaybackDescription& playback) {
+  const char* const kExpected =
+      "expected \"real\", \"held\", \"on_demand\" or a speed from 0.001 to 1000";
+  if (field.kind() != JsonField::Kind::Text) {
+    playback.speed = field.Real(0.001, 1000, kExpected);
+  } else if (field.Text() == "held") {
+    playback.speed = 0;
+  } else if (field.Text() == "on_demand") {
+    playback.pace = Pace::OnDemand;
+  } else if (field.Text() != "real") {
+    field.Refuse(kExpected);
+  }
+}
+
+PlaybackDescription ReadPlayback(const JsonField& field,
+                                 const std::vector<SimulatedEndpoint>& endpoints,
+                                 const std::filesystem::path& drive_c) {
+  field.ExpectObject({"clock", "endpoints"});
+  PlaybackDescription playback;
+  if (const auto clock = field.Find("clock")) ReadClock(*clock, playback);
+  const auto sounds = field.Find("endpoints");
+  if (!sounds) return playback;
+  for (const JsonField& item : sounds->Items()) {
+    EndpointSound sound = ReadEndpointSound(item, endpoints, drive_c);
+    for (const EndpointSound& other : playback.endpoints)
+      if (other.endpoint == sound.endpoint)
+        item.Need("endpoint").Refuse("this endpoint comes twice");
+    playback.endpoints.push_back(std::move(sound));
+  }
+  return playback;
+}
+
+}  // namespace
+
+std::optional<PlaybackDescription> ParsePlayback(std::string_view text,
+                                                 const std::vector<SimulatedEndpoint>& endpoints,
+                                                 const std::filesystem::path& drive_c,
+                                                 FileError& error) {
+  if (text.empty()) return PlaybackDescription();
+  const auto content = ParseLocatedJson(text, error);
+  if (!content) return std::nullopt;
+  try {
+    return ReadPlayback(JsonField(*content, "playback"), endpoints, drive_c);
+  } catch (JsonRefusal& refusal) {
+    error.line = refusal.line;
+    error.reason = std::move(refusal.reason);
+    return std::nullopt;
+  }
+}
+
+}  // namespace orv

@@ -1,0 +1,302 @@
+#include "simulated/sound/simulated_audio_client.h"
+
+#include <algorithm>
+
+#include "simulated/devices/counted_object.h"
+#include "simulated/sound/stream_buffers.h"
+
+namespace orv {
+namespace {
+
+constexpr REFERENCE_TIME kSecond = 10000000;
+constexpr REFERENCE_TIME kDefaultPeriod = kSecond / 100;
+constexpr REFERENCE_TIME kMinimumPeriod = kDefaultPeriod * 3 / 10;
+
+DWORD SpeakerMask(std::uint32_t channels) {
+  constexpr DWORD kStereo = 0x3;
+  constexpr DWORD kCentre = 0x4;
+  constexpr DWORD kSurround51 = 0x3F;
+  constexpr DWORD kSurround71 = 0x63F;
+  switch (channels) {
+    case 1:
+      return kCentre;
+    case 2:
+      return kStereo;
+    case 6:
+      return kSurround51;
+    case 8:
+      return kSurround71;
+    default:
+      return 0;
+  }
+}
+
+WAVEFORMATEXTENSIBLE MixFormatOf(const EndpointSound& sound) {
+  WAVEFORMATEXTENSIBLE format{};
+  const bool extensible = sound.format == MixFormatKind::ExtensibleFloat ||
+                          sound.format == MixFormatKind::ExtensiblePcm;
+  const bool is_float =
+      sound.format == MixFormatKind::ExtensibleFloat || sound.format == MixFormatKind::Float;
+  WAVEFORMATEX& plain = format.Format;
+  plain.wFormatTag = extensible ? WAVE_FORMAT_EXTENSIBLE
+                     : is_float ? WAVE_FORMAT_IEEE_FLOAT
+                                : WAVE_FORMAT_PCM;
+  plain.nChannels = static_cast<WORD>(sound.shape.channels);
+  plain.nSamplesPerSec = sound.shape.rate;
+  plain.wBitsPerSample = static_cast<WORD>(sound.bits);
+  plain.nBlockAlign = static_cast<WORD>(sound.shape.channels * sound.bits / 8);
+  plain.nAvgBytesPerSec = plain.nBlockAlign * plain.nSamplesPerSec;
+  if (!extensible) return format;
+  plain.cbSize = sizeof format - sizeof plain;
+  format.Samples.wValidBitsPerSample = plain.wBitsPerSample;
+  format.dwChannelMask = SpeakerMask(sound.shape.channels);
+  format.SubFormat = is_float ? kSubFormatFloat : kSubFormatPcm;
+  return format;
+}
+
+class CaptureService final : public CountedObject<IAudioCaptureClient> {
+ public:
+  CaptureService(std::shared_ptr<CaptureBuffer> buffer, std::shared_ptr<FaultPlan> faults)
+      : buffer_(std::move(buffer)), faults_(std::move(faults)) {}
+
+  HRESULT STDMETHODCALLTYPE GetBuffer(BYTE** data, UINT32* frames, DWORD* flags, UINT64* position,
+                                      UINT64* time) override {
+    if (data == nullptr || frames == nullptr || flags == nullptr) return E_POINTER;
+    return Guard([&]() -> HRESULT {
+      if (const auto fault = faults_->Check("capture.get_buffer")) return *fault;
+      if (time != nullptr) *time = 0;
+      return buffer_->Take(data, frames, flags, position);
+    });
+  }
+
+  HRESULT STDMETHODCALLTYPE ReleaseBuffer(UINT32 frames) override {
+    return Guard([&]() -> HRESULT {
+      const HRESULT status = buffer_->GiveBack(frames);
+      // The packet is gone whatever the call answers.
+      if (const auto fault = faults_->Check("capture.release_buffer")) return *fault;
+      return status;
+    });
+  }
+
+  HRESULT STDMETHODCALLTYPE GetNextPacketSize(UINT32* frames) override {
+    if (frames == nullptr) return E_POINTER;
+    return Guard([&]() -> HRESULT {
+      if (const auto fault = faults_->Check("capture.next_packet_size")) return *fault;
+      *frames = buffer_->NextPacket();
+      return S_OK;
+    });
+  }
+
+ private:
+  std::shared_ptr<CaptureBuffer> buffer_;
+  std::shared_ptr<FaultPlan> faults_;
+};
+
+class RenderService final : public CountedObject<IAudioRenderClient> {
+ public:
+  RenderService(std::shared_ptr<RenderBuffer> buffer, std::shared_ptr<FaultPlan> faults)
+      : buffer_(std::move(buffer)), faults_(std::move(faults)) {}
+
+  HRESULT STDMETHODCALLTYPE GetBuffer(UINT32 frames, BYTE** data) override {
+    if (data == nullptr) return E_POINTER;
+    *data = nullptr;
+    return Guard([&]() -> HRESULT {
+      if (const auto fault = faults_->Check("render.get_buffer")) return *fault;
+      return buffer_->Take(frames, data);
+    });
+  }
+
+  HRESULT STDMETHODCALLTYPE ReleaseBuffer(UINT32 frames, DWORD flags) override {
+    return Guard([&]() -> HRESULT {
+      if (const auto fault = faults_->Check("render.release_buffer")) return *fault;
+      return buffer_->GiveBack(frames, flags);
+    });
+  }
+
+ private:
+  std::shared_ptr<RenderBuffer> buffer_;
+  std::shared_ptr<FaultPlan> faults_;
+};
+
+class AudioClient final : public CountedObject<IAudioClient> {
+ public:
+  AudioClient(const SimulatedDevices& devices, const SimulatedEndpoint& endpoint)
+      : machine_(devices.sound),
+        faults_(devices.faults),
+        flow_(endpoint.flow),
+        sound_(machine_->SoundOf(endpoint.id)) {}
+
+  HRESULT STDMETHODCALLTYPE Initialize(AUDCLNT_SHAREMODE mode, DWORD flags,
+                                       REFERENCE_TIME buffer_duration, REFERENCE_TIME periodicity,
+                                       const WAVEFORMATEX* format, LPCGUID) override {
+    if (format == nullptr) return E_POINTER;
+    return Guard([&]() -> HRESULT {
+      if (const auto fault = faults_->Check("audio.initialize")) return *fault;
+      if (buffer_ != nullptr) return AUDCLNT_E_ALREADY_INITIALIZED;
+      if (mode != AUDCLNT_SHAREMODE_SHARED) return AUDCLNT_E_EXCLUSIVE_MODE_NOT_ALLOWED;
+      if ((flags & ~AUDCLNT_STREAMFLAGS_LOOPBACK) != 0 || periodicity != 0 || buffer_duration < 0)
+        return E_INVALIDARG;
+      const bool loopback = (flags & AUDCLNT_STREAMFLAGS_LOOPBACK) != 0;
+      if (loopback && flow_ != eRender) return AUDCLNT_E_WRONG_ENDPOINT_TYPE;
+      const auto samples = AcceptedSamples(*format);
+      if (!samples) return AUDCLNT_E_UNSUPPORTED_FORMAT;
+      if (loopback)
+        machine_->Note([&](SoundActivity& a) { a.loopback_duration = buffer_duration; });
+      Open(loopback || flow_ == eCapture, {machine_, sound_, *samples, Capacity(buffer_duration)});
+      return S_OK;
+    });
+  }
+
+  HRESULT STDMETHODCALLTYPE GetBufferSize(UINT32* frames) override {
+    return Ask("audio.get_buffer_size", frames, [&] { return capacity_; });
+  }
+  HRESULT STDMETHODCALLTYPE GetStreamLatency(REFERENCE_TIME* latency) override {
+    return Ask("audio.get_stream_latency", latency, [] { return kDefaultPeriod; });
+  }
+  HRESULT STDMETHODCALLTYPE GetCurrentPadding(UINT32* frames) override {
+    return Ask("audio.get_current_padding", frames, [&] { return buffer_->Padding(); });
+  }
+
+  HRESULT STDMETHODCALLTYPE IsFormatSupported(AUDCLNT_SHAREMODE mode, const WAVEFORMATEX* format,
+                                              WAVEFORMATEX** closest) override {
+    if (format == nullptr || closest == nullptr) return E_POINTER;
+    *closest = nullptr;
+    return Guard([&]() -> HRESULT {
+      if (const auto fault = faults_->Check("audio.is_format_supported")) return *fault;
+      if (mode != AUDCLNT_SHAREMODE_SHARED) return AUDCLNT_E_UNSUPPORTED_FORMAT;
+      if (AcceptedSamples(*format)) return S_OK;
+      const HRESULT status = CopyMixFormat(closest);
+      return FAILED(status) ? status : S_FALSE;
+    });
+  }
+
+  HRESULT STDMETHODCALLTYPE GetMixFormat(WAVEFORMATEX** format) override {
+    if (format == nullptr) return E_POINTER;
+    *format = nullptr;
+    return Guard([&]() -> HRESULT {
+      if (const auto fault = faults_->Check("audio.get_mix_format")) return *fault;
+      return CopyMixFormat(format);
+    });
+  }
+
+  HRESULT STDMETHODCALLTYPE GetDevicePeriod(REFERENCE_TIME* default_period,
+                                            REFERENCE_TIME* minimum_period) override {
+    if (default_period == nullptr && minimum_period == nullptr) return E_POINTER;
+    return Guard([&]() -> HRESULT {
+      if (const auto fault = faults_->Check("audio.get_device_period")) return *fault;
+      if (default_period != nullptr) *default_period = kDefaultPeriod;
+      if (minimum_period != nullptr) *minimum_period = kMinimumPeriod;
+      return S_OK;
+    });
+  }
+
+  HRESULT STDMETHODCALLTYPE Start() override {
+    return Tell("audio.start", [&] { return buffer_->Start(); });
+  }
+  HRESULT STDMETHODCALLTYPE Stop() override {
+    return Tell("audio.stop", [&] { return buffer_->Stop(); });
+  }
+  HRESULT STDMETHODCALLTYPE Reset() override {
+    return Tell("audio.reset", [&] { return buffer_->Reset(); });
+  }
+  // Streams are opened without events here.
+  HRESULT STDMETHODCALLTYPE SetEventHandle(HANDLE) override {
+    return AUDCLNT_E_EVENTHANDLE_NOT_EXPECTED;
+  }
+
+  HRESULT STDMETHODCALLTYPE GetService(REFIID iid, void** service) override {
+    if (service == nullptr) return E_POINTER;
+    *service = nullptr;
+    return Tell("audio.get_service", [&]() -> HRESULT {
+      if (IsEqualIID(iid, IID_IAudioCaptureClient)) {
+        if (capture_ == nullptr) return AUDCLNT_E_WRONG_ENDPOINT_TYPE;
+        *service = static_cast<IAudioCaptureClient*>(new CaptureService(capture_, faults_));
+      } else if (IsEqualIID(iid, IID_IAudioRenderClient)) {
+        if (render_ == nullptr) return AUDCLNT_E_WRONG_ENDPOINT_TYPE;
+        *service = static_cast<IAudioRenderClient*>(new RenderService(render_, faults_));
+      } else {
+        return E_NOINTERFACE;
+      }
+      return S_OK;
+    });
+  }
+
+ private:
+  // An operation of an initialised client.
+  template <class Operation>
+  HRESULT Tell(FaultOperation name, Operation&& operation) {
+    return Guard([&]() -> HRESULT {
+      if (const auto fault = faults_->Check(name)) return *fault;
+      return buffer_ == nullptr ? AUDCLNT_E_NOT_INITIALIZED : operation();
+    });
+  }
+  template <class Answer, class Question>
+  HRESULT Ask(FaultOperation name, Answer* answer, Question&& question) {
+    if (answer == nullptr) return E_POINTER;
+    return Tell(name, [&]() -> HRESULT {
+      *answer = question();
+      return S_OK;
+    });
+  }
+
+  // The engine converts the samples, and nothing else.
+  std::optional<SampleFormat> AcceptedSamples(const WAVEFORMATEX& format) const {
+    if (format.nSamplesPerSec != sound_->shape.rate || format.nChannels != sound_->shape.channels ||
+        format.nAvgBytesPerSec != format.nBlockAlign * format.nSamplesPerSec)
+      return std::nullopt;
+    const auto samples = SampleFormatOf(format);
+    const WAVEFORMATEXTENSIBLE* extensible = AsExtensible(format);
+    if (extensible == nullptr || samples != SampleFormat::Float32) return samples;
+    const bool whole = extensible->Samples.wValidBitsPerSample == format.wBitsPerSample;
+    return whole ? samples : std::nullopt;
+  }
+
+  // What the client asks for, at least somewhat more than two periods and the longest packet.
+  UINT32 Capacity(REFERENCE_TIME duration) const {
+    constexpr REFERENCE_TIME kLongest = 2 * kSecond;
+    const REFERENCE_TIME granted =
+        std::clamp<REFERENCE_TIME>(duration, kDefaultPeriod * 22 / 10, kLongest);
+    const REFERENCE_TIME frames = (granted * sound_->shape.rate + kSecond - 1) / kSecond;
+    const auto& packets = sound_->packet_frames;
+    const auto longest = std::max_element(packets.begin(), packets.end());
+    return std::max(static_cast<UINT32>(frames), longest == packets.end() ? 0 : *longest);
+  }
+
+  void Open(bool capture, StreamSetting setting) {
+    capacity_ = setting.capacity;
+    if (capture)
+      buffer_ = capture_ = std::make_shared<CaptureBuffer>(std::move(setting));
+    else
+      buffer_ = render_ = std::make_shared<RenderBuffer>(std::move(setting));
+  }
+
+  HRESULT CopyMixFormat(WAVEFORMATEX** copy) const {
+    const WAVEFORMATEXTENSIBLE format = MixFormatOf(*sound_);
+    const std::size_t size = sizeof(WAVEFORMATEX) + format.Format.cbSize;
+    *copy = static_cast<WAVEFORMATEX*>(CoTaskMemAlloc(size));
+    if (*copy == nullptr) return E_OUTOFMEMORY;
+    std::memcpy(static_cast<void*>(*copy), &format, size);
+    return S_OK;
+  }
+
+  std::shared_ptr<SimulatedSound> machine_;
+  std::shared_ptr<FaultPlan> faults_;
+  const EDataFlow flow_;
+  std::shared_ptr<const EndpointSound> sound_;
+  UINT32 capacity_ = 0;  // frames
+  std::shared_ptr<CaptureBuffer> capture_;
+  std::shared_ptr<RenderBuffer> render_;
+  std::shared_ptr<StreamBuffer> buffer_;  // one of the two
+};
+
+}  // namespace
+
+HRESULT ActivateSimulatedAudioClient(const SimulatedDevices& devices,
+                                     const SimulatedEndpoint& endpoint, void** object) {
+  if (const auto fault = devices.faults->Check("audio.activate")) return *fault;
+  if (endpoint.state != DEVICE_STATE_ACTIVE) return AUDCLNT_E_DEVICE_INVALIDATED;
+  *object = static_cast<IAudioClient*>(new AudioClient(devices, endpoint));
+  return S_OK;
+}
+
+}  // namespace orv

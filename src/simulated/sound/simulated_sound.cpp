@@ -1,0 +1,46 @@
+#include "simulated/sound/simulated_sound.h"
+
+#include "platform/text.h"
+
+namespace orv {
+
+void SimulatedSound::Play(PlaybackDescription playback) {
+  std::vector<std::shared_ptr<const EndpointSound>> sounds;
+  for (EndpointSound& sound : playback.endpoints)
+    sounds.push_back(std::make_shared<const EndpointSound>(std::move(sound)));
+  clock_.Restart(playback.speed);
+  const std::lock_guard guard(lock_);
+  pace_ = playback.pace;
+  sounds_ = std::move(sounds);
+}
+
+Pace SimulatedSound::pace() const {
+  const std::lock_guard guard(lock_);
+  return pace_;
+}
+
+std::shared_ptr<const EndpointSound> SimulatedSound::SoundOf(const std::wstring& endpoint) const {
+  const std::lock_guard guard(lock_);
+  for (const auto& sound : sounds_)
+    if (EqualsIgnoringCase(sound->endpoint, endpoint)) return sound;
+  return std::make_shared<const EndpointSound>();
+}
+
+SoundActivity SimulatedSound::activity() const {
+  const std::lock_guard guard(lock_);
+  return activity_;
+}
+
+void SimulatedSound::Note(const std::function<void(SoundActivity&)>& change) {
+  const std::lock_guard guard(lock_);
+  change(activity_);
+  changed_.notify_all();
+}
+
+bool SimulatedSound::WaitUntil(const std::function<bool(const SoundActivity&)>& wanted,
+                               std::chrono::milliseconds limit) const {
+  std::unique_lock guard(lock_);
+  return changed_.wait_for(guard, limit, [&] { return wanted(activity_); });
+}
+
+}  // namespace orv
