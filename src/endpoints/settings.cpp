@@ -9,28 +9,17 @@
 namespace orv {
 
 ORVAPOPublicSettings::ORVAPOPublicSettings(Machine& machine) : machine_(machine) {
-  binding_.SetReloadLock(&data_lock_);
+  binding_.SetReloadLock(&lock_);
 }
 
-ORVAPOPublicSettings::~ORVAPOPublicSettings() { EndNotification(); }
-
-void ORVAPOPublicSettings::EndNotification() {
-  {
-    const std::lock_guard target(target_lock_);
-    target_ = nullptr;
-  }
-  const std::lock_guard turn(watch_turn_);
-  binding_.StartWatch(false, value_name_);
-}
+ORVAPOPublicSettings::~ORVAPOPublicSettings() { ORVAPOPublicSettings::SetNotifyTarget(nullptr); }
 
 void ORVAPOPublicSettings::OnPropertyChanged(ORVPropertySet&, const ORVPropertyEntry& entry) {
-  const std::lock_guard lock(target_lock_);
-  IORVSettingsNotify* const target = target_;
-  if (target == nullptr) return;
+  const std::lock_guard lock(lock_);
   ORVQVTValue value;
-  if (!AssignFromProperty(entry.value, value)) return;
+  if (target_ == nullptr || !AssignFromProperty(entry.value, value)) return;
   value.SetName(Narrow(entry.name));
-  target->OnSettingChanged(*this, value);
+  target_->OnSettingChanged(*this, value);
 }
 
 bool ORVAPOPublicSettings::OnPropertyChanging(ORVPropertySet&, const ORVPropertyEntry&) {
@@ -39,8 +28,8 @@ bool ORVAPOPublicSettings::OnPropertyChanging(ORVPropertySet&, const ORVProperty
 
 bool ORVAPOPublicSettings::Init(const ORVAPOEndpointInfo& endpoint,
                                 const ORVAPOOperatingMode& mode) {
+  const std::lock_guard lock(lock_);
   SetNotifyTarget(nullptr);
-  const std::lock_guard data(data_lock_);
   settings_.Clear();
   settings_.AddNotify(this);
   default_list_ = mode.GetDefaultControls();
@@ -54,28 +43,20 @@ bool ORVAPOPublicSettings::Init(const ORVAPOEndpointInfo& endpoint,
 
 bool ORVAPOPublicSettings::Bind(const std::wstring& key_path, std::wstring value_name,
                                 bool add_new) {
-  std::unique_lock turn(watch_turn_);
-  binding_.StartWatch(false, value_name_);
   value_name_ = std::move(value_name);
   key_.reset();
   binding_.SetKey(nullptr);  // never write into the endpoint that was bound before
-  // A record without a path is bound to nothing: the empty path would be the root.
-  const bool opened =
-      !key_path.empty() &&
-      machine_.registry().OpenKey(RegRoot::LocalMachine, key_path, kSettingsAccess, key_) == kRegOk;
-  if (opened) {
-    binding_.SetKey(key_.get());
-    binding_.SetPropertySet(&settings_);
-    binding_.LoadBinary(value_name_, true, true, add_new);
-  }
-  turn.release();
-  SwitchWatchAndLeave();  // a listener may have come meanwhile
-  return opened;
+  if (machine_.registry().OpenKey(RegRoot::LocalMachine, key_path, kSettingsAccess, key_) != kRegOk)
+    return false;
+  binding_.SetKey(key_.get());
+  binding_.SetPropertySet(&settings_);
+  binding_.LoadBinary(value_name_, true, true, add_new);
+  return true;
 }
 
 bool ORVAPOPublicSettings::WriteControl(const ORVQVTValue& value) {
   const std::wstring name = value.GetWName();
-  const std::lock_guard data(data_lock_);
+  const std::lock_guard lock(lock_);
   if (!settings_.HasProperty(name.c_str())) {
     Diagnose(ORV_HERE("ORVAPOPublicSettings::WriteControl"),
              L"WriteControl: Unable to get property %s\n", name);
@@ -89,19 +70,19 @@ bool ORVAPOPublicSettings::WriteControl(const ORVQVTValue& value) {
 }
 
 bool ORVAPOPublicSettings::WriteControls(const ORVQVTValueList& list) {
-  const std::lock_guard data(data_lock_);
+  const std::lock_guard lock(lock_);
   list.SaveToPropertySet(settings_);
   return binding_.GetKey() != nullptr && Save();
 }
 
 bool ORVAPOPublicSettings::WriteDefaultControls() {
-  const std::lock_guard data(data_lock_);
+  const std::lock_guard lock(lock_);
   default_list_.SaveToPropertySet(defaults_);
   return binding_.GetKey() != nullptr && Save();
 }
 
 bool ORVAPOPublicSettings::ReadControls(ORVQVTValueList& out, bool clear) {
-  const std::lock_guard data(data_lock_);
+  const std::lock_guard lock(lock_);
   if (clear) out.Clear();
   if (binding_.GetKey() == nullptr) return false;
   const bool loaded = Reload();
@@ -110,7 +91,7 @@ bool ORVAPOPublicSettings::ReadControls(ORVQVTValueList& out, bool clear) {
 }
 
 bool ORVAPOPublicSettings::ReadDefaultControls(ORVQVTValueList& out, bool clear) {
-  const std::lock_guard data(data_lock_);
+  const std::lock_guard lock(lock_);
   if (clear) out.Clear();
   bool loaded = false;
   if (binding_.GetKey() != nullptr) {
@@ -122,41 +103,26 @@ bool ORVAPOPublicSettings::ReadDefaultControls(ORVQVTValueList& out, bool clear)
 }
 
 bool ORVAPOPublicSettings::SetNotifyTarget(IORVSettingsNotify* target) {
-  bool my_turn = false;
-  {
-    const std::lock_guard lock(target_lock_);
-    target_ = target;
-    my_turn = watch_turn_.LockOrRequest();
-  }
-  return !my_turn || SwitchWatchAndLeave();
-}
-
-// Holds the watch turn on entry, and leaves it.
-bool ORVAPOPublicSettings::SwitchWatchAndLeave() {
-  std::unique_lock turn(watch_turn_, std::adopt_lock);
-  bool switched = false;
-  do {
-    switched = binding_.StartWatch(target_ != nullptr, value_name_);
-  } while (!watch_turn_.UnlockUnlessRequested());
-  turn.release();
-  return switched;
+  const std::lock_guard lock(lock_);
+  target_ = target;
+  return binding_.StartWatch(target_ != nullptr, value_name_);
 }
 
 bool ORVAPOPublicSettings::DeleteValue() {
-  const std::lock_guard data(data_lock_);
+  const std::lock_guard lock(lock_);
   return key_ != nullptr && key_->DeleteValue(value_name_) == kRegOk;
 }
 
 // The watch thread may be calling this object: it ends before the object becomes its base.
-ORVAPOGlobalSettings::~ORVAPOGlobalSettings() { EndNotification(); }
+ORVAPOGlobalSettings::~ORVAPOGlobalSettings() { ORVAPOGlobalSettings::SetNotifyTarget(nullptr); }
 
 bool ORVAPOGlobalSettings::Init(const ORVAPOEndpointInfo&, const ORVAPOOperatingMode&) {
   return false;
 }
 
 bool ORVAPOGlobalSettings::InitGlobal(const ORVAPOEndpointInfo& endpoint) {
+  const std::lock_guard lock(lock_);
   SetNotifyTarget(nullptr);
-  const std::lock_guard data(data_lock_);
   settings_.AddNotify(this);
   default_list_.GetOrAdd(kProcessEnableControl) = ORVQVTValue(kProcessEnableControl, 1);
   default_list_.GetOrAdd(kMicMonitorEnableControl) = ORVQVTValue(kMicMonitorEnableControl, 0);

@@ -1,6 +1,6 @@
 // Binds one property set to one open registry key: as one binary image in a single value, or as one
-// value per property. Can save after every change, and can watch the key and reload when somebody
-// else writes it.
+// value per property. Can save after every change, and can watch the key and reload when another
+// program writes it.
 #pragma once
 
 #include <atomic>
@@ -45,16 +45,15 @@ class ORVPropertySetRegistry : public IORVPropertySetNotify, private IORVThreadB
   // Saves the image after every change of the set, under the current value name.
   virtual void EnableAutoSave(bool enable, const std::wstring& value_name);
   // Starts (after stopping an earlier one) or stops watching the key: whenever a value of it
-  // changes, `value_name` is reloaded into the set (merge, overwrite, no add), which tells the
-  // set's listeners of each property that really changed, on the watch thread. True when stopped,
-  // or when the watch thread could be started. A listener may call it: from the watch thread it
-  // does not wait, and that thread ends once the listener has returned.
+  // changes, `value_name` is reloaded into the set (merge, overwrite, no add), which notifies the
+  // set's listeners of each property that really changed, on the watch thread. A listener does not
+  // call this. True if stopped, or if the watch thread could be started.
   virtual bool StartWatch(bool start, const std::wstring& value_name);
 
   // A lock to hold during a reload by the watch; null for none. Set before the watch is started.
   // The reload gives up waiting for it, and for the set's own lock, once the watch is being
   // stopped.
-  void SetReloadLock(std::recursive_timed_mutex* lock) { reload_lock_ = lock; }
+  void SetReloadLock(std::recursive_mutex* lock) { reload_lock_ = lock; }
 
  private:
   bool Run(ORVThreadBasic& thread, Event& stop) override;
@@ -74,7 +73,7 @@ class ORVPropertySetRegistry : public IORVPropertySetNotify, private IORVThreadB
   std::wstring watch_value_name_;
 
   std::atomic<bool> auto_save_{false};
-  std::recursive_timed_mutex* reload_lock_ = nullptr;
+  std::recursive_mutex* reload_lock_ = nullptr;
   ORVThreadBasic thread_;
 };
 

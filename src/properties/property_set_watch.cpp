@@ -11,24 +11,19 @@ namespace {
 // How often a reload that waits for a lock looks at the stop event.
 constexpr std::chrono::milliseconds kLockRetry{5};
 
-// Holds the lock (if there is one), or nothing when the stop event came first: whoever stops the
-// watch may hold the lock while waiting for it to end.
-template <class Mutex>
+// Holds the lock (if there is one), or gives up if the stop event is signalled first: the thread
+// that stops the watch may hold the lock while it waits for the watch to end.
 class StoppableLock {
  public:
-  StoppableLock(Mutex* mutex, Event& stop) {
+  StoppableLock(std::recursive_mutex* mutex, Event& stop) {
     if (mutex == nullptr) return;
     held_ = std::unique_lock(*mutex, std::defer_lock);
-    while (!held_.try_lock()) {
-      if (!stop.Wait(kLockRetry)) continue;
-      stopped_ = true;
-      return;
-    }
+    while (!stopped_ && !held_.try_lock()) stopped_ = stop.Wait(kLockRetry);
   }
   bool stopped() const noexcept { return stopped_; }
 
  private:
-  std::unique_lock<Mutex> held_;
+  std::unique_lock<std::recursive_mutex> held_;
   bool stopped_ = false;
 };
 

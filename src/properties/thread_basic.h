@@ -3,8 +3,6 @@
 
 #include <chrono>
 #include <memory>
-#include <mutex>
-#include <vector>
 
 #include "platform/synchronization.h"
 
@@ -15,12 +13,12 @@ class ORVThreadBasic;
 class IORVThreadBasicWorker {
  public:
   virtual ~IORVThreadBasicWorker() = default;
-  // The thread's body. Must return when the stop event is signalled.
+  // The thread's body. Must return when the stop event is signalled. Does not call Start or Stop.
   virtual bool Run(ORVThreadBasic& thread, Event& stop) = 0;
 };
 
-// Holds one thread at a time. Start and Stop are called by the owner, one at a time, or from the
-// worker itself. Holder and worker outlive the thread: neither is destroyed by the worker.
+// Holds one thread at a time. The owner calls Start and Stop, one at a time and not on the holder's
+// thread. Holder and worker outlive the thread.
 class ORVThreadBasic {
  public:
   static constexpr std::uint32_t kDefaultStopMilliseconds = 5000;
@@ -31,32 +29,19 @@ class ORVThreadBasic {
   ORVThreadBasic(const ORVThreadBasic&) = delete;
   ORVThreadBasic& operator=(const ORVThreadBasic&) = delete;
 
-  // Runs the worker (or, with none, the one given before) on a new thread. The caller has stopped
-  // an earlier thread. False when there is no worker or no thread could be started. Exit code of
-  // the thread: 1 when the worker returned true, else 0xFFFFFFFF.
+  // Runs the worker on a new thread; null runs the worker of the last Start. Does not stop an
+  // earlier thread, but waits up to 5000 ms for its end. False if there is no worker, if the
+  // earlier thread still runs, or if the system cannot start a thread. Exit code of the thread: 1
+  // if the worker returned true, else 0xFFFFFFFF.
   virtual bool Start(IORVThreadBasicWorker* worker);
   // Signals the stop event and waits; a thread that has not ended in time (0 means 5000 ms,
   // kWaitForEver never gives up) is terminated wherever it is. The holder then has no thread and no
-  // worker, and can be started again. Called by the worker itself it only signals: the thread ends
-  // when the worker returns, which the next Stop by another thread (or the destructor) waits for.
+  // worker, and can be started again.
   virtual void Stop(std::uint32_t timeout_milliseconds);
 
-  // True from Start until Stop, also after the worker has returned.
-  bool running() const;
-
  private:
-  struct RunningThread {
-    std::shared_ptr<Event> stop;
-    std::unique_ptr<Thread> thread;
-    bool stopping = false;
-  };
-  std::shared_ptr<RunningThread> NextStopping() const;
-  void Forget(const std::shared_ptr<RunningThread>& ended);
-
-  mutable std::mutex lock_;
-  // The last one is the holder's thread unless it is stopping; earlier ones were stopped by their
-  // own worker and may not have ended yet.
-  std::vector<std::shared_ptr<RunningThread>> threads_;
+  std::shared_ptr<Event> stop_;  // shared with the thread, which may outlast a failed termination
+  std::unique_ptr<Thread> thread_;
   IORVThreadBasicWorker* worker_ = nullptr;
 };
 

@@ -43,10 +43,8 @@ TEST(ThreadBasic, RunsUntilStoppedAndCanBeStartedAgain) {
   EXPECT_FALSE(thread.Start(nullptr));
   for (int round = 0; round < 3; ++round) {
     ASSERT_TRUE(thread.Start(&worker));
-    EXPECT_TRUE(thread.running());
     ASSERT_TRUE(worker.entered.Wait(kDeadline));
     thread.Stop(0);
-    EXPECT_FALSE(thread.running());
     EXPECT_TRUE(worker.left.Wait(std::chrono::milliseconds(0)));
     EXPECT_FALSE(thread.Start(nullptr)) << "the worker is forgotten";
   }
@@ -61,7 +59,6 @@ TEST(ThreadBasic, AWorkerThatNeverReturnsIsTerminated) {
   ASSERT_TRUE(thread.Start(&stuck));
   ASSERT_TRUE(stuck.entered.Wait(kDeadline));
   thread.Stop(1);
-  EXPECT_FALSE(thread.running());
   never.Set();
   EXPECT_FALSE(stuck.left.Wait(kWhile));
   ASSERT_TRUE(thread.Start(&willing));
@@ -77,29 +74,6 @@ TEST(ThreadBasic, AnExceptionEndsTheWorkerWhichMayRunAgain) {
     ASSERT_TRUE(thread.Start(given));
     ASSERT_TRUE(worker.entered.Wait(kDeadline));
   }
-  thread.Stop(0);
-  EXPECT_FALSE(thread.running());
-}
-
-TEST(ThreadBasic, AWorkerMayStopAndRestartItsOwnHolder) {
-  Event stopped(Event::Kind::ManualReset), release(Event::Kind::ManualReset);
-  Worker second(UntilStopped);
-  Worker first([&](ORVThreadBasic& thread, Event& stop) {
-    thread.Stop(0);
-    const bool restarted = !thread.running() && thread.Start(&second) && thread.running();
-    stopped.Set();
-    release.Wait();
-    return restarted && stop.Wait(std::chrono::milliseconds(0));
-  });
-  {
-    ORVThreadBasic thread;
-    ASSERT_TRUE(thread.Start(&first));
-    ASSERT_TRUE(stopped.Wait(kDeadline));
-    ASSERT_TRUE(second.entered.Wait(kDeadline));
-    release.Set();
-  }
-  EXPECT_TRUE(first.left.Wait(std::chrono::milliseconds(0))) << "the holder's end waits for both";
-  EXPECT_TRUE(second.left.Wait(std::chrono::milliseconds(0)));
 }
 
 }  // namespace
