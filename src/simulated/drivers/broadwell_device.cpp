@@ -24,17 +24,25 @@ constexpr std::int32_t kNotReady = static_cast<std::int32_t>(0xC00000A3);
 constexpr std::int32_t kNoSuchParameter = static_cast<std::int32_t>(0xC0000225);
 constexpr std::int32_t kNotStored = static_cast<std::int32_t>(0xC0000185);
 
+enum class Command : std::uint32_t {
+  Version = 10,
+  Modules = 11,
+  SetStatus = 13,
+  SetParameter = 14,
+  GetParameter = 15,
+};
 struct CommandFormat {
-  std::uint32_t command;
+  Command command;
   const char* name;
   std::uint32_t code;
   std::size_t output_size;  // bytes
 };
-constexpr CommandFormat kCommands[] = {{10, request::kVersion, kGetCode, 6},
-                                       {11, request::kModules, kGetCode, 132},
-                                       {13, request::kStatus, kSetCode, 6},
-                                       {14, request::kParameter, kSetCode, 64017},
-                                       {15, request::kParameter, kGetCode, 64017}};
+constexpr CommandFormat kCommands[] = {
+    {Command::Version, request::kVersion, kGetCode, 6},
+    {Command::Modules, request::kModules, kGetCode, 132},
+    {Command::SetStatus, request::kStatus, kSetCode, 6},
+    {Command::SetParameter, request::kParameter, kSetCode, 64017},
+    {Command::GetParameter, request::kParameter, kGetCode, 64017}};
 
 // Places in the output buffer of parameter commands.
 constexpr std::size_t kParameterAt = 4;
@@ -62,8 +70,9 @@ class Exchange {
   std::uint32_t Run(std::uint32_t code) {
     const std::uint32_t number = ReadWire<std::uint32_t>(input_, 8);
     const auto* command =
-        std::find_if(std::begin(kCommands), std::end(kCommands),
-                     [&](const CommandFormat& format) { return format.command == number; });
+        std::find_if(std::begin(kCommands), std::end(kCommands), [&](const CommandFormat& format) {
+          return format.command == static_cast<Command>(number);
+        });
     if (code != kGetCode && code != kSetCode)
       return Refuse("control code " + HexNumber(code), kDeviceInvalidFunction);
     if (input_.size() != kHeaderSize)
@@ -84,7 +93,7 @@ class Exchange {
     if (Is(rule_, Kind::Status) && rule_->status < 0)
       status = rule_->status;
     else if (!Is(rule_, Kind::Absent))
-      status = Carry(number);
+      status = Carry(command->command);
     if (status == 0 && Is(rule_, Kind::Status)) status = rule_->status;
     WriteWire(output_, 0, status);
     returned_ = Is(rule_, Kind::Uncounted)
@@ -106,7 +115,8 @@ class Exchange {
   std::string HeaderFault(std::uint32_t code, const CommandFormat& command) const {
     const auto word = [&](std::size_t offset) { return ReadWire<std::uint32_t>(input_, offset); };
     if (code != command.code)
-      return "control code " + HexNumber(code) + " for command " + std::to_string(command.command);
+      return "control code " + HexNumber(code) + " for command " +
+             std::to_string(static_cast<std::uint32_t>(command.command));
     if (word(0) != kModuleNumber) return "module number " + std::to_string(word(0));
     if (word(4) != 0) return "the second word is not zero";
     if (output_.size() != command.output_size) {
@@ -117,16 +127,16 @@ class Exchange {
     return {};
   }
 
-  std::int32_t Carry(std::uint32_t command) {
+  std::int32_t Carry(Command command) {
     switch (command) {
-      case 10:
+      case Command::Version:
         return Answer({std::byte{driver_.interface_version}, std::byte{driver_.features}});
-      case 11:
+      case Command::Modules:
         return Answer(ModuleInformation());
-      case 13:
+      case Command::SetStatus:
         return SetStatus();
       default:
-        return CarryParameter(command == 14);
+        return CarryParameter(command == Command::SetParameter);
     }
   }
 

@@ -35,6 +35,19 @@ constexpr std::size_t kInterfaceSize = 48;
 constexpr std::size_t kModuleSize = 68;
 constexpr std::size_t kParameterSize = 73;
 
+// Numbers of the module's properties.
+enum class Property : std::uint32_t {
+  Version,
+  Modules,
+  Status,
+  Parameter,
+  RegisterEvent,
+  UnregisterEvent,
+  Instance,
+};
+constexpr std::uint32_t kOffloadProperty = 6;  // the only one known of the offload set
+
+// By property.
 struct PropertyFormat {
   const char* name;
   std::size_t size;
@@ -70,7 +83,7 @@ class Exchange {
   HRESULT OffloadPin() {
     request_ = {kSkylakeDriver, request::kOffloadPin};
     if (property_.size() != kHeaderSize) return Refuse(SizeFault(kHeaderSize));
-    if (Word(16) != 6) return Refuse("offload property " + std::to_string(Word(16)));
+    if (Word(16) != kOffloadProperty) return Refuse("offload property " + std::to_string(Word(16)));
     if (Word(20) != kGetOfNode) return Refuse("flags " + HexNumber(Word(20)));
     const std::string fault = NodeFault();
     if (!fault.empty()) return Refuse(fault);
@@ -87,21 +100,21 @@ class Exchange {
 
   HRESULT Module() {
     const std::uint32_t number = Word(16);
-    const bool known = number < std::size(kProperties);
-    const PropertyFormat& format = kProperties[known ? number : 3];
-    is_get_ = (Word(20) & kSet) == 0;
-    parameter_ = ReadWire<std::uint32_t>(property_, 68);
-    request_ = {kSkylakeDriver, format.name, number == 3 ? parameter_ : 0, is_get_};
-    if (!known)
+    request_.is_get = (Word(20) & kSet) == 0;
+    if (number >= std::size(kProperties))
       return Refuse("property " + std::to_string(number) + " is not known", kKsPropertyNotFound);
-    const std::string fault = RequestFault(number, format);
+    const auto property = static_cast<Property>(number);
+    const PropertyFormat& format = kProperties[number];
+    request_.name = format.name;
+    if (property == Property::Parameter) request_.parameter = parameter();
+    const std::string fault = RequestFault(property, format);
     if (!fault.empty()) return Refuse(fault);
     if (format.size == kParameterSize) store_.NoteApplyFlag(request_, Apply());
     std::string routing;
     if (!store_.Read([&](const DriverMemory& memory) { routing = graph_.RoutingFault(memory); }))
       return kKsNotReady;
     if (!routing.empty()) return Refuse(routing, kKsNotReady);
-    return Finish([&] { return Run(number); });
+    return Finish([&] { return Run(property); });
   }
 
  private:
@@ -124,7 +137,7 @@ class Exchange {
     return Word(28) == 0 ? "" : "the reserved word is not zero";
   }
 
-  std::string RequestFault(std::uint32_t number, const PropertyFormat& format) const {
+  std::string RequestFault(Property property, const PropertyFormat& format) const {
     if (property_.size() != format.size) return SizeFault(format.size);
     const std::uint32_t flags = Word(20);
     if ((flags != kGet && flags != kSet) || (flags & format.directions) == 0)
@@ -137,10 +150,12 @@ class Exchange {
     if (Word(48) != driver_.module_type) return "type word " + std::to_string(Word(48));
     if (!IsEqualGUID(ReadWire<GUID>(property_, 52), kModule)) return "not the module's identifier";
     if (format.size == kModuleSize) return {};
-    if (number != 3 && parameter_ != 0) return "a parameter identifier where none belongs";
+    if (property != Property::Parameter && parameter() != 0)
+      return "a parameter identifier where none belongs";
     if (Apply() > 1) return "apply flag " + std::to_string(Apply());
     return {};
   }
+  std::uint32_t parameter() const { return Word(68); }
   unsigned Apply() const { return ReadWire<std::uint8_t>(property_, 72); }
 
   // Carries a request that is well formed out, or misbehaves.
@@ -158,20 +173,20 @@ class Exchange {
     return status == S_OK && Is(rule_, Kind::Status) ? rule_->status : status;
   }
 
-  HRESULT Run(std::uint32_t number) {
-    switch (number) {
-      case 0:
+  HRESULT Run(Property property) {
+    switch (property) {
+      case Property::Version:
         return Deliver(Version());
-      case 1:
+      case Property::Modules:
         return Deliver(ModuleList());
-      case 2:
-        return is_get_ ? GetStatus() : SetStatus();
-      case 3:
-        return is_get_ ? GetParameter() : SetParameter();
-      case 6:
+      case Property::Status:
+        return request_.is_get ? GetStatus() : SetStatus();
+      case Property::Parameter:
+        return request_.is_get ? GetParameter() : SetParameter();
+      case Property::Instance:
         return Deliver({std::byte{driver_.module_instantiated}});
       default:
-        return ChangeEvent(number == 4);
+        return ChangeEvent(property == Property::RegisterEvent);
     }
   }
 
@@ -241,11 +256,11 @@ class Exchange {
 
   HRESULT GetParameter() {
     if (!driver_.module_instantiated) return Refuse(kNotInstantiated, kKsNotReady);
-    const BlockFormat* format = FindFormat(SkylakeFormats(), parameter_);
+    const BlockFormat* format = FindFormat(SkylakeFormats(), parameter());
     if (format == nullptr) return Refuse("no such parameter", kKsPropertyNotFound);
     Bytes block;
     const bool read = store_.Read([&](const DriverMemory& memory) {
-      block = HeldParameter(memory, kSkylakeDriver, parameter_, format->Initial(),
+      block = HeldParameter(memory, kSkylakeDriver, parameter(), format->Initial(),
                             Is(rule_, Kind::Stale));
     });
     if (!read) return kKsNotReady;
@@ -258,14 +273,14 @@ class Exchange {
 
   HRESULT SetParameter() {
     if (!driver_.module_instantiated) return Refuse(kNotInstantiated, kKsNotReady);
-    const BlockFormat* format = FindFormat(SkylakeFormats(), parameter_);
+    const BlockFormat* format = FindFormat(SkylakeFormats(), parameter());
     if (format == nullptr) return Refuse("no such parameter", kKsPropertyNotFound);
     if (data_.size() < 4 || ReadWire<std::uint32_t>(data_, 0) != data_.size() - 4)
       return Refuse("the byte count is not that of the data");
     const auto block = data_.subspan(4);
     const std::string fault = format->Fault(block);
     if (!fault.empty()) return Refuse(fault);
-    DriverRecord record{kSkylakeDriver, parameter_, Apply(), {block.begin(), block.end()}};
+    DriverRecord record{kSkylakeDriver, parameter(), Apply(), {block.begin(), block.end()}};
     return Keep([&](DriverMemory& memory) { memory.Receive(std::move(record)); });
   }
 
@@ -290,8 +305,6 @@ class Exchange {
   std::span<std::byte> data_;
   ULONG& returned_;
   DriverRequest request_{kSkylakeDriver, request::kParameter};
-  bool is_get_ = true;
-  std::uint32_t parameter_ = 0;
   std::optional<DriverMisbehaviour> rule_;
 };
 
