@@ -1,22 +1,18 @@
-// Values of a machine's files with their place in words, so that what is wrong with one can be
-// told.
+// Values of a machine's files with their place in words, so that an error can name the value.
 #pragma once
 
-#include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/located_json.h"
-#include "platform/nearest_name.h"
-#include "platform/text.h"
 
 namespace orv {
 
-// Thrown while a file is read, caught where the reading began.
+// Thrown while a file is read; ReadJson catches it.
 struct JsonRefusal {
   int line;
   std::string reason;
@@ -26,161 +22,84 @@ struct JsonRefusal {
 class JsonField {
  public:
   using Kind = LocatedJson::Kind;
-  struct NamedNumber {
+  // An enumerator or a number, and its name in the file.
+  template <class Value>
+  struct Named {
     std::string_view name;
-    std::uint32_t number;
+    Value value;
   };
 
   JsonField(const LocatedJson& value, std::string path) : value_(value), path_(std::move(path)) {}
 
   [[noreturn]] void Refuse(const std::string& reason) const { RefuseAt(value_.line, reason); }
-  [[noreturn]] void RefuseAt(int line, const std::string& reason) const {
-    throw JsonRefusal{line, path_.empty() ? reason : path_ + ": " + reason};
-  }
+  [[noreturn]] void RefuseAt(int line, const std::string& reason) const;
 
   Kind kind() const noexcept { return value_.kind; }
-
-  // Refuses what is no object, names that are not known and names that come twice.
-  void ExpectObject(const std::vector<std::string_view>& names) const {
-    if (kind() != Kind::Object) Refuse("expected an object in braces");
-    for (const auto& member : value_.members) {
-      if (std::find(names.begin(), names.end(), member.name) == names.end())
-        RefuseAt(member.line, UnknownName("key", member.name, names));
-    }
-    ExpectDistinctNames();
-  }
-
-  void ExpectDistinctNames() const {
-    for (auto member = value_.members.begin(); member != value_.members.end(); ++member) {
-      const auto same = [&](const auto& other) { return other.name == member->name; };
-      if (std::any_of(value_.members.begin(), member, same))
-        RefuseAt(member->line, "the key \"" + member->name + "\" comes twice");
-    }
-  }
-
-  static std::string UnknownName(const std::string& what, const std::string& name,
-                                 const std::vector<std::string_view>& names) {
-    const std::string_view nearest = NearestName(name, names);
-    std::string reason = "there is no " + what + " \"" + name + "\"";
-    if (!nearest.empty()) reason += "; the nearest is \"" + std::string(nearest) + "\"";
-    return reason;
-  }
-
-  std::optional<JsonField> Find(const std::string& name) const {
-    for (const auto& member : value_.members) {
-      if (member.name == name)
-        return JsonField(member.value, path_.empty() ? name : path_ + "." + name);
-    }
-    return std::nullopt;
-  }
-  JsonField Need(const std::string& name) const {
-    auto field = Find(name);
-    if (!field) Refuse("the key \"" + name + "\" is missing");
-    return *field;
-  }
-  std::vector<JsonField> Items() const {
-    if (kind() != Kind::Array) Refuse("expected a list in square brackets");
-    std::vector<JsonField> items;
-    for (std::size_t i = 0; i < value_.items.size(); ++i)
-      items.emplace_back(value_.items[i], path_ + "[" + std::to_string(i) + "]");
-    return items;
-  }
+  const LocatedJson& value() const noexcept { return value_; }
   const std::vector<LocatedJson::Member>& members() const noexcept { return value_.members; }
 
-  bool Boolean() const {
-    if (kind() != Kind::Boolean) Refuse("expected true or false");
-    return value_.boolean;
-  }
-  const std::string& Text() const {
-    if (kind() != Kind::Text) Refuse("expected text in quotation marks");
-    return value_.text;
-  }
-  std::wstring WideText() const { return WideFromUtf8(Text()); }
+  // Refuses a value that is not an object, unknown names and names that occur twice.
+  void ExpectObject(const std::vector<std::string_view>& names) const;
+  void ExpectDistinctNames() const;
+
+  static std::string UnknownName(const std::string& what, const std::string& name,
+                                 const std::vector<std::string_view>& names);
+
+  std::optional<JsonField> Find(const std::string& name) const;
+  JsonField Need(const std::string& name) const;
+  std::vector<JsonField> Items() const;
+
+  bool Boolean() const;
+  const std::string& Text() const;
+  std::wstring WideText() const;
   // A number that fits an unsigned 32-bit word.
   std::uint32_t Number(
-      const std::string& expected = "expected a number from 0 to 4294967295") const {
-    if (kind() != Kind::Integer || value_.integer < 0 || value_.integer > 0xFFFFFFFF)
-      Refuse(expected);
-    return static_cast<std::uint32_t>(value_.integer);
-  }
-  std::int64_t integer() const noexcept { return value_.integer; }
+      const std::string& expected = "expected a number from 0 to 4294967295") const;
+  std::uint32_t NumberWithin(std::uint32_t least, std::uint32_t most) const;
+  std::uint32_t NumberUpTo(std::uint32_t most) const { return NumberWithin(0, most); }
+  std::uint8_t Byte() const { return static_cast<std::uint8_t>(NumberUpTo(0xFF)); }
   // A number, whole or not, within these bounds.
-  double Real(double least, double most, const std::string& expected) const {
-    const bool number = kind() == Kind::Integer || kind() == Kind::Real;
-    if (!number || !(value_.real >= least && value_.real <= most)) Refuse(expected);
-    return value_.real;
-  }
-  const LocatedJson& value() const noexcept { return value_; }
-
-  std::uint32_t NumberUpTo(std::uint32_t most) const {
-    const std::string expected = "expected a number from 0 to " + std::to_string(most);
-    const std::uint32_t number = Number(expected);
-    if (number > most) Refuse(expected);
-    return number;
-  }
+  double Real(double least, double most, const std::string& expected) const;
   // A status: any 32-bit number, or its bits as text.
-  std::int32_t Status() const {
-    const char* const kExpected = "expected a 32-bit number or text like \"0x80070005\"";
-    if (kind() == Kind::Integer) {
-      if (value_.integer < INT32_MIN || value_.integer > UINT32_MAX) Refuse(kExpected);
-      return static_cast<std::int32_t>(value_.integer);
-    }
-    std::uint32_t number = 0;
-    if (kind() != Kind::Text || !ParseHexWord(value_.text, number)) Refuse(kExpected);
-    return static_cast<std::int32_t>(number);
-  }
-  // A call's number; nothing for "always".
-  std::optional<std::uint32_t> Nth() const {
-    const char* const kExpected = "expected a call's number from 1 or \"always\"";
-    if (kind() == Kind::Text && value_.text == "always") return std::nullopt;
-    const std::uint32_t nth = Number(kExpected);
-    if (nth == 0) Refuse(kExpected);
-    return nth;
-  }
+  std::int32_t Status() const;
+  // A call's number; nullopt for "always".
+  std::optional<std::uint32_t> Nth() const;
   // Pairs of hexadecimal digits, with or without blanks.
-  std::vector<std::uint8_t> Hex() const {
-    std::string digits = Text();
-    std::erase(digits, ' ');
-    const char* const kExpected = "expected pairs of hexadecimal digits";
-    if (digits.size() % 2 != 0) Refuse(kExpected);
-    std::vector<std::uint8_t> bytes(digits.size() / 2);
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-      const char* begin = digits.data() + 2 * i;
-      const auto [stop, failed] = std::from_chars(begin, begin + 2, bytes[i], 16);
-      if (failed != std::errc{} || stop != begin + 2) Refuse(kExpected);
-    }
-    return bytes;
-  }
+  std::vector<std::uint8_t> Hex() const;
   // "0x80070005"
-  static bool ParseHexWord(const std::string& text, std::uint32_t& number) {
-    const char* end = text.data() + text.size();
-    if (!text.starts_with("0x") && !text.starts_with("0X")) return false;
-    const auto [stop, failed] = std::from_chars(text.data() + 2, end, number, 16);
-    return failed == std::errc{} && stop == end;
-  }
+  static bool ParseHexWord(const std::string& text, std::uint32_t& number);
 
-  // One of the named numbers, by name or by number.
-  template <std::size_t Count>
-  std::uint32_t Choice(const NamedNumber (&choices)[Count], const std::string& what) const {
-    if (kind() == Kind::Integer) {
-      const std::uint32_t number = Number();
-      for (const NamedNumber& choice : choices) {
-        if (choice.number == number) return number;
-      }
-      Refuse("there is no " + what + " " + std::to_string(number));
-    }
-    if (kind() != Kind::Text) Refuse("expected a number or a " + what + "'s name");
-    std::vector<std::string_view> names;
-    for (const NamedNumber& choice : choices) {
-      if (EqualsIgnoringCase(choice.name, value_.text)) return choice.number;
-      names.push_back(choice.name);
-    }
-    Refuse(UnknownName(what, value_.text, names));
+  // One of the named values, by name or by number.
+  template <class Value, std::size_t Count>
+  Value Choice(const Named<Value> (&choices)[Count], const std::string& what) const {
+    std::vector<Named<std::uint32_t>> numbers;
+    for (const auto& choice : choices)
+      numbers.push_back({choice.name, static_cast<std::uint32_t>(choice.value)});
+    return static_cast<Value>(ChosenNumber(numbers, what));
   }
 
  private:
+  std::uint32_t ChosenNumber(const std::vector<Named<std::uint32_t>>& choices,
+                             const std::string& what) const;
+
   const LocatedJson& value_;
   std::string path_;
 };
+
+// Returns read(the text as a field at `path`). Returns nullopt, with line and reason in `error`, if
+// the text is not JSON or `read` refuses it.
+template <class Read>
+auto ReadJson(std::string_view text, std::string path, FileError& error, Read&& read)
+    -> std::optional<decltype(read(std::declval<const JsonField&>()))> {
+  const auto content = ParseLocatedJson(text, error);
+  if (!content) return std::nullopt;
+  try {
+    return read(JsonField(*content, std::move(path)));
+  } catch (JsonRefusal& refusal) {
+    error.line = refusal.line;
+    error.reason = std::move(refusal.reason);
+    return std::nullopt;
+  }
+}
 
 }  // namespace orv

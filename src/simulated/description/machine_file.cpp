@@ -13,19 +13,20 @@ namespace orv {
 namespace {
 
 using Kind = LocatedJson::Kind;
-using NamedNumber = JsonField::NamedNumber;
+template <class Value>
+using Named = JsonField::Named<Value>;
 
 constexpr std::size_t kLargestFile = std::size_t{16} << 20;  // bytes
 
-constexpr NamedNumber kStates[] = {{"active", DEVICE_STATE_ACTIVE},
-                                   {"disabled", DEVICE_STATE_DISABLED},
-                                   {"notpresent", DEVICE_STATE_NOTPRESENT},
-                                   {"unplugged", DEVICE_STATE_UNPLUGGED}};
-constexpr NamedNumber kFlows[] = {{"render", eRender}, {"capture", eCapture}};
-constexpr NamedNumber kFormFactors[] = {{"remote", 0},     {"speakers", 1},   {"line", 2},
-                                        {"headphones", 3}, {"microphone", 4}, {"headset", 5},
-                                        {"handset", 6},    {"digital", 7},    {"spdif", 8},
-                                        {"hdmi", 9},       {"unknown", 10}};
+constexpr Named<DWORD> kStates[] = {{"active", DEVICE_STATE_ACTIVE},
+                                    {"disabled", DEVICE_STATE_DISABLED},
+                                    {"notpresent", DEVICE_STATE_NOTPRESENT},
+                                    {"unplugged", DEVICE_STATE_UNPLUGGED}};
+constexpr Named<EDataFlow> kFlows[] = {{"render", eRender}, {"capture", eCapture}};
+constexpr Named<std::uint32_t> kFormFactors[] = {
+    {"remote", 0},     {"speakers", 1}, {"line", 2},    {"headphones", 3},
+    {"microphone", 4}, {"headset", 5},  {"handset", 6}, {"digital", 7},
+    {"spdif", 8},      {"hdmi", 9},     {"unknown", 10}};
 
 std::optional<std::wstring> ReadPath(const JsonField& field) {
   if (field.kind() == Kind::Null) return std::nullopt;
@@ -84,8 +85,7 @@ SimulatedEndpoint ReadEndpoint(const JsonField& field) {
   endpoint.id = field.Need("id").WideText();
   if (endpoint.id.empty()) field.Need("id").Refuse("an endpoint's identifier cannot be empty");
   if (const auto state = field.Find("state")) endpoint.state = state->Choice(kStates, "state");
-  if (const auto flow = field.Find("flow"))
-    endpoint.flow = static_cast<EDataFlow>(flow->Choice(kFlows, "flow"));
+  if (const auto flow = field.Find("flow")) endpoint.flow = flow->Choice(kFlows, "flow");
   if (const auto form = field.Find("form_factor"))
     endpoint.form_factor = form->Choice(kFormFactors, "form factor");
   if (const auto is_default = field.Find("default")) endpoint.is_default = is_default->Boolean();
@@ -173,17 +173,11 @@ std::string Section(std::string_view text, const JsonField& machine, const char*
 }  // namespace
 
 std::optional<MachineDescription> ParseMachineFile(std::string_view text, FileError& error) {
-  const auto content = ParseLocatedJson(text, error);
-  if (!content) return std::nullopt;
-  try {
-    MachineDescription description = ReadMachine(JsonField(*content, {}));
-    description.playback_json = Section(text, JsonField(*content, {}), "playback");
+  return ReadJson(text, {}, error, [&](const JsonField& machine) {
+    MachineDescription description = ReadMachine(machine);
+    description.playback_json = Section(text, machine, "playback");
     return description;
-  } catch (JsonRefusal& refusal) {
-    error.line = refusal.line;
-    error.reason = std::move(refusal.reason);
-    return std::nullopt;
-  }
+  });
 }
 
 std::optional<MachineDescription> ReadMachineFile(const std::filesystem::path& file,

@@ -7,6 +7,8 @@
 namespace orv {
 namespace {
 
+using Json = nlohmann::ordered_json;
+
 template <class Item>
 void Append(std::vector<Item>& list, Item item) {
   if (list.size() >= DriverMemory::kKeptRecords) list.erase(list.begin());
@@ -24,29 +26,47 @@ std::string Hex(const std::vector<std::byte>& bytes) {
   return text;
 }
 
-std::string Quoted(const std::string& text) {
-  return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-}
-
-// Writes a list with one item a line.
-template <class Items, class Line>
-void WriteList(std::string& text, const char* name, const Items& items, Line&& line) {
-  text += std::string(",\n\"") + name + "\": [";
-  const char* separator = "\n";
-  for (const auto& item : items) {
-    text += separator;
-    line(item);
-    separator = ",\n";
-  }
-  text += "]";
-}
-
 template <class Value>
-void WriteNumbers(std::string& text, const char* name, const std::map<std::string, Value>& map) {
-  WriteList(text, name, map, [&](const auto& entry) {
-    text +=
-        "{\"name\": " + Quoted(entry.first) + ", \"value\": " + std::to_string(entry.second) + "}";
-  });
+Json NamedNumbers(const std::map<std::string, Value>& numbers) {
+  Json list = Json::array();
+  for (const auto& [name, value] : numbers) list.push_back({{"name", name}, {"value", value}});
+  return list;
+}
+
+Json Blocks(const DriverMemory& memory) {
+  Json list = Json::array();
+  for (const auto& [key, block] : memory.blocks) {
+    list.push_back({{"driver", key.first},
+                    {"parameter", key.second},
+                    {"now", Hex(block.now)},
+                    {"before", Hex(block.before)}});
+  }
+  return list;
+}
+
+Json Records(const DriverMemory& memory) {
+  Json list = Json::array();
+  for (const DriverRecord& record : memory.received) {
+    list.push_back({{"number", record.number},
+                    {"driver", record.driver},
+                    {"parameter", record.parameter},
+                    {"selector", record.selector},
+                    {"bytes", Hex(record.bytes)}});
+  }
+  return list;
+}
+
+Json Refusals(const DriverMemory& memory) {
+  Json list = Json::array();
+  for (const DriverRefusal& refusal : memory.refused) {
+    list.push_back({{"number", refusal.number},
+                    {"driver", refusal.driver},
+                    {"request", refusal.request},
+                    {"reason", refusal.reason},
+                    {"parameter", refusal.parameter},
+                    {"planned", refusal.planned}});
+  }
+  return list;
 }
 
 std::vector<std::byte> ReadBytes(const JsonField& field) {
@@ -117,45 +137,21 @@ bool DriverMemory::IsEnabled(const char* driver, const SimulatedModule& module) 
 }
 
 std::string EncodeDriverMemory(const DriverMemory& memory, std::uint64_t change) {
-  std::string text = "{\"change\": " + std::to_string(change);
-  text += ",\n\"requests\": " + std::to_string(memory.requests);
-  WriteNumbers(text, "enabled", memory.enabled);
-  WriteNumbers(text, "selections", memory.selections);
-  WriteNumbers(text, "signals", memory.signals);
-  WriteList(text, "blocks", memory.blocks, [&](const auto& entry) {
-    text += "{\"driver\": " + Quoted(entry.first.first) +
-            ", \"parameter\": " + std::to_string(entry.first.second) + ", \"now\": \"" +
-            Hex(entry.second.now) + "\", \"before\": \"" + Hex(entry.second.before) + "\"}";
-  });
-  WriteList(text, "received", memory.received, [&](const DriverRecord& record) {
-    text += "{\"number\": " + std::to_string(record.number) +
-            ", \"driver\": " + Quoted(record.driver) +
-            ", \"parameter\": " + std::to_string(record.parameter) +
-            ", \"selector\": " + std::to_string(record.selector) + ", \"bytes\": \"" +
-            Hex(record.bytes) + "\"}";
-  });
-  WriteList(text, "refused", memory.refused, [&](const DriverRefusal& refusal) {
-    text += "{\"number\": " + std::to_string(refusal.number) +
-            ", \"driver\": " + Quoted(refusal.driver) +
-            ", \"request\": " + Quoted(refusal.request) +
-            ", \"reason\": " + Quoted(refusal.reason) +
-            ", \"parameter\": " + std::to_string(refusal.parameter) +
-            ", \"planned\": " + (refusal.planned ? "true" : "false") + "}";
-  });
-  return text + "}\n";
+  const Json content = {{"change", change},
+                        {"requests", memory.requests},
+                        {"enabled", NamedNumbers(memory.enabled)},
+                        {"selections", NamedNumbers(memory.selections)},
+                        {"signals", NamedNumbers(memory.signals)},
+                        {"blocks", Blocks(memory)},
+                        {"received", Records(memory)},
+                        {"refused", Refusals(memory)}};
+  return content.dump(1, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 
 std::optional<DriverMemory> DecodeDriverMemory(std::string_view text, std::uint64_t& change,
                                                FileError& error) {
-  const auto content = ParseLocatedJson(text, error);
-  if (!content) return std::nullopt;
-  try {
-    return ReadMemory(JsonField(*content, {}), change);
-  } catch (JsonRefusal& refusal) {
-    error.line = refusal.line;
-    error.reason = std::move(refusal.reason);
-    return std::nullopt;
-  }
+  return ReadJson(text, {}, error,
+                  [&](const JsonField& field) { return ReadMemory(field, change); });
 }
 
 }  // namespace orv

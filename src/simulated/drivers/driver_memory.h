@@ -39,8 +39,8 @@ struct DriverMemory {
   bool IsEnabled(const char* driver, const SimulatedModule& module) const;
 };
 
-// The file's first line has the number of the latest change, so that two changes within one tick of
-// the file system's clock are still told apart.
+// The file begins with the number of the latest change, which distinguishes two changes within one
+// tick of the file system's clock.
 std::string EncodeDriverMemory(const DriverMemory& memory, std::uint64_t change);
 std::optional<DriverMemory> DecodeDriverMemory(std::string_view text, std::uint64_t& change,
                                                FileError& error);

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/guid_text.h"
+#include "platform/text.h"
 #include "simulated/drivers/driver_requests.h"
 
 namespace orv {
@@ -14,7 +15,7 @@ using Kind = DriverMisbehaviour::Kind;
 using Direction = DriverMisbehaviour::Direction;
 using Requests = std::span<const RequestFormat>;
 
-constexpr JsonField::NamedNumber kModuleTypes[] = {{"sfx", 0}, {"mfx", 1}, {"efx", 2}};
+constexpr JsonField::Named<std::uint32_t> kModuleTypes[] = {{"sfx", 0}, {"mfx", 1}, {"efx", 2}};
 constexpr std::size_t kLongestModuleText = 63;  // bytes, in a field of 64
 constexpr std::uint32_t kMostInterfaces = 16;
 constexpr std::uint32_t kMostListedModules = 256;
@@ -46,8 +47,9 @@ const KindKeys& ReadKind(const JsonField& field) {
 }
 
 Direction ReadDirection(const JsonField& field) {
-  constexpr JsonField::NamedNumber kDirections[] = {{"any", 0}, {"get", 1}, {"set", 2}};
-  return static_cast<Direction>(field.Choice(kDirections, "direction"));
+  constexpr JsonField::Named<Direction> kDirections[] = {
+      {"any", Direction::Any}, {"get", Direction::Get}, {"set", Direction::Set}};
+  return field.Choice(kDirections, "direction");
 }
 
 // A request's name, or the identifier of a parameter as a number or "0x10014404".
@@ -103,8 +105,7 @@ DriverMisbehaviour ReadMisbehaviour(const JsonField& field, Requests requests) {
     rule.delay_ms = delay->NumberUpTo(kLongestDriverDelay);
   if (const auto size = field.Find("size")) rule.size = size->Number();
   if (const auto offset = field.Find("offset")) rule.offset = offset->Number();
-  if (const auto mask = field.Find("mask"))
-    rule.mask = static_cast<std::uint8_t>(mask->NumberUpTo(0xFF));
+  if (const auto mask = field.Find("mask")) rule.mask = mask->Byte();
   if (!HasRequestFor(rule, requests))
     field.Refuse("the driver has no request of this kind and direction");
   return rule;
@@ -161,10 +162,8 @@ SkylakeEndpoint ReadSkylakeEndpoint(const JsonField& field,
 }
 
 void ReadVersionBytes(const JsonField& field, std::uint8_t& version, std::uint8_t& features) {
-  if (const auto number = field.Find("interface_version"))
-    version = static_cast<std::uint8_t>(number->NumberUpTo(0xFF));
-  if (const auto bits = field.Find("features"))
-    features = static_cast<std::uint8_t>(bits->NumberUpTo(0xFF));
+  if (const auto number = field.Find("interface_version")) version = number->Byte();
+  if (const auto bits = field.Find("features")) features = bits->Byte();
 }
 
 SkylakeDescription ReadSkylake(const JsonField& field,
@@ -175,8 +174,7 @@ SkylakeDescription ReadSkylake(const JsonField& field,
   for (const JsonField& item : field.Need("endpoints").Items())
     driver.endpoints.push_back(ReadSkylakeEndpoint(item, endpoints));
   ReadVersionBytes(field, driver.interface_version, driver.features);
-  if (const auto revision = field.Find("revision"))
-    driver.revision = static_cast<std::uint8_t>(revision->NumberUpTo(0xFF));
+  if (const auto revision = field.Find("revision")) driver.revision = revision->Byte();
   if (const auto module = field.Find("module")) {
     module->ExpectObject({"name", "version", "enabled", "type", "listed", "instantiated"});
     ReadModule(*module, driver.module);

@@ -3,13 +3,12 @@
 #include <cmath>
 
 #include "platform/files.h"
+#include "platform/text.h"
 #include "simulated/description/json_field.h"
 #include "simulated/drive_paths.h"
 
 namespace orv {
 namespace {
-
-using NamedNumber = JsonField::NamedNumber;
 
 constexpr std::size_t kLargestFile = std::size_t{256} << 20;  // bytes
 constexpr std::uint32_t kLeastRate = 1000;                    // Hz
@@ -18,24 +17,16 @@ constexpr std::uint32_t kMostChannels = 64;
 constexpr std::uint32_t kMostPacketFrames = 1 << 20;
 constexpr double kMostSeconds = 1e6;
 
-constexpr NamedNumber kFormats[] = {
-    {"extensible_float", static_cast<std::uint32_t>(MixFormatKind::ExtensibleFloat)},
-    {"extensible_pcm", static_cast<std::uint32_t>(MixFormatKind::ExtensiblePcm)},
-    {"float", static_cast<std::uint32_t>(MixFormatKind::Float)},
-    {"pcm", static_cast<std::uint32_t>(MixFormatKind::Pcm)}};
-constexpr NamedNumber kKinds[] = {{"tone", static_cast<std::uint32_t>(SoundSource::Kind::Tone)},
-                                  {"sweep", static_cast<std::uint32_t>(SoundSource::Kind::Sweep)},
-                                  {"noise", static_cast<std::uint32_t>(SoundSource::Kind::Noise)},
-                                  {"clicks", static_cast<std::uint32_t>(SoundSource::Kind::Clicks)},
-                                  {"file", static_cast<std::uint32_t>(SoundSource::Kind::File)}};
-
-std::uint32_t NumberWithin(const JsonField& field, std::uint32_t least, std::uint32_t most) {
-  const std::string expected =
-      "expected a number from " + std::to_string(least) + " to " + std::to_string(most);
-  const std::uint32_t number = field.Number(expected);
-  if (number < least || number > most) field.Refuse(expected);
-  return number;
-}
+constexpr JsonField::Named<MixFormatKind> kFormats[] = {
+    {"extensible_float", MixFormatKind::ExtensibleFloat},
+    {"extensible_pcm", MixFormatKind::ExtensiblePcm},
+    {"float", MixFormatKind::Float},
+    {"pcm", MixFormatKind::Pcm}};
+constexpr JsonField::Named<SoundSource::Kind> kKinds[] = {{"tone", SoundSource::Kind::Tone},
+                                                          {"sweep", SoundSource::Kind::Sweep},
+                                                          {"noise", SoundSource::Kind::Noise},
+                                                          {"clicks", SoundSource::Kind::Clicks},
+                                                          {"file", SoundSource::Kind::File}};
 
 double Level(const JsonField& field) {
   return std::pow(10, field.Real(-200, 0, "expected a level in dB from -200 to 0") / 20);
@@ -100,10 +91,10 @@ SoundSource ReadSource(const JsonField& field, const SoundShape& shape,
                        const std::filesystem::path& drive_c) {
   SoundSource source;
   if (field.kind() != JsonField::Kind::Object) field.Refuse("expected an object in braces");
-  source.kind = static_cast<SoundSource::Kind>(field.Need("kind").Choice(kKinds, "kind of sound"));
+  source.kind = field.Need("kind").Choice(kKinds, "kind of sound");
   field.ExpectObject(KeysOf(source.kind));
   if (const auto channel = field.Find("channel"))
-    source.channel = NumberWithin(*channel, 0, shape.channels - 1);
+    source.channel = channel->NumberWithin(0, shape.channels - 1);
   if (const auto level = field.Find("level")) source.amplitude = Level(*level);
   if (source.kind == SoundSource::Kind::Tone)
     source.frequency = Frequency(field.Need("frequency"), shape);
@@ -115,7 +106,7 @@ SoundSource ReadSource(const JsonField& field, const SoundShape& shape,
   }
   if (const auto seed = field.Find("seed")) source.seed = seed->Number();
   if (source.kind == SoundSource::Kind::Clicks)
-    source.every = NumberWithin(field.Need("every"), 1, UINT32_MAX);
+    source.every = field.Need("every").NumberWithin(1, UINT32_MAX);
   if (source.kind == SoundSource::Kind::File)
     source.file = ReadSoundFile(field.Need("path"), shape, drive_c);
   ReadLength(field, shape, source);
@@ -125,15 +116,14 @@ SoundSource ReadSource(const JsonField& field, const SoundShape& shape,
 
 void ReadMixFormat(const JsonField& field, EndpointSound& sound) {
   field.ExpectObject({"kind", "rate", "channels", "bits"});
-  if (const auto kind = field.Find("kind"))
-    sound.format = static_cast<MixFormatKind>(kind->Choice(kFormats, "kind of format"));
+  if (const auto kind = field.Find("kind")) sound.format = kind->Choice(kFormats, "kind of format");
   const bool is_float =
       sound.format == MixFormatKind::ExtensibleFloat || sound.format == MixFormatKind::Float;
   sound.bits = is_float ? 32 : 16;
   if (const auto rate = field.Find("rate"))
-    sound.shape.rate = NumberWithin(*rate, kLeastRate, kMostRate);
+    sound.shape.rate = rate->NumberWithin(kLeastRate, kMostRate);
   if (const auto channels = field.Find("channels"))
-    sound.shape.channels = NumberWithin(*channels, 1, kMostChannels);
+    sound.shape.channels = channels->NumberWithin(1, kMostChannels);
   if (const auto bits = field.Find("bits")) {
     sound.bits = bits->Number();
     if (is_float && sound.bits != 32) bits->Refuse("floats have 32 bits");
@@ -147,10 +137,10 @@ void ReadPackets(const JsonField& field, EndpointSound& sound) {
   if (const auto frames = field.Find("frames")) {
     if (frames->kind() == JsonField::Kind::Array) {
       for (const JsonField& item : frames->Items())
-        sound.packet_frames.push_back(NumberWithin(item, 1, kMostPacketFrames));
+        sound.packet_frames.push_back(item.NumberWithin(1, kMostPacketFrames));
       if (sound.packet_frames.empty()) frames->Refuse("expected at least one length");
     } else {
-      sound.packet_frames.push_back(NumberWithin(*frames, 1, kMostPacketFrames));
+      sound.packet_frames.push_back(frames->NumberWithin(1, kMostPacketFrames));
     }
   }
   if (const auto every = field.Find("silent_every")) sound.silent_every = every->Number();
@@ -214,15 +204,8 @@ std::optional<PlaybackDescription> ParsePlayback(std::string_view text,
                                                  const std::filesystem::path& drive_c,
                                                  FileError& error) {
   if (text.empty()) return PlaybackDescription();
-  const auto content = ParseLocatedJson(text, error);
-  if (!content) return std::nullopt;
-  try {
-    return ReadPlayback(JsonField(*content, "playback"), endpoints, drive_c);
-  } catch (JsonRefusal& refusal) {
-    error.line = refusal.line;
-    error.reason = std::move(refusal.reason);
-    return std::nullopt;
-  }
+  return ReadJson(text, "playback", error,
+                  [&](const JsonField& field) { return ReadPlayback(field, endpoints, drive_c); });
 }
 
 }  // namespace orv

@@ -1,0 +1,152 @@
+#include "simulated/description/json_field.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "platform/nearest_name.h"
+#include "platform/text.h"
+
+namespace orv {
+
+void JsonField::RefuseAt(int line, const std::string& reason) const {
+  throw JsonRefusal{line, path_.empty() ? reason : path_ + ": " + reason};
+}
+
+void JsonField::ExpectObject(const std::vector<std::string_view>& names) const {
+  if (kind() != Kind::Object) Refuse("expected an object in braces");
+  for (const auto& member : value_.members) {
+    if (std::find(names.begin(), names.end(), member.name) == names.end())
+      RefuseAt(member.line, UnknownName("key", member.name, names));
+  }
+  ExpectDistinctNames();
+}
+
+void JsonField::ExpectDistinctNames() const {
+  for (auto member = value_.members.begin(); member != value_.members.end(); ++member) {
+    const auto same = [&](const auto& other) { return other.name == member->name; };
+    if (std::any_of(value_.members.begin(), member, same))
+      RefuseAt(member->line, "the key \"" + member->name + "\" comes twice");
+  }
+}
+
+std::string JsonField::UnknownName(const std::string& what, const std::string& name,
+                                   const std::vector<std::string_view>& names) {
+  const std::string_view nearest = NearestName(name, names);
+  std::string reason = "there is no " + what + " \"" + name + "\"";
+  if (!nearest.empty()) reason += "; the nearest is \"" + std::string(nearest) + "\"";
+  return reason;
+}
+
+std::optional<JsonField> JsonField::Find(const std::string& name) const {
+  for (const auto& member : value_.members) {
+    if (member.name == name)
+      return JsonField(member.value, path_.empty() ? name : path_ + "." + name);
+  }
+  return std::nullopt;
+}
+
+JsonField JsonField::Need(const std::string& name) const {
+  auto field = Find(name);
+  if (!field) Refuse("the key \"" + name + "\" is missing");
+  return *field;
+}
+
+std::vector<JsonField> JsonField::Items() const {
+  if (kind() != Kind::Array) Refuse("expected a list in square brackets");
+  std::vector<JsonField> items;
+  for (std::size_t i = 0; i < value_.items.size(); ++i)
+    items.emplace_back(value_.items[i], path_ + "[" + std::to_string(i) + "]");
+  return items;
+}
+
+bool JsonField::Boolean() const {
+  if (kind() != Kind::Boolean) Refuse("expected true or false");
+  return value_.boolean;
+}
+
+const std::string& JsonField::Text() const {
+  if (kind() != Kind::Text) Refuse("expected text in quotation marks");
+  return value_.text;
+}
+
+std::wstring JsonField::WideText() const { return WideFromUtf8(Text()); }
+
+std::uint32_t JsonField::Number(const std::string& expected) const {
+  if (kind() != Kind::Integer || value_.integer < 0 || value_.integer > 0xFFFFFFFF)
+    Refuse(expected);
+  return static_cast<std::uint32_t>(value_.integer);
+}
+
+std::uint32_t JsonField::NumberWithin(std::uint32_t least, std::uint32_t most) const {
+  const std::string expected =
+      "expected a number from " + std::to_string(least) + " to " + std::to_string(most);
+  const std::uint32_t number = Number(expected);
+  if (number < least || number > most) Refuse(expected);
+  return number;
+}
+
+double JsonField::Real(double least, double most, const std::string& expected) const {
+  const bool number = kind() == Kind::Integer || kind() == Kind::Real;
+  if (!number || !(value_.real >= least && value_.real <= most)) Refuse(expected);
+  return value_.real;
+}
+
+std::int32_t JsonField::Status() const {
+  const char* const kExpected = "expected a 32-bit number or text like \"0x80070005\"";
+  if (kind() == Kind::Integer) {
+    if (value_.integer < INT32_MIN || value_.integer > UINT32_MAX) Refuse(kExpected);
+    return static_cast<std::int32_t>(value_.integer);
+  }
+  std::uint32_t number = 0;
+  if (kind() != Kind::Text || !ParseHexWord(value_.text, number)) Refuse(kExpected);
+  return static_cast<std::int32_t>(number);
+}
+
+std::optional<std::uint32_t> JsonField::Nth() const {
+  const char* const kExpected = "expected a call's number from 1 or \"always\"";
+  if (kind() == Kind::Text && value_.text == "always") return std::nullopt;
+  const std::uint32_t nth = Number(kExpected);
+  if (nth == 0) Refuse(kExpected);
+  return nth;
+}
+
+std::vector<std::uint8_t> JsonField::Hex() const {
+  std::string digits = Text();
+  std::erase(digits, ' ');
+  const char* const kExpected = "expected pairs of hexadecimal digits";
+  if (digits.size() % 2 != 0) Refuse(kExpected);
+  std::vector<std::uint8_t> bytes(digits.size() / 2);
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    const char* begin = digits.data() + 2 * i;
+    const auto [stop, failed] = std::from_chars(begin, begin + 2, bytes[i], 16);
+    if (failed != std::errc{} || stop != begin + 2) Refuse(kExpected);
+  }
+  return bytes;
+}
+
+bool JsonField::ParseHexWord(const std::string& text, std::uint32_t& number) {
+  const char* end = text.data() + text.size();
+  if (!text.starts_with("0x") && !text.starts_with("0X")) return false;
+  const auto [stop, failed] = std::from_chars(text.data() + 2, end, number, 16);
+  return failed == std::errc{} && stop == end;
+}
+
+std::uint32_t JsonField::ChosenNumber(const std::vector<Named<std::uint32_t>>& choices,
+                                      const std::string& what) const {
+  if (kind() == Kind::Integer) {
+    const std::uint32_t number = Number();
+    for (const auto& choice : choices) {
+      if (choice.value == number) return number;
+    }
+    Refuse("there is no " + what + " " + std::to_string(number));
+  }
+  if (kind() != Kind::Text) Refuse("expected a number or a " + what + "'s name");
+  std::vector<std::string_view> names;
+  for (const auto& choice : choices) {
+    if (EqualsIgnoringCase(choice.name, value_.text)) return choice.value;
+    names.push_back(choice.name);
+  }
+  Refuse(UnknownName(what, value_.text, names));
+}
+
+}  // namespace orv
