@@ -8,7 +8,7 @@
 #include "cli/show/names.h"
 #include "intel_dsp/broadwell/coefficients.h"
 #include "intel_dsp/broadwell/processors.h"
-#include "intel_dsp/skylake/block_fields.h"
+#include "intel_dsp/skylake/blocks.h"
 #include "intel_dsp/skylake/parameter_blocks.h"
 #include "platform/diagnostics.h"
 #include "platform/driver_names.h"

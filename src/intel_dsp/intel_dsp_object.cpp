@@ -1,7 +1,5 @@
 #include "intel_dsp/intel_dsp_object.h"
 
-#include <array>
-
 #include "frame/text_result.h"
 #include "intel_dsp/task_text.h"
 #include "platform/diagnostics.h"
@@ -13,10 +11,6 @@ namespace {
 constexpr wchar_t kVersion[] = L"" ORV_VERSION;
 constexpr wchar_t kEventName[] = L"Global\\DSPKELControlChangeEvent";
 constexpr wchar_t kProcessEnableControl[] = L"VQ3D-Process Enable";
-constexpr std::size_t kVQ3DBlockSize = 16;
-
-// Status of a driver operation that failed.
-HRESULT FailureOf(HRESULT status) { return FAILED(status) ? status : E_FAIL; }
 
 }  // namespace
 
@@ -144,12 +138,14 @@ HRESULT CKELAPOIntelDSP::GetModuleInfo(BSTR* name, BSTR* ver) {
 HRESULT CKELAPOIntelDSP::ReadModuleInfo(std::string& name, std::string& version) {
   const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::GetModuleInfo");
   HRESULT status = E_FAIL;
+  bool succeeded = false;
   switch (ActiveKind()) {
     case Kind::Broadwell:
-      return clients_.broadwell()->GetModuleInfo(status, name, version) ? status
-                                                                        : FailureOf(status);
+      succeeded = clients_.broadwell()->GetModuleInfo(status, name, version);
+      return StatusOf(succeeded, status);
     case Kind::Skylake:
-      if (!clients_.skylake()->GetModuleInfo(status, name, version)) return FailureOf(status);
+      succeeded = clients_.skylake()->GetModuleInfo(status, name, version);
+      if (!succeeded) return StatusOf(succeeded, status);
       Diagnose(here, L"Intel audio codec module info:");
       Diagnose(here, L"    PP Module Name: %S", name);
       Diagnose(here, L"    PP Module Version: %S", version);
@@ -228,14 +224,11 @@ HRESULT CKELAPOIntelDSP::GetProcessEnable(std::uint8_t apply, VARIANT& value) {
     Diagnose(here, L"OK: PP Module Status: %s", text(module_enabled != 0));
   else
     Diagnose(here, L"ERROR: failed to get status from PP Module.");
-  std::array<std::byte, kVQ3DBlockSize> block{};
   bool firmware_enabled = false;
-  if (SUCCEEDED(Skylake().GetVQ3DBlock(block, apply))) {
-    firmware_enabled = ReadField(block, 0, FieldType::U32) != 0;
+  if (SUCCEEDED(Skylake().ReadProcessEnable(firmware_enabled, apply)))
     Diagnose(here, L"OK: PP FW Status: %s", text(firmware_enabled));
-  } else {
+  else
     Diagnose(here, L"Error: failed to get VQ3D FW status.");
-  }
   value.vt = VT_I4;
   value.lVal = module_enabled != 0 && firmware_enabled ? 1 : 0;
   return S_OK;
@@ -246,20 +239,15 @@ HRESULT CKELAPOIntelDSP::put_Property(BSTR prop_name, LONG set_default, VARIANT 
     if (prop_name != nullptr) SetKELDSPControlChangeEvent();
     const std::wstring name(ViewOf(prop_name));
     const std::uint8_t apply = ApplyFlag(set_default);
-    try {
-      switch (ActiveKind()) {
-        case Kind::Broadwell:
-          return Broadwell().SetProperty(name, apply, value);
-        case Kind::Skylake:
-          return Skylake().SetControl(name, value, last_written_, apply);
-        case Kind::None:
-          break;
-      }
-      return E_FAIL;
-    } catch (const IntelException& error) {
-      Diagnose(ORV_HERE("CKELAPOIntelDSP::put_Property"), L"Error: %s\n", error.what());
-      return orv_apo::kAborted;
+    switch (ActiveKind()) {
+      case Kind::Broadwell:
+        return Broadwell().SetProperty(name, apply, value);
+      case Kind::Skylake:
+        return Skylake().SetControl(name, value, last_written_, apply);
+      case Kind::None:
+        break;
     }
+    return E_FAIL;
   });
 }
 

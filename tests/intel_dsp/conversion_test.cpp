@@ -6,7 +6,7 @@
 
 #include "control_map.h"
 #include "intel_dsp/conversion/enumeration_tables.h"
-#include "intel_dsp/skylake/block_fields.h"
+#include "intel_dsp/skylake/blocks.h"
 #include "support/reference_data.h"
 
 namespace orv {

@@ -5,7 +5,7 @@
 
 #include "intel_dsp/conversion/enumeration_tables.h"
 #include "intel_dsp/field_text.h"
-#include "intel_dsp/skylake/block_image.h"
+#include "intel_dsp/skylake/block_tables.h"
 #include "intel_dsp/skylake/parameter_blocks.h"
 
 namespace orv {
@@ -226,25 +226,6 @@ std::vector<DecodedField> DecodeSkylakeBlock(std::uint32_t parameter,
     default:
       return {};
   }
-}
-
-std::vector<SkylakeDifference> CompareSkylakeImages(const SkylakeImage& sent,
-                                                    const SkylakeImage& read) {
-  std::vector<SkylakeDifference> differences;
-  std::size_t start = 0;
-  for (const ImageSegment& segment : kImageSegments) {
-    const SkylakeBlock& block = BlockOf(segment.parameter);
-    for (const BlockField& field : block.fields) {
-      if (!Holds(segment, block.parameter, field)) continue;
-      const std::size_t offset = start + field.offset - segment.offset;
-      const std::int64_t sent_value = ReadField(sent, offset, field.type);
-      const std::int64_t read_value = ReadField(read, offset, field.type);
-      if (sent_value != read_value)
-        differences.push_back({block.name, field.control, sent_value, read_value});
-    }
-    start += segment.size;
-  }
-  return differences;
 }
 
 }  // namespace orv

@@ -1,19 +1,57 @@
-#include "intel_dsp/skylake/block_exchange.h"
-
 #include <algorithm>
+#include <numeric>
 
-#include "intel_dsp/skylake/block_fields.h"
-#include "intel_dsp/skylake/block_image.h"
+#include "intel_dsp/skylake/blocks.h"
 #include "platform/diagnostics.h"
 
 namespace orv {
 namespace {
 
-// What each writer built last, by the index of its block. Writers are used one at a time.
-std::array<BlockBytes, kSkylakeBlocks.size()> cache{};
+// By the index of the block.
+using Blocks = std::array<BlockBytes, kSkylakeBlocks.size()>;
 
-HRESULT Outcome(bool succeeded, HRESULT status) {
-  return succeeded || FAILED(status) ? status : E_FAIL;
+// What each writer built last. Writers are used one at a time.
+Blocks cache{};
+
+// `size` bytes of a block from `offset` on.
+struct ImageSegment {
+  std::uint32_t parameter;
+  std::size_t offset;
+  std::size_t size;
+};
+constexpr ImageSegment WholeBlock(std::uint32_t parameter) {
+  return {parameter, 0, BlockOf(parameter).size};
+}
+
+// An image in its order. The first block's last field, the high-pass switch, comes further down.
+constexpr std::array kImageSegments = {
+    ImageSegment{kSkylakeVQ3D, 0, kHighPassSwitch.offset},
+    WholeBlock(kSkylakeEVolHD),
+    WholeBlock(kSkylakeVocalift),
+    WholeBlock(kSkylakePX3D),
+    WholeBlock(kSkylakeMXHP),
+    WholeBlock(kSkylakeCommon),
+    WholeBlock(kSkylakeGEQ),
+    ImageSegment{kSkylakeVQ3D, kHighPassSwitch.offset, FieldWidth(kHighPassSwitch.type)},
+    WholeBlock(kSkylakeAEQ),
+    WholeBlock(kSkylakeMasterVolume),
+    WholeBlock(kSkylakeHardLimiter),
+    WholeBlock(kSkylakeTone),
+    WholeBlock(kSkylakeAdvancedGains),
+};
+static_assert(std::accumulate(kImageSegments.begin(), kImageSegments.end(), std::size_t{0},
+                              [](std::size_t size, const ImageSegment& segment) {
+                                return size + segment.size;
+                              }) == kSkylakeImageSize);
+
+SkylakeImage ImageOf(const Blocks& blocks) {
+  SkylakeImage image{};
+  auto next = image.begin();
+  for (const ImageSegment& segment : kImageSegments) {
+    const std::span block(blocks[BlockIndex(segment.parameter)]);
+    next = std::ranges::copy(block.subspan(segment.offset, segment.size), next).out;
+  }
+  return image;
 }
 
 HRESULT SendCoefficients(SkylakeDriver& driver, const CoefficientWrite& coefficients,
@@ -34,7 +72,7 @@ HRESULT ReadParameter(SkylakeDriver& driver, std::uint32_t parameter, std::span<
   HRESULT status = E_FAIL;
   const bool succeeded = driver.GetParameter(status, parameter, bytes.data(),
                                              static_cast<std::uint32_t>(bytes.size()), apply);
-  return Outcome(succeeded, status);
+  return StatusOf(succeeded, status);
 }
 
 HRESULT SendParameter(SkylakeDriver& driver, std::uint32_t parameter,
@@ -42,7 +80,7 @@ HRESULT SendParameter(SkylakeDriver& driver, std::uint32_t parameter,
   HRESULT status = E_FAIL;
   const bool succeeded = driver.SetParameter(status, parameter, bytes.data(),
                                              static_cast<std::uint32_t>(bytes.size()), apply);
-  return Outcome(succeeded, status);
+  return StatusOf(succeeded, status);
 }
 
 HRESULT ReadBlock(SkylakeDriver& driver, const SkylakeBlock& block, BlockBytes& bytes,
@@ -83,16 +121,7 @@ void ShowtOpStatus(bool success, const char* block, const char* operation) {
 
 void KELAPOIntelDSP_SKL::ClearCache() { cache = {}; }
 
-SkylakeImage KELAPOIntelDSP_SKL::CachedImage() {
-  SkylakeImage image{};
-  auto next = image.begin();
-  for (const ImageSegment& segment : kImageSegments) {
-    const BlockBytes& bytes = cache[BlockIndex(segment.parameter)];
-    next = std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(segment.offset), segment.size,
-                       next);
-  }
-  return image;
-}
+SkylakeImage KELAPOIntelDSP_SKL::CachedImage() { return ImageOf(cache); }
 
 bool KELAPOIntelDSP_SKL::CachedProcessEnable() {
   const BlockBytes& bytes = cache[BlockIndex(kSkylakeVQ3D)];
@@ -100,28 +129,21 @@ bool KELAPOIntelDSP_SKL::CachedProcessEnable() {
 }
 
 HRESULT KELAPOIntelDSP_SKL::GetVQ3DParameters(SkylakeImage& image) {
-  image = {};
+  Blocks held{};
   HRESULT status = E_FAIL;
   for (const SkylakeBlock& block : kSkylakeBlocks) {
-    BlockBytes bytes{};
-    status = ReadBlock(driver_, block, bytes, 0);
+    status = ReadBlock(driver_, block, held[BlockIndex(block.parameter)], 0);
     ShowtOpStatus(SUCCEEDED(status), block.name, "GetVQ3DParameters");
-    auto place = image.begin();
-    for (const ImageSegment& segment : kImageSegments) {
-      const auto from = bytes.begin() + static_cast<std::ptrdiff_t>(segment.offset);
-      if (segment.parameter == block.parameter) std::copy_n(from, segment.size, place);
-      place += static_cast<std::ptrdiff_t>(segment.size);
-    }
   }
+  image = ImageOf(held);
   return status;
 }
 
-HRESULT KELAPOIntelDSP_SKL::GetVQ3DBlock(std::span<std::byte> block, std::uint8_t apply) {
-  const SkylakeBlock& vq3d = BlockOf(kSkylakeVQ3D);
-  if (block.size() < vq3d.size) return E_INVALIDARG;
+HRESULT KELAPOIntelDSP_SKL::ReadProcessEnable(bool& enabled, std::uint8_t apply) {
   BlockBytes bytes{};
-  const HRESULT status = ReadBlock(driver_, vq3d, bytes, apply);
-  if (SUCCEEDED(status)) std::copy_n(bytes.begin(), vq3d.size, block.begin());
+  const HRESULT status = ReadBlock(driver_, BlockOf(kSkylakeVQ3D), bytes, apply);
+  if (SUCCEEDED(status))
+    enabled = ReadField(bytes, kProcessEnable.offset, kProcessEnable.type) != 0;
   return status;
 }
 

@@ -1,5 +1,3 @@
-#include "intel_dsp/skylake/block_fields.h"
-
 #include <algorithm>
 #include <utility>
 
@@ -7,6 +5,7 @@
 #include "dsp_math/fixed_point.h"
 #include "intel_dsp/conversion/enumeration_tables.h"
 #include "intel_dsp/equalizer_bands.h"
+#include "intel_dsp/skylake/blocks.h"
 #include "platform/diagnostics.h"
 
 namespace orv {

@@ -3,8 +3,7 @@
 
 #include "dsp_math/elementary.h"
 #include "dsp_math/fixed_point.h"
-#include "intel_dsp/skylake/block_exchange.h"
-#include "intel_dsp/skylake/block_fields.h"
+#include "intel_dsp/skylake/blocks.h"
 #include "platform/diagnostics.h"
 
 namespace orv {
@@ -145,7 +144,7 @@ HRESULT KELAPOIntelDSP_SKL::SetPPModuleStatus(std::uint8_t enable, std::uint8_t 
            static_cast<int>(enable));
   HRESULT status = E_FAIL;
   const bool succeeded = driver_.SetStatus(status, enable, apply);
-  if (!succeeded && SUCCEEDED(status)) status = E_FAIL;
+  status = StatusOf(succeeded, status);
   ShowtOpStatus(SUCCEEDED(status), "SetStatus", "SetPPModuleStatus");
   return status;
 }

@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "intel_dsp/equalizer_bands.h"
-#include "intel_dsp/skylake/block_exchange.h"
+#include "intel_dsp/skylake/blocks.h"
 #include "intel_dsp/skylake/filter_presets.h"
 #include "platform/diagnostics.h"
 

@@ -16,17 +16,9 @@
 
 namespace orv {
 
-// All control blocks one after the other, in the order in which a write is verified.
+// All fields of the control blocks, in the order in which a write is verified.
 inline constexpr std::size_t kSkylakeImageSize = 220;
 using SkylakeImage = std::array<std::byte, kSkylakeImageSize>;
-
-// A difference between what was sent and what the DSP holds.
-struct SkylakeDifference {
-  std::string block;
-  std::string control;
-  std::int64_t sent = 0;
-  std::int64_t read = 0;
-};
 
 // Where the control that SetControl changes has its field; nullopt for any other name.
 struct SkylakeControlPlace {
@@ -76,11 +68,11 @@ class KELAPOIntelDSP_SKL {
   HRESULT SetControl(const std::wstring& name, const VARIANT& value, ORVQVTValueList& list,
                      std::uint8_t apply);
 
-  // Reads the twelve control blocks; the status is that of the last read.
+  // Reads the twelve control blocks; one that cannot be read is zero. Returns the status of the
+  // last read.
   HRESULT GetVQ3DParameters(SkylakeImage& image);
-  // The 16 bytes that hold the process enable (32 bits, at the start). E_INVALIDARG when `block` is
-  // smaller; left alone when the read fails.
-  HRESULT GetVQ3DBlock(std::span<std::byte> block, std::uint8_t apply = 0);
+  // Reads the switch that SetProcessEnable writes; leaves `enabled` alone if the read fails.
+  HRESULT ReadProcessEnable(bool& enabled, std::uint8_t apply);
 
   // Both channels are checked before the first is sent; throws IntelException when an order is out
   // of range or words are missing. The status is the first failure.
@@ -112,10 +104,6 @@ inline constexpr std::array<SkylakeWriter, 13> kSkylakeWriters = {
 inline constexpr auto kSkylakeControlWriters = std::span(kSkylakeWriters).first<12>();
 
 void ShowtOpStatus(bool success, const char* block, const char* operation);
-// Field by field, in the order of the images. Reserved halfwords are fields as well: they are sent
-// as 0, and a module that does not keep them differs.
-std::vector<SkylakeDifference> CompareSkylakeImages(const SkylakeImage& sent,
-                                                    const SkylakeImage& read);
 // A block's name and fields as people read them; an empty name and no fields for an unknown
 // parameter, no fields for a size that is not the block's.
 std::string SkylakeBlockName(std::uint32_t parameter);

@@ -5,8 +5,7 @@
 #include <utility>
 #include <variant>
 
-#include "intel_dsp/skylake/block_exchange.h"
-#include "intel_dsp/skylake/block_fields.h"
+#include "intel_dsp/skylake/blocks.h"
 #include "platform/diagnostics.h"
 #include "platform/text.h"
 

@@ -7,6 +7,11 @@
 
 namespace orv {
 
+// S_OK or the driver's own positive status if the call succeeded, else a failure.
+constexpr HRESULT StatusOf(bool succeeded, HRESULT status) noexcept {
+  return succeeded || FAILED(status) ? status : E_FAIL;
+}
+
 // Every operation answers whether the driver call succeeded and gives the driver's own status
 // (negative: refused) besides. `apply` is handed to the driver unchanged.
 class SkylakeDriver {

@@ -8,7 +8,6 @@
 #include "frame/text_result.h"
 #include "intel_dsp/equalizer_bands.h"
 #include "intel_dsp/intel_dsp_object.h"
-#include "intel_dsp/intel_verification.h"
 #include "intel_dsp/safe_array.h"
 #include "platform/diagnostics.h"
 #include "platform/text.h"
@@ -37,7 +36,7 @@ const EqualizerTechnology* FindEqualizer(std::wstring_view name) {
   return nullptr;
 }
 
-// An exception ends a write; `report` hears why. Lack of memory is passed on.
+// An exception ends a write; `report` receives the reason. Lack of memory is passed on.
 template <class Body, class Reporter>
 HRESULT AbortOnException(Body&& body, Reporter&& report) {
   try {
@@ -50,7 +49,7 @@ HRESULT AbortOnException(Body&& body, Reporter&& report) {
   }
 }
 
-// One value for each band; false when one cannot be designed.
+// One value for each band; false if a band cannot be designed.
 bool MakeBands(std::span<const float> gains, std::span<const float> qualities,
                std::span<const LONG> frequencies, std::vector<FilterBand>& bands) {
   for (std::size_t i = 0; i < gains.size(); ++i) {
@@ -63,6 +62,24 @@ bool MakeBands(std::span<const float> gains, std::span<const float> qualities,
   bands.front().type = kORVFilter_LowShelf;
   bands.back().type = kORVFilter_HighShelf;
   return true;
+}
+
+// Logs both images, and every byte in which they differ. E_FAIL if there is one.
+HRESULT VerifyImages(const SkylakeImage& sent, const SkylakeImage& held) {
+  const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::SetControlParams");
+  DumpBuffer(sent);
+  DumpBuffer(held);
+  if (sent == held) {
+    Diagnose(here, L"OK: VQ3D parameters in DSP values matched inputs\n");
+    return S_OK;
+  }
+  Diagnose(here, L"Error: VQ3D parameters to/from DSP does NOT match\n");
+  for (std::size_t i = 0; i < sent.size(); ++i) {
+    if (sent[i] == held[i]) continue;
+    Diagnose(here, L"i=%d, 0x0%x, 0x0%x\n", i, std::to_integer<int>(sent[i]),
+             std::to_integer<int>(held[i]));
+  }
+  return E_FAIL;
 }
 
 }  // namespace
@@ -171,7 +188,7 @@ HRESULT CKELAPOIntelDSP::SetSkylakeParams(const ControlValueMap& map, std::uint8
   SkylakeImage held{};
   if (FAILED(skylake.GetVQ3DParameters(held)))
     Diagnose(here, L"Error: failed to get VQ3D parameters\n");
-  const HRESULT status = VerifySkylakeImages(KELAPOIntelDSP_SKL::CachedImage(), held);
+  const HRESULT status = VerifyImages(KELAPOIntelDSP_SKL::CachedImage(), held);
   if (SUCCEEDED(status))
     ShowtOpStatus(true, "Verify: VQ3D parameters to/From DSP", "SetControlParams");
   return status;

@@ -1,7 +1,8 @@
-// Blocks between the writers, the driver and the cache of what was written last.
+// Control blocks: filled from controls, checked, exchanged with the driver and cached.
 #pragma once
 
 #include <exception>
+#include <functional>
 
 #include "intel_dsp/skylake/block_tables.h"
 #include "intel_dsp/skylake/parameter_blocks.h"
@@ -9,22 +10,35 @@
 
 namespace orv {
 
+// Fills one field; throws IntelException, the field untouched, if its controls do not allow it.
+void ConvertField(const BlockField& field, const ControlValueMap& map, BlockBytes& bytes);
+
+// Fills a field that could not be converted; false rethrows the exception.
+using FieldRescue =
+    std::function<bool(const BlockField& field, const IntelException& error, BlockBytes& bytes)>;
+// Fills the fields in their order. When it throws, `bytes` holds what was filled until then.
+void FillBlock(const SkylakeBlock& block, const ControlValueMap& map, BlockBytes& bytes,
+               const FieldRescue& rescue = {});
+
+// Reports the first field whose value lies outside its range.
+bool InRange(const SkylakeBlock& block, const BlockBytes& bytes);
+
 class BlockOutOfRange : public std::exception {
  public:
   const char* what() const noexcept override { return "HR error: 0x80004005"; }
 };
 
-// S_OK or a positive status when the driver call succeeded, else a failure.
+// S_OK or a positive status if the driver call succeeded, else a failure.
 HRESULT ReadParameter(SkylakeDriver& driver, std::uint32_t parameter, std::span<std::byte> bytes,
                       std::uint8_t apply);
 HRESULT SendParameter(SkylakeDriver& driver, std::uint32_t parameter,
                       std::span<const std::byte> bytes, std::uint8_t apply);
 
-// `bytes` stay as they are when the read fails.
+// Leaves `bytes` alone if the read fails.
 HRESULT ReadBlock(SkylakeDriver& driver, const SkylakeBlock& block, BlockBytes& bytes,
                   std::uint8_t apply);
-// Remembers the block and sends it, `coefficients` before it; a refusal of these keeps the block
-// back. Throws BlockOutOfRange, nothing sent, when a field is outside its range.
+// Remembers the block and sends it after `coefficients`; does not send it if those are refused.
+// Throws BlockOutOfRange and sends nothing if a field is outside its range.
 HRESULT WriteBlock(SkylakeDriver& driver, const SkylakeBlock& block, const BlockBytes& bytes,
                    const std::optional<CoefficientWrite>& coefficients, std::uint8_t apply,
                    const char* operation);
@@ -38,7 +52,7 @@ constexpr const char* MethodName(const char* qualified) {
   return name;
 }
 
-// Ends in E_FAIL, reported, whatever `write` throws.
+// Reports any exception of `write` and returns E_FAIL for it.
 template <class Write>
 HRESULT Guarded(const char* function, Write write) {
   try {
