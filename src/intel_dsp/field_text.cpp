@@ -51,7 +51,7 @@ std::string FrequencyCodeText(std::int64_t code, std::span<const int> frequencie
   return std::to_string(frequencies[static_cast<std::size_t>(code)]) + " Hz";
 }
 
-std::string ChoiceText(std::int64_t code, const EnumTable& names, const char* prefix) {
+std::string ChoiceText(std::int64_t code, const EnumTable& names, const std::string& prefix) {
   for (const auto& [name, number] : names) {
     if (number == code && name.starts_with(prefix)) return name;
   }

@@ -21,6 +21,6 @@ std::string PercentText(double fraction);
 // A code as an index into frequencies in Hz, or the custom one: "150 Hz", "custom".
 std::string FrequencyCodeText(std::int64_t code, std::span<const int> frequencies);
 // The first of the names with this prefix that stand for a code.
-std::string ChoiceText(std::int64_t code, const EnumTable& names, const char* prefix);
+std::string ChoiceText(std::int64_t code, const EnumTable& names, const std::string& prefix);
 
 }  // namespace orv

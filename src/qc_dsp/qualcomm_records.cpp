@@ -36,52 +36,35 @@ std::uint32_t OptionBits(const Record& record, const QualcommControls& controls)
   return bits;
 }
 
-std::int64_t NumberOf(const Record& record, const Field& field, const QualcommControls& controls) {
-  const std::int32_t value = ValueOf(controls, field.control);
-  switch (field.conversion) {
-    case Conversion::Options:
-      return OptionBits(record, controls);
-    case Conversion::Number:
-      return value;
-    case Conversion::GainQ15:
-      return ToFixed16(Gain(value), 1);
-    case Conversion::GainQ13:
-      return ToFixed16(Gain(value), 3);
-    case Conversion::GainQ23:
-      return ToFixed32(Gain(value), 9);
-    case Conversion::LevelQ15:
-      return ToFixed16(Level(static_cast<std::uint32_t>(value)), 1);
-    default:
-      return field.fixed;
-  }
-}
-
-// Words of a design; those that it does not reach stay zero.
-using DesignWords = std::array<std::int32_t, kCascadeWords>;
+// The numbers of one field. Numbers that a design does not reach stay zero.
+using Numbers = std::array<std::int32_t, kCascadeWords>;
 using Workspace = std::array<std::byte, FilterWorkspace(kSections)>;
 
-void DesignBass(const Record& record, const QualcommControls& controls, DesignWords& words) {
+Numbers DesignBass(const Record& record, const QualcommControls& controls) {
   const std::int32_t audio = ValueOf(controls, L"QUMEDIA-DPHD Speaker Audio Custom Size");
   const bool split = ValueOf(controls, L"QUMEDIA-DPHD Split Analysis Enable") != 0;
   const std::int32_t analysis =
       split ? ValueOf(controls, L"QUMEDIA-DPHD Speaker Analysis Custom Size") : audio;
   Diagnose(ORV_HERE(record.writer), record.sizes_line, analysis, audio);
   static_assert(kBassEnhancementWords <= kCascadeWords);
+  Numbers words{};
   Workspace workspace;
   DesignBassEnhancementFilters(static_cast<float>(audio), static_cast<float>(analysis), kSampleRate,
                                words.data(), workspace.data());
+  return words;
 }
 
-void DesignHighPass(const QualcommControls& controls, DesignWords& words) {
+Numbers DesignHighPass(const QualcommControls& controls) {
   const std::int32_t order = ValueOf(controls, L"QUMEDIA-HPF Order");
-  if (order < 1 || order > kHighestOrder) return;
+  if (order < 1 || order > kHighestOrder) return {};
+  Numbers words{};
   Workspace workspace;
   DesignButterworth32(static_cast<float>(ValueOf(controls, L"QUMEDIA-HPF Frequency")), order,
                       kSampleRate, kButterworthHighPass, words.data(), workspace.data());
+  return words;
 }
 
-void DesignBands(const std::wstring& channel, const QualcommControls& controls,
-                 DesignWords& words) {
+Numbers DesignBands(const std::wstring& channel, const QualcommControls& controls) {
   std::array<FilterBand, kBands> bands;
   std::wstring name = L"QUMEDIA-PEQ " + channel + L" Band 0 ";
   const std::size_t digit = name.size() - 2;
@@ -93,29 +76,40 @@ void DesignBands(const std::wstring& channel, const QualcommControls& controls,
         static_cast<float>(static_cast<std::uint32_t>(value(L"Q Factor"))) / 100.0F,
         static_cast<float>(value(L"Gain")), 0};
   }
+  Numbers words{};
   Workspace workspace;
   DesignFilterSet({kBands, bands.data(), kSampleRate}, words.data(), workspace.data());
+  return words;
 }
 
-// False for fields that are no design.
-bool Design(const Record& record, Conversion conversion, const QualcommControls& controls,
-            DesignWords& words) {
-  switch (conversion) {
+// The numbers of a field, as many as its count.
+Numbers NumbersOf(const Record& record, const Field& field, const QualcommControls& controls) {
+  const std::int32_t value = ValueOf(controls, field.control);
+  switch (field.conversion) {
+    case Conversion::Options:
+      return {static_cast<std::int32_t>(OptionBits(record, controls))};
+    case Conversion::Number:
+      return {value};
+    case Conversion::GainQ15:
+      return {ToFixed16(Gain(value), 1)};
+    case Conversion::GainQ13:
+      return {ToFixed16(Gain(value), 3)};
+    case Conversion::GainQ23:
+      return {ToFixed32(Gain(value), 9)};
+    case Conversion::LevelQ15:
+      return {ToFixed16(Level(static_cast<std::uint32_t>(value)), 1)};
     case Conversion::BassFilters:
-      DesignBass(record, controls, words);
-      return true;
+      return DesignBass(record, controls);
     case Conversion::HighPass:
-      DesignHighPass(controls, words);
-      return true;
+      return DesignHighPass(controls);
     case Conversion::LeftBands:
-      DesignBands(L"Left", controls, words);
-      return true;
+      return DesignBands(L"Left", controls);
     case Conversion::RightBands:
-      DesignBands(L"Right", controls, words);
-      return true;
-    default:
-      return false;
+      return DesignBands(L"Right", controls);
+    case Conversion::Fixed:
+      break;
   }
+  return {static_cast<std::int32_t>(field.fixed)};
 }
 
 }  // namespace
@@ -133,12 +127,9 @@ QualcommRecord::QualcommRecord(QualcommParameter parameter, const QualcommContro
     : size_(FindRecord(parameter)->size) {
   const Record& record = *FindRecord(parameter);
   for (const Field& field : record.fields) {
-    DesignWords words{};
-    const bool designed = Design(record, field.conversion, controls, words);
-    for (std::size_t i = 0; i < field.count; ++i) {
-      StoreField(storage_, field.offset + i * FieldWidth(field.type), field.type,
-                 designed ? words[i] : NumberOf(record, field, controls));
-    }
+    const Numbers words = NumbersOf(record, field, controls);
+    for (std::size_t i = 0; i < field.count; ++i)
+      StoreField(storage_, field.offset + i * FieldWidth(field.type), field.type, words[i]);
   }
 }
 

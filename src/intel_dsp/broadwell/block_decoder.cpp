@@ -10,39 +10,10 @@ namespace orv {
 namespace {
 
 using broadwell::Block;
-using broadwell::Field;
-using broadwell::Unit;
 using Fields = std::vector<DecodedField>;
 
-constexpr char kSuite[] = "ZENSND-";
 constexpr std::size_t kBassSize = 96;
 constexpr std::size_t kSpaceSize = 32;
-
-std::string FieldText(const Field& field, std::int64_t value) {
-  const int width = static_cast<int>(8 * FieldWidth(field.type));
-  const double real = std::ldexp(static_cast<double>(value), field.integer_bits - width);
-  switch (field.unit) {
-    case Unit::OnOff:
-      return OnOffText(value);
-    case Unit::Decibels:
-      return DecibelText(real);
-    case Unit::Percent:
-      return PercentText(real);
-    case Unit::SpeakerSize:
-      return FrequencyCodeText(value, kSpeakerSizes);
-    case Unit::SpaceCutoff:
-      return FrequencyCodeText(value, kSpaceCutoffs);
-    case Unit::Channels:
-      return ChoiceText(value, ChannelConfigTable(), kSuite);
-    case Unit::ORV3DMode:
-      return ChoiceText(value, ORV3DModeTable(), kSuite);
-    case Unit::DPHDMode:
-      return ChoiceText(value, DPHDModeTable(), kSuite);
-    case Unit::None:
-      break;
-  }
-  return std::to_string(value);
-}
 
 // Coefficient words one after the other, as far as the block reaches.
 class WordDecoder {
@@ -162,15 +133,11 @@ std::vector<DecodedField> DecodeBroadwellBlock(std::uint32_t parameter,
   for (const CoefficientBlock& coefficients : kCoefficientBlocks) {
     if (coefficients.parameter == parameter) return coefficients.decode(block);
   }
-  Fields fields;
   for (const Block& known : broadwell::kBlocks) {
-    if (known.parameter != parameter || known.size != block.size()) continue;
-    for (const Field& field : known.fields) {
-      const std::int64_t value = ReadField(block, field.offset, field.type);
-      fields.push_back({field.offset, field.control, value, FieldText(field, value)});
-    }
+    if (known.parameter == parameter && known.size == block.size())
+      return intel::DecodeFields(known.fields, block);
   }
-  return fields;
+  return {};
 }
 
 }  // namespace orv

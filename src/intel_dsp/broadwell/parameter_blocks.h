@@ -8,8 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "intel_dsp/conversion/converters.h"
-#include "values/record_layout.h"
+#include "intel_dsp/fields.h"
 
 namespace orv {
 
@@ -39,44 +38,9 @@ enum Parameter : std::uint32_t {
   kSpaceCoefficients = 101,
 };
 
-// How a field is made from its control.
-enum class Conversion : std::uint8_t {
-  Reserved,
-  Bool,
-  Decibels,  // the control counts tenths of dB
-  Percent,
-  Integer,
-  LevelIntensity,
-  InputMode,
-  SpaceCutoff,
-  SpeakerSize,
-  ORV3DMode,
-  DPHDMode,
-};
-
-// How people read a field.
-enum class Unit : std::uint8_t {
-  None,
-  OnOff,
-  Decibels,
-  Percent,
-  SpeakerSize,
-  SpaceCutoff,
-  Channels,
-  ORV3DMode,
-  DPHDMode,
-};
-
-struct Field {
-  std::size_t offset;
-  FieldType type;
-  const char* control;
-  Conversion conversion;
-  Unit unit;
-  int integer_bits = 0;            // of a fixed-point field, its sign included
-  const char* fallback = nullptr;  // the control that stands in when it is missing
-  std::size_t count = 1;
-};
+using intel::Conversion;
+using intel::Field;
+using intel::kLargest32;
 
 struct Block {
   std::uint32_t parameter;
@@ -85,26 +49,7 @@ struct Block {
   std::span<const Field> fields;
 };
 
-namespace rows {
-
-constexpr Field Switch(std::size_t offset, const char* control, const char* fallback = nullptr) {
-  return {offset, FieldType::U32, control, Conversion::Bool, Unit::OnOff, 0, fallback};
-}
-constexpr Field Gain(std::size_t offset, const char* control, int integer_bits = 1,
-                     FieldType type = FieldType::I16) {
-  return {offset, type, control, Conversion::Decibels, Unit::Decibels, integer_bits};
-}
-constexpr Field Level(std::size_t offset, const char* control) {
-  return {offset, FieldType::I16, control, Conversion::Percent, Unit::Percent, 1};
-}
-constexpr Field Choice(std::size_t offset, const char* control, Conversion conversion, Unit unit) {
-  return {offset, FieldType::U32, control, conversion, unit};
-}
-constexpr Field Reserved(std::size_t offset) {
-  return {offset, FieldType::U16, "reserved", Conversion::Reserved, Unit::None};
-}
-
-}  // namespace rows
+namespace rows = intel::rows;
 
 inline constexpr Field kProcessEnableFields[] = {rows::Switch(0, "ZENSND-Process Enable")};
 inline constexpr Field kInputGainFields[] = {rows::Gain(0, "ZENSND-AMHD Input Gain")};
@@ -112,25 +57,29 @@ inline constexpr Field kOutputGainFields[] = {rows::Gain(0, "ZENSND-AMHD Output 
 inline constexpr Field kBypassGainFields[] = {rows::Gain(0, "ZENSND-Bypass Gain")};
 inline constexpr Field kHeadroomGainFields[] = {rows::Gain(0, "ZENSND-Headroom Gain")};
 inline constexpr Field kHighPassEnableFields[] = {
-    rows::Switch(0, "ZENSND-HPF Enable", "MFX:ZENSND-HPF Enable")};
+    {.offset = 0,
+     .type = FieldType::U32,
+     .conversion = Conversion::Bool,
+     .control = "ZENSND-HPF Enable",
+     .fallback = "MFX:ZENSND-HPF Enable"},
+};
 inline constexpr Field kEqualizerEnableFields[] = {rows::Switch(0, "ZENSND-AEQ Enable")};
 
 inline constexpr Field kEvenvolumeFields[] = {
     rows::Switch(0, "ZENSND-EVolHD Enable"),
     rows::Gain(4, "ZENSND-EVolHD LKFS"),
     rows::Reserved(6),
-    {8, FieldType::I32, "ZENSND-EVolHD Level Intensity", Conversion::LevelIntensity, Unit::Percent,
-     1},
+    rows::Intensity(8, "ZENSND-EVolHD Level Intensity"),
 };
 
 inline constexpr Field kAmhdFields[] = {
     rows::Switch(0, "ZENSND-AMHD Enable"),
-    rows::Choice(4, "ZENSND-AMHD Input Mode", Conversion::InputMode, Unit::Channels),
+    rows::Choice(4, "ZENSND-AMHD Input Mode", Conversion::InputMode),
     rows::Switch(8, "ZENSND-Surround Enable"),
     rows::Level(12, "ZENSND-Surround Level"),
     rows::Reserved(14),
     rows::Switch(16, "ZENSND-Space HPF Enable"),
-    rows::Choice(20, "ZENSND-Space HPF Custom Freq", Conversion::SpaceCutoff, Unit::SpaceCutoff),
+    rows::Choice(20, "ZENSND-Space HPF Custom Freq", Conversion::SpaceCutoff),
     rows::Switch(24, "ZENSND-DC Enable"),
     rows::Level(28, "ZENSND-DC Level"),
     rows::Level(30, "ZENSND-WIDHDX ORV3D Space Level"),
@@ -138,15 +87,14 @@ inline constexpr Field kAmhdFields[] = {
     rows::Reserved(34),
     rows::Switch(36, "ZENSND-WIDHDX Headphone Enable"),
     rows::Switch(40, "ZENSND-WIDHDX High Bit Rate Enable"),
-    rows::Choice(44, "ZENSND-WIDHDX ORV3D Mode", Conversion::ORV3DMode, Unit::ORV3DMode),
+    rows::Choice(44, "ZENSND-WIDHDX ORV3D Mode", Conversion::ORV3DMode),
     rows::Switch(48, "ZENSND-DPHD Enable"),
     rows::Level(52, "ZENSND-DPHD Level"),
     rows::Reserved(54),
-    rows::Choice(56, "ZENSND-DPHD Speaker Audio Size", Conversion::SpeakerSize, Unit::SpeakerSize),
-    rows::Choice(60, "ZENSND-DPHD Speaker Analysis Size", Conversion::SpeakerSize,
-                 Unit::SpeakerSize),
+    rows::Choice(56, "ZENSND-DPHD Speaker Audio Size", Conversion::SpeakerSize),
+    rows::Choice(60, "ZENSND-DPHD Speaker Analysis Size", Conversion::SpeakerSize),
     rows::Switch(64, "ZENSND-DPHD Split Analysis Enable"),
-    rows::Choice(68, "ZENSND-DPHD Mode", Conversion::DPHDMode, Unit::DPHDMode),
+    rows::Choice(68, "ZENSND-DPHD Mode", Conversion::DPHDMode),
     rows::Level(72, "ZENSND-DPHD Bass Clarity Level"),
     rows::Reserved(74),
     rows::Switch(76, "ZENSND-Definition Enable"),
@@ -159,7 +107,7 @@ inline constexpr Field kAmhdFields[] = {
 
 inline constexpr Field kHardLimiterFields[] = {
     rows::Switch(0, "ZENSND-Hard Limiter Enable"),
-    {4, FieldType::U32, "ZENSND-Hard Limiter Delay Len", Conversion::Integer, Unit::None},
+    rows::Number(4, FieldType::U32, "ZENSND-Hard Limiter Delay Len", 0, kLargest32),
     rows::Gain(8, "ZENSND-Hard Limiter Boost Gain", 6, FieldType::I32),
     rows::Gain(12, "ZENSND-Hard Limiter Output Gain", 3),
     rows::Reserved(14),
@@ -187,29 +135,18 @@ inline constexpr Block kBlocks[] = {
 inline constexpr std::size_t kSingleValues = 7;
 static_assert(kBlocks[kSingleValues - 1].parameter == kEqualizerEnable);
 
-// Of constants alone: a parameter or an offset without a row does not compile.
+// Of constants alone: a parameter without a block does not compile.
 consteval const Block& BlockOf(Parameter parameter) {
   const Block* block = kBlocks;
   while (block->parameter != parameter) ++block;
   return *block;
 }
-consteval const Field& FieldAt(const Block& block, std::size_t offset) {
-  std::size_t row = 0;
-  while (block.fields[row].offset != offset) ++row;
-  return block.fields[row];
-}
-
-// Where a control's field lies; null when there is none.
+// The place of a control's field; null if there is none.
 struct FieldPlace {
   const Block* block = nullptr;
   const Field* field = nullptr;
 };
 FieldPlace FindField(const std::string& control);
-
-// Whether the map has a control that fills the field.
-bool HasControl(const Field& field, const ControlValueMap& map);
-// Fills one field; throws IntelException, the field untouched, when its control does not allow it.
-void FillField(const Field& field, const ControlValueMap& map, std::span<std::byte> block);
 
 }  // namespace broadwell
 }  // namespace orv

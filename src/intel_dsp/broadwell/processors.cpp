@@ -16,13 +16,6 @@ using broadwell::Bytes;
 using broadwell::Field;
 using Utils = KELAPOIntelDSP_Utils;
 
-constexpr std::size_t kLastSourceOffset = 12;  // input mode and surround of the AMHD block
-constexpr std::size_t kSpaceEnableOffset = 16;
-constexpr std::size_t kSpaceCutoffOffset = 20;
-constexpr std::size_t kAudioSizeOffset = 56;
-constexpr std::size_t kAnalysisSizeOffset = 60;
-constexpr char kAmhdFailed[] = "Setting of AMHD controls failed.";
-
 void FillAll(const Block& block, const ControlValueMap& map, std::span<std::byte> bytes) {
   for (const Field& field : block.fields) FillField(field, map, bytes);
 }
@@ -68,9 +61,15 @@ bool KELAPOIntelDSP_BRW::Send(std::uint32_t parameter, std::span<const std::byte
          status == S_OK;
 }
 
+void KELAPOIntelDSP_BRW::SendOrThrow(std::uint32_t parameter, std::span<const std::byte> bytes,
+                                     std::uint8_t apply, const char* group, const char* failure) {
+  HRESULT status = E_FAIL;
+  if (bytes.empty() || !Send(parameter, bytes, apply, status)) throw IntelException(group, failure);
+}
+
 bool KELAPOIntelDSP_BRW::Receive(std::uint32_t parameter, std::span<std::byte> bytes,
-                                 std::uint8_t apply, HRESULT& status) {
-  status = E_FAIL;
+                                 std::uint8_t apply) {
+  HRESULT status = E_FAIL;
   if (driver_.GetParameter(status, parameter, bytes.data(),
                            static_cast<std::uint32_t>(bytes.size()), apply) &&
       status == S_OK)
@@ -85,9 +84,8 @@ void KELAPOIntelDSP_BRW::ProcessGlobalControls(const ControlValueMap& map, std::
   for (const Block& block : std::span(broadwell::kBlocks).first<broadwell::kSingleValues>()) {
     Bytes bytes(block.size);
     FillAll(block, map, bytes);
-    HRESULT status = E_FAIL;
-    if (!Send(block.parameter, bytes, apply, status))
-      throw IntelException("Global", "Settings of parameters in driver failed.");
+    SendOrThrow(block.parameter, bytes, apply, "Global",
+                "Settings of parameters in driver failed.");
   }
 }
 
@@ -96,7 +94,6 @@ void KELAPOIntelDSP_BRW::ProcessHLControls(const ControlValueMap& map, std::uint
   Diagnose(here, L"Setting Hard Limiter controls (Enable and Output Gain) from VM");
   const Block& block = BlockOf(broadwell::kHardLimiter);
   Bytes bytes(block.size);
-  HRESULT status = E_FAIL;
   const auto missing =
       std::ranges::find_if_not(block.fields, [&](const Field& f) { return HasControl(f, map); });
   if (missing == block.fields.end()) {
@@ -109,11 +106,9 @@ void KELAPOIntelDSP_BRW::ProcessHLControls(const ControlValueMap& map, std::uint
     }
     Diagnose(here, L"OK: Got Hard Limiter controls from DSP\n");
   }
-  if (!Send(block.parameter, bytes, apply, status)) {
-    throw IntelException("Hard Limiter",
-                         "Error: Setting of Hard Limiter Controls failed. Verify values in XML.");
-  }
-  Diagnose(here, L"OK: Setting HardLimiter Controls was successful, %d\n", status);
+  SendOrThrow(block.parameter, bytes, apply, "Hard Limiter",
+              "Error: Setting of Hard Limiter Controls failed. Verify values in XML.");
+  Diagnose(here, L"OK: Setting HardLimiter Controls was successful, %d\n", S_OK);
 }
 
 void KELAPOIntelDSP_BRW::ProcessHPFControls(const ControlValueMap& map, std::uint8_t apply) {
@@ -126,11 +121,10 @@ void KELAPOIntelDSP_BRW::ProcessHPFControls(const ControlValueMap& map, std::uin
   const Bytes bytes = configuration == map.end()
                           ? broadwell::HighPassBlock(order, frequency)
                           : broadwell::HighPassPreset(order, configuration->second.ToString());
-  HRESULT status = E_FAIL;
-  if (bytes.empty() || !Send(broadwell::kHighPassCoefficients, bytes, apply, status))
-    throw IntelException("HPF", "Unable to set HPF coefficients.");
+  SendOrThrow(broadwell::kHighPassCoefficients, bytes, apply, "HPF",
+              "Unable to set HPF coefficients.");
   Diagnose(ORV_HERE("KELAPOIntelDSP_BRW::ProcessHPFControls"),
-           L"Setting of HPF coefficients returned status 0x%x\n", status);
+           L"Setting of HPF coefficients returned status 0x%x\n", S_OK);
 }
 
 void KELAPOIntelDSP_BRW::ProcessPEQControls(const ControlValueMap& map, std::uint8_t apply,
@@ -182,35 +176,35 @@ void KELAPOIntelDSP_BRW::ProcessHPFAndPEQControls(const ControlValueMap& map, st
 }
 
 void KELAPOIntelDSP_BRW::ProcessAMHDControls(const ControlValueMap& map, std::uint8_t apply) {
-  constexpr const Block& block = BlockOf(broadwell::kAmhd);
+  const Block& block = BlockOf(broadwell::kAmhd);
   Bytes bytes(block.size);
-  const auto is_size = [](const Field& field) {
-    return field.offset == kAudioSizeOffset || field.offset == kAnalysisSizeOffset;
+  // From one offset to another, both included.
+  const auto fill = [&](std::size_t first, std::size_t last) {
+    for (const Field& field : block.fields)
+      if (field.offset >= first && field.offset <= last) FillField(field, map, bytes);
   };
-  for (const Field& field : block.fields) {
-    if (field.offset <= kLastSourceOffset || is_size(field)) FillField(field, map, bytes);
-  }
-  const bool custom_audio = ReadField(bytes, kAudioSizeOffset, FieldType::U32) == kCustomSizeCode;
-  const bool custom_analysis =
-      ReadField(bytes, kAnalysisSizeOffset, FieldType::U32) == kCustomSizeCode;
-  if (custom_audio != custom_analysis) {
+  const auto is_custom = [&](const Field& field) {
+    return ReadField(bytes, field.offset, field.type) == kCustomSizeCode;
+  };
+  constexpr const Field& kCutoff = RowOf(broadwell::kAmhdFields, "ZENSND-Space HPF Custom Freq");
+  constexpr const Field& kAudio = RowOf(broadwell::kAmhdFields, "ZENSND-DPHD Speaker Audio Size");
+  constexpr const Field& kAnalysis =
+      RowOf(broadwell::kAmhdFields, "ZENSND-DPHD Speaker Analysis Size");
+  // In this order: an exception ends the write, and coefficients come before their block.
+  fill(0, 12);
+  fill(kAudio.offset, kAnalysis.offset);
+  if (is_custom(kAudio) != is_custom(kAnalysis)) {
     throw IntelException(
         "AMHD", "Both analysis and audio speaker sizes must both be custom or not custom.");
   }
-  if (custom_audio) SendBassCoefficients(map, apply);
-
-  FillField(FieldAt(block, kSpaceEnableOffset), map, bytes);
-  FillField(FieldAt(block, kSpaceCutoffOffset), map, bytes);
-  if (ReadField(bytes, kSpaceCutoffOffset, FieldType::U32) == kCustomSizeCode)
-    SendSpaceCoefficients(map, apply);
-
-  for (const Field& field : block.fields) {
-    if (field.offset > kSpaceCutoffOffset && !is_size(field)) FillField(field, map, bytes);
-  }
-  HRESULT status = E_FAIL;
-  if (!Send(block.parameter, bytes, apply, status)) throw IntelException("AMHD", kAmhdFailed);
+  if (is_custom(kAudio)) SendBassCoefficients(map, apply);
+  fill(16, kCutoff.offset);
+  if (is_custom(kCutoff)) SendSpaceCoefficients(map, apply);
+  fill(kCutoff.offset + 1, kAudio.offset - 1);
+  fill(kAnalysis.offset + 1, block.size);
+  SendAmhd(block.parameter, bytes, apply);
   Diagnose(ORV_HERE("KELAPOIntelDSP_BRW::ProcessAMHDControls"),
-           L"Writing AMHD Controls successful, %d\n", status);
+           L"Writing AMHD Controls successful, %d\n", S_OK);
 }
 
 void KELAPOIntelDSP_BRW::SendBassCoefficients(const ControlValueMap& map, std::uint8_t apply) {
@@ -233,22 +227,18 @@ void KELAPOIntelDSP_BRW::SendSpaceCoefficients(const ControlValueMap& map, std::
   SendAmhd(broadwell::kSpaceCoefficients, broadwell::SpaceBlock(frequency), apply);
 }
 
-// Nothing to send means that the design was refused.
 void KELAPOIntelDSP_BRW::SendAmhd(std::uint32_t parameter, const Bytes& bytes, std::uint8_t apply) {
-  HRESULT status = E_FAIL;
-  if (bytes.empty() || !Send(parameter, bytes, apply, status))
-    throw IntelException("AMHD", kAmhdFailed);
+  SendOrThrow(parameter, bytes, apply, "AMHD", "Setting of AMHD controls failed.");
 }
 
 void KELAPOIntelDSP_BRW::ProcessEvenvolumeControls(const ControlValueMap& map, std::uint8_t apply) {
   const Block& block = BlockOf(broadwell::kEvenvolume);
   Bytes bytes(block.size);
   FillAll(block, map, bytes);
-  HRESULT status = E_FAIL;
-  if (!Send(block.parameter, bytes, apply, status))
-    throw IntelException("Evenvolume", "Setting of Evenvolume controls failed.");
+  SendOrThrow(block.parameter, bytes, apply, "Evenvolume",
+              "Setting of Evenvolume controls failed.");
   Diagnose(ORV_HERE("KELAPOIntelDSP_BRW::ProcessEvenvolumeControls"),
-           L"  Writing Evenvolume Controls successful, %d\n", status);
+           L"  Writing Evenvolume Controls successful, %d\n", S_OK);
 }
 
 }  // namespace orv

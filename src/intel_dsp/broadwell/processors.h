@@ -46,8 +46,10 @@ class KELAPOIntelDSP_BRW {
   // True when the driver took the request and its status is 0.
   bool Send(std::uint32_t parameter, std::span<const std::byte> bytes, std::uint8_t apply,
             HRESULT& status);
-  bool Receive(std::uint32_t parameter, std::span<std::byte> bytes, std::uint8_t apply,
-               HRESULT& status);
+  // Throws if the driver refuses, or if there is nothing to send because a design was refused.
+  void SendOrThrow(std::uint32_t parameter, std::span<const std::byte> bytes, std::uint8_t apply,
+                   const char* group, const char* failure);
+  bool Receive(std::uint32_t parameter, std::span<std::byte> bytes, std::uint8_t apply);
   void ProcessChannel(const ControlValueMap& map, std::uint8_t apply, std::uint32_t channel);
   void SendBassCoefficients(const ControlValueMap& map, std::uint8_t apply);
   void SendSpaceCoefficients(const ControlValueMap& map, std::uint8_t apply);

@@ -51,8 +51,7 @@ HRESULT KELAPOIntelDSP_BRW::GetProperty(const std::wstring& name, std::uint8_t a
     if (control != readable) continue;
     const FieldPlace place = broadwell::FindField(control);
     Bytes bytes(place.block->size);
-    HRESULT status = E_FAIL;
-    if (!Receive(place.block->parameter, bytes, apply, status)) return E_FAIL;
+    if (!Receive(place.block->parameter, bytes, apply)) return E_FAIL;
     const std::int64_t word = ReadField(bytes, place.field->offset, FieldType::I32);
     value.vt = VT_I4;
     value.lVal = static_cast<LONG>(control == kFlagName ? std::int64_t{word != 0} : word);
@@ -86,8 +85,7 @@ HRESULT KELAPOIntelDSP_BRW::SetProperty(const std::wstring& name, std::uint8_t a
 
 bool KELAPOIntelDSP_BRW::ReceiveForChange(std::uint32_t parameter, std::span<std::byte> bytes,
                                           std::uint8_t apply) {
-  HRESULT status = E_FAIL;
-  const bool received = Receive(parameter, bytes, apply, status);
+  const bool received = Receive(parameter, bytes, apply);
   if (received && driver_.short_answer()) {
     Diagnose(ORV_HERE("KELAPOIntelDSP_BRW::ReceiveForChange"),
              L"Parameter %d was read in part only and is not written back\n", parameter);

@@ -3,7 +3,6 @@
 #include <cmath>
 #include <utility>
 
-#include "intel_dsp/conversion/enumeration_tables.h"
 #include "intel_dsp/field_text.h"
 #include "intel_dsp/skylake/block_tables.h"
 #include "intel_dsp/skylake/parameter_blocks.h"
@@ -13,54 +12,7 @@ namespace {
 
 constexpr const char* kFilterName = "KEL_PARAM_VQSND3D_FILTER_CONTROLS_STU";
 constexpr const char* kReserved = "reserved";
-constexpr const char* kSuite = "VQ3D-";
 constexpr std::size_t kWordSize = 4;
-
-std::string CodeText(Conversion conversion, std::int64_t code) {
-  switch (conversion) {
-    case Conversion::SpeakerSize:
-      return FrequencyCodeText(code, kSpeakerSizes);
-    case Conversion::SpaceCutoff:
-      return FrequencyCodeText(code, kSpaceCutoffs);
-    case Conversion::DPHDMode:
-      return ChoiceText(code, DPHDModeTable(), kSuite);
-    case Conversion::DecoderMode:
-      return ChoiceText(code, MXDecoderModeTable(), kSuite);
-    default:
-      return ChoiceText(code, MainTechTable(), kSuite);
-  }
-}
-
-std::string FieldText(const BlockField& field, std::int64_t value) {
-  const int bits = static_cast<int>(8 * FieldWidth(field.type));
-  const double real = std::ldexp(static_cast<double>(value), field.integer_bits - bits);
-  switch (field.unit) {
-    case Unit::OnOff:
-      return OnOffText(value);
-    case Unit::Decibels:
-      return DecibelText(real);
-    case Unit::Percent:
-      return PercentText(real);
-    case Unit::Hertz:
-      return std::to_string(value) + " Hz";
-    case Unit::Name:
-      return CodeText(field.conversion, value);
-    case Unit::None:
-      break;
-  }
-  return std::to_string(value);
-}
-
-std::vector<DecodedField> DecodeControls(const SkylakeBlock& block,
-                                         std::span<const std::byte> bytes) {
-  std::vector<DecodedField> fields;
-  if (bytes.size() != block.size) return fields;
-  for (const BlockField& field : block.fields) {
-    const std::int64_t value = ReadField(bytes, field.offset, field.type);
-    fields.push_back({field.offset, field.control, value, FieldText(field, value)});
-  }
-  return fields;
-}
 
 // The words of a coefficient block one after the other; stops at its end.
 class WordDecoder {
@@ -213,8 +165,10 @@ std::string SkylakeBlockName(std::uint32_t parameter) {
 
 std::vector<DecodedField> DecodeSkylakeBlock(std::uint32_t parameter,
                                              std::span<const std::byte> block) {
-  if (const SkylakeBlock* controls = ControlBlock(parameter))
-    return DecodeControls(*controls, block);
+  if (const SkylakeBlock* controls = ControlBlock(parameter)) {
+    if (block.size() != controls->size) return {};
+    return intel::DecodeFields(controls->fields, block);
+  }
   switch (parameter) {
     case kSkylakeLeftFilter:
     case kSkylakeRightFilter:

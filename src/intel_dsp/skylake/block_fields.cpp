@@ -13,7 +13,6 @@ namespace {
 
 using Utils = KELAPOIntelDSP_Utils;
 
-constexpr float kTenthsOfDecibel = 10.0F;
 constexpr float kBandGainScale = 4096.0F;
 constexpr std::uint32_t kLastMainTech = 5;
 constexpr const char* kClarityControl = "VQ3D-DC Level";
@@ -69,7 +68,7 @@ void FillSpaceCutoff(const BlockField& field, const ControlValueMap& map, std::u
 void FillBandGain(const BlockField& field, const ControlValueMap& map, std::int16_t& gain) {
   const std::string name = field.control;
   if (!Utils::SetGainValue_Float(name + " Float", map, gain, kBandGainScale))
-    Utils::SetDbValue(name, map, gain, kTenthsOfDecibel, field.integer_bits);
+    Utils::SetDbValue(name, map, gain, intel::kTenthsOfDecibel, field.integer_bits);
   gain = static_cast<std::int16_t>(std::clamp<std::int64_t>(gain, field.low, field.high));
 }
 
@@ -90,76 +89,6 @@ void FillHeadphoneClarityLevel(const ControlValueMap& map, std::int16_t& level) 
     Utils::SetPercentValue("VQ3D-MXHP DialogClarity Level", map, level, 1);
 }
 
-void FillWord(const BlockField& field, const ControlValueMap& map, std::uint32_t& value) {
-  switch (field.conversion) {
-    case Conversion::Bool:
-      return Utils::SetBoolField(field.control, map, value);
-    case Conversion::ProcessGain:
-      return Utils::SetVocaliftProcessGain(field.control, map, value, kTenthsOfDecibel);
-    case Conversion::MainTech:
-      Utils::SetMainTechStr_VQ3D(field.control, map, value);
-      if (value > kLastMainTech) value = 0;
-      return;
-    case Conversion::DPHDMode:
-      return Utils::SetDPHDMode(field.control, map, value);
-    case Conversion::SpeakerSize:
-      return Utils::SetDPSizeStr(field.control, map, value);
-    case Conversion::SpaceCutoff:
-      return FillSpaceCutoff(field, map, value);
-    case Conversion::DecoderMode:
-      return Utils::SetMXHPDecoderMode(field.control, map, value);
-    case Conversion::HeadphoneClarityEnable:
-      return FillHeadphoneClarityEnable(field, map, value);
-    case Conversion::Integer: {
-      std::int32_t number = 0;
-      Utils::SetIntegerValue(field.control, map, number);
-      value = static_cast<std::uint32_t>(number);
-      return;
-    }
-    default:
-      value = static_cast<std::uint32_t>(kIntelSampleRate);
-  }
-}
-
-void FillSigned(const BlockField& field, const ControlValueMap& map, std::int32_t& value) {
-  switch (field.conversion) {
-    case Conversion::Decibels:
-      return Utils::SetDbValue(field.control, map, value, kTenthsOfDecibel, field.integer_bits);
-    case Conversion::LevelIntensity:
-      return Utils::SetEVolHDLevelIntensity(field.control, map, value, kTenthsOfDecibel,
-                                            field.integer_bits);
-    default:
-      return Utils::SetIntegerValue(field.control, map, value);
-  }
-}
-
-void FillLevel(const BlockField& field, const ControlValueMap& map, const BlockBytes& bytes,
-               std::int16_t& value) {
-  switch (field.conversion) {
-    case Conversion::Decibels:
-      return Utils::SetDbValue(field.control, map, value, kTenthsOfDecibel, field.integer_bits);
-    case Conversion::BandGain:
-      return FillBandGain(field, map, value);
-    case Conversion::BassLevel:
-      value = BassLevel(map);
-      return;
-    case Conversion::DefinitionLevel:
-      value = DefinitionLevel(map);
-      return;
-    case Conversion::ClarityLevel:
-      value = ClarityLevel(map, ORV_HERE("KELAPOIntelDSP_SKL::SetVQ3DPX3DControls"),
-                           L"MSG: VQ3D DC Max Level is not found %S\n");
-      return;
-    case Conversion::FocusLevel:
-      value = static_cast<std::int16_t>(ReadField(bytes, kClarityLevel.offset, FieldType::I16));
-      return;
-    case Conversion::HeadphoneClarityLevel:
-      return FillHeadphoneClarityLevel(map, value);
-    default:
-      return Utils::SetPercentValue(field.control, map, value, field.integer_bits);
-  }
-}
-
 // A loudspeaker size or cut-off in Hz that a filter can be made of.
 float Frequency(const char* control, const ControlValueMap& map) {
   std::int32_t hertz = 0;
@@ -174,21 +103,39 @@ using Workspace = std::array<std::byte, FilterWorkspace(1)>;
 }  // namespace
 
 void ConvertField(const BlockField& field, const ControlValueMap& map, BlockBytes& bytes) {
-  if (field.conversion == Conversion::Reserved) return;
-  const auto fill = [&](auto value, auto convert) {
-    // A converter may leave what the field holds.
-    value = static_cast<decltype(value)>(ReadField(bytes, field.offset, field.type));
-    convert(value);
+  const auto fill_word = [&](auto convert) { intel::FillAs<std::uint32_t>(field, bytes, convert); };
+  const auto fill_level = [&](auto convert) { intel::FillAs<std::int16_t>(field, bytes, convert); };
+  const auto store = [&](std::int64_t value) {
     StoreField(bytes, field.offset, field.type, value);
   };
-  switch (field.type) {
-    case FieldType::I16:
-      return fill(std::int16_t{},
-                  [&](std::int16_t& value) { FillLevel(field, map, bytes, value); });
-    case FieldType::I32:
-      return fill(std::int32_t{}, [&](std::int32_t& value) { FillSigned(field, map, value); });
+  switch (field.conversion) {
+    case Conversion::SpaceCutoff:
+      return fill_word([&](std::uint32_t& code) { FillSpaceCutoff(field, map, code); });
+    case Conversion::MainTech:
+      return fill_word([&](std::uint32_t& code) {
+        Utils::SetMainTechStr_VQ3D(field.control, map, code);
+        if (code > kLastMainTech) code = 0;
+      });
+    case Conversion::BandGain:
+      return fill_level([&](std::int16_t& gain) { FillBandGain(field, map, gain); });
+    case Conversion::BassLevel:
+      return store(BassLevel(map));
+    case Conversion::DefinitionLevel:
+      return store(DefinitionLevel(map));
+    case Conversion::ClarityLevel:
+      return store(ClarityLevel(map, ORV_HERE("KELAPOIntelDSP_SKL::SetVQ3DPX3DControls"),
+                                L"MSG: VQ3D DC Max Level is not found %S\n"));
+    case Conversion::FocusLevel:
+      return store(ReadField(bytes, kClarityLevel.offset, kClarityLevel.type));
+    case Conversion::HeadphoneClarityEnable:
+      return fill_word(
+          [&](std::uint32_t& enable) { FillHeadphoneClarityEnable(field, map, enable); });
+    case Conversion::HeadphoneClarityLevel:
+      return fill_level([&](std::int16_t& level) { FillHeadphoneClarityLevel(map, level); });
+    case Conversion::SampleRate:
+      return store(kIntelSampleRate);
     default:
-      return fill(std::uint32_t{}, [&](std::uint32_t& value) { FillWord(field, map, value); });
+      return intel::FillField(field, map, bytes);
   }
 }
 

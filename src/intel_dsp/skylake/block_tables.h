@@ -2,17 +2,14 @@
 // range checks, single-control writes, comparison and decoder walk the same rows.
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 #include <optional>
 #include <span>
 #include <string_view>
 
-#include "intel_dsp/conversion/converters.h"
-#include "values/record_layout.h"
+#include "intel_dsp/fields.h"
 
 namespace orv {
 
@@ -37,92 +34,23 @@ enum SkylakeParameter : std::uint32_t {
 };
 static_assert(kSkylakeCommonConfig == 0x10014411);
 
-// How a field is made from controls. Those after `Integer` depend on a table or on further
-// controls.
-enum class Conversion : std::uint8_t {
-  Reserved,
-  Bool,
-  Decibels,
-  ProcessGain,
-  Percent,
-  Integer,
-  LevelIntensity,
-  MainTech,
-  DPHDMode,
-  SpeakerSize,
-  SpaceCutoff,
-  DecoderMode,
-  BandGain,
-  BassLevel,
-  DefinitionLevel,
-  ClarityLevel,
-  FocusLevel,  // takes over the clarity level
-  HeadphoneClarityEnable,
-  HeadphoneClarityLevel,
-  SampleRate,
-};
-constexpr bool IsSimple(Conversion conversion) noexcept {
-  return conversion <= Conversion::Integer;
-}
+using intel::Conversion;
+using BlockField = intel::Field;
+using intel::kLargest16;
+using intel::kLargest32;
+using intel::RowOf;
 
-// How people read a field.
-enum class Unit : std::uint8_t { None, OnOff, Decibels, Percent, Hertz, Name };
-
-struct BlockField {
-  std::size_t offset;
-  FieldType type;
-  Conversion conversion;
-  Unit unit;
-  const char* control;
-  std::int64_t low = std::numeric_limits<std::int64_t>::min();
-  std::int64_t high = std::numeric_limits<std::int64_t>::max();
-  int integer_bits = 0;  // of a fixed-point field, its sign included
-  bool alone = true;     // whether clients may change it by itself
-  std::size_t count = 1;
-};
-
-constexpr std::int64_t kLargest16 = 0x7FFF;
-constexpr std::int64_t kLargest32 = 0x7FFFFFFF;
 // The smallest and largest gain of a graphic equaliser band, Q4.12: about -15 and +15 dB.
 constexpr std::int64_t kLowestBandGain = 725;
 constexpr std::int64_t kHighestBandGain = 23060;
 
-// The row of this control; naming one that a table lacks does not compile.
-template <std::size_t N>
-constexpr const BlockField& RowOf(const BlockField (&fields)[N], std::string_view control) {
-  for (const BlockField& field : fields)
-    if (field.control == control) return field;
-  throw "no such row";
-}
-
 namespace rows {
 
-constexpr BlockField Reserved(std::size_t offset) {
-  return {offset, FieldType::U16, Conversion::Reserved, Unit::None, "reserved"};
-}
-constexpr BlockField Switch(std::size_t offset, const char* control,
-                            Conversion conversion = Conversion::Bool) {
-  return {offset, FieldType::U32, conversion, Unit::OnOff, control};
-}
-constexpr BlockField Gain(std::size_t offset, const char* control, int integer_bits = 1) {
-  return {offset, FieldType::I16, Conversion::Decibels, Unit::Decibels, control,
-          0,      kLargest16,     integer_bits};
-}
-constexpr BlockField Level(std::size_t offset, const char* control,
-                           Conversion conversion = Conversion::Percent) {
-  return {offset, FieldType::I16, conversion, Unit::Percent, control, 0, kLargest16, 1};
-}
-constexpr BlockField Number(std::size_t offset, FieldType type, const char* control,
-                            std::int64_t low, std::int64_t high) {
-  return {offset, type, Conversion::Integer, Unit::None, control, low, high};
-}
-constexpr BlockField Choice(std::size_t offset, const char* control, Conversion conversion,
-                            std::int64_t low, std::int64_t high) {
-  return {offset, FieldType::U32, conversion, Unit::Name, control, low, high};
-}
+using namespace intel::rows;
+
 constexpr BlockField Band(std::size_t offset, const char* control) {
-  return {offset,  FieldType::I16,  Conversion::BandGain, Unit::Decibels,
-          control, kLowestBandGain, kHighestBandGain,     4};
+  return {offset, FieldType::I16, Conversion::BandGain, control, kLowestBandGain, kHighestBandGain,
+          4};
 }
 
 }  // namespace rows
@@ -139,7 +67,7 @@ inline constexpr const BlockField& kProcessEnable = RowOf(kVQ3DFields, "VQ3D-Pro
 inline constexpr const BlockField& kHighPassSwitch = RowOf(kVQ3DFields, "VQ3D-HPF Enable");
 
 inline constexpr BlockField kCommonConfigFields[] = {
-    {0, FieldType::U32, Conversion::SampleRate, Unit::Hertz, "sample rate"},
+    {0, FieldType::U32, Conversion::SampleRate, "sample rate"},
 };
 static_assert(TilesRecord(kCommonConfigFields, 4));
 
@@ -147,8 +75,7 @@ inline constexpr BlockField kEVolHDFields[] = {
     rows::Switch(0, "VQ3D-EVolHD Enable"),
     rows::Gain(4, "VQ3D-EVolHD LKFS"),
     rows::Reserved(6),
-    {8, FieldType::I32, Conversion::LevelIntensity, Unit::Percent, "VQ3D-EVolHD Level Intensity", 0,
-     kLargest32, 1},
+    rows::Intensity(8, "VQ3D-EVolHD Level Intensity"),
 };
 static_assert(TilesRecord(kEVolHDFields, 12));
 
@@ -157,8 +84,8 @@ inline constexpr BlockField kVocaliftFields[] = {
     rows::Gain(4, "VQ3D-Vocalift Clarity Gain"),
     rows::Reserved(6),
     // 0.5 to 3.0
-    {8, FieldType::U32, Conversion::ProcessGain, Unit::Decibels, "VQ3D-Vocalift Process Gain",
-     0x10000000, 0x60000000, 3},
+    {8, FieldType::U32, Conversion::ProcessGain, "VQ3D-Vocalift Process Gain", 0x10000000,
+     0x60000000, 3},
 };
 static_assert(TilesRecord(kVocaliftFields, 12));
 
@@ -244,8 +171,8 @@ inline constexpr BlockField kHardLimiterFields[] = {
     rows::Switch(0, "VQ3D-Hard Limiter Enable"),
     rows::Gain(4, "VQ3D-Hard Limiter Output Gain", 3),
     rows::Reserved(6),
-    {8, FieldType::U32, Conversion::Integer, Unit::None, "VQ3D-Hard Limiter Delay Length", 60, 240,
-     0, /*alone=*/false},
+    {8, FieldType::U32, Conversion::Integer, "VQ3D-Hard Limiter Delay Length", 60, 240, 0,
+     /*alone=*/false},
     rows::Switch(12, "VQ3D-Hard Limiter Anticlip Enable"),
     rows::Level(16, "VQ3D-Hard Limiter Anticlip Level"),
     rows::Reserved(18),
@@ -263,8 +190,7 @@ inline constexpr BlockField kAdvancedGainFields[] = {
     rows::Gain(14, "VQ3D-Tone Input Gain"),
     rows::Gain(16, "VQ3D-AEQ Input Gain"),
     rows::Gain(18, "VQ3D-DPHD Reference Offset", 4),
-    {20, FieldType::I32, Conversion::Decibels, Unit::Decibels, "VQ3D-Hard Limiter Boost Offset", 0,
-     kLargest32, 6},
+    rows::Gain(20, "VQ3D-Hard Limiter Boost Offset", 6, FieldType::I32),
 };
 static_assert(TilesRecord(kAdvancedGainFields, 24));
 inline constexpr const BlockField& kToneInputGain =
@@ -358,36 +284,5 @@ constexpr bool BlocksStandAtTheirIndex() {
   return true;
 }
 static_assert(BlocksStandAtTheirIndex());
-
-// What each conversion writes; a row of another type would take the last case of its switch.
-constexpr bool ConvertsInto(Conversion conversion, FieldType type) {
-  switch (conversion) {
-    case Conversion::Reserved:
-      return true;
-    case Conversion::Decibels:
-      return type == FieldType::I16 || type == FieldType::I32;
-    case Conversion::Integer:
-      return type == FieldType::U32 || type == FieldType::I32;
-    case Conversion::LevelIntensity:
-      return type == FieldType::I32;
-    case Conversion::Percent:
-    case Conversion::BandGain:
-    case Conversion::BassLevel:
-    case Conversion::DefinitionLevel:
-    case Conversion::ClarityLevel:
-    case Conversion::FocusLevel:
-    case Conversion::HeadphoneClarityLevel:
-      return type == FieldType::I16;
-    default:
-      return type == FieldType::U32;
-  }
-}
-constexpr bool RowsFitTheirConversions(const SkylakeBlock& block) {
-  for (const BlockField& field : block.fields)
-    if (!ConvertsInto(field.conversion, field.type)) return false;
-  return true;
-}
-static_assert(std::all_of(kSkylakeBlocks.begin(), kSkylakeBlocks.end(), RowsFitTheirConversions));
-static_assert(RowsFitTheirConversions(kCommonConfigBlock));
 
 }  // namespace orv

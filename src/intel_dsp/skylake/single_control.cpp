@@ -42,7 +42,7 @@ constexpr bool FurtherControlsFitTheirFields() {
     bool fits = false;
     for (const BlockField& field : BlockOf(further.parameter).fields)
       fits |= field.offset == further.offset &&
-              (IsSimple(further.conversion) || field.conversion == further.conversion);
+              (intel::IsSimple(further.conversion) || field.conversion == further.conversion);
     if (!fits) return false;
   }
   return true;
@@ -63,7 +63,7 @@ std::optional<Target> FindTarget(const std::string& control) {
         std::find_if(block.fields.begin(), block.fields.end(),
                      [&](const BlockField& field) { return field.offset == further.offset; });
     Target target{&block, *found, false};
-    if (IsSimple(further.conversion)) {
+    if (intel::IsSimple(further.conversion)) {
       target.field.control = further.control;
       target.field.conversion = further.conversion;
     }
@@ -99,7 +99,7 @@ ControlValueMap MapOfList(const SkylakeBlock& block, const ORVQVTValueList& list
     if (const ORVQVTValue* held = list.Find(name)) map.emplace(name, *held);
   };
   for (const BlockField& field : block.fields) {
-    if (IsSimple(field.conversion)) continue;
+    if (intel::IsSimple(field.conversion)) continue;
     take(field.control);
     take(std::string(field.control) + " Float");
   }
@@ -171,7 +171,7 @@ HRESULT ChangeBlock(SkylakeDriver& driver, const Target& target, const std::stri
     Diagnose(ORV_HERE(kFunction), block.read_failure, control);
     return read_status;
   }
-  if (IsSimple(target.field.conversion)) {
+  if (intel::IsSimple(target.field.conversion)) {
     FillTarget(target, MapOfSimple(target.field, std::get<ControlNumber>(value)), bytes);
     return WriteBlock(driver, block, bytes, std::nullopt, apply, control.c_str());
   }
@@ -201,7 +201,7 @@ HRESULT KELAPOIntelDSP_SKL::SetControl(const std::wstring& name, const VARIANT& 
     const std::string control = Narrow(name);
     const std::optional<Target> target = FindTarget(control);
     if (!target) return E_INVALIDARG;
-    const auto given = ReadVariant(value, target->own && target->field.unit == Unit::Name);
+    const auto given = ReadVariant(value, target->own && intel::IsChoice(target->field.conversion));
     if (!given) return E_INVALIDARG;
 
     if (const auto* text = std::get_if<std::string>(&*given)) {
