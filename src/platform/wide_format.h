@@ -1,9 +1,9 @@
-// Formatting as the platform's wide printf does it, the same on every build.
+// Formatting for diagnostic lines, the same on every build.
 //
-// Conversions: %s %ls wide text, %S %hs narrow text, %d %i %u %x %X %c %f %g with flags, width and
-// precision, %p (16 upper-case hexadecimal digits), %%. Size prefixes h, l, ll, I64 are read and
-// need not match: each argument knows its own type. A conversion without a fitting argument is
-// written as it stands.
+// Conversions: %d decimal, %x hexadecimal, %f six digits after the point, %s wide text, %S and %hs
+// narrow text in the current locale, %p 16 upper-case hexadecimal digits, %%. Size prefixes (h, l)
+// are skipped: each argument knows its own type. There are no flags, widths and precisions. A
+// conversion that is unknown or has no fitting argument is written as it is.
 #pragma once
 
 #include <cstddef>

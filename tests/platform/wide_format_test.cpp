@@ -30,22 +30,32 @@ void Expect(std::initializer_list<std::tuple<const wchar_t*, Arguments, const wc
 constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
 
 TEST(WideFormat, ConvertsEveryKindOfArgument) {
-  Expect({{L"%d|%d|%lld", {-5, 0xFFFFFFFFU, kLeast}, L"-5|-1|-9223372036854775808"},
-          {L"0x%x|%x", {0xBEEF, static_cast<int>(0x80070490)}, L"0xbeef|80070490"},
-          {L"%s|%S|%hs|%s|%S", {L"a", "b", "c", "narrow", L"wide"}, L"a|b|c|narrow|wide"},
-          {L"%s|%S",
-           {static_cast<const wchar_t*>(nullptr), static_cast<const char*>(nullptr)},
-           L"(null)|(null)"},
-          {L"%S|%s", {"\xE4", std::wstring(L"kept")}, L"\x00E4|kept"},
-          {L"%f|%f", {0.5, -1.25F}, L"0.500000|-1.250000"},
-          {L"%p", {reinterpret_cast<const void*>(std::uintptr_t{0xAB12})}, L"000000000000AB12"}});
+  Expect(
+      {{L"%d|%d|%lld|%hd", {-5, 0xFFFFFFFFU, kLeast, 70000}, L"-5|-1|-9223372036854775808|70000"},
+       {L"%x|0x%x|%llx",
+        {-1, static_cast<int>(0x80070490), kLeast},
+        L"ffffffff|0x80070490|8000000000000000"},
+       {L"%s|%ls|%S|%hs|%hs|%s",
+        {L"a", std::wstring(L"b"), "c", "d", L"wide", "narrow"},
+        L"a|b|c|d|wide|narrow"},
+       {L"%s|%S",
+        {static_cast<const wchar_t*>(nullptr), static_cast<const char*>(nullptr)},
+        L"(null)|(null)"},
+       {L"%hs", {"\xE4"}, L"\x00E4"},
+       {L"%f|%f|%f",
+        {0.5, -2.6754321, std::numeric_limits<double>::infinity()},
+        L"0.500000|-2.675432|inf"},
+       {L"%p|100%%",
+        {reinterpret_cast<const void*>(std::uintptr_t{0xAB12})},
+        L"000000000000AB12|100%"}});
+  EXPECT_EQ(Format(L"%f", {std::numeric_limits<double>::lowest()}).size(), 1U + 309 + 1 + 6);
 }
 
-TEST(WideFormat, WhatFindsNoFittingArgumentStandsAsItIs) {
+TEST(WideFormat, LeavesConversionsWithoutAFittingArgument) {
   Expect({{L"%d and %d", {1}, L"1 and %d"},
-          {L"%d|%s|%f|%p", {L"text", 5, 5, 5}, L"%d|%s|%f|%p"},
-          {L"100%% of %y", {}, L"100% of %y"},
-          {L"end%l", {1}, L"end%l"}});
+          {L"%d|%s|%f|%p", {L"text"}, L"%d|text|%f|%p"},
+          {L"%y %5d %x", {3}, L"%y %5d 3"},
+          {L"end%ll", {1}, L"end%ll"}});
 }
 
 TEST(WideFormat, CutsWhatDoesNotFit) {
