@@ -119,10 +119,10 @@ TEST(OrvctlAnalyse, RefusedStreamsAndWrongFrequenciesHaveTheirExitStatus) {
   EXPECT_EQ(refused.status, 1);
   EXPECT_TRUE(refused.Says("listening to Generic HD Audio Internal Speakers")) << refused.errors;
   EXPECT_TRUE(refused.Says("0x88890004"));
-  for (const char* frequencies : {"100,low", "100,24000", "4294967295", "0"}) {
+  for (const std::string frequencies : {"100,low", "100,24000", "4294967295", "0"}) {
     const Result outside = program.Run({"analyse", "0", "--frequencies", frequencies});
     EXPECT_EQ(outside.status, 2) << frequencies;
-    EXPECT_TRUE(frequencies[4] == 'l' || outside.Says("below 24 kHz")) << outside.errors;
+    EXPECT_TRUE(frequencies == "100,low" || outside.Says("below 24 kHz")) << outside.errors;
   }
 }
 
