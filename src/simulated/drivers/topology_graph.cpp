@@ -10,16 +10,13 @@ namespace {
 constexpr UINT kConnectorId = 0x20000;
 constexpr UINT kSubunitId = 0x10000;
 
-GraphPart MakeConnector(const wchar_t* name, UINT id, ConnectorType type, DataFlow flow) {
-  GraphPart part{name, id, Connector};
+GraphPart MakeConnector(UINT id, ConnectorType type) {
+  GraphPart part{id, Connector};
   part.connector = type;
-  part.flow = flow;
   return part;
 }
 
-GraphPart MakeSubunit(const wchar_t* name, UINT number) {
-  return {name, kSubunitId + number, Subunit};
-}
+GraphPart MakeSubunit(UINT number) { return {kSubunitId + number, Subunit}; }
 
 void Join(GraphDevice& device, std::size_t upstream, std::size_t downstream) {
   device.parts[upstream].outgoing.push_back(downstream);
@@ -46,13 +43,13 @@ GraphDevice MakeCodec(const std::wstring& id) {
     kBridge
   };
   GraphDevice codec{id, {}};
-  codec.parts = {MakeConnector(L"Jack", kConnectorId + 2, Physical_External, Out),
-                 MakeConnector(L"Line Out", kConnectorId + 3, Physical_External, Out),
-                 MakeSubunit(L"Volume", 4),
-                 MakeSubunit(L"Output Selector", 2),
-                 MakeSubunit(L"Mute", 3),
-                 MakeSubunit(L"Input Selector", 1),
-                 MakeConnector(L"Bridge", kConnectorId, Physical_Internal, In)};
+  codec.parts = {MakeConnector(kConnectorId + 2, Physical_External),
+                 MakeConnector(kConnectorId + 3, Physical_External),
+                 MakeSubunit(4),
+                 MakeSubunit(2),
+                 MakeSubunit(3),
+                 MakeSubunit(1),
+                 MakeConnector(kConnectorId, Physical_Internal)};
   Join(codec, kBridge, kInputSelector);
   Join(codec, kInputSelector, kMute);
   Join(codec, kMute, kOutputSelector);
@@ -71,9 +68,8 @@ GraphDevice MakeWaveFilter(const std::wstring& id, UINT node) {
   // Out of the way of the host connector, whose number is the node's.
   constexpr UINT kBridgeId = 0x30000;
   GraphDevice filter{id, {}};
-  filter.parts = {MakeConnector(L"Bridge", kBridgeId, Physical_Internal, Out),
-                  MakeSubunit(L"Audio Engine", 1),
-                  MakeConnector(L"Host", kConnectorId + node, Software_IO, In)};
+  filter.parts = {MakeConnector(kBridgeId, Physical_Internal), MakeSubunit(1),
+                  MakeConnector(kConnectorId + node, Software_IO)};
   Join(filter, kHost, kEngine);
   Join(filter, kEngine, kBridge);
   filter.parts[kBridge].connected_to = {TopologyGraph::kCodec, 6};
@@ -85,7 +81,7 @@ GraphDevice MakeWaveFilter(const std::wstring& id, UINT node) {
 TopologyGraph MakeTopologyGraph(const SkylakeEndpoint& endpoint) {
   const std::wstring adapter = L"{2}.\\\\?\\sst#" + endpoint.id;
   GraphDevice device{endpoint.id, {}};
-  device.parts = {MakeConnector(L"Endpoint", kConnectorId, Physical_External, In)};
+  device.parts = {MakeConnector(kConnectorId, Physical_External)};
   device.parts[0].connected_to = {TopologyGraph::kCodec, 0};
   if (endpoint.circles) {
     device.parts[0].connector = Software_IO;

@@ -15,7 +15,6 @@ namespace orv {
 enum class SelectorKind { None, Input, Output };
 
 struct GraphPart {
-  const wchar_t* name;
   UINT id;  // local identifier, unique within its device
   PartType type;
   // Positions of neighbours within the device.
@@ -23,7 +22,6 @@ struct GraphPart {
   std::vector<std::size_t> outgoing = {};
   // Of connectors.
   ConnectorType connector = Unknown_Connector;
-  DataFlow flow = Out;
   struct Place {
     std::size_t device;
     std::size_t part;

@@ -72,11 +72,7 @@ class Selector final : public CountedObject<Interface> {
  public:
   explicit Selector(PartPlace place) : place_(std::move(place)) {}
 
-  HRESULT STDMETHODCALLTYPE GetSelection(UINT* id) override {
-    if (id == nullptr) return E_POINTER;
-    return Operation(place_.context, "topology.get_selection",
-                     [&] { return Selected(*id) ? S_OK : kKsNotReady; });
-  }
+  HRESULT STDMETHODCALLTYPE GetSelection(UINT*) override { return E_NOTIMPL; }
   // Only a neighbour can be selected.
   HRESULT STDMETHODCALLTYPE SetSelection(UINT id, const GUID*) override {
     return Operation(place_.context, "topology.set_selection", [&] {
@@ -103,55 +99,39 @@ class Selector final : public CountedObject<Interface> {
   const PartPlace place_;
 };
 
-// A subunit, and with IConnector a connector.
+// A subunit, and with IConnector a connector. Here and below, what the component and its tests
+// never ask is not implemented.
 template <class... Interfaces>
 class Part : public CountedObject<IPart, Interfaces...> {
  public:
   explicit Part(PartPlace place) : place_(std::move(place)) {}
 
-  HRESULT STDMETHODCALLTYPE GetName(LPWSTR* name) override {
-    return Give("topology.part_name", name, [&] { return CopyTaskText(place_->name, name); });
-  }
+  HRESULT STDMETHODCALLTYPE GetName(LPWSTR*) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE GetLocalId(UINT* id) override {
     return Give("topology.local_id", id, [&] {
       *id = place_->id;
       return S_OK;
     });
   }
-  HRESULT STDMETHODCALLTYPE GetGlobalId(LPWSTR* id) override {
-    return Give("topology.global_id", id, [&] {
-      return CopyTaskText(place_.owner().id + L"/" + std::to_wstring(place_->id), id);
-    });
-  }
-  HRESULT STDMETHODCALLTYPE GetPartType(PartType* type) override {
-    return Give("topology.part_type", type, [&] {
-      *type = place_->type;
-      return S_OK;
-    });
-  }
-  HRESULT STDMETHODCALLTYPE GetSubType(GUID* type) override {
-    return Give("topology.sub_type", type, [&] {
-      *type = GUID{};  // no category of its own
-      return S_OK;
-    });
-  }
-  HRESULT STDMETHODCALLTYPE GetControlInterfaceCount(UINT* count) override {
-    return Give("topology.control_count", count, [&] {
-      *count = 0;
-      return S_OK;
-    });
-  }
-  HRESULT STDMETHODCALLTYPE GetControlInterface(UINT, IControlInterface** control) override {
-    if (control == nullptr) return E_POINTER;
-    *control = nullptr;
-    return E_INVALIDARG;
+  HRESULT STDMETHODCALLTYPE GetGlobalId(LPWSTR*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetPartType(PartType*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetSubType(GUID*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetControlInterfaceCount(UINT*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetControlInterface(UINT, IControlInterface**) override {
+    return E_NOTIMPL;
   }
   HRESULT STDMETHODCALLTYPE EnumPartsIncoming(IPartsList** parts) override {
-    return EnumParts(place_->incoming, parts);
+    return Give("topology.enum_parts", parts, [&] {
+      if (place_->incoming.empty()) return orv_apo::kNotFound;
+      std::vector<PartPlace> places;
+      places.reserve(place_->incoming.size());
+      for (const std::size_t part : place_->incoming)
+        places.push_back({place_.context, place_.device, part});
+      *parts = new PartsList(std::move(places));
+      return S_OK;
+    });
   }
-  HRESULT STDMETHODCALLTYPE EnumPartsOutgoing(IPartsList** parts) override {
-    return EnumParts(place_->outgoing, parts);
-  }
+  HRESULT STDMETHODCALLTYPE EnumPartsOutgoing(IPartsList**) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE GetTopologyObject(IDeviceTopology** topology) override {
     return Give("topology.topology_object", topology, [&] {
       *topology = MakeTopology(place_.context, place_.device);
@@ -184,19 +164,6 @@ class Part : public CountedObject<IPart, Interfaces...> {
   }
 
   const PartPlace place_;
-
- private:
-  HRESULT EnumParts(const std::vector<std::size_t>& neighbours, IPartsList** parts) const {
-    return Give("topology.enum_parts", parts, [&] {
-      if (neighbours.empty()) return orv_apo::kNotFound;
-      std::vector<PartPlace> places;
-      places.reserve(neighbours.size());
-      for (const std::size_t part : neighbours)
-        places.push_back({place_.context, place_.device, part});
-      *parts = new PartsList(std::move(places));
-      return S_OK;
-    });
-  }
 };
 
 class ConnectorPart final : public Part<IConnector> {
@@ -209,12 +176,7 @@ class ConnectorPart final : public Part<IConnector> {
       return S_OK;
     });
   }
-  HRESULT STDMETHODCALLTYPE GetDataFlow(DataFlow* flow) override {
-    return Give("topology.data_flow", flow, [&] {
-      *flow = place_->flow;
-      return S_OK;
-    });
-  }
+  HRESULT STDMETHODCALLTYPE GetDataFlow(DataFlow*) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE ConnectTo(IConnector*) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE Disconnect() override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE IsConnected(BOOL* connected) override {
@@ -226,27 +188,13 @@ class ConnectorPart final : public Part<IConnector> {
   HRESULT STDMETHODCALLTYPE GetConnectedTo(IConnector** other) override {
     return Give("topology.connected_to", other, [&] {
       if (!place_->connected_to) return orv_apo::kNotFound;
-      *other = new ConnectorPart(Other());
+      *other = new ConnectorPart(
+          {place_.context, place_->connected_to->device, place_->connected_to->part});
       return S_OK;
     });
   }
-  HRESULT STDMETHODCALLTYPE GetConnectorIdConnectedTo(LPWSTR* id) override {
-    return Give("topology.connected_to", id, [&] {
-      if (!place_->connected_to) return orv_apo::kNotFound;
-      const PartPlace other = Other();
-      return CopyTaskText(other.owner().id + L"/" + std::to_wstring(other->id), id);
-    });
-  }
-  HRESULT STDMETHODCALLTYPE GetDeviceIdConnectedTo(LPWSTR* id) override {
-    return Give("topology.connected_to", id, [&] {
-      return place_->connected_to ? CopyTaskText(Other().owner().id, id) : orv_apo::kNotFound;
-    });
-  }
-
- private:
-  PartPlace Other() const {
-    return {place_.context, place_->connected_to->device, place_->connected_to->part};
-  }
+  HRESULT STDMETHODCALLTYPE GetConnectorIdConnectedTo(LPWSTR*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetDeviceIdConnectedTo(LPWSTR*) override { return E_NOTIMPL; }
 };
 
 IPart* MakePart(PartPlace place) {
@@ -259,9 +207,7 @@ class Topology final : public CountedObject<IDeviceTopology> {
   Topology(ContextPointer context, std::size_t device)
       : context_(std::move(context)), device_(device) {}
 
-  HRESULT STDMETHODCALLTYPE GetConnectorCount(UINT* count) override {
-    return Count("topology.connector_count", count, Connector);
-  }
+  HRESULT STDMETHODCALLTYPE GetConnectorCount(UINT*) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE GetConnector(UINT index, IConnector** connector) override {
     if (connector == nullptr) return E_POINTER;
     *connector = nullptr;
@@ -275,46 +221,21 @@ class Topology final : public CountedObject<IDeviceTopology> {
       return E_INVALIDARG;
     });
   }
-  HRESULT STDMETHODCALLTYPE GetSubunitCount(UINT* count) override {
-    return Count("topology.subunit_count", count, Subunit);
-  }
-  HRESULT STDMETHODCALLTYPE GetSubunit(UINT, ISubunit** subunit) override {
-    if (subunit == nullptr) return E_POINTER;
-    *subunit = nullptr;
-    return E_NOTIMPL;
-  }
-  HRESULT STDMETHODCALLTYPE GetPartById(UINT id, IPart** part) override {
-    if (part == nullptr) return E_POINTER;
-    *part = nullptr;
-    return Operation(context_, "topology.part", [&] {
-      for (std::size_t i = 0; i < parts().size() && *part == nullptr; ++i)
-        if (parts()[i].id == id) *part = MakePart({context_, device_, i});
-      return *part == nullptr ? orv_apo::kNotFound : S_OK;
-    });
-  }
+  HRESULT STDMETHODCALLTYPE GetSubunitCount(UINT*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetSubunit(UINT, ISubunit**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetPartById(UINT, IPart**) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE GetDeviceId(LPWSTR* id) override {
     if (id == nullptr) return E_POINTER;
     *id = nullptr;
     return Operation(context_, "topology.device_id",
                      [&] { return CopyTaskText(context_->graph.devices[device_].id, id); });
   }
-  HRESULT STDMETHODCALLTYPE GetSignalPath(IPart*, IPart*, BOOL, IPartsList** parts) override {
-    if (parts == nullptr) return E_POINTER;
-    *parts = nullptr;
+  HRESULT STDMETHODCALLTYPE GetSignalPath(IPart*, IPart*, BOOL, IPartsList**) override {
     return E_NOTIMPL;
   }
 
  private:
   const std::vector<GraphPart>& parts() const { return context_->graph.devices[device_].parts; }
-  HRESULT Count(FaultOperation name, UINT* count, PartType type) {
-    if (count == nullptr) return E_POINTER;
-    return Operation(context_, name, [&] {
-      *count = static_cast<UINT>(
-          std::count_if(parts().begin(), parts().end(),
-                        [&](const GraphPart& part) { return part.type == type; }));
-      return S_OK;
-    });
-  }
 
   const ContextPointer context_;
   const std::size_t device_;

@@ -45,8 +45,6 @@ HRESULT CaptureBuffer::Reset() {
   return S_OK;
 }
 
-UINT32 CaptureBuffer::Padding() { return NextPacket(); }
-
 UINT32 CaptureBuffer::NextPacket() {
   const std::lock_guard guard(lock_);
   return NextPacketLocked();

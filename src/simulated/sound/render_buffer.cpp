@@ -18,7 +18,7 @@ HRESULT RenderBuffer::Start() {
 HRESULT RenderBuffer::Stop() {
   const std::lock_guard guard(lock_);
   if (!running_) return S_FALSE;
-  waiting_ = PaddingLocked();
+  waiting_ = Padding();
   running_ = false;
   setting_.machine->Note([](SoundActivity& activity) { --activity.rendering; });
   return S_OK;
@@ -32,11 +32,6 @@ HRESULT RenderBuffer::Reset() {
 }
 
 UINT32 RenderBuffer::Padding() {
-  const std::lock_guard guard(lock_);
-  return PaddingLocked();
-}
-
-UINT32 RenderBuffer::PaddingLocked() {
   if (running_) {
     const SoundClock::Time now = setting_.machine->clock().Now();
     waiting_ -= std::min(waiting_, FramesIn(now - since_, setting_.sound->shape.rate));
@@ -48,7 +43,7 @@ UINT32 RenderBuffer::PaddingLocked() {
 HRESULT RenderBuffer::Take(UINT32 frames, BYTE** data) {
   const std::lock_guard guard(lock_);
   if (held_ != 0) return AUDCLNT_E_OUT_OF_ORDER;
-  if (frames > setting_.capacity - PaddingLocked()) return AUDCLNT_E_BUFFER_TOO_LARGE;
+  if (frames > setting_.capacity - Padding()) return AUDCLNT_E_BUFFER_TOO_LARGE;
   bytes_.assign(frames * setting_.frame_bytes(), 0xCD);
   held_ = frames;
   *data = frames != 0 ? bytes_.data() : nullptr;
@@ -64,7 +59,7 @@ HRESULT RenderBuffer::GiveBack(UINT32 frames, DWORD flags) {
   if (held_ == 0) return AUDCLNT_E_OUT_OF_ORDER;
   if (frames > held_) return AUDCLNT_E_INVALID_SIZE;
   held_ = 0;
-  waiting_ = PaddingLocked() + std::uint64_t{frames};
+  waiting_ = Padding() + std::uint64_t{frames};
   const auto end = bytes_.begin() + static_cast<std::ptrdiff_t>(frames * setting_.frame_bytes());
   const bool audible =
       (flags & AUDCLNT_BUFFERFLAGS_SILENT) == 0 &&

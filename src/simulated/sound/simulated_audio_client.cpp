@@ -150,24 +150,12 @@ class AudioClient final : public CountedObject<IAudioClient> {
   HRESULT STDMETHODCALLTYPE GetBufferSize(UINT32* frames) override {
     return Ask("audio.get_buffer_size", frames, [&] { return capacity_; });
   }
-  HRESULT STDMETHODCALLTYPE GetStreamLatency(REFERENCE_TIME* latency) override {
-    return Ask("audio.get_stream_latency", latency, [] { return kDefaultPeriod; });
-  }
-  HRESULT STDMETHODCALLTYPE GetCurrentPadding(UINT32* frames) override {
-    return Ask("audio.get_current_padding", frames, [&] { return buffer_->Padding(); });
-  }
-
-  HRESULT STDMETHODCALLTYPE IsFormatSupported(AUDCLNT_SHAREMODE mode, const WAVEFORMATEX* format,
-                                              WAVEFORMATEX** closest) override {
-    if (format == nullptr || closest == nullptr) return E_POINTER;
-    *closest = nullptr;
-    return Guard([&]() -> HRESULT {
-      if (const auto fault = faults_->Check("audio.is_format_supported")) return *fault;
-      if (mode != AUDCLNT_SHAREMODE_SHARED) return AUDCLNT_E_UNSUPPORTED_FORMAT;
-      if (AcceptedSamples(*format)) return S_OK;
-      const HRESULT status = CopyMixFormat(closest);
-      return FAILED(status) ? status : S_FALSE;
-    });
+  // What the component never asks is not implemented.
+  HRESULT STDMETHODCALLTYPE GetStreamLatency(REFERENCE_TIME*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetCurrentPadding(UINT32*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE IsFormatSupported(AUDCLNT_SHAREMODE, const WAVEFORMATEX*,
+                                              WAVEFORMATEX**) override {
+    return E_NOTIMPL;
   }
 
   HRESULT STDMETHODCALLTYPE GetMixFormat(WAVEFORMATEX** format) override {

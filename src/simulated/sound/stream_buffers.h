@@ -29,7 +29,6 @@ class StreamBuffer {
   virtual HRESULT Start() = 0;
   virtual HRESULT Stop() = 0;  // S_FALSE when it stands already
   virtual HRESULT Reset() = 0;
-  virtual UINT32 Padding() = 0;  // frames that wait in the buffer
 };
 
 // Packets of what the endpoint plays. What nobody takes in time gets lost, the oldest first.
@@ -41,7 +40,6 @@ class CaptureBuffer final : public StreamBuffer {
   HRESULT Start() override;
   HRESULT Stop() override;
   HRESULT Reset() override;
-  UINT32 Padding() override;
 
   UINT32 NextPacket();
   HRESULT Take(BYTE** data, UINT32* frames, DWORD* flags, UINT64* position);
@@ -75,13 +73,12 @@ class RenderBuffer final : public StreamBuffer {
   HRESULT Start() override;
   HRESULT Stop() override;
   HRESULT Reset() override;
-  UINT32 Padding() override;
 
   HRESULT Take(UINT32 frames, BYTE** data);
   HRESULT GiveBack(UINT32 frames, DWORD flags);
 
  private:
-  UINT32 PaddingLocked();
+  UINT32 Padding();  // frames written and not played now
 
   const StreamSetting setting_;
   std::mutex lock_;  // guards what follows
