@@ -1,4 +1,4 @@
-// The registration scripts, embedded when the component is built (registration/NUMBER.rgs).
+// The registration scripts, made from registration/ and embedded when the component is built.
 #pragma once
 
 #include <optional>

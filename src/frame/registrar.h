@@ -10,10 +10,18 @@
 
 namespace orv {
 
+// Where the classes root is: itself, or the user's own classes.
+struct ClassesPlace {
+  RegRoot root;
+  std::wstring path;  // without a trailing backslash; may be empty
+};
+ClassesPlace PlaceOfClasses(bool per_user);
+
 class Registrar {
  public:
   // With `per_user` whatever a script puts under the classes root goes to the user's own classes.
-  Registrar(Registry& registry, bool per_user) : registry_(registry), per_user_(per_user) {}
+  Registrar(Registry& registry, bool per_user)
+      : registry_(registry), classes_(PlaceOfClasses(per_user)) {}
 
   void AddReplacement(std::wstring name, std::wstring value);
 
@@ -27,25 +35,15 @@ class Registrar {
 
  private:
   HRESULT Run(std::string_view script,
-              RegStatus (Registrar::*step)(RegRoot, const std::wstring&, const ScriptKey&));
-  RegStatus RegisterContent(RegRoot root, const std::wstring& path, const ScriptKey& content);
-  RegStatus UnregisterContent(RegRoot root, const std::wstring& path, const ScriptKey& content);
-  RegStatus RegisterKey(RegRoot root, const std::wstring& path, const ScriptKey& key);
-  RegStatus UnregisterKey(RegRoot root, const std::wstring& path, const ScriptKey& key);
-  RegStatus DeleteTree(RegRoot root, const std::wstring& path);
-  bool HasSubKeys(RegRoot root, const std::wstring& path);
+              RegStatus (Registrar::*step)(const std::wstring& path, const ScriptKey& key));
+  RegStatus RegisterKey(const std::wstring& path, const ScriptKey& key);
+  RegStatus UnregisterKey(const std::wstring& path, const ScriptKey& key);
+  RegStatus DeleteTree(const std::wstring& path);
 
   Registry& registry_;
-  bool per_user_;
+  ClassesPlace classes_;
   ScriptReplacements replacements_;
 };
-
-// Where the classes root lies: itself, or the user's own classes.
-struct ClassesPlace {
-  RegRoot root;
-  std::wstring path;  // without a trailing backslash; may be empty
-};
-ClassesPlace PlaceOfClasses(bool per_user);
 
 // `path` and `name` with one backslash between them; `name` alone when there is no path.
 std::wstring JoinKeyPath(const std::wstring& path, std::wstring_view name);

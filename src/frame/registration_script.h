@@ -1,4 +1,4 @@
-// The registration script language, text to tree.
+// The registration scripts' language, text to tree:
 //
 //   HKCR {
 //     NoRemove CLSID {
@@ -8,52 +8,41 @@
 //     }
 //   }
 //
-// Words are parted by blanks; 'quoted text' may hold blanks, '' stands for one quote. Keywords and
-// roots (HKCR, HKCU, HKLM and their long names) are found without regard to letter case, quoted
-// words are never keywords. Value kinds: s text, d number (decimal, or hexadecimal after &H), b
-// bytes as hexadecimal digits, m texts parted by \0. %NAME% is replaced, %% is one percent sign.
+// Words are separated by blanks and line ends; 'quoted text' is one word, and never a keyword.
+// Keywords are found without regard to letter case. %NAME% is replaced. Values are texts. A key
+// without a rule is part of a ForceRemove key.
 #pragma once
 
-#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "platform/registry.h"
-
 namespace orv {
 
 struct ScriptValue {
   std::wstring name;  // empty: the key's default value
-  std::uint32_t type = kRegSz;
-  std::vector<std::uint8_t> bytes;
+  std::wstring text;
 };
 
 enum class KeyRule {
-  Plain,        // unregistering removes the key unless something else lies below it
-  ForceRemove,  // registering starts it afresh, unregistering removes all of it
-  NoRemove,     // stays
-  Delete,       // registering deletes it
+  NoRemove,     // registering makes it, unregistering leaves it
+  ForceRemove,  // registering makes it afresh, unregistering removes it with all that is below
+  Plain,        // comes and goes with the key above
 };
 
 struct ScriptKey {
-  KeyRule rule = KeyRule::Plain;
+  KeyRule rule = KeyRule::NoRemove;
   std::wstring name;
   std::vector<ScriptValue> values;
   std::vector<ScriptKey> keys;
 };
 
-struct ScriptRoot {
-  RegRoot root = RegRoot::ClassesRoot;
-  ScriptKey content;  // without a name
-};
-
 using ScriptReplacements = std::map<std::wstring, std::wstring, std::less<>>;
 
-// Nothing when the text breaks the language's rules.
-std::optional<std::vector<ScriptRoot>> ParseRegistrationScript(
+// The keys below the classes root. Returns nullopt if the text breaks the language's rules.
+std::optional<std::vector<ScriptKey>> ParseRegistrationScript(
     std::wstring_view text, const ScriptReplacements& replacements);
 
 }  // namespace orv
