@@ -87,10 +87,9 @@ std::vector<std::string> ActiveRenderDevices(Machine& machine) {
   Require(devices->GetCount(&count), asked, remedy);
   for (UINT i = 0; i < count; ++i) {
     ComPtr<IMMDevice> device;
-    LPWSTR id = nullptr;
-    if (FAILED(devices->Item(i, device.Put())) || FAILED(device->GetId(&id))) continue;
-    identifiers.push_back(Utf8FromWide(id));
-    CoTaskMemFree(id);
+    if (FAILED(devices->Item(i, device.Put()))) continue;
+    const std::wstring id = DeviceIdentifier(*device);
+    if (!id.empty()) identifiers.push_back(Utf8FromWide(id));
   }
   return identifiers;
 }

@@ -30,11 +30,11 @@ HRESULT ActivateAudioClient(IMMDevice& device, ComPtr<IAudioClient>& client, Mix
   ComPtr<IAudioClient> activated;
   HRESULT status = device.Activate(IID_IAudioClient, CLSCTX_ALL, nullptr, activated.PutVoid());
   if (FAILED(status)) return status;
-  WAVEFORMATEX* mix_format = nullptr;
-  status = activated->GetMixFormat(&mix_format);
+  MixFormat mix_format;
+  status = activated->GetMixFormat(OutPtr(mix_format));
   if (FAILED(status)) return status;
   client = std::move(activated);
-  format.reset(mix_format);
+  format = std::move(mix_format);
   return S_OK;
 }
 

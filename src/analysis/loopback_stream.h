@@ -1,20 +1,17 @@
 // The capture stream of what an endpoint plays.
 #pragma once
 
-#include <memory>
 #include <string>
 
 #include "platform/audio_client.h"
+#include "platform/com_memory.h"
 #include "platform/com_ptr.h"
 #include "platform/machine.h"
 #include "platform/sample_format.h"
 
 namespace orv {
 
-struct FreeTaskMemory {
-  void operator()(void* memory) const noexcept { CoTaskMemFree(memory); }
-};
-using MixFormat = std::unique_ptr<WAVEFORMATEX, FreeTaskMemory>;
+using MixFormat = UniqueTaskMemory<WAVEFORMATEX>;
 
 // A new audio client of the device with the device's mix format; nothing is changed by a failure.
 HRESULT ActivateAudioClient(IMMDevice& device, ComPtr<IAudioClient>& client, MixFormat& format);

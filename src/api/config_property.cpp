@@ -1,6 +1,6 @@
 #include "api/config_property.h"
 
-#include "frame/text_result.h"
+#include "platform/com_memory.h"
 #include "platform/guard.h"
 
 namespace orv {

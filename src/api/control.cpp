@@ -1,6 +1,6 @@
 #include "api/control.h"
 
-#include "frame/text_result.h"
+#include "platform/com_memory.h"
 #include "platform/diagnostics.h"
 #include "platform/guard.h"
 #include "platform/text.h"

@@ -7,7 +7,7 @@
 #include "api/endpoint_services.h"
 #include "api/mode_enumerator.h"
 #include "api/operating_mode.h"
-#include "frame/text_result.h"
+#include "platform/com_memory.h"
 #include "platform/diagnostics.h"
 #include "platform/guard.h"
 

@@ -6,22 +6,12 @@
 #include "api/endpoint.h"
 #include "config/configuration_file.h"
 #include "endpoints/endpoint_tools.h"
+#include "platform/com_memory.h"
 #include "platform/diagnostics.h"
 #include "platform/guard.h"
 #include "platform/text.h"
 
 namespace orv {
-namespace {
-
-std::wstring DeviceIdentifier(IMMDevice* device) {
-  LPWSTR id = nullptr;
-  if (device == nullptr || FAILED(device->GetId(&id)) || id == nullptr) return {};
-  const std::unique_ptr<wchar_t, void (*)(void*)> owner(
-      id, [](void* memory) { CoTaskMemFree(memory); });
-  return id;
-}
-
-}  // namespace
 
 HRESULT CORVEndpointEnumerator::Create(Module& module, CORVAPOSystem& system,
                                        ComPtr<CORVEndpointEnumerator>& enumerator) {
@@ -77,7 +67,8 @@ HRESULT CORVEndpointEnumerator::GetEndpointFromDevice(BSTR device_id, IORVEndpoi
     *device = nullptr;
     const auto found = std::find_if(
         endpoints_.begin(), endpoints_.end(), [device_id](const ORVAPOEndpointInfo& record) {
-          return EqualsIgnoringCase(DeviceIdentifier(record.device()), device_id);
+          return record.device() != nullptr &&
+                 EqualsIgnoringCase(DeviceIdentifier(*record.device()), device_id);
         });
     return found == endpoints_.end() ? E_INVALIDARG : MakeEndpoint(*found, device);
   });

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "api/control_enumerator.h"
-#include "frame/text_result.h"
+#include "platform/com_memory.h"
 #include "platform/diagnostics.h"
 #include "platform/guard.h"
 #include "platform/text.h"

@@ -6,6 +6,7 @@
 
 #include "config/technology_library.h"
 #include "endpoints/endpoint_registry.h"
+#include "platform/com_memory.h"
 #include "platform/guid_text.h"
 #include "platform/text.h"
 #include "properties/property_set_registry.h"
@@ -18,20 +19,6 @@ constexpr std::size_t kPathCapacity = 261;
 
 constexpr wchar_t kSubsystemMark[] = L"SUBSYS_";
 constexpr std::size_t kSubsystemLength = 8;
-
-std::wstring DeviceIdentifier(IMMDevice& device) {
-  LPWSTR id = nullptr;
-  const HRESULT status = device.GetId(&id);
-  const std::unique_ptr<wchar_t, decltype(&CoTaskMemFree)> owned(id, &CoTaskMemFree);
-  return SUCCEEDED(status) && id != nullptr ? std::wstring(id) : std::wstring();
-}
-
-struct PropertyVariant : PROPVARIANT {
-  PropertyVariant() noexcept { PropVariantInit(this); }
-  ~PropertyVariant() { PropVariantClear(this); }
-  PropertyVariant(const PropertyVariant&) = delete;
-  PropertyVariant& operator=(const PropertyVariant&) = delete;
-};
 
 // Nothing when the text does not name a subsystem.
 std::optional<std::wstring> SubsystemIn(const std::wstring& text) {
@@ -49,7 +36,7 @@ std::wstring DeviceSubsystem(IMMDevice& device) {
   if (FAILED(store->GetCount(&count))) return {};
   for (DWORD index = 0; index < count; ++index) {
     PROPERTYKEY key{};
-    PropertyVariant value;
+    UniquePropVariant value;
     if (FAILED(store->GetAt(index, &key)) || FAILED(store->GetValue(key, &value))) continue;
     if (value.vt != VT_LPWSTR || value.pwszVal == nullptr) continue;
     if (auto subsystem = SubsystemIn(value.pwszVal)) return *std::move(subsystem);

@@ -3,8 +3,8 @@
 
 #include <string_view>
 
-#include "frame/text_result.h"
 #include "orv_apo/orv_apo.h"
+#include "platform/com_memory.h"
 #include "platform/com_ptr.h"
 
 namespace orv {
@@ -32,15 +32,14 @@ ControlWalk ForEachControl(IORVOperatingMode& mode, ORVAPOControlType list,
   if (FAILED(walk.asked)) return walk;
   for (ComPtr<IORVAPOControl> control;
        (walk.ended = enumerator->Next(control.Put())) == S_OK && control;) {
-    BSTR text = nullptr;
-    if (FAILED(control->get_DisplayValue(&text))) text = nullptr;
-    const OwnedText name(text);
+    UniqueBstr name;
+    if (FAILED(control->get_DisplayValue(OutPtr(name)))) name = nullptr;
     LONG value = 0;
     if (FAILED(control->get_Value(&value))) {
       if (policy == UnreadableControl::LeftOut) continue;
       value = 0;
     }
-    visit(ViewOf(text), value);
+    visit(ViewOf(name.get()), value);
   }
   return walk;
 }

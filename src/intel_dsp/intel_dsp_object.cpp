@@ -1,7 +1,6 @@
 #include "intel_dsp/intel_dsp_object.h"
 
-#include "frame/text_result.h"
-#include "intel_dsp/task_text.h"
+#include "platform/com_memory.h"
 #include "platform/diagnostics.h"
 #include "platform/text.h"
 
@@ -24,11 +23,9 @@ HRESULT CKELAPOIntelDSP::FinalConstruct() {
   HRESULT status = clients_.ReplaceBroadwell(*machine_);
   kind_ = Kind::Broadwell;
   if (SUCCEEDED(status)) {
-    BSTR name = nullptr;
-    BSTR version = nullptr;
-    status = GetModuleInfo(&name, &version);
-    const OwnedText owned_name(name);
-    const OwnedText owned_version(version);
+    UniqueBstr name;
+    UniqueBstr version;
+    status = GetModuleInfo(OutPtr(name), OutPtr(version));
   }
   if (status != S_OK) kind_ = Kind::None;
   if (SUCCEEDED(status)) return status;
@@ -54,9 +51,9 @@ HRESULT CKELAPOIntelDSP::OpenDefaultSkylake() {
   ComPtr<IMMDevice> endpoint;
   status = devices->GetDefaultAudioEndpoint(eRender, eMultimedia, endpoint.Put());
   if (FAILED(status)) return status;
-  TaskText id;
-  status = TakeTaskText(id, [&](LPWSTR* raw) { return endpoint->GetId(raw); });
-  return FAILED(status) ? status : InitSkylakeDsp(id.get());
+  std::wstring id;
+  status = ReadTaskText(*endpoint, &IMMDevice::GetId, id);
+  return FAILED(status) ? status : InitSkylakeDsp(id);
 }
 
 HRESULT CKELAPOIntelDSP::InitSkylakeDsp(const std::wstring& device_id) {
@@ -125,9 +122,8 @@ HRESULT CKELAPOIntelDSP::GetModuleInfo(BSTR* name, BSTR* ver) {
     std::string module_version;
     const HRESULT status = ReadModuleInfo(module_name, module_version);
     if (FAILED(status)) return status;
-    BSTR text = nullptr;
-    if (FAILED(ReturnText(Widen(module_name), &text))) return E_OUTOFMEMORY;
-    OwnedText wide_name(text);
+    UniqueBstr wide_name;
+    if (FAILED(ReturnText(Widen(module_name), OutPtr(wide_name)))) return E_OUTOFMEMORY;
     if (FAILED(ReturnText(Widen(module_version), ver))) return E_OUTOFMEMORY;
     *name = wide_name.release();
     Diagnose(ORV_HERE("CKELAPOIntelDSP::GetModuleInfo"), L"APO VERSION: %s\n", kVersion);

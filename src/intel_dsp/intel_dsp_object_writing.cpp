@@ -5,10 +5,10 @@
 
 #include "config/configuration_file.h"
 #include "frame/public_controls.h"
-#include "frame/text_result.h"
 #include "intel_dsp/equalizer_bands.h"
 #include "intel_dsp/intel_dsp_object.h"
 #include "intel_dsp/safe_array.h"
+#include "platform/com_memory.h"
 #include "platform/diagnostics.h"
 #include "platform/text.h"
 

@@ -6,6 +6,7 @@
 #include "frame/object_creation.h"
 #include "frame/public_controls.h"
 #include "frame/ref_counted.h"
+#include "platform/com_memory.h"
 #include "platform/diagnostics.h"
 #include "platform/guard.h"
 #include "qc_dsp/driver_interface.h"
@@ -60,11 +61,9 @@ void CORVAPOQCDSP::TakeFormFactor(IMMDevice& device) {
   ComPtr<IPropertyStore> store;
   if (FAILED(device.OpenPropertyStore(STGM_READ, store.Put())) || !store) return;
   Diagnose(ORV_HERE("CORVAPOQCDSP::Init"), L"Opened property store for device\n");
-  PROPVARIANT value;
-  PropVariantInit(&value);
+  UniquePropVariant value;
   if (FAILED(store->GetValue(kFormFactorKey, &value))) return;
   const std::uint32_t endpoint_form = value.ulVal & 0xFFFF;
-  PropVariantClear(&value);
   form_factor_ = endpoint_form == kHeadphones ? ORV_QUMEDIA_HEADSET : ORV_QUMEDIA_SPEAKER;
   Diagnose(ORV_HERE("CORVAPOQCDSP::Init"), L"QC form factor set to %d from endpoint %d\n",
            static_cast<int>(form_factor_), endpoint_form);

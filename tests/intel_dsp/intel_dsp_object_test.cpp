@@ -27,13 +27,11 @@ TEST_F(IntelDspTest, BroadwellIsTakenBeforeSkylake) {
   EXPECT_EQ(dsp->GetAPIVersion(&version, &features), S_OK);
   EXPECT_EQ(version * 10 + features, 15);
   EXPECT_EQ(dsp->GetAPIVersion(nullptr, &features), E_POINTER);
-  BSTR name = nullptr;
-  BSTR text = nullptr;
-  EXPECT_EQ(dsp->GetModuleInfo(&name, &text), S_OK);
-  const OwnedText owned_name(name);
-  const OwnedText owned_text(text);
-  EXPECT_EQ(ViewOf(name), L"Post Processing Module");
-  EXPECT_EQ(dsp->put_dspDeviceId(name), S_OK);  // of no use there
+  UniqueBstr name;
+  UniqueBstr text;
+  EXPECT_EQ(dsp->GetModuleInfo(OutPtr(name), OutPtr(text)), S_OK);
+  EXPECT_EQ(ViewOf(name.get()), L"Post Processing Module");
+  EXPECT_EQ(dsp->put_dspDeviceId(name.get()), S_OK);  // of no use there
   EXPECT_EQ(dsp->get_ApoVersion(nullptr), E_POINTER);
   for (const LONG apply : {0, 1}) {
     EXPECT_EQ(dsp->put_APOEnable(5, apply), S_OK);
@@ -257,8 +255,8 @@ TEST_F(IntelDspTest, ModuleIsReportedAsFarAsItAnswers) {
     BSTR name = nullptr;
     BSTR version = nullptr;
     EXPECT_EQ(dsp->GetModuleInfo(&name, &version), S_OK);
-    EXPECT_EQ(ViewOf(OwnedText(name).get()), L"Post Processing Module");
-    EXPECT_EQ(ViewOf(OwnedText(version).get()), L"2.1.0");
+    EXPECT_EQ(ViewOf(UniqueBstr(name).get()), L"Post Processing Module");
+    EXPECT_EQ(ViewOf(UniqueBstr(version).get()), L"2.1.0");
     EXPECT_EQ(log.Count(L"| OK: [GetVQ3DParameters] "), blocks);
     EXPECT_EQ(log.Count(std::wstring(L"|     PP Module Status: ") + state), 1U) << state;
   };
@@ -357,7 +355,7 @@ TEST_F(IntelDspTest, EqualiserTakesArraysOfOneSize) {
 
 TEST_F(IntelDspTest, ConfigurationFileThatCannotBeSentIsExplained) {
   const auto dsp = Open();
-  const OwnedText missing(SysAllocString(L"C:\\missing.xml"));
+  const UniqueBstr missing(SysAllocString(L"C:\\missing.xml"));
   EXPECT_EQ(dsp->ProcessConfigFile(missing.get(), nullptr, 1), E_FAIL);
   EXPECT_EQ(dsp->ProcessConfigFile(nullptr, nullptr, 1), E_POINTER);
   std::wstring reason;

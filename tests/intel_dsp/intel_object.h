@@ -8,9 +8,9 @@
 
 #include "broadwell_mode.h"
 #include "fake_mode.h"
-#include "frame/text_result.h"
 #include "intel_dsp/intel_dsp.h"
 #include "intel_machine.h"
+#include "platform/com_memory.h"
 #include "support/temporary_folder.h"
 
 namespace orv {
@@ -40,7 +40,7 @@ class IntelObjectTest : public testing::Test {
 
   static HRESULT Write(const Dsp& dsp, const FakeControls& controls, LONG apply = 1,
                        const std::string& technology = {}) {
-    const OwnedText text(SysAllocString(Widen(technology).c_str()));
+    const UniqueBstr text(SysAllocString(Widen(technology).c_str()));
     return dsp->WriteControls(FakeMode::Make(controls).get(), text.get(), apply);
   }
   HRESULT WriteFile(const Dsp& dsp, const nlohmann::json& controls, LONG apply,
@@ -48,19 +48,19 @@ class IntelObjectTest : public testing::Test {
     // A process reads a file once.
     const std::string name = "mode" + std::to_string(++files_) + ".xml";
     std::ofstream(folder_.path() / name) << ConfigurationOf(controls);
-    const OwnedText path(SysAllocString(Widen("C:\\" + name).c_str()));
+    const UniqueBstr path(SysAllocString(Widen("C:\\" + name).c_str()));
     BSTR text = nullptr;
     const HRESULT status = dsp->ProcessConfigFile(path.get(), &text, apply);
-    const OwnedText owned(text);
+    const UniqueBstr owned(text);
     if (reason != nullptr) *reason = ViewOf(text);
     return status;
   }
   // A number beyond 32 bits is a 64-bit one.
   static HRESULT Put(const Dsp& dsp, const char* name, const nlohmann::json& value,
                      LONG apply = 0) {
-    const OwnedText control(name == nullptr ? nullptr : SysAllocString(Widen(name).c_str()));
-    const OwnedText text(value.is_string() ? SysAllocString(Widen(value.get<std::string>()).c_str())
-                                           : nullptr);
+    const UniqueBstr control(name == nullptr ? nullptr : SysAllocString(Widen(name).c_str()));
+    const UniqueBstr text(
+        value.is_string() ? SysAllocString(Widen(value.get<std::string>()).c_str()) : nullptr);
     VARIANT variant{};
     if (value.is_number()) {
       variant.llVal = value;
@@ -72,7 +72,7 @@ class IntelObjectTest : public testing::Test {
     return dsp->put_Property(control.get(), apply, variant);
   }
   static HRESULT Get(const Dsp& dsp, const char* name, LONG& number, LONG apply = 0) {
-    const OwnedText text(SysAllocString(Widen(name).c_str()));
+    const UniqueBstr text(SysAllocString(Widen(name).c_str()));
     VARIANT value;
     std::memset(&value, 0xEE, sizeof value);
     const HRESULT status = dsp->get_Property(text.get(), apply, &value);

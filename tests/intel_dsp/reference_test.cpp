@@ -137,7 +137,7 @@ TEST_F(IntelReference, WholeBroadwellModesFillEveryParameter) {
   const std::vector<ListedControl> numbers = Numbers(row.at("controls"));
   const auto expect = [&](const std::string& technology, const json& ids) {
     SCOPED_TRACE(technology);
-    const OwnedText text(SysAllocString(Widen(technology).c_str()));
+    const UniqueBstr text(SysAllocString(Widen(technology).c_str()));
     EXPECT_EQ(dsp_->WriteControls(FakeMode::Make(numbers).get(), text.get(), 1), S_OK);
     json blocks;
     for (const json& id : ids) {

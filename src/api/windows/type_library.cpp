@@ -2,6 +2,7 @@
 #include "api/type_library.h"
 
 #include "orv_apo/orv_apo.h"
+#include "platform/com_memory.h"
 #include "platform/com_ptr.h"
 #include "platform/text.h"
 
@@ -33,11 +34,9 @@ HRESULT Load(std::wstring& path, ComPtr<ITypeLib>& library) {
 }
 
 bool IsRegistered() {
-  BSTR path = nullptr;
-  const HRESULT status = QueryPathOfRegTypeLib(LIBID_ORV_APO2011_ControllerLib, kMajorVersion,
-                                               kMinorVersion, LOCALE_NEUTRAL, &path);
-  SysFreeString(path);
-  return SUCCEEDED(status);
+  UniqueBstr path;
+  return SUCCEEDED(QueryPathOfRegTypeLib(LIBID_ORV_APO2011_ControllerLib, kMajorVersion,
+                                         kMinorVersion, LOCALE_NEUTRAL, OutPtr(path)));
 }
 
 HRESULT Unregister(bool per_user) {

@@ -4,8 +4,8 @@
 #include <utility>
 #include <vector>
 
-#include "intel_dsp/task_text.h"
 #include "intel_dsp/text_record.h"
+#include "platform/com_memory.h"
 #include "platform/com_runtime.h"
 #include "platform/diagnostics.h"
 #include "platform/guid_text.h"
@@ -89,10 +89,8 @@ HRESULT KELAPOIntelDriverInterface_SKL::FindWaveFilter(IMMDeviceEnumerator& devi
   std::wstring wanted = device_id;
   if (wanted.empty()) {
     ComPtr<IMMDevice> device;
-    TaskText id;
-    if (SUCCEEDED(devices.GetDefaultAudioEndpoint(eRender, eMultimedia, device.Put())) &&
-        SUCCEEDED(TakeTaskText(id, [&](LPWSTR* raw) { return device->GetId(raw); })))
-      wanted = id.get();
+    if (SUCCEEDED(devices.GetDefaultAudioEndpoint(eRender, eMultimedia, device.Put())))
+      wanted = DeviceIdentifier(*device);
   }
   ComPtr<IMMDeviceCollection> endpoints;
   HRESULT status = devices.EnumAudioEndpoints(eRender, DEVICE_STATE_ACTIVE, endpoints.Put());
@@ -109,15 +107,15 @@ HRESULT KELAPOIntelDriverInterface_SKL::FindWaveFilter(IMMDeviceEnumerator& devi
   Diagnose(here, L"Devices count: %d", count);
   for (UINT i = 0; i < count; ++i) {
     ComPtr<IMMDevice> endpoint;
-    TaskText id;
+    std::wstring id;
     if (FAILED(endpoints->Item(i, endpoint.Put())) ||
-        FAILED(TakeTaskText(id, [&](LPWSTR* raw) { return endpoint->GetId(raw); }))) {
+        FAILED(ReadTaskText(*endpoint, &IMMDevice::GetId, id))) {
       Diagnose(here, L"Failed to get device id!");
       continue;
     }
     if (!wanted.empty()) {
-      Diagnose(here, L"Matching device id: %s against: %s", id.get(), wanted);
-      if (!EqualsIgnoringCase(wanted, id.get())) {
+      Diagnose(here, L"Matching device id: %s against: %s", id, wanted);
+      if (!EqualsIgnoringCase(wanted, id)) {
         Diagnose(here, L"Device id not match, skipping device");
         continue;
       }

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "intel_dsp/skylake/driver_client_records.h"
-#include "intel_dsp/task_text.h"
+#include "platform/com_memory.h"
 #include "platform/diagnostics.h"
 
 namespace orv {
@@ -152,15 +152,15 @@ HRESULT TopologyWalk::ReadFilter(IPart& last) {
       Report(ORV_HERE("TopologyWalk::ReadFilter"), L"GetTopologyObject failed! Result: 0x%x",
              last.GetTopologyObject(topology.Put()));
   if (FAILED(status)) return status;
-  TaskText id;
+  std::wstring id;
   status = Report(ORV_HERE("TopologyWalk::ReadFilter"), L"GetDeviceId failed! Result: 0x%x",
-                  TakeTaskText(id, [&](LPWSTR* raw) { return topology->GetDeviceId(raw); }));
+                  ReadTaskText(*topology, &IDeviceTopology::GetDeviceId, id));
   if (FAILED(status)) return status;
   ComPtr<IMMDevice> device;
   status = Report(ORV_HERE("TopologyWalk::ReadFilter"), L"GetDevice failed! Result: 0x%x",
-                  devices_.GetDevice(id.get(), device.Put()));
+                  devices_.GetDevice(id.c_str(), device.Put()));
   if (FAILED(status)) return status;
-  filter_.device_id = id.get();
+  filter_.device_id = id;
   UINT part_id = 0;
   Report(ORV_HERE("TopologyWalk::ReadFilter"), L"Warning, failed to retrieve node id! Result: 0x%x",
          last.GetLocalId(&part_id));
