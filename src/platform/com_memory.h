@@ -32,7 +32,7 @@ class OutPtr {
   OutPtr(const OutPtr&) = delete;
   OutPtr& operator=(const OutPtr&) = delete;
 
-  operator typename Owner::pointer*() noexcept { return &filled_; }
+  operator typename Owner::pointer *() noexcept { return &filled_; }
 
  private:
   Owner& owner_;
