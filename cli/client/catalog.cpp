@@ -3,6 +3,7 @@
 #include "cli/show/failure.h"
 #include "cli/show/names.h"
 #include "cli/show/remedy.h"
+#include "config/mode_selector.h"
 #include "endpoints/endpoint_registry.h"
 #include "platform/text.h"
 #include "properties/property_image.h"
@@ -96,6 +97,8 @@ ControlTexts Catalog::Texts(const Endpoint& endpoint, const std::string& mode,
 std::string Catalog::DefaultMode(const Endpoint& endpoint) {
   return Utf8FromName(File(endpoint).GetDefaultModeKey().GetModeName());
 }
+
+std::string CurrentModeValue() { return Utf8FromWide(ORVAPOModeSelector::kCurrentModeValue); }
 
 std::optional<ImageBytes> ReadImage(Machine& machine, const std::string& registry_path,
                                     const std::string& value_name) {

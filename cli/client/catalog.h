@@ -52,6 +52,9 @@ class Catalog {
       files_;
 };
 
+// The name of the value that holds an endpoint's current mode.
+std::string CurrentModeValue();
+
 // The image in a value of the endpoint's registry key; nothing when there is none.
 std::optional<ImageBytes> ReadImage(Machine& machine, const std::string& registry_path,
                                     const std::string& value_name);

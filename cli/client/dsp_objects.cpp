@@ -1,7 +1,6 @@
 #include "cli/client/dsp_objects.h"
 
 #include "cli/client/component_text.h"
-#include "cli/dsp/readback.h"
 #include "cli/show/failure.h"
 #include "cli/show/names.h"
 #include "cli/show/remedy.h"
@@ -135,27 +134,6 @@ HRESULT IntelDsp::SetEqualizer(KELChannel channel, const std::vector<EqualizerBa
   const NumberArray<LONG> frequencies(VT_I4, bands, &EqualizerBand::frequency);
   return object_->SetPEQ(channel, gains.get(), qualities.get(), frequencies.get(),
                          set_default ? 1 : 0);
-}
-
-IntelDspState AskIntelDsp(Machine& machine, const Endpoint& endpoint) {
-  IntelDspState state;
-  try {
-    const IntelDsp dsp(endpoint);
-    state.driver = dsp.Kind();
-    const std::string name =
-        state.driver == kSkylakeDriver ? "VQ3D-Process Enable" : "ZENSND-Process Enable";
-    std::int32_t value = 0;
-    const HRESULT status = dsp.GetProperty(name, false, value);
-    if (SUCCEEDED(status)) state.enabled = value != 0;
-    state.versions = dsp.ReadVersions();
-    DspReadback readback(machine, endpoint.id());
-    if (state.driver == kSkylakeDriver && value == 0 && !readback.ReadsSwitch())
-      throw Failure(kRefused, "it does not report whether it is switched on");
-    Require(status, "reading \"" + name + "\"", "");
-  } catch (const Failure& failure) {
-    state.fault = failure.what();
-  }
-  return state;
 }
 
 QualcommDsp::QualcommDsp(const Endpoint& endpoint) {

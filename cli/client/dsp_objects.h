@@ -59,16 +59,6 @@ class QualcommDsp {
   ComPtr<IORVAPOQCDSP> object_;
 };
 
-// An endpoint's Intel DSP as its driver answers at the moment.
-struct IntelDspState {
-  std::string fault;   // the first request that was refused, with its status; empty if none was
-  std::string driver;  // "skylake" or "broadwell"; empty if the DSP cannot be opened
-  IntelDsp::Versions versions;
-  // Whether the module is on and processes; empty if the driver does not report it.
-  std::optional<bool> enabled;
-};
-IntelDspState AskIntelDsp(Machine& machine, const Endpoint& endpoint);
-
 // A mode's controls as the DSP object of this driver reads them: display name to value.
 std::map<std::wstring, std::int32_t, std::less<>> DspControls(const std::string& driver,
                                                               const Mode& mode,

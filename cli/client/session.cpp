@@ -3,10 +3,10 @@
 #include "analysis/loopback_stream.h"
 #include "cli/client/component_text.h"
 #include "cli/client/host.h"
+#include "cli/client/technology.h"
 #include "cli/show/failure.h"
 #include "cli/show/names.h"
 #include "cli/show/remedy.h"
-#include "endpoints/endpoint_registry.h"
 #include "platform/text.h"
 
 namespace orv::cli {
@@ -32,46 +32,6 @@ std::string GetName(Object* object, Getter getter, const char* asked) {
   Text text;
   Require((object->*getter)(text.Put()), asked, kReportBug);
   return Utf8FromName(text.view());
-}
-
-// A text value of a key of the machine; empty when there is none.
-std::wstring ReadText(Registry& registry, const std::wstring& path, const wchar_t* name) {
-  std::unique_ptr<RegistryKey> key;
-  std::uint32_t type = 0;
-  std::vector<std::uint8_t> bytes;
-  if (registry.OpenKey(RegRoot::LocalMachine, path, kQueryAccess, key) != kRegOk ||
-      ReadValue(*key, name, type, bytes) != kRegOk || (type != kRegSz && type != kRegExpandSz))
-    return {};
-  return RegistryText(bytes.data(), bytes.size()).value_or(std::wstring());
-}
-
-// Where the processing object's values of an endpoint lie: as the endpoint itself says, else its
-// fallback key, else in the usual place.
-std::wstring ApoKeyPath(Registry& registry, const std::wstring& guid) {
-  const std::wstring properties = EndpointKeyPath(true, guid, kPropertiesSubkey);
-  std::wstring path = ReadText(registry, properties, kApoKeyPathValue);
-  if (path.empty()) {
-    const std::wstring fallback = ReadText(registry, properties, kFallbackKeyPathValue);
-    if (!fallback.empty()) path = ReadText(registry, fallback, kApoKeyPathValue);
-  }
-  return path.empty() ? kDefaultApoKey + (L'\\' + guid) : path;
-}
-
-// The technology library's folder as the first endpoint names it, else the system directory.
-std::wstring FindTechnologyFolder(Machine& machine, const std::vector<std::string>& devices) {
-  Registry& registry = machine.registry();
-  for (const std::string& device : devices) {
-    const std::wstring id = WideFromUtf8(device);
-    const std::wstring guid = ToUpperAscii(id.substr(id.rfind(L'.') + 1));
-    const std::wstring file = ReadText(registry, ApoKeyPath(registry, guid), kTechnologyPathValue);
-    if (!file.empty()) return RemoveLastPathElement(file);
-  }
-  return machine.SystemDirectory().value_or(std::wstring());
-}
-
-std::wstring AsFolder(std::wstring path) {
-  if (!path.empty() && path.back() != L'\\') path += L'\\';
-  return path;
 }
 
 std::vector<std::string> ActiveRenderDevices(Machine& machine) {
@@ -276,10 +236,9 @@ std::optional<Endpoint::Property> Endpoint::FindProperty(const std::string& key)
 
 Session::Session(const SessionOptions& options)
     : machine_(OpenPreparedMachine(options, machine_folder_)),
-      technology_folder_(
-          AsFolder(options.technology.empty()
-                       ? FindTechnologyFolder(*machine_, ActiveRenderDevices(*machine_))
-                       : WideFromUtf8(options.technology))) {}
+      technology_folder_(options.technology.empty()
+                             ? FindTechnologyFolder(*machine_, ActiveRenderDevices(*machine_))
+                             : AsFolder(WideFromUtf8(options.technology))) {}
 
 IORVAPOSystem* Session::System() const {
   if (!system_) {

@@ -4,9 +4,10 @@
 #include <cmath>
 
 #include "cli/client/stop_on_signal.h"
+#include "cli/client/stream_bands.h"
 #include "cli/commands/commands.h"
 #include "cli/show/analysis_view.h"
-#include "cli/show/response_plot.h"
+#include "cli/show/scale.h"
 #include "cli/show/select.h"
 
 namespace orv::cli {

@@ -1,40 +1,14 @@
 // check
 #include "cli/offline/check.h"
 
-#include "cli/client/host.h"
+#include "cli/client/technology.h"
 #include "cli/commands/commands.h"
 #include "cli/offline/files.h"
-#include "platform/text.h"
 
 namespace orv::cli {
 namespace {
 
 constexpr std::size_t kConfigurationSizeLimit = 64U << 20;  // bytes
-
-// The library whose folder was named, or that of the machine when there is one. Nothing is told of
-// controls when neither describes any.
-std::unique_ptr<ORVAPOProcessInfo> FindTechnology(Context& context) {
-  const std::string& named = context.session_options.technology;
-  try {
-    std::filesystem::path folder = context.session_options.machine;
-    const std::unique_ptr<Machine> machine = OpenMachine(folder);
-    std::wstring directory =
-        named.empty() ? machine->SystemDirectory().value_or(std::wstring()) : WideFromUtf8(named);
-    if (directory.empty()) return nullptr;
-    if (directory.back() != L'\\') directory += L'\\';
-    auto technology = std::make_unique<ORVAPOProcessInfo>(*machine, directory.c_str());
-    if (!technology->control_infos().empty()) return technology;
-  } catch (const Failure&) {
-    // A machine that was asked for has to be there.
-    if (!context.session_options.machine.empty()) throw;
-  }
-  if (!named.empty()) {
-    throw Failure(kRefused, "no technology library in " + named +
-                                " describes a control.\nName the folder as the machine knows it, "
-                                "such as C:\\Windows\\System32.");
-  }
-  return nullptr;
-}
 
 Json ModeJson(const CheckedMode& mode) {
   return {{"name", mode.name},
@@ -98,7 +72,7 @@ void Show(Context& context, const std::string& file, const CheckReport& report) 
 
 void CheckFile(Context& context, const std::string& file) {
   const std::string xml = ReadWholeFile(file, kConfigurationSizeLimit);
-  const std::unique_ptr<ORVAPOProcessInfo> technology = FindTechnology(context);
+  const std::unique_ptr<ORVAPOProcessInfo> technology = OpenTechnology(context.session_options);
   if (technology == nullptr) {
     context.output.Remark(
         "No technology library: control names and values are not checked. --technology names one.");

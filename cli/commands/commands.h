@@ -7,50 +7,9 @@
 #include <optional>
 #include <string>
 
-#include "cli/client/catalog.h"
-#include "cli/client/change_lock.h"
-#include "cli/client/session.h"
-#include "cli/show/failure.h"
-#include "cli/show/output.h"
+#include "cli/client/context.h"
 
 namespace orv::cli {
-
-// What the commands of one run share. The machine and the component are opened when a command first
-// asks for them, so that offline commands work without either.
-class Context {
- public:
-  explicit Context(Output& output_stream) : output(output_stream) {}
-
-  Output& output;
-  SessionOptions session_options;
-  std::optional<int> config_type;  // load endpoints with this configuration type
-  ExitStatus exit_status = kDone;
-
-  Session& session();
-  Catalog& catalog();
-
-  // All of them, each loaded with the configuration type that was asked for.
-  std::vector<Endpoint> Endpoints();
-  // By identifier, number or part of its name.
-  Endpoint SelectEndpoint(const std::string& text);
-  // By name or part of it; empty text means the current mode.
-  Mode SelectMode(const Endpoint& endpoint, const std::string& text);
-  Mode CurrentMode(const Endpoint& endpoint);
-  // For a command that changes the endpoint: taken before it reads anything that it will write or
-  // decide by, and held until it has verified the change.
-  ChangeLock LockForChange(const Endpoint& endpoint) {
-    return ChangeLock(session().machine_folder(), endpoint.RegistryPath());
-  }
-
- private:
-  std::vector<Endpoint> FindEndpoints();
-  Endpoint WithConfig(Endpoint endpoint) const;
-  static std::size_t PositionOf(const std::vector<Endpoint>& endpoints, const std::string& text);
-
-  // The catalog stands on the session, so it goes first.
-  std::unique_ptr<Session> session_;
-  std::unique_ptr<Catalog> catalog_;
-};
 
 // Calls `change`, which writes, reads afresh and returns whether it found what it wrote, until it
 // did: a program that does not take the lock may have written meanwhile. False after three times.

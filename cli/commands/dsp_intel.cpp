@@ -2,14 +2,13 @@
 #include <cmath>
 #include <filesystem>
 
+#include "cli/client/dsp_file.h"
 #include "cli/client/dsp_objects.h"
 #include "cli/commands/commands.h"
 #include "cli/dsp/push.h"
 #include "cli/offline/files.h"
 #include "cli/show/remedy.h"
 #include "cli/show/select.h"
-#include "config/configuration_file.h"
-#include "config/configuration_reader.h"
 #include "platform/driver_names.h"
 #include "platform/files.h"
 #include "platform/text.h"
@@ -77,38 +76,11 @@ std::wstring MachinePath(const std::string& file) {
   return WideFromUtf8(PathText(std::filesystem::absolute(PathFromUtf8(file))));
 }
 
-// The controls of the file's default mode, which the component sends; none if it has no such mode.
-// Throws Failure if the file cannot be read.
-ControlValueMap FileControls(Context& context, const std::wstring& path, const std::string& name) {
-  constexpr std::uint32_t kDspLocation = 3;
-  Machine& machine = context.session().machine();
-  ORVAPOConfigurationFile file(machine);
-  const std::uint32_t status = file.Load(path, kORVAPO_EPCfg_DSP, kDspLocation);
-  if (!IsUsableByDsp(status)) {
-    const std::string asked =
-        "the configuration file " + name + " cannot be read (load status " + std::to_string(status);
-    if (!machine.FileExists(path)) throw Failure(kRefused, asked + "): there is no such file.");
-    const auto host = machine.HostFile(path);
-    if (host && !std::filesystem::is_regular_file(*host))
-      throw Failure(kRefused, asked + "): it is not a file.");
-    if (!machine.HostPath(path)) {
-      throw Failure(kRefused, asked +
-                                  "): the component opens only paths whose characters are not "
-                                  "beyond U+00FF.\nCopy the file to such a path.");
-    }
-    throw Failure(kRefused, asked + ").\nWhat reports its faults: " +
-                                CommandLine("check " + ShellWord(host ? PathText(*host) : name)));
-  }
-  ORVAPOOperatingMode mode;
-  if (!file.FindMode(file.GetDefaultModeKey(), mode)) return {};
-  const ORVQVTValueList& list = mode.GetDefaultControls();
-  return {list.begin(), list.end()};
-}
-
 void PushFile(Context& context, const Arguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const std::wstring path = MachinePath(arguments.file);
-  const ControlValueMap controls = FileControls(context, path, arguments.file);
+  const ControlValueMap controls =
+      DspFileControls(context.session().machine(), path, arguments.file);
   const IntelDsp dsp(endpoint);
   DspReadback readback(context.session().machine(), endpoint.id());
   const DspPlan plan = PlanMode(dsp.Kind(), controls, "", ApplyFlag(arguments), &readback);

@@ -7,7 +7,8 @@
 #include "cli/commands/commands.h"
 #include "cli/offline/files.h"
 #include "cli/offline/filter_designs.h"
-#include "cli/show/response_plot.h"
+#include "cli/offline/response_plot.h"
+#include "cli/show/scale.h"
 #include "cli/show/select.h"
 
 namespace orv::cli {

@@ -20,7 +20,7 @@ std::filesystem::path SourceFolder(const std::string& from) {
   std::filesystem::path sample = SampleMachinesFolder() / folder;
   if (std::filesystem::is_directory(sample, ignored)) return sample;
   if (std::filesystem::is_directory(folder, ignored)) return folder;
-  const std::vector<std::string> names = SampleMachineNames();
+  const std::vector<std::string> names = MachineNames(SampleMachinesFolder());
   std::string known;
   for (const std::string& name : names) known += "\n  " + name;
   UsageFailure("no sample machine named \"" + from + "\"." + Suggestion(names, from) +

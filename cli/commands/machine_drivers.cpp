@@ -3,14 +3,11 @@
 #include <map>
 #include <span>
 
-#include "cli/client/host.h"
+#include "cli/client/driver_report.h"
 #include "cli/commands/commands.h"
 #include "cli/dsp/blocks.h"
 #include "cli/offline/image_json.h"
 #include "platform/driver_names.h"
-#include "platform/text.h"
-#include "simulated/drivers/block_format.h"
-#include "simulated/simulated_machine.h"
 
 namespace orv::cli {
 namespace {
@@ -97,41 +94,34 @@ void ShowHeld(Output& output, const std::vector<DriverRecord>& records, bool all
   for (const auto& [parameter, record] : held) ShowFields(output, *record, all);
 }
 
-void ShowEvents(Output& output, SimulatedMachine& machine) {
-  if (machine.description().events.empty()) return;
+void ShowEvents(Output& output, const std::vector<DriverReport::Event>& events) {
+  if (events.empty()) return;
   Table table({{"EVENT"}, {"SIGNALLED", Align::Right}});
-  for (const std::wstring& event : machine.description().events)
-    table.Add({Utf8FromWide(event), std::to_string(machine.EventSignals(event))});
+  for (const DriverReport::Event& event : events)
+    table.Add({event.name, std::to_string(event.signals)});
   output.Line("");
   output.Show(table);
 }
 
 void ShowDrivers(Context& context, bool all) {
-  std::filesystem::path folder = context.session_options.machine;
-  const std::unique_ptr<Machine> opened = OpenMachine(folder);
-  auto* machine = dynamic_cast<SimulatedMachine*>(opened.get());
-  if (machine == nullptr) {
-    throw Failure(
-        kRefused,
-        "this machine is not simulated; only the drivers of a simulated machine keep what "
-        "they receive.\nGive the folder of a simulated machine with --machine.");
-  }
+  const DriverReport report = ReadDrivers(context.session_options.machine);
   Output& output = context.output;
-  const std::vector<DriverRecord> records = machine->ReceivedRecords();
   if (output.json()) {
     Json list = Json::array();
-    for (const DriverRecord& record : records) list.push_back(RecordJson(record));
+    for (const DriverRecord& record : report.records) list.push_back(RecordJson(record));
     output.Value(list);
-  } else if (records.empty()) {
-    output.Line("No driver of this machine has received anything.");
   } else {
-    ShowReceived(output, records, all);
-    ShowHeld(output, records, all);
+    if (report.records.empty()) {
+      output.Line("No driver of this machine has received anything.");
+    } else {
+      ShowReceived(output, report.records, all);
+      ShowHeld(output, report.records, all);
+    }
+    ShowEvents(output, report.events);
   }
-  if (!output.json()) ShowEvents(output, *machine);
-  for (const DriverRefusal& refusal : machine->RefusedRequests())
+  for (const DriverRefusal& refusal : report.refusals)
     output.Remark(refusal.driver + " refused " + refusal.request + ": " + refusal.reason);
-  for (const DriverRemark& remark : machine->DriverRemarks())
+  for (const DriverRemark& remark : report.remarks)
     output.Remark(remark.driver + ": " + RemarkPlace(remark) + remark.text);
 }
 

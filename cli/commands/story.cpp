@@ -14,8 +14,6 @@
 #include "cli/show/names.h"
 #include "cli/show/remedy.h"
 #include "cli/show/scale.h"
-#include "config/mode_selector.h"
-#include "platform/text.h"
 
 namespace orv::cli {
 namespace {
@@ -236,8 +234,7 @@ void Story::TellRegistry(const Mode& mode) {
   Say("HKEY_LOCAL_MACHINE\\" + endpoint_.RegistryPath());
   Table table({{"VALUE"}, {"BYTES", Align::Right}, {"HOLDS"}});
   const std::array<std::pair<std::string, const char*>, 2> values = {
-      {{mode.name(), "the mode's public values"},
-       {Utf8FromWide(ORVAPOModeSelector::kCurrentModeValue), "the current mode"}}};
+      {{mode.name(), "the mode's public values"}, {CurrentModeValue(), "the current mode"}}};
   for (const auto& [name, holds] : values) {
     const auto image = ReadImage(context_.session().machine(), endpoint_.RegistryPath(), name);
     if (image) table.Add({name, std::to_string(image->size()), holds});

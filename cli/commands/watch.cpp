@@ -3,13 +3,11 @@
 #include <chrono>
 #include <cstdio>
 
+#include "cli/client/key_watch.h"
 #include "cli/client/state.h"
 #include "cli/client/stop_on_signal.h"
 #include "cli/commands/commands.h"
-#include "cli/show/remedy.h"
-#include "endpoints/endpoint_registry.h"
 #include "platform/synchronization.h"
-#include "platform/text.h"
 
 namespace orv::cli {
 namespace {
@@ -37,36 +35,6 @@ std::string UtcNow() {
                 static_cast<int>(time.subseconds().count()));
   return text;
 }
-
-// Wakes up whenever a value of the endpoint's key changes.
-class KeyWatch {
- public:
-  KeyWatch(Registry& registry, const std::string& path, Event& changed)
-      : registry_(registry), path_(path), changed_(changed) {}
-
-  // One more notification; the key is opened again when it was deleted meanwhile.
-  void Arm() {
-    RegStatus status = key_ != nullptr ? TryArm() : kRegKeyDeleted;
-    if (status != kRegOk) {
-      key_.reset();
-      status = registry_.OpenKey(RegRoot::LocalMachine, WideFromUtf8(path_),
-                                 kKeyQueryValue | kKeyNotify | kKeyWow64_64, key_);
-      if (status == kRegOk) status = TryArm();
-    }
-    if (status != kRegOk)
-      ComponentFailure("watching HKEY_LOCAL_MACHINE\\" + path_,
-                       orv_apo::StatusOfSystemError(static_cast<DWORD>(status)),
-                       "What examines the key: " + CommandLine("doctor"));
-  }
-
- private:
-  RegStatus TryArm() { return key_->NotifyChange(false, kNotifyLastSet | kNotifyName, changed_); }
-
-  Registry& registry_;
-  std::string path_;
-  Event& changed_;
-  std::unique_ptr<RegistryKey> key_;
-};
 
 std::string ForPeople(const Catalog& catalog, const Change& change, const ChangeValue& value) {
   const auto* number = std::get_if<std::int32_t>(&value);

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "simulated/drivers/block_format.h"  // ParameterText
 #include "simulated/drivers/driver_record.h"
 #include "values/record_layout.h"
 

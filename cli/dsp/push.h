@@ -4,7 +4,7 @@
 #include <functional>
 #include <string>
 
-#include "cli/commands/commands.h"
+#include "cli/client/context.h"
 #include "cli/dsp/verdict.h"
 
 namespace orv::cli {

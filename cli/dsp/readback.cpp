@@ -8,6 +8,7 @@
 #include "platform/diagnostics.h"
 #include "platform/driver_names.h"
 #include "platform/text.h"
+#include "simulated/simulated_machine.h"
 
 namespace orv::cli {
 namespace {

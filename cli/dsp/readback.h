@@ -10,7 +10,11 @@
 #include <vector>
 
 #include "cli/dsp/blocks.h"
-#include "simulated/simulated_machine.h"
+#include "platform/machine.h"
+
+namespace orv {
+class SimulatedMachine;
+}
 
 namespace orv::cli {
 

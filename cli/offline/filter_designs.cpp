@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "cli/show/failure.h"
-#include "cli/show/response_plot.h"
+#include "cli/show/scale.h"
 #include "cli/show/select.h"
 
 namespace orv::cli {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <random>
 
-#include "cli/client/host.h"
 #include "cli/offline/files.h"
 #include "cli/show/failure.h"
 
@@ -11,9 +10,9 @@ namespace orv::cli {
 
 namespace fs = std::filesystem;
 
-std::vector<std::string> SampleMachineNames() {
+std::vector<std::string> MachineNames(const fs::path& folder) {
   std::vector<std::string> names;
-  for (const fs::directory_entry& entry : fs::directory_iterator(SampleMachinesFolder())) {
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
     if (entry.is_directory() && fs::exists(entry.path() / "machine.json"))
       names.push_back(PathText(entry.path().filename()));
   }

@@ -7,7 +7,8 @@
 
 namespace orv::cli {
 
-std::vector<std::string> SampleMachineNames();
+// The machines in a folder of machines, in name order.
+std::vector<std::string> MachineNames(const std::filesystem::path& folder);
 
 // Copies a machine's folder to a new or empty one. Throws Failure when `source` is no machine's
 // folder or `target` holds something already.

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "cli/show/response_plot.h"
+#include "cli/show/scale.h"
 
 namespace orv::cli {
 namespace {

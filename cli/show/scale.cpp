@@ -1,5 +1,6 @@
 #include "cli/show/scale.h"
 
+#include <cstdio>
 #include <cstdlib>
 
 namespace orv::cli {
@@ -38,6 +39,22 @@ std::string ValueText(std::int32_t value, ORV_QVT_SCALE scale, float factor,
   if (value >= 0 && static_cast<std::size_t>(value) < choices.size())
     return choices[static_cast<std::size_t>(value)];
   return NumberText(value, scale, factor);
+}
+
+std::string Decimals(double number, int decimals) {
+  char text[64];
+  std::snprintf(text, sizeof text, "%.*f", decimals, number);
+  std::string result = text;
+  if (result.find_first_not_of("-0.") == std::string::npos && result[0] == '-') result.erase(0, 1);
+  return result;
+}
+
+std::string HertzText(double frequency) {
+  const bool kilo = frequency >= 1000;
+  std::string digits = Decimals(kilo ? frequency / 1000 : frequency, 2);
+  while (digits.back() == '0') digits.pop_back();
+  if (digits.back() == '.') digits.pop_back();
+  return digits + (kilo ? " kHz" : " Hz");
 }
 
 }  // namespace orv::cli

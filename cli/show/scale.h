@@ -1,4 +1,4 @@
-// A control's integer in words.
+// Numbers in words: a control's integer, frequencies, fixed-point notation.
 #pragma once
 
 #include <cstdint>
@@ -19,5 +19,10 @@ std::string NumberText(std::int32_t value, ORV_QVT_SCALE scale, float factor);
 // The choice at this position, or the number's text.
 std::string ValueText(std::int32_t value, ORV_QVT_SCALE scale, float factor,
                       const std::vector<std::string>& choices);
+
+// Fixed-point notation with so many decimals, never "-0.0".
+std::string Decimals(double number, int decimals);
+// "63 Hz", "1.25 kHz".
+std::string HertzText(double frequency);
 
 }  // namespace orv::cli

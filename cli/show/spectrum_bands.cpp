@@ -2,11 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
-#include <set>
 
-#include "analysis/spectrum.h"
-#include "cli/show/response_plot.h"
+#include "cli/show/scale.h"
 
 namespace orv::cli {
 namespace {
@@ -45,21 +42,6 @@ std::vector<Band> SingleFrequencies(const std::vector<std::uint32_t>& frequencie
 
 bool IsInBand(std::uint32_t frequency, std::uint32_t sample_rate) noexcept {
   return frequency > 0 && frequency < sample_rate - sample_rate / 2;
-}
-
-void FitToStream(std::vector<Band>& bands, std::uint32_t sample_rate) {
-  const auto is_outside = [&](std::uint32_t point) { return !IsInBand(point, sample_rate); };
-  std::erase_if(bands, [&](const Band& band) { return is_outside(band.frequency); });
-  const SpectrumBins bins(sample_rate);
-  if (bins.count() == 0) return;
-  std::map<std::set<std::uint32_t>, std::uint32_t> first;  // band by its bins
-  for (Band& band : bands) {
-    std::erase_if(band.points, is_outside);
-    std::set<std::uint32_t> held;
-    for (const std::uint32_t point : band.points) held.insert(bins.Nearest(point));
-    const auto [place, is_new] = first.emplace(std::move(held), band.frequency);
-    if (!is_new) band.same_bins_as = place->second;
-  }
 }
 
 std::string ShortFrequency(std::uint32_t frequency) {

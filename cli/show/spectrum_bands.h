@@ -22,8 +22,6 @@ std::vector<Band> SingleFrequencies(const std::vector<std::uint32_t>& frequencie
 
 // Whether a stream of this rate (Hz) can have the frequency: above 0 and below half the rate.
 bool IsInBand(std::uint32_t frequency, std::uint32_t sample_rate) noexcept;
-// Leaves out what is not in the stream's band, and marks bands with the same bins.
-void FitToStream(std::vector<Band>& bands, std::uint32_t sample_rate);
 
 // "63", "1.25k": short enough for an axis.
 std::string ShortFrequency(std::uint32_t frequency);

@@ -1,7 +1,7 @@
 #include <regex>
 
+#include "cli/offline/response_plot.h"
 #include "cli/orvctl_program.h"
-#include "cli/show/response_plot.h"
 
 namespace orv::cli {
 namespace {

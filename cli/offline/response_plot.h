@@ -27,9 +27,4 @@ struct ResponsePlot {
 // A complete SVG document.
 std::string DrawResponse(const ResponsePlot& plot);
 
-// Fixed-point notation with so many decimals, never "-0.0".
-std::string Decimals(double number, int decimals);
-// "63 Hz", "1.25 kHz".
-std::string HertzText(double frequency);
-
 }  // namespace orv::cli

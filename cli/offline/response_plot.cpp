@@ -1,4 +1,4 @@
-#include "cli/show/response_plot.h"
+#include "cli/offline/response_plot.h"
 
 #include <algorithm>
 #include <cmath>
@@ -6,6 +6,7 @@
 #include <iterator>
 #include <optional>
 
+#include "cli/show/scale.h"
 #include "dsp_math/cascade_response.h"
 
 namespace orv::cli {
@@ -299,22 +300,6 @@ std::string DrawResponse(const ResponsePlot& plot) {
   svg += Text((kLeft + kRight) / 2, error.bottom() + 42, "name", "Frequency in Hz");
   AddLegend(plot, legend, svg);
   return svg + "</svg>\n";
-}
-
-std::string Decimals(double number, int decimals) {
-  char text[64];
-  std::snprintf(text, sizeof text, "%.*f", decimals, number);
-  std::string result = text;
-  if (result.find_first_not_of("-0.") == std::string::npos && result[0] == '-') result.erase(0, 1);
-  return result;
-}
-
-std::string HertzText(double frequency) {
-  const bool kilo = frequency >= 1000;
-  std::string digits = Decimals(kilo ? frequency / 1000 : frequency, 2);
-  while (digits.back() == '0') digits.pop_back();
-  if (digits.back() == '.') digits.pop_back();
-  return digits + (kilo ? " kHz" : " Hz");
 }
 
 }  // namespace orv::cli

@@ -1,0 +1,255 @@
+#include "cli/client/diagnosis.h"
+
+#include <atomic>
+#include <chrono>
+
+#include "cli/offline/files.h"
+#include "cli/show/names.h"
+#include "cli/show/remedy.h"
+#include "cli/show/select.h"
+#include "config/configuration_file.h"
+#include "config/mode_selector.h"
+#include "config/technology_library.h"
+#include "endpoints/endpoint_registry.h"
+#include "platform/text.h"
+#include "properties/property_image.h"
+
+namespace orv::cli {
+namespace {
+
+// Writes a value of its own into the key, reads it and takes it away again.
+RegStatus TryKey(Machine& machine, const std::wstring& path) {
+  static std::atomic<unsigned> count{0};
+  const auto now = std::chrono::system_clock::now().time_since_epoch().count();
+  const std::wstring name =
+      L"orvctl doctor " + std::to_wstring(now) + L'.' + std::to_wstring(++count);
+  std::unique_ptr<RegistryKey> key;
+  RegStatus status = machine.registry().OpenKey(RegRoot::LocalMachine, path, kSettingsAccess, key);
+  if (status != kRegOk) return status;
+  constexpr std::uint32_t kProbe = 0x0D0C7023;
+  std::uint32_t found = 0;
+  std::uint32_t size = sizeof found;
+  status = key->SetValue(name, kRegDword, &kProbe, sizeof kProbe);
+  if (status == kRegOk) status = key->QueryValue(name, nullptr, &found, &size);
+  if (status == kRegOk && found != kProbe) status = kRegWriteFault;
+  const RegStatus deleted = key->DeleteValue(name);
+  return status == kRegOk ? deleted : status;
+}
+
+// The command that stores a value of the endpoint's key anew.
+std::string RestoreLine(const std::string& value, const Endpoint& endpoint,
+                        const std::vector<Mode>& modes) {
+  if (value == Utf8FromWide(kGlobalSettingsValue))
+    return CommandLine("enable " + endpoint.number() + " on");
+  for (const Mode& mode : modes)
+    if (mode.name() == value) {
+      return CommandLine("restore " + endpoint.number() + " --mode " + ShellWord(value));
+    }
+  if (value == Utf8FromWide(ORVAPOModeSelector::kCurrentModeValue))
+    return CommandLine("mode " + endpoint.number() + " --default");
+  return "Delete that value: no mode of the configuration has this name.";
+}
+
+}  // namespace
+
+std::string NameOf(const ORVAPOEndpointInfo& info) {
+  const std::string name = Utf8FromWide(info.display_name());
+  return name.find_first_not_of(' ') == std::string::npos ? Utf8FromWide(info.endpoint_id()) : name;
+}
+
+std::vector<ORVAPOEndpointInfo> ReadEndpoints(Session& session) {
+  std::vector<ORVAPOEndpointInfo> infos;
+  ComPtr<IMMDeviceEnumerator> enumerator;
+  Require(session.machine().CreateDeviceEnumerator(enumerator.Put()),
+          "asking the machine for its audio endpoints", "");
+  for (const std::string& id : session.DeviceIdentifiers()) {
+    ComPtr<IMMDevice> device;
+    if (FAILED(enumerator->GetDevice(WideFromUtf8(id).c_str(), device.Put()))) continue;
+    infos.emplace_back(session.machine());
+    infos.back().Attach(device.get(), true);
+  }
+  return infos;
+}
+
+std::string Diagnosis::MachineFolder() const {
+  const std::filesystem::path& folder = context_.session().machine_folder();
+  return folder.empty() ? "" : ShellWord(PathText(std::filesystem::absolute(folder)));
+}
+
+void Diagnosis::ExamineTechnology() {
+  label_.clear();
+  // Reading the descriptions settles where the library is looked for.
+  const std::size_t count = context_.catalog().described_controls();
+  const std::wstring path = ORVAPOProcessLibrary::LibraryPath(machine_);
+  const std::string file = Utf8FromWide(path);
+  if (count != 0) {
+    Add("technology library", true, file + " describes " + Counted(count, "control"), "");
+  } else if (!machine_.FileExists(path)) {
+    Add("technology library", false, file + " is missing",
+        "Install the library there, or name its folder with --technology.");
+  } else {
+    Add("technology library", false, file + " cannot be loaded or describes no control",
+        "Install a library built for this system.");
+  }
+}
+
+void Diagnosis::ExamineEffects(const ORVAPOEndpointInfo& info) {
+  std::string registered;
+  const auto add = [&](const char* kind, const EffectIdentifier& effect) {
+    if (!effect.text.empty()) registered += (registered.empty() ? "" : ", ") + std::string(kind);
+  };
+  add("pre-mix", info.premix_effect());
+  add("stream", info.stream_effect());
+  add("mode", info.mode_effect());
+  add("endpoint", info.endpoint_effect());
+  Add("effect registration", !registered.empty(),
+      registered.empty() ? "no effect is registered on the endpoint" : registered + " effect",
+      "Install the effects driver for this endpoint again.");
+  Add("system effects", !info.system_effects_disabled(),
+      info.system_effects_disabled() ? "switched off for this endpoint" : "allowed",
+      "Switch audio enhancements on in the endpoint's properties.");
+}
+
+void Diagnosis::ExamineConfiguration(const ORVAPOEndpointInfo& info) {
+  const std::string path = Utf8FromWide(info.config_file());
+  if (path.empty()) {
+    return Add("configuration file", false, "the endpoint names none",
+               "Install the effects driver for this endpoint again.");
+  }
+  ORVAPOConfigurationFile file(machine_);
+  const std::uint32_t status = file.Load(info.config_file(), kORVAPO_EPCfg_None, 0);
+  const auto found = machine_.HostFile(info.config_file());
+  const std::string host = found ? PathText(std::filesystem::absolute(*found)) : path;
+  if (status == kConfigLoaded) {
+    return Add("configuration file", true, path + " has " + Counted(file.GetModes().size(), "mode"),
+               "");
+  }
+  const bool exists = machine_.FileExists(info.config_file());
+  Add("configuration file", false,
+      path + (exists ? " is refused (load status " + std::to_string(status) + ")" : " is missing"),
+      exists ? CommandLine("check " + ShellWord(host)) : "Put the configuration file there.");
+}
+
+void Diagnosis::ExamineRights(const ORVAPOEndpointInfo& info) {
+  const std::string path = "HKEY_LOCAL_MACHINE\\" + Utf8FromWide(info.apo_key_path());
+  const std::string folder = MachineFolder();
+  const RegStatus status = TryKey(machine_, info.apo_key_path());
+  Add("registry rights", status == kRegOk,
+      path + (status == kRegOk
+                  ? ": a value was written, read and removed"
+                  : ": a value could not be written, read and removed: " +
+                        StatusText(orv_apo::StatusOfSystemError(static_cast<DWORD>(status)))),
+      "Give this user the rights to read and set values of that key" +
+          (folder.empty() ? "." : ", and room and the right to write in " + folder + "."));
+}
+
+// What an image holds that no reader takes, or that lies outside the control's range; empty when
+// all is well.
+std::string Diagnosis::ImageFaults(const std::string& value, const ImageBytes& bytes) {
+  ORVPropertyList list;
+  const ImageDecoding decoding = DecodeImage(bytes, ImageReading::Replace, list);
+  std::string faults;
+  const auto add = [&](const std::string& what) { faults += (faults.empty() ? "" : "; ") + what; };
+  if (decoding.fault != ImageFault::None) {
+    add("the image \"" + value + "\" cannot be decoded from offset " +
+        std::to_string(decoding.fault_offset) + " of " + std::to_string(bytes.size()));
+  }
+  if (decoding.unknown_tags != 0) {
+    add("the image \"" + value + "\" has " + Counted(decoding.unknown_tags, "record") +
+        " of unknown kind");
+  }
+  for (const ORVPropertyEntry& entry : list) {
+    const std::string name = Utf8FromName(entry.name);
+    const std::string text = Utf8FromName(WideTextOf(entry.value).value_or(std::wstring()));
+    const std::optional<int> number = ParseNumber(text);
+    const ControlFacts facts = context_.catalog().Describe(name);
+    if (!facts.described || !number || facts.minimum >= facts.maximum) continue;
+    if (*number < facts.minimum || *number > facts.maximum) {
+      add("\"" + name + "\" is stored as " + text + ", outside " + std::to_string(facts.minimum) +
+          " to " + std::to_string(facts.maximum) + ", in \"" + value + "\"");
+    }
+  }
+  return faults;
+}
+
+// Every value of the endpoint's key that the component reads as an image.
+void Diagnosis::ExamineStored(const ORVAPOEndpointInfo& info, const Endpoint& endpoint,
+                              const std::vector<Mode>& modes) {
+  std::unique_ptr<RegistryKey> key;
+  if (machine_.registry().OpenKey(RegRoot::LocalMachine, info.apo_key_path(), kQueryAccess, key) !=
+      kRegOk)
+    return;  // "registry rights" says so
+  std::size_t count = 0;
+  bool well = true;
+  std::wstring name;
+  for (std::uint32_t i = 0; key->EnumValue(i, name) == kRegOk; ++i) {
+    if (!name.starts_with(L"ApoOpMode:") && name != kGlobalSettingsValue &&
+        name != ORVAPOModeSelector::kCurrentModeValue)
+      continue;
+    ++count;
+    const std::string value = Utf8FromName(name);
+    std::uint32_t type = 0;
+    ImageBytes bytes;
+    const RegStatus status = ReadValue(*key, name, type, bytes);
+    std::string faults;
+    if (status != kRegOk) {
+      faults = "\"" + value + "\" cannot be read: " +
+               StatusText(orv_apo::StatusOfSystemError(static_cast<DWORD>(status)));
+    } else if (type != kRegBinary) {
+      faults = "\"" + value + "\" is not binary";
+    } else {
+      faults = ImageFaults(value, bytes);
+    }
+    if (faults.empty()) continue;
+    Add("stored values", false, faults, RestoreLine(value, endpoint, modes));
+    well = false;
+  }
+  if (well) Add("stored values", true, Counted(count, "image") + " decoded, values in range", "");
+}
+
+std::optional<Endpoint> Diagnosis::ExamineThroughComponent(const ORVAPOEndpointInfo& info) {
+  const std::string id = Utf8FromWide(info.endpoint_id());
+  for (Endpoint& endpoint : context_.session().Endpoints()) {
+    if (!EqualsIgnoringCase(endpoint.id(), id)) continue;
+    Add("component", true, "finds the endpoint", "");
+    const std::optional<Mode> mode = endpoint.CurrentMode();
+    Add("current mode", mode.has_value(),
+        mode ? mode->name() : "the stored mode is none of the configuration's",
+        CommandLine("mode " + endpoint.number() + " --default"));
+    const std::vector<Mode> modes = endpoint.Modes();
+    const bool enabled = !modes.empty() && modes.front().Enabled();
+    Add("processing", enabled, enabled ? "on" : "off",
+        CommandLine("enable " + endpoint.number() + " on"));
+    ExamineStored(info, endpoint, modes);
+    return std::move(endpoint);
+  }
+  Add("component", false, "does not find the endpoint",
+      "What is wrong above comes first; if nothing is: " + CommandLine("-v endpoints"));
+  return std::nullopt;
+}
+
+std::optional<Endpoint> Diagnosis::Examine(const ORVAPOEndpointInfo& info) {
+  label_ = NameOf(info);
+  if (info.apo_key_path().empty()) {
+    Add("effect registration", false,
+        info.display_name().empty() ? "neither of the endpoint's registry keys can be read"
+                                    : "a value in the endpoint's registry keys cannot be read",
+        "Install the audio driver again.");
+    return std::nullopt;
+  }
+  ExamineEffects(info);
+  ExamineConfiguration(info);
+  ExamineRights(info);
+  try {
+    return ExamineThroughComponent(info);
+  } catch (const Failure& failure) {
+    // What happened, and below it what to do about it.
+    const std::string text = failure.what();
+    const std::size_t end = text.find('\n');
+    Add("component", false, text.substr(0, end),
+        end != std::string::npos ? text.substr(end + 1) : CommandLine("-v endpoints"));
+    return std::nullopt;
+  }
+}
+
+}  // namespace orv::cli
