@@ -12,11 +12,10 @@
 namespace orv {
 namespace {
 
-using Kind = LocatedJson::Kind;
 template <class Value>
 using Named = JsonField::Named<Value>;
 
-constexpr std::size_t kLargestFile = std::size_t{16} << 20;  // bytes
+constexpr std::size_t kLargestMachineFile = std::size_t{16} << 20;  // bytes
 
 constexpr Named<DWORD> kStates[] = {{"active", DEVICE_STATE_ACTIVE},
                                     {"disabled", DEVICE_STATE_DISABLED},
@@ -29,8 +28,9 @@ constexpr Named<std::uint32_t> kFormFactors[] = {
     {"spdif", 8},      {"hdmi", 9},     {"unknown", 10}};
 
 std::optional<std::wstring> ReadPath(const JsonField& field) {
-  if (field.kind() == Kind::Null) return std::nullopt;
-  if (field.kind() != Kind::Text) field.Refuse("expected a path in quotation marks or null");
+  if (field.kind() == JsonField::Kind::Null) return std::nullopt;
+  if (field.kind() != JsonField::Kind::Text)
+    field.Refuse("expected a path in quotation marks or null");
   return field.WideText();
 }
 
@@ -50,10 +50,10 @@ std::optional<PROPERTYKEY> ParsePropertyKey(const std::string& text) {
 SimulatedProperty ReadProperty(const PROPERTYKEY& key, const JsonField& field) {
   SimulatedProperty property;
   property.key = key;
-  if (field.kind() == Kind::Text) {
+  if (field.kind() == JsonField::Kind::Text) {
     property.type = VT_LPWSTR;
     property.text = field.WideText();
-  } else if (field.kind() == Kind::Object) {
+  } else if (field.kind() == JsonField::Kind::Object) {
     property.type = VT_BLOB;
     field.ExpectObject({"blob"});
     property.blob = field.Need("blob").Hex();
@@ -66,7 +66,7 @@ SimulatedProperty ReadProperty(const PROPERTYKEY& key, const JsonField& field) {
 }
 
 std::vector<SimulatedProperty> ReadProperties(const JsonField& field) {
-  if (field.kind() != Kind::Object) field.Refuse("expected an object in braces");
+  if (field.kind() != JsonField::Kind::Object) field.Refuse("expected an object in braces");
   field.ExpectDistinctNames();
   std::vector<SimulatedProperty> properties;
   for (const auto& member : field.members()) {
@@ -183,7 +183,7 @@ std::optional<MachineDescription> ParseMachineFile(std::string_view text, FileEr
 std::optional<MachineDescription> ReadMachineFile(const std::filesystem::path& file,
                                                   FileError& error) {
   error = {file, 0, {}};
-  const auto text = ReadWholeFile(file, kLargestFile, error.reason);
+  const auto text = ReadWholeFile(file, kLargestMachineFile, error.reason);
   if (!text) return std::nullopt;
   return ParseMachineFile(*text, error);
 }

@@ -16,7 +16,7 @@ using Kind = DriverMisbehaviour::Kind;
 constexpr std::uint32_t kGetCode = 0x22E5DA;
 constexpr std::uint32_t kSetCode = 0x22E5DE;
 constexpr std::uint32_t kModuleNumber = 9;
-constexpr std::size_t kHeaderSize = 16;
+constexpr std::size_t kBroadwellHeaderSize = 16;
 
 // The driver's own statuses.
 constexpr std::int32_t kInvalidParameter = static_cast<std::int32_t>(0xC000000D);
@@ -57,10 +57,10 @@ bool IsZero(std::span<const std::byte> bytes) {
                      [](std::byte byte) { return byte == std::byte{0}; });
 }
 
-class Exchange {
+class BroadwellExchange {
  public:
-  Exchange(SimulatedDevices& devices, std::span<const std::byte> input, std::span<std::byte> output,
-           std::uint32_t& returned)
+  BroadwellExchange(SimulatedDevices& devices, std::span<const std::byte> input,
+                    std::span<std::byte> output, std::uint32_t& returned)
       : driver_(*devices.description.drivers.broadwell),
         store_(*devices.drivers),
         input_(input),
@@ -75,7 +75,7 @@ class Exchange {
         });
     if (code != kGetCode && code != kSetCode)
       return Refuse("control code " + HexNumber(code), kDeviceInvalidFunction);
-    if (input_.size() != kHeaderSize)
+    if (input_.size() != kBroadwellHeaderSize)
       return Refuse("a header of " + std::to_string(input_.size()) + " bytes instead of 16");
     if (command == std::end(kCommands)) return Refuse("command " + std::to_string(number));
     parameter_ =
@@ -123,7 +123,8 @@ class Exchange {
       return "an output buffer of " + std::to_string(output_.size()) + " bytes instead of " +
              std::to_string(command.output_size);
     }
-    if (word(12) != kHeaderSize + output_.size()) return "size word " + std::to_string(word(12));
+    if (word(12) != kBroadwellHeaderSize + output_.size())
+      return "size word " + std::to_string(word(12));
     return {};
   }
 
@@ -253,7 +254,7 @@ class Exchange {
 std::uint32_t AnswerBroadwellControl(SimulatedDevices& devices, std::uint32_t code,
                                      std::span<const std::byte> input, std::span<std::byte> output,
                                      std::uint32_t& returned) {
-  return Exchange(devices, input, output, returned).Run(code);
+  return BroadwellExchange(devices, input, output, returned).Run(code);
 }
 
 }  // namespace orv

@@ -9,8 +9,6 @@
 namespace orv {
 namespace {
 
-constexpr std::int64_t kLargest = 0x7FFFFFFF;
-
 // Channel masks that the module's input takes.
 constexpr std::array<std::uint32_t, 21> kInputModes = {
     1, 3, 7, 11, 15, 51, 55, 59, 63, 67, 71, 75, 79, 115, 119, 123, 127, 259, 515, 1087, 2111};
@@ -103,11 +101,11 @@ const std::vector<BlockFormat>& BroadwellFormats() {
       {4, 2, {Gain()}},
       {5, 4, {Flag(0)}},
       {6, 4, {Flag(0)}},
-      {20, 12, {Flag(0), Level(4, 3277), Word(8, 0, kLargest, 0x40000000)}},
+      {20, 12, {Flag(0), Level(4, 3277), Word(8, 0, INT32_MAX, 0x40000000)}},
       {21, 92, {}, AmhdFault, AmhdFields().Initial()},
       {22,
        16,
-       {Flag(0, 1), Word(4, 0, kLargest, 120), Word(8, 0, kLargest, 0x4000000), Level(12, 8192)}},
+       {Flag(0, 1), Word(4, 0, INT32_MAX, 120), Word(8, 0, INT32_MAX, 0x4000000), Level(12, 8192)}},
       {24, 0, {}, HighPassFault, Words(4, kHighPass), HighPassSets},
       {25, 0, {}, EqualiserFault, Words(2, kFlatEqualiser), EqualiserSets},
       {26, 0, {}, EqualiserFault, Words(2, kFlatEqualiser), EqualiserSets},

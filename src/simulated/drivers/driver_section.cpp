@@ -28,18 +28,18 @@ struct KindKeys {
   std::string_view optional;
   bool only_answers;  // makes sense for what is read only
 };
-constexpr KindKeys kKinds[] = {{"refuse", Kind::Refuse, "", "status", false},
-                               {"status", Kind::Status, "status", "", false},
-                               {"absent", Kind::Absent, "", "", false},
-                               {"late", Kind::Late, "delay_ms", "", false},
-                               {"short", Kind::Short, "size", "", true},
-                               {"stale", Kind::Stale, "", "", true},
-                               {"corrupt", Kind::Corrupt, "offset", "mask", true},
-                               {"uncounted", Kind::Uncounted, "", "", true}};
+constexpr KindKeys kMisbehaviours[] = {{"refuse", Kind::Refuse, "", "status", false},
+                                       {"status", Kind::Status, "status", "", false},
+                                       {"absent", Kind::Absent, "", "", false},
+                                       {"late", Kind::Late, "delay_ms", "", false},
+                                       {"short", Kind::Short, "size", "", true},
+                                       {"stale", Kind::Stale, "", "", true},
+                                       {"corrupt", Kind::Corrupt, "offset", "mask", true},
+                                       {"uncounted", Kind::Uncounted, "", "", true}};
 
 const KindKeys& ReadKind(const JsonField& field) {
   std::vector<std::string_view> names;
-  for (const KindKeys& kind : kKinds) {
+  for (const KindKeys& kind : kMisbehaviours) {
     if (field.Text() == kind.name) return kind;
     names.push_back(kind.name);
   }

@@ -8,7 +8,7 @@ namespace {
 
 using Direction = DriverMisbehaviour::Direction;
 
-constexpr std::size_t kLargestFile = std::size_t{64} << 20;  // bytes
+constexpr std::size_t kLargestDriverMemory = std::size_t{64} << 20;  // bytes
 
 bool IsMeantFor(const DriverMisbehaviour& rule, const DriverRequest& request) {
   if (!rule.request.empty() && rule.request != request.name) return false;
@@ -45,7 +45,7 @@ bool DriverStore::Load(FileError& error) {
     readable_ = true;
     return true;
   }
-  const auto text = ReadWholeFile(file_, kLargestFile, error.reason);
+  const auto text = ReadWholeFile(file_, kLargestDriverMemory, error.reason);
   if (!text) return false;
   std::uint64_t change = 0;
   auto memory = DecodeDriverMemory(*text, change, error);

@@ -13,9 +13,9 @@ namespace {
 using Kind = DriverMisbehaviour::Kind;
 
 constexpr std::uint32_t kSendCode = 0x90002C00;
-constexpr std::size_t kHeaderSize = 12;
+constexpr std::size_t kQualcommHeaderSize = 12;
 constexpr std::size_t kFrameSize = 16;  // header and four closing bytes
-constexpr std::uint32_t kFormFactors = 5;
+constexpr std::uint32_t kFormFactorCount = 5;
 
 // What is wrong with a message; the record's own format is checked last.
 std::string MessageFault(std::span<const std::byte> message, std::span<const std::byte> output) {
@@ -28,12 +28,12 @@ std::string MessageFault(std::span<const std::byte> message, std::span<const std
            std::to_string(size);
   }
   const auto form_factor = ReadWire<std::uint32_t>(message, 4);
-  if (form_factor >= kFormFactors) return "form factor " + std::to_string(form_factor);
+  if (form_factor >= kFormFactorCount) return "form factor " + std::to_string(form_factor);
   if (ReadWire<std::uint32_t>(message, message.size() - 4) != 0)
     return "the closing bytes are not zero";
   const BlockFormat* format = FindFormat(QualcommFormats(), ReadWire<std::uint32_t>(message, 0));
   if (format == nullptr) return "no such parameter";
-  return format->Fault(message.subspan(kHeaderSize, size));
+  return format->Fault(message.subspan(kQualcommHeaderSize, size));
 }
 
 }  // namespace
@@ -60,7 +60,7 @@ std::uint32_t AnswerQualcommControl(SimulatedDevices& devices, std::uint32_t cod
   if (!planned.empty()) store.NoteRefusal(request, planned, true);
   if (Is(rule, Kind::Absent)) return kDeviceNotFound;
   if (Is(rule, Kind::Refuse)) return SystemErrorOf(rule->status);
-  const auto payload = input.subspan(kHeaderSize, input.size() - kFrameSize);
+  const auto payload = input.subspan(kQualcommHeaderSize, input.size() - kFrameSize);
   DriverRecord record{kQualcommDriver,
                       parameter,
                       ReadWire<std::uint32_t>(input, 4),

@@ -23,7 +23,7 @@ std::string WideningFault(std::span<const std::byte> record) {
   return {};
 }
 
-std::string EqualiserFault(std::span<const std::byte> record) {
+std::string RecordEqualiserFault(std::span<const std::byte> record) {
   static const BlockFormat kFields = {
       0, 220,
       Coefficients(12, 2 * kFilterWords,
@@ -39,10 +39,10 @@ CoefficientSet HighPassSet(std::span<const std::byte> record) {
   const auto order = ReadWire<std::uint32_t>(record, 0);
   return {"high-pass", 4, 4, order <= kHighestOrder ? SectionsOf(order) : 0};
 }
-std::vector<CoefficientSet> HighPassSets(std::span<const std::byte> record) {
+std::vector<CoefficientSet> RecordHighPassSets(std::span<const std::byte> record) {
   return {HighPassSet(record)};
 }
-std::string HighPassFault(std::span<const std::byte> record) {
+std::string RecordHighPassFault(std::span<const std::byte> record) {
   const CoefficientSet set = HighPassSet(record);
   for (std::size_t i = set.offset + set.size(); i < record.size(); ++i) {
     if (record[i] == std::byte{0}) continue;
@@ -52,7 +52,7 @@ std::string HighPassFault(std::span<const std::byte> record) {
   return {};
 }
 
-std::vector<CoefficientSet> EqualiserSets(std::span<const std::byte>) {
+std::vector<CoefficientSet> RecordEqualiserSets(std::span<const std::byte>) {
   return {{"left equaliser", 12, 4, 4}, {"right equaliser", 116, 4, 4}};
 }
 
@@ -66,8 +66,8 @@ const std::vector<BlockFormat>& QualcommFormats() {
        Coefficients(24, kBassWords,
                     {Word(0, 0, 0xFF, 0), Gain(4), Gain(6), Gain(8), Gain(10), Gain(12),
                      Fixed(16, 0x10000000), Gain(20), Gain(22)})},
-      {0x10005014, 108, {}, HighPassFault, {}, HighPassSets},
-      {0x10005015, 220, {}, EqualiserFault, {}, EqualiserSets},
+      {0x10005014, 108, {}, RecordHighPassFault, {}, RecordHighPassSets},
+      {0x10005015, 220, {}, RecordEqualiserFault, {}, RecordEqualiserSets},
       {0x10005016,
        24,
        {Gain(0),

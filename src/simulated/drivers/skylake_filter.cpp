@@ -30,7 +30,7 @@ constexpr std::uint32_t kGetOfNode = 0x10000001;
 
 // Sizes of requests in bytes: header; with the interface; with type and module; with parameter and
 // apply flag.
-constexpr std::size_t kHeaderSize = 32;
+constexpr std::size_t kSkylakeHeaderSize = 32;
 constexpr std::size_t kInterfaceSize = 48;
 constexpr std::size_t kModuleSize = 68;
 constexpr std::size_t kParameterSize = 73;
@@ -53,7 +53,7 @@ struct PropertyFormat {
   std::size_t size;
   std::uint32_t directions;  // kGet and kSet together when both are known
 };
-constexpr PropertyFormat kProperties[] = {{request::kVersion, kHeaderSize, kGet},
+constexpr PropertyFormat kProperties[] = {{request::kVersion, kSkylakeHeaderSize, kGet},
                                           {request::kModules, kInterfaceSize, kGet},
                                           {request::kStatus, kParameterSize, kGet | kSet},
                                           {request::kParameter, kParameterSize, kGet | kSet},
@@ -64,10 +64,10 @@ constexpr PropertyFormat kProperties[] = {{request::kVersion, kHeaderSize, kGet}
 constexpr char kNotInstantiated[] = "the module is not instantiated";
 
 // One request on its way through the driver.
-class Exchange {
+class SkylakeExchange {
  public:
-  Exchange(SimulatedDevices& devices, const TopologyGraph& graph,
-           std::span<const std::byte> property, std::span<std::byte> data, ULONG& returned)
+  SkylakeExchange(SimulatedDevices& devices, const TopologyGraph& graph,
+                  std::span<const std::byte> property, std::span<std::byte> data, ULONG& returned)
       : driver_(*devices.description.drivers.skylake),
         store_(*devices.drivers),
         graph_(graph),
@@ -82,7 +82,7 @@ class Exchange {
 
   HRESULT OffloadPin() {
     request_ = {kSkylakeDriver, request::kOffloadPin};
-    if (property_.size() != kHeaderSize) return Refuse(SizeFault(kHeaderSize));
+    if (property_.size() != kSkylakeHeaderSize) return Refuse(SizeFault(kSkylakeHeaderSize));
     if (Word(16) != kOffloadProperty) return Refuse("offload property " + std::to_string(Word(16)));
     if (Word(20) != kGetOfNode) return Refuse("flags " + HexNumber(Word(20)));
     const std::string fault = NodeFault();
@@ -143,7 +143,7 @@ class Exchange {
     if ((flags != kGet && flags != kSet) || (flags & format.directions) == 0)
       return "flags " + HexNumber(flags);
     std::string fault = NodeFault();
-    if (!fault.empty() || format.size == kHeaderSize) return fault;
+    if (!fault.empty() || format.size == kSkylakeHeaderSize) return fault;
     if (!IsEqualGUID(ReadWire<GUID>(property_, 32), kModuleInterface))
       return "not the post-processing interface";
     if (format.size == kInterfaceSize) return {};
@@ -315,7 +315,7 @@ HRESULT AnswerSkylakeProperty(SimulatedDevices& devices, const TopologyGraph& gr
                               ULONG& returned) {
   returned = 0;
   if (!devices.description.drivers.skylake) return kKsSetNotFound;
-  Exchange exchange(devices, graph, property, data, returned);
+  SkylakeExchange exchange(devices, graph, property, data, returned);
   const GUID set = ReadWire<GUID>(property, 0);
   if (IsEqualGUID(set, kOffloadSet)) return exchange.OffloadPin();
   if (!graph.endpoint.has_module) return kKsSetNotFound;

@@ -86,8 +86,6 @@ std::vector<CoefficientSet> RightSets(std::span<const std::byte> block) {
   return {{"right equaliser", kRightHeader, 4, SectionsOf(word(4))}};
 }
 
-constexpr std::int64_t kLargest = 0x7FFFFFFF;
-
 constexpr FieldFormat Band(std::uint16_t offset) { return {offset, 2, 725, 23060, 4096}; }
 
 }  // namespace
@@ -95,7 +93,7 @@ constexpr FieldFormat Band(std::uint16_t offset) { return {offset, 2, 725, 23060
 const std::vector<BlockFormat>& SkylakeFormats() {
   static const std::vector<BlockFormat> kFormats = {
       {0x10014401, 16, {Flag(0, 1), Level(4, 16423), Level(6, 32767), Word(8, 0, 5, 1), Flag(12)}},
-      {0x10014402, 12, {Flag(0), Level(4, 3277), Word(8, 0, kLargest, 0x40000000)}},
+      {0x10014402, 12, {Flag(0), Level(4, 3277), Word(8, 0, INT32_MAX, 0x40000000)}},
       {0x10014403, 12, {Flag(0), Level(4, 16384), Word(8, 0x10000000, 0x60000000, 0x20000000)}},
       {0x10014404,
        40,
@@ -104,8 +102,8 @@ const std::vector<BlockFormat>& SkylakeFormats() {
       {0x10014405,
        28,
        {Flag(0), Level(4), Level(6), Level(8), Level(10), Level(12), Flag(16),
-        Word(20, 0, kLargest, 2), Flag(24)}},
-      {0x10014406, 16, {Flag(0), Word(4, 1, kLargest, 1), Flag(8), Level(12)}},
+        Word(20, 0, INT32_MAX, 2), Flag(24)}},
+      {0x10014406, 16, {Flag(0), Word(4, 1, INT32_MAX, 1), Flag(8), Level(12)}},
       {0x10014407, 16, {Flag(0), Band(4), Band(6), Band(8), Band(10), Band(12)}},
       {0x10014408, 12, {Flag(0), Word(4, -12, 12, 0), Word(8, -12, 12, 0)}},
       {0x10014409, 8, {Flag(0), Level(4, 32767)}},
@@ -115,7 +113,7 @@ const std::vector<BlockFormat>& SkylakeFormats() {
        24,
        {Level(2, 32767), Level(4, 32767), Level(6, 32767), Level(8, 32767), Level(10, 32767),
         Level(12, 32767), Level(14, 16423), Level(16, 32767), Level(18, 4096),
-        Word(20, 0, kLargest, 0x4000000)}},
+        Word(20, 0, INT32_MAX, 0x4000000)}},
       {0x1001440D, 0, {}, LeftFault, std::vector<std::byte>(kLeftFrame), LeftSets},
       {0x1001440E, 0, {}, RightFault, std::vector<std::byte>(kRightFrame), RightSets},
       {0x1001440F, 96, Coefficients(0, 24), nullptr, {}, BassAllPass},

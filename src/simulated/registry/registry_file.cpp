@@ -7,7 +7,7 @@
 namespace orv {
 namespace {
 
-constexpr std::size_t kLargestFile = std::size_t{256} << 20;  // bytes
+constexpr std::size_t kLargestRegistryFile = std::size_t{256} << 20;  // bytes
 constexpr std::string_view kChangeComment = "change ";
 
 // The number of the latest change from the comment that follows the header; 0 without one.
@@ -33,7 +33,7 @@ RegistryNodePtr RegistryFile::Read(FileError& error) {
   readable_ = false;
   // The stamp is older than the content, never newer: a change in between is seen next time.
   stamp_ = FileStamp::Of(file_);
-  const auto bytes = ReadWholeFile(file_, kLargestFile, error.reason);
+  const auto bytes = ReadWholeFile(file_, kLargestRegistryFile, error.reason);
   if (!bytes) return nullptr;
   auto content = DecodeRegistryExport(*bytes, error);
   if (!content) return nullptr;

@@ -10,8 +10,8 @@
 namespace orv {
 namespace {
 
-constexpr std::size_t kLargestFile = std::size_t{256} << 20;  // bytes
-constexpr std::uint32_t kLeastRate = 1000;                    // Hz
+constexpr std::size_t kLargestSoundFile = std::size_t{256} << 20;  // bytes
+constexpr std::uint32_t kLeastRate = 1000;                         // Hz
 constexpr std::uint32_t kMostRate = 768000;
 constexpr std::uint32_t kMostChannels = 64;
 constexpr std::uint32_t kMostPacketFrames = 1 << 20;
@@ -22,11 +22,12 @@ constexpr JsonField::Named<MixFormatKind> kFormats[] = {
     {"extensible_pcm", MixFormatKind::ExtensiblePcm},
     {"float", MixFormatKind::Float},
     {"pcm", MixFormatKind::Pcm}};
-constexpr JsonField::Named<SoundSource::Kind> kKinds[] = {{"tone", SoundSource::Kind::Tone},
-                                                          {"sweep", SoundSource::Kind::Sweep},
-                                                          {"noise", SoundSource::Kind::Noise},
-                                                          {"clicks", SoundSource::Kind::Clicks},
-                                                          {"file", SoundSource::Kind::File}};
+constexpr JsonField::Named<SoundSource::Kind> kSoundKinds[] = {
+    {"tone", SoundSource::Kind::Tone},
+    {"sweep", SoundSource::Kind::Sweep},
+    {"noise", SoundSource::Kind::Noise},
+    {"clicks", SoundSource::Kind::Clicks},
+    {"file", SoundSource::Kind::File}};
 
 double Level(const JsonField& field) {
   return std::pow(10, field.Real(-200, 0, "expected a level in dB from -200 to 0") / 20);
@@ -41,7 +42,7 @@ std::shared_ptr<const WavSound> ReadSoundFile(const JsonField& field, const Soun
   const auto path = HostFile(drive_c, field.WideText());
   if (!path) field.Refuse("leads to no file; expected a path like \"C:\\\\Sounds\\\\tone.wav\"");
   std::string reason;
-  const auto bytes = ReadWholeFile(*path, kLargestFile, reason);
+  const auto bytes = ReadWholeFile(*path, kLargestSoundFile, reason);
   if (!bytes) field.Refuse(reason);
   auto sound = ReadWav(*bytes, reason);
   if (!sound) field.Refuse(reason);
@@ -91,7 +92,7 @@ SoundSource ReadSource(const JsonField& field, const SoundShape& shape,
                        const std::filesystem::path& drive_c) {
   SoundSource source;
   if (field.kind() != JsonField::Kind::Object) field.Refuse("expected an object in braces");
-  source.kind = field.Need("kind").Choice(kKinds, "kind of sound");
+  source.kind = field.Need("kind").Choice(kSoundKinds, "kind of sound");
   field.ExpectObject(KeysOf(source.kind));
   if (const auto channel = field.Find("channel"))
     source.channel = channel->NumberWithin(0, shape.channels - 1);

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t kChunkHeader = 8;   // name and size
 constexpr std::size_t kPlainFormat = 16;  // bytes of a format chunk without an extension
-constexpr std::uint32_t kMostChannels = 64;
+constexpr std::uint32_t kMostFileChannels = 64;
 
 std::uint32_t Word32(std::string_view bytes) {
   std::uint32_t word = 0;
@@ -74,7 +74,7 @@ std::optional<WavSound> ReadWav(std::string_view bytes, std::string& reason) {
     WavSound sound;
     sound.rate = format->Format.nSamplesPerSec;
     sound.channels = format->Format.nChannels;
-    if (!sample_format || sound.rate == 0 || sound.channels > kMostChannels)
+    if (!sample_format || sound.rate == 0 || sound.channels > kMostFileChannels)
       return refuse("samples are neither integers of 16, 24 or 32 bits nor 32-bit floats");
     if (chunk->content.empty() || chunk->content.size() % format->Format.nBlockAlign != 0)
       return refuse("no whole frames of samples");
