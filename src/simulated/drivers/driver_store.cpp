@@ -29,48 +29,28 @@ std::string DriverRequest::Key() const {
 
 bool DriverStore::Attach(const std::filesystem::path& folder, FileError& error) {
   const std::lock_guard guard(lock_);
-  file_ = LinkTarget(folder / "drivers.json");
-  folder_ = file_.parent_path();
-  return Load(error);
+  constexpr SharedFile::Form kForm = {"drivers.json", ".drivers.lock", kLargestDriverMemory, true};
+  file_.emplace(folder, kForm, [this](const std::string* text, FileError& refusal) {
+    return Load(text, refusal);
+  });
+  return file_->Read(error);
 }
 
-bool DriverStore::Load(FileError& error) {
-  error = {file_, 0, {}};
-  readable_ = false;
-  // The stamp is older than the content, never newer: a change in between is seen next time.
-  stamp_ = FileStamp::Of(file_);
-  std::error_code ignored;
-  if (!std::filesystem::exists(file_, ignored)) {
-    memory_ = {};
-    readable_ = true;
-    return true;
-  }
-  const auto text = ReadWholeFile(file_, kLargestDriverMemory, error.reason);
-  if (!text) return false;
+std::optional<std::uint64_t> DriverStore::Load(const std::string* text, FileError& error) {
   std::uint64_t change = 0;
-  auto memory = DecodeDriverMemory(*text, change, error);
-  if (!memory) return false;
-  memory_ = std::move(*memory);
-  change_ = change;
-  readable_ = true;
-  return true;
-}
-
-bool DriverStore::Refresh() {
-  if (folder_.empty()) return true;
-  if (FileStamp::Of(file_) == stamp_) return readable_;
-  FileError ignored;
-  try {
-    return Load(ignored);
-  } catch (...) {
-    stamp_.reset();
-    throw;
+  if (text == nullptr) {
+    memory_ = {};
+    return change;
   }
+  auto memory = DecodeDriverMemory(*text, change, error);
+  if (!memory) return std::nullopt;
+  memory_ = std::move(*memory);
+  return change;
 }
 
 bool DriverStore::Read(const std::function<void(const DriverMemory&)>& body) {
   const std::lock_guard guard(lock_);
-  if (!Refresh()) return false;
+  if (file_ && !file_->Refresh()) return false;
   body(memory_);
   return true;
 }
@@ -79,22 +59,17 @@ bool DriverStore::Write(const Body& body, std::string& reason) {
   reason = "the machine's description has it fail";
   if (faults_->Check("drivers.save")) return false;
   // In memory, bodies change nothing before their last allocation.
-  if (folder_.empty()) {
+  if (!file_) {
     body(memory_);
     return true;
   }
-  const auto file_lock = FileLock::Acquire(folder_ / ".drivers.lock", reason);
+  const auto file_lock = file_->Lock(reason);
   if (!file_lock) return false;
-  reason = "drivers.json cannot be read";
-  if (!Refresh()) return false;
   DriverMemory changed = memory_;
   body(changed);
-  if (!ReplaceFileContent(file_, EncodeDriverMemory(changed, change_ + 1), reason,
-                          Writers::OneAtATime))
-    return false;
+  const auto encode = [&](std::uint64_t change) { return EncodeDriverMemory(changed, change); };
+  if (!file_->Write(encode, reason)) return false;
   memory_ = std::move(changed);
-  ++change_;
-  stamp_ = FileStamp::Of(file_);
   return true;
 }
 
@@ -112,7 +87,7 @@ bool DriverStore::ChangeAtLeastHere(const Body& body) {
   const std::lock_guard guard(lock_);
   std::string ignored;
   if (Write(body, ignored)) return true;
-  if (!Refresh()) return false;
+  if (file_ && !file_->Refresh()) return false;
   body(memory_);
   return true;
 }

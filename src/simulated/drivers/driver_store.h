@@ -13,10 +13,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/file_stamp.h"
-#include "platform/files.h"
 #include "simulated/description/fault_plan.h"
 #include "simulated/drivers/driver_memory.h"
+#include "simulated/shared_file.h"
 
 namespace orv {
 
@@ -75,18 +74,13 @@ class DriverStore {
   std::size_t registered_events();
 
  private:
-  bool Refresh();  // under the lock
-  bool Load(FileError& error);
+  std::optional<std::uint64_t> Load(const std::string* text, FileError& error);
   bool Write(const Body& body, std::string& reason);  // under the lock
 
   std::shared_ptr<FaultPlan> faults_;
   std::mutex lock_;
   DriverMemory memory_;
-  std::filesystem::path folder_;  // empty in memory
-  std::filesystem::path file_;
-  std::optional<FileStamp> stamp_;  // none if the file has to be read again
-  std::uint64_t change_ = 0;        // number of the latest change
-  bool readable_ = true;
+  std::optional<SharedFile> file_;                                      // nullopt: in memory only
   std::map<std::pair<std::string, std::size_t>, std::uint32_t> calls_;  // by driver and rule
   std::map<std::string, std::uint32_t> apply_flags_;                    // by DriverRequest::Key
   std::atomic<std::uint64_t> next_handle_{0x104};

@@ -1,11 +1,29 @@
 #include "simulated/registry/registry_hive.h"
 
 #include <algorithm>
+#include <charconv>
 
-#include "simulated/registry/registry_file.h"
 #include "simulated/registry/registry_tree_export.h"
 
 namespace orv {
+namespace {
+
+constexpr SharedFile::Form kRegistryFile = {"registry.reg", ".registry.lock",
+                                            std::size_t{256} << 20, false};
+constexpr std::string_view kChangeComment = "change ";
+
+// The number of the latest change from the comment that follows the header; 0 without one.
+std::uint64_t ChangeNumber(std::string head) {
+  std::erase(head, '\0');  // UTF-16
+  const std::size_t comment = head.find("; " + std::string(kChangeComment));
+  std::uint64_t number = 0;
+  if (comment == std::string::npos) return number;
+  const char* digits = head.data() + comment + 2 + kChangeComment.size();
+  std::from_chars(digits, head.data() + head.size(), number);
+  return number;
+}
+
+}  // namespace
 
 RegistryHive::RegistryHive(std::shared_ptr<FaultPlan> faults)
     : faults_(std::move(faults)), root_(MakeEmptyRegistry()) {}
@@ -14,12 +32,23 @@ RegistryHive::~RegistryHive() = default;
 
 bool RegistryHive::Attach(const std::filesystem::path& folder, FileError& error) {
   const std::lock_guard guard(lock_);
-  auto file = std::make_unique<RegistryFile>(folder);
-  const RegistryNodePtr content = file->Read(error);
-  if (content == nullptr) return false;
-  ReconcileTree(*root_, *content);
-  file_ = std::move(file);
-  return true;
+  file_.emplace(folder, kRegistryFile, [this](const std::string* text, FileError& refusal) {
+    return Load(*text, refusal);
+  });
+  if (file_->Read(error)) return true;
+  file_.reset();
+  return false;
+}
+
+std::optional<std::uint64_t> RegistryHive::Load(const std::string& text, FileError& error) {
+  auto content = DecodeRegistryExport(text, error);
+  if (!content) return std::nullopt;
+  const ExportFormat format = content->format;
+  const RegistryNodePtr root = MakeEmptyRegistry();
+  if (!ApplyExport(*root, std::move(*content), error)) return std::nullopt;
+  ReconcileTree(*root_, *root);
+  format_ = format;
+  return ChangeNumber(text.substr(0, FileStamp::kHeadSize));
 }
 
 bool RegistryHive::Import(const RegistryExport& content, FileError& error) {
@@ -59,27 +88,23 @@ RegStatus RegistryHive::Commit(RegistryEdit& edit) {
 }
 
 bool RegistryHive::LockFile(std::optional<FileLock>& file_lock) {
-  if (file_ == nullptr) return true;
-  file_lock = file_->Lock();
-  return file_lock && Refresh();
+  if (!file_) return true;
+  std::string ignored;
+  file_lock = file_->Lock(ignored);
+  return file_lock.has_value();
 }
 
 bool RegistryHive::Write(const RegistryNode& root) {
-  return !faults_->Check("registry.save") && (file_ == nullptr || file_->Write(root));
+  if (faults_->Check("registry.save")) return false;
+  std::string ignored;
+  const auto encode = [&](std::uint64_t change) {
+    return ExportTree(root, format_, std::string(kChangeComment) + std::to_string(change));
+  };
+  return !file_ || file_->Write(encode, ignored);
 }
 
-bool RegistryHive::Refresh() {
-  if (file_ == nullptr || !file_->Changed()) return file_ == nullptr || file_->readable();
-  try {
-    FileError ignored;
-    const RegistryNodePtr content = file_->Read(ignored);
-    if (content == nullptr) return false;
-    ReconcileTree(*root_, *content);
-  } catch (...) {
-    file_->Forget();  // to be read again
-    throw;
-  }
-  return true;
+void RegistryHive::Refresh() {
+  if (file_) file_->Refresh();
 }
 
 RegStatus RegistryHive::Watch(RegistryNode& node, RegistryWatch& watch,
@@ -120,7 +145,7 @@ void RegistryHive::Unwatch(RegistryNode& node, RegistryWatch& watch) noexcept {
 }
 
 bool RegistryHive::StartFileWatch() {
-  if (file_ == nullptr) return true;
+  if (!file_) return true;
   file_watch_ = RegistryFileWatch::Start(file_->folder(), [this] {
     const std::lock_guard guard(lock_);
     Refresh();

@@ -5,12 +5,14 @@
 #include <filesystem>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string_view>
 
 #include "simulated/description/fault_plan.h"
 #include "simulated/registry/registry_export.h"
-#include "simulated/registry/registry_file.h"
+#include "simulated/registry/registry_file_watch.h"
 #include "simulated/registry/registry_tree.h"
+#include "simulated/shared_file.h"
 
 namespace orv {
 
@@ -52,8 +54,10 @@ class RegistryHive {
   void Unwatch(RegistryNode& node, RegistryWatch& watch) noexcept;
 
  private:
-  // Takes over what others wrote to the file; false when it cannot be read. Under the lock.
-  bool Refresh();
+  // Takes over the content of the file.
+  std::optional<std::uint64_t> Load(const std::string& text, FileError& error);
+  // Takes over what others wrote to the file. Under the lock.
+  void Refresh();
   // Locks the file between processes and takes over what others wrote.
   bool LockFile(std::optional<FileLock>& file_lock);
   bool Write(const RegistryNode& root);
@@ -63,7 +67,8 @@ class RegistryHive {
   std::shared_ptr<FaultPlan> faults_;
   std::mutex lock_;
   RegistryNodePtr root_;  // its children are HKEY_LOCAL_MACHINE and so on
-  std::unique_ptr<RegistryFile> file_;
+  ExportFormat format_;   // of the file
+  std::optional<SharedFile> file_;
 
   std::mutex watch_lock_;  // taken before lock_, never the other way
   std::size_t watching_handles_ = 0;
