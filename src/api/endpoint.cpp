@@ -123,7 +123,7 @@ HRESULT CORVCOMEndpointInfo::get_OpMode(IORVOperatingMode** mode) {
     });
     if (found == modes.end()) return orv_apo::kNotFound;
     ComPtr<CORVOperatingMode> made;
-    const HRESULT status = CORVOperatingMode::Create(module(), *this, *found, made);
+    const HRESULT status = CreateObject(made, module(), *this, *found);
     if (SUCCEEDED(status)) *mode = made.Detach();
     return status;
   });

@@ -9,6 +9,17 @@
 #include "platform/text.h"
 
 namespace orv {
+namespace {
+
+// Reads into a list of its own, so that the cache is never left partially filled.
+void Refresh(ORVQVTValueList& cache, ORVAPOPublicSettings& settings,
+             bool (ORVAPOPublicSettings::*read)(ORVQVTValueList&, bool)) {
+  ORVQVTValueList fresh;
+  (settings.*read)(fresh, true);
+  cache = std::move(fresh);
+}
+
+}  // namespace
 
 CORVOperatingMode::CORVOperatingMode(Module& module, EndpointContext& endpoint,
                                      std::shared_ptr<const ORVAPOOperatingMode> mode)
@@ -18,40 +29,15 @@ CORVOperatingMode::CORVOperatingMode(Module& module, EndpointContext& endpoint,
       public_settings_(endpoint.record().machine()),
       global_settings_(endpoint.record().machine()) {}
 
-HRESULT CORVOperatingMode::Create(Module& module, EndpointContext& endpoint,
-                                  const std::shared_ptr<const ORVAPOOperatingMode>& record,
-                                  ComPtr<CORVOperatingMode>& mode) {
-  const HRESULT status = CreateObject(mode, module, endpoint, record);
-  if (SUCCEEDED(status)) mode->Init();
-  return status;
-}
-
-void CORVOperatingMode::Init() {
+HRESULT CORVOperatingMode::FinalConstruct() {
   Diagnose(ORV_HERE("CORVOperatingMode::Init"), L"CORVOperatingMode::Init\n");
   Diagnose(ORV_HERE("CORVOperatingMode::SetOpMode"), L"op mode: %s\n",
            mode_->GetModeKey().GetModeName());
   public_settings_.Init(endpoint_->record(), *mode_);
-  RefreshPublicValues();
-  if (global_settings_.InitGlobal(endpoint_->record())) RefreshGlobalValues();
-}
-
-// The three refreshes read into a list of their own, so that a cache is never left half filled.
-void CORVOperatingMode::RefreshPublicValues() {
-  ORVQVTValueList fresh;
-  public_settings_.ReadControls(fresh, true);
-  public_values_ = std::move(fresh);
-}
-
-void CORVOperatingMode::RefreshDefaultValues() {
-  ORVQVTValueList fresh;
-  public_settings_.ReadDefaultControls(fresh, true);
-  public_values_ = std::move(fresh);
-}
-
-void CORVOperatingMode::RefreshGlobalValues() {
-  ORVQVTValueList fresh;
-  global_settings_.ReadControls(fresh, true);
-  global_values_ = std::move(fresh);
+  Refresh(public_values_, public_settings_, &ORVAPOPublicSettings::ReadControls);
+  if (global_settings_.InitGlobal(endpoint_->record()))
+    Refresh(global_values_, global_settings_, &ORVAPOPublicSettings::ReadControls);
+  return S_OK;
 }
 
 HRESULT CORVOperatingMode::get_ORVAPOControlEnumerator(ORVAPOControlType type,
@@ -75,9 +61,9 @@ HRESULT CORVOperatingMode::get_ORVAPOControlEnumerator(ORVAPOControlType type,
     {
       const std::scoped_lock lock(lock_);
       if (type == kORVAPO_Cont_Default)
-        RefreshDefaultValues();
+        Refresh(public_values_, public_settings_, &ORVAPOPublicSettings::ReadDefaultControls);
       else
-        RefreshPublicValues();
+        Refresh(public_values_, public_settings_, &ORVAPOPublicSettings::ReadControls);
     }
     ComPtr<CORVAPOControlEnumerator> made;
     const HRESULT status = CreateObject(made, module(), *this, *list);
@@ -97,7 +83,7 @@ HRESULT CORVOperatingMode::RestoreDefaults() {
   return Guard([&]() -> HRESULT {
     const std::scoped_lock lock(lock_);
     public_settings_.WriteControls(mode_->GetDefaultControls());
-    RefreshPublicValues();
+    Refresh(public_values_, public_settings_, &ORVAPOPublicSettings::ReadControls);
     return S_OK;
   });
 }
@@ -126,7 +112,7 @@ HRESULT CORVOperatingMode::put_APOEnable(LONG enabled) {
         global_settings_.WriteControl(ORVQVTValue(kProcessEnableControl, std::int32_t{enabled}));
     Diagnose(ORV_HERE("CORVOperatingMode::put_APOEnable"), L"put_APOEnable: %d, %d\n", enabled,
              written ? 1 : 0);
-    RefreshGlobalValues();
+    Refresh(global_values_, global_settings_, &ORVAPOPublicSettings::ReadControls);
     return written ? S_OK : E_FAIL;
   });
 }

@@ -41,17 +41,12 @@ class CORVOperatingMode final
     : public RefCounted<Chain<IORVOperatingMode>, Chain<IORVOwnOperatingMode>>,
       public ControlOwner {
  public:
-  // A new object with its values read.
-  static HRESULT Create(Module& module, EndpointContext& endpoint,
-                        const std::shared_ptr<const ORVAPOOperatingMode>& record,
-                        ComPtr<CORVOperatingMode>& mode);
-
   // Shares the record, which so outlives a reload of the endpoint's configuration.
   CORVOperatingMode(Module& module, EndpointContext& endpoint,
                     std::shared_ptr<const ORVAPOOperatingMode> mode);
 
-  // Binds the settings and reads them. What cannot be opened shows in later calls.
-  void Init();
+  // Binds the settings and reads them. Later calls fail if a key cannot be opened.
+  HRESULT FinalConstruct();
 
   HRESULT STDMETHODCALLTYPE get_ORVAPOControlEnumerator(
       ORVAPOControlType type, IORVAPOControlEnumerator** enumerator) override;
@@ -70,10 +65,6 @@ class CORVOperatingMode final
   IUnknown* unknown() noexcept override { return static_cast<IORVOperatingMode*>(this); }
 
  private:
-  // The caller of these holds the lock, or is the only one to know the object.
-  void RefreshPublicValues();
-  void RefreshDefaultValues();
-  void RefreshGlobalValues();
   bool Store(ORVQVTValue changed);
 
   CountedPart<EndpointContext> endpoint_;

@@ -117,20 +117,16 @@ bool IsKeyControl(std::string_view name) {
   return name == kOperatingModeControl || name == kSpeakerTypeControl;
 }
 
-void ReadModeControl(const XMLElement& element, const Remarks& remarks,
-                     ORVAPOModeContent& content) {
-  remarks.CheckAttributes(element, {"name", "public"});
-  const std::optional<Control> control = ReadControl(element, remarks);
-  if (!control) return;
-  const bool is_public = Flag(element, "public", remarks);
-  if (is_public && IsKeyControl(control->name))
-    remarks.Tell(Severity::Warning, "key-control-public", element, "\"", control->name,
+void StoreModeControl(const Control& control, bool is_public, const XMLElement& element,
+                      const Remarks& remarks, ORVAPOModeContent& content) {
+  if (is_public && IsKeyControl(control.name))
+    remarks.Tell(Severity::Warning, "key-control-public", element, "\"", control.name,
                  "\" is public and does not count for the mode's key");
   const ORVQVTValueList& others = is_public ? content.private_controls : content.public_controls;
-  if (remarks.wanted() && others.Find(control->name) != nullptr)
+  if (remarks.wanted() && others.Find(control.name) != nullptr)
     remarks.Tell(Severity::Warning, "control-public-and-private", element, "control \"",
-                 control->name, "\" is both public and private: the private one is the default");
-  Store(*control, element, remarks, is_public ? content.public_controls : content.private_controls);
+                 control.name, "\" is both public and private: the private one is the default");
+  Store(control, element, remarks, is_public ? content.public_controls : content.private_controls);
 }
 
 std::uint32_t Layouts(const XMLElement& element, const char* attribute, const Remarks& remarks) {
@@ -219,12 +215,26 @@ void ReadChainElement(const XMLElement& element, bool has_position, std::uint32_
   }
 }
 
+// Calls `on_control` with each control of a mode, whether it is public, and its element; calls
+// `on_other` with each other element.
+template <class OnControl, class OnOther>
+void ForEachModeControl(const XMLElement& mode, const Remarks& remarks, OnControl on_control,
+                        OnOther on_other) {
+  ForEachChild(mode, remarks, [&](const XMLElement& child) {
+    if (!Is(child.Name(), "control")) return on_other(child);
+    remarks.CheckAttributes(child, {"name", "public"});
+    if (const std::optional<Control> control = ReadControl(child, remarks))
+      on_control(*control, Flag(child, "public", remarks), child);
+  });
+}
+
 void ReadModeContent(const XMLElement& element, std::uint32_t location, const Remarks& remarks,
                      ORVAPOModeContent& content) {
-  ForEachChild(element, remarks, [&](const XMLElement& child) {
-    if (Is(child.Name(), "control"))
-      ReadModeControl(child, remarks, content);
-    else if (Is(child.Name(), "chain"))
+  const auto store = [&](const Control& control, bool is_public, const XMLElement& child) {
+    StoreModeControl(control, is_public, child, remarks, content);
+  };
+  ForEachModeControl(element, remarks, store, [&](const XMLElement& child) {
+    if (Is(child.Name(), "chain"))
       ReadChainElement(child, false, location, remarks, content.chains);
     else if (Is(child.Name(), "chain_v2"))
       ReadChainElement(child, true, location, remarks, content.chains);
@@ -237,12 +247,10 @@ void ReadModeContent(const XMLElement& element, std::uint32_t location, const Re
 ORVAPOModeKey ReadModeKey(const XMLElement& element) {
   const Remarks silent;
   ORVQVTValueList key_controls;
-  ForEachChild(element, silent, [&](const XMLElement& child) {
-    if (!Is(child.Name(), "control")) return;
-    const std::optional<Control> control = ReadControl(child, silent);
-    if (control && IsKeyControl(control->name) && !Flag(child, "public", silent))
-      Store(*control, child, silent, key_controls);
-  });
+  const auto store = [&](const Control& control, bool is_public, const XMLElement& child) {
+    if (!is_public && IsKeyControl(control.name)) Store(control, child, silent, key_controls);
+  };
+  ForEachModeControl(element, silent, store, [](const XMLElement&) {});
   ORVAPOModeKey key;
   key.ReadFrom(key_controls);
   return key;

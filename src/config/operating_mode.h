@@ -117,7 +117,6 @@ class ORVAPOOperatingMode {
   ORVAPOModeContent& own_content();
   ORVQVTValueList& public_controls() { return own_content().public_controls; }
   ORVQVTValueList& private_controls() { return own_content().private_controls; }
-  ORVAPOChainDefinition& chain_definition() { return own_content().chains; }
   void SetAutoMic(bool auto_mic) noexcept { auto_mic_ = auto_mic; }
   // Takes the key out of the private controls and forms the default controls. False: no valid key,
   // discard the mode.

@@ -67,9 +67,6 @@ const wchar_t* TechnologyLibraryName(Machine& machine) {
   return machine.Is32BitProcess() ? L"kxtech32.dll" : L"kxtech64.dll";
 }
 
-ORVAPOProcessLibrary::ORVAPOProcessLibrary(Machine& machine)
-    : machine_(machine), entry_points_(std::make_unique<EntryPoints>()) {}
-
 ORVAPOProcessLibrary::~ORVAPOProcessLibrary() { ORVAPOProcessLibrary::ReleaseProcess(); }
 
 void ORVAPOProcessLibrary::SetDirectory(const std::wstring& directory) {
@@ -102,19 +99,16 @@ bool ORVAPOProcessLibrary::EnsureLoaded() {
 bool ORVAPOProcessLibrary::CreateProcess(const char* name) {
   if (name == nullptr || !EnsureLoaded()) return false;
   ReleaseProcess();
-  entry_points_->create =
-      reinterpret_cast<ORVTechCreateProcess>(module_.Find("ORVTechCreateProcess"));
-  entry_points_->destroy =
-      reinterpret_cast<ORVTechDestroyProcess>(module_.Find("ORVTechDestroyProcess"));
-  if (entry_points_->create == nullptr || entry_points_->destroy == nullptr) return false;
-  if (entry_points_->create(name, &process_)) return true;
+  create_ = reinterpret_cast<ORVTechCreateProcess>(module_.Find("ORVTechCreateProcess"));
+  destroy_ = reinterpret_cast<ORVTechDestroyProcess>(module_.Find("ORVTechDestroyProcess"));
+  if (create_ == nullptr || destroy_ == nullptr) return false;
+  if (create_(name, &process_)) return true;
   process_ = nullptr;  // whatever a refusal left there is nothing to destroy
   return false;
 }
 
 void ORVAPOProcessLibrary::ReleaseProcess() {
-  if (TechnologyProcess* process = std::exchange(process_, nullptr))
-    entry_points_->destroy(process);
+  if (TechnologyProcess* process = std::exchange(process_, nullptr)) destroy_(process);
 }
 
 std::vector<std::string> ORVAPOProcessLibrary::EnumerateProcessNames() {

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -34,7 +33,7 @@ const wchar_t* TechnologyLibraryName(Machine& machine);
 
 class ORVAPOProcessLibrary {
  public:
-  explicit ORVAPOProcessLibrary(Machine& machine);
+  explicit ORVAPOProcessLibrary(Machine& machine) : machine_(machine) {}
   virtual ~ORVAPOProcessLibrary();
   ORVAPOProcessLibrary(const ORVAPOProcessLibrary&) = delete;
   ORVAPOProcessLibrary& operator=(const ORVAPOProcessLibrary&) = delete;
@@ -57,16 +56,12 @@ class ORVAPOProcessLibrary {
   static std::wstring LibraryPath(Machine& machine);
 
  private:
-  struct EntryPoints {
-    ORVTechCreateProcess create = nullptr;
-    ORVTechDestroyProcess destroy = nullptr;
-  };
-
   Machine& machine_;
   DynamicLibrary module_;
   TechnologyProcess* process_ = nullptr;
   std::string name_;
-  std::unique_ptr<EntryPoints> entry_points_;
+  ORVTechCreateProcess create_ = nullptr;
+  ORVTechDestroyProcess destroy_ = nullptr;
 };
 
 // Every control of every process, read once in the constructor (which never fails: without a

@@ -222,7 +222,6 @@ wchar_t FoldAscii(wchar_t unit) noexcept { return Fold(unit); }
 bool EqualsIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept { return Equals(a, b); }
 bool EqualsIgnoringCase(std::string_view a, std::string_view b) noexcept { return Equals(a, b); }
 int CompareIgnoringCase(std::string_view a, std::string_view b) noexcept { return Compare(a, b); }
-int CompareIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept { return Compare(a, b); }
 
 std::wstring ToUpperAscii(std::wstring_view text) {
   std::wstring upper(text);

@@ -25,7 +25,6 @@ bool EqualsIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept;
 bool EqualsIgnoringCase(std::string_view a, std::string_view b) noexcept;
 // Less than, equal to or greater than 0. Letters take their lower-case place.
 int CompareIgnoringCase(std::string_view a, std::string_view b) noexcept;
-int CompareIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept;
 std::wstring ToUpperAscii(std::wstring_view text);
 
 // Removes the last path element and the backslash before it ("C:\Tools\x" and "C:\Tools\" give

@@ -6,26 +6,12 @@
 #include "platform/text.h"
 
 namespace orv {
-namespace {
-
-// Only A to Z are folded, whatever the C locale, so that every process finds the same entries in an
-// image. Entries are looked up for every control that is written, among hundreds of names that
-// begin alike: lengths are compared first, then the names from their ends.
-bool SameName(std::wstring_view a, std::wstring_view b) {
-  constexpr wchar_t kCaseBit = 0x20;
-  return a.size() == b.size() &&
-         std::equal(a.rbegin(), a.rend(), b.rbegin(), [](wchar_t x, wchar_t y) {
-           return x == y || ((x ^ y) == kCaseBit && FoldAscii(x) == FoldAscii(y));
-         });
-}
-
-}  // namespace
 
 std::size_t ORVPropertySet::FindEntry(const wchar_t* name, std::size_t hint) const {
   const std::wstring_view wanted(name);
-  if (hint < list_.size() && SameName(list_[hint].name, wanted)) return hint;
+  if (hint < list_.size() && EqualsIgnoringCase(list_[hint].name, wanted)) return hint;
   const auto found = std::find_if(list_.begin(), list_.end(), [&](const ORVPropertyEntry& entry) {
-    return SameName(entry.name, wanted);
+    return EqualsIgnoringCase(entry.name, wanted);
   });
   return static_cast<std::size_t>(found - list_.begin());
 }
@@ -206,7 +192,7 @@ bool ORVPropertySet::GetProperty(const wchar_t* name, std::int32_t& out) {
   return GetForm(*this, name, IntegerOf, out);
 }
 
-void ORVPropertySet::SetModified(bool modified) { modified_.exchange(modified); }
+void ORVPropertySet::SetModified(bool modified) { modified_.store(modified); }
 
 bool ORVPropertySet::IsModified() const { return modified_.load(); }
 

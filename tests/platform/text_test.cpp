@@ -76,8 +76,7 @@ TEST(NameComparison, OrdersByFoldedUnsignedUnits) {
   EXPECT_LT(CompareIgnoringCase("Gain", "gain2"), 0);
   EXPECT_LT(CompareIgnoringCase("_", "A"), 0);  // letters take their lower-case place
   EXPECT_GT(CompareIgnoringCase("\xE4", "z"), 0);
-  EXPECT_LT(CompareIgnoringCase(L"Z", L"\x00E4"), 0);
-  EXPECT_GT(CompareIgnoringCase(L"b", L"A"), 0);
+  EXPECT_GT(CompareIgnoringCase("b", "A"), 0);
 }
 
 TEST(Paths, LosingTheirLastElementKeepTheirRoot) {
