@@ -67,7 +67,8 @@ void BareParse() {
 }
 
 void Load(ORVAPOConfigurationFile& file) {
-  if (file.Load(kPath, 0, 0) != kConfigLoaded || file.GetModes().size() != kModes) std::abort();
+  if (file.Load(kPath, 0, 0) != LoadStatus::Loaded || file.GetModes().size() != kModes)
+    std::abort();
 }
 
 std::size_t ReadEveryMode(const ORVAPOConfigurationFile& file) {

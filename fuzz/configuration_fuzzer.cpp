@@ -49,12 +49,12 @@ void ReadEveryWay(const std::shared_ptr<const tinyxml2::XMLDocument>& document, 
                   std::uint32_t location) {
   ConfigurationContent watched;
   bool told_of_error = false;
-  const std::uint32_t status =
+  const LoadStatus status =
       ReadConfiguration(*document, type, location, watched, [&](const ConfigurationRemark& remark) {
         Require(remark.line >= 0 && *remark.code != '\0' && !remark.text.empty());
         told_of_error = told_of_error || remark.severity == ConfigurationRemark::Severity::Error;
       });
-  Require(status == kConfigLoaded || told_of_error);
+  Require(status == LoadStatus::Loaded || told_of_error);
   ConfigurationContent content;
   Require(ReadConfigurationDeferred(document, type, location, content) == status);
   Require(content.modes.size() == watched.modes.size());

@@ -65,11 +65,10 @@ const ORVAPOConfigurationFile& Catalog::File(const Endpoint& endpoint) {
   std::unique_ptr<ORVAPOConfigurationFile>& file = files_[{path, type}];
   if (file == nullptr) {
     auto loaded = std::make_unique<ORVAPOConfigurationFile>(machine_);
-    const std::uint32_t status =
-        loaded->Load(WideFromUtf8(path), static_cast<std::uint32_t>(type), 0);
-    if (status != kConfigLoaded) {
+    const LoadStatus status = loaded->Load(WideFromUtf8(path), static_cast<std::uint32_t>(type), 0);
+    if (status != LoadStatus::Loaded) {
       throw Failure(kRefused, "the configuration file " + path + " cannot be read (load status " +
-                                  std::to_string(status) + ").\nWhat examines it: " +
+                                  std::to_string(NumberOf(status)) + ").\nWhat examines it: " +
                                   CommandLine("doctor " + endpoint.number()));
     }
     file = std::move(loaded);

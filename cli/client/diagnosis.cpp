@@ -117,16 +117,17 @@ void Diagnosis::ExamineConfiguration(const ORVAPOEndpointInfo& info) {
                "Install the effects driver for this endpoint again.");
   }
   ORVAPOConfigurationFile file(machine_);
-  const std::uint32_t status = file.Load(info.config_file(), kORVAPO_EPCfg_None, 0);
+  const LoadStatus status = file.Load(info.config_file(), kORVAPO_EPCfg_None, 0);
   const auto found = machine_.HostFile(info.config_file());
   const std::string host = found ? PathText(std::filesystem::absolute(*found)) : path;
-  if (status == kConfigLoaded) {
+  if (status == LoadStatus::Loaded) {
     return Add("configuration file", true, path + " has " + Counted(file.GetModes().size(), "mode"),
                "");
   }
   const bool exists = machine_.FileExists(info.config_file());
   Add("configuration file", false,
-      path + (exists ? " is refused (load status " + std::to_string(status) + ")" : " is missing"),
+      path + (exists ? " is refused (load status " + std::to_string(NumberOf(status)) + ")"
+                     : " is missing"),
       exists ? CommandLine("check " + ShellWord(host)) : "Put the configuration file there.");
 }
 

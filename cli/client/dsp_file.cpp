@@ -13,12 +13,11 @@ namespace orv::cli {
 
 ORVQVTValueList::Map DspFileControls(Machine& machine, const std::wstring& path,
                                      const std::string& name) {
-  constexpr std::uint32_t kDspLocation = 3;
   ORVAPOConfigurationFile file(machine);
-  const std::uint32_t status = file.Load(path, kORVAPO_EPCfg_DSP, kDspLocation);
+  const LoadStatus status = file.Load(path, kORVAPO_EPCfg_DSP, kEndpointLocation);
   if (!IsUsableByDsp(status)) {
-    const std::string asked =
-        "the configuration file " + name + " cannot be read (load status " + std::to_string(status);
+    const std::string asked = "the configuration file " + name + " cannot be read (load status " +
+                              std::to_string(NumberOf(status));
     if (!machine.FileExists(path)) throw Failure(kRefused, asked + "): there is no such file.");
     const auto host = machine.HostFile(path);
     if (host && !std::filesystem::is_regular_file(*host))

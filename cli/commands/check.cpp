@@ -59,8 +59,8 @@ const char* SeverityColour(ConfigurationRemark::Severity severity) {
 void Show(Context& context, const std::string& file, const CheckReport& report) {
   Output& output = context.output;
   output.Line(Printable(file) + ": " + LoadStatusWords(report.status) + " (status " +
-              std::to_string(report.status) + "), " + std::to_string(report.modes.size()) +
-              " modes");
+              std::to_string(NumberOf(report.status)) + "), " +
+              std::to_string(report.modes.size()) + " modes");
   ShowModes(context, report);
   for (const Finding& finding : report.findings) {
     const std::string place = finding.line > 0 ? ":" + std::to_string(finding.line) : "";
@@ -89,7 +89,8 @@ void CheckFile(Context& context, const std::string& file) {
                         {"severity", SeverityWord(finding.severity)},
                         {"text", finding.text}});
   }
-  context.output.Value({{"status", report.status}, {"modes", modes}, {"findings", findings}});
+  context.output.Value(
+      {{"status", NumberOf(report.status)}, {"modes", modes}, {"findings", findings}});
 }
 
 }  // namespace

@@ -182,7 +182,7 @@ void CheckControls(const tinyxml2::XMLElement& root, const ORVAPOProcessInfo* te
 }  // namespace
 
 bool CheckReport::clean() const {
-  return status == kConfigLoaded &&
+  return status == LoadStatus::Loaded &&
          std::all_of(findings.begin(), findings.end(),
                      [](const Finding& finding) { return finding.severity == Severity::Note; });
 }
@@ -196,7 +196,7 @@ CheckReport CheckConfiguration(const std::string& xml, const ORVAPOProcessInfo* 
     for (std::uint32_t location = 0; location < kLocations; ++location) {
       ConfigurationContent content;
       std::vector<ConfigurationRemark> remarks;
-      const std::uint32_t status = ReadConfiguration(
+      const LoadStatus status = ReadConfiguration(
           document, type, location, content,
           [&](ConfigurationRemark remark) { remarks.push_back(std::move(remark)); });
       const bool is_endpoints_reading = type == 0 && location == 0;
@@ -226,13 +226,13 @@ const char* SeverityWord(Severity severity) {
   return "note";
 }
 
-const char* LoadStatusWords(std::uint32_t status) {
+const char* LoadStatusWords(LoadStatus status) {
   switch (status) {
-    case kConfigLoaded:
+    case LoadStatus::Loaded:
       return "loads";
-    case kConfigEmptyProperties:
+    case LoadStatus::EmptyProperties:
       return "refused: <properties> is empty";
-    case kConfigBadMode:
+    case LoadStatus::BadMode:
       return "refused: a mode has no valid key";
     default:
       return "refused: no usable document";

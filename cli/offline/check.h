@@ -30,7 +30,7 @@ struct CheckedMode {
 };
 
 struct CheckReport {
-  std::uint32_t status = 0;  // load status of an endpoint with this file
+  LoadStatus status = LoadStatus::Loaded;  // load status of an endpoint with this file
   std::vector<CheckedMode> modes;
   std::vector<Finding> findings;  // by line; each remark once
 
@@ -41,6 +41,6 @@ struct CheckReport {
 CheckReport CheckConfiguration(const std::string& xml, const ORVAPOProcessInfo* technology);
 
 const char* SeverityWord(ConfigurationRemark::Severity severity);
-const char* LoadStatusWords(std::uint32_t status);
+const char* LoadStatusWords(LoadStatus status);
 
 }  // namespace orv::cli

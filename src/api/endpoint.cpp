@@ -19,7 +19,6 @@ constexpr std::uint32_t kRegistryKeyAccess = kKeyQueryValue | kKeySetValue | kKe
                                              kKeyEnumerateSubKeys | kKeyNotify | kKeyWow64_64;
 constexpr std::uint32_t kCreatedNewKey = 1;
 constexpr std::uint32_t kOpenedExistingKey = 2;
-constexpr std::uint32_t kPlainChains = 0;  // location "PreBlue"
 
 HRESULT TextOf(const std::wstring& text, BSTR* result) noexcept {
   return result == nullptr ? E_POINTER : ReturnText(text, result);
@@ -36,16 +35,16 @@ CORVCOMEndpointInfo::CORVCOMEndpointInfo(Module& module, const ComPtr<CORVAPOSys
       headset_detectors_(MakeHeadsetDetectors()),
       system_(system) {}
 
-std::uint32_t CORVCOMEndpointInfo::SetInfo(const ORVAPOEndpointInfo& record,
-                                           std::uint32_t config_type) {
+LoadStatus CORVCOMEndpointInfo::SetInfo(const ORVAPOEndpointInfo& record,
+                                        std::uint32_t config_type) {
   if (&record != &record_) record_ = record;
   if (!record_.apo_key_path().empty()) CreateRegistryKey();
-  if (record_.config_file().empty()) return kConfigNoDocument;
+  if (record_.config_file().empty()) return LoadStatus::NoDocument;
 
   // Both are made ready aside: when memory runs out, what was loaded before is still whole.
   auto configuration = std::make_unique<ORVAPOConfigurationFile>(*configuration_);
-  const std::uint32_t status =
-      configuration->Load(record_.config_file(), config_type, kPlainChains);
+  const LoadStatus status =
+      configuration->Load(record_.config_file(), config_type, kPlainChainLocation);
   if (IsUsable(status)) {
     auto mode_selector = std::make_unique<ORVAPOModeSelector>(*machine_);
     mode_selector->Init(record_.apo_key_path(), configuration->GetDefaultModeKey());

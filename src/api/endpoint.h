@@ -21,7 +21,7 @@ class CORVCOMEndpointInfo final
   CORVCOMEndpointInfo(Module& module, const ComPtr<CORVAPOSystem>& system);
 
   // Takes the record and loads its configuration; 0, or why the configuration did not load.
-  std::uint32_t SetInfo(const ORVAPOEndpointInfo& record, std::uint32_t config_type);
+  LoadStatus SetInfo(const ORVAPOEndpointInfo& record, std::uint32_t config_type);
 
   HRESULT STDMETHODCALLTYPE get_FriendlyName(BSTR* friendly_name) override;
   HRESULT STDMETHODCALLTYPE get_ConfigFile(BSTR* config_file) override;

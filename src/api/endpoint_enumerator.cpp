@@ -42,8 +42,9 @@ bool CORVEndpointEnumerator::CantLoadConfigFile(const ORVAPOEndpointInfo& record
     return true;
   }
   ORVAPOConfigurationFile configuration(record.machine());
-  const std::uint32_t status = configuration.Load(record.config_file(), kORVAPO_EPCfg_None, 0);
-  Diagnose(ORV_HERE("CORVEndpointEnumerator::CantLoadConfigFile"), L"Load code: %d\n", status);
+  const LoadStatus status = configuration.Load(record.config_file(), kORVAPO_EPCfg_None, 0);
+  Diagnose(ORV_HERE("CORVEndpointEnumerator::CantLoadConfigFile"), L"Load code: %d\n",
+           NumberOf(status));
   return !IsUsable(status);
 }
 

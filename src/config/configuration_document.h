@@ -17,7 +17,7 @@ namespace orv {
 class ConfigurationDocument {
  public:
   struct Reading {
-    std::uint32_t status = kConfigNoDocument;
+    LoadStatus status = LoadStatus::NoDocument;
     ConfigurationContent content;
   };
 

@@ -5,8 +5,8 @@
 
 namespace orv {
 
-std::uint32_t ORVAPOConfigurationFile::Load(const std::wstring& path, std::uint32_t config_type,
-                                            std::uint32_t location) {
+LoadStatus ORVAPOConfigurationFile::Load(const std::wstring& path, std::uint32_t config_type,
+                                         std::uint32_t location) {
   config_type_ = config_type;
   product_name_.clear();
   properties_.Clear();
@@ -14,7 +14,7 @@ std::uint32_t ORVAPOConfigurationFile::Load(const std::wstring& path, std::uint3
 
   const auto document = ConfigurationDocument::Shared(machine_, path);
   Diagnose(ORV_HERE("ORVAPOConfigurationFile::Load"), L"pXML->load %d\n", document ? 1 : 0);
-  if (!document) return kConfigNoDocument;
+  if (!document) return LoadStatus::NoDocument;
   Diagnose(ORV_HERE("ORVAPOConfigurationFile::Load"), L"pXML->get_documentElement 0x%p\n",
            document->root());
 

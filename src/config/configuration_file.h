@@ -25,8 +25,8 @@ class ORVAPOConfigurationFile {
   // Reads the modes for `config_type` (0 without selector, 1 "dsp") and the chains for the location
   // (0 "PreBlue" plain chains, 1 "SFX", 2 "MFX", 3 "EFX"). Clears the earlier content first; with a
   // non-zero status the modes read so far stay and the default mode key keeps its previous value.
-  virtual std::uint32_t Load(const std::wstring& path, std::uint32_t config_type,
-                             std::uint32_t location);
+  virtual LoadStatus Load(const std::wstring& path, std::uint32_t config_type,
+                          std::uint32_t location);
   // Valid until the next Load.
   virtual const ORVAPOModeList& GetModes() const { return modes_; }
   virtual const ORVAPOModeKey& GetDefaultModeKey() const { return default_key_; }

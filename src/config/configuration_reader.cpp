@@ -17,7 +17,6 @@ using tinyxml2::XMLDocument;
 using tinyxml2::XMLElement;
 using tinyxml2::XMLNode;
 
-constexpr std::uint32_t kPlainChainLocation = 0;
 constexpr const wchar_t* kLocationNames[kLocationCount] = {L"PreBlue", L"SFX", L"MFX", L"EFX"};
 constexpr std::size_t kUsualModeCount = 20;
 
@@ -268,10 +267,10 @@ class DocumentReader {
         owner_(std::move(owner)),
         comparison_(remarks) {}
 
-  std::uint32_t Read(const XMLDocument& document) {
+  LoadStatus Read(const XMLDocument& document) {
     content_ = {};
     const XMLElement* root = UsableRoot(document);
-    if (root == nullptr) return kConfigNoDocument;
+    if (root == nullptr) return LoadStatus::NoDocument;
     content_.modes.reserve(kUsualModeCount);
     remarks_.CheckAttributes(*root, {});
     ForEachChild(*root, remarks_, [&](const XMLElement& child) {
@@ -301,7 +300,7 @@ class DocumentReader {
   const Remarks& remarks_;
   std::shared_ptr<const XMLDocument> owner_;
   ModeComparison comparison_;
-  std::uint32_t status_ = kConfigNoDocument;
+  LoadStatus status_ = LoadStatus::NoDocument;
   bool saw_properties_ = false;
 };
 
@@ -331,7 +330,7 @@ void DocumentReader::ReadProperties(const XMLElement& element) {
   content_.properties.Clear();
   if (element.NoChildren()) {
     remarks_.Tell(Severity::Error, "empty-properties", element, "<properties> is empty");
-    status_ = kConfigEmptyProperties;
+    status_ = LoadStatus::EmptyProperties;
     return;
   }
   ForEachChild(element, remarks_, [&](const XMLElement& child) {
@@ -340,7 +339,7 @@ void DocumentReader::ReadProperties(const XMLElement& element) {
     if (const auto control = ReadControl(child, remarks_))
       Store(*control, child, remarks_, content_.properties);
   });
-  status_ = kConfigLoaded;
+  status_ = LoadStatus::Loaded;
   if (const ORVQVTValue* name = std::as_const(content_.properties).Find("Product Name"))
     content_.product_name = name->ToWString();
 }
@@ -393,7 +392,7 @@ void DocumentReader::ReadMode(const XMLElement& element) {
                   kSpeakerTypeControl, "\"");
   if (!selected) return;
   if (mode == nullptr) {
-    status_ = kConfigBadMode;
+    status_ = LoadStatus::BadMode;
     return;
   }
   comparison_.Add(*mode, element.GetLineNum());
@@ -430,16 +429,16 @@ std::uint32_t ParseLayoutList(std::string_view text) {
   return mask;
 }
 
-std::uint32_t ReadConfiguration(const XMLDocument& document, std::uint32_t config_type,
-                                std::uint32_t location, ConfigurationContent& content,
-                                const ConfigurationObserver& observer) {
+LoadStatus ReadConfiguration(const XMLDocument& document, std::uint32_t config_type,
+                             std::uint32_t location, ConfigurationContent& content,
+                             const ConfigurationObserver& observer) {
   const Remarks remarks(observer);
   return DocumentReader(config_type, location, content, remarks, nullptr).Read(document);
 }
 
-std::uint32_t ReadConfigurationDeferred(const std::shared_ptr<const XMLDocument>& document,
-                                        std::uint32_t config_type, std::uint32_t location,
-                                        ConfigurationContent& content) {
+LoadStatus ReadConfigurationDeferred(const std::shared_ptr<const XMLDocument>& document,
+                                     std::uint32_t config_type, std::uint32_t location,
+                                     ConfigurationContent& content) {
   const Remarks silent;
   return DocumentReader(config_type, location, content, silent, document).Read(*document);
 }

@@ -19,23 +19,28 @@ namespace orv {
 
 // Result of loading a configuration file. What the elements of the document cause is kept in
 // document order: a later one replaces it.
-enum LoadStatus : std::uint32_t {
-  kConfigLoaded = 0,
-  kConfigEmptyProperties = 2,  // a <properties> element without any child
-  kConfigBadMode = 3,          // a mode that was read has no valid key
-  kConfigReserved4 = 4,        // not returned by this reader
-  kConfigNoDocument = 6,       // not a readable XML file, wrong or empty root, no <properties>
-  kConfigReserved7 = 7,        // not returned by this reader
+enum class LoadStatus : std::uint32_t {
+  Loaded = 0,
+  EmptyProperties = 2,  // a <properties> element without any child
+  BadMode = 3,          // a mode that was read has no valid key
+  Reserved4 = 4,        // not returned by this reader
+  NoDocument = 6,       // not a readable XML file, wrong or empty root, no <properties>
+  Reserved7 = 7,        // not returned by this reader
 };
+constexpr std::uint32_t NumberOf(LoadStatus status) noexcept {
+  return static_cast<std::uint32_t>(status);
+}
 
 // Whether an endpoint may work with what was loaded.
-constexpr bool IsUsable(std::uint32_t status) noexcept { return status == kConfigLoaded; }
+constexpr bool IsUsable(LoadStatus status) noexcept { return status == LoadStatus::Loaded; }
 // Whether the Intel DSP object may send what was loaded: it takes the reserved statuses as well.
-constexpr bool IsUsableByDsp(std::uint32_t status) noexcept {
-  return IsUsable(status) || status == kConfigReserved4 || status == kConfigReserved7;
+constexpr bool IsUsableByDsp(LoadStatus status) noexcept {
+  return IsUsable(status) || status == LoadStatus::Reserved4 || status == LoadStatus::Reserved7;
 }
 
 inline constexpr std::uint32_t kConfigTypeCount = 2;
+inline constexpr std::uint32_t kPlainChainLocation = 0;  // "PreBlue"
+inline constexpr std::uint32_t kEndpointLocation = 3;    // "EFX"
 inline constexpr std::uint32_t kLocationCount = 4;
 
 // Name of an APO location ("PreBlue", "SFX", "MFX", "EFX"), else "Invalid APO location!".
@@ -63,16 +68,16 @@ struct ConfigurationContent {
 
 // Reads the whole document into `content`; the result is the load status. The observer (may be
 // empty) hears of everything passed over, in chains and modes of other locations and types too.
-std::uint32_t ReadConfiguration(const tinyxml2::XMLDocument& document, std::uint32_t config_type,
-                                std::uint32_t location, ConfigurationContent& content,
-                                const ConfigurationObserver& observer = {});
+LoadStatus ReadConfiguration(const tinyxml2::XMLDocument& document, std::uint32_t config_type,
+                             std::uint32_t location, ConfigurationContent& content,
+                             const ConfigurationObserver& observer = {});
 
 // The same content and status, but each mode keeps the document and reads its lists when they are
 // first asked for. Modes are read from any thread, so every text of the document must already be
 // decoded (DecodeDocument), and the document is not changed any more.
-std::uint32_t ReadConfigurationDeferred(
-    const std::shared_ptr<const tinyxml2::XMLDocument>& document, std::uint32_t config_type,
-    std::uint32_t location, ConfigurationContent& content);
+LoadStatus ReadConfigurationDeferred(const std::shared_ptr<const tinyxml2::XMLDocument>& document,
+                                     std::uint32_t config_type, std::uint32_t location,
+                                     ConfigurationContent& content);
 
 // The parser decodes names and texts on first access, which writes into the document. After this
 // call a document that nobody changes is safe to walk from several threads.

@@ -16,7 +16,6 @@ namespace orv {
 namespace {
 
 constexpr std::uint32_t kDspConfiguration = 1;
-constexpr std::uint32_t kDspLocation = 3;  // "EFX"
 
 constexpr wchar_t kHighPassTechnology[] = L"HPF";
 struct EqualizerTechnology {
@@ -216,7 +215,7 @@ HRESULT CKELAPOIntelDSP::ProcessConfigFile(BSTR filename, BSTR* error_string, LO
 HRESULT CKELAPOIntelDSP::SendConfiguration(const std::wstring& path, std::uint8_t apply) {
   if (machine_ == nullptr) return E_UNEXPECTED;
   ORVAPOConfigurationFile configuration(*machine_);
-  if (!IsUsableByDsp(configuration.Load(path, kDspConfiguration, kDspLocation))) return E_FAIL;
+  if (!IsUsableByDsp(configuration.Load(path, kDspConfiguration, kEndpointLocation))) return E_FAIL;
   ORVAPOOperatingMode mode;
   if (!configuration.FindMode(configuration.GetDefaultModeKey(), mode)) return E_FAIL;
   ORVQVTValueList list = mode.GetDefaultControls();  // public and private ones

@@ -38,7 +38,7 @@ TEST(Check, OnePassSeesBothTypesAndAllLocationsAndTellsEachFindingOnce) {
     <chain_v2 position="sfx"><process tech_id="core"/></chain_v2>
   </operating_mode>
 )" + dsp + dsp);
-  EXPECT_EQ(report.status, 0U);
+  EXPECT_EQ(report.status, LoadStatus::Loaded);
   EXPECT_FALSE(report.clean());
   ASSERT_EQ(report.modes.size(), 3U);
   EXPECT_EQ(report.modes[0].name, "ApoOpMode:Movie/Internal");
@@ -94,9 +94,9 @@ TEST(Check, KeysAndNamesThatCannotBeUsedAreRemarkedOn) {
 
 TEST(Check, UnusableDocumentsAreExplained) {
   const CheckReport broken = CheckConfiguration("<orv_configuration>\n<a>\n</b>", nullptr);
-  EXPECT_EQ(broken.status, 6U);
+  EXPECT_EQ(broken.status, LoadStatus::NoDocument);
   EXPECT_EQ(Places(broken, "parse-error").size(), 1U);
-  EXPECT_EQ(CheckConfiguration("", nullptr).status, 6U);
+  EXPECT_EQ(CheckConfiguration("", nullptr).status, LoadStatus::NoDocument);
   EXPECT_FALSE(CheckConfiguration("<other/>", nullptr).findings.empty());
 }
 

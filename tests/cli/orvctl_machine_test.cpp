@@ -88,7 +88,7 @@ void TestNamesBeyondAscii(bool latin1) {
   const std::unique_ptr<Machine> machine = OpenMachine(folder);
   ORVAPOConfigurationFile configuration(*machine);
   ASSERT_EQ(configuration.Load(L"C:\\Program Files\\ORV Labs\\APO\\orv_apo_config.xml", 0, 0),
-            kConfigLoaded);
+            LoadStatus::Loaded);
   const ORVAPOOperatingMode& added = *configuration.GetModes().back();
   std::unique_ptr<RegistryKey> key;
   ASSERT_EQ(

@@ -36,7 +36,7 @@ class ConfigurationFile : public testing::Test {
   void Write(const std::string& name, const std::string& content) {
     std::ofstream(drive_.path() / name, std::ios::binary) << content;
   }
-  std::uint32_t Load(const std::wstring& path, std::uint32_t type = 0) {
+  LoadStatus Load(const std::wstring& path, std::uint32_t type = 0) {
     return file_.Load(path, type, 0);
   }
   std::wstring Default() const { return file_.GetDefaultModeKey().GetModeName(); }
@@ -52,7 +52,7 @@ TEST_F(ConfigurationFile, LoadFillsEverythingAndLoadingAgainReplacesIt) {
                                     "<chain_v2 position='EFX'><process tech_id='eq'/></chain_v2>") +
                                Mode("Game", "Internal", "selector='dsp'")));
   const DiagnosticLog log;
-  ASSERT_EQ(Load(L"C:\\a.xml"), kConfigLoaded);
+  ASSERT_EQ(Load(L"C:\\a.xml"), LoadStatus::Loaded);
   EXPECT_EQ(file_.GetProductName(), L"Panel");
   EXPECT_EQ(file_.GetEndpointConfig(), 0U);
   EXPECT_EQ(Default(), L"ApoOpMode:Movie/Internal");
@@ -60,13 +60,13 @@ TEST_F(ConfigurationFile, LoadFillsEverythingAndLoadingAgainReplacesIt) {
   const auto movie = file_.GetModes()[0];
   EXPECT_THAT(movie->GetChainDefinition().chains(), IsEmpty());
   ORVAPOConfigurationFile with_chains(*machine_);
-  ASSERT_EQ(with_chains.Load(L"C:\\a.xml", 0, 3), kConfigLoaded);
+  ASSERT_EQ(with_chains.Load(L"C:\\a.xml", 0, 3), LoadStatus::Loaded);
   EXPECT_EQ(with_chains.GetModes()[0]->GetChainDefinition().chains().size(), 1U);
 
-  ASSERT_EQ(Load(L"C:\\a.xml", 1), kConfigLoaded);
+  ASSERT_EQ(Load(L"C:\\a.xml", 1), LoadStatus::Loaded);
   EXPECT_EQ(Default(), L"ApoOpMode:Game/Internal");
 
-  EXPECT_EQ(Load(L"C:\\missing.xml", 2), kConfigNoDocument);
+  EXPECT_EQ(Load(L"C:\\missing.xml", 2), LoadStatus::NoDocument);
   EXPECT_EQ(file_.GetEndpointConfig(), 2U);
   EXPECT_EQ(file_.GetProductName(), L"");
   EXPECT_EQ(file_.GetProperties().Count(), 0U);
@@ -79,15 +79,15 @@ TEST_F(ConfigurationFile, LoadFillsEverythingAndLoadingAgainReplacesIt) {
 }
 
 TEST_F(ConfigurationFile, ReadOnceForEachMachineAndPath) {
-  EXPECT_EQ(Load(L"C:\\a.xml"), kConfigNoDocument);
+  EXPECT_EQ(Load(L"C:\\a.xml"), LoadStatus::NoDocument);
   Write("a.xml", Configuration(Mode("Movie", "Internal")));
-  EXPECT_EQ(Load(L"C:\\a.xml"), kConfigLoaded);
+  EXPECT_EQ(Load(L"C:\\a.xml"), LoadStatus::Loaded);
   std::filesystem::remove(drive_.path() / "a.xml");
-  EXPECT_EQ(Load(L"C:\\a.xml"), kConfigLoaded);
-  EXPECT_EQ(Load(L"C:\\A.xml"), kConfigNoDocument);
+  EXPECT_EQ(Load(L"C:\\a.xml"), LoadStatus::Loaded);
+  EXPECT_EQ(Load(L"C:\\A.xml"), LoadStatus::NoDocument);
 
   const auto other = SimulatedMachine::InMemory({}, drive_.path());
-  EXPECT_EQ(ORVAPOConfigurationFile(*other).Load(L"C:\\a.xml", 0, 0), kConfigNoDocument);
+  EXPECT_EQ(ORVAPOConfigurationFile(*other).Load(L"C:\\a.xml", 0, 0), LoadStatus::NoDocument);
 }
 
 TEST_F(ConfigurationFile, UnusableFilesGiveNoDocument) {
@@ -100,9 +100,9 @@ TEST_F(ConfigurationFile, UnusableFilesGiveNoDocument) {
   Write("\u4e2d.xml", Configuration(""));  // a name that this locale cannot express
   for (const wchar_t* path : {L"C:\\folder.xml", L"C:\\nested.xml", L"C:\\empty.xml",
                               L"C:\\binary.xml", L"C:\\", L"", L"C:\\\u4e2d.xml"})
-    EXPECT_EQ(Load(path), kConfigNoDocument) << testing::PrintToString(path);
+    EXPECT_EQ(Load(path), LoadStatus::NoDocument) << testing::PrintToString(path);
   machine_->faults().FailAlways("machine.host_path", 0);
-  EXPECT_EQ(Load(L"C:\\a.xml"), kConfigNoDocument);
+  EXPECT_EQ(Load(L"C:\\a.xml"), LoadStatus::NoDocument);
 }
 
 TEST_F(ConfigurationFile, PropertiesNameTheDefaultModeWhetherOrNotItExists) {
@@ -110,10 +110,10 @@ TEST_F(ConfigurationFile, PropertiesNameTheDefaultModeWhetherOrNotItExists) {
                                "<control name='ZAPO3-Operating Mode'>Game</control>"
                                "<control name='ZAPO3-Speaker Type'>External</control>"));
   Write("b.xml", Configuration("", "<control name='ZAPO3-Operating Mode'>Game</control>"));
-  ASSERT_EQ(Load(L"C:\\a.xml"), kConfigLoaded);
+  ASSERT_EQ(Load(L"C:\\a.xml"), LoadStatus::Loaded);
   EXPECT_EQ(Default(), L"ApoOpMode:Game/External");
   const DiagnosticLog log;
-  EXPECT_EQ(Load(L"C:\\b.xml"), kConfigLoaded);
+  EXPECT_EQ(Load(L"C:\\b.xml"), LoadStatus::Loaded);
   EXPECT_EQ(Default(), L"ApoOpMode:Game/ZAPO3-Disabled");
   EXPECT_FALSE(file_.SetDefaultMode());
   EXPECT_EQ(log.Count(L"| ORVAPOConfigurationFile::SetDefaultMode | SetDefaultMode returning "
@@ -130,7 +130,7 @@ class ModeSearch : public ConfigurationFile {
   }
   void LoadModes(const std::string& modes) {
     Write("modes.xml", Configuration(modes));
-    ASSERT_EQ(Load(L"C:\\modes.xml"), kConfigLoaded);
+    ASSERT_EQ(Load(L"C:\\modes.xml"), LoadStatus::Loaded);
   }
   static std::string MarkOf(const ORVAPOOperatingMode& mode) {
     const ORVQVTValue* mark = mode.GetDefaultControls().Find("mark");

@@ -21,7 +21,7 @@ constexpr char kMovieKey[] =
     "<control name='ZAPO3-Speaker Type'>Internal</control>";
 
 struct Reading {
-  std::uint32_t status = 0;
+  LoadStatus status = LoadStatus::Loaded;
   ConfigurationContent content;
   std::vector<ConfigurationRemark> remarks;
 
@@ -90,7 +90,7 @@ TEST(ConfigurationReader, StatusFollowsTheElementsInDocumentOrder) {
   };
   for (const auto& [xml, status, modes] : cases) {
     const Reading reading = Read(xml);
-    EXPECT_EQ(reading.status, status) << xml;
+    EXPECT_EQ(NumberOf(reading.status), status) << xml;
     EXPECT_EQ(reading.content.modes.size(), modes) << xml;
   }
 }
@@ -145,7 +145,7 @@ TEST(ConfigurationReader, SelectorChoosesTheModesOfAType) {
   for (const auto& [attributes, owner] : cases) {
     for (std::uint32_t type = 0; type < 3; ++type) {
       const Reading reading = Read(WithMode("", attributes), type);
-      EXPECT_EQ(reading.status, kConfigLoaded);
+      EXPECT_EQ(reading.status, LoadStatus::Loaded);
       EXPECT_EQ(reading.content.modes.size(), type == owner ? 1U : 0U) << attributes << type;
     }
   }

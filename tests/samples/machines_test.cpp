@@ -44,7 +44,7 @@ class Configurations : public ::testing::TestWithParam<const char*> {
       std::size_t modes = 0;
       for (const std::uint32_t type : {0U, 1U}) {
         ORVAPOConfigurationFile file(*machine_);
-        EXPECT_EQ(file.Load(path, type, 0), kConfigLoaded) << Utf8FromWide(path);
+        EXPECT_EQ(file.Load(path, type, 0), LoadStatus::Loaded) << Utf8FromWide(path);
         modes += file.GetModes().size();
         for (const auto& mode : file.GetModes()) {
           SCOPED_TRACE(Utf8FromWide(path) + ", " + Utf8FromWide(mode->GetModeKey().GetModeName()));
@@ -85,7 +85,7 @@ TEST_P(Configurations, CarryOneDspModeForTheirDefault) {
   std::size_t for_the_dsp = 0;
   for (const std::wstring& path : Files()) {
     ORVAPOConfigurationFile file(*machine_);
-    ASSERT_EQ(file.Load(path, 1, 3), kConfigLoaded);
+    ASSERT_EQ(file.Load(path, 1, 3), LoadStatus::Loaded);
     if (file.GetModes().empty()) continue;
     ORVAPOOperatingMode mode;
     EXPECT_TRUE(file.FindMode(file.GetDefaultModeKey(), mode)) << Utf8FromWide(path);
