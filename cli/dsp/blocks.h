@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "records/layout.h"
 #include "simulated/drivers/block_format.h"  // ParameterText
 #include "simulated/drivers/driver_record.h"
-#include "values/record_layout.h"
 
 namespace orv::cli {
 

@@ -3,12 +3,38 @@
 #include <cmath>
 
 #include "intel_dsp/conversion/enumeration_tables.h"
-#include "intel_dsp/field_text.h"
+#include "records/number_text.h"
 
 namespace orv::intel {
 namespace {
 
 using Utils = KELAPOIntelDSP_Utils;
+
+constexpr int kRealDigits = 7;
+
+// A linear gain: "-6.0 dB", "-inf dB"; "linear -0.5" if it is negative.
+std::string DecibelText(double linear) {
+  if (linear < 0) return "linear " + RealText(linear, kRealDigits);
+  if (linear == 0) return "-inf dB";
+  return DecimalText(20 * std::log10(linear), 1, 1) + " dB";
+}
+
+std::string CodeText(std::int64_t code) { return "code " + std::to_string(code); }
+
+// A code as an index into frequencies in Hz, or the custom one: "150 Hz", "custom".
+std::string FrequencyCodeText(std::int64_t code, std::span<const int> frequencies) {
+  if (code == kCustomSizeCode) return "custom";
+  if (code < 0 || code >= static_cast<std::int64_t>(frequencies.size())) return CodeText(code);
+  return std::to_string(frequencies[static_cast<std::size_t>(code)]) + " Hz";
+}
+
+// The first of the names with this prefix for a code.
+std::string ChoiceText(std::int64_t code, const EnumTable& names, const std::string& prefix) {
+  for (const auto& [name, number] : names) {
+    if (number == code && name.starts_with(prefix)) return name;
+  }
+  return CodeText(code);
+}
 
 // "VQ3D-" of "VQ3D-DPHD Mode".
 std::string SuiteOf(const std::string& control) { return control.substr(0, control.find('-') + 1); }
@@ -34,7 +60,7 @@ std::string FieldText(const Field& field, std::int64_t value) {
     case Conversion::ClarityLevel:
     case Conversion::FocusLevel:
     case Conversion::HeadphoneClarityLevel:
-      return PercentText(real);
+      return DecimalText(100 * real, 1, 0) + " %";
     case Conversion::SampleRate:
       return std::to_string(value) + " Hz";
     case Conversion::SpeakerSize:

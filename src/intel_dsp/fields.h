@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "intel_dsp/conversion/converters.h"
-#include "values/record_layout.h"
+#include "records/layout.h"
 
 namespace orv::intel {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <new>
 
-#include "values/record_layout.h"
+#include "records/layout.h"
 
 namespace orv {
 namespace {

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "values/record_layout.h"
+#include "records/layout.h"
 
 namespace orv {
 

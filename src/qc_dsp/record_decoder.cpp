@@ -1,36 +1,28 @@
-// The driver's records as people read them.
+// The driver's records as text.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <iterator>
 
 #include "dsp_math/filter_design.h"
 #include "platform/text.h"
 #include "qc_dsp/record_tables.h"
+#include "records/number_text.h"
+#include "records/word_decoder.h"
 
 namespace orv {
 namespace {
 
 using namespace qualcomm;
 
-std::string Formatted(const char* format, double number) {
-  char text[64];
-  std::snprintf(text, sizeof text, format, number);
-  return text;
-}
-
-// Two decimals, of which trailing zeros beyond `kept` go; no "-0.0".
-std::string Decimals(double number, std::size_t kept) {
-  std::string text = Formatted("%.2f", std::abs(number) < 0.005 ? 0.0 : number);
-  while (text.back() == '0' && text.size() - text.find('.') - 1 > kept) text.pop_back();
-  if (text.back() == '.') text.pop_back();
-  return text;
-}
+constexpr int kDecimals = 2;
+constexpr int kCoefficientDigits = 9;
 
 std::string GainText(std::int64_t word, int fraction_bits) {
   if (word == 0) return "mute";
   if (word < 0) return "inverted";
-  return Decimals(20 * std::log10(std::ldexp(static_cast<double>(word), -fraction_bits)), 1) +
-         " dB";
+  const double real = std::ldexp(static_cast<double>(word), -fraction_bits);
+  return DecimalText(20 * std::log10(real), kDecimals, 1) + " dB";
 }
 
 std::string HexText(std::int64_t value) {
@@ -52,7 +44,7 @@ std::string NumberText(const Field& field, std::int64_t value) {
     case Conversion::GainQ23:
       return GainText(value, 23);
     case Conversion::LevelQ15:
-      return Decimals(static_cast<double>(value) * 100 / 32768, 0) + " %";
+      return DecimalText(static_cast<double>(value) * 100 / 32768, kDecimals, 0) + " %";
     case Conversion::Fixed:
       return FixedText(value, field.fixed);
     case Conversion::Options:
@@ -83,70 +75,34 @@ void AddOptions(const Record& record, std::uint32_t bits, std::vector<DecodedFie
   }
 }
 
-std::string CoefficientText(std::int64_t word, std::int64_t exponent) {
-  const auto power = static_cast<int>(std::clamp<std::int64_t>(exponent, -1000, 1000));
-  return Formatted("%.9g", std::ldexp(static_cast<double>(word), power));
+// What the high-pass field's order makes of its words; 0 if it is not an order.
+std::size_t HighPassSections(std::span<const std::byte> payload) {
+  const std::int64_t order = ReadField(payload, 0, FieldType::I32);
+  if (order < 1 || order > kHighestOrder) return 0;
+  return ButterworthSections(static_cast<std::int32_t>(order));
 }
 
-// A cascade of so many sections in a field of kCascadeWords.
-class CascadeWords {
- public:
-  CascadeWords(std::span<const std::byte> payload, const Field& field, std::size_t sections)
-      : payload_(payload), field_(field), sections_(sections) {}
-
-  DecodedField Decode(std::size_t i) const {
-    static constexpr const char* kNames[] = {"shift", "b0", "b1", "b2", "a1", "a2"};
-    const std::size_t section = i / 6;
-    const bool used = sections_ != 0 && i < FilterWords(sections_);
-    const std::string label = !used ? "unused"
-                              : section < sections_
-                                  ? "section " + std::to_string(section + 1) + " " + kNames[i % 6]
-                              : i % 6 == 0 ? "gain shift"
-                                           : "gain";
-    const std::int64_t word = Word(i);
-    return {field_.offset + 4 * i, Prefix() + label, word,
-            !used || i % 6 == 0 ? std::to_string(word) : CoefficientText(word, Exponent(section))};
-  }
-
- private:
-  std::string Prefix() const {
-    return field_.conversion == Conversion::LeftBands    ? "left "
-           : field_.conversion == Conversion::RightBands ? "right "
-                                                         : "";
-  }
-  std::int64_t Word(std::size_t i) const {
-    return ReadField(payload_, field_.offset + 4 * i, FieldType::I32);
-  }
-  std::int64_t Exponent(std::size_t section) const { return Word(6 * section) - 32; }
-
-  std::span<const std::byte> payload_;
-  const Field& field_;
-  std::size_t sections_;
-};
-
-DecodedField DecodeBassWord(std::span<const std::byte> payload, const Field& field, std::size_t i) {
-  static constexpr const char* kNames[] = {"low-pass b0",    "low-pass a1",    "resonator 1 b2",
-                                           "resonator 1 a1", "resonator 1 a2", "resonator 2 b2",
-                                           "resonator 2 a1", "resonator 2 a2"};
-  const std::size_t offset = field.offset + 4 * i;
-  const std::int64_t word = ReadField(payload, offset, FieldType::I32);
-  return {offset, std::string(i < 8 ? "audio " : "analysis ") + kNames[i % 8], word,
-          CoefficientText(word, i % 8 < 2 ? -31 : -30)};
-}
-
-void AddWords(const Field& field, std::span<const std::byte> payload,
-              std::vector<DecodedField>& fields) {
+std::vector<DecodedField> DecodeWords(const Field& field, std::span<const std::byte> payload) {
+  WordDecoder words(payload.subspan(field.offset, field.count * FieldWidth(field.type)),
+                    {.digits = kCoefficientDigits, .offset = field.offset});
+  std::string prefix;
   std::size_t sections = kBands;
-  if (field.conversion == Conversion::HighPass) {
-    const std::int64_t order = ReadField(payload, 0, FieldType::I32);
-    const bool designed = order >= 1 && order <= kHighestOrder;
-    sections = designed ? ButterworthSections(static_cast<std::int32_t>(order)) : 0;
+  switch (field.conversion) {
+    case Conversion::BassFilters:
+      words.Resonators("audio");
+      words.Resonators("analysis");
+      return words.Finish({}, field.type);
+    case Conversion::LeftBands:
+      prefix = "left ";
+      break;
+    case Conversion::RightBands:
+      prefix = "right ";
+      break;
+    default:
+      sections = HighPassSections(payload);
   }
-  const CascadeWords cascade(payload, field, sections);
-  for (std::size_t i = 0; i < field.count; ++i) {
-    fields.push_back(field.conversion == Conversion::BassFilters ? DecodeBassWord(payload, field, i)
-                                                                 : cascade.Decode(i));
-  }
+  if (sections != 0) words.Cascade(prefix, sections);
+  return words.Finish(prefix + "unused", field.type);
 }
 
 }  // namespace
@@ -158,7 +114,7 @@ std::vector<DecodedField> DecodeQualcommRecord(std::uint32_t parameter,
   std::vector<DecodedField> fields;
   for (const Field& field : record->fields) {
     if (field.conversion >= Conversion::BassFilters) {
-      AddWords(field, payload, fields);
+      std::ranges::move(DecodeWords(field, payload), std::back_inserter(fields));
       continue;
     }
     for (std::size_t i = 0; i < field.count; ++i) {

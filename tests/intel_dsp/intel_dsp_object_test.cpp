@@ -3,9 +3,9 @@
 
 #include "intel_dsp/broadwell/coefficients.h"
 #include "intel_object.h"
+#include "records/layout.h"
 #include "support/diagnostic_log.h"
 #include "support/every_failure.h"
-#include "values/record_layout.h"
 
 namespace orv {
 namespace {

@@ -6,11 +6,11 @@
 #include <map>
 
 #include "../intel_dsp/fake_mode.h"
+#include "records/layout.h"
 #include "simulated/simulated_machine.h"
 #include "support/diagnostic_log.h"
 #include "support/every_failure.h"
 #include "support/reference_data.h"
-#include "values/record_layout.h"
 
 namespace orv {
 namespace {

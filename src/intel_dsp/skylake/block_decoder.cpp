@@ -1,11 +1,7 @@
-// Blocks as people read them.
-#include <algorithm>
-#include <cmath>
-#include <utility>
-
-#include "intel_dsp/field_text.h"
+// Blocks as text.
 #include "intel_dsp/skylake/block_tables.h"
 #include "intel_dsp/skylake/parameter_blocks.h"
+#include "records/word_decoder.h"
 
 namespace orv {
 namespace {
@@ -14,68 +10,7 @@ constexpr const char* kFilterName = "KEL_PARAM_VQSND3D_FILTER_CONTROLS_STU";
 constexpr const char* kReserved = "reserved";
 constexpr std::size_t kWordSize = 4;
 
-// The words of a coefficient block one after the other; stops at its end.
-class WordDecoder {
- public:
-  explicit WordDecoder(std::span<const std::byte> bytes) : bytes_(bytes) {}
-
-  std::int64_t Count(const std::string& name) {
-    return Append(name, [](std::int64_t word) { return std::to_string(word); });
-  }
-  void Switch(const std::string& name) {
-    Append(name, [](std::int64_t word) -> std::string { return word != 0 ? "on" : "off"; });
-  }
-  // A word with so many bits before the point.
-  void Coefficient(const std::string& name, std::int64_t shift) {
-    const int exponent = static_cast<int>(std::clamp<std::int64_t>(shift, -1000, 1000)) - 32;
-    Append(name, [exponent](std::int64_t word) {
-      return RealText(std::ldexp(static_cast<double>(word), exponent));
-    });
-  }
-  void Sections(const std::string& name, std::size_t count) {
-    for (std::size_t i = 1; i <= count; ++i) {
-      const std::string section = name + " section " + std::to_string(i) + ' ';
-      const std::int64_t shift = Count(section + "shift");
-      for (const char* coefficient : {"b0", "b1", "b2", "a1", "a2"})
-        Coefficient(section + coefficient, shift);
-    }
-    Gain(name);
-  }
-  void Fir(std::size_t taps) {
-    const std::int64_t shift = Count("FIR shift");
-    for (std::size_t i = 0; i < taps; ++i) Coefficient("FIR tap " + std::to_string(i), shift);
-    Gain("FIR");
-  }
-  void Resonators(const std::string& name) {
-    constexpr const char* kLowPass[] = {" low-pass b0", " low-pass a1"};
-    constexpr const char* kResonator[] = {" b2", " a1", " a2"};
-    for (const char* value : kLowPass) Coefficient(name + value, 1);
-    for (const char* resonator : {" resonator 1", " resonator 2"})
-      for (const char* value : kResonator) Coefficient(name + resonator + value, 2);
-  }
-  std::vector<DecodedField> Finish() {
-    while (next_ + kWordSize <= bytes_.size()) Count(kReserved);
-    return std::move(fields_);
-  }
-
- private:
-  void Gain(const std::string& name) { Coefficient(name + " gain", Count(name + " gain shift")); }
-
-  template <class Text>
-  std::int64_t Append(const std::string& name, Text text) {
-    if (next_ + kWordSize > bytes_.size()) return 0;
-    const std::int64_t word = ReadField(bytes_, next_, FieldType::I32);
-    fields_.push_back({next_, name, word, text(word)});
-    next_ += kWordSize;
-    return word;
-  }
-
-  std::span<const std::byte> bytes_;
-  std::size_t next_ = 0;
-  std::vector<DecodedField> fields_;
-};
-
-// What a filter block's header announces, when it lies within the orders and fits the size.
+// The header of a filter block.
 struct FilterHeader {
   std::int64_t high_pass_order = 0;
   bool high_pass = false;
@@ -83,6 +18,7 @@ struct FilterHeader {
   std::int64_t fir_length = 0;
   bool equalizer = false;
 
+  // Whether the orders are valid and a block of this size has their words.
   bool Fits(std::size_t size, std::size_t frame) const {
     if (high_pass &&
         (high_pass_order < kFewestHighPassOrder || high_pass_order > kMostHighPassOrder))
@@ -96,6 +32,13 @@ struct FilterHeader {
     return size == frame + kWordSize * words;
   }
 };
+
+void DecodeFir(WordDecoder& decoder, std::int64_t taps) {
+  const std::int64_t shift = decoder.Count("FIR shift");
+  for (std::int64_t i = 0; i < taps; ++i)
+    decoder.Coefficient("FIR tap " + std::to_string(i), shift);
+  decoder.Coefficient("FIR gain", decoder.Count("FIR gain shift"));
+}
 
 std::vector<DecodedField> DecodeFilter(std::span<const std::byte> bytes, bool left) {
   const std::size_t header_size = left ? kLeftFilterHeader : kRightFilterHeader;
@@ -116,12 +59,12 @@ std::vector<DecodedField> DecodeFilter(std::span<const std::byte> bytes, bool le
   if (!header.Fits(bytes.size(), header_size + trailer)) return {};
 
   if (header.high_pass)
-    decoder.Sections("high-pass", static_cast<std::size_t>(header.high_pass_order + 1) / 2);
+    decoder.Cascade("high-pass ", static_cast<std::size_t>(header.high_pass_order + 1) / 2);
   if (header.equalizer) {
-    decoder.Sections("IIR", static_cast<std::size_t>(header.iir_order + 1) / 2);
-    if (header.fir_length > 0) decoder.Fir(static_cast<std::size_t>(header.fir_length) + 1);
+    decoder.Cascade("IIR ", static_cast<std::size_t>(header.iir_order + 1) / 2);
+    if (header.fir_length > 0) DecodeFir(decoder, header.fir_length + 1);
   }
-  return decoder.Finish();
+  return decoder.Finish(kReserved, FieldType::I32);
 }
 
 std::vector<DecodedField> DecodeBassFilters(std::span<const std::byte> bytes) {
@@ -129,15 +72,15 @@ std::vector<DecodedField> DecodeBassFilters(std::span<const std::byte> bytes) {
   WordDecoder decoder(bytes);
   decoder.Resonators("audio size");
   decoder.Resonators("analysis size");
-  decoder.Sections("all-pass", 1);
-  return decoder.Finish();
+  decoder.Cascade("all-pass ", 1);
+  return decoder.Finish(kReserved, FieldType::I32);
 }
 
 std::vector<DecodedField> DecodeSpaceFilter(std::span<const std::byte> bytes) {
   if (bytes.size() != 8 * kWordSize) return {};
   WordDecoder decoder(bytes);
-  decoder.Sections("high-pass", 1);
-  return decoder.Finish();
+  decoder.Cascade("high-pass ", 1);
+  return decoder.Finish(kReserved, FieldType::I32);
 }
 
 const SkylakeBlock* ControlBlock(std::uint32_t parameter) {

@@ -5,7 +5,7 @@
 
 #include "dsp_math/filter_design.h"
 #include "intel_dsp/conversion/converters.h"
-#include "values/record_layout.h"
+#include "records/layout.h"
 
 namespace orv {
 namespace {

@@ -12,7 +12,7 @@
 #include "intel_dsp/conversion/converters.h"
 #include "intel_dsp/skylake/filter_coefficients.h"
 #include "intel_dsp/skylake/skylake_driver.h"
-#include "values/record_layout.h"
+#include "records/layout.h"
 
 namespace orv {
 

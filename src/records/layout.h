@@ -1,5 +1,4 @@
-// Records of a driver as tables of their fields: what writers, range checks, comparisons and the
-// command line's decoder walk. Everything is little-endian.
+// Layout of driver records: their fields as rows of a table, read and stored little-endian.
 #pragma once
 
 #include <cstddef>
@@ -24,7 +23,7 @@ constexpr std::size_t FieldWidth(FieldType type) noexcept {
   }
 }
 
-// True when the rows, in their order, cover a record of `size` bytes without gap and overlap, each
+// True if the rows, in their order, cover a record of `size` bytes without gap and overlap, each
 // on a multiple of its width. A row has the members `offset`, `type` and `count` (elements, 1 for a
 // single number); reserved bytes are rows too.
 template <class Row, std::size_t N>
@@ -38,7 +37,7 @@ constexpr bool TilesRecord(const Row (&rows)[N], std::size_t size) noexcept {
   return next == size;
 }
 
-// Reads or stores one number of a record; the caller has made sure that it lies inside.
+// Reads or stores one number of a record; the number must lie inside.
 inline std::int64_t ReadField(std::span<const std::byte> record, std::size_t offset,
                               FieldType type) noexcept {
   std::uint32_t bits = 0;
@@ -56,7 +55,7 @@ inline void StoreField(std::span<std::byte> record, std::size_t offset, FieldTyp
     record[offset + i] = static_cast<std::byte>((value >> (8 * i)) & 0xFF);
 }
 
-// One number of a record as people read it.
+// One number of a record as text.
 struct DecodedField {
   std::size_t offset = 0;
   std::string control;     // the control's name, or what the field is; "reserved"
