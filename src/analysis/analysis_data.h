@@ -8,7 +8,7 @@
 
 namespace orv {
 
-// A new object that listens to the endpoint with this device identifier; `endpoint` is kept alive
+// A new object that captures the endpoint with this device identifier; `endpoint` is kept alive
 // by it (null: E_INVALIDARG). One reference for the caller; else the status of the step that
 // failed, and `analysis` is null. E_FAIL when kAnalysisTransform is not registered.
 HRESULT CreateAnalysisData(Module& module, IUnknown* endpoint, const std::wstring& device_id,

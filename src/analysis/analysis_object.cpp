@@ -75,7 +75,7 @@ HRESULT CAnalysisData::FinalConstruct() {
   if (FAILED(status)) return status;
   bins_ = SpectrumBins(stream_.sample_rate);
 
-  // Without playback there is analysis all the same.
+  // Analysis does not need playback.
   if (ComPtr<IMMDevice> device; SUCCEEDED(FindDevice(*machine, device_id_, device))) {
     worker_ = std::make_unique<PlaybackThread>(std::move(device));
     playback_.Start(worker_.get());

@@ -1,4 +1,4 @@
-// The analysis object: listens to an endpoint, and analyses what it heard when a client asks.
+// The analysis object: captures what an endpoint plays, and analyses it when a client asks.
 #pragma once
 
 #include <array>
@@ -31,8 +31,8 @@ class CAnalysisData final : public RefCounted<Chain<IAnalysisData>> {
                                             FLOAT* magnitude) override;
 
  private:
-  // Keeps a silent stream running on the endpoint: the engine has nothing to capture while nobody
-  // plays.
+  // Keeps a silent stream running on the endpoint: the engine has nothing to capture while no
+  // client plays.
   class PlaybackThread final : public IORVThreadBasicWorker {
    public:
     explicit PlaybackThread(ComPtr<IMMDevice> device) : device_(std::move(device)) {}

@@ -15,7 +15,7 @@ constexpr std::chrono::milliseconds kWaitSlice{5000};
 struct RenderStream {
   ComPtr<IAudioClient> client;
   MixFormat format;
-  ComPtr<IAudioRenderClient> render;  // goes first
+  ComPtr<IAudioRenderClient> render;  // released first
   UINT32 frames = 0;                  // of the whole buffer
 };
 

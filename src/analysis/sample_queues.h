@@ -18,8 +18,8 @@ struct SamplePacket {
   SampleFormat format;
 };
 
-// Raises each peak to the packet's largest absolute sample of that channel; channels beyond the
-// peaks are passed over, and so is what is no number.
+// Raises each peak to the packet's largest absolute sample of that channel; ignores channels
+// beyond the peaks, and NaN.
 void RaisePeaks(const SamplePacket& packet, std::span<float> peaks);
 
 // Two queues of equal length, taken out in blocks. Only the last whole block is kept.

@@ -8,7 +8,7 @@
 
 namespace orv {
 
-// At most 0; minus infinity for 0 and for what is no number.
+// At most 0; minus infinity for 0 and NaN.
 inline float Decibels(float linear) noexcept {
   if (!(linear > 0)) return -std::numeric_limits<float>::infinity();
   return std::min(20 * std::log10(linear), 0.0F);

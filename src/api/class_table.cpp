@@ -35,7 +35,8 @@ constexpr ClassRow kClasses[] = {
 
 std::span<const ClassRow> ClassTable() { return kClasses; }
 
-// What lives from load to unload. The plan goes last: analysis objects have instances of it.
+// Objects that live from load to unload. The plan is released last: analysis objects have instances
+// of it.
 struct Component {
   RegisteredTransform analysis_transform{kAnalysisTransform};
   Module module{ClassTable(), OpenDefaultMachine};

@@ -12,7 +12,7 @@
 
 namespace orv {
 
-// May be used from any thread. Walks the properties as they stood when it was made. An enumerator
+// May be used from any thread. Returns the properties as they were when it was made. An enumerator
 // that a client made by itself belongs to no endpoint: its operations give E_UNEXPECTED.
 class CORVAPOConfigEnumerator final : public RefCounted<Chain<IORVAPOConfigEnumerator>> {
  public:

@@ -9,7 +9,7 @@
 namespace orv {
 
 // A control that a client made by itself belongs to no mode: every operation of it gives
-// E_UNEXPECTED (a null out-parameter E_POINTER, as ever).
+// E_UNEXPECTED (E_POINTER for a null out-parameter).
 class CORVAPOCOMControl final : public RefCounted<Chain<IORVAPOControl>> {
  public:
   explicit CORVAPOCOMControl(Module& module) : RefCounted(&module) {}
@@ -30,7 +30,7 @@ class CORVAPOCOMControl final : public RefCounted<Chain<IORVAPOControl>> {
   HRESULT CheckResult(const void* result) const noexcept;
 
   CountedPart<ControlOwner> mode_;
-  ORVQVTValue value_;  // as it stood in the list the control was taken from
+  ORVQVTValue value_;  // as it was in the list the control was taken from
   ORVQVTControlInfo description_;
 };
 

@@ -18,8 +18,8 @@ class ControlOwner {
   virtual bool PutValue(ORVQVTValue value) = 0;
   // The same, but a text that is one of the choices is stored as text.
   virtual bool PutValue(ORVQVTValue value, const ORVQVTNameList& choices) = 0;
-  // Fills `info` with the description of the control that the value names; leaves it alone when
-  // nobody describes it.
+  // Fills `info` with the description of the control that the value names; leaves it unchanged if
+  // the control has no description.
   virtual void Describe(const ORVQVTValue& value, ORVQVTControlInfo& info) = 0;
   // The operating mode object; a reference to it keeps all of this alive.
   virtual IUnknown* unknown() noexcept = 0;

@@ -24,7 +24,7 @@ std::shared_ptr<Machine> OpenDefaultMachine() {
   return machine;
 }
 
-// Threads of this build have no locale that registration depends on.
+// Registration does not depend on a thread locale in this build.
 HRESULT InSystemLocale(const std::function<HRESULT()>& step) { return step(); }
 
 }  // namespace orv

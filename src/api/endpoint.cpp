@@ -41,7 +41,7 @@ LoadStatus CORVCOMEndpointInfo::SetInfo(const ORVAPOEndpointInfo& record,
   if (!record_.apo_key_path().empty()) CreateRegistryKey();
   if (record_.config_file().empty()) return LoadStatus::NoDocument;
 
-  // Both are made ready aside: when memory runs out, what was loaded before is still whole.
+  // Both are prepared before they replace the members: if memory runs out, the earlier state stays.
   auto configuration = std::make_unique<ORVAPOConfigurationFile>(*configuration_);
   const LoadStatus status =
       configuration->Load(record_.config_file(), config_type, kPlainChainLocation);

@@ -1,5 +1,5 @@
-// One audio endpoint: its names, its configuration, its current operating mode, and everything that
-// hangs on it.
+// One audio endpoint: its names, its configuration, its current operating mode, and the objects
+// that depend on it.
 #pragma once
 
 #include <memory>

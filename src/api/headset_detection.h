@@ -11,7 +11,7 @@ namespace orv {
 
 // One vendor's detector. Whether the endpoint belongs to the vendor is found out once.
 struct HeadsetDetection {
-  // True when it could tell; `connected` is then 1 or 0.
+  // Returns true if it could decide; `connected` is then 1 or 0.
   using Check = bool (*)(const ORVAPOEndpointInfo& endpoint, LONG& connected,
                          HeadsetDetection& detection);
   Check check;

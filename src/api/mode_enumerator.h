@@ -9,14 +9,13 @@
 
 namespace orv {
 
-// Walks the modes as they stood when it was made: a reload of the configuration does not disturb
-// it.
+// Returns the modes as they were when it was made, also after a reload of the configuration.
 class CORVAPOOpModeEnumerator final : public RefCounted<Chain<IORVAPOOpModeEnumerator>> {
  public:
   CORVAPOOpModeEnumerator(Module& module, EndpointContext& endpoint, const ORVAPOModeList& modes)
       : RefCounted(&module), endpoint_(endpoint), modes_(modes) {}
 
-  // Moves on whatever the outcome.
+  // Moves to the next mode also if it fails.
   HRESULT STDMETHODCALLTYPE Next(IORVOperatingMode** op_mode) override;
 
  private:

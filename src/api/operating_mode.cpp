@@ -170,8 +170,8 @@ void CORVOperatingMode::Describe(const ORVQVTValue& value, ORVQVTControlInfo& in
 ComPtr<IORVOwnOperatingMode> OwnModeOf(IORVOperatingMode* mode) {
   ComPtr<IUnknown> answer;
   if (FAILED(mode->QueryInterface(kOwnOperatingModeId, answer.PutVoid())) || !answer) return {};
-  // Our objects answer with a part at another address; whoever answers every identifier with itself
-  // is not ours.
+  // Our objects answer with a part at another address; an object that answers every identifier with
+  // itself is not ours.
   if (static_cast<void*>(answer.get()) == static_cast<void*>(mode)) return {};
   return ComPtr<IORVOwnOperatingMode>::Adopt(static_cast<IORVOwnOperatingMode*>(answer.Detach()));
 }

@@ -16,10 +16,10 @@
 
 namespace orv {
 
-// Told apart from other implementations of IORVOperatingMode by this interface, which only our mode
-// objects answer.
+// Only our own mode objects answer this interface, other implementations of IORVOperatingMode do
+// not.
 struct IORVOwnOperatingMode : IUnknown {
-  // Valid while the object is.
+  // Valid for the life of the object.
   virtual const ORVAPOOperatingMode& mode_record() const noexcept = 0;
 };
 inline constexpr IID kOwnOperatingModeId = {

@@ -8,12 +8,12 @@
 
 namespace orv {
 
-// The machine the component works on when nobody has put another one in place. Null when there is
-// none; one diagnostic line says why.
+// The machine the component works on unless another one was set. Returns null if there is none; one
+// diagnostic line reports why.
 std::shared_ptr<Machine> OpenDefaultMachine();
 
 // Runs a step with the calling thread in the system's default locale; afterwards it is in its own
-// again, whatever came of the step.
+// again, also if the step fails.
 HRESULT InSystemLocale(const std::function<HRESULT()>& step);
 
 }  // namespace orv

@@ -23,7 +23,7 @@ class CORVAPOSystem final : public RefCounted<Chain<IORVAPOSystem>> {
   // Not before the system is initialised.
   const ORVAPOProcessInfo& process_info() const noexcept { return *process_info_; }
 
-  // E_UNEXPECTED when there is no machine to work on.
+  // Returns E_UNEXPECTED without a machine to work on.
   HRESULT FinalConstruct() { return machine_ != nullptr ? S_OK : E_UNEXPECTED; }
 
  private:

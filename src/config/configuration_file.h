@@ -16,7 +16,7 @@ using ORVAPOModeList = std::vector<std::shared_ptr<ORVAPOOperatingMode>>;
 
 // Used by one thread at a time. Parsed documents are shared by all objects of the process, by
 // machine and path, and read once: a file changed on disk after its first successful load is not
-// read again. The modes are shared as well, and nobody changes them.
+// read again. The modes are shared as well, and never change.
 class ORVAPOConfigurationFile {
  public:
   explicit ORVAPOConfigurationFile(Machine& machine) : machine_(machine) {}

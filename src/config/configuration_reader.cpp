@@ -59,22 +59,22 @@ void ForEachChild(const XMLElement& parent, const Remarks& remarks, Visit visit)
     if (const XMLElement* element = node->ToElement())
       visit(*element);
     else if (node->ToText() != nullptr)
-      remarks.Tell(Severity::Note, "stray-text", *node, "text directly in <", parent.Name(),
-                   "> has no meaning");
+      remarks.Report(Severity::Note, "stray-text", *node, "text directly in <", parent.Name(),
+                     "> has no meaning");
   }
 }
 
-void TellUnknown(const XMLElement& element, const Remarks& remarks) {
-  remarks.Tell(Severity::Warning, "unknown-element", element, "element <", element.Name(),
-               "> is not known here");
+void ReportUnknown(const XMLElement& element, const Remarks& remarks) {
+  remarks.Report(Severity::Warning, "unknown-element", element, "element <", element.Name(),
+                 "> is not known here");
 }
 
 bool Flag(const XMLElement& element, const char* attribute, const Remarks& remarks) {
   const char* value = element.Attribute(attribute);
   if (Is(value, "true")) return true;
   if (value != nullptr && !Is(value, "false"))
-    remarks.Tell(Severity::Warning, "unknown-flag", element, attribute, "=\"", value,
-                 "\" counts as false: expected true or false");
+    remarks.Report(Severity::Warning, "unknown-flag", element, attribute, "=\"", value,
+                   "\" counts as false: expected true or false");
   return false;
 }
 
@@ -86,27 +86,27 @@ struct Control {
 std::optional<Control> ReadControl(const XMLElement& element, const Remarks& remarks) {
   const char* name = element.Attribute("name");
   if (!IsGiven(name)) {
-    remarks.Tell(Severity::Warning, "control-without-name", element, "control without a name");
+    remarks.Report(Severity::Warning, "control-without-name", element, "control without a name");
     return std::nullopt;
   }
   const XMLNode* last = element.LastChild();
   if (last == nullptr || !IsGiven(last->Value())) {
-    remarks.Tell(Severity::Warning, "control-without-text", element, "control \"", name,
-                 "\" has no text");
+    remarks.Report(Severity::Warning, "control-without-text", element, "control \"", name,
+                   "\" has no text");
     return std::nullopt;
   }
   if (last->ToText() == nullptr)
-    remarks.Tell(Severity::Warning, "control-text-not-last", *last, "control \"", name,
-                 "\" takes its value from what comes last in it, which is no text: \"",
-                 last->Value(), "\"");
+    remarks.Report(Severity::Warning, "control-text-not-last", *last, "control \"", name,
+                   "\" takes its value from what comes last in it, which is no text: \"",
+                   last->Value(), "\"");
   return Control{name, last->Value()};
 }
 
 void Store(const Control& control, const XMLElement& element, const Remarks& remarks,
            ORVQVTValueList& list) {
   if (remarks.wanted() && list.Find(control.name) != nullptr)
-    remarks.Tell(Severity::Warning, "duplicate-control", element, "control \"", control.name,
-                 "\" replaces an earlier one");
+    remarks.Report(Severity::Warning, "duplicate-control", element, "control \"", control.name,
+                   "\" replaces an earlier one");
   ORVQVTValue& value = list.GetOrAdd(control.name);
   value.SetName(control.name);
   value.SetValue(control.text);
@@ -119,12 +119,12 @@ bool IsKeyControl(std::string_view name) {
 void StoreModeControl(const Control& control, bool is_public, const XMLElement& element,
                       const Remarks& remarks, ORVAPOModeContent& content) {
   if (is_public && IsKeyControl(control.name))
-    remarks.Tell(Severity::Warning, "key-control-public", element, "\"", control.name,
-                 "\" is public and does not count for the mode's key");
+    remarks.Report(Severity::Warning, "key-control-public", element, "\"", control.name,
+                   "\" is public and does not count for the mode's key");
   const ORVQVTValueList& others = is_public ? content.private_controls : content.public_controls;
   if (remarks.wanted() && others.Find(control.name) != nullptr)
-    remarks.Tell(Severity::Warning, "control-public-and-private", element, "control \"",
-                 control.name, "\" is both public and private: the private one is the default");
+    remarks.Report(Severity::Warning, "control-public-and-private", element, "control \"",
+                   control.name, "\" is both public and private: the private one is the default");
   Store(control, element, remarks, is_public ? content.public_controls : content.private_controls);
 }
 
@@ -134,8 +134,8 @@ std::uint32_t Layouts(const XMLElement& element, const char* attribute, const Re
   if (remarks.wanted()) {
     ForEachPiece(list, [&](std::string_view piece) {
       if (PieceLayouts(piece) == 0)
-        remarks.Tell(Severity::Warning, "unknown-layout", element, attribute, " names \"",
-                     std::string(piece), "\", which is no channel layout");
+        remarks.Report(Severity::Warning, "unknown-layout", element, attribute, " names \"",
+                       std::string(piece), "\", which is no channel layout");
     });
   }
   return ParseLayoutList(list);
@@ -145,7 +145,8 @@ void ReadProcess(const XMLElement& element, const Remarks& remarks, ORVAPOChain&
   remarks.CheckAttributes(element, {"tech_id", "instance_id", "hook"});
   const char* technology = element.Attribute("tech_id");
   if (!IsGiven(technology)) {
-    remarks.Tell(Severity::Warning, "process-without-tech-id", element, "process without tech_id");
+    remarks.Report(Severity::Warning, "process-without-tech-id", element,
+                   "process without tech_id");
     return;
   }
   chain.processes.push_back({technology, TextOrEmpty(element.Attribute("instance_id")),
@@ -157,8 +158,8 @@ void ReadChain(const XMLElement& element, const Remarks& remarks, ORVAPOChainDef
   const char* type = element.Attribute("type");
   chain.render = !Is(type, "capture");
   if (IsGiven(type) && chain.render && !Is(type, "render"))
-    remarks.Tell(Severity::Warning, "unknown-chain-type", element, "type=\"", type,
-                 "\" counts as render");
+    remarks.Report(Severity::Warning, "unknown-chain-type", element, "type=\"", type,
+                   "\" counts as render");
   chain.input_layouts = Layouts(element, "input", remarks);
   chain.output_layouts = Layouts(element, "output", remarks);
   ForEachChild(element, remarks, [&](const XMLElement& child) {
@@ -169,11 +170,11 @@ void ReadChain(const XMLElement& element, const Remarks& remarks, ORVAPOChainDef
       if (const auto control = ReadControl(child, remarks))
         Store(*control, child, remarks, chain.controls);
     } else {
-      TellUnknown(child, remarks);
+      ReportUnknown(child, remarks);
     }
   });
   if (chain.processes.empty())
-    remarks.Tell(Severity::Warning, "chain-without-process", element, "chain without a process");
+    remarks.Report(Severity::Warning, "chain-without-process", element, "chain without a process");
   else
     chains.Add(std::move(chain));
 }
@@ -182,7 +183,7 @@ bool IsUsedChain(const XMLElement& element, bool has_position, std::uint32_t loc
                  const Remarks& remarks) {
   if (!has_position) {
     if (location == kPlainChainLocation) return true;
-    remarks.Tell(Severity::Note, "chain-location", element, "not used at this location");
+    remarks.Report(Severity::Note, "chain-location", element, "not used at this location");
     return false;
   }
   const char* position = element.Attribute("position");
@@ -193,10 +194,10 @@ bool IsUsedChain(const XMLElement& element, bool has_position, std::uint32_t loc
   const std::wstring wanted = Widen(TextOrEmpty(position));
   if (std::find(std::begin(kLocationNames) + 1, std::end(kLocationNames), wanted) !=
       std::end(kLocationNames))
-    remarks.Tell(Severity::Note, "chain-location", element, "used at ", position, " only");
+    remarks.Report(Severity::Note, "chain-location", element, "used at ", position, " only");
   else
-    remarks.Tell(Severity::Warning, "unknown-position", element, "position \"",
-                 TextOrEmpty(position), "\" is no location: the chain is never used");
+    remarks.Report(Severity::Warning, "unknown-position", element, "position \"",
+                   TextOrEmpty(position), "\" is no location: the chain is never used");
   return false;
 }
 
@@ -238,7 +239,7 @@ void ReadModeContent(const XMLElement& element, std::uint32_t location, const Re
     else if (Is(child.Name(), "chain_v2"))
       ReadChainElement(child, true, location, remarks, content.chains);
     else
-      TellUnknown(child, remarks);
+      ReportUnknown(child, remarks);
   });
 }
 
@@ -279,10 +280,10 @@ class DocumentReader {
       else if (Is(child.Name(), "operating_mode"))
         ReadMode(child);
       else
-        TellUnknown(child, remarks_);
+        ReportUnknown(child, remarks_);
     });
     if (!saw_properties_)
-      remarks_.TellLine(Severity::Error, "no-properties", 0, "there is no <properties> element");
+      remarks_.ReportLine(Severity::Error, "no-properties", 0, "there is no <properties> element");
     comparison_.CheckDefaultMode(content_.properties);
     return status_;
   }
@@ -307,14 +308,15 @@ class DocumentReader {
 const XMLElement* DocumentReader::UsableRoot(const XMLDocument& document) const {
   const XMLElement* root = document.RootElement();
   if (document.Error()) {
-    remarks_.TellLine(Severity::Error, "parse-error", document.ErrorLineNum(), document.ErrorStr());
+    remarks_.ReportLine(Severity::Error, "parse-error", document.ErrorLineNum(),
+                        document.ErrorStr());
   } else if (root == nullptr) {
-    remarks_.TellLine(Severity::Error, "no-root", 0, "there is no root element");
+    remarks_.ReportLine(Severity::Error, "no-root", 0, "there is no root element");
   } else if (!Is(root->Name(), "orv_configuration")) {
-    remarks_.Tell(Severity::Error, "root-name", *root, "the root element is <", root->Name(),
-                  ">, expected <orv_configuration>");
+    remarks_.Report(Severity::Error, "root-name", *root, "the root element is <", root->Name(),
+                    ">, expected <orv_configuration>");
   } else if (root->NoChildren()) {
-    remarks_.Tell(Severity::Error, "empty-root", *root, "the root element is empty");
+    remarks_.Report(Severity::Error, "empty-root", *root, "the root element is empty");
   } else {
     return root;
   }
@@ -323,18 +325,18 @@ const XMLElement* DocumentReader::UsableRoot(const XMLDocument& document) const 
 
 void DocumentReader::ReadProperties(const XMLElement& element) {
   if (saw_properties_)
-    remarks_.Tell(Severity::Warning, "repeated-properties", element,
-                  "replaces all earlier properties");
+    remarks_.Report(Severity::Warning, "repeated-properties", element,
+                    "replaces all earlier properties");
   saw_properties_ = true;
   remarks_.CheckAttributes(element, {});
   content_.properties.Clear();
   if (element.NoChildren()) {
-    remarks_.Tell(Severity::Error, "empty-properties", element, "<properties> is empty");
+    remarks_.Report(Severity::Error, "empty-properties", element, "<properties> is empty");
     status_ = LoadStatus::EmptyProperties;
     return;
   }
   ForEachChild(element, remarks_, [&](const XMLElement& child) {
-    if (!Is(child.Name(), "control")) return TellUnknown(child, remarks_);
+    if (!Is(child.Name(), "control")) return ReportUnknown(child, remarks_);
     remarks_.CheckAttributes(child, {"name"});
     if (const auto control = ReadControl(child, remarks_))
       Store(*control, child, remarks_, content_.properties);
@@ -348,18 +350,18 @@ bool DocumentReader::IsSelected(const XMLElement& element) const {
   const char* selector = element.Attribute("selector");
   if (!IsGiven(selector)) {
     if (config_type_ != 0)
-      remarks_.Tell(Severity::Note, "mode-selector", element,
-                    "a mode without selector is read for configuration type 0 only");
+      remarks_.Report(Severity::Note, "mode-selector", element,
+                      "a mode without selector is read for configuration type 0 only");
     return config_type_ == 0;
   }
   if (!Is(selector, "dsp")) {
-    remarks_.Tell(Severity::Warning, "unknown-selector", element, "selector \"", selector,
-                  "\" is not known: the mode is never read");
+    remarks_.Report(Severity::Warning, "unknown-selector", element, "selector \"", selector,
+                    "\" is not known: the mode is never read");
     return false;
   }
   if (config_type_ != 1)
-    remarks_.Tell(Severity::Note, "mode-selector", element, "selector \"", selector,
-                  "\" is read for configuration type 1 only");
+    remarks_.Report(Severity::Note, "mode-selector", element, "selector \"", selector,
+                    "\" is read for configuration type 1 only");
   return config_type_ == 1;
 }
 
@@ -387,9 +389,9 @@ void DocumentReader::ReadMode(const XMLElement& element) {
   remarks_.CheckAttributes(element, {"selector", "auto_mic"});
   const auto mode = MakeMode(element);
   if (mode == nullptr)
-    remarks_.Tell(selected ? Severity::Error : Severity::Warning, "mode-without-key", element,
-                  "the mode needs private controls \"", kOperatingModeControl, "\" and \"",
-                  kSpeakerTypeControl, "\"");
+    remarks_.Report(selected ? Severity::Error : Severity::Warning, "mode-without-key", element,
+                    "the mode needs private controls \"", kOperatingModeControl, "\" and \"",
+                    kSpeakerTypeControl, "\"");
   if (!selected) return;
   if (mode == nullptr) {
     status_ = LoadStatus::BadMode;

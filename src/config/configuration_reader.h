@@ -1,5 +1,5 @@
-// Walks a parsed configuration document: document to model, without files, locks or registry. What
-// it passes over, and why, it tells an observer.
+// Converts a parsed configuration document to a model, without files, locks or registry. Reports
+// what it ignores, and why, to an observer.
 #pragma once
 
 #include <cstdint>
@@ -49,7 +49,7 @@ const wchar_t* LocationName(std::uint32_t location);
 // Layout bits of a list such as "Stereo;5.1 Surround".
 std::uint32_t ParseLayoutList(std::string_view text);
 
-// One remark about the document, for people (orvctl check).
+// One finding about the document, for the user (orvctl check).
 struct ConfigurationRemark {
   enum class Severity { Note, Warning, Error };
   int line = 0;                           // 1-based; 0 when the whole file is meant
@@ -67,7 +67,8 @@ struct ConfigurationContent {
 };
 
 // Reads the whole document into `content`; the result is the load status. The observer (may be
-// empty) hears of everything passed over, in chains and modes of other locations and types too.
+// empty) receives everything that is ignored, also in chains and modes of other locations and
+// types.
 LoadStatus ReadConfiguration(const tinyxml2::XMLDocument& document, std::uint32_t config_type,
                              std::uint32_t location, ConfigurationContent& content,
                              const ConfigurationObserver& observer = {});
@@ -80,7 +81,7 @@ LoadStatus ReadConfigurationDeferred(const std::shared_ptr<const tinyxml2::XMLDo
                                      ConfigurationContent& content);
 
 // The parser decodes names and texts on first access, which writes into the document. After this
-// call a document that nobody changes is safe to walk from several threads.
+// call several threads may read the document while no thread changes it.
 void DecodeDocument(const tinyxml2::XMLDocument& document);
 
 }  // namespace orv

@@ -9,8 +9,8 @@ void Remarks::CheckAttributes(const tinyxml2::XMLElement& element,
   if (!wanted()) return;
   for (const auto* one = element.FirstAttribute(); one != nullptr; one = one->Next()) {
     if (std::find(known.begin(), known.end(), one->Name()) != known.end()) continue;
-    TellLine(Severity::Warning, "unknown-attribute", one->GetLineNum(), "attribute \"", one->Name(),
-             "\" of <", element.Name(), "> is not known");
+    ReportLine(Severity::Warning, "unknown-attribute", one->GetLineNum(), "attribute \"",
+               one->Name(), "\" of <", element.Name(), "> is not known");
   }
 }
 
@@ -23,15 +23,15 @@ void ModeComparison::Add(const ORVAPOOperatingMode& mode, int line) {
   const KeyTexts texts = TextsOf(mode.GetModeKey());
   const auto [same, added] = lines_.emplace(texts, line);
   if (!added)
-    remarks_.TellLine(Severity::Warning, "duplicate-mode", line, "mode ", texts.first, "/",
-                      texts.second, " is already in line ", std::to_string(same->second),
-                      ": it cannot be found by its key");
+    remarks_.ReportLine(Severity::Warning, "duplicate-mode", line, "mode ", texts.first, "/",
+                        texts.second, " is already in line ", std::to_string(same->second),
+                        ": it cannot be found by its key");
   if (!mode.IsAutoMic()) return;
   const auto [other, alone] = automatic_microphone_lines_.emplace(texts.second, line);
   if (!alone)
-    remarks_.TellLine(Severity::Warning, "duplicate-auto-mic", line, "speaker type ", texts.second,
-                      " already has an automatic microphone mode in line ",
-                      std::to_string(other->second));
+    remarks_.ReportLine(Severity::Warning, "duplicate-auto-mic", line, "speaker type ",
+                        texts.second, " already has an automatic microphone mode in line ",
+                        std::to_string(other->second));
 }
 
 void ModeComparison::CheckDefaultMode(const ORVQVTValueList& properties) const {
@@ -40,11 +40,11 @@ void ModeComparison::CheckDefaultMode(const ORVQVTValueList& properties) const {
   if (key.ReadFrom(properties)) {
     const KeyTexts texts = TextsOf(key);
     if (lines_.count(texts) == 0)
-      remarks_.TellLine(Severity::Warning, "default-mode-missing", 0, "the properties name ",
-                        texts.first, "/", texts.second, " as default mode, but no mode has it");
+      remarks_.ReportLine(Severity::Warning, "default-mode-missing", 0, "the properties name ",
+                          texts.first, "/", texts.second, " as default mode, but no mode has it");
   } else if (lines_.empty()) {
-    remarks_.TellLine(Severity::Warning, "no-modes", 0,
-                      "no mode was read, and the properties name no default mode");
+    remarks_.ReportLine(Severity::Warning, "no-modes", 0,
+                        "no mode was read, and the properties name no default mode");
   }
 }
 

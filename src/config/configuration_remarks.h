@@ -17,19 +17,19 @@ using Severity = ConfigurationRemark::Severity;
 
 class Remarks {
  public:
-  Remarks() = default;  // nobody listens
+  Remarks() = default;  // reports to no observer
   explicit Remarks(const ConfigurationObserver& observer)
       : observer_(observer ? &observer : nullptr) {}
 
   bool wanted() const noexcept { return observer_ != nullptr; }
 
   template <class... Parts>
-  void Tell(Severity severity, const char* code, const tinyxml2::XMLNode& where,
-            const Parts&... parts) const {
-    TellLine(severity, code, where.GetLineNum(), parts...);
+  void Report(Severity severity, const char* code, const tinyxml2::XMLNode& where,
+              const Parts&... parts) const {
+    ReportLine(severity, code, where.GetLineNum(), parts...);
   }
   template <class... Parts>
-  void TellLine(Severity severity, const char* code, int line, const Parts&... parts) const {
+  void ReportLine(Severity severity, const char* code, int line, const Parts&... parts) const {
     if (observer_ != nullptr) (*observer_)({line, code, severity, (std::string() + ... + parts)});
   }
 
@@ -40,7 +40,7 @@ class Remarks {
   const ConfigurationObserver* observer_ = nullptr;
 };
 
-// What only shows when modes are compared with one another and with the properties.
+// Findings that need a comparison of modes with one another and with the properties.
 class ModeComparison {
  public:
   explicit ModeComparison(const Remarks& remarks) : remarks_(remarks) {}

@@ -38,8 +38,8 @@ class ORVAPOModeSelector : public IORVPropertySetNotify {
   virtual bool Init(const std::wstring& registry_path, const ORVAPOModeKey& default_key);
   virtual bool SetCurrentMode(
       const ORVAPOModeKey& key);  // validity is not tested; true when written
-  // Reads the registry afresh; `key` is filled in every case. True when the value was there and its
-  // key is valid.
+  // Reads the registry again; `key` is filled in every case. Returns true if the value exists and
+  // its key is valid.
   virtual bool GetCurrentMode(ORVAPOModeKey& key);
   // Installs (null removes) the listener and switches the registry watch with it. Once it has
   // returned, the earlier listener is not called any more. False if the watch cannot be started.

@@ -18,7 +18,7 @@ inline constexpr char kSpeakerTypeControl[] = "ZAPO3-Speaker Type";
 inline constexpr char kUndefinedOperatingMode[] = "ZAPO3-Undefined";
 inline constexpr char kDisabledSpeakerType[] = "ZAPO3-Disabled";
 
-// What tells modes apart: an operating mode text and a speaker type text.
+// Identifies a mode: an operating mode text and a speaker type text.
 class ORVAPOModeKey {
  public:
   ORVAPOModeKey();  // both texts at their defaults: not valid
@@ -97,8 +97,8 @@ class ORVAPOOperatingMode {
   using ContentReader = std::function<void(ORVAPOModeContent&)>;
 
   ORVAPOOperatingMode() = default;
-  // A complete mode whose content is read when somebody first asks for it, by one thread at a time;
-  // `key` is what CompleteRead would find in it. Copies share the content.
+  // A complete mode whose content is read on first use, by one thread at a time; `key` is the key
+  // that CompleteRead would find in it. Copies share the content.
   ORVAPOOperatingMode(ORVAPOModeKey key, bool auto_mic, ContentReader reader);
   ORVAPOOperatingMode(const ORVAPOOperatingMode&) = default;
   ORVAPOOperatingMode(ORVAPOOperatingMode&&) noexcept = default;
@@ -128,7 +128,7 @@ class ORVAPOOperatingMode {
 
   ORVAPOModeKey key_;
   bool auto_mic_ = false;
-  ORVAPOModeContent content_;                  // unused while `deferred_` is there
+  ORVAPOModeContent content_;                  // unused while `deferred_` is set
   std::shared_ptr<DeferredContent> deferred_;  // read once, the same for all copies
 };
 

@@ -51,7 +51,7 @@ class ORVAPOProcessLibrary {
   void AppendControlInfos(std::vector<ORVQVTControlInfo>& infos) const;
 
   // Folder in which the library is looked for (process-wide, the last one given wins); empty means
-  // beside the host program.
+  // the folder of the host program.
   static void SetDirectory(const std::wstring& directory);
   static std::wstring LibraryPath(Machine& machine);
 

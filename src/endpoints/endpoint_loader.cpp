@@ -20,7 +20,7 @@ constexpr std::size_t kPathCapacity = 261;
 constexpr wchar_t kSubsystemMark[] = L"SUBSYS_";
 constexpr std::size_t kSubsystemLength = 8;
 
-// Nothing when the text does not name a subsystem.
+// Returns nullopt if the text does not name a subsystem.
 std::optional<std::wstring> SubsystemIn(const std::wstring& text) {
   const std::wstring upper = ToUpperAscii(text);
   const std::size_t mark = upper.find(kSubsystemMark);

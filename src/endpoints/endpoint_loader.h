@@ -18,7 +18,7 @@ class EndpointLoader {
  private:
   enum class Source { PropertyKey, EffectKey };
 
-  // One registry value, where its text goes, and what stands in for it.
+  // One registry value, where its text goes, and its replacement.
   struct Descriptor {
     Source source;
     bool default_fills_empty;

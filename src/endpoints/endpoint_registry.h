@@ -1,4 +1,4 @@
-// Where an endpoint's values lie in the registry. All paths are relative to HKEY_LOCAL_MACHINE, in
+// Where an endpoint's values are in the registry. All paths are relative to HKEY_LOCAL_MACHINE, in
 // the 64-bit view.
 #pragma once
 
@@ -41,7 +41,7 @@ inline constexpr wchar_t kStreamEffectValue[] = L"{d04e05a6-594b-4fb6-a80d-01af5
 inline constexpr wchar_t kModeEffectValue[] = L"{d04e05a6-594b-4fb6-a80d-01af5eed7d1d},6";
 inline constexpr wchar_t kEndpointEffectValue[] = L"{d04e05a6-594b-4fb6-a80d-01af5eed7d1d},7";
 
-// Headset state that codec drivers leave behind, each a REG_DWORD: two values of the effect key,
+// Headset state that codec drivers store, each a REG_DWORD: two values of the effect key,
 // one of a key of its own.
 inline constexpr wchar_t kRealtekFirstValue[] = L"{3BA0CD54-830F-4551-A6EB-F3EAB68E3700},1";
 inline constexpr wchar_t kRealtekSecondValue[] = L"{3BA0CD54-830F-4551-A6EB-F3EAB68E3700},4";

@@ -1,4 +1,4 @@
-// Where the processing object's values of an endpoint lie, for readers that do not load the whole
+// Where the processing object's values of an endpoint are, for readers that do not load the whole
 // endpoint: nothing is written.
 #pragma once
 

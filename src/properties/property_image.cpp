@@ -12,7 +12,7 @@ namespace orv {
 namespace {
 
 static_assert(std::endian::native == std::endian::little,
-              "numbers and text units are copied as they lie in memory");
+              "numbers and text units are copied as they are in memory");
 static_assert(sizeof(bool) == 1 && sizeof(LongValue) == 4);
 
 constexpr std::size_t kHeaderSize = 12;
@@ -61,8 +61,8 @@ std::uint8_t* PutData(std::uint8_t* out, const T& value) {
     return PutBytes(out, &value, sizeof value);
 }
 
-// Writes the entry's record to where `room_of` says, which is told the record's size. A record that
-// has to be left out has the size 0 and is given no room.
+// Writes the entry's record to the place that `room_of` returns for the record's size. A record
+// that must be left out has the size 0 and gets no room.
 template <class RoomOf>
 std::size_t PutRecord(const ORVPropertyEntry& entry, RoomOf room_of) {
   std::size_t size = 0;
@@ -163,7 +163,7 @@ bool ReadNumber(std::span<const std::uint8_t> bytes, boost::any& value) {
   return true;
 }
 
-// False when the data is too short for the kind.
+// Returns false if the data is too short for the kind.
 bool ReadData(PropertyKind kind, std::span<const std::uint8_t> data, boost::any& value) {
   switch (kind) {
     case PropertyKind::Long:
@@ -273,7 +273,7 @@ ImageDecoding DecodeImage(std::span<const std::uint8_t> image, ImageReading read
   list.reserve(list.size() + CountRecords(image));
   ImageDecoding result;
   std::size_t at = 0;
-  // A single byte behind a record is padding of the registry value, never a record.
+  // A single byte after a record is padding of the registry value, never a record.
   while (at == 0 ? !image.empty() : image.size() - at > 1) {
     Record record;
     ImageFault fault = ReadRecord(image.subspan(at), record);

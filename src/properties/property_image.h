@@ -31,15 +31,15 @@ inline constexpr std::uint32_t kImageTagLimit = 1024;
 bool EncodeImage(const ORVPropertyList& list, ImageBytes& image);
 
 // The image of one list, kept from one use to the next: when few values changed, their records
-// alone are encoded again. It is told of every change of the list, in whatever order and number.
-// Keeps nothing before the first update.
+// alone are encoded again. The owner of the list reports every change of it, in any order. Keeps
+// nothing before the first update.
 class KeptImage {
  public:
   // The entry at `index` has another value, or was appended to the list.
   void EntryChanged(std::size_t index) noexcept;
   // Anything else happened to the list: the next update encodes all of it.
   void Forget() noexcept;
-  // Makes `bytes` the list's image; false when an entry had to be left out.
+  // Makes `bytes` the image of the list; returns false if an entry was left out.
   bool Update(const ORVPropertyList& list);
   const ImageBytes& bytes() const noexcept { return bytes_; }
 

@@ -69,7 +69,7 @@ void ORVPropertySet::CopyFrom(ORVPropertySet& other) {
 
 void ORVPropertySet::MergeProperties(const ORVPropertyList& list, bool overwrite_existing,
                                      bool add_new) {
-  // By position: the list may be another set's own, and a listener may add to that set meanwhile.
+  // By position: the list may belong to another set, and a listener may add to that set meanwhile.
   for (std::size_t i = 0; i < list.size(); ++i) {
     const wchar_t* name = list[i].name.c_str();
     const bool wanted = HasProperty(name) ? overwrite_existing : add_new;
@@ -82,8 +82,8 @@ void ORVPropertySet::MergeProperties(const ORVPropertySet& other, bool overwrite
   MergeProperties(other.list_, overwrite_existing, add_new);
 }
 
-// Listeners may change the set while they are told: after a call neither the arguments nor an
-// entry's address are used.
+// Listeners may change the set during the call: after it neither the arguments nor the address of
+// an entry are used.
 void ORVPropertySet::SetProperty(const wchar_t* name, const boost::any& value) {
   ORVPropertyEntry change{name, value};
   std::size_t index = FindEntry(name);
@@ -202,7 +202,7 @@ void ORVPropertySet::AddNotify(IORVPropertySetNotify* listener) {
 
 void ORVPropertySet::RemoveNotify(IORVPropertySetNotify* listener) { listeners_.erase(listener); }
 
-// Walks on by key, so that a listener may add and remove listeners, itself included.
+// Continues by key, so that a listener may add and remove listeners, itself included.
 template <class Call>
 void ORVPropertySet::ForEachListener(Call call) {
   for (auto it = listeners_.begin(); it != listeners_.end();) {

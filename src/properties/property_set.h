@@ -17,21 +17,21 @@ namespace orv {
 class ORVPropertySet;
 using ImageUse = std::function<bool(std::span<const std::uint8_t> image)>;
 
-// Told of changes on the thread that makes them, while the set's lock (if it has one) is held. A
-// listener may change the set and its listeners meanwhile, and removes itself before it is
+// Notified of changes on the thread that makes them, while the set's lock (if it has one) is held.
+// During the call a listener may change the set and its listeners. It removes itself before it is
 // destroyed.
 class IORVPropertySetNotify {
  public:
   virtual ~IORVPropertySetNotify() = default;
   // The entry's value has just changed, or the entry was just added.
   virtual void OnPropertyChanged(ORVPropertySet& set, const ORVPropertyEntry& entry) = 0;
-  // An existing entry is about to receive this value (it may equal the present one). The answer is
-  // not used by the set.
+  // An existing entry is about to receive this value (it may equal the current one). The set
+  // ignores the result.
   virtual bool OnPropertyChanging(ORVPropertySet& set, const ORVPropertyEntry& entry) = 0;
 };
 
-// Not locked: the owner serialises access, or uses ORVPropertySetThreadsafe. Operations fail only
-// as their boolean results say; only the integer getter throws (boost::bad_lexical_cast), and
+// Not locked: the owner serialises access, or uses ORVPropertySetThreadsafe. Failures are
+// reported by the boolean results; only the integer getter throws (boost::bad_lexical_cast), and
 // memory may run out.
 class ORVPropertySet {
  public:
@@ -41,14 +41,14 @@ class ORVPropertySet {
   ORVPropertySet& operator=(const ORVPropertySet&) = delete;
 
   virtual void GetAllProperties(ORVPropertyList& out);
-  // False when an entry had to be left out of the image.
+  // Returns false if an entry was left out of the image.
   virtual bool GetAllPropertiesBinary(ImageBytes& out);
-  // Replaces the content without telling anyone. After a false result the entries before the fault
-  // are in the set.
+  // Replaces the content and calls no listener. After a false result the set has the entries before
+  // the fault.
   virtual bool SetAllPropertiesBinary(const ImageBytes& image);
   virtual void MergePropertiesBinary(const ImageBytes& image, bool overwrite_existing,
                                      bool add_new);
-  virtual void Clear();  // tells nobody
+  virtual void Clear();  // calls no listener
   virtual void SetAllProperties(const ORVPropertyList& list, bool notify);
   virtual void CopyFrom(ORVPropertySet& other);
   virtual void MergeProperties(const ORVPropertyList& list, bool overwrite_existing, bool add_new);
@@ -67,7 +67,8 @@ class ORVPropertySet {
                            std::int32_t value);  // stored as the long kind
   virtual void SetProperty(const wchar_t* name, std::int32_t value);
 
-  // False, with `out` as it was, when there is no such entry or its kind has no such form.
+  // Returns false and leaves `out` unchanged if the entry does not exist or its kind has no such
+  // form.
   virtual bool GetProperty(const wchar_t* name, boost::any& out);
   virtual bool GetProperty(const std::wstring& name, std::string& out);
   virtual bool GetProperty(const wchar_t* name, std::string& out);

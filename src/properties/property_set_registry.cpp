@@ -119,7 +119,7 @@ bool ORVPropertySetRegistry::SaveValues() {
   return complete;
 }
 
-// The name has no say: saving goes where the image was last loaded from or saved to.
+// Ignores the name: an image is saved to the value that it was last loaded from or saved to.
 void ORVPropertySetRegistry::EnableAutoSave(bool enable, const std::wstring&) {
   if (auto_save_.exchange(enable) == enable) return;
   ORVPropertySet* const set = Current().set;

@@ -27,19 +27,19 @@ class ORVPropertySetRegistry : public IORVPropertySetNotify, private IORVThreadB
 
   // The set is not owned; null detaches.
   virtual void SetPropertySet(ORVPropertySet* set);
-  // Keeps a duplicate of the key (null: none). True when a key is held afterwards.
+  // Keeps a duplicate of the key (null: none). Returns true if a key is held afterwards.
   virtual bool SetKey(RegistryKey* key);
   virtual RegistryKey* GetKey();
-  // False, with set and current value name as they were, when the value is missing, no REG_BINARY
-  // or empty. With `merge` the two flags choose what is taken over; without, the image replaces the
-  // set's content.
+  // Returns false and changes nothing if the value is missing, is not REG_BINARY, or is empty. With
+  // `merge` the two flags choose what is taken over; without it, the image replaces the content of
+  // the set.
   virtual bool LoadBinary(const std::wstring& value_name, bool merge, bool overwrite_existing,
                           bool add_new);
-  // Writes the set's image; null means the value last loaded or saved. False, with nothing written,
-  // when an entry cannot be encoded or the set is empty.
+  // Writes the image of the set; null means the value last loaded or saved. Returns false and
+  // writes nothing if an entry cannot be encoded or the set is empty.
   virtual bool SaveBinary(const wchar_t* value_name);
-  // One registry value per property; false when a value could not be read (written), the others are
-  // all the same.
+  // One registry value per property. Returns false if a value could not be read (written); the
+  // others still are.
   virtual bool LoadValues();
   virtual bool SaveValues();
   // Saves the image after every change of the set, under the current value name.
@@ -66,7 +66,8 @@ class ORVPropertySetRegistry : public IORVPropertySetNotify, private IORVThreadB
   void Remember(const std::wstring& value_name);
   void Reload(const std::wstring& value_name, Event& stop);
 
-  // Guards what follows against the watch thread; held for a moment only, never during a call out.
+  // Guards the following members against the watch thread; never held during a call to another
+  // object.
   mutable std::mutex state_lock_;
   Binding binding_;
   std::wstring value_name_;

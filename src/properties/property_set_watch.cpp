@@ -8,7 +8,7 @@
 namespace orv {
 namespace {
 
-// How often a reload that waits for a lock looks at the stop event.
+// How often a reload that waits for a lock checks the stop event.
 constexpr std::chrono::milliseconds kLockRetry{5};
 
 // Holds the lock (if there is one), or gives up if the stop event is signalled first: the thread
@@ -38,7 +38,7 @@ bool ORVPropertySetRegistry::StartWatch(bool start, const std::wstring& value_na
   return !start || thread_.Start(this);
 }
 
-// A reload that fails, for lack of memory say, does not end the watch.
+// A reload that fails (for example because memory runs out) does not end the watch.
 void ORVPropertySetRegistry::Reload(const std::wstring& value_name, Event& stop) {
   const StoppableLock owner_lock(reload_lock_, stop);
   ORVPropertySet* const set = Current().set;
@@ -59,7 +59,7 @@ bool ORVPropertySetRegistry::Run(ORVThreadBasic&, Event& stop) {
     const std::lock_guard guard(state_lock_);
     value_name = watch_value_name_;
   }
-  // On the heap, as the registry still refers to it should this thread be terminated.
+  // On the heap: the registry still refers to it if this thread is terminated.
   const auto changed = std::make_unique<Event>(Event::Kind::AutoReset);
   std::unique_ptr<RegistryKey> key;
   if (const std::shared_ptr<RegistryKey> bound = Current().key) key = bound->Duplicate();

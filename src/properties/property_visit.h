@@ -1,4 +1,5 @@
-// Calls a function with what a property value holds: the one place that tells the ten kinds apart.
+// Calls a function with the content of a property value: the only place that distinguishes the ten
+// kinds.
 #pragma once
 
 #include <boost/any.hpp>
@@ -53,8 +54,8 @@ bool VisitFirst(const boost::any& value, Visitor& visitor) {
 
 }  // namespace detail
 
-// False, without a call, when the value is empty or of no known kind. Controls are stored as narrow
-// text and numbers from the registry as longs, so these two are tried first.
+// Returns false without a call if the value is empty or its kind is unknown. Controls are stored as
+// narrow text and numbers from the registry as longs, so these two are tried first.
 template <class Visitor>
 bool VisitValue(const boost::any& value, Visitor&& visitor) {
   return detail::VisitFirst<std::string, LongValue, int, float, bool, std::wstring, UnsignedBytes,

@@ -8,8 +8,9 @@
 
 namespace orv {
 
-// Numbers become long, bytes signed bytes, text (the first one of a list) wide text. False, with
-// `value` as it was, when the registry value is missing, malformed or of another type.
+// Numbers become long, bytes signed bytes, text (the first one of a list) wide text. Returns
+// false and leaves `value` unchanged if the registry value is missing, malformed or of another
+// type.
 bool ReadRegistryProperty(RegistryKey& key, const std::wstring& name, boost::any& value);
 
 // Integers and bool become REG_DWORD, bytes REG_BINARY, the rest REG_SZ; what is empty becomes the

@@ -9,8 +9,8 @@ namespace {
 constexpr std::uint32_t kExitSuccess = 1;
 constexpr std::uint32_t kExitFailure = 0xFFFFFFFF;
 
-// An exception ends the worker, not the host process. Only std exceptions: a system that ends
-// threads by unwinding them must not be held up.
+// An exception ends the worker, not the host process. Catches only std exceptions: some systems end
+// a thread by unwinding it.
 std::uint32_t RunWorker(IORVThreadBasicWorker& worker, ORVThreadBasic& holder, Event& stop) {
   try {
     return worker.Run(holder, stop) ? kExitSuccess : kExitFailure;

@@ -17,7 +17,7 @@ void ExpectNothingLeft(ListeningClient& client) {
   EXPECT_EQ(client.machine->sound().activity().rendering, 0U);
 }
 
-TEST_F(AnalysisTest, CreationAnswersTheStatusOfTheStepThatFailed) {
+TEST_F(AnalysisTest, CreationReturnsTheStatusOfTheFailedStep) {
   for (const FaultOperation step :
        FaultOperations{"devices.create_enumerator", "devices.get_device", "device.activate",
                        "audio.activate", "audio.get_mix_format", "audio.get_device_period",
@@ -52,7 +52,7 @@ TEST_F(AnalysisTest, CreationNeedsAnEndpointAMachineAPlaceAndAPlan) {
   ExpectNothingLeft(client);
 }
 
-TEST_F(AnalysisTest, AnalysisGoesOnWithoutAPlaybackThread) {
+TEST_F(AnalysisTest, AnalysisContinuesWithoutAPlaybackThread) {
   // The playback thread's calls come after those of the loopback stream.
   const struct {
     FaultOperation operation;
@@ -81,7 +81,7 @@ TEST_F(AnalysisTest, AnalysisGoesOnWithoutAPlaybackThread) {
   }
 }
 
-TEST_F(AnalysisTest, EveryFailingCallOfTheCaptureLoopEndsInADefinedAnswer) {
+TEST_F(AnalysisTest, FailedCaptureCallsHaveDefinedResults) {
   for (const FaultOperation call : FaultOperations{"capture.next_packet_size", "capture.get_buffer",
                                                    "capture.release_buffer"}) {
     for (std::uint32_t nth = 1; nth <= 3; ++nth) {
@@ -89,9 +89,9 @@ TEST_F(AnalysisTest, EveryFailingCallOfTheCaptureLoopEndsInADefinedAnswer) {
       ListeningClient client(kNoise);
       ASSERT_EQ(client.Open(), S_OK);
       client.machine->faults().FailNth(call, nth, AUDCLNT_E_DEVICE_INVALIDATED);
-      int heard = 0;
-      for (int step = 0; step < 8; ++step) heard += client.Level(0, 1000) > kSilence ? 1 : 0;
-      EXPECT_GE(heard, 3) << "one failure costs a step, not the analysis";
+      int levels = 0;
+      for (int step = 0; step < 8; ++step) levels += client.Level(0, 1000) > kSilence ? 1 : 0;
+      EXPECT_GE(levels, 3) << "one failure costs a step, not the analysis";
     }
     // The device is gone, whatever is asked.
     ListeningClient client(kNoise);

@@ -22,7 +22,7 @@ inline constexpr float kSilence = -std::numeric_limits<float>::infinity();
 inline constexpr float kPoisonedLevel = 12345.0F;
 inline constexpr std::chrono::seconds kDeadline{20};
 
-// The endpoint object, as far as analysis knows it; tells when it is gone.
+// The endpoint object as analysis uses it; reports its end.
 class EndpointStandIn final : public CountedObject<IUnknown> {
  public:
   explicit EndpointStandIn(

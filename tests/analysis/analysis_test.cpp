@@ -25,7 +25,7 @@ TEST_F(AnalysisTest, SpectrumIsTakenOncePerAnalysis) {
   ListeningClient client(R"(, "packets": {"frames": 1024}, "sounds": [{"kind": "noise"}])",
                          "\"held\"");
   ASSERT_EQ(client.Open(), S_OK);
-  EXPECT_EQ(client.Level(0, 1000), kSilence) << "nothing was heard yet";
+  EXPECT_EQ(client.Level(0, 1000), kSilence) << "nothing was captured yet";
   client.PlayUntil(1024);
   EXPECT_GT(client.Level(0, 1000), kSilence);
   EXPECT_EQ(client.Spectrum(0, {46, 1000, 30000}), std::vector<float>(3, kSilence));
@@ -59,7 +59,7 @@ TEST_F(AnalysisTest, ARateWithoutBinsHasNoSpectrum) {
 }
 
 TEST_F(AnalysisTest, SilentStreamPlaysWhileTheObjectLives) {
-  ListeningClient client("", "\"held\"");  // nobody else plays
+  ListeningClient client("", "\"held\"");  // without other playback
   ASSERT_EQ(client.Open(), S_OK);
   ASSERT_TRUE(client.WaitForPlayback());
   const SoundActivity activity = client.machine->sound().activity();

@@ -20,7 +20,7 @@ class ReferenceAnalysis {
   std::size_t bins() const { return (rate_ - 1) / 2 / spacing(); }  // below half the rate
 
   // Interleaved samples of one packet.
-  void Hear(std::span<const float> packet) {
+  void Append(std::span<const float> packet) {
     for (std::size_t at = 0; at < packet.size(); at += channels_) {
       queues_[0].push_back(packet[at]);
       queues_[1].push_back(packet[at + (channels_ > 1 ? 1 : 0)]);

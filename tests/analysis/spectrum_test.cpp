@@ -57,7 +57,7 @@ TEST_F(SpectrumTest, WholeChainAgreesWithItsDefinitionAtEveryRate) {
     std::uint64_t position = 0;
     for (int round = 0; round < 2; ++round) {
       for (const std::size_t frames : {480, 441, 17, 1024, 2500, 960}) {
-        reference.Hear(Played(client, position, frames));
+        reference.Append(Played(client, position, frames));
         position += frames;
         client.PlayUntil(position);
         if (frames == 480 || frames == 441) continue;  // the client comes after three packets
@@ -102,7 +102,7 @@ TEST_F(SpectrumTest, SilentPacketsGapsAndOddLengthsKeepTheQueuesInOrder) {
     position += frames;
     client.PlayUntil(position);
     if ((packet + 1) % 5 == 0) position += lengths[(packet + 1) % 3];
-    reference.Hear(samples);
+    reference.Append(samples);
     const auto left = client.Spectrum(0, BinFrequencies(reference));
     const auto right = client.Spectrum(1, BinFrequencies(reference));
     if (packet % 16 < 3) ExpectSameSpectra(reference, left, right);
@@ -122,7 +122,7 @@ TEST_F(SpectrumTest, SilentPacketsGapsAndOddLengthsKeepTheQueuesInOrder) {
   EXPECT_EQ(log.Count(L" | CAnalysisData::LoadQueue | < 480!\n"), 256U / 3);
 }
 
-TEST_F(SpectrumTest, EveryMixFormatAndNumberOfChannelsIsHeard) {
+TEST_F(SpectrumTest, CapturesEveryMixFormatAndNumberOfChannels) {
   const struct {
     const char* format;
     std::uint32_t channels;
@@ -146,7 +146,7 @@ TEST_F(SpectrumTest, EveryMixFormatAndNumberOfChannelsIsHeard) {
     ListeningClient client(std::string(R"(, "mix_format": {)") + format +
                            R"(}, "packets": {"frames": 1024}, "sounds": [)" + sounds + "]");
     ASSERT_EQ(client.Open(), S_OK);
-    // Bin 256 at 257 x 46 Hz; the second queue has the first channel when there is no other.
+    // Bin 256 at 257 x 46 Hz; the second queue has the first channel if there is only one.
     const double scale = 20 * std::log10(0.5 * 48000 / 8192);
     EXPECT_NEAR(client.Level(0, 11822), -10 + scale, tolerance);
     EXPECT_NEAR(client.Level(1, 11822), (channels == 1 ? -10 : -13) + scale, tolerance);

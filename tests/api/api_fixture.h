@@ -42,7 +42,7 @@ inline constexpr char kTwoModes[] = R"(<orv_configuration>
     <control name="VQ3D-Main Tech" public="true">VQ3D-AMHD</control>
     <control name="VQ3D-DPHD Level" public="true">40</control>
     <control name="Left:VQ3D-Headroom Gain" public="true">-60</control>
-    <control name="Nobody's" public="true">7</control>
+    <control name="Undescribed" public="true">7</control>
     <control name="VQ3D-Bypass Gain">-30</control>
     <control name="VQ3D-GEQ Enable">Enabled</control>
   </operating_mode>

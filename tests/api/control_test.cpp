@@ -28,7 +28,7 @@ TEST_F(ControlTest, TechnologyLibraryDescribesControls) {
             (Description{L"VQ3D-Main Tech", ORV_QVT_SCALE_ENUM, 0, 5}));
   EXPECT_EQ(Describe(Control(mode, L"Left:VQ3D-Headroom Gain")),
             (Description{L"VQ3D-Headroom Gain", ORV_QVT_SCALE_DB, -600, 0}));
-  EXPECT_EQ(Describe(Control(mode, L"Nobody's")), (Description{L"", ORV_QVT_SCALE_COUNT, 0, 0}));
+  EXPECT_EQ(Describe(Control(mode, L"Undescribed")), (Description{L"", ORV_QVT_SCALE_COUNT, 0, 0}));
 }
 
 TEST_F(ControlTest, ChoicesArePositionsButStoredAsText) {

@@ -4,7 +4,7 @@
 namespace orv {
 namespace {
 
-// Somebody else's implementation of a mode. It answers only its own interface, or, being careless,
+// A foreign implementation of a mode. It answers only its own interface, or, being careless,
 // every interface with itself.
 class ForeignMode final : public IORVOperatingMode {
  public:
@@ -80,7 +80,7 @@ TEST_F(EndpointTest, ModesComeInConfigurationOrder) {
   const auto modes = From(endpoint, &IORVEndpointInfo::GetOpModeEnumerator);
   auto mode = From(modes, &IORVAPOOpModeEnumerator::Next);
   EXPECT_EQ(NameOf(*mode), kMovie);
-  EXPECT_EQ(modes->Next(nullptr), E_POINTER);  // moves on all the same
+  EXPECT_EQ(modes->Next(nullptr), E_POINTER);  // still moves on
   EXPECT_EQ(modes->Next(mode.Put()), S_FALSE);
 }
 

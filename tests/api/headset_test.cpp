@@ -1,4 +1,4 @@
-// Headset detection from what codec drivers leave in the registry.
+// Headset detection from the registry values of codec drivers.
 #include "api_fixture.h"
 
 namespace orv {
@@ -31,7 +31,7 @@ class HeadsetTest : public ApiTest {
   Answer Ask() { return Ask(Endpoint()); }
 };
 
-TEST_F(HeadsetTest, ConexantRecordTells) {
+TEST_F(HeadsetTest, ConexantRecordDecides) {
   SetHardware(L"HDAUDIO\\FUNC_01&ven_14f1&dev_50f4");
   EXPECT_EQ(Ask(), kUnknown);
   const std::tuple<std::uint8_t, std::uint8_t, std::uint8_t, Answer> records[] = {
@@ -54,7 +54,7 @@ TEST_F(HeadsetTest, ConexantRecordTells) {
   EXPECT_TRUE(log.Contains(L"Can't get headset info buffer\n"));
 }
 
-TEST_F(HeadsetTest, IdtStateTells) {
+TEST_F(HeadsetTest, IdtStateDecides) {
   SetHardware(L"VEN_111D");
   EXPECT_EQ(Ask(), kUnknown);
   SetNumber(kIdtStateKey, kIdtHeadsetValue, 0);
@@ -65,7 +65,7 @@ TEST_F(HeadsetTest, IdtStateTells) {
   EXPECT_EQ(Ask(), kUnknown);
 }
 
-TEST_F(HeadsetTest, EitherRealtekFlagTells) {
+TEST_F(HeadsetTest, EitherRealtekFlagDecides) {
   SetHardware(L"VEN_10EC");
   EXPECT_EQ(Ask(), kAbsent);
   for (const wchar_t* flag : {kRealtekSecondValue, kRealtekFirstValue}) {

@@ -1,5 +1,5 @@
-// Objects hold what they need, whatever the order in which a client lets go and whatever
-// threads use them; and nothing is lost when memory runs out.
+// Objects hold what they need in any order of release and on any thread, and nothing is lost when
+// memory runs out.
 #include <functional>
 #include <random>
 #include <thread>

@@ -6,7 +6,7 @@ namespace {
 
 class ModeTest : public ApiTest {
  protected:
-  // Display values do not tell undescribed controls apart, so walk by value.
+  // Undescribed controls have equal display values, so walk by value.
   static std::size_t CountOf(const ComPtr<IORVAPOControlEnumerator2>& controls) {
     std::size_t count = 0;
     ComPtr<IORVAPOControl> control;

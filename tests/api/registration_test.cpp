@@ -1,5 +1,5 @@
-// Registration: what is written for the machine or the user, and what is left when it is taken
-// back.
+// Registration: what is written for the machine or the user, and the registry after it is
+// taken back.
 #include <boost/algorithm/string/replace.hpp>
 
 #include "api_fixture.h"
@@ -14,7 +14,7 @@ constexpr wchar_t kLibraryKey[] = L"TypeLib\\{36E9715E-24E6-46DD-A3E7-5AE1355AB4
 
 class RegistrationTest : public ApiTest {
  protected:
-  // Names of the keys below one; none when there is no such key.
+  // Names of the keys below one; none if the key does not exist.
   std::vector<std::wstring> SubKeys(RegRoot root, const std::wstring& path) {
     return HasKey(*machine_, path, root) ? SubKeyNames(*MachineKey(*machine_, path, root))
                                          : std::vector<std::wstring>();

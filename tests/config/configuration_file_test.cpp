@@ -123,7 +123,7 @@ TEST_F(ConfigurationFile, PropertiesNameTheDefaultModeWhetherOrNotItExists) {
 
 class ModeSearch : public ConfigurationFile {
  protected:
-  // The only control of each mode tells which one it is.
+  // The only control of each mode identifies it.
   static std::string Marked(const std::string& mark, const std::string& mode,
                             const std::string& speaker, const std::string& attributes = "") {
     return Mode(mode, speaker, attributes, "<control name='mark'>" + mark + "</control>");

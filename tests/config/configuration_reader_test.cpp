@@ -48,7 +48,7 @@ Reading Read(const std::string& xml, std::uint32_t type = 0, std::uint32_t locat
   reading.status =
       ReadConfiguration(*document, type, location, reading.content,
                         [&](ConfigurationRemark one) { reading.remarks.push_back(one); });
-  // The reader that takes a mode's content only when it is asked for finds the same.
+  // Deferred reading gives the same.
   ConfigurationContent deferred;
   DecodeDocument(*document);
   EXPECT_EQ(ReadConfigurationDeferred(document, type, location, deferred), reading.status) << xml;
@@ -118,7 +118,7 @@ TEST(ConfigurationReader, ControlTextIsTheLastChildWhateverItIs) {
                           Pair("entity", "&unknown;A"), Pair("text", " two words ")));
 }
 
-TEST(ConfigurationReader, PublicControlsAndTheKeyAreToldApart) {
+TEST(ConfigurationReader, SeparatesPublicControlsPrivateControlsAndTheKey) {
   const Reading reading = Read(
       WithMode("<control name='p' public='TRUE'>1</control><control name='q' public='1'>2</control>"
                "<control name='r'>3</control><control name='p'>4</control>",
@@ -212,7 +212,7 @@ TEST(ConfigurationReader, RemarksHaveLinesAndErrorsAreThoseOfTheStatus) {
   EXPECT_THAT(Read(InRoot("<a/>")).codes(), Contains("no-properties"));
 }
 
-TEST(ConfigurationReader, ObserverHearsOfDoubtfulContent) {
+TEST(ConfigurationReader, ObserverReceivesDoubtfulContent) {
   const std::string mode =
       std::string("<operating_mode auto_mic='true'>") + kMovieKey + "</operating_mode>";
   EXPECT_THAT(Read(InRoot("<properties><control name='ZAPO3-Operating Mode' x=''>Game</control>"

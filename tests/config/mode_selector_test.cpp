@@ -111,7 +111,7 @@ TEST_F(ModeSelector, WithoutAKeyNothingIsWritten) {
   EXPECT_EQ(StoredImage(*machine_, kSpeakersKey), stored);
 }
 
-TEST_F(ModeSelector, ListenerHearsOwnAndForeignChangesOfTheKeyUntilRemoved) {
+TEST_F(ModeSelector, ListenerReceivesOwnAndForeignChangesUntilRemoved) {
   Listener listener;
   ASSERT_TRUE(selector_.Init(kSpeakersKey, kMovie));
   ASSERT_TRUE(selector_.SetNotifyTarget(&listener));
@@ -133,7 +133,7 @@ TEST_F(ModeSelector, ListenerHearsOwnAndForeignChangesOfTheKeyUntilRemoved) {
   EXPECT_EQ(listener.calls, calls);
 }
 
-TEST_F(ModeSelector, ReadingTheModeDoesNotHideAForeignChangeFromTheListener) {
+TEST_F(ModeSelector, GetCurrentModeReportsAForeignChange) {
   Listener listener;
   ASSERT_TRUE(selector_.Init(kSpeakersKey, kMovie));
   ASSERT_TRUE(selector_.SetNotifyTarget(&listener));

@@ -11,7 +11,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// The fake libraries lie in folders beside the test program.
+// The fake libraries are in subfolders of the test program's folder.
 std::wstring FolderOf(const std::wstring& library) {
   return RemoveLastPathElement(HostProgramPath()) + L"\\fake_technology\\" + library + L"\\";
 }

@@ -1,4 +1,4 @@
-// A machine with one loaded endpoint, a mode to bind settings to, and what settings tests look at.
+// A machine with one loaded endpoint, a mode to bind settings to, and the stored values.
 #pragma once
 
 #include "config/control_lists.h"
@@ -46,13 +46,13 @@ class SettingsFixture : public ::testing::Test {
   ORVAPOEndpointInfo endpoint_{*machine_};
 };
 
-// Remembers what it was told, as "name=text".
+// Records its notifications as "name=text".
 class ListenerLog : public IORVSettingsNotify {
  public:
   void OnSettingChanged(ORVAPOPublicSettings&, const ORVQVTValue& value) override {
-    told.push_back(value.GetName() + "=" + value.ToString());
+    changes.push_back(value.GetName() + "=" + value.ToString());
   }
-  std::vector<std::string> told;
+  std::vector<std::string> changes;
 };
 
 }  // namespace orv

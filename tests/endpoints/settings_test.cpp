@@ -118,7 +118,7 @@ TEST_F(PublicSettings, ABindingStartsFromItsModeAndWhatIsStoredForIt) {
   EXPECT_THAT(Read(), ElementsAre(Pair("A", "5"), Pair("B", "6")));
 }
 
-TEST_F(PublicSettings, TheListenerHearsOfRealChangesAsControlValues) {
+TEST_F(PublicSettings, ListenerReceivesRealChangesAsControlValues) {
   ASSERT_TRUE(Init());
   ListenerLog log;
   EXPECT_TRUE(settings_.SetNotifyTarget(&log));
@@ -127,9 +127,9 @@ TEST_F(PublicSettings, TheListenerHearsOfRealChangesAsControlValues) {
   settings_.WriteControls(mode_.GetDefaultControls());
   EXPECT_TRUE(settings_.SetNotifyTarget(nullptr));
   settings_.WriteControl(ORVQVTValue("B", 1));
-  EXPECT_THAT(log.told, ElementsAre("A=9", "A=5", "P=1"));
+  EXPECT_THAT(log.changes, ElementsAre("A=9", "A=5", "P=1"));
   EXPECT_TRUE(settings_.SetNotifyTarget(&log));
-  ASSERT_TRUE(Init());  // binds anew, without a listener
+  ASSERT_TRUE(Init());  // removes the listener
   settings_.WriteControl(ORVQVTValue("A", 2));
 
   ORVPropertySet set;
@@ -138,7 +138,7 @@ TEST_F(PublicSettings, TheListenerHearsOfRealChangesAsControlValues) {
   settings_.OnPropertyChanged(set, {L"wide", std::wstring(L"text")});
   EXPECT_FALSE(settings_.OnPropertyChanging(set, {L"wide", std::wstring(L"text")}));
   settings_.SetNotifyTarget(nullptr);
-  EXPECT_THAT(log.told, ElementsAre("A=9", "A=5", "P=1", "wide=text"));
+  EXPECT_THAT(log.changes, ElementsAre("A=9", "A=5", "P=1", "wide=text"));
 }
 
 class GlobalSettings : public SettingsFixture {

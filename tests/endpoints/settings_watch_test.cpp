@@ -1,5 +1,5 @@
-// Listeners, the registry watch and client threads together. Every story ends long before a stop
-// would give up on the watch thread and terminate it.
+// Listeners, the registry watch and client threads together. Each test ends long before a stop
+// would terminate the watch thread.
 #include <gmock/gmock.h>
 
 #include <atomic>
@@ -31,7 +31,7 @@ bool EndsPromptly(const std::function<void()>& step) {
   return prompt;
 }
 
-// Does what the story wants done whenever it is told something.
+// Calls a function of the test on each notification.
 class Listener : public IORVSettingsNotify {
  public:
   using Reaction = std::function<void(ORVAPOPublicSettings&, const ORVQVTValue&)>;
@@ -39,10 +39,10 @@ class Listener : public IORVSettingsNotify {
   void OnSettingChanged(ORVAPOPublicSettings& settings, const ORVQVTValue& value) override {
     ++calls;
     if (reaction_) reaction_(settings, value);
-    told.Set();
+    notified.Set();
   }
   std::atomic<int> calls = 0;
-  Event told{Event::Kind::AutoReset};
+  Event notified{Event::Kind::AutoReset};
 
  private:
   Reaction reaction_;
@@ -74,11 +74,11 @@ TEST_F(WatchedSettings, ListenerReceivesChangesOfAnotherProcessAfterEachRegistra
   for (int round = 1; round <= 3; ++round) {
     ASSERT_TRUE(settings_->SetNotifyTarget(&listener));
     ChangeOutside();
-    ASSERT_TRUE(listener.told.Wait(kPromptly));
+    ASSERT_TRUE(listener.notified.Wait(kPromptly));
     EXPECT_TRUE(EndsPromptly([&] { settings_->SetNotifyTarget(nullptr); }));
     EXPECT_EQ(listener.calls, round);
   }
-  EXPECT_EQ(log.told, (std::vector<std::string>{"A=101", "A=102", "A=103"}));
+  EXPECT_EQ(log.changes, (std::vector<std::string>{"A=101", "A=102", "A=103"}));
 }
 
 TEST_F(WatchedSettings, InitUnderTheLockDoesNotWaitForAReload) {

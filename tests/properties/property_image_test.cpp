@@ -6,7 +6,7 @@
 #include <cmath>
 
 #include "platform/text.h"
-#include "properties/property_story.h"
+#include "properties/property_fixture.h"
 #include "support/reference_data.h"
 
 namespace orv {

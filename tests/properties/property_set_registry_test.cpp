@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "properties/property_story.h"
+#include "properties/property_fixture.h"
 #include "support/diagnostic_log.h"
 
 namespace orv {
@@ -41,7 +41,7 @@ class PropertySetRegistry : public testing::Test {
   ORVPropertySetRegistry& binding_ = bound_.binding;
 };
 
-TEST_F(PropertySetRegistry, AnImageIsLoadedMergedAndSavedBackToItsValue) {
+TEST_F(PropertySetRegistry, LoadsMergesAndSavesAnImage) {
   StoreImage(L"Mode", {{L"a", 7}, {L"b", 8}});
   set_.SetProperty(L"A", 1);
   EXPECT_TRUE(binding_.LoadBinary(L"Mode", true, true, false));
@@ -59,7 +59,7 @@ TEST_F(PropertySetRegistry, AnImageIsLoadedMergedAndSavedBackToItsValue) {
   EXPECT_EQ(StoredContent(L"Mode"), L"a=7 b=9");
 }
 
-TEST_F(PropertySetRegistry, WhatIsNoImageIsNotLoaded) {
+TEST_F(PropertySetRegistry, LoadBinaryRejectsOtherContent) {
   StoreImage(L"Mode", {{L"a", 7}});
   ASSERT_TRUE(binding_.LoadBinary(L"Mode", false, false, false));
   Store(L"Number", kRegDword, {1, 2, 3, 4});
@@ -77,7 +77,7 @@ TEST_F(PropertySetRegistry, WhatIsNoImageIsNotLoaded) {
   EXPECT_EQ(StoredContent(L"Junk"), L"b=1") << "the value of the last load that succeeded";
 }
 
-TEST_F(PropertySetRegistry, ASetThatCannotBeSavedLeavesTheStoredValue) {
+TEST_F(PropertySetRegistry, FailedSaveLeavesTheStoredValue) {
   StoreImage(L"Mode", {{L"a", 7}});
   const DiagnosticLog log;
   EXPECT_FALSE(binding_.SaveBinary(L"Mode"));
@@ -190,7 +190,7 @@ TEST_F(PropertySetRegistry, AutoSaveWritesEveryChangeUnderTheCurrentName) {
     short_lived.SetPropertySet(&set_);
     short_lived.EnableAutoSave(true, L"");
   }
-  set_.SetProperty(L"a", 6);  // a set that outlives its binding tells it no more
+  set_.SetProperty(L"a", 6);  // a set that outlives its binding does not call it
 }
 
 }  // namespace

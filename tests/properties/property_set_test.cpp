@@ -10,7 +10,7 @@
 #include <random>
 #include <thread>
 
-#include "properties/property_story.h"
+#include "properties/property_fixture.h"
 
 namespace orv {
 namespace {
@@ -21,7 +21,7 @@ using test::TextOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST(PropertySet, OnlyARealChangeIsAnnounced) {
+TEST(PropertySet, ReportsOnlyRealChanges) {
   ORVPropertySet set;
   EXPECT_FALSE(set.IsModified());
   set.SetProperty(L"level", 5);
@@ -62,7 +62,7 @@ TEST(PropertySet, NamesIgnoreLetterCaseAndKeepTheirFirstSpelling) {
   EXPECT_EQ(TextOf(set, L"\u00E9"), L"(none)");
 }
 
-TEST(PropertySet, GettersLeaveTheirResultAloneWhenThereIsNone) {
+TEST(PropertySet, GettersLeaveTheResultUnchangedWithoutAnEntry) {
   ORVPropertySet set;
   set.SetProperty(L"real", boost::any(1.5F));
   set.SetProperty(L"empty", boost::any());
@@ -111,7 +111,7 @@ void ExpectTrueImage(ORVPropertySet& set) {
   EXPECT_EQ(image, expected);
 }
 
-TEST(PropertySet, TheKeptImageFollowsEveryHistory) {
+TEST(PropertySet, KeptImageEqualsAFreshOne) {
   std::mt19937 random(20);
   const auto below = [&random](std::size_t end) { return random() % end; };
   const ORVPropertyList other = {{L"name 1", 3}, {L"name 0", 4}};
@@ -137,7 +137,7 @@ TEST(PropertySet, TheKeptImageFollowsEveryHistory) {
   }
 }
 
-TEST(PropertySet, MergesTakeOverWhatTheFlagsSelect) {
+TEST(PropertySet, MergeFollowsItsFlags) {
   const ORVPropertyList news = {{L"A", 5}, {L"c", 7}};
   const std::tuple<bool, bool, std::wstring> cases[] = {
       {true, true, L"a=5 b=2 c=7"},
@@ -162,7 +162,7 @@ TEST(PropertySet, MergesTakeOverWhatTheFlagsSelect) {
   }
 }
 
-TEST(PropertySet, ReplacingTheContentAnnouncesItOnlyWhenAsked) {
+TEST(PropertySet, SetAllPropertiesNotifiesOnlyOnRequest) {
   const ORVPropertyList list = {{L"a", 1}, {L"A", 2}};
   ORVPropertySet set;
   Listener listener;
@@ -185,9 +185,9 @@ TEST(PropertySet, ReplacingTheContentAnnouncesItOnlyWhenAsked) {
   EXPECT_EQ(Content(set), L"");
 }
 
-TEST(PropertySet, ListenersMayComeAndGoWhileTheyAreTold) {
+TEST(PropertySet, ListenersMayAddAndRemoveListeners) {
   ORVPropertySet set;
-  Listener listeners[4];  // told in the order of their addresses
+  Listener listeners[4];  // called in the order of their addresses
   listeners[1].on_changed = [&](ORVPropertySet& changed, const ORVPropertyEntry&) {
     for (Listener& listener : listeners) changed.RemoveNotify(&listener);
     changed.AddNotify(&listeners[3]);
@@ -195,13 +195,13 @@ TEST(PropertySet, ListenersMayComeAndGoWhileTheyAreTold) {
   set.SetProperty(L"a", 0);
   for (int i = 0; i < 3; ++i) set.AddNotify(&listeners[i]);
   set.SetProperty(L"a", 1);
-  EXPECT_EQ(listeners[2].changing().size(), 1U) << "whatever the listeners before it answered";
+  EXPECT_EQ(listeners[2].changing().size(), 1U) << "also after a listener that answered true";
   EXPECT_EQ(listeners[0].changed().size(), 1U);
   EXPECT_EQ(listeners[2].changed().size(), 0U);
   EXPECT_EQ(listeners[3].changed().size(), 1U);
 }
 
-TEST(PropertySet, ListenersMayChangeTheSetWhileTheyAreTold) {
+TEST(PropertySet, ListenersMayChangeTheSet) {
   ORVPropertySetThreadsafe set;
   set.SetProperty(L"a", 1);
   Listener listener;
@@ -227,7 +227,7 @@ TEST(PropertySet, ListenersMayChangeTheSetWhileTheyAreTold) {
   EXPECT_EQ(Content(moving), L"before=0 a=2");
 }
 
-TEST(PropertySetThreadsafe, AMergeFromAnotherSetIsSeenWholeOrNotAtAll) {
+TEST(PropertySetThreadsafe, MergeFromAnotherSetIsAtomic) {
   ORVPropertySet sources[2];
   for (int i = 0; i < 2; ++i)
     for (const wchar_t* name : {L"a", L"b", L"c"}) sources[i].SetProperty(name, i);

@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "properties/property_story.h"
+#include "properties/property_fixture.h"
 
 namespace orv {
 namespace {
@@ -16,7 +16,7 @@ using test::Listener;
 using test::TextOf;
 using testing::ElementsAre;
 
-// One side watches the value "Mode" holding a and b; the other is somebody else who writes it.
+// One side watches the value "Mode" with a and b; the other side is another program that writes it.
 class PropertySetWatch : public testing::Test {
  protected:
   PropertySetWatch() {
@@ -38,13 +38,13 @@ class PropertySetWatch : public testing::Test {
     writer_.set.SetProperty(L"b", b);
     ASSERT_TRUE(writer_.binding.SaveBinary(value));
   }
-  // Writes a value of b that nobody wrote before and waits until it has arrived.
+  // Writes a new value of b and waits until it has arrived.
   void WriteLast(std::int32_t a) {
     Write(a, last_);
     ASSERT_TRUE(arrived_.Wait(kDeadline));
   }
 
-  static constexpr std::chrono::milliseconds kPause{20};  // in which nothing may happen
+  static constexpr std::chrono::milliseconds kPause{20};  // without a notification
   static constexpr std::int32_t last_ = 1000000;
   Event arrived_{Event::Kind::ManualReset};
   std::unique_ptr<SimulatedMachine> machine_ = SimulatedMachine::InMemory();
@@ -54,7 +54,7 @@ class PropertySetWatch : public testing::Test {
   BoundSet watcher_{*machine_};
 };
 
-TEST_F(PropertySetWatch, EachOutsideChangeIsAnnouncedOnce) {
+TEST_F(PropertySetWatch, ReportsEachOutsideChangeOnce) {
   writer_.set.SetProperty(L"c", 5);
   Write(1, 0);
   ASSERT_TRUE(watcher_.binding.StartWatch(true, L"Mode"));
@@ -64,7 +64,7 @@ TEST_F(PropertySetWatch, EachOutsideChangeIsAnnouncedOnce) {
   EXPECT_EQ(TextOf(watcher_.set, L"c"), L"(none)") << "nothing is added";
 }
 
-TEST_F(PropertySetWatch, AWriteDuringAReloadIsNotMissed) {
+TEST_F(PropertySetWatch, ReportsAWriteDuringAReload) {
   Listener interferer;
   interferer.on_changed = [this](ORVPropertySet&, const ORVPropertyEntry& entry) {
     if (entry.name == L"a" && IntegerOf(entry.value) == 1) Write(2, last_);
@@ -78,22 +78,22 @@ TEST_F(PropertySetWatch, AWriteDuringAReloadIsNotMissed) {
   watcher_.set.RemoveNotify(&interferer);
 }
 
-TEST_F(PropertySetWatch, AReloadThatThrowsDoesNotEndTheWatch) {
-  Event told(Event::Kind::ManualReset);
+TEST_F(PropertySetWatch, ContinuesAfterAReloadThatThrows) {
+  Event notified(Event::Kind::ManualReset);
   Listener thrower;
   thrower.on_changed = [&](ORVPropertySet&, const ORVPropertyEntry&) {
-    told.Set();
+    notified.Set();
     throw std::runtime_error("listener");
   };
   Write(1, 0);
   watcher_.set.AddNotify(&thrower);
   ASSERT_TRUE(watcher_.binding.StartWatch(true, L"Mode"));
-  ASSERT_TRUE(told.Wait(kDeadline));
+  ASSERT_TRUE(notified.Wait(kDeadline));
   watcher_.set.RemoveNotify(&thrower);
   WriteLast(2);
 }
 
-TEST_F(PropertySetWatch, OnlyTheValueThatWasNamedLastAndNoSubkeyIsReloaded) {
+TEST_F(PropertySetWatch, ReloadsOnlyTheValueOfTheLastStart) {
   for (const wchar_t* value : {L"Mode", L"Other"}) Write(0, last_, value);
   for (const wchar_t* value : {L"Mode", L"Other"}) {
     watcher_.set.SetProperty(L"b", 0);
@@ -112,7 +112,7 @@ TEST_F(PropertySetWatch, OnlyTheValueThatWasNamedLastAndNoSubkeyIsReloaded) {
 
 // The reload waits for a lock that the stopping thread holds; a thread that had to be terminated
 // would leak its key.
-TEST_F(PropertySetWatch, AnOwnerMayStopTheWatchUnderTheLocksOfAReload) {
+TEST_F(PropertySetWatch, StopsUnderTheLocksOfAReload) {
   watcher_.binding.SetReloadLock(&reload_lock_);
   Write(1, 1);
   const auto start_and_stop = [this](auto& mutex) {
@@ -127,7 +127,7 @@ TEST_F(PropertySetWatch, AnOwnerMayStopTheWatchUnderTheLocksOfAReload) {
   WriteLast(1);
 }
 
-TEST_F(PropertySetWatch, AWatchThatCannotBeArmedReloadsOnceAndEnds) {
+TEST_F(PropertySetWatch, ReloadsOnceIfItCannotBeArmed) {
   machine_->faults().FailAlways("registry.notify", kRegAccessDenied);
   Write(1, last_);
   ASSERT_TRUE(watcher_.binding.StartWatch(true, L"Mode"));

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "properties/property_story.h"
+#include "properties/property_fixture.h"
 
 namespace orv {
 namespace {
@@ -51,7 +51,7 @@ TEST(ThreadBasic, RunsUntilStoppedAndCanBeStartedAgain) {
   thread.Stop(0);
 }
 
-TEST(ThreadBasic, AWorkerThatNeverReturnsIsTerminated) {
+TEST(ThreadBasic, StopTerminatesAWorkerThatDoesNotReturn) {
   static Event never(Event::Kind::ManualReset);
   Worker stuck([](ORVThreadBasic&, Event&) { return never.Wait(); });
   Worker willing(UntilStopped);
@@ -67,7 +67,7 @@ TEST(ThreadBasic, AWorkerThatNeverReturnsIsTerminated) {
   EXPECT_TRUE(willing.left.Wait(std::chrono::milliseconds(0)));
 }
 
-TEST(ThreadBasic, AnExceptionEndsTheWorkerWhichMayRunAgain) {
+TEST(ThreadBasic, WorkerMayRunAgainAfterAnException) {
   Worker worker([](ORVThreadBasic&, Event&) -> bool { throw std::runtime_error("worker"); });
   ORVThreadBasic thread;
   for (IORVThreadBasicWorker* given : {&worker, static_cast<Worker*>(nullptr)}) {

@@ -71,7 +71,7 @@ TEST(ControlValueList, AnEmptyListReceivesEveryPropertyAndAFilledOneUpdatesWhatI
   EXPECT_EQ(KindOf(list.Find("Number")->GetHeld()), PropertyKind::Long);
   list = List({{"number", 1}, {"int", 2}});
   list.LoadFromPropertySet(set);
-  EXPECT_EQ(Content(list), "int=2 number=5") << "an int is no long";
+  EXPECT_EQ(Content(list), "int=2 number=5") << "an int is not a long";
 }
 
 TEST(ControlValueList, EverythingIsSavedAsText) {

@@ -24,8 +24,8 @@ Function AutomationCall(const char* name) noexcept {
       reinterpret_cast<void*>(automation != nullptr ? GetProcAddress(automation, name) : nullptr));
 }
 
-// From the module itself, else from the file of the same name beside it. `path` comes out as the
-// one that was taken.
+// From the module itself, else from the file of the same name in its folder. `path` comes out as
+// the one that was taken.
 HRESULT Load(std::wstring& path, ComPtr<ITypeLib>& library) {
   const HRESULT status = LoadTypeLibEx(path.c_str(), REGKIND_NONE, library.Put());
   if (SUCCEEDED(status)) return status;
@@ -60,7 +60,7 @@ HRESULT RegisterTypeLibrary(Machine&, const std::wstring& module_path, bool per_
                                                             folder.data());
 }
 
-// The platform's call fails for a library that is not registered; here that is no failure.
+// The platform's call fails for a library that is not registered; here that is not a failure.
 HRESULT UnregisterTypeLibrary(Machine&, bool per_user) {
   const HRESULT status = Unregister(per_user);
   return FAILED(status) && !IsRegistered() ? S_OK : status;

@@ -1,4 +1,4 @@
-// What the property tests have in common.
+// A property set on a simulated machine, a listener, and texts of sets.
 #pragma once
 
 #include <chrono>
@@ -26,7 +26,7 @@ struct BoundSet {
   ORVPropertySetRegistry binding;
 };
 
-// Writes down what it hears as "name=text"; `on_changed` and `on_changing` may add to it.
+// Records its notifications as "name=text", then calls `on_changed` or `on_changing`.
 class Listener : public IORVPropertySetNotify {
  public:
   void OnPropertyChanged(ORVPropertySet& set, const ORVPropertyEntry& entry) override {
@@ -63,7 +63,7 @@ inline std::wstring TextOf(ORVPropertySet& set, const wchar_t* name) {
   return text;
 }
 
-// All of a list as "name=text name=text".
+// A list as "name=text name=text".
 inline std::wstring Content(const ORVPropertyList& list) {
   std::wstring content;
   for (const ORVPropertyEntry& entry : list)
