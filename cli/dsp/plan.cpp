@@ -72,22 +72,22 @@ std::string SkylakeFilterReason(const std::string& error, const ControlValueMap&
   return fits ? "the mode has more equaliser bands than the module" : ValueReason(kOrder, controls);
 }
 
-std::string SkylakeBlockReason(const SkylakeBlock& block, const ControlValueMap& controls,
+std::string SkylakeBlockReason(const skylake::Block& block, const ControlValueMap& controls,
                                const std::string& error) {
-  BlockBytes bytes{};
+  skylake::BlockBytes bytes{};
   try {
-    FillBlock(block, controls, bytes);
+    skylake::FillBlock(block, controls, bytes);
   } catch (const std::exception& failure) {
     return ReasonOf(failure.what(), controls);
   }
-  for (const BlockField& field : block.fields) {
+  for (const skylake::Field& field : block.fields) {
     const std::int64_t value = ReadField(bytes, field.offset, field.type);
     if (value < field.low || value > field.high) return ValueReason(field.control, controls);
   }
   return ReasonOf(error, controls);
 }
 
-static_assert(kSkylakeControlWriters.size() == kSkylakeBlocks.size());
+static_assert(kSkylakeControlWriters.size() == skylake::kBlocks.size());
 
 DspBlock Without(const DspRecorder& recorder, std::uint32_t parameter) {
   return {recorder.plan.driver, parameter, {}, 0};
@@ -97,7 +97,7 @@ void WriteSkylakeFilters(DspRecorder& recorder, KELAPOIntelDSP_SKL& writers,
                          const ControlValueMap& controls, std::uint8_t apply) {
   const ErrorCapture capture;
   writers.SetVQ3DHPFAEQControls(controls, apply);
-  for (const std::uint32_t parameter : {kSkylakeLeftFilter, kSkylakeRightFilter})
+  for (const std::uint32_t parameter : {skylake::kLeftFilter, skylake::kRightFilter})
     if (!recorder.Has(parameter))
       recorder.plan.missing.push_back(
           {Without(recorder, parameter), SkylakeFilterReason(capture.error(), controls)});
@@ -109,16 +109,16 @@ void WriteSkylake(DspRecorder& recorder, const ControlValueMap& controls, bool w
   KELAPOIntelDSP_SKL writers(driver);
   if (!whole) return WriteSkylakeFilters(recorder, writers, controls, apply);
   KELAPOIntelDSP_SKL::ClearCache();
-  for (std::size_t i = 0; i < kSkylakeBlocks.size(); ++i) {
-    const SkylakeBlock& block = kSkylakeBlocks[i];
+  for (std::size_t i = 0; i < skylake::kBlocks.size(); ++i) {
+    const skylake::Block& block = skylake::kBlocks[i];
     const ErrorCapture capture;
     const HRESULT status = (writers.*kSkylakeControlWriters[i])(controls, apply);
     if (recorder.Has(block.parameter)) continue;
     auto& gaps = FAILED(status) ? recorder.plan.missing : recorder.plan.kept;
     const std::string reason = SkylakeBlockReason(block, controls, capture.error());
     gaps.push_back({Without(recorder, block.parameter), reason});
-    if (block.parameter == kSkylakeVQ3D)
-      gaps.push_back({Without(recorder, kSkylakeCommonConfig), reason});
+    if (block.parameter == skylake::kVQ3D)
+      gaps.push_back({Without(recorder, skylake::kCommonConfig), reason});
   }
   WriteSkylakeFilters(recorder, writers, controls, apply);
   recorder.plan.module = KELAPOIntelDSP_SKL::CachedProcessEnable();

@@ -152,7 +152,7 @@ std::optional<bool> DspReadback::ReadModule(const std::string& driver) {
 
 bool DspReadback::ReadsSwitch() {
   return ReadModule(kSkylakeDriver) &&
-         Ask(kSkylakeDriver, kSkylakeVQ3D, kSkylakeBlocks.front().size);
+         Ask(kSkylakeDriver, skylake::kVQ3D, skylake::kBlocks.front().size);
 }
 
 }  // namespace orv::cli

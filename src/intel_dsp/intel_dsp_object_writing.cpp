@@ -1,5 +1,6 @@
 // Whole operating modes, configuration files and equalisers into the DSP.
 #include <cmath>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -7,7 +8,6 @@
 #include "frame/public_controls.h"
 #include "intel_dsp/equalizer_bands.h"
 #include "intel_dsp/intel_dsp_object.h"
-#include "intel_dsp/safe_array.h"
 #include "platform/com_memory.h"
 #include "platform/diagnostics.h"
 #include "platform/text.h"
@@ -47,6 +47,36 @@ HRESULT AbortOnException(Body&& body, Reporter&& report) {
     return orv_apo::kAborted;
   }
 }
+
+// Locks a one-dimensional array of one type, with any bounds, and gives access to its elements.
+template <class Element>
+class SafeArrayView {
+ public:
+  SafeArrayView(SAFEARRAY* array, VARTYPE type) {
+    VARTYPE actual = VT_EMPTY;
+    if (array == nullptr || SafeArrayGetDim(array) != 1 ||
+        FAILED(SafeArrayGetVartype(array, &actual)) || actual != type ||
+        array->cbElements != sizeof(Element))
+      return;
+    void* data = nullptr;
+    if (FAILED(SafeArrayAccessData(array, &data))) return;
+    array_ = array;
+    if (data != nullptr) elements_ = {static_cast<Element*>(data), array->rgsabound[0].cElements};
+  }
+  ~SafeArrayView() {
+    if (array_ != nullptr) SafeArrayUnaccessData(array_);
+  }
+  SafeArrayView(const SafeArrayView&) = delete;
+  SafeArrayView& operator=(const SafeArrayView&) = delete;
+
+  // False for a null array and for one of another rank or type.
+  explicit operator bool() const noexcept { return array_ != nullptr; }
+  std::span<const Element> elements() const noexcept { return elements_; }
+
+ private:
+  SAFEARRAY* array_ = nullptr;
+  std::span<const Element> elements_;
+};
 
 // One value for each band; false if a band cannot be designed.
 bool MakeBands(std::span<const float> gains, std::span<const float> qualities,

@@ -12,6 +12,8 @@
 namespace orv {
 namespace {
 
+using namespace skylake;
+
 using nlohmann::json;
 using Utils = KELAPOIntelDSP_Utils;
 
@@ -43,11 +45,11 @@ Converter With(Function function, Keys... keys) {
 Converter Code(void (*function)(const std::string&, const ControlValueMap&, std::uint32_t&)) {
   return With<std::uint32_t>(function);
 }
-Converter Level(const SkylakeBlock& block, std::size_t offset) {
+Converter Level(const Block& block, std::size_t offset) {
   return [&block, offset](const json& row, const ControlValueMap& map) {
     return Fill<std::int64_t>(row, [&](std::int64_t& level) {
       BlockBytes bytes{};
-      for (const BlockField& field : block.fields)
+      for (const Field& field : block.fields)
         if (field.offset == offset) ConvertField(field, map, bytes);
       level = ReadField(bytes, offset, FieldType::I16);
     });
@@ -91,9 +93,9 @@ const std::map<std::string, Converter>& Converters() {
       {"SetAMHDInputModeStr", Code(Utils::SetAMHDInputModeStr)},
       {"SetAMHDInputMode", Code(Utils::SetAMHDInputMode)},
       {"GetControlText", text},
-      {"bass_level", Level(BlockOf(kSkylakeCommon), 4)},
-      {"definition_level", Level(BlockOf(kSkylakeCommon), 36)},
-      {"dialogue_level", Level(BlockOf(kSkylakePX3D), 4)}};
+      {"bass_level", Level(BlockOf(kCommon), 4)},
+      {"definition_level", Level(BlockOf(kCommon), 36)},
+      {"dialogue_level", Level(BlockOf(kPX3D), 4)}};
   return converters;
 }
 

@@ -6,6 +6,8 @@
 namespace orv {
 namespace {
 
+using namespace skylake;
+
 constexpr const char* kFilterName = "KEL_PARAM_VQSND3D_FILTER_CONTROLS_STU";
 constexpr const char* kReserved = "reserved";
 constexpr std::size_t kWordSize = 4;
@@ -83,23 +85,23 @@ std::vector<DecodedField> DecodeSpaceFilter(std::span<const std::byte> bytes) {
   return decoder.Finish(kReserved, FieldType::I32);
 }
 
-const SkylakeBlock* ControlBlock(std::uint32_t parameter) {
-  if (parameter == kSkylakeCommonConfig) return &kCommonConfigBlock;
-  const bool known = parameter >= kSkylakeVQ3D && parameter <= kSkylakeAdvancedGains;
+const Block* ControlBlock(std::uint32_t parameter) {
+  if (parameter == kCommonConfig) return &kCommonConfigBlock;
+  const bool known = parameter >= kVQ3D && parameter <= kAdvancedGains;
   return known ? &BlockOf(parameter) : nullptr;
 }
 
 }  // namespace
 
 std::string SkylakeBlockName(std::uint32_t parameter) {
-  if (const SkylakeBlock* block = ControlBlock(parameter)) return block->name;
+  if (const Block* block = ControlBlock(parameter)) return block->name;
   switch (parameter) {
-    case kSkylakeLeftFilter:
-    case kSkylakeRightFilter:
+    case kLeftFilter:
+    case kRightFilter:
       return kFilterName;
-    case kSkylakeBassFilters:
+    case kBassFilters:
       return "bass-enhancement filter coefficients";
-    case kSkylakeSpaceFilter:
+    case kSpaceFilter:
       return "space high-pass filter coefficients";
     default:
       return {};
@@ -108,17 +110,17 @@ std::string SkylakeBlockName(std::uint32_t parameter) {
 
 std::vector<DecodedField> DecodeSkylakeBlock(std::uint32_t parameter,
                                              std::span<const std::byte> block) {
-  if (const SkylakeBlock* controls = ControlBlock(parameter)) {
+  if (const Block* controls = ControlBlock(parameter)) {
     if (block.size() != controls->size) return {};
     return intel::DecodeFields(controls->fields, block);
   }
   switch (parameter) {
-    case kSkylakeLeftFilter:
-    case kSkylakeRightFilter:
-      return DecodeFilter(block, parameter == kSkylakeLeftFilter);
-    case kSkylakeBassFilters:
+    case kLeftFilter:
+    case kRightFilter:
+      return DecodeFilter(block, parameter == kLeftFilter);
+    case kBassFilters:
       return DecodeBassFilters(block);
-    case kSkylakeSpaceFilter:
+    case kSpaceFilter:
       return DecodeSpaceFilter(block);
     default:
       return {};

@@ -4,11 +4,11 @@
 #include "intel_dsp/skylake/blocks.h"
 #include "platform/diagnostics.h"
 
-namespace orv {
+namespace orv::skylake {
 namespace {
 
 // By the index of the block.
-using Blocks = std::array<BlockBytes, kSkylakeBlocks.size()>;
+using Blocks = std::array<BlockBytes, kBlocks.size()>;
 
 // What each writer built last. Writers are used one at a time.
 Blocks cache{};
@@ -25,19 +25,19 @@ constexpr ImageSegment WholeBlock(std::uint32_t parameter) {
 
 // An image in its order. The first block's last field, the high-pass switch, comes further down.
 constexpr std::array kImageSegments = {
-    ImageSegment{kSkylakeVQ3D, 0, kHighPassSwitch.offset},
-    WholeBlock(kSkylakeEVolHD),
-    WholeBlock(kSkylakeVocalift),
-    WholeBlock(kSkylakePX3D),
-    WholeBlock(kSkylakeMXHP),
-    WholeBlock(kSkylakeCommon),
-    WholeBlock(kSkylakeGEQ),
-    ImageSegment{kSkylakeVQ3D, kHighPassSwitch.offset, FieldWidth(kHighPassSwitch.type)},
-    WholeBlock(kSkylakeAEQ),
-    WholeBlock(kSkylakeMasterVolume),
-    WholeBlock(kSkylakeHardLimiter),
-    WholeBlock(kSkylakeTone),
-    WholeBlock(kSkylakeAdvancedGains),
+    ImageSegment{kVQ3D, 0, kHighPassSwitch.offset},
+    WholeBlock(kEVolHD),
+    WholeBlock(kVocalift),
+    WholeBlock(kPX3D),
+    WholeBlock(kMXHP),
+    WholeBlock(kCommon),
+    WholeBlock(kGEQ),
+    ImageSegment{kVQ3D, kHighPassSwitch.offset, FieldWidth(kHighPassSwitch.type)},
+    WholeBlock(kAEQ),
+    WholeBlock(kMasterVolume),
+    WholeBlock(kHardLimiter),
+    WholeBlock(kTone),
+    WholeBlock(kAdvancedGains),
 };
 static_assert(std::accumulate(kImageSegments.begin(), kImageSegments.end(), std::size_t{0},
                               [](std::size_t size, const ImageSegment& segment) {
@@ -83,7 +83,7 @@ HRESULT SendParameter(SkylakeDriver& driver, std::uint32_t parameter,
   return StatusOf(succeeded, status);
 }
 
-HRESULT ReadBlock(SkylakeDriver& driver, const SkylakeBlock& block, BlockBytes& bytes,
+HRESULT ReadBlock(SkylakeDriver& driver, const Block& block, BlockBytes& bytes,
                   std::uint8_t apply) {
   BlockBytes read{};
   const HRESULT status =
@@ -92,7 +92,7 @@ HRESULT ReadBlock(SkylakeDriver& driver, const SkylakeBlock& block, BlockBytes& 
   return status;
 }
 
-HRESULT WriteBlock(SkylakeDriver& driver, const SkylakeBlock& block, const BlockBytes& bytes,
+HRESULT WriteBlock(SkylakeDriver& driver, const Block& block, const BlockBytes& bytes,
                    const std::optional<CoefficientWrite>& coefficients, std::uint8_t apply,
                    const char* operation) {
   RememberBlock(block, bytes);
@@ -107,9 +107,15 @@ HRESULT WriteBlock(SkylakeDriver& driver, const SkylakeBlock& block, const Block
   return status;
 }
 
-void RememberBlock(const SkylakeBlock& block, const BlockBytes& bytes) noexcept {
+void RememberBlock(const Block& block, const BlockBytes& bytes) noexcept {
   cache[BlockIndex(block.parameter)] = bytes;
 }
+
+}  // namespace orv::skylake
+
+namespace orv {
+
+using namespace skylake;
 
 void ShowtOpStatus(bool success, const char* block, const char* operation) {
   const DiagnosticSite site = ORV_HERE("KELAPOIntelDSP_SKL::ShowtOpStatus");
@@ -124,14 +130,14 @@ void KELAPOIntelDSP_SKL::ClearCache() { cache = {}; }
 SkylakeImage KELAPOIntelDSP_SKL::CachedImage() { return ImageOf(cache); }
 
 bool KELAPOIntelDSP_SKL::CachedProcessEnable() {
-  const BlockBytes& bytes = cache[BlockIndex(kSkylakeVQ3D)];
+  const BlockBytes& bytes = cache[BlockIndex(kVQ3D)];
   return ReadField(bytes, kProcessEnable.offset, kProcessEnable.type) != 0;
 }
 
 HRESULT KELAPOIntelDSP_SKL::GetVQ3DParameters(SkylakeImage& image) {
   Blocks held{};
   HRESULT status = E_FAIL;
-  for (const SkylakeBlock& block : kSkylakeBlocks) {
+  for (const Block& block : kBlocks) {
     status = ReadBlock(driver_, block, held[BlockIndex(block.parameter)], 0);
     ShowtOpStatus(SUCCEEDED(status), block.name, "GetVQ3DParameters");
   }
@@ -141,7 +147,7 @@ HRESULT KELAPOIntelDSP_SKL::GetVQ3DParameters(SkylakeImage& image) {
 
 HRESULT KELAPOIntelDSP_SKL::ReadProcessEnable(bool& enabled, std::uint8_t apply) {
   BlockBytes bytes{};
-  const HRESULT status = ReadBlock(driver_, BlockOf(kSkylakeVQ3D), bytes, apply);
+  const HRESULT status = ReadBlock(driver_, BlockOf(kVQ3D), bytes, apply);
   if (SUCCEEDED(status))
     enabled = ReadField(bytes, kProcessEnable.offset, kProcessEnable.type) != 0;
   return status;

@@ -8,7 +8,7 @@
 #include "intel_dsp/skylake/blocks.h"
 #include "platform/diagnostics.h"
 
-namespace orv {
+namespace orv::skylake {
 namespace {
 
 using Utils = KELAPOIntelDSP_Utils;
@@ -55,7 +55,7 @@ std::int16_t DefinitionLevel(const ControlValueMap& map) {
   return ToFixed16(level * MaxLevel("VQ3D-Definition Max Level", map), 1);
 }
 
-void FillSpaceCutoff(const BlockField& field, const ControlValueMap& map, std::uint32_t& code) {
+void FillSpaceCutoff(const Field& field, const ControlValueMap& map, std::uint32_t& code) {
   try {
     return Utils::SetAMHDSpaceHPF(field.control, map, code);
   } catch (const IntelException& missing) {
@@ -65,7 +65,7 @@ void FillSpaceCutoff(const BlockField& field, const ControlValueMap& map, std::u
   Utils::SetAMHDSpaceHPF("VQ3D-Space HPF Custom Freq", map, code);
 }
 
-void FillBandGain(const BlockField& field, const ControlValueMap& map, std::int16_t& gain) {
+void FillBandGain(const Field& field, const ControlValueMap& map, std::int16_t& gain) {
   const std::string name = field.control;
   if (!Utils::SetGainValue_Float(name + " Float", map, gain, kBandGainScale))
     Utils::SetDbValue(name, map, gain, intel::kTenthsOfDecibel, field.integer_bits);
@@ -73,7 +73,7 @@ void FillBandGain(const BlockField& field, const ControlValueMap& map, std::int1
 }
 
 // Without a clarity level of its own the headphone takes what is left of an older pair of controls.
-void FillHeadphoneClarityEnable(const BlockField& field, const ControlValueMap& map,
+void FillHeadphoneClarityEnable(const Field& field, const ControlValueMap& map,
                                 std::uint32_t& enable) {
   if (map.contains(kClarityControl)) return Utils::SetBoolField(field.control, map, enable);
   const IntelException missing(kClarityControl, "Can't find integer value.");
@@ -102,7 +102,7 @@ using Workspace = std::array<std::byte, FilterWorkspace(1)>;
 
 }  // namespace
 
-void ConvertField(const BlockField& field, const ControlValueMap& map, BlockBytes& bytes) {
+void ConvertField(const Field& field, const ControlValueMap& map, BlockBytes& bytes) {
   const auto fill_word = [&](auto convert) { intel::FillAs<std::uint32_t>(field, bytes, convert); };
   const auto fill_level = [&](auto convert) { intel::FillAs<std::int16_t>(field, bytes, convert); };
   const auto store = [&](std::int64_t value) {
@@ -139,9 +139,9 @@ void ConvertField(const BlockField& field, const ControlValueMap& map, BlockByte
   }
 }
 
-void FillBlock(const SkylakeBlock& block, const ControlValueMap& map, BlockBytes& bytes,
+void FillBlock(const Block& block, const ControlValueMap& map, BlockBytes& bytes,
                const FieldRescue& rescue) {
-  for (const BlockField& field : block.fields) {
+  for (const Field& field : block.fields) {
     try {
       ConvertField(field, map, bytes);
     } catch (const IntelException& error) {
@@ -150,8 +150,8 @@ void FillBlock(const SkylakeBlock& block, const ControlValueMap& map, BlockBytes
   }
 }
 
-bool InRange(const SkylakeBlock& block, const BlockBytes& bytes) {
-  for (const BlockField& field : block.fields) {
+bool InRange(const Block& block, const BlockBytes& bytes) {
+  for (const Field& field : block.fields) {
     const std::int64_t value = ReadField(bytes, field.offset, field.type);
     if (value >= field.low && value <= field.high) continue;
     const DiagnosticSite site = ORV_HERE(block.writer);
@@ -169,7 +169,7 @@ std::optional<CoefficientWrite> DesignBassCoefficients(const BlockBytes& block,
   constexpr const char* kAudio = "VQ3D-DPHD Speaker Audio Custom Size";
   const float audio = Frequency(kAudio, map);
   const float analysis = Frequency("VQ3D-DPHD Speaker Analysis Custom Size", map);
-  CoefficientWrite write{kSkylakeBassFilters, {}, kBassEnhancementWords};
+  CoefficientWrite write{kBassFilters, {}, kBassEnhancementWords};
   Workspace workspace;
   if (DesignBassEnhancementFilters(audio, analysis, kIntelSampleRate, write.words.data(),
                                    workspace.data()) != kFilterOk)
@@ -181,11 +181,11 @@ std::optional<CoefficientWrite> DesignSpaceCoefficients(const BlockBytes& block,
                                                         const ControlValueMap& map) {
   if (ReadField(block, kSpaceCutoff.offset, FieldType::U32) != kCustomSizeCode) return std::nullopt;
   const float frequency = Frequency("VQ3D-Space HPF Custom Freq", map);
-  CoefficientWrite write{kSkylakeSpaceFilter, {}, FilterWords(1)};
+  CoefficientWrite write{kSpaceFilter, {}, FilterWords(1)};
   Workspace workspace;
   DesignButterworth32(frequency, 2, kIntelSampleRate, kButterworthHighPass, write.words.data(),
                       workspace.data());
   return write;
 }
 
-}  // namespace orv
+}  // namespace orv::skylake

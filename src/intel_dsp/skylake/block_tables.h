@@ -11,31 +11,31 @@
 
 #include "intel_dsp/fields.h"
 
-namespace orv {
+namespace orv::skylake {
 
-enum SkylakeParameter : std::uint32_t {
-  kSkylakeVQ3D = 0x10014401,
-  kSkylakeEVolHD,
-  kSkylakeVocalift,
-  kSkylakeCommon,
-  kSkylakePX3D,
-  kSkylakeMXHP,
-  kSkylakeGEQ,
-  kSkylakeTone,
-  kSkylakeAEQ,
-  kSkylakeMasterVolume,
-  kSkylakeHardLimiter,
-  kSkylakeAdvancedGains,
-  kSkylakeLeftFilter,
-  kSkylakeRightFilter,
-  kSkylakeBassFilters,
-  kSkylakeSpaceFilter,
-  kSkylakeCommonConfig,
+enum Parameter : std::uint32_t {
+  kVQ3D = 0x10014401,
+  kEVolHD,
+  kVocalift,
+  kCommon,
+  kPX3D,
+  kMXHP,
+  kGEQ,
+  kTone,
+  kAEQ,
+  kMasterVolume,
+  kHardLimiter,
+  kAdvancedGains,
+  kLeftFilter,
+  kRightFilter,
+  kBassFilters,
+  kSpaceFilter,
+  kCommonConfig,
 };
-static_assert(kSkylakeCommonConfig == 0x10014411);
+static_assert(kCommonConfig == 0x10014411);
 
 using intel::Conversion;
-using BlockField = intel::Field;
+using intel::Field;
 using intel::kLargest16;
 using intel::kLargest32;
 using intel::RowOf;
@@ -48,14 +48,14 @@ namespace rows {
 
 using namespace intel::rows;
 
-constexpr BlockField Band(std::size_t offset, const char* control) {
+constexpr Field Band(std::size_t offset, const char* control) {
   return {offset, FieldType::I16, Conversion::BandGain, control, kLowestBandGain, kHighestBandGain,
           4};
 }
 
 }  // namespace rows
 
-inline constexpr BlockField kVQ3DFields[] = {
+inline constexpr Field kVQ3DFields[] = {
     rows::Switch(0, "VQ3D-Process Enable"),
     rows::Gain(4, "VQ3D-Headroom Gain"),
     rows::Gain(6, "VQ3D-Bypass Gain"),
@@ -63,15 +63,15 @@ inline constexpr BlockField kVQ3DFields[] = {
     rows::Switch(12, "VQ3D-HPF Enable"),
 };
 static_assert(TilesRecord(kVQ3DFields, 16));
-inline constexpr const BlockField& kProcessEnable = RowOf(kVQ3DFields, "VQ3D-Process Enable");
-inline constexpr const BlockField& kHighPassSwitch = RowOf(kVQ3DFields, "VQ3D-HPF Enable");
+inline constexpr const Field& kProcessEnable = RowOf(kVQ3DFields, "VQ3D-Process Enable");
+inline constexpr const Field& kHighPassSwitch = RowOf(kVQ3DFields, "VQ3D-HPF Enable");
 
-inline constexpr BlockField kCommonConfigFields[] = {
+inline constexpr Field kCommonConfigFields[] = {
     {0, FieldType::U32, Conversion::SampleRate, "sample rate"},
 };
 static_assert(TilesRecord(kCommonConfigFields, 4));
 
-inline constexpr BlockField kEVolHDFields[] = {
+inline constexpr Field kEVolHDFields[] = {
     rows::Switch(0, "VQ3D-EVolHD Enable"),
     rows::Gain(4, "VQ3D-EVolHD LKFS"),
     rows::Reserved(6),
@@ -79,7 +79,7 @@ inline constexpr BlockField kEVolHDFields[] = {
 };
 static_assert(TilesRecord(kEVolHDFields, 12));
 
-inline constexpr BlockField kVocaliftFields[] = {
+inline constexpr Field kVocaliftFields[] = {
     rows::Switch(0, "VQ3D-Vocalift Enable"),
     rows::Gain(4, "VQ3D-Vocalift Clarity Gain"),
     rows::Reserved(6),
@@ -89,7 +89,7 @@ inline constexpr BlockField kVocaliftFields[] = {
 };
 static_assert(TilesRecord(kVocaliftFields, 12));
 
-inline constexpr BlockField kCommonFields[] = {
+inline constexpr Field kCommonFields[] = {
     rows::Switch(0, "VQ3D-DPHD Enable"),
     rows::Level(4, "VQ3D-DPHD Level", Conversion::BassLevel),
     rows::Reserved(6),
@@ -105,10 +105,9 @@ inline constexpr BlockField kCommonFields[] = {
     rows::Reserved(38),
 };
 static_assert(TilesRecord(kCommonFields, 40));
-inline constexpr const BlockField& kAudioSize =
-    RowOf(kCommonFields, "VQ3D-DPHD Speaker Audio Size");
+inline constexpr const Field& kAudioSize = RowOf(kCommonFields, "VQ3D-DPHD Speaker Audio Size");
 
-inline constexpr BlockField kPX3DFields[] = {
+inline constexpr Field kPX3DFields[] = {
     rows::Switch(0, "VQ3D-DC Enable"),
     rows::Level(4, "VQ3D-DC Level", Conversion::ClarityLevel),
     rows::Level(6, "VQ3D-Ambiwide Level"),
@@ -121,10 +120,10 @@ inline constexpr BlockField kPX3DFields[] = {
     rows::Switch(24, "VQ3D-PX3D Surround Boost Enable"),
 };
 static_assert(TilesRecord(kPX3DFields, 28));
-inline constexpr const BlockField& kClarityLevel = RowOf(kPX3DFields, "VQ3D-DC Level");
-inline constexpr const BlockField& kSpaceCutoff = RowOf(kPX3DFields, "VQ3D-Space HPF Cutoff Freq");
+inline constexpr const Field& kClarityLevel = RowOf(kPX3DFields, "VQ3D-DC Level");
+inline constexpr const Field& kSpaceCutoff = RowOf(kPX3DFields, "VQ3D-Space HPF Cutoff Freq");
 
-inline constexpr BlockField kMXHPFields[] = {
+inline constexpr Field kMXHPFields[] = {
     rows::Switch(0, "VQ3D-MXHP MX Decoder Enable"),
     rows::Choice(4, "VQ3D-MXHP MX Decoder Mode", Conversion::DecoderMode, 1, kLargest32),
     rows::Switch(8, "VQ3D-DC Enable", Conversion::HeadphoneClarityEnable),
@@ -133,7 +132,7 @@ inline constexpr BlockField kMXHPFields[] = {
 };
 static_assert(TilesRecord(kMXHPFields, 16));
 
-inline constexpr BlockField kGEQFields[] = {
+inline constexpr Field kGEQFields[] = {
     rows::Switch(0, "VQ3D-GEQ Enable"),
     rows::Band(4, "VQ3D-GEQ 100Hz Gain"),
     rows::Band(6, "VQ3D-GEQ 300Hz Gain"),
@@ -145,21 +144,21 @@ inline constexpr BlockField kGEQFields[] = {
 static_assert(TilesRecord(kGEQFields, 16));
 inline constexpr std::span kBandFields = std::span(kGEQFields).subspan<1, 5>();
 
-inline constexpr BlockField kToneFields[] = {
+inline constexpr Field kToneFields[] = {
     rows::Switch(0, "VQ3D-Tone Enable"),
     rows::Number(4, FieldType::I32, "VQ3D-Bass Gain", -12, 12),
     rows::Number(8, FieldType::I32, "VQ3D-Treble Gain", -12, 12),
 };
 static_assert(TilesRecord(kToneFields, 12));
 
-inline constexpr BlockField kAEQFields[] = {
+inline constexpr Field kAEQFields[] = {
     rows::Switch(0, "VQ3D-AEQ Enable"),
     rows::Gain(4, "VQ3D-AEQ Bypass Gain"),
     rows::Reserved(6),
 };
 static_assert(TilesRecord(kAEQFields, 8));
 
-inline constexpr BlockField kMasterVolumeFields[] = {
+inline constexpr Field kMasterVolumeFields[] = {
     rows::Switch(0, "VQ3D-Master Volume Enable"),
     rows::Number(4, FieldType::U32, "VQ3D-Master Volume Volume Step", 0, 100),
     rows::Number(8, FieldType::I32, "VQ3D-Master Volume L/R Balance", -10, 10),
@@ -167,7 +166,7 @@ inline constexpr BlockField kMasterVolumeFields[] = {
 };
 static_assert(TilesRecord(kMasterVolumeFields, 16));
 
-inline constexpr BlockField kHardLimiterFields[] = {
+inline constexpr Field kHardLimiterFields[] = {
     rows::Switch(0, "VQ3D-Hard Limiter Enable"),
     rows::Gain(4, "VQ3D-Hard Limiter Output Gain", 3),
     rows::Reserved(6),
@@ -179,7 +178,7 @@ inline constexpr BlockField kHardLimiterFields[] = {
 };
 static_assert(TilesRecord(kHardLimiterFields, 20));
 
-inline constexpr BlockField kAdvancedGainFields[] = {
+inline constexpr Field kAdvancedGainFields[] = {
     rows::Reserved(0),
     rows::Gain(2, "VQ3D-WIDHD Input Gain"),
     rows::Gain(4, "VQ3D-AMHD Input Gain"),
@@ -193,8 +192,7 @@ inline constexpr BlockField kAdvancedGainFields[] = {
     rows::Gain(20, "VQ3D-Hard Limiter Boost Offset", 6, FieldType::I32),
 };
 static_assert(TilesRecord(kAdvancedGainFields, 24));
-inline constexpr const BlockField& kToneInputGain =
-    RowOf(kAdvancedGainFields, "VQ3D-Tone Input Gain");
+inline constexpr const Field& kToneInputGain = RowOf(kAdvancedGainFields, "VQ3D-Tone Input Gain");
 
 // Large enough for every control block; a block is zeroed before it is filled.
 using BlockBytes = std::array<std::byte, 40>;
@@ -213,11 +211,11 @@ std::optional<CoefficientWrite> DesignBassCoefficients(const BlockBytes& block,
 std::optional<CoefficientWrite> DesignSpaceCoefficients(const BlockBytes& block,
                                                         const ControlValueMap& map);
 
-struct SkylakeBlock {
+struct Block {
   std::uint32_t parameter;
   const char* name;
   const char* writer;  // Class::Method
-  std::span<const BlockField> fields;
+  std::span<const Field> fields;
   std::size_t size;
   CoefficientDesign coefficients = nullptr;
   // What a single-control write reports when the block cannot be read.
@@ -225,64 +223,60 @@ struct SkylakeBlock {
 };
 
 template <std::size_t N>
-constexpr std::size_t RecordSize(const BlockField (&fields)[N]) {
+constexpr std::size_t RecordSize(const Field (&fields)[N]) {
   return fields[N - 1].offset + FieldWidth(fields[N - 1].type);
 }
 template <std::size_t N>
-constexpr SkylakeBlock MakeBlock(std::uint32_t parameter, const char* name, const char* writer,
-                                 const BlockField (&fields)[N],
-                                 CoefficientDesign coefficients = nullptr) {
+constexpr Block MakeBlock(std::uint32_t parameter, const char* name, const char* writer,
+                          const Field (&fields)[N], CoefficientDesign coefficients = nullptr) {
   return {parameter, name, writer, fields, RecordSize(fields), coefficients};
 }
-constexpr SkylakeBlock WithReadFailure(SkylakeBlock block, const wchar_t* text) {
+constexpr Block WithReadFailure(Block block, const wchar_t* text) {
   block.read_failure = text;
   return block;
 }
 
 // In the order of their identifiers.
-inline constexpr std::array<SkylakeBlock, 12> kSkylakeBlocks = {
-    MakeBlock(kSkylakeVQ3D, "KEL_PARAM_VQSND3D_VQ3D_CONTROLS_STU",
-              "KELAPOIntelDSP_SKL::SetVQ3DControls", kVQ3DFields),
-    WithReadFailure(MakeBlock(kSkylakeEVolHD, "KEL_PARAM_VQSND3D_EVOLHD_CONTROLS_STU",
+inline constexpr std::array<Block, 12> kBlocks = {
+    MakeBlock(kVQ3D, "KEL_PARAM_VQSND3D_VQ3D_CONTROLS_STU", "KELAPOIntelDSP_SKL::SetVQ3DControls",
+              kVQ3DFields),
+    WithReadFailure(MakeBlock(kEVolHD, "KEL_PARAM_VQSND3D_EVOLHD_CONTROLS_STU",
                               "KELAPOIntelDSP_SKL::SetVQ3DEVolHDControls", kEVolHDFields),
                     L"Error: [%s] set failed. DSP GetParameter() failed."),
-    MakeBlock(kSkylakeVocalift, "KEL_PARAM_VQSND3D_VCLG_CONTROLS_STU",
+    MakeBlock(kVocalift, "KEL_PARAM_VQSND3D_VCLG_CONTROLS_STU",
               "KELAPOIntelDSP_SKL::SetVQ3DVocadiagControls", kVocaliftFields),
-    MakeBlock(kSkylakeCommon, "KEL_PARAM_VQSND3D_COMMONCONTROLS_CONTROLS_STU",
+    MakeBlock(kCommon, "KEL_PARAM_VQSND3D_COMMONCONTROLS_CONTROLS_STU",
               "KELAPOIntelDSP_SKL::SetVQ3DCommonControls", kCommonFields, DesignBassCoefficients),
-    MakeBlock(kSkylakePX3D, "KEL_PARAM_VQSND3D_PX3D_CONTROLS_STU",
+    MakeBlock(kPX3D, "KEL_PARAM_VQSND3D_PX3D_CONTROLS_STU",
               "KELAPOIntelDSP_SKL::SetVQ3DPX3DControls", kPX3DFields, DesignSpaceCoefficients),
-    MakeBlock(kSkylakeMXHP, "KEL_PARAM_VQSND3D_MXHP_CONTROLS_STU",
+    MakeBlock(kMXHP, "KEL_PARAM_VQSND3D_MXHP_CONTROLS_STU",
               "KELAPOIntelDSP_SKL::SetVQ3DMXHPControls", kMXHPFields),
-    MakeBlock(kSkylakeGEQ, "KEL_PARAM_VQSND3D_GEQ_CONTROLS_STU",
-              "KELAPOIntelDSP_SKL::SetVQ3DGEQControls", kGEQFields),
-    MakeBlock(kSkylakeTone, "KEL_PARAM_VQSND3D_TONE_CONTROLS_CONTROLS_STU",
+    MakeBlock(kGEQ, "KEL_PARAM_VQSND3D_GEQ_CONTROLS_STU", "KELAPOIntelDSP_SKL::SetVQ3DGEQControls",
+              kGEQFields),
+    MakeBlock(kTone, "KEL_PARAM_VQSND3D_TONE_CONTROLS_CONTROLS_STU",
               "KELAPOIntelDSP_SKL::SetVQ3DToneControls", kToneFields),
-    MakeBlock(kSkylakeAEQ, "KEL_PARAM_VQSND3D_AEQ_CONTROLS_STU",
-              "KELAPOIntelDSP_SKL::SetVQ3DAEQControls", kAEQFields),
-    MakeBlock(kSkylakeMasterVolume, "KEL_PARAM_VQSND3D_MVOL_CONTROLS_STU",
+    MakeBlock(kAEQ, "KEL_PARAM_VQSND3D_AEQ_CONTROLS_STU", "KELAPOIntelDSP_SKL::SetVQ3DAEQControls",
+              kAEQFields),
+    MakeBlock(kMasterVolume, "KEL_PARAM_VQSND3D_MVOL_CONTROLS_STU",
               "KELAPOIntelDSP_SKL::SetVQ3DMvolControls", kMasterVolumeFields),
-    MakeBlock(kSkylakeHardLimiter, "KEL_PARAM_VQSND3D_HARDLIMITER_CONTROLS_STU",
+    MakeBlock(kHardLimiter, "KEL_PARAM_VQSND3D_HARDLIMITER_CONTROLS_STU",
               "KELAPOIntelDSP_SKL::SetVQ3DHdLmtControls", kHardLimiterFields),
-    WithReadFailure(MakeBlock(kSkylakeAdvancedGains, "KEL_PARAM_VQSND3D_ADVGAIN_CONTROLS_STU",
+    WithReadFailure(MakeBlock(kAdvancedGains, "KEL_PARAM_VQSND3D_ADVGAIN_CONTROLS_STU",
                               "KELAPOIntelDSP_SKL::SetVQ3DAdvGainControls", kAdvancedGainFields),
                     L"Error: [Advance Gain Controls] set aborted. DSP GetParameter() failed."),
 };
-inline constexpr SkylakeBlock kCommonConfigBlock =
-    MakeBlock(kSkylakeCommonConfig, "KEL_PARAM_VQSND3D_COMMON_CNFG_CONTROLS_STU",
+inline constexpr Block kCommonConfigBlock =
+    MakeBlock(kCommonConfig, "KEL_PARAM_VQSND3D_COMMON_CNFG_CONTROLS_STU",
               "KELAPOIntelDSP_SKL::SetVQ3DControls", kCommonConfigFields);
 
-constexpr std::size_t BlockIndex(std::uint32_t parameter) { return parameter - kSkylakeVQ3D; }
-constexpr const SkylakeBlock& BlockOf(std::uint32_t parameter) {
-  return kSkylakeBlocks[BlockIndex(parameter)];
-}
+constexpr std::size_t BlockIndex(std::uint32_t parameter) { return parameter - kVQ3D; }
+constexpr const Block& BlockOf(std::uint32_t parameter) { return kBlocks[BlockIndex(parameter)]; }
 constexpr bool BlocksStandAtTheirIndex() {
-  for (std::size_t i = 0; i < kSkylakeBlocks.size(); ++i)
-    if (BlockIndex(kSkylakeBlocks[i].parameter) != i ||
-        kSkylakeBlocks[i].size > BlockBytes().size())
+  for (std::size_t i = 0; i < kBlocks.size(); ++i)
+    if (BlockIndex(kBlocks[i].parameter) != i || kBlocks[i].size > BlockBytes().size())
       return false;
   return true;
 }
 static_assert(BlocksStandAtTheirIndex());
 
-}  // namespace orv
+}  // namespace orv::skylake

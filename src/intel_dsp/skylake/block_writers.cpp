@@ -9,14 +9,15 @@
 namespace orv {
 namespace {
 
+using namespace skylake;
+
 constexpr std::int64_t kDefaultVolumeStep = 25;
 
 // A missing input gain of the tone control becomes -6 dB: 10^-0.3.
 constexpr std::int64_t kDefaultToneInputGain = 16423;
 
-HRESULT WriteFromControls(SkylakeDriver& driver, const SkylakeBlock& block,
-                          const ControlValueMap& map, std::uint8_t apply,
-                          const FieldRescue& rescue = {}) {
+HRESULT WriteFromControls(SkylakeDriver& driver, const Block& block, const ControlValueMap& map,
+                          std::uint8_t apply, const FieldRescue& rescue = {}) {
   return Guarded(block.writer, [&] {
     BlockBytes bytes{};
     FillBlock(block, map, bytes, rescue);
@@ -29,7 +30,7 @@ HRESULT WriteFromControls(SkylakeDriver& driver, const SkylakeBlock& block,
 // When controls are missing the DSP keeps what it holds; only when it does not say what that is the
 // block goes out as it was built so far, after `complete`.
 template <class Complete>
-HRESULT WriteOrKeep(SkylakeDriver& driver, const SkylakeBlock& block, const ControlValueMap& map,
+HRESULT WriteOrKeep(SkylakeDriver& driver, const Block& block, const ControlValueMap& map,
                     std::uint8_t apply, const wchar_t* ignored, Complete complete) {
   return Guarded(block.writer, [&] {
     const char* const operation = MethodName(block.writer);
@@ -54,7 +55,7 @@ HRESULT WriteOrKeep(SkylakeDriver& driver, const SkylakeBlock& block, const Cont
 }  // namespace
 
 HRESULT KELAPOIntelDSP_SKL::SetVQ3DControls(const ControlValueMap& map, std::uint8_t apply) {
-  const SkylakeBlock& block = BlockOf(kSkylakeVQ3D);
+  const Block& block = BlockOf(kVQ3D);
   return Guarded(block.writer, [&] {
     BlockBytes bytes{};
     FillBlock(block, map, bytes);
@@ -72,58 +73,58 @@ HRESULT KELAPOIntelDSP_SKL::SetVQ3DControls(const ControlValueMap& map, std::uin
 }
 
 HRESULT KELAPOIntelDSP_SKL::SetVQ3DEVolHDControls(const ControlValueMap& map, std::uint8_t apply) {
-  return WriteFromControls(driver_, BlockOf(kSkylakeEVolHD), map, apply);
+  return WriteFromControls(driver_, BlockOf(kEVolHD), map, apply);
 }
 
 HRESULT KELAPOIntelDSP_SKL::SetVQ3DVocadiagControls(const ControlValueMap& map,
                                                     std::uint8_t apply) {
-  return WriteFromControls(driver_, BlockOf(kSkylakeVocalift), map, apply);
+  return WriteFromControls(driver_, BlockOf(kVocalift), map, apply);
 }
 
 HRESULT KELAPOIntelDSP_SKL::SetVQ3DCommonControls(const ControlValueMap& map, std::uint8_t apply) {
-  return WriteFromControls(driver_, BlockOf(kSkylakeCommon), map, apply);
+  return WriteFromControls(driver_, BlockOf(kCommon), map, apply);
 }
 
 HRESULT KELAPOIntelDSP_SKL::SetVQ3DPX3DControls(const ControlValueMap& map, std::uint8_t apply) {
-  return WriteFromControls(driver_, BlockOf(kSkylakePX3D), map, apply);
+  return WriteFromControls(driver_, BlockOf(kPX3D), map, apply);
 }
 
 HRESULT KELAPOIntelDSP_SKL::SetVQ3DMXHPControls(const ControlValueMap& map, std::uint8_t apply) {
-  return WriteFromControls(driver_, BlockOf(kSkylakeMXHP), map, apply);
+  return WriteFromControls(driver_, BlockOf(kMXHP), map, apply);
 }
 
 HRESULT KELAPOIntelDSP_SKL::SetVQ3DGEQControls(const ControlValueMap& map, std::uint8_t apply) {
-  return WriteFromControls(driver_, BlockOf(kSkylakeGEQ), map, apply);
+  return WriteFromControls(driver_, BlockOf(kGEQ), map, apply);
 }
 
 HRESULT KELAPOIntelDSP_SKL::SetVQ3DToneControls(const ControlValueMap& map, std::uint8_t apply) {
-  return WriteOrKeep(driver_, BlockOf(kSkylakeTone), map, apply,
-                     L"VQ3D Tone Controls are ignored: %S\n", [](BlockBytes&) {});
+  return WriteOrKeep(driver_, BlockOf(kTone), map, apply, L"VQ3D Tone Controls are ignored: %S\n",
+                     [](BlockBytes&) {});
 }
 
 HRESULT KELAPOIntelDSP_SKL::SetVQ3DAEQControls(const ControlValueMap& map, std::uint8_t apply) {
-  return WriteFromControls(driver_, BlockOf(kSkylakeAEQ), map, apply);
+  return WriteFromControls(driver_, BlockOf(kAEQ), map, apply);
 }
 
 HRESULT KELAPOIntelDSP_SKL::SetVQ3DMvolControls(const ControlValueMap& map, std::uint8_t apply) {
   const auto complete = [](BlockBytes& bytes) {
     constexpr std::int64_t kValues[] = {kDefaultVolumeStep, /*balance*/ 0, /*mute*/ 0};
     for (std::size_t i = 0; i < std::size(kValues); ++i) {
-      const BlockField& field = kMasterVolumeFields[i + 1];
+      const Field& field = kMasterVolumeFields[i + 1];
       StoreField(bytes, field.offset, field.type, kValues[i]);
     }
   };
-  return WriteOrKeep(driver_, BlockOf(kSkylakeMasterVolume), map, apply,
+  return WriteOrKeep(driver_, BlockOf(kMasterVolume), map, apply,
                      L"VQ3D-Master Volume controls are ignored: %S\n", complete);
 }
 
 HRESULT KELAPOIntelDSP_SKL::SetVQ3DHdLmtControls(const ControlValueMap& map, std::uint8_t apply) {
-  return WriteFromControls(driver_, BlockOf(kSkylakeHardLimiter), map, apply);
+  return WriteFromControls(driver_, BlockOf(kHardLimiter), map, apply);
 }
 
 HRESULT KELAPOIntelDSP_SKL::SetVQ3DAdvGainControls(const ControlValueMap& map, std::uint8_t apply) {
-  const SkylakeBlock& block = BlockOf(kSkylakeAdvancedGains);
-  const auto rescue = [&](const BlockField& field, const IntelException& error, BlockBytes& bytes) {
+  const Block& block = BlockOf(kAdvancedGains);
+  const auto rescue = [&](const Field& field, const IntelException& error, BlockBytes& bytes) {
     if (field.offset != kToneInputGain.offset) return false;
     const DiagnosticSite site = ORV_HERE("KELAPOIntelDSP_SKL::SetVQ3DAdvGainControls");
     Diagnose(site, L"VQ3D-Tone Input Gain is ignored: %S\n", error.what());
@@ -150,7 +151,7 @@ HRESULT KELAPOIntelDSP_SKL::SetPPModuleStatus(std::uint8_t enable, std::uint8_t 
 }
 
 HRESULT KELAPOIntelDSP_SKL::SetProcessEnable(std::uint32_t value, std::uint8_t apply) {
-  const SkylakeBlock& block = BlockOf(kSkylakeVQ3D);
+  const Block& block = BlockOf(kVQ3D);
   BlockBytes bytes{};
   const HRESULT status = ReadBlock(driver_, block, bytes, apply);
   if (FAILED(status)) return status;
@@ -165,14 +166,14 @@ HRESULT KELAPOIntelDSP_SKL::SetProcessEnable(std::uint32_t value, std::uint8_t a
 HRESULT KELAPOIntelDSP_SKL::SetGEQBandGain(int band, std::int16_t gain, std::uint8_t apply) {
   if (band < 0 || static_cast<std::size_t>(band) >= kBandFields.size()) return E_INVALIDARG;
   const DiagnosticSite site = ORV_HERE("KELAPOIntelDSP_SKL::SetGEQBandGain");
-  const SkylakeBlock& block = BlockOf(kSkylakeGEQ);
+  const Block& block = BlockOf(kGEQ);
   BlockBytes bytes{};
   const HRESULT status = ReadBlock(driver_, block, bytes, apply);
   if (FAILED(status)) {
     Diagnose(site, L"Error: [GEQ Band %d] set aborted due to DSP GetParameter() failed.", band);
     return status;
   }
-  const BlockField& field = kBandFields[static_cast<std::size_t>(band)];
+  const Field& field = kBandFields[static_cast<std::size_t>(band)];
   const auto current = static_cast<int>(ReadField(bytes, field.offset, field.type));
   Diagnose(site, L"cur GEQControls.bgain[%d] = %d (0x%x) \n", band, current, current);
   const std::int64_t wanted = ToFixed16(DecibelsToGain(gain / 10.0), field.integer_bits);

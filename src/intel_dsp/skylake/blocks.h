@@ -8,20 +8,20 @@
 #include "intel_dsp/skylake/parameter_blocks.h"
 #include "platform/diagnostics.h"
 
-namespace orv {
+namespace orv::skylake {
 
 // Fills one field; throws IntelException, the field untouched, if its controls do not allow it.
-void ConvertField(const BlockField& field, const ControlValueMap& map, BlockBytes& bytes);
+void ConvertField(const Field& field, const ControlValueMap& map, BlockBytes& bytes);
 
 // Fills a field that could not be converted; false rethrows the exception.
 using FieldRescue =
-    std::function<bool(const BlockField& field, const IntelException& error, BlockBytes& bytes)>;
+    std::function<bool(const Field& field, const IntelException& error, BlockBytes& bytes)>;
 // Fills the fields in their order. When it throws, `bytes` holds what was filled until then.
-void FillBlock(const SkylakeBlock& block, const ControlValueMap& map, BlockBytes& bytes,
+void FillBlock(const Block& block, const ControlValueMap& map, BlockBytes& bytes,
                const FieldRescue& rescue = {});
 
 // Reports the first field whose value lies outside its range.
-bool InRange(const SkylakeBlock& block, const BlockBytes& bytes);
+bool InRange(const Block& block, const BlockBytes& bytes);
 
 class BlockOutOfRange : public std::exception {
  public:
@@ -35,15 +35,14 @@ HRESULT SendParameter(SkylakeDriver& driver, std::uint32_t parameter,
                       std::span<const std::byte> bytes, std::uint8_t apply);
 
 // Leaves `bytes` alone if the read fails.
-HRESULT ReadBlock(SkylakeDriver& driver, const SkylakeBlock& block, BlockBytes& bytes,
-                  std::uint8_t apply);
+HRESULT ReadBlock(SkylakeDriver& driver, const Block& block, BlockBytes& bytes, std::uint8_t apply);
 // Remembers the block and sends it after `coefficients`; does not send it if those are refused.
 // Throws BlockOutOfRange and sends nothing if a field is outside its range.
-HRESULT WriteBlock(SkylakeDriver& driver, const SkylakeBlock& block, const BlockBytes& bytes,
+HRESULT WriteBlock(SkylakeDriver& driver, const Block& block, const BlockBytes& bytes,
                    const std::optional<CoefficientWrite>& coefficients, std::uint8_t apply,
                    const char* operation);
 
-void RememberBlock(const SkylakeBlock& block, const BlockBytes& bytes) noexcept;
+void RememberBlock(const Block& block, const BlockBytes& bytes) noexcept;
 
 constexpr const char* MethodName(const char* qualified) {
   const char* name = qualified;
@@ -63,4 +62,4 @@ HRESULT Guarded(const char* function, Write write) {
   }
 }
 
-}  // namespace orv
+}  // namespace orv::skylake

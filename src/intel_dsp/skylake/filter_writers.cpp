@@ -10,6 +10,8 @@
 namespace orv {
 namespace {
 
+using namespace skylake;
+
 using Utils = KELAPOIntelDSP_Utils;
 
 constexpr const char* kFilterName = "KELAPOIntelDSP_SKL::SetVQ3DHPFAEQControls";
@@ -133,9 +135,9 @@ HRESULT KELAPOIntelDSP_SKL::SetVQ3DFilterCoeff(const FilterCoefficients& left,
                                                std::uint8_t apply) {
   const FilterBlock left_block = MakeLeftFilterBlock(left);
   const FilterBlock right_block = MakeRightFilterBlock(right);
-  const HRESULT status = WriteCoeffToDsp(kSkylakeLeftFilter, left_block.bytes.get(),
+  const HRESULT status = WriteCoeffToDsp(kLeftFilter, left_block.bytes.get(),
                                          static_cast<std::uint32_t>(left_block.size), apply);
-  const HRESULT right_status = WriteCoeffToDsp(kSkylakeRightFilter, right_block.bytes.get(),
+  const HRESULT right_status = WriteCoeffToDsp(kRightFilter, right_block.bytes.get(),
                                                static_cast<std::uint32_t>(right_block.size), apply);
   return FAILED(status) ? status : right_status;
 }

@@ -12,6 +12,8 @@
 namespace orv {
 namespace {
 
+using namespace skylake;
+
 constexpr const char* kFunction = "KELAPOIntelDSP_SKL::SetControl";
 
 // Controls that have no field of their own: other names of one, and what others are derived from.
@@ -22,25 +24,25 @@ struct FurtherControl {
   Conversion conversion;
 };
 constexpr FurtherControl kFurtherControls[] = {
-    {"VQ3D-DPHD Max Level", kSkylakeCommon, 4, Conversion::BassLevel},
-    {"VQ3D-DPHD Boost Enable", kSkylakeCommon, 4, Conversion::BassLevel},
-    {"VQ3D-DPHD Boost Split", kSkylakeCommon, 4, Conversion::BassLevel},
-    {"VQ3D-DPHD Speaker Audio Custom Size", kSkylakeCommon, 8, Conversion::SpeakerSize},
-    {"VQ3D-DPHD Speaker Analysis Custom Size", kSkylakeCommon, 12, Conversion::SpeakerSize},
-    {"VQ3D-Definition Max Level", kSkylakeCommon, 36, Conversion::DefinitionLevel},
-    {"VQ3D-DialogClarity Enable", kSkylakePX3D, 0, Conversion::Bool},
-    {"VQ3D-DialogClarity Level", kSkylakePX3D, 4, Conversion::Percent},
-    {"VQ3D-DC Max Level", kSkylakePX3D, 4, Conversion::ClarityLevel},
-    {"VQ3D-WIDHD Focus Level", kSkylakePX3D, 12, Conversion::Percent},
-    {"VQ3D-Space HPF Custom Freq", kSkylakePX3D, 20, Conversion::SpaceCutoff},
-    {"VQ3D-MXHP DialogClarity Enable", kSkylakeMXHP, 8, Conversion::Bool},
-    {"VQ3D-MXHP DialogClarity Level", kSkylakeMXHP, 12, Conversion::Percent},
+    {"VQ3D-DPHD Max Level", kCommon, 4, Conversion::BassLevel},
+    {"VQ3D-DPHD Boost Enable", kCommon, 4, Conversion::BassLevel},
+    {"VQ3D-DPHD Boost Split", kCommon, 4, Conversion::BassLevel},
+    {"VQ3D-DPHD Speaker Audio Custom Size", kCommon, 8, Conversion::SpeakerSize},
+    {"VQ3D-DPHD Speaker Analysis Custom Size", kCommon, 12, Conversion::SpeakerSize},
+    {"VQ3D-Definition Max Level", kCommon, 36, Conversion::DefinitionLevel},
+    {"VQ3D-DialogClarity Enable", kPX3D, 0, Conversion::Bool},
+    {"VQ3D-DialogClarity Level", kPX3D, 4, Conversion::Percent},
+    {"VQ3D-DC Max Level", kPX3D, 4, Conversion::ClarityLevel},
+    {"VQ3D-WIDHD Focus Level", kPX3D, 12, Conversion::Percent},
+    {"VQ3D-Space HPF Custom Freq", kPX3D, 20, Conversion::SpaceCutoff},
+    {"VQ3D-MXHP DialogClarity Enable", kMXHP, 8, Conversion::Bool},
+    {"VQ3D-MXHP DialogClarity Level", kMXHP, 12, Conversion::Percent},
 };
 // A simple conversion is any field's; every other one is the field's own.
 constexpr bool FurtherControlsFitTheirFields() {
   for (const FurtherControl& further : kFurtherControls) {
     bool fits = false;
-    for (const BlockField& field : BlockOf(further.parameter).fields)
+    for (const Field& field : BlockOf(further.parameter).fields)
       fits |= field.offset == further.offset &&
               (intel::IsSimple(further.conversion) || field.conversion == further.conversion);
     if (!fits) return false;
@@ -50,18 +52,18 @@ constexpr bool FurtherControlsFitTheirFields() {
 static_assert(FurtherControlsFitTheirFields());
 
 struct Target {
-  const SkylakeBlock* block;
-  BlockField field;
+  const Block* block;
+  Field field;
   bool own;  // the field's own control, not a further one
 };
 
 std::optional<Target> FindTarget(const std::string& control) {
   for (const FurtherControl& further : kFurtherControls) {
     if (control != further.control) continue;
-    const SkylakeBlock& block = BlockOf(further.parameter);
+    const Block& block = BlockOf(further.parameter);
     const auto found =
         std::find_if(block.fields.begin(), block.fields.end(),
-                     [&](const BlockField& field) { return field.offset == further.offset; });
+                     [&](const Field& field) { return field.offset == further.offset; });
     Target target{&block, *found, false};
     if (intel::IsSimple(further.conversion)) {
       target.field.control = further.control;
@@ -69,8 +71,8 @@ std::optional<Target> FindTarget(const std::string& control) {
     }
     return target;
   }
-  for (const SkylakeBlock& block : kSkylakeBlocks)
-    for (const BlockField& field : block.fields)
+  for (const Block& block : kBlocks)
+    for (const Field& field : block.fields)
       if (field.conversion != Conversion::Reserved && field.alone && control == field.control)
         return Target{&block, field, true};
   return std::nullopt;
@@ -87,18 +89,18 @@ std::optional<NewValue> ReadVariant(const VARIANT& value, bool text_allowed) {
   return Narrow({value.bstrVal, SysStringLen(value.bstrVal)});
 }
 
-ControlValueMap MapOfSimple(const BlockField& field, ControlNumber number) {
+ControlValueMap MapOfSimple(const Field& field, ControlNumber number) {
   const ControlNumber value = field.conversion == Conversion::Bool ? number != 0 : number;
   return {{field.control, ORVQVTValue(field.control, value)}};
 }
 
 // Everything in the list that fields of this block are made of.
-ControlValueMap MapOfList(const SkylakeBlock& block, const ORVQVTValueList& list) {
+ControlValueMap MapOfList(const Block& block, const ORVQVTValueList& list) {
   ControlValueMap map;
   const auto take = [&](const std::string& name) {
     if (const ORVQVTValue* held = list.Find(name)) map.emplace(name, *held);
   };
-  for (const BlockField& field : block.fields) {
+  for (const Field& field : block.fields) {
     if (intel::IsSimple(field.conversion)) continue;
     take(field.control);
     take(std::string(field.control) + " Float");
@@ -150,21 +152,21 @@ class ListedValue {
 };
 
 // The band of a field, from 0.
-int BandIndex(const BlockField& field) {
-  const BlockField& first = kBandFields.front();
+int BandIndex(const Field& field) {
+  const Field& first = kBandFields.front();
   return static_cast<int>((field.offset - first.offset) / FieldWidth(first.type));
 }
 
 void FillTarget(const Target& target, const ControlValueMap& map, BlockBytes& bytes) {
   ConvertField(target.field, map, bytes);
   if (target.field.conversion != Conversion::ClarityLevel) return;
-  for (const BlockField& field : target.block->fields)
+  for (const Field& field : target.block->fields)
     if (field.conversion == Conversion::FocusLevel) ConvertField(field, map, bytes);
 }
 
 HRESULT ChangeBlock(SkylakeDriver& driver, const Target& target, const std::string& control,
                     const NewValue& value, ORVQVTValueList& list, std::uint8_t apply) {
-  const SkylakeBlock& block = *target.block;
+  const Block& block = *target.block;
   BlockBytes bytes{};
   const HRESULT read_status = ReadBlock(driver, block, bytes, apply);
   if (FAILED(read_status)) {
