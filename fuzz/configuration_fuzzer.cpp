@@ -48,13 +48,14 @@ void Compare(const ORVAPOOperatingMode& a, const ORVAPOOperatingMode& b) {
 void ReadEveryWay(const std::shared_ptr<const tinyxml2::XMLDocument>& document, std::uint32_t type,
                   std::uint32_t location) {
   ConfigurationContent watched;
-  bool told_of_error = false;
-  const LoadStatus status =
-      ReadConfiguration(*document, type, location, watched, [&](const ConfigurationRemark& remark) {
-        Require(remark.line >= 0 && *remark.code != '\0' && !remark.text.empty());
-        told_of_error = told_of_error || remark.severity == ConfigurationRemark::Severity::Error;
+  bool reported_error = false;
+  const LoadStatus status = ReadConfiguration(
+      *document, type, location, watched, [&](const ConfigurationFinding& finding) {
+        Require(finding.line >= 0 && *finding.code != '\0' && !finding.text.empty());
+        reported_error =
+            reported_error || finding.severity == ConfigurationFinding::Severity::Error;
       });
-  Require(status == LoadStatus::Loaded || told_of_error);
+  Require(status == LoadStatus::Loaded || reported_error);
   ConfigurationContent content;
   Require(ReadConfigurationDeferred(document, type, location, content) == status);
   Require(content.modes.size() == watched.modes.size());

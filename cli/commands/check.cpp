@@ -44,13 +44,13 @@ void ShowModes(Context& context, const CheckReport& report) {
   if (!table.empty()) context.output.Show(table, 2);
 }
 
-const char* SeverityColour(ConfigurationRemark::Severity severity) {
+const char* SeverityColour(ConfigurationFinding::Severity severity) {
   switch (severity) {
-    case ConfigurationRemark::Severity::Error:
+    case ConfigurationFinding::Severity::Error:
       return ansi::kBad;
-    case ConfigurationRemark::Severity::Warning:
+    case ConfigurationFinding::Severity::Warning:
       return ansi::kAccent;
-    case ConfigurationRemark::Severity::Note:
+    case ConfigurationFinding::Severity::Note:
       break;
   }
   return ansi::kDim;

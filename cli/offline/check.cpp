@@ -18,22 +18,22 @@
 namespace orv::cli {
 namespace {
 
-using Severity = ConfigurationRemark::Severity;
+using Severity = ConfigurationFinding::Severity;
 
 constexpr std::uint32_t kTypes = 2;
 constexpr std::uint32_t kLocations = 4;
 
 class Findings {
  public:
-  // The same remark from several readings is kept once, in its gravest form.
-  void Add(const ConfigurationRemark& remark) {
-    const auto [place, added] = positions_.try_emplace(
-        {remark.line, std::string(remark.code), remark.text}, findings_.size());
+  // The same finding from several readings is kept once, in its gravest form.
+  void Add(const ConfigurationFinding& one) {
+    const auto [place, added] =
+        positions_.try_emplace({one.line, std::string(one.code), one.text}, findings_.size());
     if (added) {
-      findings_.push_back({remark.line, remark.code, remark.severity, remark.text});
+      findings_.push_back({one.line, one.code, one.severity, one.text});
     } else {
       Severity& severity = findings_[place->second].severity;
-      severity = std::max(severity, remark.severity);
+      severity = std::max(severity, one.severity);
     }
   }
 
@@ -49,10 +49,10 @@ class Findings {
 };
 
 // The list of modes tells which type reads a mode and where its chains are used. Another reading
-// than that of an endpoint (type 0, location 0) remarks once more on everything; what it finds
+// than that of an endpoint (type 0, location 0) reports everything once more; what it finds
 // missing says nothing when the file has no modes for its type.
-bool IsNews(const ConfigurationRemark& remark, bool is_endpoints_reading, bool has_modes) {
-  const std::string_view code = remark.code;
+bool IsNews(const ConfigurationFinding& one, bool is_endpoints_reading, bool has_modes) {
+  const std::string_view code = one.code;
   if (code == "mode-selector" || code == "chain-location") return false;
   if (is_endpoints_reading) return true;
   return code != "no-modes" && (code != "default-mode-missing" || has_modes);
@@ -195,14 +195,14 @@ CheckReport CheckConfiguration(const std::string& xml, const ORVAPOProcessInfo* 
   for (std::uint32_t type = 0; type < kTypes; ++type) {
     for (std::uint32_t location = 0; location < kLocations; ++location) {
       ConfigurationContent content;
-      std::vector<ConfigurationRemark> remarks;
-      const LoadStatus status = ReadConfiguration(
-          document, type, location, content,
-          [&](ConfigurationRemark remark) { remarks.push_back(std::move(remark)); });
+      std::vector<ConfigurationFinding> reported;
+      const LoadStatus status =
+          ReadConfiguration(document, type, location, content,
+                            [&](ConfigurationFinding one) { reported.push_back(std::move(one)); });
       const bool is_endpoints_reading = type == 0 && location == 0;
       if (is_endpoints_reading) report.status = status;
-      for (const ConfigurationRemark& remark : remarks)
-        if (IsNews(remark, is_endpoints_reading, !content.modes.empty())) findings.Add(remark);
+      for (const ConfigurationFinding& one : reported)
+        if (IsNews(one, is_endpoints_reading, !content.modes.empty())) findings.Add(one);
       AddModes(content, type, location, report.modes);
     }
   }

@@ -15,7 +15,7 @@ namespace orv::cli {
 struct Finding {
   int line = 0;  // 1-based; 0 when the whole file is meant
   std::string code;
-  ConfigurationRemark::Severity severity = ConfigurationRemark::Severity::Warning;
+  ConfigurationFinding::Severity severity = ConfigurationFinding::Severity::Warning;
   std::string text;
 };
 
@@ -32,7 +32,7 @@ struct CheckedMode {
 struct CheckReport {
   LoadStatus status = LoadStatus::Loaded;  // load status of an endpoint with this file
   std::vector<CheckedMode> modes;
-  std::vector<Finding> findings;  // by line; each remark once
+  std::vector<Finding> findings;  // by line; each one once
 
   bool clean() const;  // notes do not count
 };
@@ -40,7 +40,7 @@ struct CheckReport {
 // `technology` may be null: names and ranges are not looked at then.
 CheckReport CheckConfiguration(const std::string& xml, const ORVAPOProcessInfo* technology);
 
-const char* SeverityWord(ConfigurationRemark::Severity severity);
+const char* SeverityWord(ConfigurationFinding::Severity severity);
 const char* LoadStatusWords(LoadStatus status);
 
 }  // namespace orv::cli

@@ -69,14 +69,22 @@ bool ReadConexantRecord(RegistryKey& properties, LONG& connected) {
   return true;
 }
 
+// Opens the properties key. The first time that it opens, finds out whether the endpoint belongs to
+// the vendor.
+std::unique_ptr<RegistryKey> ProbeProperties(const ORVAPOEndpointInfo& endpoint,
+                                             const wchar_t* vendor, HeadsetDetection& detection) {
+  auto properties = OpenEndpointKey(endpoint, kPropertiesSubkey);
+  if (properties != nullptr && !detection.probed) {
+    detection.vendor = ContainsVendorID(*properties, vendor);
+    detection.probed = true;
+  }
+  return properties;
+}
+
 bool IsConexantConnected(const ORVAPOEndpointInfo& endpoint, LONG& connected,
                          HeadsetDetection& detection) {
   if (detection.probed && !detection.vendor) return false;
-  const auto properties = OpenEndpointKey(endpoint, kPropertiesSubkey);
-  if (properties != nullptr && !detection.probed) {
-    detection.vendor = ContainsVendorID(*properties, kConexantVendor);
-    detection.probed = true;
-  }
+  const auto properties = ProbeProperties(endpoint, kConexantVendor, detection);
   const bool handled =
       properties != nullptr && detection.vendor && ReadConexantRecord(*properties, connected);
   Diagnose(ORV_HERE("CORVCOMEndpointInfo::IsConexantConnected"),
@@ -87,11 +95,7 @@ bool IsConexantConnected(const ORVAPOEndpointInfo& endpoint, LONG& connected,
 bool IsIdtConnected(const ORVAPOEndpointInfo& endpoint, LONG& connected,
                     HeadsetDetection& detection) {
   if (detection.probed && !detection.vendor) return false;
-  const auto properties = OpenEndpointKey(endpoint, kPropertiesSubkey);
-  if (properties != nullptr && !detection.probed) {
-    detection.vendor = ContainsVendorID(*properties, kIdtVendor);
-    detection.probed = true;
-  }
+  ProbeProperties(endpoint, kIdtVendor, detection);
   if (!detection.vendor) return false;
   const auto state = OpenForQuery(endpoint.machine(), kIdtStateKey);
   return state != nullptr && ReadFlag(*state, kIdtHeadsetValue, connected);

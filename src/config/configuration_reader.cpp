@@ -7,7 +7,7 @@
 #include <optional>
 #include <utility>
 
-#include "config/configuration_remarks.h"
+#include "config/configuration_reporter.h"
 #include "platform/text.h"
 
 namespace orv {
@@ -54,27 +54,27 @@ bool IsGiven(const char* attribute) { return attribute != nullptr && *attribute 
 std::string TextOrEmpty(const char* attribute) { return attribute != nullptr ? attribute : ""; }
 
 template <class Visit>
-void ForEachChild(const XMLElement& parent, const Remarks& remarks, Visit visit) {
+void ForEachChild(const XMLElement& parent, const Reporter& reporter, Visit visit) {
   for (const XMLNode* node = parent.FirstChild(); node != nullptr; node = node->NextSibling()) {
     if (const XMLElement* element = node->ToElement())
       visit(*element);
     else if (node->ToText() != nullptr)
-      remarks.Report(Severity::Note, "stray-text", *node, "text directly in <", parent.Name(),
-                     "> has no meaning");
+      reporter.Report(Severity::Note, "stray-text", *node, "text directly in <", parent.Name(),
+                      "> has no meaning");
   }
 }
 
-void ReportUnknown(const XMLElement& element, const Remarks& remarks) {
-  remarks.Report(Severity::Warning, "unknown-element", element, "element <", element.Name(),
-                 "> is not known here");
+void ReportUnknown(const XMLElement& element, const Reporter& reporter) {
+  reporter.Report(Severity::Warning, "unknown-element", element, "element <", element.Name(),
+                  "> is not known here");
 }
 
-bool Flag(const XMLElement& element, const char* attribute, const Remarks& remarks) {
+bool Flag(const XMLElement& element, const char* attribute, const Reporter& reporter) {
   const char* value = element.Attribute(attribute);
   if (Is(value, "true")) return true;
   if (value != nullptr && !Is(value, "false"))
-    remarks.Report(Severity::Warning, "unknown-flag", element, attribute, "=\"", value,
-                   "\" counts as false: expected true or false");
+    reporter.Report(Severity::Warning, "unknown-flag", element, attribute, "=\"", value,
+                    "\" counts as false: expected true or false");
   return false;
 }
 
@@ -83,30 +83,30 @@ struct Control {
   const char* text;
 };
 
-std::optional<Control> ReadControl(const XMLElement& element, const Remarks& remarks) {
+std::optional<Control> ReadControl(const XMLElement& element, const Reporter& reporter) {
   const char* name = element.Attribute("name");
   if (!IsGiven(name)) {
-    remarks.Report(Severity::Warning, "control-without-name", element, "control without a name");
+    reporter.Report(Severity::Warning, "control-without-name", element, "control without a name");
     return std::nullopt;
   }
   const XMLNode* last = element.LastChild();
   if (last == nullptr || !IsGiven(last->Value())) {
-    remarks.Report(Severity::Warning, "control-without-text", element, "control \"", name,
-                   "\" has no text");
+    reporter.Report(Severity::Warning, "control-without-text", element, "control \"", name,
+                    "\" has no text");
     return std::nullopt;
   }
   if (last->ToText() == nullptr)
-    remarks.Report(Severity::Warning, "control-text-not-last", *last, "control \"", name,
-                   "\" takes its value from what comes last in it, which is no text: \"",
-                   last->Value(), "\"");
+    reporter.Report(Severity::Warning, "control-text-not-last", *last, "control \"", name,
+                    "\" takes its value from what comes last in it, which is no text: \"",
+                    last->Value(), "\"");
   return Control{name, last->Value()};
 }
 
-void Store(const Control& control, const XMLElement& element, const Remarks& remarks,
+void Store(const Control& control, const XMLElement& element, const Reporter& reporter,
            ORVQVTValueList& list) {
-  if (remarks.wanted() && list.Find(control.name) != nullptr)
-    remarks.Report(Severity::Warning, "duplicate-control", element, "control \"", control.name,
-                   "\" replaces an earlier one");
+  if (reporter.wanted() && list.Find(control.name) != nullptr)
+    reporter.Report(Severity::Warning, "duplicate-control", element, "control \"", control.name,
+                    "\" replaces an earlier one");
   ORVQVTValue& value = list.GetOrAdd(control.name);
   value.SetName(control.name);
   value.SetValue(control.text);
@@ -117,135 +117,135 @@ bool IsKeyControl(std::string_view name) {
 }
 
 void StoreModeControl(const Control& control, bool is_public, const XMLElement& element,
-                      const Remarks& remarks, ORVAPOModeContent& content) {
+                      const Reporter& reporter, ORVAPOModeContent& content) {
   if (is_public && IsKeyControl(control.name))
-    remarks.Report(Severity::Warning, "key-control-public", element, "\"", control.name,
-                   "\" is public and does not count for the mode's key");
+    reporter.Report(Severity::Warning, "key-control-public", element, "\"", control.name,
+                    "\" is public and does not count for the mode's key");
   const ORVQVTValueList& others = is_public ? content.private_controls : content.public_controls;
-  if (remarks.wanted() && others.Find(control.name) != nullptr)
-    remarks.Report(Severity::Warning, "control-public-and-private", element, "control \"",
-                   control.name, "\" is both public and private: the private one is the default");
-  Store(control, element, remarks, is_public ? content.public_controls : content.private_controls);
+  if (reporter.wanted() && others.Find(control.name) != nullptr)
+    reporter.Report(Severity::Warning, "control-public-and-private", element, "control \"",
+                    control.name, "\" is both public and private: the private one is the default");
+  Store(control, element, reporter, is_public ? content.public_controls : content.private_controls);
 }
 
-std::uint32_t Layouts(const XMLElement& element, const char* attribute, const Remarks& remarks) {
+std::uint32_t Layouts(const XMLElement& element, const char* attribute, const Reporter& reporter) {
   const char* list = element.Attribute(attribute);
   if (!IsGiven(list)) return kAnyLayout;
-  if (remarks.wanted()) {
+  if (reporter.wanted()) {
     ForEachPiece(list, [&](std::string_view piece) {
       if (PieceLayouts(piece) == 0)
-        remarks.Report(Severity::Warning, "unknown-layout", element, attribute, " names \"",
-                       std::string(piece), "\", which is no channel layout");
+        reporter.Report(Severity::Warning, "unknown-layout", element, attribute, " names \"",
+                        std::string(piece), "\", which is no channel layout");
     });
   }
   return ParseLayoutList(list);
 }
 
-void ReadProcess(const XMLElement& element, const Remarks& remarks, ORVAPOChain& chain) {
-  remarks.CheckAttributes(element, {"tech_id", "instance_id", "hook"});
+void ReadProcess(const XMLElement& element, const Reporter& reporter, ORVAPOChain& chain) {
+  reporter.CheckAttributes(element, {"tech_id", "instance_id", "hook"});
   const char* technology = element.Attribute("tech_id");
   if (!IsGiven(technology)) {
-    remarks.Report(Severity::Warning, "process-without-tech-id", element,
-                   "process without tech_id");
+    reporter.Report(Severity::Warning, "process-without-tech-id", element,
+                    "process without tech_id");
     return;
   }
   chain.processes.push_back({technology, TextOrEmpty(element.Attribute("instance_id")),
                              TextOrEmpty(element.Attribute("hook"))});
 }
 
-void ReadChain(const XMLElement& element, const Remarks& remarks, ORVAPOChainDefinition& chains) {
+void ReadChain(const XMLElement& element, const Reporter& reporter, ORVAPOChainDefinition& chains) {
   ORVAPOChain chain;
   const char* type = element.Attribute("type");
   chain.render = !Is(type, "capture");
   if (IsGiven(type) && chain.render && !Is(type, "render"))
-    remarks.Report(Severity::Warning, "unknown-chain-type", element, "type=\"", type,
-                   "\" counts as render");
-  chain.input_layouts = Layouts(element, "input", remarks);
-  chain.output_layouts = Layouts(element, "output", remarks);
-  ForEachChild(element, remarks, [&](const XMLElement& child) {
+    reporter.Report(Severity::Warning, "unknown-chain-type", element, "type=\"", type,
+                    "\" counts as render");
+  chain.input_layouts = Layouts(element, "input", reporter);
+  chain.output_layouts = Layouts(element, "output", reporter);
+  ForEachChild(element, reporter, [&](const XMLElement& child) {
     if (Is(child.Name(), "process")) {
-      ReadProcess(child, remarks, chain);
+      ReadProcess(child, reporter, chain);
     } else if (Is(child.Name(), "control")) {
-      remarks.CheckAttributes(child, {"name", "public"});
-      if (const auto control = ReadControl(child, remarks))
-        Store(*control, child, remarks, chain.controls);
+      reporter.CheckAttributes(child, {"name", "public"});
+      if (const auto control = ReadControl(child, reporter))
+        Store(*control, child, reporter, chain.controls);
     } else {
-      ReportUnknown(child, remarks);
+      ReportUnknown(child, reporter);
     }
   });
   if (chain.processes.empty())
-    remarks.Report(Severity::Warning, "chain-without-process", element, "chain without a process");
+    reporter.Report(Severity::Warning, "chain-without-process", element, "chain without a process");
   else
     chains.Add(std::move(chain));
 }
 
 bool IsUsedChain(const XMLElement& element, bool has_position, std::uint32_t location,
-                 const Remarks& remarks) {
+                 const Reporter& reporter) {
   if (!has_position) {
     if (location == kPlainChainLocation) return true;
-    remarks.Report(Severity::Note, "chain-location", element, "not used at this location");
+    reporter.Report(Severity::Note, "chain-location", element, "not used at this location");
     return false;
   }
   const char* position = element.Attribute("position");
   if (location != kPlainChainLocation && position != nullptr &&
       Widen(position) == LocationName(location))
     return true;
-  if (!remarks.wanted()) return false;
+  if (!reporter.wanted()) return false;
   const std::wstring wanted = Widen(TextOrEmpty(position));
   if (std::find(std::begin(kLocationNames) + 1, std::end(kLocationNames), wanted) !=
       std::end(kLocationNames))
-    remarks.Report(Severity::Note, "chain-location", element, "used at ", position, " only");
+    reporter.Report(Severity::Note, "chain-location", element, "used at ", position, " only");
   else
-    remarks.Report(Severity::Warning, "unknown-position", element, "position \"",
-                   TextOrEmpty(position), "\" is no location: the chain is never used");
+    reporter.Report(Severity::Warning, "unknown-position", element, "position \"",
+                    TextOrEmpty(position), "\" is no location: the chain is never used");
   return false;
 }
 
 void ReadChainElement(const XMLElement& element, bool has_position, std::uint32_t location,
-                      const Remarks& remarks, ORVAPOChainDefinition& chains) {
+                      const Reporter& reporter, ORVAPOChainDefinition& chains) {
   if (has_position)
-    remarks.CheckAttributes(element, {"position", "type", "input", "output"});
+    reporter.CheckAttributes(element, {"position", "type", "input", "output"});
   else
-    remarks.CheckAttributes(element, {"type", "input", "output"});
-  if (IsUsedChain(element, has_position, location, remarks)) {
-    ReadChain(element, remarks, chains);
-  } else if (remarks.wanted()) {
+    reporter.CheckAttributes(element, {"type", "input", "output"});
+  if (IsUsedChain(element, has_position, location, reporter)) {
+    ReadChain(element, reporter, chains);
+  } else if (reporter.wanted()) {
     ORVAPOChainDefinition unused;
-    ReadChain(element, remarks, unused);
+    ReadChain(element, reporter, unused);
   }
 }
 
 // Calls `on_control` with each control of a mode, whether it is public, and its element; calls
 // `on_other` with each other element.
 template <class OnControl, class OnOther>
-void ForEachModeControl(const XMLElement& mode, const Remarks& remarks, OnControl on_control,
+void ForEachModeControl(const XMLElement& mode, const Reporter& reporter, OnControl on_control,
                         OnOther on_other) {
-  ForEachChild(mode, remarks, [&](const XMLElement& child) {
+  ForEachChild(mode, reporter, [&](const XMLElement& child) {
     if (!Is(child.Name(), "control")) return on_other(child);
-    remarks.CheckAttributes(child, {"name", "public"});
-    if (const std::optional<Control> control = ReadControl(child, remarks))
-      on_control(*control, Flag(child, "public", remarks), child);
+    reporter.CheckAttributes(child, {"name", "public"});
+    if (const std::optional<Control> control = ReadControl(child, reporter))
+      on_control(*control, Flag(child, "public", reporter), child);
   });
 }
 
-void ReadModeContent(const XMLElement& element, std::uint32_t location, const Remarks& remarks,
+void ReadModeContent(const XMLElement& element, std::uint32_t location, const Reporter& reporter,
                      ORVAPOModeContent& content) {
   const auto store = [&](const Control& control, bool is_public, const XMLElement& child) {
-    StoreModeControl(control, is_public, child, remarks, content);
+    StoreModeControl(control, is_public, child, reporter, content);
   };
-  ForEachModeControl(element, remarks, store, [&](const XMLElement& child) {
+  ForEachModeControl(element, reporter, store, [&](const XMLElement& child) {
     if (Is(child.Name(), "chain"))
-      ReadChainElement(child, false, location, remarks, content.chains);
+      ReadChainElement(child, false, location, reporter, content.chains);
     else if (Is(child.Name(), "chain_v2"))
-      ReadChainElement(child, true, location, remarks, content.chains);
+      ReadChainElement(child, true, location, reporter, content.chains);
     else
-      ReportUnknown(child, remarks);
+      ReportUnknown(child, reporter);
   });
 }
 
 // The key that a mode's whole content would give, without making a value of every control.
 ORVAPOModeKey ReadModeKey(const XMLElement& element) {
-  const Remarks silent;
+  const Reporter silent;
   ORVQVTValueList key_controls;
   const auto store = [&](const Control& control, bool is_public, const XMLElement& child) {
     if (!is_public && IsKeyControl(control.name)) Store(control, child, silent, key_controls);
@@ -260,30 +260,30 @@ class DocumentReader {
  public:
   // With `owner` modes are deferred and keep it.
   DocumentReader(std::uint32_t config_type, std::uint32_t location, ConfigurationContent& content,
-                 const Remarks& remarks, std::shared_ptr<const XMLDocument> owner)
+                 const Reporter& reporter, std::shared_ptr<const XMLDocument> owner)
       : config_type_(config_type),
         location_(location),
         content_(content),
-        remarks_(remarks),
+        reporter_(reporter),
         owner_(std::move(owner)),
-        comparison_(remarks) {}
+        comparison_(reporter) {}
 
   LoadStatus Read(const XMLDocument& document) {
     content_ = {};
     const XMLElement* root = UsableRoot(document);
     if (root == nullptr) return LoadStatus::NoDocument;
     content_.modes.reserve(kUsualModeCount);
-    remarks_.CheckAttributes(*root, {});
-    ForEachChild(*root, remarks_, [&](const XMLElement& child) {
+    reporter_.CheckAttributes(*root, {});
+    ForEachChild(*root, reporter_, [&](const XMLElement& child) {
       if (Is(child.Name(), "properties"))
         ReadProperties(child);
       else if (Is(child.Name(), "operating_mode"))
         ReadMode(child);
       else
-        ReportUnknown(child, remarks_);
+        ReportUnknown(child, reporter_);
     });
     if (!saw_properties_)
-      remarks_.ReportLine(Severity::Error, "no-properties", 0, "there is no <properties> element");
+      reporter_.ReportLine(Severity::Error, "no-properties", 0, "there is no <properties> element");
     comparison_.CheckDefaultMode(content_.properties);
     return status_;
   }
@@ -298,7 +298,7 @@ class DocumentReader {
   std::uint32_t config_type_;
   std::uint32_t location_;
   ConfigurationContent& content_;
-  const Remarks& remarks_;
+  const Reporter& reporter_;
   std::shared_ptr<const XMLDocument> owner_;
   ModeComparison comparison_;
   LoadStatus status_ = LoadStatus::NoDocument;
@@ -308,15 +308,15 @@ class DocumentReader {
 const XMLElement* DocumentReader::UsableRoot(const XMLDocument& document) const {
   const XMLElement* root = document.RootElement();
   if (document.Error()) {
-    remarks_.ReportLine(Severity::Error, "parse-error", document.ErrorLineNum(),
-                        document.ErrorStr());
+    reporter_.ReportLine(Severity::Error, "parse-error", document.ErrorLineNum(),
+                         document.ErrorStr());
   } else if (root == nullptr) {
-    remarks_.ReportLine(Severity::Error, "no-root", 0, "there is no root element");
+    reporter_.ReportLine(Severity::Error, "no-root", 0, "there is no root element");
   } else if (!Is(root->Name(), "orv_configuration")) {
-    remarks_.Report(Severity::Error, "root-name", *root, "the root element is <", root->Name(),
-                    ">, expected <orv_configuration>");
+    reporter_.Report(Severity::Error, "root-name", *root, "the root element is <", root->Name(),
+                     ">, expected <orv_configuration>");
   } else if (root->NoChildren()) {
-    remarks_.Report(Severity::Error, "empty-root", *root, "the root element is empty");
+    reporter_.Report(Severity::Error, "empty-root", *root, "the root element is empty");
   } else {
     return root;
   }
@@ -325,21 +325,21 @@ const XMLElement* DocumentReader::UsableRoot(const XMLDocument& document) const 
 
 void DocumentReader::ReadProperties(const XMLElement& element) {
   if (saw_properties_)
-    remarks_.Report(Severity::Warning, "repeated-properties", element,
-                    "replaces all earlier properties");
+    reporter_.Report(Severity::Warning, "repeated-properties", element,
+                     "replaces all earlier properties");
   saw_properties_ = true;
-  remarks_.CheckAttributes(element, {});
+  reporter_.CheckAttributes(element, {});
   content_.properties.Clear();
   if (element.NoChildren()) {
-    remarks_.Report(Severity::Error, "empty-properties", element, "<properties> is empty");
+    reporter_.Report(Severity::Error, "empty-properties", element, "<properties> is empty");
     status_ = LoadStatus::EmptyProperties;
     return;
   }
-  ForEachChild(element, remarks_, [&](const XMLElement& child) {
-    if (!Is(child.Name(), "control")) return ReportUnknown(child, remarks_);
-    remarks_.CheckAttributes(child, {"name"});
-    if (const auto control = ReadControl(child, remarks_))
-      Store(*control, child, remarks_, content_.properties);
+  ForEachChild(element, reporter_, [&](const XMLElement& child) {
+    if (!Is(child.Name(), "control")) return ReportUnknown(child, reporter_);
+    reporter_.CheckAttributes(child, {"name"});
+    if (const auto control = ReadControl(child, reporter_))
+      Store(*control, child, reporter_, content_.properties);
   });
   status_ = LoadStatus::Loaded;
   if (const ORVQVTValue* name = std::as_const(content_.properties).Find("Product Name"))
@@ -350,48 +350,48 @@ bool DocumentReader::IsSelected(const XMLElement& element) const {
   const char* selector = element.Attribute("selector");
   if (!IsGiven(selector)) {
     if (config_type_ != 0)
-      remarks_.Report(Severity::Note, "mode-selector", element,
-                      "a mode without selector is read for configuration type 0 only");
+      reporter_.Report(Severity::Note, "mode-selector", element,
+                       "a mode without selector is read for configuration type 0 only");
     return config_type_ == 0;
   }
   if (!Is(selector, "dsp")) {
-    remarks_.Report(Severity::Warning, "unknown-selector", element, "selector \"", selector,
-                    "\" is not known: the mode is never read");
+    reporter_.Report(Severity::Warning, "unknown-selector", element, "selector \"", selector,
+                     "\" is not known: the mode is never read");
     return false;
   }
   if (config_type_ != 1)
-    remarks_.Report(Severity::Note, "mode-selector", element, "selector \"", selector,
-                    "\" is read for configuration type 1 only");
+    reporter_.Report(Severity::Note, "mode-selector", element, "selector \"", selector,
+                     "\" is read for configuration type 1 only");
   return config_type_ == 1;
 }
 
 // Null when the mode has no valid key.
 std::shared_ptr<ORVAPOOperatingMode> DocumentReader::MakeMode(const XMLElement& element) const {
-  const bool auto_mic = Flag(element, "auto_mic", remarks_);
+  const bool auto_mic = Flag(element, "auto_mic", reporter_);
   if (owner_) {
     ORVAPOModeKey key = ReadModeKey(element);
     if (!key.IsValid()) return nullptr;
     return std::make_shared<ORVAPOOperatingMode>(
         std::move(key), auto_mic,
         [owner = owner_, &element, location = location_](ORVAPOModeContent& content) {
-          ReadModeContent(element, location, Remarks(), content);
+          ReadModeContent(element, location, Reporter(), content);
         });
   }
   auto mode = std::make_shared<ORVAPOOperatingMode>();
   mode->SetAutoMic(auto_mic);
-  ReadModeContent(element, location_, remarks_, mode->own_content());
+  ReadModeContent(element, location_, reporter_, mode->own_content());
   return mode->CompleteRead() ? mode : nullptr;
 }
 
 void DocumentReader::ReadMode(const XMLElement& element) {
   const bool selected = IsSelected(element);
-  if (!selected && !remarks_.wanted()) return;
-  remarks_.CheckAttributes(element, {"selector", "auto_mic"});
+  if (!selected && !reporter_.wanted()) return;
+  reporter_.CheckAttributes(element, {"selector", "auto_mic"});
   const auto mode = MakeMode(element);
   if (mode == nullptr)
-    remarks_.Report(selected ? Severity::Error : Severity::Warning, "mode-without-key", element,
-                    "the mode needs private controls \"", kOperatingModeControl, "\" and \"",
-                    kSpeakerTypeControl, "\"");
+    reporter_.Report(selected ? Severity::Error : Severity::Warning, "mode-without-key", element,
+                     "the mode needs private controls \"", kOperatingModeControl, "\" and \"",
+                     kSpeakerTypeControl, "\"");
   if (!selected) return;
   if (mode == nullptr) {
     status_ = LoadStatus::BadMode;
@@ -434,14 +434,14 @@ std::uint32_t ParseLayoutList(std::string_view text) {
 LoadStatus ReadConfiguration(const XMLDocument& document, std::uint32_t config_type,
                              std::uint32_t location, ConfigurationContent& content,
                              const ConfigurationObserver& observer) {
-  const Remarks remarks(observer);
-  return DocumentReader(config_type, location, content, remarks, nullptr).Read(document);
+  const Reporter reporter(observer);
+  return DocumentReader(config_type, location, content, reporter, nullptr).Read(document);
 }
 
 LoadStatus ReadConfigurationDeferred(const std::shared_ptr<const XMLDocument>& document,
                                      std::uint32_t config_type, std::uint32_t location,
                                      ConfigurationContent& content) {
-  const Remarks silent;
+  const Reporter silent;
   return DocumentReader(config_type, location, content, silent, document).Read(*document);
 }
 

@@ -50,14 +50,14 @@ const wchar_t* LocationName(std::uint32_t location);
 std::uint32_t ParseLayoutList(std::string_view text);
 
 // One finding about the document, for the user (orvctl check).
-struct ConfigurationRemark {
+struct ConfigurationFinding {
   enum class Severity { Note, Warning, Error };
   int line = 0;                           // 1-based; 0 when the whole file is meant
   const char* code = "";                  // stable, in kebab-case: scripts rely on it
   Severity severity = Severity::Warning;  // an error shows in the load status
   std::string text;
 };
-using ConfigurationObserver = std::function<void(ConfigurationRemark)>;
+using ConfigurationObserver = std::function<void(ConfigurationFinding)>;
 
 struct ConfigurationContent {
   ORVQVTValueList properties;

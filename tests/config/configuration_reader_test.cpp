@@ -23,12 +23,12 @@ constexpr char kMovieKey[] =
 struct Reading {
   LoadStatus status = LoadStatus::Loaded;
   ConfigurationContent content;
-  std::vector<ConfigurationRemark> remarks;
+  std::vector<ConfigurationFinding> findings;
 
   const ORVAPOOperatingMode& mode(std::size_t index) const { return *content.modes.at(index); }
   std::vector<std::string> codes() const {
     std::vector<std::string> codes;
-    for (const ConfigurationRemark& one : remarks) codes.emplace_back(one.code);
+    for (const ConfigurationFinding& one : findings) codes.emplace_back(one.code);
     return codes;
   }
 };
@@ -47,7 +47,7 @@ Reading Read(const std::string& xml, std::uint32_t type = 0, std::uint32_t locat
   Reading reading;
   reading.status =
       ReadConfiguration(*document, type, location, reading.content,
-                        [&](ConfigurationRemark one) { reading.remarks.push_back(one); });
+                        [&](ConfigurationFinding one) { reading.findings.push_back(one); });
   // Deferred reading gives the same.
   ConfigurationContent deferred;
   DecodeDocument(*document);
@@ -193,21 +193,21 @@ TEST(ConfigurationReader, ChainKeepsProcessesControlsAndLayouts) {
   EXPECT_EQ(ParseLayoutList("stereo;;"), 0U);
 }
 
-TEST(ConfigurationReader, RemarksHaveLinesAndErrorsAreThoseOfTheStatus) {
+TEST(ConfigurationReader, FindingsHaveLinesAndErrorsAreThoseOfTheStatus) {
   const Reading reading = Read(
       InRoot("<properties/>\n<operating_mode selector='dsp'/>\n<operating_mode/>\n<a/> text\n"));
-  const auto remark = [](const char* code, int line, ConfigurationRemark::Severity severity) {
-    return AllOf(Field(&ConfigurationRemark::code, StrEq(code)),
-                 Field(&ConfigurationRemark::line, line),
-                 Field(&ConfigurationRemark::severity, severity));
+  const auto finding = [](const char* code, int line, ConfigurationFinding::Severity severity) {
+    return AllOf(Field(&ConfigurationFinding::code, StrEq(code)),
+                 Field(&ConfigurationFinding::line, line),
+                 Field(&ConfigurationFinding::severity, severity));
   };
-  using enum ConfigurationRemark::Severity;
+  using enum ConfigurationFinding::Severity;
   EXPECT_THAT(
-      reading.remarks,
-      ElementsAre(remark("empty-properties", 2, Error), remark("mode-selector", 3, Note),
-                  remark("mode-without-key", 3, Warning), remark("mode-without-key", 4, Error),
-                  remark("unknown-element", 5, Warning), remark("stray-text", 5, Note),
-                  remark("no-modes", 0, Warning)));
+      reading.findings,
+      ElementsAre(finding("empty-properties", 2, Error), finding("mode-selector", 3, Note),
+                  finding("mode-without-key", 3, Warning), finding("mode-without-key", 4, Error),
+                  finding("unknown-element", 5, Warning), finding("stray-text", 5, Note),
+                  finding("no-modes", 0, Warning)));
   EXPECT_THAT(Read("<x>").codes(), ElementsAre("parse-error"));
   EXPECT_THAT(Read(InRoot("<a/>")).codes(), Contains("no-properties"));
 }

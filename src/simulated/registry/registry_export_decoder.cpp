@@ -196,7 +196,7 @@ class Decoder {
       ExpectLineEnd("-");
     } else if (line_.starts_with(L'"')) {
       value.type = kRegSz;
-      StoreText(ReadQuoted(), value.bytes);
+      value.bytes = RegistryTextBytes(ReadQuoted());
       ExpectLineEnd("the closing quotation mark");
     } else if (Take(L"dword:")) {
       value.type = kRegDword;
@@ -270,22 +270,12 @@ class Decoder {
     while (!line_.empty() && IsBlank(line_.front())) line_.remove_prefix(1);
   }
 
-  static void StoreText(std::wstring_view text, std::vector<std::uint8_t>& bytes) {
-    bytes.reserve(2 * text.size() + 2);
-    for (const wchar_t unit : text) {
-      bytes.push_back(static_cast<std::uint8_t>(unit));
-      bytes.push_back(static_cast<std::uint8_t>(unit >> 8));
-    }
-    bytes.insert(bytes.end(), 2, 0);
-  }
-
   // Version 4 lists the bytes of narrow text where version 5 has those of wide text.
   static void WidenData(ExportedValue& value) {
     if (value.type != kRegSz && value.type != kRegExpandSz && value.type != kRegMultiSz) return;
     const std::string narrow(value.bytes.begin(), value.bytes.end());
     const std::wstring wide = IsExactUtf8(narrow) ? WideFromUtf8(narrow) : WideFromBytes(narrow);
-    value.bytes.clear();
-    StoreText(wide, value.bytes);
+    value.bytes = RegistryTextBytes(wide);
     value.bytes.resize(value.bytes.size() - 2);  // the list has its own terminators
   }
 

@@ -1,4 +1,4 @@
-// The reader's side of remarks: with nobody listening, telling costs one test.
+// Reports findings about a document to an observer, if there is one.
 #pragma once
 
 #include <tinyxml2.h>
@@ -13,12 +13,12 @@
 
 namespace orv {
 
-using Severity = ConfigurationRemark::Severity;
+using Severity = ConfigurationFinding::Severity;
 
-class Remarks {
+class Reporter {
  public:
-  Remarks() = default;  // reports to no observer
-  explicit Remarks(const ConfigurationObserver& observer)
+  Reporter() = default;  // reports to no observer
+  explicit Reporter(const ConfigurationObserver& observer)
       : observer_(observer ? &observer : nullptr) {}
 
   bool wanted() const noexcept { return observer_ != nullptr; }
@@ -43,7 +43,7 @@ class Remarks {
 // Findings that need a comparison of modes with one another and with the properties.
 class ModeComparison {
  public:
-  explicit ModeComparison(const Remarks& remarks) : remarks_(remarks) {}
+  explicit ModeComparison(const Reporter& reporter) : reporter_(reporter) {}
 
   void Add(const ORVAPOOperatingMode& mode, int line);
   void CheckDefaultMode(const ORVQVTValueList& properties) const;
@@ -52,7 +52,7 @@ class ModeComparison {
   using KeyTexts = std::pair<std::string, std::string>;
   static KeyTexts TextsOf(const ORVAPOModeKey& key);
 
-  const Remarks& remarks_;
+  const Reporter& reporter_;
   std::map<KeyTexts, int> lines_;
   std::map<std::string, int> automatic_microphone_lines_;  // by speaker type
 };
