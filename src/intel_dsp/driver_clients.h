@@ -23,8 +23,8 @@ class IntelDriverClients {
   ORVAPOIntelDriverInterface_BRW* broadwell() const noexcept { return broadwell_.get(); }
   KELAPOIntelDriverInterface_SKL* skylake() const noexcept { return skylake_.get(); }
 
-  // Put a new client in the place of the present one, whose driver is let go; the status is how
-  // opening the driver went. The present one stays when memory runs out.
+  // Replace the present client by a new one and close the present one's driver. Return the status
+  // of opening the driver. The present client stays if memory runs out.
   HRESULT ReplaceBroadwell(Machine& machine);
   HRESULT ReplaceSkylake(const std::shared_ptr<Machine>& machine,
                          const std::shared_ptr<NamedEvent>& event, const std::wstring& device_id);

@@ -13,8 +13,8 @@
 
 namespace orv {
 
-// Objects share the driver clients of the process, and the newest object's serve them all: their
-// operations run one after another, whatever threads ask for them.
+// All objects share the driver clients of the process, which the newest object has opened. Their
+// operations run one after another, on any thread.
 class CKELAPOIntelDSP final
     : public RefCounted<
           Chain<IKELAPOIntelDSP, IKELAPOIntelDSP2, IKELAPOIntelDSP3, IKELAPOIntelDSP4>> {
@@ -23,7 +23,7 @@ class CKELAPOIntelDSP final
   explicit CKELAPOIntelDSP(Module& module, bool for_endpoint = false)
       : RefCounted(&module), for_endpoint_(for_endpoint) {}
 
-  // Looks for a Broadwell driver, else for a Skylake module behind the default endpoint. Fails if
+  // Looks for a Broadwell driver, else for a Skylake module of the default endpoint. Fails if
   // neither is found; for an endpoint only if memory runs out or there is no machine.
   HRESULT FinalConstruct();
   // Keeps the endpoint alive and, unless there is a Broadwell driver, takes its Skylake module.

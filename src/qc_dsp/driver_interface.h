@@ -22,8 +22,8 @@ class ORVAPOQCDriverInterface {
   ORVAPOQCDriverInterface(const ORVAPOQCDriverInterface&) = delete;
   ORVAPOQCDriverInterface& operator=(const ORVAPOQCDriverInterface&) = delete;
 
-  // One record in one message. 0 once the message was made, whatever the driver says of it: it
-  // reports nothing that a caller could act on. E_FAIL without a driver, E_OUTOFMEMORY.
+  // Sends one record in one message. Returns 0 even if the driver refuses the message: it reports
+  // nothing that a caller could act on. E_FAIL without a driver, E_OUTOFMEMORY.
   HRESULT SendParameter(std::uint32_t parameter, std::uint32_t form_factor,
                         std::span<const std::byte> payload);
 

@@ -91,7 +91,7 @@ void CORVAPOQCDSP::AddControl(std::wstring_view name, LONG value) {
   controls_.insert_or_assign(std::move(key), value);
 }
 
-// What becomes of the records before the last one is not told.
+// Returns the status of the last record only.
 HRESULT CORVAPOQCDSP::WriteControlsToQCDriver() {
   HRESULT status = S_OK;
   for (const QualcommParameter parameter : kQualcommSendingOrder) {

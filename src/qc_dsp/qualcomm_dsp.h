@@ -7,12 +7,12 @@
 
 namespace orv {
 
-// A new object for an endpoint: `endpoint` is kept alive by it, `device` (may be null) tells the
-// form factor. One reference for the caller; E_NOTIMPL without a driver, and `dsp` then is null.
+// A new object for an endpoint. It keeps `endpoint` alive and reads the form factor of `device`,
+// which may be null. One reference for the caller; E_NOTIMPL and a null `dsp` without a driver.
 HRESULT CreateQualcommDspForEndpoint(Module& module, IUnknown* endpoint, IMMDevice* device,
                                      IORVAPOQCDSP** dsp);
 // For class factories: an object without an endpoint and without a driver. It keeps a form factor;
-// its WriteControls answers E_NOTIMPL.
+// its WriteControls returns E_NOTIMPL.
 HRESULT CreateQualcommDspForClient(Module& module, IUnknown* outer, REFIID iid, void** object);
 
 }  // namespace orv

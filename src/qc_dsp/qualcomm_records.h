@@ -1,4 +1,4 @@
-// The parameter records of the Qualcomm audio driver: filled from controls, decoded for people.
+// The parameter records of the Qualcomm audio driver: filled from controls, decoded to text.
 #pragma once
 
 #include <array>

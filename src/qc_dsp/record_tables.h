@@ -9,7 +9,7 @@
 namespace orv::qualcomm {
 
 enum class Conversion : std::uint8_t {
-  Fixed,    // `fixed`, whatever the controls say
+  Fixed,    // `fixed`, for all controls
   Options,  // the record's option bits
   Number,   // the control's value as it is
   GainQ15,  // whole decibels, kMute for silence

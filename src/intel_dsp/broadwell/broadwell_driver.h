@@ -7,8 +7,8 @@
 
 namespace orv {
 
-// Every operation returns whether the I/O control succeeded, and the driver's own status besides;
-// callers test both. `apply` is handed to the driver unchanged.
+// Every operation returns whether the I/O control succeeded, and the driver's own status in
+// `status`; callers test both. `apply` is passed to the driver unchanged.
 class BroadwellDriver {
  public:
   virtual bool GetParameter(HRESULT& status, std::uint32_t parameter, void* buffer,

@@ -14,13 +14,13 @@ namespace orv {
 // Used by one thread at a time. Without an opened driver every request fails.
 class ORVAPOIntelDriverInterface_BRW final : public BroadwellDriver {
  public:
-  // Opens the machine's driver and switches its module on; `status` is E_FAIL when there is no
+  // Opens the machine's driver and switches its module on; `status` is E_FAIL if there is no
   // driver to open.
   ORVAPOIntelDriverInterface_BRW(Machine& machine, HRESULT& status, std::uint32_t module_number);
   ORVAPOIntelDriverInterface_BRW(const ORVAPOIntelDriverInterface_BRW&) = delete;
   ORVAPOIntelDriverInterface_BRW& operator=(const ORVAPOIntelDriverInterface_BRW&) = delete;
 
-  // These succeed when the driver was reached and its status is not negative.
+  // These succeed if the driver was reached and its status is not negative.
   bool GetAPIVersion(HRESULT& status, std::uint8_t& version, std::uint8_t& features);
   bool GetModuleInfo(HRESULT& status, std::string& name, std::string& version);
   bool SetStatus(HRESULT& status);

@@ -1,4 +1,4 @@
-// Records of the Broadwell driver's interface, as they lie in memory. Little-endian.
+// Records of the Broadwell driver's interface, as laid out in memory. Little-endian.
 #pragma once
 
 #include <cstddef>

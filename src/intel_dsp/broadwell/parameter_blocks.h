@@ -12,8 +12,8 @@
 
 namespace orv {
 
-// A parameter's name and fields as people read them; an empty name and no fields for an unknown
-// parameter, no fields for a size that it does not have.
+// A parameter's name and its fields as text. Empty for an unknown parameter; no fields if the size
+// is not the parameter's.
 std::string BroadwellBlockName(std::uint32_t parameter);
 std::vector<DecodedField> DecodeBroadwellBlock(std::uint32_t parameter,
                                                std::span<const std::byte> block);

@@ -26,7 +26,7 @@ std::int32_t Integer(const std::string& name, const ControlValueMap& map) {
   return value;
 }
 
-// The control's integer, or that of the one that stands in for it.
+// The control's integer, or that of the control that replaces it.
 std::int32_t IntegerOr(const char* name, const char* other, const wchar_t* trying,
                        const ControlValueMap& map) {
   try {

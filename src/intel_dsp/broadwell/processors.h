@@ -13,7 +13,7 @@
 namespace orv {
 
 // Processors send what they are named after and throw IntelException if a control does not convert
-// or the driver refuses. `apply` is handed to the driver unchanged.
+// or the driver refuses. `apply` is passed to the driver unchanged.
 class KELAPOIntelDSP_BRW {
  public:
   static constexpr std::uint32_t kLeft = 0;
@@ -43,7 +43,7 @@ class KELAPOIntelDSP_BRW {
   HRESULT SetProperty(const std::wstring& name, std::uint8_t apply, const VARIANT& value);
 
  private:
-  // True when the driver took the request and its status is 0.
+  // Returns whether the driver took the request and its status is 0.
   bool Send(std::uint32_t parameter, std::span<const std::byte> bytes, std::uint8_t apply,
             HRESULT& status);
   // Throws if the driver refuses, or if there is nothing to send because a design was refused.

@@ -33,7 +33,7 @@ const ORVQVTValue& RequireControl(const std::string& name, const ControlValueMap
   throw IntelException(name, message);
 }
 
-// The number that the text starts with, whatever the locale; 0 when there is none.
+// The number at the start of the text, in the C locale; 0 if there is none.
 double LeadingNumber(const std::string& text) {
   std::size_t start = text.find_first_not_of(" \t\n\v\f\r");
   if (start == std::string::npos) return 0;
@@ -270,7 +270,7 @@ void KELAPOIntelDSP_Utils::SetMainTechStr_VQ3D(const std::string& name, const Co
     std::istringstream stream(text);
     stream.imbue(std::locale::classic());
     int number = 0;
-    stream >> number;  // 0 when the text is no number
+    stream >> number;  // 0 if the text is not a number
     field = static_cast<std::uint32_t>(number);
   } else {
     const auto found = MainTechTable().find(text);

@@ -1,7 +1,7 @@
 // One control of an operating mode as one field of an Intel DSP's parameter block.
 //
-// A converter leaves its field untouched when it throws. Where a fallback is named for a control
-// whose text is in no table, the field takes that.
+// A converter that throws leaves its field untouched. A text that is not in the table gives the
+// fallback, if one is named.
 #pragma once
 
 #include <cstdint>
@@ -47,7 +47,7 @@ class KELAPOIntelDSP_Utils {
                               std::int16_t& field, int integer_bits);
   static void SetFloatValue(const std::string& name, const ControlValueMap& map, float& field,
                             float divisor);
-  // False, the field untouched, when there is no such control.
+  // Returns false and leaves the field untouched if there is no such control.
   static bool SetGainValue_Float(const std::string& name, const ControlValueMap& map,
                                  std::int16_t& field, float multiplier);
   static void SetIntegerValue(const std::string& name, const ControlValueMap& map,

@@ -203,7 +203,7 @@ struct CoefficientWrite {
   std::array<std::int32_t, 24> words;
   std::size_t count;
 };
-// None when the block does not select custom coefficients.
+// Returns nullopt if the block does not select custom coefficients.
 using CoefficientDesign = std::optional<CoefficientWrite> (*)(const BlockBytes& block,
                                                               const ControlValueMap& map);
 std::optional<CoefficientWrite> DesignBassCoefficients(const BlockBytes& block,
@@ -218,7 +218,7 @@ struct Block {
   std::span<const Field> fields;
   std::size_t size;
   CoefficientDesign coefficients = nullptr;
-  // What a single-control write reports when the block cannot be read.
+  // What a single-control write reports if the block cannot be read.
   const wchar_t* read_failure = L"Error: [%s] set aborted. DSP GetParameter() failed.";
 };
 

@@ -27,8 +27,8 @@ HRESULT WriteFromControls(SkylakeDriver& driver, const Block& block, const Contr
   });
 }
 
-// When controls are missing the DSP keeps what it holds; only when it does not say what that is the
-// block goes out as it was built so far, after `complete`.
+// If controls are missing, the DSP keeps its block. If that cannot be read, the block is sent as
+// far as it was built, after `complete`.
 template <class Complete>
 HRESULT WriteOrKeep(SkylakeDriver& driver, const Block& block, const ControlValueMap& map,
                     std::uint8_t apply, const wchar_t* ignored, Complete complete) {

@@ -16,11 +16,11 @@ void ConvertField(const Field& field, const ControlValueMap& map, BlockBytes& by
 // Fills a field that could not be converted; false rethrows the exception.
 using FieldRescue =
     std::function<bool(const Field& field, const IntelException& error, BlockBytes& bytes)>;
-// Fills the fields in their order. When it throws, `bytes` holds what was filled until then.
+// Fills the fields in their order. If it throws, `bytes` holds what was filled until then.
 void FillBlock(const Block& block, const ControlValueMap& map, BlockBytes& bytes,
                const FieldRescue& rescue = {});
 
-// Reports the first field whose value lies outside its range.
+// Reports the first field whose value is outside its range.
 bool InRange(const Block& block, const BlockBytes& bytes);
 
 class BlockOutOfRange : public std::exception {

@@ -209,7 +209,7 @@ HRESULT KELAPOIntelDriverInterface_SKL::FindModule(IKsControl& control) {
   ModuleListHeader header;
   std::memcpy(&header, list.data(), sizeof header);
   Diagnose(here, L"Modules count: %d, modules size: %d", header.count, header.total_size);
-  // The driver's word on the count ends where its answer ends.
+  // The answer may hold fewer modules than its header counts.
   std::span<const std::byte> entries = std::span(list).subspan(sizeof header);
   lists_modules_ = entries.size() / sizeof(ModuleEntry) >= header.count;
   for (std::uint32_t i = 0; i < header.count && entries.size() >= sizeof(ModuleEntry); ++i) {

@@ -18,31 +18,31 @@ namespace orv {
 // of WithDriverClients. Until an activation has succeeded every request fails.
 class KELAPOIntelDriverInterface_SKL final : public SkylakeDriver {
  public:
-  // What GetAPIVersion and GetModuleInfo answer when there is nothing to tell.
+  // The status of GetAPIVersion and GetModuleInfo if the module is not known.
   static constexpr HRESULT kUnsuccessful = static_cast<HRESULT>(0xC0000001);
 
-  // The driver is given the event, if there is one, until the client is destroyed.
+  // Registers the event, if there is one, with the driver until the client is destroyed.
   KELAPOIntelDriverInterface_SKL(std::shared_ptr<Machine> machine,
                                  std::shared_ptr<NamedEvent> event);
   ~KELAPOIntelDriverInterface_SKL();
   KELAPOIntelDriverInterface_SKL(const KELAPOIntelDriverInterface_SKL&) = delete;
   KELAPOIntelDriverInterface_SKL& operator=(const KELAPOIntelDriverInterface_SKL&) = delete;
 
-  // Finds the module behind an active render endpoint; an empty identifier means the default
-  // endpoint. Once only.
+  // Finds the module of an active render endpoint; an empty identifier means the default endpoint.
+  // Call it once only.
   HRESULT ActivateIKsControls(const std::wstring& device_id);
 
-  // Whether the driver answered its whole list of modules, with or without this one.
+  // Whether the driver returned its whole list of modules, with or without this one.
   bool lists_modules() const noexcept { return lists_modules_; }
 
-  // These succeed when the driver took the request and answered all of it.
+  // These succeed if the driver took the request and returned a complete answer.
   bool GetAPIVersion(HRESULT& status, std::uint8_t& version, std::uint8_t& features);
   bool GetModuleInfo(HRESULT& status, std::string& name, std::string& version);
   bool GetStatus(HRESULT& status, std::uint8_t& enabled, std::uint8_t apply) override;
   bool SetStatus(HRESULT& status, std::uint8_t enable, std::uint8_t apply) override;
   // 0 while the module is not instantiated.
   bool GetInstanceStatus(HRESULT& status, std::uint8_t& instance);
-  // `buffer` takes at most `size` bytes, and zeros behind a shorter answer.
+  // Fills `size` bytes of `buffer`: the answer, then zeros.
   bool GetParameter(HRESULT& status, std::uint32_t parameter, void* buffer, std::uint32_t size,
                     std::uint8_t apply) override;
   bool SetParameter(HRESULT& status, std::uint32_t parameter, const void* buffer,

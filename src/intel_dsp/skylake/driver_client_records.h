@@ -1,4 +1,4 @@
-// Requests to the Skylake driver's wave filter and its answers, as they lie in memory.
+// Requests to the Skylake driver's wave filter and its answers, as laid out in memory.
 // Little-endian.
 #pragma once
 
@@ -98,7 +98,7 @@ struct ModuleEntry {
 static_assert(sizeof(ModuleEntry) == 148 && offsetof(ModuleEntry, id) == 4);
 static_assert(offsetof(ModuleEntry, name) == 20 && offsetof(ModuleEntry, version) == 84);
 
-// Parameter blocks travel behind their size.
+// A parameter block is sent after its size.
 struct BlockBuffer {
   std::uint32_t size;
   std::byte data[kLargestBlock];

@@ -37,7 +37,7 @@ inline constexpr std::size_t kRightFilterTrailer = 24;
 std::size_t IirWords(std::int32_t order);
 std::size_t FirWords(std::int32_t length);
 
-// A Butterworth set; empty when the frequency (Hz) is not one of the sample rate.
+// A Butterworth set; empty if the frequency (Hz) is not between 0 and half the sample rate.
 std::vector<std::int32_t> DesignHighPass(float frequency, std::int32_t order,
                                          std::int32_t sample_rate);
 
@@ -50,7 +50,7 @@ struct FilterBlock {
   std::unique_ptr<std::byte[]> bytes;
   std::size_t size = 0;
 };
-// Throw IntelException when an order is out of range, words are missing or the block would grow
+// Throw IntelException if an order is out of range, words are missing or the block would grow
 // beyond its capacity.
 FilterBlock MakeLeftFilterBlock(const FilterCoefficients& filter);
 FilterBlock MakeRightFilterBlock(const FilterCoefficients& filter);

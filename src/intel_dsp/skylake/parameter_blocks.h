@@ -27,8 +27,8 @@ struct SkylakeControlPlace {
 };
 std::optional<SkylakeControlPlace> FindSkylakeControl(const std::string& control);
 
-// The writers answer 0 or a positive status for success, a negative one for failure; what a writer
-// sent (or would have sent) stays in the process-wide cache.
+// The writers return 0 or a positive status for success, a negative one for failure. What a writer
+// sent, or would have sent, stays in a cache of the process.
 class KELAPOIntelDSP_SKL {
  public:
   explicit KELAPOIntelDSP_SKL(SkylakeDriver& driver) : driver_(driver) {}
@@ -36,10 +36,10 @@ class KELAPOIntelDSP_SKL {
   HRESULT SetVQ3DControls(const ControlValueMap& map, std::uint8_t apply);
   HRESULT SetVQ3DEVolHDControls(const ControlValueMap& map, std::uint8_t apply);
   HRESULT SetVQ3DVocadiagControls(const ControlValueMap& map, std::uint8_t apply);
-  // A custom loudspeaker size that no filters can be designed for, or whose filters the module
-  // refuses, keeps the block back: it would select coefficients that the module does not have.
+  // Does not send the block if the filters of a custom loudspeaker size cannot be designed or are
+  // refused: it would select coefficients that the module does not have.
   HRESULT SetVQ3DCommonControls(const ControlValueMap& map, std::uint8_t apply);
-  // Likewise for a custom cut-off.
+  // The same for a custom cut-off.
   HRESULT SetVQ3DPX3DControls(const ControlValueMap& map, std::uint8_t apply);
   HRESULT SetVQ3DMXHPControls(const ControlValueMap& map, std::uint8_t apply);
   HRESULT SetVQ3DGEQControls(const ControlValueMap& map, std::uint8_t apply);
@@ -50,12 +50,11 @@ class KELAPOIntelDSP_SKL {
   HRESULT SetVQ3DAdvGainControls(const ControlValueMap& map, std::uint8_t apply);
   // A high-pass that is switched off is not in the block: its header has order 0, and no words
   // follow. A band whose frequency or quality factor is not above zero becomes a unity section;
-  // a band or a high-pass at or above half the sample rate keeps both blocks back.
+  // neither block is sent if a band or a high-pass is at or above half the sample rate.
   HRESULT SetVQ3DHPFAEQControls(const ControlValueMap& map, std::uint8_t apply);
   HRESULT SetPPModuleStatus(std::uint8_t enable, std::uint8_t apply);
-  // Reads the block that holds the process enable, and writes it back with `value` when that
-  // succeeded, whatever its other fields hold. The status is that of the read; the module's own
-  // status is not touched.
+  // Reads the block of the process enable and writes it back with `value`, without a range check of
+  // its other fields. Returns the status of the read. Does not change the module's own status.
   HRESULT SetProcessEnable(std::uint32_t value, std::uint8_t apply);
   // Gain in tenths of dB; bands 0 to 4.
   HRESULT SetGEQBandGain(int band, std::int16_t gain, std::uint8_t apply);
@@ -74,11 +73,11 @@ class KELAPOIntelDSP_SKL {
   // Reads the switch that SetProcessEnable writes; leaves `enabled` alone if the read fails.
   HRESULT ReadProcessEnable(bool& enabled, std::uint8_t apply);
 
-  // Both channels are checked before the first is sent; throws IntelException when an order is out
+  // Both channels are checked before the first is sent; throws IntelException if an order is out
   // of range or words are missing. The status is the first failure.
   HRESULT SetVQ3DFilterCoeff(const FilterCoefficients& left, const FilterCoefficients& right,
                              std::uint8_t apply);
-  // Sends a coefficient block and reads it back; E_FAIL when the DSP holds something else.
+  // Sends a coefficient block and reads it back; E_FAIL if the DSP holds something else.
   HRESULT WriteCoeffToDsp(std::uint32_t parameter, const void* buffer, std::uint32_t size,
                           std::uint8_t apply);
 
@@ -104,8 +103,8 @@ inline constexpr std::array<SkylakeWriter, 13> kSkylakeWriters = {
 inline constexpr auto kSkylakeControlWriters = std::span(kSkylakeWriters).first<12>();
 
 void ShowtOpStatus(bool success, const char* block, const char* operation);
-// A block's name and fields as people read them; an empty name and no fields for an unknown
-// parameter, no fields for a size that is not the block's.
+// A block's name and its fields as text. Empty for an unknown parameter; no fields if the size is
+// not the block's.
 std::string SkylakeBlockName(std::uint32_t parameter);
 std::vector<DecodedField> DecodeSkylakeBlock(std::uint32_t parameter,
                                              std::span<const std::byte> block);

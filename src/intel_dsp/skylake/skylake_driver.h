@@ -12,8 +12,8 @@ constexpr HRESULT StatusOf(bool succeeded, HRESULT status) noexcept {
   return succeeded || FAILED(status) ? status : E_FAIL;
 }
 
-// Every operation answers whether the driver call succeeded and gives the driver's own status
-// (negative: refused) besides. `apply` is handed to the driver unchanged.
+// Every operation returns whether the driver call succeeded, and the driver's own status
+// (negative: refused) in `status`. `apply` is passed to the driver unchanged.
 class SkylakeDriver {
  public:
   virtual bool GetParameter(HRESULT& status, std::uint32_t parameter, void* buffer,

@@ -22,7 +22,7 @@ HRESULT Report(const DiagnosticSite& site, const wchar_t* text, HRESULT status) 
   return status;
 }
 
-// Sets the part's selector to the part that the walk came from. False when it has none.
+// Sets the part's selector to the part that the walk came from. False if it has none.
 template <class Selector>
 bool Select(IPart& part, IPart& arrived_from, const wchar_t* done, const wchar_t* failed) {
   ComPtr<Selector> selector;

@@ -16,7 +16,7 @@ struct WaveFilter {
 
 // Follows connectors and parts against the stream, from the endpoint to the connector that software
 // streams into, and sets the selectors on its way so that the path leads through them. A topology
-// without an end is given up.
+// without an end is a failure.
 class TopologyWalk {
  public:
   explicit TopologyWalk(IMMDeviceEnumerator& devices) : devices_(devices) {}
