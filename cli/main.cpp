@@ -14,12 +14,20 @@ namespace orv::cli {
 namespace {
 
 void AddCommands(CLI::App& app, Context& context) {
-  AddEndpointCommands(app, context);
-  AddModeCommands(app, context);
-  AddControlCommands(app, context);
+  AddEndpointsCommand(app, context);
+  AddConfigCommand(app, context);
+  AddPropertiesCommand(app, context);
+  AddModesCommand(app, context);
+  AddModeCommand(app, context);
+  AddEnableCommand(app, context);
+  AddRestoreCommand(app, context);
+  AddControlsCommand(app, context);
+  AddGetCommand(app, context);
+  AddSetCommand(app, context);
   AddWatchCommand(app, context);
   AddAnalyseCommand(app, context);
-  AddPresetCommands(app, context);
+  AddSaveCommand(app, context);
+  AddLoadCommand(app, context);
   AddDoctorCommand(app, context);
   AddRegistrationCommands(app, context);
   AddCheckCommand(app, context);

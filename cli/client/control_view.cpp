@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "cli/show/failure.h"
+#include "cli/show/remedy.h"
 #include "cli/show/scale.h"
 #include "cli/show/select.h"
 #include "platform/text.h"
@@ -78,6 +79,24 @@ std::vector<ControlView> ViewControls(Catalog& catalog, const Endpoint& endpoint
   return views;
 }
 
+const ControlView* FindView(const std::vector<ControlView>& views, const std::string& name) {
+  const auto found = std::ranges::find(views, name, &ControlView::name);
+  return found != views.end() ? &*found : nullptr;
+}
+
+ControlView FindControl(Catalog& catalog, const Endpoint& endpoint, const Mode& mode,
+                        const std::string& name) {
+  std::vector<std::string> names;
+  for (const ORVAPOControlType list : {kORVAPO_Cont_Public, kORVAPO_Cont_Private}) {
+    const std::vector<ControlView> views = ViewControls(catalog, endpoint, mode, list);
+    if (const ControlView* view = FindView(views, name)) return *view;
+    for (const ControlView& view : views) names.push_back(view.name);
+  }
+  UsageFailure("no control named \"" + name + "\" in " + mode.name() + "." +
+               Suggestion(names, name) + "\nWhat lists them: " +
+               CommandLine("controls " + endpoint.number() + " --mode " + ShellWord(mode.name())));
+}
+
 Json ToJson(const ControlView& view) {
   Json json;
   json["name"] = view.name;
@@ -103,6 +122,11 @@ void ShowControls(Output& output, const std::vector<ControlView>& views) {
     table.Add({Cell(view.name), view.value ? std::to_string(*view.value) : "-",
                Cell(view.text, ansi::kAccent), Cell(RangeText(view), ansi::kDim)});
   output.Show(table);
+}
+
+void ShowControl(Output& output, const ControlView& view) {
+  if (output.json()) return output.Value(ToJson(view));
+  ShowControls(output, {view});
 }
 
 std::string RangeFault(const ControlView& view, std::int32_t value) {

@@ -30,9 +30,18 @@ ORVAPOControlType ParseListName(const std::string& name);
 std::vector<ControlView> ViewControls(Catalog& catalog, const Endpoint& endpoint, const Mode& mode,
                                       ORVAPOControlType list);
 
+// The one of this name; null if there is none.
+const ControlView* FindView(const std::vector<ControlView>& views, const std::string& name);
+
+// A control of the mode, public ones first. Usage failure with the nearest name when there is none.
+ControlView FindControl(Catalog& catalog, const Endpoint& endpoint, const Mode& mode,
+                        const std::string& name);
+
 Json ToJson(const ControlView& view);
 Json ToJson(const std::vector<ControlView>& views);
 void ShowControls(Output& output, const std::vector<ControlView>& views);
+// As a table, or as its JSON value.
+void ShowControl(Output& output, const ControlView& view);
 
 // The integer that `text` means for the control: a number, or one of its choices (exact, else
 // letter case ignored). Usage failure when it is neither, or out of range unless `force`.

@@ -36,6 +36,8 @@ std::filesystem::path ProgramFolder();
 // `folder` then comes out as the one that was taken.
 std::unique_ptr<Machine> OpenMachine(std::filesystem::path& folder);
 
+// The sample machine that stands for every other where none is named.
+inline constexpr char kDefaultSample[] = "skylake-laptop";
 // Folder of the sample machines that came with the program; throws Failure when it is not there.
 std::filesystem::path SampleMachinesFolder();
 

@@ -11,8 +11,7 @@ ChangeValue From(const std::optional<Value>& value) {
 }
 
 const ModeState* FindMode(const EndpointState& state, const std::string& name) {
-  const auto found = std::find_if(state.modes.begin(), state.modes.end(),
-                                  [&](const ModeState& mode) { return mode.name == name; });
+  const auto found = std::ranges::find(state.modes, name, &ModeState::name);
   return found != state.modes.end() ? &*found : nullptr;
 }
 

@@ -1,5 +1,5 @@
-// The commands, one file per group. A new group is one more file with an Add...Commands function,
-// declared here and called once by AddCommands in main.cpp.
+// The commands, each in the file of its name. A new one is one more file with an Add...Command
+// function, declared here and called once by AddCommands in main.cpp.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -40,25 +40,33 @@ inline constexpr char kControlHelp[] = "Control: its exact name";
 Table EndpointsTable(const std::vector<Endpoint>& endpoints);
 Table ModesTable(const Endpoint& endpoint);
 
-void AddEndpointCommands(CLI::App& app, Context& context);      // endpoints, config, properties
-void AddModeCommands(CLI::App& app, Context& context);          // modes, mode, enable, restore
-void AddControlCommands(CLI::App& app, Context& context);       // controls, get, set
-void AddWatchCommand(CLI::App& app, Context& context);          // watch
-void AddAnalyseCommand(CLI::App& app, Context& context);        // analyse
-void AddPresetCommands(CLI::App& app, Context& context);        // save, load
-void AddDoctorCommand(CLI::App& app, Context& context);         // doctor
+void AddEndpointsCommand(CLI::App& app, Context& context);
+void AddConfigCommand(CLI::App& app, Context& context);
+void AddPropertiesCommand(CLI::App& app, Context& context);
+void AddModesCommand(CLI::App& app, Context& context);
+void AddModeCommand(CLI::App& app, Context& context);
+void AddEnableCommand(CLI::App& app, Context& context);
+void AddRestoreCommand(CLI::App& app, Context& context);
+void AddControlsCommand(CLI::App& app, Context& context);
+void AddGetCommand(CLI::App& app, Context& context);
+void AddSetCommand(CLI::App& app, Context& context);
+void AddWatchCommand(CLI::App& app, Context& context);
+void AddAnalyseCommand(CLI::App& app, Context& context);
+void AddSaveCommand(CLI::App& app, Context& context);
+void AddLoadCommand(CLI::App& app, Context& context);
+void AddDoctorCommand(CLI::App& app, Context& context);
 void AddRegistrationCommands(CLI::App& app, Context& context);  // register, unregister
-void AddCheckCommand(CLI::App& app, Context& context);          // check
-void AddImageCommands(CLI::App& app, Context& context);         // image decode, image encode
-void AddMachineCommands(CLI::App& app, Context& context);       // machine new
-void AddDriversCommand(CLI::App& machine, Context& context);    // machine drivers
-void AddFilterCommands(CLI::App& app, Context& context);        // filter butterworth, bands, bass
-void AddDspCommands(CLI::App& app, Context& context);           // dsp intel, dsp qualcomm
-void AddIntelDspCommands(CLI::App& dsp, Context& context);      // called by AddDspCommands
+void AddCheckCommand(CLI::App& app, Context& context);
+void AddImageCommands(CLI::App& app, Context& context);       // image decode, image encode
+void AddMachineCommands(CLI::App& app, Context& context);     // machine new
+void AddDriversCommand(CLI::App& machine, Context& context);  // machine drivers
+void AddFilterCommands(CLI::App& app, Context& context);      // filter butterworth, bands, bass
+void AddDspCommands(CLI::App& app, Context& context);         // dsp intel, dsp qualcomm
+void AddIntelDspCommands(CLI::App& dsp, Context& context);    // called by AddDspCommands
 // dsp intel get, dsp intel set; `endpoint` is what the user named, known when a command runs.
 void AddIntelPropertyCommands(CLI::App& intel, Context& context, const std::string& endpoint);
 void AddDriftCommand(CLI::App& app, Context& context);       // drift
 void AddCompletionCommand(CLI::App& app, Context& context);  // completion bash
-void AddStoryCommand(CLI::App& app, Context& context);       // story
+void AddStoryCommand(CLI::App& app, Context& context);
 
 }  // namespace orv::cli

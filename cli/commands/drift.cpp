@@ -165,9 +165,7 @@ std::vector<Drift> DriftOf(Context& context, const Endpoint& endpoint, const Mod
   const auto publics = ViewControls(context.catalog(), endpoint, mode, kORVAPO_Cont_Public);
   std::vector<Drift> drifts;
   for (const ControlView& registry : publics) {
-    const auto found = std::find_if(defaults.begin(), defaults.end(),
-                                    [&](const auto& view) { return view.name == registry.name; });
-    const ControlView* by_default = found != defaults.end() ? &*found : nullptr;
+    const ControlView* by_default = FindView(defaults, registry.name);
     Drift drift{mode.name(), registry.name, SaidBy(by_default), SaidBy(&registry), {}};
     if (dsp != nullptr) drift.dsp = dsp->Says(registry.display, by_default, registry);
     const bool stored = by_default != nullptr && drift.by_default.value != drift.registry.value;

@@ -1,6 +1,4 @@
 // dsp, dsp qualcomm
-#include <algorithm>
-
 #include "cli/client/dsp_objects.h"
 #include "cli/commands/commands.h"
 #include "cli/dsp/plan.h"
@@ -21,22 +19,10 @@ struct Arguments {
 const std::vector<std::string> kFormFactors = {"reserved", "speaker", "headset", "hdmi",
                                                "bluetooth"};
 
-int ParseFormFactor(const std::string& text) {
-  const auto named = std::find(kFormFactors.begin(), kFormFactors.end(), text);
-  if (named != kFormFactors.end()) return static_cast<int>(named - kFormFactors.begin());
-  const std::optional<int> number = ParseNumber(text);
-  if (number && *number >= 0 && static_cast<std::size_t>(*number) < kFormFactors.size())
-    return *number;
-  std::string known;
-  for (std::size_t i = 0; i < kFormFactors.size(); ++i)
-    known += "\n  " + std::to_string(i) + "  " + kFormFactors[i];
-  UsageFailure("no form factor \"" + text + "\"." + Suggestion(kFormFactors, text) +
-               "\nKnown:" + known);
-}
-
 void PushMode(Context& context, const Arguments& arguments) {
   std::optional<int> form_factor;
-  if (!arguments.form_factor.empty()) form_factor = ParseFormFactor(arguments.form_factor);
+  if (!arguments.form_factor.empty())
+    form_factor = ParseChoice(kFormFactors, arguments.form_factor, "form factor");
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const Mode mode = context.SelectMode(endpoint, arguments.mode);
   const QualcommDsp dsp(endpoint);

@@ -1,7 +1,6 @@
-// endpoints, config, properties
+// endpoints
 #include "cli/commands/commands.h"
 #include "cli/show/remedy.h"
-#include "cli/show/select.h"
 
 namespace orv::cli {
 namespace {
@@ -38,40 +37,6 @@ void ListEndpoints(Context& context) {
   context.output.Value(array);
 }
 
-void ShowConfig(Context& context, const std::string& endpoint_text,
-                const std::optional<int>& wanted) {
-  const Endpoint endpoint = context.SelectEndpoint(endpoint_text);
-  if (wanted) endpoint.SetConfig(static_cast<ORVAPOEndpointConfig>(*wanted));
-  const int config = endpoint.Config();
-  if (context.output.json()) return context.output.Value({{"config", config}});
-  const char* meaning =
-      config == kORVAPO_EPCfg_DSP ? "modes for the DSP" : "modes without selector";
-  context.output.Line(std::to_string(config) + " (" + meaning + "): " +
-                      Counted(endpoint.Modes().size(), "mode") + " in " + endpoint.ConfigFile());
-}
-
-void ShowProperties(Context& context, const std::string& endpoint_text, const std::string& key) {
-  const Endpoint endpoint = context.SelectEndpoint(endpoint_text);
-  std::vector<Endpoint::Property> properties;
-  if (key.empty()) {
-    properties = endpoint.Properties();
-  } else if (const auto property = endpoint.FindProperty(key)) {
-    properties.push_back(*property);
-  } else {
-    std::vector<std::string> keys;
-    for (const Endpoint::Property& known : endpoint.Properties()) keys.push_back(known.key);
-    UsageFailure("no property named \"" + key + "\"." + Suggestion(keys, key));
-  }
-  Json array = Json::array();
-  Table table({{"PROPERTY"}, {"VALUE"}});
-  for (const Endpoint::Property& property : properties) {
-    array.push_back({{"key", property.key}, {"value", property.value}});
-    table.Add({property.key, Cell(property.value, ansi::kAccent)});
-  }
-  if (context.output.json()) return context.output.Value(array);
-  context.output.Show(table);
-}
-
 }  // namespace
 
 Table EndpointsTable(const std::vector<Endpoint>& endpoints) {
@@ -86,33 +51,9 @@ Table EndpointsTable(const std::vector<Endpoint>& endpoints) {
   return table;
 }
 
-void AddEndpointCommands(CLI::App& app, Context& context) {
+void AddEndpointsCommand(CLI::App& app, Context& context) {
   AddCommand(app, "endpoints", "Every endpoint the component finds", "orvctl endpoints")
       ->callback([&context] { ListEndpoints(context); });
-
-  struct Arguments {
-    std::string endpoint;
-    std::optional<int> config;
-    std::string key;
-  };
-  const auto arguments = std::make_shared<Arguments>();
-  CLI::App* config = AddCommand(
-      app, "config", "The configuration type in force, or reload with another",
-      "orvctl config 0 1\n  orvctl modes 0 --config 1",
-      "Every program starts with type 0. The option --config 1 runs any command with the modes for "
-      "the DSP.");
-  config->add_option("ENDPOINT", arguments->endpoint, kEndpointHelp)->required();
-  config->add_option("TYPE", arguments->config, "0: modes without selector, 1: modes for the DSP")
-      ->check(CLI::Range(0, 1));
-  config->callback(
-      [&context, arguments] { ShowConfig(context, arguments->endpoint, arguments->config); });
-
-  CLI::App* properties = AddCommand(app, "properties", "The configuration's properties",
-                                    "orvctl properties 0 \"Product Name\"");
-  properties->add_option("ENDPOINT", arguments->endpoint, kEndpointHelp)->required();
-  properties->add_option("KEY", arguments->key, "One property, letter case ignored");
-  properties->callback(
-      [&context, arguments] { ShowProperties(context, arguments->endpoint, arguments->key); });
 }
 
 }  // namespace orv::cli

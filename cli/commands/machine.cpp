@@ -10,8 +10,6 @@
 namespace orv::cli {
 namespace {
 
-constexpr char kDefaultSample[] = "skylake-laptop";
-
 // A sample's name, or a machine's folder.
 std::filesystem::path SourceFolder(const std::string& from) {
   std::error_code ignored;
@@ -21,10 +19,8 @@ std::filesystem::path SourceFolder(const std::string& from) {
   if (std::filesystem::is_directory(sample, ignored)) return sample;
   if (std::filesystem::is_directory(folder, ignored)) return folder;
   const std::vector<std::string> names = MachineNames(SampleMachinesFolder());
-  std::string known;
-  for (const std::string& name : names) known += "\n  " + name;
   UsageFailure("no sample machine named \"" + from + "\"." + Suggestion(names, from) +
-               "\nKnown:" + known);
+               KnownNames(names));
 }
 
 void MakeMachine(Context& context, const std::string& folder, const std::string& from) {

@@ -75,12 +75,9 @@ void ShowFields(Output& output, const DriverRecord& record, bool all) {
       record.driver + " " + ParameterText(record.parameter) + " " + BlockName(block), ansi::kBold));
   if (fields.empty()) return output.Line("  " + RecordHex(record));
   if (!all) std::erase_if(fields, [](const DecodedField& field) { return field.control == kGap; });
-  Table table({{"OFFSET", Align::Right}, {"CONTROL"}, {"VALUE", Align::Right}, {"MEANS"}});
+  Table table = FieldTable();
   const std::size_t shown = all ? fields.size() : std::min(fields.size(), kShownFields);
-  for (const DecodedField& field : std::span(fields).first(shown)) {
-    table.Add(
-        {std::to_string(field.offset), field.control, std::to_string(field.value), field.text});
-  }
+  for (const DecodedField& field : std::span(fields).first(shown)) AddField(table, field, false);
   output.Show(table, 2);
   if (shown < fields.size()) {
     output.Line("  " + Counted(fields.size() - shown, "more field") + "; --all shows all.");

@@ -18,17 +18,10 @@
 namespace orv::cli {
 namespace {
 
-constexpr char kSample[] = "skylake-laptop";
 constexpr std::size_t kShownControls = 8;
 constexpr std::size_t kShownPerScale = 3;
 constexpr std::size_t kBytesPerLine = 16;
 constexpr std::size_t kHeadBytes = 3 * kBytesPerLine;
-
-const ControlView* FindView(const std::vector<ControlView>& views, const std::string& name) {
-  const auto found = std::find_if(views.begin(), views.end(),
-                                  [&](const ControlView& view) { return view.name == name; });
-  return found != views.end() ? &*found : nullptr;
-}
 
 // A few of each kind, in name order.
 std::vector<ControlView> Sampled(const std::vector<ControlView>& views) {
@@ -214,9 +207,7 @@ void Story::TellChange(const Mode& mode) {
 void Story::TellSwitch(const Mode& mode) {
   Title("Another mode, and back");
   const std::vector<Mode> modes = endpoint_.Modes();
-  const auto current = std::find_if(modes.begin(), modes.end(), [&](const Mode& candidate) {
-    return candidate.name() == mode.name();
-  });
+  const auto current = std::ranges::find(modes, mode.name(), &Mode::name);
   // Two places on: the first mode is the default in most configurations, and the way back should
   // show.
   const auto position = static_cast<std::size_t>(current - modes.begin());
@@ -247,18 +238,12 @@ void Story::TellRegistry(const Mode& mode) {
 void Story::TellBlock(const PushOutcome& push) {
   for (const DspBlock& block : push.blocks) {
     const std::vector<DecodedField> fields = DecodeBlock(block);
-    if (std::none_of(fields.begin(), fields.end(),
-                     [&](const DecodedField& field) { return field.control == changed_; }))
-      continue;
+    if (std::ranges::find(fields, changed_, &DecodedField::control) == fields.end()) continue;
     Say("\"" + changed_ + "\" is a field of " + BlockName(block) + ", " +
         std::to_string(block.bytes.size()) + " bytes:");
-    Table table({{"OFFSET", Align::Right}, {"CONTROL"}, {"VALUE", Align::Right}, {"MEANS"}});
-    for (const DecodedField& field : fields) {
-      if (!IsControl(field)) continue;
-      const bool changed = field.control == changed_;
-      table.Add({std::to_string(field.offset), field.control, std::to_string(field.value),
-                 changed ? Cell(field.text, ansi::kAccent) : Cell(field.text)});
-    }
+    Table table = FieldTable();
+    for (const DecodedField& field : fields)
+      if (IsControl(field)) AddField(table, field, field.control == changed_);
     output_.Show(table, 3);
     return;
   }
@@ -289,7 +274,7 @@ void Story::TellPush(const Mode& mode) {
 
 void Tell(Context& context) {
   if (context.output.json()) UsageFailure("the story is for people; other commands take --json.");
-  const TemporaryMachine machine(SampleMachinesFolder() / kSample);
+  const TemporaryMachine machine(SampleMachinesFolder() / kDefaultSample);
   Context told(context.output);  // on the copy; gone before the copy is
   told.session_options = context.session_options;
   told.session_options.machine = machine.folder();
@@ -299,7 +284,7 @@ void Tell(Context& context) {
   const Endpoint& endpoint = endpoints.front();
   const Mode mode = told.CurrentMode(endpoint);
   context.output.Line(context.output.Painted("One request, from end to end", ansi::kBold));
-  context.output.Line(std::string("On a fresh copy of the sample machine ") + kSample + ".");
+  context.output.Line(std::string("On a fresh copy of the sample machine ") + kDefaultSample + ".");
   Story story(told, endpoint);
   story.TellMachine(endpoints);
   story.TellModes();

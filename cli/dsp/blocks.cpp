@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <optional>
 
+#include "cli/show/output.h"
 #include "intel_dsp/broadwell/parameter_blocks.h"
 #include "intel_dsp/skylake/parameter_blocks.h"
 #include "platform/driver_names.h"
@@ -52,9 +53,7 @@ std::string HexNumber(std::uint32_t number) {
 }  // namespace
 
 const DspBlock* FindBlock(const std::vector<DspBlock>& blocks, std::uint32_t parameter) {
-  const auto found = std::find_if(blocks.begin(), blocks.end(), [&](const DspBlock& block) {
-    return block.parameter == parameter;
-  });
+  const auto found = std::ranges::find(blocks, parameter, &DspBlock::parameter);
   return found != blocks.end() ? &*found : nullptr;
 }
 
@@ -77,6 +76,15 @@ bool IsControl(const DecodedField& field) {
   const std::string suite = field.control.substr(0, field.control.find(' '));
   return suite.find('-') != std::string::npos &&
          std::isupper(static_cast<unsigned char>(suite.front())) != 0;
+}
+
+Table FieldTable() {
+  return Table({{"OFFSET", Align::Right}, {"CONTROL"}, {"VALUE", Align::Right}, {"MEANS"}});
+}
+
+void AddField(Table& table, const DecodedField& field, bool accented) {
+  table.Add({std::to_string(field.offset), field.control, std::to_string(field.value),
+             Cell(field.text, accented ? ansi::kAccent : nullptr)});
 }
 
 std::string ErrorText(const std::string& sent, const std::string& read) {

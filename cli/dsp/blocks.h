@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/show/table.h"
 #include "records/layout.h"
 #include "simulated/drivers/block_format.h"  // ParameterText
 #include "simulated/drivers/driver_record.h"
@@ -33,6 +34,10 @@ std::vector<DecodedField> DecodeBlock(const DspBlock& block);
 // Controls bear the name of their suite ("VQ3D-DC Level"); coefficients, reserved and fixed numbers
 // do not.
 bool IsControl(const DecodedField& field);
+
+// A block's fields for people.
+Table FieldTable();
+void AddField(Table& table, const DecodedField& field, bool accented);
 
 struct DspDifference {
   std::string block;

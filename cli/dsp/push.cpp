@@ -8,12 +8,11 @@ namespace {
 void ShowBlock(Output& output, const DspBlock& block) {
   output.Line(output.Painted(BlockName(block), ansi::kBold) + ", " +
               Counted(block.bytes.size(), "byte"));
-  Table table({{"OFFSET", Align::Right}, {"CONTROL"}, {"VALUE", Align::Right}, {"MEANS"}});
+  Table table = FieldTable();
   std::size_t others = 0;
   for (const DecodedField& field : DecodeBlock(block)) {
     if (IsControl(field)) {
-      table.Add({std::to_string(field.offset), field.control, std::to_string(field.value),
-                 Cell(field.text, ansi::kAccent)});
+      AddField(table, field, true);
     } else {
       ++others;
     }

@@ -13,9 +13,9 @@
 namespace orv::cli {
 namespace {
 
-constexpr std::array<const char*, 10> kTypeNames{"traditional", "lowshelf", "highshelf", "lowpass",
-                                                 "highpass",    "bandpass", "allpass",   "notch",
-                                                 "peaking",     "gain"};
+const std::vector<std::string> kTypeNames{"traditional", "lowshelf", "highshelf", "lowpass",
+                                          "highpass",    "bandpass", "allpass",   "notch",
+                                          "peaking",     "gain"};
 
 template <class Word>
 void DesignButterworthWords(const FilterArguments& arguments, std::int32_t kind,
@@ -49,24 +49,11 @@ float ParseBandNumber(const std::string& text, const std::string& band) {
   UsageFailure("\"" + text + "\" in the band \"" + band + "\" is not a number.");
 }
 
-std::int32_t ParseBandType(const std::string& text) {
-  const std::vector<std::string> names(kTypeNames.begin(), kTypeNames.end());
-  if (const auto number = ParseNumber(text);
-      number && *number >= 0 && *number < static_cast<int>(names.size()))
-    return *number;
-  const auto found = std::find(names.begin(), names.end(), text);
-  if (found != names.end()) return static_cast<std::int32_t>(found - names.begin());
-  std::string known;
-  for (std::size_t i = 0; i < names.size(); ++i)
-    known += "\n  " + std::to_string(i) + "  " + names[i];
-  UsageFailure("no band type \"" + text + "\"." + Suggestion(names, text) + "\nKnown:" + known);
-}
-
 FilterBand ParseBand(const std::string& text) {
   const std::vector<std::string> parts = SplitList(text, "the band");
   if (parts.size() != 4 && parts.size() != 5)
     UsageFailure("the band \"" + text + "\" is not type,frequency,q,gain_db[,invert].");
-  FilterBand band{ParseBandType(parts[0]), ParseBandNumber(parts[1], text),
+  FilterBand band{ParseChoice(kTypeNames, parts[0], "band type"), ParseBandNumber(parts[1], text),
                   ParseBandNumber(parts[2], text), ParseBandNumber(parts[3], text), 0};
   if (band.frequency <= 0 || band.q <= 0)
     UsageFailure("frequency and quality of the band \"" + text + "\" must be above zero.");
@@ -75,10 +62,9 @@ FilterBand ParseBand(const std::string& text) {
 }
 
 std::string BandText(const FilterBand& band) {
-  return std::string(kTypeNames[static_cast<std::size_t>(band.type)]) + " " +
-         HertzText(band.frequency) + ", Q " + Decimals(band.q, 2) + ", " +
-         (band.gain_db > 0 ? "+" : "") + Decimals(band.gain_db, 1) + " dB" +
-         (band.invert != 0 ? ", inverted" : "");
+  return kTypeNames[static_cast<std::size_t>(band.type)] + " " + HertzText(band.frequency) +
+         ", Q " + Decimals(band.q, 2) + ", " + (band.gain_db > 0 ? "+" : "") +
+         Decimals(band.gain_db, 1) + " dB" + (band.invert != 0 ? ", inverted" : "");
 }
 
 std::vector<std::string> BandLines(const std::vector<FilterBand>& bands) {

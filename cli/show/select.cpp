@@ -73,15 +73,31 @@ std::size_t SelectOrFail(const std::vector<std::string>& names, std::string_view
   const std::string quoted = "\"" + std::string(text) + "\"";
   if (selection.candidates.empty()) {
     message = "no " + kind + " named " + quoted + "." + Suggestion(names, text);
-    if (names.size() <= 12 && !names.empty()) {
-      message += "\nKnown:";
-      for (const std::string& name : names) message += "\n  " + name;
-    }
+    if (names.size() <= 12 && !names.empty()) message += KnownNames(names);
   } else {
     message = quoted + " fits more than one " + kind + ":";
     for (const std::size_t index : selection.candidates) message += "\n  " + names[index];
   }
   UsageFailure(message);
+}
+
+std::string KnownNames(const std::vector<std::string>& names) {
+  std::string known = "\nKnown:";
+  for (const std::string& name : names) known += "\n  " + name;
+  return known;
+}
+
+int ParseChoice(const std::vector<std::string>& names, const std::string& text,
+                const std::string& kind) {
+  const auto named = std::find(names.begin(), names.end(), text);
+  if (named != names.end()) return static_cast<int>(named - names.begin());
+  const std::optional<int> number = ParseNumber(text);
+  if (number && *number >= 0 && static_cast<std::size_t>(*number) < names.size()) return *number;
+  std::vector<std::string> numbered;
+  for (const std::string& name : names)
+    numbered.push_back(std::to_string(numbered.size()) + "  " + name);
+  UsageFailure("no " + kind + " \"" + text + "\"." + Suggestion(names, text) +
+               KnownNames(numbered));
 }
 
 std::optional<int> ParseNumber(std::string_view text) {

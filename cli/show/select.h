@@ -31,6 +31,12 @@ std::string Suggestion(const std::vector<std::string>& names, std::string_view t
 std::size_t SelectOrFail(const std::vector<std::string>& names, std::string_view text,
                          const std::string& kind);
 
+// "\nKnown:" and a line for each name.
+std::string KnownNames(const std::vector<std::string>& names);
+// Position of the thing that the text names or numbers; a usage failure that lists both otherwise.
+int ParseChoice(const std::vector<std::string>& names, const std::string& text,
+                const std::string& kind);
+
 // A whole decimal number in the 32-bit range, and nothing else.
 std::optional<int> ParseNumber(std::string_view text);
 // A finite decimal number, and nothing else.

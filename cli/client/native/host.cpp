@@ -10,7 +10,6 @@ namespace orv::cli {
 namespace {
 
 constexpr char kMachineVariable[] = "ORV_MACHINE";
-constexpr char kDefaultSample[] = "skylake-laptop";
 
 std::filesystem::path DefaultMachineFolder() {
   if (const char* named = std::getenv(kMachineVariable); named != nullptr && *named != 0)

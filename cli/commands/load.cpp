@@ -1,7 +1,5 @@
-// save, load
+// load
 #include <algorithm>
-#include <fstream>
-#include <iostream>
 
 #include "cli/client/control_view.h"
 #include "cli/client/state.h"
@@ -12,48 +10,12 @@
 namespace orv::cli {
 namespace {
 
-struct Arguments {
+struct LoadArguments {
   std::string endpoint;
   std::string file;
   bool dry_run = false;
   bool lenient = false;
 };
-
-PresetMode TakeMode(Context& context, const Endpoint& endpoint, const Mode& mode) {
-  PresetMode taken{mode.name(), {}};
-  for (const ControlView& view :
-       ViewControls(context.catalog(), endpoint, mode, kORVAPO_Cont_Public)) {
-    if (!view.numeric) {
-      context.output.Remark("Left out: \"" + view.name + "\" in " + mode.name() + " holds \"" +
-                            view.text + "\", which is neither a number nor a choice.");
-      continue;
-    }
-    const bool is_choice =
-        *view.value >= 0 && static_cast<std::size_t>(*view.value) < view.facts.choices.size();
-    taken.controls.emplace_back(view.name,
-                                is_choice ? PresetValue(view.text) : PresetValue(*view.value));
-  }
-  return taken;
-}
-
-void Save(Context& context, const Arguments& arguments) {
-  const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
-  Preset preset;
-  preset.endpoint = endpoint.name();
-  if (const auto current = endpoint.CurrentMode()) preset.current_mode = current->name();
-  std::size_t controls = 0;
-  for (const Mode& mode : endpoint.Modes()) {
-    preset.enabled = mode.Enabled();
-    preset.modes.push_back(TakeMode(context, endpoint, mode));
-    controls += preset.modes.back().controls.size();
-  }
-  const std::string text = WritePreset(preset);
-  if (arguments.file == "-") return context.output.Raw(text);
-  ReplaceFile(arguments.file, text);
-  if (context.output.json()) return context.output.Raw(text);
-  context.output.Line("Saved " + Counted(controls, "control") + " of " +
-                      Counted(preset.modes.size(), "mode") + " to " + arguments.file + ".");
-}
 
 // Turns a preset into the state it asks for; what does not fit the endpoint becomes a problem.
 class Plan {
@@ -68,8 +30,7 @@ class Plan {
     if (preset.enabled) target_.enabled = preset.enabled;
     const std::vector<Mode> modes = endpoint_.Modes();
     const auto find = [&](const std::string& name) {
-      return std::find_if(modes.begin(), modes.end(),
-                          [&](const Mode& mode) { return mode.name() == name; });
+      return std::ranges::find(modes, name, &Mode::name);
     };
     if (preset.current_mode) {
       if (find(*preset.current_mode) != modes.end()) {
@@ -89,15 +50,12 @@ class Plan {
 
  private:
   void AddMode(const Mode& mode, const PresetMode& wanted) {
-    const auto state = std::find_if(target_.modes.begin(), target_.modes.end(),
-                                    [&](const ModeState& one) { return one.name == mode.name(); });
+    const auto state = std::ranges::find(target_.modes, mode.name(), &ModeState::name);
     const std::vector<ControlView> views =
         ViewControls(context_.catalog(), endpoint_, mode, kORVAPO_Cont_Public);
     for (const auto& control : wanted.controls) {
-      const auto view = std::find_if(views.begin(), views.end(), [&](const ControlView& one) {
-        return one.name == control.first;
-      });
-      if (view == views.end() || state == target_.modes.end()) {
+      const ControlView* view = FindView(views, control.first);
+      if (view == nullptr || state == target_.modes.end()) {
         problems_.push_back("no control named \"" + control.first + "\" in " + mode.name());
       } else if (const auto number = Resolve(*view, control.second)) {
         state->controls[control.first] = *number;
@@ -125,8 +83,7 @@ class Plan {
 void ApplyOne(const Endpoint& endpoint, const std::vector<Mode>& modes,
               const std::string& mode_name, const std::string& name, const ChangeValue& value) {
   const auto named = [&](const std::string& wanted) {
-    return std::find_if(modes.begin(), modes.end(),
-                        [&](const Mode& mode) { return mode.name() == wanted; });
+    return std::ranges::find(modes, wanted, &Mode::name);
   };
   if (const auto* current = std::get_if<std::string>(&value)) {
     if (const auto mode = named(*current); mode != modes.end()) endpoint.SetCurrentMode(*mode);
@@ -205,7 +162,7 @@ EndpointState PlanTarget(Context& context, const Endpoint& endpoint, const Endpo
   return plan.target();
 }
 
-void Load(Context& context, const Arguments& arguments) {
+void Load(Context& context, const LoadArguments& arguments) {
   PresetError error;
   const std::optional<Preset> preset =
       ReadPreset(ReadWholeFile(arguments.file, kPresetSizeLimit), error);
@@ -232,15 +189,8 @@ void Load(Context& context, const Arguments& arguments) {
 
 }  // namespace
 
-void AddPresetCommands(CLI::App& app, Context& context) {
-  const auto arguments = std::make_shared<Arguments>();
-  CLI::App* save = AddCommand(
-      app, "save", "Public values of all modes, current mode and switch into a preset file",
-      "orvctl save 0 evening.json");
-  save->add_option("ENDPOINT", arguments->endpoint, kEndpointHelp)->required();
-  save->add_option("FILE", arguments->file, "The preset; - is standard output")->required();
-  save->callback([&context, arguments] { Save(context, *arguments); });
-
+void AddLoadCommand(CLI::App& app, Context& context) {
+  const auto arguments = std::make_shared<LoadArguments>();
   CLI::App* load = AddCommand(app, "load", "Apply a preset", "orvctl load 0 evening.json --dry-run",
                               "A file that is broken is refused with exit status 1, one that does "
                               "not fit the endpoint with "
