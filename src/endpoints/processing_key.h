@@ -11,8 +11,8 @@ namespace orv {
 // A text value of a key below HKEY_LOCAL_MACHINE; empty when there is none.
 std::wstring ReadKeyText(Registry& registry, const std::wstring& path, const wchar_t* name);
 
-// The key of a render endpoint (GUID text in upper case, with braces): as the endpoint itself says,
-// else its fallback key, else in the usual place.
+// The key of a render endpoint (GUID text in upper case, with braces): from the endpoint's own
+// value, else its fallback key, else in the usual place.
 std::wstring ProcessingKeyPath(Registry& registry, const std::wstring& guid_text);
 
 }  // namespace orv

@@ -1,4 +1,4 @@
-// A client of the analysis object, on a machine whose one endpoint plays what the test says.
+// A client of the analysis object, on a machine whose one endpoint plays the sound of the test.
 #pragma once
 
 #include <gtest/gtest.h>

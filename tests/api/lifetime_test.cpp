@@ -131,7 +131,7 @@ TEST_F(LifetimeTest, ObjectsThatClientsMakeCanBePartsOfOthers) {
 }
 
 // Runs one operation with its nth allocation failing, for growing n until it needs fewer than n.
-// Each time it either succeeds or says that memory ran out, and then works.
+// Each time it either succeeds or reports that memory ran out, and then works.
 class OutOfMemoryTest : public LifetimeTest {
  protected:
   using Operation = std::function<HRESULT()>;
