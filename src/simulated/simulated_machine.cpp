@@ -84,8 +84,7 @@ std::uint64_t SimulatedMachine::IdOfFolder(const std::filesystem::path& folder) 
 }
 
 bool SimulatedMachine::ImportRegistry(std::string_view export_text, FileError& error) {
-  const auto content = DecodeRegistryExport(export_text, error);
-  return content && state_->hive->Import(*content, error);
+  return state_->hive->Import(export_text, error);
 }
 
 bool SimulatedMachine::SetPlayback(std::string_view section, FileError& error) {

@@ -47,13 +47,11 @@ TEST(RegistryExport, KeysValuesAndDeletionsAreReadInTheirOrder) {
   EXPECT_THAT(content.keys,
               testing::ElementsAre(ExportedKey{L"HKEY_LOCAL_MACHINE\\Software\\A b",
                                                false,
-                                               4,
                                                {{L"", false, kRegSz, RegistryTextBytes(L"default")},
                                                 {L"gone", true, kRegNone, {}}}},
-                                   ExportedKey{L"HKEY_CURRENT_USER\\Old", true, 7, {}},
-                                   ExportedKey{L"HKEY_USERS\\S-1-5\\x]y", false, 8, {}},
-                                   ExportedKey{L"hkey_Performance_Data", false, 9, {}}));
-  EXPECT_EQ(content.keys[0].line, 4);
+                                   ExportedKey{L"HKEY_CURRENT_USER\\Old", true, {}},
+                                   ExportedKey{L"HKEY_USERS\\S-1-5\\x]y", false, {}},
+                                   ExportedKey{L"hkey_Performance_Data", false, {}}));
 }
 
 TEST(RegistryExport, ValuesOfEveryKindAreReadBitForBit) {
@@ -111,7 +109,7 @@ TEST(RegistryExport, RefusalsNameTheLineAndWhatToDo) {
 TEST(RegistryExport, TextIsWrittenAsTextOnlyWhenItReadsBackExactly) {
   const auto written = [](std::uint32_t type, const Bytes& bytes) {
     RegistryExport content;
-    content.keys = {{L"HKEY_LOCAL_MACHINE\\K", false, 0, {{L"v", false, type, bytes}}}};
+    content.keys = {{L"HKEY_LOCAL_MACHINE\\K", false, {{L"v", false, type, bytes}}}};
     const std::string text = EncodeRegistryExport(content);
     EXPECT_EQ(Decode(text), content) << text;
     const std::size_t equals = text.find('=');
@@ -135,7 +133,7 @@ TEST(RegistryExport, TextIsWrittenAsTextOnlyWhenItReadsBackExactly) {
 TEST(RegistryExport, LongListsAreContinuedOverLinesOfOrdinaryWidth) {
   RegistryExport content;
   content.keys = {
-      {L"HKEY_CURRENT_USER\\K", false, 0, {{L"image", false, kRegBinary, Bytes(1000, 0x5A)}}}};
+      {L"HKEY_CURRENT_USER\\K", false, {{L"image", false, kRegBinary, Bytes(1000, 0x5A)}}}};
   const std::string text = EncodeRegistryExport(content);
   EXPECT_EQ(Decode(text), content);
   for (std::size_t begin = 0; begin < text.size();) {
@@ -147,7 +145,7 @@ TEST(RegistryExport, LongListsAreContinuedOverLinesOfOrdinaryWidth) {
 
 TEST(RegistryExport, ANameWithoutUtf8FormIsWrittenAsUtf16) {
   RegistryExport content;
-  content.keys = {{std::wstring(L"HKEY_CURRENT_USER\\") + wchar_t{0xD800}, true, 0, {}}};
+  content.keys = {{std::wstring(L"HKEY_CURRENT_USER\\") + wchar_t{0xD800}, true, {}}};
   const std::string text = EncodeRegistryExport(content);
   EXPECT_TRUE(text.starts_with("\xFF\xFE"));
   EXPECT_EQ(Decode(text).keys, content.keys);

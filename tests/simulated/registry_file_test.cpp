@@ -71,6 +71,16 @@ TEST(RegistryFile, AFileKeepsItsEncodingAndItsLineEnds) {
   EXPECT_EQ(GetBytes(*MachineKey(*folder.Open(), L"K"), L"v"), std::vector<std::uint8_t>{1});
 }
 
+TEST(RegistryFile, KeysWithACommonBeginningAndDeletedKeysKeepApart) {
+  const MachineFolder folder(
+      "REGEDIT4\n[HKLM\\K\\L]\n\"v\"=hex:01\n[-HKLM\\K\\L]\n[HKLM\\K\\L]\n\"w\"=hex:02\n"
+      "[HKLM\\KL]\n[HKLM\\k]\n\"x\"=hex:03\n");
+  const auto machine = folder.Open();
+  EXPECT_TRUE(HasKey(*machine, L"KL"));
+  EXPECT_EQ(ValueNames(*MachineKey(*machine, L"K\\L")), std::vector<std::wstring>{L"w"});
+  EXPECT_EQ(ValueNames(*MachineKey(*machine, L"K")), std::vector<std::wstring>{L"x"});
+}
+
 TEST(RegistryFile, AnEditByHandIsSeenAndABrokenOneStopsWritingButNotReading) {
   const MachineFolder folder(kExport);
   const auto machine = folder.Open();
@@ -94,6 +104,10 @@ TEST(RegistryFile, ARefusedFileOfTheFolderIsReportedWithItsNameAndLine) {
   const MachineFolder folder("REGEDIT4\n\n[HKLM\\K]\n\"v\"=\"no end\n");
   EXPECT_THAT(folder.Refusal().Text(),
               HasSubstr("registry.reg:4: the text has no closing quotation mark"));
+  std::string deep;
+  for (int i = 0; i < 512; ++i) deep += "\\k";
+  folder.Write("registry.reg", "REGEDIT4\n\n[HKLM" + deep + "]\n");
+  EXPECT_THAT(folder.Refusal().Text(), HasSubstr("registry.reg:3: the key lies more than 512"));
   std::filesystem::remove(folder.path() / "registry.reg");
   EXPECT_THAT(folder.Refusal().Text(), HasSubstr("registry.reg: No such file"));
   folder.Write("machine.json", "{\n\"versio\": 1}");

@@ -28,12 +28,9 @@ struct ExportedValue {
 struct ExportedKey {
   std::wstring path;  // from the root's full name on; short root names are spelled out
   bool deleted = false;
-  int line = 0;  // where it stood; not part of its identity
   std::vector<ExportedValue> values;
 
-  bool operator==(const ExportedKey& other) const {
-    return path == other.path && deleted == other.deleted && values == other.values;
-  }
+  bool operator==(const ExportedKey&) const = default;
 };
 
 struct ExportFormat {
@@ -51,7 +48,20 @@ struct RegistryExport {
   bool operator==(const RegistryExport&) const = default;
 };
 
-// Nothing when the text is refused; `error` then has the line and the reason.
+// Receives the keys and values of an export in their order.
+class RegistryExportSink {
+ public:
+  virtual ~RegistryExportSink() = default;
+  // `path` starts with the root's full name. Returns why the key is refused, empty if it is not.
+  virtual std::string Key(std::wstring_view path, bool deleted) = 0;
+  // A value of the latest key.
+  virtual void Value(ExportedValue&& value) = 0;
+};
+
+// Returns nullopt, with the line and the reason in `error`, if the text or a key is refused; the
+// sink has then received what precedes it.
+std::optional<ExportFormat> ReadRegistryExport(std::string_view bytes, RegistryExportSink& sink,
+                                               FileError& error);
 std::optional<RegistryExport> DecodeRegistryExport(std::string_view bytes, FileError& error);
 
 // Version 5, whatever the version it came from. UTF-16 in place of UTF-8 when a name holds units

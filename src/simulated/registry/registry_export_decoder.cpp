@@ -48,32 +48,76 @@ std::wstring WideFromBytes(std::string_view bytes) {
   return wide;
 }
 
-// Lines of a text, without their ends.
+// Lines of a text in one of the encodings, without their ends.
 class Lines {
  public:
-  explicit Lines(std::wstring_view text) noexcept : rest_(text) {}
+  enum class Encoding { Utf8, Bytes, Utf16 };
 
-  bool Next(std::wstring_view& line) noexcept {
+  Lines(std::string_view text, Encoding encoding) noexcept : rest_(text), encoding_(encoding) {}
+
+  // `line` is valid until the next call. Returns false at the end.
+  bool Next(std::wstring_view& line) {
     if (rest_.empty()) return false;
-    const std::size_t end = rest_.find(L'\n');
-    line = rest_.substr(0, end);
-    rest_.remove_prefix(end == std::wstring_view::npos ? rest_.size() : end + 1);
-    if (line.ends_with(L'\r')) line.remove_suffix(1);
     ++number_;
+    const bool ended = encoding_ == Encoding::Utf16 ? TakeUtf16() : TakeNarrow();
+    line = line_;
+    const bool crlf = line.ends_with(L'\r');
+    if (crlf) line.remove_suffix(1);
+    if (number_ == 1) crlf_ = crlf || !ended;
     return true;
   }
   int number() const noexcept { return number_; }
+  // Whether the first line ends with a carriage return and a line feed.
+  bool crlf() const noexcept { return crlf_; }
 
  private:
-  std::wstring_view rest_;
+  bool TakeNarrow() {
+    const std::size_t end = rest_.find('\n');
+    const std::string_view bytes = rest_.substr(0, end);
+    const bool ended = end != std::string_view::npos;
+    rest_.remove_prefix(bytes.size() + ended);
+    line_.resize(bytes.size());
+    std::transform(bytes.begin(), bytes.end(), line_.begin(), [](char byte) {
+      return static_cast<wchar_t>(static_cast<unsigned char>(byte));
+    });
+    if (encoding_ == Encoding::Bytes || IsAscii(bytes)) return ended;
+    line_ = WideFromUtf8(bytes);
+    if (Utf8FromWide(line_) != bytes)
+      throw Refusal{number_, "the text is neither UTF-8 nor UTF-16 with its mark"};
+    return ended;
+  }
+
+  bool TakeUtf16() {
+    line_.clear();
+    for (; !rest_.empty(); rest_.remove_prefix(2)) {
+      const unsigned low = static_cast<unsigned char>(rest_[0]);
+      const unsigned high = static_cast<unsigned char>(rest_[1]);
+      line_.push_back(static_cast<wchar_t>(low | high << 8));
+      if (line_.back() != L'\n') continue;
+      line_.pop_back();
+      rest_.remove_prefix(2);
+      return true;
+    }
+    return false;
+  }
+
+  static bool IsAscii(std::string_view bytes) noexcept {
+    return std::all_of(bytes.begin(), bytes.end(),
+                       [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
+  }
+
+  std::string_view rest_;
+  Encoding encoding_;
+  std::wstring line_;
   int number_ = 0;
+  bool crlf_ = true;
 };
 
 class Decoder {
  public:
-  explicit Decoder(std::wstring_view text) noexcept : lines_(text) {}
+  Decoder(Lines& lines, RegistryExportSink& sink) noexcept : lines_(lines), sink_(sink) {}
 
-  std::vector<ExportedKey> Run() {
+  void Run() {
     ReadHeader();
     while (lines_.Next(line_)) {
       line_ = Trim(line_);
@@ -83,7 +127,6 @@ class Decoder {
       else
         ReadValue();
     }
-    return std::move(keys_);
   }
 
  private:
@@ -108,36 +151,33 @@ class Decoder {
     std::wstring_view path = line_.substr(1, close - 1);
     line_.remove_prefix(close + 1);
     ExpectLineEnd("the key's closing bracket");
-    ExportedKey key;
-    key.deleted = path.starts_with(L'-');
-    if (key.deleted) path.remove_prefix(1);
-    key.path = ReadPath(path);
-    if (key.deleted && key.path.find(L'\\') == std::wstring::npos)
-      Refuse("a root key cannot be deleted");
-    key.line = lines_.number();
-    keys_.push_back(std::move(key));
+    const bool deleted = path.starts_with(L'-');
+    if (deleted) path.remove_prefix(1);
+    ReadPath(path);
+    if (deleted && path_.find(L'\\') == std::wstring::npos) Refuse("a root key cannot be deleted");
+    std::string reason = sink_.Key(path_, deleted);
+    if (!reason.empty()) Refuse(std::move(reason));
+    state_ = deleted ? State::InDeletedKey : State::InKey;
   }
 
-  std::wstring ReadPath(std::wstring_view path) const {
+  void ReadPath(std::wstring_view path) {
     const std::wstring_view root = path.substr(0, path.find(L'\\'));
-    std::wstring full_path = RootPath(root);
+    path_ = RootPath(root);
     path.remove_prefix(root.size());
     while (!path.empty()) {
       path.remove_prefix(1);
       const std::wstring_view element = path.substr(0, path.find(L'\\'));
-      if (!element.empty()) (full_path += L'\\') += element;
+      if (!element.empty()) (path_ += L'\\') += element;
       path.remove_prefix(element.size());
     }
-    return full_path;
   }
 
-  std::wstring RootPath(std::wstring_view root) const {
+  std::wstring_view RootPath(std::wstring_view root) const {
     for (const RootName& known : kRoots) {
       if (EqualsIgnoringCase(root, known.name) || EqualsIgnoringCase(root, known.short_name))
-        return std::wstring(known.name);
+        return known.name;
     }
-    if (root.size() > 5 && EqualsIgnoringCase(root.substr(0, 5), L"HKEY_"))
-      return std::wstring(root);
+    if (root.size() > 5 && EqualsIgnoringCase(root.substr(0, 5), L"HKEY_")) return root;
     Refuse("\"" + Utf8FromWide(root) +
            "\" is no root key; a key begins with HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER, "
            "HKEY_CLASSES_ROOT or another HKEY_ name");
@@ -148,21 +188,22 @@ class Decoder {
     if (line_.front() == L'@')
       line_.remove_prefix(1);
     else if (line_.front() == L'"')
-      value.name = ReadQuoted();
+      value.name = ReadQuoted(text_);
     else
       Refuse("expected a key in brackets, a value's name in quotation marks, @ or a comment");
-    if (keys_.empty()) Refuse("the value stands before the first key");
-    if (keys_.back().deleted) Refuse("a deleted key cannot have values");
+    if (state_ == State::BeforeKeys) Refuse("the value stands before the first key");
+    if (state_ == State::InDeletedKey) Refuse("a deleted key cannot have values");
     line_ = Trim(line_);
     if (!line_.starts_with(L'=')) Refuse("expected = after the value's name");
     line_ = Trim(line_.substr(1));
     ReadData(value);
-    keys_.back().values.push_back(std::move(value));
+    sink_.Value(std::move(value));
   }
 
-  // The cursor is at the opening quotation mark and ends after the closing one.
-  std::wstring ReadQuoted() {
-    std::wstring text;
+  // The cursor is at the opening quotation mark and ends after the closing one. The result is in
+  // `text`.
+  const std::wstring& ReadQuoted(std::wstring& text) {
+    text.clear();
     std::size_t begin = 1;  // of what is not yet in `text`
     for (std::size_t i = 1; i < line_.size(); ++i) {
       const wchar_t unit = line_[i];
@@ -196,7 +237,7 @@ class Decoder {
       ExpectLineEnd("-");
     } else if (line_.starts_with(L'"')) {
       value.type = kRegSz;
-      value.bytes = RegistryTextBytes(ReadQuoted());
+      value.bytes = RegistryTextBytes(ReadQuoted(text_));
       ExpectLineEnd("the closing quotation mark");
     } else if (Take(L"dword:")) {
       value.type = kRegDword;
@@ -279,62 +320,70 @@ class Decoder {
     value.bytes.resize(value.bytes.size() - 2);  // the list has its own terminators
   }
 
-  Lines lines_;
-  std::wstring_view line_;  // what is left of the present line
+  enum class State { BeforeKeys, InKey, InDeletedKey };
+
+  Lines& lines_;
+  RegistryExportSink& sink_;
+  std::wstring_view line_;  // the rest of the present line
   bool narrow_data_ = false;
-  std::vector<ExportedKey> keys_;
+  State state_ = State::BeforeKeys;
+  std::wstring path_;  // of the present key
+  std::wstring text_;  // the latest in quotation marks
 };
 
-std::wstring WideFromUtf16(std::string_view bytes) {
-  if (bytes.size() % 2 != 0) throw Refusal{0, "the UTF-16 text ends within a character"};
-  std::wstring wide;
-  wide.reserve(bytes.size() / 2);
-  for (std::size_t i = 0; i < bytes.size(); i += 2) {
-    const unsigned low = static_cast<unsigned char>(bytes[i]);
-    const unsigned high = static_cast<unsigned char>(bytes[i + 1]);
-    wide.push_back(static_cast<wchar_t>(low | high << 8));
-  }
-  return wide;
-}
-
-std::wstring ReadNarrowText(std::string_view bytes) {
-  std::wstring wide = WideFromUtf8(bytes);
-  const std::string back = Utf8FromWide(wide);
-  if (back == bytes) return wide;
-  if (bytes.starts_with("REGEDIT4")) return WideFromBytes(bytes);
-  const auto broken = std::mismatch(bytes.begin(), bytes.end(), back.begin(), back.end()).first;
-  const auto line = 1 + std::count(bytes.begin(), broken, '\n');
-  throw Refusal{static_cast<int>(line), "the text is neither UTF-8 nor UTF-16 with its mark"};
-}
-
-std::wstring ReadText(std::string_view bytes, ExportFormat& format) {
+Lines OpenText(std::string_view bytes, ExportFormat& format) {
   if (bytes.starts_with("\xFF\xFE")) {
     format.encoding = ExportFormat::Encoding::Utf16;
-    return WideFromUtf16(bytes.substr(2));
+    bytes.remove_prefix(2);
+    if (bytes.size() % 2 != 0) throw Refusal{0, "the UTF-16 text ends within a character"};
+    return {bytes, Lines::Encoding::Utf16};
   }
   if (bytes.starts_with("\xEF\xBB\xBF")) {
     format.encoding = ExportFormat::Encoding::Utf8WithMark;
     bytes.remove_prefix(3);
   }
-  return ReadNarrowText(bytes);
+  const bool narrow = bytes.starts_with("REGEDIT4") && !IsExactUtf8(bytes);
+  return {bytes, narrow ? Lines::Encoding::Bytes : Lines::Encoding::Utf8};
 }
+
+class ExportCollector final : public RegistryExportSink {
+ public:
+  explicit ExportCollector(std::vector<ExportedKey>& keys) : keys_(keys) {}
+
+  std::string Key(std::wstring_view path, bool deleted) override {
+    keys_.push_back({std::wstring(path), deleted, {}});
+    return {};
+  }
+  void Value(ExportedValue&& value) override { keys_.back().values.push_back(std::move(value)); }
+
+ private:
+  std::vector<ExportedKey>& keys_;
+};
 
 }  // namespace
 
-std::optional<RegistryExport> DecodeRegistryExport(std::string_view bytes, FileError& error) {
+std::optional<ExportFormat> ReadRegistryExport(std::string_view bytes, RegistryExportSink& sink,
+                                               FileError& error) {
   try {
-    RegistryExport content;
-    const std::wstring text = ReadText(bytes, content.format);
-    const std::size_t line_end = text.find(L'\n');
-    content.format.crlf =
-        line_end == std::wstring::npos || (line_end > 0 && text[line_end - 1] == L'\r');
-    content.keys = Decoder(text).Run();
-    return content;
+    ExportFormat format;
+    Lines lines = OpenText(bytes, format);
+    Decoder(lines, sink).Run();
+    format.crlf = lines.crlf();
+    return format;
   } catch (Refusal& refusal) {
     error.line = refusal.line;
     error.reason = std::move(refusal.reason);
     return std::nullopt;
   }
+}
+
+std::optional<RegistryExport> DecodeRegistryExport(std::string_view bytes, FileError& error) {
+  RegistryExport content;
+  ExportCollector collector(content.keys);
+  const auto format = ReadRegistryExport(bytes, collector, error);
+  if (!format) return std::nullopt;
+  content.format = *format;
+  return content;
 }
 
 }  // namespace orv

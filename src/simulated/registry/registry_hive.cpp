@@ -41,17 +41,15 @@ bool RegistryHive::Attach(const std::filesystem::path& folder, FileError& error)
 }
 
 std::optional<std::uint64_t> RegistryHive::Load(const std::string& text, FileError& error) {
-  auto content = DecodeRegistryExport(text, error);
-  if (!content) return std::nullopt;
-  const ExportFormat format = content->format;
   const RegistryNodePtr root = MakeEmptyRegistry();
-  if (!ApplyExport(*root, std::move(*content), error)) return std::nullopt;
+  const auto format = ApplyExport(*root, text, error);
+  if (!format) return std::nullopt;
   ReconcileTree(*root_, *root);
-  format_ = format;
+  format_ = *format;
   return ChangeNumber(text.substr(0, FileStamp::kHeadSize));
 }
 
-bool RegistryHive::Import(const RegistryExport& content, FileError& error) {
+bool RegistryHive::Import(std::string_view text, FileError& error) {
   const std::lock_guard guard(lock_);
   std::optional<FileLock> file_lock;
   if (!LockFile(file_lock)) {
@@ -59,7 +57,7 @@ bool RegistryHive::Import(const RegistryExport& content, FileError& error) {
     return false;
   }
   const RegistryNodePtr changed = CloneTree(*root_);
-  if (!ApplyExport(*changed, content, error)) return false;
+  if (!ApplyExport(*changed, text, error)) return false;
   if (!Write(*changed)) {
     error.reason = "the registry file cannot be written";
     return false;

@@ -36,7 +36,7 @@ class RegistryHive {
 
   // Puts the hive upon a folder's registry file; false with a reason when that is refused.
   bool Attach(const std::filesystem::path& folder, FileError& error);
-  bool Import(const RegistryExport& content, FileError& error);
+  bool Import(std::string_view text, FileError& error);
 
   FaultPlan& faults() noexcept { return *faults_; }
 

@@ -5,30 +5,74 @@
 namespace orv {
 namespace {
 
-// The key's path below the root of roots, with the classes root led to where it lies.
-std::wstring CanonicalPath(std::wstring&& path) {
-  const std::wstring_view root = std::wstring_view(path).substr(0, path.find(L'\\'));
-  if (!EqualsIgnoringCase(root, kClassesRootName)) return std::move(path);
-  return std::wstring(kClassesPath) + path.substr(root.size());
+bool IsClassesRoot(std::wstring_view path) noexcept {
+  return EqualsIgnoringCase(path.substr(0, path.find(L'\\')), kClassesRootName);
 }
 
-void ApplyValue(RegistryNode& node, ExportedValue&& value) {
-  RegistryValue* held = node.values.Find(value.name);
-  if (value.deleted) {
-    if (held != nullptr) node.values.Remove(*held);
-  } else if (held != nullptr) {
-    held->type = value.type;
-    held->bytes = std::move(value.bytes);
-  } else {
-    node.AddValue(std::move(value.name), value.type, std::move(value.bytes));
+// Puts the keys and values of an export into a tree.
+class TreeImporter final : public RegistryExportSink {
+ public:
+  explicit TreeImporter(RegistryNode& root) : root_(root) {}
+
+  std::string Key(std::wstring_view path, bool deleted) override {
+    std::wstring classes_path;
+    if (IsClassesRoot(path)) {  // a view of another key
+      classes_path = kClassesPath;
+      classes_path += path.substr(kClassesRootName.size());
+      path = classes_path;
+    }
+    if (!deleted) return Enter(path);
+    steps_.clear();
+    RegistryNode* node = root_.Descend(path);
+    if (node != nullptr && node->parent != nullptr) node->parent->children.Remove(*node);
+    return {};
   }
-}
 
-void DeleteKey(RegistryNode& root, std::wstring_view path) {
-  RegistryNode* node = root.Descend(path);
-  if (node == nullptr || node->parent == nullptr) return;
-  node->parent->children.Remove(*node);
-}
+  void Value(ExportedValue&& value) override {
+    RegistryNode& node = *steps_.back().node;
+    RegistryValue* held = node.values.Find(value.name);
+    if (value.deleted) {
+      if (held != nullptr) node.values.Remove(*held);
+    } else if (held != nullptr) {
+      held->type = value.type;
+      held->bytes = std::move(value.bytes);
+    } else {
+      node.AddValue(std::move(value.name), value.type, std::move(value.bytes));
+    }
+  }
+
+ private:
+  struct Step {
+    std::size_t end;  // of the element in path_
+    RegistryNode* node;
+  };
+
+  // Most keys share the beginning of their path with the key before them.
+  std::string Enter(std::wstring_view path) {
+    const auto same = static_cast<std::size_t>(
+        std::mismatch(path.begin(), path.end(), path_.begin(), path_.end()).first - path.begin());
+    const auto shared = [&](const Step& step) {
+      return step.end <= same && (step.end == path.size() || path[step.end] == L'\\');
+    };
+    while (!steps_.empty() && !shared(steps_.back())) steps_.pop_back();
+    path_ = path;
+    std::wstring_view rest = path;
+    if (!steps_.empty()) rest.remove_prefix(steps_.back().end);
+    for (auto element = NextPathElement(rest); !element.empty(); element = NextPathElement(rest)) {
+      if (steps_.size() == kRegistryDepth)
+        return "the key lies more than " + std::to_string(kRegistryDepth) + " levels deep";
+      RegistryNode& parent = steps_.empty() ? root_ : *steps_.back().node;
+      RegistryNode* child = parent.Child(element);
+      steps_.push_back(
+          {path.size() - rest.size(), child != nullptr ? child : &parent.AddChild(element)});
+    }
+    return {};
+  }
+
+  RegistryNode& root_;
+  std::wstring path_;        // of the present key
+  std::vector<Step> steps_;  // the keys on its way
+};
 
 class TreeExporter {
  public:
@@ -62,28 +106,10 @@ RegistryNodePtr MakeEmptyRegistry() {
   return root;
 }
 
-bool ApplyExport(RegistryNode& root, RegistryExport content, FileError& error) {
-  for (ExportedKey& key : content.keys) {
-    const std::wstring path = CanonicalPath(std::move(key.path));
-    if (key.deleted) {
-      DeleteKey(root, path);
-      continue;
-    }
-    RegistryNode* node = &root;
-    std::wstring_view rest = path;
-    std::size_t depth = 0;
-    for (auto element = NextPathElement(rest); !element.empty(); element = NextPathElement(rest)) {
-      if (++depth > kRegistryDepth) {
-        error.line = key.line;
-        error.reason = "the key lies more than " + std::to_string(kRegistryDepth) + " levels deep";
-        return false;
-      }
-      RegistryNode* child = node->Child(element);
-      node = child != nullptr ? child : &node->AddChild(element);
-    }
-    for (ExportedValue& value : key.values) ApplyValue(*node, std::move(value));
-  }
-  return true;
+std::optional<ExportFormat> ApplyExport(RegistryNode& root, std::string_view text,
+                                        FileError& error) {
+  TreeImporter importer(root);
+  return ReadRegistryExport(text, importer, error);
 }
 
 std::string ExportTree(const RegistryNode& root, ExportFormat format, std::string_view comment) {

@@ -18,9 +18,10 @@ inline constexpr std::wstring_view kClassesPath = L"HKEY_LOCAL_MACHINE\\SOFTWARE
 // A registry with its two roots and nothing below them.
 RegistryNodePtr MakeEmptyRegistry();
 
-// Applies an export's additions and deletions in their order. False, with line and reason, when it
-// asks for what a registry cannot hold; part of it may then have been applied.
-bool ApplyExport(RegistryNode& root, RegistryExport content, FileError& error);
+// Applies an export's additions and deletions in their order. Returns the export's format; nullopt,
+// with line and reason, if the export is refused. Part of it may then have been applied.
+std::optional<ExportFormat> ApplyExport(RegistryNode& root, std::string_view text,
+                                        FileError& error);
 
 // The tree as an export; a key is written when it has values or nothing below it,
 // a root only when it has values.
