@@ -319,19 +319,5 @@ TEST_F(BroadwellTest, PresetsAreDesignsOfThisComponent) {
   EXPECT_EQ(EqualizerPreset("Other"), EqualizerBlock(bands));
 }
 
-TEST_F(BroadwellTest, ParametersAreDecoded) {
-  processors_.ProcessAMHDControls(map_, 1);
-  processors_.ProcessHPFControls(map_, 1);
-  std::map<std::string, std::string> texts;
-  for (const DriverRecord& record : machine_->ReceivedRecords())
-    for (const DecodedField& field : DecodeBroadwellBlock(record.parameter, record.bytes))
-      texts[BroadwellBlockName(record.parameter) + ", " + field.control] = field.text;
-  EXPECT_EQ(texts["AMHD, ZENSND-AMHD Input Mode"], "ZENSND-2_0_1");
-  EXPECT_EQ(texts["AMHD, ZENSND-DPHD Speaker Audio Size"], "custom");
-  EXPECT_EQ(texts["HPF coefficients, order"], "4");
-  EXPECT_EQ(texts["HPF coefficients, section 1 shift"], "2");
-  EXPECT_EQ(BroadwellBlockName(23), "");
-}
-
 }  // namespace
 }  // namespace orv

@@ -1,8 +1,6 @@
 // Single controls of the Skylake module beyond the reference data, and its blocks as text.
 #include <gmock/gmock.h>
 
-#include <sstream>
-
 #include "platform/text.h"
 #include "skylake_module.h"
 #include "support/every_failure.h"
@@ -145,77 +143,6 @@ TEST_F(SkylakeControls, ProcessEnableIsSwitchedWhateverElseTheBlockHolds) {
   const DriverRefusal refusal = machine_->RefusedRequests().back();
   EXPECT_FALSE(refusal.planned);
   EXPECT_EQ(refusal.parameter, 0x10014401U);
-}
-
-std::map<std::string, std::string> Decoded(std::uint32_t number, std::span<const std::byte> block) {
-  std::map<std::string, std::string> texts;
-  for (const DecodedField& field : DecodeSkylakeBlock(0x10014400 + number, block))
-    texts[field.control] = field.text;
-  return texts;
-}
-
-TEST(SkylakeDecoder, FieldsReadAsTheirControlsDo) {
-  const nlohmann::json& mode = ReferenceData("skylake_single.json").at("modes").at(0);
-  std::map<std::string, std::string> texts;
-  for (const auto& [id, digits] : mode.at("blocks").items())
-    texts.merge(Decoded(static_cast<std::uint32_t>(std::stoul(id, nullptr, 16)) & 0xFF,
-                        BytesOfHex(digits)));
-  texts.merge(Decoded(0x11, BytesOfHex("80bb0000")));
-  std::vector<std::byte> odd = BytesOfHex(mode.at("blocks").at("0x10014404"));
-  odd[8] = std::byte{9};
-  odd[12] = std::byte{77};
-  odd[16] = std::byte{3};
-  for (const auto& [control, text] : Decoded(4, odd)) texts["odd " + control] = text;
-  texts["mute"] = Decoded(9, BytesOfHex("0100000000000000"))["VQ3D-AEQ Bypass Gain"];
-  texts["negative"] = Decoded(9, BytesOfHex("010000000080ffff"))["VQ3D-AEQ Bypass Gain"];
-  std::istringstream expected(R"(
-VQ3D-Process Enable=on; VQ3D-EVolHD Enable=off; VQ3D-Bypass Gain=-6.8 dB; VQ3D-Main Tech=VQ3D-AMHD;
-VQ3D-Vocalift Process Gain=3.1 dB; VQ3D-DPHD Level=23.8 %; VQ3D-DPHD Speaker Audio Size=120 Hz;
-VQ3D-DPHD Mode=VQ3D-DPHD Stereo; VQ3D-Space HPF Cutoff Freq=400 Hz;
-VQ3D-MXHP MX Decoder Mode=VQ3D-Cinema; VQ3D-GEQ 10kHz Gain=-11.6 dB;
-VQ3D-Master Volume L/R Balance=-3; VQ3D-Hard Limiter Output Gain=-11.7 dB;
-VQ3D-Hard Limiter Delay Length=131; VQ3D-Hard Limiter Boost Offset=9.1 dB;
-odd VQ3D-DPHD Speaker Audio Size=custom; odd VQ3D-DPHD Speaker Analysis Size=code 77;
-odd VQ3D-DPHD Split Analysis Enable=3; mute=-inf dB; negative=linear -1; sample rate=48000 Hz;)");
-  std::string control;
-  for (std::string text;
-       std::getline(expected >> std::ws, control, '=') && std::getline(expected, text, ';');)
-    EXPECT_EQ(texts[control], text) << control;
-  EXPECT_EQ(control, "sample rate");
-}
-
-TEST_F(SkylakeControls, CoefficientBlocksAreDecodedWordByWord) {
-  Set("HPF Order", 4);
-  Set("HPF Frequency", 60);
-  ASSERT_EQ(dsp_.SetVQ3DHPFAEQControls(mode_, 0), S_OK);
-  for (const std::uint32_t number : {0x0DU, 0x0EU}) {
-    const Bytes block = Last(number);
-    EXPECT_EQ(SkylakeBlockName(0x10014400 + number), "KEL_PARAM_VQSND3D_FILTER_CONTROLS_STU");
-    const auto fields = DecodeSkylakeBlock(0x10014400 + number, block);
-    ASSERT_EQ(fields.size(), block.size() / 4);
-    for (const DecodedField& field : fields)
-      EXPECT_EQ(ReadField(block, field.offset, FieldType::I32), field.value) << field.control;
-    for (std::size_t size = 0; size < block.size(); ++size)
-      EXPECT_TRUE(Decoded(number, std::span(block).first(size)).empty()) << size;
-  }
-  auto texts = Decoded(0x0D, Last(0x0D));
-  EXPECT_EQ(texts["high-pass order"], "4");
-  EXPECT_EQ(texts["IIR section 12 b0"], "1");
-  EXPECT_EQ(texts["FIR length"], "-1");
-  Set("Custom Filter Type", "Fir257");
-  ASSERT_EQ(dsp_.SetVQ3DHPFAEQControls(mode_, 0), S_OK);
-  Bytes lying = Last(0x0D);
-  EXPECT_EQ(Decoded(0x0D, lying).count("FIR tap 256"), 1U);
-  lying[4 * 5 + 3] = std::byte{0x7F};
-  EXPECT_TRUE(Decoded(0x0D, lying).empty());
-
-  const Bytes space =
-      BytesOfHex("02000000ffffff3f000000000000000000000000000000000300000000000040");
-  EXPECT_EQ(Decoded(0x10, space)["high-pass section 1 b0"], "1");
-  EXPECT_EQ(Decoded(0x10, space)["high-pass gain"], "2");
-  EXPECT_EQ(Decoded(0x0F, Bytes(96)).size(), 24U);
-  EXPECT_EQ(SkylakeBlockName(0x10014412), "");
-  EXPECT_TRUE(DecodeSkylakeBlock(0x10014400, {}).empty());
 }
 
 }  // namespace
