@@ -99,7 +99,7 @@ TEST(Decoder, BroadwellParametersReadAsTheirControls) {
   ExpectTexts(TextsOf(DecodeBroadwellBlock(21, amhd)),
               "ZENSND-AMHD Input Mode=ZENSND-2_0_1; ZENSND-DPHD Speaker Audio Size=custom;");
   ExpectTexts(TextsOf(DecodeBroadwellBlock(24, broadwell::HighPassBlock(4, 60))),
-              "order=4; section 1 shift=2;");
+              "order=4; section 0 shift=2; section 1 shift=2;");
   EXPECT_EQ(BroadwellBlockName(21) + BroadwellBlockName(24), "AMHDHPF coefficients");
   EXPECT_EQ(BroadwellBlockName(23), "");
 }
