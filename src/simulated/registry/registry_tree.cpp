@@ -93,9 +93,14 @@ bool SameValues(const NameTable<RegistryValue>& current, const NameTable<Registr
          });
 }
 
-// Puts the current keys in the place of the fresh ones of the same name. Tells whether keys came or
-// went.
+// Replaces the fresh keys by the current ones of the same name. Returns whether keys came or went.
 bool ReconcileChildren(RegistryNode& current, RegistryNode& fresh) {
+  const auto same_name = [](const RegistryNodePtr& held, const RegistryNodePtr& other) {
+    return EqualsIgnoringCase(held->name, other->name);
+  };
+  if (std::equal(current.children.begin(), current.children.end(), fresh.children.begin(),
+                 fresh.children.end(), same_name))
+    return false;
   NameTable<RegistryNode> merged;
   bool changed = current.children.size() != fresh.children.size();
   for (const auto& child : fresh.children) {
