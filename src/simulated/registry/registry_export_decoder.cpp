@@ -51,7 +51,7 @@ std::wstring WideFromBytes(std::string_view bytes) {
 // Lines of a text in one of the encodings, without their ends.
 class Lines {
  public:
-  enum class Encoding { Utf8, Bytes, Utf16 };
+  enum class Encoding { Utf8, SingleBytes, Utf16 };
 
   Lines(std::string_view text, Encoding encoding) noexcept : rest_(text), encoding_(encoding) {}
 
@@ -80,7 +80,7 @@ class Lines {
     std::transform(bytes.begin(), bytes.end(), line_.begin(), [](char byte) {
       return static_cast<wchar_t>(static_cast<unsigned char>(byte));
     });
-    if (encoding_ == Encoding::Bytes || IsAscii(bytes)) return ended;
+    if (encoding_ == Encoding::SingleBytes || IsAscii(bytes)) return ended;
     line_ = WideFromUtf8(bytes);
     if (Utf8FromWide(line_) != bytes)
       throw Refusal{number_, "the text is neither UTF-8 nor UTF-16 with its mark"};
@@ -343,7 +343,7 @@ Lines OpenText(std::string_view bytes, ExportFormat& format) {
     bytes.remove_prefix(3);
   }
   const bool narrow = bytes.starts_with("REGEDIT4") && !IsExactUtf8(bytes);
-  return {bytes, narrow ? Lines::Encoding::Bytes : Lines::Encoding::Utf8};
+  return {bytes, narrow ? Lines::Encoding::SingleBytes : Lines::Encoding::Utf8};
 }
 
 class ExportCollector final : public RegistryExportSink {
