@@ -9,7 +9,7 @@
 
 namespace orv {
 
-// Nothing when the text is refused; `error` then has the line and the reason.
+// Returns nullopt, with the line and the reason in `error`, if the text is refused.
 std::optional<MachineDescription> ParseMachineFile(std::string_view text, FileError& error);
 
 std::optional<MachineDescription> ReadMachineFile(const std::filesystem::path& file,

@@ -9,7 +9,7 @@
 
 namespace orv {
 
-// Null when there is no memory; never null for a count of 0.
+// Returns null if there is no memory; never null for a count of 0.
 template <class Element>
 Element* TaskCopy(const Element* source, std::size_t count) noexcept {
   auto* copy =

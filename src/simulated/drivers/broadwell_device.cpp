@@ -188,7 +188,7 @@ class BroadwellExchange {
   std::size_t data_size() const { return ReadWire<std::uint32_t>(output_, kSizeAt); }
   std::uint32_t apply() const { return ReadWire<std::uint8_t>(output_, kApplyAt); }
 
-  // What is the same for reading and writing.
+  // Verifies what reading and writing have in common.
   std::string ParameterFault() const {
     if (apply() > 1) return "apply flag " + std::to_string(apply());
     if (ReadWire<std::uint32_t>(output_, kReservedAt) != 0) return "the reserved word is not zero";
@@ -245,7 +245,7 @@ class BroadwellExchange {
   std::uint32_t& returned_;
   DriverRequest request_{kBroadwellDriver, request::kUnknown};
   std::uint32_t parameter_ = 0;
-  std::size_t answered_ = SIZE_MAX;  // bytes; all of the buffer unless told otherwise
+  std::size_t answered_ = SIZE_MAX;  // bytes; at most the whole buffer
   std::optional<DriverMisbehaviour> rule_;
 };
 

@@ -38,7 +38,7 @@ struct DriverMisbehaviour {
 };
 inline constexpr std::uint32_t kLongestDriverDelay = 10000;  // ms
 
-// What a driver tells about its post-processing module.
+// What a driver reports about its post-processing module.
 struct SimulatedModule {
   std::string name = "Post Processing Module";
   std::string version = "2.1.0";

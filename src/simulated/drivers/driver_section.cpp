@@ -20,7 +20,7 @@ constexpr std::size_t kLongestModuleText = 63;  // bytes, in a field of 64
 constexpr std::uint32_t kMostInterfaces = 16;
 constexpr std::uint32_t kMostListedModules = 256;
 
-// What each kind of misbehaviour is told besides where and when it happens.
+// The keys of each kind of misbehaviour, besides those that say where and when it happens.
 struct KindKeys {
   std::string_view name;
   Kind kind;
@@ -92,7 +92,7 @@ DriverMisbehaviour ReadMisbehaviour(const JsonField& field, Requests requests) {
 
   DriverMisbehaviour rule;
   rule.kind = keys.kind;
-  // A device that is not functioning, when nothing else is said.
+  // The default: a device that is not functioning.
   if (rule.kind == Kind::Refuse) rule.status = static_cast<std::int32_t>(0x8007001F);
   if (const auto request = field.Find("request")) ReadRequest(*request, requests, rule);
   if (const auto direction = field.Find("direction")) rule.direction = ReadDirection(*direction);

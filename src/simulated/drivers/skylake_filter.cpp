@@ -158,7 +158,7 @@ class SkylakeExchange {
   std::uint32_t parameter() const { return Word(68); }
   unsigned Apply() const { return ReadWire<std::uint8_t>(property_, 72); }
 
-  // Carries a request that is well formed out, or misbehaves.
+  // Carries out a well-formed request, or misbehaves.
   template <class Body>
   HRESULT Finish(Body&& body) {
     rule_ = store_.Due(driver_.misbehaviour, request_);

@@ -21,7 +21,7 @@ bool SurrogatesArePaired(std::wstring_view text) noexcept {
   return true;
 }
 
-// The text of a string value that reads back as exactly these bytes; nothing when there is none.
+// Returns the text of a string value that reads back as exactly these bytes; nullopt if none does.
 std::optional<std::wstring> ExactText(std::span<const std::uint8_t> bytes) {
   if (bytes.size() < 2 || bytes.size() % 2 != 0) return std::nullopt;
   std::wstring text;

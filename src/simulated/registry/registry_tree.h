@@ -59,7 +59,7 @@ struct RegistryNode : std::enable_shared_from_this<RegistryNode> {
 
 using RegistryNodePtr = std::shared_ptr<RegistryNode>;
 
-// Keys lie at most this deep, as on the platform.
+// The greatest depth of a key, as on the platform.
 inline constexpr std::size_t kRegistryDepth = 512;
 
 // The next element of a path, which loses it; empty elements are passed over.

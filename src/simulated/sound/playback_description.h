@@ -20,7 +20,7 @@ struct EndpointSound {
   MixFormatKind format = MixFormatKind::ExtensibleFloat;
   std::uint32_t bits = 32;
   SoundShape shape;
-  std::vector<SoundSource> sources;  // none: nobody plays
+  std::vector<SoundSource> sources;  // empty: silence
   // Packets, in the order of their lengths, over and over.
   std::vector<std::uint32_t> packet_frames;  // empty: a hundredth of a second
   std::uint32_t silent_every = 0;            // of so many packets one is flagged silent; 0: none

@@ -30,7 +30,7 @@ class SimulatedSound {
 
   SoundClock& clock() noexcept { return clock_; }
   Pace pace() const;
-  // Never null: endpoints that are not described have nobody playing and an ordinary format.
+  // Never null: endpoints that are not described are silent and have an ordinary format.
   std::shared_ptr<const EndpointSound> SoundOf(const std::wstring& endpoint) const;
 
   SoundActivity activity() const;

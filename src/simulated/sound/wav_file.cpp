@@ -18,7 +18,7 @@ std::uint32_t Word32(std::string_view bytes) {
   return word;
 }
 
-// The chunk's content, and `rest` moved behind it.
+// Returns the chunk at the beginning of `rest` and moves `rest` past it.
 struct Chunk {
   std::string_view name;
   std::string_view content;
