@@ -16,14 +16,13 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kPeakChannels = 8;
-constexpr std::size_t kSpectrumChannels = 2;
 // The engine keeps about two packets of 10 ms for a listener.
 constexpr std::chrono::milliseconds kPollInterval{15};
 constexpr int kPollsPerFrame = 3;
 constexpr std::chrono::milliseconds kOnceDuration{300};
 constexpr std::chrono::seconds kLineInterval{1};
 
-struct Arguments {
+struct AnalyseArguments {
   std::string endpoint;
   std::vector<std::string> frequencies;  // lists with commas, in Hz
   bool once = false;
@@ -262,7 +261,7 @@ CLI::Validator ListeningTime() {
       "", "");
 }
 
-void Analyse(Context& context, const Arguments& arguments) {
+void Analyse(Context& context, const AnalyseArguments& arguments) {
   const std::vector<std::uint32_t> frequencies = ParseFrequencies(arguments.frequencies);
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   Listener listener(endpoint, ChooseBands(frequencies, context.session().SampleRate(endpoint)));
@@ -277,7 +276,7 @@ void Analyse(Context& context, const Arguments& arguments) {
 }  // namespace
 
 void AddAnalyseCommand(CLI::App& app, Context& context) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<AnalyseArguments>();
   CLI::App* analyse = AddCommand(
       app, "analyse", "Peaks and spectrum of what an endpoint plays, live",
       "orvctl analyse 0\n  orvctl --json analyse 0 --once --frequencies 100,1000,10000",

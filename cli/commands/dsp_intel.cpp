@@ -16,7 +16,7 @@
 namespace orv::cli {
 namespace {
 
-struct Arguments {
+struct IntelArguments {
   std::string endpoint;
   std::string mode;
   std::string technology;
@@ -49,9 +49,9 @@ void ShowOutcome(Context& context, const PushOutcome& outcome) {
   ShowPush(context, outcome);
 }
 
-std::uint8_t ApplyFlag(const Arguments& arguments) { return arguments.set_default ? 1 : 0; }
+std::uint8_t ApplyFlag(const IntelArguments& arguments) { return arguments.set_default ? 1 : 0; }
 
-void PushMode(Context& context, const Arguments& arguments) {
+void PushMode(Context& context, const IntelArguments& arguments) {
   if (!arguments.technology.empty()) CheckWord(kTechnologies, arguments.technology, "technology");
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const Mode mode = context.SelectMode(endpoint, arguments.mode);
@@ -76,7 +76,7 @@ std::wstring MachinePath(const std::string& file) {
   return WideFromUtf8(PathText(std::filesystem::absolute(PathFromUtf8(file))));
 }
 
-void PushFile(Context& context, const Arguments& arguments) {
+void PushFile(Context& context, const IntelArguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const std::wstring path = MachinePath(arguments.file);
   const ControlValueMap controls =
@@ -94,7 +94,7 @@ void PushFile(Context& context, const Arguments& arguments) {
   ShowOutcome(context, outcome);
 }
 
-void ShowInfo(Context& context, const Arguments& arguments) {
+void ShowInfo(Context& context, const IntelArguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const IntelDsp dsp(endpoint);
   const std::string kind = dsp.Kind();
@@ -116,7 +116,7 @@ void ShowInfo(Context& context, const Arguments& arguments) {
   context.output.Show(table);
 }
 
-EqualizerBand ParseBand(const std::string& text) {
+EqualizerBand ParseEqualizerBand(const std::string& text) {
   std::vector<float> numbers;
   for (const std::string& element : SplitList(text, "the band")) {
     const std::optional<float> number = ParseReal(element);
@@ -131,10 +131,10 @@ EqualizerBand ParseBand(const std::string& text) {
   return {static_cast<std::int32_t>(numbers[0]), numbers[1], numbers[2]};
 }
 
-void PushEqualizer(Context& context, const Arguments& arguments) {
+void PushEqualizer(Context& context, const IntelArguments& arguments) {
   CheckWord(kChannels, arguments.channel, "channel");
   std::vector<EqualizerBand> bands;
-  for (const std::string& text : arguments.bands) bands.push_back(ParseBand(text));
+  for (const std::string& text : arguments.bands) bands.push_back(ParseEqualizerBand(text));
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const IntelDsp dsp(endpoint);
   std::vector<KELChannel> channels;
@@ -167,9 +167,9 @@ void PushEqualizer(Context& context, const Arguments& arguments) {
                       VerdictText(outcome));
 }
 
-using Action = void (*)(Context& context, const Arguments& arguments);
+using Action = void (*)(Context& context, const IntelArguments& arguments);
 
-CLI::App* Add(CLI::App& parent, Context& context, const std::shared_ptr<Arguments>& arguments,
+CLI::App* Add(CLI::App& parent, Context& context, const std::shared_ptr<IntelArguments>& arguments,
               const std::string& name, const std::string& description, const std::string& example,
               const std::string& details, Action action) {
   CLI::App* command = AddCommand(parent, name, description, example, details);
@@ -180,7 +180,7 @@ CLI::App* Add(CLI::App& parent, Context& context, const std::shared_ptr<Argument
 }  // namespace
 
 void AddIntelDspCommands(CLI::App& dsp, Context& context) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<IntelArguments>();
   CLI::App* intel = AddCommand(dsp, "intel", "The Intel DSP behind an endpoint",
                                "orvctl dsp intel 0 info\n  orvctl dsp intel 0 push");
   intel->require_subcommand(1);

@@ -12,7 +12,7 @@
 namespace orv::cli {
 namespace {
 
-struct Arguments {
+struct PropertyArguments {
   bool set_default = false;
   std::string property;
   std::string value;
@@ -27,7 +27,8 @@ struct Arguments {
                "\nWhat lists the names: " + CommandLine("controls " + endpoint.number()));
 }
 
-void GetProperty(Context& context, const std::string& endpoint_text, const Arguments& arguments) {
+void GetProperty(Context& context, const std::string& endpoint_text,
+                 const PropertyArguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(endpoint_text);
   const IntelDsp dsp(endpoint);
   const std::string& name = arguments.property;
@@ -83,7 +84,7 @@ void CheckFieldRange(const std::string& name, std::int32_t value, const std::str
 // One property on its way into the DSP.
 class PropertyPush {
  public:
-  PropertyPush(Context& context, const Endpoint& endpoint, const Arguments& arguments)
+  PropertyPush(Context& context, const Endpoint& endpoint, const PropertyArguments& arguments)
       : context_(context),
         name_(arguments.property),
         set_default_(arguments.set_default),
@@ -188,7 +189,8 @@ class PropertyPush {
   DspPlan plan_;
 };
 
-void SetProperty(Context& context, const std::string& endpoint_text, const Arguments& arguments) {
+void SetProperty(Context& context, const std::string& endpoint_text,
+                 const PropertyArguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(endpoint_text);
   PropertyPush push(context, endpoint, arguments);
   const PushOutcome outcome = push.Run();
@@ -210,7 +212,7 @@ void SetProperty(Context& context, const std::string& endpoint_text, const Argum
 }  // namespace
 
 void AddIntelPropertyCommands(CLI::App& intel, Context& context, const std::string& endpoint) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<PropertyArguments>();
   CLI::App* get = AddCommand(intel, "get", "One property as the DSP holds it",
                              "orvctl dsp intel 0 get \"VQ3D-Process Enable\"");
   CLI::App* set =

@@ -9,7 +9,7 @@
 namespace orv::cli {
 namespace {
 
-struct Arguments {
+struct QualcommArguments {
   std::string endpoint;
   std::string mode;
   std::string form_factor;
@@ -19,7 +19,7 @@ struct Arguments {
 const std::vector<std::string> kFormFactors = {"reserved", "speaker", "headset", "hdmi",
                                                "bluetooth"};
 
-void PushMode(Context& context, const Arguments& arguments) {
+void PushQualcommMode(Context& context, const QualcommArguments& arguments) {
   std::optional<int> form_factor;
   if (!arguments.form_factor.empty())
     form_factor = ParseChoice(kFormFactors, arguments.form_factor, "form factor");
@@ -50,7 +50,7 @@ void AddDspCommands(CLI::App& app, Context& context) {
   dsp->require_subcommand(1);
   AddIntelDspCommands(*dsp, context);
 
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<QualcommArguments>();
   CLI::App* qualcomm = AddCommand(*dsp, "qualcomm", "The Qualcomm DSP behind an endpoint",
                                   "orvctl dsp qualcomm 0 push");
   qualcomm->require_subcommand(1);
@@ -66,7 +66,7 @@ void AddDspCommands(CLI::App& app, Context& context) {
   push->add_option("--form-factor", arguments->form_factor,
                    "0 to 4, or reserved, speaker, headset, hdmi, bluetooth (default: the "
                    "endpoint's)");
-  push->callback([&context, arguments] { PushMode(context, *arguments); });
+  push->callback([&context, arguments] { PushQualcommMode(context, *arguments); });
 }
 
 }  // namespace orv::cli

@@ -14,7 +14,7 @@
 namespace orv::cli {
 namespace {
 
-constexpr double kLowest = 10;           // Hz, where responses begin
+constexpr double kLowestFrequency = 10;  // Hz, where responses begin
 constexpr double kHighestShare = 0.499;  // of the sample rate, where they end
 
 ResponsePoint PointAt(const QuantisedFilter& filter, double frequency, double rate) {
@@ -24,16 +24,17 @@ ResponsePoint PointAt(const QuantisedFilter& filter, double frequency, double ra
 
 ResponseCurve CurveOf(const QuantisedFilter& filter, const FilterArguments& arguments, int steps) {
   ResponseCurve curve{filter.name, {}};
-  const double ratio = kHighestShare * arguments.rate / kLowest;
+  const double ratio = kHighestShare * arguments.rate / kLowestFrequency;
   for (int i = 0; i <= steps; ++i)
     curve.points.push_back(
-        PointAt(filter, kLowest * std::pow(ratio, static_cast<double>(i) / steps), arguments.rate));
+        PointAt(filter, kLowestFrequency * std::pow(ratio, static_cast<double>(i) / steps),
+                arguments.rate));
   return curve;
 }
 
 struct Judgement {
-  Deviation worst{kLowest, 0};
-  ResponsePoint at{kLowest, 0, 0};  // there
+  Deviation worst{kLowestFrequency, 0};
+  ResponsePoint at{kLowestFrequency, 0, 0};  // there
   double pole_radius = 0;
 };
 bool IsSilent(double decibels) { return decibels <= kSilence; }
@@ -59,8 +60,8 @@ std::vector<std::string> SilentFilters(const FilterDesign& design,
 Judgement Judge(const FilterDesign& design, const FilterArguments& arguments) {
   Judgement judgement;
   for (const QuantisedFilter& filter : design.filters) {
-    const Deviation found = LargestDeviation(filter.ideal, filter.fixed, arguments.rate, kLowest,
-                                             kHighestShare * arguments.rate);
+    const Deviation found = LargestDeviation(filter.ideal, filter.fixed, arguments.rate,
+                                             kLowestFrequency, kHighestShare * arguments.rate);
     if (std::abs(found.decibels) > std::abs(judgement.worst.decibels)) {
       judgement.worst = found;
       judgement.at = PointAt(filter, found.frequency, arguments.rate);
@@ -70,7 +71,7 @@ Judgement Judge(const FilterDesign& design, const FilterArguments& arguments) {
   return judgement;
 }
 
-std::string LevelText(double decibels, int decimals, const char* unit) {
+std::string DecibelText(double decibels, int decimals, const char* unit) {
   return IsSilent(decibels) ? "silent" : Decimals(decibels, decimals) + unit;
 }
 
@@ -87,8 +88,8 @@ std::string WorstText(const Judgement& judgement) {
   if (std::abs(judgement.worst.decibels) < 0.0001) return what + "below 0.0001 dB";
   const std::string place = " at " + HertzText(judgement.worst.frequency);
   if (IsUnmeasured(judgement)) {
-    return what + LevelText(judgement.at.fixed_db, 4, " dB") + " instead of " +
-           LevelText(judgement.at.ideal_db, 4, " dB") + place;
+    return what + DecibelText(judgement.at.fixed_db, 4, " dB") + " instead of " +
+           DecibelText(judgement.at.ideal_db, 4, " dB") + place;
   }
   return what + Decimals(judgement.worst.decibels, 4) + " dB" + place;
 }
@@ -150,12 +151,13 @@ void ShowResponse(const FilterDesign& design, const FilterArguments& arguments, 
                  {"ERROR dB", Align::Right}});
     for (std::size_t i = 0;; ++i) {
       const double decade = std::pow(10, i / std::size(kThirdOctaves));
-      const double frequency = kLowest * decade * kThirdOctaves[i % std::size(kThirdOctaves)];
+      const double frequency =
+          kLowestFrequency * decade * kThirdOctaves[i % std::size(kThirdOctaves)];
       if (frequency > kHighestShare * arguments.rate) break;
       const ResponsePoint point = PointAt(filter, frequency, arguments.rate);
       const bool measured = !IsSilent(point.ideal_db) && !IsSilent(point.fixed_db);
-      table.Add({HertzText(frequency), LevelText(point.ideal_db, 3, ""),
-                 LevelText(point.fixed_db, 3, ""),
+      table.Add({HertzText(frequency), DecibelText(point.ideal_db, 3, ""),
+                 DecibelText(point.fixed_db, 3, ""),
                  measured ? Decimals(point.fixed_db - point.ideal_db, 4) : ""});
     }
     output.Show(table);

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t kImageSizeLimit = 64U << 20;  // bytes
 
-struct Arguments {
+struct ImageArguments {
   std::string file;
   std::string endpoint;
   std::string mode;
@@ -27,7 +27,7 @@ ImageBytes BytesOf(const std::string& text, bool hex, const std::string& file) {
 }
 
 // The image that the processing object reads for a mode.
-ImageBytes StoredImage(Context& context, const Arguments& arguments) {
+ImageBytes StoredImage(Context& context, const ImageArguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const Mode mode = context.SelectMode(endpoint, arguments.mode);
   auto image = ReadImage(context.session().machine(), endpoint.RegistryPath(), mode.name());
@@ -60,7 +60,7 @@ std::string ValueWords(const Json& value) {
   return value.is_string() ? Utf8FromName(WideFromUtf8(value.get<std::string>())) : value.dump();
 }
 
-void Decode(Context& context, const Arguments& arguments) {
+void Decode(Context& context, const ImageArguments& arguments) {
   if (arguments.file.empty() == arguments.endpoint.empty())
     UsageFailure("expected either a FILE or --endpoint (with --mode).");
   const ImageBytes image =
@@ -94,7 +94,7 @@ void Decode(Context& context, const Arguments& arguments) {
     context.exit_status = kDiffering;
 }
 
-void Encode(Context& context, const Arguments& arguments) {
+void Encode(Context& context, const ImageArguments& arguments) {
   const std::string text = ReadWholeFile(arguments.file, kImageSizeLimit);
   Json json;
   try {
@@ -126,7 +126,7 @@ void AddImageCommands(CLI::App& app, Context& context) {
   CLI::App* image = AddCommand(app, "image", "Property-set images, as the registry holds them",
                                "orvctl image decode values.bin");
   image->require_subcommand(1);
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<ImageArguments>();
 
   CLI::App* decode = AddCommand(*image, "decode", "An image to its entries",
                                 "orvctl image decode values.bin\n  orvctl --json image decode "

@@ -15,7 +15,7 @@ namespace {
 // Rows of the human output. Filter words and old records carry little information.
 constexpr std::size_t kShownFields = 40;
 constexpr std::size_t kShownRecords = 40;
-constexpr char kGap[] = "reserved";
+constexpr char kReservedField[] = "reserved";
 
 std::string RecordHex(const DriverRecord& record) {
   const auto* bytes = reinterpret_cast<const unsigned char*>(record.bytes.data());
@@ -74,7 +74,9 @@ void ShowFields(Output& output, const DriverRecord& record, bool all) {
   output.Line(output.Painted(
       record.driver + " " + ParameterText(record.parameter) + " " + BlockName(block), ansi::kBold));
   if (fields.empty()) return output.Line("  " + RecordHex(record));
-  if (!all) std::erase_if(fields, [](const DecodedField& field) { return field.control == kGap; });
+  if (!all)
+    std::erase_if(fields,
+                  [](const DecodedField& field) { return field.control == kReservedField; });
   Table table = FieldTable();
   const std::size_t shown = all ? fields.size() : std::min(fields.size(), kShownFields);
   for (const DecodedField& field : std::span(fields).first(shown)) AddField(table, field, false);

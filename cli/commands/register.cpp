@@ -7,7 +7,7 @@
 namespace orv::cli {
 namespace {
 
-void Change(Context& context, bool add, bool for_user) {
+void ChangeRegistration(Context& context, bool add, bool for_user) {
   Session& session = context.session();
   Registry& registry = session.machine().registry();
   const std::vector<std::string> before = RegisteredKeys(registry, for_user);
@@ -42,7 +42,7 @@ void AddRegistrationCommands(CLI::App& app, Context& context) {
         AddCommand(app, name, description, "orvctl " + std::string(name) + " --user");
     command->add_flag("--user", *for_user, "For the current user instead of the machine");
     command->callback(
-        [&context, for_user, is_register] { Change(context, is_register, *for_user); });
+        [&context, for_user, is_register] { ChangeRegistration(context, is_register, *for_user); });
   };
   add("register", "Register the component's classes and type library", true);
   add("unregister", "Remove the component's registration", false);

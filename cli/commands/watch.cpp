@@ -14,7 +14,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-struct Arguments {
+struct WatchArguments {
   std::string endpoint;
   std::uint32_t count = 0;               // end after so many changes; 0: never
   std::optional<std::uint32_t> seconds;  // end after so much time
@@ -86,7 +86,7 @@ std::optional<std::chrono::milliseconds> TimeLeft(const std::optional<Clock::tim
   return std::max(left, std::chrono::milliseconds(0));
 }
 
-void Watch(Context& context, const Arguments& arguments) {
+void Watch(Context& context, const WatchArguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   Event stop(Event::Kind::ManualReset);
   Event changed(Event::Kind::AutoReset);
@@ -115,7 +115,7 @@ void Watch(Context& context, const Arguments& arguments) {
 }  // namespace
 
 void AddWatchCommand(CLI::App& app, Context& context) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<WatchArguments>();
   CLI::App* watch = AddCommand(
       app, "watch", "Print every change as it happens, whoever makes it",
       "orvctl watch 0\n  orvctl --json watch 0 --count 3 --for 60",

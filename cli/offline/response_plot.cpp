@@ -86,7 +86,7 @@ std::string Line(double x1, double y1, double x2, double y2, const std::string& 
          Number(y2) + "' class='" + style + "'/>\n";
 }
 
-std::string Text(double x, double y, const std::string& style, const std::string& text) {
+std::string TextElement(double x, double y, const std::string& style, const std::string& text) {
   return "<text x='" + Number(x) + "' y='" + Number(y) + "' class='" + style + "'>" +
          Escaped(text) + "</text>\n";
 }
@@ -166,7 +166,7 @@ void AddFrequencyGrid(const Panel& panel, bool labels, std::string& svg) {
       if (!labels || (digit != 1 && digit != 2 && digit != 5)) continue;
       const std::string text =
           frequency < 1000 ? Decimals(frequency, 0) : Decimals(frequency / 1000, 0) + "k";
-      svg += Text(x, panel.bottom() + 18, "tick middle", text);
+      svg += TextElement(x, panel.bottom() + 18, "tick middle", text);
     }
   }
 }
@@ -178,7 +178,7 @@ void AddValueGrid(const Panel& panel, const std::string& name, std::string& svg)
     const double value = values.low + i * values.step;
     const bool zero = std::abs(value) < values.step / 2;
     svg += Line(kLeft, panel.Y(value), kRight, panel.Y(value), zero ? "zero" : "minor");
-    svg += Text(kLeft - 9, panel.Y(value) + 4, "tick end", TickText(value, values.step));
+    svg += TextElement(kLeft - 9, panel.Y(value) + 4, "tick end", TickText(value, values.step));
   }
   svg += SidewaysText(24, (panel.top() + panel.bottom()) / 2, name);
 }
@@ -249,7 +249,7 @@ void AddLegend(const ResponsePlot& plot, double top, std::string& svg) {
     const double y = top + kLineHeight * static_cast<double>(entries / kLegendColumns);
     svg += "<line x1='" + Number(x + 3) + "' y1='" + Number(y - 4) + "' x2='" +
            Number(x + kSample) + "' y2='" + Number(y - 4) + "' " + attributes + "/>\n";
-    svg += Text(x + kSample + 8, y, "legend", name);
+    svg += TextElement(x + kSample + 8, y, "legend", name);
     ++entries;
   };
   add("ideal", "class='ideal'");
@@ -287,9 +287,10 @@ std::string DrawResponse(const ResponsePlot& plot) {
                     Number(kWidth) + " " + Number(error.bottom() + kFooter) + "'>\n" + kStyle +
                     "<defs>" + ClipPath(magnitude, "magnitude") + ClipPath(error, "error") +
                     "</defs>\n<rect width='100%' height='100%' fill='#ffffff'/>\n";
-  svg += Text(kLeft, 36, "title", plot.title);
+  svg += TextElement(kLeft, 36, "title", plot.title);
   for (std::size_t i = 0; i < plot.remarks.size(); ++i) {
-    svg += Text(kLeft, kTop + kLineHeight * static_cast<double>(i), "remark", plot.remarks[i]);
+    svg +=
+        TextElement(kLeft, kTop + kLineHeight * static_cast<double>(i), "remark", plot.remarks[i]);
   }
   AddFrequencyGrid(magnitude, false, svg);
   AddFrequencyGrid(error, true, svg);
@@ -297,7 +298,7 @@ std::string DrawResponse(const ResponsePlot& plot) {
   AddValueGrid(error, "Error in dB", svg);
   AddCurves(plot, magnitude, error, svg);
   svg += Frame(magnitude) + Frame(error);
-  svg += Text((kLeft + kRight) / 2, error.bottom() + 42, "name", "Frequency in Hz");
+  svg += TextElement((kLeft + kRight) / 2, error.bottom() + 42, "name", "Frequency in Hz");
   AddLegend(plot, legend, svg);
   return svg + "</svg>\n";
 }

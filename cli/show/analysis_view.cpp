@@ -16,7 +16,6 @@ constexpr int kValueWidth = 15;  // behind a peak bar: level and clip mark
 constexpr int kAxisWidth = 5;
 constexpr int kLeastBarWidth = 10;
 constexpr int kLeastSpectrumRows = 3;
-constexpr std::size_t kSpectrumChannels = 2;
 
 // Parts of a full block, by eighths.
 constexpr const char* kGrowingRight[] = {"", "▏", "▎", "▍", "▌", "▋", "▊", "▉"};

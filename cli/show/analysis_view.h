@@ -11,6 +11,8 @@
 
 namespace orv::cli {
 
+inline constexpr std::size_t kSpectrumChannels = 2;  // left and right
+
 struct AnalysisPicture {
   std::string title;
   std::vector<LevelMeter> peaks;  // by channel

@@ -10,22 +10,24 @@
 namespace orv::cli {
 namespace {
 
-struct Range {
+struct CodePoints {
   char32_t first;
   char32_t last;
 };
 
-constexpr std::array kZeroWidth = {
-    Range{0x0300, 0x036F}, Range{0x0483, 0x0489}, Range{0x0591, 0x05BD}, Range{0x064B, 0x065F},
-    Range{0x200B, 0x200F}, Range{0x20D0, 0x20FF}, Range{0xFE00, 0xFE0F}, Range{0xFE20, 0xFE2F}};
+constexpr std::array kZeroWidth = {CodePoints{0x0300, 0x036F}, CodePoints{0x0483, 0x0489},
+                                   CodePoints{0x0591, 0x05BD}, CodePoints{0x064B, 0x065F},
+                                   CodePoints{0x200B, 0x200F}, CodePoints{0x20D0, 0x20FF},
+                                   CodePoints{0xFE00, 0xFE0F}, CodePoints{0xFE20, 0xFE2F}};
 constexpr std::array kDoubleWidth = {
-    Range{0x1100, 0x115F},   Range{0x2E80, 0x303E},   Range{0x3041, 0xA4CF},  Range{0xAC00, 0xD7A3},
-    Range{0xF900, 0xFAFF},   Range{0xFE30, 0xFE6F},   Range{0xFF00, 0xFF60},  Range{0xFFE0, 0xFFE6},
-    Range{0x1F300, 0x1F64F}, Range{0x1F900, 0x1F9FF}, Range{0x20000, 0x3FFFD}};
+    CodePoints{0x1100, 0x115F},   CodePoints{0x2E80, 0x303E},  CodePoints{0x3041, 0xA4CF},
+    CodePoints{0xAC00, 0xD7A3},   CodePoints{0xF900, 0xFAFF},  CodePoints{0xFE30, 0xFE6F},
+    CodePoints{0xFF00, 0xFF60},   CodePoints{0xFFE0, 0xFFE6},  CodePoints{0x1F300, 0x1F64F},
+    CodePoints{0x1F900, 0x1F9FF}, CodePoints{0x20000, 0x3FFFD}};
 
 template <std::size_t N>
-bool Contains(const std::array<Range, N>& ranges, char32_t point) {
-  return std::any_of(ranges.begin(), ranges.end(), [point](const Range& range) {
+bool Contains(const std::array<CodePoints, N>& ranges, char32_t point) {
+  return std::any_of(ranges.begin(), ranges.end(), [point](const CodePoints& range) {
     return point >= range.first && point <= range.last;
   });
 }
