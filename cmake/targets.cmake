@@ -2,7 +2,7 @@
 
 add_library(orv_build_flags INTERFACE)
 target_include_directories(orv_build_flags INTERFACE ${CMAKE_SOURCE_DIR}/include ${CMAKE_SOURCE_DIR}/src)
-target_link_libraries(orv_build_flags INTERFACE Boost::boost)
+target_link_libraries(orv_build_flags INTERFACE Boost::boost fmt::fmt-header-only)
 target_compile_options(orv_build_flags INTERFACE
   -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wno-sign-conversion -Wimplicit-fallthrough)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")

@@ -4,7 +4,7 @@ set -euo pipefail
 
 packages=(
   g++ cmake ninja-build ccache mold python3
-  libtinyxml2-dev libboost-dev nlohmann-json3-dev libcli11-dev
+  libtinyxml2-dev libboost-dev nlohmann-json3-dev libcli11-dev libfmt-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   clang libclang-rt-dev clang-format clang-tidy
   g++-mingw-w64-x86-64-posix mingw-w64-tools wine wine64 dpkg-dev
