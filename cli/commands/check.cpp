@@ -62,7 +62,7 @@ void Show(Context& context, const std::string& file, const CheckReport& report) 
               std::to_string(NumberOf(report.status)) + "), " +
               std::to_string(report.modes.size()) + " modes");
   ShowModes(context, report);
-  for (const Finding& finding : report.findings) {
+  for (const ConfigurationFinding& finding : report.findings) {
     const std::string place = finding.line > 0 ? ":" + std::to_string(finding.line) : "";
     output.Line(Printable(file) + place + ": " +
                 output.Painted(SeverityWord(finding.severity), SeverityColour(finding.severity)) +
@@ -83,7 +83,7 @@ void CheckFile(Context& context, const std::string& file) {
   Json modes = Json::array();
   for (const CheckedMode& mode : report.modes) modes.push_back(ModeJson(mode));
   Json findings = Json::array();
-  for (const Finding& finding : report.findings) {
+  for (const ConfigurationFinding& finding : report.findings) {
     findings.push_back({{"line", finding.line},
                         {"code", finding.code},
                         {"severity", SeverityWord(finding.severity)},

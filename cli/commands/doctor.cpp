@@ -53,10 +53,8 @@ void Examine(Context& context, const std::string& chosen) {
   Diagnosis diagnosis(context);
   diagnosis.ExamineTechnology();
   for (const ORVAPOEndpointInfo& info : infos) {
-    if (const std::optional<Endpoint> endpoint = diagnosis.Examine(info)) {
-      const DspCheck dsp = CheckDsp(context.session().machine(), *endpoint);
-      diagnosis.Add("DSP", dsp.ok, dsp.detail, dsp.remedy);
-    }
+    if (const std::optional<Endpoint> endpoint = diagnosis.Examine(info))
+      ExamineDsp(diagnosis, context.session().machine(), *endpoint);
   }
   if (infos.empty()) {
     context.output.Remark("The machine has no active render endpoint.");

@@ -156,7 +156,7 @@ void PushEqualizer(Context& context, const IntelArguments& arguments) {
                  : "Only a Broadwell driver takes bands directly; into a Skylake one push "
                    "a mode: " +
                        CommandLine("dsp intel " + endpoint.number() + " push --tech PEQALL"));
-  RemarkDifferences(context, outcome);
+  WarnOfDifferences(context, outcome);
   if (context.output.json()) {
     const Json json = ToJson(outcome);
     return context.output.Value({{"status", json["status"]}, {"verdict", json["verdict"]}});

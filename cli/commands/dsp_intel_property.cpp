@@ -196,7 +196,7 @@ void SetProperty(Context& context, const std::string& endpoint_text,
   const PushOutcome outcome = push.Run();
   const std::string held = push.Held();
   if (outcome.differs()) context.exit_status = kDiffering;
-  RemarkDifferences(context, outcome);
+  WarnOfDifferences(context, outcome);
   const std::string& name = arguments.property;
   if (context.output.json()) {
     const Json read = held.empty() ? Json() : Json(held);

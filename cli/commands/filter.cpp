@@ -168,7 +168,7 @@ void WriteDrawing(const FilterDesign& design, const FilterArguments& arguments,
                   const Judgement& judgement) {
   constexpr int kSteps = 1000;
   ResponsePlot plot{design.title, design.details, {}};
-  plot.remarks.push_back(WorstText(judgement) + ".  " + PoleText(judgement) +
+  plot.details.push_back(WorstText(judgement) + ".  " + PoleText(judgement) +
                          ".  Sample rate: " + HertzText(arguments.rate) + ".");
   for (const QuantisedFilter& filter : design.filters)
     plot.curves.push_back(CurveOf(filter, arguments, kSteps));

@@ -1,11 +1,12 @@
 #include "cli/dsp/blocks.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cctype>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
-#include <optional>
+#include <utility>
 
 #include "cli/show/output.h"
 #include "intel_dsp/broadwell/parameter_blocks.h"
@@ -31,23 +32,38 @@ std::optional<Quantity> QuantityOf(const std::string& text) {
   return Quantity{number, unit};
 }
 
+// The difference of two quantities of the same unit, "+2.5 dB"; empty for other texts.
+std::string ErrorText(const std::string& sent, const std::string& read) {
+  const auto from = QuantityOf(sent);
+  const auto to = QuantityOf(read);
+  if (!from || !to || from->unit != to->unit) return {};
+  return fmt::format("{:+.6g}{}", to->number - from->number, from->unit);
+}
+
 // Blocks of one size.
 std::vector<DspDifference> CompareBytes(const DspBlock& sent, const DspBlock& read) {
   std::vector<DspDifference> differences;
   for (std::size_t i = 0; i < sent.bytes.size(); ++i) {
-    const auto a = std::to_integer<std::int64_t>(sent.bytes[i]);
-    const auto b = std::to_integer<std::int64_t>(read.bytes[i]);
-    if (a == b) continue;
-    differences.push_back({BlockName(sent), "byte " + std::to_string(i), a, b, std::to_string(a),
-                           std::to_string(b), "", ""});
+    if (sent.bytes[i] != read.bytes[i])
+      differences.push_back(NumbersDiffer(sent, fmt::format("byte {}", i),
+                                          std::to_integer<std::int64_t>(sent.bytes[i]),
+                                          std::to_integer<std::int64_t>(read.bytes[i])));
   }
   return differences;
 }
 
-std::string HexNumber(std::uint32_t number) {
-  char text[16];
-  std::snprintf(text, sizeof text, "0x%X", number);
-  return text;
+DspDifference CompareFields(const DspBlock& block, const DecodedField& sent,
+                            const DecodedField& read) {
+  DspDifference difference = NumbersDiffer(block, sent.control, sent.value, read.value);
+  if (sent.text == read.text) {
+    difference.sent_text = fmt::format("{} ({})", sent.text, sent.value);
+    difference.read_text = fmt::format("{} ({})", read.text, read.value);
+  } else {
+    difference.sent_text = sent.text;
+    difference.read_text = read.text;
+    difference.error = ErrorText(sent.text, read.text);
+  }
+  return difference;
 }
 
 }  // namespace
@@ -62,7 +78,7 @@ std::string BlockName(const DspBlock& block) {
   if (block.driver == kSkylakeDriver) name = SkylakeBlockName(block.parameter);
   if (block.driver == kBroadwellDriver) name = BroadwellBlockName(block.parameter);
   if (block.driver == kQualcommDriver) name = QualcommRecordName(block.parameter);
-  return name.empty() ? "parameter " + HexNumber(block.parameter) : name;
+  return name.empty() ? fmt::format("parameter 0x{:X}", block.parameter) : name;
 }
 
 std::vector<DecodedField> DecodeBlock(const DspBlock& block) {
@@ -87,46 +103,29 @@ void AddField(Table& table, const DecodedField& field, bool accented) {
              Cell(field.text, accented ? ansi::kAccent : nullptr)});
 }
 
-std::string ErrorText(const std::string& sent, const std::string& read) {
-  const auto from = QuantityOf(sent);
-  const auto to = QuantityOf(read);
-  if (!from || !to || from->unit != to->unit) return {};
-  char number[48];
-  std::snprintf(number, sizeof number, "%+.6g", to->number - from->number);
-  return number + from->unit;
+DspDifference NumbersDiffer(const DspBlock& block, const std::string& control, std::int64_t sent,
+                            std::int64_t read) {
+  return {BlockName(block),     control, sent, read, std::to_string(sent),
+          std::to_string(read), "",      ""};
 }
 
 DspDifference WholeBlock(const DspBlock& block, const std::string& reason) {
-  DspDifference difference;
-  difference.block = BlockName(block);
-  difference.control = "the whole block";
-  difference.reason = reason;
-  return difference;
+  return {BlockName(block), "the whole block", {}, {}, "", "", "", reason};
 }
 
 std::vector<DspDifference> CompareBlocks(const DspBlock& sent, const DspBlock& read) {
   if (sent.bytes == read.bytes) return {};
   if (sent.bytes.size() != read.bytes.size())
-    return {WholeBlock(sent, std::to_string(read.bytes.size()) + " bytes instead of " +
-                                 std::to_string(sent.bytes.size()))};
+    return {WholeBlock(
+        sent, fmt::format("{} bytes instead of {}", read.bytes.size(), sent.bytes.size()))};
   const std::vector<DecodedField> before = DecodeBlock(sent);
   const std::vector<DecodedField> after = DecodeBlock(read);
   std::vector<DspDifference> differences;
-  // Both walk the same rows.
+  // Both have the same rows.
   for (std::size_t i = 0; before.size() == after.size() && i < before.size(); ++i) {
-    const DecodedField& a = before[i];
-    const DecodedField& b = after[i];
-    if (a.control != b.control) return CompareBytes(sent, read);
-    if (a.value == b.value) continue;
-    if (a.text == b.text) {
-      const auto raw = [](const DecodedField& field) {
-        return field.text + " (" + std::to_string(field.value) + ")";
-      };
-      differences.push_back({BlockName(sent), a.control, a.value, b.value, raw(a), raw(b), "", ""});
-      continue;
-    }
-    differences.push_back({BlockName(sent), a.control, a.value, b.value, a.text, b.text,
-                           ErrorText(a.text, b.text), ""});
+    if (before[i].control != after[i].control) return CompareBytes(sent, read);
+    if (before[i].value != after[i].value)
+      differences.push_back(CompareFields(sent, before[i], after[i]));
   }
   return differences.empty() ? CompareBytes(sent, read) : differences;
 }

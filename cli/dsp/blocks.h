@@ -35,14 +35,14 @@ std::vector<DecodedField> DecodeBlock(const DspBlock& block);
 // do not.
 bool IsControl(const DecodedField& field);
 
-// A block's fields for people.
+// A table of a block's fields.
 Table FieldTable();
 void AddField(Table& table, const DecodedField& field, bool accented);
 
 struct DspDifference {
   std::string block;
   std::string control;  // or what the field is; "byte N" of a block without known fields
-  // The field's numbers; empty if there is no such number.
+  // The field's numbers; nullopt if it has none.
   std::optional<std::int64_t> sent;
   std::optional<std::int64_t> read;
   std::string sent_text;  // in the control's own unit
@@ -51,13 +51,13 @@ struct DspDifference {
   std::string reason;  // why a whole block is not in the DSP; empty for a field
 };
 
-// Field by field; empty if the blocks are equal. Blocks of different sizes are one difference.
+// Compares field by field; empty if the blocks are equal. Different sizes are one difference.
 std::vector<DspDifference> CompareBlocks(const DspBlock& sent, const DspBlock& read);
 
+// A number of a block that has no unit.
+DspDifference NumbersDiffer(const DspBlock& block, const std::string& control, std::int64_t sent,
+                            std::int64_t read);
 // A block that is not in the DSP, with the reason.
 DspDifference WholeBlock(const DspBlock& block, const std::string& reason);
-
-// What lies between two quantities of the same unit, "+2.5 dB"; empty when they are none.
-std::string ErrorText(const std::string& sent, const std::string& read);
 
 }  // namespace orv::cli

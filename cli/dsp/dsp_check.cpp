@@ -1,5 +1,10 @@
 #include "cli/dsp/dsp_check.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "cli/client/dsp_objects.h"
 #include "cli/dsp/readback.h"
 #include "cli/show/failure.h"
 #include "cli/show/remedy.h"
@@ -12,28 +17,14 @@
 namespace orv::cli {
 namespace {
 
-// How the component answers when it is asked for an endpoint's DSP objects.
-struct DspAnswer {
-  explicit DspAnswer(const Endpoint& endpoint) {
-    ComPtr<IKELAPOIntelDSP> intel_dsp;
-    ComPtr<IORVAPOQCDSP> qualcomm_dsp;
-    intel = endpoint.object()->GetIntelInterface(intel_dsp.Put());
-    qualcomm = endpoint.object()->GetQCDSPInterface(qualcomm_dsp.Put());
-  }
-  bool present() const { return SUCCEEDED(intel) || SUCCEEDED(qualcomm); }
-
-  HRESULT intel;
-  HRESULT qualcomm;
-};
-
-// Statuses of a wave filter that knows nothing of the request.
+// Statuses of a wave filter that does not know the request.
 bool MeansUnknownProperty(HRESULT status) {
   constexpr DWORD kSetNotFound = 1170;
   return status == orv_apo::kNotFound || status == orv_apo::StatusOfSystemError(kSetNotFound) ||
          status == E_NOTIMPL || status == E_NOINTERFACE;
 }
 
-// Why the wave filter behind an endpoint gives no module; empty when there is none to give.
+// Why the wave filter of an endpoint has no module; empty if it is not expected to have one.
 std::string SkylakeRefusal(Machine& machine, const std::string& endpoint) {
   ComPtr<IMMDeviceEnumerator> devices;
   ComPtr<IMMDevice> device;
@@ -50,97 +41,88 @@ std::string SkylakeRefusal(Machine& machine, const std::string& endpoint) {
   std::uint8_t version = 0;
   std::uint8_t features = 0;
   if (!client.GetAPIVersion(asked, version, features)) {
-    return MeansUnknownProperty(status)
-               ? ""
-               : "the Intel driver behind this endpoint does not report its version: " +
-                     StatusText(status);
+    if (MeansUnknownProperty(status)) return {};
+    return "the Intel driver behind this endpoint does not report its version: " +
+           StatusText(status);
   }
   if (version != skylake::kSupportedInterface) {
-    return "the Intel driver behind this endpoint has interface version " +
-           std::to_string(version) + " instead of " + std::to_string(skylake::kSupportedInterface);
+    return fmt::format(
+        "the Intel driver behind this endpoint has interface version {} instead of {}", version,
+        skylake::kSupportedInterface);
   }
   if (SUCCEEDED(status)) return "the Intel driver refused at first and answers now";
-  return client.lists_modules()
-             ? ""
-             : "the Intel driver does not list its modules: " + StatusText(status);
+  if (client.lists_modules()) return {};
+  return "the Intel driver does not list its modules: " + StatusText(status);
 }
 
-// The driver that is there although the component has no DSP object for the endpoint; empty when
-// there is none.
+// The driver that exists although the component has no DSP object for the endpoint; empty if there
+// is none.
 std::string DriverThatRefuses(Machine& machine, const Endpoint& endpoint) {
-  const auto unopened = [&](const GUID& interface_class) -> std::optional<std::uint32_t> {
+  const auto refusal = [&](const char* driver, const GUID& interface_class) -> std::string {
     std::uint32_t error = 0;
     const std::vector<std::wstring> paths = machine.DeviceInterfaces(interface_class);
-    for (const std::wstring& path : paths)
-      if (machine.OpenDevice(path, error) != nullptr) return 0;
-    return paths.empty() ? std::nullopt : std::optional(error);
+    if (paths.empty()) return {};
+    const bool opens = std::ranges::any_of(
+        paths, [&](const auto& path) { return machine.OpenDevice(path, error) != nullptr; });
+    return fmt::format(
+        "the {} driver is there, but {}", driver,
+        opens ? "the component did not get its object"
+              : "cannot be opened: " + StatusText(orv_apo::StatusOfSystemError(error)));
   };
-  const auto told = [](const char* driver, std::uint32_t error) {
-    return std::string("the ") + driver + " driver is there, but " +
-           (error == 0 ? "the component did not get its object"
-                       : "cannot be opened: " + StatusText(orv_apo::StatusOfSystemError(error)));
-  };
-  if (const auto error = unopened(broadwell::kDeviceInterface)) return told("Intel", *error);
-  if (const auto error = unopened(kQualcommInterfaceClass)) return told("Qualcomm", *error);
-  return SkylakeRefusal(machine, endpoint.id());
+  std::string text = refusal("Intel", broadwell::kDeviceInterface);
+  if (text.empty()) text = refusal("Qualcomm", kQualcommInterfaceClass);
+  return text.empty() ? SkylakeRefusal(machine, endpoint.id()) : text;
 }
 
 // An endpoint's Intel DSP as its driver answers at the moment.
 struct IntelDspState {
-  std::string fault;   // the first request that was refused, with its status; empty if none was
-  std::string driver;  // "skylake" or "broadwell"; empty if the DSP cannot be opened
-  IntelDsp::Versions versions;
-  // Whether the module is on and processes; empty if the driver does not report it.
-  std::optional<bool> enabled;
+  std::string switch_name;
+  std::string text;  // driver, interface and module
+  bool enabled = false;
 };
 
+// Throws Failure for the first request that is refused.
 IntelDspState AskIntelDsp(Machine& machine, const Endpoint& endpoint) {
+  const IntelDsp dsp(endpoint);
+  const std::string driver = dsp.Kind();
   IntelDspState state;
-  try {
-    const IntelDsp dsp(endpoint);
-    state.driver = dsp.Kind();
-    const std::string name =
-        state.driver == kSkylakeDriver ? "VQ3D-Process Enable" : "ZENSND-Process Enable";
-    std::int32_t value = 0;
-    const HRESULT status = dsp.GetProperty(name, false, value);
-    if (SUCCEEDED(status)) state.enabled = value != 0;
-    state.versions = dsp.ReadVersions();
-    DspReadback readback(machine, endpoint.id());
-    if (state.driver == kSkylakeDriver && value == 0 && !readback.ReadsSwitch())
-      throw Failure(kRefused, "it does not report whether it is switched on");
-    Require(status, "reading \"" + name + "\"", "");
-  } catch (const Failure& failure) {
-    state.fault = failure.what();
-  }
+  state.switch_name = driver == kSkylakeDriver ? "VQ3D-Process Enable" : "ZENSND-Process Enable";
+  std::int32_t value = 0;
+  const HRESULT status = dsp.GetProperty(state.switch_name, false, value);
+  const IntelDsp::Versions versions = dsp.ReadVersions();
+  if (driver == kSkylakeDriver && value == 0 && !DspReadback(machine, endpoint.id()).ReadsSwitch())
+    throw Failure(kRefused, "it does not report whether it is switched on");
+  Require(status, fmt::format("reading \"{}\"", state.switch_name), "");
+  state.enabled = value != 0;
+  state.text = fmt::format("Intel driver ({}, interface version {}, module {})", driver,
+                           versions.api, versions.module_version);
   return state;
 }
 
 }  // namespace
 
-DspCheck CheckDsp(Machine& machine, const Endpoint& endpoint) {
-  const DspAnswer answer(endpoint);
-  if (!answer.present()) {
+void ExamineDsp(Diagnosis& diagnosis, Machine& machine, const Endpoint& endpoint) {
+  const auto add = [&](bool ok, const std::string& detail, const std::string& remedy) {
+    diagnosis.Add("DSP", ok, detail, CommandLine(remedy));
+  };
+  const std::string doctor = "-v doctor " + endpoint.number();
+  ComPtr<IKELAPOIntelDSP> intel;
+  ComPtr<IORVAPOQCDSP> qualcomm;
+  if (FAILED(endpoint.object()->GetIntelInterface(intel.Put()))) {
+    if (SUCCEEDED(endpoint.object()->GetQCDSPInterface(qualcomm.Put())))
+      return add(true, "Qualcomm driver present; it does not report what it holds", "");
     const std::string refusal = DriverThatRefuses(machine, endpoint);
-    return {refusal.empty(),
-            refusal.empty() ? "none: the effects run in the audio engine" : refusal,
-            CommandLine("-v doctor " + endpoint.number())};
+    return add(refusal.empty(),
+               refusal.empty() ? "none: the effects run in the audio engine" : refusal, doctor);
   }
-  if (FAILED(answer.intel)) {
-    return {true, "Qualcomm driver present; it does not report what it holds", ""};
+  try {
+    const IntelDspState state = AskIntelDsp(machine, endpoint);
+    add(state.enabled, state.text + (state.enabled ? ", switched on" : ", switched off"),
+        fmt::format("dsp intel {} set \"{}\" 1", endpoint.number(), state.switch_name));
+  } catch (const Failure& failure) {
+    const std::string text = failure.what();
+    add(false, "the Intel driver is there, but " + text.substr(0, text.find('\n')), doctor);
   }
-  const IntelDspState state = AskIntelDsp(machine, endpoint);
-  if (!state.fault.empty()) {
-    return {false,
-            "the Intel driver is there, but " + state.fault.substr(0, state.fault.find('\n')),
-            CommandLine("-v doctor " + endpoint.number())};
-  }
-  const std::string switch_name =
-      state.driver == kSkylakeDriver ? "VQ3D-Process Enable" : "ZENSND-Process Enable";
-  return {*state.enabled,
-          "Intel driver (" + state.driver + ", interface version " +
-              std::to_string(state.versions.api) + ", module " + state.versions.module_version +
-              "), " + (*state.enabled ? "switched on" : "switched off"),
-          CommandLine("dsp intel " + endpoint.number() + " set \"" + switch_name + "\" 1")};
 }
 
 }  // namespace orv::cli

@@ -1,17 +1,11 @@
 // Whether the DSP behind an endpoint is there and processes.
 #pragma once
 
-#include <string>
-
-#include "cli/client/dsp_objects.h"
+#include "cli/client/diagnosis.h"
 
 namespace orv::cli {
 
-struct DspCheck {
-  bool ok = false;
-  std::string detail;
-  std::string remedy;
-};
-DspCheck CheckDsp(Machine& machine, const Endpoint& endpoint);
+// Adds the check of the DSP.
+void ExamineDsp(Diagnosis& diagnosis, Machine& machine, const Endpoint& endpoint);
 
 }  // namespace orv::cli

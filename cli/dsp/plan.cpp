@@ -1,15 +1,18 @@
 #include "cli/dsp/plan.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <functional>
 #include <initializer_list>
 
-#include "cli/client/component_text.h"
-#include "cli/dsp/recorder.h"
 #include "cli/show/names.h"
+#include "intel_dsp/broadwell/broadwell_driver.h"
 #include "intel_dsp/broadwell/coefficients.h"
 #include "intel_dsp/broadwell/processors.h"
 #include "intel_dsp/skylake/blocks.h"
 #include "intel_dsp/skylake/parameter_blocks.h"
+#include "intel_dsp/skylake/skylake_driver.h"
 #include "platform/diagnostics.h"
 #include "platform/driver_names.h"
 #include "platform/text.h"
@@ -18,15 +21,102 @@
 namespace orv::cli {
 namespace {
 
+// Keeps what writers send as a plan.
+class DspRecorder {
+ public:
+  DspRecorder(std::string driver, DspReadback* held) : held_(held) {
+    plan.driver = std::move(driver);
+  }
+
+  bool Get(HRESULT& status, std::uint32_t parameter, void* buffer, std::uint32_t size) {
+    status = E_FAIL;
+    const DspBlock* block = FindBlock(plan.blocks, parameter);
+    std::optional<DspBlock> held;
+    if (block == nullptr && held_ != nullptr) {
+      held = held_->Held(plan.driver, parameter, size);
+      if (held) block = &*held;
+    }
+    if (block == nullptr || block->bytes.size() < size) return false;
+    std::copy_n(block->bytes.begin(), size, static_cast<std::byte*>(buffer));
+    status = S_OK;
+    return true;
+  }
+  bool Set(HRESULT& status, std::uint32_t parameter, const void* buffer, std::uint32_t size,
+           std::uint32_t selector) {
+    const auto* bytes = static_cast<const std::byte*>(buffer);
+    DspBlock block{plan.driver, parameter, {bytes, bytes + size}, selector};
+    const auto known = std::ranges::find(plan.blocks, parameter, &DspBlock::parameter);
+    if (known != plan.blocks.end()) {
+      *known = std::move(block);
+    } else {
+      plan.blocks.push_back(std::move(block));
+    }
+    status = S_OK;
+    return true;
+  }
+  // Adds those of the parameters that were not sent.
+  void AddGaps(std::vector<DspPlan::Gap>& gaps, std::initializer_list<std::uint32_t> parameters,
+               const std::string& reason) const {
+    for (const std::uint32_t parameter : parameters)
+      if (FindBlock(plan.blocks, parameter) == nullptr)
+        gaps.push_back({{plan.driver, parameter, {}, 0}, reason});
+  }
+
+  DspPlan plan;
+
+ private:
+  DspReadback* held_;
+};
+
+template <class Driver>
+class ParameterRecorder : public Driver {
+ public:
+  explicit ParameterRecorder(DspRecorder& recorder) : recorder_(recorder) {}
+  bool GetParameter(HRESULT& status, std::uint32_t parameter, void* buffer, std::uint32_t size,
+                    std::uint8_t) override {
+    return recorder_.Get(status, parameter, buffer, size);
+  }
+  bool SetParameter(HRESULT& status, std::uint32_t parameter, const void* buffer,
+                    std::uint32_t size, std::uint8_t apply) override {
+    return recorder_.Set(status, parameter, buffer, size, apply);
+  }
+
+ protected:
+  ~ParameterRecorder() = default;
+  DspRecorder& recorder_;
+};
+
+class SkylakeRecorder final : public ParameterRecorder<SkylakeDriver> {
+ public:
+  using ParameterRecorder::ParameterRecorder;
+  bool GetStatus(HRESULT& status, std::uint8_t& enabled, std::uint8_t) override {
+    enabled = 1;
+    status = S_OK;
+    return true;
+  }
+  bool SetStatus(HRESULT& status, std::uint8_t enable, std::uint8_t) override {
+    recorder_.plan.module = enable != 0;
+    status = S_OK;
+    return true;
+  }
+};
+
+class BroadwellRecorder final : public ParameterRecorder<BroadwellDriver> {
+ public:
+  using ParameterRecorder::ParameterRecorder;
+  std::uint32_t last_error() const override { return 0; }
+};
+
 constexpr char kHighPass[] = "HPF";
+constexpr char kUnusableBands[] = "a band is out of range, or there are too many";
 
 std::string Utf8OfNarrow(const std::string& narrow) { return Utf8FromName(Widen(narrow)); }
 
 std::string ValueReason(const std::string& control, const ControlValueMap& controls) {
   const auto found = controls.find(control);
-  if (found == controls.end()) return "the mode has no value for \"" + Utf8OfNarrow(control) + "\"";
-  return "\"" + Utf8OfNarrow(control) +
-         "\" is out of range: " + Utf8OfNarrow(found->second.ToString());
+  const std::string name = Utf8OfNarrow(control);
+  if (found == controls.end()) return fmt::format("the mode has no value for \"{}\"", name);
+  return fmt::format("\"{}\" is out of range: {}", name, Utf8OfNarrow(found->second.ToString()));
 }
 
 // A converter's exception reads "control - message"; other texts stay as they are.
@@ -37,7 +127,7 @@ std::string ReasonOf(const std::string& error, const ControlValueMap& controls) 
   return is_control ? ValueReason(name, controls) : Utf8OfNarrow(error);
 }
 
-// The latest error that a writer reported without its site.
+// Keeps the latest error that a writer reported, without its site.
 class ErrorCapture {
  public:
   const std::string& error() const noexcept { return error_; }
@@ -89,18 +179,12 @@ std::string SkylakeBlockReason(const skylake::Block& block, const ControlValueMa
 
 static_assert(kSkylakeControlWriters.size() == skylake::kBlocks.size());
 
-DspBlock Without(const DspRecorder& recorder, std::uint32_t parameter) {
-  return {recorder.plan.driver, parameter, {}, 0};
-}
-
 void WriteSkylakeFilters(DspRecorder& recorder, KELAPOIntelDSP_SKL& writers,
                          const ControlValueMap& controls, std::uint8_t apply) {
   const ErrorCapture capture;
   writers.SetVQ3DHPFAEQControls(controls, apply);
-  for (const std::uint32_t parameter : {skylake::kLeftFilter, skylake::kRightFilter})
-    if (!recorder.Has(parameter))
-      recorder.plan.missing.push_back(
-          {Without(recorder, parameter), SkylakeFilterReason(capture.error(), controls)});
+  recorder.AddGaps(recorder.plan.missing, {skylake::kLeftFilter, skylake::kRightFilter},
+                   SkylakeFilterReason(capture.error(), controls));
 }
 
 void WriteSkylake(DspRecorder& recorder, const ControlValueMap& controls, bool whole,
@@ -113,18 +197,17 @@ void WriteSkylake(DspRecorder& recorder, const ControlValueMap& controls, bool w
     const skylake::Block& block = skylake::kBlocks[i];
     const ErrorCapture capture;
     const HRESULT status = (writers.*kSkylakeControlWriters[i])(controls, apply);
-    if (recorder.Has(block.parameter)) continue;
+    if (FindBlock(recorder.plan.blocks, block.parameter) != nullptr) continue;
     auto& gaps = FAILED(status) ? recorder.plan.missing : recorder.plan.kept;
     const std::string reason = SkylakeBlockReason(block, controls, capture.error());
-    gaps.push_back({Without(recorder, block.parameter), reason});
-    if (block.parameter == skylake::kVQ3D)
-      gaps.push_back({Without(recorder, skylake::kCommonConfig), reason});
+    recorder.AddGaps(gaps, {block.parameter}, reason);
+    if (block.parameter == skylake::kVQ3D) recorder.AddGaps(gaps, {skylake::kCommonConfig}, reason);
   }
   WriteSkylakeFilters(recorder, writers, controls, apply);
   recorder.plan.module = KELAPOIntelDSP_SKL::CachedProcessEnable();
 }
 
-// What one processor sends; the others go on when it gives up.
+// Records what one processor sends; the others continue if it fails.
 void WriteBroadwellPart(DspRecorder& recorder, const ControlValueMap& controls,
                         std::initializer_list<std::uint32_t> parameters,
                         const std::function<void()>& process) {
@@ -136,33 +219,8 @@ void WriteBroadwellPart(DspRecorder& recorder, const ControlValueMap& controls,
     error = failure.what();
   }
   if (error.empty()) error = capture.error();
-  if (error.empty()) error = "a band is out of range, or there are too many";
-  for (const std::uint32_t parameter : parameters)
-    if (!recorder.Has(parameter))
-      recorder.plan.missing.push_back({Without(recorder, parameter), ReasonOf(error, controls)});
-}
-
-void WriteBroadwellHighPass(DspRecorder& recorder, KELAPOIntelDSP_BRW& processors,
-                            const ControlValueMap& controls, std::uint8_t apply) {
-  WriteBroadwellPart(recorder, controls, {broadwell::kHighPassCoefficients}, [&] {
-    try {
-      processors.ProcessHPFControls(controls, apply);
-    } catch (const IntelException& error) {
-      const std::string text = error.what();
-      if (!text.starts_with("HPF - ")) throw;
-      const bool order = text.find("order") != std::string::npos;
-      throw IntelException(order ? "ZENSND-HPF Order" : "ZENSND-HPF Frequency", text);
-    }
-  });
-}
-
-void WriteBroadwellEqualizer(DspRecorder& recorder, KELAPOIntelDSP_BRW& processors,
-                             const ControlValueMap& controls, std::uint32_t channel,
-                             std::uint8_t apply) {
-  const std::uint32_t parameter =
-      channel == KELAPOIntelDSP_BRW::kLeft ? broadwell::kLeftEqualizer : broadwell::kRightEqualizer;
-  WriteBroadwellPart(recorder, controls, {parameter},
-                     [&] { processors.ProcessPEQControls(controls, apply, channel); });
+  recorder.AddGaps(recorder.plan.missing, parameters,
+                   ReasonOf(error.empty() ? kUnusableBands : error, controls));
 }
 
 void WriteBroadwell(DspRecorder& recorder, const ControlValueMap& controls,
@@ -170,25 +228,36 @@ void WriteBroadwell(DspRecorder& recorder, const ControlValueMap& controls,
   BroadwellRecorder driver(recorder);
   KELAPOIntelDSP_BRW processors(driver);
   const bool whole = technology.empty();
+  const auto write = [&](std::initializer_list<std::uint32_t> parameters, const auto& process) {
+    WriteBroadwellPart(recorder, controls, parameters, process);
+  };
   if (whole || technology == kHighPass)
-    WriteBroadwellHighPass(recorder, processors, controls, apply);
+    write({broadwell::kHighPassCoefficients}, [&] {
+      try {
+        processors.ProcessHPFControls(controls, apply);
+      } catch (const IntelException& error) {
+        const std::string text = error.what();
+        if (!text.starts_with("HPF - ")) throw;
+        const bool order = text.find("order") != std::string::npos;
+        throw IntelException(order ? "ZENSND-HPF Order" : "ZENSND-HPF Frequency", text);
+      }
+    });
   if (whole) {
-    WriteBroadwellPart(recorder, controls, {broadwell::kEvenvolume},
-                       [&] { processors.ProcessEvenvolumeControls(controls, apply); });
-    WriteBroadwellPart(recorder, controls, {broadwell::kHardLimiter},
-                       [&] { processors.ProcessHLControls(controls, apply); });
-    WriteBroadwellPart(recorder, controls, {broadwell::kAmhd},
-                       [&] { processors.ProcessAMHDControls(controls, apply); });
-    WriteBroadwellPart(recorder, controls,
-                       {broadwell::kProcessEnable, broadwell::kInputGain, broadwell::kOutputGain,
-                        broadwell::kBypassGain, broadwell::kHeadroomGain,
-                        broadwell::kHighPassEnable, broadwell::kEqualizerEnable},
-                       [&] { processors.ProcessGlobalControls(controls, apply); });
+    write({broadwell::kEvenvolume}, [&] { processors.ProcessEvenvolumeControls(controls, apply); });
+    write({broadwell::kHardLimiter}, [&] { processors.ProcessHLControls(controls, apply); });
+    write({broadwell::kAmhd}, [&] { processors.ProcessAMHDControls(controls, apply); });
+    write({broadwell::kProcessEnable, broadwell::kInputGain, broadwell::kOutputGain,
+           broadwell::kBypassGain, broadwell::kHeadroomGain, broadwell::kHighPassEnable,
+           broadwell::kEqualizerEnable},
+          [&] { processors.ProcessGlobalControls(controls, apply); });
   }
-  if (whole || technology == "PEQLEFT" || technology == "PEQALL")
-    WriteBroadwellEqualizer(recorder, processors, controls, KELAPOIntelDSP_BRW::kLeft, apply);
-  if (whole || technology == "PEQRIGHT" || technology == "PEQALL")
-    WriteBroadwellEqualizer(recorder, processors, controls, KELAPOIntelDSP_BRW::kRight, apply);
+  const bool all_bands = whole || technology == "PEQALL";
+  if (all_bands || technology == "PEQLEFT")
+    write({broadwell::kLeftEqualizer},
+          [&] { processors.ProcessPEQControls(controls, apply, KELAPOIntelDSP_BRW::kLeft); });
+  if (all_bands || technology == "PEQRIGHT")
+    write({broadwell::kRightEqualizer},
+          [&] { processors.ProcessPEQControls(controls, apply, KELAPOIntelDSP_BRW::kRight); });
 }
 
 }  // namespace
@@ -211,8 +280,8 @@ DspPlan PlanQualcommMode(const QualcommControls& controls, std::uint32_t form_fa
   for (const QualcommParameter parameter : kQualcommSendingOrder) {
     const std::wstring_view needed = QualcommRecordNeeds(parameter);
     if (!needed.empty() && controls.find(needed) == controls.end()) {
-      recorder.plan.kept.push_back(
-          {Without(recorder, parameter), "the mode has no \"" + Utf8FromName(needed) + "\""});
+      recorder.AddGaps(recorder.plan.kept, {parameter},
+                       fmt::format("the mode has no \"{}\"", Utf8FromName(needed)));
       continue;
     }
     const QualcommRecord record(parameter, controls);
@@ -281,7 +350,7 @@ DspPlan PlanEqualizer(const std::vector<EqualizerBand>& bands,
         channel == kKELAPO_Left ? broadwell::kLeftEqualizer : broadwell::kRightEqualizer;
     const DspBlock block{plan.driver, parameter, bytes, apply};
     if (bytes.empty()) {
-      plan.missing.push_back({block, "a band is out of range, or there are too many"});
+      plan.missing.push_back({block, kUnusableBands});
     } else {
       plan.blocks.push_back(block);
     }

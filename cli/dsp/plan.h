@@ -1,4 +1,4 @@
-// What a push is to leave in a DSP, made by the writers that the component uses.
+// Plans of what a push leaves in a DSP, made by the writers that the component uses.
 #pragma once
 
 #include <cstdint>
@@ -38,7 +38,7 @@ DspPlan PlanQualcommMode(const std::map<std::wstring, std::int32_t, std::less<>>
 
 // One property of an Intel DSP. `mode` holds the controls that others depend on.
 struct DspProperty {
-  HRESULT status = S_OK;  // that the component will answer
+  HRESULT status = S_OK;  // that the component will return
   DspPlan plan;           // without blocks if nothing would be sent
   std::string reason;     // why nothing would be sent, if a control is the cause
 };

@@ -1,9 +1,115 @@
 #include "cli/dsp/push.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
+
+#include "platform/driver_names.h"
 
 namespace orv::cli {
 namespace {
+
+std::string OnOff(bool on) { return on ? "on" : "off"; }
+
+// A test for blocks of the same parameter.
+auto IsFor(const DspBlock& planned) {
+  return [&planned](const DspBlock& block) {
+    return block.driver == planned.driver && block.parameter == planned.parameter;
+  };
+}
+
+class Comparison {
+ public:
+  Comparison(const DspPlan& plan, HRESULT status, const DspEvidence& evidence)
+      : plan_(plan), status_(status), evidence_(evidence) {}
+
+  std::vector<DspDifference> Run() {
+    for (const DspPlan::Gap& gap : plan_.missing)
+      differences_.push_back(WholeBlock(gap.block, "not sent: " + gap.reason));
+    for (const DspBlock& block : plan_.blocks)
+      if (Received(block)) ReadBack(block);
+    if (plan_.module) CompareModule(*plan_.module);
+    return std::move(differences_);
+  }
+
+ private:
+  std::optional<std::string> Refusal(const char* request, std::uint32_t parameter) const {
+    const DspReadback* readback = evidence_.readback;
+    auto reason =
+        readback != nullptr ? readback->Refusal(plan_.driver, request, parameter) : std::nullopt;
+    if (reason) *reason = "refused by the driver: " + *reason;
+    return reason;
+  }
+
+  // True if the driver took the block as it was planned, or does not report what it took.
+  bool Received(const DspBlock& planned) {
+    if (!evidence_.received) return true;
+    const auto& received = *evidence_.received;
+    const auto found = std::find_if(received.rbegin(), received.rend(), IsFor(planned));
+    if (found == received.rend()) {
+      const char* const unsent = status_ == orv_apo::kAborted
+                                     ? "not sent: the write was abandoned before it"
+                                     : "the driver did not receive it";
+      differences_.push_back(
+          WholeBlock(planned, Refusal(request::kParameter, planned.parameter).value_or(unsent)));
+      return false;
+    }
+    const std::size_t before = differences_.size();
+    Add(CompareBlocks(planned, *found));
+    if (found->selector != planned.selector)
+      differences_.push_back(
+          NumbersDiffer(planned, planned.driver == kQualcommDriver ? "form factor" : "apply flag",
+                        planned.selector, found->selector));
+    return differences_.size() == before;
+  }
+
+  void ReadBack(const DspBlock& planned) {
+    if (!evidence_.CanRead(plan_.driver)) return;
+    const DspReadback::Answer answer = evidence_.readback->Read(planned);
+    if (answer.block) return Add(CompareBlocks(planned, *answer.block));
+    differences_.push_back(WholeBlock(planned, "not read back: " + answer.reason));
+  }
+
+  void CompareModule(bool planned) {
+    DspDifference difference{
+        "module", "module status", planned, std::nullopt, OnOff(planned), "", "", ""};
+    if (const auto refusal = Refusal(request::kStatus, 0)) {
+      difference.reason = *refusal;
+    } else if (!evidence_.CanRead(plan_.driver)) {
+      return;
+    } else if (const auto held = evidence_.readback->ReadModule(plan_.driver)) {
+      if (*held == planned) return;
+      difference.read = *held;
+      difference.read_text = OnOff(*held);
+    } else {
+      difference.reason = "not read back: the driver refuses to be read";
+    }
+    differences_.push_back(std::move(difference));
+  }
+
+  void Add(std::vector<DspDifference> found) {
+    differences_.insert(differences_.end(), found.begin(), found.end());
+  }
+
+  const DspPlan& plan_;
+  HRESULT status_;
+  const DspEvidence& evidence_;
+  std::vector<DspDifference> differences_;
+};
+
+// The latest record of every parameter, in the order of their first arrival.
+std::vector<DspBlock> Latest(const std::vector<DspBlock>& records) {
+  std::vector<DspBlock> blocks;
+  for (const DspBlock& record : records) {
+    const auto known = std::ranges::find_if(blocks, IsFor(record));
+    if (known != blocks.end()) {
+      *known = record;
+    } else {
+      blocks.push_back(record);
+    }
+  }
+  return blocks;
+}
 
 void ShowBlock(Output& output, const DspBlock& block) {
   output.Line(output.Painted(BlockName(block), ansi::kBold) + ", " +
@@ -47,22 +153,14 @@ std::string ReasonLines(const std::vector<DspDifference>& differences) {
 }
 
 std::string BlockCount(const PushOutcome& outcome) {
-  std::string text = Counted(outcome.blocks.size(), "block");
-  if (outcome.module) text += " and the module's status";
-  return text;
+  return Counted(outcome.blocks.size(), "block") +
+         (outcome.module ? " and the module's status" : "");
 }
 
 const char* VerdictWord(const PushOutcome& outcome) {
   if (outcome.differs() || outcome.blocks.empty()) return "differs";
-  switch (outcome.proof) {
-    case Proof::ReadBack:
-      return "verified";
-    case Proof::Received:
-      return "received";
-    case Proof::Sent:
-      break;
-  }
-  return "sent, not read back";
+  constexpr const char* kWords[] = {"sent, not read back", "received", "verified"};
+  return kWords[static_cast<std::size_t>(outcome.proof)];
 }
 
 Json NumberOrNull(const std::optional<std::int64_t>& number) {
@@ -71,11 +169,23 @@ Json NumberOrNull(const std::optional<std::int64_t>& number) {
 
 }  // namespace
 
+PushOutcome ComparePush(const DspPlan& plan, HRESULT status, const DspEvidence& evidence) {
+  PushOutcome outcome;
+  outcome.status = status;
+  if (evidence.received) outcome.proof = Proof::Received;
+  if (evidence.CanRead(plan.driver)) outcome.proof = Proof::ReadBack;
+  outcome.blocks = evidence.received ? Latest(*evidence.received) : plan.blocks;
+  outcome.module = plan.module.has_value();
+  outcome.kept = plan.kept;
+  outcome.differences = Comparison(plan, status, evidence).Run();
+  return outcome;
+}
+
 PushOutcome RunPush(DspReadback& readback, const DspPlan& plan,
                     const std::function<HRESULT()>& push) {
   const HRESULT status = push();
-  PushOutcome outcome = ComparePush(plan, status, EvidenceOf(readback, plan.driver));
-  outcome.remarks = readback.Remarks(plan.driver);
+  PushOutcome outcome = ComparePush(plan, status, {readback.Received(), &readback});
+  outcome.findings = readback.Findings(plan.driver);
   return outcome;
 }
 
@@ -89,8 +199,8 @@ void SettlePush(Context& context, const PushOutcome& outcome, const std::string&
   if (outcome.differs() || outcome.blocks.empty()) context.exit_status = kDiffering;
   if (outcome.differs() && outcome.differences.empty())
     context.output.Remark(
-        "The component read back something else than it sent; read again, everything is as "
-        "planned. -v names every byte it met.");
+        "The component read back other bytes than it sent; read again, everything is as planned. "
+        "-v shows every byte that differed.");
 }
 
 Json ToJson(const PushOutcome& outcome) {
@@ -115,22 +225,18 @@ Json ToJson(const PushOutcome& outcome) {
           {"verdict", VerdictWord(outcome)},
           {"blocks", std::move(blocks)},
           {"differences", std::move(differences)},
-          {"remarks", outcome.remarks}};
+          {"remarks", outcome.findings}};
 }
 
 std::string VerdictText(const PushOutcome& outcome) {
   if (outcome.blocks.empty()) return "The driver took nothing.";
   if (outcome.differs()) return "The DSP does not hold what was planned.";
-  switch (outcome.proof) {
-    case Proof::ReadBack:
-      return "Verified: " + BlockCount(outcome) + ", each taken and read back as planned.";
-    case Proof::Received:
-      return "Received as planned: " + BlockCount(outcome) + ". This driver cannot be read back.";
-    case Proof::Sent:
-      break;
-  }
-  return "Sent, not read back: " + BlockCount(outcome) +
-         ". This driver does not report what it took.";
+  constexpr const char* kTexts[] = {
+      "Sent, not read back: {}. This driver does not report what it took.",
+      "Received as planned: {}. This driver cannot be read back.",
+      "Verified: {}, each taken and read back as planned."};
+  const char* const text = kTexts[static_cast<std::size_t>(outcome.proof)];
+  return fmt::format(fmt::runtime(text), BlockCount(outcome));
 }
 
 void ShowPush(Context& context, const PushOutcome& outcome) {
@@ -144,18 +250,18 @@ void ShowPush(Context& context, const PushOutcome& outcome) {
                                 : VerdictText(outcome));
   if (!table.empty()) output.Show(table, 2);
   if (!reasons.empty()) output.Line(reasons);
-  for (const std::string& remark : outcome.remarks) output.Line("Remark: " + remark);
+  for (const std::string& finding : outcome.findings) output.Line("Finding: " + finding);
 }
 
-void RemarkDifferences(Context& context, const PushOutcome& outcome) {
-  const Table table = DifferenceTable(outcome.differences);
-  const std::string reasons = ReasonLines(outcome.differences);
+void WarnOfDifferences(Context& context, const PushOutcome& outcome) {
   std::string text;
-  if (!table.empty()) text += "\n" + table.Text(false, 2);
-  if (!text.empty() && text.back() == '\n') text.pop_back();
-  if (!reasons.empty()) text += "\n" + reasons;
+  if (const Table table = DifferenceTable(outcome.differences); !table.empty())
+    text = "\n" + table.Text(false, 2);
+  if (text.ends_with('\n')) text.pop_back();
+  if (const std::string reasons = ReasonLines(outcome.differences); !reasons.empty())
+    text += "\n" + reasons;
   if (!text.empty()) context.output.Remark("The DSP does not hold what was planned:" + text);
-  for (const std::string& remark : outcome.remarks) context.output.Remark("Remark: " + remark);
+  for (const std::string& finding : outcome.findings) context.output.Remark("Finding: " + finding);
 }
 
 }  // namespace orv::cli

@@ -1,5 +1,7 @@
 #include "cli/dsp/readback.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 #include "intel_dsp/broadwell/driver_client.h"
@@ -13,10 +15,9 @@
 namespace orv::cli {
 namespace {
 
-// The component reports its own requests; those made here are not reported.
-class Silence {
- private:
-  DiagnosticCapture capture_{[](std::wstring_view) {}};
+// Drops diagnostic lines: the component reports its own requests, not those made here.
+struct Silence : DiagnosticCapture {
+  Silence() : DiagnosticCapture([](std::wstring_view) {}) {}
 };
 
 template <class Client>
@@ -54,9 +55,9 @@ bool DspReadback::CanRead(const std::string& driver) const {
   return driver == kSkylakeDriver || (simulated() && driver == kBroadwellDriver);
 }
 
-std::vector<DspBlock> DspReadback::Received() const {
+std::optional<std::vector<DspBlock>> DspReadback::Received() const {
+  if (!simulated()) return std::nullopt;
   std::vector<DspBlock> blocks;
-  if (!simulated()) return blocks;
   for (const DriverRecord& record : simulated_->ReceivedRecords())
     if (record.number > before_) blocks.push_back(BlockOf(record));
   return blocks;
@@ -75,16 +76,16 @@ std::optional<std::string> DspReadback::Refusal(const std::string& driver,
   return found->reason;
 }
 
-std::vector<std::string> DspReadback::Remarks(const std::string& driver) const {
-  std::vector<std::string> remarks;
-  if (!simulated()) return remarks;
-  for (const DriverRemark& remark : simulated_->DriverRemarks()) {
-    if (remark.driver != driver) continue;
-    const bool module = remark.parameter == 0 && driver != kBroadwellDriver;
-    remarks.push_back((module ? "" : BlockName({driver, remark.parameter, {}, 0}) + ": ") +
-                      remark.text);
+std::vector<std::string> DspReadback::Findings(const std::string& driver) const {
+  std::vector<std::string> findings;
+  if (!simulated()) return findings;
+  for (const DriverRemark& finding : simulated_->DriverRemarks()) {
+    if (finding.driver != driver) continue;
+    const bool module = finding.parameter == 0 && driver != kBroadwellDriver;
+    const std::string block = module ? "" : BlockName({driver, finding.parameter, {}, 0}) + ": ";
+    findings.push_back(block + finding.text);
   }
-  return remarks;
+  return findings;
 }
 
 DspReadback::Answer DspReadback::Read(const DspBlock& planned) {
@@ -92,16 +93,15 @@ DspReadback::Answer DspReadback::Read(const DspBlock& planned) {
     const auto held = simulated_->HeldParameter(planned.driver, planned.parameter);
     if (!held) return {std::nullopt, "the driver has received nothing for it"};
     if (held->size() != planned.bytes.size())
-      return {std::nullopt, "the driver holds " + std::to_string(held->size()) +
-                                " bytes instead of " + std::to_string(planned.bytes.size())};
+      return {std::nullopt, fmt::format("the driver holds {} bytes instead of {}", held->size(),
+                                        planned.bytes.size())};
     if (planned.driver == kQualcommDriver)
       return {DspBlock{planned.driver, planned.parameter, *held, 0}, ""};
   }
   if (auto block = Ask(planned.driver, planned.parameter, planned.bytes.size()))
     return {std::move(block), ""};
   const auto refusal = Refusal(planned.driver, request::kParameter, planned.parameter);
-  return {std::nullopt,
-          "the driver refuses to be read" + (refusal ? ": " + *refusal : std::string())};
+  return {std::nullopt, "the driver refuses to be read" + (refusal ? ": " + *refusal : "")};
 }
 
 bool DspReadback::HasReceived(const DspBlock& planned) const {

@@ -1,14 +1,13 @@
 #include "cli/offline/check.h"
 
+#include <fmt/format.h>
 #include <tinyxml2.h>
 
 #include <algorithm>
 #include <boost/lexical_cast/try_lexical_convert.hpp>
+#include <initializer_list>
 #include <map>
-#include <optional>
-#include <string_view>
 #include <tuple>
-#include <utility>
 
 #include "cli/show/names.h"
 #include "cli/show/select.h"
@@ -20,37 +19,33 @@ namespace {
 
 using Severity = ConfigurationFinding::Severity;
 
-constexpr std::uint32_t kTypes = 2;
-constexpr std::uint32_t kLocations = 4;
-
 class Findings {
  public:
-  // The same finding from several readings is kept once, in its gravest form.
-  void Add(const ConfigurationFinding& one) {
+  // Keeps a finding of several readings once, with its highest severity.
+  void Add(ConfigurationFinding one) {
     const auto [place, added] =
-        positions_.try_emplace({one.line, std::string(one.code), one.text}, findings_.size());
-    if (added) {
-      findings_.push_back({one.line, one.code, one.severity, one.text});
-    } else {
+        positions_.try_emplace({one.line, one.code, one.text}, findings_.size());
+    if (!added) {
       Severity& severity = findings_[place->second].severity;
       severity = std::max(severity, one.severity);
+    } else {
+      findings_.push_back(std::move(one));
     }
   }
 
-  std::vector<Finding> Sorted() && {
-    std::stable_sort(findings_.begin(), findings_.end(),
-                     [](const Finding& a, const Finding& b) { return a.line < b.line; });
+  std::vector<ConfigurationFinding> Sorted() && {
+    std::ranges::stable_sort(findings_, {}, &ConfigurationFinding::line);
     return std::move(findings_);
   }
 
  private:
-  std::vector<Finding> findings_;
+  std::vector<ConfigurationFinding> findings_;
   std::map<std::tuple<int, std::string, std::string>, std::size_t> positions_;
 };
 
-// The list of modes tells which type reads a mode and where its chains are used. Another reading
-// than that of an endpoint (type 0, location 0) reports everything once more; what it finds
-// missing says nothing when the file has no modes for its type.
+// Whether a finding is reported. The list of modes shows already which type reads a mode and where
+// its chains are used. Readings other than the endpoint's (type 0, location 0) report everything
+// again; what they miss is not a finding if the file has no modes for their type.
 bool IsNews(const ConfigurationFinding& one, bool is_endpoints_reading, bool has_modes) {
   const std::string_view code = one.code;
   if (code == "mode-selector" || code == "chain-location") return false;
@@ -79,10 +74,9 @@ void AddModes(const ConfigurationContent& content, std::uint32_t type, std::uint
     modes[first + i].chains[location] = content.modes[i]->GetChainDefinition().chains().size();
 }
 
-// The text as the component reads it; nothing where that has its answer for no number.
+// The number that the component reads from the text; nullopt if the text is not a number.
 std::optional<std::int32_t> WholeNumber(const std::string& text) {
-  const ORVQVTValue value("", boost::any(text));
-  const std::int32_t number = value.ToLong();
+  const std::int32_t number = ORVQVTValue("", boost::any(text)).ToLong();
   if (number != -1) return number;
   double real = 0;
   const bool is_minus_one =
@@ -90,24 +84,26 @@ std::optional<std::int32_t> WholeNumber(const std::string& text) {
   return is_minus_one ? std::optional(number) : std::nullopt;
 }
 
-// What the description has against the text; empty when it fits.
+// Why the text does not fit the description; empty if it does.
 std::string ValueFault(const ORVQVTControlInfo& info, const std::string& text) {
   if (info.scale() == ORV_QVT_SCALE_STRING || info.names().Contains(text)) return {};
   const std::optional<std::int32_t> number = WholeNumber(text);
-  if (!number) return info.names().Count() != 0 ? "is none of its choices" : "is no whole number";
+  const bool has_choices = info.names().Count() != 0;
+  if (!number) return has_choices ? "is none of its choices" : "is not a whole number";
   const bool ranged = info.minimum() < info.maximum();
   if (ranged && (*number < info.minimum() || *number > info.maximum()))
-    return "is outside " + std::to_string(info.minimum()) + " to " + std::to_string(info.maximum());
-  if (info.names().Count() == 0) return {};
-  // A choice that a client stores has the place of the text in force, and is found only if that is
-  // a choice too; "Enabled" and "Disabled" are numbers by themselves.
+    return fmt::format("is outside {} to {}", info.minimum(), info.maximum());
+  if (!has_choices) return {};
+  // A choice that a client stores has the position of the text in force, and is found only if that
+  // text is a choice too; "Enabled" and "Disabled" are numbers by themselves.
   const std::optional<std::string> choice = ChoiceText(info.names(), *number);
   if (choice && WholeNumber(*choice) == number) return {};
   return "is a number where a choice is expected: once changed, the control reads as -1" +
-         (choice ? "; write \"" + *choice + "\"" : "");
+         (choice ? fmt::format("; write \"{}\"", *choice) : "");
 }
 
-// Names that the registry or a stored image cannot hold. A mode's two texts name its value.
+// Finds names that the registry or a stored image cannot hold. The texts of two controls are part
+// of a value's name.
 void CheckStorage(const tinyxml2::XMLElement& element, const std::string& name,
                   const std::string& text, Findings& findings) {
   constexpr std::size_t kLongest = kImageNameLimit / 2;  // UTF-16 units
@@ -116,16 +112,18 @@ void CheckStorage(const tinyxml2::XMLElement& element, const std::string& name,
     findings.Add({element.GetLineNum(), code, Severity::Warning, what});
   };
   if (const std::size_t length = Widen(name).size(); length > kLongest) {
-    warn("name-too-long", "a control name of " + std::to_string(length) + " characters: stored " +
-                              "values end before one of more than " + std::to_string(kLongest));
+    warn("name-too-long", fmt::format("a control name of {} characters: stored values end before "
+                                      "one of more than {}",
+                                      length, kLongest));
   }
   const bool names_mode = name == kOperatingModeControl || name == kSpeakerTypeControl;
   if (name.find_first_of(kLineEnds) != std::string::npos ||
       (names_mode && text.find_first_of(kLineEnds) != std::string::npos)) {
-    warn("line-end-in-name", names_mode ? "the text of \"" + name + "\" has a line end: it is " +
-                                              "part of the mode's registry value name"
-                                        : "a control name with a line end cannot be the name of "
-                                          "a registry value");
+    warn("line-end-in-name",
+         names_mode ? fmt::format("the text of \"{}\" has a line end: it is part of the mode's "
+                                  "registry value name",
+                                  name)
+                    : "a control name with a line end cannot be the name of a registry value");
   }
 }
 
@@ -144,38 +142,29 @@ void CheckControl(const tinyxml2::XMLElement& element, const ORVAPOProcessInfo* 
   CheckStorage(element, name, last->Value(), findings);
   if (technology == nullptr) return;
   ORVQVTControlInfo info;
-  const std::string quoted = "\"" + std::string(name) + "\"";
   if (!technology->FindControlInfo(ORVQVTValue(name, 0), info)) {
     findings.Add({element.GetLineNum(), "unknown-control", Severity::Warning,
-                  "the technology library has no control " + quoted + Nearest(*technology, name)});
-    return;
-  }
-  if (const std::string fault = ValueFault(info, last->Value()); !fault.empty()) {
+                  fmt::format("the technology library has no control \"{}\"{}", name,
+                              Nearest(*technology, name))});
+  } else if (const std::string fault = ValueFault(info, last->Value()); !fault.empty()) {
     findings.Add({element.GetLineNum(), "value-out-of-range", Severity::Warning,
-                  "\"" + std::string(last->Value()) + "\" " + fault + ": control " + quoted});
+                  fmt::format("\"{}\" {}: control \"{}\"", last->Value(), fault, name)});
   }
+}
+
+bool IsNamed(const tinyxml2::XMLElement& element, std::initializer_list<std::string_view> names) {
+  const std::string_view own = element.Name();
+  return std::ranges::any_of(names, [&](auto name) { return EqualsIgnoringCase(own, name); });
 }
 
 // The controls of a mode and those of its chains' processes.
-void CheckControlsBelow(const tinyxml2::XMLElement& parent, const ORVAPOProcessInfo* technology,
-                        Findings& findings) {
+void CheckControls(const tinyxml2::XMLElement& parent, const ORVAPOProcessInfo* technology,
+                   Findings& findings) {
   for (const auto* child = parent.FirstChildElement(); child != nullptr;
        child = child->NextSiblingElement()) {
-    const std::string_view name(child->Name());
-    if (EqualsIgnoringCase(name, "control"))
-      CheckControl(*child, technology, findings);
-    else if (EqualsIgnoringCase(name, "chain") || EqualsIgnoringCase(name, "chain_v2") ||
-             EqualsIgnoringCase(name, "process"))
-      CheckControlsBelow(*child, technology, findings);
-  }
-}
-
-void CheckControls(const tinyxml2::XMLElement& root, const ORVAPOProcessInfo* technology,
-                   Findings& findings) {
-  for (const auto* mode = root.FirstChildElement(); mode != nullptr;
-       mode = mode->NextSiblingElement()) {
-    if (EqualsIgnoringCase(std::string_view(mode->Name()), "operating_mode"))
-      CheckControlsBelow(*mode, technology, findings);
+    if (IsNamed(*child, {"control"})) CheckControl(*child, technology, findings);
+    if (IsNamed(*child, {"chain", "chain_v2", "process"}))
+      CheckControls(*child, technology, findings);
   }
 }
 
@@ -183,8 +172,9 @@ void CheckControls(const tinyxml2::XMLElement& root, const ORVAPOProcessInfo* te
 
 bool CheckReport::clean() const {
   return status == LoadStatus::Loaded &&
-         std::all_of(findings.begin(), findings.end(),
-                     [](const Finding& finding) { return finding.severity == Severity::Note; });
+         std::ranges::all_of(
+             findings, [](Severity one) { return one == Severity::Note; },
+             &ConfigurationFinding::severity);
 }
 
 CheckReport CheckConfiguration(const std::string& xml, const ORVAPOProcessInfo* technology) {
@@ -192,8 +182,8 @@ CheckReport CheckConfiguration(const std::string& xml, const ORVAPOProcessInfo* 
   document.Parse(xml.data(), xml.size());
   CheckReport report;
   Findings findings;
-  for (std::uint32_t type = 0; type < kTypes; ++type) {
-    for (std::uint32_t location = 0; location < kLocations; ++location) {
+  for (std::uint32_t type = 0; type < kConfigTypeCount; ++type) {
+    for (std::uint32_t location = 0; location < kLocationCount; ++location) {
       ConfigurationContent content;
       std::vector<ConfigurationFinding> reported;
       const LoadStatus status =
@@ -201,29 +191,23 @@ CheckReport CheckConfiguration(const std::string& xml, const ORVAPOProcessInfo* 
                             [&](ConfigurationFinding one) { reported.push_back(std::move(one)); });
       const bool is_endpoints_reading = type == 0 && location == 0;
       if (is_endpoints_reading) report.status = status;
-      for (const ConfigurationFinding& one : reported)
-        if (IsNews(one, is_endpoints_reading, !content.modes.empty())) findings.Add(one);
+      for (ConfigurationFinding& one : reported)
+        if (IsNews(one, is_endpoints_reading, !content.modes.empty())) findings.Add(std::move(one));
       AddModes(content, type, location, report.modes);
     }
   }
   const tinyxml2::XMLElement* root = document.Error() ? nullptr : document.RootElement();
-  if (root != nullptr) CheckControls(*root, technology, findings);
-  std::stable_sort(report.modes.begin(), report.modes.end(),
-                   [](const CheckedMode& a, const CheckedMode& b) { return a.line < b.line; });
+  const auto* mode = root != nullptr ? root->FirstChildElement() : nullptr;
+  for (; mode != nullptr; mode = mode->NextSiblingElement())
+    if (IsNamed(*mode, {"operating_mode"})) CheckControls(*mode, technology, findings);
+  std::ranges::stable_sort(report.modes, {}, &CheckedMode::line);
   report.findings = std::move(findings).Sorted();
   return report;
 }
 
 const char* SeverityWord(Severity severity) {
-  switch (severity) {
-    case Severity::Error:
-      return "error";
-    case Severity::Warning:
-      return "warning";
-    case Severity::Note:
-      break;
-  }
-  return "note";
+  constexpr const char* kWords[] = {"note", "warning", "error"};
+  return kWords[static_cast<std::size_t>(severity)];
 }
 
 const char* LoadStatusWords(LoadStatus status) {

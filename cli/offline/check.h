@@ -1,5 +1,5 @@
-// A configuration file explained: what is in it, what is passed over and why, and what the
-// technology library says about its controls. Text in, findings out.
+// Explains the text of a configuration file: its content, what is ignored and why, and the controls
+// that do not fit the technology library.
 #pragma once
 
 #include <array>
@@ -12,13 +12,6 @@
 
 namespace orv::cli {
 
-struct Finding {
-  int line = 0;  // 1-based; 0 when the whole file is meant
-  std::string code;
-  ConfigurationFinding::Severity severity = ConfigurationFinding::Severity::Warning;
-  std::string text;
-};
-
 struct CheckedMode {
   std::string name;
   int line = 0;
@@ -26,18 +19,18 @@ struct CheckedMode {
   bool auto_mic = false;
   std::size_t public_controls = 0;
   std::size_t private_controls = 0;
-  std::array<std::size_t, 4> chains = {};  // by location
+  std::array<std::size_t, kLocationCount> chains = {};  // by location
 };
 
 struct CheckReport {
-  LoadStatus status = LoadStatus::Loaded;  // load status of an endpoint with this file
+  LoadStatus status = LoadStatus::Loaded;  // of an endpoint with this file
   std::vector<CheckedMode> modes;
-  std::vector<Finding> findings;  // by line; each one once
+  std::vector<ConfigurationFinding> findings;  // by line; each one once
 
   bool clean() const;  // notes do not count
 };
 
-// `technology` may be null: names and ranges are not looked at then.
+// `technology` may be null: names and ranges are not checked then.
 CheckReport CheckConfiguration(const std::string& xml, const ORVAPOProcessInfo* technology);
 
 const char* SeverityWord(ConfigurationFinding::Severity severity);

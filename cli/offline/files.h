@@ -1,4 +1,4 @@
-// Whole files, with failures that name them.
+// Reads and writes whole files; failures name the file.
 #pragma once
 
 #include <cstddef>
@@ -7,16 +7,15 @@
 
 namespace orv::cli {
 
-// A path as text for people and scripts, in UTF-8. The other way is PathFromUtf8.
+// A path as text in UTF-8; PathFromUtf8 converts it back.
 std::string PathText(const std::filesystem::path& path);
 
-// Paths are UTF-8. "-" is standard input. Throws Failure when it cannot be read or is larger than
-// `limit` bytes.
+// Paths are UTF-8; "-" is standard input. Throws Failure if the file cannot be read or is larger
+// than `limit` bytes.
 std::string ReadWholeFile(const std::string& path, std::size_t limit);
 
-// Writes the bytes beside the file and puts them in its place, so that a reader (or a full disk)
-// never meets half of them. Devices and pipes are written to. Throws Failure when that cannot be
-// done.
+// Replaces the file in one step: a reader finds the old content or the new, never a part, also if
+// the disk is full. Devices and pipes are written to. Throws Failure if the file cannot be written.
 void ReplaceFile(const std::string& path, const std::string& bytes);
 
 }  // namespace orv::cli

@@ -1,9 +1,10 @@
 #include "cli/offline/filter_designs.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <optional>
 #include <utility>
 
 #include "cli/show/failure.h"
@@ -18,19 +19,19 @@ const std::vector<std::string> kTypeNames{"traditional", "lowshelf", "highshelf"
                                           "peaking",     "gain"};
 
 template <class Word>
+using ButterworthDesign = std::int32_t (*)(float frequency, std::int32_t order,
+                                           std::int32_t sample_rate, std::int32_t kind, Word* words,
+                                           void* workspace);
+
+template <class Word>
 void DesignButterworthWords(const FilterArguments& arguments, std::int32_t kind,
-                            FilterDesign& design) {
+                            ButterworthDesign<Word> make_words, FilterDesign& design) {
   const std::size_t sections = ButterworthSections(arguments.order);
   std::vector<char> workspace(FilterWorkspace(sections));
   std::vector<Word> words(FilterWords(sections));
   std::vector<FilterSection> ideal(sections);
-  if constexpr (sizeof(Word) == 2) {
-    design.status = DesignButterworth16(arguments.frequency, arguments.order, arguments.rate, kind,
-                                        words.data(), workspace.data());
-  } else {
-    design.status = DesignButterworth32(arguments.frequency, arguments.order, arguments.rate, kind,
-                                        words.data(), workspace.data());
-  }
+  design.status = make_words(arguments.frequency, arguments.order, arguments.rate, kind,
+                             words.data(), workspace.data());
   if (design.status != kFilterOk) return;
   DesignButterworthSections(arguments.frequency, arguments.order, arguments.rate, kind,
                             ideal.data());
@@ -39,32 +40,32 @@ void DesignButterworthWords(const FilterArguments& arguments, std::int32_t kind,
       {"", Cascade(ideal.data(), sections), Cascade::FromWords(words.data(), sections)});
 }
 
-std::string AtHalfTheRate(const std::string& what, double frequency, std::int32_t rate) {
-  return what + " of " + HertzText(frequency) + " is not below " + HertzText(rate / 2) +
-         ", half the sample rate";
+std::string AtHalfTheRate(const char* what, double frequency, std::int32_t rate) {
+  return fmt::format("{} of {} is not below {}, half the sample rate", what, HertzText(frequency),
+                     HertzText(rate / 2));
 }
 
 float ParseBandNumber(const std::string& text, const std::string& band) {
   if (const std::optional<float> number = ParseReal(text)) return *number;
-  UsageFailure("\"" + text + "\" in the band \"" + band + "\" is not a number.");
+  UsageFailure(fmt::format("\"{}\" in the band \"{}\" is not a number.", text, band));
 }
 
 FilterBand ParseBand(const std::string& text) {
   const std::vector<std::string> parts = SplitList(text, "the band");
   if (parts.size() != 4 && parts.size() != 5)
-    UsageFailure("the band \"" + text + "\" is not type,frequency,q,gain_db[,invert].");
+    UsageFailure(fmt::format("the band \"{}\" is not type,frequency,q,gain_db[,invert].", text));
   FilterBand band{ParseChoice(kTypeNames, parts[0], "band type"), ParseBandNumber(parts[1], text),
                   ParseBandNumber(parts[2], text), ParseBandNumber(parts[3], text), 0};
   if (band.frequency <= 0 || band.q <= 0)
-    UsageFailure("frequency and quality of the band \"" + text + "\" must be above zero.");
+    UsageFailure(fmt::format("frequency and quality of the band \"{}\" must be above zero.", text));
   if (parts.size() == 5) band.invert = ParseBandNumber(parts[4], text) != 0 ? 1 : 0;
   return band;
 }
 
 std::string BandText(const FilterBand& band) {
-  return kTypeNames[static_cast<std::size_t>(band.type)] + " " + HertzText(band.frequency) +
-         ", Q " + Decimals(band.q, 2) + ", " + (band.gain_db > 0 ? "+" : "") +
-         Decimals(band.gain_db, 1) + " dB" + (band.invert != 0 ? ", inverted" : "");
+  return fmt::format("{} {}, Q {}, {}{} dB{}", kTypeNames[static_cast<std::size_t>(band.type)],
+                     HertzText(band.frequency), Decimals(band.q, 2), band.gain_db > 0 ? "+" : "",
+                     Decimals(band.gain_db, 1), band.invert != 0 ? ", inverted" : "");
 }
 
 std::vector<std::string> BandLines(const std::vector<FilterBand>& bands) {
@@ -102,14 +103,14 @@ void AddResonators(const std::string& size_name, float size, const FilterArgumen
 FilterDesign DesignButterworth(const FilterArguments& arguments) {
   FilterDesign design;
   const bool high_pass = arguments.kind == "highpass";
-  design.title = std::string("Butterworth ") + (high_pass ? "high-pass" : "low-pass") +
-                 " of order " + std::to_string(arguments.order) + " at " +
-                 HertzText(arguments.frequency) + ", " + std::to_string(arguments.bits) + " bits";
+  design.title =
+      fmt::format("Butterworth {} of order {} at {}, {} bits", high_pass ? "high-pass" : "low-pass",
+                  arguments.order, HertzText(arguments.frequency), arguments.bits);
   const std::int32_t kind = high_pass ? kButterworthHighPass : kButterworthLowPass;
   if (arguments.bits == 16) {
-    DesignButterworthWords<std::int16_t>(arguments, kind, design);
+    DesignButterworthWords<std::int16_t>(arguments, kind, DesignButterworth16, design);
   } else {
-    DesignButterworthWords<std::int32_t>(arguments, kind, design);
+    DesignButterworthWords<std::int32_t>(arguments, kind, DesignButterworth32, design);
   }
   if (design.status != kFilterOk)
     design.refusal = AtHalfTheRate("the corner", arguments.frequency, arguments.rate);
@@ -121,7 +122,7 @@ FilterDesign DesignBands(const FilterArguments& arguments) {
   for (const std::string& text : arguments.bands) bands.push_back(ParseBand(text));
   FilterDesign design;
   design.title = "Cascade of " +
-                 (bands.size() == 1 ? "one band" : std::to_string(bands.size()) + " bands") +
+                 (bands.size() == 1 ? "one band" : fmt::format("{} bands", bands.size())) +
                  ", 32 bits";
   design.details = BandLines(bands);
   const FilterSet set{static_cast<std::int32_t>(bands.size()), bands.data(), arguments.rate};
@@ -129,10 +130,7 @@ FilterDesign DesignBands(const FilterArguments& arguments) {
   std::vector<std::int32_t> words(FilterWords(bands.size()));
   design.status = DesignFilterSet(set, words.data(), workspace.data());
   if (design.status != kFilterOk) {
-    const float highest =
-        std::max_element(bands.begin(), bands.end(), [](const auto& a, const auto& b) {
-          return a.frequency < b.frequency;
-        })->frequency;
+    const float highest = std::ranges::max_element(bands, {}, &FilterBand::frequency)->frequency;
     design.refusal = AtHalfTheRate("the band's frequency", highest, arguments.rate);
     return design;
   }
@@ -146,8 +144,8 @@ FilterDesign DesignBands(const FilterArguments& arguments) {
 
 FilterDesign DesignBass(const FilterArguments& arguments) {
   FilterDesign design;
-  design.title = "Bass enhancement for " + HertzText(arguments.audio) + ", analysis " +
-                 HertzText(arguments.analysis);
+  design.title = fmt::format("Bass enhancement for {}, analysis {}", HertzText(arguments.audio),
+                             HertzText(arguments.analysis));
   design.words_in_row = 8;
   std::vector<std::int32_t> words(kBassEnhancementWords);
   std::vector<char> workspace(FilterWorkspace(1));

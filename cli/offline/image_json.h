@@ -11,21 +11,20 @@
 
 namespace orv::cli {
 
-// "long", "int", "short", "float", "double", "bool", "narrow", "wide", "bytes", "unsigned_bytes".
-const char* KindName(PropertyKind kind);
-
-// Array of {name, kind, value}. Byte vectors are lower-case hexadecimal digits. What JSON cannot
-// hold is written out: a number that is none as "inf", "-inf" or "nan:" with its bits, text that is
-// no Unicode as {"units": hexadecimal digits}.
+// Array of {name, kind, value}. The kinds are "long", "int", "short", "float", "double", "bool",
+// "narrow", "wide", "bytes" and "unsigned_bytes". Byte vectors are lower-case hexadecimal digits.
+// Values that JSON cannot hold are written out: a real number that is not finite as "inf", "-inf"
+// or "nan:" with its bits, text that is not Unicode as {"units": hexadecimal digits}.
 Json EntriesToJson(const ORVPropertyList& list);
 
-// Nothing, with the first reason in `error` ("entry 2: ..."), when the value is no such array.
+// Returns nullopt, with the first reason in `error` ("entry 2: ..."), if the value is not such an
+// array.
 std::optional<ORVPropertyList> EntriesFromJson(const Json& json, std::string& error);
 
 // Hexadecimal digits in lower case, two per byte.
 std::string HexText(const ImageBytes& bytes);
-// Digits with blanks, commas, line ends and the marks of a registry export ("hex:", "\") between
-// them; nothing for anything else or half a byte.
+// Reads digits with blanks, commas, line ends and the marks of a registry export ("hex:", "\")
+// between bytes; nullopt for anything else or half a byte.
 std::optional<ImageBytes> BytesFromHex(std::string_view text);
 
 }  // namespace orv::cli

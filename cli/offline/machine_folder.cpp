@@ -1,5 +1,7 @@
 #include "cli/offline/machine_folder.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <random>
 
@@ -12,47 +14,42 @@ namespace fs = std::filesystem;
 
 std::vector<std::string> MachineNames(const fs::path& folder) {
   std::vector<std::string> names;
-  for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder))
     if (entry.is_directory() && fs::exists(entry.path() / "machine.json"))
       names.push_back(PathText(entry.path().filename()));
-  }
-  std::sort(names.begin(), names.end());
+  std::ranges::sort(names);
   return names;
 }
 
-namespace {
-
-// Into a folder that is there already. The library's own copy takes two folders for one where
-// files have no numbers to tell them apart, so that it is asked for one entry at a time.
-void CopyContent(const fs::path& source, const fs::path& target, std::error_code& error) {
-  for (fs::directory_iterator entry(source, error); !error && entry != fs::directory_iterator();
-       entry.increment(error)) {
-    fs::copy(entry->path(), target / entry->path().filename(), fs::copy_options::recursive, error);
-    if (error) return;
-  }
-}
-
-}  // namespace
-
 void CopyMachine(const fs::path& source, const fs::path& target) {
   std::error_code error;
-  if (!fs::exists(source / "machine.json", error))
-    throw Failure(kRefused, PathText(source) + " is no machine's folder: it has no machine.json.");
+  if (!fs::exists(source / "machine.json", error)) {
+    throw Failure(kRefused, fmt::format("{} is not a machine's folder: it has no machine.json.",
+                                        PathText(source)));
+  }
   if (fs::exists(target, error) &&
-      !(fs::is_directory(target, error) && fs::is_empty(target, error)))
-    throw Failure(kRefused, PathText(target) + " is not an empty folder; nothing was changed.");
+      !(fs::is_directory(target, error) && fs::is_empty(target, error))) {
+    throw Failure(kRefused,
+                  fmt::format("{} is not an empty folder; nothing was changed.", PathText(target)));
+  }
   fs::create_directories(target, error);
-  if (!error) CopyContent(source, target, error);
+  // One entry at a time: the library's copy of a whole folder takes two folders for the same one if
+  // the file system does not number its files.
+  fs::directory_iterator entry;
+  if (!error) entry = fs::directory_iterator(source, error);
+  for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+    fs::copy(entry->path(), target / entry->path().filename(), fs::copy_options::recursive, error);
+    if (error) break;
+  }
   if (error) {
-    throw Failure(kRefused, "copying " + PathText(source) + " to " + PathText(target) + ": " +
-                                error.message() + ".");
+    throw Failure(kRefused, fmt::format("copying {} to {}: {}.", PathText(source), PathText(target),
+                                        error.message()));
   }
 }
 
 TemporaryMachine::TemporaryMachine(const fs::path& source) {
   std::random_device entropy;
-  folder_ = fs::temp_directory_path() /
-            ("orvctl-" + std::to_string(entropy()) + "-" + std::to_string(entropy()));
+  folder_ = fs::temp_directory_path() / fmt::format("orvctl-{}-{}", entropy(), entropy());
   CopyMachine(source, folder_);
 }
 

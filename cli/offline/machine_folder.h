@@ -10,11 +10,11 @@ namespace orv::cli {
 // The machines in a folder of machines, in name order.
 std::vector<std::string> MachineNames(const std::filesystem::path& folder);
 
-// Copies a machine's folder to a new or empty one. Throws Failure when `source` is no machine's
-// folder or `target` holds something already.
+// Copies a machine's folder to a new or empty one. Throws Failure if `source` is not a machine's
+// folder or `target` is not empty.
 void CopyMachine(const std::filesystem::path& source, const std::filesystem::path& target);
 
-// A fresh copy in the temporary folder, gone when destroyed.
+// A copy in the temporary folder, deleted with this object.
 class TemporaryMachine {
  public:
   explicit TemporaryMachine(const std::filesystem::path& source);

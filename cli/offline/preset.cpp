@@ -1,6 +1,8 @@
 #include "cli/offline/preset.h"
 
-#include <limits>
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <set>
 
@@ -11,154 +13,118 @@ namespace {
 
 using Kind = LocatedJson::Kind;
 
-// Turns the parsed text into a preset; every step tells whether it went on, the first fault stays.
-class PresetReader {
- public:
-  explicit PresetReader(PresetError& error) : error_(error) {}
+// Ends the reading; ReadPreset catches it.
+[[noreturn]] void Refuse(int line, const std::string& reason) {
+  throw PresetError{static_cast<std::size_t>(std::max(line, 1)), reason};
+}
 
-  bool Read(const LocatedJson& root);
-  Preset& preset() noexcept { return preset_; }
+const LocatedJson& Expect(Kind kind, const char* what, const LocatedJson& value) {
+  if (value.kind != kind) Refuse(value.line, fmt::format("expected {}", what));
+  return value;
+}
 
- private:
-  bool Refuse(int line, const std::string& reason) {
-    error_ = {static_cast<std::size_t>(line > 0 ? line : 1), reason};
-    return false;
-  }
-  bool ReadMember(const LocatedJson::Member& member);
-  bool ReadVersion(const LocatedJson& value);
-  bool ReadModes(const LocatedJson& value);
-  bool ReadMode(const LocatedJson& value);
-  bool ReadControls(const LocatedJson& value, PresetMode& mode);
-  bool ReadText(const LocatedJson& value, std::string& text);
-  // Tells of the first name that occurs twice.
-  bool CheckNames(const LocatedJson& object);
+const std::string& ReadText(const LocatedJson& value) {
+  return Expect(Kind::Text, "a text", value).text;
+}
 
-  PresetError& error_;
-  Preset preset_;
-  bool has_version_ = false;
-};
-
-bool PresetReader::CheckNames(const LocatedJson& object) {
+const std::vector<LocatedJson::Member>& MembersOf(const char* what, const LocatedJson& value) {
   std::set<std::string_view> names;
-  for (const LocatedJson::Member& member : object.members) {
+  for (const LocatedJson::Member& member : Expect(Kind::Object, what, value).members)
     if (!names.insert(member.name).second)
-      return Refuse(member.line, "\"" + member.name + "\" is there twice");
-  }
-  return true;
+      Refuse(member.line, fmt::format("\"{}\" is there twice", member.name));
+  return value.members;
 }
 
-bool PresetReader::ReadText(const LocatedJson& value, std::string& text) {
-  if (value.kind != Kind::Text) return Refuse(value.line, "expected a text");
-  text = value.text;
-  return true;
+[[noreturn]] void RefuseUnknown(const LocatedJson::Member& member) {
+  Refuse(member.line, fmt::format("\"{}\" is not known here", member.name));
 }
 
-bool PresetReader::Read(const LocatedJson& root) {
-  if (root.kind != Kind::Object) return Refuse(root.line, "expected an object");
-  if (!CheckNames(root)) return false;
-  for (const LocatedJson::Member& member : root.members)
-    if (!ReadMember(member)) return false;
-  return has_version_ || Refuse(root.line, "there is no \"version\": this is no preset");
+PresetValue ReadValue(const LocatedJson& value) {
+  if (value.kind == Kind::Text) return value.text;
+  const auto number = Expect(Kind::Integer, "a whole number or a choice's text", value).integer;
+  if (!std::in_range<std::int32_t>(number)) Refuse(value.line, "the number does not fit 32 bits");
+  return static_cast<std::int32_t>(number);
 }
 
-bool PresetReader::ReadMember(const LocatedJson::Member& member) {
-  const LocatedJson& value = member.value;
-  if (member.name == "version") return ReadVersion(value);
-  if (member.name == "modes") return ReadModes(value);
-  if (member.name == "endpoint") return ReadText(value, preset_.endpoint);
-  if (member.name == "current_mode") return ReadText(value, preset_.current_mode.emplace());
-  if (member.name == "enabled") {
-    if (value.kind != Kind::Boolean) return Refuse(value.line, "expected true or false");
-    preset_.enabled = value.boolean;
-    return true;
-  }
-  return Refuse(member.line, "\"" + member.name + "\" is not known here");
-}
-
-bool PresetReader::ReadVersion(const LocatedJson& value) {
-  if (value.kind != Kind::Integer) return Refuse(value.line, "expected a version number");
-  if (value.integer != kPresetVersion) {
-    return Refuse(value.line, "version " + std::to_string(value.integer) +
-                                  " is not known, only version " + std::to_string(kPresetVersion));
-  }
-  has_version_ = true;
-  return true;
-}
-
-bool PresetReader::ReadModes(const LocatedJson& value) {
-  if (value.kind != Kind::Array) return Refuse(value.line, "expected a list of modes");
-  std::set<std::string> names;
-  for (const LocatedJson& item : value.items) {
-    if (!ReadMode(item)) return false;
-    const std::string& name = preset_.modes.back().name;
-    if (!names.insert(name).second)
-      return Refuse(item.line, "the mode \"" + name + "\" is there twice");
-  }
-  return true;
-}
-
-bool PresetReader::ReadMode(const LocatedJson& value) {
-  if (value.kind != Kind::Object) return Refuse(value.line, "expected a mode");
-  if (!CheckNames(value)) return false;
-  PresetMode& mode = preset_.modes.emplace_back();
-  for (const LocatedJson::Member& member : value.members) {
+PresetMode ReadMode(const LocatedJson& value) {
+  PresetMode mode;
+  for (const LocatedJson::Member& member : MembersOf("a mode", value)) {
     if (member.name == "name") {
-      if (!ReadText(member.value, mode.name)) return false;
+      mode.name = ReadText(member.value);
     } else if (member.name == "controls") {
-      if (!ReadControls(member.value, mode)) return false;
+      for (const auto& control : MembersOf("controls by name", member.value))
+        mode.controls.emplace_back(control.name, ReadValue(control.value));
     } else {
-      return Refuse(member.line, "\"" + member.name + "\" is not known here");
+      RefuseUnknown(member);
     }
   }
-  return !mode.name.empty() || Refuse(value.line, "a mode without a name");
+  if (mode.name.empty()) Refuse(value.line, "a mode without a name");
+  return mode;
 }
 
-bool PresetReader::ReadControls(const LocatedJson& value, PresetMode& mode) {
-  if (value.kind != Kind::Object) return Refuse(value.line, "expected controls by name");
-  if (!CheckNames(value)) return false;
-  for (const auto& [name, line, held] : value.members) {
-    if (held.kind == Kind::Text) {
-      mode.controls.emplace_back(name, held.text);
-    } else if (held.kind != Kind::Integer) {
-      return Refuse(held.line, "expected a whole number or a choice's text");
-    } else if (held.integer < std::numeric_limits<std::int32_t>::min() ||
-               held.integer > std::numeric_limits<std::int32_t>::max()) {
-      return Refuse(held.line, "the number does not fit 32 bits");
+std::vector<PresetMode> ReadModes(const LocatedJson& value) {
+  std::vector<PresetMode> modes;
+  std::set<std::string> names;
+  for (const LocatedJson& item : Expect(Kind::Array, "a list of modes", value).items) {
+    const PresetMode& mode = modes.emplace_back(ReadMode(item));
+    if (!names.insert(mode.name).second)
+      Refuse(item.line, fmt::format("the mode \"{}\" is there twice", mode.name));
+  }
+  return modes;
+}
+
+Preset ReadRoot(const LocatedJson& root) {
+  Preset preset;
+  bool has_version = false;
+  for (const LocatedJson::Member& member : MembersOf("an object", root)) {
+    const LocatedJson& value = member.value;
+    if (member.name == "version") {
+      const std::int64_t version = Expect(Kind::Integer, "a version number", value).integer;
+      if (version != kPresetVersion) {
+        Refuse(value.line,
+               fmt::format("version {} is not known, only version {}", version, kPresetVersion));
+      }
+      has_version = true;
+    } else if (member.name == "modes") {
+      preset.modes = ReadModes(value);
+    } else if (member.name == "endpoint") {
+      preset.endpoint = ReadText(value);
+    } else if (member.name == "current_mode") {
+      preset.current_mode = ReadText(value);
+    } else if (member.name == "enabled") {
+      preset.enabled = Expect(Kind::Boolean, "true or false", value).boolean;
     } else {
-      mode.controls.emplace_back(name, static_cast<std::int32_t>(held.integer));
+      RefuseUnknown(member);
     }
   }
-  return true;
+  if (!has_version) Refuse(root.line, "there is no \"version\": this is not a preset");
+  return preset;
 }
 
 }  // namespace
 
 std::optional<Preset> ReadPreset(std::string_view text, PresetError& error) {
   error = {};
-  if (text.size() > kPresetSizeLimit) {
-    error = {1, "the file is larger than a preset can be"};
+  try {
+    if (text.size() > kPresetSizeLimit) Refuse(1, "the file is larger than a preset can be");
+    FileError broken;
+    const std::optional<LocatedJson> root = ParseLocatedJson(text, broken);
+    if (!root) Refuse(broken.line, broken.reason);
+    return ReadRoot(*root);
+  } catch (PresetError& refusal) {
+    error = std::move(refusal);
     return std::nullopt;
   }
-  FileError broken;
-  const std::optional<LocatedJson> root = ParseLocatedJson(text, broken);
-  if (!root) {
-    error = {static_cast<std::size_t>(broken.line > 0 ? broken.line : 1), broken.reason};
-    return std::nullopt;
-  }
-  PresetReader reader(error);
-  if (!reader.Read(*root)) return std::nullopt;
-  return std::move(reader.preset());
 }
 
 std::string WritePreset(const Preset& preset) {
-  nlohmann::ordered_json json;
-  json["version"] = kPresetVersion;
+  nlohmann::ordered_json json = {{"version", kPresetVersion}};
   if (!preset.endpoint.empty()) json["endpoint"] = preset.endpoint;
   if (preset.current_mode) json["current_mode"] = *preset.current_mode;
   if (preset.enabled) json["enabled"] = *preset.enabled;
   json["modes"] = nlohmann::ordered_json::array();
   for (const PresetMode& mode : preset.modes) {
-    nlohmann::ordered_json controls = nlohmann::ordered_json::object();
+    auto controls = nlohmann::ordered_json::object();
     for (const auto& [name, value] : mode.controls)
       std::visit([&, &key = name](const auto& held) { controls[key] = held; }, value);
     json["modes"].push_back({{"name", mode.name}, {"controls", std::move(controls)}});

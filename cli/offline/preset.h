@@ -25,7 +25,7 @@ struct PresetMode {
 };
 
 struct Preset {
-  std::string endpoint;  // where it was taken from; for people
+  std::string endpoint;  // where it was saved, for the user
   std::optional<std::string> current_mode;
   std::optional<bool> enabled;
   std::vector<PresetMode> modes;  // no name twice
@@ -38,12 +38,12 @@ struct PresetError {
   std::string reason;
 };
 
-// A whole preset, or nothing with the first reason why: broken JSON, another version, unknown
-// members, values of the wrong kind, names that occur twice.
+// Returns nullopt, with the first fault in `error`, for broken JSON, another version, unknown
+// members, values of the wrong kind and names that occur twice.
 std::optional<Preset> ReadPreset(std::string_view text, PresetError& error);
 
-// Ends with a line feed. ReadPreset gives the same preset back; text that is no UTF-8 comes back
-// with replacement characters.
+// Ends with a line feed. ReadPreset returns the same preset; bytes that are not UTF-8 come back as
+// replacement characters.
 std::string WritePreset(const Preset& preset);
 
 }  // namespace orv::cli

@@ -1,8 +1,10 @@
 #include "cli/offline/response_plot.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <boost/algorithm/string/replace.hpp>
 #include <cmath>
-#include <cstdio>
 #include <iterator>
 #include <optional>
 
@@ -16,7 +18,7 @@ constexpr double kWidth = 960;
 constexpr double kLeft = 92;
 constexpr double kRight = kWidth - 30;
 constexpr double kLineHeight = 20;
-constexpr double kTop = 58;  // of the remarks; then the legend, then the upper panel
+constexpr double kTop = 58;  // of the details; then the legend, then the upper panel
 constexpr std::size_t kLegendColumns = 4;
 constexpr double kMagnitudeHeight = 330;
 constexpr double kGap = 40;
@@ -24,7 +26,7 @@ constexpr double kErrorHeight = 120;
 constexpr double kFooter = 56;   // labels and name of the frequency axis
 constexpr double kDeepest = 90;  // dB below the highest point that are still drawn
 
-// Colours that people with colour-blindness tell apart.
+// Distinct also with colour-blindness.
 constexpr const char* kColours[] = {"#0072b2", "#d55e00", "#009e73", "#cc79a7",
                                     "#e69f00", "#56b4e9", "#7f3fbf"};
 
@@ -59,49 +61,36 @@ class Panel {
   Range values_;
 };
 
-std::string Escaped(const std::string& text) {
-  std::string escaped;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '>':
-        escaped += "&gt;";
-        break;
-      default:
-        escaped += c;
-    }
-  }
-  return escaped;
+std::string Escaped(std::string text) {
+  boost::replace_all(text, "&", "&amp;");
+  boost::replace_all(text, "<", "&lt;");
+  boost::replace_all(text, ">", "&gt;");
+  return text;
 }
 
 std::string Number(double number) { return Decimals(number, 2); }
 
-std::string Line(double x1, double y1, double x2, double y2, const std::string& style) {
-  return "<line x1='" + Number(x1) + "' y1='" + Number(y1) + "' x2='" + Number(x2) + "' y2='" +
-         Number(y2) + "' class='" + style + "'/>\n";
+std::string Line(double x1, double y1, double x2, double y2, const std::string& attributes) {
+  return fmt::format("<line x1='{}' y1='{}' x2='{}' y2='{}' {}/>\n", Number(x1), Number(y1),
+                     Number(x2), Number(y2), attributes);
 }
 
-std::string TextElement(double x, double y, const std::string& style, const std::string& text) {
-  return "<text x='" + Number(x) + "' y='" + Number(y) + "' class='" + style + "'>" +
-         Escaped(text) + "</text>\n";
+std::string TextElement(double x, double y, const char* style, const std::string& text) {
+  return fmt::format("<text x='{}' y='{}' class='{}'>{}</text>\n", Number(x), Number(y), style,
+                     Escaped(text));
 }
 
-std::string SidewaysText(double x, double y, const std::string& text) {
-  return "<text class='name' transform='translate(" + Number(x) + " " + Number(y) +
-         ") rotate(-90)'>" + Escaped(text) + "</text>\n";
+std::string Rectangle(const Panel& panel, const char* attributes) {
+  return fmt::format("<rect x='{}' y='{}' width='{}' height='{}'{}/>", Number(kLeft),
+                     Number(panel.top()), Number(kRight - kLeft),
+                     Number(panel.bottom() - panel.top()), attributes);
 }
 
 // The smallest of 1, 2, 5 times a power of ten that keeps to `most` steps.
 double RoundStep(double span, double most) {
   const double power = std::pow(10, std::floor(std::log10(span / most)));
-  for (const double factor : {1.0, 2.0, 5.0}) {
+  for (const double factor : {1.0, 2.0, 5.0})
     if (span / (factor * power) <= most) return factor * power;
-  }
   return 10 * power;
 }
 
@@ -133,7 +122,7 @@ Range MagnitudeRange(const ResponsePlot& plot) {
   return RoundRange(std::max(low - margin, high - kDeepest), high + margin, 10);
 }
 
-// Nothing where both are silent. Infinite where one is an exact zero.
+// Returns nullopt where both are silent; infinite where one is an exact zero.
 std::optional<double> Error(const ResponsePoint& point) {
   if (point.fixed_db <= kSilence && point.ideal_db <= kSilence) return std::nullopt;
   return point.fixed_db - point.ideal_db;
@@ -142,9 +131,8 @@ std::optional<double> Error(const ResponsePoint& point) {
 Range ErrorRange(const ResponsePlot& plot) {
   double largest = 0.0045;
   for (const ResponseCurve& curve : plot.curves) {
-    for (const ResponsePoint& point : curve.points) {
+    for (const ResponsePoint& point : curve.points)
       largest = std::max(largest, std::abs(Error(point).value_or(0)));
-    }
   }
   return RoundRange(-1.1 * std::min(largest, 40.0), 1.1 * std::min(largest, 40.0), 4);
 }
@@ -162,7 +150,8 @@ void AddFrequencyGrid(const Panel& panel, bool labels, std::string& svg) {
       const double frequency = digit * decade;
       if (frequency < panel.frequency().low || frequency > panel.frequency().high) continue;
       const double x = panel.X(frequency);
-      svg += Line(x, panel.top(), x, panel.bottom(), digit == 1 ? "major" : "minor");
+      svg +=
+          Line(x, panel.top(), x, panel.bottom(), digit == 1 ? "class='major'" : "class='minor'");
       if (!labels || (digit != 1 && digit != 2 && digit != 5)) continue;
       const std::string text =
           frequency < 1000 ? Decimals(frequency, 0) : Decimals(frequency / 1000, 0) + "k";
@@ -177,22 +166,16 @@ void AddValueGrid(const Panel& panel, const std::string& name, std::string& svg)
   for (int i = 0; i <= steps; ++i) {
     const double value = values.low + i * values.step;
     const bool zero = std::abs(value) < values.step / 2;
-    svg += Line(kLeft, panel.Y(value), kRight, panel.Y(value), zero ? "zero" : "minor");
+    svg += Line(kLeft, panel.Y(value), kRight, panel.Y(value),
+                zero ? "class='zero'" : "class='minor'");
     svg += TextElement(kLeft - 9, panel.Y(value) + 4, "tick end", TickText(value, values.step));
   }
-  svg += SidewaysText(24, (panel.top() + panel.bottom()) / 2, name);
+  svg += fmt::format("<text class='name' transform='translate({} {}) rotate(-90)'>{}</text>\n",
+                     Number(24), Number((panel.top() + panel.bottom()) / 2), Escaped(name));
 }
 
-std::string Frame(const Panel& panel) {
-  return "<rect x='" + Number(kLeft) + "' y='" + Number(panel.top()) + "' width='" +
-         Number(kRight - kLeft) + "' height='" + Number(panel.bottom() - panel.top()) +
-         "' class='frame'/>\n";
-}
-
-std::string ClipPath(const Panel& panel, const std::string& id) {
-  return "<clipPath id='" + id + "'><rect x='" + Number(kLeft) + "' y='" + Number(panel.top()) +
-         "' width='" + Number(kRight - kLeft) + "' height='" +
-         Number(panel.bottom() - panel.top()) + "'/></clipPath>\n";
+std::string ClipPath(const Panel& panel, const char* id) {
+  return fmt::format("<clipPath id='{}'>{}</clipPath>\n", id, Rectangle(panel, ""));
 }
 
 // `value` returns an optional number. The line has a gap where there is none.
@@ -212,16 +195,16 @@ std::string Polyline(const Panel& panel, const ResponseCurve& curve, Value value
     if (!drawing) continue;
     const double shown =
         std::clamp(*number, panel.values().low - reach, panel.values().high + reach);
-    lines += Number(panel.X(point.frequency)) + "," + Number(panel.Y(shown)) + " ";
+    lines += fmt::format("{},{} ", Number(panel.X(point.frequency)), Number(panel.Y(shown)));
   }
   return drawing ? lines + end : lines;
 }
 
 std::string Stroke(std::size_t curve) {
-  return std::string("class='fixed' stroke='") + kColours[curve % std::size(kColours)] + "'";
+  return fmt::format("class='fixed' stroke='{}'", kColours[curve % std::size(kColours)]);
 }
 
-// The ideal curves lie under all others.
+// Draws the ideal curves below all others.
 void AddCurves(const ResponsePlot& plot, const Panel& magnitude, const Panel& error,
                std::string& svg) {
   for (const ResponseCurve& curve : plot.curves) {
@@ -247,8 +230,7 @@ void AddLegend(const ResponsePlot& plot, double top, std::string& svg) {
     const double x =
         kLeft + (kRight - kLeft) / kLegendColumns * static_cast<double>(entries % kLegendColumns);
     const double y = top + kLineHeight * static_cast<double>(entries / kLegendColumns);
-    svg += "<line x1='" + Number(x + 3) + "' y1='" + Number(y - 4) + "' x2='" +
-           Number(x + kSample) + "' y2='" + Number(y - 4) + "' " + attributes + "/>\n";
+    svg += Line(x + 3, y - 4, x + kSample, y - 4, attributes);
     svg += TextElement(x + kSample + 8, y, "legend", name);
     ++entries;
   };
@@ -263,7 +245,7 @@ constexpr char kStyle[] =
     "<style>\n"
     "text{font-family:Helvetica,Arial,'Liberation Sans','DejaVu Sans',sans-serif;fill:#222}\n"
     ".title{font-size:18px;font-weight:bold}\n"
-    ".remark{font-size:12.5px;fill:#555}\n"
+    ".detail{font-size:12.5px;fill:#555}\n"
     ".name{font-size:13px;text-anchor:middle}\n"
     ".tick{font-size:12px;fill:#444}.middle{text-anchor:middle}.end{text-anchor:end}\n"
     ".legend{font-size:12.5px}\n"
@@ -278,26 +260,25 @@ constexpr char kStyle[] =
 
 std::string DrawResponse(const ResponsePlot& plot) {
   const Range frequency = FrequencyRange(plot);
-  const double legend = kTop + 6 + kLineHeight * static_cast<double>(plot.remarks.size());
+  const double legend = kTop + 6 + kLineHeight * static_cast<double>(plot.details.size());
   const double top = legend - 6 + kLineHeight * static_cast<double>(LegendRows(plot));
   const Panel magnitude(top, kMagnitudeHeight, frequency, MagnitudeRange(plot));
   const Panel error(magnitude.bottom() + kGap, kErrorHeight, frequency, ErrorRange(plot));
-  const std::string size = Number(kWidth) + "' height='" + Number(error.bottom() + kFooter);
-  std::string svg = "<svg xmlns='http://www.w3.org/2000/svg' width='" + size + "' viewBox='0 0 " +
-                    Number(kWidth) + " " + Number(error.bottom() + kFooter) + "'>\n" + kStyle +
-                    "<defs>" + ClipPath(magnitude, "magnitude") + ClipPath(error, "error") +
-                    "</defs>\n<rect width='100%' height='100%' fill='#ffffff'/>\n";
+  std::string svg = fmt::format(
+      "<svg xmlns='http://www.w3.org/2000/svg' width='{0}' height='{1}' viewBox='0 0 {0} {1}'>\n"
+      "{2}<defs>{3}{4}</defs>\n<rect width='100%' height='100%' fill='#ffffff'/>\n",
+      Number(kWidth), Number(error.bottom() + kFooter), kStyle, ClipPath(magnitude, "magnitude"),
+      ClipPath(error, "error"));
   svg += TextElement(kLeft, 36, "title", plot.title);
-  for (std::size_t i = 0; i < plot.remarks.size(); ++i) {
+  for (std::size_t i = 0; i < plot.details.size(); ++i)
     svg +=
-        TextElement(kLeft, kTop + kLineHeight * static_cast<double>(i), "remark", plot.remarks[i]);
-  }
+        TextElement(kLeft, kTop + kLineHeight * static_cast<double>(i), "detail", plot.details[i]);
   AddFrequencyGrid(magnitude, false, svg);
   AddFrequencyGrid(error, true, svg);
   AddValueGrid(magnitude, "Magnitude in dB", svg);
   AddValueGrid(error, "Error in dB", svg);
   AddCurves(plot, magnitude, error, svg);
-  svg += Frame(magnitude) + Frame(error);
+  for (const Panel& panel : {magnitude, error}) svg += Rectangle(panel, " class='frame'") + "\n";
   svg += TextElement((kLeft + kRight) / 2, error.bottom() + 42, "name", "Frequency in Hz");
   AddLegend(plot, legend, svg);
   return svg + "</svg>\n";

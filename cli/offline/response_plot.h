@@ -1,5 +1,5 @@
-// A frequency response as a drawing: magnitude above, what quantising changes below, over a
-// logarithmic frequency axis. There is no error where both responses are silent.
+// Draws a frequency response: the magnitude above, the change by quantising below, over a
+// logarithmic frequency axis. The error has a gap where both responses are silent.
 #pragma once
 
 #include <string>
@@ -20,7 +20,7 @@ struct ResponseCurve {
 
 struct ResponsePlot {
   std::string title;
-  std::vector<std::string> remarks;  // a line each, under the title
+  std::vector<std::string> details;  // lines under the title
   std::vector<ResponseCurve> curves;
 };
 

@@ -20,7 +20,7 @@ CheckReport CheckModes(const std::string& modes) {
 
 std::vector<std::string> Places(const CheckReport& report, const std::string& code) {
   std::vector<std::string> places;
-  for (const Finding& finding : report.findings)
+  for (const ConfigurationFinding& finding : report.findings)
     if (finding.code == code)
       places.push_back(std::to_string(finding.line) + " " + SeverityWord(finding.severity));
   return places;
@@ -50,8 +50,7 @@ TEST(Check, OnePassSeesBothTypesAndAllLocationsAndTellsEachFindingOnce) {
   EXPECT_EQ(Places(report, "unknown-position"), (Words{"11 warning"}));
   // The same mode for the other type is no duplicate; twice for one type is.
   EXPECT_EQ(Places(report, "duplicate-mode"), (Words{"17 warning"}));
-  EXPECT_TRUE(std::is_sorted(report.findings.begin(), report.findings.end(),
-                             [](const Finding& a, const Finding& b) { return a.line < b.line; }));
+  EXPECT_TRUE(std::ranges::is_sorted(report.findings, {}, &ConfigurationFinding::line));
 }
 
 TEST(Check, ModesOnOneLineKeepTheirOwnChains) {
