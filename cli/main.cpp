@@ -5,7 +5,7 @@
 #include "cli/client/host.h"
 #include "cli/commands/commands.h"
 #include "cli/offline/files.h"
-#include "cli/show/remedy.h"
+#include "cli/show/failure.h"
 #include "cli/show/select.h"
 #include "platform/com_runtime.h"
 #include "platform/files.h"
@@ -143,16 +143,16 @@ int Run(CLI::App& app, Context& context, int argc, char** argv) {
     return context.exit_status;
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return app.exit(error);
-    context.output.Remark(std::string("orvctl: ") + error.what() +
+    context.output.Notice(std::string("orvctl: ") + error.what() +
                           "\n\"orvctl COMMAND --help\" tells what is expected.");
     return kUsage;
   } catch (const Failure& failure) {
-    context.output.Remark(std::string("orvctl: ") + failure.what());
+    context.output.Notice(std::string("orvctl: ") + failure.what());
     return failure.exit_status();
   } catch (const std::bad_alloc&) {
-    context.output.Remark("orvctl: out of memory");
+    context.output.Notice("orvctl: out of memory");
   } catch (const std::exception& fault) {
-    context.output.Remark(std::string("orvctl: ") + fault.what());
+    context.output.Notice(std::string("orvctl: ") + fault.what());
   }
   return kRefused;
 }

@@ -2,7 +2,6 @@
 
 #include "cli/show/failure.h"
 #include "cli/show/names.h"
-#include "cli/show/remedy.h"
 #include "config/mode_selector.h"
 #include "endpoints/endpoint_registry.h"
 #include "platform/text.h"

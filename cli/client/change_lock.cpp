@@ -4,7 +4,6 @@
 #include <cstdio>
 
 #include "cli/show/failure.h"
-#include "cli/show/remedy.h"
 #include "platform/text.h"
 
 namespace orv::cli {

@@ -1,6 +1,6 @@
 #include "cli/client/context.h"
 
-#include "cli/show/remedy.h"
+#include "cli/show/failure.h"
 #include "cli/show/select.h"
 #include "platform/text.h"
 
@@ -20,7 +20,7 @@ std::vector<Endpoint> Context::FindEndpoints() {
   std::vector<std::string> unopened;
   std::vector<Endpoint> endpoints = session().Endpoints(&unopened);
   for (const std::string& id : unopened) {
-    output.Remark("The component finds " + id + " but cannot open it. What examines it: " +
+    output.Notice("The component finds " + id + " but cannot open it. What examines it: " +
                   CommandLine("doctor " + ShellWord(id)));
   }
   return endpoints;

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "cli/show/failure.h"
-#include "cli/show/remedy.h"
 #include "cli/show/scale.h"
 #include "cli/show/select.h"
 #include "platform/text.h"

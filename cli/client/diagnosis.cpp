@@ -4,8 +4,8 @@
 #include <chrono>
 
 #include "cli/offline/files.h"
+#include "cli/show/failure.h"
 #include "cli/show/names.h"
-#include "cli/show/remedy.h"
 #include "cli/show/select.h"
 #include "config/configuration_file.h"
 #include "config/mode_selector.h"

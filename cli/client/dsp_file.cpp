@@ -4,7 +4,6 @@
 
 #include "cli/offline/files.h"
 #include "cli/show/failure.h"
-#include "cli/show/remedy.h"
 #include "config/configuration_file.h"
 #include "config/configuration_reader.h"
 #include "orv_apo/orv_apo.h"

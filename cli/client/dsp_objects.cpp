@@ -3,7 +3,6 @@
 #include "cli/client/component_text.h"
 #include "cli/show/failure.h"
 #include "cli/show/names.h"
-#include "cli/show/remedy.h"
 #include "cli/show/select.h"
 #include "frame/public_controls.h"
 #include "platform/driver_names.h"

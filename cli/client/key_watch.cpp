@@ -1,7 +1,6 @@
 #include "cli/client/key_watch.h"
 
 #include "cli/show/failure.h"
-#include "cli/show/remedy.h"
 #include "platform/text.h"
 
 namespace orv::cli {

@@ -6,7 +6,6 @@
 #include "cli/client/technology.h"
 #include "cli/show/failure.h"
 #include "cli/show/names.h"
-#include "cli/show/remedy.h"
 #include "platform/text.h"
 
 namespace orv::cli {

@@ -74,7 +74,7 @@ void CheckFile(Context& context, const std::string& file) {
   const std::string xml = ReadWholeFile(file, kConfigurationSizeLimit);
   const std::unique_ptr<ORVAPOProcessInfo> technology = OpenTechnology(context.session_options);
   if (technology == nullptr) {
-    context.output.Remark(
+    context.output.Notice(
         "No technology library: control names and values are not checked. --technology names one.");
   }
   const CheckReport report = CheckConfiguration(xml, technology.get());

@@ -4,7 +4,7 @@ namespace orv::cli {
 
 void ReportDifference(Context& context, const std::string& name, const std::string& wanted,
                       const std::string& found) {
-  context.output.Remark("\"" + name + "\" was set to " + wanted + ", but " + found +
+  context.output.Notice("\"" + name + "\" was set to " + wanted + ", but " + found +
                         " was read back. Another program may have changed it meanwhile, or the "
                         "endpoint's key may refuse changes.");
   context.exit_status = kDiffering;

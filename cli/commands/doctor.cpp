@@ -57,7 +57,7 @@ void Examine(Context& context, const std::string& chosen) {
       ExamineDsp(diagnosis, context.session().machine(), *endpoint);
   }
   if (infos.empty()) {
-    context.output.Remark("The machine has no active render endpoint.");
+    context.output.Notice("The machine has no active render endpoint.");
     context.exit_status = kDiffering;
   }
   ShowChecks(context, diagnosis.checks());

@@ -7,7 +7,7 @@
 #include "cli/commands/commands.h"
 #include "cli/dsp/push.h"
 #include "cli/offline/files.h"
-#include "cli/show/remedy.h"
+#include "cli/show/failure.h"
 #include "cli/show/select.h"
 #include "platform/driver_names.h"
 #include "platform/files.h"
@@ -87,7 +87,7 @@ void PushFile(Context& context, const IntelArguments& arguments) {
   std::string error;
   const PushOutcome outcome = RunPush(
       readback, plan, [&] { return dsp.ProcessConfigFile(path, arguments.set_default, error); });
-  if (!error.empty()) context.output.Remark("The component reports: " + error);
+  if (!error.empty()) context.output.Notice("The component reports: " + error);
   SettlePush(context, outcome,
              "writing " + arguments.file + " into the Intel DSP of " + endpoint.name(),
              "The file needs a mode of its own default key, for the DSP. " + DriverRefused());

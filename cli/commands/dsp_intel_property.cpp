@@ -5,7 +5,7 @@
 #include "cli/client/dsp_objects.h"
 #include "cli/commands/commands.h"
 #include "cli/dsp/push.h"
-#include "cli/show/remedy.h"
+#include "cli/show/failure.h"
 #include "cli/show/select.h"
 #include "platform/driver_names.h"
 

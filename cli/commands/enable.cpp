@@ -1,7 +1,7 @@
 // enable
 #include "cli/client/state.h"
 #include "cli/commands/commands.h"
-#include "cli/show/remedy.h"
+#include "cli/show/failure.h"
 
 namespace orv::cli {
 namespace {

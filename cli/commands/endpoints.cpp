@@ -1,6 +1,6 @@
 // endpoints
 #include "cli/commands/commands.h"
-#include "cli/show/remedy.h"
+#include "cli/show/failure.h"
 
 namespace orv::cli {
 namespace {
@@ -21,7 +21,7 @@ void ListEndpoints(Context& context) {
   const std::vector<Endpoint> endpoints = context.Endpoints();
   if (!context.output.json()) {
     if (endpoints.empty())
-      context.output.Remark("No endpoint. What is missing: " + CommandLine("doctor"));
+      context.output.Notice("No endpoint. What is missing: " + CommandLine("doctor"));
     return context.output.Show(EndpointsTable(endpoints));
   }
   Json array = Json::array();

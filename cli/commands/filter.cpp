@@ -188,7 +188,7 @@ void Present(Context& context, const FilterDesign& design, const FilterArguments
   if (!arguments.svg.empty()) WriteDrawing(design, arguments, judgement);
   const std::vector<std::string> silent = SilentFilters(design, arguments);
   for (const std::string& name : silent) {
-    output.Remark("The words" + (name.empty() ? "" : " of the " + name) +
+    output.Notice("The words" + (name.empty() ? "" : " of the " + name) +
                   " let nothing pass: the quantised filter is silent.");
   }
   json["silent"] = !silent.empty();

@@ -2,8 +2,8 @@
 #include "cli/commands/commands.h"
 #include "cli/offline/files.h"
 #include "cli/offline/image_json.h"
+#include "cli/show/failure.h"
 #include "cli/show/names.h"
-#include "cli/show/remedy.h"
 #include "platform/text.h"
 
 namespace orv::cli {
@@ -83,11 +83,11 @@ void Decode(Context& context, const ImageArguments& arguments) {
                         Counted(image.size(), "byte") + ".");
   }
   if (decoding.fault != ImageFault::None) {
-    context.output.Remark("Decoding stopped at offset " + std::to_string(decoding.fault_offset) +
+    context.output.Notice("Decoding stopped at offset " + std::to_string(decoding.fault_offset) +
                           ": " + FaultWords(decoding.fault) + ".");
   }
   if (decoding.unknown_tags != 0) {
-    context.output.Remark("Passed over: " + Counted(decoding.unknown_tags, "record") +
+    context.output.Notice("Passed over: " + Counted(decoding.unknown_tags, "record") +
                           " of unknown kind.");
   }
   if (decoding.fault != ImageFault::None || decoding.unknown_tags != 0)
@@ -107,7 +107,7 @@ void Encode(Context& context, const ImageArguments& arguments) {
   if (!list) throw Failure(kRefused, arguments.file + ": " + error + ".");
   ImageBytes image;
   if (!EncodeImage(*list, image)) {
-    context.output.Remark("Entries without data were left out: an image cannot hold them.");
+    context.output.Notice("Entries without data were left out: an image cannot hold them.");
     context.exit_status = kDiffering;
   }
   const std::string bytes =

@@ -154,7 +154,7 @@ EndpointState PlanTarget(Context& context, const Endpoint& endpoint, const Endpo
   Plan plan(context, endpoint, current);
   plan.Add(preset);
   for (const std::string& problem : plan.problems())
-    context.output.Remark((lenient ? "Passed over: " : "Does not fit: ") + problem + ".");
+    context.output.Notice((lenient ? "Passed over: " : "Does not fit: ") + problem + ".");
   if (!plan.problems().empty() && !lenient) {
     throw Failure(kDiffering, "the preset does not fit " + endpoint.name() +
                                   "; nothing was changed.\n--lenient loads what fits.");

@@ -3,7 +3,7 @@
 #include "cli/commands/commands.h"
 #include "cli/offline/files.h"
 #include "cli/offline/machine_folder.h"
-#include "cli/show/remedy.h"
+#include "cli/show/failure.h"
 #include "cli/show/select.h"
 #include "platform/files.h"
 
@@ -29,7 +29,7 @@ void MakeMachine(Context& context, const std::string& folder, const std::string&
   const std::string path = PathText(std::filesystem::absolute(target).lexically_normal());
   if (context.output.json()) return context.output.Value({{"path", path}});
   context.output.Line(path);
-  context.output.Remark("orvctl --machine " + ShellWord(folder) + " endpoints");
+  context.output.Notice("orvctl --machine " + ShellWord(folder) + " endpoints");
 }
 
 }  // namespace

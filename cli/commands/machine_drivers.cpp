@@ -119,9 +119,9 @@ void ShowDrivers(Context& context, bool all) {
     ShowEvents(output, report.events);
   }
   for (const DriverRefusal& refusal : report.refusals)
-    output.Remark(refusal.driver + " refused " + refusal.request + ": " + refusal.reason);
+    output.Notice(refusal.driver + " refused " + refusal.request + ": " + refusal.reason);
   for (const DriverRemark& remark : report.remarks)
-    output.Remark(remark.driver + ": " + RemarkPlace(remark) + remark.text);
+    output.Notice(remark.driver + ": " + RemarkPlace(remark) + remark.text);
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 // mode
 #include "cli/commands/commands.h"
-#include "cli/show/remedy.h"
+#include "cli/show/failure.h"
 
 namespace orv::cli {
 namespace {
@@ -13,7 +13,7 @@ struct ModeArguments {
 
 void ReportMode(Context& context, const Endpoint& endpoint, const Mode& current,
                 const std::string& wanted) {
-  context.output.Remark(
+  context.output.Notice(
       "The current mode is still " + Printable(current.name()) + ", not " + Printable(wanted) +
       ": it could not be stored. " +
       "What examines the endpoint's key: " + CommandLine("doctor " + endpoint.number()));

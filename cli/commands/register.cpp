@@ -20,11 +20,11 @@ void ChangeRegistration(Context& context, bool add, bool for_user) {
     std::vector<std::string> removed;
     for (const std::string& key : before)
       if (std::find(keys.begin(), keys.end(), key) == keys.end()) removed.push_back(key);
-    for (const std::string& key : keys) context.output.Remark("Still there: " + key);
+    for (const std::string& key : keys) context.output.Notice("Still there: " + key);
     if (!keys.empty()) context.exit_status = kDiffering;
     keys = std::move(removed);
   } else if (keys.empty()) {
-    context.output.Remark("The component reports success, but none of its keys exists.");
+    context.output.Notice("The component reports success, but none of its keys exists.");
     context.exit_status = kDiffering;
   }
   if (context.output.json()) return context.output.Value({{"keys", keys}});

@@ -12,7 +12,7 @@ PresetMode TakeMode(Context& context, const Endpoint& endpoint, const Mode& mode
   for (const ControlView& view :
        ViewControls(context.catalog(), endpoint, mode, kORVAPO_Cont_Public)) {
     if (!view.numeric) {
-      context.output.Remark("Left out: \"" + view.name + "\" in " + mode.name() + " holds \"" +
+      context.output.Notice("Left out: \"" + view.name + "\" in " + mode.name() + " holds \"" +
                             view.text + "\", which is neither a number nor a choice.");
       continue;
     }

@@ -11,8 +11,8 @@
 #include "cli/dsp/push.h"
 #include "cli/offline/image_json.h"
 #include "cli/offline/machine_folder.h"
+#include "cli/show/failure.h"
 #include "cli/show/names.h"
-#include "cli/show/remedy.h"
 #include "cli/show/scale.h"
 
 namespace orv::cli {

@@ -98,7 +98,7 @@ void Watch(Context& context, const WatchArguments& arguments) {
   // Armed before each reading: what changes after the reading wakes the next one.
   watch.Arm();
   EndpointState state = ReadState(context.catalog(), endpoint);
-  context.output.Remark("Watching " + Printable(endpoint.name()) + "; Ctrl+C ends it.");
+  context.output.Notice("Watching " + Printable(endpoint.name()) + "; Ctrl+C ends it.");
   ChangePrinter printer(context);
   std::array<Event*, 2> events = {&stop, &changed};
   while (WaitAny(events, TimeLeft(end)) == std::size_t{1}) {

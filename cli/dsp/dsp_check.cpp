@@ -7,7 +7,6 @@
 #include "cli/client/dsp_objects.h"
 #include "cli/dsp/readback.h"
 #include "cli/show/failure.h"
-#include "cli/show/remedy.h"
 #include "intel_dsp/broadwell/driver_records.h"
 #include "intel_dsp/skylake/driver_client.h"
 #include "platform/driver_names.h"

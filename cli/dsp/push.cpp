@@ -198,7 +198,7 @@ void SettlePush(Context& context, const PushOutcome& outcome, const std::string&
   }
   if (outcome.differs() || outcome.blocks.empty()) context.exit_status = kDiffering;
   if (outcome.differs() && outcome.differences.empty())
-    context.output.Remark(
+    context.output.Notice(
         "The component read back other bytes than it sent; read again, everything is as planned. "
         "-v shows every byte that differed.");
 }
@@ -260,8 +260,8 @@ void WarnOfDifferences(Context& context, const PushOutcome& outcome) {
   if (text.ends_with('\n')) text.pop_back();
   if (const std::string reasons = ReasonLines(outcome.differences); !reasons.empty())
     text += "\n" + reasons;
-  if (!text.empty()) context.output.Remark("The DSP does not hold what was planned:" + text);
-  for (const std::string& finding : outcome.findings) context.output.Remark("Finding: " + finding);
+  if (!text.empty()) context.output.Notice("The DSP does not hold what was planned:" + text);
+  for (const std::string& finding : outcome.findings) context.output.Notice("Finding: " + finding);
 }
 
 }  // namespace orv::cli

@@ -1,8 +1,12 @@
 #include "cli/show/failure.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <array>
+#include <boost/algorithm/string/replace.hpp>
 #include <cstdint>
-#include <cstdio>
+#include <filesystem>
 
 namespace orv::cli {
 namespace {
@@ -12,7 +16,7 @@ struct StatusWords {
   const char* words;
 };
 
-// With these words the status's row of docs/objects.md begins.
+// The words are the beginning of the status's row in docs/objects.md.
 constexpr std::array kStatusWords = {
     StatusWords{E_FAIL, "refused"},
     StatusWords{E_POINTER, "an argument is null"},
@@ -35,18 +39,23 @@ constexpr std::array kStatusWords = {
     StatusWords{orv_apo::StatusOfSystemError(112), "the disk is full"},
 };
 
+// The global options of this run.
+std::string& GlobalOptions() {
+  static std::string words;
+  return words;
+}
+
 }  // namespace
 
 std::string StatusText(HRESULT status) {
-  char code[16];
-  std::snprintf(code, sizeof code, "0x%08X", static_cast<unsigned>(status));
-  for (const StatusWords& entry : kStatusWords)
-    if (entry.status == status) return std::string(code) + " (" + entry.words + ")";
-  constexpr std::uint32_t kSystemErrors = 0x80070000;
   const auto bits = static_cast<std::uint32_t>(status);
-  if ((bits & 0xFFFF0000) == kSystemErrors)
-    return std::string(code) + " (system error " + std::to_string(bits & 0xFFFF) + ")";
-  return std::string(code) + (FAILED(status) ? " (failed)" : " (done)");
+  const auto known = std::ranges::find(kStatusWords, status, &StatusWords::status);
+  std::string words = FAILED(status) ? "failed" : "done";
+  if (known != kStatusWords.end())
+    words = known->words;
+  else if ((bits & 0xFFFF0000) == 0x80070000)
+    words = fmt::format("system error {}", bits & 0xFFFF);
+  return fmt::format("0x{:08X} ({})", bits, words);
 }
 
 void UsageFailure(const std::string& message) { throw Failure(kUsage, message); }
@@ -55,6 +64,24 @@ void ComponentFailure(const std::string& asked, HRESULT status, const std::strin
   std::string message = asked + ": " + StatusText(status);
   if (!remedy.empty()) message += "\n" + remedy;
   throw Failure(kRefused, message);
+}
+
+std::string ShellWord(const std::string& text) {
+  constexpr char kPlain[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-./:";
+  if (!text.empty() && text.find_first_not_of(kPlain) == std::string::npos) return text;
+  // The shell of a system with backslashes in its paths does not escape with them and does not know
+  // single quotes.
+  constexpr bool kBackslashesInPaths = std::filesystem::path::preferred_separator == '\\';
+  if (kBackslashesInPaths || text.find_first_of("\"$`!\\") == std::string::npos)
+    return '"' + text + '"';
+  return "'" + boost::replace_all_copy(text, "'", "'\\''") + "'";
+}
+
+void UseGlobalOptions(const std::string& words) { GlobalOptions() = words; }
+
+std::string CommandLine(const std::string& words) {
+  const std::string& options = GlobalOptions();
+  return "orvctl " + (options.empty() ? "" : options + " ") + words;
 }
 
 }  // namespace orv::cli

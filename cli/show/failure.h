@@ -1,4 +1,4 @@
-// How a command ends when it does not end well: what people read, and the exit status scripts see.
+// Failures: the message for the user and the exit status, with the commands that messages name.
 #pragma once
 
 #include <stdexcept>
@@ -10,7 +10,7 @@ namespace orv::cli {
 
 enum ExitStatus {
   kDone = 0,
-  kRefused = 1,    // the component, a driver or a file said no
+  kRefused = 1,    // the component, a driver or the system refused the request
   kUsage = 2,      // the command line is wrong
   kDiffering = 3,  // done, but what was read back, compared or checked differs
 };
@@ -29,7 +29,7 @@ class Failure : public std::runtime_error {
 std::string StatusText(HRESULT status);
 
 [[noreturn]] void UsageFailure(const std::string& message);
-// What was asked for, the status with its meaning, and what to do about it.
+// The message is what was asked for, the status with its meaning, and what to do about it.
 [[noreturn]] void ComponentFailure(const std::string& asked, HRESULT status,
                                    const std::string& remedy);
 
@@ -37,5 +37,14 @@ std::string StatusText(HRESULT status);
 inline void Require(HRESULT status, const std::string& asked, const std::string& remedy) {
   if (FAILED(status)) ComponentFailure(asked, status, remedy);
 }
+
+// One word of a command line, quoted if necessary.
+std::string ShellWord(const std::string& text);
+
+// Sets the global options that CommandLine repeats; called once, before a command runs.
+void UseGlobalOptions(const std::string& words);
+
+// `words` as a command of this program, with the global options of this run, to be pasted.
+std::string CommandLine(const std::string& words);
 
 }  // namespace orv::cli

@@ -28,7 +28,7 @@ void Output::Raw(const std::string& bytes) {
   results_.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
-void Output::Remark(const std::string& text) {
+void Output::Notice(const std::string& text) {
   // What was already said stays above the remark when both streams go to one place.
   results_.flush();
   remarks_ << text << std::endl;

@@ -39,7 +39,7 @@ class Output {
   void Show(const Table& table, std::size_t indent = 0);
   void Raw(const std::string& bytes);
   // For standard error: what people should know, and scripts may pass over. Out at once.
-  void Remark(const std::string& text);
+  void Notice(const std::string& text);
 
   std::string Painted(const std::string& text, const char* colour) const;
 
