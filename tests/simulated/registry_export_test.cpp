@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include "platform/registry.h"
 #include "simulated/refusal_cases.h"
 
 namespace orv {
@@ -13,19 +12,26 @@ using Bytes = std::vector<std::uint8_t>;
 
 const std::string kHeader = "Windows Registry Editor Version 5.00\r\n";
 
-RegistryExport Decode(std::string_view text) {
+RegistryNodePtr Read(std::string_view text) {
   FileError error;
-  auto content = DecodeRegistryExport(text, error);
-  EXPECT_TRUE(content) << error.Text();
-  return content.value_or(RegistryExport());
+  const RegistryNodePtr root = MakeEmptyRegistry();
+  EXPECT_TRUE(ApplyExport(*root, text, error)) << error.Text();
+  return root;
 }
 
-// The values of the only key of an export that holds these lines.
-std::vector<ExportedValue> DecodeValues(const std::string& lines,
-                                        const std::string& header = kHeader) {
-  const RegistryExport content = Decode(header + "[HKLM\\K]\r\n" + lines);
-  EXPECT_EQ(content.keys.size(), 1U);
-  return content.keys.empty() ? std::vector<ExportedValue>() : content.keys[0].values;
+// What comes after the header and the comment, with plain line ends.
+std::string Write(const RegistryNode& root) {
+  const std::string text = ExportTree(root, {.crlf = false}, "x");
+  return text.substr(std::min(kHeader.size() + 4, text.size()));
+}
+
+std::string Rewritten(std::string_view text) { return Write(*Read(text)); }
+
+// A registry with the key K and one value in it.
+RegistryNodePtr WithValue(std::uint32_t type, Bytes bytes) {
+  RegistryNodePtr root = MakeEmptyRegistry();
+  root->Child(kCurrentUserName)->AddChild(L"K").AddValue(L"v", type, std::move(bytes));
+  return root;
 }
 
 std::string Utf16(std::string_view ascii) {
@@ -34,108 +40,117 @@ std::string Utf16(std::string_view ascii) {
   return text;
 }
 
-TEST(RegistryExport, KeysValuesAndDeletionsAreReadInTheirOrder) {
-  const RegistryExport content = Decode(kHeader + R"(; comment
+TEST(RegistryExport, KeysValuesAndDeletionsApplyInTheirOrder) {
+  EXPECT_EQ(Rewritten(kHeader + R"(; comment
+[HKEY_CURRENT_USER\Old\Key]
+[hklm\software\a B]
+"gone"="x"
 
   [HKLM\Software\\A b]
 @="default"  ; why
 "gone"=-
 [-hkcu\Old]
 [HKEY_USERS\S-1-5\x]y]
+[HKCR\.x]
 [hkey_Performance_Data]
+"v"=dword:1
+)"),
+            R"([HKEY_LOCAL_MACHINE\software\a B]
+@="default"
+
+[HKEY_LOCAL_MACHINE\software\Classes\.x]
+
+[HKEY_USERS\S-1-5\x]y]
+
+[hkey_Performance_Data]
+"v"=dword:00000001
 )");
-  EXPECT_THAT(content.keys,
-              testing::ElementsAre(ExportedKey{L"HKEY_LOCAL_MACHINE\\Software\\A b",
-                                               false,
-                                               {{L"", false, kRegSz, RegistryTextBytes(L"default")},
-                                                {L"gone", true, kRegNone, {}}}},
-                                   ExportedKey{L"HKEY_CURRENT_USER\\Old", true, {}},
-                                   ExportedKey{L"HKEY_USERS\\S-1-5\\x]y", false, {}},
-                                   ExportedKey{L"hkey_Performance_Data", false, {}}));
 }
 
-TEST(RegistryExport, ValuesOfEveryKindAreReadBitForBit) {
-  const auto values = DecodeValues(
-      "\"a \\\"b\\\" \\\\\"=\"\\\\\\\"\"\r\n"
-      "\"d\"=DWORD:1a2B\r\n"
-      "\"x\"=hex:01,2,FF, \\\r\n"
-      "  0a,\\ \r\n"
-      "\t0B ; end\r\n"
-      "\"none\"=hex(0):\r\n"
-      "\"own\"=hex(ffff0012):00\r\n");
-  EXPECT_THAT(values, testing::ElementsAre(
-                          ExportedValue{L"a \"b\" \\", false, kRegSz, RegistryTextBytes(L"\\\"")},
-                          ExportedValue{L"d", false, kRegDword, {0x2B, 0x1A, 0, 0}},
-                          ExportedValue{L"x", false, kRegBinary, {1, 2, 0xFF, 0x0A, 0x0B}},
-                          ExportedValue{L"none", false, kRegNone, {}},
-                          ExportedValue{L"own", false, 0xFFFF0012, {0}}));
+TEST(RegistryExport, ReadsValuesOfEveryKindBitForBit) {
+  const RegistryNodePtr root = Read(kHeader +
+                                    "[HKLM\\K]\r\n"
+                                    "\"a \\\"b\\\" \\\\\"=\"\\\\\\\"\"\r\n"
+                                    "\"d\"=DWORD:1a2B\r\n"
+                                    "\"x\"=hex:01,2,FF, \\\r\n"
+                                    "  0a,\\ \r\n"
+                                    "\t0B ; end\r\n"
+                                    "\"none\"=hex(0):\r\n"
+                                    "\"own\"=hex(ffff0012):00\r\n");
+  const RegistryNode& key = *root->Descend(L"HKEY_LOCAL_MACHINE\\K");
+  const std::tuple<const wchar_t*, std::uint32_t, Bytes> values[] = {
+      {L"a \"b\" \\", kRegSz, RegistryTextBytes(L"\\\"")},
+      {L"d", kRegDword, {0x2B, 0x1A, 0, 0}},
+      {L"x", kRegBinary, {1, 2, 0xFF, 0x0A, 0x0B}},
+      {L"none", kRegNone, {}},
+      {L"own", 0xFFFF0012, {0}}};
+  EXPECT_EQ(key.values.size(), std::size(values));
+  for (const auto& [name, type, bytes] : values)
+    EXPECT_TRUE(key.values.Find(name) != nullptr && key.values.Find(name)->Holds(type, bytes));
 }
 
-TEST(RegistryExport, EveryEncodingGivesTheSameText) {
+TEST(RegistryExport, ReadsTheSameTextInEveryEncoding) {
   const std::string text = kHeader + "[HKLM\\K]  \r\n\"v\"=\"x\"\r\n";
-  const auto plain = Decode(text);
-  EXPECT_EQ(Decode("\xEF\xBB\xBF" + text).keys, plain.keys);
-  EXPECT_EQ(Decode(Utf16(text)).keys, plain.keys);
   std::string unix_text = text;
   std::erase(unix_text, '\r');
-  EXPECT_EQ(Decode(unix_text).keys, plain.keys);
-  EXPECT_EQ(DecodeValues("\"\xC3\xA9\"=dword:1\r\n")[0].name, L"\u00E9");
+  for (const std::string& same : {text, "\xEF\xBB\xBF" + text, Utf16(text), unix_text})
+    EXPECT_EQ(Rewritten(same), "[HKEY_LOCAL_MACHINE\\K]\n\"v\"=\"x\"\n");
+  const std::string accent = "[HKEY_LOCAL_MACHINE\\K]\n\"\xC3\xA9\"=dword:00000001\n";
+  EXPECT_EQ(Rewritten(kHeader + accent), accent);
 }
 
-TEST(RegistryExport, VersionFourListsNarrowTextWhichBecomesWide) {
-  const auto values =
-      DecodeValues("\"expand\"=hex(2):25,61,25,00\r\n\"binary\"=hex:25,00\r\n\"n\xE9\"=dword:1\r\n",
-                   "REGEDIT4\r\n");
-  EXPECT_EQ(values[0].bytes, RegistryTextBytes(L"%a%"));
-  EXPECT_EQ(values[1].bytes, (Bytes{0x25, 0}));
-  EXPECT_EQ(values[2].name, L"n\u00E9");
+TEST(RegistryExport, WidensTheNarrowTextOfVersionFour) {
+  EXPECT_EQ(Rewritten("REGEDIT4\r\n[HKLM\\K]\r\n\"expand\"=hex(2):25,61,25,00\r\n"
+                      "\"binary\"=hex:25,00\r\n\"n\xE9\"=dword:1\r\n"),
+            "[HKEY_LOCAL_MACHINE\\K]\n\"expand\"=hex(2):25,00,61,00,25,00,00,00\n"
+            "\"binary\"=hex:25,00\n\"n\xC3\xA9\"=dword:00000001\n");
 }
 
-TEST(RegistryExport, RefusalsNameTheLineAndWhatToDo) {
+TEST(RegistryExport, RefusalsNameTheLineAndTheRemedy) {
+  const auto refusal = [](const std::string& text) {
+    FileError error;
+    EXPECT_FALSE(ApplyExport(*MakeEmptyRegistry(), text, error)) << text;
+    return error;
+  };
   auto cases = RefusalCases("registry_export.txt");
   cases.push_back({3, "neither UTF-8 nor UTF-16", "[HKLM\\K]\r\n\"\xE9\"=dword:1\r\n"});
   for (const auto& [line, reason, lines] : cases) {
-    FileError error;
-    EXPECT_FALSE(DecodeRegistryExport(kHeader + lines, error)) << lines;
+    const FileError error = refusal(kHeader + lines);
     EXPECT_EQ(error.line, line) << lines;
     EXPECT_THAT(error.reason, HasSubstr(reason));
   }
-  FileError error;
-  EXPECT_FALSE(DecodeRegistryExport("[HKLM\\K]\r\n", error));
-  EXPECT_EQ(error.line, 1);
-  for (const char* none : {"\xFF\xFE\x52", ""}) EXPECT_FALSE(DecodeRegistryExport(none, error));
+  EXPECT_EQ(refusal("[HKLM\\K]\r\n").line, 1);
+  for (const char* incomplete : {"\xFF\xFE\x52", ""}) refusal(incomplete);
 }
 
-TEST(RegistryExport, TextIsWrittenAsTextOnlyWhenItReadsBackExactly) {
-  const auto written = [](std::uint32_t type, const Bytes& bytes) {
-    RegistryExport content;
-    content.keys = {{L"HKEY_LOCAL_MACHINE\\K", false, {{L"v", false, type, bytes}}}};
-    const std::string text = EncodeRegistryExport(content);
-    EXPECT_EQ(Decode(text), content) << text;
-    const std::size_t equals = text.find('=');
-    return text.substr(equals + 1, text.find('\r', equals) - equals - 1);
-  };
-  EXPECT_EQ(written(kRegSz, RegistryTextBytes(L"a\"\\\u00E9")), "\"a\\\"\\\\\xC3\xA9\"");
-  EXPECT_EQ(written(kRegSz, RegistryTextBytes(L"\xD83D\xDE00")), "\"\xF0\x9F\x98\x80\"");
-  EXPECT_EQ(written(kRegSz, RegistryTextBytes(L"")), "\"\"");
-  EXPECT_EQ(written(kRegSz, {}), "hex(1):");
-  EXPECT_EQ(written(kRegSz, {0x41, 0}), "hex(1):41,00");
-  EXPECT_EQ(written(kRegSz, {0x41, 0, 0}), "hex(1):41,00,00");
-  EXPECT_EQ(written(kRegSz, {0, 0, 0, 0}), "hex(1):00,00,00,00");
-  EXPECT_EQ(written(kRegSz, {0x0A, 0, 0, 0}), "hex(1):0a,00,00,00");
-  EXPECT_EQ(written(kRegSz, {0x00, 0xD8, 0, 0}), "hex(1):00,d8,00,00");
-  EXPECT_EQ(written(kRegExpandSz, RegistryTextBytes(L"a")), "hex(2):61,00,00,00");
-  EXPECT_EQ(written(kRegDword, {1, 2, 3, 4}), "dword:04030201");
-  EXPECT_EQ(written(kRegDword, {1, 2}), "hex(4):01,02");
-  EXPECT_EQ(written(0xA0000001, {1}), "hex(a0000001):01");
+TEST(RegistryExport, WritesTextAsTextOnlyIfItReadsBackExactly) {
+  const std::tuple<std::uint32_t, Bytes, const char*> values[] = {
+      {kRegSz, RegistryTextBytes(L"a\"\\\u00E9"), "\"a\\\"\\\\\xC3\xA9\""},
+      {kRegSz, RegistryTextBytes(L"\xD83D\xDE00"), "\"\xF0\x9F\x98\x80\""},
+      {kRegSz, RegistryTextBytes(L""), "\"\""},
+      {kRegSz, {}, "hex(1):"},
+      {kRegSz, {0x41, 0}, "hex(1):41,00"},
+      {kRegSz, {0x41, 0, 0}, "hex(1):41,00,00"},
+      {kRegSz, {0, 0, 0, 0}, "hex(1):00,00,00,00"},
+      {kRegSz, {0x0A, 0, 0, 0}, "hex(1):0a,00,00,00"},
+      {kRegSz, {0x00, 0xD8, 0, 0}, "hex(1):00,d8,00,00"},
+      {kRegExpandSz, RegistryTextBytes(L"a"), "hex(2):61,00,00,00"},
+      {kRegDword, {1, 2, 3, 4}, "dword:04030201"},
+      {kRegDword, {1, 2}, "hex(4):01,02"},
+      {0xA0000001, {1}, "hex(a0000001):01"}};
+  for (const auto& [type, bytes, text] : values) {
+    const std::string written = Write(*WithValue(type, bytes));
+    EXPECT_EQ(written, "[HKEY_CURRENT_USER\\K]\n\"v\"=" + std::string(text) + "\n");
+    EXPECT_EQ(Rewritten(kHeader + written), written);
+  }
 }
 
-TEST(RegistryExport, LongListsAreContinuedOverLinesOfOrdinaryWidth) {
-  RegistryExport content;
-  content.keys = {
-      {L"HKEY_CURRENT_USER\\K", false, {{L"image", false, kRegBinary, Bytes(1000, 0x5A)}}}};
-  const std::string text = EncodeRegistryExport(content);
-  EXPECT_EQ(Decode(text), content);
+TEST(RegistryExport, ContinuesLongListsOverLinesOfOrdinaryWidth) {
+  const std::string text = ExportTree(*WithValue(kRegBinary, Bytes(1000, 0x5A)), {}, "x");
+  EXPECT_TRUE(Read(text)
+                  ->Descend(L"HKEY_CURRENT_USER\\K")
+                  ->values.at(0)
+                  ->Holds(kRegBinary, Bytes(1000, 0x5A)));
   for (std::size_t begin = 0; begin < text.size();) {
     const std::size_t end = text.find("\r\n", begin);
     EXPECT_LE(end - begin, 80U);
@@ -143,12 +158,13 @@ TEST(RegistryExport, LongListsAreContinuedOverLinesOfOrdinaryWidth) {
   }
 }
 
-TEST(RegistryExport, ANameWithoutUtf8FormIsWrittenAsUtf16) {
-  RegistryExport content;
-  content.keys = {{std::wstring(L"HKEY_CURRENT_USER\\") + wchar_t{0xD800}, true, {}}};
-  const std::string text = EncodeRegistryExport(content);
+TEST(RegistryExport, WritesANameWithoutUtf8FormAsUtf16) {
+  const std::wstring name = std::wstring(1, wchar_t{0xD800});
+  const RegistryNodePtr root = MakeEmptyRegistry();
+  root->Child(kCurrentUserName)->AddChild(name);
+  const std::string text = ExportTree(*root, {}, "x");
   EXPECT_TRUE(text.starts_with("\xFF\xFE"));
-  EXPECT_EQ(Decode(text).keys, content.keys);
+  EXPECT_NE(Read(text)->Child(kCurrentUserName)->Child(name), nullptr);
 }
 
 }  // namespace

@@ -107,7 +107,7 @@ TEST(RegistryFile, ARefusedFileOfTheFolderIsReportedWithItsNameAndLine) {
   std::string deep;
   for (int i = 0; i < 512; ++i) deep += "\\k";
   folder.Write("registry.reg", "REGEDIT4\n\n[HKLM" + deep + "]\n");
-  EXPECT_THAT(folder.Refusal().Text(), HasSubstr("registry.reg:3: the key lies more than 512"));
+  EXPECT_THAT(folder.Refusal().Text(), HasSubstr("registry.reg:3: the key is more than 512"));
   std::filesystem::remove(folder.path() / "registry.reg");
   EXPECT_THAT(folder.Refusal().Text(), HasSubstr("registry.reg: No such file"));
   folder.Write("machine.json", "{\n\"versio\": 1}");

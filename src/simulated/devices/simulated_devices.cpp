@@ -1,17 +1,83 @@
 #include "simulated/devices/simulated_devices.h"
 
-#include <algorithm>
 #include <vector>
 
+#include "platform/audio_client.h"
 #include "platform/com_ptr.h"
+#include "platform/device_topology.h"
 #include "platform/text.h"
 #include "simulated/devices/counted_object.h"
-#include "simulated/devices/property_store.h"
-#include "simulated/devices/task_memory.h"
-#include "simulated/drivers/topology_objects.h"
 
 namespace orv {
 namespace {
+
+constexpr PROPERTYKEY kFormFactorKey = {
+    {0x1DA5D803, 0xD492, 0x4EDD, {0x8C, 0x23, 0xE0, 0xC0, 0xFF, 0xEE, 0x7F, 0x0E}}, 0};
+// The platform's answer to a change of a store that was opened for reading (storage access denied).
+constexpr HRESULT kStoreAccessDenied = static_cast<HRESULT>(0x80030005);
+
+HRESULT CopyProperty(const SimulatedProperty& property, PROPVARIANT* value) noexcept {
+  if (property.type == VT_UI4) {
+    value->ulVal = property.number;
+  } else if (property.type == VT_LPWSTR) {
+    value->pwszVal = TaskCopy(property.text.c_str(), property.text.size() + 1);
+    if (value->pwszVal == nullptr) return E_OUTOFMEMORY;
+  } else if (property.type == VT_BLOB) {
+    value->blob.pBlobData = TaskCopy(property.blob.data(), property.blob.size());
+    if (value->blob.pBlobData == nullptr) return E_OUTOFMEMORY;
+    value->blob.cbSize = static_cast<ULONG>(property.blob.size());
+  } else {
+    return S_OK;
+  }
+  value->vt = property.type;
+  return S_OK;
+}
+
+// The properties of an endpoint in their order; the form factor is last if the description does not
+// list it. Read-only.
+class EndpointStore final : public CountedObject<IPropertyStore> {
+ public:
+  EndpointStore(const SimulatedEndpoint& endpoint, std::shared_ptr<FaultPlan> faults)
+      : properties_(endpoint.properties), faults_(std::move(faults)) {
+    if (Find(kFormFactorKey) != nullptr) return;
+    properties_.push_back({kFormFactorKey, VT_UI4, {}, endpoint.form_factor, {}});
+  }
+
+  HRESULT STDMETHODCALLTYPE GetCount(DWORD* count) override {
+    return Answer(*faults_, "store.count", count, properties_.size());
+  }
+
+  HRESULT STDMETHODCALLTYPE GetAt(DWORD index, PROPERTYKEY* key) override {
+    return Operation(*faults_, "store.get_at", key, [&]() -> HRESULT {
+      if (index >= properties_.size()) return E_INVALIDARG;
+      *key = properties_[index].key;
+      return S_OK;
+    });
+  }
+
+  HRESULT STDMETHODCALLTYPE GetValue(const PROPERTYKEY& key, PROPVARIANT* value) override {
+    return Operation(*faults_, "store.get_value", value, [&]() -> HRESULT {
+      const SimulatedProperty* property = Find(key);
+      return property == nullptr ? S_OK : CopyProperty(*property, value);
+    });
+  }
+
+  HRESULT STDMETHODCALLTYPE SetValue(const PROPERTYKEY&, const PROPVARIANT&) override {
+    return kStoreAccessDenied;
+  }
+  HRESULT STDMETHODCALLTYPE Commit() override { return kStoreAccessDenied; }
+
+ private:
+  const SimulatedProperty* Find(const PROPERTYKEY& key) const noexcept {
+    for (const SimulatedProperty& property : properties_)
+      if (IsEqualGUID(property.key.fmtid, key.fmtid) && property.key.pid == key.pid)
+        return &property;
+    return nullptr;
+  }
+
+  std::vector<SimulatedProperty> properties_;
+  std::shared_ptr<FaultPlan> faults_;
+};
 
 class Device final : public CountedObject<IMMDevice, IMMEndpoint> {
  public:
@@ -19,41 +85,29 @@ class Device final : public CountedObject<IMMDevice, IMMEndpoint> {
       : endpoint_(std::move(endpoint)), devices_(std::move(devices)), faults_(devices_->faults) {}
 
   HRESULT STDMETHODCALLTYPE Activate(REFIID iid, DWORD, PROPVARIANT*, void** object) override {
-    if (object == nullptr) return E_POINTER;
-    *object = nullptr;
-    return Guard([&]() -> HRESULT {
-      if (const auto fault = faults_->Check("device.activate")) return *fault;
-      return ActivateOnEndpoint(devices_, endpoint_, iid, object);
+    return Operation(*faults_, "device.activate", object, [&]() -> HRESULT {
+      if (iid == IID_IAudioClient)
+        return ActivateSimulatedAudioClient(*devices_, endpoint_, object);
+      if (iid == IID_IDeviceTopology) return OpenEndpointTopology(devices_, endpoint_.id, object);
+      return E_NOINTERFACE;
     });
   }
 
   HRESULT STDMETHODCALLTYPE OpenPropertyStore(DWORD access, IPropertyStore** store) override {
-    if (store == nullptr) return E_POINTER;
-    *store = nullptr;
-    return Guard([&]() -> HRESULT {
-      if (const auto fault = faults_->Check("device.open_store")) return *fault;
+    return Operation(*faults_, "device.open_store", store, [&]() -> HRESULT {
       if (access != STGM_READ) return E_ACCESSDENIED;
-      *store = OpenEndpointStore(endpoint_, faults_);
+      *store = new EndpointStore(endpoint_, faults_);
       return S_OK;
     });
   }
 
   HRESULT STDMETHODCALLTYPE GetId(LPWSTR* id) override {
-    if (id == nullptr) return E_POINTER;
-    *id = nullptr;
-    return Guard([&]() -> HRESULT {
-      if (const auto fault = faults_->Check("device.get_id")) return *fault;
-      return CopyTaskText(endpoint_.id, id);
-    });
+    return Operation(*faults_, "device.get_id", id,
+                     [&]() -> HRESULT { return CopyTaskText(endpoint_.id, id); });
   }
 
   HRESULT STDMETHODCALLTYPE GetState(DWORD* state) override {
-    if (state == nullptr) return E_POINTER;
-    return Guard([&]() -> HRESULT {
-      if (const auto fault = faults_->Check("device.get_state")) return *fault;
-      *state = endpoint_.state;
-      return S_OK;
-    });
+    return Answer(*faults_, "device.get_state", state, endpoint_.state);
   }
 
   HRESULT STDMETHODCALLTYPE GetDataFlow(EDataFlow* flow) override {
@@ -74,19 +128,11 @@ class DeviceCollection final : public CountedObject<IMMDeviceCollection> {
       : devices_(std::move(devices)), faults_(std::move(faults)) {}
 
   HRESULT STDMETHODCALLTYPE GetCount(UINT* count) override {
-    if (count == nullptr) return E_POINTER;
-    return Guard([&]() -> HRESULT {
-      if (const auto fault = faults_->Check("devices.count")) return *fault;
-      *count = static_cast<UINT>(devices_.size());
-      return S_OK;
-    });
+    return Answer(*faults_, "devices.count", count, devices_.size());
   }
 
   HRESULT STDMETHODCALLTYPE Item(UINT index, IMMDevice** device) override {
-    if (device == nullptr) return E_POINTER;
-    *device = nullptr;
-    return Guard([&]() -> HRESULT {
-      if (const auto fault = faults_->Check("devices.item")) return *fault;
+    return Operation(*faults_, "devices.item", device, [&]() -> HRESULT {
       if (index >= devices_.size()) return E_INVALIDARG;
       *device = ComPtr<IMMDevice>(devices_[index]).Detach();
       return S_OK;
@@ -105,10 +151,7 @@ class DeviceEnumerator final : public CountedObject<IMMDeviceEnumerator> {
 
   HRESULT STDMETHODCALLTYPE EnumAudioEndpoints(EDataFlow flow, DWORD state_mask,
                                                IMMDeviceCollection** devices) override {
-    if (devices == nullptr) return E_POINTER;
-    *devices = nullptr;
-    return Guard([&]() -> HRESULT {
-      if (const auto fault = faults().Check("devices.enumerate")) return *fault;
+    return Operation(faults(), "devices.enumerate", devices, [&]() -> HRESULT {
       if (flow != eRender && flow != eCapture && flow != eAll) return E_INVALIDARG;
       if ((state_mask & ~DWORD{DEVICE_STATEMASK_ALL}) != 0) return E_INVALIDARG;
       std::vector<ComPtr<IMMDevice>> found;
@@ -123,10 +166,7 @@ class DeviceEnumerator final : public CountedObject<IMMDeviceEnumerator> {
 
   HRESULT STDMETHODCALLTYPE GetDefaultAudioEndpoint(EDataFlow flow, ERole role,
                                                     IMMDevice** device) override {
-    if (device == nullptr) return E_POINTER;
-    *device = nullptr;
-    return Guard([&]() -> HRESULT {
-      if (const auto fault = faults().Check("devices.default_endpoint")) return *fault;
+    return Operation(faults(), "devices.default_endpoint", device, [&]() -> HRESULT {
       if (flow != eRender && flow != eCapture) return E_INVALIDARG;
       if (role != eConsole && role != eMultimedia && role != eCommunications) return E_INVALIDARG;
       const SimulatedEndpoint* chosen = nullptr;
@@ -141,17 +181,14 @@ class DeviceEnumerator final : public CountedObject<IMMDeviceEnumerator> {
   }
 
   HRESULT STDMETHODCALLTYPE GetDevice(LPCWSTR id, IMMDevice** device) override {
-    if (device == nullptr) return E_POINTER;
-    *device = nullptr;
-    if (id == nullptr) return E_POINTER;
-    return Guard([&]() -> HRESULT {
-      if (const auto fault = faults().Check("devices.get_device")) return *fault;
-      const auto found = std::find_if(
-          endpoints().begin(), endpoints().end(),
-          [&](const SimulatedEndpoint& endpoint) { return EqualsIgnoringCase(endpoint.id, id); });
-      if (found == endpoints().end()) return OpenAdapterDevice(devices_, id, device);
-      *device = MakeDevice(*found).Detach();
-      return S_OK;
+    return Operation(faults(), "devices.get_device", device, [&]() -> HRESULT {
+      if (id == nullptr) return E_POINTER;
+      for (const SimulatedEndpoint& endpoint : endpoints()) {
+        if (!EqualsIgnoringCase(endpoint.id, id)) continue;
+        *device = MakeDevice(endpoint).Detach();
+        return S_OK;
+      }
+      return OpenAdapterDevice(devices_, id, device);
     });
   }
 
@@ -180,10 +217,8 @@ class DeviceEnumerator final : public CountedObject<IMMDeviceEnumerator> {
 
 HRESULT CreateSimulatedEnumerator(std::shared_ptr<SimulatedDevices> devices,
                                   IMMDeviceEnumerator** enumerator) {
-  if (enumerator == nullptr) return E_POINTER;
-  *enumerator = nullptr;
-  return Guard([&]() -> HRESULT {
-    if (const auto fault = devices->faults->Check("devices.create_enumerator")) return *fault;
+  FaultPlan& faults = *devices->faults;
+  return Operation(faults, "devices.create_enumerator", enumerator, [&] {
     *enumerator = new DeviceEnumerator(std::move(devices));
     return S_OK;
   });

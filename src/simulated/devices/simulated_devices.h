@@ -12,7 +12,7 @@
 
 namespace orv {
 
-// What the devices stand on. Objects that a client still holds keep it alive.
+// The state that the devices share. Objects that a client still holds keep it alive.
 struct SimulatedDevices {
   std::filesystem::path folder;  // the machine's; empty in memory
   MachineDescription description;
@@ -25,8 +25,16 @@ struct SimulatedDevices {
 HRESULT CreateSimulatedEnumerator(std::shared_ptr<SimulatedDevices> devices,
                                   IMMDeviceEnumerator** enumerator);
 
-// Interfaces that an endpoint activates: its topology, its audio client.
-HRESULT ActivateOnEndpoint(const std::shared_ptr<SimulatedDevices>& devices,
-                           const SimulatedEndpoint& endpoint, REFIID iid, void** object);
+// Makes an audio client in shared mode, with one reference for the caller.
+HRESULT ActivateSimulatedAudioClient(const SimulatedDevices& devices,
+                                     const SimulatedEndpoint& endpoint, void** object);
+
+// Opens the topology of an endpoint; E_NOINTERFACE if no driver shows one.
+HRESULT OpenEndpointTopology(const std::shared_ptr<SimulatedDevices>& devices,
+                             const std::wstring& endpoint, void** topology);
+
+// Opens a codec or wave filter by its device identifier; kNotFound for any other.
+HRESULT OpenAdapterDevice(const std::shared_ptr<SimulatedDevices>& devices, const std::wstring& id,
+                          IMMDevice** device);
 
 }  // namespace orv

@@ -1,62 +1,52 @@
-#include "simulated/drivers/topology_objects.h"
-
+// The device topology of endpoints, through its COM interfaces.
 #include <algorithm>
 
 #include "platform/com_ptr.h"
 #include "platform/text.h"
 #include "simulated/devices/counted_object.h"
-#include "simulated/devices/task_memory.h"
 #include "simulated/drivers/skylake_filter.h"
 #include "simulated/drivers/topology_graph.h"
 
 namespace orv {
 namespace {
 
-// What every object of one endpoint's topology stands on.
+// What all objects of the topology of one endpoint share.
 struct Context {
   std::shared_ptr<SimulatedDevices> devices;
   TopologyGraph graph;
 };
-using ContextPointer = std::shared_ptr<const Context>;
 
-// A part with its surroundings.
-struct PartPlace {
-  ContextPointer context;
+// A device of the topology with its surroundings.
+struct DevicePlace {
+  std::shared_ptr<const Context> context;
   std::size_t device;
-  std::size_t part;
 
-  const GraphDevice& owner() const { return context->graph.devices[device]; }
-  const GraphPart& operator*() const { return owner().parts[part]; }
-  const GraphPart* operator->() const { return &**this; }
+  const GraphDevice& operator*() const { return context->graph.devices[device]; }
+  const GraphDevice* operator->() const { return &**this; }
+  FaultPlan& faults() const { return *context->devices->faults; }
 };
 
-// Runs an operation of an object unless it has been planned to fail.
-template <class Body>
-HRESULT Operation(const ContextPointer& context, FaultOperation name, Body&& body) noexcept {
-  return Guard([&]() -> HRESULT {
-    if (const auto fault = context->devices->faults->Check(name)) return *fault;
-    return body();
-  });
-}
+// A part of such a device.
+struct PartPlace : DevicePlace {
+  std::size_t part;
+
+  const GraphPart& operator*() const { return DevicePlace::operator*().parts[part]; }
+  const GraphPart* operator->() const { return &**this; }
+  const GraphDevice& owner() const { return DevicePlace::operator*(); }
+};
 
 IPart* MakePart(PartPlace place);
-IDeviceTopology* MakeTopology(const ContextPointer& context, std::size_t device);
+IDeviceTopology* MakeTopology(DevicePlace place);
 
 class PartsList final : public CountedObject<IPartsList> {
  public:
   explicit PartsList(std::vector<PartPlace> parts) : parts_(std::move(parts)) {}
 
   HRESULT STDMETHODCALLTYPE GetCount(UINT* count) override {
-    if (count == nullptr) return E_POINTER;
-    return Operation(parts_[0].context, "topology.part_count", [&] {
-      *count = static_cast<UINT>(parts_.size());
-      return S_OK;
-    });
+    return Answer(parts_[0].faults(), "topology.part_count", count, parts_.size());
   }
   HRESULT STDMETHODCALLTYPE GetPart(UINT index, IPart** part) override {
-    if (part == nullptr) return E_POINTER;
-    *part = nullptr;
-    return Operation(parts_[0].context, "topology.part", [&] {
+    return Operation(parts_[0].faults(), "topology.part", part, [&] {
       if (index >= parts_.size()) return E_INVALIDARG;
       *part = MakePart(parts_[index]);
       return S_OK;
@@ -75,7 +65,7 @@ class Selector final : public CountedObject<Interface> {
   HRESULT STDMETHODCALLTYPE GetSelection(UINT*) override { return E_NOTIMPL; }
   // Only a neighbour can be selected.
   HRESULT STDMETHODCALLTYPE SetSelection(UINT id, const GUID*) override {
-    return Operation(place_.context, "topology.set_selection", [&] {
+    return Operation(place_.faults(), "topology.set_selection", [&] {
       std::vector<std::size_t> neighbours = place_->incoming;
       neighbours.insert(neighbours.end(), place_->outgoing.begin(), place_->outgoing.end());
       const auto is_it = [&](std::size_t part) { return place_.owner().parts[part].id == id; };
@@ -99,8 +89,8 @@ class Selector final : public CountedObject<Interface> {
   const PartPlace place_;
 };
 
-// A subunit, and with IConnector a connector. Here and below, what the component and its tests
-// never ask is not implemented.
+// A subunit, and with IConnector a connector. Here and below, operations that the component
+// never calls are not implemented.
 template <class... Interfaces>
 class Part : public CountedObject<IPart, Interfaces...> {
  public:
@@ -108,10 +98,7 @@ class Part : public CountedObject<IPart, Interfaces...> {
 
   HRESULT STDMETHODCALLTYPE GetName(LPWSTR*) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE GetLocalId(UINT* id) override {
-    return Give("topology.local_id", id, [&] {
-      *id = place_->id;
-      return S_OK;
-    });
+    return Answer(place_.faults(), "topology.local_id", id, place_->id);
   }
   HRESULT STDMETHODCALLTYPE GetGlobalId(LPWSTR*) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE GetPartType(PartType*) override { return E_NOTIMPL; }
@@ -121,25 +108,24 @@ class Part : public CountedObject<IPart, Interfaces...> {
     return E_NOTIMPL;
   }
   HRESULT STDMETHODCALLTYPE EnumPartsIncoming(IPartsList** parts) override {
-    return Give("topology.enum_parts", parts, [&] {
+    return Operation(place_.faults(), "topology.enum_parts", parts, [&] {
       if (place_->incoming.empty()) return orv_apo::kNotFound;
       std::vector<PartPlace> places;
       places.reserve(place_->incoming.size());
-      for (const std::size_t part : place_->incoming)
-        places.push_back({place_.context, place_.device, part});
+      for (const std::size_t part : place_->incoming) places.push_back({place_, part});
       *parts = new PartsList(std::move(places));
       return S_OK;
     });
   }
   HRESULT STDMETHODCALLTYPE EnumPartsOutgoing(IPartsList**) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE GetTopologyObject(IDeviceTopology** topology) override {
-    return Give("topology.topology_object", topology, [&] {
-      *topology = MakeTopology(place_.context, place_.device);
+    return Operation(place_.faults(), "topology.topology_object", topology, [&] {
+      *topology = MakeTopology(place_);
       return S_OK;
     });
   }
   HRESULT STDMETHODCALLTYPE Activate(DWORD, REFIID iid, void** object) override {
-    return Give("topology.activate", object, [&] {
+    return Operation(place_.faults(), "topology.activate", object, [&] {
       if (place_->selector == SelectorKind::Input && IsEqualIID(iid, IID_IAudioInputSelector))
         *object = static_cast<IAudioInputSelector*>(new Selector<IAudioInputSelector>(place_));
       if (place_->selector == SelectorKind::Output && IsEqualIID(iid, IID_IAudioOutputSelector))
@@ -155,14 +141,6 @@ class Part : public CountedObject<IPart, Interfaces...> {
   }
 
  protected:
-  // Fills an out-parameter, which is zero when that fails.
-  template <class Result, class Body>
-  HRESULT Give(FaultOperation name, Result* result, Body&& body) const {
-    if (result == nullptr) return E_POINTER;
-    *result = Result{};
-    return Operation(place_.context, name, std::forward<Body>(body));
-  }
-
   const PartPlace place_;
 };
 
@@ -171,25 +149,20 @@ class ConnectorPart final : public Part<IConnector> {
   using Part::Part;
 
   HRESULT STDMETHODCALLTYPE GetType(ConnectorType* type) override {
-    return Give("topology.connector_type", type, [&] {
-      *type = place_->connector;
-      return S_OK;
-    });
+    return Answer(place_.faults(), "topology.connector_type", type, place_->connector);
   }
   HRESULT STDMETHODCALLTYPE GetDataFlow(DataFlow*) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE ConnectTo(IConnector*) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE Disconnect() override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE IsConnected(BOOL* connected) override {
-    return Give("topology.is_connected", connected, [&] {
-      *connected = place_->connected_to ? TRUE : FALSE;
-      return S_OK;
-    });
+    return Answer(place_.faults(), "topology.is_connected", connected,
+                  place_->connected_to.has_value());
   }
   HRESULT STDMETHODCALLTYPE GetConnectedTo(IConnector** other) override {
-    return Give("topology.connected_to", other, [&] {
+    return Operation(place_.faults(), "topology.connected_to", other, [&] {
       if (!place_->connected_to) return orv_apo::kNotFound;
-      *other = new ConnectorPart(
-          {place_.context, place_->connected_to->device, place_->connected_to->part});
+      const auto [device, part] = *place_->connected_to;
+      *other = new ConnectorPart({{place_.context, device}, part});
       return S_OK;
     });
   }
@@ -204,18 +177,15 @@ IPart* MakePart(PartPlace place) {
 
 class Topology final : public CountedObject<IDeviceTopology> {
  public:
-  Topology(ContextPointer context, std::size_t device)
-      : context_(std::move(context)), device_(device) {}
+  explicit Topology(DevicePlace place) : place_(std::move(place)) {}
 
   HRESULT STDMETHODCALLTYPE GetConnectorCount(UINT*) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE GetConnector(UINT index, IConnector** connector) override {
-    if (connector == nullptr) return E_POINTER;
-    *connector = nullptr;
-    return Operation(context_, "topology.connector", [&] {
+    return Operation(place_.faults(), "topology.connector", connector, [&] {
       UINT left = index;
-      for (std::size_t i = 0; i < parts().size(); ++i) {
-        if (parts()[i].type != Connector || left-- != 0) continue;
-        *connector = new ConnectorPart({context_, device_, i});
+      for (std::size_t i = 0; i < place_->parts.size(); ++i) {
+        if (place_->parts[i].type != Connector || left-- != 0) continue;
+        *connector = new ConnectorPart({place_, i});
         return S_OK;
       }
       return E_INVALIDARG;
@@ -225,39 +195,29 @@ class Topology final : public CountedObject<IDeviceTopology> {
   HRESULT STDMETHODCALLTYPE GetSubunit(UINT, ISubunit**) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE GetPartById(UINT, IPart**) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE GetDeviceId(LPWSTR* id) override {
-    if (id == nullptr) return E_POINTER;
-    *id = nullptr;
-    return Operation(context_, "topology.device_id",
-                     [&] { return CopyTaskText(context_->graph.devices[device_].id, id); });
+    return Operation(place_.faults(), "topology.device_id", id,
+                     [&] { return CopyTaskText(place_->id, id); });
   }
   HRESULT STDMETHODCALLTYPE GetSignalPath(IPart*, IPart*, BOOL, IPartsList**) override {
     return E_NOTIMPL;
   }
 
  private:
-  const std::vector<GraphPart>& parts() const { return context_->graph.devices[device_].parts; }
-
-  const ContextPointer context_;
-  const std::size_t device_;
+  const DevicePlace place_;
 };
 
-IDeviceTopology* MakeTopology(const ContextPointer& context, std::size_t device) {
-  return new Topology(context, device);
-}
+IDeviceTopology* MakeTopology(DevicePlace place) { return new Topology(std::move(place)); }
 
 class FilterControl final : public CountedObject<IKsControl> {
  public:
-  FilterControl(ContextPointer context, std::size_t device)
-      : context_(std::move(context)), device_(device) {}
+  explicit FilterControl(DevicePlace place) : place_(std::move(place)) {}
 
   HRESULT STDMETHODCALLTYPE KsProperty(PKSPROPERTY property, ULONG property_size, void* data,
                                        ULONG data_size, ULONG* returned) override {
-    if (property == nullptr || returned == nullptr) return E_POINTER;
-    if (data == nullptr && data_size != 0) return E_POINTER;
-    *returned = 0;
-    return Operation(context_, "ks.property", [&] {
-      if (device_ != TopologyGraph::kWaveFilter) return kKsSetNotFound;
-      return AnswerSkylakeProperty(*context_->devices, context_->graph,
+    if (property == nullptr || (data == nullptr && data_size != 0)) return E_POINTER;
+    return Operation(place_.faults(), "ks.property", returned, [&] {
+      if (place_.device != TopologyGraph::kWaveFilter) return kKsSetNotFound;
+      return AnswerSkylakeProperty(*place_.context->devices, place_.context->graph,
                                    {reinterpret_cast<const std::byte*>(property), property_size},
                                    {static_cast<std::byte*>(data), data_size}, *returned);
     });
@@ -270,22 +230,18 @@ class FilterControl final : public CountedObject<IKsControl> {
   }
 
  private:
-  const ContextPointer context_;
-  const std::size_t device_;
+  const DevicePlace place_;
 };
 
 class AdapterDevice final : public CountedObject<IMMDevice> {
  public:
-  AdapterDevice(ContextPointer context, std::size_t device)
-      : context_(std::move(context)), device_(device) {}
+  explicit AdapterDevice(DevicePlace place) : place_(std::move(place)) {}
 
   HRESULT STDMETHODCALLTYPE Activate(REFIID iid, DWORD, PROPVARIANT*, void** object) override {
-    if (object == nullptr) return E_POINTER;
-    *object = nullptr;
-    return Operation(context_, "device.activate", [&] {
-      if (IsEqualIID(iid, IID_IDeviceTopology)) *object = MakeTopology(context_, device_);
+    return Operation(place_.faults(), "device.activate", object, [&] {
+      if (IsEqualIID(iid, IID_IDeviceTopology)) *object = MakeTopology(place_);
       if (IsEqualIID(iid, IID_IKsControl))
-        *object = static_cast<IKsControl*>(new FilterControl(context_, device_));
+        *object = static_cast<IKsControl*>(new FilterControl(place_));
       return *object == nullptr ? E_NOINTERFACE : S_OK;
     });
   }
@@ -296,31 +252,24 @@ class AdapterDevice final : public CountedObject<IMMDevice> {
     return E_NOTIMPL;
   }
   HRESULT STDMETHODCALLTYPE GetId(LPWSTR* id) override {
-    if (id == nullptr) return E_POINTER;
-    *id = nullptr;
-    return Operation(context_, "device.get_id",
-                     [&] { return CopyTaskText(context_->graph.devices[device_].id, id); });
+    return Operation(place_.faults(), "device.get_id", id,
+                     [&] { return CopyTaskText(place_->id, id); });
   }
   HRESULT STDMETHODCALLTYPE GetState(DWORD* state) override {
-    if (state == nullptr) return E_POINTER;
-    return Operation(context_, "device.get_state", [&] {
-      *state = DEVICE_STATE_ACTIVE;
-      return S_OK;
-    });
+    return Answer(place_.faults(), "device.get_state", state, DEVICE_STATE_ACTIVE);
   }
 
  private:
-  const ContextPointer context_;
-  const std::size_t device_;
+  const DevicePlace place_;
 };
 
-// The endpoints that the driver plays on, with their ways.
-std::vector<ContextPointer> Contexts(const std::shared_ptr<SimulatedDevices>& devices) {
-  std::vector<ContextPointer> contexts;
-  const auto& driver = devices->description.drivers.skylake;
-  if (!driver) return contexts;
-  for (const SkylakeEndpoint& endpoint : driver->endpoints)
-    contexts.push_back(std::make_shared<Context>(Context{devices, MakeTopologyGraph(endpoint)}));
+// The topology of each endpoint that the driver plays on.
+std::vector<std::shared_ptr<const Context>> Contexts(
+    const std::shared_ptr<SimulatedDevices>& devices) {
+  std::vector<std::shared_ptr<const Context>> contexts;
+  if (const auto& driver = devices->description.drivers.skylake)
+    for (const SkylakeEndpoint& endpoint : driver->endpoints)
+      contexts.push_back(std::make_shared<Context>(Context{devices, MakeTopologyGraph(endpoint)}));
   return contexts;
 }
 
@@ -328,9 +277,9 @@ std::vector<ContextPointer> Contexts(const std::shared_ptr<SimulatedDevices>& de
 
 HRESULT OpenEndpointTopology(const std::shared_ptr<SimulatedDevices>& devices,
                              const std::wstring& endpoint, void** topology) {
-  for (const ContextPointer& context : Contexts(devices)) {
+  for (const auto& context : Contexts(devices)) {
     if (!EqualsIgnoringCase(context->graph.endpoint.id, endpoint)) continue;
-    *topology = MakeTopology(context, TopologyGraph::kEndpoint);
+    *topology = MakeTopology({context, TopologyGraph::kEndpoint});
     return S_OK;
   }
   return E_NOINTERFACE;
@@ -338,10 +287,10 @@ HRESULT OpenEndpointTopology(const std::shared_ptr<SimulatedDevices>& devices,
 
 HRESULT OpenAdapterDevice(const std::shared_ptr<SimulatedDevices>& devices, const std::wstring& id,
                           IMMDevice** device) {
-  for (const ContextPointer& context : Contexts(devices)) {
+  for (const auto& context : Contexts(devices)) {
     for (const std::size_t which : {TopologyGraph::kCodec, TopologyGraph::kWaveFilter}) {
       if (!EqualsIgnoringCase(context->graph.devices[which].id, id)) continue;
-      *device = new AdapterDevice(context, which);
+      *device = new AdapterDevice({context, which});
       return S_OK;
     }
   }

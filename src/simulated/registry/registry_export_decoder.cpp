@@ -1,8 +1,7 @@
-#include <algorithm>
-#include <array>
+#include <fmt/format.h>
 
-#include "platform/registry.h"
-#include "platform/text.h"
+#include <algorithm>
+
 #include "simulated/registry/registry_export.h"
 
 namespace orv {
@@ -10,7 +9,7 @@ namespace {
 
 constexpr std::wstring_view kHeader5 = L"Windows Registry Editor Version 5.00";
 constexpr std::wstring_view kHeader4 = L"REGEDIT4";
-constexpr bool IsBlank(wchar_t unit) noexcept { return unit == L' ' || unit == L'\t'; }
+constexpr std::wstring_view kBlanks = L" \t";
 
 struct Refusal {
   int line;
@@ -21,16 +20,17 @@ struct RootName {
   std::wstring_view short_name;
   std::wstring_view name;
 };
-constexpr std::array<RootName, 5> kRoots = {{{L"HKLM", L"HKEY_LOCAL_MACHINE"},
-                                             {L"HKCU", L"HKEY_CURRENT_USER"},
-                                             {L"HKCR", L"HKEY_CLASSES_ROOT"},
-                                             {L"HKU", L"HKEY_USERS"},
-                                             {L"HKCC", L"HKEY_CURRENT_CONFIG"}}};
+constexpr RootName kRoots[] = {{L"HKLM", kLocalMachineName},
+                               {L"HKCU", kCurrentUserName},
+                               {L"HKCR", kClassesRootName},
+                               {L"HKU", L"HKEY_USERS"},
+                               {L"HKCC", L"HKEY_CURRENT_CONFIG"}};
 
+std::wstring_view TrimFront(std::wstring_view text) noexcept {
+  return text.substr(std::min(text.find_first_not_of(kBlanks), text.size()));
+}
 std::wstring_view Trim(std::wstring_view text) noexcept {
-  while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
-  return text;
+  return TrimFront(text.substr(0, text.find_last_not_of(kBlanks) + 1));
 }
 
 int HexDigit(wchar_t unit) noexcept {
@@ -41,11 +41,11 @@ int HexDigit(wchar_t unit) noexcept {
 
 bool IsExactUtf8(std::string_view bytes) { return Utf8FromWide(WideFromUtf8(bytes)) == bytes; }
 
-std::wstring WideFromBytes(std::string_view bytes) {
-  std::wstring wide;
-  wide.reserve(bytes.size());
-  for (const char byte : bytes) wide.push_back(static_cast<unsigned char>(byte));
-  return wide;
+void WidenBytes(std::string_view bytes, std::wstring& wide) {
+  wide.resize(bytes.size());
+  std::ranges::transform(bytes, wide.begin(), [](char byte) {
+    return static_cast<wchar_t>(static_cast<unsigned char>(byte));
+  });
 }
 
 // Lines of a text in one of the encodings, without their ends.
@@ -76,11 +76,9 @@ class Lines {
     const std::string_view bytes = rest_.substr(0, end);
     const bool ended = end != std::string_view::npos;
     rest_.remove_prefix(bytes.size() + ended);
-    line_.resize(bytes.size());
-    std::transform(bytes.begin(), bytes.end(), line_.begin(), [](char byte) {
-      return static_cast<wchar_t>(static_cast<unsigned char>(byte));
-    });
-    if (encoding_ == Encoding::SingleBytes || IsAscii(bytes)) return ended;
+    WidenBytes(bytes, line_);
+    const auto is_ascii = [](wchar_t unit) { return unit < 0x80; };
+    if (encoding_ == Encoding::SingleBytes || std::ranges::all_of(line_, is_ascii)) return ended;
     line_ = WideFromUtf8(bytes);
     if (Utf8FromWide(line_) != bytes)
       throw Refusal{number_, "the text is neither UTF-8 nor UTF-16 with its mark"};
@@ -101,11 +99,6 @@ class Lines {
     return false;
   }
 
-  static bool IsAscii(std::string_view bytes) noexcept {
-    return std::all_of(bytes.begin(), bytes.end(),
-                       [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
-  }
-
   std::string_view rest_;
   Encoding encoding_;
   std::wstring line_;
@@ -113,9 +106,68 @@ class Lines {
   bool crlf_ = true;
 };
 
+// Applies the keys and values of an export to a tree, in their order.
+class TreeImporter {
+ public:
+  explicit TreeImporter(RegistryNode& root) : root_(root) {}
+
+  void DeleteKey(std::wstring_view path) {
+    steps_.clear();
+    RegistryNode* node = root_.Descend(path);
+    if (node != nullptr && node->parent != nullptr) node->parent->children.Remove(*node);
+  }
+
+  // Makes this the present key. Returns false if it is too deep. Most keys share the beginning of
+  // their path with the key before them.
+  bool Enter(std::wstring_view path) {
+    const auto same = static_cast<std::size_t>(
+        std::mismatch(path.begin(), path.end(), path_.begin(), path_.end()).first - path.begin());
+    const auto shared = [&](const Step& step) {
+      return step.end <= same && (step.end == path.size() || path[step.end] == L'\\');
+    };
+    while (!steps_.empty() && !shared(steps_.back())) steps_.pop_back();
+    path_ = path;
+    std::wstring_view rest = path;
+    if (!steps_.empty()) rest.remove_prefix(steps_.back().end);
+    for (auto element = NextPathElement(rest); !element.empty(); element = NextPathElement(rest)) {
+      if (steps_.size() == kRegistryDepth) return false;
+      RegistryNode& parent = steps_.empty() ? root_ : *steps_.back().node;
+      RegistryNode* child = parent.Child(element);
+      steps_.push_back(
+          {path.size() - rest.size(), child != nullptr ? child : &parent.AddChild(element)});
+    }
+    return true;
+  }
+
+  // Values of the present key.
+  void DeleteValue(std::wstring_view name) {
+    RegistryNode& node = *steps_.back().node;
+    if (const RegistryValue* held = node.values.Find(name)) node.values.Remove(*held);
+  }
+  void SetValue(RegistryValue&& value) {
+    RegistryNode& node = *steps_.back().node;
+    if (RegistryValue* held = node.values.Find(value.name)) {
+      held->type = value.type;
+      held->bytes = std::move(value.bytes);
+    } else {
+      node.AddValue(std::move(value.name), value.type, std::move(value.bytes));
+    }
+  }
+
+ private:
+  struct Step {
+    std::size_t end;  // of the element in path_
+    RegistryNode* node;
+  };
+
+  RegistryNode& root_;
+  std::wstring path_;        // of the present key
+  std::vector<Step> steps_;  // the keys on its way
+};
+
 class Decoder {
  public:
-  Decoder(Lines& lines, RegistryExportSink& sink) noexcept : lines_(lines), sink_(sink) {}
+  Decoder(Lines& lines, RegistryNode& root) : lines_(lines), tree_(root) {}
 
   void Run() {
     ReadHeader();
@@ -153,51 +205,57 @@ class Decoder {
     ExpectLineEnd("the key's closing bracket");
     const bool deleted = path.starts_with(L'-');
     if (deleted) path.remove_prefix(1);
-    ReadPath(path);
-    if (deleted && path_.find(L'\\') == std::wstring::npos) Refuse("a root key cannot be deleted");
-    std::string reason = sink_.Key(path_, deleted);
-    if (!reason.empty()) Refuse(std::move(reason));
+    const bool is_root = !ReadPath(path);
+    if (deleted && is_root) Refuse("a root key cannot be deleted");
     state_ = deleted ? State::InDeletedKey : State::InKey;
+    if (deleted)
+      tree_.DeleteKey(path_);
+    else if (!tree_.Enter(path_))
+      Refuse(fmt::format("the key is more than {} levels deep", kRegistryDepth));
   }
 
-  void ReadPath(std::wstring_view path) {
-    const std::wstring_view root = path.substr(0, path.find(L'\\'));
-    path_ = RootPath(root);
-    path.remove_prefix(root.size());
-    while (!path.empty()) {
-      path.remove_prefix(1);
-      const std::wstring_view element = path.substr(0, path.find(L'\\'));
-      if (!element.empty()) (path_ += L'\\') += element;
-      path.remove_prefix(element.size());
-    }
+  // Returns whether the path leads below a root.
+  bool ReadPath(std::wstring_view path) {
+    path_ = RootPath(path.substr(0, path.find(L'\\')));
+    const std::size_t root_size = path_.size();
+    path.remove_prefix(std::min(path.find(L'\\'), path.size()));
+    for (auto element = NextPathElement(path); !element.empty(); element = NextPathElement(path))
+      (path_ += L'\\') += element;
+    return path_.size() != root_size;
   }
 
   std::wstring_view RootPath(std::wstring_view root) const {
     for (const RootName& known : kRoots) {
       if (EqualsIgnoringCase(root, known.name) || EqualsIgnoringCase(root, known.short_name))
-        return known.name;
+        return known.name == kClassesRootName ? kClassesPath : known.name;
     }
     if (root.size() > 5 && EqualsIgnoringCase(root.substr(0, 5), L"HKEY_")) return root;
-    Refuse("\"" + Utf8FromWide(root) +
-           "\" is no root key; a key begins with HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER, "
-           "HKEY_CLASSES_ROOT or another HKEY_ name");
+    Refuse(
+        fmt::format("\"{}\" is not a root key; a key begins with HKEY_LOCAL_MACHINE, "
+                    "HKEY_CURRENT_USER, HKEY_CLASSES_ROOT or another HKEY_ name",
+                    Utf8FromWide(root)));
   }
 
   void ReadValue() {
-    ExportedValue value;
+    RegistryValue value;
     if (line_.front() == L'@')
       line_.remove_prefix(1);
     else if (line_.front() == L'"')
       value.name = ReadQuoted(text_);
     else
       Refuse("expected a key in brackets, a value's name in quotation marks, @ or a comment");
-    if (state_ == State::BeforeKeys) Refuse("the value stands before the first key");
+    if (state_ == State::BeforeKeys) Refuse("the value is before the first key");
     if (state_ == State::InDeletedKey) Refuse("a deleted key cannot have values");
     line_ = Trim(line_);
     if (!line_.starts_with(L'=')) Refuse("expected = after the value's name");
     line_ = Trim(line_.substr(1));
-    ReadData(value);
-    sink_.Value(std::move(value));
+    if (Take(L"-")) {
+      tree_.DeleteValue(value.name);
+      ExpectLineEnd("-");
+    } else {
+      ReadData(value);
+      tree_.SetValue(std::move(value));
+    }
   }
 
   // The cursor is at the opening quotation mark and ends after the closing one. The result is in
@@ -231,11 +289,8 @@ class Decoder {
     if (!rest.empty() && rest.front() != L';') Refuse("unexpected text after " + after);
   }
 
-  void ReadData(ExportedValue& value) {
-    if (Take(L"-")) {
-      value.deleted = true;
-      ExpectLineEnd("-");
-    } else if (line_.starts_with(L'"')) {
+  void ReadData(RegistryValue& value) {
+    if (line_.starts_with(L'"')) {
       value.type = kRegSz;
       value.bytes = RegistryTextBytes(ReadQuoted(text_));
       ExpectLineEnd("the closing quotation mark");
@@ -258,16 +313,23 @@ class Decoder {
     }
   }
 
-  // Up to eight hexadecimal digits.
+  // Takes up to `most` hexadecimal digits and returns how many there were.
+  std::size_t TakeHex(std::size_t most, std::uint32_t& number) noexcept {
+    std::size_t digits = 0;
+    for (number = 0; digits < std::min(most, line_.size()); ++digits) {
+      const int digit = HexDigit(line_[digits]);
+      if (digit < 0) break;
+      number = number << 4 | static_cast<std::uint32_t>(digit);
+    }
+    line_.remove_prefix(digits);
+    return digits;
+  }
+
   std::uint32_t ReadNumber(const std::string& what) {
     std::uint32_t number = 0;
-    std::size_t digits = 0;
-    while (digits < line_.size() && HexDigit(line_[digits]) >= 0) {
-      if (digits == 8) Refuse(what + " has at most 8 hexadecimal digits");
-      number = number << 4 | static_cast<std::uint32_t>(HexDigit(line_[digits++]));
-    }
+    const std::size_t digits = TakeHex(9, number);
+    if (digits > 8) Refuse(what + " has at most 8 hexadecimal digits");
     if (digits == 0) Refuse(what + " is written in hexadecimal digits");
-    line_.remove_prefix(digits);
     return number;
   }
 
@@ -275,14 +337,17 @@ class Decoder {
   void ReadBytes(std::vector<std::uint8_t>& bytes) {
     bytes.reserve(line_.size() / 3 + 1);
     bool expected = false;  // a comma asks for another byte
-    for (SkipBlanks();; SkipBlanks()) {
+    for (;;) {
+      line_ = TrimFront(line_);
       if (line_.starts_with(L'\\')) {
         ContinueOnNextLine();
         continue;
       }
       if (line_.empty() || line_.front() == L';') break;
-      bytes.push_back(ReadByte());
-      SkipBlanks();
+      std::uint32_t byte = 0;
+      if (TakeHex(2, byte) == 0) Refuse("expected a byte in hexadecimal digits");
+      bytes.push_back(static_cast<std::uint8_t>(byte));
+      line_ = TrimFront(line_);
       expected = line_.starts_with(L',');
       if (!expected) break;
       line_.remove_prefix(1);
@@ -297,25 +362,12 @@ class Decoder {
     if (!lines_.Next(line_)) Refuse("the list of bytes is cut off");
   }
 
-  std::uint8_t ReadByte() {
-    std::size_t digits = 0;
-    int byte = 0;
-    while (digits < std::min<std::size_t>(2, line_.size()) && HexDigit(line_[digits]) >= 0)
-      byte = byte * 16 + HexDigit(line_[digits++]);
-    if (digits == 0) Refuse("expected a byte in hexadecimal digits");
-    line_.remove_prefix(digits);
-    return static_cast<std::uint8_t>(byte);
-  }
-
-  void SkipBlanks() noexcept {
-    while (!line_.empty() && IsBlank(line_.front())) line_.remove_prefix(1);
-  }
-
   // Version 4 lists the bytes of narrow text where version 5 has those of wide text.
-  static void WidenData(ExportedValue& value) {
+  static void WidenData(RegistryValue& value) {
     if (value.type != kRegSz && value.type != kRegExpandSz && value.type != kRegMultiSz) return;
     const std::string narrow(value.bytes.begin(), value.bytes.end());
-    const std::wstring wide = IsExactUtf8(narrow) ? WideFromUtf8(narrow) : WideFromBytes(narrow);
+    std::wstring wide = WideFromUtf8(narrow);
+    if (!IsExactUtf8(narrow)) WidenBytes(narrow, wide);
     value.bytes = RegistryTextBytes(wide);
     value.bytes.resize(value.bytes.size() - 2);  // the list has its own terminators
   }
@@ -323,7 +375,7 @@ class Decoder {
   enum class State { BeforeKeys, InKey, InDeletedKey };
 
   Lines& lines_;
-  RegistryExportSink& sink_;
+  TreeImporter tree_;
   std::wstring_view line_;  // the rest of the present line
   bool narrow_data_ = false;
   State state_ = State::BeforeKeys;
@@ -346,28 +398,14 @@ Lines OpenText(std::string_view bytes, ExportFormat& format) {
   return {bytes, narrow ? Lines::Encoding::SingleBytes : Lines::Encoding::Utf8};
 }
 
-class ExportCollector final : public RegistryExportSink {
- public:
-  explicit ExportCollector(std::vector<ExportedKey>& keys) : keys_(keys) {}
-
-  std::string Key(std::wstring_view path, bool deleted) override {
-    keys_.push_back({std::wstring(path), deleted, {}});
-    return {};
-  }
-  void Value(ExportedValue&& value) override { keys_.back().values.push_back(std::move(value)); }
-
- private:
-  std::vector<ExportedKey>& keys_;
-};
-
 }  // namespace
 
-std::optional<ExportFormat> ReadRegistryExport(std::string_view bytes, RegistryExportSink& sink,
-                                               FileError& error) {
+std::optional<ExportFormat> ApplyExport(RegistryNode& root, std::string_view text,
+                                        FileError& error) {
   try {
     ExportFormat format;
-    Lines lines = OpenText(bytes, format);
-    Decoder(lines, sink).Run();
+    Lines lines = OpenText(text, format);
+    Decoder(lines, root).Run();
     format.crlf = lines.crlf();
     return format;
   } catch (Refusal& refusal) {
@@ -375,15 +413,6 @@ std::optional<ExportFormat> ReadRegistryExport(std::string_view bytes, RegistryE
     error.reason = std::move(refusal.reason);
     return std::nullopt;
   }
-}
-
-std::optional<RegistryExport> DecodeRegistryExport(std::string_view bytes, FileError& error) {
-  RegistryExport content;
-  ExportCollector collector(content.keys);
-  const auto format = ReadRegistryExport(bytes, collector, error);
-  if (!format) return std::nullopt;
-  content.format = *format;
-  return content;
 }
 
 }  // namespace orv

@@ -1,29 +1,71 @@
 #include "simulated/registry/registry_hive.h"
 
-#include <algorithm>
-#include <charconv>
+#include <fmt/format.h>
 
-#include "simulated/registry/registry_tree_export.h"
+#include <charconv>
 
 namespace orv {
 namespace {
 
 constexpr SharedFile::Form kRegistryFile = {"registry.reg", ".registry.lock",
                                             std::size_t{256} << 20, false};
-constexpr std::string_view kChangeComment = "change ";
+constexpr std::string_view kChangeComment = "; change ";
 
 // The number of the latest change from the comment that follows the header; 0 without one.
 std::uint64_t ChangeNumber(std::string head) {
   std::erase(head, '\0');  // UTF-16
-  const std::size_t comment = head.find("; " + std::string(kChangeComment));
+  const std::size_t comment = head.find(kChangeComment);
   std::uint64_t number = 0;
   if (comment == std::string::npos) return number;
-  const char* digits = head.data() + comment + 2 + kChangeComment.size();
+  const char* digits = head.data() + comment + kChangeComment.size();
   std::from_chars(digits, head.data() + head.size(), number);
   return number;
 }
 
 }  // namespace
+
+// Calls back after changes of a folder's files, on a thread of its own, until it is destroyed.
+class RegistryHive::FileWatch {
+ public:
+  // Returns null if the system has no watch or thread left.
+  static std::unique_ptr<FileWatch> Start(const std::filesystem::path& folder,
+                                          std::function<void()> on_change) {
+    auto watch = std::make_unique<FileWatch>(std::move(on_change));
+    std::string reason;
+    watch->folder_watch_ = FolderWatch::Start(folder, watch->changed_, reason);
+    if (watch->folder_watch_ == nullptr) return nullptr;
+    watch->thread_ = Thread::Start([raw = watch.get()] { return raw->Run(); });
+    return watch->thread_ == nullptr ? nullptr : std::move(watch);
+  }
+  explicit FileWatch(std::function<void()> on_change) : on_change_(std::move(on_change)) {}
+  ~FileWatch() {
+    stop_.Set();
+    while (thread_ != nullptr && !thread_->Wait(std::chrono::seconds(60))) {
+    }
+  }
+
+ private:
+  std::uint32_t Run() noexcept {
+    Event* const events[] = {&stop_, &changed_};
+    for (;;) {
+      const auto signalled = WaitAny(events);
+      if (!signalled || *signalled == 0) return 0;
+      try {
+        on_change_();
+      } catch (const std::bad_alloc&) {
+        changed_.Set();  // tried again; the change is not lost
+      } catch (...) {
+        // The next change is another occasion; an exception must not end the process.
+      }
+    }
+  }
+
+  std::function<void()> on_change_;
+  Event stop_{Event::Kind::ManualReset};
+  Event changed_{Event::Kind::AutoReset};
+  std::unique_ptr<FolderWatch> folder_watch_;
+  std::unique_ptr<Thread> thread_;
+};
 
 RegistryHive::RegistryHive(std::shared_ptr<FaultPlan> faults)
     : faults_(std::move(faults)), root_(MakeEmptyRegistry()) {}
@@ -96,7 +138,7 @@ bool RegistryHive::Write(const RegistryNode& root) {
   if (faults_->Check("registry.save")) return false;
   std::string ignored;
   const auto encode = [&](std::uint64_t change) {
-    return ExportTree(root, format_, std::string(kChangeComment) + std::to_string(change));
+    return ExportTree(root, format_, fmt::format("change {}", change));
   };
   return !file_ || file_->Write(encode, ignored);
 }
@@ -144,7 +186,7 @@ void RegistryHive::Unwatch(RegistryNode& node, RegistryWatch& watch) noexcept {
 
 bool RegistryHive::StartFileWatch() {
   if (!file_) return true;
-  file_watch_ = RegistryFileWatch::Start(file_->folder(), [this] {
+  file_watch_ = FileWatch::Start(file_->folder(), [this] {
     const std::lock_guard guard(lock_);
     Refresh();
   });

@@ -10,14 +10,12 @@
 
 #include "simulated/description/fault_plan.h"
 #include "simulated/registry/registry_export.h"
-#include "simulated/registry/registry_file_watch.h"
-#include "simulated/registry/registry_tree.h"
 #include "simulated/shared_file.h"
 
 namespace orv {
 
 // One change of the tree. Apply runs once, under the hive's lock; a change that could not be
-// written to disk is undone, any other is announced to those who watch.
+// written to disk is undone, any other is announced to the watches.
 class RegistryEdit {
  public:
   virtual ~RegistryEdit() = default;
@@ -34,7 +32,8 @@ class RegistryHive {
   RegistryHive(const RegistryHive&) = delete;
   RegistryHive& operator=(const RegistryHive&) = delete;
 
-  // Puts the hive upon a folder's registry file; false with a reason when that is refused.
+  // Keeps the hive in a folder's registry file from now on. Returns false, with the reason, if the
+  // file is refused.
   bool Attach(const std::filesystem::path& folder, FileError& error);
   bool Import(std::string_view text, FileError& error);
 
@@ -49,11 +48,13 @@ class RegistryHive {
   }
   RegStatus Commit(RegistryEdit& edit);
 
-  // Arms a notification; the watch is the handle's own and is taken off by Unwatch.
+  // Arms a notification; the handle owns the watch and removes it by Unwatch.
   RegStatus Watch(RegistryNode& node, RegistryWatch& watch, const RegistryWatch::Armed& entry);
   void Unwatch(RegistryNode& node, RegistryWatch& watch) noexcept;
 
  private:
+  class FileWatch;
+
   // Takes over the content of the file.
   std::optional<std::uint64_t> Load(const std::string& text, FileError& error);
   // Takes over what others wrote to the file. Under the lock.
@@ -72,7 +73,7 @@ class RegistryHive {
 
   std::mutex watch_lock_;  // taken before lock_, never the other way
   std::size_t watching_handles_ = 0;
-  std::unique_ptr<RegistryFileWatch> file_watch_;
+  std::unique_ptr<FileWatch> file_watch_;
 };
 
 }  // namespace orv

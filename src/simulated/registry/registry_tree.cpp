@@ -71,6 +71,17 @@ std::wstring_view NextPathElement(std::wstring_view& path) noexcept {
   return element;
 }
 
+RegistryNodePtr MakeEmptyRegistry() {
+  auto root = std::make_shared<RegistryNode>();
+  root->AddChild(kLocalMachineName);
+  root->AddChild(kCurrentUserName);
+  return root;
+}
+
+bool IsStorableName(std::wstring_view name) noexcept {
+  return name.find_first_of(std::wstring_view(L"\0\r\n", 3)) == std::wstring_view::npos;
+}
+
 RegistryNodePtr CloneTree(const RegistryNode& node) {
   auto copy = std::make_shared<RegistryNode>();
   copy->name = node.name;

@@ -33,7 +33,7 @@ struct RegistryWatch {
   bool attached = false;  // the key knows of it
 
   void SignalAll() noexcept;
-  // Signals what waits for such a change, at the watched key itself or below it.
+  // Signals the events that wait for such a change, at the watched key itself or below it.
   void Signal(std::uint32_t change, bool below) noexcept;
 };
 
@@ -49,15 +49,27 @@ struct RegistryNode : std::enable_shared_from_this<RegistryNode> {
   RegistryNode& AddChild(std::wstring_view child_name);
   RegistryValue& AddValue(std::wstring value_name, std::uint32_t type,
                           std::vector<std::uint8_t>&& bytes);
-  // The key at a path below this one; null when it does not exist.
+  // The key at a path below this one; null if it does not exist.
   RegistryNode* Descend(std::wstring_view path);
   // Signals a change of this key (kNotifyName or kNotifyLastSet) to it and the keys above it.
   void Changed(std::uint32_t change) const noexcept;
-  // Marks this key and all below it as deleted and signals whoever watches one of them.
+  // Marks this key and all below it as deleted and signals the watches of all of them.
   void MarkDeleted() noexcept;
 };
 
 using RegistryNodePtr = std::shared_ptr<RegistryNode>;
+
+inline constexpr std::wstring_view kLocalMachineName = L"HKEY_LOCAL_MACHINE";
+inline constexpr std::wstring_view kCurrentUserName = L"HKEY_CURRENT_USER";
+inline constexpr std::wstring_view kClassesRootName = L"HKEY_CLASSES_ROOT";
+// The classes root is a view of this key.
+inline constexpr std::wstring_view kClassesPath = L"HKEY_LOCAL_MACHINE\\SOFTWARE\\Classes";
+
+// A registry with two empty roots: the local machine and the current user.
+RegistryNodePtr MakeEmptyRegistry();
+
+// Names are kept in a text file line by line, so those with line ends or a NUL are refused.
+bool IsStorableName(std::wstring_view name) noexcept;
 
 // The greatest depth of a key, as on the platform.
 inline constexpr std::size_t kRegistryDepth = 512;

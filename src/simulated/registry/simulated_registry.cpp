@@ -1,10 +1,13 @@
 #include "simulated/registry/simulated_registry.h"
 
-#include "simulated/registry/registry_key_handle.h"
-#include "simulated/registry/registry_tree_export.h"
+#include <cstring>
+
+#include "simulated/registry/registry_hive.h"
 
 namespace orv {
 namespace {
+
+constexpr std::size_t kLongestValueName = 16383;  // units, as on the platform
 
 // The platform's answer to a path that begins with a backslash (a bad path name).
 constexpr RegStatus kRegBadPath = 161;
@@ -85,6 +88,159 @@ class DeleteTreeEdit final : public RegistryEdit {
   NameTable<RegistryNode>::Removed removed_;
 };
 
+class SetValueEdit final : public RegistryEdit {
+ public:
+  SetValueEdit(RegistryNode& node, const std::wstring& name, std::uint32_t type,
+               std::span<const std::uint8_t> bytes)
+      : node_(node), name_(name), type_(type), bytes_(bytes.begin(), bytes.end()) {}
+
+  RegStatus Apply(RegistryNode&) override {
+    if (node_.deleted) return kRegKeyDeleted;
+    value_ = node_.values.Find(name_);
+    if (value_ == nullptr) {
+      value_ = &node_.AddValue(name_, type_, std::move(bytes_));
+      changed = added_ = true;
+    } else if (!value_->Holds(type_, bytes_)) {
+      Exchange();
+      changed = true;
+    }
+    return kRegOk;
+  }
+  void Undo() noexcept override {
+    if (added_)
+      node_.values.Remove(*value_);
+    else
+      Exchange();
+  }
+  void Announce() noexcept override { node_.Changed(kNotifyLastSet); }
+
+ private:
+  void Exchange() noexcept {
+    std::swap(value_->type, type_);
+    value_->bytes.swap(bytes_);
+  }
+
+  RegistryNode& node_;
+  const std::wstring& name_;
+  std::uint32_t type_;
+  std::vector<std::uint8_t> bytes_;
+  RegistryValue* value_ = nullptr;
+  bool added_ = false;
+};
+
+class DeleteValueEdit final : public RegistryEdit {
+ public:
+  DeleteValueEdit(RegistryNode& node, const std::wstring& name) : node_(node), name_(name) {}
+
+  RegStatus Apply(RegistryNode&) override {
+    if (node_.deleted) return kRegKeyDeleted;
+    const RegistryValue* value = node_.values.Find(name_);
+    if (value == nullptr) return kRegNotFound;
+    removed_ = node_.values.Remove(*value);
+    changed = true;
+    return kRegOk;
+  }
+  void Undo() noexcept override { node_.values.Restore(std::move(removed_)); }
+  void Announce() noexcept override { node_.Changed(kNotifyLastSet); }
+
+ private:
+  RegistryNode& node_;
+  const std::wstring& name_;
+  NameTable<RegistryValue>::Removed removed_;
+};
+
+RegStatus CopyOut(const RegistryValue& value, std::uint32_t* type, void* data,
+                  std::uint32_t* size) {
+  if (type != nullptr) *type = value.type;
+  if (size == nullptr) return kRegOk;
+  const std::uint32_t room = *size;
+  *size = static_cast<std::uint32_t>(value.bytes.size());
+  if (data == nullptr) return kRegOk;
+  if (room < *size) return kRegMoreData;
+  if (*size != 0) std::memcpy(data, value.bytes.data(), *size);
+  return kRegOk;
+}
+
+// One open key.
+class KeyHandle final : public RegistryKey {
+ public:
+  KeyHandle(std::shared_ptr<RegistryHive> hive, RegistryNodePtr node, std::uint32_t access) noexcept
+      : hive_(std::move(hive)), node_(std::move(node)), access_(access) {}
+  ~KeyHandle() override { hive_->Unwatch(*node_, watch_); }
+
+  RegStatus QueryValue(const std::wstring& name, std::uint32_t* type, void* data,
+                       std::uint32_t* size) override {
+    return Read("registry.query_value", kKeyQueryValue, [&](const RegistryNode& node) {
+      if (data != nullptr && size == nullptr) return kRegInvalidParameter;
+      const RegistryValue* value = node.values.Find(name);
+      return value == nullptr ? kRegNotFound : CopyOut(*value, type, data, size);
+    });
+  }
+
+  RegStatus SetValue(const std::wstring& name, std::uint32_t type, const void* data,
+                     std::uint32_t size) override {
+    const RegStatus begun = Begin("registry.set_value", kKeySetValue);
+    if (begun != kRegOk) return begun;
+    if (data == nullptr && size != 0) return kRegInvalidParameter;
+    if (name.size() > kLongestValueName || !IsStorableName(name)) return kRegInvalidParameter;
+    SetValueEdit edit(*node_, name, type, {static_cast<const std::uint8_t*>(data), size});
+    return hive_->Commit(edit);
+  }
+
+  RegStatus DeleteValue(const std::wstring& name) override {
+    const RegStatus begun = Begin("registry.delete_value", kKeySetValue);
+    if (begun != kRegOk) return begun;
+    DeleteValueEdit edit(*node_, name);
+    return hive_->Commit(edit);
+  }
+
+  RegStatus EnumValue(std::uint32_t index, std::wstring& name) override {
+    return Read("registry.enum_value", kKeyQueryValue,
+                [&](const RegistryNode& node) { return NameAt(node.values, index, name); });
+  }
+  RegStatus EnumSubKey(std::uint32_t index, std::wstring& name) override {
+    return Read("registry.enum_key", kKeyEnumerateSubKeys,
+                [&](const RegistryNode& node) { return NameAt(node.children, index, name); });
+  }
+
+  RegStatus NotifyChange(bool subtree, std::uint32_t filter, Event& event) override {
+    const RegStatus begun = Begin("registry.notify", kKeyNotify);
+    if (begun != kRegOk) return begun;
+    if ((filter & (kNotifyName | kNotifyLastSet)) == 0) return kRegInvalidParameter;
+    return hive_->Watch(*node_, watch_, {&event, filter, subtree});
+  }
+
+  std::unique_ptr<RegistryKey> Duplicate() override {
+    if (hive_->faults().Check("registry.duplicate")) return nullptr;
+    return std::make_unique<KeyHandle>(hive_, node_, access_);
+  }
+
+ private:
+  // A planned failure of the operation, or the refusal of a handle without the right.
+  RegStatus Begin(FaultOperation operation, std::uint32_t right) {
+    if (const auto fault = hive_->faults().Check(operation)) return *fault;
+    return (access_ & right) == right ? kRegOk : kRegAccessDenied;
+  }
+  template <class Body>
+  RegStatus Read(FaultOperation operation, std::uint32_t right, Body&& body) {
+    const RegStatus begun = Begin(operation, right);
+    if (begun != kRegOk) return begun;
+    return hive_->Read(
+        [&](const RegistryNode&) { return node_->deleted ? kRegKeyDeleted : body(*node_); });
+  }
+  template <class Item>
+  static RegStatus NameAt(const NameTable<Item>& table, std::uint32_t index, std::wstring& name) {
+    if (index >= table.size()) return kRegNoMoreItems;
+    name = table.at(index)->name;
+    return kRegOk;
+  }
+
+  std::shared_ptr<RegistryHive> hive_;
+  RegistryNodePtr node_;
+  std::uint32_t access_;
+  RegistryWatch watch_;  // under the hive's lock
+};
+
 }  // namespace
 
 RegStatus SimulatedRegistry::OpenKey(RegRoot root, const std::wstring& path, std::uint32_t access,
@@ -94,7 +250,7 @@ RegStatus SimulatedRegistry::OpenKey(RegRoot root, const std::wstring& path, std
   if (const RegStatus status = CheckPath(path); status != kRegOk) return status;
   RegistryNodePtr node = Find(FullPath(root, path));
   if (node == nullptr) return kRegNotFound;
-  key = std::make_unique<RegistryKeyHandle>(hive_, std::move(node), access);
+  key = std::make_unique<KeyHandle>(hive_, std::move(node), access);
   return kRegOk;
 }
 
@@ -121,7 +277,7 @@ RegStatus SimulatedRegistry::CreateKey(RegRoot root, const std::wstring& path, s
     if (status != kRegOk) return status;
     node = edit.node();
   }
-  key = std::make_unique<RegistryKeyHandle>(hive_, std::move(node), access);
+  key = std::make_unique<KeyHandle>(hive_, std::move(node), access);
   if (created != nullptr) *created = edit.changed;
   return kRegOk;
 }

@@ -1,8 +1,8 @@
-#include "simulated/sound/simulated_audio_client.h"
-
+// Audio clients of the endpoints of a simulated machine.
 #include <algorithm>
 
 #include "simulated/devices/counted_object.h"
+#include "simulated/devices/simulated_devices.h"
 #include "simulated/sound/stream_buffers.h"
 
 namespace orv {
@@ -17,18 +17,11 @@ DWORD SpeakerMask(std::uint32_t channels) {
   constexpr DWORD kCentre = 0x4;
   constexpr DWORD kSurround51 = 0x3F;
   constexpr DWORD kSurround71 = 0x63F;
-  switch (channels) {
-    case 1:
-      return kCentre;
-    case 2:
-      return kStereo;
-    case 6:
-      return kSurround51;
-    case 8:
-      return kSurround71;
-    default:
-      return 0;
-  }
+  return channels == 1   ? kCentre
+         : channels == 2 ? kStereo
+         : channels == 6 ? kSurround51
+         : channels == 8 ? kSurround71
+                         : 0;
 }
 
 WAVEFORMATEXTENSIBLE MixFormatOf(const EndpointSound& sound) {
@@ -62,8 +55,7 @@ class CaptureService final : public CountedObject<IAudioCaptureClient> {
   HRESULT STDMETHODCALLTYPE GetBuffer(BYTE** data, UINT32* frames, DWORD* flags, UINT64* position,
                                       UINT64* time) override {
     if (data == nullptr || frames == nullptr || flags == nullptr) return E_POINTER;
-    return Guard([&]() -> HRESULT {
-      if (const auto fault = faults_->Check("capture.get_buffer")) return *fault;
+    return Operation(*faults_, "capture.get_buffer", [&] {
       if (time != nullptr) *time = 0;
       return buffer_->Take(data, frames, flags, position);
     });
@@ -79,9 +71,7 @@ class CaptureService final : public CountedObject<IAudioCaptureClient> {
   }
 
   HRESULT STDMETHODCALLTYPE GetNextPacketSize(UINT32* frames) override {
-    if (frames == nullptr) return E_POINTER;
-    return Guard([&]() -> HRESULT {
-      if (const auto fault = faults_->Check("capture.next_packet_size")) return *fault;
+    return Operation(*faults_, "capture.next_packet_size", frames, [&] {
       *frames = buffer_->NextPacket();
       return S_OK;
     });
@@ -98,19 +88,13 @@ class RenderService final : public CountedObject<IAudioRenderClient> {
       : buffer_(std::move(buffer)), faults_(std::move(faults)) {}
 
   HRESULT STDMETHODCALLTYPE GetBuffer(UINT32 frames, BYTE** data) override {
-    if (data == nullptr) return E_POINTER;
-    *data = nullptr;
-    return Guard([&]() -> HRESULT {
-      if (const auto fault = faults_->Check("render.get_buffer")) return *fault;
-      return buffer_->Take(frames, data);
-    });
+    return Operation(*faults_, "render.get_buffer", data,
+                     [&] { return buffer_->Take(frames, data); });
   }
 
   HRESULT STDMETHODCALLTYPE ReleaseBuffer(UINT32 frames, DWORD flags) override {
-    return Guard([&]() -> HRESULT {
-      if (const auto fault = faults_->Check("render.release_buffer")) return *fault;
-      return buffer_->GiveBack(frames, flags);
-    });
+    return Operation(*faults_, "render.release_buffer",
+                     [&] { return buffer_->GiveBack(frames, flags); });
   }
 
  private:
@@ -130,8 +114,7 @@ class AudioClient final : public CountedObject<IAudioClient> {
                                        REFERENCE_TIME buffer_duration, REFERENCE_TIME periodicity,
                                        const WAVEFORMATEX* format, LPCGUID) override {
     if (format == nullptr) return E_POINTER;
-    return Guard([&]() -> HRESULT {
-      if (const auto fault = faults_->Check("audio.initialize")) return *fault;
+    return Operation(*faults_, "audio.initialize", [&]() -> HRESULT {
       if (buffer_ != nullptr) return AUDCLNT_E_ALREADY_INITIALIZED;
       if (mode != AUDCLNT_SHAREMODE_SHARED) return AUDCLNT_E_EXCLUSIVE_MODE_NOT_ALLOWED;
       if ((flags & ~AUDCLNT_STREAMFLAGS_LOOPBACK) != 0 || periodicity != 0 || buffer_duration < 0)
@@ -148,9 +131,13 @@ class AudioClient final : public CountedObject<IAudioClient> {
   }
 
   HRESULT STDMETHODCALLTYPE GetBufferSize(UINT32* frames) override {
-    return Ask("audio.get_buffer_size", frames, [&] { return capacity_; });
+    if (frames == nullptr) return E_POINTER;
+    return Initialised("audio.get_buffer_size", [&]() -> HRESULT {
+      *frames = capacity_;
+      return S_OK;
+    });
   }
-  // What the component never asks is not implemented.
+  // Operations that the component never calls are not implemented.
   HRESULT STDMETHODCALLTYPE GetStreamLatency(REFERENCE_TIME*) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE GetCurrentPadding(UINT32*) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE IsFormatSupported(AUDCLNT_SHAREMODE, const WAVEFORMATEX*,
@@ -159,19 +146,19 @@ class AudioClient final : public CountedObject<IAudioClient> {
   }
 
   HRESULT STDMETHODCALLTYPE GetMixFormat(WAVEFORMATEX** format) override {
-    if (format == nullptr) return E_POINTER;
-    *format = nullptr;
-    return Guard([&]() -> HRESULT {
-      if (const auto fault = faults_->Check("audio.get_mix_format")) return *fault;
-      return CopyMixFormat(format);
+    return Operation(*faults_, "audio.get_mix_format", format, [&]() -> HRESULT {
+      const WAVEFORMATEXTENSIBLE mix = MixFormatOf(*sound_);
+      void* copy =
+          TaskCopy(reinterpret_cast<const BYTE*>(&mix), sizeof(WAVEFORMATEX) + mix.Format.cbSize);
+      *format = static_cast<WAVEFORMATEX*>(copy);
+      return copy == nullptr ? E_OUTOFMEMORY : S_OK;
     });
   }
 
   HRESULT STDMETHODCALLTYPE GetDevicePeriod(REFERENCE_TIME* default_period,
                                             REFERENCE_TIME* minimum_period) override {
     if (default_period == nullptr && minimum_period == nullptr) return E_POINTER;
-    return Guard([&]() -> HRESULT {
-      if (const auto fault = faults_->Check("audio.get_device_period")) return *fault;
+    return Operation(*faults_, "audio.get_device_period", [&] {
       if (default_period != nullptr) *default_period = kDefaultPeriod;
       if (minimum_period != nullptr) *minimum_period = kMinimumPeriod;
       return S_OK;
@@ -179,13 +166,13 @@ class AudioClient final : public CountedObject<IAudioClient> {
   }
 
   HRESULT STDMETHODCALLTYPE Start() override {
-    return Tell("audio.start", [&] { return buffer_->Start(); });
+    return Initialised("audio.start", [&] { return buffer_->Start(); });
   }
   HRESULT STDMETHODCALLTYPE Stop() override {
-    return Tell("audio.stop", [&] { return buffer_->Stop(); });
+    return Initialised("audio.stop", [&] { return buffer_->Stop(); });
   }
   HRESULT STDMETHODCALLTYPE Reset() override {
-    return Tell("audio.reset", [&] { return buffer_->Reset(); });
+    return Initialised("audio.reset", [&] { return buffer_->Reset(); });
   }
   // Streams are opened without events here.
   HRESULT STDMETHODCALLTYPE SetEventHandle(HANDLE) override {
@@ -195,7 +182,7 @@ class AudioClient final : public CountedObject<IAudioClient> {
   HRESULT STDMETHODCALLTYPE GetService(REFIID iid, void** service) override {
     if (service == nullptr) return E_POINTER;
     *service = nullptr;
-    return Tell("audio.get_service", [&]() -> HRESULT {
+    return Initialised("audio.get_service", [&]() -> HRESULT {
       if (IsEqualIID(iid, IID_IAudioCaptureClient)) {
         if (capture_ == nullptr) return AUDCLNT_E_WRONG_ENDPOINT_TYPE;
         *service = static_cast<IAudioCaptureClient*>(new CaptureService(capture_, faults_));
@@ -211,19 +198,10 @@ class AudioClient final : public CountedObject<IAudioClient> {
 
  private:
   // An operation of an initialised client.
-  template <class Operation>
-  HRESULT Tell(FaultOperation name, Operation&& operation) {
-    return Guard([&]() -> HRESULT {
-      if (const auto fault = faults_->Check(name)) return *fault;
-      return buffer_ == nullptr ? AUDCLNT_E_NOT_INITIALIZED : operation();
-    });
-  }
-  template <class Answer, class Question>
-  HRESULT Ask(FaultOperation name, Answer* answer, Question&& question) {
-    if (answer == nullptr) return E_POINTER;
-    return Tell(name, [&]() -> HRESULT {
-      *answer = question();
-      return S_OK;
+  template <class Body>
+  HRESULT Initialised(FaultOperation name, Body&& body) {
+    return Operation(*faults_, name, [&]() -> HRESULT {
+      return buffer_ == nullptr ? AUDCLNT_E_NOT_INITIALIZED : body();
     });
   }
 
@@ -256,15 +234,6 @@ class AudioClient final : public CountedObject<IAudioClient> {
       buffer_ = capture_ = std::make_shared<CaptureBuffer>(std::move(setting));
     else
       buffer_ = render_ = std::make_shared<RenderBuffer>(std::move(setting));
-  }
-
-  HRESULT CopyMixFormat(WAVEFORMATEX** copy) const {
-    const WAVEFORMATEXTENSIBLE format = MixFormatOf(*sound_);
-    const std::size_t size = sizeof(WAVEFORMATEX) + format.Format.cbSize;
-    *copy = static_cast<WAVEFORMATEX*>(CoTaskMemAlloc(size));
-    if (*copy == nullptr) return E_OUTOFMEMORY;
-    std::memcpy(static_cast<void*>(*copy), &format, size);
-    return S_OK;
   }
 
   std::shared_ptr<SimulatedSound> machine_;

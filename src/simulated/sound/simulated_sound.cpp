@@ -4,6 +4,25 @@
 
 namespace orv {
 
+void SoundClock::Restart(double speed) {
+  const std::lock_guard guard(lock_);
+  reached_ = Time(0);
+  since_ = std::chrono::steady_clock::now();
+  speed_ = speed;
+}
+
+void SoundClock::Step(Time step) {
+  const std::lock_guard guard(lock_);
+  reached_ += step;
+}
+
+SoundClock::Time SoundClock::Now() const {
+  const std::lock_guard guard(lock_);
+  if (speed_ == 0) return reached_;
+  const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - since_;
+  return reached_ + std::chrono::duration_cast<Time>(passed * speed_);
+}
+
 void SimulatedSound::Play(PlaybackDescription playback) {
   std::vector<std::shared_ptr<const EndpointSound>> sounds;
   for (EndpointSound& sound : playback.endpoints)

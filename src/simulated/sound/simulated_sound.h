@@ -9,9 +9,25 @@
 #include <mutex>
 
 #include "simulated/sound/playback_description.h"
-#include "simulated/sound/sound_clock.h"
 
 namespace orv {
+
+// The time by which a machine's endpoints play.
+class SoundClock {
+ public:
+  using Time = std::chrono::nanoseconds;  // since the beginning of what is played
+
+  // Begins again, `speed` times as fast as real time; 0: only steps move it.
+  void Restart(double speed);
+  void Step(Time step);
+  Time Now() const;
+
+ private:
+  mutable std::mutex lock_;
+  Time reached_{0};  // at `since_`
+  double speed_ = 1;
+  std::chrono::steady_clock::time_point since_ = std::chrono::steady_clock::now();
+};
 
 // Streams of clients on one machine.
 struct SoundActivity {
@@ -24,18 +40,17 @@ struct SoundActivity {
 
 class SimulatedSound {
  public:
-  // Replaces what endpoints play and begins with it; streams that are open are those of what was
-  // played before.
+  // Replaces what endpoints play and begins it. Open streams keep what was played before.
   void Play(PlaybackDescription playback);
 
   SoundClock& clock() noexcept { return clock_; }
   Pace pace() const;
-  // Never null: endpoints that are not described are silent and have an ordinary format.
+  // Never null: endpoints without a description are silent and have an ordinary format.
   std::shared_ptr<const EndpointSound> SoundOf(const std::wstring& endpoint) const;
 
   SoundActivity activity() const;
   void Note(const std::function<void(SoundActivity&)>& change);
-  // Waits until the activity is as wanted; false when the time is over.
+  // Waits until the activity is as wanted. Returns false after the time limit.
   bool WaitUntil(const std::function<bool(const SoundActivity&)>& wanted,
                  std::chrono::milliseconds limit) const;
 

@@ -1,5 +1,5 @@
-// The buffers between a client and the audio engine, in the engine's terms; the COM objects stand
-// on them. May be used from any thread.
+// The buffers between a client and the audio engine, in the engine's terms; the COM objects use
+// them. May be used from any thread.
 #pragma once
 
 #include <memory>
@@ -20,41 +20,50 @@ struct StreamSetting {
   std::size_t frame_bytes() const noexcept { return sound->shape.channels * SampleBytes(format); }
 };
 
-// The frames that go by in a time.
-std::uint64_t FramesIn(SoundClock::Time time, std::uint32_t rate);
-
 class StreamBuffer {
  public:
   virtual ~StreamBuffer() = default;
-  virtual HRESULT Start() = 0;
-  virtual HRESULT Stop() = 0;  // S_FALSE when it stands already
-  virtual HRESULT Reset() = 0;
+
+  HRESULT Start();
+  HRESULT Stop();  // S_FALSE if it is stopped already
+  HRESULT Reset();
+
+ protected:
+  // `streams` counts the running streams of this kind.
+  StreamBuffer(StreamSetting setting, unsigned SoundActivity::*streams)
+      : setting_(std::move(setting)), streams_(streams) {}
+
+  // Under the lock.
+  virtual void Started() = 0;
+  virtual void Stopping() {}
+  virtual void Clear() = 0;
+
+  const StreamSetting setting_;
+  unsigned SoundActivity::*const streams_;
+  std::mutex lock_;  // guards what follows, here and in the derived classes
+  bool running_ = false;
 };
 
-// Packets of what the endpoint plays. What nobody takes in time gets lost, the oldest first.
+// Packets of what the endpoint plays. Packets that are not taken in time get lost, the oldest
+// first.
 class CaptureBuffer final : public StreamBuffer {
  public:
   explicit CaptureBuffer(StreamSetting setting);
-  ~CaptureBuffer() override;
-
-  HRESULT Start() override;
-  HRESULT Stop() override;
-  HRESULT Reset() override;
+  ~CaptureBuffer() override { Stop(); }
 
   UINT32 NextPacket();
   HRESULT Take(BYTE** data, UINT32* frames, DWORD* flags, UINT64* position);
   HRESULT GiveBack(UINT32 frames);
 
  private:
+  void Started() override;
+  void Clear() override { held_ = 0; }
   std::uint64_t Played() const;
   UINT32 PacketLength(std::uint64_t packet) const;
   UINT32 NextPacketLocked();
   DWORD FillPacket(UINT32 frames);
 
-  const StreamSetting setting_;
   const Pace pace_;
-  std::mutex lock_;  // guards what follows
-  bool running_ = false;
   bool ready_ = true;           // on demand: there is a packet
   std::uint64_t position_ = 0;  // frames; of the next packet in what the endpoint plays
   std::uint64_t packets_ = 0;   // taken so far
@@ -64,25 +73,22 @@ class CaptureBuffer final : public StreamBuffer {
   std::vector<std::uint8_t> bytes_;
 };
 
-// What a client plays. Nobody hears it: it keeps the engine running.
+// What a client plays. It keeps the engine running and goes nowhere else.
 class RenderBuffer final : public StreamBuffer {
  public:
-  explicit RenderBuffer(StreamSetting setting) : setting_(std::move(setting)) {}
-  ~RenderBuffer() override;
-
-  HRESULT Start() override;
-  HRESULT Stop() override;
-  HRESULT Reset() override;
+  explicit RenderBuffer(StreamSetting setting)
+      : StreamBuffer(std::move(setting), &SoundActivity::rendering) {}
+  ~RenderBuffer() override { Stop(); }
 
   HRESULT Take(UINT32 frames, BYTE** data);
   HRESULT GiveBack(UINT32 frames, DWORD flags);
 
  private:
+  void Started() override;
+  void Stopping() override { waiting_ = Padding(); }
+  void Clear() override { waiting_ = 0; }
   UINT32 Padding();  // frames written and not played now
 
-  const StreamSetting setting_;
-  std::mutex lock_;  // guards what follows
-  bool running_ = false;
   SoundClock::Time since_{0};  // when `waiting_` was true
   std::uint64_t waiting_ = 0;  // frames written and not played
   UINT32 held_ = 0;

@@ -1,48 +1,53 @@
+#include "simulated/sound/stream_buffers.h"
+
 #include <algorithm>
 #include <utility>
-
-#include "simulated/sound/stream_buffers.h"
 
 namespace orv {
 namespace {
 
 constexpr std::uint8_t kGarbage = 0x7F;  // as a sample of any format it is loud
 
-}  // namespace
-
+// The frames that go by in a time.
 std::uint64_t FramesIn(SoundClock::Time time, std::uint32_t rate) {
   constexpr std::uint64_t kSecond = 1000000000;
   const auto ticks = static_cast<std::uint64_t>(std::max<SoundClock::Time::rep>(time.count(), 0));
   return ticks / kSecond * rate + ticks % kSecond * rate / kSecond;
 }
 
-CaptureBuffer::CaptureBuffer(StreamSetting setting)
-    : setting_(std::move(setting)), pace_(setting_.machine->pace()) {}
+}  // namespace
 
-CaptureBuffer::~CaptureBuffer() { Stop(); }
-
-HRESULT CaptureBuffer::Start() {
+HRESULT StreamBuffer::Start() {
   const std::lock_guard guard(lock_);
   if (running_) return AUDCLNT_E_NOT_STOPPED;
   running_ = true;
-  if (pace_ == Pace::Clock) position_ = Played();
-  setting_.machine->Note([](SoundActivity& activity) { ++activity.capturing; });
+  Started();
+  setting_.machine->Note([this](SoundActivity& activity) { ++(activity.*streams_); });
   return S_OK;
 }
 
-HRESULT CaptureBuffer::Stop() {
+HRESULT StreamBuffer::Stop() {
   const std::lock_guard guard(lock_);
   if (!running_) return S_FALSE;
+  Stopping();
   running_ = false;
-  setting_.machine->Note([](SoundActivity& activity) { --activity.capturing; });
+  setting_.machine->Note([this](SoundActivity& activity) { --(activity.*streams_); });
   return S_OK;
 }
 
-HRESULT CaptureBuffer::Reset() {
+HRESULT StreamBuffer::Reset() {
   const std::lock_guard guard(lock_);
   if (running_) return AUDCLNT_E_NOT_STOPPED;
-  held_ = 0;
+  Clear();
   return S_OK;
+}
+
+CaptureBuffer::CaptureBuffer(StreamSetting setting)
+    : StreamBuffer(std::move(setting), &SoundActivity::capturing),
+      pace_(setting_.machine->pace()) {}
+
+void CaptureBuffer::Started() {
+  if (pace_ == Pace::Clock) position_ = Played();
 }
 
 UINT32 CaptureBuffer::NextPacket() {
@@ -63,7 +68,7 @@ UINT32 CaptureBuffer::PacketLength(std::uint64_t packet) const {
 UINT32 CaptureBuffer::NextPacketLocked() {
   if (!running_) return 0;
   if (held_ != 0) return held_;
-  // Nothing is captured while nobody plays, silence included.
+  // Without a sound or a client that plays, no packets come, not even silent ones.
   if (setting_.sound->sources.empty() && setting_.machine->activity().rendering == 0) {
     if (pace_ == Pace::Clock) position_ = Played();
     return 0;
@@ -128,6 +133,48 @@ HRESULT CaptureBuffer::GiveBack(UINT32 frames) {
   ready_ = false;
   lost_some_ = setting_.sound->gap_every != 0 && packets_ % setting_.sound->gap_every == 0;
   if (lost_some_) position_ += PacketLength(packets_);
+  return S_OK;
+}
+
+void RenderBuffer::Started() { since_ = setting_.machine->clock().Now(); }
+
+UINT32 RenderBuffer::Padding() {
+  if (running_) {
+    const SoundClock::Time now = setting_.machine->clock().Now();
+    waiting_ -= std::min(waiting_, FramesIn(now - since_, setting_.sound->shape.rate));
+    since_ = now;
+  }
+  return static_cast<UINT32>(waiting_);
+}
+
+HRESULT RenderBuffer::Take(UINT32 frames, BYTE** data) {
+  const std::lock_guard guard(lock_);
+  if (held_ != 0) return AUDCLNT_E_OUT_OF_ORDER;
+  if (frames > setting_.capacity - Padding()) return AUDCLNT_E_BUFFER_TOO_LARGE;
+  bytes_.assign(frames * setting_.frame_bytes(), 0xCD);
+  held_ = frames;
+  *data = frames != 0 ? bytes_.data() : nullptr;
+  return S_OK;
+}
+
+HRESULT RenderBuffer::GiveBack(UINT32 frames, DWORD flags) {
+  const std::lock_guard guard(lock_);
+  if (frames == 0) {
+    held_ = 0;
+    return S_OK;
+  }
+  if (held_ == 0) return AUDCLNT_E_OUT_OF_ORDER;
+  if (frames > held_) return AUDCLNT_E_INVALID_SIZE;
+  held_ = 0;
+  waiting_ = Padding() + std::uint64_t{frames};
+  const auto end = bytes_.begin() + static_cast<std::ptrdiff_t>(frames * setting_.frame_bytes());
+  const bool audible =
+      (flags & AUDCLNT_BUFFERFLAGS_SILENT) == 0 &&
+      std::any_of(bytes_.begin(), end, [](std::uint8_t byte) { return byte != 0; });
+  setting_.machine->Note([&](SoundActivity& activity) {
+    activity.rendered_frames += frames;
+    if (audible) activity.audible_frames += frames;
+  });
   return S_OK;
 }
 
