@@ -17,7 +17,7 @@ DriverReport ReadDrivers(std::filesystem::path folder) {
         "they receive.\nGive the folder of a simulated machine with --machine.");
   }
   DriverReport report{
-      machine->ReceivedRecords(), machine->RefusedRequests(), machine->DriverRemarks(), {}};
+      machine->ReceivedRecords(), machine->RefusedRequests(), machine->DriverFindings(), {}};
   for (const std::wstring& event : machine->description().events)
     report.events.push_back({Utf8FromWide(event), machine->EventSignals(event)});
   return report;

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "simulated/drivers/driver_record.h"
+#include "simulated/drivers/driver_memory.h"
 
 namespace orv::cli {
 
@@ -17,7 +17,7 @@ struct DriverReport {
   };
   std::vector<DriverRecord> records;  // oldest first
   std::vector<DriverRefusal> refusals;
-  std::vector<DriverRemark> remarks;
+  std::vector<DriverFinding> remarks;
   std::vector<Event> events;
 };
 

@@ -26,7 +26,7 @@ std::string RecordHex(const DriverRecord& record) {
 bool CarriesFormFactor(const DriverRecord& record) { return record.driver == kQualcommDriver; }
 
 // Names the block that a remark is about; empty for the module as a whole.
-std::string RemarkPlace(const DriverRemark& remark) {
+std::string RemarkPlace(const DriverFinding& remark) {
   if (remark.parameter == 0) return "";
   return "parameter " + ParameterText(remark.parameter) + ": ";
 }
@@ -120,7 +120,7 @@ void ShowDrivers(Context& context, bool all) {
   }
   for (const DriverRefusal& refusal : report.refusals)
     output.Notice(refusal.driver + " refused " + refusal.request + ": " + refusal.reason);
-  for (const DriverRemark& remark : report.remarks)
+  for (const DriverFinding& remark : report.remarks)
     output.Notice(remark.driver + ": " + RemarkPlace(remark) + remark.text);
 }
 

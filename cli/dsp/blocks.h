@@ -9,7 +9,7 @@
 #include "cli/show/table.h"
 #include "records/layout.h"
 #include "simulated/drivers/block_format.h"  // ParameterText
-#include "simulated/drivers/driver_record.h"
+#include "simulated/drivers/driver_memory.h"
 
 namespace orv::cli {
 

@@ -79,7 +79,7 @@ std::optional<std::string> DspReadback::Refusal(const std::string& driver,
 std::vector<std::string> DspReadback::Findings(const std::string& driver) const {
   std::vector<std::string> findings;
   if (!simulated()) return findings;
-  for (const DriverRemark& finding : simulated_->DriverRemarks()) {
+  for (const DriverFinding& finding : simulated_->DriverFindings()) {
     if (finding.driver != driver) continue;
     const bool module = finding.parameter == 0 && driver != kBroadwellDriver;
     const std::string block = module ? "" : BlockName({driver, finding.parameter, {}, 0}) + ": ";

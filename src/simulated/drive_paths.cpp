@@ -8,15 +8,15 @@
 namespace orv {
 namespace {
 
-// UTF-8 with slashes; nothing for lone surrogates and embedded terminators.
+// UTF-8 with slashes; nullopt if the text has lone surrogates or a NUL.
 std::optional<std::string> SlashPath(std::wstring_view path) {
   std::string text = Utf8FromWide(path);
   if (WideFromUtf8(text) != path || text.find('\0') != std::string::npos) return std::nullopt;
-  std::replace(text.begin(), text.end(), '\\', '/');
+  std::ranges::replace(text, '\\', '/');
   return text;
 }
 
-// Where the host's own files begin: on Windows the drive of that name.
+// The top of the host's own files: on Windows the drive of that name.
 std::filesystem::path HostRoot() {
   if constexpr (std::filesystem::path::preferred_separator == '\\') return "Z:\\";
   return "/";

@@ -10,7 +10,6 @@
 #include "simulated/devices/simulated_devices.h"
 #include "simulated/drive_paths.h"
 #include "simulated/drivers/device_files.h"
-#include "simulated/drivers/driver_remarks.h"
 #include "simulated/registry/registry_hive.h"
 #include "simulated/registry/simulated_registry.h"
 
@@ -29,19 +28,6 @@ struct SimulatedMachine::State {
   SimulatedRegistry registry;
 };
 
-namespace {
-
-void PlanFaults(const std::vector<PlannedFault>& faults, FaultPlan& plan) {
-  for (const PlannedFault& fault : faults) {
-    if (fault.nth)
-      plan.FailNth(fault.operation, *fault.nth, fault.status);
-    else
-      plan.FailAlways(fault.operation, fault.status);
-  }
-}
-
-}  // namespace
-
 SimulatedMachine::SimulatedMachine(std::unique_ptr<State> state, std::uint64_t id)
     : Machine(id), state_(std::move(state)) {}
 
@@ -53,10 +39,10 @@ std::unique_ptr<SimulatedMachine> SimulatedMachine::Open(const std::filesystem::
   if (!description) return nullptr;
   auto machine = Make(std::move(*description), folder / "drive_c", IdOfFolder(folder));
   machine->state_->devices->folder = folder;
-  if (!machine->SetPlayback(machine->description().playback_json, error)) return nullptr;
-  if (!machine->state_->hive->Attach(folder, error)) return nullptr;
-  if (!machine->state_->devices->drivers->Attach(folder, error)) return nullptr;
-  return machine;
+  const bool whole = machine->SetPlayback(machine->description().playback_json, error) &&
+                     machine->state_->hive->Attach(folder, error) &&
+                     machine->state_->devices->drivers->Attach(folder, error);
+  return whole ? std::move(machine) : nullptr;
 }
 
 std::unique_ptr<SimulatedMachine> SimulatedMachine::InMemory(MachineDescription description,
@@ -69,7 +55,12 @@ std::unique_ptr<SimulatedMachine> SimulatedMachine::Make(MachineDescription desc
                                                          std::uint64_t id) {
   auto state = std::make_unique<State>();
   state->drive_c = std::move(drive_c);
-  PlanFaults(description.faults, *state->faults);
+  for (const PlannedFault& fault : description.faults) {
+    if (fault.nth)
+      state->faults->FailNth(fault.operation, *fault.nth, fault.status);
+    else
+      state->faults->FailAlways(fault.operation, fault.status);
+  }
   state->devices->description = std::move(description);
   return std::unique_ptr<SimulatedMachine>(new SimulatedMachine(std::move(state), id));
 }
@@ -99,53 +90,29 @@ SimulatedSound& SimulatedMachine::sound() { return *state_->devices->sound; }
 const std::filesystem::path& SimulatedMachine::folder() const { return state_->devices->folder; }
 Registry& SimulatedMachine::registry() { return state_->registry; }
 
-std::vector<DriverRecord> SimulatedMachine::ReceivedRecords() {
-  std::vector<DriverRecord> records;
-  state_->devices->drivers->Read([&](const DriverMemory& memory) { records = memory.received; });
-  return records;
+DriverMemory SimulatedMachine::Drivers() {
+  DriverMemory memory;
+  state_->devices->drivers->Read([&](const DriverMemory& now) { memory = now; });
+  return memory;
 }
 
 std::optional<std::vector<std::byte>> SimulatedMachine::HeldParameter(const std::string& driver,
                                                                       std::uint32_t parameter) {
-  std::optional<std::vector<std::byte>> bytes;
-  state_->devices->drivers->Read([&](const DriverMemory& memory) {
-    const auto held = memory.blocks.find({driver, parameter});
-    if (held != memory.blocks.end()) bytes = held->second.now;
-  });
-  return bytes;
-}
-
-std::vector<DriverRefusal> SimulatedMachine::RefusedRequests() {
-  std::vector<DriverRefusal> refusals;
-  state_->devices->drivers->Read([&](const DriverMemory& memory) { refusals = memory.refused; });
-  return refusals;
+  const DriverMemory memory = Drivers();
+  const HeldBlock* held = memory.Held(driver, parameter);
+  return held == nullptr ? std::nullopt : std::optional(held->now);
 }
 
 std::optional<std::uint32_t> SimulatedMachine::ApplyFlag(const std::string& request) {
   return state_->devices->drivers->ApplyFlag(request);
 }
 
-std::uint64_t SimulatedMachine::LatestRequestNumber() {
-  std::uint64_t number = 0;
-  state_->devices->drivers->Read([&](const DriverMemory& memory) { number = memory.requests; });
-  return number;
-}
-
-std::vector<DriverRemark> SimulatedMachine::DriverRemarks() {
-  std::vector<DriverRemark> remarks;
-  state_->devices->drivers->Read([&](const DriverMemory& memory) {
-    remarks = RemarksOn(memory, state_->devices->description.drivers);
-  });
-  return remarks;
+std::vector<DriverFinding> SimulatedMachine::DriverFindings() {
+  return FindingsOn(Drivers(), description().drivers);
 }
 
 std::uint64_t SimulatedMachine::EventSignals(const std::wstring& name) {
-  std::uint64_t signals = 0;
-  state_->devices->drivers->Read([&](const DriverMemory& memory) {
-    const auto counted = memory.signals.find(Utf8FromWide(name));
-    if (counted != memory.signals.end()) signals = counted->second;
-  });
-  return signals;
+  return Drivers().signals[Utf8FromWide(name)];
 }
 
 std::size_t SimulatedMachine::RegisteredEvents() {

@@ -1,9 +1,8 @@
 // A machine that lives in a folder (or in memory): registry.reg, machine.json and drive_c/.
 //
-// registry.reg is a registry export (UTF-8, or UTF-16 with byte-order mark); what is written lasts
-// in it. Several machines, in one process or in several, may use one folder at once: nothing that
-// was written is lost, each sees the others' changes, watches included. "C:\..." lies below
-// drive_c, found without regard to letter case; "Z:\..." is the host's root folder.
+// registry.reg is a registry export (UTF-8, or UTF-16 with byte-order mark) and keeps what is
+// written. Several machines, in one process or in several, may use one folder at the same time:
+// no write is lost, and each machine and its watches see the changes of the others.
 #pragma once
 
 #include <filesystem>
@@ -14,18 +13,18 @@
 #include "platform/machine.h"
 #include "simulated/description/fault_plan.h"
 #include "simulated/description/machine_description.h"
-#include "simulated/drivers/driver_record.h"
+#include "simulated/drivers/driver_memory.h"
 #include "simulated/sound/simulated_sound.h"
 
 namespace orv {
 
 class SimulatedMachine : public Machine {
  public:
-  // Null, with the reason in `error`, when a file of the folder is missing or refused.
+  // Returns null, with the reason in `error`, if a file of the folder is missing or refused.
   static std::unique_ptr<SimulatedMachine> Open(const std::filesystem::path& folder,
                                                 FileError& error);
   // A machine without a folder: its registry starts empty, nothing is written to disk. `drive_c`
-  // may name a host folder that stands for drive C: (empty: none).
+  // may name a host folder as drive C: (empty: none).
   static std::unique_ptr<SimulatedMachine> InMemory(MachineDescription description = {},
                                                     std::filesystem::path drive_c = {});
   ~SimulatedMachine() override;
@@ -34,29 +33,26 @@ class SimulatedMachine : public Machine {
   bool ImportRegistry(std::string_view export_text, FileError& error);
 
   FaultPlan& faults();
-  // Endpoints may be changed between calls; enumerations made later see the change.
+  // Endpoints may be changed between calls; later enumerations see the change.
   MachineDescription& description();
   SimulatedSound& sound();
-  // Has the endpoints play what a "playback" section says, from now on; nothing changes when it is
-  // refused.
+  // The endpoints play what a "playback" section describes from now on. A refusal changes nothing.
   bool SetPlayback(std::string_view section, FileError& error);
-  // Parameters that the machine's drivers took, in the order in which they came; kept in the
-  // machine's folder.
-  std::vector<DriverRecord> ReceivedRecords();
+  // What the drivers hold, received and refused; kept in the machine's folder.
+  DriverMemory Drivers();
+  std::vector<DriverRecord> ReceivedRecords() { return Drivers().received; }
+  std::vector<DriverRefusal> RefusedRequests() { return Drivers().refused; }
+  // The number of the latest record or refusal, whether it is still kept or not; 0 before the
+  // first.
+  std::uint64_t LatestRequestNumber() { return Drivers().requests; }
   // What a driver holds of a parameter; nullopt if it never received one.
   std::optional<std::vector<std::byte>> HeldParameter(const std::string& driver,
                                                       std::uint32_t parameter);
-  // Requests that they did not take, likewise.
-  std::vector<DriverRefusal> RefusedRequests();
   // The apply flag of the latest request of a kind on this machine object, such as "skylake set
   // status" or "broadwell get parameter 21"; nullopt before the first one.
   std::optional<std::uint32_t> ApplyFlag(const std::string& request);
-  // The number of the latest record or refusal, whether it is still kept or not; 0 before the
-  // first.
-  std::uint64_t LatestRequestNumber();
-  // Remarks on what the drivers hold at this moment.
-  std::vector<DriverRemark> DriverRemarks();
-  // How often an event has been signalled, by anyone on this machine.
+  std::vector<DriverFinding> DriverFindings();
+  // How often an event has been signalled, by all users of this machine.
   std::uint64_t EventSignals(const std::wstring& name);
   // Events that clients of this process have registered with drivers and not unregistered.
   std::size_t RegisteredEvents();
@@ -81,7 +77,7 @@ class SimulatedMachine : public Machine {
   SimulatedMachine(std::unique_ptr<State> state, std::uint64_t id);
   static std::unique_ptr<SimulatedMachine> Make(MachineDescription description,
                                                 std::filesystem::path drive_c, std::uint64_t id);
-  // The same for each opening of a folder, under whatever path, while the process lives.
+  // The same for each opening of a folder, under any path, while the process lives.
   static std::uint64_t IdOfFolder(const std::filesystem::path& folder);
   std::unique_ptr<State> state_;
 };

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "simulated/drivers/driver_requests.h"
+#include "platform/driver_names.h"
 #include "simulated/simulated_machine.h"
 
 namespace orv {

@@ -262,11 +262,11 @@ TEST(DriverMemory, CanBeReadWhereItCannotBeWritten) {
     EXPECT_EQ(status({command, 6, Wire().Word(0)}), 0xC00000A3U);
     EXPECT_THAT(LastRefusal(*machine), HasSubstr("has not been switched on"));
   }
-  EXPECT_THAT(machine->DriverRemarks(), SizeIs(1));
+  EXPECT_THAT(machine->DriverFindings(), SizeIs(1));
   BroadwellRequest on(13, 6);
   on.buffer[4] = on.buffer[5] = std::byte{1};
   EXPECT_EQ(status(on), 0U);
-  EXPECT_THAT(machine->DriverRemarks(), IsEmpty());
+  EXPECT_THAT(machine->DriverFindings(), IsEmpty());
   EXPECT_EQ(status({15, 6, Bytes(4)}), 0U);
   EXPECT_EQ(status({14, 6, Wire().Word(1)}), 0xC0000185U);
   EXPECT_THAT(LastRefusal(*machine), HasSubstr("folder cannot be written: "));

@@ -1,7 +1,9 @@
-// Blocks that the simulated drivers take or refuse, and what they remark on.
+// Blocks that the simulated drivers accept or refuse, and the faults they find in what they hold.
+#include <fmt/format.h>
+
 #include "simulated/driver_client.h"
 #include "simulated/drivers/block_format.h"
-#include "simulated/drivers/driver_remarks.h"
+#include "simulated/drivers/driver_memory.h"
 #include "support/reference_data.h"
 
 namespace orv {
@@ -104,18 +106,18 @@ TEST(DriverFormats, RefuseWhatContradictsItself) {
     EXPECT_THAT(Fault(wrong.formats, wrong.parameter, wrong.block), HasSubstr(wrong.reason));
 }
 
-std::vector<std::string> Lines(const std::vector<DriverRemark>& remarks) {
+std::vector<std::string> Lines(const std::vector<DriverFinding>& findings) {
   std::vector<std::string> lines;
-  for (const DriverRemark& remark : remarks)
-    lines.push_back(HexNumber(remark.parameter & 0xFFF) + ' ' + remark.text);
+  for (const DriverFinding& finding : findings)
+    lines.push_back(fmt::format("0x{:X} {}", finding.parameter & 0xFFF, finding.text));
   return lines;
 }
 
-TEST(DriverRemarks, NameWhatAListenerWouldNotice) {
+TEST(DriverFindings, NameWhatAListenerWouldNotice) {
   DriverMemory memory;
   DriversDescription drivers{SkylakeDescription(), BroadwellDescription(), QualcommDescription()};
-  const auto remarks = [&] { return Lines(RemarksOn(memory, drivers)); };
-  EXPECT_THAT(remarks(), ElementsAre("0x0 no client has switched the module on"));
+  const auto findings = [&] { return Lines(FindingsOn(memory, drivers)); };
+  EXPECT_THAT(findings(), ElementsAre("0x0 no client has switched the module on"));
   memory.enabled = {{"skylake", 0}, {"broadwell", 1}};
   const struct {
     const char* driver;
@@ -151,7 +153,7 @@ TEST(DriverRemarks, NameWhatAListenerWouldNotice) {
     memory.blocks[{driver, parameter}].now = block;
   }
   EXPECT_THAT(
-      remarks(),
+      findings(),
       ElementsAre(
           "0x0 the module is switched off", "0x401 processing is switched off",
           "0x404 the audio size is custom, but parameter 0x1001440F never came",
@@ -165,7 +167,7 @@ TEST(DriverRemarks, NameWhatAListenerWouldNotice) {
           "0x15 left equaliser: section 1 is silent", "0x15 right equaliser: section 1 is silent",
           "0x12 bass of the audio size is silent"));
   drivers.skylake->module_instantiated = false;
-  EXPECT_EQ(remarks().front(), "0x0 the module is not instantiated");
+  EXPECT_EQ(findings().front(), "0x0 the module is not instantiated");
 }
 
 }  // namespace

@@ -79,7 +79,7 @@ TEST_F(SkylakeDriver, AnyWrongByteOfARequestIsRefusedWithItsReason) {
       {spoiled(0, 1), data, "no property set", kSetNotFound},
       {spoiled(16, 7), data, "property 7", kNotFound},
       {spoiled(16, 1), data, "bytes instead of 48"},
-      {spoiled(16, 2), data, "a parameter identifier where none"},
+      {spoiled(16, 2), data, "an unexpected parameter identifier"},
       {spoiled(20, 0x10000002), data, "flags 0x10000002"},
       {spoiled(24, 8), data, "node 8 instead of 9"},
       {spoiled(28, 1), data, "the reserved word"},
@@ -125,7 +125,7 @@ TEST_F(SkylakeDriver, EventsAreRegisteredOnceAndUnregistered) {
   EXPECT_EQ(machine_->RegisteredEvents(), 0U);
 }
 
-TEST_F(SkylakeDriver, EachMisbehaviourDoesWhatItSays) {
+TEST_F(SkylakeDriver, EachMisbehaviourTakesEffect) {
   Start(R"({"kind": "refuse", "request": "0x10014401", "nth": 2, "status": "0x80070005"},
            {"kind": "status", "request": "0x10014402", "direction": "set", "status": 1},
            {"kind": "absent", "request": "0x10014403"},

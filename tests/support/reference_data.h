@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "simulated/drivers/driver_record.h"
+#include "simulated/drivers/driver_memory.h"
 
 namespace orv {
 

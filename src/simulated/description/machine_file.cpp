@@ -7,7 +7,7 @@
 #include "platform/guid_text.h"
 #include "platform/text.h"
 #include "simulated/description/json_field.h"
-#include "simulated/drivers/driver_section.h"
+#include "simulated/drivers/driver_description.h"
 
 namespace orv {
 namespace {

@@ -1,17 +1,14 @@
-// The Broadwell driver behind its device file: requests with a direct output buffer, which the
+// The Broadwell driver with its device file: requests with a direct output buffer, which the
 // driver reads and writes.
+#include <fmt/format.h>
+
 #include <algorithm>
 
-#include "simulated/drivers/block_format.h"
 #include "simulated/drivers/device_files.h"
-#include "simulated/drivers/driver_requests.h"
-#include "simulated/drivers/misbehave.h"
-#include "simulated/drivers/wire_bytes.h"
+#include "simulated/drivers/driver_exchange.h"
 
 namespace orv {
 namespace {
-
-using Kind = DriverMisbehaviour::Kind;
 
 constexpr std::uint32_t kGetCode = 0x22E5DA;
 constexpr std::uint32_t kSetCode = 0x22E5DE;
@@ -50,81 +47,61 @@ constexpr std::size_t kApplyAt = 8;
 constexpr std::size_t kReservedAt = 9;
 constexpr std::size_t kSizeAt = 13;
 constexpr std::size_t kDataAt = 17;
-constexpr std::size_t kModuleTextSize = 64;
 
-bool IsZero(std::span<const std::byte> bytes) {
-  return std::all_of(bytes.begin(), bytes.end(),
-                     [](std::byte byte) { return byte == std::byte{0}; });
-}
+bool IsZero(std::span<const std::byte> bytes) { return FirstNonZero(bytes) == bytes.size(); }
 
-class BroadwellExchange {
+class BroadwellExchange : DriverExchange {
  public:
   BroadwellExchange(SimulatedDevices& devices, std::span<const std::byte> input,
                     std::span<std::byte> output, std::uint32_t& returned)
-      : driver_(*devices.description.drivers.broadwell),
-        store_(*devices.drivers),
+      : DriverExchange(*devices.drivers, {kBroadwellDriver, request::kUnknown}),
+        driver_(*devices.description.drivers.broadwell),
         input_(input),
         output_(output),
         returned_(returned) {}
 
   std::uint32_t Run(std::uint32_t code) {
-    const std::uint32_t number = ReadWire<std::uint32_t>(input_, 8);
+    const std::uint32_t number = InputWord(8);
     const auto* command =
-        std::find_if(std::begin(kCommands), std::end(kCommands), [&](const CommandFormat& format) {
-          return format.command == static_cast<Command>(number);
-        });
+        std::ranges::find(kCommands, static_cast<Command>(number), &CommandFormat::command);
     if (code != kGetCode && code != kSetCode)
-      return Refuse("control code " + HexNumber(code), kDeviceInvalidFunction);
-    if (input_.size() != kBroadwellHeaderSize)
-      return Refuse("a header of " + std::to_string(input_.size()) + " bytes instead of 16");
-    if (command == std::end(kCommands)) return Refuse("command " + std::to_string(number));
-    parameter_ =
-        command->output_size <= kDataAt ? 0 : ReadWire<std::uint32_t>(output_, kParameterAt);
-    request_ = {kBroadwellDriver, command->name, parameter_, code == kGetCode};
-    const std::string fault = HeaderFault(code, *command);
-    if (!fault.empty()) return Refuse(fault);
-    if (command->output_size > kDataAt) store_.NoteApplyFlag(request_, apply());
-    rule_ = store_.Due(driver_.misbehaviour, request_);
-    Delay(rule_);
-    const std::string planned = PlannedRefusal(rule_);
-    if (!planned.empty()) store_.NoteRefusal(request_, planned, true);
-    if (Is(rule_, Kind::Refuse)) return SystemErrorOf(rule_->status);
-    std::int32_t status = kNoSuchParameter;
-    if (Is(rule_, Kind::Status) && rule_->status < 0)
-      status = rule_->status;
-    else if (!Is(rule_, Kind::Absent))
-      status = Carry(command->command);
-    if (status == 0 && Is(rule_, Kind::Status)) status = rule_->status;
+      return Refuse(fmt::format("control code 0x{:X}", code), kDeviceInvalidFunction);
+    std::string fault = SizeFault(input_.size(), kBroadwellHeaderSize);
+    if (!fault.empty()) return Refuse("a header of " + fault, kDeviceInvalidParameter);
+    if (command == std::end(kCommands))
+      return Refuse(fmt::format("command {}", number), kDeviceInvalidParameter);
+    const bool has_parameter = command->output_size > kDataAt;
+    request_ = {kBroadwellDriver, command->name,
+                has_parameter ? ReadWire<std::uint32_t>(output_, kParameterAt) : 0,
+                code == kGetCode};
+    fault = HeaderFault(code, *command);
+    if (!fault.empty()) return Refuse(fault, kDeviceInvalidParameter);
+    if (has_parameter) store_.NoteApplyFlag(request_, apply());
+    const bool fails = IsPlannedToFail(driver_.misbehaviour);
+    if (Is(Kind::Refuse)) return SystemErrorOf(rule_->status);
+    std::int32_t status = fails && Is(Kind::Status) ? rule_->status : kNoSuchParameter;
+    if (!fails) status = Carry(command->command);
+    if (status == 0 && Is(Kind::Status)) status = rule_->status;
     WriteWire(output_, 0, status);
-    returned_ = Is(rule_, Kind::Uncounted)
-                    ? 0
-                    : static_cast<std::uint32_t>(std::min(answered_, output_.size()));
+    returned_ =
+        Is(Kind::Uncounted) ? 0 : static_cast<std::uint32_t>(std::min(answered_, output_.size()));
     return 0;
   }
 
  private:
-  std::uint32_t Refuse(const std::string& reason, std::uint32_t error = kDeviceInvalidParameter) {
-    store_.NoteRefusal(request_, reason);
-    return error;
-  }
-  std::int32_t RefuseParameter(const std::string& reason, std::int32_t status = kInvalidParameter) {
-    store_.NoteRefusal(request_, reason);
-    return status;
+  std::uint32_t InputWord(std::size_t offset) const {
+    return ReadWire<std::uint32_t>(input_, offset);
   }
 
   std::string HeaderFault(std::uint32_t code, const CommandFormat& command) const {
-    const auto word = [&](std::size_t offset) { return ReadWire<std::uint32_t>(input_, offset); };
     if (code != command.code)
-      return "control code " + HexNumber(code) + " for command " +
-             std::to_string(static_cast<std::uint32_t>(command.command));
-    if (word(0) != kModuleNumber) return "module number " + std::to_string(word(0));
-    if (word(4) != 0) return "the second word is not zero";
-    if (output_.size() != command.output_size) {
-      return "an output buffer of " + std::to_string(output_.size()) + " bytes instead of " +
-             std::to_string(command.output_size);
-    }
-    if (word(12) != kBroadwellHeaderSize + output_.size())
-      return "size word " + std::to_string(word(12));
+      return fmt::format("control code 0x{:X} for command {}", code, InputWord(8));
+    if (InputWord(0) != kModuleNumber) return fmt::format("module number {}", InputWord(0));
+    if (InputWord(4) != 0) return "the second word is not zero";
+    const std::string fault = SizeFault(output_.size(), command.output_size);
+    if (!fault.empty()) return "an output buffer of " + fault;
+    if (InputWord(12) != kBroadwellHeaderSize + output_.size())
+      return fmt::format("size word {}", InputWord(12));
     return {};
   }
 
@@ -141,45 +118,27 @@ class BroadwellExchange {
     }
   }
 
-  bool ReadEnabled(bool& enabled) {
-    return store_.Read([&](const DriverMemory& memory) {
-      enabled = memory.IsEnabled(kBroadwellDriver, driver_.module);
-    });
-  }
-
-  std::int32_t CarryParameter(bool set) {
-    bool enabled = false;
-    if (!ReadEnabled(enabled)) return kNotStored;
-    if (!enabled) return RefuseParameter("the module has not been switched on", kNotReady);
-    return set ? SetParameter() : GetParameter();
-  }
-
-  // What follows the status word.
-  std::int32_t Answer(std::vector<std::byte> answer) {
-    Distort(rule_, answer);
-    std::copy(answer.begin(), answer.end(), output_.begin() + 4);
+  // Writes an answer after the status word.
+  std::int32_t Answer(Bytes answer) {
+    Distort(answer);
+    std::ranges::copy(answer, output_.begin() + 4);
     answered_ = 4 + answer.size();
     return 0;
   }
 
-  std::vector<std::byte> ModuleInformation() const {
-    std::vector<std::byte> texts;
-    for (const std::string* text : {&driver_.module.name, &driver_.module.version}) {
-      const std::size_t end = texts.size() + kModuleTextSize;
-      for (const char letter : text->substr(0, kModuleTextSize - 1))
-        texts.push_back(static_cast<std::byte>(letter));
-      texts.resize(end);
-    }
+  Bytes ModuleInformation() const {
+    Bytes texts;
+    AppendText(texts, driver_.module.name);
+    AppendText(texts, driver_.module.version);
     return texts;
   }
 
   std::int32_t SetStatus() {
     if (ReadWire<std::uint32_t>(output_, 0) != 0)
-      return RefuseParameter("the status word is not 0");
+      return Refuse("the status word is not 0", kInvalidParameter);
     if (output_[4] != std::byte{1} || output_[5] != std::byte{1})
-      return RefuseParameter("the status bytes are not 1 and 1");
-    bool enabled = false;
-    if (ReadEnabled(enabled) && enabled) return 0;
+      return Refuse("the status bytes are not 1 and 1", kInvalidParameter);
+    if (IsEnabled(driver_.module).value_or(false)) return 0;
     const bool kept = store_.ChangeAtLeastHere(
         [](DriverMemory& memory) { memory.enabled[kBroadwellDriver] = 1; });
     return kept ? 0 : kNotStored;
@@ -188,65 +147,49 @@ class BroadwellExchange {
   std::size_t data_size() const { return ReadWire<std::uint32_t>(output_, kSizeAt); }
   std::uint32_t apply() const { return ReadWire<std::uint8_t>(output_, kApplyAt); }
 
-  // Verifies what reading and writing have in common.
-  std::string ParameterFault() const {
-    if (apply() > 1) return "apply flag " + std::to_string(apply());
-    if (ReadWire<std::uint32_t>(output_, kReservedAt) != 0) return "the reserved word is not zero";
+  std::int32_t CarryParameter(bool set) {
+    const auto enabled = IsEnabled(driver_.module);
+    if (!enabled) return kNotStored;
+    if (!*enabled) return Refuse("the module has not been switched on", kNotReady);
+    const BlockFormat* format = FindFormat(BroadwellFormats(), request_.parameter);
+    if (format == nullptr) return Refuse("no such parameter", kNoSuchParameter);
+    if (apply() > 1) return Refuse(fmt::format("apply flag {}", apply()), kInvalidParameter);
+    if (ReadWire<std::uint32_t>(output_, kReservedAt) != 0)
+      return Refuse("the reserved word is not zero", kInvalidParameter);
     if (data_size() > output_.size() - kDataAt)
-      return "a size of " + std::to_string(data_size()) + " bytes";
-    return {};
+      return Refuse(fmt::format("a size of {} bytes", data_size()), kInvalidParameter);
+    const auto data = output_.subspan(kDataAt, data_size());
+    return set ? SetParameter(*format, data) : GetParameter(*format, data);
   }
 
-  std::int32_t SetParameter() {
-    const BlockFormat* format = FindFormat(BroadwellFormats(), parameter_);
-    if (format == nullptr) return RefuseParameter("no such parameter", kNoSuchParameter);
-    std::string fault = ParameterFault();
-    if (!fault.empty()) return RefuseParameter(fault);
-    const auto data = output_.subspan(kDataAt, data_size());
-    fault = format->Fault(data);
-    const auto rest = output_.subspan(kDataAt + data_size());
+  std::int32_t SetParameter(const BlockFormat& format, std::span<const std::byte> data) {
+    std::string fault = format.Fault(data);
     if (fault.empty() && ReadWire<std::uint32_t>(output_, 0) != 0)
       fault = "the status word is not zero";
-    if (fault.empty() && !IsZero(rest)) fault = "bytes after the data are not zero";
-    if (!fault.empty()) return RefuseParameter(fault);
-    DriverRecord record{kBroadwellDriver, parameter_, apply(), {data.begin(), data.end()}};
-    std::string reason;
-    const auto receive = [&](DriverMemory& memory) { memory.Receive(std::move(record)); };
-    return store_.Change(receive, reason) ? 0 : RefuseParameter(NotStored(reason), kNotStored);
+    if (fault.empty() && !IsZero(output_.subspan(kDataAt + data.size())))
+      fault = "bytes after the data are not zero";
+    if (!fault.empty()) return Refuse(fault, kInvalidParameter);
+    const std::string loss = Receive(apply(), data);
+    return loss.empty() ? 0 : Refuse(loss, kNotStored);
   }
 
-  std::int32_t GetParameter() {
-    const BlockFormat* format = FindFormat(BroadwellFormats(), parameter_);
-    if (format == nullptr) return RefuseParameter("no such parameter", kNoSuchParameter);
-    const std::string fault = ParameterFault();
-    if (!fault.empty()) return RefuseParameter(fault);
-    const auto data = output_.subspan(kDataAt, data_size());
-    if (!IsZero(data)) return RefuseParameter("the room for the answer is not zero");
-    std::vector<std::byte> block;
-    const bool read = store_.Read([&](const DriverMemory& memory) {
-      block = HeldParameter(memory, kBroadwellDriver, parameter_, format->Initial(),
-                            Is(rule_, Kind::Stale));
-    });
-    if (!read) return kNotStored;
-    if (block.size() != data_size()) {
-      return RefuseParameter("a size of " + std::to_string(data_size()) + " bytes instead of " +
-                             std::to_string(block.size()));
-    }
-    Distort(rule_, block);
-    std::copy(block.begin(), block.end(), output_.begin() + kDataAt);
-    answered_ = Is(rule_, Kind::Short) ? kDataAt + block.size() : output_.size();
+  std::int32_t GetParameter(const BlockFormat& format, std::span<std::byte> data) {
+    if (!IsZero(data)) return Refuse("the room for the answer is not zero", kInvalidParameter);
+    auto block = Held(format);
+    if (!block) return kNotStored;
+    const std::string fault = SizeFault(data.size(), block->size());
+    if (!fault.empty()) return Refuse("a size of " + fault, kInvalidParameter);
+    Distort(*block);
+    std::ranges::copy(*block, data.begin());
+    answered_ = Is(Kind::Short) ? kDataAt + block->size() : output_.size();
     return 0;
   }
 
   const BroadwellDescription& driver_;
-  DriverStore& store_;
   std::span<const std::byte> input_;
   std::span<std::byte> output_;
   std::uint32_t& returned_;
-  DriverRequest request_{kBroadwellDriver, request::kUnknown};
-  std::uint32_t parameter_ = 0;
   std::size_t answered_ = SIZE_MAX;  // bytes; at most the whole buffer
-  std::optional<DriverMisbehaviour> rule_;
 };
 
 }  // namespace

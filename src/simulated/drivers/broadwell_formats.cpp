@@ -1,10 +1,10 @@
 // Parameters of the Broadwell driver.
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
-#include <iterator>
 
 #include "simulated/drivers/block_format.h"
-#include "simulated/drivers/wire_bytes.h"
 
 namespace orv {
 namespace {
@@ -13,30 +13,10 @@ namespace {
 constexpr std::array<std::uint32_t, 21> kInputModes = {
     1, 3, 7, 11, 15, 51, 55, 59, 63, 67, 71, 75, 79, 115, 119, 123, 127, 259, 515, 1087, 2111};
 
-// The fields stand in a format of their own, which the mask's check builds on.
-const BlockFormat& AmhdFields() {
-  static const BlockFormat kFields = {21, 92, {Flag(0),           Word(4, 1, 2111, 3),
-                                               Flag(8),           Level(12),
-                                               Flag(16),          Word(20, 0, 9, 2),
-                                               Flag(24),          Level(28),
-                                               Level(30),         Level(32),
-                                               Flag(36),          Flag(40),
-                                               Word(44, 0, 2, 2), Flag(48),
-                                               Level(52),         Word(56, 0, 9, 4),
-                                               Word(60, 0, 9, 4), Flag(64),
-                                               Word(68, 0, 2, 1), Level(72),
-                                               Flag(76),          Level(80),
-                                               Flag(84),          Level(88)}};
-  return kFields;
-}
-
-std::string AmhdFault(std::span<const std::byte> block) {
-  std::string fault = AmhdFields().Fault(block);
-  if (!fault.empty()) return fault;
+std::string ChannelMaskFault(std::span<const std::byte> block) {
   const auto mask = ReadWire<std::uint32_t>(block, 4);
-  if (std::find(kInputModes.begin(), kInputModes.end(), mask) == kInputModes.end())
-    return "offset 4: no input has the channel mask " + std::to_string(mask);
-  return {};
+  if (std::ranges::find(kInputModes, mask) != kInputModes.end()) return {};
+  return fmt::format("offset 4: no input has the channel mask {}", mask);
 }
 
 // Sections of the longest ready-made high-pass, which may come with a lower order.
@@ -46,11 +26,11 @@ constexpr std::size_t kReadyMadeSections = 3;
 std::string HighPassFault(std::span<const std::byte> block) {
   const std::size_t sections = block.size() < 22 ? 0 : (block.size() - 10) / 12;
   if (sections == 0 || block.size() != 12 * sections + 10)
-    return "a block of " + std::to_string(block.size()) + " bytes holds no whole sections";
+    return fmt::format("a block of {} bytes holds no whole sections", block.size());
   const auto order = ReadWire<std::uint32_t>(block, 0);
   if (order == 0 || SectionsOf(order) > sections ||
       (SectionsOf(order) < sections && sections > kReadyMadeSections))
-    return "an order of " + std::to_string(order) + " in " + std::to_string(sections) + " sections";
+    return fmt::format("an order of {} in {} sections", order, sections);
   if (ReadWire<std::uint16_t>(block, block.size() - 2) != 0)
     return "bytes after the coefficients are not zero";
   return {};
@@ -59,11 +39,8 @@ std::string HighPassFault(std::span<const std::byte> block) {
 // Sections, then six 32-bit words for each, shift and gain.
 std::string EqualiserFault(std::span<const std::byte> block) {
   const std::size_t sections = ReadWire<std::uint32_t>(block, 0);
-  if (block.size() < 12 || block.size() != 12 + 24 * sections) {
-    return "a block of " + std::to_string(block.size()) + " bytes for " + std::to_string(sections) +
-           " sections";
-  }
-  return {};
+  if (block.size() >= 12 && block.size() == 12 + 24 * sections) return {};
+  return fmt::format("a block of {} bytes for {} sections", block.size(), sections);
 }
 
 std::vector<CoefficientSet> HighPassSets(std::span<const std::byte> block) {
@@ -102,7 +79,21 @@ const std::vector<BlockFormat>& BroadwellFormats() {
       {5, 4, {Flag(0)}},
       {6, 4, {Flag(0)}},
       {20, 12, {Flag(0), Level(4, 3277), Word(8, 0, INT32_MAX, 0x40000000)}},
-      {21, 92, {}, AmhdFault, AmhdFields().Initial()},
+      {21,
+       92,
+       {Flag(0),           Word(4, 1, 2111, 3),
+        Flag(8),           Level(12),
+        Flag(16),          Word(20, 0, 9, 2),
+        Flag(24),          Level(28),
+        Level(30),         Level(32),
+        Flag(36),          Flag(40),
+        Word(44, 0, 2, 2), Flag(48),
+        Level(52),         Word(56, 0, 9, 4),
+        Word(60, 0, 9, 4), Flag(64),
+        Word(68, 0, 2, 1), Level(72),
+        Flag(76),          Level(80),
+        Flag(84),          Level(88)},
+       ChannelMaskFault},
       {22,
        16,
        {Flag(0, 1), Word(4, 0, INT32_MAX, 120), Word(8, 0, INT32_MAX, 0x4000000), Level(12, 8192)}},

@@ -4,7 +4,7 @@
 
 #include "platform/guid_text.h"
 #include "platform/text.h"
-#include "simulated/drivers/misbehave.h"
+#include "simulated/drivers/driver_exchange.h"
 
 namespace orv {
 namespace {
@@ -26,7 +26,7 @@ constexpr DriverFile kQualcomm = {
     L"qualcomm",
     AnswerQualcommControl};
 
-// Interfaces that each driver shows; 0 when the machine does not have it.
+// Interfaces that each driver shows; 0 if the machine does not have it.
 std::uint32_t InterfaceCount(const SimulatedDevices& devices, const DriverFile& file) {
   const DriversDescription& drivers = devices.description.drivers;
   if (&file == &kBroadwell) return drivers.broadwell ? drivers.broadwell->interfaces : 0;
@@ -75,7 +75,8 @@ class SimulatedEvent final : public NamedEvent {
 
   void Set() noexcept override {
     try {
-      devices_->drivers->Change([&](DriverMemory& memory) { ++memory.signals[name_]; });
+      std::string ignored;
+      devices_->drivers->Change([&](DriverMemory& memory) { ++memory.signals[name_]; }, ignored);
     } catch (const std::bad_alloc&) {
       // The count misses one; the platform's event has nothing to report either.
     }

@@ -11,6 +11,9 @@
 
 namespace orv {
 
+class JsonField;
+struct SimulatedEndpoint;
+
 // One way in which a driver does not do what it should.
 struct DriverMisbehaviour {
   enum class Kind {
@@ -27,9 +30,9 @@ struct DriverMisbehaviour {
 
   Kind kind = Kind::Refuse;
   Direction direction = Direction::Any;
-  std::string request;                     // see driver_requests.h; empty: every request
-  std::optional<std::uint32_t> parameter;  // of "parameter" requests; nothing: every one
-  std::optional<std::uint32_t> nth;        // counted among those it is meant for; nothing: always
+  std::string request;                     // see platform/driver_names.h; empty: every request
+  std::optional<std::uint32_t> parameter;  // of "parameter" requests; nullopt: every one
+  std::optional<std::uint32_t> nth;        // counted among those it is meant for; nullopt: always
   std::int32_t status = 0;
   std::uint32_t delay_ms = 0;
   std::uint32_t size = 0;
@@ -81,7 +84,7 @@ struct BroadwellDescription {
   std::uint32_t interfaces = 1;  // device interfaces that the driver shows
   std::uint8_t interface_version = 1;
   std::uint8_t features = 3;
-  // Off until a client switches it on, unless the machine says otherwise.
+  // Off until a client switches it on, unless the description has it on.
   SimulatedModule module = {.enabled = false};
   std::vector<DriverMisbehaviour> misbehaviour;
 };
@@ -96,5 +99,9 @@ struct DriversDescription {
   std::optional<BroadwellDescription> broadwell;
   std::optional<QualcommDescription> qualcomm;
 };
+
+// Reads the section; `endpoints` are those of the same file. Throws JsonRefusal.
+DriversDescription ReadDrivers(const JsonField& field,
+                               const std::vector<SimulatedEndpoint>& endpoints);
 
 }  // namespace orv

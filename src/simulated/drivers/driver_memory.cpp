@@ -1,5 +1,6 @@
 #include "simulated/drivers/driver_memory.h"
 
+#include <boost/algorithm/hex.hpp>
 #include <nlohmann/json.hpp>
 
 #include "simulated/description/json_field.h"
@@ -16,56 +17,42 @@ void Append(std::vector<Item>& list, Item item) {
 }
 
 std::string Hex(const std::vector<std::byte>& bytes) {
-  constexpr char kDigits[] = "0123456789abcdef";
+  const auto* begin = reinterpret_cast<const unsigned char*>(bytes.data());
   std::string text;
-  text.reserve(2 * bytes.size());
-  for (const std::byte byte : bytes) {
-    text += kDigits[std::to_integer<unsigned>(byte) >> 4];
-    text += kDigits[std::to_integer<unsigned>(byte) & 15];
-  }
+  boost::algorithm::hex_lower(begin, begin + bytes.size(), std::back_inserter(text));
   return text;
 }
 
 template <class Value>
-Json NamedNumbers(const std::map<std::string, Value>& numbers) {
-  Json list = Json::array();
-  for (const auto& [name, value] : numbers) list.push_back({{"name", name}, {"value", value}});
-  return list;
+Json Object(const std::pair<const std::string, Value>& number) {
+  return {{"name", number.first}, {"value", number.second}};
 }
 
-Json Blocks(const DriverMemory& memory) {
-  Json list = Json::array();
-  for (const auto& [key, block] : memory.blocks) {
-    list.push_back({{"driver", key.first},
-                    {"parameter", key.second},
-                    {"now", Hex(block.now)},
-                    {"before", Hex(block.before)}});
-  }
-  return list;
+Json Object(const std::pair<const std::pair<std::string, std::uint32_t>, HeldBlock>& item) {
+  return {{"driver", item.first.first},
+          {"parameter", item.first.second},
+          {"now", Hex(item.second.now)},
+          {"before", Hex(item.second.before)}};
 }
 
-Json Records(const DriverMemory& memory) {
-  Json list = Json::array();
-  for (const DriverRecord& record : memory.received) {
-    list.push_back({{"number", record.number},
-                    {"driver", record.driver},
-                    {"parameter", record.parameter},
-                    {"selector", record.selector},
-                    {"bytes", Hex(record.bytes)}});
-  }
-  return list;
+Json Object(const DriverRecord& record) {
+  return {{"number", record.number},
+          {"driver", record.driver},
+          {"parameter", record.parameter},
+          {"selector", record.selector},
+          {"bytes", Hex(record.bytes)}};
 }
 
-Json Refusals(const DriverMemory& memory) {
+Json Object(const DriverRefusal& refusal) {
+  return {{"number", refusal.number},       {"driver", refusal.driver},
+          {"request", refusal.request},     {"reason", refusal.reason},
+          {"parameter", refusal.parameter}, {"planned", refusal.planned}};
+}
+
+template <class Items>
+Json List(const Items& items) {
   Json list = Json::array();
-  for (const DriverRefusal& refusal : memory.refused) {
-    list.push_back({{"number", refusal.number},
-                    {"driver", refusal.driver},
-                    {"request", refusal.request},
-                    {"reason", refusal.reason},
-                    {"parameter", refusal.parameter},
-                    {"planned", refusal.planned}});
-  }
+  for (const auto& item : items) list.push_back(Object(item));
   return list;
 }
 
@@ -131,7 +118,12 @@ void DriverMemory::Refuse(DriverRefusal refusal) {
   Append(refused, std::move(refusal));
 }
 
-bool DriverMemory::IsEnabled(const char* driver, const SimulatedModule& module) const {
+const HeldBlock* DriverMemory::Held(const std::string& driver, std::uint32_t parameter) const {
+  const auto held = blocks.find({driver, parameter});
+  return held == blocks.end() ? nullptr : &held->second;
+}
+
+bool DriverMemory::IsEnabled(const std::string& driver, const SimulatedModule& module) const {
   const auto set = enabled.find(driver);
   return set == enabled.end() ? module.enabled : set->second != 0;
 }
@@ -139,12 +131,12 @@ bool DriverMemory::IsEnabled(const char* driver, const SimulatedModule& module) 
 std::string EncodeDriverMemory(const DriverMemory& memory, std::uint64_t change) {
   const Json content = {{"change", change},
                         {"requests", memory.requests},
-                        {"enabled", NamedNumbers(memory.enabled)},
-                        {"selections", NamedNumbers(memory.selections)},
-                        {"signals", NamedNumbers(memory.signals)},
-                        {"blocks", Blocks(memory)},
-                        {"received", Records(memory)},
-                        {"refused", Refusals(memory)}};
+                        {"enabled", List(memory.enabled)},
+                        {"selections", List(memory.selections)},
+                        {"signals", List(memory.signals)},
+                        {"blocks", List(memory.blocks)},
+                        {"received", List(memory.received)},
+                        {"refused", List(memory.refused)}};
   return content.dump(1, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 

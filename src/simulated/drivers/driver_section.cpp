@@ -1,30 +1,48 @@
-#include "simulated/drivers/driver_section.h"
+// The "drivers" section of machine.json.
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <span>
-#include <utility>
 
+#include "platform/driver_names.h"
 #include "platform/guid_text.h"
 #include "platform/text.h"
-#include "simulated/drivers/driver_requests.h"
+#include "simulated/description/json_field.h"
+#include "simulated/description/machine_description.h"
 
 namespace orv {
 namespace {
 
 using Kind = DriverMisbehaviour::Kind;
 using Direction = DriverMisbehaviour::Direction;
+
+// A request of a driver and its direction: Any, or only Get or only Set.
+struct RequestFormat {
+  std::string_view name;
+  Direction direction;
+};
 using Requests = std::span<const RequestFormat>;
+constexpr RequestFormat kSkylakeRequests[] = {
+    {request::kParameter, Direction::Any},  {request::kVersion, Direction::Get},
+    {request::kModules, Direction::Get},    {request::kStatus, Direction::Any},
+    {request::kInstance, Direction::Get},   {request::kRegister, Direction::Set},
+    {request::kUnregister, Direction::Set}, {request::kOffloadPin, Direction::Get}};
+constexpr RequestFormat kBroadwellRequests[] = {{request::kParameter, Direction::Any},
+                                                {request::kVersion, Direction::Get},
+                                                {request::kModules, Direction::Get},
+                                                {request::kStatus, Direction::Set}};
+constexpr RequestFormat kQualcommRequests[] = {{request::kParameter, Direction::Set}};
 
 constexpr JsonField::Named<std::uint32_t> kModuleTypes[] = {{"sfx", 0}, {"mfx", 1}, {"efx", 2}};
 constexpr std::size_t kLongestModuleText = 63;  // bytes, in a field of 64
 constexpr std::uint32_t kMostInterfaces = 16;
 constexpr std::uint32_t kMostListedModules = 256;
 
-// The keys of each kind of misbehaviour, besides those that say where and when it happens.
+// The keys of each kind of misbehaviour, besides those for where and when it happens.
 struct KindKeys {
   std::string_view name;
   Kind kind;
-  std::string_view needed;  // empty: nothing
+  std::string_view needed;  // empty: none
   std::string_view optional;
   bool only_answers;  // makes sense for what is read only
 };
@@ -60,7 +78,7 @@ void ReadRequest(const JsonField& field, Requests requests, DriverMisbehaviour& 
   } else if (!JsonField::ParseHexWord(field.Text(), number)) {
     std::vector<std::string_view> names;
     for (const RequestFormat& format : requests) names.push_back(format.name);
-    if (std::find(names.begin(), names.end(), field.Text()) == names.end())
+    if (std::ranges::find(names, field.Text()) == names.end())
       field.Refuse(JsonField::UnknownName("request", field.Text(), names));
     rule.request = field.Text();
     return;
@@ -72,7 +90,7 @@ void ReadRequest(const JsonField& field, Requests requests, DriverMisbehaviour& 
 // Whether the driver has a request that a rule is meant for. Only parameters have a block that can
 // be stale.
 bool HasRequestFor(const DriverMisbehaviour& rule, Requests requests) {
-  return std::any_of(requests.begin(), requests.end(), [&](const RequestFormat& format) {
+  return std::ranges::any_of(requests, [&](const RequestFormat& format) {
     const bool same_direction = format.direction == Direction::Any ||
                                 rule.direction == Direction::Any ||
                                 format.direction == rule.direction;
@@ -97,7 +115,7 @@ DriverMisbehaviour ReadMisbehaviour(const JsonField& field, Requests requests) {
   if (const auto request = field.Find("request")) ReadRequest(*request, requests, rule);
   if (const auto direction = field.Find("direction")) rule.direction = ReadDirection(*direction);
   if (keys.only_answers && rule.direction == Direction::Set)
-    field.Need("direction").Refuse("only what is read can be " + std::string(keys.name));
+    field.Need("direction").Refuse(fmt::format("only what is read can be {}", keys.name));
   if (keys.only_answers) rule.direction = Direction::Get;
   if (const auto nth = field.Find("nth")) rule.nth = nth->Nth();
   if (const auto status = field.Find("status")) rule.status = status->Status();
@@ -121,7 +139,7 @@ std::vector<DriverMisbehaviour> ReadMisbehaviours(const JsonField& driver, Reque
 
 std::string ReadModuleText(const JsonField& field) {
   if (field.Text().size() > kLongestModuleText)
-    field.Refuse("longer than " + std::to_string(kLongestModuleText) + " bytes");
+    field.Refuse(fmt::format("longer than {} bytes", kLongestModuleText));
   return field.Text();
 }
 
@@ -150,10 +168,9 @@ SkylakeEndpoint ReadSkylakeEndpoint(const JsonField& field,
   SkylakeEndpoint endpoint;
   const JsonField id = field.Need("id");
   endpoint.id = id.WideText();
-  const auto same = [&](const SimulatedEndpoint& other) {
-    return EqualsIgnoringCase(other.id, endpoint.id);
-  };
-  if (std::none_of(endpoints.begin(), endpoints.end(), same))
+  if (std::ranges::none_of(endpoints, [&](const SimulatedEndpoint& other) {
+        return EqualsIgnoringCase(other.id, endpoint.id);
+      }))
     id.Refuse("no endpoint of this machine has this identifier");
   if (const auto module = field.Find("module")) endpoint.has_module = module->Boolean();
   if (const auto node = field.Find("node")) endpoint.node = node->NumberUpTo(0xFFFF);
@@ -188,7 +205,7 @@ SkylakeDescription ReadSkylake(const JsonField& field,
     for (const JsonField& item : others->Items())
       driver.other_modules.push_back(ReadListedModule(item));
     if (driver.other_modules.size() > kMostListedModules)
-      others->Refuse("more than " + std::to_string(kMostListedModules) + " modules");
+      others->Refuse(fmt::format("more than {} modules", kMostListedModules));
   }
   driver.misbehaviour = ReadMisbehaviours(field, kSkylakeRequests);
   return driver;

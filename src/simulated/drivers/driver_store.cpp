@@ -1,7 +1,9 @@
 #include "simulated/drivers/driver_store.h"
 
+#include <fmt/format.h>
+
+#include "platform/driver_names.h"
 #include "simulated/drivers/block_format.h"
-#include "simulated/drivers/driver_requests.h"
 
 namespace orv {
 namespace {
@@ -20,11 +22,11 @@ bool IsMeantFor(const DriverMisbehaviour& rule, const DriverRequest& request) {
 
 std::string DriverRequest::Text() const {
   if (name != std::string_view(request::kParameter)) return name;
-  return name + (' ' + ParameterText(parameter));
+  return fmt::format("{} {}", name, ParameterText(parameter));
 }
 
 std::string DriverRequest::Key() const {
-  return std::string(driver) + (is_get ? " get " : " set ") + Text();
+  return fmt::format("{} {} {}", driver, is_get ? "get" : "set", Text());
 }
 
 bool DriverStore::Attach(const std::filesystem::path& folder, FileError& error) {
@@ -76,11 +78,6 @@ bool DriverStore::Write(const Body& body, std::string& reason) {
 bool DriverStore::Change(const Body& body, std::string& reason) {
   const std::lock_guard guard(lock_);
   return Write(body, reason);
-}
-
-bool DriverStore::Change(const Body& body) {
-  std::string ignored;
-  return Change(body, ignored);
 }
 
 bool DriverStore::ChangeAtLeastHere(const Body& body) {

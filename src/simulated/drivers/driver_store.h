@@ -1,5 +1,5 @@
-// The drivers' memory as all objects of a machine share it: one lock around it, kept in step with
-// the file drivers.json of the machine's folder when there is one.
+// The memory of the drivers as all objects of a machine share it: one lock around it, kept in step
+// with the file drivers.json of the machine's folder if it has one.
 #pragma once
 
 #include <atomic>
@@ -19,10 +19,10 @@
 
 namespace orv {
 
-// One request as misbehaviour and refusals see it.
+// One request for the purposes of misbehaviour and refusals.
 struct DriverRequest {
   const char* driver;
-  const char* name;             // see driver_requests.h
+  const char* name;             // see platform/driver_names.h
   std::uint32_t parameter = 0;  // of a "parameter" request
   bool is_get = true;
 
@@ -34,8 +34,8 @@ class DriverStore {
  public:
   explicit DriverStore(std::shared_ptr<FaultPlan> faults) : faults_(std::move(faults)) {}
 
-  // Puts the memory upon a folder's file, which need not exist; false with a reason when it is
-  // refused. A linked file is locked and replaced where the link leads to at this moment.
+  // Keeps the memory in a folder's file from now on. The file need not exist. Returns false, with
+  // the reason, if it is refused. A linked file is locked and replaced where the link leads now.
   bool Attach(const std::filesystem::path& folder, FileError& error);
 
   using Body = std::function<void(DriverMemory&)>;
@@ -44,22 +44,21 @@ class DriverStore {
   // written: the memory is then as it was.
   bool Read(const std::function<void(const DriverMemory&)>& body);
   bool Change(const Body& body, std::string& reason);
-  bool Change(const Body& body);
   // For what a client has to set before it can read. If the file cannot be written, the change is
   // made in this process alone and lasts until the file changes; `body` may be called twice.
   bool ChangeAtLeastHere(const Body& body);
 
-  // Keeps why a request was not taken, at least in this process. `planned`: the machine's
-  // description has the request fail, which was right.
+  // Keeps why a request is refused, at least in this process. `planned`: the machine's description
+  // has the request fail, which was right.
   void NoteRefusal(const DriverRequest& request, const std::string& reason, bool planned = false);
 
-  // The first of a driver's rules that is due for a request; counts the request for every rule that
-  // is meant for it.
+  // Returns the first of a driver's rules that is due for a request, and counts the request for
+  // every rule that is meant for it.
   std::optional<DriverMisbehaviour> Due(const std::vector<DriverMisbehaviour>& rules,
                                         const DriverRequest& request);
 
   // Keep and return the apply flag of the latest request with this key on this machine object,
-  // whether the driver took the request or not; nullopt before the first one.
+  // whether the driver accepted it or not; nullopt before the first one.
   void NoteApplyFlag(const DriverRequest& request, std::uint32_t flag);
   std::optional<std::uint32_t> ApplyFlag(const std::string& key);
 
@@ -68,7 +67,7 @@ class DriverStore {
   void EventOpened(std::uint64_t handle);
   void EventClosed(std::uint64_t handle) noexcept;
   bool IsEventOpen(std::uint64_t handle);
-  // False when the handle is registered already, or is not.
+  // False if the handle is registered already, or is not.
   bool RegisterEvent(std::uint64_t handle);
   bool UnregisterEvent(std::uint64_t handle);
   std::size_t registered_events();

@@ -1,6 +1,7 @@
 // Parameter blocks of the Skylake post-processing module.
+#include <fmt/format.h>
+
 #include "simulated/drivers/block_format.h"
-#include "simulated/drivers/wire_bytes.h"
 
 namespace orv {
 namespace {
@@ -21,24 +22,21 @@ std::string EqualiserFault(std::span<const std::byte> block, std::size_t header,
   if (present > 1) return "the equaliser is neither present nor absent";
   if (present == 0)
     return order == 0 && fir == 0 ? "" : "an absent equaliser has an order or a length";
-  if (order > kHighestIir) return "an equaliser of order " + std::to_string(order);
+  if (order > kHighestIir) return fmt::format("an equaliser of order {}", order);
   if (fir == 0 || (fir != kNoFir && fir > kLongestFir))
-    return "a filter of " + std::to_string(fir) + " taps";
+    return fmt::format("a filter of {} taps", fir);
   words += SetWords(order) + (fir == kNoFir ? 0 : fir + 4);
   return {};
 }
 
-// `header` words and as many again and more, all zero, frame the coefficients.
-std::string SizeFault(std::span<const std::byte> block, std::size_t frame, std::size_t header,
-                      std::size_t words) {
-  if (block.size() != frame + 4 * words) {
-    return "a block of " + std::to_string(block.size()) + " bytes instead of " +
-           std::to_string(frame + 4 * words);
-  }
-  for (std::size_t i = header + 4 * words; i < block.size(); ++i) {
-    if (block[i] != std::byte{0}) return "bytes after the coefficients are not zero";
-  }
-  return {};
+// `frame` bytes surround the coefficients: the header before them and zeros after them.
+std::string FrameFault(std::span<const std::byte> block, std::size_t frame, std::size_t header,
+                       std::size_t words) {
+  const std::string fault = SizeFault(block.size(), frame + 4 * words);
+  if (!fault.empty()) return "a block of " + fault;
+  return FirstNonZero(block, header + 4 * words) == block.size()
+             ? ""
+             : "bytes after the coefficients are not zero";
 }
 
 constexpr std::size_t kLeftFrame = 64;
@@ -54,18 +52,18 @@ std::string LeftFault(std::span<const std::byte> block) {
   if (present > 1) return "the high-pass is neither present nor absent";
   if (present == 0 && order != 0) return "an absent high-pass has an order";
   if (present == 1 && order == 0) return "a high-pass without an order";
-  if (order == 1 || order > 10) return "a high-pass of order " + std::to_string(order);
+  if (order == 1 || order > 10) return fmt::format("a high-pass of order {}", order);
   if (one > 1 || (order != 0 && one != 1)) return "offset 8: the third word is not 1";
   std::size_t words = order == 0 ? 0 : SetWords(order);
   std::string fault = EqualiserFault(block, 12, words);
-  return fault.empty() ? SizeFault(block, kLeftFrame, kLeftHeader, words) : fault;
+  return fault.empty() ? FrameFault(block, kLeftFrame, kLeftHeader, words) : fault;
 }
 
 std::string RightFault(std::span<const std::byte> block) {
   if (block.size() < kRightFrame) return "a block that ends within its header";
   std::size_t words = 0;
   std::string fault = EqualiserFault(block, 0, words);
-  return fault.empty() ? SizeFault(block, kRightFrame, kRightHeader, words) : fault;
+  return fault.empty() ? FrameFault(block, kRightFrame, kRightHeader, words) : fault;
 }
 
 std::vector<CoefficientSet> LeftSets(std::span<const std::byte> block) {

@@ -1,7 +1,8 @@
 #include "simulated/drivers/topology_graph.h"
 
+#include <fmt/format.h>
+
 #include "platform/text.h"
-#include "simulated/drivers/block_format.h"
 
 namespace orv {
 namespace {
@@ -94,7 +95,7 @@ TopologyGraph MakeTopologyGraph(const SkylakeEndpoint& endpoint) {
 }
 
 std::string TopologyGraph::SelectionKey(std::size_t device, std::size_t part) const {
-  return Utf8FromWide(devices[device].id) + "/" + HexNumber(devices[device].parts[part].id);
+  return fmt::format("{}/0x{:X}", Utf8FromWide(devices[device].id), devices[device].parts[part].id);
 }
 
 UINT TopologyGraph::Selection(const DriverMemory& memory, std::size_t device,
@@ -111,10 +112,9 @@ std::string TopologyGraph::RoutingFault(const DriverMemory& memory) const {
     const GraphPart& part = codec.parts[i];
     if (part.selector == SelectorKind::None) continue;
     const UINT wanted = codec.parts[part.to_endpoint].id;
-    if (Selection(memory, kCodec, i) != wanted) {
-      return "selector " + HexNumber(part.id) +
-             " on the way to the endpoint does not select part " + HexNumber(wanted);
-    }
+    if (Selection(memory, kCodec, i) == wanted) continue;
+    return fmt::format("selector 0x{:X} on the way to the endpoint does not select part 0x{:X}",
+                       part.id, wanted);
   }
   return {};
 }

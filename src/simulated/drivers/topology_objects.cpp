@@ -4,7 +4,7 @@
 #include "platform/com_ptr.h"
 #include "platform/text.h"
 #include "simulated/devices/counted_object.h"
-#include "simulated/drivers/skylake_filter.h"
+#include "simulated/drivers/device_files.h"
 #include "simulated/drivers/topology_graph.h"
 
 namespace orv {

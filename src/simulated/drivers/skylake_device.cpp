@@ -1,19 +1,16 @@
-#include "simulated/drivers/skylake_filter.h"
+// The Skylake driver with its wave filter: property requests, read byte for byte.
+#include <fmt/format.h>
 
 #include <algorithm>
 
 #include "platform/guid_text.h"
 #include "platform/text.h"
-#include "simulated/drivers/block_format.h"
-#include "simulated/drivers/driver_requests.h"
-#include "simulated/drivers/misbehave.h"
-#include "simulated/drivers/wire_bytes.h"
+#include "simulated/drivers/device_files.h"
+#include "simulated/drivers/driver_exchange.h"
+#include "simulated/drivers/topology_graph.h"
 
 namespace orv {
 namespace {
-
-using Bytes = std::vector<std::byte>;
-using Kind = DriverMisbehaviour::Kind;
 
 constexpr GUID kModuleSet = {
     0xBAE9CE37, 0xAA99, 0x4BC7, {0x9B, 0xDF, 0x4C, 0xBF, 0x3D, 0x23, 0xE1, 0xB9}};
@@ -61,31 +58,29 @@ constexpr PropertyFormat kProperties[] = {{request::kVersion, kSkylakeHeaderSize
                                           {request::kUnregister, kParameterSize, kSet},
                                           {request::kInstance, kModuleSize, kGet}};
 
-constexpr char kNotInstantiated[] = "the module is not instantiated";
-
-// One request on its way through the driver.
-class SkylakeExchange {
+class SkylakeExchange : DriverExchange {
  public:
   SkylakeExchange(SimulatedDevices& devices, const TopologyGraph& graph,
                   std::span<const std::byte> property, std::span<std::byte> data, ULONG& returned)
-      : driver_(*devices.description.drivers.skylake),
-        store_(*devices.drivers),
+      : DriverExchange(*devices.drivers, {kSkylakeDriver, request::kParameter}),
+        driver_(*devices.description.drivers.skylake),
         graph_(graph),
         property_(property),
         data_(data),
         returned_(returned) {}
 
   HRESULT UnknownSet(const GUID& set) {
-    request_ = {kSkylakeDriver, request::kUnknown};
-    return Refuse("no property set " + Utf8FromWide(GuidText(set)), kKsSetNotFound);
+    request_.name = request::kUnknown;
+    return Refuse(fmt::format("no property set {}", Utf8FromWide(GuidText(set))), kKsSetNotFound);
   }
 
   HRESULT OffloadPin() {
-    request_ = {kSkylakeDriver, request::kOffloadPin};
-    if (property_.size() != kSkylakeHeaderSize) return Refuse(SizeFault(kSkylakeHeaderSize));
-    if (Word(16) != kOffloadProperty) return Refuse("offload property " + std::to_string(Word(16)));
-    if (Word(20) != kGetOfNode) return Refuse("flags " + HexNumber(Word(20)));
-    const std::string fault = NodeFault();
+    request_.name = request::kOffloadPin;
+    std::string fault = RequestSizeFault(kSkylakeHeaderSize);
+    if (fault.empty() && Word(16) != kOffloadProperty)
+      fault = fmt::format("offload property {}", Word(16));
+    if (fault.empty() && Word(20) != kGetOfNode) fault = fmt::format("flags 0x{:X}", Word(20));
+    if (fault.empty()) fault = NodeFault();
     if (!fault.empty()) return Refuse(fault);
     return Finish([&] {
       constexpr std::uint32_t kHostPin = 0;
@@ -102,7 +97,7 @@ class SkylakeExchange {
     const std::uint32_t number = Word(16);
     request_.is_get = (Word(20) & kSet) == 0;
     if (number >= std::size(kProperties))
-      return Refuse("property " + std::to_string(number) + " is not known", kKsPropertyNotFound);
+      return Refuse(fmt::format("property {} is not known", number), kKsPropertyNotFound);
     const auto property = static_cast<Property>(number);
     const PropertyFormat& format = kProperties[number];
     request_.name = format.name;
@@ -122,37 +117,36 @@ class SkylakeExchange {
     return ReadWire<std::uint32_t>(property_, offset);
   }
   HRESULT Refuse(const std::string& reason, HRESULT status = kKsInvalidParameter) {
-    store_.NoteRefusal(request_, reason);
-    return status;
+    return DriverExchange::Refuse(reason, status);
   }
-  std::string SizeFault(std::size_t size) const {
-    return "a request of " + std::to_string(property_.size()) + " bytes instead of " +
-           std::to_string(size);
+  std::string RequestSizeFault(std::size_t size) const {
+    const std::string fault = SizeFault(property_.size(), size);
+    return fault.empty() ? "" : "a request of " + fault;
   }
 
   std::string NodeFault() const {
     if (Word(24) != graph_.endpoint.node)
-      return "node " + std::to_string(Word(24)) + " instead of " +
-             std::to_string(graph_.endpoint.node);
+      return fmt::format("node {} instead of {}", Word(24), graph_.endpoint.node);
     return Word(28) == 0 ? "" : "the reserved word is not zero";
   }
 
   std::string RequestFault(Property property, const PropertyFormat& format) const {
-    if (property_.size() != format.size) return SizeFault(format.size);
+    std::string fault = RequestSizeFault(format.size);
+    if (!fault.empty()) return fault;
     const std::uint32_t flags = Word(20);
     if ((flags != kGet && flags != kSet) || (flags & format.directions) == 0)
-      return "flags " + HexNumber(flags);
-    std::string fault = NodeFault();
+      return fmt::format("flags 0x{:X}", flags);
+    fault = NodeFault();
     if (!fault.empty() || format.size == kSkylakeHeaderSize) return fault;
     if (!IsEqualGUID(ReadWire<GUID>(property_, 32), kModuleInterface))
       return "not the post-processing interface";
     if (format.size == kInterfaceSize) return {};
-    if (Word(48) != driver_.module_type) return "type word " + std::to_string(Word(48));
+    if (Word(48) != driver_.module_type) return fmt::format("type word {}", Word(48));
     if (!IsEqualGUID(ReadWire<GUID>(property_, 52), kModule)) return "not the module's identifier";
     if (format.size == kModuleSize) return {};
     if (property != Property::Parameter && parameter() != 0)
-      return "a parameter identifier where none belongs";
-    if (Apply() > 1) return "apply flag " + std::to_string(Apply());
+      return "an unexpected parameter identifier";
+    if (Apply() > 1) return fmt::format("apply flag {}", Apply());
     return {};
   }
   std::uint32_t parameter() const { return Word(68); }
@@ -161,16 +155,11 @@ class SkylakeExchange {
   // Carries out a well-formed request, or misbehaves.
   template <class Body>
   HRESULT Finish(Body&& body) {
-    rule_ = store_.Due(driver_.misbehaviour, request_);
-    Delay(rule_);
-    const std::string planned = PlannedRefusal(rule_);
-    if (!planned.empty()) {
-      store_.NoteRefusal(request_, planned, true);
-      return Is(rule_, Kind::Absent) ? kKsPropertyNotFound : rule_->status;
-    }
+    if (IsPlannedToFail(driver_.misbehaviour))
+      return Is(Kind::Absent) ? kKsPropertyNotFound : rule_->status;
     const HRESULT status = body();
-    if (Is(rule_, Kind::Uncounted)) returned_ = 0;
-    return status == S_OK && Is(rule_, Kind::Status) ? rule_->status : status;
+    if (Is(Kind::Uncounted)) returned_ = 0;
+    return status == S_OK && Is(Kind::Status) ? rule_->status : status;
   }
 
   HRESULT Run(Property property) {
@@ -182,7 +171,7 @@ class SkylakeExchange {
       case Property::Status:
         return request_.is_get ? GetStatus() : SetStatus();
       case Property::Parameter:
-        return request_.is_get ? GetParameter() : SetParameter();
+        return CarryParameter();
       case Property::Instance:
         return Deliver({std::byte{driver_.module_instantiated}});
       default:
@@ -191,32 +180,20 @@ class SkylakeExchange {
   }
 
   HRESULT Deliver(Bytes answer) {
-    if (request_.name != std::string_view(request::kParameter)) Distort(rule_, answer);
-    if (data_.empty()) {
-      returned_ = static_cast<ULONG>(answer.size());
-      return kKsMoreData;
-    }
-    if (data_.size() < answer.size()) {
-      return Refuse("room for " + std::to_string(data_.size()) + " of " +
-                        std::to_string(answer.size()) + " bytes",
+    if (request_.name != std::string_view(request::kParameter)) Distort(answer);
+    if (!data_.empty() && data_.size() < answer.size()) {
+      return Refuse(fmt::format("room for {} of {} bytes", data_.size(), answer.size()),
                     kKsBufferTooSmall);
     }
-    std::copy(answer.begin(), answer.end(), data_.begin());
     returned_ = static_cast<ULONG>(answer.size());
+    if (data_.empty()) return kKsMoreData;
+    std::ranges::copy(answer, data_.begin());
     return S_OK;
   }
 
   Bytes Version() const {
     return {std::byte{driver_.interface_version}, std::byte{driver_.features}, std::byte{0},
             std::byte{0}, std::byte{driver_.revision}};
-  }
-
-  static void AppendText(Bytes& bytes, const std::string& text) {
-    constexpr std::size_t kFieldSize = 64;
-    const std::size_t end = bytes.size() + kFieldSize;
-    for (const char letter : text.substr(0, kFieldSize - 1))
-      bytes.push_back(static_cast<std::byte>(letter));
-    bytes.resize(end);
   }
 
   Bytes ModuleList() const {
@@ -239,49 +216,41 @@ class SkylakeExchange {
   }
 
   HRESULT GetStatus() {
-    bool enabled = false;
-    const bool read = store_.Read([&](const DriverMemory& memory) {
-      enabled = memory.IsEnabled(kSkylakeDriver, driver_.module);
-    });
-    return read ? Deliver({std::byte{enabled}}) : kKsNotReady;
+    const auto enabled = IsEnabled(driver_.module);
+    return enabled ? Deliver({std::byte{*enabled}}) : kKsNotReady;
   }
 
   HRESULT SetStatus() {
     if (data_.size() != 1 || std::to_integer<unsigned>(data_[0]) > 1)
       return Refuse("a status is one byte, 0 or 1");
-    return Keep([&](DriverMemory& memory) {
+    return Kept(Keep([&](DriverMemory& memory) {
       memory.enabled[kSkylakeDriver] = std::to_integer<std::uint8_t>(data_[0]);
-    });
+    }));
   }
 
-  HRESULT GetParameter() {
-    if (!driver_.module_instantiated) return Refuse(kNotInstantiated, kKsNotReady);
+  HRESULT CarryParameter() {
+    if (!driver_.module_instantiated) return Refuse("the module is not instantiated", kKsNotReady);
     const BlockFormat* format = FindFormat(SkylakeFormats(), parameter());
     if (format == nullptr) return Refuse("no such parameter", kKsPropertyNotFound);
-    Bytes block;
-    const bool read = store_.Read([&](const DriverMemory& memory) {
-      block = HeldParameter(memory, kSkylakeDriver, parameter(), format->Initial(),
-                            Is(rule_, Kind::Stale));
-    });
-    if (!read) return kKsNotReady;
-    Distort(rule_, block);
+    return request_.is_get ? GetParameter(*format) : SetParameter(*format);
+  }
+
+  HRESULT GetParameter(const BlockFormat& format) {
+    auto block = Held(format);
+    if (!block) return kKsNotReady;
+    Distort(*block);
     Bytes answer;
-    AppendWire(answer, static_cast<std::uint32_t>(block.size()));
-    answer.insert(answer.end(), block.begin(), block.end());
+    AppendWire(answer, static_cast<std::uint32_t>(block->size()));
+    answer.insert(answer.end(), block->begin(), block->end());
     return Deliver(std::move(answer));
   }
 
-  HRESULT SetParameter() {
-    if (!driver_.module_instantiated) return Refuse(kNotInstantiated, kKsNotReady);
-    const BlockFormat* format = FindFormat(SkylakeFormats(), parameter());
-    if (format == nullptr) return Refuse("no such parameter", kKsPropertyNotFound);
+  HRESULT SetParameter(const BlockFormat& format) {
     if (data_.size() < 4 || ReadWire<std::uint32_t>(data_, 0) != data_.size() - 4)
       return Refuse("the byte count is not that of the data");
     const auto block = data_.subspan(4);
-    const std::string fault = format->Fault(block);
-    if (!fault.empty()) return Refuse(fault);
-    DriverRecord record{kSkylakeDriver, parameter(), Apply(), {block.begin(), block.end()}};
-    return Keep([&](DriverMemory& memory) { memory.Receive(std::move(record)); });
+    const std::string fault = format.Fault(block);
+    return fault.empty() ? Kept(Receive(Apply(), block)) : Refuse(fault);
   }
 
   HRESULT ChangeEvent(bool registers) {
@@ -293,19 +262,16 @@ class SkylakeExchange {
     return Refuse(registers ? "the event is registered already" : "the event is not registered");
   }
 
-  HRESULT Keep(const DriverStore::Body& body) {
-    std::string reason;
-    return store_.Change(body, reason) ? S_OK : Refuse(NotStored(reason), kKsWriteFault);
+  // The status after a change that was kept, or lost for a reason.
+  HRESULT Kept(const std::string& loss) {
+    return loss.empty() ? S_OK : Refuse(loss, kKsWriteFault);
   }
 
   const SkylakeDescription& driver_;
-  DriverStore& store_;
   const TopologyGraph& graph_;
   std::span<const std::byte> property_;
   std::span<std::byte> data_;
   ULONG& returned_;
-  DriverRequest request_{kSkylakeDriver, request::kParameter};
-  std::optional<DriverMisbehaviour> rule_;
 };
 
 }  // namespace

@@ -1,20 +1,16 @@
-#include "simulated/drivers/driver_remarks.h"
+// What a listener would notice of what the drivers hold.
+#include <fmt/format.h>
 
-#include <optional>
-#include <span>
-#include <string>
-#include <utility>
-
+#include "platform/driver_names.h"
 #include "simulated/drivers/block_format.h"
-#include "simulated/drivers/driver_requests.h"
-#include "simulated/drivers/wire_bytes.h"
+#include "simulated/drivers/driver_memory.h"
 
 namespace orv {
 namespace {
 
 constexpr std::uint32_t kCustom = 9;  // code of a size or cut-off that has coefficients of its own
 
-// A word of a block that stands for coefficients in another block.
+// A word of a block whose custom code means coefficients in another block.
 struct CustomCode {
   std::uint32_t parameter;
   std::size_t offset;
@@ -28,21 +24,21 @@ constexpr CustomCode kBroadwellCodes[] = {{21, 56, 100, "the audio size"},
                                           {21, 20, 101, "the space cut-off"}};
 
 // One driver's blocks.
-class Remarks {
+class Findings {
  public:
-  Remarks(const DriverMemory& memory, const char* driver, std::vector<DriverRemark>& remarks)
-      : memory_(memory), driver_(driver), remarks_(remarks) {}
+  Findings(const DriverMemory& memory, const char* driver, std::vector<DriverFinding>& findings)
+      : memory_(memory), driver_(driver), findings_(findings) {}
 
   void Add(std::uint32_t parameter, std::string text) {
-    remarks_.push_back({driver_, parameter, std::move(text)});
+    findings_.push_back({driver_, parameter, std::move(text)});
   }
 
-  // Null unless the driver took one.
+  // Null unless the driver accepted one.
   const std::vector<std::byte>* Held(std::uint32_t parameter) const {
-    const auto held = memory_.blocks.find({driver_, parameter});
-    return held == memory_.blocks.end() ? nullptr : &held->second.now;
+    const HeldBlock* held = memory_.Held(driver_, parameter);
+    return held == nullptr ? nullptr : &held->now;
   }
-  // The word of a block that the driver took; nothing otherwise.
+  // A word of a block that the driver accepted; nullopt if there is none.
   std::optional<std::uint32_t> WordOf(std::uint32_t parameter, std::size_t offset) const {
     const std::vector<std::byte>* block = Held(parameter);
     if (block == nullptr) return std::nullopt;
@@ -57,8 +53,8 @@ class Remarks {
     for (const CustomCode& code : codes) {
       if (WordOf(code.parameter, code.offset) != kCustom || Held(code.coefficients) != nullptr)
         continue;
-      Add(code.parameter, std::string(code.name) + " is custom, but parameter " +
-                              ParameterText(code.coefficients) + " never came");
+      Add(code.parameter, fmt::format("{} is custom, but parameter {} never came", code.name,
+                                      ParameterText(code.coefficients)));
     }
   }
 
@@ -83,51 +79,53 @@ class Remarks {
 
   const DriverMemory& memory_;
   const char* driver_;
-  std::vector<DriverRemark>& remarks_;
+  std::vector<DriverFinding>& findings_;
 };
 
-void OnSkylake(Remarks remarks, const DriverMemory& memory, const SkylakeDescription& driver) {
+void OnSkylake(Findings findings, const DriverMemory& memory, const SkylakeDescription& driver) {
   if (!driver.module_instantiated)
-    remarks.Add(0, "the module is not instantiated");
+    findings.Add(0, "the module is not instantiated");
   else if (!memory.IsEnabled(kSkylakeDriver, driver.module))
-    remarks.Add(0, "the module is switched off");
-  remarks.OnProcessing(0x10014401);
-  remarks.OnCustomCodes(kSkylakeCodes);
-  remarks.OnFilters(SkylakeFormats());
-  remarks.OnResonators(0x1001440F, 0);
+    findings.Add(0, "the module is switched off");
+  findings.OnProcessing(0x10014401);
+  findings.OnCustomCodes(kSkylakeCodes);
+  findings.OnFilters(SkylakeFormats());
+  findings.OnResonators(0x1001440F, 0);
 }
 
-void OnBroadwell(Remarks remarks, const DriverMemory& memory, const BroadwellDescription& driver) {
+void OnBroadwell(Findings findings, const DriverMemory& memory,
+                 const BroadwellDescription& driver) {
   if (!memory.IsEnabled(kBroadwellDriver, driver.module))
-    remarks.Add(0, "no client has switched the module on");
-  remarks.OnProcessing(0);
-  remarks.OnCustomCodes(kBroadwellCodes);
-  if ((remarks.WordOf(21, 56) == kCustom) != (remarks.WordOf(21, 60) == kCustom))
-    remarks.Add(21, "only one of the two sizes is custom");
-  remarks.OnFilters(BroadwellFormats());
-  remarks.OnResonators(100, 0);
+    findings.Add(0, "no client has switched the module on");
+  findings.OnProcessing(0);
+  findings.OnCustomCodes(kBroadwellCodes);
+  if ((findings.WordOf(21, 56) == kCustom) != (findings.WordOf(21, 60) == kCustom))
+    findings.Add(21, "only one of the two sizes is custom");
+  findings.OnFilters(BroadwellFormats());
+  findings.OnResonators(100, 0);
 }
 
-void OnQualcomm(Remarks remarks) {
-  // Both kinds of record have the flag of bass enhancement at one place.
+void OnQualcomm(Findings findings) {
+  // Both kinds of record have the flag of bass enhancement in the same place.
   constexpr std::uint32_t kBass = 4;
-  remarks.OnProcessing(0x10005011);
-  remarks.OnFilters(QualcommFormats());
+  findings.OnProcessing(0x10005011);
+  findings.OnFilters(QualcommFormats());
   for (const auto& [parameter, offset] : {std::pair(0x10005012U, 28U), std::pair(0x10005013U, 24U)})
-    if ((remarks.WordOf(parameter, 0).value_or(0) & kBass) != 0)
-      remarks.OnResonators(parameter, offset);
+    if ((findings.WordOf(parameter, 0).value_or(0) & kBass) != 0)
+      findings.OnResonators(parameter, offset);
 }
 
 }  // namespace
 
-std::vector<DriverRemark> RemarksOn(const DriverMemory& memory, const DriversDescription& drivers) {
-  std::vector<DriverRemark> remarks;
+std::vector<DriverFinding> FindingsOn(const DriverMemory& memory,
+                                      const DriversDescription& drivers) {
+  std::vector<DriverFinding> findings;
   if (drivers.skylake)
-    OnSkylake(Remarks(memory, kSkylakeDriver, remarks), memory, *drivers.skylake);
+    OnSkylake(Findings(memory, kSkylakeDriver, findings), memory, *drivers.skylake);
   if (drivers.broadwell)
-    OnBroadwell(Remarks(memory, kBroadwellDriver, remarks), memory, *drivers.broadwell);
-  if (drivers.qualcomm) OnQualcomm(Remarks(memory, kQualcommDriver, remarks));
-  return remarks;
+    OnBroadwell(Findings(memory, kBroadwellDriver, findings), memory, *drivers.broadwell);
+  if (drivers.qualcomm) OnQualcomm(Findings(memory, kQualcommDriver, findings));
+  return findings;
 }
 
 }  // namespace orv
