@@ -1,9 +1,10 @@
 #include "cli/client/catalog.h"
 
+#include <fmt/format.h>
+
+#include "cli/client/registry.h"
 #include "cli/show/failure.h"
 #include "cli/show/names.h"
-#include "config/mode_selector.h"
-#include "endpoints/endpoint_registry.h"
 #include "platform/text.h"
 #include "properties/property_image.h"
 
@@ -66,9 +67,11 @@ const ORVAPOConfigurationFile& Catalog::File(const Endpoint& endpoint) {
     auto loaded = std::make_unique<ORVAPOConfigurationFile>(machine_);
     const LoadStatus status = loaded->Load(WideFromUtf8(path), static_cast<std::uint32_t>(type), 0);
     if (status != LoadStatus::Loaded) {
-      throw Failure(kRefused, "the configuration file " + path + " cannot be read (load status " +
-                                  std::to_string(NumberOf(status)) + ").\nWhat examines it: " +
-                                  CommandLine("doctor " + endpoint.number()));
+      throw Failure(
+          kRefused,
+          fmt::format("the configuration file {} cannot be read (load status {}).\nWhat "
+                      "examines it: {}",
+                      path, NumberOf(status), CommandLine("doctor " + endpoint.number())));
     }
     file = std::move(loaded);
   }
@@ -88,27 +91,12 @@ ControlTexts Catalog::Texts(const Endpoint& endpoint, const std::string& mode,
     }
     return texts;
   }
-  throw Failure(kRefused, "the configuration file " + endpoint.ConfigFile() +
-                              " has no mode named " + mode + ".");
+  throw Failure(kRefused, "the configuration file {} has no mode named {}.", endpoint.ConfigFile(),
+                mode);
 }
 
 std::string Catalog::DefaultMode(const Endpoint& endpoint) {
   return Utf8FromName(File(endpoint).GetDefaultModeKey().GetModeName());
-}
-
-std::string CurrentModeValue() { return Utf8FromWide(ORVAPOModeSelector::kCurrentModeValue); }
-
-std::optional<ImageBytes> ReadImage(Machine& machine, const std::string& registry_path,
-                                    const std::string& value_name) {
-  std::unique_ptr<RegistryKey> key;
-  if (machine.registry().OpenKey(RegRoot::LocalMachine, WideFromUtf8(registry_path), kQueryAccess,
-                                 key) != kRegOk)
-    return std::nullopt;
-  std::uint32_t type = 0;
-  ImageBytes bytes;
-  for (const std::wstring& name : NamesFromUtf8(value_name))
-    if (ReadValue(*key, name, type, bytes) == kRegOk && type == kRegBinary) return bytes;
-  return std::nullopt;
 }
 
 }  // namespace orv::cli

@@ -1,5 +1,5 @@
-// What the public interfaces do not tell: the names of a mode's controls, their choices, and values
-// that only the configuration file holds. Read from the files themselves.
+// Reads from the configuration file and the technology library what the public interfaces do not
+// return: the names of a mode's controls, their choices, and values that only the file holds.
 #pragma once
 
 #include <map>
@@ -36,11 +36,11 @@ class Catalog {
   std::size_t described_controls() const { return technology_.control_infos().size(); }
   std::vector<std::string> DescribedNames() const;
 
-  // The controls of one of a mode's lists with the texts that are in force: what the configuration
-  // file says, with what the registry holds over it for public controls. Throws Failure when the
-  // file cannot be read or has no such mode.
+  // The controls of one of a mode's lists with the texts in force: those of the configuration file,
+  // replaced by those that the registry holds for public controls. Throws Failure if the file
+  // cannot be read or has no such mode.
   ControlTexts Texts(const Endpoint& endpoint, const std::string& mode, ORVAPOControlType list);
-  // The name of the configuration's default mode, be it one of its modes or not.
+  // The name of the configuration's default mode, which may not be one of its modes.
   std::string DefaultMode(const Endpoint& endpoint);
 
  private:
@@ -51,12 +51,5 @@ class Catalog {
   std::map<std::pair<std::string, ORVAPOEndpointConfig>, std::unique_ptr<ORVAPOConfigurationFile>>
       files_;
 };
-
-// The name of the value that holds an endpoint's current mode.
-std::string CurrentModeValue();
-
-// The image in a value of the endpoint's registry key; nothing when there is none.
-std::optional<ImageBytes> ReadImage(Machine& machine, const std::string& registry_path,
-                                    const std::string& value_name);
 
 }  // namespace orv::cli

@@ -1,4 +1,4 @@
-// What the commands of one run share: what they were told, the session, and where results go.
+// What the commands of one run share: global options, the session, and where results go.
 #pragma once
 
 #include <memory>
@@ -7,15 +7,15 @@
 #include <vector>
 
 #include "cli/client/catalog.h"
-#include "cli/client/change_lock.h"
+#include "cli/client/host.h"
 #include "cli/client/session.h"
 #include "cli/show/failure.h"
 #include "cli/show/output.h"
 
 namespace orv::cli {
 
-// The machine and the component are opened when a command first asks for them, so that offline
-// commands work without either.
+// Opens the machine and the component for the first command that needs them: offline commands work
+// without either.
 class Context {
  public:
   explicit Context(Output& output_stream) : output(output_stream) {}
@@ -28,15 +28,15 @@ class Context {
   Session& session();
   Catalog& catalog();
 
-  // All of them, each loaded with the configuration type that was asked for.
+  // All endpoints, each loaded with the requested configuration type.
   std::vector<Endpoint> Endpoints();
   // By identifier, number or part of its name.
   Endpoint SelectEndpoint(const std::string& text);
   // By name or part of it; empty text means the current mode.
   Mode SelectMode(const Endpoint& endpoint, const std::string& text);
   Mode CurrentMode(const Endpoint& endpoint);
-  // For a command that changes the endpoint: taken before it reads anything that it will write or
-  // decide by, and held until it has verified the change.
+  // For a command that changes the endpoint: taken before it reads anything that the change depends
+  // on, and held until it has verified the change.
   ChangeLock LockForChange(const Endpoint& endpoint) {
     return ChangeLock(session().machine_folder(), endpoint.RegistryPath());
   }
@@ -44,9 +44,8 @@ class Context {
  private:
   std::vector<Endpoint> FindEndpoints();
   Endpoint WithConfig(Endpoint endpoint) const;
-  static std::size_t PositionOf(const std::vector<Endpoint>& endpoints, const std::string& text);
 
-  // The catalog stands on the session, so it goes first.
+  // The catalog uses the session, so it is destroyed first.
   std::unique_ptr<Session> session_;
   std::unique_ptr<Catalog> catalog_;
 };

@@ -1,5 +1,7 @@
 #include "cli/client/control_view.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 #include "cli/show/failure.h"
@@ -17,7 +19,7 @@ std::optional<std::int32_t> Position(const std::vector<std::string>& choices,
   return static_cast<std::int32_t>(choices.rend() - last - 1);
 }
 
-// What the component would make of a stored text.
+// The number that the component reads from a stored text.
 std::optional<std::int32_t> NumberOf(const std::string& text, const ControlFacts& facts) {
   if (const auto position = Position(facts.choices, text)) return position;
   const std::int32_t number = ORVQVTValue("", boost::any(text)).ToLong();
@@ -44,18 +46,16 @@ ControlView View(const Catalog& catalog, const Control& control, const std::stri
 }
 
 std::string RangeText(const ControlView& view) {
-  if (!view.facts.choices.empty()) {
-    std::string text;
-    for (const std::string& choice : view.facts.choices)
-      text += (text.empty() ? "" : " | ") + choice;
+  const auto& choices = view.facts.choices;
+  if (!choices.empty()) {
+    const std::string text = fmt::format("{}", fmt::join(choices, " | "));
     constexpr std::size_t kWidest = 48;
     if (text.size() <= kWidest) return text;
-    return std::to_string(view.facts.choices.size()) + " choices: " + view.facts.choices.front() +
-           " ... " + view.facts.choices.back();
+    return fmt::format("{} choices: {} ... {}", choices.size(), choices.front(), choices.back());
   }
   if (view.minimum == view.maximum) return "";
-  return NumberText(view.minimum, view.scale, view.facts.factor) + " to " +
-         NumberText(view.maximum, view.scale, view.facts.factor);
+  return fmt::format("{} to {}", NumberText(view.minimum, view.scale, view.facts.factor),
+                     NumberText(view.maximum, view.scale, view.facts.factor));
 }
 
 }  // namespace
@@ -64,7 +64,7 @@ ORVAPOControlType ParseListName(const std::string& name) {
   if (name == "private") return kORVAPO_Cont_Private;
   if (name == "default") return kORVAPO_Cont_Default;
   if (name == "public") return kORVAPO_Cont_Public;
-  UsageFailure("no list named \"" + name + "\": expected public, private or default." +
+  UsageFailure("no list named \"{}\": expected public, private or default.{}", name,
                Suggestion({"public", "private", "default"}, name));
 }
 
@@ -87,26 +87,26 @@ ControlView FindControl(Catalog& catalog, const Endpoint& endpoint, const Mode& 
                         const std::string& name) {
   std::vector<std::string> names;
   for (const ORVAPOControlType list : {kORVAPO_Cont_Public, kORVAPO_Cont_Private}) {
-    const std::vector<ControlView> views = ViewControls(catalog, endpoint, mode, list);
-    if (const ControlView* view = FindView(views, name)) return *view;
-    for (const ControlView& view : views) names.push_back(view.name);
+    const ControlTexts texts = catalog.Texts(endpoint, mode.name(), list);
+    if (const auto text = texts.find(name); text != texts.end())
+      if (const std::optional<Control> control = mode.Controls(list).Find(name))
+        return View(catalog, *control, text->second);
+    for (const auto& [other, text] : texts) names.push_back(other);
   }
-  UsageFailure("no control named \"" + name + "\" in " + mode.name() + "." +
-               Suggestion(names, name) + "\nWhat lists them: " +
-               CommandLine("controls " + endpoint.number() + " --mode " + ShellWord(mode.name())));
+  UsageFailure("no control named \"{}\" in {}.{}\nWhat lists them: {}", name, mode.name(),
+               Suggestion(names, name),
+               CommandLine("controls {} --mode {}", endpoint.number(), ShellWord(mode.name())));
 }
 
 Json ToJson(const ControlView& view) {
-  Json json;
-  json["name"] = view.name;
-  json["display"] = view.display;
-  json["value"] = view.value ? Json(*view.value) : Json();
-  json["text"] = view.text;
-  json["min"] = view.minimum;
-  json["max"] = view.maximum;
-  json["scale"] = ScaleWord(view.scale);
-  json["choices"] = view.facts.described ? Json(view.facts.choices) : Json();
-  return json;
+  return {{"name", view.name},
+          {"display", view.display},
+          {"value", view.value ? Json(*view.value) : Json()},
+          {"text", view.text},
+          {"min", view.minimum},
+          {"max", view.maximum},
+          {"scale", ScaleWord(view.scale)},
+          {"choices", view.facts.described ? Json(view.facts.choices) : Json()}};
 }
 
 Json ToJson(const std::vector<ControlView>& views) {
@@ -131,33 +131,32 @@ void ShowControl(Output& output, const ControlView& view) {
 std::string RangeFault(const ControlView& view, std::int32_t value) {
   const auto& choices = view.facts.choices;
   if (!choices.empty() && (value < 0 || static_cast<std::size_t>(value) >= choices.size()))
-    return std::to_string(value) + " is none of the positions 0 to " +
-           std::to_string(choices.size() - 1) + " of \"" + view.name + "\"";
-  if (view.minimum < view.maximum && (value < view.minimum || value > view.maximum)) {
-    const std::string numbers =
-        std::to_string(view.minimum) + " to " + std::to_string(view.maximum);
-    const std::string quantities = choices.empty() ? RangeText(view) : numbers;
-    return std::to_string(value) + " is outside the range of \"" + view.name + "\", " + numbers +
-           (quantities == numbers ? "" : " (" + quantities + ")");
-  }
-  return {};
+    return fmt::format("{} is none of the positions 0 to {} of \"{}\"", value, choices.size() - 1,
+                       view.name);
+  if (view.minimum >= view.maximum || (value >= view.minimum && value <= view.maximum)) return {};
+  const std::string numbers = fmt::format("{} to {}", view.minimum, view.maximum);
+  const std::string quantities = choices.empty() ? RangeText(view) : numbers;
+  return fmt::format("{} is outside the range of \"{}\", {}{}", value, view.name, numbers,
+                     quantities == numbers ? "" : fmt::format(" ({})", quantities));
 }
 
 std::int32_t ParseValue(const ControlView& view, const std::string& text, bool force) {
-  if (const auto position = Position(view.facts.choices, text)) return *position;
-  for (std::size_t i = 0; i < view.facts.choices.size(); ++i)
-    if (EqualsIgnoringCase(view.facts.choices[i], text)) return static_cast<std::int32_t>(i);
+  const auto& choices = view.facts.choices;
+  if (const auto position = Position(choices, text)) return *position;
+  for (std::size_t i = 0; i < choices.size(); ++i)
+    if (EqualsIgnoringCase(choices[i], text)) return static_cast<std::int32_t>(i);
   const std::optional<int> number = ParseNumber(text);
   if (!number) {
-    std::string message = "\"" + text + "\" is no value for \"" + view.name + "\": expected ";
-    message += view.facts.choices.empty() ? "a whole number" : "a choice's position or one of";
-    for (const std::string& choice : view.facts.choices) message += "\n  " + choice;
+    std::string message =
+        fmt::format("\"{}\" is not a value for \"{}\": expected {}", text, view.name,
+                    choices.empty() ? "a whole number" : "a choice's position or one of");
+    for (const std::string& choice : choices) message += "\n  " + choice;
     if (view.scale == ORV_QVT_SCALE_BY100) message += " of hundredths (1250 means 12.50)";
-    const std::string suggestion = Suggestion(view.facts.choices, text);
+    const std::string suggestion = Suggestion(choices, text);
     UsageFailure(message + (suggestion.empty() ? "." : "\n" + suggestion.substr(1)));
   }
   if (const std::string fault = RangeFault(view, *number); !force && !fault.empty())
-    UsageFailure(fault + ".\n--force stores it all the same.");
+    UsageFailure(fault + ".\n--force stores it anyway.");
   return *number;
 }
 

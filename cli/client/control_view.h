@@ -12,7 +12,7 @@ namespace orv::cli {
 
 struct ControlView {
   std::string name;
-  std::string display;  // empty when nobody describes the control
+  std::string display;  // empty if the control is not described
   std::optional<std::int32_t> value;
   bool numeric = true;  // false: what is stored is neither a number nor a choice
   std::string text;     // the choice, the number as a quantity, or the stored text as it is
@@ -26,14 +26,14 @@ struct ControlView {
 ORVAPOControlType ParseListName(const std::string& name);
 
 // Every control of the list in name order. A private control's value comes from the configuration
-// file, because the component does not tell it.
+// file, because the component does not return it.
 std::vector<ControlView> ViewControls(Catalog& catalog, const Endpoint& endpoint, const Mode& mode,
                                       ORVAPOControlType list);
 
 // The one of this name; null if there is none.
 const ControlView* FindView(const std::vector<ControlView>& views, const std::string& name);
 
-// A control of the mode, public ones first. Usage failure with the nearest name when there is none.
+// A control of the mode, public ones first. Usage failure with the nearest name if there is none.
 ControlView FindControl(Catalog& catalog, const Endpoint& endpoint, const Mode& mode,
                         const std::string& name);
 
@@ -43,11 +43,11 @@ void ShowControls(Output& output, const std::vector<ControlView>& views);
 // As a table, or as its JSON value.
 void ShowControl(Output& output, const ControlView& view);
 
-// The integer that `text` means for the control: a number, or one of its choices (exact, else
-// letter case ignored). Usage failure when it is neither, or out of range unless `force`.
+// The integer that `text` is for the control: a number, or one of its choices (exact, else
+// letter case ignored). Usage failure if it is neither, or out of range unless `force`.
 std::int32_t ParseValue(const ControlView& view, const std::string& text, bool force);
 
-// Why the integer does not fit the control; empty when it does.
+// Why the integer does not fit the control; empty if it does.
 std::string RangeFault(const ControlView& view, std::int32_t value);
 
 }  // namespace orv::cli

@@ -1,14 +1,18 @@
 #include "cli/client/diagnosis.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 
+#include "analysis/loopback_stream.h"
+#include "cli/client/registry.h"
 #include "cli/offline/files.h"
 #include "cli/show/failure.h"
 #include "cli/show/names.h"
 #include "cli/show/select.h"
 #include "config/configuration_file.h"
-#include "config/mode_selector.h"
 #include "config/technology_library.h"
 #include "endpoints/endpoint_registry.h"
 #include "platform/text.h"
@@ -17,12 +21,17 @@
 namespace orv::cli {
 namespace {
 
-// Writes a value of its own into the key, reads it and takes it away again.
+const char* const kReinstallEffects = "Install the effects driver for this endpoint again.";
+
+std::string SystemErrorWords(RegStatus status) {
+  return StatusText(orv_apo::StatusOfSystemError(static_cast<DWORD>(status)));
+}
+
+// Writes a value under a name of its own into the key, reads and deletes it.
 RegStatus TryKey(Machine& machine, const std::wstring& path) {
   static std::atomic<unsigned> count{0};
   const auto now = std::chrono::system_clock::now().time_since_epoch().count();
-  const std::wstring name =
-      L"orvctl doctor " + std::to_wstring(now) + L'.' + std::to_wstring(++count);
+  const std::wstring name = WideFromUtf8(fmt::format("orvctl doctor {}.{}", now, ++count));
   std::unique_ptr<RegistryKey> key;
   RegStatus status = machine.registry().OpenKey(RegRoot::LocalMachine, path, kSettingsAccess, key);
   if (status != kRegOk) return status;
@@ -36,17 +45,14 @@ RegStatus TryKey(Machine& machine, const std::wstring& path) {
   return status == kRegOk ? deleted : status;
 }
 
-// The command that stores a value of the endpoint's key anew.
+// The command that stores a value of the endpoint's key again.
 std::string RestoreLine(const std::string& value, const Endpoint& endpoint,
                         const std::vector<Mode>& modes) {
-  if (value == Utf8FromWide(kGlobalSettingsValue))
-    return CommandLine("enable " + endpoint.number() + " on");
-  for (const Mode& mode : modes)
-    if (mode.name() == value) {
-      return CommandLine("restore " + endpoint.number() + " --mode " + ShellWord(value));
-    }
-  if (value == Utf8FromWide(ORVAPOModeSelector::kCurrentModeValue))
-    return CommandLine("mode " + endpoint.number() + " --default");
+  const std::string number = endpoint.number();
+  if (value == Utf8FromWide(kGlobalSettingsValue)) return CommandLine("enable {} on", number);
+  if (std::ranges::find(modes, value, &Mode::name) != modes.end())
+    return CommandLine("restore {} --mode {}", number, ShellWord(value));
+  if (value == CurrentModeValue()) return CommandLine("mode {} --default", number);
   return "Delete that value: no mode of the configuration has this name.";
 }
 
@@ -59,21 +65,13 @@ std::string NameOf(const ORVAPOEndpointInfo& info) {
 
 std::vector<ORVAPOEndpointInfo> ReadEndpoints(Session& session) {
   std::vector<ORVAPOEndpointInfo> infos;
-  ComPtr<IMMDeviceEnumerator> enumerator;
-  Require(session.machine().CreateDeviceEnumerator(enumerator.Put()),
-          "asking the machine for its audio endpoints", "");
   for (const std::string& id : session.DeviceIdentifiers()) {
     ComPtr<IMMDevice> device;
-    if (FAILED(enumerator->GetDevice(WideFromUtf8(id).c_str(), device.Put()))) continue;
+    if (FAILED(FindDevice(session.machine(), WideFromUtf8(id), device))) continue;
     infos.emplace_back(session.machine());
     infos.back().Attach(device.get(), true);
   }
   return infos;
-}
-
-std::string Diagnosis::MachineFolder() const {
-  const std::filesystem::path& folder = context_.session().machine_folder();
-  return folder.empty() ? "" : ShellWord(PathText(std::filesystem::absolute(folder)));
 }
 
 void Diagnosis::ExamineTechnology() {
@@ -94,83 +92,77 @@ void Diagnosis::ExamineTechnology() {
 }
 
 void Diagnosis::ExamineEffects(const ORVAPOEndpointInfo& info) {
-  std::string registered;
+  std::vector<const char*> registered;
   const auto add = [&](const char* kind, const EffectIdentifier& effect) {
-    if (!effect.text.empty()) registered += (registered.empty() ? "" : ", ") + std::string(kind);
+    if (!effect.text.empty()) registered.push_back(kind);
   };
   add("pre-mix", info.premix_effect());
   add("stream", info.stream_effect());
   add("mode", info.mode_effect());
   add("endpoint", info.endpoint_effect());
   Add("effect registration", !registered.empty(),
-      registered.empty() ? "no effect is registered on the endpoint" : registered + " effect",
-      "Install the effects driver for this endpoint again.");
+      registered.empty() ? "no effect is registered on the endpoint"
+                         : fmt::format("{} effect", fmt::join(registered, ", ")),
+      kReinstallEffects);
   Add("system effects", !info.system_effects_disabled(),
       info.system_effects_disabled() ? "switched off for this endpoint" : "allowed",
       "Switch audio enhancements on in the endpoint's properties.");
 }
 
 void Diagnosis::ExamineConfiguration(const ORVAPOEndpointInfo& info) {
+  const char* const kName = "configuration file";
   const std::string path = Utf8FromWide(info.config_file());
-  if (path.empty()) {
-    return Add("configuration file", false, "the endpoint names none",
-               "Install the effects driver for this endpoint again.");
-  }
+  if (path.empty()) return Add(kName, false, "the endpoint names none", kReinstallEffects);
   ORVAPOConfigurationFile file(machine_);
   const LoadStatus status = file.Load(info.config_file(), kORVAPO_EPCfg_None, 0);
+  if (status == LoadStatus::Loaded)
+    return Add(kName, true, fmt::format("{} has {}", path, Counted(file.GetModes().size(), "mode")),
+               "");
+  if (!machine_.FileExists(info.config_file()))
+    return Add(kName, false, path + " is missing", "Put the configuration file there.");
   const auto found = machine_.HostFile(info.config_file());
   const std::string host = found ? PathText(std::filesystem::absolute(*found)) : path;
-  if (status == LoadStatus::Loaded) {
-    return Add("configuration file", true, path + " has " + Counted(file.GetModes().size(), "mode"),
-               "");
-  }
-  const bool exists = machine_.FileExists(info.config_file());
-  Add("configuration file", false,
-      path + (exists ? " is refused (load status " + std::to_string(NumberOf(status)) + ")"
-                     : " is missing"),
-      exists ? CommandLine("check " + ShellWord(host)) : "Put the configuration file there.");
+  Add(kName, false, fmt::format("{} is refused (load status {})", path, NumberOf(status)),
+      CommandLine("check " + ShellWord(host)));
 }
 
 void Diagnosis::ExamineRights(const ORVAPOEndpointInfo& info) {
-  const std::string path = "HKEY_LOCAL_MACHINE\\" + Utf8FromWide(info.apo_key_path());
-  const std::string folder = MachineFolder();
+  const std::filesystem::path& machine = context_.session().machine_folder();
   const RegStatus status = TryKey(machine_, info.apo_key_path());
-  Add("registry rights", status == kRegOk,
-      path + (status == kRegOk
-                  ? ": a value was written, read and removed"
-                  : ": a value could not be written, read and removed: " +
-                        StatusText(orv_apo::StatusOfSystemError(static_cast<DWORD>(status)))),
-      "Give this user the rights to read and set values of that key" +
-          (folder.empty() ? "." : ", and room and the right to write in " + folder + "."));
+  std::string detail = "HKEY_LOCAL_MACHINE\\" + Utf8FromWide(info.apo_key_path());
+  detail += status == kRegOk
+                ? ": a value was written, read and removed"
+                : ": a value could not be written, read and removed: " + SystemErrorWords(status);
+  std::string remedy = "Give this user the rights to read and set values of that key";
+  if (!machine.empty())
+    remedy += fmt::format(", and room and the right to write in {}",
+                          ShellWord(PathText(std::filesystem::absolute(machine))));
+  Add("registry rights", status == kRegOk, detail, remedy + ".");
 }
 
-// What an image holds that no reader takes, or that lies outside the control's range; empty when
-// all is well.
+// The parts of an image that no reader takes and the values outside their control's range; empty if
+// there are none.
 std::string Diagnosis::ImageFaults(const std::string& value, const ImageBytes& bytes) {
   ORVPropertyList list;
   const ImageDecoding decoding = DecodeImage(bytes, ImageReading::Replace, list);
-  std::string faults;
-  const auto add = [&](const std::string& what) { faults += (faults.empty() ? "" : "; ") + what; };
-  if (decoding.fault != ImageFault::None) {
-    add("the image \"" + value + "\" cannot be decoded from offset " +
-        std::to_string(decoding.fault_offset) + " of " + std::to_string(bytes.size()));
-  }
-  if (decoding.unknown_tags != 0) {
-    add("the image \"" + value + "\" has " + Counted(decoding.unknown_tags, "record") +
-        " of unknown kind");
-  }
+  std::vector<std::string> faults;
+  if (decoding.fault != ImageFault::None)
+    faults.push_back(fmt::format("the image \"{}\" cannot be decoded from offset {} of {}", value,
+                                 decoding.fault_offset, bytes.size()));
+  if (decoding.unknown_tags != 0)
+    faults.push_back(fmt::format("the image \"{}\" has {} of unknown kind", value,
+                                 Counted(decoding.unknown_tags, "record")));
   for (const ORVPropertyEntry& entry : list) {
     const std::string name = Utf8FromName(entry.name);
     const std::string text = Utf8FromName(WideTextOf(entry.value).value_or(std::wstring()));
     const std::optional<int> number = ParseNumber(text);
     const ControlFacts facts = context_.catalog().Describe(name);
     if (!facts.described || !number || facts.minimum >= facts.maximum) continue;
-    if (*number < facts.minimum || *number > facts.maximum) {
-      add("\"" + name + "\" is stored as " + text + ", outside " + std::to_string(facts.minimum) +
-          " to " + std::to_string(facts.maximum) + ", in \"" + value + "\"");
-    }
+    if (*number < facts.minimum || *number > facts.maximum)
+      faults.push_back(fmt::format("\"{}\" is stored as {}, outside {} to {}, in \"{}\"", name,
+                                   text, facts.minimum, facts.maximum, value));
   }
-  return faults;
+  return fmt::format("{}", fmt::join(faults, "; "));
 }
 
 // Every value of the endpoint's key that the component reads as an image.
@@ -179,25 +171,24 @@ void Diagnosis::ExamineStored(const ORVAPOEndpointInfo& info, const Endpoint& en
   std::unique_ptr<RegistryKey> key;
   if (machine_.registry().OpenKey(RegRoot::LocalMachine, info.apo_key_path(), kQueryAccess, key) !=
       kRegOk)
-    return;  // "registry rights" says so
+    return;  // "registry rights" reports it
   std::size_t count = 0;
   bool well = true;
   std::wstring name;
   for (std::uint32_t i = 0; key->EnumValue(i, name) == kRegOk; ++i) {
+    const std::string value = Utf8FromName(name);
     if (!name.starts_with(L"ApoOpMode:") && name != kGlobalSettingsValue &&
-        name != ORVAPOModeSelector::kCurrentModeValue)
+        value != CurrentModeValue())
       continue;
     ++count;
-    const std::string value = Utf8FromName(name);
     std::uint32_t type = 0;
     ImageBytes bytes;
     const RegStatus status = ReadValue(*key, name, type, bytes);
     std::string faults;
     if (status != kRegOk) {
-      faults = "\"" + value + "\" cannot be read: " +
-               StatusText(orv_apo::StatusOfSystemError(static_cast<DWORD>(status)));
+      faults = fmt::format("\"{}\" cannot be read: {}", value, SystemErrorWords(status));
     } else if (type != kRegBinary) {
-      faults = "\"" + value + "\" is not binary";
+      faults = fmt::format("\"{}\" is not binary", value);
     } else {
       faults = ImageFaults(value, bytes);
     }
@@ -215,7 +206,7 @@ std::optional<Endpoint> Diagnosis::ExamineThroughComponent(const ORVAPOEndpointI
     Add("component", true, "finds the endpoint", "");
     const std::optional<Mode> mode = endpoint.CurrentMode();
     Add("current mode", mode.has_value(),
-        mode ? mode->name() : "the stored mode is none of the configuration's",
+        mode ? mode->name() : "the configuration does not have the stored mode",
         CommandLine("mode " + endpoint.number() + " --default"));
     const std::vector<Mode> modes = endpoint.Modes();
     const bool enabled = !modes.empty() && modes.front().Enabled();

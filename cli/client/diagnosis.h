@@ -1,5 +1,4 @@
-// What can be wrong with an endpoint between its driver and the component, looked at piece by
-// piece.
+// Finds what can be wrong with an endpoint between its driver and the component.
 #pragma once
 
 #include <optional>
@@ -12,18 +11,18 @@
 namespace orv::cli {
 
 struct Check {
-  std::string endpoint;  // empty when the whole machine is meant
+  std::string endpoint;  // empty if the whole machine is meant
   std::string name;
   bool ok = false;
   std::string detail;
-  std::string remedy;  // empty when all is well
+  std::string remedy;  // empty if the check is ok
 };
 
-// Every active render endpoint, also those that the component passes over. One that cannot be read
-// to the end has an empty key path, one that cannot be read at all no name either.
+// Every active render endpoint, also those that the component leaves out. One whose values cannot
+// all be read has an empty key path, one that cannot be read at all has no name either.
 std::vector<ORVAPOEndpointInfo> ReadEndpoints(Session& session);
 
-// For people: its name, or its identifier when it has none.
+// The endpoint's name, or its identifier if it has none.
 std::string NameOf(const ORVAPOEndpointInfo& info);
 
 class Diagnosis {
@@ -31,8 +30,8 @@ class Diagnosis {
   explicit Diagnosis(Context& context) : context_(context), machine_(context.session().machine()) {}
 
   void ExamineTechnology();
-  // The endpoint as the component gives it when all of it could be asked for; what is left to
-  // examine is its DSP.
+  // Examines all but the DSP. Returns the endpoint if the component opens it and answers every
+  // request.
   std::optional<Endpoint> Examine(const ORVAPOEndpointInfo& info);
   // A check of what was examined last.
   void Add(const char* name, bool ok, const std::string& detail, const std::string& remedy) {
@@ -48,7 +47,6 @@ class Diagnosis {
                      const std::vector<Mode>& modes);
   std::string ImageFaults(const std::string& value, const ImageBytes& bytes);
   std::optional<Endpoint> ExamineThroughComponent(const ORVAPOEndpointInfo& info);
-  std::string MachineFolder() const;  // one word of a command line; empty for the system's machine
 
   Context& context_;
   Machine& machine_;

@@ -7,7 +7,7 @@
 
 namespace orv::cli {
 
-DriverReport ReadDrivers(std::filesystem::path folder) {
+DriverReport ReadDrivers(const std::filesystem::path& folder) {
   const std::unique_ptr<Machine> opened = OpenMachine(folder);
   auto* machine = dynamic_cast<SimulatedMachine*>(opened.get());
   if (machine == nullptr) {

@@ -1,4 +1,4 @@
-// What the drivers of a simulated machine tell of themselves.
+// What the drivers of a simulated machine received, refused and hold.
 #pragma once
 
 #include <cstdint>
@@ -17,12 +17,12 @@ struct DriverReport {
   };
   std::vector<DriverRecord> records;  // oldest first
   std::vector<DriverRefusal> refusals;
-  std::vector<DriverFinding> remarks;
+  std::vector<DriverFinding> findings;
   std::vector<Event> events;
 };
 
-// Of the machine in the folder (empty: as OpenMachine takes it). Throws Failure when the machine is
-// not simulated.
-DriverReport ReadDrivers(std::filesystem::path folder);
+// The report of the machine that OpenMachine opens for the folder. Throws Failure if it is not
+// simulated.
+DriverReport ReadDrivers(const std::filesystem::path& folder);
 
 }  // namespace orv::cli

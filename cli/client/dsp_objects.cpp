@@ -1,11 +1,16 @@
 #include "cli/client/dsp_objects.h"
 
-#include "cli/client/component_text.h"
+#include <fmt/format.h>
+
+#include <filesystem>
+
+#include "cli/offline/files.h"
 #include "cli/show/failure.h"
 #include "cli/show/names.h"
-#include "cli/show/select.h"
+#include "config/configuration_file.h"
 #include "frame/public_controls.h"
 #include "platform/driver_names.h"
+#include "platform/text.h"
 
 namespace orv::cli {
 namespace {
@@ -15,23 +20,44 @@ std::string Examination(const Endpoint& endpoint) {
   return "-v shows what the component met: " + CommandLine("-v doctor " + endpoint.number());
 }
 
-// The words are those of the operation, where the status means several things.
-[[noreturn]] void OpeningFailure(const Endpoint& endpoint, const std::string& dsp, HRESULT status,
-                                 const std::string& words, const std::string& remedy) {
-  throw Failure(kRefused, "opening the " + dsp + " DSP of " + endpoint.name() + ": " +
-                              StatusText(status).substr(0, 10) + " (" + words + ")\n" + remedy);
+// The words are those of the operation, because the status has several meanings.
+[[noreturn]] void OpeningFailure(const Endpoint& endpoint, const char* dsp, HRESULT status,
+                                 const char* words, const std::string& remedy) {
+  throw Failure(kRefused, "opening the {} DSP of {}: {} ({})\n{}", dsp, endpoint.name(),
+                StatusText(status).substr(0, 10), words, remedy);
 }
 
 // What to do for an endpoint without an Intel DSP that can be opened.
 std::string OtherDsp(const Endpoint& endpoint) {
   ComPtr<IORVAPOQCDSP> qualcomm;
-  const bool other = SUCCEEDED(endpoint.object()->GetQCDSPInterface(qualcomm.Put())) && qualcomm;
-  return other ? "This endpoint's DSP is Qualcomm: " +
-                     CommandLine("dsp qualcomm " + endpoint.number() + " push")
-               : Examination(endpoint);
+  if (FAILED(endpoint.object()->GetQCDSPInterface(qualcomm.Put())) || !qualcomm)
+    return Examination(endpoint);
+  return "This endpoint's DSP is Qualcomm: " +
+         CommandLine("dsp qualcomm {} push", endpoint.number());
 }
 
-// A vector of numbers that the component takes.
+[[noreturn]] void RefuseFile(Machine& machine, const std::wstring& path, const std::string& name,
+                             LoadStatus status) {
+  const auto host = machine.HostFile(path);
+  std::string reason;
+  if (!machine.FileExists(path)) {
+    reason = ": there is no such file.";
+  } else if (host && !std::filesystem::is_regular_file(*host)) {
+    reason = ": it is not a file.";
+  } else if (!machine.HostPath(path)) {
+    reason =
+        ": the component opens only paths whose characters are not beyond U+00FF.\nCopy the file "
+        "to "
+        "such a path.";
+  } else {
+    reason = ".\nWhat reports its faults: " +
+             CommandLine("check " + ShellWord(host ? PathText(*host) : name));
+  }
+  throw Failure(kRefused, "the configuration file {} cannot be read (load status {}){}", name,
+                NumberOf(status), reason);
+}
+
+// A vector of numbers for the component.
 template <class Number>
 class NumberArray {
  public:
@@ -68,7 +94,7 @@ IntelDsp::IntelDsp(const Endpoint& endpoint) : examination_(Examination(endpoint
 }
 
 std::string IntelDsp::Kind() const {
-  // Readable on one kind of module only; the other says that it has no such property.
+  // Readable on one kind of module only; the other has no such property.
   std::int32_t ignored = 0;
   return GetProperty("ZENSND-Process Enable", false, ignored) == E_NOTIMPL ? kSkylakeDriver
                                                                            : kBroadwellDriver;
@@ -82,31 +108,30 @@ IntelDsp::Versions IntelDsp::ReadVersions() const {
           examination_);
   versions.api = api;
   versions.features = features;
-  Text name;
-  Text version;
-  Require(object_->GetModuleInfo(name.Put(), version.Put()), "asking the driver for its module",
+  UniqueBstr name;
+  UniqueBstr version;
+  Require(object_->GetModuleInfo(OutPtr(name), OutPtr(version)), "asking the driver for its module",
           examination_);
-  versions.module_name = name.Utf8();
-  versions.module_version = version.Utf8();
-  Text component;
-  Require(object_->get_ApoVersion(component.Put()), "asking for the component's version", "");
-  versions.component = component.Utf8();
+  versions.module_name = Utf8FromWide(ViewOf(name.get()));
+  versions.module_version = Utf8FromWide(ViewOf(version.get()));
+  UniqueBstr component;
+  Require(object_->get_ApoVersion(OutPtr(component)), "asking for the component's version", "");
+  versions.component = Utf8FromWide(ViewOf(component.get()));
   return versions;
 }
 
 HRESULT IntelDsp::WriteControls(const Mode& mode, const std::string& technology,
                                 bool set_default) const {
-  const Text text(technology);
-  return object_->WriteControls(mode.object(), technology.empty() ? nullptr : text.get(),
-                                set_default ? 1 : 0);
+  const UniqueBstr text = technology.empty() ? nullptr : NewText(WideFromUtf8(technology));
+  return object_->WriteControls(mode.object(), text.get(), set_default ? 1 : 0);
 }
 
 HRESULT IntelDsp::ProcessConfigFile(const std::wstring& path, bool set_default,
                                     std::string& error) const {
-  Text reason;
+  UniqueBstr reason;
   const HRESULT status =
-      object_->ProcessConfigFile(Text(path).get(), reason.Put(), set_default ? 1 : 0);
-  error = Utf8FromName(reason.view());
+      object_->ProcessConfigFile(NewText(path).get(), OutPtr(reason), set_default ? 1 : 0);
+  error = Utf8FromName(ViewOf(reason.get()));
   return status;
 }
 
@@ -115,7 +140,7 @@ HRESULT IntelDsp::GetProperty(const std::string& name, bool set_default,
   VARIANT answer;
   VariantInit(&answer);
   const HRESULT status =
-      object_->get_Property(Text(NameFromUtf8(name)).get(), set_default ? 1 : 0, &answer);
+      object_->get_Property(NewText(NameFromUtf8(name)).get(), set_default ? 1 : 0, &answer);
   if (SUCCEEDED(status)) value = answer.lVal;
   VariantClear(&answer);
   return status;
@@ -123,7 +148,7 @@ HRESULT IntelDsp::GetProperty(const std::string& name, bool set_default,
 
 HRESULT IntelDsp::PutProperty(const std::string& name, bool set_default,
                               const VARIANT& value) const {
-  return object_->put_Property(Text(NameFromUtf8(name)).get(), set_default ? 1 : 0, value);
+  return object_->put_Property(NewText(NameFromUtf8(name)).get(), set_default ? 1 : 0, value);
 }
 
 HRESULT IntelDsp::SetEqualizer(KELChannel channel, const std::vector<EqualizerBand>& bands,
@@ -150,7 +175,7 @@ int QualcommDsp::FormFactor() const {
 
 void QualcommDsp::SetFormFactor(int form_factor) const {
   Require(object_->put_EndpointFormFactor(static_cast<_ORVQuMediaDeviceType>(form_factor)),
-          "setting the form factor to " + std::to_string(form_factor), "");
+          fmt::format("setting the form factor to {}", form_factor), "");
 }
 
 HRESULT QualcommDsp::WriteControls(const Mode& mode) const {
@@ -171,6 +196,17 @@ std::map<std::wstring, std::int32_t, std::less<>> DspControls(const std::string&
   Require(walk.asked, asked, "");
   Require(walk.ended, asked, "");
   return controls;
+}
+
+ORVQVTValueList::Map DspFileControls(Machine& machine, const std::wstring& path,
+                                     const std::string& name) {
+  ORVAPOConfigurationFile file(machine);
+  const LoadStatus status = file.Load(path, kORVAPO_EPCfg_DSP, kEndpointLocation);
+  if (!IsUsableByDsp(status)) RefuseFile(machine, path, name, status);
+  ORVAPOOperatingMode mode;
+  if (!file.FindMode(file.GetDefaultModeKey(), mode)) return {};
+  const ORVQVTValueList& list = mode.GetDefaultControls();
+  return {list.begin(), list.end()};
 }
 
 }  // namespace orv::cli

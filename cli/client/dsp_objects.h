@@ -1,4 +1,4 @@
-// The DSP objects of an endpoint as values.
+// The DSP objects of an endpoint as values, and the controls that they read.
 #pragma once
 
 #include <cstdint>
@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/client/session.h"
+#include "values/value_list.h"
 
 namespace orv::cli {
 
@@ -19,7 +20,7 @@ struct EqualizerBand {
 
 class IntelDsp {
  public:
-  // Throws Failure when the endpoint has no such DSP.
+  // Throws Failure if the endpoint has no such DSP.
   explicit IntelDsp(const Endpoint& endpoint);
 
   // "skylake" or "broadwell".
@@ -48,7 +49,7 @@ class IntelDsp {
 
 class QualcommDsp {
  public:
-  // Throws Failure when the endpoint has no such DSP.
+  // Throws Failure if the endpoint has no such DSP.
   explicit QualcommDsp(const Endpoint& endpoint);
 
   int FormFactor() const;
@@ -63,5 +64,11 @@ class QualcommDsp {
 std::map<std::wstring, std::int32_t, std::less<>> DspControls(const std::string& driver,
                                                               const Mode& mode,
                                                               ORVAPOControlType list);
+
+// The controls of a configuration file's default mode, which the component sends into an Intel DSP;
+// none if the file has no such mode. `path` is the machine's, `name` what the user calls the file.
+// Throws Failure if it cannot be read.
+ORVQVTValueList::Map DspFileControls(Machine& machine, const std::wstring& path,
+                                     const std::string& name);
 
 }  // namespace orv::cli

@@ -2,6 +2,8 @@
 
 #include "cli/offline/files.h"
 #include "cli/show/failure.h"
+#include "platform/text.h"
+#include "simulated/simulated_machine.h"
 
 namespace orv::cli {
 
@@ -13,9 +15,41 @@ std::filesystem::path SampleMachinesFolder() {
     std::error_code ignored;
     if (std::filesystem::is_directory(folder, ignored)) return folder;
   }
-  throw Failure(kRefused, "the sample machines are not beside this program (" +
-                              PathText((program / "../samples/machines").lexically_normal()) +
-                              ").\nName a machine's folder with --machine.");
+  throw Failure(kRefused,
+                "the sample machines are not beside this program ({}).\nName a "
+                "machine's folder with --machine.",
+                PathText((program / "../samples/machines").lexically_normal()));
+}
+
+std::unique_ptr<Machine> OpenMachine(const std::filesystem::path& folder) {
+  if (folder.empty()) return OpenSystemMachine();
+  FileError error;
+  std::unique_ptr<Machine> machine = SimulatedMachine::Open(folder, error);
+  if (machine != nullptr) return machine;
+  throw Failure(kRefused,
+                "the machine in {} is refused.\n{}\nFix that file, or make a fresh "
+                "machine with \"orvctl machine new DIR\".",
+                PathText(folder), error.Text());
+}
+
+ChangeLock::ChangeLock(const std::filesystem::path& machine, const std::string& registry_path,
+                       std::chrono::milliseconds limit) {
+  std::uint64_t hash = 0xCBF29CE484222325U;  // FNV-1a
+  for (const wchar_t unit : ToUpperAscii(WideFromUtf8(registry_path)))
+    hash = (hash ^ static_cast<std::uint32_t>(unit)) * 0x100000001B3U;
+  std::string reason;
+  held_ = Acquire(machine, fmt::format("orvctl-{:016x}", hash), limit, reason);
+  if (held_ != nullptr) return;
+  if (reason.empty()) {
+    throw Failure(kRefused,
+                  "another orvctl is still changing {}; nothing was "
+                  "changed.\nTry again when it has ended.",
+                  registry_path);
+  }
+  throw Failure(kRefused,
+                "{} cannot be locked: {}.\nNothing was changed. What examines the "
+                "machine: {}",
+                registry_path, reason, CommandLine("doctor"));
 }
 
 }  // namespace orv::cli

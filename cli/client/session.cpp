@@ -1,88 +1,104 @@
 #include "cli/client/session.h"
 
+#include <fmt/format.h>
+
 #include "analysis/loopback_stream.h"
-#include "cli/client/component_text.h"
 #include "cli/client/host.h"
-#include "cli/client/technology.h"
 #include "cli/show/failure.h"
 #include "cli/show/names.h"
+#include "config/technology_library.h"
+#include "endpoints/endpoint_registry.h"
+#include "endpoints/processing_key.h"
 #include "platform/text.h"
 
 namespace orv::cli {
 namespace {
 
 const char* const kReportBug = "Run again with -v to see what the component reports.";
+const char* const kServiceSilent = "The machine's audio service does not answer.";
 
 std::string CheckRights() {
   return "The endpoint's registry key may be closed to this user. What examines it: " +
          CommandLine("doctor");
 }
 
-template <class Object, class Getter>
-std::string GetText(Object* object, Getter getter, const char* asked) {
-  Text text;
-  Require((object->*getter)(text.Put()), asked, kReportBug);
-  return text.Utf8();
+// What `object.*getter` hands out: a value, or a text.
+template <class Value, class Object, class Getter>
+Value Get(const ComPtr<Object>& object, Getter getter, const std::string& asked,
+          const std::string& remedy = kReportBug) {
+  Value value{};
+  Require((object.get()->*getter)(&value), asked, remedy);
+  return value;
 }
-
+template <class Object, class Getter>
+std::string GetText(const ComPtr<Object>& object, Getter getter, const std::string& asked) {
+  return Utf8FromWide(ViewOf(UniqueBstr(Get<BSTR>(object, getter, asked)).get()));
+}
 // The same for a name or text of a configuration file.
 template <class Object, class Getter>
-std::string GetName(Object* object, Getter getter, const char* asked) {
-  Text text;
-  Require((object->*getter)(text.Put()), asked, kReportBug);
-  return Utf8FromName(text.view());
+std::string GetName(const ComPtr<Object>& object, Getter getter, const std::string& asked) {
+  return Utf8FromName(ViewOf(UniqueBstr(Get<BSTR>(object, getter, asked)).get()));
 }
 
-std::vector<std::string> ActiveRenderDevices(Machine& machine) {
-  std::vector<std::string> identifiers;
-  ComPtr<IMMDeviceEnumerator> enumerator;
-  const char* asked = "asking the machine for its audio endpoints";
-  const char* remedy = "The machine's audio service does not answer.";
-  Require(machine.CreateDeviceEnumerator(enumerator.Put()), asked, remedy);
-  ComPtr<IMMDeviceCollection> devices;
-  Require(enumerator->EnumAudioEndpoints(eRender, DEVICE_STATE_ACTIVE, devices.Put()), asked,
-          remedy);
-  UINT count = 0;
-  Require(devices->GetCount(&count), asked, remedy);
-  for (UINT i = 0; i < count; ++i) {
-    ComPtr<IMMDevice> device;
-    if (FAILED(devices->Item(i, device.Put()))) continue;
-    const std::wstring id = DeviceIdentifier(*device);
-    if (!id.empty()) identifiers.push_back(Utf8FromWide(id));
+// Calls `take` with each object of the enumeration.
+template <class Object, class Enumerator, class Take>
+void ForEach(Enumerator& enumerator, const std::string& asked, Take take) {
+  for (;;) {
+    ComPtr<Object> object;
+    const HRESULT status = enumerator.Next(object.Put());
+    Require(status, asked, kReportBug);
+    if (status == S_FALSE || !object) return;
+    take(std::move(object));
   }
-  return identifiers;
 }
 
-std::unique_ptr<Machine> OpenPreparedMachine(const SessionOptions& options,
-                                             std::filesystem::path& folder) {
-  folder = options.machine;
-  std::unique_ptr<Machine> machine = OpenMachine(folder);
-  PrepareComponent(folder, options.diagnostics);
-  return machine;
+Endpoint::Property PropertyOf(const ComPtr<IORVAPOConfigProperty>& property,
+                              const std::string& asked) {
+  return {GetName(property, &IORVAPOConfigProperty::get_Key, asked),
+          GetName(property, &IORVAPOConfigProperty::get_Value, asked)};
+}
+
+std::wstring AsFolder(std::wstring path) {
+  if (!path.empty() && path.back() != L'\\') path += L'\\';
+  return path;
+}
+
+std::wstring SystemFolder(Machine& machine) {
+  return AsFolder(machine.SystemDirectory().value_or(std::wstring()));
+}
+
+// The library's folder as the first of the endpoints names it, else the system directory.
+std::wstring FindTechnologyFolder(Machine& machine, const std::vector<std::string>& endpoints) {
+  Registry& registry = machine.registry();
+  for (const std::string& endpoint : endpoints) {
+    const std::wstring id = WideFromUtf8(endpoint);
+    const std::wstring guid = ToUpperAscii(id.substr(id.rfind(L'.') + 1));
+    const std::wstring file =
+        ReadKeyText(registry, ProcessingKeyPath(registry, guid), kTechnologyPathValue);
+    if (!file.empty()) return AsFolder(RemoveLastPathElement(file));
+  }
+  return SystemFolder(machine);
 }
 
 }  // namespace
 
 std::string Control::DisplayName() const {
-  return GetName(object_.get(), &IORVAPOControl::get_DisplayValue, "reading a control's name");
+  return GetName(object_, &IORVAPOControl::get_DisplayValue, "reading a control's name");
 }
 
 ORV_QVT_SCALE Control::Scale() const {
-  ORV_QVT_SCALE scale = ORV_QVT_SCALE_COUNT;
-  Require(object_->get_Scale(&scale), "reading the scale of \"" + name_ + "\"", kReportBug);
-  return scale;
+  return Get<ORV_QVT_SCALE>(object_, &IORVAPOControl::get_Scale,
+                            fmt::format("reading the scale of \"{}\"", name_));
 }
 
 std::int32_t Control::Minimum() const {
-  LONG minimum = 0;
-  Require(object_->get_MinValue(&minimum), "reading the range of \"" + name_ + "\"", kReportBug);
-  return minimum;
+  return Get<LONG>(object_, &IORVAPOControl::get_MinValue,
+                   fmt::format("reading the range of \"{}\"", name_));
 }
 
 std::int32_t Control::Maximum() const {
-  LONG maximum = 0;
-  Require(object_->get_MaxValue(&maximum), "reading the range of \"" + name_ + "\"", kReportBug);
-  return maximum;
+  return Get<LONG>(object_, &IORVAPOControl::get_MaxValue,
+                   fmt::format("reading the range of \"{}\"", name_));
 }
 
 std::optional<std::int32_t> Control::Value() const {
@@ -92,7 +108,7 @@ std::optional<std::int32_t> Control::Value() const {
 }
 
 void Control::SetValue(std::int32_t value) const {
-  Require(object_->put_Value(value), "setting \"" + name_ + "\" to " + std::to_string(value),
+  Require(object_->put_Value(value), fmt::format("setting \"{}\" to {}", name_, value),
           is_private_ ? "It is a private control, and clients change public ones only."
                       : CheckRights());
 }
@@ -100,9 +116,9 @@ void Control::SetValue(std::int32_t value) const {
 std::optional<Control> ControlList::Find(const std::string& name) const {
   for (const std::wstring& stored : NamesFromUtf8(name)) {
     ComPtr<IORVAPOControl> control;
-    const HRESULT status = object_->GetControlFromName(Text(stored).get(), control.Put());
+    const HRESULT status = object_->GetControlFromName(NewText(stored).get(), control.Put());
     if (status == orv_apo::kNotFound) continue;
-    Require(status, "asking for the control \"" + name + "\"", kReportBug);
+    Require(status, fmt::format("asking for the control \"{}\"", name), kReportBug);
     return Control(std::move(control), name, is_private_);
   }
   return std::nullopt;
@@ -110,7 +126,7 @@ std::optional<Control> ControlList::Find(const std::string& name) const {
 
 Mode::Mode(ComPtr<IORVOperatingMode> object)
     : object_(std::move(object)),
-      name_(GetName(object_.get(), &IORVOperatingMode::get_Name, "reading a mode's name")) {}
+      name_(GetName(object_, &IORVOperatingMode::get_Name, "reading a mode's name")) {}
 
 ControlList Mode::Controls(ORVAPOControlType type) const {
   ComPtr<IORVAPOControlEnumerator> enumerator;
@@ -126,9 +142,8 @@ void Mode::RestoreDefaults() const {
 }
 
 bool Mode::Enabled() const {
-  LONG enabled = 0;
-  Require(object_->get_APOEnable(&enabled), "asking whether processing is on", CheckRights());
-  return enabled != 0;
+  return Get<LONG>(object_, &IORVOperatingMode::get_APOEnable, "asking whether processing is on",
+                   CheckRights()) != 0;
 }
 
 void Mode::SetEnabled(bool enabled) const {
@@ -140,17 +155,15 @@ Endpoint::Endpoint(ComPtr<IORVEndpointInfo5> object, std::string id, std::size_t
     : object_(std::move(object)),
       id_(std::move(id)),
       number_(number),
-      name_(GetText<IORVEndpointInfo>(object_.get(), &IORVEndpointInfo::get_FriendlyName,
-                                      "reading an endpoint's name")) {}
+      name_(GetText(object_, &IORVEndpointInfo5::get_FriendlyName, "reading an endpoint's name")) {}
 
 std::string Endpoint::ConfigFile() const {
-  return GetText<IORVEndpointInfo>(object_.get(), &IORVEndpointInfo::get_ConfigFile,
-                                   "reading the configuration file's path");
+  return GetText(object_, &IORVEndpointInfo5::get_ConfigFile,
+                 "reading the configuration file's path");
 }
 
 std::string Endpoint::RegistryPath() const {
-  return GetText<IORVEndpointInfo>(object_.get(), &IORVEndpointInfo::get_RegistryPath,
-                                   "reading the registry path");
+  return GetText(object_, &IORVEndpointInfo5::get_RegistryPath, "reading the registry path");
 }
 
 std::vector<Mode> Endpoint::Modes() const {
@@ -158,13 +171,9 @@ std::vector<Mode> Endpoint::Modes() const {
   const std::string asked = "listing the modes of " + name_;
   Require(object_->GetOpModeEnumerator(enumerator.Put()), asked, kReportBug);
   std::vector<Mode> modes;
-  for (;;) {
-    ComPtr<IORVOperatingMode> mode;
-    const HRESULT status = enumerator->Next(mode.Put());
-    Require(status, asked, kReportBug);
-    if (status == S_FALSE || !mode) return modes;
-    modes.emplace_back(std::move(mode));
-  }
+  ForEach<IORVOperatingMode>(*enumerator, asked,
+                             [&](auto mode) { modes.emplace_back(std::move(mode)); });
+  return modes;
 }
 
 std::optional<Mode> Endpoint::CurrentMode() const {
@@ -184,14 +193,13 @@ void Endpoint::SetDefaultMode() const {
 }
 
 ORVAPOEndpointConfig Endpoint::Config() const {
-  ORVAPOEndpointConfig config = kORVAPO_EPCfg_None;
-  Require(object_->GetConfig(&config), "reading the configuration type", kReportBug);
-  return config;
+  return Get<ORVAPOEndpointConfig>(object_, &IORVEndpointInfo5::GetConfig,
+                                   "reading the configuration type");
 }
 
 void Endpoint::SetConfig(ORVAPOEndpointConfig config) const {
   Require(object_->SetConfig(config),
-          "loading configuration type " + std::to_string(config) + " of " + name_,
+          fmt::format("loading configuration type {} of {}", static_cast<int>(config), name_),
           "What examines its configuration file: " + CommandLine("doctor " + number()));
 }
 
@@ -204,39 +212,36 @@ Headset Endpoint::HeadsetState() const {
 }
 
 std::vector<Endpoint::Property> Endpoint::Properties() const {
-  const char* asked = "reading the configuration's properties";
+  const std::string asked = "reading the configuration's properties";
   ComPtr<IORVAPOConfigEnumerator> enumerator;
   Require(object_->get_config_enum(enumerator.Put()), asked, kReportBug);
   std::vector<Property> properties;
-  for (;;) {
-    ComPtr<IORVAPOConfigProperty> property;
-    const HRESULT status = enumerator->Next(property.Put());
-    Require(status, asked, kReportBug);
-    if (status == S_FALSE || !property) return properties;
-    properties.push_back({GetName(property.get(), &IORVAPOConfigProperty::get_Key, asked),
-                          GetName(property.get(), &IORVAPOConfigProperty::get_Value, asked)});
-  }
+  ForEach<IORVAPOConfigProperty>(*enumerator, asked, [&](const auto& property) {
+    properties.push_back(PropertyOf(property, asked));
+  });
+  return properties;
 }
 
 std::optional<Endpoint::Property> Endpoint::FindProperty(const std::string& key) const {
-  const char* asked = "reading a property of the configuration";
+  const std::string asked = "reading a property of the configuration";
   ComPtr<IORVAPOConfigEnumerator> enumerator;
   Require(object_->get_config_enum(enumerator.Put()), asked, kReportBug);
   for (const std::wstring& stored : NamesFromUtf8(key)) {
     ComPtr<IORVAPOConfigProperty> property;
-    const HRESULT status = enumerator->get_ConfigProperty(Text(stored).get(), property.Put());
+    const HRESULT status = enumerator->get_ConfigProperty(NewText(stored).get(), property.Put());
     if (status == E_INVALIDARG) continue;
     Require(status, asked, kReportBug);
-    return Property{GetName(property.get(), &IORVAPOConfigProperty::get_Key, asked),
-                    GetName(property.get(), &IORVAPOConfigProperty::get_Value, asked)};
+    return PropertyOf(property, asked);
   }
   return std::nullopt;
 }
 
 Session::Session(const SessionOptions& options)
-    : machine_(OpenPreparedMachine(options, machine_folder_)),
+    : machine_folder_(options.machine.empty() ? DefaultMachineFolder() : options.machine),
+      machine_(OpenMachine(machine_folder_)),
+      component_(machine_folder_, options.diagnostics),
       technology_folder_(options.technology.empty()
-                             ? FindTechnologyFolder(*machine_, ActiveRenderDevices(*machine_))
+                             ? FindTechnologyFolder(*machine_, DeviceIdentifiers())
                              : AsFolder(WideFromUtf8(options.technology))) {}
 
 IORVAPOSystem* Session::System() const {
@@ -244,7 +249,7 @@ IORVAPOSystem* Session::System() const {
     ComPtr<IORVAPOSystem> system;
     Require(component_.CreateSystem(system.Put()), "creating the component's system object",
             kReportBug);
-    Require(system->InitializeSystem(Text(technology_folder_).get()), "initialising the system",
+    Require(system->InitializeSystem(NewText(technology_folder_).get()), "initialising the system",
             kReportBug);
     system_ = std::move(system);
   }
@@ -252,7 +257,21 @@ IORVAPOSystem* Session::System() const {
 }
 
 std::vector<std::string> Session::DeviceIdentifiers() const {
-  return ActiveRenderDevices(*machine_);
+  const std::string asked = "asking the machine for its audio endpoints";
+  ComPtr<IMMDeviceEnumerator> enumerator;
+  Require(machine_->CreateDeviceEnumerator(enumerator.Put()), asked, kServiceSilent);
+  ComPtr<IMMDeviceCollection> devices;
+  Require(enumerator->EnumAudioEndpoints(eRender, DEVICE_STATE_ACTIVE, devices.Put()), asked,
+          kServiceSilent);
+  const UINT count = Get<UINT>(devices, &IMMDeviceCollection::GetCount, asked, kServiceSilent);
+  std::vector<std::string> identifiers;
+  for (UINT i = 0; i < count; ++i) {
+    ComPtr<IMMDevice> device;
+    if (FAILED(devices->Item(i, device.Put()))) continue;
+    const std::wstring id = DeviceIdentifier(*device);
+    if (!id.empty()) identifiers.push_back(Utf8FromWide(id));
+  }
+  return identifiers;
 }
 
 std::vector<Endpoint> Session::Endpoints(std::vector<std::string>* unopened) const {
@@ -261,7 +280,8 @@ std::vector<Endpoint> Session::Endpoints(std::vector<std::string>* unopened) con
   std::vector<Endpoint> endpoints;
   for (const std::string& id : DeviceIdentifiers()) {
     ComPtr<IORVEndpointInfo> info;
-    const HRESULT status = enumerator->GetEndpointFromDevice(Text(id).get(), info.Put());
+    const HRESULT status =
+        enumerator->GetEndpointFromDevice(NewText(WideFromUtf8(id)).get(), info.Put());
     if (status == E_INVALIDARG) continue;  // the component does not manage this device
     auto endpoint = info.As<IORVEndpointInfo5>();
     if (FAILED(status) || !endpoint) {
@@ -275,13 +295,32 @@ std::vector<Endpoint> Session::Endpoints(std::vector<std::string>* unopened) con
 
 std::uint32_t Session::SampleRate(const Endpoint& endpoint) const {
   const std::string asked = "asking for the sample rate of " + endpoint.name();
-  const char* remedy = "The machine's audio service does not answer.";
   ComPtr<IMMDevice> device;
-  Require(FindDevice(*machine_, WideFromUtf8(endpoint.id()), device), asked, remedy);
+  Require(FindDevice(*machine_, WideFromUtf8(endpoint.id()), device), asked, kServiceSilent);
   ComPtr<IAudioClient> client;
   MixFormat format;
-  Require(ActivateAudioClient(*device, client, format), asked, remedy);
+  Require(ActivateAudioClient(*device, client, format), asked, kServiceSilent);
   return format->nSamplesPerSec;
+}
+
+std::unique_ptr<ORVAPOProcessInfo> OpenTechnology(const SessionOptions& options) {
+  const std::string& named = options.technology;
+  try {
+    const std::unique_ptr<Machine> machine = OpenMachine(options.machine);
+    const std::wstring folder =
+        named.empty() ? SystemFolder(*machine) : AsFolder(WideFromUtf8(named));
+    if (folder.empty()) return nullptr;
+    auto technology = std::make_unique<ORVAPOProcessInfo>(*machine, folder.c_str());
+    if (!technology->control_infos().empty()) return technology;
+  } catch (const Failure&) {
+    // Only a machine that the options name has to be there.
+    if (!options.machine.empty()) throw;
+  }
+  if (named.empty()) return nullptr;
+  throw Failure(kRefused,
+                "no technology library in {} describes a control.\nName the "
+                "folder as the machine knows it, such as C:\\Windows\\System32.",
+                named);
 }
 
 }  // namespace orv::cli

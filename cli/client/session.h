@@ -1,4 +1,4 @@
-// The component's objects as values: texts as UTF-8, failures as Failure with what was asked.
+// The component's objects as values: texts as UTF-8, failures as Failure with the request.
 #pragma once
 
 #include <filesystem>
@@ -12,6 +12,10 @@
 #include "platform/com_ptr.h"
 #include "platform/machine.h"
 
+namespace orv {
+class ORVAPOProcessInfo;
+}
+
 namespace orv::cli {
 
 class Control {
@@ -24,7 +28,7 @@ class Control {
   ORV_QVT_SCALE Scale() const;
   std::int32_t Minimum() const;
   std::int32_t Maximum() const;
-  // Nothing when the mode does not hold the control's value.
+  // nullopt if the mode does not hold the control's value.
   std::optional<std::int32_t> Value() const;
   void SetValue(std::int32_t value) const;
 
@@ -34,12 +38,12 @@ class Control {
   bool is_private_;
 };
 
-// One of a mode's three lists, as it was when it was made.
+// One of a mode's three lists, unchanged by later changes of the mode.
 class ControlList {
  public:
   ControlList(ComPtr<IORVAPOControlEnumerator2> object, bool is_private)
       : object_(std::move(object)), is_private_(is_private) {}
-  // Nothing when the list has no control of exactly this name.
+  // nullopt if the list has no control of exactly this name.
   std::optional<Control> Find(const std::string& name) const;
 
  private:
@@ -53,7 +57,7 @@ class Mode {
 
   const std::string& name() const noexcept { return name_; }
   IORVOperatingMode* object() const noexcept { return object_.get(); }
-  ControlList Controls(ORVAPOControlType type) const;  // read afresh from the registry
+  ControlList Controls(ORVAPOControlType type) const;  // read again from the registry
   void RestoreDefaults() const;
   // The switch as it was when this mode object was made, or last set through it.
   bool Enabled() const;
@@ -78,7 +82,7 @@ class Endpoint {
   std::string ConfigFile() const;
   std::string RegistryPath() const;  // relative to HKEY_LOCAL_MACHINE
   std::vector<Mode> Modes() const;
-  // Nothing when the stored mode is none of the configuration's.
+  // nullopt if the configuration does not have the stored mode.
   std::optional<Mode> CurrentMode() const;
   void SetCurrentMode(const Mode& mode) const;
   void SetDefaultMode() const;
@@ -100,26 +104,27 @@ class Endpoint {
 };
 
 struct SessionOptions {
-  std::filesystem::path machine;  // empty: the environment's, else the sample
+  std::filesystem::path machine;  // empty: DefaultMachineFolder
   std::string technology;         // folder of the technology library; empty: found
   bool diagnostics = false;
 };
 
-// The machine, the component on it, and its system object. Everything made from it dies first.
+// The machine, the component on it, and its system object. Outlives everything that is made from
+// it.
 class Session {
  public:
   explicit Session(const SessionOptions& options);
 
   Machine& machine() const noexcept { return *machine_; }
   const std::filesystem::path& machine_folder() const noexcept { return machine_folder_; }
-  // Ends in a backslash; empty when none is known.
+  // Ends in a backslash; empty if none is known.
   const std::wstring& technology_folder() const noexcept { return technology_folder_; }
   const Component& component() const noexcept { return component_; }
 
   // Identifiers of the machine's active render endpoints, in its own order.
   std::vector<std::string> DeviceIdentifiers() const;
-  // Those of them that the component finds. One that it finds but cannot open is passed over, and
-  // its identifier added to `unopened` (may be null).
+  // The endpoints of these devices that the component finds. One that it finds but cannot open is
+  // left out, and its identifier added to `unopened` (may be null).
   std::vector<Endpoint> Endpoints(std::vector<std::string>* unopened = nullptr) const;
   // Rate in Hz of the stream that the endpoint plays.
   std::uint32_t SampleRate(const Endpoint& endpoint) const;
@@ -131,7 +136,11 @@ class Session {
   std::unique_ptr<Machine> machine_;
   Component component_;
   std::wstring technology_folder_;
-  mutable ComPtr<IORVAPOSystem> system_;  // made when first asked for
+  mutable ComPtr<IORVAPOSystem> system_;  // made for the first request
 };
+
+// The library in the folder that the options name, or in the system directory; null if it describes
+// no control. Throws Failure if the machine or folder that the options name is not there.
+std::unique_ptr<ORVAPOProcessInfo> OpenTechnology(const SessionOptions& options);
 
 }  // namespace orv::cli

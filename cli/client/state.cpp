@@ -6,25 +6,12 @@ namespace orv::cli {
 namespace {
 
 template <class Value>
-ChangeValue From(const std::optional<Value>& value) {
-  return value ? ChangeValue(*value) : ChangeValue();
-}
-
-const ModeState* FindMode(const EndpointState& state, const std::string& name) {
-  const auto found = std::ranges::find(state.modes, name, &ModeState::name);
-  return found != state.modes.end() ? &*found : nullptr;
-}
-
-void CompareControls(const ModeState* from, const ModeState& to, std::vector<Change>& changes) {
-  for (const auto& [name, value] : to.controls) {
-    ChangeValue before;
-    if (from != nullptr) {
-      const auto found = from->controls.find(name);
-      if (found != from->controls.end()) before = found->second;
-    }
-    if (before != ChangeValue(value))
-      changes.push_back({Change::What::Control, to.name, name, before, value});
-  }
+void Compare(const Change& change, const std::optional<Value>& from, const std::optional<Value>& to,
+             std::vector<Change>& changes) {
+  if (from == to) return;
+  changes.push_back(change);
+  if (from) changes.back().from = *from;
+  if (to) changes.back().to = *to;
 }
 
 ModeState ReadMode(Catalog& catalog, const Endpoint& endpoint, const Mode& mode) {
@@ -52,45 +39,25 @@ EndpointState ReadState(Catalog& catalog, const Endpoint& endpoint) {
 
 std::vector<Change> Differences(const EndpointState& from, const EndpointState& to) {
   std::vector<Change> changes;
-  if (from.current_mode != to.current_mode)
-    changes.push_back(
-        {Change::What::Mode, "", kCurrentModeName, From(from.current_mode), From(to.current_mode)});
-  if (from.enabled != to.enabled)
-    changes.push_back(
-        {Change::What::Switch, "", kProcessEnableName, From(from.enabled), From(to.enabled)});
-  for (const ModeState& mode : to.modes) CompareControls(FindMode(from, mode.name), mode, changes);
+  Compare({"mode", "", kCurrentModeName, {}, {}}, from.current_mode, to.current_mode, changes);
+  Compare({"switch", "", kProcessEnableName, {}, {}}, from.enabled, to.enabled, changes);
+  for (const ModeState& mode : to.modes) {
+    const auto former = std::ranges::find(from.modes, mode.name, &ModeState::name);
+    for (const auto& [name, value] : mode.controls) {
+      std::optional<std::int32_t> before;
+      if (former != from.modes.end())
+        if (const auto held = former->controls.find(name); held != former->controls.end())
+          before = held->second;
+      Compare({"control", mode.name, name, {}, {}}, before, std::optional(value), changes);
+    }
+  }
   return changes;
 }
 
-const char* WhatWord(Change::What what) {
-  switch (what) {
-    case Change::What::Mode:
-      return "mode";
-    case Change::What::Switch:
-      return "switch";
-    case Change::What::Control:
-      break;
-  }
-  return "control";
-}
-
-Json ToJson(const ChangeValue& value) {
-  return std::visit(
-      [](const auto& held) -> Json {
-        if constexpr (std::is_same_v<std::decay_t<decltype(held)>, std::monostate>) {
-          return nullptr;
-        } else {
-          return held;
-        }
-      },
-      value);
-}
-
-std::string ToText(const ChangeValue& value) {
-  if (const auto* text = std::get_if<std::string>(&value)) return *text;
-  if (const auto* number = std::get_if<std::int32_t>(&value)) return std::to_string(*number);
-  if (const auto* on = std::get_if<bool>(&value)) return *on ? "on" : "off";
-  return "-";
+std::string ToText(const Json& value) {
+  if (value.is_null()) return "-";
+  if (value.is_boolean()) return value.get<bool>() ? "on" : "off";
+  return value.is_string() ? value.get<std::string>() : value.dump();
 }
 
 }  // namespace orv::cli

@@ -1,9 +1,9 @@
-// What clients can change on an endpoint, as one value, and the differences between two of them.
+// What clients can change on an endpoint, as one value, and the differences of two such values.
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
-#include <variant>
 #include <vector>
 
 #include "cli/client/catalog.h"
@@ -18,35 +18,31 @@ struct ModeState {
 };
 
 struct EndpointState {
-  std::optional<std::string> current_mode;  // nothing when the stored one is unknown
-  std::optional<bool> enabled;              // nothing when it cannot be read
+  std::optional<std::string> current_mode;  // nullopt if the stored one is unknown
+  std::optional<bool> enabled;              // nullopt if it cannot be read
   std::vector<ModeState> modes;             // in configuration order
 };
 
-// Nothing stands for a value that one of the states does not have.
-using ChangeValue = std::variant<std::monostate, bool, std::int32_t, std::string>;
-
 struct Change {
-  enum class What { Mode, Switch, Control };
-  What what = What::Control;
+  std::string what;  // "mode", "switch" or "control"
   std::string mode;  // empty unless a control changed
   std::string name;  // "current mode", the switch's or the control's name
-  ChangeValue from;
-  ChangeValue to;
+  // A mode's name, a boolean or a control's integer; null if one of the states has no value.
+  Json from;
+  Json to;
 };
 
 inline constexpr char kCurrentModeName[] = "current mode";
 inline constexpr char kProcessEnableName[] = "ZAPO3-Process Enable";
 
-// Everything read afresh, through the component.
+// Reads everything again, through the component.
 EndpointState ReadState(Catalog& catalog, const Endpoint& endpoint);
 
 // In the order: current mode, switch, controls by mode and name. Modes and controls that `to` lacks
 // have not changed.
 std::vector<Change> Differences(const EndpointState& from, const EndpointState& to);
 
-const char* WhatWord(Change::What what);
-Json ToJson(const ChangeValue& value);
-std::string ToText(const ChangeValue& value);
+// A value of a change as text: "on", "off", "-" if there is none.
+std::string ToText(const Json& value);
 
 }  // namespace orv::cli

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <cmath>
 
-#include "cli/client/stop_on_signal.h"
+#include "cli/client/host.h"
 #include "cli/client/stream_bands.h"
 #include "cli/commands/commands.h"
 #include "cli/show/analysis_view.h"

@@ -1,7 +1,6 @@
 // check
 #include "cli/offline/check.h"
 
-#include "cli/client/technology.h"
 #include "cli/commands/commands.h"
 #include "cli/offline/files.h"
 

@@ -2,7 +2,6 @@
 #include <cmath>
 #include <filesystem>
 
-#include "cli/client/dsp_file.h"
 #include "cli/client/dsp_objects.h"
 #include "cli/commands/commands.h"
 #include "cli/dsp/push.h"

@@ -1,4 +1,5 @@
 // image decode, image encode
+#include "cli/client/registry.h"
 #include "cli/commands/commands.h"
 #include "cli/offline/files.h"
 #include "cli/offline/image_json.h"

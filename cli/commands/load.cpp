@@ -81,19 +81,20 @@ class Plan {
 };
 
 void ApplyOne(const Endpoint& endpoint, const std::vector<Mode>& modes,
-              const std::string& mode_name, const std::string& name, const ChangeValue& value) {
+              const std::string& mode_name, const std::string& name, const Json& value) {
   const auto named = [&](const std::string& wanted) {
     return std::ranges::find(modes, wanted, &Mode::name);
   };
-  if (const auto* current = std::get_if<std::string>(&value)) {
-    if (const auto mode = named(*current); mode != modes.end()) endpoint.SetCurrentMode(*mode);
-  } else if (const auto* enabled = std::get_if<bool>(&value)) {
-    modes.front().SetEnabled(*enabled);
-  } else if (const auto* number = std::get_if<std::int32_t>(&value)) {
+  if (value.is_string()) {
+    const auto mode = named(value.get<std::string>());
+    if (mode != modes.end()) endpoint.SetCurrentMode(*mode);
+  } else if (value.is_boolean()) {
+    modes.front().SetEnabled(value.get<bool>());
+  } else if (value.is_number()) {
     const auto mode = named(mode_name);
     if (mode == modes.end()) return;
     const std::optional<Control> control = mode->Controls(kORVAPO_Cont_Public).Find(name);
-    if (control) control->SetValue(*number);
+    if (control) control->SetValue(value.get<std::int32_t>());
   }
 }
 
@@ -137,8 +138,8 @@ void ShowChanges(Context& context, const std::vector<Change>& changes, bool dry_
   for (const Change& change : changes) {
     array.push_back({{"mode", change.mode.empty() ? Json() : Json(change.mode)},
                      {"name", change.name},
-                     {"from", ToJson(change.from)},
-                     {"to", ToJson(change.to)}});
+                     {"from", change.from},
+                     {"to", change.to}});
     table.Add(
         {change.mode, change.name, ToText(change.from), Cell(ToText(change.to), ansi::kAccent)});
   }

@@ -120,7 +120,7 @@ void ShowDrivers(Context& context, bool all) {
   }
   for (const DriverRefusal& refusal : report.refusals)
     output.Notice(refusal.driver + " refused " + refusal.request + ": " + refusal.reason);
-  for (const DriverFinding& remark : report.remarks)
+  for (const DriverFinding& remark : report.findings)
     output.Notice(remark.driver + ": " + RemarkPlace(remark) + remark.text);
 }
 

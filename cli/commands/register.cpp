@@ -1,7 +1,7 @@
 // register, unregister
 #include <algorithm>
 
-#include "cli/client/registered_keys.h"
+#include "cli/client/registry.h"
 #include "cli/commands/commands.h"
 
 namespace orv::cli {
@@ -11,8 +11,7 @@ void ChangeRegistration(Context& context, bool add, bool for_user) {
   Session& session = context.session();
   Registry& registry = session.machine().registry();
   const std::vector<std::string> before = RegisteredKeys(registry, for_user);
-  const HRESULT status =
-      add ? session.component().Register(for_user) : session.component().Unregister(for_user);
+  const HRESULT status = session.component().SetRegistered(add, for_user);
   Require(status, add ? "registering the component" : "removing the component's registration",
           "The registration belongs to the machine; without the right to change it, use --user.");
   std::vector<std::string> keys = RegisteredKeys(registry, for_user);

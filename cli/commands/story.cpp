@@ -7,6 +7,7 @@
 #include "cli/client/control_view.h"
 #include "cli/client/dsp_objects.h"
 #include "cli/client/host.h"
+#include "cli/client/registry.h"
 #include "cli/commands/commands.h"
 #include "cli/dsp/push.h"
 #include "cli/offline/image_json.h"

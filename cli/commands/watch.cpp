@@ -3,9 +3,9 @@
 #include <chrono>
 #include <cstdio>
 
-#include "cli/client/key_watch.h"
+#include "cli/client/host.h"
+#include "cli/client/registry.h"
 #include "cli/client/state.h"
-#include "cli/client/stop_on_signal.h"
 #include "cli/commands/commands.h"
 #include "platform/synchronization.h"
 
@@ -36,12 +36,11 @@ std::string UtcNow() {
   return text;
 }
 
-std::string ForPeople(const Catalog& catalog, const Change& change, const ChangeValue& value) {
-  const auto* number = std::get_if<std::int32_t>(&value);
-  if (change.what == Change::What::Control && number != nullptr && *number >= 0) {
+std::string ForPeople(const Catalog& catalog, const Change& change, const Json& value) {
+  if (value.is_number() && value.get<std::int32_t>() >= 0) {
     const ControlFacts facts = catalog.Describe(change.name);
-    if (static_cast<std::size_t>(*number) < facts.choices.size())
-      return facts.choices[static_cast<std::size_t>(*number)];
+    const auto position = value.get<std::size_t>();
+    if (position < facts.choices.size()) return facts.choices[position];
   }
   return ToText(value);
 }
@@ -59,11 +58,11 @@ class ChangePrinter {
     if (output.json()) {
       output.JsonLine({{"seq", sequence_},
                        {"time", time},
-                       {"what", WhatWord(change.what)},
+                       {"what", change.what},
                        {"mode", change.mode.empty() ? Json() : Json(change.mode)},
                        {"name", change.name},
-                       {"from", ToJson(change.from)},
-                       {"to", ToJson(change.to)}});
+                       {"from", change.from},
+                       {"to", change.to}});
       return;
     }
     std::string line = output.Painted(time, ansi::kDim) + "  ";

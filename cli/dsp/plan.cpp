@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <functional>
 #include <initializer_list>
 
 #include "cli/show/names.h"
@@ -21,19 +20,27 @@
 namespace orv::cli {
 namespace {
 
-// Keeps what writers send as a plan.
-class DspRecorder {
- public:
-  DspRecorder(std::string driver, DspReadback* held) : held_(held) {
-    plan.driver = std::move(driver);
-  }
+// Adds those of the parameters that the plan does not send.
+void AddGaps(const DspPlan& plan, std::initializer_list<std::uint32_t> parameters,
+             const std::string& reason, std::vector<DspPlan::Gap>& gaps) {
+  for (const std::uint32_t parameter : parameters)
+    if (FindBlock(plan.blocks, parameter) == nullptr)
+      gaps.push_back({{plan.driver, parameter, {}, 0}, reason});
+}
 
-  bool Get(HRESULT& status, std::uint32_t parameter, void* buffer, std::uint32_t size) {
+// A driver that keeps as a plan what writers send. `held` answers what they read; may be null.
+template <class Driver>
+class Recorder : public Driver {
+ public:
+  Recorder(DspPlan& plan, DspReadback* held) : plan_(plan), held_(held) {}
+
+  bool GetParameter(HRESULT& status, std::uint32_t parameter, void* buffer, std::uint32_t size,
+                    std::uint8_t) override {
     status = E_FAIL;
-    const DspBlock* block = FindBlock(plan.blocks, parameter);
+    const DspBlock* block = FindBlock(plan_.blocks, parameter);
     std::optional<DspBlock> held;
     if (block == nullptr && held_ != nullptr) {
-      held = held_->Held(plan.driver, parameter, size);
+      held = held_->Held(plan_.driver, parameter, size);
       if (held) block = &*held;
     }
     if (block == nullptr || block->bytes.size() < size) return false;
@@ -41,69 +48,42 @@ class DspRecorder {
     status = S_OK;
     return true;
   }
-  bool Set(HRESULT& status, std::uint32_t parameter, const void* buffer, std::uint32_t size,
-           std::uint32_t selector) {
+  bool SetParameter(HRESULT& status, std::uint32_t parameter, const void* buffer,
+                    std::uint32_t size, std::uint8_t apply) override {
     const auto* bytes = static_cast<const std::byte*>(buffer);
-    DspBlock block{plan.driver, parameter, {bytes, bytes + size}, selector};
-    const auto known = std::ranges::find(plan.blocks, parameter, &DspBlock::parameter);
-    if (known != plan.blocks.end()) {
-      *known = std::move(block);
-    } else {
-      plan.blocks.push_back(std::move(block));
-    }
+    auto known = std::ranges::find(plan_.blocks, parameter, &DspBlock::parameter);
+    if (known == plan_.blocks.end()) known = plan_.blocks.insert(known, DspBlock{});
+    *known = {plan_.driver, parameter, {bytes, bytes + size}, apply};
     status = S_OK;
     return true;
   }
-  // Adds those of the parameters that were not sent.
-  void AddGaps(std::vector<DspPlan::Gap>& gaps, std::initializer_list<std::uint32_t> parameters,
-               const std::string& reason) const {
-    for (const std::uint32_t parameter : parameters)
-      if (FindBlock(plan.blocks, parameter) == nullptr)
-        gaps.push_back({{plan.driver, parameter, {}, 0}, reason});
-  }
 
-  DspPlan plan;
+ protected:
+  ~Recorder() = default;
+  DspPlan& plan_;
 
  private:
   DspReadback* held_;
 };
 
-template <class Driver>
-class ParameterRecorder : public Driver {
+class SkylakeRecorder final : public Recorder<SkylakeDriver> {
  public:
-  explicit ParameterRecorder(DspRecorder& recorder) : recorder_(recorder) {}
-  bool GetParameter(HRESULT& status, std::uint32_t parameter, void* buffer, std::uint32_t size,
-                    std::uint8_t) override {
-    return recorder_.Get(status, parameter, buffer, size);
-  }
-  bool SetParameter(HRESULT& status, std::uint32_t parameter, const void* buffer,
-                    std::uint32_t size, std::uint8_t apply) override {
-    return recorder_.Set(status, parameter, buffer, size, apply);
-  }
-
- protected:
-  ~ParameterRecorder() = default;
-  DspRecorder& recorder_;
-};
-
-class SkylakeRecorder final : public ParameterRecorder<SkylakeDriver> {
- public:
-  using ParameterRecorder::ParameterRecorder;
+  using Recorder::Recorder;
   bool GetStatus(HRESULT& status, std::uint8_t& enabled, std::uint8_t) override {
     enabled = 1;
     status = S_OK;
     return true;
   }
   bool SetStatus(HRESULT& status, std::uint8_t enable, std::uint8_t) override {
-    recorder_.plan.module = enable != 0;
+    plan_.module = enable != 0;
     status = S_OK;
     return true;
   }
 };
 
-class BroadwellRecorder final : public ParameterRecorder<BroadwellDriver> {
+class BroadwellRecorder final : public Recorder<BroadwellDriver> {
  public:
-  using ParameterRecorder::ParameterRecorder;
+  using Recorder::Recorder;
   std::uint32_t last_error() const override { return 0; }
 };
 
@@ -179,57 +159,51 @@ std::string SkylakeBlockReason(const skylake::Block& block, const ControlValueMa
 
 static_assert(kSkylakeControlWriters.size() == skylake::kBlocks.size());
 
-void WriteSkylakeFilters(DspRecorder& recorder, KELAPOIntelDSP_SKL& writers,
+void WriteSkylakeFilters(DspPlan& plan, KELAPOIntelDSP_SKL& writers,
                          const ControlValueMap& controls, std::uint8_t apply) {
   const ErrorCapture capture;
   writers.SetVQ3DHPFAEQControls(controls, apply);
-  recorder.AddGaps(recorder.plan.missing, {skylake::kLeftFilter, skylake::kRightFilter},
-                   SkylakeFilterReason(capture.error(), controls));
+  AddGaps(plan, {skylake::kLeftFilter, skylake::kRightFilter},
+          SkylakeFilterReason(capture.error(), controls), plan.missing);
 }
 
-void WriteSkylake(DspRecorder& recorder, const ControlValueMap& controls, bool whole,
+void WriteSkylake(DspPlan& plan, DspReadback* held, const ControlValueMap& controls, bool whole,
                   std::uint8_t apply) {
-  SkylakeRecorder driver(recorder);
+  SkylakeRecorder driver(plan, held);
   KELAPOIntelDSP_SKL writers(driver);
-  if (!whole) return WriteSkylakeFilters(recorder, writers, controls, apply);
+  if (!whole) return WriteSkylakeFilters(plan, writers, controls, apply);
   KELAPOIntelDSP_SKL::ClearCache();
   for (std::size_t i = 0; i < skylake::kBlocks.size(); ++i) {
     const skylake::Block& block = skylake::kBlocks[i];
     const ErrorCapture capture;
     const HRESULT status = (writers.*kSkylakeControlWriters[i])(controls, apply);
-    if (FindBlock(recorder.plan.blocks, block.parameter) != nullptr) continue;
-    auto& gaps = FAILED(status) ? recorder.plan.missing : recorder.plan.kept;
+    if (FindBlock(plan.blocks, block.parameter) != nullptr) continue;
+    auto& gaps = FAILED(status) ? plan.missing : plan.kept;
     const std::string reason = SkylakeBlockReason(block, controls, capture.error());
-    recorder.AddGaps(gaps, {block.parameter}, reason);
-    if (block.parameter == skylake::kVQ3D) recorder.AddGaps(gaps, {skylake::kCommonConfig}, reason);
+    AddGaps(plan, {block.parameter}, reason, gaps);
+    if (block.parameter == skylake::kVQ3D) AddGaps(plan, {skylake::kCommonConfig}, reason, gaps);
   }
-  WriteSkylakeFilters(recorder, writers, controls, apply);
-  recorder.plan.module = KELAPOIntelDSP_SKL::CachedProcessEnable();
+  WriteSkylakeFilters(plan, writers, controls, apply);
+  plan.module = KELAPOIntelDSP_SKL::CachedProcessEnable();
 }
 
-// Records what one processor sends; the others continue if it fails.
-void WriteBroadwellPart(DspRecorder& recorder, const ControlValueMap& controls,
-                        std::initializer_list<std::uint32_t> parameters,
-                        const std::function<void()>& process) {
-  const ErrorCapture capture;
-  std::string error;
-  try {
-    process();
-  } catch (const std::exception& failure) {
-    error = failure.what();
-  }
-  if (error.empty()) error = capture.error();
-  recorder.AddGaps(recorder.plan.missing, parameters,
-                   ReasonOf(error.empty() ? kUnusableBands : error, controls));
-}
-
-void WriteBroadwell(DspRecorder& recorder, const ControlValueMap& controls,
+void WriteBroadwell(DspPlan& plan, DspReadback* held, const ControlValueMap& controls,
                     const std::string& technology, std::uint8_t apply) {
-  BroadwellRecorder driver(recorder);
+  BroadwellRecorder driver(plan, held);
   KELAPOIntelDSP_BRW processors(driver);
   const bool whole = technology.empty();
+  // Records what one processor sends; the others continue if it fails.
   const auto write = [&](std::initializer_list<std::uint32_t> parameters, const auto& process) {
-    WriteBroadwellPart(recorder, controls, parameters, process);
+    const ErrorCapture capture;
+    std::string error;
+    try {
+      process();
+    } catch (const std::exception& failure) {
+      error = failure.what();
+    }
+    if (error.empty()) error = capture.error();
+    AddGaps(plan, parameters, ReasonOf(error.empty() ? kUnusableBands : error, controls),
+            plan.missing);
   };
   if (whole || technology == kHighPass)
     write({broadwell::kHighPassCoefficients}, [&] {
@@ -265,54 +239,54 @@ void WriteBroadwell(DspRecorder& recorder, const ControlValueMap& controls,
 DspPlan PlanMode(const std::string& driver, const ControlValueMap& controls,
                  const std::string& technology, std::uint8_t apply, DspReadback* held) {
   const DiagnosticCapture quiet([](std::wstring_view) {});
-  DspRecorder recorder(driver, held);
+  DspPlan plan;
+  plan.driver = driver;
   if (driver == kSkylakeDriver) {
-    WriteSkylake(recorder, controls, technology.empty(), apply);
+    WriteSkylake(plan, held, controls, technology.empty(), apply);
   } else {
-    WriteBroadwell(recorder, controls, technology, apply);
+    WriteBroadwell(plan, held, controls, technology, apply);
   }
-  return std::move(recorder.plan);
+  return plan;
 }
 
 DspPlan PlanQualcommMode(const QualcommControls& controls, std::uint32_t form_factor) {
   const DiagnosticCapture quiet([](std::wstring_view) {});
-  DspRecorder recorder(kQualcommDriver, nullptr);
+  DspPlan plan;
+  plan.driver = kQualcommDriver;
   for (const QualcommParameter parameter : kQualcommSendingOrder) {
     const std::wstring_view needed = QualcommRecordNeeds(parameter);
     if (!needed.empty() && controls.find(needed) == controls.end()) {
-      recorder.AddGaps(recorder.plan.kept, {parameter},
-                       fmt::format("the mode has no \"{}\"", Utf8FromName(needed)));
+      AddGaps(plan, {parameter}, fmt::format("the mode has no \"{}\"", Utf8FromName(needed)),
+              plan.kept);
       continue;
     }
     const QualcommRecord record(parameter, controls);
-    HRESULT status = S_OK;
-    recorder.Set(status, parameter, record.payload().data(),
-                 static_cast<std::uint32_t>(record.payload().size()), form_factor);
+    const auto payload = record.payload();
+    plan.blocks.push_back({plan.driver, parameter, {payload.begin(), payload.end()}, form_factor});
   }
-  return std::move(recorder.plan);
+  return plan;
 }
 
 DspProperty PlanProperty(const std::string& driver, const std::string& name, const VARIANT& value,
                          const ControlValueMap& mode, std::uint8_t apply, DspReadback* held) {
   const ErrorCapture capture;
-  DspRecorder recorder(driver, held);
   DspProperty property;
+  property.plan.driver = driver;
   try {
     if (driver == kSkylakeDriver) {
-      SkylakeRecorder skylake(recorder);
+      SkylakeRecorder skylake(property.plan, held);
       ORVQVTValueList list;
       for (const auto& [control, held_value] : mode) list.GetOrAdd(control) = held_value;
       property.status =
           KELAPOIntelDSP_SKL(skylake).SetControl(NameFromUtf8(name), value, list, apply);
     } else {
-      BroadwellRecorder broadwell(recorder);
+      BroadwellRecorder broadwell(property.plan, held);
       property.status = KELAPOIntelDSP_BRW(broadwell).SetProperty(NameFromUtf8(name), apply, value);
     }
   } catch (const IntelException& error) {
     property.status = orv_apo::kAborted;
     property.reason = ReasonOf(error.what(), {});
   }
-  property.plan = std::move(recorder.plan);
   if (!property.plan.sends_anything() && property.reason.empty() && !capture.error().empty())
     property.reason = ReasonOf(capture.error(), mode);
   return property;
@@ -322,8 +296,7 @@ std::optional<DspPlace> FindProperty(const std::string& driver, const std::strin
   const std::string control = Narrow(NameFromUtf8(name));
   if (driver == kSkylakeDriver) {
     const auto place = FindSkylakeControl(control);
-    if (!place) return std::nullopt;
-    return DspPlace{place->parameter, place->offset};
+    return place ? std::optional(DspPlace{place->parameter, place->offset}) : std::nullopt;
   }
   const auto place =
       broadwell::FindField(control == "AMHD Enable" ? "ZENSND-AMHD Enable" : control);

@@ -152,19 +152,10 @@ std::string ReasonLines(const std::vector<DspDifference>& differences) {
   return lines;
 }
 
-std::string BlockCount(const PushOutcome& outcome) {
-  return Counted(outcome.blocks.size(), "block") +
-         (outcome.module ? " and the module's status" : "");
-}
-
 const char* VerdictWord(const PushOutcome& outcome) {
   if (outcome.differs() || outcome.blocks.empty()) return "differs";
   constexpr const char* kWords[] = {"sent, not read back", "received", "verified"};
   return kWords[static_cast<std::size_t>(outcome.proof)];
-}
-
-Json NumberOrNull(const std::optional<std::int64_t>& number) {
-  return number ? Json(*number) : Json();
 }
 
 }  // namespace
@@ -207,11 +198,12 @@ Json ToJson(const PushOutcome& outcome) {
   Json blocks = Json::array();
   for (const DspBlock& block : outcome.blocks) blocks.push_back(BlockName(block));
   Json differences = Json::array();
+  const auto number = [](const auto& held) { return held ? Json(*held) : Json(); };
   for (const DspDifference& difference : outcome.differences) {
     Json entry = {{"block", difference.block},
                   {"control", difference.control},
-                  {"sent", NumberOrNull(difference.sent)},
-                  {"read", NumberOrNull(difference.read)}};
+                  {"sent", number(difference.sent)},
+                  {"read", number(difference.read)}};
     if (!difference.reason.empty()) {
       entry["reason"] = difference.reason;
     } else {
@@ -235,8 +227,9 @@ std::string VerdictText(const PushOutcome& outcome) {
       "Sent, not read back: {}. This driver does not report what it took.",
       "Received as planned: {}. This driver cannot be read back.",
       "Verified: {}, each taken and read back as planned."};
-  const char* const text = kTexts[static_cast<std::size_t>(outcome.proof)];
-  return fmt::format(fmt::runtime(text), BlockCount(outcome));
+  const std::string blocks =
+      Counted(outcome.blocks.size(), "block") + (outcome.module ? " and the module's status" : "");
+  return fmt::format(fmt::runtime(kTexts[static_cast<std::size_t>(outcome.proof)]), blocks);
 }
 
 void ShowPush(Context& context, const PushOutcome& outcome) {

@@ -33,22 +33,17 @@ std::optional<DspBlock> ReadFrom(Client& client, const std::string& driver, std:
 
 }  // namespace
 
-struct DspReadback::Clients {
-  std::unique_ptr<KELAPOIntelDriverInterface_SKL> skylake;
-  std::unique_ptr<ORVAPOIntelDriverInterface_BRW> broadwell;
-};
-
 DspReadback::DspReadback(Machine& machine, const std::string& device_id)
     : machine_(machine),
       simulated_(dynamic_cast<SimulatedMachine*>(&machine)),
-      device_id_(WideFromUtf8(device_id)),
-      clients_(std::make_unique<Clients>()) {
+      device_id_(WideFromUtf8(device_id)) {
   if (simulated_ != nullptr) before_ = simulated_->LatestRequestNumber();
 }
 
 DspReadback::~DspReadback() {
   const Silence silence;
-  clients_.reset();
+  skylake_.reset();
+  broadwell_.reset();
 }
 
 bool DspReadback::CanRead(const std::string& driver) const {
@@ -118,27 +113,27 @@ std::optional<DspBlock> DspReadback::Held(const std::string& driver, std::uint32
 }
 
 bool DspReadback::Open(const std::string& driver) {
-  if (driver == kSkylakeDriver && clients_->skylake == nullptr) {
+  if (driver == kSkylakeDriver && skylake_ == nullptr) {
     // The session's machine outlives this object.
     const std::shared_ptr<Machine> machine(std::shared_ptr<void>(), &machine_);
     auto client = std::make_unique<KELAPOIntelDriverInterface_SKL>(machine, nullptr);
-    if (SUCCEEDED(client->ActivateIKsControls(device_id_))) clients_->skylake = std::move(client);
+    if (SUCCEEDED(client->ActivateIKsControls(device_id_))) skylake_ = std::move(client);
   }
-  if (driver == kBroadwellDriver && clients_->broadwell == nullptr) {
+  if (driver == kBroadwellDriver && broadwell_ == nullptr) {
     HRESULT status = E_FAIL;
     auto client = std::make_unique<ORVAPOIntelDriverInterface_BRW>(
         machine_, status, broadwell::kPostProcessingModule);
-    if (SUCCEEDED(status)) clients_->broadwell = std::move(client);
+    if (SUCCEEDED(status)) broadwell_ = std::move(client);
   }
-  return driver == kSkylakeDriver ? clients_->skylake != nullptr : clients_->broadwell != nullptr;
+  return driver == kSkylakeDriver ? skylake_ != nullptr : broadwell_ != nullptr;
 }
 
 std::optional<DspBlock> DspReadback::Ask(const std::string& driver, std::uint32_t parameter,
                                          std::size_t size) {
   const Silence silence;
   if (driver == kQualcommDriver || !Open(driver)) return std::nullopt;
-  return driver == kSkylakeDriver ? ReadFrom(*clients_->skylake, driver, parameter, size)
-                                  : ReadFrom(*clients_->broadwell, driver, parameter, size);
+  return driver == kSkylakeDriver ? ReadFrom(*skylake_, driver, parameter, size)
+                                  : ReadFrom(*broadwell_, driver, parameter, size);
 }
 
 std::optional<bool> DspReadback::ReadModule(const std::string& driver) {
@@ -146,7 +141,7 @@ std::optional<bool> DspReadback::ReadModule(const std::string& driver) {
   HRESULT status = E_FAIL;
   std::uint8_t enabled = 0;
   if (driver != kSkylakeDriver || !Open(driver)) return std::nullopt;
-  if (!clients_->skylake->GetStatus(status, enabled, 0)) return std::nullopt;
+  if (!skylake_->GetStatus(status, enabled, 0)) return std::nullopt;
   return enabled != 0;
 }
 

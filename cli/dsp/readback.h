@@ -12,8 +12,10 @@
 #include "platform/machine.h"
 
 namespace orv {
+class KELAPOIntelDriverInterface_SKL;
+class ORVAPOIntelDriverInterface_BRW;
 class SimulatedMachine;
-}
+}  // namespace orv
 
 namespace orv::cli {
 
@@ -54,15 +56,16 @@ class DspReadback {
                                std::size_t size);
 
  private:
-  struct Clients;
   bool Open(const std::string& driver);
   std::optional<DspBlock> Ask(const std::string& driver, std::uint32_t parameter, std::size_t size);
 
   Machine& machine_;
   SimulatedMachine* simulated_;
   std::wstring device_id_;
-  std::uint64_t before_ = 0;          // number of the latest request before this object
-  std::unique_ptr<Clients> clients_;  // opened when first asked for
+  std::uint64_t before_ = 0;  // number of the latest request before this object
+  // Opened for the first request.
+  std::unique_ptr<KELAPOIntelDriverInterface_SKL> skylake_;
+  std::unique_ptr<ORVAPOIntelDriverInterface_BRW> broadwell_;
 };
 
 }  // namespace orv::cli

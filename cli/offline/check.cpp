@@ -211,16 +211,10 @@ const char* SeverityWord(Severity severity) {
 }
 
 const char* LoadStatusWords(LoadStatus status) {
-  switch (status) {
-    case LoadStatus::Loaded:
-      return "loads";
-    case LoadStatus::EmptyProperties:
-      return "refused: <properties> is empty";
-    case LoadStatus::BadMode:
-      return "refused: a mode has no valid key";
-    default:
-      return "refused: no usable document";
-  }
+  if (status == LoadStatus::Loaded) return "loads";
+  if (status == LoadStatus::EmptyProperties) return "refused: <properties> is empty";
+  return status == LoadStatus::BadMode ? "refused: a mode has no valid key"
+                                       : "refused: no usable document";
 }
 
 }  // namespace orv::cli

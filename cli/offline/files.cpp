@@ -1,7 +1,5 @@
 #include "cli/offline/files.h"
 
-#include <fmt/format.h>
-
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -28,7 +26,7 @@ void WriteFile(const std::filesystem::path& path, const std::string& bytes) {
   std::ofstream file(path, std::ios::binary | std::ios::trunc);
   file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   file.flush();
-  if (!file) throw Failure(kRefused, fmt::format("{} cannot be written.", PathText(path)));
+  if (!file) throw Failure(kRefused, "{} cannot be written.", PathText(path));
 }
 
 }  // namespace
@@ -41,18 +39,16 @@ std::string ReadWholeFile(const std::string& path, std::size_t limit) {
     const std::filesystem::path name = PathFromUtf8(path);
     std::error_code ignored;
     if (!std::filesystem::is_directory(name, ignored)) file.open(name, std::ios::binary);
-    if (!file.is_open())
-      throw Failure(kRefused, fmt::format("{} cannot be opened for reading.", path));
+    if (!file.is_open()) throw Failure(kRefused, "{} cannot be opened for reading.", path);
   }
   std::istream& input = path == "-" ? std::cin : file;
   std::string bytes;
   char block[16384];
   while (input.read(block, sizeof block) || input.gcount() > 0) {
     bytes.append(block, static_cast<std::size_t>(input.gcount()));
-    if (bytes.size() > limit)
-      throw Failure(kRefused, fmt::format("{} is larger than {} bytes.", path, limit));
+    if (bytes.size() > limit) throw Failure(kRefused, "{} is larger than {} bytes.", path, limit);
   }
-  if (input.bad()) throw Failure(kRefused, fmt::format("{} cannot be read to its end.", path));
+  if (input.bad()) throw Failure(kRefused, "{} cannot be read to its end.", path);
   return bytes;
 }
 
@@ -63,7 +59,7 @@ void ReplaceFile(const std::string& path, const std::string& bytes) {
     return WriteFile(name, bytes);
   std::string reason;
   if (!ReplaceFileContent(name, bytes, reason))
-    throw Failure(kRefused, fmt::format("{} cannot be written: {}.", path, reason));
+    throw Failure(kRefused, "{} cannot be written: {}.", path, reason);
 }
 
 }  // namespace orv::cli

@@ -47,17 +47,17 @@ std::string AtHalfTheRate(const char* what, double frequency, std::int32_t rate)
 
 float ParseBandNumber(const std::string& text, const std::string& band) {
   if (const std::optional<float> number = ParseReal(text)) return *number;
-  UsageFailure(fmt::format("\"{}\" in the band \"{}\" is not a number.", text, band));
+  UsageFailure("\"{}\" in the band \"{}\" is not a number.", text, band);
 }
 
 FilterBand ParseBand(const std::string& text) {
   const std::vector<std::string> parts = SplitList(text, "the band");
   if (parts.size() != 4 && parts.size() != 5)
-    UsageFailure(fmt::format("the band \"{}\" is not type,frequency,q,gain_db[,invert].", text));
+    UsageFailure("the band \"{}\" is not type,frequency,q,gain_db[,invert].", text);
   FilterBand band{ParseChoice(kTypeNames, parts[0], "band type"), ParseBandNumber(parts[1], text),
                   ParseBandNumber(parts[2], text), ParseBandNumber(parts[3], text), 0};
   if (band.frequency <= 0 || band.q <= 0)
-    UsageFailure(fmt::format("frequency and quality of the band \"{}\" must be above zero.", text));
+    UsageFailure("frequency and quality of the band \"{}\" must be above zero.", text);
   if (parts.size() == 5) band.invert = ParseBandNumber(parts[4], text) != 0 ? 1 : 0;
   return band;
 }

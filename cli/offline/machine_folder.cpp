@@ -24,13 +24,12 @@ std::vector<std::string> MachineNames(const fs::path& folder) {
 void CopyMachine(const fs::path& source, const fs::path& target) {
   std::error_code error;
   if (!fs::exists(source / "machine.json", error)) {
-    throw Failure(kRefused, fmt::format("{} is not a machine's folder: it has no machine.json.",
-                                        PathText(source)));
+    throw Failure(kRefused, "{} is not a machine's folder: it has no machine.json.",
+                  PathText(source));
   }
   if (fs::exists(target, error) &&
       !(fs::is_directory(target, error) && fs::is_empty(target, error))) {
-    throw Failure(kRefused,
-                  fmt::format("{} is not an empty folder; nothing was changed.", PathText(target)));
+    throw Failure(kRefused, "{} is not an empty folder; nothing was changed.", PathText(target));
   }
   fs::create_directories(target, error);
   // One entry at a time: the library's copy of a whole folder takes two folders for the same one if
@@ -42,8 +41,8 @@ void CopyMachine(const fs::path& source, const fs::path& target) {
     if (error) break;
   }
   if (error) {
-    throw Failure(kRefused, fmt::format("copying {} to {}: {}.", PathText(source), PathText(target),
-                                        error.message()));
+    throw Failure(kRefused, "copying {} to {}: {}.", PathText(source), PathText(target),
+                  error.message());
   }
 }
 

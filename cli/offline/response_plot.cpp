@@ -37,28 +37,20 @@ struct Range {
 };
 
 // A rectangle of the drawing with its two scales.
-class Panel {
- public:
-  Panel(double top, double height, const Range& frequency, const Range& values)
-      : top_(top), height_(height), frequency_(frequency), values_(values) {}
+struct Panel {
+  double top;
+  double height;
+  Range frequency;
+  Range values;
 
-  double X(double frequency) const {
-    return kLeft + (kRight - kLeft) * std::log(frequency / frequency_.low) /
-                       std::log(frequency_.high / frequency_.low);
+  double bottom() const { return top + height; }
+  double X(double hertz) const {
+    return kLeft + (kRight - kLeft) * std::log(hertz / frequency.low) /
+                       std::log(frequency.high / frequency.low);
   }
   double Y(double value) const {
-    return top_ + height_ * (values_.high - value) / (values_.high - values_.low);
+    return top + height * (values.high - value) / (values.high - values.low);
   }
-  double top() const { return top_; }
-  double bottom() const { return top_ + height_; }
-  const Range& frequency() const { return frequency_; }
-  const Range& values() const { return values_; }
-
- private:
-  double top_;
-  double height_;
-  Range frequency_;
-  Range values_;
 };
 
 std::string Escaped(std::string text) {
@@ -82,8 +74,7 @@ std::string TextElement(double x, double y, const char* style, const std::string
 
 std::string Rectangle(const Panel& panel, const char* attributes) {
   return fmt::format("<rect x='{}' y='{}' width='{}' height='{}'{}/>", Number(kLeft),
-                     Number(panel.top()), Number(kRight - kLeft),
-                     Number(panel.bottom() - panel.top()), attributes);
+                     Number(panel.top), Number(kRight - kLeft), Number(panel.height), attributes);
 }
 
 // The smallest of 1, 2, 5 times a power of ten that keeps to `most` steps.
@@ -145,13 +136,12 @@ std::string TickText(double value, double step) {
 }
 
 void AddFrequencyGrid(const Panel& panel, bool labels, std::string& svg) {
-  for (double decade = 1; decade < panel.frequency().high; decade *= 10) {
+  for (double decade = 1; decade < panel.frequency.high; decade *= 10) {
     for (int digit = 1; digit < 10; ++digit) {
       const double frequency = digit * decade;
-      if (frequency < panel.frequency().low || frequency > panel.frequency().high) continue;
+      if (frequency < panel.frequency.low || frequency > panel.frequency.high) continue;
       const double x = panel.X(frequency);
-      svg +=
-          Line(x, panel.top(), x, panel.bottom(), digit == 1 ? "class='major'" : "class='minor'");
+      svg += Line(x, panel.top, x, panel.bottom(), digit == 1 ? "class='major'" : "class='minor'");
       if (!labels || (digit != 1 && digit != 2 && digit != 5)) continue;
       const std::string text =
           frequency < 1000 ? Decimals(frequency, 0) : Decimals(frequency / 1000, 0) + "k";
@@ -161,7 +151,7 @@ void AddFrequencyGrid(const Panel& panel, bool labels, std::string& svg) {
 }
 
 void AddValueGrid(const Panel& panel, const std::string& name, std::string& svg) {
-  const Range& values = panel.values();
+  const Range& values = panel.values;
   const int steps = static_cast<int>(std::lround((values.high - values.low) / values.step));
   for (int i = 0; i <= steps; ++i) {
     const double value = values.low + i * values.step;
@@ -171,7 +161,7 @@ void AddValueGrid(const Panel& panel, const std::string& name, std::string& svg)
     svg += TextElement(kLeft - 9, panel.Y(value) + 4, "tick end", TickText(value, values.step));
   }
   svg += fmt::format("<text class='name' transform='translate({} {}) rotate(-90)'>{}</text>\n",
-                     Number(24), Number((panel.top() + panel.bottom()) / 2), Escaped(name));
+                     Number(24), Number((panel.top + panel.bottom()) / 2), Escaped(name));
 }
 
 std::string ClipPath(const Panel& panel, const char* id) {
@@ -183,7 +173,7 @@ template <class Value>
 std::string Polyline(const Panel& panel, const ResponseCurve& curve, Value value,
                      const std::string& attributes) {
   // Far outside the frame a line is drawn at its edge: viewers choke on huge coordinates.
-  const double reach = panel.values().high - panel.values().low;
+  const double reach = panel.values.high - panel.values.low;
   const std::string begin = "<polyline points='";
   const std::string end = "' " + attributes + "/>\n";
   std::string lines;
@@ -193,8 +183,7 @@ std::string Polyline(const Panel& panel, const ResponseCurve& curve, Value value
     if (drawing != number.has_value()) lines += drawing ? end : begin;
     drawing = number.has_value();
     if (!drawing) continue;
-    const double shown =
-        std::clamp(*number, panel.values().low - reach, panel.values().high + reach);
+    const double shown = std::clamp(*number, panel.values.low - reach, panel.values.high + reach);
     lines += fmt::format("{},{} ", Number(panel.X(point.frequency)), Number(panel.Y(shown)));
   }
   return drawing ? lines + end : lines;
@@ -262,8 +251,8 @@ std::string DrawResponse(const ResponsePlot& plot) {
   const Range frequency = FrequencyRange(plot);
   const double legend = kTop + 6 + kLineHeight * static_cast<double>(plot.details.size());
   const double top = legend - 6 + kLineHeight * static_cast<double>(LegendRows(plot));
-  const Panel magnitude(top, kMagnitudeHeight, frequency, MagnitudeRange(plot));
-  const Panel error(magnitude.bottom() + kGap, kErrorHeight, frequency, ErrorRange(plot));
+  const Panel magnitude{top, kMagnitudeHeight, frequency, MagnitudeRange(plot)};
+  const Panel error{magnitude.bottom() + kGap, kErrorHeight, frequency, ErrorRange(plot)};
   std::string svg = fmt::format(
       "<svg xmlns='http://www.w3.org/2000/svg' width='{0}' height='{1}' viewBox='0 0 {0} {1}'>\n"
       "{2}<defs>{3}{4}</defs>\n<rect width='100%' height='100%' fill='#ffffff'/>\n",

@@ -1,8 +1,11 @@
 // Failures: the message for the user and the exit status, with the commands that messages name.
 #pragma once
 
+#include <fmt/format.h>
+
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "orv_apo/com.h"
 
@@ -19,6 +22,12 @@ class Failure : public std::runtime_error {
  public:
   Failure(ExitStatus exit_status, const std::string& message)
       : std::runtime_error(message), exit_status_(exit_status) {}
+  // The message is a format and its arguments.
+  template <class First, class... Rest>
+  Failure(ExitStatus exit_status, fmt::format_string<First, Rest...> message, First&& first,
+          Rest&&... rest)
+      : Failure(exit_status,
+                fmt::format(message, std::forward<First>(first), std::forward<Rest>(rest)...)) {}
   ExitStatus exit_status() const noexcept { return exit_status_; }
 
  private:
@@ -29,6 +38,11 @@ class Failure : public std::runtime_error {
 std::string StatusText(HRESULT status);
 
 [[noreturn]] void UsageFailure(const std::string& message);
+template <class First, class... Rest>
+[[noreturn]] void UsageFailure(fmt::format_string<First, Rest...> message, First&& first,
+                               Rest&&... rest) {
+  throw Failure(kUsage, message, std::forward<First>(first), std::forward<Rest>(rest)...);
+}
 // The message is what was asked for, the status with its meaning, and what to do about it.
 [[noreturn]] void ComponentFailure(const std::string& asked, HRESULT status,
                                    const std::string& remedy);
@@ -46,5 +60,9 @@ void UseGlobalOptions(const std::string& words);
 
 // `words` as a command of this program, with the global options of this run, to be pasted.
 std::string CommandLine(const std::string& words);
+template <class First, class... Rest>
+std::string CommandLine(fmt::format_string<First, Rest...> words, First&& first, Rest&&... rest) {
+  return CommandLine(fmt::format(words, std::forward<First>(first), std::forward<Rest>(rest)...));
+}
 
 }  // namespace orv::cli

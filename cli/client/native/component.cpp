@@ -11,67 +11,45 @@
 namespace orv::cli {
 namespace {
 
-constexpr char kLibraryName[] = "liborv_apo_controller.so";
-
 std::vector<std::filesystem::path> Candidates() {
+  constexpr char kLibraryName[] = "liborv_apo_controller.so";
   if (const char* named = std::getenv("ORV_COMPONENT"); named != nullptr && *named != 0)
     return {named};
   const std::filesystem::path folder = ProgramFolder();
   return {folder / kLibraryName, folder / "../lib" / kLibraryName};
 }
 
-template <class Function>
-Function Export(const DynamicLibrary& library, const char* name) {
-  return reinterpret_cast<Function>(library.Find(name));
-}
-
 }  // namespace
 
-Component::Component() {
+Component::Component(const std::filesystem::path& machine, bool diagnostics) {
+  setenv(kMachineVariable, machine.c_str(), 1);
+  if (diagnostics) setenv("ORV_DIAGNOSTICS", "stderr", 1);
   std::string places;
   for (const std::filesystem::path& candidate : Candidates()) {
     std::error_code ignored;
-    if (std::filesystem::exists(candidate, ignored) && library_.Load(candidate.string())) {
-      path_ = std::filesystem::weakly_canonical(candidate, ignored);
-      return;
-    }
+    if (std::filesystem::exists(candidate, ignored) && library_.Load(candidate.string())) return;
     places += "\n  " + candidate.lexically_normal().string();
   }
-  throw Failure(kRefused, "the component cannot be loaded; looked for it at" + places +
-                              "\nName its file in the environment variable ORV_COMPONENT.");
+  throw Failure(kRefused,
+                "the component cannot be loaded; looked for it at{}\nName its file in "
+                "the environment variable ORV_COMPONENT.",
+                places);
 }
 
-// The component lets go of what its objects left behind when it is asked, before it is unloaded.
+// The component releases what its objects left when it is asked, before it is unloaded.
 Component::~Component() {
-  const auto can_unload = Export<ORVDllCanUnloadNow>(library_, "DllCanUnloadNow");
-  if (can_unload != nullptr) can_unload();
+  if (const auto can_unload = Export<ORVDllCanUnloadNow>("DllCanUnloadNow")) can_unload();
 }
+
+DynamicLibrary& Component::Library() const { return library_; }
 
 HRESULT Component::CreateSystem(IORVAPOSystem** system) const {
-  const auto get_class = Export<ORVDllGetClassObject>(library_, "DllGetClassObject");
+  const auto get_class = Export<ORVDllGetClassObject>("DllGetClassObject");
   if (get_class == nullptr) return CLASS_E_CLASSNOTAVAILABLE;
   ComPtr<IClassFactory> factory;
   const HRESULT status = get_class(CLSID_ORVAPOSystem, IID_IClassFactory, factory.PutVoid());
   if (FAILED(status)) return status;
   return factory->CreateInstance(nullptr, IID_IORVAPOSystem, reinterpret_cast<void**>(system));
-}
-
-HRESULT Component::Register(bool for_user) const {
-  if (for_user) {
-    const auto install = Export<ORVDllInstall>(library_, "DllInstall");
-    return install != nullptr ? install(TRUE, L"user") : E_NOTIMPL;
-  }
-  const auto register_server = Export<ORVDllRegisterServer>(library_, "DllRegisterServer");
-  return register_server != nullptr ? register_server() : E_NOTIMPL;
-}
-
-HRESULT Component::Unregister(bool for_user) const {
-  if (for_user) {
-    const auto install = Export<ORVDllInstall>(library_, "DllInstall");
-    return install != nullptr ? install(FALSE, L"user") : E_NOTIMPL;
-  }
-  const auto unregister_server = Export<ORVDllUnregisterServer>(library_, "DllUnregisterServer");
-  return unregister_server != nullptr ? unregister_server() : E_NOTIMPL;
 }
 
 }  // namespace orv::cli

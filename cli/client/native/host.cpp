@@ -1,20 +1,33 @@
 #include "cli/client/host.h"
 
-#include <cstdlib>
+#include <fcntl.h>
+#include <sys/file.h>
 
-#include "cli/offline/files.h"
-#include "cli/show/failure.h"
-#include "simulated/simulated_machine.h"
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <system_error>
+#include <thread>
+
+#include "platform/posix/file_descriptor.h"
 
 namespace orv::cli {
 namespace {
 
-constexpr char kMachineVariable[] = "ORV_MACHINE";
+// The event that a signal handler can reach, and how many handlers are running: a signal may come
+// on any thread.
+std::atomic<Event*> g_stop = nullptr;
+std::atomic<int> g_handlers = 0;
+static_assert(std::atomic<Event*>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
 
-std::filesystem::path DefaultMachineFolder() {
-  if (const char* named = std::getenv(kMachineVariable); named != nullptr && *named != 0)
-    return named;
-  return SampleMachinesFolder() / kDefaultSample;
+void (*g_interrupt)(int) = SIG_DFL;
+void (*g_terminate)(int) = SIG_DFL;
+
+extern "C" void RequestStop(int) {
+  ++g_handlers;
+  if (Event* const stop = g_stop) stop->Set();
+  --g_handlers;
 }
 
 }  // namespace
@@ -30,27 +43,51 @@ std::filesystem::path ProgramFolder() {
   return std::filesystem::read_symlink("/proc/self/exe").parent_path();
 }
 
-std::unique_ptr<Machine> OpenMachine(std::filesystem::path& folder) {
-  if (folder.empty()) folder = DefaultMachineFolder();
-  FileError error;
-  std::unique_ptr<SimulatedMachine> machine = SimulatedMachine::Open(folder, error);
-  if (machine == nullptr) {
-    throw Failure(kRefused, "the machine in " + PathText(folder) + " is refused.\n" + error.Text() +
-                                "\nMend that file, or make a fresh machine with \"orvctl machine "
-                                "new DIR\".");
-  }
-  return machine;
+std::filesystem::path DefaultMachineFolder() {
+  if (const char* named = std::getenv(kMachineVariable); named != nullptr && *named != 0)
+    return named;
+  return SampleMachinesFolder() / kDefaultSample;
 }
 
-void PrepareComponent(const std::filesystem::path& folder, bool diagnostics) {
-  setenv(kMachineVariable, folder.c_str(), 1);
-  if (diagnostics) setenv("ORV_DIAGNOSTICS", "stderr", 1);
-}
+std::unique_ptr<Machine> OpenSystemMachine() { return OpenMachine(DefaultMachineFolder()); }
 
 bool OutputIsTerminal() {
   std::error_code error;
   const std::string target = std::filesystem::read_symlink("/proc/self/fd/1", error).string();
   return !error && (target.starts_with("/dev/pts/") || target.starts_with("/dev/tty"));
+}
+
+StopOnSignal::StopOnSignal(Event& stop) {
+  g_stop = &stop;
+  g_interrupt = std::signal(SIGINT, RequestStop);
+  g_terminate = std::signal(SIGTERM, RequestStop);
+}
+
+StopOnSignal::~StopOnSignal() {
+  std::signal(SIGINT, g_interrupt);
+  std::signal(SIGTERM, g_terminate);
+  g_stop = nullptr;
+  while (g_handlers != 0) std::this_thread::yield();
+}
+
+// The file is only locked, never written, so that no watch of the folder reports it.
+std::shared_ptr<void> ChangeLock::Acquire(const std::filesystem::path& machine,
+                                          const std::string& name, std::chrono::milliseconds limit,
+                                          std::string& reason) {
+  constexpr std::chrono::milliseconds kRetry{5};
+  const auto end = std::chrono::steady_clock::now() + limit;
+  const std::filesystem::path file = machine / ("." + name + ".lock");
+  const auto lock = std::make_shared<FileDescriptor>(
+      ::open(file.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0666));  // closing it releases the lock
+  while (!*lock || ::flock(lock->get(), LOCK_EX | LOCK_NB) != 0) {
+    if (!*lock || (errno != EWOULDBLOCK && errno != EINTR)) {
+      reason = file.string() + ": " + std::generic_category().message(errno);
+      return nullptr;
+    }
+    if (std::chrono::steady_clock::now() >= end) return nullptr;
+    std::this_thread::sleep_for(kRetry);
+  }
+  return lock;
 }
 
 }  // namespace orv::cli

@@ -3,30 +3,67 @@
 #include "cli/client/component.h"
 
 #include "cli/client/host.h"
+#include "cli/client/windows/console.h"
 #include "cli/offline/files.h"
 #include "cli/show/failure.h"
 
 namespace orv::cli {
 namespace {
 
-// An export of the library, called while it is loaded.
-template <class Function, class... Arguments>
-HRESULT CallExport(const std::filesystem::path& file, const char* name, Arguments... arguments) {
-  DynamicLibrary library;
-  if (!library.Load(file)) {
-    throw Failure(kRefused,
-                  "the component cannot be loaded; looked for it at\n  " + PathText(file));
+// Debug output is raised as an exception, first wide and, if that is not handled, narrow: size with
+// the terminator, then the text.
+constexpr DWORD kNarrowDebugOutput = 0x40010006;
+constexpr DWORD kWideDebugOutput = 0x4001000A;
+
+std::wstring FromSystemCodePage(const char* text, int size) {
+  std::wstring wide(static_cast<std::size_t>(size), L'\0');
+  wide.resize(static_cast<std::size_t>(
+      MultiByteToWideChar(CP_ACP, 0, text, size, wide.data(), static_cast<int>(wide.size()))));
+  return wide;
+}
+
+LONG CALLBACK ShowDebugOutput(EXCEPTION_POINTERS* pointers) {
+  const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
+  const bool is_wide = record.ExceptionCode == kWideDebugOutput;
+  if (!is_wide && record.ExceptionCode != kNarrowDebugOutput) return EXCEPTION_CONTINUE_SEARCH;
+  const std::size_t size = record.ExceptionInformation[0];
+  const ULONG_PTR text = record.ExceptionInformation[1];
+  if (size <= 1) return EXCEPTION_CONTINUE_EXECUTION;
+  try {
+    const std::wstring line =
+        is_wide
+            ? std::wstring(reinterpret_cast<const wchar_t*>(text), size - 1)
+            : FromSystemCodePage(reinterpret_cast<const char*>(text), static_cast<int>(size - 1));
+    if (IsDiagnosticLine(line)) WriteError(line);
+  } catch (...) {
+    return EXCEPTION_CONTINUE_EXECUTION;  // without memory the line is lost
   }
-  const auto function = reinterpret_cast<Function>(library.Find(name));
-  return function != nullptr ? function(arguments...) : E_NOTIMPL;
+  return EXCEPTION_CONTINUE_EXECUTION;
 }
 
 }  // namespace
 
-Component::Component() : path_(ProgramFolder() / "orv_apo_controller.dll") {}
+Component::Component(const std::filesystem::path& machine, bool diagnostics) {
+  if (!machine.empty()) {
+    throw Failure(
+        kUsage,
+        "the component works on the machine it is registered on, not on a simulated one.\n"
+        "Leave out --machine.");
+  }
+  if (diagnostics) AddVectoredExceptionHandler(TRUE, &ShowDebugOutput);
+}
 
 // The runtime unloads it.
 Component::~Component() = default;
+
+DynamicLibrary& Component::Library() const {
+  const std::filesystem::path file = ProgramFolder() / "orv_apo_controller.dll";
+  if (!library_.loaded() && !library_.Load(file)) {
+    throw Failure(kRefused, "the component cannot be loaded; looked for it at\n  {}",
+                  PathText(file));
+  }
+  return library_;
+}
 
 HRESULT Component::CreateSystem(IORVAPOSystem** system) const {
   const HRESULT status = CoCreateInstance(CLSID_ORVAPOSystem, nullptr, CLSCTX_INPROC_SERVER,
@@ -37,16 +74,6 @@ HRESULT Component::CreateSystem(IORVAPOSystem** system) const {
                   "register\", as an administrator.");
   }
   return status;
-}
-
-HRESULT Component::Register(bool for_user) const {
-  if (for_user) return CallExport<ORVDllInstall>(path_, "DllInstall", BOOL{TRUE}, L"user");
-  return CallExport<ORVDllRegisterServer>(path_, "DllRegisterServer");
-}
-
-HRESULT Component::Unregister(bool for_user) const {
-  if (for_user) return CallExport<ORVDllInstall>(path_, "DllInstall", BOOL{FALSE}, L"user");
-  return CallExport<ORVDllUnregisterServer>(path_, "DllUnregisterServer");
 }
 
 }  // namespace orv::cli

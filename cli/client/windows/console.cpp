@@ -1,6 +1,7 @@
 #include "cli/client/windows/console.h"
 
 #include <algorithm>
+#include <boost/locale/utf.hpp>
 #include <cstdio>
 
 #include "orv_apo/com.h"
@@ -12,23 +13,15 @@ namespace {
 constexpr std::size_t kMuchText = 8192;    // bytes
 constexpr std::size_t kOneWriting = 8192;  // units; consoles take less than 64 KB at a time
 
-bool Continues(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
-
-// Bytes that the character beginning with this one has.
-std::size_t CharacterSize(char first) {
-  const auto byte = static_cast<unsigned char>(first);
-  if (byte >= 0xF0U) return 4;
-  if (byte >= 0xE0U) return 3;
-  return byte >= 0xC0U ? 2 : 1;
-}
-
-// Size of the text without a last character that is not all there.
+// Size of the text without an incomplete last character.
 std::size_t WholeCharacters(std::string_view utf8) {
+  using Utf8 = boost::locale::utf::utf_traits<char>;
   std::size_t last = utf8.size();
-  while (last > 0 && utf8.size() - last < 3 && Continues(utf8[last - 1])) --last;
+  while (last > 0 && utf8.size() - last < 3 && Utf8::is_trail(utf8[last - 1])) --last;
   if (last == 0) return utf8.size();
   --last;
-  return utf8.size() - last < CharacterSize(utf8[last]) ? last : utf8.size();
+  const int missing = Utf8::trail_length(utf8[last]) + 1 - static_cast<int>(utf8.size() - last);
+  return missing > 0 ? last : utf8.size();
 }
 
 bool IsLeadSurrogate(wchar_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
@@ -89,6 +82,14 @@ void WriteError(std::wstring_view line) {
   }
   const std::string utf8 = Utf8FromWide(line);
   std::fwrite(utf8.data(), 1, utf8.size(), stderr);
+}
+
+bool IsDiagnosticLine(std::wstring_view line) {
+  const std::size_t file = line.find_first_not_of(L"abcdefghijklmnopqrstuvwxyz0123456789_.");
+  if (file == 0 || file == std::wstring_view::npos || line[file] != L'(') return false;
+  const std::size_t number = line.find_first_not_of(L"0123456789", file + 1);
+  return number != std::wstring_view::npos && number > file + 1 &&
+         line.substr(number).starts_with(L") | ");
 }
 
 }  // namespace orv::cli

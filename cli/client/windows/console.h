@@ -8,11 +8,11 @@
 
 namespace orv::cli {
 
-// Collects UTF-8 and hands it on as wide text, at a flush and when there is much of it. A character
-// whose bytes have not all come stays here until they have, or until the end.
+// Collects UTF-8 and hands it on as wide text, at a flush and when there is much of it. An
+// incomplete character is kept until its other bytes arrive, or until the end.
 class Utf8Buffer final : public std::streambuf {
  public:
-  // Takes all of the text or answers false.
+  // Takes all of the text or returns false.
   using Sink = std::function<bool(std::wstring_view text)>;
 
   explicit Utf8Buffer(Sink sink) : sink_(std::move(sink)) {}
@@ -30,11 +30,15 @@ class Utf8Buffer final : public std::streambuf {
   std::string pending_;
 };
 
-// Handles are the system's own. False when the text could not be written whole.
+// Handles are the system's own. False if the text could not be written whole.
 bool IsConsole(void* handle);
 bool WriteConsoleText(void* console, std::wstring_view text);
 
 // A whole line for standard error, from any thread.
 void WriteError(std::wstring_view line);
+
+// Whether a line of the debugger output channel comes from the component, not from another module
+// of the process: "configuration_file.cpp(57) | ORVAPOConfigurationFile::Load | ...".
+bool IsDiagnosticLine(std::wstring_view line);
 
 }  // namespace orv::cli

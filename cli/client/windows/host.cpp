@@ -1,54 +1,94 @@
 #include "cli/client/host.h"
 
+#include <fcntl.h>
+#include <io.h>
+
+#include <cstdio>
+#include <iostream>
+#include <mutex>
+#include <optional>
 #include <system_error>
 
 #include "cli/client/windows/console.h"
-#include "cli/client/windows/diagnostic_line.h"
-#include "cli/offline/files.h"
-#include "cli/show/failure.h"
 #include "orv_apo/com.h"
 #include "platform/dynamic_library.h"
 #include "platform/text.h"
+#include "platform/windows/handle.h"
+#include "platform/windows/system_error_text.h"
 #include "platform/windows/windows_machine.h"
-#include "simulated/simulated_machine.h"
 // Needs what the headers above declare.
 #include <shellapi.h>
 
 namespace orv::cli {
 namespace {
 
-// Debug output travels as an exception, once wide and, when nobody takes that, once narrow: size
-// with the terminator, then the text.
-constexpr DWORD kNarrowDebugOutput = 0x40010006;
-constexpr DWORD kWideDebugOutput = 0x4001000A;
+struct HeldMutex {
+  Handle mutex;
+  ~HeldMutex() { ::ReleaseMutex(mutex.get()); }
+};
 
-std::wstring FromSystemCodePage(const char* text, int size) {
-  std::wstring wide(static_cast<std::size_t>(size), L'\0');
-  wide.resize(static_cast<std::size_t>(
-      MultiByteToWideChar(CP_ACP, 0, text, size, wide.data(), static_cast<int>(wide.size()))));
-  return wide;
+// Guards the event that a request reaches: each request comes on a thread of its own.
+std::mutex g_stop_lock;
+Event* g_stop = nullptr;
+
+// A handler of the system: one of the C runtime is removed by the first request.
+BOOL WINAPI RequestStop(DWORD request) {
+  if (request != CTRL_C_EVENT && request != CTRL_BREAK_EVENT) return FALSE;
+  const std::lock_guard guard(g_stop_lock);
+  if (g_stop == nullptr) return FALSE;
+  g_stop->Set();
+  return TRUE;
 }
 
-LONG CALLBACK ShowDebugOutput(EXCEPTION_POINTERS* pointers) {
-  const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
-  const bool is_wide = record.ExceptionCode == kWideDebugOutput;
-  if (!is_wide && record.ExceptionCode != kNarrowDebugOutput) return EXCEPTION_CONTINUE_SEARCH;
-  const std::size_t size = record.ExceptionInformation[0];
-  const ULONG_PTR text = record.ExceptionInformation[1];
-  if (size <= 1) return EXCEPTION_CONTINUE_EXECUTION;
-  try {
-    const std::wstring line =
-        is_wide
-            ? std::wstring(reinterpret_cast<const wchar_t*>(text), size - 1)
-            : FromSystemCodePage(reinterpret_cast<const char*>(text), static_cast<int>(size - 1));
-    if (IsDiagnosticLine(line)) WriteError(line);
-  } catch (...) {
-    return EXCEPTION_CONTINUE_EXECUTION;  // without memory the line is lost
+// A stream that the caller closed has no file.
+void UseBytes(std::FILE* stream) {
+  const int file = _fileno(stream);
+  if (file >= 0) _setmode(file, _O_BINARY);
+}
+
+// One of the streams for output, and the console's mode when it goes to one.
+class OutputStream {
+ public:
+  OutputStream(std::ostream& stream, std::FILE* file, DWORD standard_handle)
+      : stream_(stream), console_(GetStdHandle(standard_handle)) {
+    if (GetConsoleMode(console_, &mode_) == FALSE) {
+      UseBytes(file);
+      return;
+    }
+    buffer_.emplace([this](std::wstring_view text) { return WriteConsoleText(console_, text); });
+    former_ = stream_.rdbuf(&*buffer_);
   }
-  return EXCEPTION_CONTINUE_EXECUTION;
-}
+  ~OutputStream() {
+    stream_.flush();
+    if (!buffer_) return;
+    stream_.rdbuf(former_);
+    buffer_.reset();
+    SetConsoleMode(console_, mode_);
+  }
+  OutputStream(const OutputStream&) = delete;
+  OutputStream& operator=(const OutputStream&) = delete;
+
+ private:
+  std::ostream& stream_;
+  HANDLE console_;
+  DWORD mode_ = 0;
+  std::optional<Utf8Buffer> buffer_;
+  std::streambuf* former_ = nullptr;
+};
 
 }  // namespace
+
+struct StandardStreams::State {
+  OutputStream output{std::cout, stdout, STD_OUTPUT_HANDLE};
+  OutputStream errors{std::cerr, stderr, STD_ERROR_HANDLE};
+};
+
+StandardStreams::StandardStreams() : state_(std::make_unique<State>()) {
+  // What is typed keeps its end key and its line ends.
+  if (!IsConsole(GetStdHandle(STD_INPUT_HANDLE))) UseBytes(stdin);
+}
+
+StandardStreams::~StandardStreams() = default;
 
 std::vector<std::string> ProgramArguments(int, char**) {
   int count = 0;
@@ -67,30 +107,42 @@ std::filesystem::path ProgramFolder() {
   return std::filesystem::path(HostProgramPath()).parent_path();
 }
 
-std::unique_ptr<Machine> OpenMachine(std::filesystem::path& folder) {
-  if (folder.empty()) return std::make_unique<WindowsMachine>();
-  FileError error;
-  std::unique_ptr<SimulatedMachine> machine = SimulatedMachine::Open(folder, error);
-  if (machine == nullptr) {
-    throw Failure(kRefused, "the machine in " + PathText(folder) + " is refused.\n" + error.Text());
-  }
-  return machine;
-}
+std::filesystem::path DefaultMachineFolder() { return {}; }
 
-void PrepareComponent(const std::filesystem::path& folder, bool diagnostics) {
-  if (!folder.empty()) {
-    throw Failure(kUsage,
-                  "the component works on the machine it is registered on, on no simulated one.\n"
-                  "Leave out --machine.");
-  }
-  if (diagnostics) AddVectoredExceptionHandler(TRUE, &ShowDebugOutput);
-}
+std::unique_ptr<Machine> OpenSystemMachine() { return std::make_unique<WindowsMachine>(); }
 
 bool OutputIsTerminal() {
   const HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
   DWORD mode = 0;
   return GetConsoleMode(output, &mode) != FALSE &&
          SetConsoleMode(output, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE;
+}
+
+StopOnSignal::StopOnSignal(Event& stop) {
+  const std::lock_guard guard(g_stop_lock);
+  g_stop = &stop;
+  SetConsoleCtrlHandler(&RequestStop, TRUE);
+}
+
+StopOnSignal::~StopOnSignal() {
+  SetConsoleCtrlHandler(&RequestStop, FALSE);
+  const std::lock_guard guard(g_stop_lock);
+  g_stop = nullptr;
+}
+
+// A mutex for all sessions of the machine. One whose holder was killed is abandoned, but held.
+std::shared_ptr<void> ChangeLock::Acquire(const std::filesystem::path&, const std::string& name,
+                                          std::chrono::milliseconds limit, std::string& reason) {
+  Handle mutex(::CreateMutexW(nullptr, FALSE, (L"Global\\" + WideFromUtf8(name)).c_str()));
+  const DWORD result =
+      mutex ? ::WaitForSingleObject(mutex.get(), static_cast<DWORD>(limit.count())) : WAIT_FAILED;
+  if (result == WAIT_OBJECT_0 || result == WAIT_ABANDONED) {
+    auto held = std::make_shared<HeldMutex>();
+    held->mutex = std::move(mutex);
+    return held;
+  }
+  if (result != WAIT_TIMEOUT) reason = SystemErrorText(::GetLastError());
+  return nullptr;
 }
 
 }  // namespace orv::cli

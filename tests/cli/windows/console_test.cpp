@@ -8,7 +8,6 @@
 #include <iostream>
 
 #include "cli/client/host.h"
-#include "cli/client/stop_on_signal.h"
 #include "cli/windows/process.h"
 #include "platform/terminal.h"
 #include "platform/text.h"

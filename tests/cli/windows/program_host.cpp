@@ -66,12 +66,12 @@ ComponentMachine::ComponentMachine(const fs::path&) {
   fs::copy_file(sample / "Program Files" / configuration,
                 ConfigurationFolder().parent_path() / configuration);
   fs::copy_file(ORV_TECHNOLOGY_LIBRARY, TechnologyLibrary());
-  if (FAILED(Component().Register(false)))
+  if (FAILED(Component({}).SetRegistered(true, false)))
     throw std::runtime_error("the component cannot be registered");
 }
 
 ComponentMachine::~ComponentMachine() {
-  Component().Unregister(false);
+  Component({}).SetRegistered(false, false);
   Clear();
 }
 

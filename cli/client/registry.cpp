@@ -1,7 +1,11 @@
-#include "cli/client/registered_keys.h"
+#include "cli/client/registry.h"
 
 #include <array>
 
+#include "cli/show/failure.h"
+#include "cli/show/names.h"
+#include "config/mode_selector.h"
+#include "endpoints/endpoint_registry.h"
 #include "platform/guid_text.h"
 #include "platform/text.h"
 
@@ -24,15 +28,12 @@ constexpr std::array kClasses = {&CLSID_ORVAPOSystem,
 
 struct Hive {
   RegRoot root;
-  std::wstring prefix;  // within the root
+  const wchar_t* prefix;  // within the root
   const char* name;
 };
-
-Hive HiveFor(bool for_user) {
-  return for_user ? Hive{RegRoot::CurrentUser, L"Software\\Classes\\",
-                         "HKEY_CURRENT_USER\\Software\\Classes\\"}
-                  : Hive{RegRoot::ClassesRoot, {}, "HKEY_CLASSES_ROOT\\"};
-}
+constexpr Hive kMachineHive = {RegRoot::ClassesRoot, L"", "HKEY_CLASSES_ROOT\\"};
+constexpr Hive kUserHive = {RegRoot::CurrentUser, L"Software\\Classes\\",
+                            "HKEY_CURRENT_USER\\Software\\Classes\\"};
 
 void CollectTree(Registry& registry, const Hive& hive, const std::wstring& path,
                  std::vector<std::string>& keys) {
@@ -48,12 +49,41 @@ void CollectTree(Registry& registry, const Hive& hive, const std::wstring& path,
 }  // namespace
 
 std::vector<std::string> RegisteredKeys(Registry& registry, bool for_user) {
-  const Hive hive = HiveFor(for_user);
+  const Hive& hive = for_user ? kUserHive : kMachineHive;
   std::vector<std::string> keys;
   for (const CLSID* clsid : kClasses)
     CollectTree(registry, hive, L"CLSID\\" + GuidText(*clsid), keys);
   CollectTree(registry, hive, L"TypeLib\\" + GuidText(LIBID_ORV_APO2011_ControllerLib), keys);
   return keys;
+}
+
+std::string CurrentModeValue() { return Utf8FromWide(ORVAPOModeSelector::kCurrentModeValue); }
+
+std::optional<ImageBytes> ReadImage(Machine& machine, const std::string& registry_path,
+                                    const std::string& value_name) {
+  std::unique_ptr<RegistryKey> key;
+  if (machine.registry().OpenKey(RegRoot::LocalMachine, WideFromUtf8(registry_path), kQueryAccess,
+                                 key) != kRegOk)
+    return std::nullopt;
+  std::uint32_t type = 0;
+  ImageBytes bytes;
+  for (const std::wstring& name : NamesFromUtf8(value_name))
+    if (ReadValue(*key, name, type, bytes) == kRegOk && type == kRegBinary) return bytes;
+  return std::nullopt;
+}
+
+void KeyWatch::Arm() {
+  RegStatus status = key_ != nullptr ? TryArm() : kRegKeyDeleted;
+  if (status != kRegOk) {
+    key_.reset();
+    status = registry_.OpenKey(RegRoot::LocalMachine, WideFromUtf8(path_),
+                               kKeyQueryValue | kKeyNotify | kKeyWow64_64, key_);
+    if (status == kRegOk) status = TryArm();
+  }
+  if (status != kRegOk)
+    ComponentFailure("watching HKEY_LOCAL_MACHINE\\" + path_,
+                     orv_apo::StatusOfSystemError(static_cast<DWORD>(status)),
+                     "What examines the key: " + CommandLine("doctor"));
 }
 
 }  // namespace orv::cli
