@@ -55,21 +55,22 @@ std::vector<Endpoint> Context::FindEndpoints() {
   return endpoints;
 }
 
-Endpoint Context::WithConfig(Endpoint endpoint) const {
+void Context::LoadConfig(const Endpoint& endpoint) const {
   if (config_type) endpoint.SetConfig(static_cast<ORVAPOEndpointConfig>(*config_type));
-  return endpoint;
 }
 
 std::vector<Endpoint> Context::Endpoints() {
   std::vector<Endpoint> endpoints = FindEndpoints();
-  for (Endpoint& endpoint : endpoints) endpoint = WithConfig(std::move(endpoint));
+  for (const Endpoint& endpoint : endpoints) LoadConfig(endpoint);
   return endpoints;
 }
 
 // Only the selected endpoint has to load with the requested configuration type.
 Endpoint Context::SelectEndpoint(const std::string& text) {
   std::vector<Endpoint> endpoints = FindEndpoints();
-  return WithConfig(std::move(endpoints[PositionOf(endpoints, text)]));
+  Endpoint& selected = endpoints[PositionOf(endpoints, text)];
+  LoadConfig(selected);
+  return std::move(selected);
 }
 
 Mode Context::SelectMode(const Endpoint& endpoint, const std::string& text) {

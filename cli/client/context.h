@@ -43,7 +43,7 @@ class Context {
 
  private:
   std::vector<Endpoint> FindEndpoints();
-  Endpoint WithConfig(Endpoint endpoint) const;
+  void LoadConfig(const Endpoint& endpoint) const;
 
   // The catalog uses the session, so it is destroyed first.
   std::unique_ptr<Session> session_;

@@ -29,12 +29,9 @@ std::optional<std::int32_t> NumberOf(const std::string& text, const ControlFacts
 
 ControlView View(const Catalog& catalog, const Control& control, const std::string& stored) {
   ControlView view;
+  static_cast<ControlInfo&>(view) = control.Info();
   view.name = control.name();
   view.facts = catalog.Describe(view.name);
-  view.display = control.DisplayName();
-  view.minimum = control.Minimum();
-  view.maximum = control.Maximum();
-  view.scale = control.Scale();
   const std::optional<std::int32_t> number = NumberOf(stored, view.facts);
   view.value = control.Value();
   if (!view.value) view.value = number;

@@ -10,15 +10,11 @@
 
 namespace orv::cli {
 
-struct ControlView {
+struct ControlView : ControlInfo {
   std::string name;
-  std::string display;  // empty if the control is not described
   std::optional<std::int32_t> value;
   bool numeric = true;  // false: what is stored is neither a number nor a choice
   std::string text;     // the choice, the number as a quantity, or the stored text as it is
-  std::int32_t minimum = 0;
-  std::int32_t maximum = 0;
-  ORV_QVT_SCALE scale = ORV_QVT_SCALE_COUNT;
   ControlFacts facts;
 };
 

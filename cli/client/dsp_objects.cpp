@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "cli/offline/files.h"
@@ -46,9 +47,8 @@ std::string OtherDsp(const Endpoint& endpoint) {
     reason = ": it is not a file.";
   } else if (!machine.HostPath(path)) {
     reason =
-        ": the component opens only paths whose characters are not beyond U+00FF.\nCopy the file "
-        "to "
-        "such a path.";
+        ": the component opens only paths whose characters are not beyond U+00FF.\n"
+        "Copy the file to such a path.";
   } else {
     reason = ".\nWhat reports its faults: " +
              CommandLine("check " + ShellWord(host ? PathText(*host) : name));
@@ -57,26 +57,22 @@ std::string OtherDsp(const Endpoint& endpoint) {
                 NumberOf(status), reason);
 }
 
-// A vector of numbers for the component.
-template <class Number>
-class NumberArray {
- public:
-  template <class Field>
-  NumberArray(VARTYPE type, const std::vector<EqualizerBand>& bands, Field field)
-      : array_(SafeArrayCreateVector(type, 0, static_cast<ULONG>(bands.size()))) {
-    void* data = nullptr;
-    if (array_ == nullptr || FAILED(SafeArrayAccessData(array_, &data))) throw std::bad_alloc();
-    for (std::size_t i = 0; i < bands.size(); ++i) static_cast<Number*>(data)[i] = bands[i].*field;
-    SafeArrayUnaccessData(array_);
-  }
-  ~NumberArray() { SafeArrayDestroy(array_); }
-  NumberArray(const NumberArray&) = delete;
-  NumberArray& operator=(const NumberArray&) = delete;
-  SAFEARRAY* get() const noexcept { return array_; }
-
- private:
-  SAFEARRAY* array_;
+struct DestroyArray {
+  void operator()(SAFEARRAY* array) const noexcept { SafeArrayDestroy(array); }
 };
+
+// One number of each band as an array for the component.
+template <class Number, class Field>
+std::unique_ptr<SAFEARRAY, DestroyArray> NewArray(VARTYPE type, Field field,
+                                                  const std::vector<EqualizerBand>& bands) {
+  std::unique_ptr<SAFEARRAY, DestroyArray> array(
+      SafeArrayCreateVector(type, 0, static_cast<ULONG>(bands.size())));
+  void* data = nullptr;
+  if (array == nullptr || FAILED(SafeArrayAccessData(array.get(), &data))) throw std::bad_alloc();
+  std::ranges::transform(bands, static_cast<Number*>(data), field);
+  SafeArrayUnaccessData(array.get());
+  return array;
+}
 
 }  // namespace
 
@@ -153,9 +149,9 @@ HRESULT IntelDsp::PutProperty(const std::string& name, bool set_default,
 
 HRESULT IntelDsp::SetEqualizer(KELChannel channel, const std::vector<EqualizerBand>& bands,
                                bool set_default) const {
-  const NumberArray<float> gains(VT_R4, bands, &EqualizerBand::gain_db);
-  const NumberArray<float> qualities(VT_R4, bands, &EqualizerBand::q);
-  const NumberArray<LONG> frequencies(VT_I4, bands, &EqualizerBand::frequency);
+  const auto gains = NewArray<float>(VT_R4, &EqualizerBand::gain_db, bands);
+  const auto qualities = NewArray<float>(VT_R4, &EqualizerBand::q, bands);
+  const auto frequencies = NewArray<LONG>(VT_I4, &EqualizerBand::frequency, bands);
   return object_->SetPEQ(channel, gains.get(), qualities.get(), frequencies.get(),
                          set_default ? 1 : 0);
 }

@@ -2,7 +2,11 @@
 
 #include <fmt/format.h>
 
+#include <map>
+#include <set>
+
 #include "analysis/loopback_stream.h"
+#include "analysis/spectrum.h"
 #include "cli/client/host.h"
 #include "cli/show/failure.h"
 #include "cli/show/names.h"
@@ -82,23 +86,13 @@ std::wstring FindTechnologyFolder(Machine& machine, const std::vector<std::strin
 
 }  // namespace
 
-std::string Control::DisplayName() const {
-  return GetName(object_, &IORVAPOControl::get_DisplayValue, "reading a control's name");
-}
-
-ORV_QVT_SCALE Control::Scale() const {
-  return Get<ORV_QVT_SCALE>(object_, &IORVAPOControl::get_Scale,
-                            fmt::format("reading the scale of \"{}\"", name_));
-}
-
-std::int32_t Control::Minimum() const {
-  return Get<LONG>(object_, &IORVAPOControl::get_MinValue,
-                   fmt::format("reading the range of \"{}\"", name_));
-}
-
-std::int32_t Control::Maximum() const {
-  return Get<LONG>(object_, &IORVAPOControl::get_MaxValue,
-                   fmt::format("reading the range of \"{}\"", name_));
+ControlInfo Control::Info() const {
+  const std::string range = fmt::format("reading the range of \"{}\"", name_);
+  return {GetName(object_, &IORVAPOControl::get_DisplayValue, "reading a control's name"),
+          Get<LONG>(object_, &IORVAPOControl::get_MinValue, range),
+          Get<LONG>(object_, &IORVAPOControl::get_MaxValue, range),
+          Get<ORV_QVT_SCALE>(object_, &IORVAPOControl::get_Scale,
+                             fmt::format("reading the scale of \"{}\"", name_))};
 }
 
 std::optional<std::int32_t> Control::Value() const {
@@ -301,6 +295,21 @@ std::uint32_t Session::SampleRate(const Endpoint& endpoint) const {
   MixFormat format;
   Require(ActivateAudioClient(*device, client, format), asked, kServiceSilent);
   return format->nSamplesPerSec;
+}
+
+void FitToStream(std::vector<Band>& bands, std::uint32_t sample_rate) {
+  const auto is_outside = [&](std::uint32_t point) { return !IsInBand(point, sample_rate); };
+  std::erase_if(bands, [&](const Band& band) { return is_outside(band.frequency); });
+  const SpectrumBins bins(sample_rate);
+  if (bins.count() == 0) return;
+  std::map<std::set<std::uint32_t>, std::uint32_t> first;  // band by its bins
+  for (Band& band : bands) {
+    std::erase_if(band.points, is_outside);
+    std::set<std::uint32_t> held;
+    for (const std::uint32_t point : band.points) held.insert(bins.Nearest(point));
+    const auto [place, is_new] = first.emplace(std::move(held), band.frequency);
+    if (!is_new) band.same_bins_as = place->second;
+  }
 }
 
 std::unique_ptr<ORVAPOProcessInfo> OpenTechnology(const SessionOptions& options) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/client/component.h"
+#include "cli/show/spectrum_bands.h"
 #include "orv_apo/orv_apo.h"
 #include "platform/com_ptr.h"
 #include "platform/machine.h"
@@ -18,16 +19,21 @@ class ORVAPOProcessInfo;
 
 namespace orv::cli {
 
+// How a control is shown.
+struct ControlInfo {
+  std::string display;  // empty if the control is not described
+  std::int32_t minimum = 0;
+  std::int32_t maximum = 0;
+  ORV_QVT_SCALE scale = ORV_QVT_SCALE_COUNT;
+};
+
 class Control {
  public:
   Control(ComPtr<IORVAPOControl> object, std::string name, bool is_private)
       : object_(std::move(object)), name_(std::move(name)), is_private_(is_private) {}
 
   const std::string& name() const noexcept { return name_; }
-  std::string DisplayName() const;
-  ORV_QVT_SCALE Scale() const;
-  std::int32_t Minimum() const;
-  std::int32_t Maximum() const;
+  ControlInfo Info() const;
   // nullopt if the mode does not hold the control's value.
   std::optional<std::int32_t> Value() const;
   void SetValue(std::int32_t value) const;
@@ -138,6 +144,10 @@ class Session {
   std::wstring technology_folder_;
   mutable ComPtr<IORVAPOSystem> system_;  // made for the first request
 };
+
+// Removes the bands that a stream of this rate (Hz) cannot have, and marks bands with the same
+// bins.
+void FitToStream(std::vector<Band>& bands, std::uint32_t sample_rate);
 
 // The library in the folder that the options name, or in the system directory; null if it describes
 // no control. Throws Failure if the machine or folder that the options name is not there.

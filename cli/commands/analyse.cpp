@@ -4,7 +4,6 @@
 #include <cmath>
 
 #include "cli/client/host.h"
-#include "cli/client/stream_bands.h"
 #include "cli/commands/commands.h"
 #include "cli/show/analysis_view.h"
 #include "cli/show/scale.h"

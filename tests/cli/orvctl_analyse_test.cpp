@@ -9,7 +9,7 @@
 #include <csignal>
 #include <cstring>
 
-#include "cli/client/stream_bands.h"
+#include "cli/client/session.h"
 #include "cli/native/shell.h"
 #include "cli/orvctl_program.h"
 #include "cli/show/analysis_view.h"
