@@ -24,10 +24,6 @@ void ORVAPOModeSelector::OnPropertyChanged(ORVPropertySet&, const ORVPropertyEnt
   if (target_ != nullptr && AssignFromProperty(entry.value, value)) target_->OnModeChanged();
 }
 
-bool ORVAPOModeSelector::OnPropertyChanging(ORVPropertySet&, const ORVPropertyEntry&) {
-  return false;
-}
-
 bool ORVAPOModeSelector::Init(const std::wstring& registry_path, const ORVAPOModeKey& default_key) {
   const std::lock_guard lock(lock_);
   // A running watch uses the binding's key and follows a duplicate of it: it ends before the key

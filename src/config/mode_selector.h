@@ -31,7 +31,6 @@ class ORVAPOModeSelector : public IORVPropertySetNotify {
   ~ORVAPOModeSelector() override;
 
   void OnPropertyChanged(ORVPropertySet& set, const ORVPropertyEntry& entry) override;
-  bool OnPropertyChanging(ORVPropertySet& set, const ORVPropertyEntry& entry) override;
   // Binds to the endpoint's key (relative to HKEY_LOCAL_MACHINE). The current mode is then the
   // stored one, or the default key. Writes nothing. False, and unbound, if the key cannot be
   // opened.

@@ -22,10 +22,6 @@ void ORVAPOPublicSettings::OnPropertyChanged(ORVPropertySet&, const ORVPropertyE
   target_->OnSettingChanged(*this, value);
 }
 
-bool ORVAPOPublicSettings::OnPropertyChanging(ORVPropertySet&, const ORVPropertyEntry&) {
-  return false;
-}
-
 bool ORVAPOPublicSettings::Init(const ORVAPOEndpointInfo& endpoint,
                                 const ORVAPOOperatingMode& mode) {
   const std::lock_guard lock(lock_);

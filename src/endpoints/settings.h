@@ -34,7 +34,6 @@ class ORVAPOPublicSettings : public IORVPropertySetNotify {
   ~ORVAPOPublicSettings() override;
 
   void OnPropertyChanged(ORVPropertySet& set, const ORVPropertyEntry& entry) override;
-  bool OnPropertyChanging(ORVPropertySet& set, const ORVPropertyEntry& entry) override;
   // Binds to the mode's value: configured values, overwritten by stored ones. True when the key
   // could be opened; without a key nothing is stored. Removes the listener.
   virtual bool Init(const ORVAPOEndpointInfo& endpoint, const ORVAPOOperatingMode& mode);

@@ -6,8 +6,6 @@
 #include <type_traits>
 #include <utility>
 
-#include "properties/property_visit.h"
-
 namespace orv {
 namespace {
 
@@ -19,7 +17,7 @@ constexpr std::size_t kHeaderSize = 12;
 constexpr std::uint32_t kWrittenTagSize = 1;
 constexpr std::size_t kUnitSize = 2;
 constexpr std::size_t kUsualRecord = 80;
-constexpr auto kLastTag = static_cast<std::uint8_t>(PropertyKind::UnsignedBytes);
+using KindCount = boost::mp11::mp_size<PropertyTypes>;
 
 // ---- writing
 
@@ -78,7 +76,7 @@ std::size_t PutRecord(const ORVPropertyEntry& entry, RoomOf room_of) {
     static_assert(sizeof sizes == kHeaderSize);
     std::uint8_t* out = PutBytes(room_of(size), sizes, sizeof sizes);
     out = PutUnits(out, entry.name);
-    *out++ = static_cast<std::uint8_t>(KindOfType<T>::value);
+    *out++ = static_cast<std::uint8_t>(kKindOfType<T>);
     PutData(out, value);
   });
   return size;
@@ -154,52 +152,33 @@ std::string ReadNarrow(std::span<const std::uint8_t> bytes) {
   return std::string(reinterpret_cast<const char*>(bytes.data()), size);
 }
 
-template <class Number>
-bool ReadNumber(std::span<const std::uint8_t> bytes, boost::any& value) {
-  if (bytes.size() < sizeof(Number)) return false;
-  Number number;
-  std::memcpy(&number, bytes.data(), sizeof number);
-  value = number;
-  return true;
-}
-
-// Returns false if the data is too short for the kind.
-bool ReadData(PropertyKind kind, std::span<const std::uint8_t> data, boost::any& value) {
-  switch (kind) {
-    case PropertyKind::Long:
-      return ReadNumber<LongValue>(data, value);
-    case PropertyKind::Int:
-      return ReadNumber<int>(data, value);
-    case PropertyKind::Short:
-      return ReadNumber<short>(data, value);
-    case PropertyKind::Float:
-      return ReadNumber<float>(data, value);
-    case PropertyKind::Double:
-      return ReadNumber<double>(data, value);
-    case PropertyKind::Bool:
-      value = data.front() != 0;
-      return true;
-    case PropertyKind::NarrowText:
-      value = ReadNarrow(data);
-      return true;
-    case PropertyKind::WideText:
-      value = ReadUnits(data);
-      return true;
-    case PropertyKind::SignedBytes:
-      value = SignedBytes(data.begin(), data.end());
-      return true;
-    case PropertyKind::UnsignedBytes:
-      value = UnsignedBytes(data.begin(), data.end());
-      return true;
+// Returns false if the data is too short for the type.
+template <class T>
+bool ReadAs(std::span<const std::uint8_t> data, boost::any& value) {
+  if constexpr (std::is_same_v<T, std::string>) {
+    value = ReadNarrow(data);
+  } else if constexpr (std::is_same_v<T, std::wstring>) {
+    value = ReadUnits(data);
+  } else if constexpr (std::is_same_v<T, bool>) {
+    value = data.front() != 0;
+  } else if constexpr (requires(T bytes) { bytes.size(); }) {
+    value = T(data.begin(), data.end());
+  } else {
+    T number;
+    if (data.size() < sizeof number) return false;
+    std::memcpy(&number, data.data(), sizeof number);
+    value = number;
   }
-  return false;
+  return true;
 }
 
 // Appends what the record holds; a name that is empty once cut yields nothing.
 ImageFault TakeRecord(const Record& record, ORVPropertyList& list) {
   boost::any value;
-  if (!ReadData(static_cast<PropertyKind>(record.tag.front()), record.data, value))
-    return ImageFault::CutShort;
+  const bool read = boost::mp11::mp_with_index<KindCount>(record.tag.front(), [&](auto kind) {
+    return ReadAs<boost::mp11::mp_at<PropertyTypes, decltype(kind)>>(record.data, value);
+  });
+  if (!read) return ImageFault::CutShort;
   std::wstring name = ReadUnits(record.name);
   if (!name.empty()) list.push_back({std::move(name), std::move(value)});
   return ImageFault::None;
@@ -279,7 +258,7 @@ ImageDecoding DecodeImage(std::span<const std::uint8_t> image, ImageReading read
     ImageFault fault = ReadRecord(image.subspan(at), record);
     if (fault == ImageFault::None) {
       const bool text_tag = record.tag.size() > 1;
-      const bool known = !text_tag && record.tag.front() <= kLastTag;
+      const bool known = !text_tag && record.tag.front() < KindCount::value;
       if (known)
         fault = TakeRecord(record, list);
       else if (text_tag && reading == ImageReading::Replace)

@@ -16,7 +16,7 @@
 #include <span>
 #include <vector>
 
-#include "properties/property_list.h"
+#include "properties/property_value.h"
 
 namespace orv {
 

@@ -7,6 +7,11 @@
 
 namespace orv {
 
+std::unique_lock<std::recursive_mutex> ORVPropertySet::Locked() const {
+  std::recursive_mutex* const mutex = lock();
+  return mutex != nullptr ? std::unique_lock(*mutex) : std::unique_lock<std::recursive_mutex>();
+}
+
 std::size_t ORVPropertySet::FindEntry(const wchar_t* name, std::size_t hint) const {
   const std::wstring_view wanted(name);
   if (hint < list_.size() && EqualsIgnoringCase(list_[hint].name, wanted)) return hint;
@@ -16,19 +21,25 @@ std::size_t ORVPropertySet::FindEntry(const wchar_t* name, std::size_t hint) con
   return static_cast<std::size_t>(found - list_.begin());
 }
 
-void ORVPropertySet::GetAllProperties(ORVPropertyList& out) { out = list_; }
+void ORVPropertySet::GetAllProperties(ORVPropertyList& out) {
+  const auto guard = Locked();
+  out = list_;
+}
 
 bool ORVPropertySet::GetAllPropertiesBinary(ImageBytes& out) {
+  const auto guard = Locked();
   const bool complete = image_.Update(list_);
   out = image_.bytes();
   return complete;
 }
 
 bool ORVPropertySet::UseAllPropertiesBinary(const ImageUse& use) {
+  const auto guard = Locked();
   return image_.Update(list_) && use(image_.bytes());
 }
 
 bool ORVPropertySet::SetAllPropertiesBinary(const ImageBytes& image) {
+  const auto guard = Locked();
   ORVPropertyList decoded;
   const bool complete = DecodeImage(image, ImageReading::Replace, decoded).complete;
   list_ = std::move(decoded);
@@ -45,11 +56,13 @@ void ORVPropertySet::MergePropertiesBinary(const ImageBytes& image, bool overwri
 }
 
 void ORVPropertySet::Clear() {
+  const auto guard = Locked();
   list_.clear();
   image_.Forget();
 }
 
 void ORVPropertySet::SetAllProperties(const ORVPropertyList& list, bool notify) {
+  const auto guard = Locked();
   if (notify) {
     ORVPropertySet::Clear();
     for (const ORVPropertyEntry& entry : list) SetProperty(entry.name.c_str(), entry.value);
@@ -79,12 +92,14 @@ void ORVPropertySet::MergeProperties(const ORVPropertyList& list, bool overwrite
 
 void ORVPropertySet::MergeProperties(const ORVPropertySet& other, bool overwrite_existing,
                                      bool add_new) {
+  const auto guard = Locked();
   MergeProperties(other.list_, overwrite_existing, add_new);
 }
 
 // Listeners may change the set during the call: after it neither the arguments nor the address of
 // an entry are used.
 void ORVPropertySet::SetProperty(const wchar_t* name, const boost::any& value) {
+  const auto guard = Locked();
   ORVPropertyEntry change{name, value};
   std::size_t index = FindEntry(name);
   if (index != list_.size()) {
@@ -102,51 +117,13 @@ void ORVPropertySet::SetProperty(const wchar_t* name, const boost::any& value) {
   NotifyChanged(change);
 }
 
-void ORVPropertySet::SetProperty(const std::wstring& name, const char* value) {
-  SetProperty(name.c_str(), value);
-}
-
-void ORVPropertySet::SetProperty(const std::wstring& name, const std::string& value) {
-  SetProperty(name.c_str(), value);
-}
-
-void ORVPropertySet::SetProperty(const wchar_t* name, const char* value) {
-  SetProperty(name, boost::any(std::string(value)));
-}
-
-void ORVPropertySet::SetProperty(const wchar_t* name, const std::string& value) {
-  SetProperty(name, boost::any(value));
-}
-
-void ORVPropertySet::SetProperty(const std::wstring& name, const wchar_t* value) {
-  SetProperty(name.c_str(), value);
-}
-
-void ORVPropertySet::SetProperty(const std::wstring& name, const std::wstring& value) {
-  SetProperty(name.c_str(), value);
-}
-
-void ORVPropertySet::SetProperty(const wchar_t* name, const wchar_t* value) {
-  SetProperty(name, boost::any(std::wstring(value)));
-}
-
-void ORVPropertySet::SetProperty(const wchar_t* name, const std::wstring& value) {
-  SetProperty(name, boost::any(value));
-}
-
-void ORVPropertySet::SetProperty(const std::wstring& name, std::int32_t value) {
-  SetProperty(name.c_str(), value);
-}
-
-void ORVPropertySet::SetProperty(const wchar_t* name, std::int32_t value) {
-  SetProperty(name, boost::any(LongValue{value}));
-}
-
 bool ORVPropertySet::HasProperty(const wchar_t* name) const {
+  const auto guard = Locked();
   return FindEntry(name) != list_.size();
 }
 
 bool ORVPropertySet::GetProperty(const wchar_t* name, boost::any& out) {
+  const auto guard = Locked();
   const std::size_t index = FindEntry(name);
   if (index == list_.size()) return false;
   out = list_[index].value;
@@ -168,39 +145,27 @@ bool GetForm(ORVPropertySet& set, const wchar_t* name, Form form, T& out) {
 
 }  // namespace
 
-bool ORVPropertySet::GetProperty(const std::wstring& name, std::string& out) {
-  return GetProperty(name.c_str(), out);
-}
-
 bool ORVPropertySet::GetProperty(const wchar_t* name, std::string& out) {
   return GetForm(*this, name, NarrowTextOf, out);
-}
-
-bool ORVPropertySet::GetProperty(const std::wstring& name, std::wstring& out) {
-  return GetProperty(name.c_str(), out);
 }
 
 bool ORVPropertySet::GetProperty(const wchar_t* name, std::wstring& out) {
   return GetForm(*this, name, WideTextOf, out);
 }
 
-bool ORVPropertySet::GetProperty(const std::wstring& name, std::int32_t& out) {
-  return GetProperty(name.c_str(), out);
-}
-
 bool ORVPropertySet::GetProperty(const wchar_t* name, std::int32_t& out) {
   return GetForm(*this, name, IntegerOf, out);
 }
 
-void ORVPropertySet::SetModified(bool modified) { modified_.store(modified); }
-
-bool ORVPropertySet::IsModified() const { return modified_.load(); }
-
 void ORVPropertySet::AddNotify(IORVPropertySetNotify* listener) {
+  const auto guard = Locked();
   listeners_.try_emplace(listener, true);
 }
 
-void ORVPropertySet::RemoveNotify(IORVPropertySetNotify* listener) { listeners_.erase(listener); }
+void ORVPropertySet::RemoveNotify(IORVPropertySetNotify* listener) {
+  const auto guard = Locked();
+  listeners_.erase(listener);
+}
 
 // Continues by key, so that a listener may add and remove listeners, itself included.
 template <class Call>

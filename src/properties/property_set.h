@@ -9,8 +9,6 @@
 #include <span>
 
 #include "properties/property_image.h"
-#include "properties/property_list.h"
-#include "properties/property_value.h"
 
 namespace orv {
 
@@ -27,7 +25,7 @@ class IORVPropertySetNotify {
   virtual void OnPropertyChanged(ORVPropertySet& set, const ORVPropertyEntry& entry) = 0;
   // An existing entry is about to receive this value (it may equal the current one). The set
   // ignores the result.
-  virtual bool OnPropertyChanging(ORVPropertySet& set, const ORVPropertyEntry& entry) = 0;
+  virtual bool OnPropertyChanging(ORVPropertySet&, const ORVPropertyEntry&) { return false; }
 };
 
 // Not locked: the owner serialises access, or uses ORVPropertySetThreadsafe. Failures are
@@ -55,30 +53,56 @@ class ORVPropertySet {
   virtual void MergeProperties(const ORVPropertySet& other, bool overwrite_existing, bool add_new);
 
   virtual void SetProperty(const wchar_t* name, const boost::any& value);
-  virtual void SetProperty(const std::wstring& name, const char* value);
-  virtual void SetProperty(const std::wstring& name, const std::string& value);
-  virtual void SetProperty(const wchar_t* name, const char* value);
-  virtual void SetProperty(const wchar_t* name, const std::string& value);
-  virtual void SetProperty(const std::wstring& name, const wchar_t* value);
-  virtual void SetProperty(const std::wstring& name, const std::wstring& value);
-  virtual void SetProperty(const wchar_t* name, const wchar_t* value);
-  virtual void SetProperty(const wchar_t* name, const std::wstring& value);
-  virtual void SetProperty(const std::wstring& name,
-                           std::int32_t value);  // stored as the long kind
-  virtual void SetProperty(const wchar_t* name, std::int32_t value);
+  virtual void SetProperty(const std::wstring& name, const char* value) {
+    SetProperty(name.c_str(), value);
+  }
+  virtual void SetProperty(const std::wstring& name, const std::string& value) {
+    SetProperty(name.c_str(), value);
+  }
+  virtual void SetProperty(const wchar_t* name, const char* value) {
+    SetProperty(name, boost::any(std::string(value)));
+  }
+  virtual void SetProperty(const wchar_t* name, const std::string& value) {
+    SetProperty(name, boost::any(value));
+  }
+  virtual void SetProperty(const std::wstring& name, const wchar_t* value) {
+    SetProperty(name.c_str(), value);
+  }
+  virtual void SetProperty(const std::wstring& name, const std::wstring& value) {
+    SetProperty(name.c_str(), value);
+  }
+  virtual void SetProperty(const wchar_t* name, const wchar_t* value) {
+    SetProperty(name, boost::any(std::wstring(value)));
+  }
+  virtual void SetProperty(const wchar_t* name, const std::wstring& value) {
+    SetProperty(name, boost::any(value));
+  }
+  // Stored as the long kind.
+  virtual void SetProperty(const std::wstring& name, std::int32_t value) {
+    SetProperty(name.c_str(), value);
+  }
+  virtual void SetProperty(const wchar_t* name, std::int32_t value) {
+    SetProperty(name, boost::any(LongValue{value}));
+  }
 
   // Returns false and leaves `out` unchanged if the entry does not exist or its kind has no such
   // form.
   virtual bool GetProperty(const wchar_t* name, boost::any& out);
-  virtual bool GetProperty(const std::wstring& name, std::string& out);
+  virtual bool GetProperty(const std::wstring& name, std::string& out) {
+    return GetProperty(name.c_str(), out);
+  }
   virtual bool GetProperty(const wchar_t* name, std::string& out);
-  virtual bool GetProperty(const std::wstring& name, std::wstring& out);
+  virtual bool GetProperty(const std::wstring& name, std::wstring& out) {
+    return GetProperty(name.c_str(), out);
+  }
   virtual bool GetProperty(const wchar_t* name, std::wstring& out);
-  virtual bool GetProperty(const std::wstring& name, std::int32_t& out);
+  virtual bool GetProperty(const std::wstring& name, std::int32_t& out) {
+    return GetProperty(name.c_str(), out);
+  }
   virtual bool GetProperty(const wchar_t* name, std::int32_t& out);
 
-  virtual void SetModified(bool modified);
-  virtual bool IsModified() const;
+  virtual void SetModified(bool modified) { modified_ = modified; }
+  virtual bool IsModified() const { return modified_; }
   virtual void AddNotify(IORVPropertySetNotify* listener);
   virtual void RemoveNotify(IORVPropertySetNotify* listener);
   virtual void NotifyChanged(const ORVPropertyEntry& entry);
@@ -92,9 +116,10 @@ class ORVPropertySet {
   virtual bool UseAllPropertiesBinary(const ImageUse& use);
   virtual bool HasProperty(const wchar_t* name) const;
   // The set's own lock, for a caller that must not wait for it without limit; null if it has none.
-  virtual std::recursive_mutex* lock() { return nullptr; }
+  virtual std::recursive_mutex* lock() const { return nullptr; }
 
  private:
+  std::unique_lock<std::recursive_mutex> Locked() const;
   // Index of the entry with this name, looked for at `hint` first; the list's size without one.
   std::size_t FindEntry(const wchar_t* name, std::size_t hint = 0) const;
   template <class Call>
@@ -110,23 +135,7 @@ class ORVPropertySet {
 // set (whose own lock is not taken). The modified flag needs no lock.
 class ORVPropertySetThreadsafe : public ORVPropertySet {
  public:
-  using ORVPropertySet::GetProperty;
-  using ORVPropertySet::MergeProperties;
-  using ORVPropertySet::SetProperty;
-
-  void GetAllProperties(ORVPropertyList& out) override;
-  bool GetAllPropertiesBinary(ImageBytes& out) override;
-  bool UseAllPropertiesBinary(const ImageUse& use) override;
-  bool SetAllPropertiesBinary(const ImageBytes& image) override;
-  void Clear() override;
-  void SetAllProperties(const ORVPropertyList& list, bool notify) override;
-  void MergeProperties(const ORVPropertySet& other, bool overwrite_existing, bool add_new) override;
-  void SetProperty(const wchar_t* name, const boost::any& value) override;
-  bool HasProperty(const wchar_t* name) const override;
-  bool GetProperty(const wchar_t* name, boost::any& out) override;
-  void AddNotify(IORVPropertySetNotify* listener) override;
-  void RemoveNotify(IORVPropertySetNotify* listener) override;
-  std::recursive_mutex* lock() override { return &lock_; }
+  std::recursive_mutex* lock() const override { return &lock_; }
 
  private:
   mutable std::recursive_mutex lock_;

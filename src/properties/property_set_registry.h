@@ -23,20 +23,19 @@ class ORVPropertySetRegistry : public IORVPropertySetNotify, private IORVThreadB
   ~ORVPropertySetRegistry() override;  // stops the watch, detaches the set, closes the key
 
   void OnPropertyChanged(ORVPropertySet& set, const ORVPropertyEntry& entry) override;
-  bool OnPropertyChanging(ORVPropertySet& set, const ORVPropertyEntry& entry) override;
 
   // The set is not owned; null detaches.
   virtual void SetPropertySet(ORVPropertySet* set);
   // Keeps a duplicate of the key (null: none). Returns true if a key is held afterwards.
   virtual bool SetKey(RegistryKey* key);
   virtual RegistryKey* GetKey();
-  // Returns false and changes nothing if the value is missing, is not REG_BINARY, or is empty. With
-  // `merge` the two flags choose what is taken over; without it, the image replaces the content of
-  // the set.
+  // Returns false, with the set unchanged, if the value is missing, is not REG_BINARY, or is empty.
+  // With `merge` the two flags choose what is taken over; without it, the image replaces the
+  // content of the set.
   virtual bool LoadBinary(const std::wstring& value_name, bool merge, bool overwrite_existing,
                           bool add_new);
-  // Writes the image of the set; null means the value last loaded or saved. Returns false and
-  // writes nothing if an entry cannot be encoded or the set is empty.
+  // Writes the image of the set; null means the value last loaded or saved. Returns false
+  // without a write if an entry cannot be encoded or the set is empty.
   virtual bool SaveBinary(const wchar_t* value_name);
   // One registry value per property. Returns false if a value could not be read (written); the
   // others still are.

@@ -2,31 +2,23 @@
 
 #include <boost/algorithm/hex.hpp>
 #include <boost/lexical_cast.hpp>
-#include <iterator>
 #include <type_traits>
 
 #include "platform/text.h"
-#include "properties/property_visit.h"
 
 namespace orv {
 namespace {
 
-std::string NarrowForm(LongValue number) { return boost::lexical_cast<std::string>(number.value); }
+template <class T>
+std::string NarrowForm(const T& value) {
+  if constexpr (std::is_arithmetic_v<T>)
+    return boost::lexical_cast<std::string>(value);
+  else
+    return boost::algorithm::hex(std::string(value.begin(), value.end()));
+}
+std::string NarrowForm(LongValue number) { return NarrowForm(number.value); }
 std::string NarrowForm(const std::string& text) { return text; }
 std::string NarrowForm(const std::wstring& text) { return Narrow(text); }
-
-template <class Number>
-requires std::is_arithmetic_v<Number> std::string NarrowForm(Number number) {
-  return boost::lexical_cast<std::string>(number);
-}
-
-template <class Byte>
-std::string NarrowForm(const std::vector<Byte>& bytes) {
-  std::string digits;
-  digits.reserve(bytes.size() * 2);
-  boost::algorithm::hex(bytes.begin(), bytes.end(), std::back_inserter(digits));
-  return digits;
-}
 
 template <class T>
 std::wstring WideForm(const T& value) {
@@ -40,22 +32,19 @@ template <class T>
 std::optional<std::int32_t> IntegerForm(const T& value) {
   if constexpr (std::is_integral_v<T>)
     return value;
+  else if constexpr (std::is_same_v<T, LongValue>)
+    return value.value;
+  else if constexpr (std::is_same_v<T, std::string> || std::is_same_v<T, std::wstring>)
+    return boost::lexical_cast<std::int32_t>(value);
   else
     return std::nullopt;
-}
-std::optional<std::int32_t> IntegerForm(LongValue number) { return number.value; }
-std::optional<std::int32_t> IntegerForm(const std::string& text) {
-  return boost::lexical_cast<std::int32_t>(text);
-}
-std::optional<std::int32_t> IntegerForm(const std::wstring& text) {
-  return boost::lexical_cast<std::int32_t>(text);
 }
 
 }  // namespace
 
 std::optional<PropertyKind> KindOf(const boost::any& value) {
   std::optional<PropertyKind> kind;
-  VisitValue(value, [&]<class T>(const T&) { kind = KindOfType<T>::value; });
+  VisitValue(value, [&]<class T>(const T&) { kind = kKindOfType<T>; });
   return kind;
 }
 
