@@ -13,9 +13,10 @@ std::string ControlName(int index) { return "VQ3D-Control number " + std::to_str
 ORVAPOOperatingMode ModeWith(int controls) {
   ORVAPOOperatingMode mode;
   for (int i = 0; i < controls; ++i)
-    mode.public_controls().GetOrAdd(ControlName(i)) = ORVQVTValue(ControlName(i), i);
+    mode.own_content().public_controls.GetOrAdd(ControlName(i)) = ORVQVTValue(ControlName(i), i);
   for (const char* name : {kOperatingModeControl, kSpeakerTypeControl})
-    mode.private_controls().GetOrAdd(name) = ORVQVTValue(name, boost::any(std::string("Test")));
+    mode.own_content().private_controls.GetOrAdd(name) =
+        ORVQVTValue(name, boost::any(std::string("Test")));
   mode.CompleteRead();
   return mode;
 }

@@ -33,8 +33,8 @@ void Compare(const ORVAPOOperatingMode& a, const ORVAPOOperatingMode& b) {
   Require(Same(a.GetPublicControls(), b.GetPublicControls()));
   Require(Same(a.GetPrivateControls(), b.GetPrivateControls()));
   Require(Same(a.GetDefaultControls(), b.GetDefaultControls()));
-  const auto& chains = a.GetChainDefinition().chains();
-  const auto& others = b.GetChainDefinition().chains();
+  const auto& chains = a.GetChainDefinition();
+  const auto& others = b.GetChainDefinition();
   Require(chains.size() == others.size());
   for (std::size_t i = 0; i < chains.size(); ++i) {
     Require(!chains[i].processes.empty() && chains[i].processes == others[i].processes);

@@ -71,7 +71,7 @@ void AddModes(const ConfigurationContent& content, std::uint32_t type, std::uint
   }
   const std::size_t first = modes.size() - content.modes.size();
   for (std::size_t i = 0; i < content.modes.size(); ++i)
-    modes[first + i].chains[location] = content.modes[i]->GetChainDefinition().chains().size();
+    modes[first + i].chains[location] = content.modes[i]->GetChainDefinition().size();
 }
 
 // The number that the component reads from the text; nullopt if the text is not a number.

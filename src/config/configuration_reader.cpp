@@ -17,7 +17,7 @@ using tinyxml2::XMLDocument;
 using tinyxml2::XMLElement;
 using tinyxml2::XMLNode;
 
-constexpr const wchar_t* kLocationNames[kLocationCount] = {L"PreBlue", L"SFX", L"MFX", L"EFX"};
+constexpr std::string_view kLocationNames[kLocationCount] = {"PreBlue", "SFX", "MFX", "EFX"};
 constexpr std::size_t kUsualModeCount = 20;
 
 struct LayoutName {
@@ -59,22 +59,21 @@ void ForEachChild(const XMLElement& parent, const Reporter& reporter, Visit visi
     if (const XMLElement* element = node->ToElement())
       visit(*element);
     else if (node->ToText() != nullptr)
-      reporter.Report(Severity::Note, "stray-text", *node, "text directly in <", parent.Name(),
-                      "> has no meaning");
+      reporter.Report(Severity::Note, "stray-text", node->GetLineNum(),
+                      "text directly in <{}> has no meaning", parent.Name());
   }
 }
 
 void ReportUnknown(const XMLElement& element, const Reporter& reporter) {
-  reporter.Report(Severity::Warning, "unknown-element", element, "element <", element.Name(),
-                  "> is not known here");
+  reporter.Warn("unknown-element", element, "element <{}> is not known here", element.Name());
 }
 
 bool Flag(const XMLElement& element, const char* attribute, const Reporter& reporter) {
   const char* value = element.Attribute(attribute);
   if (Is(value, "true")) return true;
   if (value != nullptr && !Is(value, "false"))
-    reporter.Report(Severity::Warning, "unknown-flag", element, attribute, "=\"", value,
-                    "\" counts as false: expected true or false");
+    reporter.Warn("unknown-flag", element, "{}=\"{}\" counts as false: expected true or false",
+                  attribute, value);
   return false;
 }
 
@@ -86,27 +85,27 @@ struct Control {
 std::optional<Control> ReadControl(const XMLElement& element, const Reporter& reporter) {
   const char* name = element.Attribute("name");
   if (!IsGiven(name)) {
-    reporter.Report(Severity::Warning, "control-without-name", element, "control without a name");
+    reporter.Warn("control-without-name", element, "control without a name");
     return std::nullopt;
   }
   const XMLNode* last = element.LastChild();
   if (last == nullptr || !IsGiven(last->Value())) {
-    reporter.Report(Severity::Warning, "control-without-text", element, "control \"", name,
-                    "\" has no text");
+    reporter.Warn("control-without-text", element, "control \"{}\" has no text", name);
     return std::nullopt;
   }
   if (last->ToText() == nullptr)
-    reporter.Report(Severity::Warning, "control-text-not-last", *last, "control \"", name,
-                    "\" takes its value from what comes last in it, which is no text: \"",
-                    last->Value(), "\"");
+    reporter.Warn("control-text-not-last", *last,
+                  "control \"{}\" takes its value from what comes last in it, which is not text: "
+                  "\"{}\"",
+                  name, last->Value());
   return Control{name, last->Value()};
 }
 
 void Store(const Control& control, const XMLElement& element, const Reporter& reporter,
            ORVQVTValueList& list) {
   if (reporter.wanted() && list.Find(control.name) != nullptr)
-    reporter.Report(Severity::Warning, "duplicate-control", element, "control \"", control.name,
-                    "\" replaces an earlier one");
+    reporter.Warn("duplicate-control", element, "control \"{}\" replaces an earlier one",
+                  control.name);
   ORVQVTValue& value = list.GetOrAdd(control.name);
   value.SetName(control.name);
   value.SetValue(control.text);
@@ -119,12 +118,13 @@ bool IsKeyControl(std::string_view name) {
 void StoreModeControl(const Control& control, bool is_public, const XMLElement& element,
                       const Reporter& reporter, ORVAPOModeContent& content) {
   if (is_public && IsKeyControl(control.name))
-    reporter.Report(Severity::Warning, "key-control-public", element, "\"", control.name,
-                    "\" is public and does not count for the mode's key");
+    reporter.Warn("key-control-public", element,
+                  "\"{}\" is public and does not count for the mode's key", control.name);
   const ORVQVTValueList& others = is_public ? content.private_controls : content.public_controls;
   if (reporter.wanted() && others.Find(control.name) != nullptr)
-    reporter.Report(Severity::Warning, "control-public-and-private", element, "control \"",
-                    control.name, "\" is both public and private: the private one is the default");
+    reporter.Warn("control-public-and-private", element,
+                  "control \"{}\" is both public and private: the private one is the default",
+                  control.name);
   Store(control, element, reporter, is_public ? content.public_controls : content.private_controls);
 }
 
@@ -134,8 +134,8 @@ std::uint32_t Layouts(const XMLElement& element, const char* attribute, const Re
   if (reporter.wanted()) {
     ForEachPiece(list, [&](std::string_view piece) {
       if (PieceLayouts(piece) == 0)
-        reporter.Report(Severity::Warning, "unknown-layout", element, attribute, " names \"",
-                        std::string(piece), "\", which is no channel layout");
+        reporter.Warn("unknown-layout", element, "{} names \"{}\", which is not a channel layout",
+                      attribute, piece);
     });
   }
   return ParseLayoutList(list);
@@ -145,8 +145,7 @@ void ReadProcess(const XMLElement& element, const Reporter& reporter, ORVAPOChai
   reporter.CheckAttributes(element, {"tech_id", "instance_id", "hook"});
   const char* technology = element.Attribute("tech_id");
   if (!IsGiven(technology)) {
-    reporter.Report(Severity::Warning, "process-without-tech-id", element,
-                    "process without tech_id");
+    reporter.Warn("process-without-tech-id", element, "process without tech_id");
     return;
   }
   chain.processes.push_back({technology, TextOrEmpty(element.Attribute("instance_id")),
@@ -158,8 +157,7 @@ void ReadChain(const XMLElement& element, const Reporter& reporter, ORVAPOChainD
   const char* type = element.Attribute("type");
   chain.render = !Is(type, "capture");
   if (IsGiven(type) && chain.render && !Is(type, "render"))
-    reporter.Report(Severity::Warning, "unknown-chain-type", element, "type=\"", type,
-                    "\" counts as render");
+    reporter.Warn("unknown-chain-type", element, "type=\"{}\" counts as render", type);
   chain.input_layouts = Layouts(element, "input", reporter);
   chain.output_layouts = Layouts(element, "output", reporter);
   ForEachChild(element, reporter, [&](const XMLElement& child) {
@@ -174,31 +172,32 @@ void ReadChain(const XMLElement& element, const Reporter& reporter, ORVAPOChainD
     }
   });
   if (chain.processes.empty())
-    reporter.Report(Severity::Warning, "chain-without-process", element, "chain without a process");
+    reporter.Warn("chain-without-process", element, "chain without a process");
   else
-    chains.Add(std::move(chain));
+    chains.push_back(std::move(chain));
 }
 
 bool IsUsedChain(const XMLElement& element, bool has_position, std::uint32_t location,
                  const Reporter& reporter) {
   if (!has_position) {
     if (location == kPlainChainLocation) return true;
-    reporter.Report(Severity::Note, "chain-location", element, "not used at this location");
+    reporter.Report(Severity::Note, "chain-location", element.GetLineNum(),
+                    "not used at this location");
     return false;
   }
-  const char* position = element.Attribute("position");
-  if (location != kPlainChainLocation && position != nullptr &&
-      Widen(position) == LocationName(location))
-    return true;
-  if (!reporter.wanted()) return false;
-  const std::wstring wanted = Widen(TextOrEmpty(position));
-  if (std::find(std::begin(kLocationNames) + 1, std::end(kLocationNames), wanted) !=
-      std::end(kLocationNames))
-    reporter.Report(Severity::Note, "chain-location", element, "used at ", position, " only");
-  else
-    reporter.Report(Severity::Warning, "unknown-position", element, "position \"",
-                    TextOrEmpty(position), "\" is no location: the chain is never used");
-  return false;
+  const char* given = element.Attribute("position");
+  const std::string_view position = given != nullptr ? given : "";
+  const auto found = std::ranges::find(kLocationNames, position);
+  const auto named = static_cast<std::uint32_t>(found - std::begin(kLocationNames));
+  if (named == kPlainChainLocation || named == kLocationCount) {
+    reporter.Warn("unknown-position", element,
+                  "position \"{}\" is not a location: the chain is never used", position);
+    return false;
+  }
+  if (named != location)
+    reporter.Report(Severity::Note, "chain-location", element.GetLineNum(), "used at {} only",
+                    position);
+  return named == location;
 }
 
 void ReadChainElement(const XMLElement& element, bool has_position, std::uint32_t location,
@@ -283,7 +282,7 @@ class DocumentReader {
         ReportUnknown(child, reporter_);
     });
     if (!saw_properties_)
-      reporter_.ReportLine(Severity::Error, "no-properties", 0, "there is no <properties> element");
+      reporter_.Report(Severity::Error, "no-properties", 0, "there is no <properties> element");
     comparison_.CheckDefaultMode(content_.properties);
     return status_;
   }
@@ -308,15 +307,16 @@ class DocumentReader {
 const XMLElement* DocumentReader::UsableRoot(const XMLDocument& document) const {
   const XMLElement* root = document.RootElement();
   if (document.Error()) {
-    reporter_.ReportLine(Severity::Error, "parse-error", document.ErrorLineNum(),
-                         document.ErrorStr());
+    reporter_.Report(Severity::Error, "parse-error", document.ErrorLineNum(), "{}",
+                     document.ErrorStr());
   } else if (root == nullptr) {
-    reporter_.ReportLine(Severity::Error, "no-root", 0, "there is no root element");
+    reporter_.Report(Severity::Error, "no-root", 0, "there is no root element");
   } else if (!Is(root->Name(), "orv_configuration")) {
-    reporter_.Report(Severity::Error, "root-name", *root, "the root element is <", root->Name(),
-                     ">, expected <orv_configuration>");
+    reporter_.Report(Severity::Error, "root-name", root->GetLineNum(),
+                     "the root element is <{}>, expected <orv_configuration>", root->Name());
   } else if (root->NoChildren()) {
-    reporter_.Report(Severity::Error, "empty-root", *root, "the root element is empty");
+    reporter_.Report(Severity::Error, "empty-root", root->GetLineNum(),
+                     "the root element is empty");
   } else {
     return root;
   }
@@ -325,13 +325,13 @@ const XMLElement* DocumentReader::UsableRoot(const XMLDocument& document) const 
 
 void DocumentReader::ReadProperties(const XMLElement& element) {
   if (saw_properties_)
-    reporter_.Report(Severity::Warning, "repeated-properties", element,
-                     "replaces all earlier properties");
+    reporter_.Warn("repeated-properties", element, "replaces all earlier properties");
   saw_properties_ = true;
   reporter_.CheckAttributes(element, {});
   content_.properties.Clear();
   if (element.NoChildren()) {
-    reporter_.Report(Severity::Error, "empty-properties", element, "<properties> is empty");
+    reporter_.Report(Severity::Error, "empty-properties", element.GetLineNum(),
+                     "<properties> is empty");
     status_ = LoadStatus::EmptyProperties;
     return;
   }
@@ -350,18 +350,18 @@ bool DocumentReader::IsSelected(const XMLElement& element) const {
   const char* selector = element.Attribute("selector");
   if (!IsGiven(selector)) {
     if (config_type_ != 0)
-      reporter_.Report(Severity::Note, "mode-selector", element,
+      reporter_.Report(Severity::Note, "mode-selector", element.GetLineNum(),
                        "a mode without selector is read for configuration type 0 only");
     return config_type_ == 0;
   }
   if (!Is(selector, "dsp")) {
-    reporter_.Report(Severity::Warning, "unknown-selector", element, "selector \"", selector,
-                     "\" is not known: the mode is never read");
+    reporter_.Warn("unknown-selector", element,
+                   "selector \"{}\" is not known: the mode is never read", selector);
     return false;
   }
   if (config_type_ != 1)
-    reporter_.Report(Severity::Note, "mode-selector", element, "selector \"", selector,
-                     "\" is read for configuration type 1 only");
+    reporter_.Report(Severity::Note, "mode-selector", element.GetLineNum(),
+                     "selector \"{}\" is read for configuration type 1 only", selector);
   return config_type_ == 1;
 }
 
@@ -389,9 +389,9 @@ void DocumentReader::ReadMode(const XMLElement& element) {
   reporter_.CheckAttributes(element, {"selector", "auto_mic"});
   const auto mode = MakeMode(element);
   if (mode == nullptr)
-    reporter_.Report(selected ? Severity::Error : Severity::Warning, "mode-without-key", element,
-                     "the mode needs private controls \"", kOperatingModeControl, "\" and \"",
-                     kSpeakerTypeControl, "\"");
+    reporter_.Report(selected ? Severity::Error : Severity::Warning, "mode-without-key",
+                     element.GetLineNum(), "the mode needs private controls \"{}\" and \"{}\"",
+                     kOperatingModeControl, kSpeakerTypeControl);
   if (!selected) return;
   if (mode == nullptr) {
     status_ = LoadStatus::BadMode;
@@ -420,10 +420,6 @@ const XMLNode* NextNode(const XMLNode* node) {
 }
 
 }  // namespace
-
-const wchar_t* LocationName(std::uint32_t location) {
-  return location < std::size(kLocationNames) ? kLocationNames[location] : L"Invalid APO location!";
-}
 
 std::uint32_t ParseLayoutList(std::string_view text) {
   std::uint32_t mask = 0;

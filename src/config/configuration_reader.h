@@ -43,9 +43,6 @@ inline constexpr std::uint32_t kPlainChainLocation = 0;  // "PreBlue"
 inline constexpr std::uint32_t kEndpointLocation = 3;    // "EFX"
 inline constexpr std::uint32_t kLocationCount = 4;
 
-// Name of an APO location ("PreBlue", "SFX", "MFX", "EFX"), else "Invalid APO location!".
-const wchar_t* LocationName(std::uint32_t location);
-
 // Layout bits of a list such as "Stereo;5.1 Surround".
 std::uint32_t ParseLayoutList(std::string_view text);
 

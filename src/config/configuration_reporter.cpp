@@ -8,9 +8,9 @@ void Reporter::CheckAttributes(const tinyxml2::XMLElement& element,
                                std::initializer_list<std::string_view> known) const {
   if (!wanted()) return;
   for (const auto* one = element.FirstAttribute(); one != nullptr; one = one->Next()) {
-    if (std::find(known.begin(), known.end(), one->Name()) != known.end()) continue;
-    ReportLine(Severity::Warning, "unknown-attribute", one->GetLineNum(), "attribute \"",
-               one->Name(), "\" of <", element.Name(), "> is not known");
+    if (std::ranges::find(known, one->Name()) != known.end()) continue;
+    Report(Severity::Warning, "unknown-attribute", one->GetLineNum(),
+           "attribute \"{}\" of <{}> is not known", one->Name(), element.Name());
   }
 }
 
@@ -23,15 +23,15 @@ void ModeComparison::Add(const ORVAPOOperatingMode& mode, int line) {
   const KeyTexts texts = TextsOf(mode.GetModeKey());
   const auto [same, added] = lines_.emplace(texts, line);
   if (!added)
-    reporter_.ReportLine(Severity::Warning, "duplicate-mode", line, "mode ", texts.first, "/",
-                         texts.second, " is already in line ", std::to_string(same->second),
-                         ": it cannot be found by its key");
+    reporter_.Report(Severity::Warning, "duplicate-mode", line,
+                     "mode {}/{} is already in line {}: it cannot be found by its key", texts.first,
+                     texts.second, same->second);
   if (!mode.IsAutoMic()) return;
   const auto [other, alone] = automatic_microphone_lines_.emplace(texts.second, line);
   if (!alone)
-    reporter_.ReportLine(Severity::Warning, "duplicate-auto-mic", line, "speaker type ",
-                         texts.second, " already has an automatic microphone mode in line ",
-                         std::to_string(other->second));
+    reporter_.Report(Severity::Warning, "duplicate-auto-mic", line,
+                     "speaker type {} already has an automatic microphone mode in line {}",
+                     texts.second, other->second);
 }
 
 void ModeComparison::CheckDefaultMode(const ORVQVTValueList& properties) const {
@@ -39,12 +39,13 @@ void ModeComparison::CheckDefaultMode(const ORVQVTValueList& properties) const {
   ORVAPOModeKey key;
   if (key.ReadFrom(properties)) {
     const KeyTexts texts = TextsOf(key);
-    if (lines_.count(texts) == 0)
-      reporter_.ReportLine(Severity::Warning, "default-mode-missing", 0, "the properties name ",
-                           texts.first, "/", texts.second, " as default mode, but no mode has it");
+    if (!lines_.contains(texts))
+      reporter_.Report(Severity::Warning, "default-mode-missing", 0,
+                       "the properties name {}/{} as default mode, but no mode has it", texts.first,
+                       texts.second);
   } else if (lines_.empty()) {
-    reporter_.ReportLine(Severity::Warning, "no-modes", 0,
-                         "no mode was read, and the properties name no default mode");
+    reporter_.Report(Severity::Warning, "no-modes", 0,
+                     "no mode was read, and the properties name no default mode");
   }
 }
 

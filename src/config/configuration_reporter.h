@@ -1,6 +1,7 @@
 // Reports findings about a document to an observer, if there is one.
 #pragma once
 
+#include <fmt/format.h>
 #include <tinyxml2.h>
 
 #include <initializer_list>
@@ -23,14 +24,16 @@ class Reporter {
 
   bool wanted() const noexcept { return observer_ != nullptr; }
 
-  template <class... Parts>
-  void Report(Severity severity, const char* code, const tinyxml2::XMLNode& where,
-              const Parts&... parts) const {
-    ReportLine(severity, code, where.GetLineNum(), parts...);
+  template <class... Args>
+  void Warn(const char* code, const tinyxml2::XMLNode& where, fmt::format_string<Args...> text,
+            Args&&... args) const {
+    Report(Severity::Warning, code, where.GetLineNum(), text, std::forward<Args>(args)...);
   }
-  template <class... Parts>
-  void ReportLine(Severity severity, const char* code, int line, const Parts&... parts) const {
-    if (observer_ != nullptr) (*observer_)({line, code, severity, (std::string() + ... + parts)});
+  template <class... Args>
+  void Report(Severity severity, const char* code, int line, fmt::format_string<Args...> text,
+              Args&&... args) const {
+    if (observer_ == nullptr) return;
+    (*observer_)({line, code, severity, fmt::format(text, std::forward<Args>(args)...)});
   }
 
   void CheckAttributes(const tinyxml2::XMLElement& element,

@@ -1,7 +1,7 @@
 #include "config/operating_mode.h"
 
-#include <algorithm>
 #include <mutex>
+#include <utility>
 
 namespace orv {
 namespace {
@@ -9,10 +9,6 @@ namespace {
 std::string TextOr(const ORVQVTValueList& list, const char* name, const char* fallback) {
   const ORVQVTValue* value = list.Find(name);
   return value != nullptr ? value->ToString() : fallback;
-}
-
-bool SharesLayout(const ORVAPOChain& chain, std::uint32_t input_mask, std::uint32_t output_mask) {
-  return (chain.input_layouts & input_mask) != 0 && (chain.output_layouts & output_mask) != 0;
 }
 
 ORVAPOModeKey Complete(ORVAPOModeContent& content) {
@@ -56,18 +52,6 @@ ORVQVTValueList ORVAPOModeKey::AsList() const {
   return list;
 }
 
-bool ORVAPOChainDefinition::FindChain(std::uint32_t input_mask, std::uint32_t output_mask,
-                                      ORVAPOChain& chain, bool render) const {
-  const auto names_layouts = [](std::uint32_t mask) { return mask != 0 && mask != kAnyLayout; };
-  if (!names_layouts(input_mask) || !names_layouts(output_mask)) return false;
-  const auto found = std::find_if(chains_.begin(), chains_.end(), [&](const ORVAPOChain& one) {
-    return SharesLayout(one, input_mask, output_mask) && one.render == render;
-  });
-  if (found == chains_.end()) return false;
-  chain = *found;
-  return true;
-}
-
 class ORVAPOOperatingMode::DeferredContent {
  public:
   explicit DeferredContent(ContentReader reader) : reader_(std::move(reader)) {}
@@ -99,16 +83,8 @@ const ORVAPOModeContent& ORVAPOOperatingMode::content() const {
   return deferred_ ? deferred_->Get() : content_;
 }
 
-ORVAPOModeContent& ORVAPOOperatingMode::own_content() {
-  if (deferred_) {
-    content_ = deferred_->Get();
-    deferred_.reset();
-  }
-  return content_;
-}
-
 bool ORVAPOOperatingMode::CompleteRead() {
-  key_ = Complete(own_content());
+  key_ = Complete(content_);
   return key_.IsValid();
 }
 

@@ -6,7 +6,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "values/value_list.h"
@@ -62,25 +61,7 @@ struct ORVAPOChain {
   ORVQVTValueList controls;
 };
 
-class ORVAPOChainDefinition {
- public:
-  ORVAPOChainDefinition() = default;
-  ORVAPOChainDefinition(const ORVAPOChainDefinition&) = default;
-  ORVAPOChainDefinition(ORVAPOChainDefinition&&) noexcept = default;
-  ORVAPOChainDefinition& operator=(const ORVAPOChainDefinition&) = default;
-  ORVAPOChainDefinition& operator=(ORVAPOChainDefinition&&) noexcept = default;
-  virtual ~ORVAPOChainDefinition() = default;
-  // Copies the first chain that shares a layout with each mask and runs in the wanted direction.
-  // False when there is none, or a mask is 0 or all bits.
-  virtual bool FindChain(std::uint32_t input_mask, std::uint32_t output_mask, ORVAPOChain& chain,
-                         bool render) const;
-
-  void Add(ORVAPOChain chain) { chains_.push_back(std::move(chain)); }
-  const std::vector<ORVAPOChain>& chains() const noexcept { return chains_; }
-
- private:
-  std::vector<ORVAPOChain> chains_;
-};
+using ORVAPOChainDefinition = std::vector<ORVAPOChain>;  // in document order
 
 // What a mode holds besides its identity.
 struct ORVAPOModeContent {
@@ -113,13 +94,11 @@ class ORVAPOOperatingMode {
   virtual const ORVAPOChainDefinition& GetChainDefinition() const { return content().chains; }
   virtual bool IsAutoMic() const { return auto_mic_; }
 
-  // The reader's side.
-  ORVAPOModeContent& own_content();
-  ORVQVTValueList& public_controls() { return own_content().public_controls; }
-  ORVQVTValueList& private_controls() { return own_content().private_controls; }
+  // For the reader of a mode that is not deferred: the lists and chains to fill, then CompleteRead,
+  // which takes the key out of the private controls and forms the default controls. Returns false
+  // if there is no valid key: discard the mode.
+  ORVAPOModeContent& own_content() noexcept { return content_; }
   void SetAutoMic(bool auto_mic) noexcept { auto_mic_ = auto_mic; }
-  // Takes the key out of the private controls and forms the default controls. False: no valid key,
-  // discard the mode.
   bool CompleteRead();
 
  private:

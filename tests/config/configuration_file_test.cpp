@@ -58,10 +58,10 @@ TEST_F(ConfigurationFile, LoadFillsEverythingAndLoadingAgainReplacesIt) {
   EXPECT_EQ(Default(), L"ApoOpMode:Movie/Internal");
   ASSERT_EQ(file_.GetModes().size(), 1U);
   const auto movie = file_.GetModes()[0];
-  EXPECT_THAT(movie->GetChainDefinition().chains(), IsEmpty());
+  EXPECT_THAT(movie->GetChainDefinition(), IsEmpty());
   ORVAPOConfigurationFile with_chains(*machine_);
   ASSERT_EQ(with_chains.Load(L"C:\\a.xml", 0, 3), LoadStatus::Loaded);
-  EXPECT_EQ(with_chains.GetModes()[0]->GetChainDefinition().chains().size(), 1U);
+  EXPECT_EQ(with_chains.GetModes()[0]->GetChainDefinition().size(), 1U);
 
   ASSERT_EQ(Load(L"C:\\a.xml", 1), LoadStatus::Loaded);
   EXPECT_EQ(Default(), L"ApoOpMode:Game/Internal");
@@ -178,7 +178,7 @@ TEST_F(ConfigurationFile, ThreadsWalkOneDocumentAndReadItsModesTogether) {
   const auto count_right = [&](const ORVAPOModeList& list) {
     for (const auto& mode : list)
       right += Texts(mode->GetDefaultControls()) == ControlTexts{{"a", "<1>"}, {"b", "2"}} &&
-               mode->GetChainDefinition().chains().size() == 1;
+               mode->GetChainDefinition().size() == 1;
   };
   ORVAPOConfigurationFile shared(*machine_);
   shared.Load(L"C:\\SHARED.xml", 0, 0);  // a document of its own: the threads meet at the other one

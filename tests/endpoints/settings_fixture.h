@@ -12,8 +12,8 @@ inline ORVAPOOperatingMode MakeMode(const ControlTexts& public_controls,
   private_controls.emplace_back(kOperatingModeControl, "Movie");
   private_controls.emplace_back(kSpeakerTypeControl, "Internal");
   ORVAPOOperatingMode mode;
-  mode.public_controls() = ListOf(public_controls);
-  mode.private_controls() = ListOf(private_controls);
+  mode.own_content().public_controls = ListOf(public_controls);
+  mode.own_content().private_controls = ListOf(private_controls);
   EXPECT_TRUE(mode.CompleteRead());
   return mode;
 }
