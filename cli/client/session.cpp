@@ -12,7 +12,6 @@
 #include "cli/show/names.h"
 #include "config/technology_library.h"
 #include "endpoints/endpoint_registry.h"
-#include "endpoints/processing_key.h"
 #include "platform/text.h"
 
 namespace orv::cli {

@@ -1,8 +1,9 @@
-// One audio endpoint's identity, names, paths and effect registration, gathered from the registry
-// in one pass.
+// Audio endpoints: identity, names, paths and effect registration, gathered from the registry in
+// one pass.
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "orv_apo/com.h"
 #include "platform/com_ptr.h"
@@ -10,7 +11,7 @@
 
 namespace orv {
 
-// An effect's class identifier with its upper-case text; zero with empty text when none is
+// An effect's class identifier with its upper-case text; zero with empty text if none is
 // registered.
 struct EffectIdentifier {
   GUID guid = GUID_NULL;
@@ -40,9 +41,9 @@ class ORVAPOEndpointInfo {
   virtual void Reset();
   // Reset, take the device, then Load.
   virtual bool Attach(IMMDevice* device, bool is_render);
-  // Reads everything; false when neither of the endpoint's keys could be read. Missing values leave
-  // defaults. Creates the key for the processing object and names the technology library there.
-  // Nothing of an earlier load remains.
+  // Reads everything; false if none of its keys could be read. Missing values leave defaults.
+  // Creates the key for the processing object and names the technology library there. Nothing of an
+  // earlier load remains.
   bool Load();
 
   Machine& machine() const noexcept { return *machine_; }
@@ -91,6 +92,18 @@ class ORVAPOEndpointInfo {
   EffectIdentifier mode_effect_;
   EffectIdentifier endpoint_effect_;
   bool system_effects_disabled_ = false;
+};
+
+class ORVAPOEndpointTools {
+ public:
+  explicit ORVAPOEndpointTools(Machine& machine) : machine_(machine) {}
+
+  // Replaces the list by the active render endpoints whose Load succeeds, in the platform's order;
+  // returns true if there is one.
+  bool EnumerateEndpoints(std::vector<ORVAPOEndpointInfo>& endpoints);
+
+ private:
+  Machine& machine_;
 };
 
 }  // namespace orv

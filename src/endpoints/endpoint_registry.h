@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string>
 
+#include "platform/registry.h"
+
 namespace orv {
 
 inline constexpr wchar_t kRenderEndpointsKey[] =
@@ -57,5 +59,13 @@ inline constexpr wchar_t kGlobalSettingsValue[] = L"OrvApoGlobal";
 inline constexpr std::uint32_t kQueryAccess = 257;             // query
 inline constexpr std::uint32_t kSettingsAccess = 275;          // query, set, notify
 inline constexpr std::uint32_t kApoKeyCreateAccess = 0x2011F;  // read, write
+
+// A text value of a key; empty if there is none.
+std::wstring ReadKeyText(Registry& registry, const std::wstring& path, const wchar_t* name);
+
+// The processing object's key of a render endpoint (GUID text in upper case, with braces): from the
+// endpoint's own value, else its fallback key, else in the usual place. For readers that do not
+// load the whole endpoint: writes nothing.
+std::wstring ProcessingKeyPath(Registry& registry, const std::wstring& guid_text);
 
 }  // namespace orv

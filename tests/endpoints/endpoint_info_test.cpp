@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <fstream>
 
-#include "endpoints/endpoint_tools.h"
 #include "platform/guid_text.h"
 #include "support/endpoint_fixture.h"
 #include "support/temporary_folder.h"

@@ -1,10 +1,8 @@
-#include "endpoints/processing_key.h"
+#include "endpoints/endpoint_registry.h"
 
 #include <cstdint>
 #include <memory>
 #include <vector>
-
-#include "endpoints/endpoint_registry.h"
 
 namespace orv {
 
