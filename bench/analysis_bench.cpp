@@ -193,7 +193,7 @@ void AgainstFftw(benchmark::State& state, bool pairs) {
   const RegisteredTransform plan(kAnalysisTransform);
   std::array<std::byte, 48> memory{};
   TransformInstance* instance = nullptr;
-  CreateTransformInstance(&instance, memory.data(), nullptr, nullptr, kAnalysisTransform);
+  CreateTransformInstance(&instance, memory.data(), kAnalysisTransform);
   SpectrumPath ours(
       [instance](const float* input, float* output) { RealTransform(*instance, input, output); });
   SpectrumPath other(Fftw(pairs), pairs);

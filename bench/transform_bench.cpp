@@ -68,7 +68,7 @@ double NanosecondsOf(const Work& work, Buffers& buffers, int repetitions) {
 Work Ours(std::uint32_t size) {
   struct Made {
     explicit Made(std::uint32_t points) : plan({points, 1}) {
-      CreateTransformInstance(&instance, memory.data(), nullptr, nullptr, {points, 1});
+      CreateTransformInstance(&instance, memory.data(), {points, 1});
     }
     RegisteredTransform plan;
     std::array<char, 48> memory{};

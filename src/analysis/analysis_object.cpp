@@ -4,6 +4,8 @@
 #include <atomic>
 #include <utility>
 
+#include "analysis/analysis_data.h"
+#include "frame/object_creation.h"
 #include "platform/diagnostics.h"
 #include "platform/guard.h"
 
@@ -54,8 +56,7 @@ class HeldPacket {
 CAnalysisData::CAnalysisData(Module& module, IUnknown* endpoint, const std::wstring& device_id)
     : RefCounted(&module), endpoint_(endpoint), device_id_(device_id) {
   for (Transform& transform : transforms_) {
-    CreateTransformInstance(&transform.instance, transform.memory.data(), nullptr, nullptr,
-                            kAnalysisTransform);
+    CreateTransformInstance(&transform.instance, transform.memory.data(), kAnalysisTransform);
   }
 }
 
@@ -161,6 +162,13 @@ void CAnalysisData::RebuildSpectra() {
                   spectra_[queue].values.data());
     spectra_[queue].present = true;
   }
+}
+
+HRESULT CreateAnalysisData(Module& module, IUnknown* endpoint, const std::wstring& device_id,
+                           IAnalysisData** analysis) {
+  if (analysis == nullptr) return E_POINTER;
+  *analysis = nullptr;
+  return Guard([&] { return HandOut<CAnalysisData>(analysis, module, endpoint, device_id); });
 }
 
 }  // namespace orv

@@ -39,8 +39,6 @@ class CAnalysisData final : public RefCounted<Chain<IAnalysisData>> {
     bool Run(ORVThreadBasic& thread, Event& stop) override;
 
    private:
-    bool JoinThread(Event& stop);
-
     ComPtr<IMMDevice> device_;
   };
 

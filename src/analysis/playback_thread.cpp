@@ -1,7 +1,9 @@
+#include <fmt/format.h>
+
 #include <cstring>
+#include <stdexcept>
 
 #include "analysis/analysis_object.h"
-#include "analysis/hr_exception.h"
 #include "platform/com_runtime.h"
 #include "platform/diagnostics.h"
 #include "platform/text.h"
@@ -12,6 +14,16 @@ namespace {
 constexpr REFERENCE_TIME kBufferDuration = 10000000;  // one second
 constexpr std::chrono::milliseconds kWaitSlice{5000};
 
+// A failing status on its way out of the thread's steps.
+struct HRException : std::runtime_error {
+  explicit HRException(HRESULT status)
+      : std::runtime_error(fmt::format("HR error: 0x{:x}", static_cast<unsigned>(status))) {}
+};
+
+void ThrowIfFailed(HRESULT status) {
+  if (FAILED(status)) throw HRException(status);
+}
+
 struct RenderStream {
   ComPtr<IAudioClient> client;
   MixFormat format;
@@ -20,29 +32,27 @@ struct RenderStream {
 };
 
 void OpenRenderStream(IMMDevice& device, RenderStream& stream) {
-  HRException::ThrowIfFailed(ActivateAudioClient(device, stream.client, stream.format));
+  ThrowIfFailed(ActivateAudioClient(device, stream.client, stream.format));
   IAudioClient& client = *stream.client;
-  HRException::ThrowIfFailed(client.Initialize(AUDCLNT_SHAREMODE_SHARED, 0, kBufferDuration, 0,
-                                               stream.format.get(), nullptr));
-  HRException::ThrowIfFailed(client.GetBufferSize(&stream.frames));
-  HRException::ThrowIfFailed(client.GetService(IID_IAudioRenderClient, stream.render.PutVoid()));
+  ThrowIfFailed(client.Initialize(AUDCLNT_SHAREMODE_SHARED, 0, kBufferDuration, 0,
+                                  stream.format.get(), nullptr));
+  ThrowIfFailed(client.GetBufferSize(&stream.frames));
+  ThrowIfFailed(client.GetService(IID_IAudioRenderClient, stream.render.PutVoid()));
 }
 
-// False when the engine gives no buffer.
+// Returns false if the engine gives no buffer.
 bool StartSilence(RenderStream& stream) {
   BYTE* data = nullptr;
   if (FAILED(stream.render->GetBuffer(stream.frames, &data)) || data == nullptr) return false;
   std::memset(data, 0, std::size_t{stream.frames} * stream.format->nBlockAlign);
-  HRException::ThrowIfFailed(stream.render->ReleaseBuffer(stream.frames, 0));
-  HRException::ThrowIfFailed(stream.client->Start());
+  ThrowIfFailed(stream.render->ReleaseBuffer(stream.frames, 0));
+  ThrowIfFailed(stream.client->Start());
   return true;
 }
 
 }  // namespace
 
-bool CAnalysisData::PlaybackThread::Run(ORVThreadBasic&, Event& stop) { return JoinThread(stop); }
-
-bool CAnalysisData::PlaybackThread::JoinThread(Event& stop) {
+bool CAnalysisData::PlaybackThread::Run(ORVThreadBasic&, Event& stop) {
   const ComRuntime runtime;
   RenderStream stream;
   try {

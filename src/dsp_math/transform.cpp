@@ -99,11 +99,8 @@ std::int32_t UnregisterPlan(std::uint32_t size, std::uint32_t type) {
 std::size_t InstanceSize() { return 48; }
 
 std::int32_t CreateTransformInstance(TransformInstance** instance, void* memory,
-                                     TransformAllocate allocate, void* context,
                                      const TransformKey& key) {
   *instance = nullptr;
-  if (memory == nullptr && allocate != nullptr) memory = allocate(InstanceSize(), context);
-  if (memory == nullptr) return kTransformNoMemory;
   const std::size_t slot = FindSlot(key.size, key.type);
   if (slot == g_plans.size() || g_plans[slot] == nullptr) return kTransformNoPlan;
   auto* made = Aligned<TransformInstance>(memory);

@@ -16,7 +16,6 @@ inline constexpr std::int32_t kTransformOk = 0;
 inline constexpr std::int32_t kTransformBadSize = -995;  // not a size or type that plans exist for
 inline constexpr std::int32_t kTransformNoPlan =
     -996;  // no plan of this size and type is registered
-inline constexpr std::int32_t kTransformNoMemory = -997;  // no memory for an instance
 inline constexpr std::int32_t kTransformRegistryFull = -999;
 
 inline constexpr std::size_t kTransformPlans = 10;  // plans that can be registered at once
@@ -40,9 +39,6 @@ struct TransformKey {
 // The one transform that analysis uses, registered as long as the component is loaded.
 inline constexpr TransformKey kAnalysisTransform{1024, 1};
 
-// Takes a byte count and returns memory of that size, or null.
-using TransformAllocate = void* (*)(std::size_t bytes, void* context);
-
 // Bytes a plan needs: 56 + 2N; 0 for a size that no plan exists for.
 std::size_t PlanSize(std::uint32_t size);
 // Builds a plan in `memory` (PlanSize bytes, any alignment) and registers it. A plan of that size
@@ -52,10 +48,9 @@ std::int32_t RegisterPlan(void* memory, std::uint32_t size, std::uint32_t type);
 std::int32_t UnregisterPlan(std::uint32_t size, std::uint32_t type);
 
 std::size_t InstanceSize();  // 48
-// Makes an instance in `memory` (InstanceSize bytes), or in memory asked for with `allocate` when
-// that is null. `instance` is null after a failure.
+// Makes an instance in `memory` (InstanceSize bytes, any alignment). `instance` is null after a
+// failure.
 std::int32_t CreateTransformInstance(TransformInstance** instance, void* memory,
-                                     TransformAllocate allocate, void* context,
                                      const TransformKey& key);
 
 // A plan in memory of its own, registered as long as this lives. One owner to a size and type: the

@@ -19,6 +19,16 @@ HRESULT CreateObject(ComPtr<Object>& object, Args&&... args) {
   return status;
 }
 
+// The same, handed to the caller as one of its interfaces; E_POINTER if `result` is null.
+template <class Object, class Interface, class... Args>
+HRESULT HandOut(Interface** result, Args&&... args) {
+  ComPtr<Object> object;
+  const HRESULT status = CreateObject(object, std::forward<Args>(args)...);
+  if (FAILED(status)) return status;
+  return object->QueryInterface(orv_apo::InterfaceId<Interface>::value,
+                                reinterpret_cast<void**>(result));
+}
+
 // The same for a client's class factory: aggregated into `outer` when that is not null.
 template <class Object, class... Args>
 HRESULT CreateForClient(IUnknown* outer, REFIID iid, void** result, Args&&... args) {
