@@ -1,7 +1,7 @@
 # cmake -D OUTPUT=file.cpp -D SCRIPTS=a/101.rgs,a/106.rgs -P embed_scripts.cmake
 # Writes a source file that holds the scripts' texts with the numbers in their file names.
 string(REPLACE "," ";" SCRIPTS "${SCRIPTS}")
-set(source "#include \"api/registration_scripts.h\"\n\nnamespace orv {\n\n")
+set(source "#include \"api/process_services.h\"\n\nnamespace orv {\n\n")
 string(APPEND source "std::optional<std::string_view> RegistrationScript(unsigned number) {\n  switch (number) {\n")
 foreach(script IN LISTS SCRIPTS)
   get_filename_component(number "${script}" NAME_WE)

@@ -1,13 +1,13 @@
 #include "api/component.h"
 #include "api/config_enumerator.h"
-#include "api/config_property.h"
 #include "api/control.h"
-#include "api/endpoint_services.h"
 #include "api/process_services.h"
 #include "api/system.h"
 #include "dsp_math/transform.h"
 #include "frame/object_creation.h"
+#include "intel_dsp/intel_dsp.h"
 #include "orv_apo/orv_apo.h"
+#include "qc_dsp/qualcomm_dsp.h"
 
 namespace orv {
 namespace {

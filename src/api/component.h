@@ -1,4 +1,4 @@
-// The component of this process: its one module and its classes.
+// The component of this process: its one module, its classes and their registration.
 #pragma once
 
 #include <span>
@@ -12,5 +12,10 @@ std::span<const ClassRow> ClassTable();
 
 // Made at the first use.
 Module& ComponentModule();
+
+// The registration of its classes and its type library. Both stop at the first failure and return
+// it; what was done so far stays.
+HRESULT RegisterComponent(Module& module);
+HRESULT UnregisterComponent(Module& module);
 
 }  // namespace orv

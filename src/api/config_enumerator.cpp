@@ -1,6 +1,7 @@
 #include "api/config_enumerator.h"
 
-#include "api/config_property.h"
+#include "frame/object_creation.h"
+#include "platform/com_memory.h"
 #include "platform/guard.h"
 #include "platform/text.h"
 
@@ -12,7 +13,7 @@ HRESULT CORVAPOConfigEnumerator::Next(IORVAPOConfigProperty** prop) {
     if (!endpoint_) return E_UNEXPECTED;
     const std::lock_guard lock(critical_section_);
     if (cursor_ == properties_.end()) return S_FALSE;
-    const HRESULT status = MakeProperty(cursor_->second, prop);
+    const HRESULT status = HandOut<CORVAPOConfigProperty>(prop, module(), cursor_->second);
     if (SUCCEEDED(status)) ++cursor_;
     return status;
   });
@@ -23,18 +24,25 @@ HRESULT CORVAPOConfigEnumerator::get_ConfigProperty(BSTR key, IORVAPOConfigPrope
     if (key == nullptr) return E_POINTER;
     if (!endpoint_) return E_UNEXPECTED;
     for (const auto& [name, property] : properties_) {
-      if (EqualsIgnoringCase(property.GetWName(), key)) return MakeProperty(property, prop);
+      if (EqualsIgnoringCase(property.GetWName(), key))
+        return HandOut<CORVAPOConfigProperty>(prop, module(), property);
     }
     return E_INVALIDARG;
   });
 }
 
-HRESULT CORVAPOConfigEnumerator::MakeProperty(const ORVQVTValue& property,
-                                              IORVAPOConfigProperty** prop) {
-  ComPtr<CORVAPOConfigProperty> made;
-  const HRESULT status = CreateObject(made, module(), property);
-  if (FAILED(status)) return status;
-  return made->QueryInterface(IID_IORVAPOConfigProperty, reinterpret_cast<void**>(prop));
+HRESULT CORVAPOConfigProperty::get_Key(BSTR* key) {
+  return Guard([&]() -> HRESULT {
+    if (key == nullptr) return E_POINTER;
+    return property_ ? ReturnText(property_->GetWName(), key) : E_UNEXPECTED;
+  });
+}
+
+HRESULT CORVAPOConfigProperty::get_Value(BSTR* value) {
+  return Guard([&]() -> HRESULT {
+    if (value == nullptr) return E_POINTER;
+    return property_ ? ReturnText(property_->ToWString(), value) : E_UNEXPECTED;
+  });
 }
 
 }  // namespace orv

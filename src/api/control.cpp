@@ -1,5 +1,6 @@
 #include "api/control.h"
 
+#include "frame/object_creation.h"
 #include "platform/com_memory.h"
 #include "platform/diagnostics.h"
 #include "platform/guard.h"
@@ -41,16 +42,15 @@ HRESULT CORVAPOCOMControl::get_Value(LONG* value) {
   return Guard([&]() -> HRESULT {
     const HRESULT status = CheckResult(value);
     if (FAILED(status)) return status;
-    ORVQVTValue working = value_;
     const ORVQVTNameList& choices = description_.names();
-    const bool found = choices.Contains(working.ToString()) ? mode_->GetValue(working, choices)
-                                                            : mode_->GetValue(working);
-    if (!found) {
+    const bool is_choice = choices.Contains(value_.ToString());
+    const auto number = mode_->GetValue(value_.GetName(), is_choice ? &choices : nullptr);
+    if (!number) {
       Diagnose(ORV_HERE("CORVAPOCOMControl::get_Value"),
-               L" Error, %S : m_OpMode->GetValue() failed!\n", working.GetName());
+               L" Error, %S : m_OpMode->GetValue() failed!\n", value_.GetName());
       return E_FAIL;
     }
-    *value = working.ToLong();
+    *value = *number;
     return S_OK;
   });
 }
@@ -58,12 +58,33 @@ HRESULT CORVAPOCOMControl::get_Value(LONG* value) {
 HRESULT CORVAPOCOMControl::put_Value(LONG value) {
   return Guard([&]() -> HRESULT {
     if (!mode_) return E_UNEXPECTED;
-    const ORVQVTNameList& choices = description_.names();
-    const auto choice = ChoiceText(choices, value);
-    const bool stored = choice
-                            ? mode_->PutValue(ORVQVTValue(value_.GetName(), *choice), choices)
-                            : mode_->PutValue(ORVQVTValue(value_.GetName(), std::int32_t{value}));
-    return stored ? S_OK : E_FAIL;
+    const std::string& name = value_.GetName();
+    const auto choice = ChoiceText(description_.names(), value);
+    const ORVQVTValue changed =
+        choice ? ORVQVTValue(name, *choice) : ORVQVTValue(name, std::int32_t{value});
+    return mode_->PutValue(changed) ? S_OK : E_FAIL;
+  });
+}
+
+HRESULT CORVAPOControlEnumerator::Next(IORVAPOControl** control) {
+  return Guard([&]() -> HRESULT {
+    if (control == nullptr) return E_POINTER;
+    if (cursor_ == snapshot_.end()) return S_FALSE;
+    const HRESULT status = HandOut<CORVAPOCOMControl>(control, module(), *mode_, cursor_->second);
+    if (SUCCEEDED(status)) ++cursor_;
+    return status;
+  });
+}
+
+HRESULT CORVAPOControlEnumerator::GetControlFromName(BSTR control_name, IORVAPOControl** control) {
+  return Guard([&]() -> HRESULT {
+    if (control_name == nullptr || control == nullptr) return E_POINTER;
+    *control = nullptr;
+    for (const auto& [name, value] : snapshot_) {
+      if (value.GetWName() == control_name)
+        return HandOut<CORVAPOCOMControl>(control, module(), *mode_, value);
+    }
+    return orv_apo::kNotFound;
   });
 }
 

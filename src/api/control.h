@@ -1,12 +1,35 @@
-// One control of an operating mode, as a number with a range, a scale and a name to show.
+// Controls of an operating mode, each as a number with a range, a scale and a name to show, and the
+// walk over one of the mode's lists.
 #pragma once
 
-#include "api/control_owner.h"
+#include <optional>
+
 #include "frame/counted_part.h"
 #include "frame/ref_counted.h"
 #include "orv_apo/orv_apo.h"
+#include "values/control_info.h"
+#include "values/value_list.h"
 
 namespace orv {
+
+// What a control uses of the operating mode it belongs to.
+class ControlOwner {
+ public:
+  // The number that the mode holds under this name; with `choices`, a text that is one of them
+  // gives that choice's position. Returns nullopt if the mode does not hold the control.
+  virtual std::optional<std::int32_t> GetValue(const std::string& name,
+                                               const ORVQVTNameList* choices) = 0;
+  // Stores the value under its name; false if the mode does not hold it or it cannot be stored.
+  virtual bool PutValue(ORVQVTValue value) = 0;
+  // Fills `info` with the description of the control that the value names; leaves it unchanged if
+  // the control has no description.
+  virtual void Describe(const ORVQVTValue& value, ORVQVTControlInfo& info) = 0;
+  // The operating mode object; a reference to it keeps all of this alive.
+  virtual IUnknown* unknown() noexcept = 0;
+
+ protected:
+  ~ControlOwner() = default;
+};
 
 // A control that a client made by itself belongs to no mode: every operation of it gives
 // E_UNEXPECTED (E_POINTER for a null out-parameter).
@@ -26,12 +49,29 @@ class CORVAPOCOMControl final : public RefCounted<Chain<IORVAPOControl>> {
   HRESULT STDMETHODCALLTYPE put_Value(LONG value) override;
 
  private:
-  // What every getter asks first.
+  // What every getter checks first.
   HRESULT CheckResult(const void* result) const noexcept;
 
   CountedPart<ControlOwner> mode_;
   ORVQVTValue value_;  // as it was in the list the control was taken from
   ORVQVTControlInfo description_;
+};
+
+// One of a mode's control lists, in name order.
+class CORVAPOControlEnumerator final
+    : public RefCounted<Chain<IORVAPOControlEnumerator, IORVAPOControlEnumerator2>> {
+ public:
+  CORVAPOControlEnumerator(Module& module, ControlOwner& mode, const ORVQVTValueList& list)
+      : RefCounted(&module), mode_(mode), snapshot_(list), cursor_(snapshot_.begin()) {}
+
+  HRESULT STDMETHODCALLTYPE Next(IORVAPOControl** control) override;
+  HRESULT STDMETHODCALLTYPE GetControlFromName(BSTR control_name,
+                                               IORVAPOControl** control) override;
+
+ private:
+  CountedPart<ControlOwner> mode_;
+  const ORVQVTValueList snapshot_;
+  ORVQVTValueList::Map::const_iterator cursor_;
 };
 
 }  // namespace orv

@@ -3,13 +3,15 @@
 #include <algorithm>
 #include <utility>
 
+#include "analysis/analysis_data.h"
 #include "api/config_enumerator.h"
-#include "api/endpoint_services.h"
-#include "api/mode_enumerator.h"
 #include "api/operating_mode.h"
+#include "frame/object_creation.h"
+#include "intel_dsp/intel_dsp.h"
 #include "platform/com_memory.h"
 #include "platform/diagnostics.h"
 #include "platform/guard.h"
+#include "qc_dsp/qualcomm_dsp.h"
 
 namespace orv {
 namespace {
@@ -80,10 +82,7 @@ HRESULT CORVCOMEndpointInfo::get_RegistryPath(BSTR* reg_path) {
 HRESULT CORVCOMEndpointInfo::GetOpModeEnumerator(IORVAPOOpModeEnumerator** e) {
   return Guard([&]() -> HRESULT {
     if (e == nullptr) return E_POINTER;
-    ComPtr<CORVAPOOpModeEnumerator> enumerator;
-    const HRESULT status = CreateObject(enumerator, module(), *this, configuration_->GetModes());
-    if (FAILED(status)) return status;
-    return enumerator->QueryInterface(IID_IORVAPOOpModeEnumerator, reinterpret_cast<void**>(e));
+    return HandOut<CORVAPOOpModeEnumerator>(e, module(), *this, configuration_->GetModes());
   });
 }
 
@@ -117,14 +116,11 @@ HRESULT CORVCOMEndpointInfo::get_OpMode(IORVOperatingMode** mode) {
     mode_selector_->GetCurrentMode(current);
     const std::wstring current_name = current.GetModeName();
     const ORVAPOModeList& modes = configuration_->GetModes();
-    const auto found = std::find_if(modes.begin(), modes.end(), [&](const auto& record) {
+    const auto found = std::ranges::find_if(modes, [&](const auto& record) {
       return record->GetModeKey().GetModeName() == current_name;
     });
     if (found == modes.end()) return orv_apo::kNotFound;
-    ComPtr<CORVOperatingMode> made;
-    const HRESULT status = CreateObject(made, module(), *this, *found);
-    if (SUCCEEDED(status)) *mode = made.Detach();
-    return status;
+    return HandOut<CORVOperatingMode>(mode, module(), *this, *found);
   });
 }
 
@@ -146,7 +142,7 @@ HRESULT CORVCOMEndpointInfo::GetQCDSPInterface(IORVAPOQCDSP** qc_dsp) {
   return Guard([&]() -> HRESULT {
     if (qc_dsp == nullptr) return E_POINTER;
     *qc_dsp = nullptr;
-    return CreateQualcommDsp(module(), *this, qc_dsp);
+    return CreateQualcommDspForEndpoint(module(), unknown(), record_.device(), qc_dsp);
   });
 }
 
@@ -157,10 +153,8 @@ HRESULT CORVCOMEndpointInfo::get_config_enum(IORVAPOConfigEnumerator** enumerato
                L"CORVCOMEndpointInfo::get_config_enum called with NULL pointer.");
       return E_POINTER;
     }
-    ComPtr<CORVAPOConfigEnumerator> made;
-    const HRESULT status = CreateObject(made, module(), *this, configuration_->GetProperties());
-    if (FAILED(status)) return status;
-    return made->QueryInterface(IID_IORVAPOConfigEnumerator, reinterpret_cast<void**>(enumerator));
+    return HandOut<CORVAPOConfigEnumerator>(enumerator, module(), *this,
+                                            configuration_->GetProperties());
   });
 }
 
@@ -168,7 +162,7 @@ HRESULT CORVCOMEndpointInfo::get_AnalysisData(IAnalysisData** analysis_data) {
   return Guard([&]() -> HRESULT {
     if (analysis_data == nullptr) return E_POINTER;
     *analysis_data = nullptr;
-    return CreateAnalysis(module(), *this, analysis_data);
+    return CreateAnalysisData(module(), unknown(), record_.endpoint_id(), analysis_data);
   });
 }
 
@@ -194,7 +188,7 @@ HRESULT CORVCOMEndpointInfo::GetIntelInterface(IKELAPOIntelDSP** intel_dsp) {
   return Guard([&]() -> HRESULT {
     if (intel_dsp == nullptr) return E_POINTER;
     *intel_dsp = nullptr;
-    return CreateIntelDsp(module(), *this, intel_dsp);
+    return CreateIntelDriverClient(module(), unknown(), record_.endpoint_id(), intel_dsp);
   });
 }
 

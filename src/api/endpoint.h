@@ -9,7 +9,6 @@
 #include "api/system.h"
 #include "config/configuration_file.h"
 #include "config/mode_selector.h"
-#include "frame/object_creation.h"
 
 namespace orv {
 

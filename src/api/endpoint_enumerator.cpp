@@ -4,8 +4,7 @@
 #include <string>
 
 #include "api/endpoint.h"
-#include "config/configuration_file.h"
-#include "endpoints/endpoint_tools.h"
+#include "frame/object_creation.h"
 #include "platform/com_memory.h"
 #include "platform/diagnostics.h"
 #include "platform/guard.h"
@@ -27,8 +26,7 @@ HRESULT CORVEndpointEnumerator::FinalConstruct() {
   ORVAPOEndpointTools(machine_).EnumerateEndpoints(endpoints_);
   Diagnose(ORV_HERE("CORVEndpointEnumerator::FinalConstruct"),
            L"CORVEndpointEnumerator found %d endpoints\n", endpoints_.size());
-  endpoints_.erase(std::remove_if(endpoints_.begin(), endpoints_.end(), CantLoadConfigFile),
-                   endpoints_.end());
+  std::erase_if(endpoints_, CantLoadConfigFile);
   Diagnose(ORV_HERE("CORVEndpointEnumerator::FinalConstruct"),
            L"CORVEndpointEnumerator: %d endpoints remaining after checking config file.",
            endpoints_.size());
@@ -66,11 +64,9 @@ HRESULT CORVEndpointEnumerator::GetEndpointFromDevice(BSTR device_id, IORVEndpoi
   return Guard([&]() -> HRESULT {
     if (device == nullptr || device_id == nullptr) return E_POINTER;
     *device = nullptr;
-    const auto found = std::find_if(
-        endpoints_.begin(), endpoints_.end(), [device_id](const ORVAPOEndpointInfo& record) {
-          return record.device() != nullptr &&
-                 EqualsIgnoringCase(DeviceIdentifier(*record.device()), device_id);
-        });
+    const auto found = std::ranges::find_if(endpoints_, [&](const ORVAPOEndpointInfo& record) {
+      return EqualsIgnoringCase(DeviceIdentifier(*record.device()), device_id);
+    });
     return found == endpoints_.end() ? E_INVALIDARG : MakeEndpoint(*found, device);
   });
 }

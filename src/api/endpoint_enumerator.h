@@ -6,7 +6,6 @@
 
 #include "api/system.h"
 #include "endpoints/endpoint_info.h"
-#include "frame/object_creation.h"
 
 namespace orv {
 

@@ -3,7 +3,6 @@
 #include <string_view>
 
 #include "api/component.h"
-#include "api/registration.h"
 #include "intel_dsp/intel_dsp.h"
 #include "platform/guard.h"
 #include "platform/text.h"

@@ -13,7 +13,7 @@ constexpr wchar_t kConexantVendor[] = L"VEN_14F1";
 constexpr wchar_t kIdtVendor[] = L"VEN_111D";
 constexpr wchar_t kRealtekVendor[] = L"VEN_10EC";
 
-// Null when the key cannot be opened.
+// Null if the key cannot be opened.
 std::unique_ptr<RegistryKey> OpenForQuery(Machine& machine, const std::wstring& path) {
   std::unique_ptr<RegistryKey> key;
   if (machine.registry().OpenKey(RegRoot::LocalMachine, path, kQueryAccess, key) != kRegOk)
@@ -27,7 +27,7 @@ std::unique_ptr<RegistryKey> OpenEndpointKey(const ORVAPOEndpointInfo& endpoint,
   return OpenForQuery(endpoint.machine(), EndpointKeyPath(true, endpoint.guid_text(), subkey));
 }
 
-// True when the endpoint's hardware identifier holds the vendor's.
+// Returns true if the endpoint's hardware identifier holds the vendor's.
 bool ContainsVendorID(RegistryKey& properties, const wchar_t* vendor) {
   std::array<std::uint8_t, 512> bytes{};
   std::uint32_t type = kRegNone;
@@ -50,12 +50,14 @@ bool ReadFlag(RegistryKey& key, const wchar_t* name, LONG& flag) {
   return true;
 }
 
-bool ReadConexantRecord(RegistryKey& properties, LONG& connected) {
+bool ReadConexantRecord(const ORVAPOEndpointInfo& endpoint, LONG& connected) {
+  const auto properties = OpenEndpointKey(endpoint, kPropertiesSubkey);
+  if (properties == nullptr) return false;
   constexpr std::uint8_t kHeadsetRecord = 11;
   std::array<std::uint8_t, 128> record{};
   std::uint32_t type = kRegNone;
   auto size = static_cast<std::uint32_t>(record.size());
-  const RegStatus status = properties.QueryValue(kHeadsetBlockValue, &type, record.data(), &size);
+  const RegStatus status = properties->QueryValue(kHeadsetBlockValue, &type, record.data(), &size);
   if (status != kRegOk || type != kRegBinary) {
     Diagnose(ORV_HERE("CORVCOMEndpointInfo::IsConexantConnected"),
              L"Can't get headset info buffer\n");
@@ -69,24 +71,23 @@ bool ReadConexantRecord(RegistryKey& properties, LONG& connected) {
   return true;
 }
 
-// Opens the properties key. The first time that it opens, finds out whether the endpoint belongs to
-// the vendor.
-std::unique_ptr<RegistryKey> ProbeProperties(const ORVAPOEndpointInfo& endpoint,
-                                             const wchar_t* vendor, HeadsetDetection& detection) {
-  auto properties = OpenEndpointKey(endpoint, kPropertiesSubkey);
-  if (properties != nullptr && !detection.probed) {
-    detection.vendor = ContainsVendorID(*properties, vendor);
-    detection.probed = true;
-  }
-  return properties;
+// The first time that the properties key opens, finds out whether the endpoint belongs to the
+// vendor.
+bool BelongsTo(const wchar_t* vendor, const ORVAPOEndpointInfo& endpoint,
+               HeadsetDetection& detection) {
+  if (detection.probed) return detection.vendor;
+  const auto properties = OpenEndpointKey(endpoint, kPropertiesSubkey);
+  if (properties == nullptr) return false;
+  detection.vendor = ContainsVendorID(*properties, vendor);
+  detection.probed = true;
+  return detection.vendor;
 }
 
 bool IsConexantConnected(const ORVAPOEndpointInfo& endpoint, LONG& connected,
                          HeadsetDetection& detection) {
   if (detection.probed && !detection.vendor) return false;
-  const auto properties = ProbeProperties(endpoint, kConexantVendor, detection);
   const bool handled =
-      properties != nullptr && detection.vendor && ReadConexantRecord(*properties, connected);
+      BelongsTo(kConexantVendor, endpoint, detection) && ReadConexantRecord(endpoint, connected);
   Diagnose(ORV_HERE("CORVCOMEndpointInfo::IsConexantConnected"),
            L"IsConexantConnected returning %d, headset: %d\n", handled ? 1 : 0, connected);
   return handled;
@@ -94,9 +95,7 @@ bool IsConexantConnected(const ORVAPOEndpointInfo& endpoint, LONG& connected,
 
 bool IsIdtConnected(const ORVAPOEndpointInfo& endpoint, LONG& connected,
                     HeadsetDetection& detection) {
-  if (detection.probed && !detection.vendor) return false;
-  ProbeProperties(endpoint, kIdtVendor, detection);
-  if (!detection.vendor) return false;
+  if (!BelongsTo(kIdtVendor, endpoint, detection)) return false;
   const auto state = OpenForQuery(endpoint.machine(), kIdtStateKey);
   return state != nullptr && ReadFlag(*state, kIdtHeadsetValue, connected);
 }
@@ -104,13 +103,9 @@ bool IsIdtConnected(const ORVAPOEndpointInfo& endpoint, LONG& connected,
 // Probes a single time, whether or not the key opens; its vendor's endpoints are always decided.
 bool IsRealtekConnected(const ORVAPOEndpointInfo& endpoint, LONG& connected,
                         HeadsetDetection& detection) {
-  if (detection.probed && !detection.vendor) return false;
-  if (!detection.probed) {
-    const auto properties = OpenEndpointKey(endpoint, kPropertiesSubkey);
-    detection.vendor = properties != nullptr && ContainsVendorID(*properties, kRealtekVendor);
-    detection.probed = true;
-  }
-  if (!detection.vendor) return false;
+  const bool is_vendor = BelongsTo(kRealtekVendor, endpoint, detection);
+  detection.probed = true;
+  if (!is_vendor) return false;
   connected = 0;
   const auto effects = OpenEndpointKey(endpoint, kEffectPropertiesSubkey);
   if (effects == nullptr) return true;

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "api/control_enumerator.h"
+#include "frame/object_creation.h"
 #include "platform/com_memory.h"
 #include "platform/diagnostics.h"
 #include "platform/guard.h"
@@ -13,7 +13,8 @@ namespace {
 
 // Reads into a list of its own, so that the cache is never left partially filled.
 void Refresh(ORVQVTValueList& cache, ORVAPOPublicSettings& settings,
-             bool (ORVAPOPublicSettings::*read)(ORVQVTValueList&, bool)) {
+             bool (ORVAPOPublicSettings::*read)(ORVQVTValueList&,
+                                                bool) = &ORVAPOPublicSettings::ReadControls) {
   ORVQVTValueList fresh;
   (settings.*read)(fresh, true);
   cache = std::move(fresh);
@@ -34,9 +35,8 @@ HRESULT CORVOperatingMode::FinalConstruct() {
   Diagnose(ORV_HERE("CORVOperatingMode::SetOpMode"), L"op mode: %s\n",
            mode_->GetModeKey().GetModeName());
   public_settings_.Init(endpoint_->record(), *mode_);
-  Refresh(public_values_, public_settings_, &ORVAPOPublicSettings::ReadControls);
-  if (global_settings_.InitGlobal(endpoint_->record()))
-    Refresh(global_values_, global_settings_, &ORVAPOPublicSettings::ReadControls);
+  Refresh(public_values_, public_settings_);
+  if (global_settings_.InitGlobal(endpoint_->record())) Refresh(global_values_, global_settings_);
   return S_OK;
 }
 
@@ -60,15 +60,11 @@ HRESULT CORVOperatingMode::get_ORVAPOControlEnumerator(ORVAPOControlType type,
     if (enumerator == nullptr) return E_POINTER;
     {
       const std::scoped_lock lock(lock_);
-      if (type == kORVAPO_Cont_Default)
-        Refresh(public_values_, public_settings_, &ORVAPOPublicSettings::ReadDefaultControls);
-      else
-        Refresh(public_values_, public_settings_, &ORVAPOPublicSettings::ReadControls);
+      Refresh(public_values_, public_settings_,
+              type == kORVAPO_Cont_Default ? &ORVAPOPublicSettings::ReadDefaultControls
+                                           : &ORVAPOPublicSettings::ReadControls);
     }
-    ComPtr<CORVAPOControlEnumerator> made;
-    const HRESULT status = CreateObject(made, module(), *this, *list);
-    if (FAILED(status)) return status;
-    return made->QueryInterface(IID_IORVAPOControlEnumerator, reinterpret_cast<void**>(enumerator));
+    return HandOut<CORVAPOControlEnumerator>(enumerator, module(), *this, *list);
   });
 }
 
@@ -83,7 +79,7 @@ HRESULT CORVOperatingMode::RestoreDefaults() {
   return Guard([&]() -> HRESULT {
     const std::scoped_lock lock(lock_);
     public_settings_.WriteControls(mode_->GetDefaultControls());
-    Refresh(public_values_, public_settings_, &ORVAPOPublicSettings::ReadControls);
+    Refresh(public_values_, public_settings_);
     return S_OK;
   });
 }
@@ -112,54 +108,34 @@ HRESULT CORVOperatingMode::put_APOEnable(LONG enabled) {
         global_settings_.WriteControl(ORVQVTValue(kProcessEnableControl, std::int32_t{enabled}));
     Diagnose(ORV_HERE("CORVOperatingMode::put_APOEnable"), L"put_APOEnable: %d, %d\n", enabled,
              written ? 1 : 0);
-    Refresh(global_values_, global_settings_, &ORVAPOPublicSettings::ReadControls);
+    Refresh(global_values_, global_settings_);
     return written ? S_OK : E_FAIL;
   });
 }
 
-bool CORVOperatingMode::GetValue(ORVQVTValue& value) {
+std::optional<std::int32_t> CORVOperatingMode::GetValue(const std::string& name,
+                                                        const ORVQVTNameList* choices) {
   const std::scoped_lock lock(lock_);
-  const ORVQVTValue* held = std::as_const(public_values_).Find(value.GetName());
-  if (held == nullptr) return false;
-  const std::int32_t number = held->ToLong();
-  Diagnose(ORV_HERE("CORVOperatingMode::GetValue"), L" %s: %d\n", value.GetWName(), number);
-  value.SetValue(number);
-  return true;
-}
-
-bool CORVOperatingMode::GetValue(ORVQVTValue& value, const ORVQVTNameList& choices) {
-  const std::scoped_lock lock(lock_);
-  const ORVQVTValue* held = std::as_const(public_values_).Find(value.GetName());
+  const ORVQVTValue* held = std::as_const(public_values_).Find(name);
   if (held == nullptr) {
-    Diagnose(ORV_HERE("CORVOperatingMode::GetValue"), L"%s not found\n", value.GetWName());
-    return false;
+    if (choices != nullptr)
+      Diagnose(ORV_HERE("CORVOperatingMode::GetValue"), L"%s not found\n", Widen(name));
+    return std::nullopt;
   }
-  const auto choice = ChoiceNumber(choices, held->ToString());
+  const auto choice = choices != nullptr ? ChoiceNumber(*choices, held->ToString()) : std::nullopt;
   const std::int32_t number = choice ? *choice : held->ToLong();
-  value.SetValue(number);
-  Diagnose(ORV_HERE("CORVOperatingMode::GetValue"), L"%s returning %d\n", value.GetWName(), number);
-  return true;
+  Diagnose(ORV_HERE("CORVOperatingMode::GetValue"),
+           choices != nullptr ? L"%s returning %d\n" : L" %s: %d\n", Widen(name), number);
+  return number;
 }
 
+// The cache follows even if the settings refuse; only an exception leaves it as it was.
 bool CORVOperatingMode::PutValue(ORVQVTValue value) {
-  value.SetValue(value.ToLong());
-  return Store(std::move(value));
-}
-
-bool CORVOperatingMode::PutValue(ORVQVTValue value, const ORVQVTNameList& choices) {
-  const std::string text = value.ToString();
-  if (!choices.Contains(text)) return PutValue(std::move(value));
-  value.SetValue(text);
-  return Store(std::move(value));
-}
-
-// The cache follows even when the settings refuse; only an exception leaves it as it was.
-bool CORVOperatingMode::Store(ORVQVTValue changed) {
   const std::scoped_lock lock(lock_);
-  ORVQVTValue* held = public_values_.Find(changed.GetName());
+  ORVQVTValue* held = public_values_.Find(value.GetName());
   if (held == nullptr) return false;
-  const bool written = public_settings_.WriteControl(changed);
-  *held = std::move(changed);
+  const bool written = public_settings_.WriteControl(value);
+  *held = std::move(value);
   return written;
 }
 
@@ -174,6 +150,13 @@ ComPtr<IORVOwnOperatingMode> OwnModeOf(IORVOperatingMode* mode) {
   // itself is not ours.
   if (static_cast<void*>(answer.get()) == static_cast<void*>(mode)) return {};
   return ComPtr<IORVOwnOperatingMode>::Adopt(static_cast<IORVOwnOperatingMode*>(answer.Detach()));
+}
+
+HRESULT CORVAPOOpModeEnumerator::Next(IORVOperatingMode** op_mode) {
+  return Guard([&]() -> HRESULT {
+    if (cursor_ == modes_.size()) return S_FALSE;
+    return HandOut<CORVOperatingMode>(op_mode, module(), *endpoint_, modes_[cursor_++]);
+  });
 }
 
 }  // namespace orv

@@ -5,19 +5,14 @@
 #include <memory>
 #include <mutex>
 
-#include "api/control_owner.h"
+#include "api/control.h"
 #include "api/endpoint_context.h"
-#include "config/operating_mode.h"
+#include "config/configuration_file.h"
 #include "endpoints/settings.h"
-#include "frame/counted_part.h"
-#include "frame/object_creation.h"
-#include "frame/ref_counted.h"
-#include "orv_apo/orv_apo.h"
 
 namespace orv {
 
-// Only our own mode objects answer this interface, other implementations of IORVOperatingMode do
-// not.
+// Answered by our own mode objects, not by other implementations of IORVOperatingMode.
 struct IORVOwnOperatingMode : IUnknown {
   // Valid for the life of the object.
   virtual const ORVAPOOperatingMode& mode_record() const noexcept = 0;
@@ -57,16 +52,13 @@ class CORVOperatingMode final
 
   const ORVAPOOperatingMode& mode_record() const noexcept override { return *mode_; }
 
-  bool GetValue(ORVQVTValue& value) override;
-  bool GetValue(ORVQVTValue& value, const ORVQVTNameList& choices) override;
+  std::optional<std::int32_t> GetValue(const std::string& name,
+                                       const ORVQVTNameList* choices) override;
   bool PutValue(ORVQVTValue value) override;
-  bool PutValue(ORVQVTValue value, const ORVQVTNameList& choices) override;
   void Describe(const ORVQVTValue& value, ORVQVTControlInfo& info) override;
   IUnknown* unknown() noexcept override { return static_cast<IORVOperatingMode*>(this); }
 
  private:
-  bool Store(ORVQVTValue changed);
-
   CountedPart<EndpointContext> endpoint_;
   std::shared_ptr<const ORVAPOOperatingMode> mode_;
   ORVAPOPublicSettings public_settings_;
@@ -78,5 +70,21 @@ class CORVOperatingMode final
 
 // Empty for a mode object that is not ours.
 ComPtr<IORVOwnOperatingMode> OwnModeOf(IORVOperatingMode* mode);
+
+// The operating modes of an endpoint's configuration, one after another, as they were when it was
+// made, also after a reload of the configuration.
+class CORVAPOOpModeEnumerator final : public RefCounted<Chain<IORVAPOOpModeEnumerator>> {
+ public:
+  CORVAPOOpModeEnumerator(Module& module, EndpointContext& endpoint, const ORVAPOModeList& modes)
+      : RefCounted(&module), endpoint_(endpoint), modes_(modes) {}
+
+  // Moves to the next mode also if it fails.
+  HRESULT STDMETHODCALLTYPE Next(IORVOperatingMode** op_mode) override;
+
+ private:
+  CountedPart<EndpointContext> endpoint_;
+  ORVAPOModeList modes_;
+  std::size_t cursor_ = 0;
+};
 
 }  // namespace orv

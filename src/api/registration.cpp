@@ -1,8 +1,5 @@
-#include "api/registration.h"
-
+#include "api/component.h"
 #include "api/process_services.h"
-#include "api/registration_scripts.h"
-#include "api/type_library.h"
 #include "frame/registrar.h"
 #include "platform/dynamic_library.h"
 

@@ -1,7 +1,6 @@
 // The platform keeps a type library below TypeLib in the classes root: identifier, version,
 // language and word size. The same keys are written here.
-#include "api/type_library.h"
-
+#include "api/process_services.h"
 #include "frame/registrar.h"
 #include "orv_apo/orv_apo.h"
 #include "platform/guid_text.h"

@@ -2,7 +2,7 @@
 // rights, which does not show under Wine.
 #include <string>
 
-#include "api/type_library.h"
+#include "api/process_services.h"
 #include "component_file.h"
 #include "platform/windows/substituted_call.h"
 #include "platform/windows/windows_machine.h"

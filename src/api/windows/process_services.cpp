@@ -1,6 +1,5 @@
 #include "api/process_services.h"
 
-#include "api/windows/own_module.h"
 #include "platform/windows/windows_machine.h"
 
 namespace orv {
@@ -19,6 +18,15 @@ class ThreadLocale {
   LCID before_;
 };
 
+// The module that this code was linked into; no reference is taken.
+HMODULE OwnModule() noexcept {
+  HMODULE module = nullptr;
+  GetModuleHandleExW(
+      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+      reinterpret_cast<LPCWSTR>(&OwnModule), &module);
+  return module;
+}
+
 }  // namespace
 
 std::shared_ptr<Machine> OpenDefaultMachine() { return std::make_shared<WindowsMachine>(); }
@@ -28,12 +36,16 @@ HRESULT InSystemLocale(const std::function<HRESULT()>& step) {
   return step();
 }
 
-HMODULE OwnModule() noexcept {
-  HMODULE module = nullptr;
-  GetModuleHandleExW(
-      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-      reinterpret_cast<LPCWSTR>(&OwnModule), &module);
-  return module;
+// The scripts are resources of the module, under their own numbers.
+std::optional<std::string_view> RegistrationScript(unsigned number) {
+  const HMODULE module = OwnModule();
+  const HRSRC place = FindResourceW(module, MAKEINTRESOURCEW(number), L"REGISTRY");
+  if (place == nullptr) return std::nullopt;
+  // Mapped with the module; there is nothing to give back.
+  const HGLOBAL loaded = LoadResource(module, place);
+  const void* text = loaded != nullptr ? LockResource(loaded) : nullptr;
+  if (text == nullptr) return std::nullopt;
+  return std::string_view(static_cast<const char*>(text), SizeofResource(module, place));
 }
 
 }  // namespace orv

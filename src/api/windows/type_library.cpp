@@ -1,6 +1,5 @@
 // The type library is registered with the platform's own calls, which write more than one key.
-#include "api/type_library.h"
-
+#include "api/process_services.h"
 #include "orv_apo/orv_apo.h"
 #include "platform/com_memory.h"
 #include "platform/com_ptr.h"
