@@ -1,6 +1,6 @@
 // Public interfaces of the audio-effects control component.
 //
-// Conventions, valid for every operation below unless it says otherwise:
+// Conventions of every operation below, unless its comment has another rule:
 // - The result is a status code: S_OK when done; a negative code when not. A null out-parameter
 //   gives E_POINTER, unless the call is refused for another argument or the modes are at their end.
 // - Out-parameters belong to the caller: texts are freed with SysFreeString, interface pointers are
@@ -12,9 +12,9 @@
 //   as well.
 // - Objects made from one another keep each other alive and may be released in any order, on any
 //   thread. Every object, and a class factory that is held or locked, keeps the library loaded.
-// - Nothing throws. When memory runs out the status is E_OUTOFMEMORY and nothing was changed,
-//   except that Next of the endpoint and mode enumerators moves on all the same, and that a DSP
-//   keeps the blocks that it was sent before.
+// - Nothing throws. If memory runs out the status is E_OUTOFMEMORY and nothing was changed, except
+//   that Next of the endpoint and mode enumerators moves on anyway, and that a DSP keeps the blocks
+//   that it was sent before.
 //
 // A client creates ORVAPOSystem through its class factory, calls InitializeSystem once, then
 // enumerates endpoints.
@@ -38,7 +38,7 @@ enum ORV_QVT_SCALE : LONG {
   ORV_QVT_SCALE_DB = 3,     // the integer is a level in decibel steps
   ORV_QVT_SCALE_CUSTOM = 4,
   ORV_QVT_SCALE_STRING = 5,
-  ORV_QVT_SCALE_COUNT = 6,  // number of scales; also the scale of a control nobody describes
+  ORV_QVT_SCALE_COUNT = 6,  // number of scales; also the scale of a control without description
 };
 
 enum ORVAPOEndpointConfig : LONG {
@@ -157,8 +157,8 @@ struct IORVOperatingMode : IUnknown {
   get_ORVAPOControlEnumerator(ORVAPOControlType type, IORVAPOControlEnumerator** enumerator) = 0;
   // "ApoOpMode:" operating mode "/" speaker type.
   virtual HRESULT STDMETHODCALLTYPE get_Name(BSTR* name) = 0;
-  // Stores the configuration's values for every control of the mode. S_OK also when they could not
-  // be stored; when memory runs out, they may have been stored all the same.
+  // Stores the configuration's values for every control of the mode. S_OK also if they could not be
+  // stored; if memory runs out, they may still have been stored.
   virtual HRESULT STDMETHODCALLTYPE RestoreDefaults() = 0;
   // Processing on (1) or off (0) for the whole endpoint. get answers what was stored when the mode
   // object was made or last put; it does not see changes of others. put stores the number as it is;
@@ -195,7 +195,7 @@ struct IAnalysisData : IUnknown {
   // Peaks of the first 8 channels since the last call, in dB; `peaks` has room for 8 numbers. At
   // most 0 (full scale); minus infinity for silence. They change while GetSpectralData runs.
   virtual HRESULT STDMETHODCALLTYPE GetPeaks(FLOAT* peaks) = 0;
-  // Analyses what was heard since the last call; then the magnitudes in dB of one channel at the
+  // Analyses what was played since the last call; then the magnitudes in dB of one channel at the
   // given frequencies (Hz); both arrays hold `num_freqs` numbers. At most 0; minus infinity for
   // channels from 2 on and when nothing was analysed since the channel's last call. E_INVALIDARG
   // from channel 8 on, E_POINTER for a missing array.
@@ -206,9 +206,10 @@ ORV_APO_INTERFACE_ID(IAnalysisData, 579E37FC, 4BB7, 4C6E, A5, 51, B1, B5, B8, 41
 
 // Sends the public controls of a mode to a Qualcomm DSP.
 struct IORVAPOQCDSP : IUnknown {
-  // Sends every record but those of the blocks that the mode lacks. S_OK says that the records were
-  // handed to the driver, which reports nothing about them: a refusal is not noticed. A failure of
-  // the mode is passed on; E_FAIL if it has no public control, E_NOTIMPL without a driver.
+  // Sends every record but those of the blocks that the mode lacks. S_OK means that the records
+  // were handed to the driver, which reports nothing about them: a refusal is not noticed. A
+  // failure of the mode is passed on; E_FAIL if it has no public control, E_NOTIMPL without a
+  // driver.
   virtual HRESULT STDMETHODCALLTYPE WriteControls(IORVOperatingMode* op_mode) = 0;
   // The device class that is sent with each record: the endpoint's own until put changes it for
   // this object. E_INVALIDARG for other values than 0 to 4.
@@ -222,9 +223,9 @@ ORV_APO_INTERFACE_ID(IORVAPOQCDSP, 60C362FB, 3DDD, 4FA3, 9B, E8, 5A, 73, BD, 46,
 // the object that was made last serve all objects, and an object that cannot be made leaves the
 // others without a Skylake module. `set_default` (0 or not 0) is handed to the driver as the apply
 // flag of the requests that an operation makes; only the verification of a mode and the five
-// equaliser gains of put_Property carry 0. S_OK does not mean that every block was taken: each
-// operation says which refusals it reports, and a diagnostic line reports the others. Of a Skylake
-// module, a block for which memory runs out is one that cannot be computed.
+// equaliser gains of put_Property carry 0. S_OK does not mean that every block was taken: the
+// comment of each operation lists the refusals it reports, a diagnostic line reports the others. Of
+// a Skylake module, a block for which memory runs out is one that cannot be computed.
 struct IKELAPOIntelDSP : IUnknown {
   // The driver's interface version and feature bits.
   virtual HRESULT STDMETHODCALLTYPE GetAPIVersion(BYTE* ver, BYTE* features) = 0;

@@ -5,15 +5,14 @@
 #include "orv_apo/native/com_types.h"
 
 // ---- BSTR: wide text with its length in bytes (32 bits) just before the first character and a
-// terminator after the last. Owned by whoever holds it; freed with SysFreeString.
+// terminator after the last. Its owner frees it with SysFreeString.
 
 using BSTR = wchar_t*;
 
-// A new string of `length` characters, copied from `text` (zeroed when `text` is null); null when
+// A new string of `length` characters, copied from `text` (zeroed if `text` is null); null when
 // memory runs out or the length does not fit.
 inline BSTR SysAllocStringLen(const wchar_t* text, UINT length) noexcept {
-  constexpr std::size_t kPrefix =
-      8;  // keeps the characters aligned; the length sits in its last four bytes
+  constexpr std::size_t kPrefix = 8;  // alignment; the length is in its last four bytes
   if (length > (0x7FFFFFFFU / sizeof(wchar_t)) - 4) return nullptr;
   const std::size_t bytes = static_cast<std::size_t>(length) * sizeof(wchar_t);
   auto* block =
@@ -22,13 +21,10 @@ inline BSTR SysAllocStringLen(const wchar_t* text, UINT length) noexcept {
   const auto prefix = static_cast<std::uint32_t>(bytes);
   std::memcpy(block + kPrefix - sizeof prefix, &prefix, sizeof prefix);
   auto* characters = reinterpret_cast<wchar_t*>(block + kPrefix);
-  if (bytes != 0) {
-    if (text != nullptr) {
-      std::memcpy(characters, text, bytes);
-    } else {
-      std::memset(characters, 0, bytes);
-    }
-  }
+  if (text != nullptr)
+    std::memcpy(characters, text, bytes);
+  else
+    std::memset(characters, 0, bytes);
   characters[length] = 0;
   return characters;
 }
@@ -151,32 +147,22 @@ inline constexpr USHORT FADF_HAVEVARTYPE = 0x0080;
 
 namespace orv_apo::native {
 
-// An array's header is preceded by 16 hidden bytes; the element type sits in the last four of them.
+// An array's header is preceded by 16 hidden bytes; the element type is in the last four of them.
 inline constexpr std::size_t kSafeArrayPrefix = 16;
 
+struct ElementType {
+  VARTYPE type;
+  ULONG size;
+};
+inline constexpr ElementType kElementTypes[] = {
+    {VT_I1, 1}, {VT_UI1, 1}, {VT_I2, 2},   {VT_UI2, 2}, {VT_BOOL, 2}, {VT_I4, 4}, {VT_UI4, 4},
+    {VT_R4, 4}, {VT_INT, 4}, {VT_UINT, 4}, {VT_I8, 8},  {VT_UI8, 8},  {VT_R8, 8}, {VT_BSTR, 8}};
+
+// 0 for a type that arrays do not hold.
 constexpr ULONG ElementSize(VARTYPE type) noexcept {
-  switch (type) {
-    case VT_I1:
-    case VT_UI1:
-      return 1;
-    case VT_I2:
-    case VT_UI2:
-    case VT_BOOL:
-      return 2;
-    case VT_I4:
-    case VT_UI4:
-    case VT_R4:
-    case VT_INT:
-    case VT_UINT:
-      return 4;
-    case VT_I8:
-    case VT_UI8:
-    case VT_R8:
-    case VT_BSTR:
-      return 8;
-    default:
-      return 0;
-  }
+  for (const ElementType& known : kElementTypes)
+    if (known.type == type) return known.size;
+  return 0;
 }
 
 }  // namespace orv_apo::native
