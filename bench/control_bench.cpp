@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "api/component.h"
-#include "api/exports.h"
 #include "endpoints/endpoint_registry.h"
 #include "orv_apo/orv_apo.h"
 #include "platform/com_ptr.h"

@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "api/component.h"
-#include "api/exports.h"
 #include "orv_apo/orv_apo.h"
 #include "platform/com_ptr.h"
 #include "platform/diagnostics.h"

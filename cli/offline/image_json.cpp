@@ -13,7 +13,6 @@
 #include <utility>
 
 #include "platform/text.h"
-#include "properties/property_visit.h"
 
 namespace orv::cli {
 namespace {
@@ -170,7 +169,7 @@ Json EntriesToJson(const ORVPropertyList& list) {
   for (const ORVPropertyEntry& entry : list) {
     // No image holds an entry of another kind.
     VisitValue(entry.value, [&]<class Value>(const Value& value) {
-      constexpr auto kKind = static_cast<std::size_t>(KindOfType<Value>::value);
+      constexpr auto kKind = static_cast<std::size_t>(kKindOfType<Value>);
       array.push_back(
           {{"name", Encode(entry.name)}, {"kind", kKinds[kKind].name}, {"value", Encode(value)}});
     });

@@ -55,9 +55,7 @@ class HeldPacket {
 
 CAnalysisData::CAnalysisData(Module& module, IUnknown* endpoint, const std::wstring& device_id)
     : RefCounted(&module), endpoint_(endpoint), device_id_(device_id) {
-  for (Transform& transform : transforms_) {
-    CreateTransformInstance(&transform.instance, transform.memory.data(), kAnalysisTransform);
-  }
+  CreateTransformInstance(&transform_, transform_memory_.data(), kAnalysisTransform);
 }
 
 CAnalysisData::~CAnalysisData() {
@@ -68,8 +66,7 @@ CAnalysisData::~CAnalysisData() {
 
 HRESULT CAnalysisData::FinalConstruct() {
   if (!endpoint_) return E_INVALIDARG;
-  for (const Transform& transform : transforms_)
-    if (transform.instance == nullptr) return E_FAIL;
+  if (transform_ == nullptr) return E_FAIL;
   const auto machine = module().machine();
   if (machine == nullptr) return E_UNEXPECTED;
   const HRESULT status = OpenLoopbackStream(*machine, device_id_, stream_);
@@ -149,7 +146,7 @@ bool CAnalysisData::AnalysePacket() {
 void CAnalysisData::CountPacket() {
   if (g_packets.fetch_add(1, std::memory_order_relaxed) % kPacketsBetweenLines != 0) return;
   SampleQueues::Block transformed;
-  RealTransform(*transforms_[0].instance, queues_.last_block(0).data(), transformed.data());
+  RealTransform(*transform_, queues_.last_block(0).data(), transformed.data());
   Diagnose(ORV_HERE("CAnalysisData::LoadQueue"), L"1k: %f\n", transformed[kReportedValue]);
 }
 
@@ -158,8 +155,7 @@ void CAnalysisData::CountPacket() {
 void CAnalysisData::RebuildSpectra() {
   const std::lock_guard guard(lock_);
   for (std::size_t queue = 0; queue < SampleQueues::kQueues; ++queue) {
-    RealTransform(*transforms_[queue].instance, queues_.last_block(queue).data(),
-                  spectra_[queue].values.data());
+    RealTransform(*transform_, queues_.last_block(queue).data(), spectra_[queue].values.data());
     spectra_[queue].present = true;
   }
 }

@@ -42,11 +42,6 @@ class CAnalysisData final : public RefCounted<Chain<IAnalysisData>> {
     ComPtr<IMMDevice> device_;
   };
 
-  struct Transform {
-    alignas(TransformInstance) std::array<std::byte, 48> memory;  // InstanceSize()
-    TransformInstance* instance = nullptr;
-  };
-
   struct Spectrum {
     bool present = false;        // from an analysis until it is taken
     SampleQueues::Block values;  // the transform's output
@@ -64,7 +59,8 @@ class CAnalysisData final : public RefCounted<Chain<IAnalysisData>> {
   std::unique_ptr<PlaybackThread> worker_;
   ORVThreadBasic playback_;  // stopped before its worker goes
 
-  std::array<Transform, SampleQueues::kQueues> transforms_;
+  alignas(TransformInstance) std::array<std::byte, 48> transform_memory_;  // InstanceSize()
+  TransformInstance* transform_ = nullptr;
   SampleQueues queues_;
 
   std::mutex lock_;  // guards what follows

@@ -27,15 +27,8 @@ HRESULT FindDevice(Machine& machine, const std::wstring& device_id, ComPtr<IMMDe
 }
 
 HRESULT ActivateAudioClient(IMMDevice& device, ComPtr<IAudioClient>& client, MixFormat& format) {
-  ComPtr<IAudioClient> activated;
-  HRESULT status = device.Activate(IID_IAudioClient, CLSCTX_ALL, nullptr, activated.PutVoid());
-  if (FAILED(status)) return status;
-  MixFormat mix_format;
-  status = activated->GetMixFormat(OutPtr(mix_format));
-  if (FAILED(status)) return status;
-  client = std::move(activated);
-  format = std::move(mix_format);
-  return S_OK;
+  const HRESULT status = device.Activate(IID_IAudioClient, CLSCTX_ALL, nullptr, client.PutVoid());
+  return FAILED(status) ? status : client->GetMixFormat(OutPtr(format));
 }
 
 HRESULT OpenLoopbackStream(Machine& machine, const std::wstring& device_id,

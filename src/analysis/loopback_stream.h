@@ -13,7 +13,7 @@ namespace orv {
 
 using MixFormat = UniqueTaskMemory<WAVEFORMATEX>;
 
-// A new audio client of the device with the device's mix format; nothing is changed by a failure.
+// A new audio client of the device with the device's mix format. After a failure neither is of use.
 HRESULT ActivateAudioClient(IMMDevice& device, ComPtr<IAudioClient>& client, MixFormat& format);
 
 HRESULT FindDevice(Machine& machine, const std::wstring& device_id, ComPtr<IMMDevice>& device);

@@ -1,9 +1,18 @@
-// The component of this process: its one module, its classes and their registration.
+// The component of this process: its exports, its one module, its classes and their
+// registration.
 #pragma once
 
 #include <span>
 
 #include "frame/module.h"
+
+extern "C" {
+HRESULT STDAPICALLTYPE DllCanUnloadNow();
+HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID class_id, REFIID iid, void** object);
+HRESULT STDAPICALLTYPE DllRegisterServer();
+HRESULT STDAPICALLTYPE DllUnregisterServer();
+HRESULT STDAPICALLTYPE DllInstall(BOOL install, LPCWSTR command_line);
+}
 
 namespace orv {
 

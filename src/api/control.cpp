@@ -20,22 +20,23 @@ HRESULT CORVAPOCOMControl::get_DisplayValue(BSTR* display_value) {
   });
 }
 
-HRESULT CORVAPOCOMControl::get_Scale(ORV_QVT_SCALE* scale) {
-  const HRESULT status = CheckResult(scale);
-  if (SUCCEEDED(status)) *scale = static_cast<ORV_QVT_SCALE>(description_.scale());
+template <class T>
+HRESULT CORVAPOCOMControl::Return(T value, T* result) const noexcept {
+  const HRESULT status = CheckResult(result);
+  if (SUCCEEDED(status)) *result = value;
   return status;
+}
+
+HRESULT CORVAPOCOMControl::get_Scale(ORV_QVT_SCALE* scale) {
+  return Return(static_cast<ORV_QVT_SCALE>(description_.scale()), scale);
 }
 
 HRESULT CORVAPOCOMControl::get_MinValue(LONG* minimum) {
-  const HRESULT status = CheckResult(minimum);
-  if (SUCCEEDED(status)) *minimum = description_.minimum();
-  return status;
+  return Return(LONG{description_.minimum()}, minimum);
 }
 
 HRESULT CORVAPOCOMControl::get_MaxValue(LONG* maximum) {
-  const HRESULT status = CheckResult(maximum);
-  if (SUCCEEDED(status)) *maximum = description_.maximum();
-  return status;
+  return Return(LONG{description_.maximum()}, maximum);
 }
 
 HRESULT CORVAPOCOMControl::get_Value(LONG* value) {

@@ -51,6 +51,8 @@ class CORVAPOCOMControl final : public RefCounted<Chain<IORVAPOControl>> {
  private:
   // What every getter checks first.
   HRESULT CheckResult(const void* result) const noexcept;
+  template <class T>
+  HRESULT Return(T value, T* result) const noexcept;
 
   CountedPart<ControlOwner> mode_;
   ORVQVTValue value_;  // as it was in the list the control was taken from

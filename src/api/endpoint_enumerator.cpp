@@ -14,8 +14,7 @@ namespace orv {
 
 HRESULT CORVEndpointEnumerator::Create(Module& module, CORVAPOSystem& system,
                                        ComPtr<CORVEndpointEnumerator>& enumerator) {
-  const HRESULT status = Guard([&] { return CreateObject(enumerator, module, *system.machine()); });
-  if (SUCCEEDED(status)) enumerator->system_ = ComPtr<CORVAPOSystem>(&system);
+  const HRESULT status = Guard([&] { return CreateObject(enumerator, module, system); });
   Diagnose(ORV_HERE("CORVEndpointEnumerator::CreateEnumerator"),
            L"CORVEndpointEnumerator::CreateEnumerator status 0x%x, e: 0x%p\n", status,
            static_cast<const void*>(enumerator.get()));
@@ -23,7 +22,7 @@ HRESULT CORVEndpointEnumerator::Create(Module& module, CORVAPOSystem& system,
 }
 
 HRESULT CORVEndpointEnumerator::FinalConstruct() {
-  ORVAPOEndpointTools(machine_).EnumerateEndpoints(endpoints_);
+  ORVAPOEndpointTools(*system_->machine()).EnumerateEndpoints(endpoints_);
   Diagnose(ORV_HERE("CORVEndpointEnumerator::FinalConstruct"),
            L"CORVEndpointEnumerator found %d endpoints\n", endpoints_.size());
   std::erase_if(endpoints_, CantLoadConfigFile);

@@ -15,8 +15,8 @@ class CORVEndpointEnumerator final : public RefCounted<Chain<IORVEndpointEnumera
   static HRESULT Create(Module& module, CORVAPOSystem& system,
                         ComPtr<CORVEndpointEnumerator>& enumerator);
 
-  CORVEndpointEnumerator(Module& module, Machine& machine)
-      : RefCounted(&module), machine_(machine) {}
+  CORVEndpointEnumerator(Module& module, CORVAPOSystem& system)
+      : RefCounted(&module), system_(&system) {}
   HRESULT FinalConstruct();
 
   HRESULT STDMETHODCALLTYPE Next(IORVEndpointInfo** device) override;
@@ -28,7 +28,6 @@ class CORVEndpointEnumerator final : public RefCounted<Chain<IORVEndpointEnumera
   static bool CantLoadConfigFile(const ORVAPOEndpointInfo& record);
   HRESULT MakeEndpoint(const ORVAPOEndpointInfo& record, IORVEndpointInfo** device);
 
-  Machine& machine_;  // the system's
   ComPtr<CORVAPOSystem> system_;
   std::vector<ORVAPOEndpointInfo> endpoints_;
   std::size_t cursor_ = 0;

@@ -1,5 +1,3 @@
-#include "api/exports.h"
-
 #include <string_view>
 
 #include "api/component.h"

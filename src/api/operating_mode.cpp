@@ -1,5 +1,6 @@
 #include "api/operating_mode.h"
 
+#include <iterator>
 #include <utility>
 
 #include "frame/object_creation.h"
@@ -10,6 +11,12 @@
 
 namespace orv {
 namespace {
+
+// By ORVAPOControlType.
+constexpr const ORVQVTValueList& (ORVAPOOperatingMode::*kLists[])() const = {
+    &ORVAPOOperatingMode::GetPublicControls, &ORVAPOOperatingMode::GetPrivateControls,
+    &ORVAPOOperatingMode::GetDefaultControls};
+static_assert(std::size(kLists) == kORVAPO_Cont_NumControls);
 
 // Reads into a list of its own, so that the cache is never left partially filled.
 void Refresh(ORVQVTValueList& cache, ORVAPOPublicSettings& settings,
@@ -43,20 +50,7 @@ HRESULT CORVOperatingMode::FinalConstruct() {
 HRESULT CORVOperatingMode::get_ORVAPOControlEnumerator(ORVAPOControlType type,
                                                        IORVAPOControlEnumerator** enumerator) {
   return Guard([&]() -> HRESULT {
-    const ORVQVTValueList* list = nullptr;
-    switch (type) {
-      case kORVAPO_Cont_Public:
-        list = &mode_->GetPublicControls();
-        break;
-      case kORVAPO_Cont_Private:
-        list = &mode_->GetPrivateControls();
-        break;
-      case kORVAPO_Cont_Default:
-        list = &mode_->GetDefaultControls();
-        break;
-      default:
-        return E_INVALIDARG;
-    }
+    if (type < 0 || type >= kORVAPO_Cont_NumControls) return E_INVALIDARG;
     if (enumerator == nullptr) return E_POINTER;
     {
       const std::scoped_lock lock(lock_);
@@ -64,7 +58,8 @@ HRESULT CORVOperatingMode::get_ORVAPOControlEnumerator(ORVAPOControlType type,
               type == kORVAPO_Cont_Default ? &ORVAPOPublicSettings::ReadDefaultControls
                                            : &ORVAPOPublicSettings::ReadControls);
     }
-    return HandOut<CORVAPOControlEnumerator>(enumerator, module(), *this, *list);
+    return HandOut<CORVAPOControlEnumerator>(enumerator, module(), *this,
+                                             ((*mode_).*kLists[type])());
   });
 }
 
@@ -145,7 +140,8 @@ void CORVOperatingMode::Describe(const ORVQVTValue& value, ORVQVTControlInfo& in
 
 ComPtr<IORVOwnOperatingMode> OwnModeOf(IORVOperatingMode* mode) {
   ComPtr<IUnknown> answer;
-  if (FAILED(mode->QueryInterface(kOwnOperatingModeId, answer.PutVoid())) || !answer) return {};
+  if (FAILED(mode->QueryInterface(IID_IORVOwnOperatingMode, answer.PutVoid())) || !answer)
+    return {};
   // Our objects answer with a part at another address; an object that answers every identifier with
   // itself is not ours.
   if (static_cast<void*>(answer.get()) == static_cast<void*>(mode)) return {};

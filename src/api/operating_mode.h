@@ -10,22 +10,12 @@
 #include "config/configuration_file.h"
 #include "endpoints/settings.h"
 
-namespace orv {
-
 // Answered by our own mode objects, not by other implementations of IORVOperatingMode.
 struct IORVOwnOperatingMode : IUnknown {
   // Valid for the life of the object.
-  virtual const ORVAPOOperatingMode& mode_record() const noexcept = 0;
+  virtual const orv::ORVAPOOperatingMode& mode_record() const noexcept = 0;
 };
-inline constexpr IID kOwnOperatingModeId = {
-    0x5F0B3A7C, 0x91D2, 0x4E0E, {0xA6, 0x41, 0x2B, 0x7C, 0x18, 0xD3, 0x90, 0xE5}};
-
-}  // namespace orv
-
-template <>
-struct orv_apo::InterfaceId<orv::IORVOwnOperatingMode> {
-  static constexpr const IID& value = orv::kOwnOperatingModeId;
-};
+ORV_APO_INTERFACE_ID(IORVOwnOperatingMode, 5F0B3A7C, 91D2, 4E0E, A6, 41, 2B, 7C, 18, D3, 90, E5);
 
 namespace orv {
 

@@ -20,19 +20,15 @@ using tinyxml2::XMLNode;
 constexpr std::string_view kLocationNames[kLocationCount] = {"PreBlue", "SFX", "MFX", "EFX"};
 constexpr std::size_t kUsualModeCount = 20;
 
-struct LayoutName {
-  std::string_view text;
-  std::uint32_t bits;
-};
-constexpr LayoutName kLayoutNames[] = {{"Mono", kLayoutMono},
-                                       {"Stereo", kLayoutStereo},
-                                       {"5.1 Surround", kLayout51},
-                                       {"7.1 Surround", kLayout71},
-                                       {"Any", kAnyLayout}};
+constexpr std::pair<std::string_view, std::uint32_t> kLayoutNames[] = {{"Mono", kLayoutMono},
+                                                                       {"Stereo", kLayoutStereo},
+                                                                       {"5.1 Surround", kLayout51},
+                                                                       {"7.1 Surround", kLayout71},
+                                                                       {"Any", kAnyLayout}};
 
 std::uint32_t PieceLayouts(std::string_view piece) {
-  for (const LayoutName& name : kLayoutNames)
-    if (piece.find(name.text) != std::string_view::npos) return name.bits;
+  for (const auto& [name, bits] : kLayoutNames)
+    if (piece.find(name) != std::string_view::npos) return bits;
   return 0;
 }
 
@@ -128,17 +124,19 @@ void StoreModeControl(const Control& control, bool is_public, const XMLElement& 
   Store(control, element, reporter, is_public ? content.public_controls : content.private_controls);
 }
 
+// Layout bits of a list such as "Stereo;5.1 Surround".
 std::uint32_t Layouts(const XMLElement& element, const char* attribute, const Reporter& reporter) {
   const char* list = element.Attribute(attribute);
   if (!IsGiven(list)) return kAnyLayout;
-  if (reporter.wanted()) {
-    ForEachPiece(list, [&](std::string_view piece) {
-      if (PieceLayouts(piece) == 0)
-        reporter.Warn("unknown-layout", element, "{} names \"{}\", which is not a channel layout",
-                      attribute, piece);
-    });
-  }
-  return ParseLayoutList(list);
+  std::uint32_t mask = 0;
+  ForEachPiece(list, [&](std::string_view piece) {
+    const std::uint32_t bits = PieceLayouts(piece);
+    if (bits == 0)
+      reporter.Warn("unknown-layout", element, "{} names \"{}\", which is not a channel layout",
+                    attribute, piece);
+    mask |= bits;
+  });
+  return mask;
 }
 
 void ReadProcess(const XMLElement& element, const Reporter& reporter, ORVAPOChain& chain) {
@@ -402,30 +400,20 @@ void DocumentReader::ReadMode(const XMLElement& element) {
   content_.mode_lines.push_back(element.GetLineNum());
 }
 
-void DecodeNode(const XMLNode& node) {
-  node.Value();
-  const XMLElement* element = node.ToElement();
-  if (element == nullptr) return;
-  for (const auto* one = element->FirstAttribute(); one != nullptr; one = one->Next()) {
-    one->Name();
-    one->Value();
+void DecodeBelow(const XMLNode& parent) {
+  for (const XMLNode* node = parent.FirstChild(); node != nullptr; node = node->NextSibling()) {
+    node->Value();
+    if (const XMLElement* element = node->ToElement()) {
+      for (const auto* one = element->FirstAttribute(); one != nullptr; one = one->Next()) {
+        one->Name();
+        one->Value();
+      }
+    }
+    DecodeBelow(*node);  // the parser limits the depth
   }
 }
 
-// The node after `node` in document order; null after the last.
-const XMLNode* NextNode(const XMLNode* node) {
-  if (node->FirstChild() != nullptr) return node->FirstChild();
-  while (node != nullptr && node->NextSibling() == nullptr) node = node->Parent();
-  return node != nullptr ? node->NextSibling() : nullptr;
-}
-
 }  // namespace
-
-std::uint32_t ParseLayoutList(std::string_view text) {
-  std::uint32_t mask = 0;
-  ForEachPiece(text, [&](std::string_view piece) { mask |= PieceLayouts(piece); });
-  return mask;
-}
 
 LoadStatus ReadConfiguration(const XMLDocument& document, std::uint32_t config_type,
                              std::uint32_t location, ConfigurationContent& content,
@@ -441,9 +429,6 @@ LoadStatus ReadConfigurationDeferred(const std::shared_ptr<const XMLDocument>& d
   return DocumentReader(config_type, location, content, silent, document).Read(*document);
 }
 
-void DecodeDocument(const XMLDocument& document) {
-  for (const XMLNode* node = document.FirstChild(); node != nullptr; node = NextNode(node))
-    DecodeNode(*node);
-}
+void DecodeDocument(const XMLDocument& document) { DecodeBelow(document); }
 
 }  // namespace orv

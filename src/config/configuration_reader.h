@@ -6,7 +6,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "config/operating_mode.h"
@@ -42,9 +41,6 @@ inline constexpr std::uint32_t kConfigTypeCount = 2;
 inline constexpr std::uint32_t kPlainChainLocation = 0;  // "PreBlue"
 inline constexpr std::uint32_t kEndpointLocation = 3;    // "EFX"
 inline constexpr std::uint32_t kLocationCount = 4;
-
-// Layout bits of a list such as "Stereo;5.1 Surround".
-std::uint32_t ParseLayoutList(std::string_view text);
 
 // One finding about the document, for the user (orvctl check).
 struct ConfigurationFinding {

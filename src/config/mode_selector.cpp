@@ -26,16 +26,11 @@ void ORVAPOModeSelector::OnPropertyChanged(ORVPropertySet&, const ORVPropertyEnt
 
 bool ORVAPOModeSelector::Init(const std::wstring& registry_path, const ORVAPOModeKey& default_key) {
   const std::lock_guard lock(lock_);
-  // A running watch uses the binding's key and follows a duplicate of it: it ends before the key
-  // changes.
+  // A running watch follows a duplicate of the binding's key: it ends before the key changes.
   binding_.StartWatch(false, kCurrentModeValue);
   default_key.AsList().SaveToPropertySet(set_);
-  key_.reset();
-  binding_.SetKey(nullptr);
-  const bool opened = machine_.registry().OpenKey(RegRoot::LocalMachine, registry_path, kModeAccess,
-                                                  key_) == kRegOk;
+  const bool opened = binding_.OpenKey(machine_.registry(), registry_path, kModeAccess);
   if (opened) {
-    binding_.SetKey(key_.get());
     binding_.SetPropertySet(&set_);
     binding_.LoadBinary(kCurrentModeValue, true, true, true);
   }
@@ -75,7 +70,8 @@ bool ORVAPOModeSelector::SwitchWatch() {
 
 bool ORVAPOModeSelector::DeleteStoredMode() {
   const std::lock_guard lock(lock_);
-  return key_ != nullptr && key_->DeleteValue(kCurrentModeValue) == kRegOk;
+  RegistryKey* const key = binding_.GetKey();
+  return key != nullptr && key->DeleteValue(kCurrentModeValue) == kRegOk;
 }
 
 }  // namespace orv

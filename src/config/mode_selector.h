@@ -2,7 +2,6 @@
 // key for the processing object.
 #pragma once
 
-#include <memory>
 #include <mutex>
 #include <string>
 
@@ -51,7 +50,6 @@ class ORVAPOModeSelector : public IORVPropertySetNotify {
   Machine& machine_;
   std::recursive_mutex lock_;  // of everything; the watch's reloads take it too
   IORVModeNotify* target_ = nullptr;
-  std::unique_ptr<RegistryKey> key_;
   ORVPropertySetThreadsafe set_;
   ORVPropertySetRegistry binding_;
 };

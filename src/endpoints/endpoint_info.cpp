@@ -173,12 +173,9 @@ std::wstring EndpointLoader::InKnownFolder(REFGUID folder, const wchar_t* rest) 
 
 template <class Use>
 bool EndpointLoader::ReadKey(const std::wstring& path, Use use) {
-  std::unique_ptr<RegistryKey> key;
-  if (machine_.registry().OpenKey(RegRoot::LocalMachine, path, kQueryAccess, key) != kRegOk)
-    return true;
   ORVPropertySet values;
   ORVPropertySetRegistry binding;
-  binding.SetKey(key.get());
+  if (!binding.OpenKey(machine_.registry(), path, kQueryAccess)) return true;
   binding.SetPropertySet(&values);
   if (!binding.LoadValues()) return false;
   result_ = true;

@@ -40,11 +40,7 @@ bool ORVAPOPublicSettings::Init(const ORVAPOEndpointInfo& endpoint,
 bool ORVAPOPublicSettings::Bind(const std::wstring& key_path, std::wstring value_name,
                                 bool add_new) {
   value_name_ = std::move(value_name);
-  key_.reset();
-  binding_.SetKey(nullptr);  // never write into the endpoint that was bound before
-  if (machine_.registry().OpenKey(RegRoot::LocalMachine, key_path, kSettingsAccess, key_) != kRegOk)
-    return false;
-  binding_.SetKey(key_.get());
+  if (!binding_.OpenKey(machine_.registry(), key_path, kSettingsAccess)) return false;
   binding_.SetPropertySet(&settings_);
   binding_.LoadBinary(value_name_, true, true, add_new);
   return true;
@@ -106,7 +102,8 @@ bool ORVAPOPublicSettings::SetNotifyTarget(IORVSettingsNotify* target) {
 
 bool ORVAPOPublicSettings::DeleteValue() {
   const std::lock_guard lock(lock_);
-  return key_ != nullptr && key_->DeleteValue(value_name_) == kRegOk;
+  RegistryKey* const key = binding_.GetKey();
+  return key != nullptr && key->DeleteValue(value_name_) == kRegOk;
 }
 
 // The watch thread may be calling this object: it ends before the object becomes its base.

@@ -3,7 +3,6 @@
 // (ORVAPOGlobalSettings).
 #pragma once
 
-#include <memory>
 #include <mutex>
 #include <string>
 
@@ -66,7 +65,6 @@ class ORVAPOPublicSettings : public IORVPropertySetNotify {
   ORVPropertySetRegistry binding_;
   std::wstring value_name_;
   ORVQVTValueList default_list_;
-  std::unique_ptr<RegistryKey> key_;
 
  private:
   bool Save() { return binding_.SaveBinary(value_name_.c_str()); }

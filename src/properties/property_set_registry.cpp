@@ -144,6 +144,15 @@ bool ORVPropertySetRegistry::SetKey(RegistryKey* key) {
   return holding;
 }
 
+bool ORVPropertySetRegistry::OpenKey(Registry& registry, const std::wstring& path,
+                                     std::uint32_t access) {
+  std::unique_ptr<RegistryKey> key;
+  const bool opened = registry.OpenKey(RegRoot::LocalMachine, path, access, key) == kRegOk;
+  const std::lock_guard guard(state_lock_);
+  binding_.key = std::move(key);
+  return opened;
+}
+
 RegistryKey* ORVPropertySetRegistry::GetKey() { return Current().key.get(); }
 
 bool ORVPropertySetRegistry::LoadBinary(const std::wstring& value_name, bool merge,

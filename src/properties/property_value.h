@@ -41,9 +41,9 @@ template <class T>
 inline constexpr auto kKindOfType =
     static_cast<PropertyKind>(boost::mp11::mp_find<PropertyTypes, T>::value);
 
-// Calls the visitor with what the value holds; does nothing if the value is empty or of another
-// type. Controls are stored as narrow text and numbers from the registry as longs, so these two are
-// tried first.
+// Calls the visitor with what the value holds, unless the value is empty or of another type.
+// Controls are stored as narrow text and numbers from the registry as longs, so these two are tried
+// first.
 template <class Visitor>
 void VisitValue(const boost::any& value, Visitor&& visitor) {
   using Order = boost::mp11::mp_unique<
