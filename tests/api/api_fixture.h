@@ -10,7 +10,6 @@
 #include <string>
 
 #include "api/component.h"
-#include "api/exports.h"
 #include "orv_apo/orv_apo.h"
 #include "platform/text.h"
 #include "support/diagnostic_log.h"
@@ -58,6 +57,10 @@ inline constexpr char kTwoModes[] = R"(<orv_configuration>
 
 inline constexpr wchar_t kMovie[] = L"ApoOpMode:Movie/Internal";
 inline constexpr wchar_t kMusic[] = L"ApoOpMode:Music/Internal";
+
+inline void ExpectLines(const DiagnosticLog& log, std::initializer_list<const wchar_t*> lines) {
+  for (const wchar_t* line : lines) EXPECT_TRUE(log.Contains(line)) << Utf8FromWide(line);
+}
 
 // Takes the text and frees it.
 inline std::wstring TakeText(BSTR text) {

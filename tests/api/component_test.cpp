@@ -1,14 +1,10 @@
 // The component as a client loads it: the shared library and its five exports.
-#include <gtest/gtest.h>
 #include <malloc.h>
 
 #include <cstdlib>
-#include <fstream>
 
-#include "orv_apo/orv_apo.h"
-#include "platform/com_ptr.h"
+#include "api_fixture.h"
 #include "platform/dynamic_library.h"
-#include "support/temporary_folder.h"
 
 namespace orv {
 namespace {
@@ -20,26 +16,17 @@ class ComponentTest : public ::testing::Test {
 
   // The modes of the machine's first endpoint; every object is released again.
   std::vector<std::wstring> Modes() {
-    std::vector<std::wstring> names;
     ComPtr<IClassFactory> factory;
     ComPtr<IORVAPOSystem> system;
-    ComPtr<IORVEndpointEnumerator> endpoints;
-    ComPtr<IORVEndpointInfo> endpoint;
-    ComPtr<IORVAPOOpModeEnumerator> modes;
-    if (GetFactory(factory) != S_OK ||
-        factory->CreateInstance(nullptr, IID_IORVAPOSystem, system.PutVoid()) != S_OK ||
-        system->InitializeSystem(nullptr) != S_OK ||
-        system->EnumerateORVEndpoints(endpoints.Put()) != S_OK ||
-        endpoints->Next(endpoint.Put()) != S_OK ||
-        endpoint->GetOpModeEnumerator(modes.Put()) != S_OK)
-      return names;
+    EXPECT_EQ(GetFactory(factory), S_OK);
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IORVAPOSystem, system.PutVoid()), S_OK);
+    EXPECT_EQ(system->InitializeSystem(nullptr), S_OK);
+    const auto endpoints = From(system, &IORVAPOSystem::EnumerateORVEndpoints);
+    const auto endpoint = From(endpoints, &IORVEndpointEnumerator::Next);
+    const auto modes = From(endpoint, &IORVEndpointInfo::GetOpModeEnumerator);
+    std::vector<std::wstring> names;
     ComPtr<IORVOperatingMode> mode;
-    while (modes->Next(mode.Put()) == S_OK) {
-      BSTR name = nullptr;
-      mode->get_Name(&name);
-      names.emplace_back(name);
-      SysFreeString(name);
-    }
+    while (modes->Next(mode.Put()) == S_OK) names.push_back(NameOf(*mode));
     return names;
   }
   template <class Function>

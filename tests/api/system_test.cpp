@@ -52,14 +52,14 @@ TEST_F(SystemTest, EndpointsWithoutLoadableConfigurationAreLeftOut) {
   EXPECT_EQ(NextName(*endpoints), ApoKey(kSpeakers));
   EXPECT_EQ(NextName(*endpoints), ApoKey(kMicrophone));
   EXPECT_EQ(NextName(*endpoints), L"(end)");
-  EXPECT_TRUE(log.Contains(
-      L"| CORVEndpointEnumerator::FinalConstruct | CORVEndpointEnumerator found 4 endpoints\n"));
-  EXPECT_TRUE(
-      log.Contains(L"| CORVEndpointEnumerator::FinalConstruct | CORVEndpointEnumerator: 2 "
-                   L"endpoints remaining after checking config file."));
-  EXPECT_TRUE(log.Contains(L"| CORVEndpointEnumerator::CantLoadConfigFile | Load code: 6\n"));
-  EXPECT_TRUE(log.Contains(L"::CantLoadConfigFile | No config file specified.\n"));
-  EXPECT_TRUE(log.Contains(L"CORVEndpointEnumerator::CreateEnumerator status 0x0, e: 0x0000"));
+  ExpectLines(
+      log,
+      {L"| CORVEndpointEnumerator::FinalConstruct | CORVEndpointEnumerator found 4 endpoints\n",
+       L"| CORVEndpointEnumerator::FinalConstruct | CORVEndpointEnumerator: 2 "
+       L"endpoints remaining after checking config file.",
+       L"| CORVEndpointEnumerator::CantLoadConfigFile | Load code: 6\n",
+       L"::CantLoadConfigFile | No config file specified.\n",
+       L"CORVEndpointEnumerator::CreateEnumerator status 0x0, e: 0x0000"});
 }
 
 TEST_F(SystemTest, EmptyMachineGivesAnEmptyEnumerator) {

@@ -138,32 +138,26 @@ class ModeSearch : public ConfigurationFile {
   }
 };
 
-TEST_F(ModeSearch, KeyThatTwoModesShareGivesTheLastAndFalse) {
-  LoadModes(Marked("1", "Movie", "In") + Marked("2", "Music", "In") + Marked("3", "Music", "In"));
-  ORVAPOOperatingMode found;
-  EXPECT_FALSE(file_.FindMode(Key("Game", "In"), found));
-  EXPECT_EQ(MarkOf(found), "untouched");
-  EXPECT_TRUE(file_.FindMode(Key("Movie", "In"), found));
-  EXPECT_EQ(MarkOf(found), "1");
-  EXPECT_FALSE(file_.FindMode(Key("Music", "In"), found));
-  EXPECT_TRUE(file_.FindModeForKey(Key("Music", "In"), found));
-  EXPECT_EQ(MarkOf(found), "3");
-}
-
-TEST_F(ModeSearch, AutomaticMicrophoneModeStandsInWhenThereIsOnlyOne) {
+TEST_F(ModeSearch, LastModeWithTheKeyIsFoundOrTheAutomaticMicrophoneModeOfItsSpeaker) {
   LoadModes(Marked("exact", "A", "S") + Marked("auto", "B", "S", "auto_mic='true'") +
             Marked("other", "B", "T", "auto_mic='true'") + Marked("plain", "C", "T") +
-            Marked("1", "D", "U", "auto_mic='true'") + Marked("2", "E", "U", "auto_mic='true'"));
-  ORVAPOOperatingMode found;
-  const std::tuple<const char*, const char*, bool, const char*> searches[] = {
-      {"A", "S", true, "auto"},
-      {"B", "S", true, "auto"},
-      {"none", "T", true, "other"},
-      {"A", "V", false, "other"},
-      {"A", "U", false, "2"}};
-  for (const auto& [mode, speaker, is_one, mark] : searches) {
-    EXPECT_EQ(file_.FindModeForKey(Key(mode, speaker), found), is_one) << mode << speaker;
-    EXPECT_EQ(MarkOf(found), mark) << mode << speaker;
+            Marked("1", "D", "U", "auto_mic='true'") + Marked("2", "E", "U", "auto_mic='true'") +
+            Marked("3", "Twice", "In") + Marked("4", "Twice", "In"));
+  // What FindMode gives, then what FindModeForKey gives; true if there is only one.
+  const std::tuple<const char*, const char*, bool, const char*, bool, const char*> searches[] = {
+      {"A", "S", true, "exact", true, "auto"},
+      {"B", "S", true, "auto", true, "auto"},
+      {"none", "T", false, "untouched", true, "other"},
+      {"A", "V", false, "untouched", false, "untouched"},
+      {"A", "U", false, "untouched", false, "2"},
+      {"Twice", "In", false, "4", true, "4"}};
+  for (const auto& [mode, speaker, is_one, mark, is_one_for_key, mark_for_key] : searches) {
+    ORVAPOOperatingMode found[2];
+    EXPECT_EQ(file_.FindMode(Key(mode, speaker), found[0]), is_one) << mode << speaker;
+    EXPECT_EQ(MarkOf(found[0]), mark) << mode << speaker;
+    EXPECT_EQ(file_.FindModeForKey(Key(mode, speaker), found[1]), is_one_for_key)
+        << mode << speaker;
+    EXPECT_EQ(MarkOf(found[1]), mark_for_key) << mode << speaker;
   }
 }
 

@@ -188,10 +188,15 @@ TEST(ConfigurationReader, ChainKeepsProcessesControlsAndLayouts) {
   EXPECT_EQ(chain.processes[0].hook, "pre");
   EXPECT_EQ(chain.processes[1].technology, "limit");
   EXPECT_THAT(Texts(chain.controls), ElementsAre(Pair("c", "7")));
-  EXPECT_EQ(ParseLayoutList("Stereo,;, 7.1 Surround!"), kLayoutStereo | kLayout71);
-  EXPECT_EQ(ParseLayoutList("Mono or Stereo"), kLayoutMono);
-  EXPECT_EQ(ParseLayoutList("Mono;Any"), kAnyLayout);
-  EXPECT_EQ(ParseLayoutList("stereo;;"), 0U);
+  const std::pair<std::string, std::uint32_t> layouts[] = {
+      {"Stereo,;, 7.1 Surround!", kLayoutStereo | kLayout71},
+      {"Mono or Stereo", kLayoutMono},
+      {"Mono;Any", kAnyLayout},
+      {"stereo;;", 0U}};
+  for (const auto& [list, mask] : layouts) {
+    const std::string one = "<chain input='" + list + "'><process tech_id='eq'/></chain>";
+    EXPECT_EQ(Read(WithMode(one)).mode(0).GetChainDefinition()[0].input_layouts, mask) << list;
+  }
 }
 
 TEST(ConfigurationReader, FindingsHaveLinesAndErrorsAreThoseOfTheStatus) {
