@@ -1,7 +1,5 @@
 #include "cli/client/catalog.h"
 
-#include <fmt/format.h>
-
 #include "cli/client/registry.h"
 #include "cli/show/failure.h"
 #include "cli/show/names.h"
@@ -11,17 +9,9 @@
 namespace orv::cli {
 namespace {
 
-std::string Utf8FromNarrow(const std::string& narrow) { return Utf8FromName(Widen(narrow)); }
-
 const ORVQVTValueList& ListOf(const ORVAPOOperatingMode& mode, ORVAPOControlType list) {
-  switch (list) {
-    case kORVAPO_Cont_Private:
-      return mode.GetPrivateControls();
-    case kORVAPO_Cont_Default:
-      return mode.GetDefaultControls();
-    default:
-      return mode.GetPublicControls();
-  }
+  if (list == kORVAPO_Cont_Private) return mode.GetPrivateControls();
+  return list == kORVAPO_Cont_Default ? mode.GetDefaultControls() : mode.GetPublicControls();
 }
 
 void OverwriteWithStored(const ImageBytes& image, ControlTexts& texts) {
@@ -48,14 +38,14 @@ ControlFacts Catalog::Describe(const std::string& name) const {
   facts.minimum = info.minimum();
   facts.maximum = info.maximum();
   facts.scale = static_cast<ORV_QVT_SCALE>(info.scale());
-  for (const std::string& choice : info.names()) facts.choices.push_back(Utf8FromNarrow(choice));
+  for (const std::string& choice : info.names()) facts.choices.push_back(Utf8FromName(choice));
   return facts;
 }
 
 std::vector<std::string> Catalog::DescribedNames() const {
   std::vector<std::string> names;
   for (const ORVQVTControlInfo& info : technology_.control_infos())
-    names.push_back(Utf8FromNarrow(info.name()));
+    names.push_back(Utf8FromName(info.name()));
   return names;
 }
 
@@ -67,11 +57,10 @@ const ORVAPOConfigurationFile& Catalog::File(const Endpoint& endpoint) {
     auto loaded = std::make_unique<ORVAPOConfigurationFile>(machine_);
     const LoadStatus status = loaded->Load(WideFromUtf8(path), static_cast<std::uint32_t>(type), 0);
     if (status != LoadStatus::Loaded) {
-      throw Failure(
-          kRefused,
-          fmt::format("the configuration file {} cannot be read (load status {}).\nWhat "
-                      "examines it: {}",
-                      path, NumberOf(status), CommandLine("doctor " + endpoint.number())));
+      throw Failure(kRefused,
+                    "the configuration file {} cannot be read (load status {}).\nWhat "
+                    "examines it: {}",
+                    path, NumberOf(status), CommandLine("doctor " + endpoint.number()));
     }
     file = std::move(loaded);
   }
@@ -84,7 +73,7 @@ ControlTexts Catalog::Texts(const Endpoint& endpoint, const std::string& mode,
     if (Utf8FromName(candidate->GetModeKey().GetModeName()) != mode) continue;
     ControlTexts texts;
     for (const auto& [name, value] : ListOf(*candidate, list))
-      texts.emplace(Utf8FromNarrow(name), Utf8FromNarrow(value.ToString()));
+      texts.emplace(Utf8FromName(name), Utf8FromName(value.ToString()));
     if (list == kORVAPO_Cont_Public) {
       if (const auto image = ReadImage(machine_, endpoint.RegistryPath(), mode))
         OverwriteWithStored(*image, texts);

@@ -16,8 +16,8 @@ std::filesystem::path SampleMachinesFolder() {
     if (std::filesystem::is_directory(folder, ignored)) return folder;
   }
   throw Failure(kRefused,
-                "the sample machines are not beside this program ({}).\nName a "
-                "machine's folder with --machine.",
+                "the sample machines are not beside this program ({}).\n"
+                "Name a machine's folder with --machine.",
                 PathText((program / "../samples/machines").lexically_normal()));
 }
 
@@ -27,8 +27,8 @@ std::unique_ptr<Machine> OpenMachine(const std::filesystem::path& folder) {
   std::unique_ptr<Machine> machine = SimulatedMachine::Open(folder, error);
   if (machine != nullptr) return machine;
   throw Failure(kRefused,
-                "the machine in {} is refused.\n{}\nFix that file, or make a fresh "
-                "machine with \"orvctl machine new DIR\".",
+                "the machine in {} is refused.\n{}\n"
+                "Fix that file, or make a fresh machine with \"orvctl machine new DIR\".",
                 PathText(folder), error.Text());
 }
 
@@ -42,13 +42,13 @@ ChangeLock::ChangeLock(const std::filesystem::path& machine, const std::string& 
   if (held_ != nullptr) return;
   if (reason.empty()) {
     throw Failure(kRefused,
-                  "another orvctl is still changing {}; nothing was "
-                  "changed.\nTry again when it has ended.",
+                  "another orvctl is still changing {}; nothing was changed.\n"
+                  "Try again when it has ended.",
                   registry_path);
   }
   throw Failure(kRefused,
-                "{} cannot be locked: {}.\nNothing was changed. What examines the "
-                "machine: {}",
+                "{} cannot be locked: {}.\n"
+                "Nothing was changed. What examines the machine: {}",
                 registry_path, reason, CommandLine("doctor"));
 }
 

@@ -90,13 +90,11 @@ class BroadwellRecorder final : public Recorder<BroadwellDriver> {
 constexpr char kHighPass[] = "HPF";
 constexpr char kUnusableBands[] = "a band is out of range, or there are too many";
 
-std::string Utf8OfNarrow(const std::string& narrow) { return Utf8FromName(Widen(narrow)); }
-
 std::string ValueReason(const std::string& control, const ControlValueMap& controls) {
   const auto found = controls.find(control);
-  const std::string name = Utf8OfNarrow(control);
+  const std::string name = Utf8FromName(control);
   if (found == controls.end()) return fmt::format("the mode has no value for \"{}\"", name);
-  return fmt::format("\"{}\" is out of range: {}", name, Utf8OfNarrow(found->second.ToString()));
+  return fmt::format("\"{}\" is out of range: {}", name, Utf8FromName(found->second.ToString()));
 }
 
 // A converter's exception reads "control - message"; other texts stay as they are.
@@ -104,7 +102,7 @@ std::string ReasonOf(const std::string& error, const ControlValueMap& controls) 
   const std::size_t end = error.find(" - ");
   const std::string name = error.substr(0, end);
   const bool is_control = end != std::string::npos && name.find('-') != std::string::npos;
-  return is_control ? ValueReason(name, controls) : Utf8OfNarrow(error);
+  return is_control ? ValueReason(name, controls) : Utf8FromName(error);
 }
 
 // Keeps the latest error that a writer reported, without its site.

@@ -46,7 +46,7 @@ class Findings {
 // Whether a finding is reported. The list of modes shows already which type reads a mode and where
 // its chains are used. Readings other than the endpoint's (type 0, location 0) report everything
 // again; what they miss is not a finding if the file has no modes for their type.
-bool IsNews(const ConfigurationFinding& one, bool is_endpoints_reading, bool has_modes) {
+bool IsReported(const ConfigurationFinding& one, bool is_endpoints_reading, bool has_modes) {
   const std::string_view code = one.code;
   if (code == "mode-selector" || code == "chain-location") return false;
   if (is_endpoints_reading) return true;
@@ -192,7 +192,8 @@ CheckReport CheckConfiguration(const std::string& xml, const ORVAPOProcessInfo* 
       const bool is_endpoints_reading = type == 0 && location == 0;
       if (is_endpoints_reading) report.status = status;
       for (ConfigurationFinding& one : reported)
-        if (IsNews(one, is_endpoints_reading, !content.modes.empty())) findings.Add(std::move(one));
+        if (IsReported(one, is_endpoints_reading, !content.modes.empty()))
+          findings.Add(std::move(one));
       AddModes(content, type, location, report.modes);
     }
   }

@@ -10,6 +10,8 @@ std::string Utf8FromName(std::wstring_view name) {
   return Utf8FromWide(name);
 }
 
+std::string Utf8FromName(const std::string& narrow) { return Utf8FromName(Widen(narrow)); }
+
 std::wstring NameFromUtf8(std::string_view utf8) { return Widen(utf8); }
 
 std::vector<std::wstring> NamesFromUtf8(std::string_view utf8) {
