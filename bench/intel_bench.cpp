@@ -12,7 +12,7 @@
 
 #include "config/configuration_file.h"
 #include "intel_dsp/skylake/driver_client.h"
-#include "intel_dsp/skylake/parameter_blocks.h"
+#include "intel_dsp/skylake/writers.h"
 #include "platform/diagnostics.h"
 #include "simulated/description/machine_file.h"
 #include "simulated/simulated_machine.h"
@@ -121,8 +121,8 @@ void BM_SkylakeWholeMode(benchmark::State& state) {
     HRESULT status = S_OK;
     KELAPOIntelDSP_SKL::ClearCache();
     conversion.push_back(Microseconds([&] {
-      for (const SkylakeWriter writer : kSkylakeControlWriters)
-        status |= (module.*writer)(controls, 1);
+      for (const skylake::Block& block : skylake::kBlocks)
+        status |= module.WriteControls(block, controls, 1);
       status |= module.SetPPModuleStatus(1, 1);
     }));
     filters.push_back(Microseconds([&] { status |= module.SetVQ3DHPFAEQControls(controls, 1); }));

@@ -6,7 +6,7 @@
 #include "../tests/intel_dsp/fake_mode.h"
 #include "intel_dsp/broadwell/parameter_blocks.h"
 #include "intel_dsp/intel_dsp.h"
-#include "intel_dsp/skylake/parameter_blocks.h"
+#include "intel_dsp/skylake/writers.h"
 #include "platform/diagnostics.h"
 #include "scripted_machine.h"
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "intel_dsp/broadwell/parameter_blocks.h"
-#include "intel_dsp/skylake/parameter_blocks.h"
+#include "intel_dsp/skylake/writers.h"
 #include "platform/diagnostics.h"
 #include "qc_dsp/qualcomm_records.h"
 #include "scripted_machine.h"

@@ -10,7 +10,7 @@
 
 #include "cli/show/output.h"
 #include "intel_dsp/broadwell/parameter_blocks.h"
-#include "intel_dsp/skylake/parameter_blocks.h"
+#include "intel_dsp/skylake/writers.h"
 #include "platform/driver_names.h"
 #include "qc_dsp/qualcomm_records.h"
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "cli/show/table.h"
-#include "records/layout.h"
+#include "records/fields.h"
 #include "simulated/drivers/block_format.h"  // ParameterText
 #include "simulated/drivers/driver_memory.h"
 

@@ -6,12 +6,11 @@
 #include <initializer_list>
 
 #include "cli/show/names.h"
-#include "intel_dsp/broadwell/broadwell_driver.h"
 #include "intel_dsp/broadwell/coefficients.h"
 #include "intel_dsp/broadwell/processors.h"
+#include "intel_dsp/drivers.h"
 #include "intel_dsp/skylake/blocks.h"
-#include "intel_dsp/skylake/parameter_blocks.h"
-#include "intel_dsp/skylake/skylake_driver.h"
+#include "intel_dsp/skylake/writers.h"
 #include "platform/diagnostics.h"
 #include "platform/driver_names.h"
 #include "platform/text.h"
@@ -135,8 +134,9 @@ std::string SkylakeFilterReason(const std::string& error, const ControlValueMap&
   constexpr char kOrder[] = "VQ3D-HPF Order";
   if (error.find("VerifyFilterOrder") == std::string::npos) return ReasonOf(error, controls);
   const auto order = controls.find(kOrder);
-  const bool fits = order == controls.end() || (order->second.ToLong() >= kFewestHighPassOrder &&
-                                                order->second.ToLong() <= kMostHighPassOrder);
+  const bool fits =
+      order == controls.end() || (order->second.ToLong() >= skylake::kFewestHighPassOrder &&
+                                  order->second.ToLong() <= skylake::kMostHighPassOrder);
   return fits ? "the mode has more equaliser bands than the module" : ValueReason(kOrder, controls);
 }
 
@@ -148,14 +148,10 @@ std::string SkylakeBlockReason(const skylake::Block& block, const ControlValueMa
   } catch (const std::exception& failure) {
     return ReasonOf(failure.what(), controls);
   }
-  for (const skylake::Field& field : block.fields) {
-    const std::int64_t value = ReadField(bytes, field.offset, field.type);
-    if (value < field.low || value > field.high) return ValueReason(field.control, controls);
-  }
+  if (const auto* field = records::FindOutOfRange(block.fields, bytes))
+    return ValueReason(field->control, controls);
   return ReasonOf(error, controls);
 }
-
-static_assert(kSkylakeControlWriters.size() == skylake::kBlocks.size());
 
 void WriteSkylakeFilters(DspPlan& plan, KELAPOIntelDSP_SKL& writers,
                          const ControlValueMap& controls, std::uint8_t apply) {
@@ -171,10 +167,9 @@ void WriteSkylake(DspPlan& plan, DspReadback* held, const ControlValueMap& contr
   KELAPOIntelDSP_SKL writers(driver);
   if (!whole) return WriteSkylakeFilters(plan, writers, controls, apply);
   KELAPOIntelDSP_SKL::ClearCache();
-  for (std::size_t i = 0; i < skylake::kBlocks.size(); ++i) {
-    const skylake::Block& block = skylake::kBlocks[i];
+  for (const skylake::Block& block : skylake::kBlocks) {
     const ErrorCapture capture;
-    const HRESULT status = (writers.*kSkylakeControlWriters[i])(controls, apply);
+    const HRESULT status = writers.WriteControls(block, controls, apply);
     if (FindBlock(plan.blocks, block.parameter) != nullptr) continue;
     auto& gaps = FAILED(status) ? plan.missing : plan.kept;
     const std::string reason = SkylakeBlockReason(block, controls, capture.error());

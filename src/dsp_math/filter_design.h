@@ -45,6 +45,8 @@ struct FilterBand {
   float q;              // quality factor; slope for the shelves, unused by low- and high-pass
   float gain_db;        // dB; resonance for low- and high-pass
   std::int32_t invert;  // non-zero inverts the polarity
+
+  bool operator==(const FilterBand&) const = default;
 };
 static_assert(sizeof(FilterBand) == 20);
 

@@ -1,5 +1,10 @@
 #include "intel_dsp/equalizer_bands.h"
 
+#include <fmt/format.h>
+
+#include "intel_dsp/fields.h"
+#include "platform/diagnostics.h"
+
 namespace orv {
 namespace {
 
@@ -8,9 +13,7 @@ constexpr float kDbPerStep = 10.0F;  // the control counts tenths of dB
 constexpr const char* kTypeNames[] = {"Traditional", "Low Shelf", "High Shelf"};  // by type
 
 float Quantity(const std::string& name, const ControlValueMap& map) {
-  std::int32_t steps = 0;
-  KELAPOIntelDSP_Utils::SetIntegerValue(name, map, steps);
-  return static_cast<float>(steps);
+  return static_cast<float>(intel::IntegerOf(name, map));
 }
 
 std::int32_t BandType(const std::string& name, const char* prefix, const ControlValueMap& map) {
@@ -32,25 +35,29 @@ std::vector<FilterBand> ReadEqualizerBands(const EqualizerSuite& suite, const st
                                            const ControlValueMap& map) {
   std::vector<FilterBand> bands;
   for (;;) {
-    const std::string stem = suite.stem + channel + " Band " + std::to_string(bands.size()) + ' ';
-    if (map.find(stem + "Enable") == map.end()) return bands;
+    const std::string name = fmt::format("{}{} Band {}", suite.stem, channel, bands.size());
+    if (!map.contains(name + " Enable")) return bands;
     FilterBand band{};
-    band.type = BandType(stem + "Type", suite.type_prefix, map);
-    band.frequency = Quantity(stem + "Frequency", map);
-    band.q = Quantity(stem + "Q Factor", map) / kQPerStep;
-    band.gain_db = Quantity(stem + "Gain", map) / kDbPerStep;
+    band.type = BandType(name + " Type", suite.type_prefix, map);
+    band.frequency = Quantity(name + " Frequency", map);
+    band.q = Quantity(name + " Q Factor", map) / kQPerStep;
+    band.gain_db = Quantity(name + " Gain", map) / kDbPerStep;
+    if (band.type != kUnknownBandType && !(band.frequency > 0 && band.q > 0)) {
+      Diagnose(ORV_HERE(suite.reader),
+               L"%S passes its input on: frequency or quality factor not above zero\n", name);
+      band.type = kUnknownBandType;
+    }
     bands.push_back(band);
   }
 }
 
-std::vector<std::int32_t> DesignEqualizer(std::span<const FilterBand> bands,
-                                          std::int32_t sample_rate) {
+std::vector<std::int32_t> DesignEqualizer(std::span<const FilterBand> bands) {
   std::vector<FilterBand> known(bands.begin(), bands.end());
   for (FilterBand& band : known) {
     // 0 dB and nothing else, whatever the band's other numbers are.
     if (band.type == kUnknownBandType) band = {kORVFilter_Gain, 0, 0, 0, 0};
   }
-  const FilterSet set = {static_cast<std::int32_t>(known.size()), known.data(), sample_rate};
+  const FilterSet set = {static_cast<std::int32_t>(known.size()), known.data(), kIntelSampleRate};
   std::vector<std::int32_t> words(FilterWords(known.size()));
   std::vector<std::byte> workspace(FilterWorkspace(known.size()));
   if (DesignFilterSet(set, words.data(), workspace.data()) != kFilterOk) words.clear();

@@ -14,31 +14,30 @@ namespace orv {
 // The sample rate of both Intel modules, in Hz.
 inline constexpr std::int32_t kIntelSampleRate = 48000;
 
-// The type of a band whose type control is missing or unknown; the band passes its input on.
+// The type of a band that passes its input on: its type control is missing or unknown, or it cannot
+// be a filter.
 inline constexpr std::int32_t kUnknownBandType = 10;
-
-// Whether a band of a known type can be designed. DesignEqualizer also checks that the frequency is
-// below half the sample rate.
-constexpr bool IsFilter(const FilterBand& band) noexcept {
-  return band.frequency > 0 && band.q > 0;
-}
 
 // How a suite of controls names its bands: "VQ3D-PEQ " with types "VQ3D-Traditional", ...
 struct EqualizerSuite {
   const char* stem;
   const char* type_prefix;
+  const char* reader;  // Class::Method, for diagnostic lines
 };
-inline constexpr EqualizerSuite kSkylakeEqualizer = {"VQ3D-PEQ ", "VQ3D-"};
-inline constexpr EqualizerSuite kBroadwellEqualizer = {"ZENSND-PEQ ", "ZENSND-"};
+inline constexpr EqualizerSuite kSkylakeEqualizer = {"VQ3D-PEQ ", "VQ3D-",
+                                                     "KELAPOIntelDSP_SKL::SetVQ3DHPFAEQControls"};
+inline constexpr EqualizerSuite kBroadwellEqualizer = {"ZENSND-PEQ ", "ZENSND-",
+                                                       "KELAPOIntelDSP_BRW::ProcessPEQControls"};
 
 // Bands of a channel ("Left" or "Right") in their order, up to the first one without an Enable
-// control. Throws IntelException if a band lacks its frequency, quality factor or gain.
+// control. A band whose frequency or quality factor is not above 0 passes its input on, so that the
+// channel keeps its other bands. Throws IntelException if a band lacks its frequency, quality
+// factor or gain.
 std::vector<FilterBand> ReadEqualizerBands(const EqualizerSuite& suite, const std::string& channel,
                                            const ControlValueMap& map);
 
 // The words of a cascade of these bands (FilterWords of their number); bands of unknown type are
 // unity sections, no bands are the overall gain alone. Empty if a frequency is refused.
-std::vector<std::int32_t> DesignEqualizer(std::span<const FilterBand> bands,
-                                          std::int32_t sample_rate = kIntelSampleRate);
+std::vector<std::int32_t> DesignEqualizer(std::span<const FilterBand> bands);
 
 }  // namespace orv

@@ -8,7 +8,7 @@
 #include "frame/ref_counted.h"
 #include "intel_dsp/broadwell/processors.h"
 #include "intel_dsp/driver_clients.h"
-#include "intel_dsp/skylake/parameter_blocks.h"
+#include "intel_dsp/skylake/writers.h"
 #include "orv_apo/orv_apo.h"
 
 namespace orv {

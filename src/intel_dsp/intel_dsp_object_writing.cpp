@@ -8,6 +8,7 @@
 #include "frame/public_controls.h"
 #include "intel_dsp/equalizer_bands.h"
 #include "intel_dsp/intel_dsp_object.h"
+#include "intel_dsp/skylake/blocks.h"
 #include "platform/com_memory.h"
 #include "platform/diagnostics.h"
 #include "platform/text.h"
@@ -206,20 +207,22 @@ HRESULT CKELAPOIntelDSP::SetControlParams(const ControlValueMap& map, std::uint8
 
 HRESULT CKELAPOIntelDSP::SetSkylakeParams(const ControlValueMap& map, std::uint8_t apply) {
   const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::SetControlParams");
-  KELAPOIntelDSP_SKL skylake = Skylake();
+  KELAPOIntelDSP_SKL writers = Skylake();
   KELAPOIntelDSP_SKL::ClearCache();
   Diagnose(here, L"Sending VQ3D parameters to DSP \n");
   HRESULT combined = S_OK;
-  for (const SkylakeWriter writer : kSkylakeWriters) combined |= (skylake.*writer)(map, apply);
-  combined |= skylake.SetPPModuleStatus(KELAPOIntelDSP_SKL::CachedProcessEnable() ? 1 : 0, apply);
+  for (const skylake::Block& block : skylake::kBlocks)
+    combined |= writers.WriteControls(block, map, apply);
+  combined |= writers.SetVQ3DHPFAEQControls(map, apply);
+  combined |= writers.SetPPModuleStatus(KELAPOIntelDSP_SKL::CachedProcessEnable() ? 1 : 0, apply);
   if (FAILED(combined)) Diagnose(here, L"Error: failed to set VQ3D parameters\n");
 
   SkylakeImage held{};
-  if (FAILED(skylake.GetVQ3DParameters(held)))
+  if (FAILED(writers.GetVQ3DParameters(held)))
     Diagnose(here, L"Error: failed to get VQ3D parameters\n");
   const HRESULT status = VerifyImages(KELAPOIntelDSP_SKL::CachedImage(), held);
   if (SUCCEEDED(status))
-    ShowtOpStatus(true, "Verify: VQ3D parameters to/From DSP", "SetControlParams");
+    skylake::ReportOperation(true, "Verify: VQ3D parameters to/From DSP", "SetControlParams");
   return status;
 }
 

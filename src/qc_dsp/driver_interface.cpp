@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <new>
 
-#include "records/layout.h"
+#include "records/fields.h"
 
 namespace orv {
 namespace {

@@ -1,5 +1,7 @@
 #include "qc_dsp/qualcomm_records.h"
 
+#include <fmt/format.h>
+
 #include "dsp_math/elementary.h"
 #include "dsp_math/filter_design.h"
 #include "dsp_math/fixed_point.h"
@@ -15,101 +17,95 @@ constexpr std::size_t kSections = kBands;
 static_assert(FilterWords(kSections) == kCascadeWords);
 static_assert(ButterworthSections(kHighestOrder) == kSections);
 
-std::int32_t ValueOf(const QualcommControls& controls, std::wstring_view name) {
-  const auto found = controls.find(name);
+std::int32_t ValueOf(const QualcommControls& controls, std::string_view name) {
+  const auto found = controls.find(std::wstring(name.begin(), name.end()));
   return found != controls.end() ? found->second : 0;
 }
-std::uint32_t UnsignedOf(const QualcommControls& controls, std::wstring_view name) {
-  return static_cast<std::uint32_t>(ValueOf(controls, name));
+float UnsignedOf(const QualcommControls& controls, const std::string& name) {
+  return static_cast<float>(static_cast<std::uint32_t>(ValueOf(controls, name)));
 }
 
 // Linear, in the single precision that the driver's formats are rounded from.
 double Gain(std::int32_t decibels) {
   return decibels == kMute ? 0 : static_cast<float>(DecibelsToGain(decibels));
 }
-double Level(std::uint32_t percent) { return static_cast<float>(percent) / 100.0F; }
 
 std::uint32_t OptionBits(const Record& record, const QualcommControls& controls) {
   std::uint32_t bits = 0;
-  for (const Option& option : record.options)
-    if (option.Holds(UnsignedOf(controls, option.control))) bits |= option.bits;
+  for (const Option& option : record.options) {
+    const auto value = static_cast<std::uint32_t>(ValueOf(controls, option.control));
+    if (value >= option.low && value <= option.high) bits |= option.bits;
+  }
   return bits;
 }
 
-// The numbers of one field. Numbers that a design does not reach stay zero.
-using Numbers = std::array<std::int32_t, kCascadeWords>;
+// The words of one field. Words that a design does not write stay zero.
+using Words = std::array<std::int32_t, kCascadeWords>;
 using Workspace = std::array<std::byte, FilterWorkspace(kSections)>;
 
-Numbers DesignBass(const Record& record, const QualcommControls& controls) {
-  const std::int32_t audio = ValueOf(controls, L"QUMEDIA-DPHD Speaker Audio Custom Size");
-  const bool split = ValueOf(controls, L"QUMEDIA-DPHD Split Analysis Enable") != 0;
+Words DesignBass(const Record& record, const QualcommControls& controls) {
+  const std::int32_t audio = ValueOf(controls, "QUMEDIA-DPHD Speaker Audio Custom Size");
+  const bool split = ValueOf(controls, "QUMEDIA-DPHD Split Analysis Enable") != 0;
   const std::int32_t analysis =
-      split ? ValueOf(controls, L"QUMEDIA-DPHD Speaker Analysis Custom Size") : audio;
+      split ? ValueOf(controls, "QUMEDIA-DPHD Speaker Analysis Custom Size") : audio;
   Diagnose(ORV_HERE(record.writer), record.sizes_line, analysis, audio);
   static_assert(kBassEnhancementWords <= kCascadeWords);
-  Numbers words{};
+  Words words{};
   Workspace workspace;
   DesignBassEnhancementFilters(static_cast<float>(audio), static_cast<float>(analysis), kSampleRate,
                                words.data(), workspace.data());
   return words;
 }
 
-Numbers DesignHighPass(const QualcommControls& controls) {
-  const std::int32_t order = ValueOf(controls, L"QUMEDIA-HPF Order");
+Words DesignHighPass(const QualcommControls& controls) {
+  const std::int32_t order = ValueOf(controls, "QUMEDIA-HPF Order");
   if (order < 1 || order > kHighestOrder) return {};
-  Numbers words{};
+  Words words{};
   Workspace workspace;
-  DesignButterworth32(static_cast<float>(ValueOf(controls, L"QUMEDIA-HPF Frequency")), order,
+  DesignButterworth32(static_cast<float>(ValueOf(controls, "QUMEDIA-HPF Frequency")), order,
                       kSampleRate, kButterworthHighPass, words.data(), workspace.data());
   return words;
 }
 
-Numbers DesignBands(const std::wstring& channel, const QualcommControls& controls) {
+Words DesignBands(const std::string& channel, const QualcommControls& controls) {
   std::array<FilterBand, kBands> bands;
-  std::wstring name = L"QUMEDIA-PEQ " + channel + L" Band 0 ";
-  const std::size_t digit = name.size() - 2;
-  const auto value = [&](const wchar_t* ending) { return ValueOf(controls, name + ending); };
-  for (int k = 0; k < kBands; ++k) {
-    name[digit] = static_cast<wchar_t>(L'0' + k);
-    bands[static_cast<std::size_t>(k)] = {
-        kORVFilter_Traditional, static_cast<float>(static_cast<std::uint32_t>(value(L"Frequency"))),
-        static_cast<float>(static_cast<std::uint32_t>(value(L"Q Factor"))) / 100.0F,
-        static_cast<float>(value(L"Gain")), 0};
+  for (std::size_t i = 0; i < bands.size(); ++i) {
+    const std::string name = fmt::format("QUMEDIA-PEQ {} Band {} ", channel, i);
+    bands[i] = {kORVFilter_Traditional, UnsignedOf(controls, name + "Frequency"),
+                UnsignedOf(controls, name + "Q Factor") / 100.0F,
+                static_cast<float>(ValueOf(controls, name + "Gain")), 0};
   }
-  Numbers words{};
+  Words words{};
   Workspace workspace;
   DesignFilterSet({kBands, bands.data(), kSampleRate}, words.data(), workspace.data());
   return words;
 }
 
-// The numbers of a field, as many as its count.
-Numbers NumbersOf(const Record& record, const Field& field, const QualcommControls& controls) {
-  const std::int32_t value = ValueOf(controls, field.control);
+// The field's number or words, as many as its count.
+Words WordsOf(const Record& record, const Field& field, const QualcommControls& controls) {
+  const auto fixed_point = [&](double real) -> Words {
+    return {static_cast<std::int32_t>(ToFixed(real, field.bits(), field.integer_bits))};
+  };
   switch (field.conversion) {
     case Conversion::Options:
       return {static_cast<std::int32_t>(OptionBits(record, controls))};
-    case Conversion::Number:
-      return {value};
-    case Conversion::GainQ15:
-      return {ToFixed16(Gain(value), 1)};
-    case Conversion::GainQ13:
-      return {ToFixed16(Gain(value), 3)};
-    case Conversion::GainQ23:
-      return {ToFixed32(Gain(value), 9)};
-    case Conversion::LevelQ15:
-      return {ToFixed16(Level(static_cast<std::uint32_t>(value)), 1)};
+    case Conversion::Decibels:
+      return fixed_point(Gain(ValueOf(controls, field.control)));
+    case Conversion::Percent:
+      return fixed_point(UnsignedOf(controls, field.control) / 100.0F);
     case Conversion::BassFilters:
       return DesignBass(record, controls);
     case Conversion::HighPass:
       return DesignHighPass(controls);
     case Conversion::LeftBands:
-      return DesignBands(L"Left", controls);
+      return DesignBands("Left", controls);
     case Conversion::RightBands:
-      return DesignBands(L"Right", controls);
+      return DesignBands("Right", controls);
     case Conversion::Fixed:
-      break;
+      return {static_cast<std::int32_t>(field.low)};
+    default:
+      return {ValueOf(controls, field.control)};
   }
-  return {static_cast<std::int32_t>(field.fixed)};
 }
 
 }  // namespace
@@ -127,7 +123,7 @@ QualcommRecord::QualcommRecord(QualcommParameter parameter, const QualcommContro
     : size_(FindRecord(parameter)->size) {
   const Record& record = *FindRecord(parameter);
   for (const Field& field : record.fields) {
-    const Numbers words = NumbersOf(record, field, controls);
+    const Words words = WordsOf(record, field, controls);
     for (std::size_t i = 0; i < field.count; ++i)
       StoreField(storage_, field.offset + i * FieldWidth(field.type), field.type, words[i]);
   }

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "records/layout.h"
+#include "records/fields.h"
 
 namespace orv {
 

@@ -1,12 +1,12 @@
 #include "records/word_decoder.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
 
-#include "records/number_text.h"
-
-namespace orv {
+namespace orv::records {
 
 DecodedField* WordDecoder::Append(const std::string& name, FieldType type) {
   const std::size_t width = FieldWidth(type);
@@ -19,13 +19,15 @@ DecodedField* WordDecoder::Append(const std::string& name, FieldType type) {
 std::int64_t WordDecoder::Count(const std::string& name, FieldType type) {
   DecodedField* const field = Append(name, type);
   if (field == nullptr) return 0;
-  field->text = std::to_string(field->value);
+  field->text = fmt::to_string(field->value);
   return field->value;
 }
 
-void WordDecoder::Switch(const std::string& name) {
-  if (DecodedField* const field = Append(name, format_.type))
-    field->text = OnOffText(field->value != 0 ? 1 : 0);
+bool WordDecoder::Switch(const std::string& name) {
+  DecodedField* const field = Append(name, format_.type);
+  if (field == nullptr) return false;
+  field->text = field->value != 0 ? "on" : "off";
+  return field->value != 0;
 }
 
 void WordDecoder::Coefficient(const std::string& name, std::int64_t shift) {
@@ -39,8 +41,7 @@ void WordDecoder::Coefficient(const std::string& name, std::int64_t shift) {
 
 void WordDecoder::Cascade(const std::string& prefix, std::size_t sections) {
   for (std::size_t i = 0; i < sections; ++i) {
-    const std::string section =
-        prefix + "section " + std::to_string(format_.first_section + i) + ' ';
+    const std::string section = fmt::format("{}section {} ", prefix, format_.first_section + i);
     const std::int64_t shift = Count(section + "shift");
     for (const char* coefficient : {"b0", "b1", "b2", "a1", "a2"})
       Coefficient(section + coefficient, shift);
@@ -59,4 +60,4 @@ std::vector<DecodedField> WordDecoder::Finish(const std::string& rest, FieldType
   return std::move(fields_);
 }
 
-}  // namespace orv
+}  // namespace orv::records

@@ -1,15 +1,9 @@
 // The words of filter coefficients as text.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <span>
-#include <string>
-#include <vector>
+#include "records/fields.h"
 
-#include "records/layout.h"
-
-namespace orv {
+namespace orv::records {
 
 struct WordFormat {
   FieldType type = FieldType::I32;  // of shifts and coefficients
@@ -19,7 +13,7 @@ struct WordFormat {
 };
 
 // Decodes words one after the other, up to the end of the bytes. A coefficient has as many bits
-// before the point as its shift says.
+// before the point as its shift.
 class WordDecoder {
  public:
   explicit WordDecoder(std::span<const std::byte> bytes, const WordFormat& format = {})
@@ -30,7 +24,8 @@ class WordDecoder {
   // A whole number; 0 after the end.
   std::int64_t Count(const std::string& name) { return Count(name, format_.type); }
   std::int64_t Count(const std::string& name, FieldType type);
-  void Switch(const std::string& name);
+  // Whether the word is not zero.
+  bool Switch(const std::string& name);
   void Coefficient(const std::string& name, std::int64_t shift);
   // Sections of a shift and five coefficients, then the shift and the gain of all.
   void Cascade(const std::string& prefix, std::size_t sections);
@@ -50,4 +45,4 @@ class WordDecoder {
   std::vector<DecodedField> fields_;
 };
 
-}  // namespace orv
+}  // namespace orv::records

@@ -3,7 +3,7 @@
 
 #include "intel_dsp/broadwell/coefficients.h"
 #include "intel_object.h"
-#include "records/layout.h"
+#include "records/fields.h"
 #include "support/diagnostic_log.h"
 #include "support/every_failure.h"
 

@@ -11,9 +11,9 @@ using testing::ElementsAre;
 
 class SkylakeBlocks : public SkylakeModuleTest {
  protected:
-  HRESULT WriteVQ3D() { return dsp_.SetVQ3DControls(mode_, 1); }
-  HRESULT WriteCommon() { return dsp_.SetVQ3DCommonControls(mode_, 1); }
-  HRESULT WritePX3D() { return dsp_.SetVQ3DPX3DControls(mode_, 1); }
+  HRESULT Write(std::uint32_t parameter) {
+    return dsp_.WriteControls(skylake::BlockOf(parameter), mode_, 1);
+  }
 };
 
 TEST_F(SkylakeBlocks, FailedReadLeavesZerosAndTheLastReadDecides) {
@@ -31,7 +31,7 @@ TEST_F(SkylakeBlocks, StatusesOfTheDriverArePassedOn) {
   const auto statuses = [&](HRESULT status) {
     machine_.skylake().misbehaviour = {Misbehave(Kind::Status, "", status)};
     SkylakeImage image;
-    return std::vector{dsp_.SetVQ3DGEQControls(mode_, 1), dsp_.GetVQ3DParameters(image),
+    return std::vector{Write(skylake::kGEQ), dsp_.GetVQ3DParameters(image),
                        dsp_.SetPPModuleStatus(1, 0)};
   };
   EXPECT_THAT(statuses(kRefusal), Each(kRefusal));
@@ -40,7 +40,7 @@ TEST_F(SkylakeBlocks, StatusesOfTheDriverArePassedOn) {
   for (const std::uint32_t number : {0x01U, 0x11U}) {  // the block, and the rate after it
     AllDoWell();
     Refuse(Direction::Set, number);
-    EXPECT_EQ(WriteVQ3D(), kRefusal) << number;
+    EXPECT_EQ(Write(skylake::kVQ3D), kRefusal) << number;
     EXPECT_EQ(Sent().size(), 1U) << number;
   }
 }
@@ -48,7 +48,7 @@ TEST_F(SkylakeBlocks, StatusesOfTheDriverArePassedOn) {
 TEST_F(SkylakeBlocks, BlockOutOfRangeIsRememberedAndNotSent) {
   Set("DPHD Compressor Level", -1);
   Set("DPHD Speaker Audio Size", 185);
-  EXPECT_EQ(WriteCommon(), E_FAIL);
+  EXPECT_EQ(Write(skylake::kCommon), E_FAIL);
   EXPECT_THAT(Sent(), ElementsAre());
   EXPECT_NE(KELAPOIntelDSP_SKL::CachedImage(), SkylakeImage{});
 }
@@ -56,22 +56,22 @@ TEST_F(SkylakeBlocks, BlockOutOfRangeIsRememberedAndNotSent) {
 TEST_F(SkylakeBlocks, CoefficientsThatDoNotArriveKeepTheirBlockBack) {
   Set("DPHD Speaker Audio Size", 185);
   Set("Space HPF Cutoff Freq", 77);
-  EXPECT_EQ(WriteCommon(), S_OK);
-  EXPECT_EQ(WritePX3D(), S_OK);
+  EXPECT_EQ(Write(skylake::kCommon), S_OK);
+  EXPECT_EQ(Write(skylake::kPX3D), S_OK);
   EXPECT_THAT(Sent(), ElementsAre(0x0F, 4, 0x10, 5));
   for (const std::uint32_t number : {0x0FU, 0x10U}) Refuse(Direction::Set, number);
-  EXPECT_EQ(WriteCommon(), kRefusal);
-  EXPECT_EQ(WritePX3D(), kRefusal);
+  EXPECT_EQ(Write(skylake::kCommon), kRefusal);
+  EXPECT_EQ(Write(skylake::kPX3D), kRefusal);
   AllDoWell();
   for (const int hertz : {0, -5, 24000, 14100}) {  // 14100: the all-pass would leave the range
     Set("DPHD Speaker Audio Custom Size", hertz);
-    EXPECT_EQ(WriteCommon(), E_FAIL) << hertz;
+    EXPECT_EQ(Write(skylake::kCommon), E_FAIL) << hertz;
     Set("Space HPF Custom Freq", hertz == 14100 ? -1 : hertz);
-    EXPECT_EQ(WritePX3D(), E_FAIL) << hertz;
+    EXPECT_EQ(Write(skylake::kPX3D), E_FAIL) << hertz;
   }
   Erase("Space HPF Cutoff Freq");
   Erase("Space HPF Custom Freq");
-  EXPECT_EQ(WritePX3D(), E_FAIL);
+  EXPECT_EQ(Write(skylake::kPX3D), E_FAIL);
   EXPECT_THAT(Sent(), ElementsAre());
 }
 

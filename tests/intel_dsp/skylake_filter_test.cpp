@@ -6,13 +6,14 @@
 #include <limits>
 
 #include "dsp_math/cascade_response.h"
-#include "intel_dsp/skylake/filter_presets.h"
+#include "intel_dsp/equalizer_bands.h"
 #include "skylake_module.h"
 #include "support/failing_allocator.h"
 
 namespace orv {
 namespace {
 
+using namespace skylake;
 using testing::ElementsAre;
 
 constexpr std::uint32_t kLeft = 0x0D;
@@ -64,9 +65,7 @@ TEST_F(SkylakeFilters, BandThatIsNotAFilterPassesItsInputOn) {
     Band("Left", 1, frequency, q, 30, 2);
     EXPECT_EQ(Write(), S_OK) << frequency << ' ' << q;
     EXPECT_EQ(Last(kLeft), unity) << frequency << ' ' << q;
-    EXPECT_EQ(log.Count(L"VQ3D-PEQ Left Band 1 passes its input on: frequency or quality factor "
-                        L"not above zero\n"),
-              1U);
+    EXPECT_EQ(log.Count(L"VQ3D-PEQ Left Band 1 passes its input on: "), 1U);
   }
   Sent();
   Band("Left", 1, 24000, 100, 30, 2);
@@ -97,26 +96,24 @@ double FirDecibels(const std::vector<std::int32_t>& words, double frequency, dou
   return 20 * std::log10(std::abs(sum) * std::ldexp(words[taps + 2], words[taps + 1] - 32));
 }
 
-TEST(FilterPresets, SoundTheSameAtEveryRate) {
-  const std::pair<int, double> rates[] = {{32, 32000}, {44, 44100}, {48, 48000}, {96, 48000}};
-  for (const auto& [code, rate] : rates) {
-    for (const auto& [type, corner] : {std::pair{5U, 80.0}, {6U, 160.0}}) {
-      const FilterCoefficients filter = MakeFilterPreset(type, code);
-      const Cascade high_pass = Cascade::FromWords(filter.high_pass_words.data(), 3);
-      EXPECT_TRUE(high_pass.Stable());
-      EXPECT_NEAR(high_pass.Decibels(corner, rate), -3.01, 0.05);
-      EXPECT_NEAR(high_pass.Decibels(corner / 2, rate), -36.1, 0.3);
-    }
-    for (const std::uint32_t type : {1U, 2U, 3U, 4U}) {
-      const FilterCoefficients filter = MakeFilterPreset(type, code);
-      const auto sections = static_cast<std::size_t>(filter.iir_order / 2);
-      const Cascade equalizer = Cascade::FromWords(filter.iir_words.data(), sections);
-      EXPECT_TRUE(equalizer.Stable());
-      EXPECT_NEAR(equalizer.Decibels(20, rate), 3, 0.3) << type;
-      if (filter.fir_length <= 0) continue;
-      EXPECT_NEAR(FirDecibels(filter.fir_words, 1000, rate), 0, 0.05) << type;
-      EXPECT_LT(FirDecibels(filter.fir_words, 15900, rate), type == 4 ? -60 : -3) << type;
-    }
+TEST(FilterPresets, HaveTheirCornersAndShelves) {
+  constexpr double kRate = kIntelSampleRate;
+  for (const auto& [type, corner] : {std::pair{5U, 80.0}, {6U, 160.0}}) {
+    const FilterCoefficients filter = MakeFilterPreset(type);
+    const Cascade high_pass = Cascade::FromWords(filter.high_pass_words.data(), 3);
+    EXPECT_TRUE(high_pass.Stable());
+    EXPECT_NEAR(high_pass.Decibels(corner, kRate), -3.01, 0.05);
+    EXPECT_NEAR(high_pass.Decibels(corner / 2, kRate), -36.1, 0.3);
+  }
+  for (const std::uint32_t type : {1U, 2U, 3U, 4U}) {
+    const FilterCoefficients filter = MakeFilterPreset(type);
+    const auto sections = static_cast<std::size_t>(filter.iir_order / 2);
+    const Cascade equalizer = Cascade::FromWords(filter.iir_words.data(), sections);
+    EXPECT_TRUE(equalizer.Stable());
+    EXPECT_NEAR(equalizer.Decibels(20, kRate), 3, 0.3) << type;
+    if (filter.fir_length <= 0) continue;
+    EXPECT_NEAR(FirDecibels(filter.fir_words, 1000, kRate), 0, 0.05) << type;
+    EXPECT_LT(FirDecibels(filter.fir_words, 15900, kRate), type == 4 ? -60 : -3) << type;
   }
 }
 

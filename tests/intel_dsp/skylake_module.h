@@ -5,7 +5,7 @@
 
 #include "control_map.h"
 #include "intel_dsp/skylake/driver_client.h"
-#include "intel_dsp/skylake/parameter_blocks.h"
+#include "intel_dsp/skylake/writers.h"
 #include "intel_machine.h"
 #include "support/diagnostic_log.h"
 

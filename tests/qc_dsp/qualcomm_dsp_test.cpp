@@ -6,7 +6,7 @@
 #include <map>
 
 #include "../intel_dsp/fake_mode.h"
-#include "records/layout.h"
+#include "records/fields.h"
 #include "simulated/simulated_machine.h"
 #include "support/diagnostic_log.h"
 #include "support/every_failure.h"

@@ -6,8 +6,7 @@
 
 #include "intel_dsp/broadwell/coefficients.h"
 #include "intel_dsp/broadwell/parameter_blocks.h"
-#include "intel_dsp/skylake/filter_presets.h"
-#include "intel_dsp/skylake/parameter_blocks.h"
+#include "intel_dsp/skylake/writers.h"
 #include "qc_dsp/qualcomm_records.h"
 #include "support/reference_data.h"
 
@@ -60,28 +59,27 @@ odd VQ3D-DPHD Split Analysis Enable=3; mute=-inf dB; negative=linear -1; sample 
 }
 
 TEST(Decoder, SkylakeCoefficientsAreDecodedWordByWord) {
-  FilterCoefficients filter = MakeFilterPreset(4, 48);  // 257 taps
+  using namespace skylake;
+  FilterCoefficients filter = MakeFilterPreset(4);  // 257 taps
   filter.high_pass = true;
   filter.high_pass_order = 4;
-  filter.high_pass_words = DesignHighPass(60, 4, 48000);
+  filter.high_pass_words = DesignHighPass(60, 4);
   for (const std::uint32_t number : {0x0DU, 0x0EU}) {
-    const FilterBlock block =
-        number == 0x0D ? MakeLeftFilterBlock(filter) : MakeRightFilterBlock(filter);
-    const std::span bytes(block.bytes.get(), block.size);
+    Bytes block = number == 0x0D ? MakeLeftFilterBlock(filter) : MakeRightFilterBlock(filter);
+    const std::span bytes(block);
     EXPECT_EQ(SkylakeBlockName(0x10014400 + number), "KEL_PARAM_VQSND3D_FILTER_CONTROLS_STU");
     const auto fields = DecodeSkylakeBlock(0x10014400 + number, bytes);
-    ASSERT_EQ(fields.size(), block.size / 4);
+    ASSERT_EQ(fields.size(), block.size() / 4);
     for (const DecodedField& field : fields)
       EXPECT_EQ(ReadField(bytes, field.offset, FieldType::I32), field.value) << field.control;
-    for (std::size_t size = 0; size < block.size; ++size)
+    for (std::size_t size = 0; size < block.size(); ++size)
       EXPECT_TRUE(Skylake(number, bytes.first(size)).empty()) << size;
     EXPECT_EQ(Skylake(number, bytes).count("FIR tap 256"), 1U);
     bytes[number == 0x0D ? 23 : 11] = std::byte{0x7F};  // the length of the FIR set
     EXPECT_TRUE(Skylake(number, bytes).empty());
   }
   filter.fir_length = -1;
-  const FilterBlock left = MakeLeftFilterBlock(filter);
-  ExpectTexts(Skylake(0x0D, {left.bytes.get(), left.size}),
+  ExpectTexts(Skylake(0x0D, MakeLeftFilterBlock(filter)),
               "high-pass order=4; FIR length=-1; high-pass section 2 shift=2; reserved=0;");
   ExpectTexts(
       Skylake(0x10, BytesOfHex("02000000ffffff3f000000000000000000000000000000000300000000000040")),

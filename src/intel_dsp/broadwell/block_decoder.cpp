@@ -1,11 +1,13 @@
 // The Broadwell module's parameters as text.
 #include "intel_dsp/broadwell/parameter_blocks.h"
+#include "intel_dsp/fields.h"
 #include "records/word_decoder.h"
 
 namespace orv {
 namespace {
 
 using broadwell::Block;
+using records::WordDecoder;
 using Fields = std::vector<DecodedField>;
 
 constexpr char kReserved[] = "reserved";

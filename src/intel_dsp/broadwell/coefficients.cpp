@@ -4,7 +4,7 @@
 
 #include "intel_dsp/broadwell/driver_records.h"
 #include "intel_dsp/equalizer_bands.h"
-#include "records/layout.h"
+#include "records/fields.h"
 
 namespace orv::broadwell {
 namespace {

@@ -5,8 +5,8 @@
 #include <span>
 #include <string>
 
-#include "intel_dsp/broadwell/broadwell_driver.h"
 #include "intel_dsp/broadwell/driver_records.h"
+#include "intel_dsp/drivers.h"
 #include "platform/machine.h"
 
 namespace orv {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "intel_dsp/fields.h"
+#include "records/fields.h"
 
 namespace orv {
 
@@ -38,9 +38,8 @@ enum Parameter : std::uint32_t {
   kSpaceCoefficients = 101,
 };
 
-using intel::Conversion;
-using intel::Field;
-using intel::kLargest32;
+using records::Conversion;
+using records::Field;
 
 struct Block {
   std::uint32_t parameter;
@@ -49,7 +48,7 @@ struct Block {
   std::span<const Field> fields;
 };
 
-namespace rows = intel::rows;
+namespace rows = records::rows;
 
 inline constexpr Field kProcessEnableFields[] = {rows::Switch(0, "ZENSND-Process Enable")};
 inline constexpr Field kInputGainFields[] = {rows::Gain(0, "ZENSND-AMHD Input Gain")};
@@ -107,7 +106,7 @@ inline constexpr Field kAmhdFields[] = {
 
 inline constexpr Field kHardLimiterFields[] = {
     rows::Switch(0, "ZENSND-Hard Limiter Enable"),
-    rows::Number(4, FieldType::U32, "ZENSND-Hard Limiter Delay Len", 0, kLargest32),
+    rows::Number(4, FieldType::U32, "ZENSND-Hard Limiter Delay Len", 0, records::kLargest32),
     rows::Gain(8, "ZENSND-Hard Limiter Boost Gain", 6, FieldType::I32),
     rows::Gain(12, "ZENSND-Hard Limiter Output Gain", 3),
     rows::Reserved(14),

@@ -4,6 +4,7 @@
 
 #include "intel_dsp/conversion/enumeration_tables.h"
 #include "intel_dsp/equalizer_bands.h"
+#include "intel_dsp/fields.h"
 #include "platform/device_io.h"
 #include "platform/diagnostics.h"
 
@@ -14,41 +15,22 @@ using broadwell::Block;
 using broadwell::BlockOf;
 using broadwell::Bytes;
 using broadwell::Field;
-using Utils = KELAPOIntelDSP_Utils;
+using intel::FillField;
+using intel::IntegerOf;
 
 void FillAll(const Block& block, const ControlValueMap& map, std::span<std::byte> bytes) {
   for (const Field& field : block.fields) FillField(field, map, bytes);
-}
-
-std::int32_t Integer(const std::string& name, const ControlValueMap& map) {
-  std::int32_t value = 0;
-  Utils::SetIntegerValue(name, map, value);
-  return value;
 }
 
 // The control's integer, or that of the control that replaces it.
 std::int32_t IntegerOr(const char* name, const char* other, const wchar_t* trying,
                        const ControlValueMap& map) {
   try {
-    return Integer(name, map);
+    return IntegerOf(name, map);
   } catch (const IntelException& error) {
     Diagnose(ORV_HERE("KELAPOIntelDSP_BRW::ProcessHPFControls"), trying, error.what());
-    return Integer(other, map);
+    return IntegerOf(other, map);
   }
-}
-
-// The bands of a channel. One that cannot be a filter passes its input on, like one of unknown
-// type, so that it does not cost the channel its other bands.
-std::vector<FilterBand> UsableBands(const char* channel, const ControlValueMap& map) {
-  std::vector<FilterBand> bands = ReadEqualizerBands(kBroadwellEqualizer, channel, map);
-  for (std::size_t i = 0; i < bands.size(); ++i) {
-    if (bands[i].type == kUnknownBandType || IsFilter(bands[i])) continue;
-    Diagnose(ORV_HERE("KELAPOIntelDSP_BRW::ProcessPEQControls"),
-             L"%s Band %d passes its input on: frequency %f and Q %f must be above 0\n",
-             std::string(channel), i, bands[i].frequency, bands[i].q);
-    bands[i].type = kUnknownBandType;
-  }
-  return bands;
 }
 
 }  // namespace
@@ -94,8 +76,8 @@ void KELAPOIntelDSP_BRW::ProcessHLControls(const ControlValueMap& map, std::uint
   Diagnose(here, L"Setting Hard Limiter controls (Enable and Output Gain) from VM");
   const Block& block = BlockOf(broadwell::kHardLimiter);
   Bytes bytes(block.size);
-  const auto missing =
-      std::ranges::find_if_not(block.fields, [&](const Field& f) { return HasControl(f, map); });
+  const auto missing = std::ranges::find_if_not(
+      block.fields, [&](const Field& f) { return intel::HasControl(f, map); });
   if (missing == block.fields.end()) {
     FillAll(block, map, bytes);
   } else {
@@ -144,7 +126,7 @@ void KELAPOIntelDSP_BRW::ProcessChannel(const ControlValueMap& map, std::uint8_t
     const auto configuration = map.find("ZENSND-Filter Cfg");
     bytes = configuration != map.end()
                 ? broadwell::EqualizerPreset(configuration->second.ToString())
-                : broadwell::EqualizerBlock(UsableBands(name, map));
+                : broadwell::EqualizerBlock(ReadEqualizerBands(kBroadwellEqualizer, name, map));
   } catch (const IntelException& exception) {
     Diagnose(here, L"Error: %s\n", exception.what());
   }
@@ -183,9 +165,7 @@ void KELAPOIntelDSP_BRW::ProcessAMHDControls(const ControlValueMap& map, std::ui
     for (const Field& field : block.fields)
       if (field.offset >= first && field.offset <= last) FillField(field, map, bytes);
   };
-  const auto is_custom = [&](const Field& field) {
-    return ReadField(bytes, field.offset, field.type) == kCustomSizeCode;
-  };
+  const auto is_custom = [&](const Field& field) { return field.Read(bytes) == kCustomSizeCode; };
   constexpr const Field& kCutoff = RowOf(broadwell::kAmhdFields, "ZENSND-Space HPF Custom Freq");
   constexpr const Field& kAudio = RowOf(broadwell::kAmhdFields, "ZENSND-DPHD Speaker Audio Size");
   constexpr const Field& kAnalysis =
@@ -211,7 +191,7 @@ void KELAPOIntelDSP_BRW::SendBassCoefficients(const ControlValueMap& map, std::u
   if (map.contains("ZENSND-DPHD_Speaker Custom Table"))
     return SendAmhd(broadwell::kBassCoefficients, broadwell::BassPreset(), apply);
   const auto size = [&map](const std::string& custom, const std::string& plain) {
-    return Integer(map.contains(custom) ? custom : plain, map);
+    return IntegerOf(map.contains(custom) ? custom : plain, map);
   };
   const std::int32_t audio =
       size("ZENSND-DPHD Speaker Audio Custom Size", "ZENSND-DPHD Speaker Audio Size");
@@ -223,7 +203,7 @@ void KELAPOIntelDSP_BRW::SendBassCoefficients(const ControlValueMap& map, std::u
 void KELAPOIntelDSP_BRW::SendSpaceCoefficients(const ControlValueMap& map, std::uint8_t apply) {
   if (map.contains("ZENSND-Space HPF Custom Freq Table"))
     return SendAmhd(broadwell::kSpaceCoefficients, broadwell::SpacePreset(), apply);
-  const std::int32_t frequency = Integer("ZENSND-Space HPF Custom Freq", map);
+  const std::int32_t frequency = IntegerOf("ZENSND-Space HPF Custom Freq", map);
   SendAmhd(broadwell::kSpaceCoefficients, broadwell::SpaceBlock(frequency), apply);
 }
 

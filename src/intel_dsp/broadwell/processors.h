@@ -5,10 +5,10 @@
 #include <span>
 #include <string>
 
-#include "intel_dsp/broadwell/broadwell_driver.h"
 #include "intel_dsp/broadwell/coefficients.h"
 #include "intel_dsp/broadwell/parameter_blocks.h"
 #include "intel_dsp/conversion/converters.h"
+#include "intel_dsp/drivers.h"
 
 namespace orv {
 

@@ -1,5 +1,6 @@
 // Single controls read from and written to the Broadwell module.
 #include "intel_dsp/broadwell/processors.h"
+#include "intel_dsp/fields.h"
 #include "platform/diagnostics.h"
 #include "platform/text.h"
 
@@ -114,12 +115,12 @@ void KELAPOIntelDSP_BRW::ChangeField(const FieldPlace& place, std::int32_t value
   if (!IsSingle(place) && !ReceiveForChange(place.block->parameter, bytes, apply)) return;
   if (is_level) {
     Diagnose(here, L"Read status successfully, cur value = %d.\n",
-             static_cast<int>(ReadField(bytes, field.offset, field.type)));
+             static_cast<int>(field.Read(bytes)));
   }
   const bool is_switch = Is(place, Conversion::Bool);
   const ControlValueMap map = {
       {field.control, ORVQVTValue(field.control, is_switch ? std::int32_t{value != 0} : value)}};
-  FillField(field, map, bytes);
+  intel::FillField(field, map, bytes);
   if (Is(place, Conversion::SpaceCutoff)) {
     const Bytes coefficients = broadwell::SpaceBlock(value);
     if (coefficients.empty()) throw IntelException(field.control, "frequency out of range");

@@ -1,12 +1,8 @@
-// One control of an operating mode as one field of an Intel DSP's parameter block.
-//
-// A converter that throws leaves its field untouched. A text that is not in the table gives the
-// fallback, if one is named.
+// One control of an operating mode as one number of an Intel DSP's parameter block.
 #pragma once
 
 #include <cstdint>
 #include <exception>
-#include <map>
 #include <string>
 
 #include "values/value_list.h"
@@ -15,6 +11,8 @@ namespace orv {
 
 // Controls of a mode by name, exact and in byte order.
 using ControlValueMap = ORVQVTValueList::Map;
+
+inline constexpr float kTenthsOfDecibel = 10.0F;
 
 class KELAPOIntelDSP_Utils {
  public:
@@ -31,55 +29,45 @@ class KELAPOIntelDSP_Utils {
     std::string text_;
   };
 
-  // Decibels in steps of 1/scale dB, as a linear value with `integer_bits` bits before the point
-  // (sign included). A control "NAME Float" takes precedence and is linear itself.
-  static void SetDbValue(const std::string& name, const ControlValueMap& map, std::int16_t& field,
-                         float scale, int integer_bits);
-  static void SetDbValue(const std::string& name, const ControlValueMap& map, std::int32_t& field,
-                         float scale, int integer_bits);
-  // Negative: decibels in steps of 1/scale dB; otherwise percent.
-  static void SetEVolHDLevelIntensity(const std::string& name, const ControlValueMap& map,
-                                      std::int32_t& field, float scale, int integer_bits);
-  // Linear times 2^29, truncated.
-  static void SetVocaliftProcessGain(const std::string& name, const ControlValueMap& map,
-                                     std::uint32_t& field, float scale);
-  static void SetPercentValue(const std::string& name, const ControlValueMap& map,
-                              std::int16_t& field, int integer_bits);
-  static void SetFloatValue(const std::string& name, const ControlValueMap& map, float& field,
-                            float divisor);
-  // Returns false and leaves the field untouched if there is no such control.
-  static bool SetGainValue_Float(const std::string& name, const ControlValueMap& map,
-                                 std::int16_t& field, float multiplier);
-  static void SetIntegerValue(const std::string& name, const ControlValueMap& map,
-                              std::int32_t& field);
-  static void SetBoolField(const std::string& name, const ControlValueMap& map,
-                           std::uint32_t& field);
-  static void SetORV3DMode(const std::string& name, const ControlValueMap& map,
-                           std::uint32_t& field);
-  static void SetDPHDMode(const std::string& name, const ControlValueMap& map,
-                          std::uint32_t& field);
-  static void SetMXHPDecoderMode(const std::string& name, const ControlValueMap& map,
-                                 std::uint32_t& field);
-  static void SetAMHDSpaceHPF(const std::string& name, const ControlValueMap& map,
-                              std::uint32_t& field);
-  static void SetDPSizeStr(const std::string& name, const ControlValueMap& map,
-                           std::uint32_t& field);
-  static void SetDPSizeHz(const std::string& name, const ControlValueMap& map,
-                          std::uint32_t& field);
-  static void SetMainTechStr_VQ3D(const std::string& name, const ControlValueMap& map,
-                                  std::uint32_t& field);
-  static void SetFilterTypeStr_VQ3D(const std::string& name, const ControlValueMap& map,
-                                    std::uint32_t& field);
-  static void SetAMHDInputModeStr(const std::string& name, const ControlValueMap& map,
-                                  std::uint32_t& field);
-  // `text` is the channel configuration itself, not a control's name.
-  static void SetAMHDInputMode(const std::string& text, const ControlValueMap& map,
-                               std::uint32_t& field);
+  // A control by its name, which the map may lack.
+  struct Control {
+    std::string name;
+    const ControlValueMap& map;
 
-  using EnumTable = std::map<std::string, std::uint32_t>;
-  static std::string GetControlText(const std::string& name, const ControlValueMap& map);
-  static void LookupEnumValue(const std::string& name, const ControlValueMap& map,
-                              const EnumTable& table, std::uint32_t& field);
+    const ORVQVTValue* Find() const;  // null if the map lacks it
+    // Throw IntelException, with this message, if the map lacks it.
+    const ORVQVTValue& Require(const char* message) const;
+    std::string Text(const char* message = "Can't find control in value map.") const;
+  };
+  using Number = std::int64_t;
+
+  // Converters. One that throws IntelException leaves the number untouched.
+
+  // Decibels in steps of 1/scale dB, as a linear value in a word of so many bits, `integer_bits` of
+  // them before the point (sign included). A control "NAME Float" takes precedence and is linear
+  // itself.
+  static void SetDbValue(const Control& control, Number& field, int bits, int integer_bits,
+                         float scale = kTenthsOfDecibel);
+  // Negative: decibels in steps of 1/scale dB; otherwise percent.
+  static void SetEVolHDLevelIntensity(const Control& control, Number& field, int integer_bits);
+  // Linear times 2^29, truncated.
+  static void SetVocaliftProcessGain(const Control& control, Number& field);
+  static void SetPercentValue(const Control& control, Number& field, int integer_bits);
+  // Returns false and leaves the number untouched if there is no such control.
+  static bool SetGainValue_Float(const Control& control, Number& field, float multiplier);
+  static void SetIntegerValue(const Control& control, Number& field);
+  static void SetBoolField(const Control& control, Number& field);
+  // Codes of the enumeration tables. A text that is not in its table is taken as a number, or
+  // leaves the number untouched, or means the custom code.
+  static void SetORV3DMode(const Control& control, Number& field);
+  static void SetDPHDMode(const Control& control, Number& field);
+  static void SetMXHPDecoderMode(const Control& control, Number& field);
+  static void SetAMHDSpaceHPF(const Control& control, Number& field);
+  static void SetDPSizeStr(const Control& control, Number& field);
+  static void SetMainTechStr_VQ3D(const Control& control, Number& field);
+  static void SetFilterTypeStr_VQ3D(const Control& control, Number& field);
+  // A short text is the index of the channel configuration.
+  static void SetAMHDInputModeStr(const Control& control, Number& field);
 };
 
 using IntelException = KELAPOIntelDSP_Utils::IntelException;

@@ -3,8 +3,8 @@
 
 #include <array>
 #include <cstdint>
-
-#include "intel_dsp/conversion/converters.h"
+#include <map>
+#include <string>
 
 namespace orv {
 
@@ -18,7 +18,7 @@ inline constexpr std::array<int, 9> kSpaceCutoffs = {80, 120, 200, 240, 300, 400
 inline constexpr std::array<std::uint32_t, 21> kChannelMasks = {
     1, 3, 7, 11, 15, 51, 55, 59, 63, 67, 71, 75, 79, 115, 119, 123, 127, 259, 515, 1087, 2111};
 
-using EnumTable = KELAPOIntelDSP_Utils::EnumTable;
+using EnumTable = std::map<std::string, std::uint32_t>;
 
 const EnumTable& ChannelConfigTable();
 const EnumTable& ORV3DModeTable();

@@ -1,12 +1,15 @@
 // Blocks as text.
-#include "intel_dsp/skylake/block_tables.h"
-#include "intel_dsp/skylake/parameter_blocks.h"
+#include <fmt/format.h>
+
+#include "intel_dsp/fields.h"
+#include "intel_dsp/skylake/writers.h"
 #include "records/word_decoder.h"
 
 namespace orv {
 namespace {
 
 using namespace skylake;
+using records::WordDecoder;
 
 constexpr const char* kFilterName = "KEL_PARAM_VQSND3D_FILTER_CONTROLS_STU";
 constexpr const char* kReserved = "reserved";
@@ -37,28 +40,25 @@ struct FilterHeader {
 
 void DecodeFir(WordDecoder& decoder, std::int64_t taps) {
   const std::int64_t shift = decoder.Count("FIR shift");
-  for (std::int64_t i = 0; i < taps; ++i)
-    decoder.Coefficient("FIR tap " + std::to_string(i), shift);
+  for (std::int64_t i = 0; i < taps; ++i) decoder.Coefficient(fmt::format("FIR tap {}", i), shift);
   decoder.Coefficient("FIR gain", decoder.Count("FIR gain shift"));
 }
 
 std::vector<DecodedField> DecodeFilter(std::span<const std::byte> bytes, bool left) {
-  const std::size_t header_size = left ? kLeftFilterHeader : kRightFilterHeader;
-  const std::size_t trailer = left ? kLeftFilterTrailer : kRightFilterTrailer;
-  if (bytes.size() < header_size + trailer) return {};
+  const FilterLayout& layout = left ? kLeftFilterLayout : kRightFilterLayout;
+  const std::size_t frame = layout.header + layout.trailer;
+  if (bytes.size() < frame) return {};
   WordDecoder decoder(bytes);
   FilterHeader header;
   if (left) {
-    header.high_pass = ReadField(bytes, 0, FieldType::U32) != 0;
-    decoder.Switch("high-pass present");
+    header.high_pass = decoder.Switch("high-pass present");
     header.high_pass_order = decoder.Count("high-pass order");
     decoder.Count("constant");
   }
-  header.equalizer = ReadField(bytes, header_size - 3 * kWordSize, FieldType::U32) != 0;
-  decoder.Switch("equalizer present");
+  header.equalizer = decoder.Switch("equalizer present");
   header.iir_order = decoder.Count("IIR order");
   header.fir_length = decoder.Count("FIR length");
-  if (!header.Fits(bytes.size(), header_size + trailer)) return {};
+  if (!header.Fits(bytes.size(), frame)) return {};
 
   if (header.high_pass)
     decoder.Cascade("high-pass ", static_cast<std::size_t>(header.high_pass_order + 1) / 2);

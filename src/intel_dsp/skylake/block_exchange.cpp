@@ -1,7 +1,9 @@
+// Control blocks between the cache, the driver and images.
 #include <algorithm>
 #include <numeric>
 
 #include "intel_dsp/skylake/blocks.h"
+#include "intel_dsp/skylake/writers.h"
 #include "platform/diagnostics.h"
 
 namespace orv::skylake {
@@ -13,45 +15,40 @@ using Blocks = std::array<BlockBytes, kBlocks.size()>;
 // What each writer built last. Writers are used one at a time.
 Blocks cache{};
 
-// `size` bytes of a block from `offset` on.
-struct ImageSegment {
-  std::uint32_t parameter;
-  std::size_t offset;
-  std::size_t size;
-};
-constexpr ImageSegment WholeBlock(std::uint32_t parameter) {
-  return {parameter, 0, BlockOf(parameter).size};
-}
-
-// An image in its order. The first block's last field, the high-pass switch, comes further down.
-constexpr std::array kImageSegments = {
-    ImageSegment{kVQ3D, 0, kHighPassSwitch.offset},
-    WholeBlock(kEVolHD),
-    WholeBlock(kVocalift),
-    WholeBlock(kPX3D),
-    WholeBlock(kMXHP),
-    WholeBlock(kCommon),
-    WholeBlock(kGEQ),
-    ImageSegment{kVQ3D, kHighPassSwitch.offset, FieldWidth(kHighPassSwitch.type)},
-    WholeBlock(kAEQ),
-    WholeBlock(kMasterVolume),
-    WholeBlock(kHardLimiter),
-    WholeBlock(kTone),
-    WholeBlock(kAdvancedGains),
-};
-static_assert(std::accumulate(kImageSegments.begin(), kImageSegments.end(), std::size_t{0},
-                              [](std::size_t size, const ImageSegment& segment) {
-                                return size + segment.size;
+// The order of the blocks in an image. The last field of the first one, the high-pass switch, comes
+// after the graphic equaliser.
+constexpr std::uint32_t kImageOrder[] = {kVQ3D,         kEVolHD,      kVocalift, kPX3D,
+                                         kMXHP,         kCommon,      kGEQ,      kAEQ,
+                                         kMasterVolume, kHardLimiter, kTone,     kAdvancedGains};
+static_assert(std::accumulate(kBlocks.begin(), kBlocks.end(), std::size_t{0},
+                              [](std::size_t size, const Block& block) {
+                                return size + block.size;
                               }) == kSkylakeImageSize);
 
 SkylakeImage ImageOf(const Blocks& blocks) {
   SkylakeImage image{};
   auto next = image.begin();
-  for (const ImageSegment& segment : kImageSegments) {
-    const std::span block(blocks[BlockIndex(segment.parameter)]);
-    next = std::ranges::copy(block.subspan(segment.offset, segment.size), next).out;
+  const auto append = [&](std::uint32_t parameter, std::size_t begin, std::size_t end) {
+    const std::span block(blocks[BlockIndex(parameter)]);
+    next = std::ranges::copy(block.subspan(begin, end - begin), next).out;
+  };
+  for (const std::uint32_t parameter : kImageOrder) {
+    append(parameter, 0, parameter == kVQ3D ? kHighPassSwitch.offset : BlockOf(parameter).size);
+    if (parameter == kGEQ) append(kVQ3D, kHighPassSwitch.offset, BlockOf(kVQ3D).size);
   }
   return image;
+}
+
+bool ProcessEnableOf(const BlockBytes& bytes) { return kProcessEnable.Read(bytes) != 0; }
+
+// Reports the first field whose number is outside its range.
+void RequireInRange(const Block& block, const BlockBytes& bytes) {
+  const Field* const field = records::FindOutOfRange(block.fields, bytes);
+  if (field == nullptr) return;
+  Diagnose(ORV_HERE(block.writer), L"%s: %lld is not within %lld...%lld\n", field->control,
+           static_cast<long long>(field->Read(bytes)), static_cast<long long>(field->low),
+           static_cast<long long>(field->high));
+  throw BlockOutOfRange();
 }
 
 HRESULT SendCoefficients(SkylakeDriver& driver, const CoefficientWrite& coefficients,
@@ -61,7 +58,7 @@ HRESULT SendCoefficients(SkylakeDriver& driver, const CoefficientWrite& coeffici
     StoreField(bytes, 4 * i, FieldType::I32, coefficients.words[i]);
   const HRESULT status = SendParameter(driver, coefficients.parameter,
                                        std::span(bytes).first(4 * coefficients.count), apply);
-  ShowtOpStatus(SUCCEEDED(status), SkylakeBlockName(coefficients.parameter).c_str(), operation);
+  ReportOperation(SUCCEEDED(status), SkylakeBlockName(coefficients.parameter).c_str(), operation);
   return status;
 }
 
@@ -92,23 +89,33 @@ HRESULT ReadBlock(SkylakeDriver& driver, const Block& block, BlockBytes& bytes,
   return status;
 }
 
+HRESULT SendBlock(SkylakeDriver& driver, const Block& block, const BlockBytes& bytes,
+                  std::uint8_t apply, const char* operation) {
+  const HRESULT status =
+      SendParameter(driver, block.parameter, std::span(bytes).first(block.size), apply);
+  ReportOperation(SUCCEEDED(status), block.name, operation);
+  return status;
+}
+
 HRESULT WriteBlock(SkylakeDriver& driver, const Block& block, const BlockBytes& bytes,
                    const std::optional<CoefficientWrite>& coefficients, std::uint8_t apply,
                    const char* operation) {
   RememberBlock(block, bytes);
-  if (!InRange(block, bytes)) throw BlockOutOfRange();
+  RequireInRange(block, bytes);
   if (coefficients) {
     const HRESULT status = SendCoefficients(driver, *coefficients, apply, operation);
     if (FAILED(status)) return status;
   }
-  const HRESULT status =
-      SendParameter(driver, block.parameter, std::span(bytes).first(block.size), apply);
-  ShowtOpStatus(SUCCEEDED(status), block.name, operation);
-  return status;
+  return SendBlock(driver, block, bytes, apply, operation);
 }
 
 void RememberBlock(const Block& block, const BlockBytes& bytes) noexcept {
   cache[BlockIndex(block.parameter)] = bytes;
+}
+
+void ReportOperation(bool success, const char* block, const char* operation) {
+  Diagnose(ORV_HERE("KELAPOIntelDSP_SKL::ShowtOpStatus"),
+           success ? L"OK: [%S] %S() succeeded." : L"Error: [%S] %S() failed.", operation, block);
 }
 
 }  // namespace orv::skylake
@@ -117,29 +124,18 @@ namespace orv {
 
 using namespace skylake;
 
-void ShowtOpStatus(bool success, const char* block, const char* operation) {
-  const DiagnosticSite site = ORV_HERE("KELAPOIntelDSP_SKL::ShowtOpStatus");
-  if (success)
-    Diagnose(site, L"OK: [%S] %S() succeeded.", operation, block);
-  else
-    Diagnose(site, L"Error: [%S] %S() failed.", operation, block);
-}
-
 void KELAPOIntelDSP_SKL::ClearCache() { cache = {}; }
 
 SkylakeImage KELAPOIntelDSP_SKL::CachedImage() { return ImageOf(cache); }
 
-bool KELAPOIntelDSP_SKL::CachedProcessEnable() {
-  const BlockBytes& bytes = cache[BlockIndex(kVQ3D)];
-  return ReadField(bytes, kProcessEnable.offset, kProcessEnable.type) != 0;
-}
+bool KELAPOIntelDSP_SKL::CachedProcessEnable() { return ProcessEnableOf(cache[BlockIndex(kVQ3D)]); }
 
 HRESULT KELAPOIntelDSP_SKL::GetVQ3DParameters(SkylakeImage& image) {
   Blocks held{};
   HRESULT status = E_FAIL;
   for (const Block& block : kBlocks) {
     status = ReadBlock(driver_, block, held[BlockIndex(block.parameter)], 0);
-    ShowtOpStatus(SUCCEEDED(status), block.name, "GetVQ3DParameters");
+    ReportOperation(SUCCEEDED(status), block.name, "GetVQ3DParameters");
   }
   image = ImageOf(held);
   return status;
@@ -148,8 +144,7 @@ HRESULT KELAPOIntelDSP_SKL::GetVQ3DParameters(SkylakeImage& image) {
 HRESULT KELAPOIntelDSP_SKL::ReadProcessEnable(bool& enabled, std::uint8_t apply) {
   BlockBytes bytes{};
   const HRESULT status = ReadBlock(driver_, BlockOf(kVQ3D), bytes, apply);
-  if (SUCCEEDED(status))
-    enabled = ReadField(bytes, kProcessEnable.offset, kProcessEnable.type) != 0;
+  if (SUCCEEDED(status)) enabled = ProcessEnableOf(bytes);
   return status;
 }
 

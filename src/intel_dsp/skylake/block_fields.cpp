@@ -1,10 +1,11 @@
+// The Skylake module's own conversions, and the coefficients that a block selects.
 #include <algorithm>
-#include <utility>
 
 #include "dsp_math/filter_design.h"
 #include "dsp_math/fixed_point.h"
 #include "intel_dsp/conversion/enumeration_tables.h"
 #include "intel_dsp/equalizer_bands.h"
+#include "intel_dsp/fields.h"
 #include "intel_dsp/skylake/blocks.h"
 #include "platform/diagnostics.h"
 
@@ -12,15 +13,14 @@ namespace orv::skylake {
 namespace {
 
 using Utils = KELAPOIntelDSP_Utils;
+using Number = Utils::Number;
 
 constexpr float kBandGainScale = 4096.0F;
-constexpr std::uint32_t kLastMainTech = 5;
+constexpr Number kLastMainTech = 5;
 constexpr const char* kClarityControl = "VQ3D-DC Level";
 
 double Fraction(const char* control, const ControlValueMap& map) {
-  std::int32_t percent = 0;
-  Utils::SetIntegerValue(control, map, percent);
-  return percent / 100.0;
+  return intel::IntegerOf(control, map) / 100.0;
 }
 
 // The factor by which a level may at most be scaled.
@@ -55,44 +55,46 @@ std::int16_t DefinitionLevel(const ControlValueMap& map) {
   return ToFixed16(level * MaxLevel("VQ3D-Definition Max Level", map), 1);
 }
 
-void FillSpaceCutoff(const Field& field, const ControlValueMap& map, std::uint32_t& code) {
+void FillSpaceCutoff(const Utils::Control& control, Number& code) {
   try {
-    return Utils::SetAMHDSpaceHPF(field.control, map, code);
+    return Utils::SetAMHDSpaceHPF(control, code);
   } catch (const IntelException& missing) {
     Diagnose(ORV_HERE("KELAPOIntelDSP_SKL::SetVQ3DPX3DControls"),
              L"MSG: VQ3D-Space HPF Cutoff Freq is not found %S\n", missing.what());
   }
-  Utils::SetAMHDSpaceHPF("VQ3D-Space HPF Custom Freq", map, code);
+  Utils::SetAMHDSpaceHPF({"VQ3D-Space HPF Custom Freq", control.map}, code);
 }
 
-void FillBandGain(const Field& field, const ControlValueMap& map, std::int16_t& gain) {
-  const std::string name = field.control;
-  if (!Utils::SetGainValue_Float(name + " Float", map, gain, kBandGainScale))
-    Utils::SetDbValue(name, map, gain, intel::kTenthsOfDecibel, field.integer_bits);
-  gain = static_cast<std::int16_t>(std::clamp<std::int64_t>(gain, field.low, field.high));
+void FillMainTech(const Utils::Control& control, Number& code) {
+  Utils::SetMainTechStr_VQ3D(control, code);
+  if (code < 0 || code > kLastMainTech) code = 0;
+}
+
+void FillBandGain(const Field& field, const Utils::Control& control, Number& gain) {
+  if (!Utils::SetGainValue_Float({control.name + " Float", control.map}, gain, kBandGainScale))
+    Utils::SetDbValue(control, gain, field.bits(), field.integer_bits);
+  gain = std::clamp(gain, field.low, field.high);
 }
 
 // Without a clarity level of its own the headphone takes what is left of an older pair of controls.
-void FillHeadphoneClarityEnable(const Field& field, const ControlValueMap& map,
-                                std::uint32_t& enable) {
-  if (map.contains(kClarityControl)) return Utils::SetBoolField(field.control, map, enable);
+void FillHeadphoneClarityEnable(const Utils::Control& control, Number& enable) {
+  if (control.map.contains(kClarityControl)) return Utils::SetBoolField(control, enable);
   const IntelException missing(kClarityControl, "Can't find integer value.");
   Diagnose(ORV_HERE("KELAPOIntelDSP_SKL::SetVQ3DMXHPControls"),
            L"MSG:VQ3D DC Level is not found %S\n", missing.what());
-  Utils::SetBoolField("VQ3D-MXHP DialogClarity Enable", map, enable);
+  Utils::SetBoolField({"VQ3D-MXHP DialogClarity Enable", control.map}, enable);
 }
-void FillHeadphoneClarityLevel(const ControlValueMap& map, std::int16_t& level) {
+void FillHeadphoneClarityLevel(const ControlValueMap& map, Number& level) {
   if (map.contains(kClarityControl))
     level = ClarityLevel(map, ORV_HERE("KELAPOIntelDSP_SKL::SetVQ3DMXHPControls"),
                          L"MSG:VQ3D DC Max Level is not found %S\n");
   else
-    Utils::SetPercentValue("VQ3D-MXHP DialogClarity Level", map, level, 1);
+    Utils::SetPercentValue({"VQ3D-MXHP DialogClarity Level", map}, level, 1);
 }
 
 // A loudspeaker size or cut-off in Hz that a filter can be made of.
 float Frequency(const char* control, const ControlValueMap& map) {
-  std::int32_t hertz = 0;
-  Utils::SetIntegerValue(control, map, hertz);
+  const std::int32_t hertz = intel::IntegerOf(control, map);
   if (hertz <= 0 || hertz >= kIntelSampleRate / 2)
     throw IntelException(control, "frequency out of range");
   return static_cast<float>(hertz);
@@ -102,70 +104,61 @@ using Workspace = std::array<std::byte, FilterWorkspace(1)>;
 
 }  // namespace
 
-void ConvertField(const Field& field, const ControlValueMap& map, BlockBytes& bytes) {
-  const auto fill_word = [&](auto convert) { intel::FillAs<std::uint32_t>(field, bytes, convert); };
-  const auto fill_level = [&](auto convert) { intel::FillAs<std::int16_t>(field, bytes, convert); };
-  const auto store = [&](std::int64_t value) {
-    StoreField(bytes, field.offset, field.type, value);
-  };
+void FillField(const Field& field, const ControlValueMap& map, BlockBytes& bytes) {
+  const Utils::Control control{field.control, map};
+  Number number = field.Read(bytes);
   switch (field.conversion) {
     case Conversion::SpaceCutoff:
-      return fill_word([&](std::uint32_t& code) { FillSpaceCutoff(field, map, code); });
+      FillSpaceCutoff(control, number);
+      break;
     case Conversion::MainTech:
-      return fill_word([&](std::uint32_t& code) {
-        Utils::SetMainTechStr_VQ3D(field.control, map, code);
-        if (code > kLastMainTech) code = 0;
-      });
+      FillMainTech(control, number);
+      break;
     case Conversion::BandGain:
-      return fill_level([&](std::int16_t& gain) { FillBandGain(field, map, gain); });
+      FillBandGain(field, control, number);
+      break;
     case Conversion::BassLevel:
-      return store(BassLevel(map));
+      number = BassLevel(map);
+      break;
     case Conversion::DefinitionLevel:
-      return store(DefinitionLevel(map));
+      number = DefinitionLevel(map);
+      break;
     case Conversion::ClarityLevel:
-      return store(ClarityLevel(map, ORV_HERE("KELAPOIntelDSP_SKL::SetVQ3DPX3DControls"),
-                                L"MSG: VQ3D DC Max Level is not found %S\n"));
+      number = ClarityLevel(map, ORV_HERE("KELAPOIntelDSP_SKL::SetVQ3DPX3DControls"),
+                            L"MSG: VQ3D DC Max Level is not found %S\n");
+      break;
     case Conversion::FocusLevel:
-      return store(ReadField(bytes, kClarityLevel.offset, kClarityLevel.type));
+      number = kClarityLevel.Read(bytes);
+      break;
     case Conversion::HeadphoneClarityEnable:
-      return fill_word(
-          [&](std::uint32_t& enable) { FillHeadphoneClarityEnable(field, map, enable); });
+      FillHeadphoneClarityEnable(control, number);
+      break;
     case Conversion::HeadphoneClarityLevel:
-      return fill_level([&](std::int16_t& level) { FillHeadphoneClarityLevel(map, level); });
+      FillHeadphoneClarityLevel(map, number);
+      break;
     case Conversion::SampleRate:
-      return store(kIntelSampleRate);
+      number = kIntelSampleRate;
+      break;
     default:
       return intel::FillField(field, map, bytes);
   }
+  field.Store(bytes, number);
 }
 
 void FillBlock(const Block& block, const ControlValueMap& map, BlockBytes& bytes,
                const FieldRescue& rescue) {
   for (const Field& field : block.fields) {
     try {
-      ConvertField(field, map, bytes);
+      FillField(field, map, bytes);
     } catch (const IntelException& error) {
       if (!rescue || !rescue(field, error, bytes)) throw;
     }
   }
 }
 
-bool InRange(const Block& block, const BlockBytes& bytes) {
-  for (const Field& field : block.fields) {
-    const std::int64_t value = ReadField(bytes, field.offset, field.type);
-    if (value >= field.low && value <= field.high) continue;
-    const DiagnosticSite site = ORV_HERE(block.writer);
-    Diagnose(site, L"%s: %lld is not within %lld...%lld\n", field.control,
-             static_cast<long long>(value), static_cast<long long>(field.low),
-             static_cast<long long>(field.high));
-    return false;
-  }
-  return true;
-}
-
 std::optional<CoefficientWrite> DesignBassCoefficients(const BlockBytes& block,
                                                        const ControlValueMap& map) {
-  if (ReadField(block, kAudioSize.offset, FieldType::U32) != kCustomSizeCode) return std::nullopt;
+  if (kAudioSize.Read(block) != kCustomSizeCode) return std::nullopt;
   constexpr const char* kAudio = "VQ3D-DPHD Speaker Audio Custom Size";
   const float audio = Frequency(kAudio, map);
   const float analysis = Frequency("VQ3D-DPHD Speaker Analysis Custom Size", map);
@@ -179,7 +172,7 @@ std::optional<CoefficientWrite> DesignBassCoefficients(const BlockBytes& block,
 
 std::optional<CoefficientWrite> DesignSpaceCoefficients(const BlockBytes& block,
                                                         const ControlValueMap& map) {
-  if (ReadField(block, kSpaceCutoff.offset, FieldType::U32) != kCustomSizeCode) return std::nullopt;
+  if (kSpaceCutoff.Read(block) != kCustomSizeCode) return std::nullopt;
   const float frequency = Frequency("VQ3D-Space HPF Custom Freq", map);
   CoefficientWrite write{kSpaceFilter, {}, FilterWords(1)};
   Workspace workspace;

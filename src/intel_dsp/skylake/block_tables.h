@@ -7,9 +7,9 @@
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <string_view>
 
-#include "intel_dsp/fields.h"
+#include "intel_dsp/conversion/converters.h"
+#include "records/fields.h"
 
 namespace orv::skylake {
 
@@ -34,11 +34,10 @@ enum Parameter : std::uint32_t {
 };
 static_assert(kCommonConfig == 0x10014411);
 
-using intel::Conversion;
-using intel::Field;
-using intel::kLargest16;
-using intel::kLargest32;
-using intel::RowOf;
+using records::Conversion;
+using records::Field;
+using records::kLargest32;
+using records::RowOf;
 
 // The smallest and largest gain of a graphic equaliser band, Q4.12: about -15 and +15 dB.
 constexpr std::int64_t kLowestBandGain = 725;
@@ -46,7 +45,7 @@ constexpr std::int64_t kHighestBandGain = 23060;
 
 namespace rows {
 
-using namespace intel::rows;
+using namespace records::rows;
 
 constexpr Field Band(std::size_t offset, const char* control) {
   return {offset, FieldType::I16, Conversion::BandGain, control, kLowestBandGain, kHighestBandGain,
@@ -170,7 +169,7 @@ inline constexpr Field kHardLimiterFields[] = {
     rows::Switch(0, "VQ3D-Hard Limiter Enable"),
     rows::Gain(4, "VQ3D-Hard Limiter Output Gain", 3),
     rows::Reserved(6),
-    {8, FieldType::U32, Conversion::Integer, "VQ3D-Hard Limiter Delay Length", 60, 240, 0,
+    {8, FieldType::U32, Conversion::Integer, "VQ3D-Hard Limiter Delay Length", 60, 240, 0, 1,
      /*alone=*/false},
     rows::Switch(12, "VQ3D-Hard Limiter Anticlip Enable"),
     rows::Level(16, "VQ3D-Hard Limiter Anticlip Level"),
@@ -211,59 +210,61 @@ std::optional<CoefficientWrite> DesignBassCoefficients(const BlockBytes& block,
 std::optional<CoefficientWrite> DesignSpaceCoefficients(const BlockBytes& block,
                                                         const ControlValueMap& map);
 
-struct Block {
-  std::uint32_t parameter;
-  const char* name;
-  const char* writer;  // Class::Method
-  std::span<const Field> fields;
-  std::size_t size;
+// What only some blocks have.
+struct BlockExtras {
   CoefficientDesign coefficients = nullptr;
   // What a single-control write reports if the block cannot be read.
   const wchar_t* read_failure = L"Error: [%s] set aborted. DSP GetParameter() failed.";
+  // What is reported if controls are missing and the DSP keeps its block.
+  const wchar_t* ignored = nullptr;
+};
+
+struct Block : BlockExtras {
+  std::uint32_t parameter;
+  const char* name;
+  const char* writer;  // Class::Method, as diagnostic lines name it
+  std::span<const Field> fields;
+  std::size_t size;
 };
 
 template <std::size_t N>
-constexpr std::size_t RecordSize(const Field (&fields)[N]) {
-  return fields[N - 1].offset + FieldWidth(fields[N - 1].type);
-}
-template <std::size_t N>
 constexpr Block MakeBlock(std::uint32_t parameter, const char* name, const char* writer,
-                          const Field (&fields)[N], CoefficientDesign coefficients = nullptr) {
-  return {parameter, name, writer, fields, RecordSize(fields), coefficients};
-}
-constexpr Block WithReadFailure(Block block, const wchar_t* text) {
-  block.read_failure = text;
-  return block;
+                          const Field (&fields)[N], const BlockExtras& extras = {}) {
+  const std::size_t size = fields[N - 1].offset + FieldWidth(fields[N - 1].type);
+  return {extras, parameter, name, writer, fields, size};
 }
 
 // In the order of their identifiers.
 inline constexpr std::array<Block, 12> kBlocks = {
     MakeBlock(kVQ3D, "KEL_PARAM_VQSND3D_VQ3D_CONTROLS_STU", "KELAPOIntelDSP_SKL::SetVQ3DControls",
               kVQ3DFields),
-    WithReadFailure(MakeBlock(kEVolHD, "KEL_PARAM_VQSND3D_EVOLHD_CONTROLS_STU",
-                              "KELAPOIntelDSP_SKL::SetVQ3DEVolHDControls", kEVolHDFields),
-                    L"Error: [%s] set failed. DSP GetParameter() failed."),
+    MakeBlock(kEVolHD, "KEL_PARAM_VQSND3D_EVOLHD_CONTROLS_STU",
+              "KELAPOIntelDSP_SKL::SetVQ3DEVolHDControls", kEVolHDFields,
+              {.read_failure = L"Error: [%s] set failed. DSP GetParameter() failed."}),
     MakeBlock(kVocalift, "KEL_PARAM_VQSND3D_VCLG_CONTROLS_STU",
               "KELAPOIntelDSP_SKL::SetVQ3DVocadiagControls", kVocaliftFields),
     MakeBlock(kCommon, "KEL_PARAM_VQSND3D_COMMONCONTROLS_CONTROLS_STU",
-              "KELAPOIntelDSP_SKL::SetVQ3DCommonControls", kCommonFields, DesignBassCoefficients),
+              "KELAPOIntelDSP_SKL::SetVQ3DCommonControls", kCommonFields, {DesignBassCoefficients}),
     MakeBlock(kPX3D, "KEL_PARAM_VQSND3D_PX3D_CONTROLS_STU",
-              "KELAPOIntelDSP_SKL::SetVQ3DPX3DControls", kPX3DFields, DesignSpaceCoefficients),
+              "KELAPOIntelDSP_SKL::SetVQ3DPX3DControls", kPX3DFields, {DesignSpaceCoefficients}),
     MakeBlock(kMXHP, "KEL_PARAM_VQSND3D_MXHP_CONTROLS_STU",
               "KELAPOIntelDSP_SKL::SetVQ3DMXHPControls", kMXHPFields),
     MakeBlock(kGEQ, "KEL_PARAM_VQSND3D_GEQ_CONTROLS_STU", "KELAPOIntelDSP_SKL::SetVQ3DGEQControls",
               kGEQFields),
     MakeBlock(kTone, "KEL_PARAM_VQSND3D_TONE_CONTROLS_CONTROLS_STU",
-              "KELAPOIntelDSP_SKL::SetVQ3DToneControls", kToneFields),
+              "KELAPOIntelDSP_SKL::SetVQ3DToneControls", kToneFields,
+              {.ignored = L"VQ3D Tone Controls are ignored: %S\n"}),
     MakeBlock(kAEQ, "KEL_PARAM_VQSND3D_AEQ_CONTROLS_STU", "KELAPOIntelDSP_SKL::SetVQ3DAEQControls",
               kAEQFields),
     MakeBlock(kMasterVolume, "KEL_PARAM_VQSND3D_MVOL_CONTROLS_STU",
-              "KELAPOIntelDSP_SKL::SetVQ3DMvolControls", kMasterVolumeFields),
+              "KELAPOIntelDSP_SKL::SetVQ3DMvolControls", kMasterVolumeFields,
+              {.ignored = L"VQ3D-Master Volume controls are ignored: %S\n"}),
     MakeBlock(kHardLimiter, "KEL_PARAM_VQSND3D_HARDLIMITER_CONTROLS_STU",
               "KELAPOIntelDSP_SKL::SetVQ3DHdLmtControls", kHardLimiterFields),
-    WithReadFailure(MakeBlock(kAdvancedGains, "KEL_PARAM_VQSND3D_ADVGAIN_CONTROLS_STU",
-                              "KELAPOIntelDSP_SKL::SetVQ3DAdvGainControls", kAdvancedGainFields),
-                    L"Error: [Advance Gain Controls] set aborted. DSP GetParameter() failed."),
+    MakeBlock(kAdvancedGains, "KEL_PARAM_VQSND3D_ADVGAIN_CONTROLS_STU",
+              "KELAPOIntelDSP_SKL::SetVQ3DAdvGainControls", kAdvancedGainFields,
+              {.read_failure =
+                   L"Error: [Advance Gain Controls] set aborted. DSP GetParameter() failed."}),
 };
 inline constexpr Block kCommonConfigBlock =
     MakeBlock(kCommonConfig, "KEL_PARAM_VQSND3D_COMMON_CNFG_CONTROLS_STU",
@@ -271,12 +272,12 @@ inline constexpr Block kCommonConfigBlock =
 
 constexpr std::size_t BlockIndex(std::uint32_t parameter) { return parameter - kVQ3D; }
 constexpr const Block& BlockOf(std::uint32_t parameter) { return kBlocks[BlockIndex(parameter)]; }
-constexpr bool BlocksStandAtTheirIndex() {
+constexpr bool BlocksAreAtTheirIndex() {
   for (std::size_t i = 0; i < kBlocks.size(); ++i)
     if (BlockIndex(kBlocks[i].parameter) != i || kBlocks[i].size > BlockBytes().size())
       return false;
   return true;
 }
-static_assert(BlocksStandAtTheirIndex());
+static_assert(BlocksAreAtTheirIndex());
 
 }  // namespace orv::skylake

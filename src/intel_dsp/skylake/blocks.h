@@ -4,14 +4,14 @@
 #include <exception>
 #include <functional>
 
+#include "intel_dsp/drivers.h"
 #include "intel_dsp/skylake/block_tables.h"
-#include "intel_dsp/skylake/parameter_blocks.h"
 #include "platform/diagnostics.h"
 
 namespace orv::skylake {
 
 // Fills one field; throws IntelException, the field untouched, if its controls do not allow it.
-void ConvertField(const Field& field, const ControlValueMap& map, BlockBytes& bytes);
+void FillField(const Field& field, const ControlValueMap& map, BlockBytes& bytes);
 
 // Fills a field that could not be converted; false rethrows the exception.
 using FieldRescue =
@@ -19,9 +19,6 @@ using FieldRescue =
 // Fills the fields in their order. If it throws, `bytes` holds what was filled until then.
 void FillBlock(const Block& block, const ControlValueMap& map, BlockBytes& bytes,
                const FieldRescue& rescue = {});
-
-// Reports the first field whose value is outside its range.
-bool InRange(const Block& block, const BlockBytes& bytes);
 
 class BlockOutOfRange : public std::exception {
  public:
@@ -36,20 +33,17 @@ HRESULT SendParameter(SkylakeDriver& driver, std::uint32_t parameter,
 
 // Leaves `bytes` alone if the read fails.
 HRESULT ReadBlock(SkylakeDriver& driver, const Block& block, BlockBytes& bytes, std::uint8_t apply);
+// Sends a block as it is and reports the result.
+HRESULT SendBlock(SkylakeDriver& driver, const Block& block, const BlockBytes& bytes,
+                  std::uint8_t apply, const char* operation);
 // Remembers the block and sends it after `coefficients`; does not send it if those are refused.
-// Throws BlockOutOfRange and sends nothing if a field is outside its range.
+// Throws BlockOutOfRange, before anything is sent, if a field is outside its range.
 HRESULT WriteBlock(SkylakeDriver& driver, const Block& block, const BlockBytes& bytes,
                    const std::optional<CoefficientWrite>& coefficients, std::uint8_t apply,
                    const char* operation);
 
 void RememberBlock(const Block& block, const BlockBytes& bytes) noexcept;
-
-constexpr const char* MethodName(const char* qualified) {
-  const char* name = qualified;
-  for (; *qualified != 0; ++qualified)
-    if (*qualified == ':') name = qualified + 1;
-  return name;
-}
+void ReportOperation(bool success, const char* block, const char* operation);
 
 // Reports any exception of `write` and returns E_FAIL for it.
 template <class Write>

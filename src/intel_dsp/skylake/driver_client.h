@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "intel_dsp/drivers.h"
 #include "intel_dsp/skylake/driver_client_records.h"
-#include "intel_dsp/skylake/skylake_driver.h"
 #include "intel_dsp/skylake/topology_walk.h"
 #include "platform/machine.h"
 

@@ -1,10 +1,10 @@
 // The writers of the high-pass and equaliser coefficients.
 #include <algorithm>
-#include <cstring>
 
 #include "intel_dsp/equalizer_bands.h"
+#include "intel_dsp/fields.h"
 #include "intel_dsp/skylake/blocks.h"
-#include "intel_dsp/skylake/filter_presets.h"
+#include "intel_dsp/skylake/writers.h"
 #include "platform/diagnostics.h"
 
 namespace orv {
@@ -14,10 +14,8 @@ using namespace skylake;
 
 using Utils = KELAPOIntelDSP_Utils;
 
-constexpr const char* kFilterName = "KELAPOIntelDSP_SKL::SetVQ3DHPFAEQControls";
 constexpr const char* kFilterTypeControl = "VQ3D-Custom Filter Type";
 constexpr const char* kHighPassFrequency = "VQ3D-HPF Frequency";
-constexpr int kPresetRate = 48;  // kHz
 constexpr std::size_t kMostBands = kMostIirOrder / 2;
 constexpr std::int32_t kPassingSection[] = {2, 1 << 30, 0, 0, 0, 0};
 constexpr std::ptrdiff_t kGainWords = 2;
@@ -29,19 +27,19 @@ struct HighPassControls {
 };
 
 HighPassControls ReadHighPass(const ControlValueMap& map) {
-  const DiagnosticSite site = ORV_HERE(kFilterName);
+  const DiagnosticSite site = ORV_HERE(kSkylakeEqualizer.reader);
   HighPassControls controls;
   bool described = true;
   try {
-    Utils::SetIntegerValue("VQ3D-HPF Order", map, controls.order);
-    Utils::SetIntegerValue(kHighPassFrequency, map, controls.frequency);
+    controls.order = intel::IntegerOf("VQ3D-HPF Order", map);
+    controls.frequency = intel::IntegerOf(kHighPassFrequency, map);
   } catch (const IntelException& error) {
     Diagnose(site, L"Not found HPF controls: %S", error.what());
     described = false;
   }
-  std::uint32_t enable = 0;
+  Utils::Number enable = 0;
   try {
-    Utils::SetBoolField("VQ3D-HPF Enable", map, enable);
+    Utils::SetBoolField({"VQ3D-HPF Enable", map}, enable);
   } catch (const IntelException& error) {
     Diagnose(site, L"Not found HPF Enable controls: %S", error.what());
   }
@@ -54,8 +52,7 @@ void FillHighPass(const ControlValueMap& map, FilterCoefficients& filter) {
   if (!controls.wanted) return;
   // Before anything is sized by it.
   VerifyFilterOrder(controls.order, kFewestHighPassOrder, kMostHighPassOrder);
-  filter.high_pass_words =
-      DesignHighPass(static_cast<float>(controls.frequency), controls.order, kIntelSampleRate);
+  filter.high_pass_words = DesignHighPass(static_cast<float>(controls.frequency), controls.order);
   if (filter.high_pass_words.empty())
     throw IntelException(kHighPassFrequency, "frequency out of range");
   filter.high_pass = true;
@@ -65,13 +62,6 @@ void FillHighPass(const ControlValueMap& map, FilterCoefficients& filter) {
 std::vector<FilterBand> ReadBands(const std::string& channel, const ControlValueMap& map) {
   std::vector<FilterBand> bands = ReadEqualizerBands(kSkylakeEqualizer, channel, map);
   VerifyFilterOrder(2 * static_cast<std::int64_t>(bands.size()), 0, kMostIirOrder);
-  for (std::size_t i = 0; i < bands.size(); ++i) {
-    if (bands[i].type == kUnknownBandType || IsFilter(bands[i])) continue;
-    Diagnose(ORV_HERE(kFilterName),
-             L"%S%S Band %d passes its input on: frequency or quality factor not above zero\n",
-             kSkylakeEqualizer.stem, channel, i);
-    bands[i].type = kUnknownBandType;
-  }
   return bands;
 }
 
@@ -87,20 +77,13 @@ std::vector<std::int32_t> DesignBands(const std::string& channel,
   return words;
 }
 
-bool Alike(const std::vector<FilterBand>& left, const std::vector<FilterBand>& right) {
-  return left.size() == right.size() &&
-         (left.empty() ||
-          std::memcmp(left.data(), right.data(), left.size() * sizeof(FilterBand)) == 0);
-}
-
 void DesignEqualizers(const ControlValueMap& map, FilterCoefficients& left,
                       FilterCoefficients& right) {
   const std::vector<FilterBand> left_bands = ReadBands("Left", map);
   const std::vector<FilterBand> right_bands = ReadBands("Right", map);
   left.iir_words = DesignBands("Left", left_bands);
-  // Most modes tune both channels alike, and designing is the dearest step of a write.
-  right.iir_words =
-      Alike(left_bands, right_bands) ? left.iir_words : DesignBands("Right", right_bands);
+  // Most modes tune both channels alike, and designing is the most expensive step of a write.
+  right.iir_words = left_bands == right_bands ? left.iir_words : DesignBands("Right", right_bands);
   for (FilterCoefficients* channel : {&left, &right}) {
     channel->equalizer = true;
     channel->iir_order = kMostIirOrder;
@@ -110,22 +93,22 @@ void DesignEqualizers(const ControlValueMap& map, FilterCoefficients& left,
 }  // namespace
 
 HRESULT KELAPOIntelDSP_SKL::SetVQ3DHPFAEQControls(const ControlValueMap& map, std::uint8_t apply) {
-  return Guarded(kFilterName, [&] {
+  return Guarded(kSkylakeEqualizer.reader, [&] {
     FilterCoefficients left;
     FilterCoefficients right;
     if (map.contains(kFilterTypeControl)) {
-      std::uint32_t type = 0;
-      Utils::SetFilterTypeStr_VQ3D(kFilterTypeControl, map, type);
-      left = right = MakeFilterPreset(type, kPresetRate);
+      Utils::Number type = 0;
+      Utils::SetFilterTypeStr_VQ3D({kFilterTypeControl, map}, type);
+      left = right = MakeFilterPreset(static_cast<std::uint32_t>(type));
     } else {
       FillHighPass(map, left);
       DesignEqualizers(map, left, right);
     }
-    const DiagnosticSite site = ORV_HERE(kFilterName);
+    const DiagnosticSite site = ORV_HERE(kSkylakeEqualizer.reader);
     Diagnose(site, L"pBufferInSize=%d, pFilterCntrl_L=0x%p\n",
-             static_cast<int>(kLeftFilterCapacity), static_cast<const void*>(&left));
+             static_cast<int>(kLeftFilterLayout.capacity), static_cast<const void*>(&left));
     Diagnose(site, L"pBufferInSize=%d, pFilterCntrl_R=0x%p\n",
-             static_cast<int>(kRightFilterCapacity), static_cast<const void*>(&right));
+             static_cast<int>(kRightFilterLayout.capacity), static_cast<const void*>(&right));
     return SetVQ3DFilterCoeff(left, right, apply);
   });
 }
@@ -133,31 +116,29 @@ HRESULT KELAPOIntelDSP_SKL::SetVQ3DHPFAEQControls(const ControlValueMap& map, st
 HRESULT KELAPOIntelDSP_SKL::SetVQ3DFilterCoeff(const FilterCoefficients& left,
                                                const FilterCoefficients& right,
                                                std::uint8_t apply) {
-  const FilterBlock left_block = MakeLeftFilterBlock(left);
-  const FilterBlock right_block = MakeRightFilterBlock(right);
-  const HRESULT status = WriteCoeffToDsp(kLeftFilter, left_block.bytes.get(),
-                                         static_cast<std::uint32_t>(left_block.size), apply);
-  const HRESULT right_status = WriteCoeffToDsp(kRightFilter, right_block.bytes.get(),
-                                               static_cast<std::uint32_t>(right_block.size), apply);
+  const std::vector<std::byte> left_block = MakeLeftFilterBlock(left);
+  const std::vector<std::byte> right_block = MakeRightFilterBlock(right);
+  const HRESULT status = WriteCoeffToDsp(kLeftFilter, left_block, apply);
+  const HRESULT right_status = WriteCoeffToDsp(kRightFilter, right_block, apply);
   return FAILED(status) ? status : right_status;
 }
 
-HRESULT KELAPOIntelDSP_SKL::WriteCoeffToDsp(std::uint32_t parameter, const void* buffer,
-                                            std::uint32_t size, std::uint8_t apply) {
+HRESULT KELAPOIntelDSP_SKL::WriteCoeffToDsp(std::uint32_t parameter,
+                                            std::span<const std::byte> bytes, std::uint8_t apply) {
   const DiagnosticSite site = ORV_HERE("KELAPOIntelDSP_SKL::WriteCoeffToDsp");
-  Diagnose(site, L"cmd=0x%x, pBuf=0x%p, bufSize=%d\n", parameter, buffer, size);
-  const std::span sent(static_cast<const std::byte*>(buffer), size);
-  const HRESULT status = SendParameter(driver_, parameter, sent, apply);
+  Diagnose(site, L"cmd=0x%x, pBuf=0x%p, bufSize=%d\n", parameter,
+           static_cast<const void*>(bytes.data()), bytes.size());
+  const HRESULT status = SendParameter(driver_, parameter, bytes, apply);
   if (FAILED(status)) {
     Diagnose(site, L"Error: KEL_PARAM_VQSND3D_FILTER_CONTROLS_STU set, status: 0x%x\n", status);
     return status;
   }
-  std::vector<std::byte> held(size);
+  std::vector<std::byte> held(bytes.size());
   const HRESULT read_status = ReadParameter(driver_, parameter, held, apply);
   if (FAILED(read_status))
     Diagnose(site, L"Error: KEL_PARAM_VQSND3D_FILTER_CONTROLS_STU get, status: 0x%x\n",
              read_status);
-  if (FAILED(read_status) || !std::equal(sent.begin(), sent.end(), held.begin())) {
+  if (FAILED(read_status) || !std::ranges::equal(bytes, held)) {
     Diagnose(site, L"Error: coefficients set, status: 0x%x\n", read_status);
     return E_FAIL;
   }

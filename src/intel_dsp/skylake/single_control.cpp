@@ -3,9 +3,10 @@
 #include <limits>
 #include <optional>
 #include <utility>
-#include <variant>
 
 #include "intel_dsp/skylake/blocks.h"
+#include "intel_dsp/skylake/writers.h"
+#include "platform/com_memory.h"
 #include "platform/diagnostics.h"
 #include "platform/text.h"
 
@@ -44,7 +45,7 @@ constexpr bool FurtherControlsFitTheirFields() {
     bool fits = false;
     for (const Field& field : BlockOf(further.parameter).fields)
       fits |= field.offset == further.offset &&
-              (intel::IsSimple(further.conversion) || field.conversion == further.conversion);
+              (records::IsSimple(further.conversion) || field.conversion == further.conversion);
     if (!fits) return false;
   }
   return true;
@@ -61,11 +62,9 @@ std::optional<Target> FindTarget(const std::string& control) {
   for (const FurtherControl& further : kFurtherControls) {
     if (control != further.control) continue;
     const Block& block = BlockOf(further.parameter);
-    const auto found =
-        std::find_if(block.fields.begin(), block.fields.end(),
-                     [&](const Field& field) { return field.offset == further.offset; });
+    const auto found = std::ranges::find(block.fields, further.offset, &Field::offset);
     Target target{&block, *found, false};
-    if (intel::IsSimple(further.conversion)) {
+    if (records::IsSimple(further.conversion)) {
       target.field.control = further.control;
       target.field.conversion = further.conversion;
     }
@@ -78,20 +77,18 @@ std::optional<Target> FindTarget(const std::string& control) {
   return std::nullopt;
 }
 
-using ControlNumber = std::int32_t;
-using NewValue = std::variant<ControlNumber, std::string>;
-
-std::optional<NewValue> ReadVariant(const VARIANT& value, bool text_allowed) {
-  if (value.vt == VT_I4) return static_cast<ControlNumber>(value.lVal);
-  if (value.vt == VT_I8) return static_cast<ControlNumber>(value.llVal);  // its low half
+std::optional<ORVQVTValue> ReadVariant(const std::string& control, const VARIANT& value,
+                                       bool text_allowed) {
+  if (value.vt == VT_I4) return ORVQVTValue(control, std::int32_t{value.lVal});
+  if (value.vt == VT_I8)  // its low half
+    return ORVQVTValue(control, static_cast<std::int32_t>(value.llVal));
   if (value.vt != VT_BSTR || !text_allowed) return std::nullopt;
-  if (value.bstrVal == nullptr) return std::string();
-  return Narrow({value.bstrVal, SysStringLen(value.bstrVal)});
+  return ORVQVTValue(control, Narrow(ViewOf(value.bstrVal)));
 }
 
-ControlValueMap MapOfSimple(const Field& field, ControlNumber number) {
-  const ControlNumber value = field.conversion == Conversion::Bool ? number != 0 : number;
-  return {{field.control, ORVQVTValue(field.control, value)}};
+ControlValueMap MapOfSimple(const Field& field, std::int32_t number) {
+  if (field.conversion == Conversion::Bool) number = number != 0 ? 1 : 0;
+  return {{field.control, ORVQVTValue(field.control, number)}};
 }
 
 // Everything in the list that fields of this block are made of.
@@ -101,7 +98,7 @@ ControlValueMap MapOfList(const Block& block, const ORVQVTValueList& list) {
     if (const ORVQVTValue* held = list.Find(name)) map.emplace(name, *held);
   };
   for (const Field& field : block.fields) {
-    if (intel::IsSimple(field.conversion)) continue;
+    if (records::IsSimple(field.conversion)) continue;
     take(field.control);
     take(std::string(field.control) + " Float");
   }
@@ -110,46 +107,31 @@ ControlValueMap MapOfList(const Block& block, const ORVQVTValueList& list) {
   return map;
 }
 
-// The new value of a control in the list of the last written ones. It stays there even if another
-// control is missing, so that several may be set one after the other; if it is itself wrong, the
-// list is as before.
-class ListedValue {
- public:
-  ListedValue(ORVQVTValueList& list, const std::string& control, const NewValue& value)
-      : list_(list), control_(control) {
-    if (const ORVQVTValue* held = list.Find(control)) before_ = *held;
-    ORVQVTValue entry;
-    entry.SetName(control);
-    std::visit([&](const auto& number_or_text) { entry.SetValue(number_or_text); }, value);
-    list.GetOrAdd(control) = std::move(entry);
-  }
-
-  // Runs `write`, whose exceptions tell whether the value is wrong.
-  template <class Write>
-  HRESULT Try(Write write) {
-    try {
-      return write();
-    } catch (const IntelException& error) {
-      if (error.control() == control_) TakeBack();
-      throw;
-    } catch (...) {
-      TakeBack();
-      throw;
-    }
-  }
-
- private:
-  void TakeBack() noexcept {
-    if (before_)
-      *list_.Find(control_) = std::move(*before_);
+// Runs `write` with the new value of a control in the list of the last written ones. The value
+// stays there even if another control is missing, so that several may be set one after the other;
+// if it is itself wrong, the list is as before.
+template <class Write>
+HRESULT WithListedValue(ORVQVTValueList& list, const std::string& control, ORVQVTValue value,
+                        Write write) {
+  std::optional<ORVQVTValue> before;
+  if (const ORVQVTValue* held = std::as_const(list).Find(control)) before = *held;
+  const auto take_back = [&]() noexcept {
+    if (before)
+      *list.Find(control) = std::move(*before);
     else
-      list_.Remove(control_);
+      list.Remove(control);
+  };
+  list.GetOrAdd(control) = std::move(value);
+  try {
+    return write();
+  } catch (const IntelException& error) {
+    if (error.control() == control) take_back();
+    throw;
+  } catch (...) {
+    take_back();
+    throw;
   }
-
-  ORVQVTValueList& list_;
-  const std::string& control_;
-  std::optional<ORVQVTValue> before_;
-};
+}
 
 // The band of a field, from 0.
 int BandIndex(const Field& field) {
@@ -158,14 +140,14 @@ int BandIndex(const Field& field) {
 }
 
 void FillTarget(const Target& target, const ControlValueMap& map, BlockBytes& bytes) {
-  ConvertField(target.field, map, bytes);
+  FillField(target.field, map, bytes);
   if (target.field.conversion != Conversion::ClarityLevel) return;
   for (const Field& field : target.block->fields)
-    if (field.conversion == Conversion::FocusLevel) ConvertField(field, map, bytes);
+    if (field.conversion == Conversion::FocusLevel) FillField(field, map, bytes);
 }
 
 HRESULT ChangeBlock(SkylakeDriver& driver, const Target& target, const std::string& control,
-                    const NewValue& value, ORVQVTValueList& list, std::uint8_t apply) {
+                    const ORVQVTValue& value, ORVQVTValueList& list, std::uint8_t apply) {
   const Block& block = *target.block;
   BlockBytes bytes{};
   const HRESULT read_status = ReadBlock(driver, block, bytes, apply);
@@ -173,11 +155,11 @@ HRESULT ChangeBlock(SkylakeDriver& driver, const Target& target, const std::stri
     Diagnose(ORV_HERE(kFunction), block.read_failure, control);
     return read_status;
   }
-  if (intel::IsSimple(target.field.conversion)) {
-    FillTarget(target, MapOfSimple(target.field, std::get<ControlNumber>(value)), bytes);
+  if (records::IsSimple(target.field.conversion)) {
+    FillTarget(target, MapOfSimple(target.field, value.ToLong()), bytes);
     return WriteBlock(driver, block, bytes, std::nullopt, apply, control.c_str());
   }
-  return ListedValue(list, control, value).Try([&] {
+  return WithListedValue(list, control, value, [&] {
     const ControlValueMap map = MapOfList(block, list);
     FillTarget(target, map, bytes);
     const bool selects_coefficients = target.field.conversion == Conversion::SpeakerSize ||
@@ -203,14 +185,14 @@ HRESULT KELAPOIntelDSP_SKL::SetControl(const std::wstring& name, const VARIANT& 
     const std::string control = Narrow(name);
     const std::optional<Target> target = FindTarget(control);
     if (!target) return E_INVALIDARG;
-    const auto given = ReadVariant(value, target->own && intel::IsChoice(target->field.conversion));
+    const bool text_allowed = target->own && records::IsChoice(target->field.conversion);
+    const auto given = ReadVariant(control, value, text_allowed);
     if (!given) return E_INVALIDARG;
-
-    if (const auto* text = std::get_if<std::string>(&*given)) {
-      Diagnose(site, L"%S : %S\n", control, *text);
+    if (value.vt == VT_BSTR) {
+      Diagnose(site, L"%S : %S\n", control, given->ToString());
       return ChangeBlock(driver_, *target, control, *given, list, apply);
     }
-    const ControlNumber number = std::get<ControlNumber>(*given);
+    const std::int32_t number = given->ToLong();
     if (control == kProcessEnable.control) {
       const std::uint8_t enable = number != 0 ? 1 : 0;
       Diagnose(site, L"VQ3D-Process Enable : %s\n", enable != 0 ? L"Enable" : L"Disable");
@@ -222,9 +204,8 @@ HRESULT KELAPOIntelDSP_SKL::SetControl(const std::wstring& name, const VARIANT& 
     if (target->field.conversion != Conversion::BandGain)
       return ChangeBlock(driver_, *target, control, *given, list, apply);
     using Gain = std::numeric_limits<std::int16_t>;
-    return SetGEQBandGain(
-        BandIndex(target->field),
-        static_cast<std::int16_t>(std::clamp<ControlNumber>(number, Gain::min(), Gain::max())), 0);
+    const std::int32_t gain = std::clamp<std::int32_t>(number, Gain::min(), Gain::max());
+    return SetGEQBandGain(BandIndex(target->field), static_cast<std::int16_t>(gain), 0);
   });
 }
 

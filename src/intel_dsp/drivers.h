@@ -1,4 +1,4 @@
-// What the parameter blocks use of the Skylake driver's client.
+// What the writers of parameter blocks use of the drivers' clients.
 #pragma once
 
 #include <cstdint>
@@ -12,19 +12,38 @@ constexpr HRESULT StatusOf(bool succeeded, HRESULT status) noexcept {
   return succeeded || FAILED(status) ? status : E_FAIL;
 }
 
-// Every operation returns whether the driver call succeeded, and the driver's own status
-// (negative: refused) in `status`. `apply` is passed to the driver unchanged.
-class SkylakeDriver {
+// Every operation returns whether the driver call succeeded, and the driver's own status (negative:
+// refused) in `status`; callers test both. `apply` is passed to the driver unchanged.
+class IntelDriver {
  public:
   virtual bool GetParameter(HRESULT& status, std::uint32_t parameter, void* buffer,
                             std::uint32_t size, std::uint8_t apply) = 0;
   virtual bool SetParameter(HRESULT& status, std::uint32_t parameter, const void* buffer,
                             std::uint32_t size, std::uint8_t apply) = 0;
+
+ protected:
+  ~IntelDriver() = default;
+};
+
+class SkylakeDriver : public IntelDriver {
+ public:
   virtual bool GetStatus(HRESULT& status, std::uint8_t& enabled, std::uint8_t apply) = 0;
   virtual bool SetStatus(HRESULT& status, std::uint8_t enable, std::uint8_t apply) = 0;
 
  protected:
   ~SkylakeDriver() = default;
+};
+
+class BroadwellDriver : public IntelDriver {
+ public:
+  // Whether the driver reported fewer bytes than the last GetParameter asked for: what it left out
+  // reads as zeros. A driver that reports no count at all is believed.
+  virtual bool short_answer() const { return false; }
+  // System error code of the last request, for diagnostic lines; 0 if its I/O control succeeded.
+  virtual std::uint32_t last_error() const = 0;
+
+ protected:
+  ~BroadwellDriver() = default;
 };
 
 }  // namespace orv

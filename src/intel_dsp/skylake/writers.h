@@ -1,5 +1,5 @@
-// Parameter blocks of the Skylake post-processing module: filled from controls, checked, sent, read
-// back, decoded.
+// The writers of the Skylake post-processing module: control blocks, coefficients and single
+// controls are filled from controls, checked, sent and read back.
 #pragma once
 
 #include <array>
@@ -9,10 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "intel_dsp/conversion/converters.h"
-#include "intel_dsp/skylake/filter_coefficients.h"
-#include "intel_dsp/skylake/skylake_driver.h"
-#include "records/layout.h"
+#include "intel_dsp/drivers.h"
+#include "intel_dsp/skylake/block_tables.h"
+#include "intel_dsp/skylake/filter_blocks.h"
 
 namespace orv {
 
@@ -33,21 +32,12 @@ class KELAPOIntelDSP_SKL {
  public:
   explicit KELAPOIntelDSP_SKL(SkylakeDriver& driver) : driver_(driver) {}
 
-  HRESULT SetVQ3DControls(const ControlValueMap& map, std::uint8_t apply);
-  HRESULT SetVQ3DEVolHDControls(const ControlValueMap& map, std::uint8_t apply);
-  HRESULT SetVQ3DVocadiagControls(const ControlValueMap& map, std::uint8_t apply);
-  // Does not send the block if the filters of a custom loudspeaker size cannot be designed or are
-  // refused: it would select coefficients that the module does not have.
-  HRESULT SetVQ3DCommonControls(const ControlValueMap& map, std::uint8_t apply);
-  // The same for a custom cut-off.
-  HRESULT SetVQ3DPX3DControls(const ControlValueMap& map, std::uint8_t apply);
-  HRESULT SetVQ3DMXHPControls(const ControlValueMap& map, std::uint8_t apply);
-  HRESULT SetVQ3DGEQControls(const ControlValueMap& map, std::uint8_t apply);
-  HRESULT SetVQ3DToneControls(const ControlValueMap& map, std::uint8_t apply);
-  HRESULT SetVQ3DAEQControls(const ControlValueMap& map, std::uint8_t apply);
-  HRESULT SetVQ3DMvolControls(const ControlValueMap& map, std::uint8_t apply);
-  HRESULT SetVQ3DHdLmtControls(const ControlValueMap& map, std::uint8_t apply);
-  HRESULT SetVQ3DAdvGainControls(const ControlValueMap& map, std::uint8_t apply);
+  // Sends a control block, and the coefficients that it selects before it; the sample rate after
+  // the first one. Does not send a block whose coefficients cannot be designed or are refused: it
+  // would select coefficients that the module does not have. If controls of the tone or the master
+  // volume are missing, the DSP keeps its block.
+  HRESULT WriteControls(const skylake::Block& block, const ControlValueMap& map,
+                        std::uint8_t apply);
   // A high-pass that is switched off is not in the block: its header has order 0, and no words
   // follow. A band whose frequency or quality factor is not above zero becomes a unity section;
   // neither block is sent if a band or a high-pass is at or above half the sample rate.
@@ -75,10 +65,10 @@ class KELAPOIntelDSP_SKL {
 
   // Both channels are checked before the first is sent; throws IntelException if an order is out
   // of range or words are missing. The status is the first failure.
-  HRESULT SetVQ3DFilterCoeff(const FilterCoefficients& left, const FilterCoefficients& right,
-                             std::uint8_t apply);
+  HRESULT SetVQ3DFilterCoeff(const skylake::FilterCoefficients& left,
+                             const skylake::FilterCoefficients& right, std::uint8_t apply);
   // Sends a coefficient block and reads it back; E_FAIL if the DSP holds something else.
-  HRESULT WriteCoeffToDsp(std::uint32_t parameter, const void* buffer, std::uint32_t size,
+  HRESULT WriteCoeffToDsp(std::uint32_t parameter, std::span<const std::byte> bytes,
                           std::uint8_t apply);
 
   static void ClearCache();
@@ -89,20 +79,6 @@ class KELAPOIntelDSP_SKL {
   SkylakeDriver& driver_;
 };
 
-using SkylakeWriter = HRESULT (KELAPOIntelDSP_SKL::*)(const ControlValueMap&, std::uint8_t);
-// The writers of a whole mode in their order: one for each control block, then the coefficients.
-inline constexpr std::array<SkylakeWriter, 13> kSkylakeWriters = {
-    &KELAPOIntelDSP_SKL::SetVQ3DControls,         &KELAPOIntelDSP_SKL::SetVQ3DEVolHDControls,
-    &KELAPOIntelDSP_SKL::SetVQ3DVocadiagControls, &KELAPOIntelDSP_SKL::SetVQ3DCommonControls,
-    &KELAPOIntelDSP_SKL::SetVQ3DPX3DControls,     &KELAPOIntelDSP_SKL::SetVQ3DMXHPControls,
-    &KELAPOIntelDSP_SKL::SetVQ3DGEQControls,      &KELAPOIntelDSP_SKL::SetVQ3DToneControls,
-    &KELAPOIntelDSP_SKL::SetVQ3DAEQControls,      &KELAPOIntelDSP_SKL::SetVQ3DMvolControls,
-    &KELAPOIntelDSP_SKL::SetVQ3DHdLmtControls,    &KELAPOIntelDSP_SKL::SetVQ3DAdvGainControls,
-    &KELAPOIntelDSP_SKL::SetVQ3DHPFAEQControls,
-};
-inline constexpr auto kSkylakeControlWriters = std::span(kSkylakeWriters).first<12>();
-
-void ShowtOpStatus(bool success, const char* block, const char* operation);
 // A block's name and its fields as text. Empty for an unknown parameter; no fields if the size is
 // not the block's.
 std::string SkylakeBlockName(std::uint32_t parameter);
