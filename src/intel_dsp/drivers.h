@@ -1,7 +1,9 @@
-// What the writers of parameter blocks use of the drivers' clients.
+// What the writers of parameter blocks use of the drivers' clients, and what the clients share.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <string>
 
 #include "orv_apo/com.h"
 
@@ -10,6 +12,12 @@ namespace orv {
 // S_OK or the driver's own positive status if the call succeeded, else a failure.
 constexpr HRESULT StatusOf(bool succeeded, HRESULT status) noexcept {
   return succeeded || FAILED(status) ? status : E_FAIL;
+}
+
+// The text of a record, up to its first zero or its end.
+template <std::size_t N>
+std::string TextOf(const char (&text)[N]) {
+  return std::string(text, std::find(text, text + N, '\0'));
 }
 
 // Every operation returns whether the driver call succeeded, and the driver's own status (negative:

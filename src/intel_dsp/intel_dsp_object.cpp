@@ -1,5 +1,6 @@
 #include "intel_dsp/intel_dsp_object.h"
 
+#include "intel_dsp/intel_dsp.h"
 #include "platform/com_memory.h"
 #include "platform/diagnostics.h"
 #include "platform/text.h"
@@ -11,7 +12,62 @@ constexpr wchar_t kVersion[] = L"" ORV_VERSION;
 constexpr wchar_t kEventName[] = L"Global\\DSPKELControlChangeEvent";
 constexpr wchar_t kProcessEnableControl[] = L"VQ3D-Process Enable";
 
+// Whether both the module and its firmware are enabled; reports both.
+bool IsProcessEnabled(KELAPOIntelDriverInterface_SKL& driver, std::uint8_t apply) {
+  const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::get_Property");
+  const auto text = [](bool enabled) { return enabled ? L"Enabled" : L"Disabled"; };
+  HRESULT status = E_FAIL;
+  std::uint8_t module_enabled = 0;
+  if (driver.GetStatus(status, module_enabled, apply))
+    Diagnose(here, L"OK: PP Module Status: %s", text(module_enabled != 0));
+  else
+    Diagnose(here, L"ERROR: failed to get status from PP Module.");
+  bool firmware_enabled = false;
+  if (SUCCEEDED(KELAPOIntelDSP_SKL(driver).ReadProcessEnable(firmware_enabled, apply)))
+    Diagnose(here, L"OK: PP FW Status: %s", text(firmware_enabled));
+  else
+    Diagnose(here, L"Error: failed to get VQ3D FW status.");
+  return module_enabled != 0 && firmware_enabled;
+}
+
 }  // namespace
+
+IntelDriverClients& IntelDriverClients::OfProcess() {
+  // Never destroyed: a driver must not be called while the library is being unloaded.
+  union Undestroyed {
+    Undestroyed() : clients() {}
+    ~Undestroyed() {}
+    IntelDriverClients clients;
+  };
+  static Undestroyed kept;
+  return kept.clients;
+}
+
+std::recursive_mutex& IntelDriverClients::Lock() {
+  static std::recursive_mutex lock;
+  return lock;
+}
+
+HRESULT IntelDriverClients::ReplaceBroadwell(Machine& machine) {
+  HRESULT status = E_FAIL;
+  broadwell_ = std::make_unique<ORVAPOIntelDriverInterface_BRW>(machine, status,
+                                                                broadwell::kPostProcessingModule);
+  return status;
+}
+
+HRESULT IntelDriverClients::ReplaceSkylake(const std::shared_ptr<Machine>& machine,
+                                           const std::shared_ptr<NamedEvent>& event,
+                                           const std::wstring& device_id) {
+  // The present client takes its event back before the new one registers what may be the same.
+  skylake_ = std::make_unique<KELAPOIntelDriverInterface_SKL>(machine, event);
+  return skylake_->ActivateIKsControls(device_id);
+}
+
+void IntelDriverClients::Release() noexcept {
+  const std::scoped_lock lock(Lock());
+  broadwell_.reset();
+  skylake_.reset();
+}
 
 HRESULT CKELAPOIntelDSP::FinalConstruct() {
   const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::FinalConstruct");
@@ -78,12 +134,6 @@ HRESULT CKELAPOIntelDSP::AttachEndpoint(IUnknown* endpoint, const std::wstring& 
   return kind_ == Kind::Broadwell ? S_OK : InitSkylakeDsp(device_id);
 }
 
-CKELAPOIntelDSP::Kind CKELAPOIntelDSP::ActiveKind() const noexcept {
-  const bool lost = (kind_ == Kind::Broadwell && clients_.broadwell() == nullptr) ||
-                    (kind_ == Kind::Skylake && clients_.skylake() == nullptr);
-  return lost ? Kind::None : kind_;
-}
-
 HRESULT CKELAPOIntelDSP::put_dspDeviceId(LPWSTR device_id) {
   return WithDriverClients([&]() -> HRESULT {
     if (device_id == nullptr) return E_POINTER;
@@ -101,11 +151,10 @@ HRESULT CKELAPOIntelDSP::GetAPIVersion(BYTE* ver, BYTE* features) {
     if (ver == nullptr || features == nullptr) return E_POINTER;
     HRESULT driver_status = E_FAIL;
     bool answered = false;
-    const Kind kind = ActiveKind();
-    if (kind == Kind::Broadwell)
-      answered = clients_.broadwell()->GetAPIVersion(driver_status, *ver, *features);
-    if (kind == Kind::Skylake)
-      answered = clients_.skylake()->GetAPIVersion(driver_status, *ver, *features);
+    if (auto* const driver = Broadwell())
+      answered = driver->GetAPIVersion(driver_status, *ver, *features);
+    if (auto* const driver = Skylake())
+      answered = driver->GetAPIVersion(driver_status, *ver, *features);
     const HRESULT status = answered ? S_OK : E_FAIL;
     Diagnose(ORV_HERE("CKELAPOIntelDSP::GetAPIVersion"), L"APO VERSION: %s, hr=0x%x, status=0x%x\n",
              kVersion, status, driver_status);
@@ -132,62 +181,52 @@ HRESULT CKELAPOIntelDSP::GetModuleInfo(BSTR* name, BSTR* ver) {
 }
 
 HRESULT CKELAPOIntelDSP::ReadModuleInfo(std::string& name, std::string& version) {
-  const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::GetModuleInfo");
   HRESULT status = E_FAIL;
-  bool succeeded = false;
-  switch (ActiveKind()) {
-    case Kind::Broadwell:
-      succeeded = clients_.broadwell()->GetModuleInfo(status, name, version);
-      return StatusOf(succeeded, status);
-    case Kind::Skylake:
-      succeeded = clients_.skylake()->GetModuleInfo(status, name, version);
-      if (!succeeded) return StatusOf(succeeded, status);
-      Diagnose(here, L"Intel audio codec module info:");
-      Diagnose(here, L"    PP Module Name: %S", name);
-      Diagnose(here, L"    PP Module Version: %S", version);
-      ReportModule();
-      return status;
-    case Kind::None:
-      break;
+  if (auto* const driver = Broadwell()) {
+    const bool succeeded = driver->GetModuleInfo(status, name, version);
+    return StatusOf(succeeded, status);
   }
-  return E_FAIL;
+  auto* const driver = Skylake();
+  if (driver == nullptr) return E_FAIL;
+  if (!driver->GetModuleInfo(status, name, version)) return StatusOf(false, status);
+  const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::GetModuleInfo");
+  Diagnose(here, L"Intel audio codec module info:");
+  Diagnose(here, L"    PP Module Name: %S", name);
+  Diagnose(here, L"    PP Module Version: %S", version);
+  ReportModule(*driver);
+  return status;
 }
 
-void CKELAPOIntelDSP::ReportModule() {
+void CKELAPOIntelDSP::ReportModule(KELAPOIntelDriverInterface_SKL& driver) {
   const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::GetModuleInfo");
   HRESULT status = E_FAIL;
   std::uint8_t instance = 0;
-  if (!clients_.skylake()->GetInstanceStatus(status, instance) || instance == 0) {
+  if (!driver.GetInstanceStatus(status, instance) || instance == 0) {
     Diagnose(here, L"    PP Module Status: %s", L"Not instantiated");
     return;
   }
   std::uint8_t enabled = 0;
-  const bool is_enabled = clients_.skylake()->GetStatus(status, enabled, 0) && enabled != 0;
+  const bool is_enabled = driver.GetStatus(status, enabled, 0) && enabled != 0;
   Diagnose(here, L"    PP Module Status: %s", is_enabled ? L"Enabled" : L"Disabled");
   if (!is_enabled) return;
   SkylakeImage image;
-  Skylake().GetVQ3DParameters(image);  // reports every block
+  KELAPOIntelDSP_SKL(driver).GetVQ3DParameters(image);  // reports every block
 }
 
 HRESULT CKELAPOIntelDSP::put_APOEnable(LONG val, LONG set_default) {
   return WithDriverClients([&]() -> HRESULT {
     const std::uint8_t apply = ApplyFlag(set_default);
     HRESULT status = E_FAIL;
-    switch (ActiveKind()) {
-      case Kind::Broadwell: {
-        std::byte enable[4] = {};
-        StoreField(enable, 0, FieldType::U32, val != 0 ? 1 : 0);
-        if (!clients_.broadwell()->SetParameter(status, broadwell::kProcessEnable, enable,
-                                                sizeof enable, apply))
-          return E_FAIL;
-        break;
-      }
-      case Kind::Skylake:
-        Skylake().SetProcessEnable(static_cast<std::uint32_t>(val), apply);
-        status = Skylake().SetPPModuleStatus(val != 0 ? 1 : 0, apply);
-        break;
-      case Kind::None:
-        break;
+    if (auto* const driver = Broadwell()) {
+      std::byte enable[4] = {};
+      StoreField(enable, 0, FieldType::U32, val != 0 ? 1 : 0);
+      if (!driver->SetParameter(status, broadwell::kProcessEnable, enable, sizeof enable, apply))
+        return E_FAIL;
+    }
+    if (auto* const driver = Skylake()) {
+      KELAPOIntelDSP_SKL writers(*driver);
+      writers.SetProcessEnable(static_cast<std::uint32_t>(val), apply);
+      status = writers.SetPPModuleStatus(val != 0 ? 1 : 0, apply);
     }
     return SUCCEEDED(status) ? S_OK : E_FAIL;
   });
@@ -199,35 +238,14 @@ HRESULT CKELAPOIntelDSP::get_Property(BSTR prop_name, LONG set_default, VARIANT*
     VariantInit(value);
     const std::wstring name(ViewOf(prop_name));
     const std::uint8_t apply = ApplyFlag(set_default);
-    switch (ActiveKind()) {
-      case Kind::Broadwell:
-        return Broadwell().GetProperty(name, apply, *value);
-      case Kind::Skylake:
-        return name == kProcessEnableControl ? GetProcessEnable(apply, *value) : E_NOTIMPL;
-      case Kind::None:
-        break;
-    }
-    return E_NOTIMPL;
+    if (auto* const driver = Broadwell())
+      return KELAPOIntelDSP_BRW(*driver).GetProperty(name, apply, *value);
+    auto* const driver = Skylake();
+    if (driver == nullptr || name != kProcessEnableControl) return E_NOTIMPL;
+    value->vt = VT_I4;
+    value->lVal = IsProcessEnabled(*driver, apply) ? 1 : 0;
+    return S_OK;
   });
-}
-
-HRESULT CKELAPOIntelDSP::GetProcessEnable(std::uint8_t apply, VARIANT& value) {
-  const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::get_Property");
-  const auto text = [](bool enabled) { return enabled ? L"Enabled" : L"Disabled"; };
-  HRESULT status = E_FAIL;
-  std::uint8_t module_enabled = 0;
-  if (clients_.skylake()->GetStatus(status, module_enabled, apply))
-    Diagnose(here, L"OK: PP Module Status: %s", text(module_enabled != 0));
-  else
-    Diagnose(here, L"ERROR: failed to get status from PP Module.");
-  bool firmware_enabled = false;
-  if (SUCCEEDED(Skylake().ReadProcessEnable(firmware_enabled, apply)))
-    Diagnose(here, L"OK: PP FW Status: %s", text(firmware_enabled));
-  else
-    Diagnose(here, L"Error: failed to get VQ3D FW status.");
-  value.vt = VT_I4;
-  value.lVal = module_enabled != 0 && firmware_enabled ? 1 : 0;
-  return S_OK;
 }
 
 HRESULT CKELAPOIntelDSP::put_Property(BSTR prop_name, LONG set_default, VARIANT value) {
@@ -235,14 +253,10 @@ HRESULT CKELAPOIntelDSP::put_Property(BSTR prop_name, LONG set_default, VARIANT 
     if (prop_name != nullptr) SetKELDSPControlChangeEvent();
     const std::wstring name(ViewOf(prop_name));
     const std::uint8_t apply = ApplyFlag(set_default);
-    switch (ActiveKind()) {
-      case Kind::Broadwell:
-        return Broadwell().SetProperty(name, apply, value);
-      case Kind::Skylake:
-        return Skylake().SetControl(name, value, last_written_, apply);
-      case Kind::None:
-        break;
-    }
+    if (auto* const driver = Broadwell())
+      return KELAPOIntelDSP_BRW(*driver).SetProperty(name, apply, value);
+    if (auto* const driver = Skylake())
+      return KELAPOIntelDSP_SKL(*driver).SetControl(name, value, last_written_, apply);
     return E_FAIL;
   });
 }
@@ -252,5 +266,29 @@ void CKELAPOIntelDSP::SetKELDSPControlChangeEvent() {
   Diagnose(ORV_HERE("CKELAPOIntelDSP::SetKELDSPControlChangeEvent"), L"setting DSP change event\n");
   event_->Set();
 }
+
+HRESULT CreateIntelDriverClient(Module& module, IUnknown* endpoint, const std::wstring& device_id,
+                                IKELAPOIntelDSP** dsp) {
+  if (dsp == nullptr) return E_POINTER;
+  *dsp = nullptr;
+  const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::CreateIntelDriverClient");
+  const HRESULT status = Guard([&]() -> HRESULT {
+    ComPtr<CKELAPOIntelDSP> object;
+    const HRESULT made = CreateObject(object, module, /*for_endpoint=*/true);
+    if (FAILED(made)) return made;
+    const HRESULT attached = object->AttachEndpoint(endpoint, device_id);
+    if (SUCCEEDED(attached)) *dsp = object.Detach();
+    return attached;
+  });
+  if (FAILED(status)) Diagnose(here, L"Error, failed to access Intel driver/module. \n");
+  Diagnose(here, L"status=0x%x, %s\n", status, SUCCEEDED(status) ? L"OK" : L"FAILED");
+  return status;
+}
+
+HRESULT CreateIntelDspForClient(Module& module, IUnknown* outer, REFIID iid, void** object) {
+  return CreateForClient<CKELAPOIntelDSP>(outer, iid, object, module);
+}
+
+void ReleaseIntelDriverClients() { IntelDriverClients::OfProcess().Release(); }
 
 }  // namespace orv

@@ -2,16 +2,53 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 #include <string>
+#include <utility>
 
 #include "frame/object_creation.h"
 #include "frame/ref_counted.h"
+#include "intel_dsp/broadwell/driver_client.h"
 #include "intel_dsp/broadwell/processors.h"
-#include "intel_dsp/driver_clients.h"
+#include "intel_dsp/skylake/driver_client.h"
 #include "intel_dsp/skylake/writers.h"
 #include "orv_apo/orv_apo.h"
+#include "platform/guard.h"
 
 namespace orv {
+
+// The driver clients of this process: one of a kind, shared by all Intel DSP objects. They are null
+// until an object needs them and after Release. Hold the lock during a whole operation that uses
+// them, or the blocks that the process remembers.
+class IntelDriverClients {
+ public:
+  static IntelDriverClients& OfProcess();
+  // Taken after no lock of the module: opening the machine comes before it.
+  static std::recursive_mutex& Lock();
+
+  ORVAPOIntelDriverInterface_BRW* broadwell() const noexcept { return broadwell_.get(); }
+  KELAPOIntelDriverInterface_SKL* skylake() const noexcept { return skylake_.get(); }
+
+  // Replace the present client by a new one and close the present one's driver. Return the status
+  // of opening the driver. The present client stays if memory runs out.
+  HRESULT ReplaceBroadwell(Machine& machine);
+  HRESULT ReplaceSkylake(const std::shared_ptr<Machine>& machine,
+                         const std::shared_ptr<NamedEvent>& event, const std::wstring& device_id);
+  void Release() noexcept;
+
+ private:
+  std::unique_ptr<ORVAPOIntelDriverInterface_BRW> broadwell_;
+  std::unique_ptr<KELAPOIntelDriverInterface_SKL> skylake_;
+};
+
+// Runs an operation of an Intel DSP object, which has the clients to itself.
+template <class Body>
+HRESULT WithDriverClients(Body&& body) noexcept {
+  return Guard([&] {
+    const std::scoped_lock lock(IntelDriverClients::Lock());
+    return std::forward<Body>(body)();
+  });
+}
 
 // All objects share the driver clients of the process, which the newest object has opened. Their
 // operations run one after another, on any thread.
@@ -51,21 +88,23 @@ class CKELAPOIntelDSP final
   void OpenEvent();
   HRESULT OpenDefaultSkylake();
   HRESULT InitSkylakeDsp(const std::wstring& device_id);
-  // The kind, as far as its driver client is still there.
-  Kind ActiveKind() const noexcept;
+  // The driver client of the object's kind, as far as it is still there.
+  ORVAPOIntelDriverInterface_BRW* Broadwell() const noexcept {
+    return kind_ == Kind::Broadwell ? clients_.broadwell() : nullptr;
+  }
+  KELAPOIntelDriverInterface_SKL* Skylake() const noexcept {
+    return kind_ == Kind::Skylake ? clients_.skylake() : nullptr;
+  }
 
   HRESULT ReadModuleInfo(std::string& name, std::string& version);
-  void ReportModule();
+  static void ReportModule(KELAPOIntelDriverInterface_SKL& driver);
   HRESULT ReadControls(IORVOperatingMode& op_mode, ORVQVTValueList& list);
   HRESULT WriteList(ORVQVTValueList list, std::wstring_view technology, std::uint8_t apply);
   HRESULT SetControlParams(const ControlValueMap& map, std::uint8_t apply);
-  HRESULT SetSkylakeParams(const ControlValueMap& map, std::uint8_t apply);
+  HRESULT SetSkylakeParams(KELAPOIntelDSP_SKL writers, const ControlValueMap& map,
+                           std::uint8_t apply);
   HRESULT SendConfiguration(const std::wstring& path, std::uint8_t apply);
-  HRESULT GetProcessEnable(std::uint8_t apply, VARIANT& value);
   void SetKELDSPControlChangeEvent();
-
-  KELAPOIntelDSP_BRW Broadwell() const { return KELAPOIntelDSP_BRW(*clients_.broadwell()); }
-  KELAPOIntelDSP_SKL Skylake() const { return KELAPOIntelDSP_SKL(*clients_.skylake()); }
 
   IntelDriverClients& clients_ = IntelDriverClients::OfProcess();
   const bool for_endpoint_;

@@ -97,8 +97,8 @@ bool MakeBands(std::span<const float> gains, std::span<const float> qualities,
 // Logs both images, and every byte in which they differ. E_FAIL if there is one.
 HRESULT VerifyImages(const SkylakeImage& sent, const SkylakeImage& held) {
   const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::SetControlParams");
-  DumpBuffer(sent);
-  DumpBuffer(held);
+  skylake::DumpBuffer(sent);
+  skylake::DumpBuffer(held);
   if (sent == held) {
     Diagnose(here, L"OK: VQ3D parameters in DSP values matched inputs\n");
     return S_OK;
@@ -157,57 +157,51 @@ HRESULT CKELAPOIntelDSP::WriteList(ORVQVTValueList list, std::wstring_view techn
   last_written_.Clear();
   const EqualizerTechnology* equalizer = FindEqualizer(technology);
   const bool high_pass = technology == kHighPassTechnology;
-  switch (ActiveKind()) {
-    case Kind::Skylake:
-      last_written_ = std::move(list);
-      if (high_pass || equalizer != nullptr) return Skylake().SetVQ3DHPFAEQControls(map, apply);
-      return SetControlParams(map, apply);
-    case Kind::Broadwell: {
-      KELAPOIntelDSP_BRW broadwell = Broadwell();
-      if (equalizer != nullptr) {
-        broadwell.ProcessPEQControls(map, apply, equalizer->channel);
-        return S_OK;
-      }
-      broadwell.ProcessHPFControls(map, apply);
-      if (high_pass) return S_OK;
-      broadwell.ProcessEvenvolumeControls(map, apply);
-      broadwell.ProcessHLControls(map, apply);
-      broadwell.ProcessAMHDControls(map, apply);
-      broadwell.ProcessGlobalControls(map, apply);
-      broadwell.ProcessPEQControls(map, apply, KELAPOIntelDSP_BRW::kBothChannels);
-      return S_OK;
-    }
-    case Kind::None:
-      break;
+  if (auto* const driver = Skylake()) {
+    last_written_ = std::move(list);
+    KELAPOIntelDSP_SKL writers(*driver);
+    if (high_pass || equalizer != nullptr) return writers.SetVQ3DHPFAEQControls(map, apply);
+    return SetSkylakeParams(writers, map, apply);
   }
+  auto* const driver = Broadwell();
+  if (driver == nullptr) return S_OK;
+  KELAPOIntelDSP_BRW broadwell(*driver);
+  if (equalizer != nullptr) {
+    broadwell.ProcessPEQControls(map, apply, equalizer->channel);
+    return S_OK;
+  }
+  broadwell.ProcessHPFControls(map, apply);
+  if (high_pass) return S_OK;
+  broadwell.ProcessEvenvolumeControls(map, apply);
+  broadwell.ProcessHLControls(map, apply);
+  broadwell.ProcessAMHDControls(map, apply);
+  broadwell.ProcessGlobalControls(map, apply);
+  broadwell.ProcessPEQControls(map, apply, KELAPOIntelDSP_BRW::kBothChannels);
   return S_OK;
 }
 
 HRESULT CKELAPOIntelDSP::SetControlParams(const ControlValueMap& map, std::uint8_t apply) {
   const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::SetControlParams");
-  switch (ActiveKind()) {
-    case Kind::Broadwell: {
-      Diagnose(here, L"Processing ENDSND DSP controls ...\n");
-      KELAPOIntelDSP_BRW broadwell = Broadwell();
-      broadwell.ProcessHPFAndPEQControls(map, apply);
-      broadwell.ProcessGlobalControls(map, apply);
-      broadwell.ProcessEvenvolumeControls(map, apply);
-      broadwell.ProcessAMHDControls(map, apply);
-      broadwell.ProcessHLControls(map, apply);
-      return S_OK;
-    }
-    case Kind::Skylake:
-      return SetSkylakeParams(map, apply);
-    case Kind::None:
-      break;
+  if (auto* const driver = Skylake())
+    return SetSkylakeParams(KELAPOIntelDSP_SKL(*driver), map, apply);
+  auto* const driver = Broadwell();
+  if (driver == nullptr) {
+    Diagnose(here, L"Error: Unsupported DSP type\n");
+    return S_OK;
   }
-  Diagnose(here, L"Error: Unsupported DSP type\n");
+  Diagnose(here, L"Processing ENDSND DSP controls ...\n");
+  KELAPOIntelDSP_BRW broadwell(*driver);
+  broadwell.ProcessHPFAndPEQControls(map, apply);
+  broadwell.ProcessGlobalControls(map, apply);
+  broadwell.ProcessEvenvolumeControls(map, apply);
+  broadwell.ProcessAMHDControls(map, apply);
+  broadwell.ProcessHLControls(map, apply);
   return S_OK;
 }
 
-HRESULT CKELAPOIntelDSP::SetSkylakeParams(const ControlValueMap& map, std::uint8_t apply) {
+HRESULT CKELAPOIntelDSP::SetSkylakeParams(KELAPOIntelDSP_SKL writers, const ControlValueMap& map,
+                                          std::uint8_t apply) {
   const DiagnosticSite here = ORV_HERE("CKELAPOIntelDSP::SetControlParams");
-  KELAPOIntelDSP_SKL writers = Skylake();
   KELAPOIntelDSP_SKL::ClearCache();
   Diagnose(here, L"Sending VQ3D parameters to DSP \n");
   HRESULT combined = S_OK;
@@ -254,7 +248,7 @@ HRESULT CKELAPOIntelDSP::SendConfiguration(const std::wstring& path, std::uint8_
   ORVQVTValueList list = mode.GetDefaultControls();  // public and private ones
   const ControlValueMap map(list.begin(), list.end());
   last_written_.Clear();
-  if (ActiveKind() == Kind::Skylake) last_written_ = std::move(list);
+  if (Skylake() != nullptr) last_written_ = std::move(list);
   return SetControlParams(map, apply);
 }
 

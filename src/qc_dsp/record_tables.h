@@ -1,6 +1,7 @@
 // The driver's six records, row by row.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 
@@ -78,7 +79,6 @@ inline constexpr Field kFlags[] = {
     rows::Options(FieldType::U8),
     rows::Reserved(1, FieldType::U8, 7),
 };
-static_assert(TilesRecord(kFlags, 8));
 
 inline constexpr Option kWideningOptions[] = {
     Switch(0x01, "QUMEDIA-Limit Enable"),
@@ -109,7 +109,6 @@ inline constexpr Field kWidening[] = {
     rows::Level(26, "QUMEDIA-DPHD Compressor Level"),
     rows::Words(28, kBassWords, Conversion::BassFilters),
 };
-static_assert(TilesRecord(kWidening, 92));
 
 inline constexpr Option kHeadphoneOptions[] = {
     Switch(0x01, "QUMEDIA-Limit Enable"),
@@ -134,13 +133,11 @@ inline constexpr Field kHeadphone[] = {
     rows::Level(22, "QUMEDIA-DPHD Compressor Level"),
     rows::Words(24, kBassWords, Conversion::BassFilters),
 };
-static_assert(TilesRecord(kHeadphone, 88));
 
 inline constexpr Field kHighPass[] = {
     {0, FieldType::I32, Conversion::Integer, "QUMEDIA-HPF Order"},
     rows::Words(4, kCascadeWords, Conversion::HighPass),
 };
-static_assert(TilesRecord(kHighPass, 108));
 
 inline constexpr Field kHardLimiter[] = {
     rows::Gain(0, "QUMEDIA-Hard Limiter Input Gain", 3),
@@ -153,7 +150,6 @@ inline constexpr Field kHardLimiter[] = {
     rows::Reserved(18),
     rows::Fixed(20, FieldType::U32, 1),
 };
-static_assert(TilesRecord(kHardLimiter, 24));
 
 inline constexpr Option kEqualiserOptions[] = {
     FixedBits(0x3),
@@ -173,7 +169,6 @@ inline constexpr Field kEqualiser[] = {
     rows::Words(12, kCascadeWords, Conversion::LeftBands),
     rows::Words(116, kCascadeWords, Conversion::RightBands),
 };
-static_assert(TilesRecord(kEqualiser, 220));
 
 // In the order of their identifiers.
 inline constexpr Record kRecords[] = {
@@ -187,6 +182,10 @@ inline constexpr Record kRecords[] = {
      kEqualiserOptions},
     {kORVAPOQC_Param_HardLimiter, "hard limiter", L"QUMEDIA-Hard Limiter Enable", 24, kHardLimiter},
 };
+
+static_assert(std::ranges::all_of(kRecords, [](const Record& record) {
+  return TilesRecord(record.fields, record.size);
+}));
 
 // Null for an identifier that no record has.
 constexpr const Record* FindRecord(std::uint32_t parameter) noexcept {

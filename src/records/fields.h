@@ -112,8 +112,7 @@ struct Field {
 
 // True if the rows, in their order, cover a record of `size` bytes without gap and overlap, each
 // on a multiple of its width. Reserved bytes are rows too.
-template <std::size_t N>
-constexpr bool TilesRecord(const Field (&rows)[N], std::size_t size) noexcept {
+constexpr bool TilesRecord(std::span<const Field> rows, std::size_t size) noexcept {
   std::size_t next = 0;
   for (const Field& row : rows) {
     const std::size_t width = FieldWidth(row.type);

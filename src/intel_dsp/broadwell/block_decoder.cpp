@@ -3,10 +3,9 @@
 #include "intel_dsp/fields.h"
 #include "records/word_decoder.h"
 
-namespace orv {
+namespace orv::broadwell {
 namespace {
 
-using broadwell::Block;
 using records::WordDecoder;
 using Fields = std::vector<DecodedField>;
 
@@ -49,17 +48,27 @@ struct CoefficientBlock {
   Fields (*decode)(std::span<const std::byte> block);
 };
 constexpr CoefficientBlock kCoefficientBlocks[] = {
-    {broadwell::kHighPassCoefficients, "HPF coefficients", DecodeHighPass},
-    {broadwell::kLeftEqualizer, "Left PEQ coefficients", DecodeEqualizer},
-    {broadwell::kRightEqualizer, "Right PEQ coefficients", DecodeEqualizer},
-    {broadwell::kBassCoefficients, "Bass enhancement coefficients", DecodeBass},
-    {broadwell::kSpaceCoefficients, "Space HPF coefficients", DecodeSpace},
+    {kHighPassCoefficients, "HPF coefficients", DecodeHighPass},
+    {kLeftEqualizer, "Left PEQ coefficients", DecodeEqualizer},
+    {kRightEqualizer, "Right PEQ coefficients", DecodeEqualizer},
+    {kBassCoefficients, "Bass enhancement coefficients", DecodeBass},
+    {kSpaceCoefficients, "Space HPF coefficients", DecodeSpace},
 };
 
 }  // namespace
 
+FieldPlace FindField(std::string_view control) {
+  for (const Block& block : kBlocks) {
+    for (const Field& field : block.fields) {
+      if (field.conversion != Conversion::Reserved && control == field.control)
+        return {&block, &field};
+    }
+  }
+  return {};
+}
+
 std::string BroadwellBlockName(std::uint32_t parameter) {
-  for (const Block& block : broadwell::kBlocks) {
+  for (const Block& block : kBlocks) {
     if (block.parameter == parameter) return block.name;
   }
   for (const CoefficientBlock& block : kCoefficientBlocks) {
@@ -73,11 +82,11 @@ std::vector<DecodedField> DecodeBroadwellBlock(std::uint32_t parameter,
   for (const CoefficientBlock& coefficients : kCoefficientBlocks) {
     if (coefficients.parameter == parameter) return coefficients.decode(block);
   }
-  for (const Block& known : broadwell::kBlocks) {
+  for (const Block& known : kBlocks) {
     if (known.parameter == parameter && known.size == block.size())
       return intel::DecodeFields(known.fields, block);
   }
   return {};
 }
 
-}  // namespace orv
+}  // namespace orv::broadwell

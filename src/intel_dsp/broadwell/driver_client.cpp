@@ -2,17 +2,10 @@
 
 #include <cstring>
 
-#include "intel_dsp/text_record.h"
 #include "platform/diagnostics.h"
 
-namespace orv {
+namespace orv::broadwell {
 namespace {
-
-using broadwell::ModuleInfoRecord;
-using broadwell::ParameterRecord;
-using broadwell::RequestHeader;
-using broadwell::StatusRecord;
-using broadwell::VersionRecord;
 
 constexpr std::uintptr_t kNoHandle = ~std::uintptr_t{0};
 
@@ -26,24 +19,20 @@ std::span<std::byte> BytesOf(Record& record) {
 ORVAPOIntelDriverInterface_BRW::ORVAPOIntelDriverInterface_BRW(Machine& machine, HRESULT& status,
                                                                std::uint32_t module_number)
     : module_(module_number), record_(std::make_unique<ParameterRecord>()) {
-  OpenIntelDriver(machine);
-  status = device_ != nullptr ? S_OK : E_FAIL;
-  if (device_ == nullptr) return;
-  HRESULT module_status = E_FAIL;
-  SetStatus(module_status);
-}
-
-void ORVAPOIntelDriverInterface_BRW::OpenIntelDriver(Machine& machine) {
-  for (const std::wstring& path : machine.DeviceInterfaces(broadwell::kDeviceInterface)) {
+  for (const std::wstring& path : machine.DeviceInterfaces(kDeviceInterface)) {
     device_ = machine.OpenDevice(path, last_error_);
     if (device_ != nullptr) break;
   }
   Diagnose(ORV_HERE("ORVAPOIntelDriverInterface_BRW::OpenIntelDriver"),
            L"Broadwell OpenIntelDriver() returned handle 0x%x\n",
            device_ != nullptr ? device_->native() : kNoHandle);
+  status = device_ != nullptr ? S_OK : E_FAIL;
+  if (device_ == nullptr) return;
+  HRESULT module_status = E_FAIL;
+  SetStatus(module_status);
 }
 
-bool ORVAPOIntelDriverInterface_BRW::Control(std::uint32_t code, broadwell::Command command,
+bool ORVAPOIntelDriverInterface_BRW::Control(std::uint32_t code, Command command,
                                              std::span<std::byte> output, std::uint32_t& returned) {
   returned = 0;
   RequestHeader header = {module_, 0, command,
@@ -55,67 +44,62 @@ bool ORVAPOIntelDriverInterface_BRW::Control(std::uint32_t code, broadwell::Comm
   return error == 0;
 }
 
+template <class Record>
+bool ORVAPOIntelDriverInterface_BRW::Exchange(std::uint32_t code, Command command, Record& record,
+                                              HRESULT& status, const DiagnosticSite& site,
+                                              const wchar_t* failure) {
+  std::uint32_t returned = 0;
+  const bool answered = Control(code, command, BytesOf(record), returned);
+  status = answered ? record.status : E_FAIL;
+  if (!answered) Diagnose(site, failure, last_error_);
+  return answered;
+}
+
 bool ORVAPOIntelDriverInterface_BRW::GetAPIVersion(HRESULT& status, std::uint8_t& version,
                                                    std::uint8_t& features) {
+  const DiagnosticSite here = ORV_HERE("ORVAPOIntelDriverInterface_BRW::GetAPIVersion");
   VersionRecord record = {};
-  std::uint32_t returned = 0;
-  if (!Control(broadwell::kGetCode, broadwell::kGetVersion, BytesOf(record), returned)) {
-    status = E_FAIL;
-    Diagnose(ORV_HERE("ORVAPOIntelDriverInterface_BRW::GetAPIVersion"),
-             L"Intel GetAPIVersion DeviceIoControl failed, error %d\n", last_error_);
+  if (!Exchange(kGetCode, kGetVersion, record, status, here,
+                L"Intel GetAPIVersion DeviceIoControl failed, error %d\n"))
     return false;
-  }
-  status = record.status;
   if (SUCCEEDED(status)) {
     version = record.version;
     features = record.features;
   }
-  Diagnose(ORV_HERE("ORVAPOIntelDriverInterface_BRW::GetAPIVersion"),
-           L"Intel GetAPIVersion: 0x%x, %d %d\n", status, record.version, record.features);
+  Diagnose(here, L"Intel GetAPIVersion: 0x%x, %d %d\n", status, record.version, record.features);
   return SUCCEEDED(status);
 }
 
 bool ORVAPOIntelDriverInterface_BRW::GetModuleInfo(HRESULT& status, std::string& name,
                                                    std::string& version) {
+  const DiagnosticSite here = ORV_HERE("ORVAPOIntelDriverInterface_BRW::GetModuleInfo");
   name.clear();
   version.clear();
   ModuleInfoRecord record = {};
-  std::uint32_t returned = 0;
-  if (!Control(broadwell::kGetCode, broadwell::kGetModuleInfo, BytesOf(record), returned)) {
-    status = E_FAIL;
-    Diagnose(ORV_HERE("ORVAPOIntelDriverInterface_BRW::GetModuleInfo"),
-             L"Intel GetModuleInfo DeviceIoControl failed, error %d\n", last_error_);
+  if (!Exchange(kGetCode, kGetModuleInfo, record, status, here,
+                L"Intel GetModuleInfo DeviceIoControl failed, error %d\n"))
     return false;
-  }
-  status = record.status;
   if (SUCCEEDED(status)) {
     name = TextOf(record.name);
     version = TextOf(record.version);
   }
-  Diagnose(ORV_HERE("ORVAPOIntelDriverInterface_BRW::GetModuleInfo"),
-           L"Intel GetModuleInfo: 0x%x, %S, %S\n", status, name, version);
+  Diagnose(here, L"Intel GetModuleInfo: 0x%x, %S, %S\n", status, name, version);
   return SUCCEEDED(status);
 }
 
 bool ORVAPOIntelDriverInterface_BRW::SetStatus(HRESULT& status) {
+  const DiagnosticSite here = ORV_HERE("ORVAPOIntelDriverInterface_BRW::SetStatus");
   StatusRecord record = {0, {1, 1}};
-  std::uint32_t returned = 0;
-  if (!Control(broadwell::kSetCode, broadwell::kSetStatus, BytesOf(record), returned)) {
-    status = E_FAIL;
-    Diagnose(ORV_HERE("ORVAPOIntelDriverInterface_BRW::SetStatus"),
-             L"ORVAPOIntelDriverInterface_BRW::SetStatus(), DeviceIoControl failed, error %d\n",
-             last_error_);
+  if (!Exchange(kSetCode, kSetStatus, record, status, here,
+                L"ORVAPOIntelDriverInterface_BRW::SetStatus(), DeviceIoControl failed, error %d\n"))
     return false;
-  }
-  status = record.status;
-  Diagnose(ORV_HERE("ORVAPOIntelDriverInterface_BRW::SetStatus"),
-           L"ORVAPOIntelDriverInterface_BRW::SetStatus(), OK - 0x%x\n", status);
+  Diagnose(here, L"ORVAPOIntelDriverInterface_BRW::SetStatus(), OK - 0x%x\n", status);
   return SUCCEEDED(status);
 }
 
 bool ORVAPOIntelDriverInterface_BRW::Prepare(HRESULT& status, std::uint32_t parameter,
                                              std::uint32_t size, std::uint8_t apply) {
-  if (size > broadwell::kLargestParameter) {
+  if (size > kLargestParameter) {
     status = E_INVALIDARG;
     last_error_ = kDeviceInvalidParameter;
     return false;
@@ -133,8 +117,7 @@ bool ORVAPOIntelDriverInterface_BRW::SetParameter(HRESULT& status, std::uint32_t
   if (!Prepare(status, parameter, size, apply)) return false;
   std::memcpy(record_->data, buffer, size);
   std::uint32_t returned = 0;
-  const bool sent =
-      Control(broadwell::kSetCode, broadwell::kSetParameter, BytesOf(*record_), returned);
+  const bool sent = Control(kSetCode, kSetParameter, BytesOf(*record_), returned);
   status = record_->status;
   return sent;
 }
@@ -145,8 +128,7 @@ bool ORVAPOIntelDriverInterface_BRW::GetParameter(HRESULT& status, std::uint32_t
   short_answer_ = false;
   if (!Prepare(status, parameter, size, apply)) return false;
   std::uint32_t returned = 0;
-  const bool answered =
-      Control(broadwell::kGetCode, broadwell::kGetParameter, BytesOf(*record_), returned);
+  const bool answered = Control(kGetCode, kGetParameter, BytesOf(*record_), returned);
   status = record_->status;
   if (!answered) return false;
   Diagnose(ORV_HERE("ORVAPOIntelDriverInterface_BRW::GetParameter"),
@@ -157,4 +139,4 @@ bool ORVAPOIntelDriverInterface_BRW::GetParameter(HRESULT& status, std::uint32_t
   return true;
 }
 
-}  // namespace orv
+}  // namespace orv::broadwell

@@ -7,9 +7,10 @@
 
 #include "intel_dsp/broadwell/driver_records.h"
 #include "intel_dsp/drivers.h"
+#include "platform/diagnostics.h"
 #include "platform/machine.h"
 
-namespace orv {
+namespace orv::broadwell {
 
 // Used by one thread at a time. Without an opened driver every request fails.
 class ORVAPOIntelDriverInterface_BRW final : public BroadwellDriver {
@@ -34,17 +35,26 @@ class ORVAPOIntelDriverInterface_BRW final : public BroadwellDriver {
   std::uint32_t last_error() const override { return last_error_; }
 
  private:
-  void OpenIntelDriver(Machine& machine);
   // One request; false if the I/O control fails. Keeps the system's error.
-  bool Control(std::uint32_t code, broadwell::Command command, std::span<std::byte> output,
+  bool Control(std::uint32_t code, Command command, std::span<std::byte> output,
                std::uint32_t& returned);
+  // A request with an answer of its own; reports a failure.
+  template <class Record>
+  bool Exchange(std::uint32_t code, Command command, Record& record, HRESULT& status,
+                const DiagnosticSite& site, const wchar_t* failure);
   bool Prepare(HRESULT& status, std::uint32_t parameter, std::uint32_t size, std::uint8_t apply);
 
   std::unique_ptr<DeviceFile> device_;
   std::uint32_t module_;
   std::uint32_t last_error_ = 0;
   bool short_answer_ = false;
-  std::unique_ptr<broadwell::ParameterRecord> record_;  // every parameter request moves all of it
+  std::unique_ptr<ParameterRecord> record_;  // every parameter request moves all of it
 };
+
+}  // namespace orv::broadwell
+
+namespace orv {
+
+using broadwell::ORVAPOIntelDriverInterface_BRW;
 
 }  // namespace orv

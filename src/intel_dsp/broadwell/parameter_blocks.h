@@ -2,6 +2,7 @@
 // single-property operations and the decoder walk the same rows.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -10,15 +11,7 @@
 
 #include "records/fields.h"
 
-namespace orv {
-
-// A parameter's name and its fields as text. Empty for an unknown parameter; no fields if the size
-// is not the parameter's.
-std::string BroadwellBlockName(std::uint32_t parameter);
-std::vector<DecodedField> DecodeBroadwellBlock(std::uint32_t parameter,
-                                               std::span<const std::byte> block);
-
-namespace broadwell {
+namespace orv::broadwell {
 
 enum Parameter : std::uint32_t {
   kProcessEnable = 0,
@@ -112,12 +105,6 @@ inline constexpr Field kHardLimiterFields[] = {
     rows::Reserved(14),
 };
 
-static_assert(TilesRecord(kProcessEnableFields, 4) && TilesRecord(kHighPassEnableFields, 4));
-static_assert(TilesRecord(kEqualizerEnableFields, 4) && TilesRecord(kInputGainFields, 2));
-static_assert(TilesRecord(kOutputGainFields, 2) && TilesRecord(kBypassGainFields, 2));
-static_assert(TilesRecord(kHeadroomGainFields, 2) && TilesRecord(kEvenvolumeFields, 12));
-static_assert(TilesRecord(kAmhdFields, 92) && TilesRecord(kHardLimiterFields, 16));
-
 // The single values come first, in the order in which they are sent.
 inline constexpr Block kBlocks[] = {
     {kProcessEnable, "Process Enable", 4, kProcessEnableFields},
@@ -133,6 +120,9 @@ inline constexpr Block kBlocks[] = {
 };
 inline constexpr std::size_t kSingleValues = 7;
 static_assert(kBlocks[kSingleValues - 1].parameter == kEqualizerEnable);
+static_assert(std::ranges::all_of(kBlocks, [](const Block& block) {
+  return TilesRecord(block.fields, block.size);
+}));
 
 // Of constants alone: a parameter without a block does not compile.
 consteval const Block& BlockOf(Parameter parameter) {
@@ -145,7 +135,19 @@ struct FieldPlace {
   const Block* block = nullptr;
   const Field* field = nullptr;
 };
-FieldPlace FindField(const std::string& control);
+FieldPlace FindField(std::string_view control);
 
-}  // namespace broadwell
+// A parameter's name and its fields as text. Empty for an unknown parameter; no fields if the size
+// is not the parameter's.
+std::string BroadwellBlockName(std::uint32_t parameter);
+std::vector<DecodedField> DecodeBroadwellBlock(std::uint32_t parameter,
+                                               std::span<const std::byte> block);
+
+}  // namespace orv::broadwell
+
+namespace orv {
+
+using broadwell::BroadwellBlockName;
+using broadwell::DecodeBroadwellBlock;
+
 }  // namespace orv

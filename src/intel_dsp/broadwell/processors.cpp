@@ -8,13 +8,9 @@
 #include "platform/device_io.h"
 #include "platform/diagnostics.h"
 
-namespace orv {
+namespace orv::broadwell {
 namespace {
 
-using broadwell::Block;
-using broadwell::BlockOf;
-using broadwell::Bytes;
-using broadwell::Field;
 using intel::FillField;
 using intel::IntegerOf;
 
@@ -62,19 +58,22 @@ bool KELAPOIntelDSP_BRW::Receive(std::uint32_t parameter, std::span<std::byte> b
   return false;
 }
 
+void KELAPOIntelDSP_BRW::SendBlock(const Block& block, const ControlValueMap& map,
+                                   std::uint8_t apply, const char* group, const char* failure) {
+  Bytes bytes(block.size);
+  FillAll(block, map, bytes);
+  SendOrThrow(block.parameter, bytes, apply, group, failure);
+}
+
 void KELAPOIntelDSP_BRW::ProcessGlobalControls(const ControlValueMap& map, std::uint8_t apply) {
-  for (const Block& block : std::span(broadwell::kBlocks).first<broadwell::kSingleValues>()) {
-    Bytes bytes(block.size);
-    FillAll(block, map, bytes);
-    SendOrThrow(block.parameter, bytes, apply, "Global",
-                "Settings of parameters in driver failed.");
-  }
+  for (const Block& block : std::span(kBlocks).first<kSingleValues>())
+    SendBlock(block, map, apply, "Global", "Settings of parameters in driver failed.");
 }
 
 void KELAPOIntelDSP_BRW::ProcessHLControls(const ControlValueMap& map, std::uint8_t apply) {
   const DiagnosticSite here = ORV_HERE("KELAPOIntelDSP_BRW::ProcessHLControls");
   Diagnose(here, L"Setting Hard Limiter controls (Enable and Output Gain) from VM");
-  const Block& block = BlockOf(broadwell::kHardLimiter);
+  const Block& block = BlockOf(kHardLimiter);
   Bytes bytes(block.size);
   const auto missing = std::ranges::find_if_not(
       block.fields, [&](const Field& f) { return intel::HasControl(f, map); });
@@ -98,13 +97,12 @@ void KELAPOIntelDSP_BRW::ProcessHPFControls(const ControlValueMap& map, std::uin
                                        L"Trying MFX:ZENSND-HPF Order instead: %S", map);
   const std::int32_t frequency = IntegerOr("ZENSND-HPF Frequency", "MFX:ZENSND-HPF Frequency",
                                            L"Trying MFX:ZENSND-HPF Frequency instead: %S", map);
-  if (!broadwell::IsOrder(order)) throw IntelException("HPF", "filter order out of range");
+  if (!IsOrder(order)) throw IntelException("HPF", "filter order out of range");
   const auto configuration = map.find("ZENSND-HPF Filter Cfg");
   const Bytes bytes = configuration == map.end()
-                          ? broadwell::HighPassBlock(order, frequency)
-                          : broadwell::HighPassPreset(order, configuration->second.ToString());
-  SendOrThrow(broadwell::kHighPassCoefficients, bytes, apply, "HPF",
-              "Unable to set HPF coefficients.");
+                          ? HighPassBlock(order, frequency)
+                          : HighPassPreset(order, configuration->second.ToString());
+  SendOrThrow(kHighPassCoefficients, bytes, apply, "HPF", "Unable to set HPF coefficients.");
   Diagnose(ORV_HERE("KELAPOIntelDSP_BRW::ProcessHPFControls"),
            L"Setting of HPF coefficients returned status 0x%x\n", S_OK);
 }
@@ -119,32 +117,28 @@ void KELAPOIntelDSP_BRW::ProcessChannel(const ControlValueMap& map, std::uint8_t
                                         std::uint32_t channel) {
   const DiagnosticSite here = ORV_HERE("KELAPOIntelDSP_BRW::ProcessPEQControls");
   const bool left = channel == kLeft;
-  const char* const name = left ? "Left" : "Right";
+  const char* const side = left ? "left" : "right";
   Bytes bytes;
   std::uint32_t error = kDeviceInvalidParameter;
   try {
     const auto configuration = map.find("ZENSND-Filter Cfg");
-    bytes = configuration != map.end()
-                ? broadwell::EqualizerPreset(configuration->second.ToString())
-                : broadwell::EqualizerBlock(ReadEqualizerBands(kBroadwellEqualizer, name, map));
+    bytes =
+        configuration != map.end()
+            ? EqualizerPreset(configuration->second.ToString())
+            : EqualizerBlock(ReadEqualizerBands(kBroadwellEqualizer, left ? "Left" : "Right", map));
   } catch (const IntelException& exception) {
     Diagnose(here, L"Error: %s\n", exception.what());
   }
   if (!bytes.empty()) {
     HRESULT status = E_FAIL;
-    if (Send(left ? broadwell::kLeftEqualizer : broadwell::kRightEqualizer, bytes, apply, status)) {
-      Diagnose(here,
-               left ? L"Setting of left PEQ succeeded, status 0x%x. Buffer size = %d\n"
-                    : L"Setting of right PEQ succeeded, status 0x%x. Buffer size = %d\n",
-               status, bytes.size());
+    if (Send(left ? kLeftEqualizer : kRightEqualizer, bytes, apply, status)) {
+      Diagnose(here, L"Setting of %S PEQ succeeded, status 0x%x. Buffer size = %d\n", side, status,
+               bytes.size());
       return;
     }
     error = driver_.last_error();
   }
-  Diagnose(here,
-           left ? L"Setting of left PEQ parameters failed, error %d\n"
-                : L"Setting of right PEQ parameters failed, error %d\n",
-           error);
+  Diagnose(here, L"Setting of %S PEQ parameters failed, error %d\n", side, error);
 }
 
 void KELAPOIntelDSP_BRW::ProcessHPFAndPEQControls(const ControlValueMap& map, std::uint8_t apply) {
@@ -158,7 +152,7 @@ void KELAPOIntelDSP_BRW::ProcessHPFAndPEQControls(const ControlValueMap& map, st
 }
 
 void KELAPOIntelDSP_BRW::ProcessAMHDControls(const ControlValueMap& map, std::uint8_t apply) {
-  const Block& block = BlockOf(broadwell::kAmhd);
+  const Block& block = BlockOf(kAmhd);
   Bytes bytes(block.size);
   // From one offset to another, both included.
   const auto fill = [&](std::size_t first, std::size_t last) {
@@ -166,10 +160,9 @@ void KELAPOIntelDSP_BRW::ProcessAMHDControls(const ControlValueMap& map, std::ui
       if (field.offset >= first && field.offset <= last) FillField(field, map, bytes);
   };
   const auto is_custom = [&](const Field& field) { return field.Read(bytes) == kCustomSizeCode; };
-  constexpr const Field& kCutoff = RowOf(broadwell::kAmhdFields, "ZENSND-Space HPF Custom Freq");
-  constexpr const Field& kAudio = RowOf(broadwell::kAmhdFields, "ZENSND-DPHD Speaker Audio Size");
-  constexpr const Field& kAnalysis =
-      RowOf(broadwell::kAmhdFields, "ZENSND-DPHD Speaker Analysis Size");
+  constexpr const Field& kCutoff = RowOf(kAmhdFields, "ZENSND-Space HPF Custom Freq");
+  constexpr const Field& kAudio = RowOf(kAmhdFields, "ZENSND-DPHD Speaker Audio Size");
+  constexpr const Field& kAnalysis = RowOf(kAmhdFields, "ZENSND-DPHD Speaker Analysis Size");
   // In this order: an exception ends the write, and coefficients come before their block.
   fill(0, 12);
   fill(kAudio.offset, kAnalysis.offset);
@@ -189,7 +182,7 @@ void KELAPOIntelDSP_BRW::ProcessAMHDControls(const ControlValueMap& map, std::ui
 
 void KELAPOIntelDSP_BRW::SendBassCoefficients(const ControlValueMap& map, std::uint8_t apply) {
   if (map.contains("ZENSND-DPHD_Speaker Custom Table"))
-    return SendAmhd(broadwell::kBassCoefficients, broadwell::BassPreset(), apply);
+    return SendAmhd(kBassCoefficients, BassPreset(), apply);
   const auto size = [&map](const std::string& custom, const std::string& plain) {
     return IntegerOf(map.contains(custom) ? custom : plain, map);
   };
@@ -197,14 +190,14 @@ void KELAPOIntelDSP_BRW::SendBassCoefficients(const ControlValueMap& map, std::u
       size("ZENSND-DPHD Speaker Audio Custom Size", "ZENSND-DPHD Speaker Audio Size");
   const std::int32_t analysis =
       size("ZENSND-DPHD Speaker Analysis Custom Size", "ZENSND-DPHD Speaker Analysis Size");
-  SendAmhd(broadwell::kBassCoefficients, broadwell::BassBlock(audio, analysis), apply);
+  SendAmhd(kBassCoefficients, BassBlock(audio, analysis), apply);
 }
 
 void KELAPOIntelDSP_BRW::SendSpaceCoefficients(const ControlValueMap& map, std::uint8_t apply) {
   if (map.contains("ZENSND-Space HPF Custom Freq Table"))
-    return SendAmhd(broadwell::kSpaceCoefficients, broadwell::SpacePreset(), apply);
+    return SendAmhd(kSpaceCoefficients, SpacePreset(), apply);
   const std::int32_t frequency = IntegerOf("ZENSND-Space HPF Custom Freq", map);
-  SendAmhd(broadwell::kSpaceCoefficients, broadwell::SpaceBlock(frequency), apply);
+  SendAmhd(kSpaceCoefficients, SpaceBlock(frequency), apply);
 }
 
 void KELAPOIntelDSP_BRW::SendAmhd(std::uint32_t parameter, const Bytes& bytes, std::uint8_t apply) {
@@ -212,13 +205,10 @@ void KELAPOIntelDSP_BRW::SendAmhd(std::uint32_t parameter, const Bytes& bytes, s
 }
 
 void KELAPOIntelDSP_BRW::ProcessEvenvolumeControls(const ControlValueMap& map, std::uint8_t apply) {
-  const Block& block = BlockOf(broadwell::kEvenvolume);
-  Bytes bytes(block.size);
-  FillAll(block, map, bytes);
-  SendOrThrow(block.parameter, bytes, apply, "Evenvolume",
-              "Setting of Evenvolume controls failed.");
+  SendBlock(BlockOf(kEvenvolume), map, apply, "Evenvolume",
+            "Setting of Evenvolume controls failed.");
   Diagnose(ORV_HERE("KELAPOIntelDSP_BRW::ProcessEvenvolumeControls"),
            L"  Writing Evenvolume Controls successful, %d\n", S_OK);
 }
 
-}  // namespace orv
+}  // namespace orv::broadwell

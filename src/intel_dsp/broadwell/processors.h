@@ -10,7 +10,7 @@
 #include "intel_dsp/conversion/converters.h"
 #include "intel_dsp/drivers.h"
 
-namespace orv {
+namespace orv::broadwell {
 
 // Processors send what they are named after and throw IntelException if a control does not convert
 // or the driver refuses. `apply` is passed to the driver unchanged.
@@ -39,7 +39,7 @@ class KELAPOIntelDSP_BRW {
   HRESULT GetProperty(const std::wstring& name, std::uint8_t apply, VARIANT& value);
   // E_INVALIDARG for variants that are not 32-bit or 64-bit integers (enable controls of the AMHD
   // block: 32-bit only). S_OK otherwise, also if the driver fails, the name is not known, the
-  // control does not take the value or the block was read in part: a diagnostic line says which.
+  // control does not take the value or the block was read in part: a diagnostic line reports which.
   HRESULT SetProperty(const std::wstring& name, std::uint8_t apply, const VARIANT& value);
 
  private:
@@ -49,16 +49,24 @@ class KELAPOIntelDSP_BRW {
   // Throws if the driver refuses, or if there is nothing to send because a design was refused.
   void SendOrThrow(std::uint32_t parameter, std::span<const std::byte> bytes, std::uint8_t apply,
                    const char* group, const char* failure);
+  void SendBlock(const Block& block, const ControlValueMap& map, std::uint8_t apply,
+                 const char* group, const char* failure);
   bool Receive(std::uint32_t parameter, std::span<std::byte> bytes, std::uint8_t apply);
   void ProcessChannel(const ControlValueMap& map, std::uint8_t apply, std::uint32_t channel);
   void SendBassCoefficients(const ControlValueMap& map, std::uint8_t apply);
   void SendSpaceCoefficients(const ControlValueMap& map, std::uint8_t apply);
-  void SendAmhd(std::uint32_t parameter, const broadwell::Bytes& bytes, std::uint8_t apply);
+  void SendAmhd(std::uint32_t parameter, const Bytes& bytes, std::uint8_t apply);
   bool ReceiveForChange(std::uint32_t parameter, std::span<std::byte> bytes, std::uint8_t apply);
-  bool SendChange(std::uint32_t parameter, const broadwell::Bytes& bytes, std::uint8_t apply);
-  void ChangeField(const broadwell::FieldPlace& place, std::int32_t value, std::uint8_t apply);
+  bool SendChange(std::uint32_t parameter, const Bytes& bytes, std::uint8_t apply);
+  void ChangeField(const FieldPlace& place, std::int32_t value, std::uint8_t apply);
 
   BroadwellDriver& driver_;
 };
+
+}  // namespace orv::broadwell
+
+namespace orv {
+
+using broadwell::KELAPOIntelDSP_BRW;
 
 }  // namespace orv

@@ -4,12 +4,8 @@
 #include "platform/diagnostics.h"
 #include "platform/text.h"
 
-namespace orv {
+namespace orv::broadwell {
 namespace {
-
-using broadwell::Bytes;
-using broadwell::Conversion;
-using broadwell::FieldPlace;
 
 // Controls that clients may read. Levels come as the whole word at their place, neighbour included.
 constexpr const char* kReadable[] = {
@@ -28,7 +24,7 @@ constexpr char kFlagName[] = "ZENSND-DPHD Enable";  // read as 0 or 1, whatever 
 constexpr char kShortAmhdName[] = "AMHD Enable";
 
 bool IsSingle(const FieldPlace& place) { return place.block->fields.size() == 1; }
-bool IsIn(const FieldPlace& place, broadwell::Parameter parameter) {
+bool IsIn(const FieldPlace& place, Parameter parameter) {
   return place.block->parameter == parameter;
 }
 bool Is(const FieldPlace& place, Conversion conversion) {
@@ -37,9 +33,8 @@ bool Is(const FieldPlace& place, Conversion conversion) {
 
 // The module is switched on and off as a whole, not by this name.
 FieldPlace PlaceToWrite(const std::string& control) {
-  const FieldPlace place =
-      broadwell::FindField(control == kShortAmhdName ? "ZENSND-AMHD Enable" : control);
-  const bool is_module_switch = place.field != nullptr && IsIn(place, broadwell::kProcessEnable);
+  const FieldPlace place = FindField(control == kShortAmhdName ? "ZENSND-AMHD Enable" : control);
+  const bool is_module_switch = place.field != nullptr && IsIn(place, kProcessEnable);
   return is_module_switch ? FieldPlace{} : place;
 }
 
@@ -50,7 +45,7 @@ HRESULT KELAPOIntelDSP_BRW::GetProperty(const std::wstring& name, std::uint8_t a
   const std::string control = Narrow(name);
   for (const char* readable : kReadable) {
     if (control != readable) continue;
-    const FieldPlace place = broadwell::FindField(control);
+    const FieldPlace place = FindField(control);
     Bytes bytes(place.block->size);
     if (!Receive(place.block->parameter, bytes, apply)) return E_FAIL;
     const std::int64_t word = ReadField(bytes, place.field->offset, FieldType::I32);
@@ -66,13 +61,13 @@ HRESULT KELAPOIntelDSP_BRW::SetProperty(const std::wstring& name, std::uint8_t a
   const DiagnosticSite here = ORV_HERE("KELAPOIntelDSP_BRW::SetProperty");
   const FieldPlace place = PlaceToWrite(Narrow(name));
   const bool narrow_only =
-      place.field != nullptr && IsIn(place, broadwell::kAmhd) && Is(place, Conversion::Bool);
+      place.field != nullptr && IsIn(place, kAmhd) && Is(place, Conversion::Bool);
   if (value.vt != VT_I4 && (value.vt != VT_I8 || narrow_only)) {
     Diagnose(here, L"Variant specified unsupported type %d\n", int{value.vt});
     return E_INVALIDARG;
   }
   if (place.field == nullptr) {
-    Diagnose(here, L"[%s] is no control that can be written\n", name);
+    Diagnose(here, L"[%s] is not a control that can be written\n", name);
     return S_OK;
   }
   try {
@@ -108,7 +103,7 @@ bool KELAPOIntelDSP_BRW::SendChange(std::uint32_t parameter, const Bytes& bytes,
 void KELAPOIntelDSP_BRW::ChangeField(const FieldPlace& place, std::int32_t value,
                                      std::uint8_t apply) {
   const DiagnosticSite here = ORV_HERE("KELAPOIntelDSP_BRW::SetProperty");
-  const broadwell::Field& field = *place.field;
+  const Field& field = *place.field;
   const bool is_level = Is(place, Conversion::Percent);
   if (is_level) Diagnose(here, L"Setting level to %d%%\n", value);
   Bytes bytes(place.block->size);
@@ -122,17 +117,15 @@ void KELAPOIntelDSP_BRW::ChangeField(const FieldPlace& place, std::int32_t value
       {field.control, ORVQVTValue(field.control, is_switch ? std::int32_t{value != 0} : value)}};
   intel::FillField(field, map, bytes);
   if (Is(place, Conversion::SpaceCutoff)) {
-    const Bytes coefficients = broadwell::SpaceBlock(value);
+    const Bytes coefficients = SpaceBlock(value);
     if (coefficients.empty()) throw IntelException(field.control, "frequency out of range");
-    if (!SendChange(broadwell::kSpaceCoefficients, coefficients, apply)) return;
+    if (!SendChange(kSpaceCoefficients, coefficients, apply)) return;
   }
   if (!SendChange(place.block->parameter, bytes, apply)) return;
-  if (IsIn(place, broadwell::kEqualizerEnable))
-    Diagnose(here, L"\n InteDSP: ZENSND-AEQ Enable %d\n", value);
-  if (IsIn(place, broadwell::kEvenvolume))
+  if (IsIn(place, kEqualizerEnable)) Diagnose(here, L"\n InteDSP: ZENSND-AEQ Enable %d\n", value);
+  if (IsIn(place, kEvenvolume))
     Diagnose(here, L"Writing Evenvolume Controls successful, %d\n", S_OK);
-  if (IsIn(place, broadwell::kAmhd) && is_switch)
-    Diagnose(here, L"AMHD Enable Controls %d\n", value);
+  if (IsIn(place, kAmhd) && is_switch) Diagnose(here, L"AMHD Enable Controls %d\n", value);
 }
 
-}  // namespace orv
+}  // namespace orv::broadwell

@@ -5,10 +5,9 @@
 #include "intel_dsp/skylake/writers.h"
 #include "records/word_decoder.h"
 
-namespace orv {
+namespace orv::skylake {
 namespace {
 
-using namespace skylake;
 using records::WordDecoder;
 
 constexpr const char* kFilterName = "KEL_PARAM_VQSND3D_FILTER_CONTROLS_STU";
@@ -127,4 +126,4 @@ std::vector<DecodedField> DecodeSkylakeBlock(std::uint32_t parameter,
   }
 }
 
-}  // namespace orv
+}  // namespace orv::skylake

@@ -118,12 +118,6 @@ void ReportOperation(bool success, const char* block, const char* operation) {
            success ? L"OK: [%S] %S() succeeded." : L"Error: [%S] %S() failed.", operation, block);
 }
 
-}  // namespace orv::skylake
-
-namespace orv {
-
-using namespace skylake;
-
 void KELAPOIntelDSP_SKL::ClearCache() { cache = {}; }
 
 SkylakeImage KELAPOIntelDSP_SKL::CachedImage() { return ImageOf(cache); }
@@ -148,4 +142,4 @@ HRESULT KELAPOIntelDSP_SKL::ReadProcessEnable(bool& enabled, std::uint8_t apply)
   return status;
 }
 
-}  // namespace orv
+}  // namespace orv::skylake

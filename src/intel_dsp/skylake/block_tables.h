@@ -61,14 +61,12 @@ inline constexpr Field kVQ3DFields[] = {
     rows::Choice(8, "VQ3D-Main Tech", Conversion::MainTech, 0, 5),
     rows::Switch(12, "VQ3D-HPF Enable"),
 };
-static_assert(TilesRecord(kVQ3DFields, 16));
 inline constexpr const Field& kProcessEnable = RowOf(kVQ3DFields, "VQ3D-Process Enable");
 inline constexpr const Field& kHighPassSwitch = RowOf(kVQ3DFields, "VQ3D-HPF Enable");
 
 inline constexpr Field kCommonConfigFields[] = {
     {0, FieldType::U32, Conversion::SampleRate, "sample rate"},
 };
-static_assert(TilesRecord(kCommonConfigFields, 4));
 
 inline constexpr Field kEVolHDFields[] = {
     rows::Switch(0, "VQ3D-EVolHD Enable"),
@@ -76,7 +74,6 @@ inline constexpr Field kEVolHDFields[] = {
     rows::Reserved(6),
     rows::Intensity(8, "VQ3D-EVolHD Level Intensity"),
 };
-static_assert(TilesRecord(kEVolHDFields, 12));
 
 inline constexpr Field kVocaliftFields[] = {
     rows::Switch(0, "VQ3D-Vocalift Enable"),
@@ -86,7 +83,6 @@ inline constexpr Field kVocaliftFields[] = {
     {8, FieldType::U32, Conversion::ProcessGain, "VQ3D-Vocalift Process Gain", 0x10000000,
      0x60000000, 3},
 };
-static_assert(TilesRecord(kVocaliftFields, 12));
 
 inline constexpr Field kCommonFields[] = {
     rows::Switch(0, "VQ3D-DPHD Enable"),
@@ -103,7 +99,6 @@ inline constexpr Field kCommonFields[] = {
     rows::Level(36, "VQ3D-Definition Level", Conversion::DefinitionLevel),
     rows::Reserved(38),
 };
-static_assert(TilesRecord(kCommonFields, 40));
 inline constexpr const Field& kAudioSize = RowOf(kCommonFields, "VQ3D-DPHD Speaker Audio Size");
 
 inline constexpr Field kPX3DFields[] = {
@@ -118,7 +113,6 @@ inline constexpr Field kPX3DFields[] = {
     rows::Choice(20, "VQ3D-Space HPF Cutoff Freq", Conversion::SpaceCutoff, 0, kLargest32),
     rows::Switch(24, "VQ3D-PX3D Surround Boost Enable"),
 };
-static_assert(TilesRecord(kPX3DFields, 28));
 inline constexpr const Field& kClarityLevel = RowOf(kPX3DFields, "VQ3D-DC Level");
 inline constexpr const Field& kSpaceCutoff = RowOf(kPX3DFields, "VQ3D-Space HPF Cutoff Freq");
 
@@ -129,7 +123,6 @@ inline constexpr Field kMXHPFields[] = {
     rows::Level(12, "VQ3D-DC Level", Conversion::HeadphoneClarityLevel),
     rows::Reserved(14),
 };
-static_assert(TilesRecord(kMXHPFields, 16));
 
 inline constexpr Field kGEQFields[] = {
     rows::Switch(0, "VQ3D-GEQ Enable"),
@@ -140,7 +133,6 @@ inline constexpr Field kGEQFields[] = {
     rows::Band(12, "VQ3D-GEQ 10kHz Gain"),
     rows::Reserved(14),
 };
-static_assert(TilesRecord(kGEQFields, 16));
 inline constexpr std::span kBandFields = std::span(kGEQFields).subspan<1, 5>();
 
 inline constexpr Field kToneFields[] = {
@@ -148,14 +140,12 @@ inline constexpr Field kToneFields[] = {
     rows::Number(4, FieldType::I32, "VQ3D-Bass Gain", -12, 12),
     rows::Number(8, FieldType::I32, "VQ3D-Treble Gain", -12, 12),
 };
-static_assert(TilesRecord(kToneFields, 12));
 
 inline constexpr Field kAEQFields[] = {
     rows::Switch(0, "VQ3D-AEQ Enable"),
     rows::Gain(4, "VQ3D-AEQ Bypass Gain"),
     rows::Reserved(6),
 };
-static_assert(TilesRecord(kAEQFields, 8));
 
 inline constexpr Field kMasterVolumeFields[] = {
     rows::Switch(0, "VQ3D-Master Volume Enable"),
@@ -163,7 +153,6 @@ inline constexpr Field kMasterVolumeFields[] = {
     rows::Number(8, FieldType::I32, "VQ3D-Master Volume L/R Balance", -10, 10),
     rows::Switch(12, "VQ3D-Master Volume Output Mute Enable"),
 };
-static_assert(TilesRecord(kMasterVolumeFields, 16));
 
 inline constexpr Field kHardLimiterFields[] = {
     rows::Switch(0, "VQ3D-Hard Limiter Enable"),
@@ -175,7 +164,6 @@ inline constexpr Field kHardLimiterFields[] = {
     rows::Level(16, "VQ3D-Hard Limiter Anticlip Level"),
     rows::Reserved(18),
 };
-static_assert(TilesRecord(kHardLimiterFields, 20));
 
 inline constexpr Field kAdvancedGainFields[] = {
     rows::Reserved(0),
@@ -190,7 +178,6 @@ inline constexpr Field kAdvancedGainFields[] = {
     rows::Gain(18, "VQ3D-DPHD Reference Offset", 4),
     rows::Gain(20, "VQ3D-Hard Limiter Boost Offset", 6, FieldType::I32),
 };
-static_assert(TilesRecord(kAdvancedGainFields, 24));
 inline constexpr const Field& kToneInputGain = RowOf(kAdvancedGainFields, "VQ3D-Tone Input Gain");
 
 // Large enough for every control block; a block is zeroed before it is filled.
@@ -227,48 +214,51 @@ struct Block : BlockExtras {
   std::size_t size;
 };
 
-template <std::size_t N>
-constexpr Block MakeBlock(std::uint32_t parameter, const char* name, const char* writer,
-                          const Field (&fields)[N], const BlockExtras& extras = {}) {
-  const std::size_t size = fields[N - 1].offset + FieldWidth(fields[N - 1].type);
+// A table that does not cover a record of `size` bytes does not compile.
+consteval Block MakeBlock(std::uint32_t parameter, const char* name, const char* writer,
+                          std::span<const Field> fields, std::size_t size,
+                          const BlockExtras& extras = {}) {
+  if (!TilesRecord(fields, size)) throw "fields leave a gap or overlap";
   return {extras, parameter, name, writer, fields, size};
 }
 
 // In the order of their identifiers.
 inline constexpr std::array<Block, 12> kBlocks = {
     MakeBlock(kVQ3D, "KEL_PARAM_VQSND3D_VQ3D_CONTROLS_STU", "KELAPOIntelDSP_SKL::SetVQ3DControls",
-              kVQ3DFields),
+              kVQ3DFields, 16),
     MakeBlock(kEVolHD, "KEL_PARAM_VQSND3D_EVOLHD_CONTROLS_STU",
-              "KELAPOIntelDSP_SKL::SetVQ3DEVolHDControls", kEVolHDFields,
+              "KELAPOIntelDSP_SKL::SetVQ3DEVolHDControls", kEVolHDFields, 12,
               {.read_failure = L"Error: [%s] set failed. DSP GetParameter() failed."}),
     MakeBlock(kVocalift, "KEL_PARAM_VQSND3D_VCLG_CONTROLS_STU",
-              "KELAPOIntelDSP_SKL::SetVQ3DVocadiagControls", kVocaliftFields),
+              "KELAPOIntelDSP_SKL::SetVQ3DVocadiagControls", kVocaliftFields, 12),
     MakeBlock(kCommon, "KEL_PARAM_VQSND3D_COMMONCONTROLS_CONTROLS_STU",
-              "KELAPOIntelDSP_SKL::SetVQ3DCommonControls", kCommonFields, {DesignBassCoefficients}),
+              "KELAPOIntelDSP_SKL::SetVQ3DCommonControls", kCommonFields, 40,
+              {DesignBassCoefficients}),
     MakeBlock(kPX3D, "KEL_PARAM_VQSND3D_PX3D_CONTROLS_STU",
-              "KELAPOIntelDSP_SKL::SetVQ3DPX3DControls", kPX3DFields, {DesignSpaceCoefficients}),
+              "KELAPOIntelDSP_SKL::SetVQ3DPX3DControls", kPX3DFields, 28,
+              {DesignSpaceCoefficients}),
     MakeBlock(kMXHP, "KEL_PARAM_VQSND3D_MXHP_CONTROLS_STU",
-              "KELAPOIntelDSP_SKL::SetVQ3DMXHPControls", kMXHPFields),
+              "KELAPOIntelDSP_SKL::SetVQ3DMXHPControls", kMXHPFields, 16),
     MakeBlock(kGEQ, "KEL_PARAM_VQSND3D_GEQ_CONTROLS_STU", "KELAPOIntelDSP_SKL::SetVQ3DGEQControls",
-              kGEQFields),
+              kGEQFields, 16),
     MakeBlock(kTone, "KEL_PARAM_VQSND3D_TONE_CONTROLS_CONTROLS_STU",
-              "KELAPOIntelDSP_SKL::SetVQ3DToneControls", kToneFields,
+              "KELAPOIntelDSP_SKL::SetVQ3DToneControls", kToneFields, 12,
               {.ignored = L"VQ3D Tone Controls are ignored: %S\n"}),
     MakeBlock(kAEQ, "KEL_PARAM_VQSND3D_AEQ_CONTROLS_STU", "KELAPOIntelDSP_SKL::SetVQ3DAEQControls",
-              kAEQFields),
+              kAEQFields, 8),
     MakeBlock(kMasterVolume, "KEL_PARAM_VQSND3D_MVOL_CONTROLS_STU",
-              "KELAPOIntelDSP_SKL::SetVQ3DMvolControls", kMasterVolumeFields,
+              "KELAPOIntelDSP_SKL::SetVQ3DMvolControls", kMasterVolumeFields, 16,
               {.ignored = L"VQ3D-Master Volume controls are ignored: %S\n"}),
     MakeBlock(kHardLimiter, "KEL_PARAM_VQSND3D_HARDLIMITER_CONTROLS_STU",
-              "KELAPOIntelDSP_SKL::SetVQ3DHdLmtControls", kHardLimiterFields),
+              "KELAPOIntelDSP_SKL::SetVQ3DHdLmtControls", kHardLimiterFields, 20),
     MakeBlock(kAdvancedGains, "KEL_PARAM_VQSND3D_ADVGAIN_CONTROLS_STU",
-              "KELAPOIntelDSP_SKL::SetVQ3DAdvGainControls", kAdvancedGainFields,
+              "KELAPOIntelDSP_SKL::SetVQ3DAdvGainControls", kAdvancedGainFields, 24,
               {.read_failure =
                    L"Error: [Advance Gain Controls] set aborted. DSP GetParameter() failed."}),
 };
 inline constexpr Block kCommonConfigBlock =
     MakeBlock(kCommonConfig, "KEL_PARAM_VQSND3D_COMMON_CNFG_CONTROLS_STU",
-              "KELAPOIntelDSP_SKL::SetVQ3DControls", kCommonConfigFields);
+              "KELAPOIntelDSP_SKL::SetVQ3DControls", kCommonConfigFields, 4);
 
 constexpr std::size_t BlockIndex(std::uint32_t parameter) { return parameter - kVQ3D; }
 constexpr const Block& BlockOf(std::uint32_t parameter) { return kBlocks[BlockIndex(parameter)]; }

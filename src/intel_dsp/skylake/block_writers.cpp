@@ -7,10 +7,8 @@
 #include "intel_dsp/skylake/writers.h"
 #include "platform/diagnostics.h"
 
-namespace orv {
+namespace orv::skylake {
 namespace {
-
-using namespace skylake;
 
 // Volume step, balance and mute of a master volume whose controls are missing.
 constexpr std::int64_t kDefaultVolume[] = {25, 0, 0};
@@ -121,4 +119,4 @@ HRESULT KELAPOIntelDSP_SKL::SetGEQBandGain(int band, std::int16_t gain, std::uin
   });
 }
 
-}  // namespace orv
+}  // namespace orv::skylake

@@ -1,30 +1,22 @@
 #include "intel_dsp/skylake/driver_client.h"
 
 #include <algorithm>
+#include <boost/algorithm/hex.hpp>
+#include <iterator>
 #include <utility>
 #include <vector>
 
-#include "intel_dsp/text_record.h"
 #include "platform/com_memory.h"
 #include "platform/com_runtime.h"
 #include "platform/diagnostics.h"
 #include "platform/guid_text.h"
 #include "platform/text.h"
 
-namespace orv {
+namespace orv::skylake {
 namespace {
 
-using skylake::BlockBuffer;
-using skylake::ModuleEntry;
-using skylake::ModuleListHeader;
-using skylake::ModuleListRequest;
-using skylake::ModuleRequest;
-using skylake::NodeProperty;
-using skylake::ParameterRequest;
-using skylake::SendProperty;
-using skylake::VersionAnswer;
-
-// The thread is in the other kind of apartment: the runtime is there, and stays.
+constexpr char kActivate[] = "KELAPOIntelDriverInterface_SKL::ActivateIKsControls";
+// The thread is in the other kind of apartment: the runtime is initialised, and stays so.
 constexpr HRESULT kOtherApartment = static_cast<HRESULT>(0x80010106);
 constexpr HRESULT kMoreData = orv_apo::StatusOfSystemError(kDeviceMoreData);
 constexpr ULONG kLargestModuleList = 1 << 20;
@@ -43,12 +35,10 @@ std::uintptr_t AddressOf(const void* buffer) { return reinterpret_cast<std::uint
 }  // namespace
 
 void DumpBuffer(std::span<const std::byte> bytes) {
-  constexpr wchar_t kDigits[] = L"0123456789abcdef";
+  const auto* const first = reinterpret_cast<const std::uint8_t*>(bytes.data());
   std::wstring digits;
-  for (const std::byte byte : bytes.first(std::min(bytes.size(), kMostDumpedBytes))) {
-    digits += kDigits[std::to_integer<unsigned>(byte) >> 4];
-    digits += kDigits[std::to_integer<unsigned>(byte) & 15];
-  }
+  boost::algorithm::hex_lower(first, first + std::min(bytes.size(), kMostDumpedBytes),
+                              std::back_inserter(digits));
   Diagnose(ORV_HERE("KELAPOIntelDriverInterface_SKL::DumpBuffer"), L"\n(%d bytes): [%s]\n",
            bytes.size(), digits);
 }
@@ -60,7 +50,7 @@ KELAPOIntelDriverInterface_SKL::KELAPOIntelDriverInterface_SKL(std::shared_ptr<M
 KELAPOIntelDriverInterface_SKL::~KELAPOIntelDriverInterface_SKL() { UnregisterEvent(); }
 
 HRESULT KELAPOIntelDriverInterface_SKL::ActivateIKsControls(const std::wstring& device_id) {
-  const DiagnosticSite here = ORV_HERE("KELAPOIntelDriverInterface_SKL::ActivateIKsControls");
+  const DiagnosticSite here = ORV_HERE(kActivate);
   const ComRuntime runtime;
   HRESULT status = runtime.status() == kOtherApartment ? S_OK : runtime.status();
   ComPtr<IMMDeviceEnumerator> devices;
@@ -85,7 +75,7 @@ HRESULT KELAPOIntelDriverInterface_SKL::ActivateIKsControls(const std::wstring& 
 
 HRESULT KELAPOIntelDriverInterface_SKL::FindWaveFilter(IMMDeviceEnumerator& devices,
                                                        const std::wstring& device_id) {
-  const DiagnosticSite here = ORV_HERE("KELAPOIntelDriverInterface_SKL::ActivateIKsControls");
+  const DiagnosticSite here = ORV_HERE(kActivate);
   std::wstring wanted = device_id;
   if (wanted.empty()) {
     ComPtr<IMMDevice> device;
@@ -93,17 +83,13 @@ HRESULT KELAPOIntelDriverInterface_SKL::FindWaveFilter(IMMDeviceEnumerator& devi
       wanted = DeviceIdentifier(*device);
   }
   ComPtr<IMMDeviceCollection> endpoints;
-  HRESULT status = devices.EnumAudioEndpoints(eRender, DEVICE_STATE_ACTIVE, endpoints.Put());
-  if (FAILED(status)) {
-    Diagnose(here, L"EnumAudioEndpoints failed!");
-    return status;
-  }
+  HRESULT status =
+      Report(here, L"EnumAudioEndpoints failed!",
+             devices.EnumAudioEndpoints(eRender, DEVICE_STATE_ACTIVE, endpoints.Put()));
+  if (FAILED(status)) return status;
   UINT count = 0;
-  status = endpoints->GetCount(&count);
-  if (FAILED(status)) {
-    Diagnose(here, L"GetCount for devices list failed!");
-    return status;
-  }
+  status = Report(here, L"GetCount for devices list failed!", endpoints->GetCount(&count));
+  if (FAILED(status)) return status;
   Diagnose(here, L"Devices count: %d", count);
   for (UINT i = 0; i < count; ++i) {
     ComPtr<IMMDevice> endpoint;
@@ -132,43 +118,34 @@ HRESULT KELAPOIntelDriverInterface_SKL::FindWaveFilter(IMMDeviceEnumerator& devi
 
 HRESULT KELAPOIntelDriverInterface_SKL::ActivateControl(IMMDeviceEnumerator& devices,
                                                         ComPtr<IKsControl>& control) const {
-  const DiagnosticSite here = ORV_HERE("KELAPOIntelDriverInterface_SKL::ActivateIKsControls");
+  const DiagnosticSite here = ORV_HERE(kActivate);
   ComPtr<IMMDevice> device;
-  HRESULT status = devices.GetDevice(filter_.device_id.c_str(), device.Put());
-  if (FAILED(status)) {
-    Diagnose(here, L"Failed to retrieve wave filer device! 0x%x", status);
-    return status;
-  }
-  status = device->Activate(IID_IKsControl, CLSCTX_ALL, nullptr, control.PutVoid());
-  if (FAILED(status)) Diagnose(here, L"Activate ks control failed! 0x%x", status);
-  return status;
+  const HRESULT status = Report(here, L"Failed to retrieve wave filer device! 0x%x",
+                                devices.GetDevice(filter_.device_id.c_str(), device.Put()));
+  if (FAILED(status)) return status;
+  return Report(here, L"Activate ks control failed! 0x%x",
+                device->Activate(IID_IKsControl, CLSCTX_ALL, nullptr, control.PutVoid()));
 }
 
-NodeProperty KELAPOIntelDriverInterface_SKL::HeaderOf(skylake::Property property,
+NodeProperty KELAPOIntelDriverInterface_SKL::HeaderOf(Property property,
                                                       std::uint32_t flags) const {
-  return {skylake::kPropertySet, property, flags, filter_.node, 0};
+  return {kPropertySet, property, flags, filter_.node, 0};
 }
 
-ModuleRequest KELAPOIntelDriverInterface_SKL::RequestOf(skylake::Property property,
+ModuleRequest KELAPOIntelDriverInterface_SKL::RequestOf(Property property,
                                                         std::uint32_t flags) const {
-  return {HeaderOf(property, flags), skylake::kPostProcessingInterface, module_->type,
-          skylake::kModuleId};
+  return {HeaderOf(property, flags), kPostProcessingInterface, module_->type, kModuleId};
 }
 
 HRESULT KELAPOIntelDriverInterface_SKL::CheckVersion(IKsControl& control) {
-  const DiagnosticSite here = ORV_HERE("KELAPOIntelDriverInterface_SKL::ActivateIKsControls");
+  const DiagnosticSite here = ORV_HERE(kActivate);
   Diagnose(here, L"Testing PP API; comparing versions...");
   VersionAnswer answer = {};
-  ULONG returned = 0;
-  HRESULT status = SendProperty(control, HeaderOf(skylake::kInterfaceVersion, skylake::kGet),
-                                &answer, sizeof answer, returned);
-  if (SUCCEEDED(status) && returned < sizeof answer) status = E_FAIL;
-  if (FAILED(status)) {
-    Diagnose(here, L"Error Failed to retrieve version!");
-    return status;
-  }
+  const HRESULT status = Report(here, L"Error Failed to retrieve version!",
+                                GetProperty(control, HeaderOf(kInterfaceVersion, kGet), answer));
+  if (FAILED(status)) return status;
   version_ = answer;
-  if (answer.version != skylake::kSupportedInterface) {
+  if (answer.version != kSupportedInterface) {
     Diagnose(here, L"Error: API Version mismatch: 0x%x", answer.version);
     return E_FAIL;
   }
@@ -178,9 +155,8 @@ HRESULT KELAPOIntelDriverInterface_SKL::CheckVersion(IKsControl& control) {
 
 HRESULT KELAPOIntelDriverInterface_SKL::ReadModuleList(IKsControl& control,
                                                        std::vector<std::byte>& list) {
-  const DiagnosticSite here = ORV_HERE("KELAPOIntelDriverInterface_SKL::ActivateIKsControls");
-  const ModuleListRequest request = {HeaderOf(skylake::kModuleList, skylake::kGet),
-                                     skylake::kPostProcessingInterface};
+  const DiagnosticSite here = ORV_HERE(kActivate);
+  const ModuleListRequest request = {HeaderOf(kModuleList, kGet), kPostProcessingInterface};
   ULONG size = 0;
   HRESULT status = SendProperty(control, request, nullptr, 0, size);
   const bool answered = SUCCEEDED(status) || status == kMoreData;
@@ -201,7 +177,7 @@ HRESULT KELAPOIntelDriverInterface_SKL::ReadModuleList(IKsControl& control,
 }
 
 HRESULT KELAPOIntelDriverInterface_SKL::FindModule(IKsControl& control) {
-  const DiagnosticSite here = ORV_HERE("KELAPOIntelDriverInterface_SKL::ActivateIKsControls");
+  const DiagnosticSite here = ORV_HERE(kActivate);
   Diagnose(here, L"Obtaining modules list...");
   std::vector<std::byte> list;
   const HRESULT status = ReadModuleList(control, list);
@@ -219,7 +195,7 @@ HRESULT KELAPOIntelDriverInterface_SKL::FindModule(IKsControl& control) {
     const GUID id = entry.id;
     Diagnose(here, L"Module id:%s, type %s, version %S, name %S", GuidText(id),
              TypeName(entry.type), TextOf(entry.version), TextOf(entry.name));
-    if (!module_ && IsEqualGUID(id, skylake::kModuleId)) module_ = entry;
+    if (!module_ && IsEqualGUID(id, kModuleId)) module_ = entry;
   }
   if (!module_) return E_FAIL;
   Diagnose(here, L"--- OK: Matching GUID found! SST PP module is active and ready. ---\n");
@@ -265,13 +241,10 @@ bool KELAPOIntelDriverInterface_SKL::GetStatus(HRESULT& status, std::uint8_t& en
                                                std::uint8_t apply) {
   const DiagnosticSite here = ORV_HERE("KELAPOIntelDriverInterface_SKL::GetStatus");
   std::uint8_t answer = 0;
-  ULONG returned = 0;
-  status = E_FAIL;
-  if (control_) {
-    const ParameterRequest request = {RequestOf(skylake::kModuleStatus, skylake::kGet), 0, apply};
-    status = SendProperty(*control_, request, &answer, sizeof answer, returned);
-    if (SUCCEEDED(status) && returned < sizeof answer) status = E_FAIL;
-  }
+  status = !control_
+               ? E_FAIL
+               : GetProperty(*control_, ParameterRequest{RequestOf(kModuleStatus, kGet), 0, apply},
+                             answer);
   Diagnose(here, L"ParameterId=0x%x, buffer=0x%x, buffer_size=%d, hr=0x%x\n", 0,
            AddressOf(&enabled), sizeof answer, status);
   if (FAILED(status)) {
@@ -286,12 +259,10 @@ bool KELAPOIntelDriverInterface_SKL::GetStatus(HRESULT& status, std::uint8_t& en
 bool KELAPOIntelDriverInterface_SKL::SetStatus(HRESULT& status, std::uint8_t enable,
                                                std::uint8_t apply) {
   const DiagnosticSite here = ORV_HERE("KELAPOIntelDriverInterface_SKL::SetStatus");
-  ULONG returned = 0;
-  status = E_FAIL;
-  if (control_) {
-    const ParameterRequest request = {RequestOf(skylake::kModuleStatus, skylake::kSet), 0, apply};
-    status = SendProperty(*control_, request, &enable, sizeof enable, returned);
-  }
+  status = !control_
+               ? E_FAIL
+               : SetProperty(*control_, ParameterRequest{RequestOf(kModuleStatus, kSet), 0, apply},
+                             enable);
   Diagnose(here, L"ParameterId=0x%x, buffer=0x%x, buffer_size=%d, status=0x%x\n", 0,
            AddressOf(&enable), sizeof enable, status);
   if (FAILED(status)) {
@@ -306,10 +277,7 @@ bool KELAPOIntelDriverInterface_SKL::GetInstanceStatus(HRESULT& status, std::uin
   status = E_FAIL;
   if (!control_) return false;
   std::uint8_t answer = 0;
-  ULONG returned = 0;
-  status = SendProperty(*control_, RequestOf(skylake::kInstanceStatus, skylake::kGet), &answer,
-                        sizeof answer, returned);
-  if (SUCCEEDED(status) && returned < sizeof answer) status = E_FAIL;
+  status = GetProperty(*control_, RequestOf(kInstanceStatus, kGet), answer);
   if (SUCCEEDED(status)) instance = answer;
   return SUCCEEDED(status);
 }
@@ -327,9 +295,8 @@ bool KELAPOIntelDriverInterface_SKL::SetParameter(HRESULT& status, std::uint32_t
     return false;
   }
   status = E_INVALIDARG;
-  if (size <= skylake::kLargestBlock) {
-    const ParameterRequest request = {RequestOf(skylake::kParameterBlock, skylake::kSet), parameter,
-                                      apply};
+  if (size <= kLargestBlock) {
+    const ParameterRequest request = {RequestOf(kParameterBlock, kSet), parameter, apply};
     block_buffer.size = size;
     std::memcpy(block_buffer.data, buffer, size);
     ULONG returned = 0;
@@ -366,8 +333,7 @@ bool KELAPOIntelDriverInterface_SKL::GetParameter(HRESULT& status, std::uint32_t
     Diagnose(here, L"Error: SKL driver handle is null. Is SST active? Status=0x%x\n", status);
     return false;
   }
-  const ParameterRequest request = {RequestOf(skylake::kParameterBlock, skylake::kGet), parameter,
-                                    apply};
+  const ParameterRequest request = {RequestOf(kParameterBlock, kGet), parameter, apply};
   block_buffer.size = 0;
   ULONG returned = 0;
   status = SendProperty(*control_, request, &block_buffer, sizeof block_buffer, returned);
@@ -383,23 +349,18 @@ bool KELAPOIntelDriverInterface_SKL::GetParameter(HRESULT& status, std::uint32_t
 }
 
 HRESULT KELAPOIntelDriverInterface_SKL::RegisterModuleEvent() {
-  std::uint64_t handle = event_->native();
-  ULONG returned = 0;
-  const HRESULT status = SendProperty(*control_, RequestOf(skylake::kRegisterEvent, skylake::kSet),
-                                      &handle, sizeof handle, returned);
+  const HRESULT status = SetProperty(*control_, RequestOf(kRegisterEvent, kSet), event_->native());
   event_registered_ = SUCCEEDED(status);
   return status;
 }
 
 void KELAPOIntelDriverInterface_SKL::UnregisterEvent() {
   if (!event_registered_ || !control_) return;
-  const ParameterRequest request = {RequestOf(skylake::kUnregisterEvent, skylake::kSet), 0, 0};
-  std::uint64_t handle = event_->native();
-  ULONG returned = 0;
-  const HRESULT status = SendProperty(*control_, request, &handle, sizeof handle, returned);
+  const ParameterRequest request = {RequestOf(kUnregisterEvent, kSet), 0, 0};
+  const HRESULT status = SetProperty(*control_, request, event_->native());
   event_registered_ = false;
   Diagnose(ORV_HERE("KELAPOIntelDriverInterface_SKL::UnregisterEvent"),
            L"Unregister module event, hr=0x%x\n", status);
 }
 
-}  // namespace orv
+}  // namespace orv::skylake

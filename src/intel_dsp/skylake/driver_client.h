@@ -12,7 +12,7 @@
 #include "intel_dsp/skylake/topology_walk.h"
 #include "platform/machine.h"
 
-namespace orv {
+namespace orv::skylake {
 
 // All clients of the process pass parameter blocks through one buffer and are used under the lock
 // of WithDriverClients. Until an activation has succeeded every request fails.
@@ -57,8 +57,8 @@ class KELAPOIntelDriverInterface_SKL final : public SkylakeDriver {
   HRESULT RegisterModuleEvent();
   void UnregisterEvent();
 
-  skylake::NodeProperty HeaderOf(skylake::Property property, std::uint32_t flags) const;
-  skylake::ModuleRequest RequestOf(skylake::Property property, std::uint32_t flags) const;
+  NodeProperty HeaderOf(Property property, std::uint32_t flags) const;
+  ModuleRequest RequestOf(Property property, std::uint32_t flags) const;
   bool ReadAnswer(void* buffer, std::uint32_t size, ULONG returned);
 
   std::shared_ptr<Machine> machine_;  // outlives the objects taken from it
@@ -66,12 +66,18 @@ class KELAPOIntelDriverInterface_SKL final : public SkylakeDriver {
   bool event_registered_ = false;
   ComPtr<IKsControl> control_;
   WaveFilter filter_;
-  std::optional<skylake::VersionAnswer> version_;
-  std::optional<skylake::ModuleEntry> module_;
+  std::optional<VersionAnswer> version_;
+  std::optional<ModuleEntry> module_;
   bool lists_modules_ = false;
 };
 
 // Reports the bytes as hexadecimal digits.
 void DumpBuffer(std::span<const std::byte> bytes);
+
+}  // namespace orv::skylake
+
+namespace orv {
+
+using skylake::KELAPOIntelDriverInterface_SKL;
 
 }  // namespace orv

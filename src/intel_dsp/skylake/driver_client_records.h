@@ -8,6 +8,7 @@
 #include <span>
 
 #include "platform/device_topology.h"
+#include "platform/diagnostics.h"
 
 namespace orv::skylake {
 
@@ -124,6 +125,24 @@ HRESULT SendProperty(IKsControl& control, const Request& request, void* data, st
   returned = 0;
   return control.KsProperty(reinterpret_cast<PKSPROPERTY>(bytes), sizeof request, data,
                             static_cast<ULONG>(size), &returned);
+}
+template <class Request, class Value>
+HRESULT SetProperty(IKsControl& control, const Request& request, Value value) {
+  ULONG returned = 0;
+  return SendProperty(control, request, &value, sizeof value, returned);
+}
+// Fails if the answer is not complete.
+template <class Request, class Answer>
+HRESULT GetProperty(IKsControl& control, const Request& request, Answer& answer) {
+  ULONG returned = 0;
+  const HRESULT status = SendProperty(control, request, &answer, sizeof answer, returned);
+  return SUCCEEDED(status) && returned < sizeof answer ? E_FAIL : status;
+}
+
+// Reports a failure under its text. Returns the status.
+inline HRESULT Report(const DiagnosticSite& site, const wchar_t* text, HRESULT status) {
+  if (FAILED(status)) Diagnose(site, text, status);
+  return status;
 }
 
 }  // namespace orv::skylake

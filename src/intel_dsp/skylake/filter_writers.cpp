@@ -7,10 +7,8 @@
 #include "intel_dsp/skylake/writers.h"
 #include "platform/diagnostics.h"
 
-namespace orv {
+namespace orv::skylake {
 namespace {
-
-using namespace skylake;
 
 using Utils = KELAPOIntelDSP_Utils;
 
@@ -146,4 +144,4 @@ HRESULT KELAPOIntelDSP_SKL::WriteCoeffToDsp(std::uint32_t parameter,
   return read_status;
 }
 
-}  // namespace orv
+}  // namespace orv::skylake

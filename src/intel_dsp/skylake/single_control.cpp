@@ -10,10 +10,8 @@
 #include "platform/diagnostics.h"
 #include "platform/text.h"
 
-namespace orv {
+namespace orv::skylake {
 namespace {
-
-using namespace skylake;
 
 constexpr const char* kFunction = "KELAPOIntelDSP_SKL::SetControl";
 
@@ -209,4 +207,4 @@ HRESULT KELAPOIntelDSP_SKL::SetControl(const std::wstring& name, const VARIANT& 
   });
 }
 
-}  // namespace orv
+}  // namespace orv::skylake

@@ -6,7 +6,7 @@
 #include "platform/com_memory.h"
 #include "platform/diagnostics.h"
 
-namespace orv {
+namespace orv::skylake {
 namespace {
 
 // Far beyond real topologies; a walk in circles ends there.
@@ -16,48 +16,40 @@ constexpr unsigned kMostParts = 1024;
 
 constexpr HRESULT kNoMatch = S_FALSE;
 
-// Reports a failure under its text.
-HRESULT Report(const DiagnosticSite& site, const wchar_t* text, HRESULT status) {
-  if (FAILED(status)) Diagnose(site, text, status);
-  return status;
-}
-
-// Sets the part's selector to the part that the walk came from. False if it has none.
+// Sets the part's selector, if it has one, to the part that the walk came from. False without one.
 template <class Selector>
 bool Select(IPart& part, IPart& arrived_from, const wchar_t* done, const wchar_t* failed) {
+  const DiagnosticSite here = ORV_HERE("TopologyWalk::SelectPath");
   ComPtr<Selector> selector;
   if (FAILED(part.Activate(CLSCTX_ALL, orv_apo::InterfaceId<Selector>::value, selector.PutVoid())))
     return false;
   UINT id = 0;
-  if (FAILED(Report(ORV_HERE("TopologyWalk::SelectPath"),
-                    L"IPart interface GetLocalId failed! Result: 0x%x",
+  if (FAILED(Report(here, L"IPart interface GetLocalId failed! Result: 0x%x",
                     arrived_from.GetLocalId(&id))))
     return true;
-  if (SUCCEEDED(Report(ORV_HERE("TopologyWalk::SelectPath"), failed,
-                       selector->SetSelection(id, nullptr))))
-    Diagnose(ORV_HERE("TopologyWalk::SelectPath"), done);
+  if (SUCCEEDED(Report(here, failed, selector->SetSelection(id, nullptr)))) Diagnose(here, done);
   return true;
 }
 
 }  // namespace
 
 HRESULT TopologyWalk::FindWaveFilter(IMMDevice& endpoint, WaveFilter& filter) {
+  const DiagnosticSite here = ORV_HERE("TopologyWalk::FindWaveFilter");
   filter_ = {};
   parts_left_ = kMostParts;
   ComPtr<IDeviceTopology> topology;
   HRESULT status = endpoint.Activate(IID_IDeviceTopology, CLSCTX_ALL, nullptr, topology.PutVoid());
   if (FAILED(status)) return status;
   ComPtr<IConnector> connector;
-  status = Report(ORV_HERE("TopologyWalk::FindWaveFilter"), L"GetConnector failed! 0x%x",
-                  topology->GetConnector(0, connector.Put()));
+  status = Report(here, L"GetConnector failed! 0x%x", topology->GetConnector(0, connector.Put()));
   if (FAILED(status)) return status;
   for (unsigned i = 0; i < kMostConnectors; ++i) {
-    Diagnose(ORV_HERE("TopologyWalk::FindWaveFilter"), L"--- next connector ---");
+    Diagnose(here, L"--- next connector ---");
     bool ends = false;
     status = EndsHere(*connector, ends);
     if (FAILED(status)) return status;
     if (ends) {
-      Diagnose(ORV_HERE("TopologyWalk::FindWaveFilter"), L"End of connectors. Found Software_IO.");
+      Diagnose(here, L"End of connectors. Found Software_IO.");
       if (filter_.device_id.empty()) return kNoMatch;
       filter = std::move(filter_);
       return S_OK;
@@ -69,28 +61,26 @@ HRESULT TopologyWalk::FindWaveFilter(IMMDevice& endpoint, WaveFilter& filter) {
 }
 
 HRESULT TopologyWalk::EndsHere(IConnector& connector, bool& ends) {
+  const DiagnosticSite here = ORV_HERE("TopologyWalk::EndsHere");
   BOOL connected = FALSE;
-  HRESULT status = Report(ORV_HERE("TopologyWalk::EndsHere"), L"Connector IsConnected failed! 0x%x",
-                          connector.IsConnected(&connected));
+  HRESULT status =
+      Report(here, L"Connector IsConnected failed! 0x%x", connector.IsConnected(&connected));
   if (FAILED(status)) return status;
   ConnectorType type = Unknown_Connector;
-  status = Report(ORV_HERE("TopologyWalk::EndsHere"), L"Connector GetType failed! 0x%x",
-                  connector.GetType(&type));
+  status = Report(here, L"Connector GetType failed! 0x%x", connector.GetType(&type));
   ends = connected == FALSE && type == Software_IO;
   return status;
 }
 
 HRESULT TopologyWalk::NextConnector(ComPtr<IConnector>& connector) {
+  const DiagnosticSite here = ORV_HERE("TopologyWalk::NextConnector");
   ComPtr<IConnector> other;
-  HRESULT status =
-      Report(ORV_HERE("TopologyWalk::NextConnector"), L"Connector GetConnectedTo failed! 0x%x",
-             connector->GetConnectedTo(other.Put()));
+  HRESULT status = Report(here, L"Connector GetConnectedTo failed! 0x%x",
+                          connector->GetConnectedTo(other.Put()));
   if (FAILED(status)) return status;
-  Diagnose(ORV_HERE("TopologyWalk::NextConnector"),
-           L"Connector Conexant Crash location is passed! ");
+  Diagnose(here, L"Connector Conexant Crash location is passed! ");
   ComPtr<IPart> part;
-  status = Report(ORV_HERE("TopologyWalk::NextConnector"),
-                  L"Failed to query next connector IPart interface! 0x%x",
+  status = Report(here, L"Failed to query next connector IPart interface! 0x%x",
                   other->QueryInterface(IID_IPart, part.PutVoid()));
   if (FAILED(status)) return status;
   ComPtr<IPart> last;
@@ -101,33 +91,30 @@ HRESULT TopologyWalk::NextConnector(ComPtr<IConnector>& connector) {
 }
 
 HRESULT TopologyWalk::WalkParts(IPart& part, unsigned depth, ComPtr<IPart>& last) {
+  const DiagnosticSite here = ORV_HERE("TopologyWalk::WalkParts");
   if (depth == kDeepestPath || parts_left_ == 0) return E_FAIL;
   --parts_left_;
   ComPtr<IPartsList> parts;
   HRESULT status = part.EnumPartsIncoming(parts.Put());
   UINT count = 0;
   if (status == orv_apo::kNotFound) {
-    Diagnose(ORV_HERE("TopologyWalk::WalkParts"),
-             L"EnumParts failed. Result: 0x%x This is error is expected.", status);
-  } else if (FAILED(Report(ORV_HERE("TopologyWalk::WalkParts"), L"EnumParts failed. Result: 0x%x",
-                           status))) {
+    Diagnose(here, L"EnumParts failed. Result: 0x%x This is error is expected.", status);
+  } else if (FAILED(Report(here, L"EnumParts failed. Result: 0x%x", status))) {
     return status;
   } else {
-    status = Report(ORV_HERE("TopologyWalk::WalkParts"),
-                    L"Failed to retrieve count of the outgoing/incoming parts! Result: 0x%x",
+    status = Report(here, L"Failed to retrieve count of the outgoing/incoming parts! Result: 0x%x",
                     parts->GetCount(&count));
     if (FAILED(status)) return status;
-    if (count == 0) Diagnose(ORV_HERE("TopologyWalk::WalkParts"), L"No parts were found!");
+    if (count == 0) Diagnose(here, L"No parts were found!");
   }
   if (count == 0) {
-    Diagnose(ORV_HERE("TopologyWalk::WalkParts"), L"End of parts; replacing connector");
+    Diagnose(here, L"End of parts; replacing connector");
     last = ComPtr<IPart>(&part);
     return ReadFilter(part);
   }
   for (UINT i = 0; i < count; ++i) {
     ComPtr<IPart> next;
-    status = Report(ORV_HERE("TopologyWalk::WalkParts"),
-                    L"Failed to retrieve next part from incoming parts! Result: 0x%x",
+    status = Report(here, L"Failed to retrieve next part from incoming parts! Result: 0x%x",
                     parts->GetPart(i, next.Put()));
     if (FAILED(status)) return status;
     SelectPath(*next, part);
@@ -137,7 +124,7 @@ HRESULT TopologyWalk::WalkParts(IPart& part, unsigned depth, ComPtr<IPart>& last
   return status;
 }
 
-// A selector that refuses leaves the sound on its way, and the filter behind it where it is.
+// A selector that refuses does not end the walk.
 void TopologyWalk::SelectPath(IPart& part, IPart& arrived_from) {
   if (!Select<IAudioInputSelector>(part, arrived_from, L"Input selector activated",
                                    L"Failed to select input selector! Result: 0x%x"))
@@ -145,45 +132,40 @@ void TopologyWalk::SelectPath(IPart& part, IPart& arrived_from) {
                                  L"Failed to select output selector! Result: 0x%x");
 }
 
-// The last part of a path says which device it belongs to and where that takes requests.
+// The last part of a path has the device that it belongs to, and the node that takes requests.
 HRESULT TopologyWalk::ReadFilter(IPart& last) {
+  const DiagnosticSite here = ORV_HERE("TopologyWalk::ReadFilter");
   ComPtr<IDeviceTopology> topology;
-  HRESULT status =
-      Report(ORV_HERE("TopologyWalk::ReadFilter"), L"GetTopologyObject failed! Result: 0x%x",
-             last.GetTopologyObject(topology.Put()));
+  HRESULT status = Report(here, L"GetTopologyObject failed! Result: 0x%x",
+                          last.GetTopologyObject(topology.Put()));
   if (FAILED(status)) return status;
   std::wstring id;
-  status = Report(ORV_HERE("TopologyWalk::ReadFilter"), L"GetDeviceId failed! Result: 0x%x",
+  status = Report(here, L"GetDeviceId failed! Result: 0x%x",
                   ReadTaskText(*topology, &IDeviceTopology::GetDeviceId, id));
   if (FAILED(status)) return status;
   ComPtr<IMMDevice> device;
-  status = Report(ORV_HERE("TopologyWalk::ReadFilter"), L"GetDevice failed! Result: 0x%x",
-                  devices_.GetDevice(id.c_str(), device.Put()));
+  status =
+      Report(here, L"GetDevice failed! Result: 0x%x", devices_.GetDevice(id.c_str(), device.Put()));
   if (FAILED(status)) return status;
   filter_.device_id = id;
   UINT part_id = 0;
-  Report(ORV_HERE("TopologyWalk::ReadFilter"), L"Warning, failed to retrieve node id! Result: 0x%x",
-         last.GetLocalId(&part_id));
+  Report(here, L"Warning, failed to retrieve node id! Result: 0x%x", last.GetLocalId(&part_id));
   filter_.node = static_cast<std::uint16_t>(part_id & 0xFFFF);
   ReadOffloadPin(*device);
   return S_OK;
 }
 
 void TopologyWalk::ReadOffloadPin(IMMDevice& device) {
-  Diagnose(ORV_HERE("TopologyWalk::ReadOffloadPin"), L"Trying to read offload pin id...");
-  const skylake::NodeProperty request = {skylake::kAudioEngineSet, skylake::kAudioEngineDescriptor,
-                                         skylake::kGetFromNode, filter_.node, 0};
-  skylake::EngineDescriptor pins = {};
-  ULONG returned = 0;
+  const DiagnosticSite here = ORV_HERE("TopologyWalk::ReadOffloadPin");
+  Diagnose(here, L"Trying to read offload pin id...");
+  const NodeProperty request = {kAudioEngineSet, kAudioEngineDescriptor, kGetFromNode, filter_.node,
+                                0};
+  EngineDescriptor pins = {};
   ComPtr<IKsControl> control;
   HRESULT status = device.Activate(IID_IKsControl, CLSCTX_ALL, nullptr, control.PutVoid());
-  if (SUCCEEDED(status))
-    status = skylake::SendProperty(*control, request, &pins, sizeof pins, returned);
-  if (SUCCEEDED(status) && returned < sizeof pins) status = E_FAIL;
-  if (FAILED(Report(ORV_HERE("TopologyWalk::ReadOffloadPin"),
-                    L"Warning, failed to retrieve pin id! Result: 0x%x", status)))
-    return;
-  Diagnose(ORV_HERE("TopologyWalk::ReadOffloadPin"), L"Using pin id: %d", pins.offload_pin);
+  if (SUCCEEDED(status)) status = GetProperty(*control, request, pins);
+  if (SUCCEEDED(Report(here, L"Warning, failed to retrieve pin id! Result: 0x%x", status)))
+    Diagnose(here, L"Using pin id: %d", pins.offload_pin);
 }
 
-}  // namespace orv
+}  // namespace orv::skylake

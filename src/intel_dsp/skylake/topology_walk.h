@@ -7,7 +7,7 @@
 #include "platform/com_ptr.h"
 #include "platform/device_topology.h"
 
-namespace orv {
+namespace orv::skylake {
 
 struct WaveFilter {
   std::wstring device_id;
@@ -37,5 +37,12 @@ class TopologyWalk {
   WaveFilter filter_;
   unsigned parts_left_ = 0;
 };
+
+}  // namespace orv::skylake
+
+namespace orv {
+
+using skylake::TopologyWalk;
+using skylake::WaveFilter;
 
 }  // namespace orv

@@ -13,7 +13,7 @@
 #include "intel_dsp/skylake/block_tables.h"
 #include "intel_dsp/skylake/filter_blocks.h"
 
-namespace orv {
+namespace orv::skylake {
 
 // All fields of the control blocks, in the order in which a write is verified.
 inline constexpr std::size_t kSkylakeImageSize = 220;
@@ -36,8 +36,7 @@ class KELAPOIntelDSP_SKL {
   // the first one. Does not send a block whose coefficients cannot be designed or are refused: it
   // would select coefficients that the module does not have. If controls of the tone or the master
   // volume are missing, the DSP keeps its block.
-  HRESULT WriteControls(const skylake::Block& block, const ControlValueMap& map,
-                        std::uint8_t apply);
+  HRESULT WriteControls(const Block& block, const ControlValueMap& map, std::uint8_t apply);
   // A high-pass that is switched off is not in the block: its header has order 0, and no words
   // follow. A band whose frequency or quality factor is not above zero becomes a unity section;
   // neither block is sent if a band or a high-pass is at or above half the sample rate.
@@ -65,8 +64,8 @@ class KELAPOIntelDSP_SKL {
 
   // Both channels are checked before the first is sent; throws IntelException if an order is out
   // of range or words are missing. The status is the first failure.
-  HRESULT SetVQ3DFilterCoeff(const skylake::FilterCoefficients& left,
-                             const skylake::FilterCoefficients& right, std::uint8_t apply);
+  HRESULT SetVQ3DFilterCoeff(const FilterCoefficients& left, const FilterCoefficients& right,
+                             std::uint8_t apply);
   // Sends a coefficient block and reads it back; E_FAIL if the DSP holds something else.
   HRESULT WriteCoeffToDsp(std::uint32_t parameter, std::span<const std::byte> bytes,
                           std::uint8_t apply);
@@ -84,5 +83,15 @@ class KELAPOIntelDSP_SKL {
 std::string SkylakeBlockName(std::uint32_t parameter);
 std::vector<DecodedField> DecodeSkylakeBlock(std::uint32_t parameter,
                                              std::span<const std::byte> block);
+
+}  // namespace orv::skylake
+
+namespace orv {
+
+using skylake::DecodeSkylakeBlock;
+using skylake::FindSkylakeControl;
+using skylake::KELAPOIntelDSP_SKL;
+using skylake::SkylakeBlockName;
+using skylake::SkylakeImage;
 
 }  // namespace orv
