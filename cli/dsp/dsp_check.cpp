@@ -7,7 +7,7 @@
 #include "cli/client/dsp_objects.h"
 #include "cli/dsp/readback.h"
 #include "cli/show/failure.h"
-#include "intel_dsp/broadwell/driver_records.h"
+#include "intel_dsp/broadwell/driver_client.h"
 #include "intel_dsp/skylake/driver_client.h"
 #include "platform/driver_names.h"
 #include "platform/text.h"
@@ -27,11 +27,11 @@ bool MeansUnknownProperty(HRESULT status) {
 std::string SkylakeRefusal(Machine& machine, const std::string& endpoint) {
   ComPtr<IMMDeviceEnumerator> devices;
   ComPtr<IMMDevice> device;
-  WaveFilter filter;
+  skylake::WaveFilter filter;
   const std::wstring id = WideFromUtf8(endpoint);
   if (FAILED(machine.CreateDeviceEnumerator(devices.Put())) ||
       FAILED(devices->GetDevice(id.c_str(), device.Put())) ||
-      TopologyWalk(*devices.get()).FindWaveFilter(*device.get(), filter) != S_OK)
+      skylake::FindWaveFilter(*devices.get(), *device.get(), filter) != S_OK)
     return {};
   const std::shared_ptr<Machine> borrowed(std::shared_ptr<void>(), &machine);
   KELAPOIntelDriverInterface_SKL client(borrowed, nullptr);

@@ -65,10 +65,6 @@ double Cascade::Decibels(double frequency, double sample_rate) const {
   return 20 * std::log10(std::abs(Response(frequency, sample_rate)));
 }
 
-double Cascade::Phase(double frequency, double sample_rate) const {
-  return std::arg(Response(frequency, sample_rate)) * 180 / kPi;
-}
-
 double Cascade::PoleRadius() const {
   double radius = 0;
   for (const Section& section : sections_) {

@@ -1,5 +1,5 @@
-// What a cascade does to a signal: magnitude and phase at any frequency, poles, and how far a
-// quantised cascade lies from the design it was made of.
+// The response of a cascade: magnitude at any frequency, poles, and how far a
+// quantised cascade is from the design it was made of.
 #pragma once
 
 #include <complex>
@@ -30,11 +30,10 @@ class Cascade {
   // Frequency and sample rate in Hz.
   std::complex<double> Response(double frequency, double sample_rate) const;
   double Decibels(double frequency, double sample_rate) const;  // -inf at an exact zero
-  double Phase(double frequency, double sample_rate) const;     // degrees, -180..180
 
   double PoleRadius() const;  // the largest distance of a pole from zero
   bool Stable() const { return PoleRadius() < 1; }
-  // Where the poles lie, in Hz: a response turns sharpest there.
+  // Of the poles, in Hz: a response turns sharpest there.
   std::vector<double> PoleFrequencies(double sample_rate) const;
 
  private:

@@ -8,7 +8,7 @@
 //
 // Nothing allocates: every design works in storage of its caller, of any alignment, FilterWorkspace
 // bytes of it. A design that does not decay (a pole on or outside the unit circle) is scaled by
-// what the first 65536 blocks of 128 samples reach, or by what fits single precision.
+// what the first 65536 blocks of 128 samples reach, or by the largest sums in single precision.
 // The words are the same on every processor and build.
 #pragma once
 

@@ -2,7 +2,7 @@
 //
 // Each sample of a section waits for the one before, so a section alone leaves the processor idle.
 // Sections therefore run in step, one in each lane and each one sample behind the section that
-// feeds it. What a lane computes, and in which order, is what its section alone would compute.
+// feeds it. A lane computes the same numbers, in the same order, as its section alone.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>

@@ -11,11 +11,10 @@ namespace {
 constexpr std::uint32_t kSmallest = 32;
 constexpr std::uint32_t kLargest = 4096;
 constexpr std::size_t kAlignment = 8;
-constexpr std::size_t kMostReversed =
-    64;  // bit reversals of half the index bits of the largest size
+constexpr std::size_t kMostReversed = 64;  // of half the index bits of the largest size
 
-std::array<const TransformPlan*, kTransformPlans>
-    g_plans{};  // filled from the first slot without gaps
+// Filled from the first slot without gaps.
+std::array<const TransformPlan*, kTransformPlans> g_plans{};
 
 bool IsPlanSize(std::uint32_t size) {
   return std::has_single_bit(size) && size >= kSmallest && size <= kLargest;
@@ -38,7 +37,7 @@ std::size_t FindSlot(std::uint32_t size, std::uint32_t type) {
   return slot;
 }
 
-// Writes the pairs of the bit-reversal permutation behind their count: with the index split into a
+// Writes the pairs of the bit-reversal permutation after their count: with the index split into a
 // high part of `k` bits and a low part of the others, reversing swaps the two and reverses each.
 void BuildSwapList(std::uint32_t size, std::uint32_t* list) {
   const auto bits = static_cast<unsigned>(std::countr_zero(size));

@@ -14,14 +14,15 @@ namespace orv {
 // Statuses.
 inline constexpr std::int32_t kTransformOk = 0;
 inline constexpr std::int32_t kTransformBadSize = -995;  // not a size or type that plans exist for
-inline constexpr std::int32_t kTransformNoPlan =
-    -996;  // no plan of this size and type is registered
+inline constexpr std::int32_t kTransformNoPlan = -996;   // none of this size and type is registered
 inline constexpr std::int32_t kTransformRegistryFull = -999;
 
 inline constexpr std::size_t kTransformPlans = 10;  // plans that can be registered at once
 
 struct TransformPlan {
-  const std::uint32_t* swap_list;  // a count, then that many pairs of 16-bit indices
+  // The bit reversal: a count, then that many pairs of 16-bit indices. For readers of an instance;
+  // the kernels reverse while they load.
+  const std::uint32_t* swap_list;
   void* reserved1;
   std::uint32_t size;
   void* reserved2;
@@ -54,7 +55,7 @@ std::int32_t CreateTransformInstance(TransformInstance** instance, void* memory,
                                      const TransformKey& key);
 
 // A plan in memory of its own, registered as long as this lives. One owner to a size and type: the
-// destructor unregisters that plan, whoever registered it.
+// destructor unregisters that plan, even one that another registered.
 class RegisteredTransform {
  public:
   explicit RegisteredTransform(const TransformKey& key);
@@ -62,7 +63,7 @@ class RegisteredTransform {
   RegisteredTransform(const RegisteredTransform&) = delete;
   RegisteredTransform& operator=(const RegisteredTransform&) = delete;
 
-  std::int32_t status() const { return status_; }  // what RegisterPlan said
+  std::int32_t status() const { return status_; }  // of RegisterPlan
 
  private:
   TransformKey key_;

@@ -1,4 +1,4 @@
-// What the writers of parameter blocks use of the drivers' clients, and what the clients share.
+// The interfaces of the drivers' clients that the writers of parameter blocks use.
 #pragma once
 
 #include <algorithm>
@@ -44,8 +44,8 @@ class SkylakeDriver : public IntelDriver {
 
 class BroadwellDriver : public IntelDriver {
  public:
-  // Whether the driver reported fewer bytes than the last GetParameter asked for: what it left out
-  // reads as zeros. A driver that reports no count at all is believed.
+  // Whether the driver reported fewer bytes than the last GetParameter requested; the missing bytes
+  // read as zeros. False if the driver reports no count at all.
   virtual bool short_answer() const { return false; }
   // System error code of the last request, for diagnostic lines; 0 if its I/O control succeeded.
   virtual std::uint32_t last_error() const = 0;

@@ -15,9 +15,8 @@ HRESULT CreateIntelDriverClient(Module& module, IUnknown* endpoint, const std::w
 // For class factories: an object without an endpoint, aggregated into `outer` unless that is null.
 HRESULT CreateIntelDspForClient(Module& module, IUnknown* outer, REFIID iid, void** object);
 
-// The driver clients are one of a kind in the process and outlive the objects that made them. Lets
-// them go, which talks to the drivers: for the moment before the library is unloaded, not for
-// unloading itself.
+// Releases the driver clients, which outlive the objects that made them. This calls the drivers:
+// use it before the library is unloaded, not while it is.
 void ReleaseIntelDriverClients();
 
 }  // namespace orv

@@ -17,13 +17,13 @@
 
 namespace orv {
 
-// The driver clients of this process: one of a kind, shared by all Intel DSP objects. They are null
-// until an object needs them and after Release. Hold the lock during a whole operation that uses
-// them, or the blocks that the process remembers.
+// The driver clients of this process: one of each kind, shared by all Intel DSP objects. They are
+// null until an object needs them and after Release. Hold the lock during a whole operation that
+// uses them, or the blocks that the process remembers.
 class IntelDriverClients {
  public:
   static IntelDriverClients& OfProcess();
-  // Taken after no lock of the module: opening the machine comes before it.
+  // Not taken while a lock of the module is held: open the machine first.
   static std::recursive_mutex& Lock();
 
   ORVAPOIntelDriverInterface_BRW* broadwell() const noexcept { return broadwell_.get(); }
@@ -88,7 +88,7 @@ class CKELAPOIntelDSP final
   void OpenEvent();
   HRESULT OpenDefaultSkylake();
   HRESULT InitSkylakeDsp(const std::wstring& device_id);
-  // The driver client of the object's kind, as far as it is still there.
+  // The driver client of the object's kind; null after its release.
   ORVAPOIntelDriverInterface_BRW* Broadwell() const noexcept {
     return kind_ == Kind::Broadwell ? clients_.broadwell() : nullptr;
   }

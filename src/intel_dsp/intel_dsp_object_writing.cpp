@@ -6,7 +6,7 @@
 
 #include "config/configuration_file.h"
 #include "frame/public_controls.h"
-#include "intel_dsp/equalizer_bands.h"
+#include "intel_dsp/filter_designs.h"
 #include "intel_dsp/intel_dsp_object.h"
 #include "intel_dsp/skylake/blocks.h"
 #include "platform/com_memory.h"
@@ -137,7 +137,7 @@ HRESULT CKELAPOIntelDSP::WriteControls(IORVOperatingMode* op_mode, BSTR tech_nam
 
 // The status is that of asking for the controls; a failure of the enumerator ends the walk.
 HRESULT CKELAPOIntelDSP::ReadControls(IORVOperatingMode& op_mode, ORVQVTValueList& list) {
-  // Of a control that the mode cannot read, the DSP keeps what it has.
+  // The DSP keeps its value of a control that the mode cannot read.
   return ForEachControl(op_mode, kORVAPO_Cont_Public, UnreadableControl::LeftOut,
                         [&list](std::wstring_view text, LONG value) {
                           const std::string name = Narrow(text);

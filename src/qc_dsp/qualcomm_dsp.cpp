@@ -74,7 +74,7 @@ HRESULT CORVAPOQCDSP::WriteControls(IORVOperatingMode* op_mode) {
     if (op_mode == nullptr) return E_POINTER;
     if (driver_ == nullptr) return E_NOTIMPL;
     controls_.clear();
-    // A control that the mode cannot read is present all the same: its record is sent.
+    // A control that the mode cannot read counts as present: its record is sent.
     const HRESULT status =
         ForEachControl(*op_mode, kORVAPO_Cont_Public, UnreadableControl::Zero,
                        [this](std::wstring_view name, LONG value) { AddControl(name, value); })

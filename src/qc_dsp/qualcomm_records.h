@@ -22,7 +22,7 @@ enum QualcommParameter : std::uint32_t {
   kORVAPOQC_Param_PEQ = 0x10005015,
   kORVAPOQC_Param_HardLimiter = 0x10005016,
 };
-// The order in which the driver receives them; the flags tell it which of the others to use.
+// The order in which the driver receives them; the flags select which of the others it uses.
 inline constexpr std::array kQualcommSendingOrder = {
     kORVAPOQC_Param_WIDHD,       kORVAPOQC_Param_MXHP, kORVAPOQC_Param_HPF,
     kORVAPOQC_Param_HardLimiter, kORVAPOQC_Param_PEQ,  kORVAPOQC_Param_Flags,

@@ -60,7 +60,7 @@ std::vector<float> Levels(const std::vector<FilterSection>& sections) {
   return levels;
 }
 
-TEST(FilterGrid, CascadesOfEveryLengthAreScaledAsTheReferenceSays) {
+TEST(FilterGrid, CascadesOfEveryLengthAreScaledLikeTheReference) {
   std::vector<FilterSection> designed;
   for (int i = 0; i < 26; ++i) {
     const float position = static_cast<float>(i * 11 % 24);

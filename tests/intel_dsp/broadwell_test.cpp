@@ -6,7 +6,7 @@
 #include "broadwell_mode.h"
 #include "intel_dsp/broadwell/driver_client.h"
 #include "intel_dsp/broadwell/processors.h"
-#include "intel_dsp/equalizer_bands.h"
+#include "intel_dsp/filter_designs.h"
 #include "intel_machine.h"
 #include "support/diagnostic_log.h"
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <map>
+#include <optional>
 
 #include "intel_dsp/skylake/driver_client.h"
 #include "intel_machine.h"
@@ -82,7 +82,7 @@ TEST_F(SkylakeDriverTest, OtherInterfacesAreNotUsedAndTheModuleListEndsWhereTheA
   machine_.skylake().interface_version = 1;
   machine_.skylake().misbehaviour = {Misbehave(Kind::Short, request::kVersion, 0, 4)};
   EXPECT_EQ(Activate(), E_FAIL);
-  // The count says two, the second entry is cut off.
+  // The count is two, but the second entry is cut off.
   machine_.skylake().misbehaviour = {Misbehave(Kind::Short, request::kModules, 0, 8 + 148 + 147)};
   EXPECT_EQ(Activate(), E_FAIL);
   EXPECT_EQ(log_.Count(L"Module id:"), 1U);
@@ -128,17 +128,18 @@ TEST_F(SkylakeDriverTest, RefusedEventIsNotUnregistered) {
 
 TEST_F(SkylakeDriverTest, EveryStepOfTheWayMayFailOnce) {
   for (const std::string_view name : kFaultOperations) {
-    const FaultOperation operation = FaultOperation::Find(name).value();
-    for (std::uint32_t nth = 1;; ++nth) {
-      machine_->faults().Clear();
-      machine_->faults().FailNth(operation, nth, E_ACCESSDENIED);
-      Client client(machine_.get(), OpenEvent());
-      const HRESULT status = client.ActivateIKsControls(kSpeakers);
-      if (machine_->faults().Calls(operation) < nth) break;
-      machine_->faults().Clear();
-      HRESULT request = 77;
-      EXPECT_EQ(client.SetStatus(request, 1, 0), SUCCEEDED(status)) << name << ' ' << nth;
-    }
+    std::optional<Client> client;
+    HRESULT activated = S_FALSE;
+    WithEveryCallFailing(
+        machine_, FaultOperation::Find(name).value(), E_ACCESSDENIED,
+        [&] {
+          client.emplace(machine_.get(), OpenEvent());
+          activated = client->ActivateIKsControls(kSpeakers);
+        },
+        [&] {
+          HRESULT status = 77;
+          EXPECT_EQ(client->SetStatus(status, 1, 0), SUCCEEDED(activated));
+        });
   }
 }
 
@@ -152,7 +153,7 @@ TEST_F(SkylakeDriverTest, BlocksTravelWholeAndAnswersAreChecked) {
   EXPECT_TRUE(client.GetInstanceStatus(status, enabled));
   EXPECT_EQ(enabled, 1);
 
-  // Longer than asked for, empty, shorter, refused, accepted with a remark.
+  // Longer than asked for, empty, shorter, refused, accepted with a positive status.
   std::array<std::uint8_t, 12> read;
   read.fill(0xEE);
   EXPECT_FALSE(client.GetParameter(status, kTone, read.data(), 11, 0));

@@ -1,4 +1,4 @@
-// An operating mode whose public controls are what a test says.
+// An operating mode with the public controls that a test names.
 #pragma once
 
 #include <string>

@@ -73,7 +73,7 @@ TEST_F(IntelDspTest, EndpointHasItsModuleWhateverTheDefaultOneLeadsTo) {
   EXPECT_EQ(CreateIntelDriverClient(module_, nullptr, kSpeakers, dsp.Put()), E_OUTOFMEMORY);
 }
 
-TEST_F(IntelDspTest, RemarkOfTheBroadwellModuleLeavesNoDsp) {
+TEST_F(IntelDspTest, PositiveStatusOfTheBroadwellModuleLeavesNoDsp) {
   machine_.broadwell().misbehaviour = {Misbehave(Kind::Status, request::kModules, 1)};
   ComPtr<IKELAPOIntelDSP4> dsp;
   module_.SetMachine(machine_.get());
@@ -171,7 +171,7 @@ TEST_F(IntelDspTest, EveryRequestCarriesTheApplyFlag) {
   }
 }
 
-// As the public header says which refusals an operation reports.
+// Which refusals an operation reports: as in the public header.
 TEST_F(IntelDspTest, RefusalsHaveTheStatusOfTheirOperation) {
   auto dsp = OpenSkylake();
   const auto refuse = [](const char* request, std::optional<std::uint32_t> parameter) {
@@ -249,7 +249,7 @@ TEST_F(IntelDspTest, EndpointLivesAsLongAsItsDsp) {
 
 TEST_F(IntelDspTest, ModuleIsReportedAsFarAsItAnswers) {
   const auto dsp = OpenSkylake();
-  // The blocks read, and lines that tell this state.
+  // The blocks read, and the line with this state.
   const auto expect = [&](std::size_t blocks, const wchar_t* state) {
     const DiagnosticLog log;
     BSTR name = nullptr;
@@ -365,25 +365,20 @@ TEST_F(IntelDspTest, ConfigurationFileThatCannotBeSentIsExplained) {
 }
 
 TEST_F(IntelDspTest, EveryDriverCallMayFailOnceDuringAWrite) {
+  HRESULT status = S_FALSE;
   const auto skylake = OpenSkylake();
-  for (std::uint32_t nth = 1;; ++nth) {
-    machine_->faults().Clear();
-    machine_->faults().FailNth("ks.property", nth, E_ACCESSDENIED);
-    const HRESULT status = Write(skylake, SkylakeMode());
-    if (machine_->faults().Calls("ks.property") < nth) break;
-    EXPECT_TRUE(status == S_OK || status == E_FAIL) << nth;
-    machine_->faults().Clear();
-    EXPECT_EQ(Write(skylake, SkylakeMode()), S_OK) << nth;
-  }
+  WithEveryCallFailing(
+      machine_, "ks.property", E_ACCESSDENIED, [&] { status = Write(skylake, SkylakeMode()); },
+      [&] {
+        EXPECT_TRUE(status == S_OK || status == E_FAIL) << status;
+        EXPECT_EQ(Write(skylake, SkylakeMode()), S_OK);
+      });
   machine_->description().drivers.broadwell.emplace();
   const auto broadwell = Open();
-  for (std::uint32_t nth = 1;; ++nth) {
-    machine_->faults().Clear();
-    machine_->faults().FailNth("device.control", nth, kDeviceGenFailure);
-    const HRESULT status = Write(broadwell, BroadwellMode());
-    if (machine_->faults().Calls("device.control") < nth) break;
-    EXPECT_TRUE(status == S_OK || status == orv_apo::kAborted) << nth;
-  }
+  WithEveryCallFailing(
+      machine_, "device.control", kDeviceGenFailure,
+      [&] { status = Write(broadwell, BroadwellMode()); },
+      [&] { EXPECT_TRUE(status == S_OK || status == orv_apo::kAborted) << status; });
   machine_.ExpectNothingRefused();
 }
 

@@ -88,4 +88,21 @@ inline DriverMisbehaviour Misbehave(DriverMisbehaviour::Kind kind,
   return rule;
 }
 
+// Runs `step` with one call after the other of an operation failing, and `check(n)` after the nth,
+// until the step makes fewer calls.
+template <class Step, class Check>
+void WithEveryCallFailing(const IntelMachine& machine, const FaultOperation& operation,
+                          std::uint32_t error, Step&& step, Check&& check) {
+  for (std::uint32_t nth = 1;; ++nth) {
+    SCOPED_TRACE(testing::Message() << operation.name() << ' ' << nth);
+    machine->faults().Clear();
+    machine->faults().FailNth(operation, nth, error);
+    step();
+    const bool failed = machine->faults().Calls(operation) >= nth;
+    machine->faults().Clear();
+    if (!failed) return;
+    check();
+  }
+}
+
 }  // namespace orv

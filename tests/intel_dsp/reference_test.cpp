@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <boost/algorithm/hex.hpp>
 #include <cstdlib>
 #include <map>
 
@@ -17,12 +18,9 @@ using nlohmann::json;
 using Bytes = std::vector<std::byte>;
 
 std::string HexOf(const Bytes& bytes) {
-  constexpr char kDigits[] = "0123456789abcdef";
+  const auto* const first = reinterpret_cast<const std::uint8_t*>(bytes.data());
   std::string digits;
-  for (const std::byte byte : bytes) {
-    digits += kDigits[std::to_integer<unsigned>(byte) >> 4];
-    digits += kDigits[std::to_integer<unsigned>(byte) & 15];
-  }
+  boost::algorithm::hex_lower(first, first + bytes.size(), std::back_inserter(digits));
   return digits;
 }
 

@@ -132,14 +132,14 @@ TEST_F(SkylakeControls, ProcessEnableIsSwitchedWhateverElseTheBlockHolds) {
   };
   Refuse(Direction::Get, 1);
   EXPECT_EQ(Change("Process Enable", 0), kRefusal);
-  EXPECT_EQ(enabled(), 0);  // the module all the same
+  EXPECT_EQ(enabled(), 0);  // the module itself is switched
   AllDoWell();
   DriverMisbehaviour corrupt = Misbehave(Kind::Corrupt, Direction::Get, 0x10014401);
   corrupt.offset = 7;  // the bypass gain leaves its range
   machine_.skylake().misbehaviour = {corrupt};
   EXPECT_EQ(Change("Process Enable", 5), S_OK);
   EXPECT_EQ(enabled(), 1);
-  // The module was asked, and judged for itself.
+  // The module received the block and refused it by itself.
   const DriverRefusal refusal = machine_->RefusedRequests().back();
   EXPECT_FALSE(refusal.planned);
   EXPECT_EQ(refusal.parameter, 0x10014401U);

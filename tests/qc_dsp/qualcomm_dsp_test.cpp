@@ -106,7 +106,7 @@ TEST_F(QualcommDspTest, BlocksThatTheModeLacksAreNotSent) {
     std::int64_t flags;
   } cases[] = {
       {kWholeMode, {0x12, 0x13, 0x14, 0x16, 0x15, 0x11}, 0x23},
-      {{{"Somebody else's", 1}}, {0x11}, 0},  // nothing of the earlier write either
+      {{{"Another suite's", 1}}, {0x11}, 0},  // nothing of the earlier write either
       {{{"QUMEDIA-Main Tech", 4}}, {0x12, 0x13, 0x11}, 4},
       {{{"QUMEDIA-Hard Limiter Enable", 0}, {"qumedia-hpf enable", 1}}, {0x16, 0x11}, 0},
       // The later control of a name wins.
@@ -136,7 +136,7 @@ TEST_F(QualcommDspTest, RefusalsComeBackAsStatuses) {
   mode->refusal = E_ACCESSDENIED;
   EXPECT_EQ(Create()->WriteControls(mode.get()), E_ACCESSDENIED);
   EXPECT_EQ(machine_->faults().Calls("device.control"), 0U);
-  // What the driver says of a record goes unnoticed.
+  // The driver's status of a record is not reported.
   machine_->faults().FailAlways("device.control", kDeviceGenFailure);
   EXPECT_EQ(Write(kWholeMode), S_OK);
   EXPECT_EQ(machine_->faults().Calls("device.control"), 6U);

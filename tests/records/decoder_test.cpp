@@ -6,6 +6,7 @@
 
 #include "intel_dsp/broadwell/coefficients.h"
 #include "intel_dsp/broadwell/parameter_blocks.h"
+#include "intel_dsp/filter_designs.h"
 #include "intel_dsp/skylake/writers.h"
 #include "qc_dsp/qualcomm_records.h"
 #include "support/reference_data.h"

@@ -89,9 +89,9 @@ class SkylakeClient {
 
   HRESULT Walk(const wchar_t* endpoint) {
     ComPtr<IMMDevice> device;
-    WaveFilter filter;
+    skylake::WaveFilter filter;
     HRESULT result = devices_->GetDevice(endpoint, device.Put());
-    if (result == S_OK) result = TopologyWalk(*devices_).FindWaveFilter(*device, filter);
+    if (result == S_OK) result = skylake::FindWaveFilter(*devices_, *device, filter);
     if (result == S_OK) result = devices_->GetDevice(filter.device_id.c_str(), device.Put());
     return result != S_OK
                ? result

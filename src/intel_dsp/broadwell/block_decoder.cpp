@@ -1,6 +1,7 @@
 // The Broadwell module's parameters as text.
+#include "intel_dsp/broadwell/driver_client.h"
 #include "intel_dsp/broadwell/parameter_blocks.h"
-#include "intel_dsp/fields.h"
+#include "intel_dsp/conversion/converters.h"
 #include "records/word_decoder.h"
 
 namespace orv::broadwell {
@@ -9,51 +10,33 @@ namespace {
 using records::WordDecoder;
 using Fields = std::vector<DecodedField>;
 
-constexpr char kReserved[] = "reserved";
-constexpr std::size_t kBassSize = 96;
-constexpr std::size_t kSpaceSize = 32;
-
-// The count in front, or none; cascade and zeros.
-Fields DecodeCascade(std::span<const std::byte> block, FieldType type, const char* count) {
-  WordDecoder words(block, {.type = type, .first_section = 0});
-  if (count != nullptr) words.Count(count, FieldType::U32);
-  words.Cascade("", words.words_left() < 8 ? 0 : (words.words_left() - 2) / 6);
-  return words.Finish(kReserved, FieldType::U16);
-}
-
-Fields DecodeHighPass(std::span<const std::byte> block) {
-  return block.size() < 10 ? Fields() : DecodeCascade(block, FieldType::I16, "order");
-}
-
-Fields DecodeEqualizer(std::span<const std::byte> block) {
-  return block.size() < 12 ? Fields() : DecodeCascade(block, FieldType::I32, "sections");
-}
-
-Fields DecodeBass(std::span<const std::byte> block) {
-  if (block.size() != kBassSize) return {};
-  WordDecoder words(block, {.first_section = 0});
-  words.Resonators("audio size");
-  words.Resonators("analysis size");
-  words.Cascade("", 1);
-  return words.Finish(kReserved, FieldType::U16);
-}
-
-Fields DecodeSpace(std::span<const std::byte> block) {
-  return block.size() != kSpaceSize ? Fields() : DecodeCascade(block, FieldType::I32, nullptr);
-}
-
 struct CoefficientBlock {
   std::uint32_t parameter;
   const char* name;
-  Fields (*decode)(std::span<const std::byte> block);
+  std::size_t fewest;  // bytes
+  std::size_t most;
+  FieldType type = FieldType::I32;
+  const char* count = nullptr;  // the number in front of the cascade
 };
 constexpr CoefficientBlock kCoefficientBlocks[] = {
-    {kHighPassCoefficients, "HPF coefficients", DecodeHighPass},
-    {kLeftEqualizer, "Left PEQ coefficients", DecodeEqualizer},
-    {kRightEqualizer, "Right PEQ coefficients", DecodeEqualizer},
-    {kBassCoefficients, "Bass enhancement coefficients", DecodeBass},
-    {kSpaceCoefficients, "Space HPF coefficients", DecodeSpace},
+    {kHighPassCoefficients, "HPF coefficients", 10, kLargestParameter, FieldType::I16, "order"},
+    {kLeftEqualizer, "Left PEQ coefficients", 12, kLargestParameter, FieldType::I32, "sections"},
+    {kRightEqualizer, "Right PEQ coefficients", 12, kLargestParameter, FieldType::I32, "sections"},
+    {kBassCoefficients, "Bass enhancement coefficients", 96, 96},
+    {kSpaceCoefficients, "Space HPF coefficients", 32, 32},
 };
+
+Fields DecodeCoefficients(const CoefficientBlock& row, std::span<const std::byte> block) {
+  if (block.size() < row.fewest || block.size() > row.most) return {};
+  WordDecoder words(block, {.type = row.type, .first_section = 0});
+  if (row.count != nullptr) words.Count(row.count, FieldType::U32);
+  if (row.parameter == kBassCoefficients) {
+    words.Resonators("audio size");
+    words.Resonators("analysis size");
+  }
+  words.Cascade("", words.words_left() < 8 ? 0 : (words.words_left() - 2) / 6);
+  return words.Finish("reserved", FieldType::U16);
+}
 
 }  // namespace
 
@@ -80,7 +63,7 @@ std::string BroadwellBlockName(std::uint32_t parameter) {
 std::vector<DecodedField> DecodeBroadwellBlock(std::uint32_t parameter,
                                                std::span<const std::byte> block) {
   for (const CoefficientBlock& coefficients : kCoefficientBlocks) {
-    if (coefficients.parameter == parameter) return coefficients.decode(block);
+    if (coefficients.parameter == parameter) return DecodeCoefficients(coefficients, block);
   }
   for (const Block& known : kBlocks) {
     if (known.parameter == parameter && known.size == block.size())

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "intel_dsp/broadwell/driver_records.h"
-#include "intel_dsp/equalizer_bands.h"
+#include "intel_dsp/broadwell/driver_client.h"
+#include "intel_dsp/filter_designs.h"
 #include "records/fields.h"
 
 namespace orv::broadwell {
@@ -75,8 +75,6 @@ bool ShiftsFit(std::span<const Word> words) {
   return true;
 }
 
-bool IsFrequency(std::int32_t hertz) { return hertz > 0 && hertz < kIntelSampleRate / 2; }
-
 }  // namespace
 
 Bytes HighPassBlock(std::int32_t order, std::int32_t frequency) {
@@ -112,26 +110,18 @@ Bytes EqualizerPreset(const std::string& configuration) {
 }
 
 Bytes BassBlock(std::int32_t audio_size, std::int32_t analysis_size) {
-  if (!IsFrequency(audio_size) || !IsFrequency(analysis_size)) return {};
-  std::int32_t words[kBassEnhancementWords];
-  std::byte workspace[FilterWorkspace(1)];
-  const std::int32_t status = DesignBassEnhancementFilters(static_cast<float>(audio_size),
-                                                           static_cast<float>(analysis_size),
-                                                           kIntelSampleRate, words, workspace);
-  const auto all_pass = std::span<const std::int32_t>(words).subspan(kResonatorWords);
-  return status == kFilterOk && ShiftsFit(all_pass) ? BytesOf(words) : Bytes();
+  const std::vector<std::int32_t> words = DesignBassSet(audio_size, analysis_size);
+  if (words.empty()) return {};
+  const auto all_pass = std::span(words).subspan(kResonatorWords);
+  return ShiftsFit(all_pass) ? BytesOf(words) : Bytes();
 }
 
 Bytes BassPreset() { return BytesOf(kBass); }
 
 Bytes SpaceBlock(std::int32_t frequency) {
-  if (!IsFrequency(frequency)) return {};
-  std::int32_t words[FilterWords(ButterworthSections(kSpaceOrder))];
-  std::byte workspace[FilterWorkspace(ButterworthSections(kSpaceOrder))];
-  const std::int32_t status =
-      DesignButterworth32(static_cast<float>(frequency), kSpaceOrder, kIntelSampleRate,
-                          kButterworthHighPass, words, workspace);
-  return status == kFilterOk && ShiftsFit<std::int32_t>(words) ? BytesOf(words) : Bytes();
+  const std::vector<std::int32_t> words =
+      DesignHighPass(static_cast<float>(frequency), kSpaceOrder);
+  return !words.empty() && ShiftsFit<std::int32_t>(words) ? BytesOf(words) : Bytes();
 }
 
 Bytes SpacePreset() { return BytesOf(kSpace); }

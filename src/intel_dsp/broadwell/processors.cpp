@@ -3,8 +3,7 @@
 #include <algorithm>
 
 #include "intel_dsp/conversion/enumeration_tables.h"
-#include "intel_dsp/equalizer_bands.h"
-#include "intel_dsp/fields.h"
+#include "intel_dsp/filter_designs.h"
 #include "platform/device_io.h"
 #include "platform/diagnostics.h"
 

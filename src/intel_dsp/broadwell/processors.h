@@ -12,8 +12,8 @@
 
 namespace orv::broadwell {
 
-// Processors send what they are named after and throw IntelException if a control does not convert
-// or the driver refuses. `apply` is passed to the driver unchanged.
+// Processors send the parameters of their name and throw IntelException if a control does not
+// convert or the driver refuses. `apply` is passed to the driver unchanged.
 class KELAPOIntelDSP_BRW {
  public:
   static constexpr std::uint32_t kLeft = 0;

@@ -1,13 +1,12 @@
 // Single controls read from and written to the Broadwell module.
 #include "intel_dsp/broadwell/processors.h"
-#include "intel_dsp/fields.h"
 #include "platform/diagnostics.h"
 #include "platform/text.h"
 
 namespace orv::broadwell {
 namespace {
 
-// Controls that clients may read. Levels come as the whole word at their place, neighbour included.
+// Controls that clients may read. A level is read as the whole 32-bit word at its offset.
 constexpr const char* kReadable[] = {
     "ZENSND-Process Enable",
     "ZENSND-AEQ Enable",
@@ -31,7 +30,7 @@ bool Is(const FieldPlace& place, Conversion conversion) {
   return place.field->conversion == conversion;
 }
 
-// The module is switched on and off as a whole, not by this name.
+// The switch of the module itself is not written by its name.
 FieldPlace PlaceToWrite(const std::string& control) {
   const FieldPlace place = FindField(control == kShortAmhdName ? "ZENSND-AMHD Enable" : control);
   const bool is_module_switch = place.field != nullptr && IsIn(place, kProcessEnable);
@@ -71,7 +70,7 @@ HRESULT KELAPOIntelDSP_BRW::SetProperty(const std::wstring& name, std::uint8_t a
     return S_OK;
   }
   try {
-    // Of a 64-bit integer the low half counts.
+    // Of a 64-bit integer, only the low half is used.
     ChangeField(place, value.vt == VT_I4 ? value.lVal : static_cast<LONG>(value.llVal), apply);
   } catch (const IntelException& error) {
     Diagnose(here, L"Error: %s\n", error.what());

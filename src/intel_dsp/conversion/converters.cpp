@@ -17,6 +17,8 @@
 namespace orv {
 namespace {
 
+using records::Conversion;
+using records::Field;
 using Utils = KELAPOIntelDSP_Utils;
 using Control = Utils::Control;
 using Number = Utils::Number;
@@ -73,7 +75,7 @@ void ReportStored(const DiagnosticSite& site, const std::string& name, Number fi
   Diagnose(site, L"%s = %d (0x%x)\n", name, word, word);
 }
 
-// A text of the table, or what `fallback` makes of the control.
+// The code of a text in the table; `fallback` converts any other control.
 void LookUp(const DiagnosticSite& site, const Control& control, const EnumTable& table,
             Number& field, const wchar_t* error_line, Number (*fallback)(std::int32_t value)) {
   const ORVQVTValue* const value = control.Find();
@@ -108,6 +110,41 @@ std::uint32_t SpeakerSizeCode(const Control& control) {
   if (found != kSpeakerSizes.end())
     return static_cast<std::uint32_t>(found - kSpeakerSizes.begin());
   throw IntelException(control.name, "Invalid Punchbass size specified.");
+}
+
+std::string CodeText(std::int64_t code) { return fmt::format("code {}", code); }
+
+// A code as an index into frequencies in Hz, or the custom one: "150 Hz", "custom".
+std::string FrequencyCodeText(std::int64_t code, std::span<const int> frequencies) {
+  if (code == kCustomSizeCode) return "custom";
+  if (code < 0 || code >= static_cast<std::int64_t>(frequencies.size())) return CodeText(code);
+  return fmt::format("{} Hz", frequencies[static_cast<std::size_t>(code)]);
+}
+
+const EnumTable& NamesOf(Conversion conversion) {
+  switch (conversion) {
+    case Conversion::DPHDMode:
+      return DPHDModeTable();
+    case Conversion::ORV3DMode:
+      return ORV3DModeTable();
+    case Conversion::InputMode:
+      return ChannelConfigTable();
+    case Conversion::DecoderMode:
+      return MXDecoderModeTable();
+    default:
+      return MainTechTable();
+  }
+}
+
+// The first name of the control's own suite ("VQ3D-" of "VQ3D-DPHD Mode") for a code.
+std::string ChoiceText(const Field& field, std::int64_t code) {
+  if (field.conversion == Conversion::SpeakerSize) return FrequencyCodeText(code, kSpeakerSizes);
+  if (field.conversion == Conversion::SpaceCutoff) return FrequencyCodeText(code, kSpaceCutoffs);
+  const std::string_view control = field.control;
+  for (const auto& [name, number] : NamesOf(field.conversion)) {
+    if (number == code && name.starts_with(control.substr(0, control.find('-') + 1))) return name;
+  }
+  return CodeText(code);
 }
 
 }  // namespace
@@ -149,7 +186,7 @@ void KELAPOIntelDSP_Utils::SetEVolHDLevelIntensity(const Control& control, Numbe
 void KELAPOIntelDSP_Utils::SetVocaliftProcessGain(const Control& control, Number& field) {
   const LinearValue value = ReadDecibels(control, kTenthsOfDecibel);
   const double steps = value.linear * kProcessGainStep;
-  // What no 32-bit word holds becomes a word that no range admits.
+  // A gain that exceeds 32 bits becomes a word outside every range.
   constexpr std::uint32_t kNoWord = 0x80000000U;
   const bool fits = steps > -2147483649.0 && steps < 4294967296.0;
   const auto word = fits ? static_cast<std::uint32_t>(static_cast<std::int64_t>(steps)) : kNoWord;
@@ -266,4 +303,66 @@ void KELAPOIntelDSP_Utils::SetAMHDInputModeStr(const Control& control, Number& f
   ReportStored(ORV_HERE("KELAPOIntelDSP_Utils::SetAMHDInputModeStr"), control.name, field);
 }
 
+namespace intel {
+
+std::int32_t IntegerOf(const std::string& control, const ControlValueMap& map) {
+  std::int64_t number = 0;
+  Utils::SetIntegerValue({control, map}, number);
+  return static_cast<std::int32_t>(number);
+}
+
+bool HasControl(const Field& field, const ControlValueMap& map) {
+  return field.conversion == Conversion::Reserved || map.contains(field.control) ||
+         (field.fallback != nullptr && map.contains(field.fallback)) ||
+         (field.conversion == Conversion::Decibels &&
+          map.contains(std::string(field.control) + " Float"));
+}
+
+void FillField(const Field& field, const ControlValueMap& map, std::span<std::byte> block) {
+  const bool replaced = field.fallback != nullptr && !map.contains(field.control);
+  const Control control{replaced ? field.fallback : field.control, map};
+  const auto fill = [&](auto convert, auto... more) {
+    Number number = field.Read(block);
+    convert(control, number, more...);
+    field.Store(block, number);
+  };
+  switch (field.conversion) {
+    case Conversion::Bool:
+      return fill(Utils::SetBoolField);
+    case Conversion::Decibels:
+      return fill(Utils::SetDbValue, field.bits(), field.integer_bits, kTenthsOfDecibel);
+    case Conversion::ProcessGain:
+      return fill(Utils::SetVocaliftProcessGain);
+    case Conversion::Percent:
+      return fill(Utils::SetPercentValue, field.integer_bits);
+    case Conversion::LevelIntensity:
+      return fill(Utils::SetEVolHDLevelIntensity, field.integer_bits);
+    case Conversion::Integer:
+      return fill(Utils::SetIntegerValue);
+    case Conversion::SpeakerSize:
+      return fill(Utils::SetDPSizeStr);
+    case Conversion::SpaceCutoff:
+      return fill(Utils::SetAMHDSpaceHPF);
+    case Conversion::DPHDMode:
+      return fill(Utils::SetDPHDMode);
+    case Conversion::ORV3DMode:
+      return fill(Utils::SetORV3DMode);
+    case Conversion::InputMode:
+      return fill(Utils::SetAMHDInputModeStr);
+    case Conversion::DecoderMode:
+      return fill(Utils::SetMXHPDecoderMode);
+    default:
+      return;
+  }
+}
+
+std::vector<DecodedField> DecodeFields(std::span<const Field> fields,
+                                       std::span<const std::byte> block) {
+  constexpr records::TextStyle kStyle = {1, "-inf dB", nullptr, ChoiceText};
+  std::vector<DecodedField> decoded;
+  for (const Field& field : fields) records::DecodeField(field, block, kStyle, decoded);
+  return decoded;
+}
+
+}  // namespace intel
 }  // namespace orv

@@ -1,10 +1,11 @@
-// One control of an operating mode as one number of an Intel DSP's parameter block.
+// Controls of an operating mode as numbers of an Intel DSP's parameter blocks.
 #pragma once
 
 #include <cstdint>
 #include <exception>
 #include <string>
 
+#include "records/fields.h"
 #include "values/value_list.h"
 
 namespace orv {
@@ -71,5 +72,23 @@ class KELAPOIntelDSP_Utils {
 };
 
 using IntelException = KELAPOIntelDSP_Utils::IntelException;
+
+// The fields of the Intel modules' tables in broadwell/ and skylake/.
+namespace intel {
+
+// The control as a whole number; throws IntelException if the map lacks it.
+std::int32_t IntegerOf(const std::string& control, const ControlValueMap& map);
+
+// Whether the map has a control that fills the field.
+bool HasControl(const records::Field& field, const ControlValueMap& map);
+// Fills one field; throws IntelException, the field untouched, if its control does not allow it.
+// Conversions that only the Skylake module has leave the field untouched.
+void FillField(const records::Field& field, const ControlValueMap& map, std::span<std::byte> block);
+
+// The fields of a block as text, in their order.
+std::vector<DecodedField> DecodeFields(std::span<const records::Field> fields,
+                                       std::span<const std::byte> block);
+
+}  // namespace intel
 
 }  // namespace orv

@@ -1,7 +1,6 @@
 // Blocks as text.
 #include <fmt/format.h>
 
-#include "intel_dsp/fields.h"
 #include "intel_dsp/skylake/writers.h"
 #include "records/word_decoder.h"
 

@@ -12,7 +12,7 @@ namespace {
 // By the index of the block.
 using Blocks = std::array<BlockBytes, kBlocks.size()>;
 
-// What each writer built last. Writers are used one at a time.
+// The last block of each writer. Writers run one at a time.
 Blocks cache{};
 
 // The order of the blocks in an image. The last field of the first one, the high-pass switch, comes
@@ -53,11 +53,10 @@ void RequireInRange(const Block& block, const BlockBytes& bytes) {
 
 HRESULT SendCoefficients(SkylakeDriver& driver, const CoefficientWrite& coefficients,
                          std::uint8_t apply, const char* operation) {
-  std::array<std::byte, sizeof coefficients.words> bytes{};
-  for (std::size_t i = 0; i < coefficients.count; ++i)
+  std::vector<std::byte> bytes(4 * coefficients.words.size());
+  for (std::size_t i = 0; i < coefficients.words.size(); ++i)
     StoreField(bytes, 4 * i, FieldType::I32, coefficients.words[i]);
-  const HRESULT status = SendParameter(driver, coefficients.parameter,
-                                       std::span(bytes).first(4 * coefficients.count), apply);
+  const HRESULT status = SendParameter(driver, coefficients.parameter, bytes, apply);
   ReportOperation(SUCCEEDED(status), SkylakeBlockName(coefficients.parameter).c_str(), operation);
   return status;
 }

@@ -4,8 +4,7 @@
 #include "dsp_math/filter_design.h"
 #include "dsp_math/fixed_point.h"
 #include "intel_dsp/conversion/enumeration_tables.h"
-#include "intel_dsp/equalizer_bands.h"
-#include "intel_dsp/fields.h"
+#include "intel_dsp/filter_designs.h"
 #include "intel_dsp/skylake/blocks.h"
 #include "platform/diagnostics.h"
 
@@ -70,13 +69,13 @@ void FillMainTech(const Utils::Control& control, Number& code) {
   if (code < 0 || code > kLastMainTech) code = 0;
 }
 
-void FillBandGain(const Field& field, const Utils::Control& control, Number& gain) {
+void FillBandGain(const Utils::Control& control, Number& gain, const Field& field) {
   if (!Utils::SetGainValue_Float({control.name + " Float", control.map}, gain, kBandGainScale))
     Utils::SetDbValue(control, gain, field.bits(), field.integer_bits);
   gain = std::clamp(gain, field.low, field.high);
 }
 
-// Without a clarity level of its own the headphone takes what is left of an older pair of controls.
+// Without a clarity level the headphone uses an older pair of controls.
 void FillHeadphoneClarityEnable(const Utils::Control& control, Number& enable) {
   if (control.map.contains(kClarityControl)) return Utils::SetBoolField(control, enable);
   const IntelException missing(kClarityControl, "Can't find integer value.");
@@ -84,7 +83,8 @@ void FillHeadphoneClarityEnable(const Utils::Control& control, Number& enable) {
            L"MSG:VQ3D DC Level is not found %S\n", missing.what());
   Utils::SetBoolField({"VQ3D-MXHP DialogClarity Enable", control.map}, enable);
 }
-void FillHeadphoneClarityLevel(const ControlValueMap& map, Number& level) {
+void FillHeadphoneClarityLevel(const Utils::Control& control, Number& level) {
+  const ControlValueMap& map = control.map;
   if (map.contains(kClarityControl))
     level = ClarityLevel(map, ORV_HERE("KELAPOIntelDSP_SKL::SetVQ3DMXHPControls"),
                          L"MSG:VQ3D DC Max Level is not found %S\n");
@@ -93,56 +93,47 @@ void FillHeadphoneClarityLevel(const ControlValueMap& map, Number& level) {
 }
 
 // A loudspeaker size or cut-off in Hz that a filter can be made of.
-float Frequency(const char* control, const ControlValueMap& map) {
+std::int32_t Frequency(const char* control, const ControlValueMap& map) {
   const std::int32_t hertz = intel::IntegerOf(control, map);
-  if (hertz <= 0 || hertz >= kIntelSampleRate / 2)
-    throw IntelException(control, "frequency out of range");
-  return static_cast<float>(hertz);
+  if (!IsFrequency(hertz)) throw IntelException(control, "frequency out of range");
+  return hertz;
 }
-
-using Workspace = std::array<std::byte, FilterWorkspace(1)>;
 
 }  // namespace
 
 void FillField(const Field& field, const ControlValueMap& map, BlockBytes& bytes) {
   const Utils::Control control{field.control, map};
-  Number number = field.Read(bytes);
+  const auto store = [&](Number number) { field.Store(bytes, number); };
+  const auto fill = [&](auto convert, const auto&... more) {
+    Number number = field.Read(bytes);
+    convert(control, number, more...);
+    store(number);
+  };
   switch (field.conversion) {
     case Conversion::SpaceCutoff:
-      FillSpaceCutoff(control, number);
-      break;
+      return fill(FillSpaceCutoff);
     case Conversion::MainTech:
-      FillMainTech(control, number);
-      break;
+      return fill(FillMainTech);
     case Conversion::BandGain:
-      FillBandGain(field, control, number);
-      break;
+      return fill(FillBandGain, field);
     case Conversion::BassLevel:
-      number = BassLevel(map);
-      break;
+      return store(BassLevel(map));
     case Conversion::DefinitionLevel:
-      number = DefinitionLevel(map);
-      break;
+      return store(DefinitionLevel(map));
     case Conversion::ClarityLevel:
-      number = ClarityLevel(map, ORV_HERE("KELAPOIntelDSP_SKL::SetVQ3DPX3DControls"),
-                            L"MSG: VQ3D DC Max Level is not found %S\n");
-      break;
+      return store(ClarityLevel(map, ORV_HERE("KELAPOIntelDSP_SKL::SetVQ3DPX3DControls"),
+                                L"MSG: VQ3D DC Max Level is not found %S\n"));
     case Conversion::FocusLevel:
-      number = kClarityLevel.Read(bytes);
-      break;
+      return store(kClarityLevel.Read(bytes));
     case Conversion::HeadphoneClarityEnable:
-      FillHeadphoneClarityEnable(control, number);
-      break;
+      return fill(FillHeadphoneClarityEnable);
     case Conversion::HeadphoneClarityLevel:
-      FillHeadphoneClarityLevel(map, number);
-      break;
+      return fill(FillHeadphoneClarityLevel);
     case Conversion::SampleRate:
-      number = kIntelSampleRate;
-      break;
+      return store(kIntelSampleRate);
     default:
       return intel::FillField(field, map, bytes);
   }
-  field.Store(bytes, number);
 }
 
 void FillBlock(const Block& block, const ControlValueMap& map, BlockBytes& bytes,
@@ -160,25 +151,18 @@ std::optional<CoefficientWrite> DesignBassCoefficients(const BlockBytes& block,
                                                        const ControlValueMap& map) {
   if (kAudioSize.Read(block) != kCustomSizeCode) return std::nullopt;
   constexpr const char* kAudio = "VQ3D-DPHD Speaker Audio Custom Size";
-  const float audio = Frequency(kAudio, map);
-  const float analysis = Frequency("VQ3D-DPHD Speaker Analysis Custom Size", map);
-  CoefficientWrite write{kBassFilters, {}, kBassEnhancementWords};
-  Workspace workspace;
-  if (DesignBassEnhancementFilters(audio, analysis, kIntelSampleRate, write.words.data(),
-                                   workspace.data()) != kFilterOk)
-    throw IntelException(kAudio, "frequency out of range");
+  const std::int32_t audio = Frequency(kAudio, map);
+  const std::int32_t analysis = Frequency("VQ3D-DPHD Speaker Analysis Custom Size", map);
+  CoefficientWrite write{kBassFilters, DesignBassSet(audio, analysis)};
+  if (write.words.empty()) throw IntelException(kAudio, "frequency out of range");
   return write;
 }
 
 std::optional<CoefficientWrite> DesignSpaceCoefficients(const BlockBytes& block,
                                                         const ControlValueMap& map) {
   if (kSpaceCutoff.Read(block) != kCustomSizeCode) return std::nullopt;
-  const float frequency = Frequency("VQ3D-Space HPF Custom Freq", map);
-  CoefficientWrite write{kSpaceFilter, {}, FilterWords(1)};
-  Workspace workspace;
-  DesignButterworth32(frequency, 2, kIntelSampleRate, kButterworthHighPass, write.words.data(),
-                      workspace.data());
-  return write;
+  const std::int32_t frequency = Frequency("VQ3D-Space HPF Custom Freq", map);
+  return CoefficientWrite{kSpaceFilter, DesignHighPass(static_cast<float>(frequency), 2)};
 }
 
 }  // namespace orv::skylake

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <vector>
 
 #include "intel_dsp/conversion/converters.h"
 #include "records/fields.h"
@@ -186,8 +187,7 @@ using BlockBytes = std::array<std::byte, 40>;
 // Coefficients that must reach the module before the block that selects them.
 struct CoefficientWrite {
   std::uint32_t parameter;
-  std::array<std::int32_t, 24> words;
-  std::size_t count;
+  std::vector<std::int32_t> words;
 };
 // Returns nullopt if the block does not select custom coefficients.
 using CoefficientDesign = std::optional<CoefficientWrite> (*)(const BlockBytes& block,
@@ -197,12 +197,12 @@ std::optional<CoefficientWrite> DesignBassCoefficients(const BlockBytes& block,
 std::optional<CoefficientWrite> DesignSpaceCoefficients(const BlockBytes& block,
                                                         const ControlValueMap& map);
 
-// What only some blocks have.
+// Properties of single blocks.
 struct BlockExtras {
   CoefficientDesign coefficients = nullptr;
-  // What a single-control write reports if the block cannot be read.
+  // Reported by a single-control write if the block cannot be read.
   const wchar_t* read_failure = L"Error: [%s] set aborted. DSP GetParameter() failed.";
-  // What is reported if controls are missing and the DSP keeps its block.
+  // Reported if controls are missing and the DSP keeps its block.
   const wchar_t* ignored = nullptr;
 };
 

@@ -107,7 +107,7 @@ HRESULT KELAPOIntelDriverInterface_SKL::FindWaveFilter(IMMDeviceEnumerator& devi
       }
       Diagnose(here, L"Matching device id found.");
     }
-    status = TopologyWalk(devices).FindWaveFilter(*endpoint, filter_);
+    status = skylake::FindWaveFilter(devices, *endpoint, filter_);
     if (status == S_OK) return S_OK;
     Diagnose(here,
              SUCCEEDED(status) ? L"Device does not match." : L"Failed to find connector part!");

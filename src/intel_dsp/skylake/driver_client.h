@@ -10,6 +10,7 @@
 #include "intel_dsp/drivers.h"
 #include "intel_dsp/skylake/driver_client_records.h"
 #include "intel_dsp/skylake/topology_walk.h"
+#include "platform/com_ptr.h"
 #include "platform/machine.h"
 
 namespace orv::skylake {

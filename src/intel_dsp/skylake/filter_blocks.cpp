@@ -9,7 +9,7 @@
 
 #include "dsp_math/elementary.h"
 #include "dsp_math/filter_steps.h"
-#include "intel_dsp/equalizer_bands.h"
+#include "intel_dsp/filter_designs.h"
 #include "records/fields.h"
 
 namespace orv::skylake {
@@ -17,9 +17,8 @@ namespace {
 
 constexpr const char* kWriter = "SetVQ3DFilterCoeff";
 
-// The tunings: for the small loudspeakers of a portable device. Each lifts what such a loudspeaker
-// loses at the ends of its range, thins out its box resonance and keeps clear of what it cannot
-// play.
+// The tunings are for the small loudspeakers of a portable device: each boosts both ends of the
+// range and reduces the resonance of the box.
 constexpr std::array kIirOnly = {FilterBand{kORVFilter_LowShelf, 180, 0.8F, 3, 0},
                                  FilterBand{kORVFilter_Traditional, 850, 1.4F, -3, 0},
                                  FilterBand{kORVFilter_HighShelf, 7000, 0.8F, 2.5F, 0}};
@@ -143,17 +142,6 @@ std::size_t IirWords(std::int32_t order) { return FilterWords(ButterworthSection
 
 std::size_t FirWords(std::int32_t length) {
   return length > 0 ? static_cast<std::size_t>(length) + 4 : 0;
-}
-
-std::vector<std::int32_t> DesignHighPass(float frequency, std::int32_t order) {
-  const std::size_t sections = ButterworthSections(order);
-  std::vector<std::int32_t> words(FilterWords(sections));
-  std::vector<std::byte> workspace(FilterWorkspace(sections));
-  const bool designed =
-      frequency > 0 && DesignButterworth32(frequency, order, kIntelSampleRate, kButterworthHighPass,
-                                           words.data(), workspace.data()) == kFilterOk;
-  if (!designed) words.clear();
-  return words;
 }
 
 FilterCoefficients MakeFilterPreset(std::uint32_t type) {

@@ -39,8 +39,6 @@ inline constexpr FilterLayout kRightFilterLayout = {1372, 12, 24};
 std::size_t IirWords(std::int32_t order);
 std::size_t FirWords(std::int32_t length);
 
-// A Butterworth set; empty if the frequency (Hz) is not between 0 and half the sample rate.
-std::vector<std::int32_t> DesignHighPass(float frequency, std::int32_t order);
 // The built-in set of a filter type, which a mode may choose instead of describing its filters;
 // unknown types are "Default".
 FilterCoefficients MakeFilterPreset(std::uint32_t type);

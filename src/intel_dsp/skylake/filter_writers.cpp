@@ -1,8 +1,7 @@
 // The writers of the high-pass and equaliser coefficients.
 #include <algorithm>
 
-#include "intel_dsp/equalizer_bands.h"
-#include "intel_dsp/fields.h"
+#include "intel_dsp/filter_designs.h"
 #include "intel_dsp/skylake/blocks.h"
 #include "intel_dsp/skylake/writers.h"
 #include "platform/diagnostics.h"

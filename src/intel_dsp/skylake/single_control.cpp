@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char* kFunction = "KELAPOIntelDSP_SKL::SetControl";
 
-// Controls that have no field of their own: other names of one, and what others are derived from.
+// Controls without a field of their own: other names of a field, and inputs of derived fields.
 struct FurtherControl {
   const char* control;
   std::uint32_t parameter;

@@ -4,6 +4,7 @@
 
 #include "intel_dsp/skylake/driver_client_records.h"
 #include "platform/com_memory.h"
+#include "platform/com_ptr.h"
 #include "platform/diagnostics.h"
 
 namespace orv::skylake {
@@ -31,12 +32,28 @@ bool Select(IPart& part, IPart& arrived_from, const wchar_t* done, const wchar_t
   return true;
 }
 
-}  // namespace
+class TopologyWalk {
+ public:
+  explicit TopologyWalk(IMMDeviceEnumerator& devices) : devices_(devices) {}
+
+  HRESULT FindWaveFilter(IMMDevice& endpoint, WaveFilter& filter);
+
+ private:
+  static HRESULT EndsHere(IConnector& connector, bool& ends);
+  // From the connector to the last one of the device that it is connected to.
+  HRESULT NextConnector(ComPtr<IConnector>& connector);
+  HRESULT WalkParts(IPart& part, unsigned depth, ComPtr<IPart>& last);
+  static void SelectPath(IPart& part, IPart& arrived_from);
+  HRESULT ReadFilter(IPart& last);
+  void ReadOffloadPin(IMMDevice& device);
+
+  IMMDeviceEnumerator& devices_;
+  WaveFilter filter_;
+  unsigned parts_left_ = kMostParts;
+};
 
 HRESULT TopologyWalk::FindWaveFilter(IMMDevice& endpoint, WaveFilter& filter) {
   const DiagnosticSite here = ORV_HERE("TopologyWalk::FindWaveFilter");
-  filter_ = {};
-  parts_left_ = kMostParts;
   ComPtr<IDeviceTopology> topology;
   HRESULT status = endpoint.Activate(IID_IDeviceTopology, CLSCTX_ALL, nullptr, topology.PutVoid());
   if (FAILED(status)) return status;
@@ -166,6 +183,12 @@ void TopologyWalk::ReadOffloadPin(IMMDevice& device) {
   if (SUCCEEDED(status)) status = GetProperty(*control, request, pins);
   if (SUCCEEDED(Report(here, L"Warning, failed to retrieve pin id! Result: 0x%x", status)))
     Diagnose(here, L"Using pin id: %d", pins.offload_pin);
+}
+
+}  // namespace
+
+HRESULT FindWaveFilter(IMMDeviceEnumerator& devices, IMMDevice& endpoint, WaveFilter& filter) {
+  return TopologyWalk(devices).FindWaveFilter(endpoint, filter);
 }
 
 }  // namespace orv::skylake

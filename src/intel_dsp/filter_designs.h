@@ -1,4 +1,4 @@
-// Parametric equaliser of one channel, from controls to coefficient words.
+// Filters of both Intel modules, from controls to coefficient words.
 #pragma once
 
 #include <cstdint>
@@ -39,5 +39,15 @@ std::vector<FilterBand> ReadEqualizerBands(const EqualizerSuite& suite, const st
 // The words of a cascade of these bands (FilterWords of their number); bands of unknown type are
 // unity sections, no bands are the overall gain alone. Empty if a frequency is refused.
 std::vector<std::int32_t> DesignEqualizer(std::span<const FilterBand> bands);
+// A Butterworth set; empty unless the frequency (Hz) is between 0 and half the sample rate.
+std::vector<std::int32_t> DesignHighPass(float frequency, std::int32_t order);
+// The set of two loudspeaker sizes in Hz; empty if a size, or the all-pass that goes with the audio
+// size, is not between 0 and half the sample rate.
+std::vector<std::int32_t> DesignBassSet(std::int32_t audio_size, std::int32_t analysis_size);
+
+// Whether a filter can be designed for a frequency in Hz.
+constexpr bool IsFrequency(std::int32_t hertz) noexcept {
+  return hertz > 0 && hertz < kIntelSampleRate / 2;
+}
 
 }  // namespace orv

@@ -1,8 +1,7 @@
-#include "intel_dsp/equalizer_bands.h"
+#include "intel_dsp/filter_designs.h"
 
 #include <fmt/format.h>
 
-#include "intel_dsp/fields.h"
 #include "platform/diagnostics.h"
 
 namespace orv {
@@ -54,13 +53,35 @@ std::vector<FilterBand> ReadEqualizerBands(const EqualizerSuite& suite, const st
 std::vector<std::int32_t> DesignEqualizer(std::span<const FilterBand> bands) {
   std::vector<FilterBand> known(bands.begin(), bands.end());
   for (FilterBand& band : known) {
-    // 0 dB and nothing else, whatever the band's other numbers are.
+    // A unity section, for any other numbers of the band.
     if (band.type == kUnknownBandType) band = {kORVFilter_Gain, 0, 0, 0, 0};
   }
   const FilterSet set = {static_cast<std::int32_t>(known.size()), known.data(), kIntelSampleRate};
   std::vector<std::int32_t> words(FilterWords(known.size()));
   std::vector<std::byte> workspace(FilterWorkspace(known.size()));
   if (DesignFilterSet(set, words.data(), workspace.data()) != kFilterOk) words.clear();
+  return words;
+}
+
+std::vector<std::int32_t> DesignHighPass(float frequency, std::int32_t order) {
+  const std::size_t sections = ButterworthSections(order);
+  std::vector<std::int32_t> words(FilterWords(sections));
+  std::vector<std::byte> workspace(FilterWorkspace(sections));
+  const bool designed =
+      frequency > 0 && DesignButterworth32(frequency, order, kIntelSampleRate, kButterworthHighPass,
+                                           words.data(), workspace.data()) == kFilterOk;
+  if (!designed) words.clear();
+  return words;
+}
+
+std::vector<std::int32_t> DesignBassSet(std::int32_t audio_size, std::int32_t analysis_size) {
+  if (!IsFrequency(audio_size) || !IsFrequency(analysis_size)) return {};
+  std::vector<std::int32_t> words(kBassEnhancementWords);
+  std::byte workspace[FilterWorkspace(1)];
+  const std::int32_t status = DesignBassEnhancementFilters(
+      static_cast<float>(audio_size), static_cast<float>(analysis_size), kIntelSampleRate,
+      words.data(), workspace);
+  if (status != kFilterOk) words.clear();
   return words;
 }
 
