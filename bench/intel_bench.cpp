@@ -158,7 +158,7 @@ void BM_SkylakeSingleControl(benchmark::State& state, const wchar_t* name, int n
   InstantDriver driver;
   KELAPOIntelDSP_SKL module(driver);
   const ControlValueMap controls = laptop.Controls();
-  for (const SkylakeWriter writer : kSkylakeControlWriters) (module.*writer)(controls, 1);
+  for (const skylake::Block& block : skylake::kBlocks) module.WriteControls(block, controls, 1);
   VARIANT value{};
   value.vt = VT_I4;
   value.lVal = number;
