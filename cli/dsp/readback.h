@@ -12,8 +12,12 @@
 #include "platform/machine.h"
 
 namespace orv {
+namespace skylake {
 class KELAPOIntelDriverInterface_SKL;
+}
+namespace broadwell {
 class ORVAPOIntelDriverInterface_BRW;
+}
 class SimulatedMachine;
 }  // namespace orv
 
@@ -64,8 +68,8 @@ class DspReadback {
   std::wstring device_id_;
   std::uint64_t before_ = 0;  // number of the latest request before this object
   // Opened for the first request.
-  std::unique_ptr<KELAPOIntelDriverInterface_SKL> skylake_;
-  std::unique_ptr<ORVAPOIntelDriverInterface_BRW> broadwell_;
+  std::unique_ptr<skylake::KELAPOIntelDriverInterface_SKL> skylake_;
+  std::unique_ptr<broadwell::ORVAPOIntelDriverInterface_BRW> broadwell_;
 };
 
 }  // namespace orv::cli

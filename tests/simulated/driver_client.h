@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "intel_dsp/skylake/topology_walk.h"
+#include "platform/com_ptr.h"
 #include "platform/guid_text.h"
 #include "simulated/description/machine_file.h"
 #include "simulated/simulated_machine.h"
