@@ -1,4 +1,4 @@
-// orvctl: what people and scripts use in front of a machine. An ordinary client of the component.
+// orvctl: the command line for users and scripts. An ordinary client of the component.
 #include <cstdlib>
 #include <iostream>
 
@@ -13,52 +13,27 @@
 namespace orv::cli {
 namespace {
 
-void AddCommands(CLI::App& app, Context& context) {
-  AddEndpointsCommand(app, context);
-  AddConfigCommand(app, context);
-  AddPropertiesCommand(app, context);
-  AddModesCommand(app, context);
-  AddModeCommand(app, context);
-  AddEnableCommand(app, context);
-  AddRestoreCommand(app, context);
-  AddControlsCommand(app, context);
-  AddGetCommand(app, context);
-  AddSetCommand(app, context);
-  AddWatchCommand(app, context);
-  AddAnalyseCommand(app, context);
-  AddSaveCommand(app, context);
-  AddLoadCommand(app, context);
-  AddDoctorCommand(app, context);
-  AddRegistrationCommands(app, context);
-  AddCheckCommand(app, context);
-  AddImageCommands(app, context);
-  AddMachineCommands(app, context);
-  AddFilterCommands(app, context);
-  AddDspCommands(app, context);
-  AddDriftCommand(app, context);
-  AddCompletionCommand(app, context);
-  AddStoryCommand(app, context);
-}
+// In the order of the help page.
+constexpr CommandAdder* kCommands[] = {
+    AddEndpointsCommand, AddConfigCommand, AddPropertiesCommand, AddModesCommand,
+    AddModeCommand,      AddEnableCommand, AddRestoreCommand,    AddControlsCommand,
+    AddGetCommand,       AddSetCommand,    AddWatchCommand,      AddAnalyseCommand,
+    AddSaveCommand,      AddLoadCommand,   AddDoctorCommand,     AddRegistrationCommands,
+    AddCheckCommand,     AddImageCommands, AddMachineCommands,   AddFilterCommands,
+    AddDspCommands,      AddDriftCommand,  AddCompletionCommand, AddTourCommand};
 
-struct ProgramFlags {
-  bool json = false;
-};
-
-// The global options that decide what a command works on.
+// The global options that decide which machine and configuration a command uses.
 std::string GlobalOptionWords(const Context& context) {
   const SessionOptions& session = context.session_options;
-  std::string words;
-  const auto add = [&](const std::string& option, const std::string& value) {
-    words += (words.empty() ? "" : " ") + option + " " + ShellWord(value);
-  };
+  std::vector<std::string> words;
   if (!session.machine.empty())
-    add("--machine", PathText(std::filesystem::absolute(session.machine)));
-  if (!session.technology.empty()) add("--technology", session.technology);
-  if (context.config_type) add("--config", std::to_string(*context.config_type));
-  return words;
+    words.push_back("--machine " + ShellWord(PathText(std::filesystem::absolute(session.machine))));
+  if (!session.technology.empty()) words.push_back("--technology " + ShellWord(session.technology));
+  if (context.config_type) words.push_back(fmt::format("--config {}", *context.config_type));
+  return fmt::format("{}", fmt::join(words, " "));
 }
 
-void AddGlobalOptions(CLI::App& app, Context& context, ProgramFlags& flags) {
+void AddGlobalOptions(CLI::App& app, Context& context) {
   SessionOptions& session = context.session_options;
   app.add_option_function<std::string>(
       "--machine",
@@ -68,93 +43,68 @@ void AddGlobalOptions(CLI::App& app, Context& context, ProgramFlags& flags) {
                  "Folder of the technology library, as the machine knows it");
   app.add_option("--config", context.config_type, "Load endpoints with this configuration type")
       ->check(CLI::Range(0, 1));
-  app.add_flag("--json", flags.json, "One JSON value on standard output");
+  app.add_flag_callback(
+      "--json", [&context] { context.output.UseJson(true); }, "One JSON value on standard output");
   app.add_flag("-v,--verbose", session.diagnostics,
                "The component's diagnostic lines on standard error");
-  // A later one wins, so that scripts can add to a line that names one already.
+  // The last one counts, so that scripts can add an option to a line that has it already.
   for (CLI::Option* option : app.get_options())
     option->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
-  app.parse_complete_callback([&context, &flags] {
+  app.parse_complete_callback([&context] {
     UseGlobalOptions(GlobalOptionWords(context));
     const char* no_colour = std::getenv("NO_COLOR");
-    context.output.UseJson(flags.json);
-    context.output.UseColour(!flags.json && (no_colour == nullptr || *no_colour == 0) &&
+    context.output.UseColour(!context.output.json() && (no_colour == nullptr || *no_colour == 0) &&
                              OutputIsTerminal());
   });
 }
 
-bool TakesValue(const CLI::App& app, const std::string& word) {
-  const CLI::Option* option = app.get_option_no_throw(word);
-  return option != nullptr && option->get_items_expected_max() > 0;
-}
-
-// A misspelt command would be reported as a missing one; this names what was meant.
-void CheckCommandWords(const CLI::App& root, int argc, char** argv) {
-  const CLI::App* command = &root;
-  std::size_t own_words = 0;  // what the command itself takes before a command of its own
-  for (int i = 1; i < argc; ++i) {
-    const auto known = command->get_subcommands([](const CLI::App*) { return true; });
-    if (known.empty()) return;
-    const std::string word = argv[i];
-    if (word == "--help" || word == "-h") return;
-    if (word.starts_with("-")) {
-      if (TakesValue(root, word)) ++i;
-      continue;
-    }
-    if (own_words != 0) {
-      --own_words;
-      continue;
-    }
-    std::vector<std::string> names;
-    const CLI::App* next = nullptr;
-    for (const CLI::App* candidate : known) {
-      names.push_back(candidate->get_name());
-      if (candidate->get_name() == word) next = candidate;
-    }
-    if (next == nullptr) {
-      UsageFailure("no command \"" + word + "\"." + Suggestion(names, word) +
-                   "\n\"orvctl --help\" lists them.");
-    }
-    command = next;
-    own_words =
-        command->get_options([](const CLI::Option* option) { return option->get_positional(); })
-            .size();
+// The message for a command line that the library refused. The library reports a misspelt command
+// as a missing one.
+std::string UsageText(const CLI::App& app, const CLI::ParseError& error) {
+  const CLI::App* command = &app;
+  while (!command->get_subcommands().empty()) command = command->get_subcommands().front();
+  std::vector<std::string> names;
+  for (const CLI::App* known : command->get_subcommands([](const CLI::App*) { return true; }))
+    names.push_back(known->get_name());
+  for (const std::string& word : app.remaining(true)) {
+    if (!names.empty() && !word.starts_with("-"))
+      return fmt::format("no command \"{}\".{}\n\"orvctl --help\" lists them.", word,
+                         Suggestion(names, word));
   }
+  return fmt::format("{}\n\"orvctl COMMAND --help\" shows what is expected.", error.what());
 }
 
-// An empty argument is a mistake, for example a variable of a script that was never set: no command
-// may take it for one that was not given.
+// An empty argument is a mistake, for example a variable of a script that was never set, and not
+// the same as an argument that was not given.
 void RefuseEmptyArguments(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
     const std::string word = argv[i];
     const bool lacks_value = word.starts_with("--") && word.find('=') == word.size() - 1;
-    if (lacks_value) UsageFailure("the value of " + word.substr(0, word.size() - 1) + " is empty.");
-    if (!word.empty()) continue;
-    UsageFailure(i == 1 ? "the first argument is empty."
-                        : "the argument after \"" + std::string(argv[i - 1]) + "\" is empty.");
+    if (lacks_value) UsageFailure("the value of {} is empty.", word.substr(0, word.size() - 1));
+    if (word.empty())
+      UsageFailure(i == 1 ? "the first argument is empty."
+                          : fmt::format("the argument after \"{}\" is empty.", argv[i - 1]));
   }
 }
 
 int Run(CLI::App& app, Context& context, int argc, char** argv) {
+  const auto fail = [&](const std::string& message, int exit_status) {
+    context.output.Notice("orvctl: " + message);
+    return exit_status;
+  };
   try {
     RefuseEmptyArguments(argc, argv);
-    CheckCommandWords(app, argc, argv);
     app.parse(argc, argv);
     return context.exit_status;
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == 0) return app.exit(error);
-    context.output.Notice(std::string("orvctl: ") + error.what() +
-                          "\n\"orvctl COMMAND --help\" tells what is expected.");
-    return kUsage;
+    return error.get_exit_code() == 0 ? app.exit(error) : fail(UsageText(app, error), kUsage);
   } catch (const Failure& failure) {
-    context.output.Notice(std::string("orvctl: ") + failure.what());
-    return failure.exit_status();
+    return fail(failure.what(), failure.exit_status());
   } catch (const std::bad_alloc&) {
-    context.output.Notice("orvctl: out of memory");
+    return fail("out of memory", kRefused);
   } catch (const std::exception& fault) {
-    context.output.Notice(std::string("orvctl: ") + fault.what());
+    return fail(fault.what(), kRefused);
   }
-  return kRefused;
 }
 
 int Main(int argc, char** argv) {
@@ -165,12 +115,11 @@ int Main(int argc, char** argv) {
   for (std::string& argument : arguments) words.push_back(argument.data());
   Output output(std::cout, std::cerr);
   Context context(output);
-  CLI::App app("Looks at and changes the audio effects of a machine's endpoints.", "orvctl");
+  CLI::App app("Shows and changes the audio effects of a machine's endpoints.", "orvctl");
   app.require_subcommand(1);
   app.footer("Example:\n  orvctl endpoints\n  orvctl set 0 \"VQ3D-Process Enable\" Enabled");
-  ProgramFlags flags;
-  AddGlobalOptions(app, context, flags);
-  AddCommands(app, context);
+  AddGlobalOptions(app, context);
+  for (CommandAdder* add : kCommands) add(app, context);
   const int status = Run(app, context, static_cast<int>(words.size()), words.data());
   if (!std::cout.flush()) {
     std::cerr << "orvctl: standard output cannot be written\n";

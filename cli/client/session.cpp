@@ -308,6 +308,8 @@ void FitToStream(std::vector<Band>& bands, std::uint32_t sample_rate) {
     for (const std::uint32_t point : band.points) held.insert(bins.Nearest(point));
     const auto [place, is_new] = first.emplace(std::move(held), band.frequency);
     if (!is_new) band.same_bins_as = place->second;
+    // A frequency near 0 Hz has the bin of 0 Hz.
+    if (is_new && 2 * band.frequency < sample_rate / 1024) band.same_bins_as = 0;
   }
 }
 

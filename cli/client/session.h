@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "cli/client/component.h"
-#include "cli/show/spectrum_bands.h"
+#include "cli/show/analysis_view.h"
 #include "orv_apo/orv_apo.h"
 #include "platform/com_ptr.h"
 #include "platform/machine.h"

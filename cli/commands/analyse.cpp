@@ -1,5 +1,4 @@
 // analyse
-#include <charconv>
 #include <chrono>
 #include <cmath>
 
@@ -12,36 +11,41 @@
 namespace orv::cli {
 namespace {
 
+constexpr CommandText kAnalyseText = {
+    "analyse", "Peaks and spectrum of what an endpoint plays, live",
+    "orvctl analyse 0\n  orvctl --json analyse 0 --once --frequencies 100,1000,10000",
+    "The spectrum is shown in third-octave bands, each with its highest bin, unless "
+    "frequencies\n"
+    "are asked for. Rows with the same bins show one level and are marked; in the live picture\n"
+    "\"=50\" marks a band with the same bins as 50 Hz. Without a terminal, a line a second.\n"
+    "--once listens for 0.3 seconds and gives the highest levels; with --json\n"
+    "silence is null. Ends with Ctrl+C."};
+
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kPeakChannels = 8;
-// The engine keeps about two packets of 10 ms for a listener.
-constexpr std::chrono::milliseconds kPollInterval{15};
-constexpr int kPollsPerFrame = 3;
-constexpr std::chrono::milliseconds kOnceDuration{300};
-constexpr std::chrono::seconds kLineInterval{1};
 
-struct AnalyseArguments {
-  std::string endpoint;
+struct AnalyseArguments : EndpointArguments {
   std::vector<std::string> frequencies;  // lists with commas, in Hz
   bool once = false;
-  std::optional<double> seconds;  // end after so much time
+  std::optional<double> seconds;  // end after this time
 };
 
 // The highest levels since the last reading, in dB.
 struct Reading {
   explicit Reading(std::size_t bands)
-      : peaks(kPeakChannels, LevelMeter::kNothing),
-        spectrum(kSpectrumChannels, std::vector<float>(bands, LevelMeter::kNothing)) {}
+      : peaks(kPeakChannels, LevelMeter::kSilence),
+        spectrum(kSpectrumChannels, std::vector<float>(bands, LevelMeter::kSilence)) {}
 
   std::vector<float> peaks;
   std::vector<std::vector<float>> spectrum;  // by channel and band
 };
 
+// Reads the levels of an endpoint until interrupted, or until the time is over.
 class Listener {
  public:
-  Listener(const Endpoint& endpoint, std::vector<Band> bands)
-      : bands_(std::move(bands)), reading_(bands_.size()) {
+  Listener(const Endpoint& endpoint, std::vector<Band> bands, std::optional<double> seconds)
+      : bands_(std::move(bands)), reading_(bands_.size()), end_(EndAfter(seconds)) {
     Require(endpoint.object()->get_AnalysisData(analysis_.Put()), "listening to " + endpoint.name(),
             "Its sound cannot be captured; another program may hold the device, or it has just "
             "been unplugged.");
@@ -58,17 +62,23 @@ class Listener {
                                          static_cast<USHORT>(points_.size()), points_.data(),
                                          levels_.data()),
               "reading the spectrum", "");
-      const float* level = levels_.data();
+      auto level = levels_.begin();
       for (std::size_t band = 0; band < bands_.size(); ++band) {
         float& highest = reading_.spectrum[channel][band];
-        for (std::size_t i = 0; i < bands_[band].points.size(); ++i, ++level)
-          highest = std::max(highest, *level);
+        for (std::size_t i = 0; i < bands_[band].points.size(); ++i)
+          highest = std::max(highest, *level++);
       }
     }
     float peaks[kPeakChannels];
     Require(analysis_->GetPeaks(peaks), "reading the peaks", "");
     for (std::size_t c = 0; c < kPeakChannels; ++c)
       reading_.peaks[c] = std::max(reading_.peaks[c], peaks[c]);
+  }
+  // Waits for the next poll. False at the end.
+  bool Wait() {
+    // The engine keeps about two packets of 10 ms for a listener.
+    constexpr std::chrono::milliseconds kPollInterval{15};
+    return !stop_.Wait(kPollInterval) && (!end_ || Clock::now() < *end_);
   }
 
   Reading Take() { return std::exchange(reading_, Reading(bands_.size())); }
@@ -79,6 +89,9 @@ class Listener {
   std::vector<ULONG> points_;
   std::vector<float> levels_;
   Reading reading_;
+  Event stop_{Event::Kind::ManualReset};
+  StopOnSignal signals_{stop_};
+  std::optional<Clock::time_point> end_;
 };
 
 // Silence has no level: null.
@@ -100,17 +113,11 @@ Json ReadingJson(const Reading& reading, const std::vector<Band>& bands) {
   return {{"peaks", std::move(peaks)}, {"spectrum", std::move(spectrum)}};
 }
 
-// Channels that were heard, and the first two.
+// The first two channels, and the others up to the last one with sound.
 std::size_t ShownChannels(const std::vector<float>& peaks) {
-  std::size_t shown = kSpectrumChannels;
-  for (std::size_t c = 0; c < peaks.size(); ++c)
-    if (std::isfinite(peaks[c])) shown = std::max(shown, c + 1);
+  std::size_t shown = peaks.size();
+  while (shown > kSpectrumChannels && !std::isfinite(peaks[shown - 1])) --shown;
   return shown;
-}
-
-Cell SharedBins(const Band& band) {
-  if (!band.same_bins_as) return Cell("");
-  return Cell("same bins as " + HertzText(*band.same_bins_as), ansi::kDim);
 }
 
 void ShowReading(Context& context, const Reading& reading, const std::vector<Band>& bands) {
@@ -121,8 +128,10 @@ void ShowReading(Context& context, const Reading& reading, const std::vector<Ban
   context.output.Line("");
   Table spectrum({{"FREQUENCY", Align::Right}, {"L", Align::Right}, {"R", Align::Right}, {""}});
   for (std::size_t band = 0; band < bands.size(); ++band) {
+    const auto& same = bands[band].same_bins_as;
     spectrum.Add({HertzText(bands[band].frequency), LevelText(reading.spectrum[0][band]),
-                  LevelText(reading.spectrum[1][band]), SharedBins(bands[band])});
+                  LevelText(reading.spectrum[1][band]),
+                  Cell(same ? "same bins as " + HertzText(*same) : "", ansi::kDim)});
   }
   context.output.Show(spectrum);
 }
@@ -130,46 +139,25 @@ void ShowReading(Context& context, const Reading& reading, const std::vector<Ban
 std::string PeakLine(const Reading& reading, const std::vector<Band>& bands) {
   std::string line;
   for (std::size_t c = 0; c < ShownChannels(reading.peaks); ++c)
-    line += ChannelName(c) + " " + LevelText(reading.peaks[c]) + "   ";
-  std::size_t loudest = 0;
-  for (std::size_t band = 0; band < bands.size(); ++band)
-    if (reading.spectrum[0][band] > reading.spectrum[0][loudest]) loudest = band;
-  if (!std::isfinite(reading.spectrum[0][loudest])) return line + "silence";
-  return line + "loudest at " + HertzText(bands[loudest].frequency) + ": " +
-         LevelText(reading.spectrum[0][loudest]);
+    line += fmt::format("{} {}   ", ChannelName(c), LevelText(reading.peaks[c]));
+  const auto loudest = std::ranges::max_element(reading.spectrum[0]);
+  if (!std::isfinite(*loudest)) return line + "silence";
+  const Band& band = bands[static_cast<std::size_t>(loudest - reading.spectrum[0].begin())];
+  return line + fmt::format("loudest at {}: {}", HertzText(band.frequency), LevelText(*loudest));
 }
 
-// Until interrupted, or until the time is over.
-class Run {
- public:
-  explicit Run(std::optional<double> seconds) {
-    if (seconds)
-      end_ = Clock::now() +
-             std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(*seconds));
-  }
-  // False at the end.
-  bool Wait(std::chrono::milliseconds time) {
-    return !stop_.Wait(time) && (!end_ || Clock::now() < *end_);
-  }
-
- private:
-  Event stop_{Event::Kind::ManualReset};
-  StopOnSignal signals_{stop_};
-  std::optional<Clock::time_point> end_;
-};
-
-void ListenOnce(Context& context, Listener& listener, Run& run) {
-  const Clock::time_point end = Clock::now() + kOnceDuration;
+void ListenOnce(Context& context, Listener& listener) {
   do {
     listener.Poll();
-  } while (run.Wait(kPollInterval) && Clock::now() < end);
+  } while (listener.Wait());
   listener.Poll();
   const Reading reading = listener.Take();
   if (context.output.json()) return context.output.Value(ReadingJson(reading, listener.bands()));
   ShowReading(context, reading, listener.bands());
 }
 
-void PrintLines(Context& context, Listener& listener, Run& run) {
+void PrintLines(Context& context, Listener& listener) {
+  constexpr std::chrono::seconds kLineInterval{1};
   const auto print = [&] {
     const Reading reading = listener.Take();
     if (context.output.json())
@@ -183,7 +171,7 @@ void PrintLines(Context& context, Listener& listener, Run& run) {
     if (Clock::now() < next) continue;
     next += kLineInterval;
     print();
-  } while (run.Wait(kPollInterval));
+  } while (listener.Wait());
   print();
 }
 
@@ -196,8 +184,8 @@ void Update(AnalysisPicture& picture, const Reading& reading, double seconds) {
       picture.spectrum[channel][band].Update(reading.spectrum[channel][band], seconds);
 }
 
-void ShowLive(Context& context, Terminal& terminal, const std::string& title, Listener& listener,
-              Run& run) {
+void ShowLive(Context& context, Terminal& terminal, const std::string& title, Listener& listener) {
+  constexpr int kPollsPerFrame = 3;
   AnalysisPicture picture{title, {}, listener.bands(), {}};
   picture.spectrum.assign(kSpectrumChannels, std::vector<LevelMeter>(picture.bands.size()));
   TerminalSize shown_size{0, 0};
@@ -213,84 +201,66 @@ void ShowLive(Context& context, Terminal& terminal, const std::string& title, Li
     const auto lines = DrawAnalysis(picture, size, context.output);
     if (!terminal.Write(FrameText(lines, size != shown_size))) return;
     shown_size = size;
-  } while (run.Wait(kPollInterval));
+  } while (listener.Wait());
 }
 
 std::vector<std::uint32_t> ParseFrequencies(const std::vector<std::string>& lists) {
   std::vector<std::uint32_t> frequencies;
   for (const std::string& list : lists) {
     for (const std::string& element : SplitList(list, "the list")) {
-      const char* const last = element.data() + element.size();
-      const auto [end, error] = std::from_chars(element.data(), last, frequencies.emplace_back());
-      if (error != std::errc() || end != last)
-        UsageFailure("\"" + element + "\" in the list \"" + list +
-                     "\" is not a whole frequency in Hz.");
+      const std::optional<int> number = ParseNumber(element);
+      if (!number || *number < 0)
+        UsageFailure(
+            "\"{}\" in the list \"{}\" is not a whole frequency in Hz, at most 2147483647.",
+            element, list);
+      frequencies.push_back(static_cast<std::uint32_t>(*number));
     }
   }
   constexpr std::size_t kMostFrequencies = 1000;
   if (frequencies.size() > kMostFrequencies)
-    UsageFailure("expected at most " + std::to_string(kMostFrequencies) + " frequencies.");
+    UsageFailure("expected at most {} frequencies.", kMostFrequencies);
   return frequencies;
 }
 
 std::vector<Band> ChooseBands(const std::vector<std::uint32_t>& frequencies,
                               std::uint32_t sample_rate) {
+  std::vector<Band> bands;
   for (const std::uint32_t frequency : frequencies) {
-    if (IsInBand(frequency, sample_rate)) continue;
-    UsageFailure("a frequency of " + std::to_string(frequency) +
-                 " Hz is not in the stream: expected one above 0 Hz and below " +
-                 HertzText(sample_rate / 2.0) + ".");
+    if (!IsInBand(frequency, sample_rate))
+      UsageFailure(
+          "a frequency of {} Hz is not in the stream: expected one above 0 Hz and below {}.",
+          frequency, HertzText(sample_rate / 2.0));
+    bands.push_back({frequency, {frequency}, {}});
   }
-  std::vector<Band> bands =
-      frequencies.empty() ? ThirdOctaveBands() : SingleFrequencies(frequencies);
+  if (bands.empty()) bands = ThirdOctaveBands();
   FitToStream(bands, sample_rate);
   return bands;
 }
 
-// The library's own comparisons let pass what is not a number.
-CLI::Validator ListeningTime() {
-  constexpr double kLongest = 1e6;
-  return CLI::Validator(
-      [](const std::string& text) {
-        double seconds = 0;
-        if (CLI::detail::lexical_cast(text, seconds) && seconds > 0 && seconds <= kLongest)
-          return std::string();
-        return "\"" + text + "\" is not a number of seconds above 0, up to a million";
-      },
-      "", "");
-}
-
 void Analyse(Context& context, const AnalyseArguments& arguments) {
+  constexpr double kOnceSeconds = 0.3;
   const std::vector<std::uint32_t> frequencies = ParseFrequencies(arguments.frequencies);
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
-  Listener listener(endpoint, ChooseBands(frequencies, context.session().SampleRate(endpoint)));
-  Run run(arguments.seconds);
-  if (arguments.once) return ListenOnce(context, listener, run);
-  // What there is to tell is told before and after; in between the screen belongs to the picture.
+  std::optional<double> seconds = arguments.seconds;
+  if (arguments.once) seconds = std::min(seconds.value_or(kOnceSeconds), kOnceSeconds);
+  Listener listener(endpoint, ChooseBands(frequencies, context.session().SampleRate(endpoint)),
+                    seconds);
+  if (arguments.once) return ListenOnce(context, listener);
+  // Text is printed before and after only; in between the screen belongs to the picture.
   const auto terminal = context.output.json() ? nullptr : Terminal::Take();
-  if (terminal != nullptr) return ShowLive(context, *terminal, endpoint.name(), listener, run);
-  PrintLines(context, listener, run);
+  if (terminal != nullptr) return ShowLive(context, *terminal, endpoint.name(), listener);
+  PrintLines(context, listener);
 }
 
 }  // namespace
 
 void AddAnalyseCommand(CLI::App& app, Context& context) {
-  const auto arguments = std::make_shared<AnalyseArguments>();
-  CLI::App* analyse = AddCommand(
-      app, "analyse", "Peaks and spectrum of what an endpoint plays, live",
-      "orvctl analyse 0\n  orvctl --json analyse 0 --once --frequencies 100,1000,10000",
-      "The spectrum is shown in third-octave bands, each with its highest bin, unless frequencies\n"
-      "are asked for. Rows with the same bins show one level and are marked; in the live picture\n"
-      "\"=50\" marks a band with the same bins as 50 Hz. Without a terminal, a line a second.\n"
-      "--once listens for 0.3 seconds and gives the highest levels; with --json\n"
-      "silence is null. Ends with Ctrl+C.");
-  analyse->add_option("ENDPOINT", arguments->endpoint, kEndpointHelp)->required();
-  analyse->add_option("--frequencies", arguments->frequencies, "Frequencies in Hz, with commas")
+  auto [analyse, arguments] = AddCommand(app, context, Analyse, kAnalyseText);
+  analyse.add_option("--frequencies", arguments.frequencies, "Frequencies in Hz, with commas")
       ->allow_extra_args(false);
-  analyse->add_flag("--once", arguments->once, "One reading instead of a live view");
-  analyse->add_option("--for", arguments->seconds, "End after so many seconds")
-      ->check(ListeningTime());
-  analyse->callback([&context, arguments] { Analyse(context, *arguments); });
+  analyse.add_flag("--once", arguments.once, "One reading instead of a live view");
+  analyse.add_option("--for", arguments.seconds, "End after so many seconds")
+      ->check(NumberWithin(kAboveZero, 1e6, "a number of seconds above 0, up to a million"));
 }
 
 }  // namespace orv::cli

@@ -7,7 +7,15 @@
 namespace orv::cli {
 namespace {
 
-constexpr std::size_t kConfigurationSizeLimit = 64U << 20;  // bytes
+constexpr CommandText kCheckFileText = {
+    "check", "Explain a configuration file: its content, what is ignored and why",
+    "orvctl check orv_apo_config.xml",
+    "Control names and values are compared with the technology library. Exit status 3 with any "
+    "error or\nwarning, 1 if the file cannot be opened."};
+
+struct CheckArguments {
+  std::string file;
+};
 
 Json ModeJson(const CheckedMode& mode) {
   return {{"name", mode.name},
@@ -23,7 +31,7 @@ Json ModeJson(const CheckedMode& mode) {
             {"EFX", mode.chains[3]}}}};
 }
 
-void ShowModes(Context& context, const CheckReport& report) {
+Table ModesTable(const CheckReport& report) {
   Table table({{"LINE", Align::Right},
                {"MODE"},
                {"TYPE", Align::Right},
@@ -32,45 +40,33 @@ void ShowModes(Context& context, const CheckReport& report) {
                {"CHAINS PreBlue/SFX/MFX/EFX"},
                {""}});
   for (const CheckedMode& mode : report.modes) {
-    std::string chains;
-    for (const std::size_t count : mode.chains)
-      chains += (chains.empty() ? "" : "/") + std::to_string(count);
     table.Add({std::to_string(mode.line), Cell(mode.name, ansi::kAccent),
                std::to_string(mode.config), std::to_string(mode.public_controls),
-               std::to_string(mode.private_controls), chains,
+               std::to_string(mode.private_controls),
+               fmt::format("{}", fmt::join(mode.chains, "/")),
                mode.auto_mic ? "automatic microphone" : ""});
   }
-  if (!table.empty()) context.output.Show(table, 2);
+  return table;
 }
 
-const char* SeverityColour(ConfigurationFinding::Severity severity) {
-  switch (severity) {
-    case ConfigurationFinding::Severity::Error:
-      return ansi::kBad;
-    case ConfigurationFinding::Severity::Warning:
-      return ansi::kAccent;
-    case ConfigurationFinding::Severity::Note:
-      break;
-  }
-  return ansi::kDim;
-}
-
-void Show(Context& context, const std::string& file, const CheckReport& report) {
-  Output& output = context.output;
-  output.Line(Printable(file) + ": " + LoadStatusWords(report.status) + " (status " +
-              std::to_string(NumberOf(report.status)) + "), " +
-              std::to_string(report.modes.size()) + " modes");
-  ShowModes(context, report);
+void Show(Output& output, const std::string& file, const CheckReport& report) {
+  static constexpr const char* kColours[] = {ansi::kDim, ansi::kAccent, ansi::kBad};  // by severity
+  output.Line(fmt::format("{}: {} (status {}), {} modes", Printable(file),
+                          LoadStatusWords(report.status), NumberOf(report.status),
+                          report.modes.size()));
+  if (!report.modes.empty()) output.Show(ModesTable(report), 2);
   for (const ConfigurationFinding& finding : report.findings) {
-    const std::string place = finding.line > 0 ? ":" + std::to_string(finding.line) : "";
-    output.Line(Printable(file) + place + ": " +
-                output.Painted(SeverityWord(finding.severity), SeverityColour(finding.severity)) +
-                ": " + Printable(finding.text) + " [" + finding.code + "]");
+    output.Line(fmt::format("{}{}: {}: {} [{}]", Printable(file),
+                            finding.line > 0 ? fmt::format(":{}", finding.line) : "",
+                            output.Painted(SeverityWord(finding.severity),
+                                           kColours[static_cast<int>(finding.severity)]),
+                            Printable(finding.text), finding.code));
   }
 }
 
-void CheckFile(Context& context, const std::string& file) {
-  const std::string xml = ReadWholeFile(file, kConfigurationSizeLimit);
+void CheckFile(Context& context, const CheckArguments& arguments) {
+  constexpr std::size_t kSizeLimit = 64U << 20;  // bytes
+  const std::string xml = ReadWholeFile(arguments.file, kSizeLimit);
   const std::unique_ptr<ORVAPOProcessInfo> technology = OpenTechnology(context.session_options);
   if (technology == nullptr) {
     context.output.Notice(
@@ -78,7 +74,7 @@ void CheckFile(Context& context, const std::string& file) {
   }
   const CheckReport report = CheckConfiguration(xml, technology.get());
   if (!report.clean()) context.exit_status = kDiffering;
-  if (!context.output.json()) return Show(context, file, report);
+  if (!context.output.json()) return Show(context.output, arguments.file, report);
   Json modes = Json::array();
   for (const CheckedMode& mode : report.modes) modes.push_back(ModeJson(mode));
   Json findings = Json::array();
@@ -95,14 +91,9 @@ void CheckFile(Context& context, const std::string& file) {
 }  // namespace
 
 void AddCheckCommand(CLI::App& app, Context& context) {
-  const auto file = std::make_shared<std::string>();
-  CLI::App* check = AddCommand(
-      app, "check", "Explain a configuration file: what is in it, what is passed over and why",
-      "orvctl check orv_apo_config.xml",
-      "Control names and values are compared with the technology library. Exit status 3 with any "
-      "error or\nwarning, 1 when the file cannot be opened.");
-  check->add_option("XML", *file, "The configuration file; - is standard input")->required();
-  check->callback([&context, file] { CheckFile(context, *file); });
+  auto [check, arguments] = AddCommand(app, context, CheckFile, kCheckFileText);
+  check.add_option("XML", arguments.file, "The configuration file; - is standard input")
+      ->required();
 }
 
 }  // namespace orv::cli

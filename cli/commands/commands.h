@@ -1,11 +1,15 @@
 // The commands, each in the file of its name. A new one is one more file with an Add...Command
-// function, declared here and called once by AddCommands in main.cpp.
+// function, declared here and listed in main.cpp.
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <chrono>
+#include <concepts>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "cli/client/context.h"
 
@@ -20,53 +24,89 @@ bool ChangeAndVerify(Change&& change) {
     if (change()) return true;
   return false;
 }
-// What was wanted and what was found instead. Ends the command with kDiffering.
+// Reports what was wanted and what was found instead. Sets the exit status to kDiffering.
 void ReportDifference(Context& context, const std::string& name, const std::string& wanted,
                       const std::string& found);
 
-// A command whose help ends with the details (may be empty) and the example.
-CLI::App* AddCommand(CLI::App& parent, const std::string& name, const std::string& description,
-                     const std::string& example, const std::string& details = {});
-
-// The words under which an endpoint, a mode and a control are asked for.
 inline constexpr char kEndpointHelp[] =
     "Endpoint: its number in \"endpoints\", its identifier, or any part of its name";
 inline constexpr char kModeHelp[] =
     "Mode: its name or any part of it that fits one mode only (default: the current mode)";
 inline constexpr char kDspDefaultHelp[] = "Have the driver keep the values as its default";
 inline constexpr char kControlHelp[] = "Control: its exact name";
+inline constexpr char kValueHelp[] =
+    "A whole number in the control's own steps, or one of its choices";
+
+// Accepts numbers from `least` to `most`, decimals too; "nan", which the library's own ranges
+// accept, is not one. `expected` completes "... is not".
+CLI::Validator NumberWithin(double least, double most, const std::string& expected);
+inline constexpr double kAboveZero = std::numeric_limits<float>::min();
+// When a command ends that runs for so many seconds.
+std::optional<std::chrono::steady_clock::time_point> EndAfter(std::optional<double> seconds);
+// Accepts one of the names and suggests the nearest one otherwise.
+CLI::Validator OneOf(const std::vector<std::string>& names);
+
+// The arguments of a command that begins with ENDPOINT.
+struct EndpointArguments {
+  std::string endpoint;
+};
+// The same with the option --mode.
+struct ModeArguments : EndpointArguments {
+  std::string mode;
+};
+
+// A command with its help page, which ends with the details and the example.
+struct CommandText {
+  const char* name;
+  const char* description;
+  const char* example;
+  const char* details = "";
+};
+CLI::App& AddCommand(CLI::App& parent, const CommandText& text);
+
+// A command that calls `run` with the arguments, which live as long as the command.
+template <class Arguments>
+CLI::App& AddCommand(CLI::App& parent, Context& context,
+                     const std::shared_ptr<Arguments>& arguments,
+                     void (*run)(Context&, const Arguments&), const CommandText& text) {
+  CLI::App& command = AddCommand(parent, text);
+  command.callback([&context, arguments, run] { run(context, *arguments); });
+  return command;
+}
+
+// A command that calls `run` with arguments of its own, and has the options of their base.
+template <class Arguments>
+struct Command {
+  CLI::App& command;
+  Arguments& arguments;
+};
+template <class Arguments>
+Command<Arguments> AddCommand(CLI::App& parent, Context& context,
+                              void (*run)(Context&, const Arguments&), const CommandText& text) {
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App& command = AddCommand(parent, context, arguments, run, text);
+  if constexpr (std::derived_from<Arguments, EndpointArguments>)
+    command.add_option("ENDPOINT", arguments->endpoint, kEndpointHelp)->required();
+  if constexpr (std::derived_from<Arguments, ModeArguments>)
+    command.add_option("--mode", arguments->mode, kModeHelp);
+  return {command, *arguments};
+}
 
 // Tables that more than one command shows.
 Table EndpointsTable(const std::vector<Endpoint>& endpoints);
 Table ModesTable(const Endpoint& endpoint);
 
-void AddEndpointsCommand(CLI::App& app, Context& context);
-void AddConfigCommand(CLI::App& app, Context& context);
-void AddPropertiesCommand(CLI::App& app, Context& context);
-void AddModesCommand(CLI::App& app, Context& context);
-void AddModeCommand(CLI::App& app, Context& context);
-void AddEnableCommand(CLI::App& app, Context& context);
-void AddRestoreCommand(CLI::App& app, Context& context);
-void AddControlsCommand(CLI::App& app, Context& context);
-void AddGetCommand(CLI::App& app, Context& context);
-void AddSetCommand(CLI::App& app, Context& context);
-void AddWatchCommand(CLI::App& app, Context& context);
-void AddAnalyseCommand(CLI::App& app, Context& context);
-void AddSaveCommand(CLI::App& app, Context& context);
-void AddLoadCommand(CLI::App& app, Context& context);
-void AddDoctorCommand(CLI::App& app, Context& context);
-void AddRegistrationCommands(CLI::App& app, Context& context);  // register, unregister
-void AddCheckCommand(CLI::App& app, Context& context);
-void AddImageCommands(CLI::App& app, Context& context);       // image decode, image encode
-void AddMachineCommands(CLI::App& app, Context& context);     // machine new
+// Adds the commands of one file.
+using CommandAdder = void(CLI::App& app, Context& context);
+
+CommandAdder AddEndpointsCommand, AddConfigCommand, AddPropertiesCommand, AddModesCommand,
+    AddModeCommand, AddEnableCommand, AddRestoreCommand, AddControlsCommand, AddGetCommand,
+    AddSetCommand, AddWatchCommand, AddAnalyseCommand, AddSaveCommand, AddLoadCommand,
+    AddDoctorCommand, AddRegistrationCommands, AddCheckCommand, AddImageCommands,
+    AddMachineCommands, AddFilterCommands, AddDspCommands, AddDriftCommand, AddCompletionCommand,
+    AddTourCommand;
+
 void AddDriversCommand(CLI::App& machine, Context& context);  // machine drivers
-void AddFilterCommands(CLI::App& app, Context& context);      // filter butterworth, bands, bass
-void AddDspCommands(CLI::App& app, Context& context);         // dsp intel, dsp qualcomm
-void AddIntelDspCommands(CLI::App& dsp, Context& context);    // called by AddDspCommands
-// dsp intel get, dsp intel set; `endpoint` is what the user named, known when a command runs.
-void AddIntelPropertyCommands(CLI::App& intel, Context& context, const std::string& endpoint);
-void AddDriftCommand(CLI::App& app, Context& context);       // drift
-void AddCompletionCommand(CLI::App& app, Context& context);  // completion bash
-void AddStoryCommand(CLI::App& app, Context& context);
+void AddIntelDspCommands(CLI::App& dsp, Context& context);    // dsp intel
 
 }  // namespace orv::cli

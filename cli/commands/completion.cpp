@@ -1,82 +1,73 @@
 // completion bash
+#include <boost/algorithm/string/erase.hpp>
+
 #include "cli/commands/commands.h"
 
 namespace orv::cli {
 namespace {
 
-std::vector<std::string> OptionNames(const CLI::App& command) {
-  std::vector<std::string> names;
-  for (const CLI::Option* option : command.get_options())
-    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
-  return names;
-}
-
 std::vector<const CLI::App*> Commands(const CLI::App& parent) {
   return parent.get_subcommands([](const CLI::App*) { return true; });
 }
 
-// What may follow the words typed so far: sub-commands, then the command's and the global options.
-std::string Words(const CLI::App& command, const CLI::App& root) {
+std::string OptionWords(const CLI::App& command) {
   std::string words;
-  for (const CLI::App* next : Commands(command)) words += next->get_name() + " ";
-  for (const std::string& name : OptionNames(command)) words += name + " ";
-  if (&command != &root) {
-    for (const std::string& name : OptionNames(root))
-      if (name != "--help") words += name + " ";
-  }
+  for (const CLI::Option* option : command.get_options())
+    for (const std::string& name : option->get_lnames()) words += "--" + name + " ";
   return words;
 }
 
-void AddCases(const CLI::App& command, const CLI::App& root, const std::string& path,
-              std::string& script) {
-  script += "    '" + path + "') words='" + Words(command, root) + "' ;;\n";
-  for (const CLI::App* next : Commands(command))
-    AddCases(*next, root, path + "/" + next->get_name(), script);
-}
+// What may follow the words of each command: sub-commands, then its own and the global options.
+struct Script {
+  std::string known;  // paths of all commands
+  std::string cases;
 
-std::string KnownPaths(const CLI::App& command, const std::string& path) {
-  std::string paths;
-  for (const CLI::App* next : Commands(command)) {
-    const std::string name = path + "/" + next->get_name();
-    paths += " " + name + KnownPaths(*next, name);
+  void Add(const CLI::App& command, const CLI::App& root, const std::string& path) {
+    std::string words;
+    for (const CLI::App* next : Commands(command)) words += next->get_name() + " ";
+    words += OptionWords(command);
+    if (&command != &root) words += boost::erase_first_copy(OptionWords(root), "--help ");
+    cases += fmt::format("    '{}') words='{}' ;;\n", path, words);
+    for (const CLI::App* next : Commands(command)) {
+      const std::string next_path = path + "/" + next->get_name();
+      known += " " + next_path;
+      Add(*next, root, next_path);
+    }
   }
-  return paths;
-}
+};
 
 std::string BashScript(const CLI::App& root) {
-  std::string script =
-      "# bash completion for orvctl; load it with: eval \"$(orvctl completion bash)\"\n"
-      "_orvctl() {\n"
-      "  local word path='' words='' i\n"
-      "  local known=' " +
-      KnownPaths(root, "") +
-      " '\n"
-      "  for ((i = 1; i < COMP_CWORD; i++)); do\n"
-      "    word=\"${COMP_WORDS[i]}\"\n"
-      "    [[ $known == *\" $path/$word \"* ]] && path=\"$path/$word\"\n"
-      "  done\n"
-      "  case \"$path\" in\n";
-  AddCases(root, root, "", script);
-  script +=
-      "  esac\n"
-      "  COMPREPLY=($(compgen -W \"$words\" -- \"${COMP_WORDS[COMP_CWORD]}\"))\n"
-      "}\n"
-      "complete -o default -F _orvctl orvctl\n";
-  return script;
+  Script script;
+  script.Add(root, root, "");
+  return "# bash completion for orvctl; load it with: eval \"$(orvctl completion bash)\"\n"
+         "_orvctl() {\n"
+         "  local word path='' words='' i\n"
+         "  local known=' " +
+         script.known +
+         " '\n"
+         "  for ((i = 1; i < COMP_CWORD; i++)); do\n"
+         "    word=\"${COMP_WORDS[i]}\"\n"
+         "    [[ $known == *\" $path/$word \"* ]] && path=\"$path/$word\"\n"
+         "  done\n"
+         "  case \"$path\" in\n" +
+         script.cases +
+         "  esac\n"
+         "  COMPREPLY=($(compgen -W \"$words\" -- \"${COMP_WORDS[COMP_CWORD]}\"))\n"
+         "}\n"
+         "complete -o default -F _orvctl orvctl\n";
 }
 
 }  // namespace
 
 void AddCompletionCommand(CLI::App& app, Context& context) {
-  CLI::App* completion =
-      AddCommand(app, "completion", "Shell completion", "eval \"$(orvctl completion bash)\"");
-  completion->require_subcommand(1);
-  AddCommand(*completion, "bash", "Completion for bash", "eval \"$(orvctl completion bash)\"")
-      ->callback([&app, &context] {
-        const std::string script = BashScript(app);
-        if (context.output.json()) return context.output.Value({{"script", script}});
-        context.output.Raw(script);
-      });
+  constexpr char kExample[] = "eval \"$(orvctl completion bash)\"";
+  CLI::App& completion = AddCommand(app, {"completion", "Shell completion", kExample});
+  completion.require_subcommand(1);
+  AddCommand(completion, {"bash", "Completion for bash", kExample}).callback([&app, &context] {
+    const std::string script = BashScript(app);
+    if (context.output.json()) return context.output.Value({{"script", script}});
+    context.output.Raw(script);
+  });
 }
 
 }  // namespace orv::cli

@@ -1,12 +1,12 @@
-// dsp intel
+// dsp intel: info, push, file, get, set, peq
 #include <cmath>
 #include <filesystem>
 
+#include "cli/client/control_view.h"
 #include "cli/client/dsp_objects.h"
 #include "cli/commands/commands.h"
 #include "cli/dsp/push.h"
 #include "cli/offline/files.h"
-#include "cli/show/failure.h"
 #include "cli/show/select.h"
 #include "platform/driver_names.h"
 #include "platform/files.h"
@@ -23,50 +23,49 @@ struct IntelArguments {
   std::string file;
   std::string channel;
   std::vector<std::string> bands;
+  std::string property;
+  std::string value;
+
+  std::uint8_t apply_flag() const { return set_default ? 1 : 0; }
 };
 
-const std::vector<std::string> kTechnologies = {"HPF", "PEQLEFT", "PEQRIGHT", "PEQALL"};
-const std::vector<std::string> kChannels = {"left", "right", "both"};
 std::string DriverRefused() {
   return "-v shows what the driver answered; what a simulated one received: " +
          CommandLine("machine drivers");
 }
 
-void CheckWord(const std::vector<std::string>& known, const std::string& word,
-               const std::string& kind) {
-  std::string list;
-  for (const std::string& name : known) {
-    if (name == word) return;
-    list += (list.empty() ? "" : ", ") + name;
-  }
-  UsageFailure("no " + kind + " \"" + word + "\": expected " + list + "." +
-               Suggestion(known, word));
-}
+// The endpoint's DSP, readable before a push.
+struct IntelTarget {
+  IntelTarget(Context& context, const IntelArguments& arguments)
+      : endpoint(context.SelectEndpoint(arguments.endpoint)),
+        dsp(endpoint),
+        readback(context.session().machine(), endpoint.id()) {}
 
-void ShowOutcome(Context& context, const PushOutcome& outcome) {
+  Endpoint endpoint;
+  IntelDsp dsp;
+  DspReadback readback;
+};
+
+void Settle(Context& context, const PushOutcome& outcome, const IntelTarget& target,
+            const std::string& source, const std::string& remedy) {
+  SettlePush(context, outcome,
+             fmt::format("writing {} into the Intel DSP of {}", source, target.endpoint.name()),
+             remedy + DriverRefused());
   if (context.output.json()) return context.output.Value(ToJson(outcome));
   ShowPush(context, outcome);
 }
 
-std::uint8_t ApplyFlag(const IntelArguments& arguments) { return arguments.set_default ? 1 : 0; }
-
 void PushMode(Context& context, const IntelArguments& arguments) {
-  if (!arguments.technology.empty()) CheckWord(kTechnologies, arguments.technology, "technology");
-  const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
-  const Mode mode = context.SelectMode(endpoint, arguments.mode);
-  const IntelDsp dsp(endpoint);
+  IntelTarget target(context, arguments);
+  const Mode mode = context.SelectMode(target.endpoint, arguments.mode);
   if (!context.output.json())
     context.output.Line(context.output.Painted(Printable(mode.name()), ansi::kBold));
-  DspReadback readback(context.session().machine(), endpoint.id());
-  const DspPlan plan = PlanMode(dsp.Kind(), IntelControls(mode, kORVAPO_Cont_Public),
-                                arguments.technology, ApplyFlag(arguments), &readback);
-  const PushOutcome outcome = RunPush(readback, plan, [&] {
-    return dsp.WriteControls(mode, arguments.technology, arguments.set_default);
+  const DspPlan plan = PlanMode(target.dsp.Kind(), IntelControls(mode, kORVAPO_Cont_Public),
+                                arguments.technology, arguments.apply_flag(), &target.readback);
+  const PushOutcome outcome = RunPush(target.readback, plan, [&] {
+    return target.dsp.WriteControls(mode, arguments.technology, arguments.set_default);
   });
-  SettlePush(context, outcome,
-             "writing " + mode.name() + " into the Intel DSP of " + endpoint.name(),
-             DriverRefused());
-  ShowOutcome(context, outcome);
+  Settle(context, outcome, target, mode.name(), "");
 }
 
 // As the machine names it: drive letters are its own, any other path is this host's.
@@ -76,149 +75,316 @@ std::wstring MachinePath(const std::string& file) {
 }
 
 void PushFile(Context& context, const IntelArguments& arguments) {
-  const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const std::wstring path = MachinePath(arguments.file);
+  IntelTarget target(context, arguments);
   const ControlValueMap controls =
       DspFileControls(context.session().machine(), path, arguments.file);
-  const IntelDsp dsp(endpoint);
-  DspReadback readback(context.session().machine(), endpoint.id());
-  const DspPlan plan = PlanMode(dsp.Kind(), controls, "", ApplyFlag(arguments), &readback);
+  const DspPlan plan =
+      PlanMode(target.dsp.Kind(), controls, "", arguments.apply_flag(), &target.readback);
   std::string error;
-  const PushOutcome outcome = RunPush(
-      readback, plan, [&] { return dsp.ProcessConfigFile(path, arguments.set_default, error); });
+  const PushOutcome outcome = RunPush(target.readback, plan, [&] {
+    return target.dsp.ProcessConfigFile(path, arguments.set_default, error);
+  });
   if (!error.empty()) context.output.Notice("The component reports: " + error);
-  SettlePush(context, outcome,
-             "writing " + arguments.file + " into the Intel DSP of " + endpoint.name(),
-             "The file needs a mode of its own default key, for the DSP. " + DriverRefused());
-  ShowOutcome(context, outcome);
+  Settle(context, outcome, target, arguments.file,
+         "The file needs a mode of its own default key, for the DSP. ");
 }
 
 void ShowInfo(Context& context, const IntelArguments& arguments) {
-  const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
-  const IntelDsp dsp(endpoint);
+  const IntelDsp dsp(context.SelectEndpoint(arguments.endpoint));
   const std::string kind = dsp.Kind();
   const IntelDsp::Versions versions = dsp.ReadVersions();
-  if (context.output.json()) {
-    return context.output.Value({{"kind", kind},
-                                 {"api_version", versions.api},
-                                 {"features", versions.features},
-                                 {"module_name", versions.module_name},
-                                 {"module_version", versions.module_version},
-                                 {"apo_version", versions.component}});
-  }
   Table table({{"INTEL DSP"}, {""}});
   table.Add({"driver", Cell(kind, ansi::kAccent)});
-  table.Add({"interface", "version " + std::to_string(versions.api) + ", features " +
-                              std::to_string(versions.features)});
+  table.Add({"interface", fmt::format("version {}, features {}", versions.api, versions.features)});
   table.Add({"module", versions.module_name + " " + versions.module_version});
   table.Add({"component", versions.component});
-  context.output.Show(table);
+  context.output.Result({{"kind", kind},
+                         {"api_version", versions.api},
+                         {"features", versions.features},
+                         {"module_name", versions.module_name},
+                         {"module_version", versions.module_version},
+                         {"apo_version", versions.component}},
+                        table);
 }
 
 EqualizerBand ParseEqualizerBand(const std::string& text) {
   std::vector<float> numbers;
   for (const std::string& element : SplitList(text, "the band")) {
     const std::optional<float> number = ParseReal(element);
-    if (!number) UsageFailure("\"" + element + "\" in the band \"" + text + "\" is not a number.");
+    if (!number) UsageFailure("\"{}\" in the band \"{}\" is not a number.", element, text);
     numbers.push_back(*number);
   }
-  if (numbers.size() != 3) UsageFailure("the band \"" + text + "\" is not freq,gain,q.");
+  if (numbers.size() != 3) UsageFailure("the band \"{}\" is not freq,gain,q.", text);
   const bool fits = numbers[0] >= 1 && numbers[0] < 24000 && numbers[2] > 0;
   if (!fits || numbers[0] != std::floor(numbers[0]))
-    UsageFailure("the band \"" + text +
-                 "\" needs a whole frequency from 1 to 23999 Hz and a quality above zero.");
+    UsageFailure(
+        "the band \"{}\" needs a whole frequency from 1 to 23999 Hz and a quality above zero.",
+        text);
   return {static_cast<std::int32_t>(numbers[0]), numbers[1], numbers[2]};
 }
 
 void PushEqualizer(Context& context, const IntelArguments& arguments) {
-  CheckWord(kChannels, arguments.channel, "channel");
   std::vector<EqualizerBand> bands;
   for (const std::string& text : arguments.bands) bands.push_back(ParseEqualizerBand(text));
-  const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
-  const IntelDsp dsp(endpoint);
+  IntelTarget target(context, arguments);
   std::vector<KELChannel> channels;
   if (arguments.channel != "right") channels.push_back(kKELAPO_Left);
   if (arguments.channel != "left") channels.push_back(kKELAPO_Right);
-  const bool takes_bands = dsp.Kind() == kBroadwellDriver;
-  DspReadback readback(context.session().machine(), endpoint.id());
+  const bool takes_bands = target.dsp.Kind() == kBroadwellDriver;
   const DspPlan plan =
-      takes_bands ? PlanEqualizer(bands, channels, ApplyFlag(arguments)) : DspPlan{};
-  const PushOutcome outcome = RunPush(readback, plan, [&] {
+      takes_bands ? PlanEqualizer(bands, channels, arguments.apply_flag()) : DspPlan{};
+  const PushOutcome outcome = RunPush(target.readback, plan, [&] {
     HRESULT status = S_OK;
     for (const KELChannel channel : channels)
-      if (SUCCEEDED(status)) status = dsp.SetEqualizer(channel, bands, arguments.set_default);
+      if (SUCCEEDED(status))
+        status = target.dsp.SetEqualizer(channel, bands, arguments.set_default);
     return status;
   });
-  SettlePush(context, outcome, "setting the parametric equaliser (" + arguments.channel + ")",
-             takes_bands
-                 ? DriverRefused()
-                 : "Only a Broadwell driver takes bands directly; into a Skylake one push "
-                   "a mode: " +
-                       CommandLine("dsp intel " + endpoint.number() + " push --tech PEQALL"));
+  const std::string push_mode =
+      CommandLine("dsp intel {} push --tech PEQALL", target.endpoint.number());
+  SettlePush(context, outcome,
+             fmt::format("setting the parametric equaliser ({})", arguments.channel),
+             takes_bands ? DriverRefused()
+                         : "Only a Broadwell driver takes bands directly. To push a mode into a "
+                           "Skylake driver: " +
+                               push_mode);
   WarnOfDifferences(context, outcome);
-  if (context.output.json()) {
-    const Json json = ToJson(outcome);
-    return context.output.Value({{"status", json["status"]}, {"verdict", json["verdict"]}});
-  }
-  const bool one = bands.size() == 1;
-  context.output.Line(Counted(bands.size(), "band") + ", " + arguments.channel +
-                      (one ? ": a high shelf. " : ": low shelf first, high shelf last. ") +
-                      VerdictText(outcome));
+  const Json json = ToJson(outcome);
+  context.output.Result(
+      {{"status", json["status"]}, {"verdict", json["verdict"]}},
+      fmt::format("{}, {}: {}. {}", Counted(bands.size(), "band"), arguments.channel,
+                  bands.size() == 1 ? "a high shelf" : "low shelf first, high shelf last",
+                  VerdictText(outcome)));
 }
 
-using Action = void (*)(Context& context, const IntelArguments& arguments);
+[[noreturn]] void UnknownProperty(Context& context, const Endpoint& endpoint,
+                                  const std::string& name) {
+  if (context.catalog().Describe(name).described)
+    UsageFailure("this DSP does not take \"{}\" by itself; push a mode.", name);
+  UsageFailure("no property named \"{}\".{}\nTo list the names: {}", name,
+               Suggestion(context.catalog().DescribedNames(), name),
+               CommandLine("controls " + endpoint.number()));
+}
 
-CLI::App* Add(CLI::App& parent, Context& context, const std::shared_ptr<IntelArguments>& arguments,
-              const std::string& name, const std::string& description, const std::string& example,
-              const std::string& details, Action action) {
-  CLI::App* command = AddCommand(parent, name, description, example, details);
-  command->callback([&context, arguments, action] { action(context, *arguments); });
-  return command;
+void GetProperty(Context& context, const IntelArguments& arguments) {
+  IntelTarget target(context, arguments);
+  const IntelDsp& dsp = target.dsp;
+  const std::string& name = arguments.property;
+  const bool is_skylake = dsp.Kind() == kSkylakeDriver;
+  std::int32_t value = 0;
+  const HRESULT status = dsp.GetProperty(name, arguments.set_default, value);
+  if (FAILED(status) && !FindProperty(dsp.Kind(), name) &&
+      !context.catalog().Describe(name).described)
+    UnknownProperty(context, target.endpoint, name);
+  const std::string asked = fmt::format("reading \"{}\" from the Intel DSP", name);
+  if (status == E_NOTIMPL)
+    throw Failure(
+        kRefused,
+        fmt::format("{}: 0x80004001 (a property that the Intel DSP does not have)\n"
+                    "Of this driver only {} can be read.",
+                    asked, is_skylake ? "\"VQ3D-Process Enable\"" : "some switches and levels"));
+  Require(status, asked, "-v shows what the driver answered.");
+  if (value == 0 && is_skylake && !target.readback.ReadsSwitch())
+    throw Failure(kRefused,
+                  asked + ": the driver does not answer.\n-v shows the component's calls.");
+  context.output.Result({{"name", name}, {"value", value}}, fmt::format("{} = {}", name, value));
+}
+
+// A number, or a choice of a control that the technology library describes.
+std::int32_t ParseProperty(Context& context, const std::string& name, const std::string& text) {
+  ControlView view;
+  view.name = name;
+  view.facts = context.catalog().Describe(name);
+  view.minimum = view.facts.minimum;
+  view.maximum = view.facts.maximum;
+  view.scale = view.facts.scale;
+  const std::int32_t value = ParseValue(view, text, true);
+  if (const std::string fault = RangeFault(view, value); !fault.empty()) UsageFailure(fault + ".");
+  return value;
+}
+
+std::string FieldText(const DspBlock& block, std::size_t offset) {
+  for (const DecodedField& field : DecodeBlock(block))
+    if (field.offset == offset) return field.text;
+  return {};
+}
+
+// The library describes no range for other names of a control; the field has one.
+void CheckFieldRange(const std::string& name, std::int32_t value, const std::string& planned) {
+  const bool is_switch = planned == "on" || planned == "off";
+  const bool is_percent = planned.ends_with(" %");
+  if ((is_switch && value != 0 && value != 1) || (is_percent && (value < 0 || value > 100)))
+    UsageFailure("{} is outside the range of \"{}\", 0 to {}.", value, name, is_switch ? 1 : 100);
+}
+
+// The push of one property into the DSP.
+class PropertyPush {
+ public:
+  PropertyPush(Context& context, const IntelArguments& arguments)
+      : context_(context), arguments_(arguments), target_(context, arguments) {
+    const auto place = FindProperty(kind_, name_);
+    if (!place) UnknownProperty(context, target_.endpoint, name_);
+    place_ = *place;
+    number_ = ParseProperty(context, name_, arguments.value);
+    value_.vt = VT_I4;
+    value_.lVal = number_;
+    Plan(target_.endpoint.CurrentMode());
+  }
+
+  PushOutcome Run() {
+    const PushOutcome outcome = RunPush(target_.readback, plan_, [&] {
+      if (mode_) target_.dsp.WriteControls(*mode_, "HPF", arguments_.set_default);
+      return target_.dsp.PutProperty(name_, arguments_.set_default, value_);
+    });
+    if (FAILED(outcome.status) || FindBlock(outcome.blocks, place_.parameter) == nullptr)
+      Refused(outcome);
+    return outcome;
+  }
+
+  // What the DSP holds for the property, as text; empty if the driver cannot be read.
+  std::string Held() {
+    const DspBlock* planned = FindBlock(plan_.blocks, place_.parameter);
+    if (planned == nullptr || !target_.readback.CanRead(kind_)) return {};
+    const DspReadback::Answer answer = target_.readback.Read(*planned);
+    return answer.block ? FieldText(*answer.block, place_.offset) : std::string();
+  }
+
+  std::int32_t number() const noexcept { return number_; }
+
+ private:
+  std::string Asked() const {
+    return fmt::format("setting \"{}\" to {} in the Intel DSP", name_, number_);
+  }
+
+  // A control that depends on others gets them from the current mode: the object receives that
+  // mode first and sends its filters.
+  void Plan(std::optional<Mode> mode) {
+    const std::uint8_t apply = arguments_.apply_flag();
+    DspProperty property = PlanProperty(kind_, name_, value_, {}, apply, &target_.readback);
+    if (mode && kind_ == kSkylakeDriver) {
+      const ControlValueMap controls = IntelControls(*mode, kORVAPO_Cont_Public);
+      DspProperty in_mode = PlanProperty(kind_, name_, value_, controls, apply, &target_.readback);
+      if (property.plan.blocks != in_mode.plan.blocks) {
+        plan_ = PlanMode(kind_, controls, "HPF", apply, &target_.readback);
+        plan_.missing.clear();  // not what was asked for
+        mode_ = std::move(mode);
+      }
+      property = std::move(in_mode);
+    }
+    plan_.driver = kind_;
+    plan_.module = property.plan.module;
+    for (DspBlock& block : property.plan.blocks) plan_.blocks.push_back(std::move(block));
+    const DspBlock* planned = FindBlock(plan_.blocks, place_.parameter);
+    if (planned == nullptr)
+      throw Failure(kRefused, "{}: {}\n{}", Asked(),
+                    FAILED(property.status) ? StatusText(property.status) : "",
+                    property.reason.empty()
+                        ? "The driver does not answer for its block."
+                        : "The block cannot be made: " + Sentence(property.reason));
+    if (!context_.catalog().Describe(name_).described)
+      CheckFieldRange(name_, number_, FieldText(*planned, place_.offset));
+  }
+
+  // A reason of the component may end in a full stop of its own.
+  static std::string Sentence(std::string reason) {
+    if (!reason.ends_with('.')) reason += '.';
+    return reason;
+  }
+
+  [[noreturn]] void Refused(const PushOutcome& outcome) const {
+    std::string message = fmt::format(
+        "{}: {}", Asked(), FAILED(outcome.status) ? StatusText(outcome.status) : "not taken");
+    for (const DspDifference& difference : outcome.differences)
+      if (!difference.reason.empty())
+        message += fmt::format("\n  {}: {}", difference.block, difference.reason);
+    throw Failure(kRefused, message + "\n-v shows what the driver answered.");
+  }
+
+  Context& context_;
+  const IntelArguments& arguments_;
+  const std::string& name_ = arguments_.property;
+  IntelTarget target_;
+  const std::string kind_ = target_.dsp.Kind();
+  DspPlace place_;
+  std::int32_t number_ = 0;
+  VARIANT value_{};
+  std::optional<Mode> mode_;  // for the object, before the property
+  DspPlan plan_;
+};
+
+void SetProperty(Context& context, const IntelArguments& arguments) {
+  PropertyPush push(context, arguments);
+  const PushOutcome outcome = push.Run();
+  const std::string held = push.Held();
+  if (outcome.differs()) context.exit_status = kDiffering;
+  WarnOfDifferences(context, outcome);
+  const std::string& name = arguments.property;
+  const Json read = held.empty() ? Json() : Json(held);
+  context.output.Result(
+      {{"name", name},
+       {"value", outcome.differs() ? read : Json(push.number())},
+       {"sent", push.number()},
+       {"held", read}},
+      fmt::format("{} = {} ({})", name, push.number(),
+                  held.empty() ? "sent, not read back" : "the DSP holds " + held));
 }
 
 }  // namespace
 
 void AddIntelDspCommands(CLI::App& dsp, Context& context) {
   const auto arguments = std::make_shared<IntelArguments>();
-  CLI::App* intel = AddCommand(dsp, "intel", "The Intel DSP behind an endpoint",
-                               "orvctl dsp intel 0 info\n  orvctl dsp intel 0 push");
-  intel->require_subcommand(1);
-  intel->add_option("ENDPOINT", arguments->endpoint, kEndpointHelp)->required();
-  const auto add_default = [&](CLI::App& command) {
-    command.add_flag("--default", arguments->set_default, kDspDefaultHelp);
-  };
-  Add(*intel, context, arguments, "info", "The driver, its interface version and its module",
-      "orvctl dsp intel 0 info", "", ShowInfo);
+  CLI::App& intel = AddCommand(dsp, {"intel", "The Intel DSP of an endpoint",
+                                     "orvctl dsp intel 0 info\n  orvctl dsp intel 0 push"});
+  intel.require_subcommand(1);
+  intel.add_option("ENDPOINT", arguments->endpoint, kEndpointHelp)->required();
+  AddCommand(
+      intel, context, arguments, ShowInfo,
+      {"info", "The driver, its interface version and its module", "orvctl dsp intel 0 info"});
 
-  CLI::App* push = Add(
-      *intel, context, arguments, "push", "A mode's public controls into the DSP, read back",
-      "orvctl dsp intel 0 push --mode Movie/Internal",
-      "What the driver took and holds is compared with the mode's controls, field by field. Exit "
-      "status\n3 if something differs or was not sent.",
-      PushMode);
-  push->add_option("--mode", arguments->mode, kModeHelp);
-  push->add_option("--tech", arguments->technology,
-                   "Only this technology: HPF, PEQLEFT, PEQRIGHT or PEQALL");
-  add_default(*push);
+  CLI::App& push = AddCommand(
+      intel, context, arguments, PushMode,
+      {"push", "A mode's public controls into the DSP, read back",
+       "orvctl dsp intel 0 push --mode Movie/Internal",
+       "What the driver took and holds is compared with the mode's controls, field by field. Exit "
+       "status\n3 if something differs or was not sent."});
+  push.add_option("--mode", arguments->mode, kModeHelp);
+  push.add_option("--tech", arguments->technology,
+                  "Only this technology: HPF, PEQLEFT, PEQRIGHT or PEQALL")
+      ->check(OneOf({"HPF", "PEQLEFT", "PEQRIGHT", "PEQALL"}));
 
-  CLI::App* file =
-      Add(*intel, context, arguments, "file",
-          "A configuration file's default mode into the DSP, read back",
-          "orvctl dsp intel 0 file 'C:\\ProgramData\\ORV Labs\\APO\\dsp_bring_up.xml'",
-          "Paths with a drive letter are the machine's. Exit status as with push.", PushFile);
-  file->add_option("XML", arguments->file, "The configuration file")->required();
-  add_default(*file);
+  CLI::App& file =
+      AddCommand(intel, context, arguments, PushFile,
+                 {"file", "A configuration file's default mode into the DSP, read back",
+                  "orvctl dsp intel 0 file 'C:\\ProgramData\\ORV Labs\\APO\\dsp_bring_up.xml'",
+                  "Paths with a drive letter are the machine's. Exit status as with push."});
+  file.add_option("XML", arguments->file, "The configuration file")->required();
 
-  AddIntelPropertyCommands(*intel, context, arguments->endpoint);
+  CLI::App& get = AddCommand(intel, context, arguments, GetProperty,
+                             {"get", "One property as the DSP holds it",
+                              "orvctl dsp intel 0 get \"VQ3D-Process Enable\""});
+  CLI::App& set = AddCommand(
+      intel, context, arguments, SetProperty,
+      {"set", "One property of the DSP", "orvctl dsp intel 0 set \"VQ3D-Definition Level\" 60",
+       "The driver's block is read, changed, sent back and read again; nothing is stored in the\n"
+       "registry. A control that depends on others takes them from the current mode, whose "
+       "filters\n"
+       "are sent with it. Exit status 3 if the DSP holds another value than was sent."});
+  for (CLI::App* command : {&get, &set})
+    command->add_option("PROPERTY", arguments->property, kControlHelp)->required();
+  set.add_option("VALUE", arguments->value, kValueHelp)->required();
 
-  CLI::App* peq = Add(*intel, context, arguments, "peq", "A parametric equaliser into the DSP",
-                      "orvctl dsp intel 0 peq both 100,3,0.7 1000,-2,1.4 8000,4,0.7",
-                      "A band is freq,gain,q in Hz and dB. The first band is a low shelf, the last "
-                      "a high shelf.",
-                      PushEqualizer);
-  peq->add_option("CHANNEL", arguments->channel, "left, right or both")->required();
-  peq->add_option("BAND", arguments->bands, "Bands in the order of their sections")->required();
-  add_default(*peq);
+  CLI::App& peq = AddCommand(intel, context, arguments, PushEqualizer,
+                             {"peq", "A parametric equaliser into the DSP",
+                              "orvctl dsp intel 0 peq both 100,3,0.7 1000,-2,1.4 8000,4,0.7",
+                              "A band is freq,gain,q in Hz and dB. The first band is a low shelf, "
+                              "the last a high shelf."});
+  peq.add_option("CHANNEL", arguments->channel, "left, right or both")
+      ->required()
+      ->check(OneOf({"left", "right", "both"}));
+  peq.add_option("BAND", arguments->bands, "Bands in the order of their sections")->required();
+  for (CLI::App* command : {&push, &file, &get, &set, &peq})
+    command->add_flag("--default", arguments->set_default, kDspDefaultHelp);
 }
 
 }  // namespace orv::cli

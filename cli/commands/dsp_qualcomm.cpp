@@ -28,45 +28,45 @@ void PushQualcommMode(Context& context, const QualcommArguments& arguments) {
   const QualcommDsp dsp(endpoint);
   if (form_factor) dsp.SetFormFactor(*form_factor);
   DspReadback readback(context.session().machine(), endpoint.id());
-  const DspPlan plan = PlanQualcommMode(DspControls(kQualcommDriver, mode, kORVAPO_Cont_Public),
-                                        static_cast<std::uint32_t>(dsp.FormFactor()));
+  const auto factor = static_cast<std::uint32_t>(dsp.FormFactor());
+  const DspPlan plan =
+      PlanQualcommMode(DspControls(kQualcommDriver, mode, kORVAPO_Cont_Public), factor);
   const PushOutcome outcome = RunPush(readback, plan, [&] { return dsp.WriteControls(mode); });
   SettlePush(context, outcome,
-             "writing " + mode.name() + " into the Qualcomm DSP of " + endpoint.name(),
-             "The mode may have no public control with a name; -v tells more.");
+             fmt::format("writing {} into the Qualcomm DSP of {}", mode.name(), endpoint.name()),
+             "The mode may have no public control with a name; -v shows more.");
   if (context.output.json()) return context.output.Value(ToJson(outcome));
-  const auto factor = static_cast<std::size_t>(dsp.FormFactor());
-  context.output.Line(context.output.Painted(Printable(mode.name()), ansi::kBold) +
-                      ", form factor " + std::to_string(factor) +
-                      (factor < kFormFactors.size() ? " (" + kFormFactors[factor] + ")" : ""));
+  context.output.Line(fmt::format(
+      "{}, form factor {}{}", context.output.Painted(Printable(mode.name()), ansi::kBold), factor,
+      factor < kFormFactors.size() ? " (" + kFormFactors[factor] + ")" : ""));
   ShowPush(context, outcome);
 }
 
 }  // namespace
 
 void AddDspCommands(CLI::App& app, Context& context) {
-  CLI::App* dsp = AddCommand(app, "dsp", "The DSP that runs an endpoint's processing",
-                             "orvctl dsp intel 0 push\n  orvctl dsp qualcomm 0 push");
-  dsp->require_subcommand(1);
-  AddIntelDspCommands(*dsp, context);
+  CLI::App& dsp = AddCommand(app, {"dsp", "The DSP that runs an endpoint's processing",
+                                   "orvctl dsp intel 0 push\n  orvctl dsp qualcomm 0 push"});
+  dsp.require_subcommand(1);
+  AddIntelDspCommands(dsp, context);
 
   const auto arguments = std::make_shared<QualcommArguments>();
-  CLI::App* qualcomm = AddCommand(*dsp, "qualcomm", "The Qualcomm DSP behind an endpoint",
-                                  "orvctl dsp qualcomm 0 push");
-  qualcomm->require_subcommand(1);
-  qualcomm->add_option("ENDPOINT", arguments->endpoint, kEndpointHelp)->required();
-  CLI::App* push = AddCommand(
-      *qualcomm, "push", "A mode's public controls into the driver",
-      "orvctl dsp qualcomm 0 push --mode Movie/Internal --form-factor headset",
-      "On a simulated machine the records that the driver received are compared with the mode's\n"
-      "controls; exit status 3 if one is missing or differs. A real driver does not report what "
-      "it\n"
-      "took, which the verdict says.");
-  push->add_option("--mode", arguments->mode, kModeHelp);
-  push->add_option("--form-factor", arguments->form_factor,
-                   "0 to 4, or reserved, speaker, headset, hdmi, bluetooth (default: the "
-                   "endpoint's)");
-  push->callback([&context, arguments] { PushQualcommMode(context, *arguments); });
+  CLI::App& qualcomm = AddCommand(
+      dsp, {"qualcomm", "The Qualcomm DSP of an endpoint", "orvctl dsp qualcomm 0 push"});
+  qualcomm.require_subcommand(1);
+  qualcomm.add_option("ENDPOINT", arguments->endpoint, kEndpointHelp)->required();
+  CLI::App& push = AddCommand(
+      qualcomm, context, arguments, PushQualcommMode,
+      {"push", "A mode's public controls into the driver",
+       "orvctl dsp qualcomm 0 push --mode Movie/Internal --form-factor headset",
+       "On a simulated machine the records that the driver received are compared with the mode's\n"
+       "controls; exit status 3 if one is missing or differs. A real driver does not report what "
+       "it\n"
+       "took; the verdict shows that."});
+  push.add_option("--mode", arguments->mode, kModeHelp);
+  push.add_option("--form-factor", arguments->form_factor,
+                  "0 to 4, or reserved, speaker, headset, hdmi, bluetooth (default: the "
+                  "endpoint's)");
 }
 
 }  // namespace orv::cli

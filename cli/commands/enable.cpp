@@ -1,10 +1,13 @@
 // enable
 #include "cli/client/state.h"
 #include "cli/commands/commands.h"
-#include "cli/show/failure.h"
 
 namespace orv::cli {
 namespace {
+
+struct EnableArguments : EndpointArguments {
+  std::string state;
+};
 
 bool SwitchProcessing(Context& context, const Endpoint& endpoint, bool wanted) {
   const ChangeLock lock = context.LockForChange(endpoint);
@@ -17,35 +20,28 @@ bool SwitchProcessing(Context& context, const Endpoint& endpoint, bool wanted) {
   return stored == wanted;
 }
 
-// The switch belongs to the endpoint; any mode reaches it, also when the current one is not known.
-void ShowOrSwitchProcessing(Context& context, const std::string& endpoint_text,
-                            const std::string& state) {
-  const Endpoint endpoint = context.SelectEndpoint(endpoint_text);
+// The switch belongs to the endpoint; any mode reaches it, also if the current one is not known.
+void ShowOrSwitchProcessing(Context& context, const EnableArguments& arguments) {
+  const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const std::vector<Mode> modes = endpoint.Modes();
-  if (modes.empty()) {
+  if (modes.empty())
     throw Failure(kRefused, endpoint.name() +
-                                " has no modes.\nWhat examines its configuration "
-                                "file: " +
+                                " has no modes.\nTo examine its configuration file: " +
                                 CommandLine("doctor " + endpoint.number()));
-  }
-  const bool enabled =
-      state.empty() ? modes.front().Enabled() : SwitchProcessing(context, endpoint, state == "on");
-  if (context.output.json()) return context.output.Value({{"enabled", enabled}});
-  context.output.Line(enabled ? "on" : "off");
+  const bool enabled = arguments.state.empty()
+                           ? modes.front().Enabled()
+                           : SwitchProcessing(context, endpoint, arguments.state == "on");
+  context.output.Result({{"enabled", enabled}}, enabled ? "on" : "off");
 }
 
 }  // namespace
 
 void AddEnableCommand(CLI::App& app, Context& context) {
-  const auto endpoint = std::make_shared<std::string>();
-  const auto state = std::make_shared<std::string>();
-  CLI::App* enable = AddCommand(app, "enable", "Processing on or off, for the whole endpoint",
-                                "orvctl enable 0 off");
-  enable->add_option("ENDPOINT", *endpoint, kEndpointHelp)->required();
-  enable->add_option("STATE", *state, "on or off; shows the switch without it")
-      ->check(CLI::IsMember({"on", "off"}));
-  enable->callback(
-      [&context, endpoint, state] { ShowOrSwitchProcessing(context, *endpoint, *state); });
+  auto [enable, arguments] =
+      AddCommand(app, context, ShowOrSwitchProcessing,
+                 {"enable", "Processing on or off, for the whole endpoint", "orvctl enable 0 off"});
+  enable.add_option("STATE", arguments.state, "on or off; shows the switch without it")
+      ->check(OneOf({"on", "off"}));
 }
 
 }  // namespace orv::cli

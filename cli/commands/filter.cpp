@@ -9,7 +9,6 @@
 #include "cli/offline/filter_designs.h"
 #include "cli/offline/response_plot.h"
 #include "cli/show/scale.h"
-#include "cli/show/select.h"
 
 namespace orv::cli {
 namespace {
@@ -32,71 +31,68 @@ ResponseCurve CurveOf(const QuantisedFilter& filter, const FilterArguments& argu
   return curve;
 }
 
-struct Judgement {
-  Deviation worst{kLowestFrequency, 0};
-  ResponsePoint at{kLowestFrequency, 0, 0};  // there
-  double pole_radius = 0;
-};
 bool IsSilent(double decibels) { return decibels <= kSilence; }
-// Whether the largest error ends in silence, so that its size says nothing.
-bool IsUnmeasured(const Judgement& judgement) {
-  return IsSilent(judgement.at.ideal_db) || IsSilent(judgement.at.fixed_db);
+
+std::string DecibelText(double decibels, int decimals, const char* unit) {
+  return IsSilent(decibels) ? "silent" : Decimals(decibels, decimals) + unit;
 }
 
-// The names of the filters whose words let nothing pass, "" for that of a design with one filter.
+// The effect of quantising on the response of a design.
+struct ResponseError {
+  Deviation worst{kLowestFrequency, 0};
+  ResponsePoint at{kLowestFrequency, 0, 0};  // the responses there
+  double pole_radius = 0;
+
+  ResponseError(const FilterDesign& design, const FilterArguments& arguments) {
+    for (const QuantisedFilter& filter : design.filters) {
+      const Deviation found = LargestDeviation(filter.ideal, filter.fixed, arguments.rate,
+                                               kLowestFrequency, kHighestShare * arguments.rate);
+      if (std::abs(found.decibels) > std::abs(worst.decibels)) {
+        worst = found;
+        at = PointAt(filter, found.frequency, arguments.rate);
+      }
+      pole_radius = std::max(pole_radius, filter.fixed.PoleRadius());
+    }
+  }
+
+  // Whether one of the responses is silent there, so that the error has no size.
+  bool is_unmeasured() const { return IsSilent(at.ideal_db) || IsSilent(at.fixed_db); }
+
+  Json WorstJson() const {
+    const auto level = [](double decibels) { return IsSilent(decibels) ? Json() : Json(decibels); };
+    return {{"frequency", worst.frequency},
+            {"db", is_unmeasured() ? Json() : Json(worst.decibels)},
+            {"ideal_db", level(at.ideal_db)},
+            {"fixed_db", level(at.fixed_db)}};
+  }
+
+  std::string WorstText() const {
+    if (std::abs(worst.decibels) < 0.0001)
+      return "Largest error after quantising: below 0.0001 dB.";
+    const std::string size = is_unmeasured() ? DecibelText(at.fixed_db, 4, " dB") + " instead of " +
+                                                   DecibelText(at.ideal_db, 4, " dB")
+                                             : Decimals(worst.decibels, 4) + " dB";
+    return fmt::format("Largest error after quantising: {} at {}.", size,
+                       HertzText(worst.frequency));
+  }
+
+  std::string PoleText() const {
+    return fmt::format("Largest pole radius: {} ({}).", Decimals(pole_radius, 6),
+                       pole_radius < 1 ? "stable" : "UNSTABLE");
+  }
+};
+
+// The names of the filters whose words let no sound pass, "" for that of a design with one filter.
 std::vector<std::string> SilentFilters(const FilterDesign& design,
                                        const FilterArguments& arguments) {
   constexpr int kSteps = 100;
   std::vector<std::string> names;
   for (const QuantisedFilter& filter : design.filters) {
     const ResponseCurve curve = CurveOf(filter, arguments, kSteps);
-    if (std::all_of(curve.points.begin(), curve.points.end(),
-                    [](const ResponsePoint& point) { return IsSilent(point.fixed_db); }))
+    if (std::ranges::all_of(curve.points, IsSilent, &ResponsePoint::fixed_db))
       names.push_back(filter.name);
   }
   return names;
-}
-
-Judgement Judge(const FilterDesign& design, const FilterArguments& arguments) {
-  Judgement judgement;
-  for (const QuantisedFilter& filter : design.filters) {
-    const Deviation found = LargestDeviation(filter.ideal, filter.fixed, arguments.rate,
-                                             kLowestFrequency, kHighestShare * arguments.rate);
-    if (std::abs(found.decibels) > std::abs(judgement.worst.decibels)) {
-      judgement.worst = found;
-      judgement.at = PointAt(filter, found.frequency, arguments.rate);
-    }
-    judgement.pole_radius = std::max(judgement.pole_radius, filter.fixed.PoleRadius());
-  }
-  return judgement;
-}
-
-std::string DecibelText(double decibels, int decimals, const char* unit) {
-  return IsSilent(decibels) ? "silent" : Decimals(decibels, decimals) + unit;
-}
-
-Json WorstJson(const Judgement& judgement) {
-  const auto level = [](double decibels) { return IsSilent(decibels) ? Json() : Json(decibels); };
-  return {{"frequency", judgement.worst.frequency},
-          {"db", IsUnmeasured(judgement) ? Json() : Json(judgement.worst.decibels)},
-          {"ideal_db", level(judgement.at.ideal_db)},
-          {"fixed_db", level(judgement.at.fixed_db)}};
-}
-
-std::string WorstText(const Judgement& judgement) {
-  const std::string what = "Largest error after quantising: ";
-  if (std::abs(judgement.worst.decibels) < 0.0001) return what + "below 0.0001 dB";
-  const std::string place = " at " + HertzText(judgement.worst.frequency);
-  if (IsUnmeasured(judgement)) {
-    return what + DecibelText(judgement.at.fixed_db, 4, " dB") + " instead of " +
-           DecibelText(judgement.at.ideal_db, 4, " dB") + place;
-  }
-  return what + Decimals(judgement.worst.decibels, 4) + " dB" + place;
-}
-
-std::string PoleText(const Judgement& judgement) {
-  return "Largest pole radius: " + Decimals(judgement.pole_radius, 6) +
-         (judgement.pole_radius < 1 ? " (stable)" : " (UNSTABLE)");
 }
 
 Json ResponseJson(const FilterDesign& design, const FilterArguments& arguments) {
@@ -115,24 +111,21 @@ Json ResponseJson(const FilterDesign& design, const FilterArguments& arguments) 
 }
 
 void ShowWords(const FilterDesign& design, Output& output) {
-  const auto rows = static_cast<std::size_t>(design.words_in_row);
-  Table table(rows == 6 ? std::vector<Table::Column>{{"SECTION"},
-                                                     {"SHIFT", Align::Right},
-                                                     {"B0", Align::Right},
-                                                     {"B1", Align::Right},
-                                                     {"B2", Align::Right},
-                                                     {"A1", Align::Right},
-                                                     {"A2", Align::Right}}
-                        : std::vector<Table::Column>(rows + 1, Table::Column{"", Align::Right}));
-  const char* const names[] = {"audio", "analysis", "all-pass"};
-  for (std::size_t begin = 0; begin < design.words.size(); begin += rows) {
-    const std::size_t end = std::min(begin + rows, design.words.size());
-    std::vector<Cell> cells;
-    if (rows == 6) {
-      cells.emplace_back(end - begin == rows ? std::to_string(begin / rows + 1) : "gain");
-    } else {
-      cells.emplace_back(names[begin / rows]);
-    }
+  constexpr const char* kBassRows[] = {"audio", "analysis", "all-pass"};
+  const auto in_row = static_cast<std::size_t>(design.words_in_row);
+  const bool is_cascade = in_row == 6;
+  std::vector<Table::Column> columns(in_row + 1, Table::Column{"", Align::Right});
+  if (is_cascade) {
+    columns[0].align = Align::Left;
+    const char* const titles[] = {"SECTION", "SHIFT", "B0", "B1", "B2", "A1", "A2"};
+    for (std::size_t i = 0; i < columns.size(); ++i) columns[i].title = titles[i];
+  }
+  Table table(columns);
+  for (std::size_t begin = 0; begin < design.words.size(); begin += in_row) {
+    const std::size_t end = std::min(begin + in_row, design.words.size());
+    std::string name = end - begin == in_row ? std::to_string(begin / in_row + 1) : "gain";
+    if (!is_cascade) name = kBassRows[begin / in_row];
+    std::vector<Cell> cells{name};
     for (std::size_t i = begin; i < end; ++i)
       cells.emplace_back(std::to_string(design.words[i]), ansi::kAccent);
     table.Add(std::move(cells));
@@ -165,11 +158,11 @@ void ShowResponse(const FilterDesign& design, const FilterArguments& arguments, 
 }
 
 void WriteDrawing(const FilterDesign& design, const FilterArguments& arguments,
-                  const Judgement& judgement) {
+                  const ResponseError& error) {
   constexpr int kSteps = 1000;
   ResponsePlot plot{design.title, design.details, {}};
-  plot.details.push_back(WorstText(judgement) + ".  " + PoleText(judgement) +
-                         ".  Sample rate: " + HertzText(arguments.rate) + ".");
+  plot.details.push_back(fmt::format("{}  {}  Sample rate: {}.", error.WorstText(),
+                                     error.PoleText(), HertzText(arguments.rate)));
   for (const QuantisedFilter& filter : design.filters)
     plot.curves.push_back(CurveOf(filter, arguments, kSteps));
   ReplaceFile(arguments.svg, DrawResponse(plot));
@@ -177,114 +170,95 @@ void WriteDrawing(const FilterDesign& design, const FilterArguments& arguments,
 
 void Present(Context& context, const FilterDesign& design, const FilterArguments& arguments) {
   Output& output = context.output;
-  const bool judged = arguments.response || !arguments.svg.empty();
-  const Judgement judgement = Judge(design, arguments);
   Json json = {{"status", design.status}, {"words", design.words}};
   if (design.status != kFilterOk) {
     if (output.json()) output.Value(json);
-    throw Failure(kRefused, "the design was refused with status " + std::to_string(design.status) +
-                                ": " + design.refusal + ".");
+    throw Failure(kRefused, "the design was refused with status {}: {}.", design.status,
+                  design.refusal);
   }
-  if (!arguments.svg.empty()) WriteDrawing(design, arguments, judgement);
+  const bool is_compared = arguments.response || !arguments.svg.empty();
+  const ResponseError error(design, arguments);
+  if (!arguments.svg.empty()) WriteDrawing(design, arguments, error);
   const std::vector<std::string> silent = SilentFilters(design, arguments);
   for (const std::string& name : silent) {
-    output.Notice("The words" + (name.empty() ? "" : " of the " + name) +
-                  " let nothing pass: the quantised filter is silent.");
+    output.Notice(fmt::format("The words{} let no sound pass: the quantised filter is silent.",
+                              name.empty() ? "" : " of the " + name));
   }
   json["silent"] = !silent.empty();
   if (output.json()) {
-    if (judged) {
+    if (is_compared) {
       json["response"] = ResponseJson(design, arguments);
-      json["worst"] = WorstJson(judgement);
-      json["pole_radius"] = judgement.pole_radius;
+      json["worst"] = error.WorstJson();
+      json["pole_radius"] = error.pole_radius;
     }
     return output.Value(json);
   }
   output.Line(design.title);
   ShowWords(design, output);
-  if (!judged) return;
+  if (!is_compared) return;
   if (arguments.response) ShowResponse(design, arguments, output);
   output.Line("");
-  output.Line(WorstText(judgement) + ".");
-  output.Line(PoleText(judgement) + ".");
+  output.Line(error.WorstText());
+  output.Line(error.PoleText());
   if (!arguments.svg.empty()) output.Line("Drawn in " + arguments.svg + ".");
 }
 
-void AddSharedOptions(CLI::App& command, FilterArguments& arguments) {
-  command.add_option("--rate", arguments.rate, "Sample rate in Hz")
-      ->capture_default_str()
-      ->check(CLI::Range(100, 10000000));
-  command.add_flag("--response", arguments.response,
-                   "The response after quantising beside the ideal one");
-  command.add_option("--svg", arguments.svg, "Draw both into this file");
-}
-
-// The comparisons that a range is made of let pass what is not a number.
-CLI::Validator NumberAboveZero() {
-  return CLI::Validator(
-      [](const std::string& text) {
-        double value = 0;
-        if (CLI::detail::lexical_cast(text, value) && std::isfinite(value) && value > 0)
-          return std::string();
-        return "\"" + text + "\" is not a number above zero";
-      },
-      "", "");
+// Designs, then presents.
+template <FilterDesign (*kDesign)(const FilterArguments&)>
+void Filter(Context& context, const FilterArguments& arguments) {
+  Present(context, kDesign(arguments), arguments);
 }
 
 }  // namespace
 
 void AddFilterCommands(CLI::App& app, Context& context) {
-  CLI::App* filter = AddCommand(app, "filter", "Fixed-point filters, as the DSP receives them",
-                                "orvctl filter butterworth --order 4 --frequency 60 --response");
-  filter->require_subcommand(1);
+  CLI::App& filter =
+      AddCommand(app, {"filter", "Fixed-point filters, as the DSP receives them",
+                       "orvctl filter butterworth --order 4 --frequency 60 --response"});
+  filter.require_subcommand(1);
   const auto arguments = std::make_shared<FilterArguments>();
-  const auto add = [&](const std::string& name, const std::string& description,
-                       const std::string& example, const std::string& details,
-                       FilterDesign (*design)(const FilterArguments&)) {
-    CLI::App* command = AddCommand(*filter, name, description, example, details);
-    command->callback(
-        [&context, arguments, design] { Present(context, design(*arguments), *arguments); });
-    return command;
-  };
-  const CLI::Validator number = NumberAboveZero();
-  const CLI::Range size(1.0, 1e6);
-  CLI::App* butterworth = add("butterworth", "A Butterworth high-pass or low-pass",
-                              "orvctl filter butterworth --order 4 --frequency 60 --bits 16 --svg "
-                              "highpass.svg",
-                              "", DesignButterworth);
-  butterworth->add_option("--order", arguments->order, "Order")
+  CLI::App& butterworth = AddCommand(
+      filter, context, arguments, Filter<DesignButterworth>,
+      {"butterworth", "A Butterworth high-pass or low-pass",
+       "orvctl filter butterworth --order 4 --frequency 60 --bits 16 --svg highpass.svg"});
+  butterworth.add_option("--order", arguments->order, "Order")
       ->required()
       ->check(CLI::Range(1, 200));
-  butterworth->add_option("--frequency", arguments->frequency, "Corner in Hz")
+  butterworth.add_option("--frequency", arguments->frequency, "Corner in Hz")
       ->required()
-      ->check(number);
-  butterworth->add_option("--kind", arguments->kind, "highpass or lowpass")
+      ->check(NumberWithin(kAboveZero, std::numeric_limits<float>::max(), "a number above zero"));
+  butterworth.add_option("--kind", arguments->kind, "highpass or lowpass")
       ->capture_default_str()
-      ->check(CLI::IsMember({"lowpass", "highpass"}));
-  butterworth->add_option("--bits", arguments->bits, "Bits in a word")
+      ->check(OneOf({"lowpass", "highpass"}));
+  butterworth.add_option("--bits", arguments->bits, "Bits in a word")
       ->capture_default_str()
       ->check(CLI::IsMember({16, 32}));
 
-  CLI::App* bands = add(
-      "bands", "A cascade of parametric bands",
-      "orvctl filter bands traditional,50,3,-12 peaking,1000,2,6 --response",
-      "A band is type,frequency,q,gain_db[,invert] with the frequency in Hz; its type is a\n"
-      "number or one of traditional, lowshelf, highshelf, lowpass, highpass, bandpass, allpass,\n"
-      "notch, peaking, gain. For lowpass and highpass the gain is the resonance.",
-      DesignBands);
-  bands->add_option("BAND", arguments->bands, "Bands in the order of their sections")->required();
+  CLI::App& bands = AddCommand(
+      filter, context, arguments, Filter<DesignBands>,
+      {"bands", "A cascade of parametric bands",
+       "orvctl filter bands traditional,50,3,-12 peaking,1000,2,6 --response",
+       "A band is type,frequency,q,gain_db[,invert] with the frequency in Hz; its type is a\n"
+       "number or one of traditional, lowshelf, highshelf, lowpass, highpass, bandpass, allpass,\n"
+       "notch, peaking, gain. For lowpass and highpass the gain is the resonance."});
+  bands.add_option("BAND", arguments->bands, "Bands in the order of their sections")->required();
 
-  CLI::App* bass = add("bass", "The bass-enhancement filters for two loudspeaker sizes",
-                       "orvctl filter bass --audio 185 --analysis 165", "", DesignBass);
-  bass->add_option("--audio", arguments->audio, "Audio size in Hz")
+  CLI::App& bass = AddCommand(filter, context, arguments, Filter<DesignBass>,
+                              {"bass", "The bass-enhancement filters for two loudspeaker sizes",
+                               "orvctl filter bass --audio 185 --analysis 165"});
+  const CLI::Validator size = NumberWithin(1, 1e6, "a number from 1 to 1000000");
+  bass.add_option("--audio", arguments->audio, "Audio size in Hz")->required()->check(size);
+  bass.add_option("--analysis", arguments->analysis, "Analysis size in Hz")
       ->required()
-      ->check(number)
       ->check(size);
-  bass->add_option("--analysis", arguments->analysis, "Analysis size in Hz")
-      ->required()
-      ->check(number)
-      ->check(size);
-  for (CLI::App* command : {butterworth, bands, bass}) AddSharedOptions(*command, *arguments);
+  for (CLI::App* command : {&butterworth, &bands, &bass}) {
+    command->add_option("--rate", arguments->rate, "Sample rate in Hz")
+        ->capture_default_str()
+        ->check(CLI::Range(100, 10000000));
+    command->add_flag("--response", arguments->response,
+                      "The response after quantising beside the ideal one");
+    command->add_option("--svg", arguments->svg, "Draw both into this file");
+  }
 }
 
 }  // namespace orv::cli

@@ -3,7 +3,6 @@
 #include "cli/commands/commands.h"
 #include "cli/offline/files.h"
 #include "cli/offline/image_json.h"
-#include "cli/show/failure.h"
 #include "cli/show/names.h"
 #include "platform/text.h"
 
@@ -20,79 +19,67 @@ struct ImageArguments {
   bool hex = false;
 };
 
-ImageBytes BytesOf(const std::string& text, bool hex, const std::string& file) {
-  if (!hex) return ImageBytes(text.begin(), text.end());
-  auto bytes = BytesFromHex(text);
-  if (!bytes) throw Failure(kRefused, file + " holds something else than hexadecimal bytes.");
-  return *std::move(bytes);
-}
-
 // The image that the processing object reads for a mode.
 ImageBytes StoredImage(Context& context, const ImageArguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const Mode mode = context.SelectMode(endpoint, arguments.mode);
   auto image = ReadImage(context.session().machine(), endpoint.RegistryPath(), mode.name());
-  if (!image) {
-    throw Failure(kRefused, "nothing is stored for " + mode.name() +
-                                ": the configuration's values are in force.\nTo store them: " +
-                                CommandLine("restore " + endpoint.number() + " --mode " +
-                                            ShellWord(mode.name())));
-  }
-  return *std::move(image);
+  if (image) return *std::move(image);
+  const std::string restore =
+      fmt::format("restore {} --mode {}", endpoint.number(), ShellWord(mode.name()));
+  throw Failure(kRefused,
+                "nothing is stored for {}: the configuration's values are in "
+                "force.\nTo store them: {}",
+                mode.name(), CommandLine(restore));
 }
 
-const char* FaultWords(ImageFault fault) {
-  switch (fault) {
-    case ImageFault::None:
-      return "";
-    case ImageFault::NoData:
-      return "the record has no data";
-    case ImageFault::BrokenHeader:
-      return "the record's header is broken";
-    case ImageFault::UnknownTextTag:
-      return "the record's kind is a text that names none";
-    case ImageFault::CutShort:
-      break;
-  }
-  return "the record runs past the end of the image";
+ImageBytes GivenImage(Context& context, const ImageArguments& arguments) {
+  if (arguments.file.empty()) return StoredImage(context, arguments);
+  const std::string text = ReadWholeFile(arguments.file, kImageSizeLimit);
+  if (!arguments.hex) return {text.begin(), text.end()};
+  auto bytes = BytesFromHex(text);
+  if (!bytes) throw Failure(kRefused, arguments.file + " does not hold hexadecimal bytes only.");
+  return *std::move(bytes);
 }
 
 std::string ValueWords(const Json& value) {
   return value.is_string() ? Utf8FromName(WideFromUtf8(value.get<std::string>())) : value.dump();
 }
 
+Table EntriesTable(const Json& entries) {
+  Table table({{"NAME"}, {"KIND"}, {"VALUE"}});
+  for (const Json& entry : entries)
+    table.Add({ValueWords(entry["name"]), ValueWords(entry["kind"]),
+               Cell(ValueWords(entry["value"]), ansi::kAccent)});
+  return table;
+}
+
 void Decode(Context& context, const ImageArguments& arguments) {
+  static constexpr const char* kFaultWords[] = {
+      "", "the record has no data", "the record's header is broken",
+      "the record's kind is a text that names no kind",
+      "the record runs past the end of the image"};  // by fault
   if (arguments.file.empty() == arguments.endpoint.empty())
     UsageFailure("expected either a FILE or --endpoint (with --mode).");
-  const ImageBytes image =
-      arguments.file.empty()
-          ? StoredImage(context, arguments)
-          : BytesOf(ReadWholeFile(arguments.file, kImageSizeLimit), arguments.hex, arguments.file);
+  const ImageBytes image = GivenImage(context, arguments);
   ORVPropertyList list;
   const ImageDecoding decoding = DecodeImage(image, ImageReading::Replace, list);
   const Json entries = EntriesToJson(list);
-  if (context.output.json()) {
-    context.output.Value(entries);
-  } else {
-    Table table({{"NAME"}, {"KIND"}, {"VALUE"}});
-    for (const Json& entry : entries) {
-      table.Add({ValueWords(entry["name"]), ValueWords(entry["kind"]),
-                 Cell(ValueWords(entry["value"]), ansi::kAccent)});
-    }
-    context.output.Show(table);
-    context.output.Line(Counted(entries.size(), "entry", "entries") + " in " +
-                        Counted(image.size(), "byte") + ".");
+  Output& output = context.output;
+  output.Result(entries, EntriesTable(entries));
+  if (!output.json()) {
+    output.Line(fmt::format("{} in {}.", Counted(entries.size(), "entry", "entries"),
+                            Counted(image.size(), "byte")));
   }
   if (decoding.fault != ImageFault::None) {
-    context.output.Notice("Decoding stopped at offset " + std::to_string(decoding.fault_offset) +
-                          ": " + FaultWords(decoding.fault) + ".");
+    output.Notice(fmt::format("Decoding stopped at offset {}: {}.", decoding.fault_offset,
+                              kFaultWords[static_cast<int>(decoding.fault)]));
+    context.exit_status = kDiffering;
   }
   if (decoding.unknown_tags != 0) {
-    context.output.Notice("Passed over: " + Counted(decoding.unknown_tags, "record") +
-                          " of unknown kind.");
-  }
-  if (decoding.fault != ImageFault::None || decoding.unknown_tags != 0)
+    output.Notice("Ignored: " + Counted(decoding.unknown_tags, "record") + " of unknown kind.");
     context.exit_status = kDiffering;
+  }
 }
 
 void Encode(Context& context, const ImageArguments& arguments) {
@@ -101,11 +88,11 @@ void Encode(Context& context, const ImageArguments& arguments) {
   try {
     json = Json::parse(text);
   } catch (const Json::parse_error& fault) {
-    throw Failure(kRefused, arguments.file + " is no JSON: " + fault.what());
+    throw Failure(kRefused, "{} is not JSON: {}", arguments.file, fault.what());
   }
   std::string error;
   const std::optional<ORVPropertyList> list = EntriesFromJson(json, error);
-  if (!list) throw Failure(kRefused, arguments.file + ": " + error + ".");
+  if (!list) throw Failure(kRefused, "{}: {}.", arguments.file, error);
   ImageBytes image;
   if (!EncodeImage(*list, image)) {
     context.output.Notice("Entries without data were left out: an image cannot hold them.");
@@ -124,30 +111,29 @@ void Encode(Context& context, const ImageArguments& arguments) {
 }  // namespace
 
 void AddImageCommands(CLI::App& app, Context& context) {
-  CLI::App* image = AddCommand(app, "image", "Property-set images, as the registry holds them",
-                               "orvctl image decode values.bin");
-  image->require_subcommand(1);
+  CLI::App& image = AddCommand(app, {"image", "Property-set images, as the registry holds them",
+                                     "orvctl image decode values.bin"});
+  image.require_subcommand(1);
   const auto arguments = std::make_shared<ImageArguments>();
 
-  CLI::App* decode = AddCommand(*image, "decode", "An image to its entries",
-                                "orvctl image decode values.bin\n  orvctl --json image decode "
-                                "--endpoint 0 --mode Movie/Internal");
-  decode->add_option("FILE", arguments->file, "The image; - is standard input");
-  decode->add_option("--endpoint", arguments->endpoint,
-                     "The image that the processing object of this endpoint reads");
-  decode->add_option("--mode", arguments->mode, kModeHelp);
-  decode->add_flag("--hex", arguments->hex,
-                   "FILE holds hexadecimal digits, as in a registry export");
-  decode->callback([&context, arguments] { Decode(context, *arguments); });
+  CLI::App& decode = AddCommand(image, context, arguments, Decode,
+                                {"decode", "An image to its entries",
+                                 "orvctl image decode values.bin\n  orvctl --json image decode "
+                                 "--endpoint 0 --mode Movie/Internal"});
+  decode.add_option("FILE", arguments->file, "The image; - is standard input");
+  decode.add_option("--endpoint", arguments->endpoint,
+                    "The image that the processing object of this endpoint reads");
+  decode.add_option("--mode", arguments->mode, kModeHelp);
+  decode.add_flag("--hex", arguments->hex,
+                  "FILE holds hexadecimal digits, as in a registry export");
 
-  CLI::App* encode =
-      AddCommand(*image, "encode", "Entries (JSON, as decode prints them) to an image",
-                 "orvctl image encode entries.json --output values.bin");
-  encode->add_option("FILE", arguments->file, "The entries; - is standard input")->required();
-  encode->add_option("--output", arguments->output, "Where the image goes; - is standard output")
+  CLI::App& encode = AddCommand(image, context, arguments, Encode,
+                                {"encode", "Entries (JSON, as decode prints them) to an image",
+                                 "orvctl image encode entries.json --output values.bin"});
+  encode.add_option("FILE", arguments->file, "The entries; - is standard input")->required();
+  encode.add_option("--output", arguments->output, "Where the image goes; - is standard output")
       ->capture_default_str();
-  encode->add_flag("--hex", arguments->hex, "Write hexadecimal digits");
-  encode->callback([&context, arguments] { Encode(context, *arguments); });
+  encode.add_flag("--hex", arguments->hex, "Write hexadecimal digits");
 }
 
 }  // namespace orv::cli

@@ -10,107 +10,85 @@
 namespace orv::cli {
 namespace {
 
-struct LoadArguments {
-  std::string endpoint;
+struct LoadArguments : EndpointArguments {
   std::string file;
   bool dry_run = false;
   bool lenient = false;
 };
 
-// Turns a preset into the state it asks for; what does not fit the endpoint becomes a problem.
-class Plan {
- public:
-  Plan(Context& context, const Endpoint& endpoint, EndpointState current)
-      : context_(context), endpoint_(endpoint), target_(std::move(current)) {}
+// The endpoint's state with a preset in it; what does not fit the endpoint is a problem.
+struct PresetTarget {
+  EndpointState state;
+  std::vector<std::string> problems;
 
-  const std::vector<std::string>& problems() const noexcept { return problems_; }
-  const EndpointState& target() const noexcept { return target_; }
-
-  void Add(const Preset& preset) {
-    if (preset.enabled) target_.enabled = preset.enabled;
-    const std::vector<Mode> modes = endpoint_.Modes();
-    const auto find = [&](const std::string& name) {
-      return std::ranges::find(modes, name, &Mode::name);
-    };
-    if (preset.current_mode) {
-      if (find(*preset.current_mode) != modes.end()) {
-        target_.current_mode = preset.current_mode;
-      } else {
-        problems_.push_back("no mode named " + *preset.current_mode + " to switch to");
-      }
-    }
-    for (const PresetMode& wanted : preset.modes) {
-      if (const auto mode = find(wanted.name); mode != modes.end()) {
-        AddMode(*mode, wanted);
-      } else {
-        problems_.push_back("no mode named " + wanted.name);
-      }
-    }
-  }
-
- private:
-  void AddMode(const Mode& mode, const PresetMode& wanted) {
-    const auto state = std::ranges::find(target_.modes, mode.name(), &ModeState::name);
-    const std::vector<ControlView> views =
-        ViewControls(context_.catalog(), endpoint_, mode, kORVAPO_Cont_Public);
-    for (const auto& control : wanted.controls) {
-      const ControlView* view = FindView(views, control.first);
-      if (view == nullptr || state == target_.modes.end()) {
-        problems_.push_back("no control named \"" + control.first + "\" in " + mode.name());
-      } else if (const auto number = Resolve(*view, control.second)) {
-        state->controls[control.first] = *number;
-      }
-    }
-  }
-
+  // The integer that a preset's value means for the control.
   std::optional<std::int32_t> Resolve(const ControlView& view, const PresetValue& value) {
     try {
       const auto* text = std::get_if<std::string>(&value);
       return ParseValue(view, text != nullptr ? *text : std::to_string(std::get<0>(value)), false);
     } catch (const Failure& failure) {
-      const std::string reason = failure.what();
-      problems_.push_back(reason.substr(0, reason.find('\n')));
+      std::string reason = failure.what();
+      reason.resize(std::min(reason.find('\n'), reason.size()));
+      if (reason.ends_with('.')) reason.pop_back();
+      problems.push_back(reason);
       return std::nullopt;
     }
   }
 
-  Context& context_;
-  const Endpoint& endpoint_;
-  EndpointState target_;
-  std::vector<std::string> problems_;
+  void AddMode(const PresetMode& wanted, const std::vector<ControlView>& views, ModeState& mode) {
+    for (const auto& [name, value] : wanted.controls) {
+      const ControlView* view = FindView(views, name);
+      if (view == nullptr)
+        problems.push_back(fmt::format("no control named \"{}\" in {}", name, mode.name));
+      else if (const auto number = Resolve(*view, value))
+        mode.controls[name] = *number;
+    }
+  }
+
+  void Add(Catalog& catalog, const Endpoint& endpoint, const Preset& preset) {
+    const std::vector<Mode> modes = endpoint.Modes();
+    if (preset.enabled) state.enabled = preset.enabled;
+    if (preset.current_mode) {
+      if (std::ranges::find(modes, *preset.current_mode, &Mode::name) != modes.end())
+        state.current_mode = preset.current_mode;
+      else
+        problems.push_back(fmt::format("no mode named {} to switch to", *preset.current_mode));
+    }
+    for (const PresetMode& wanted : preset.modes) {
+      const auto mode = std::ranges::find(modes, wanted.name, &Mode::name);
+      const auto target = std::ranges::find(state.modes, wanted.name, &ModeState::name);
+      if (mode == modes.end() || target == state.modes.end())
+        problems.push_back("no mode named " + wanted.name);
+      else
+        AddMode(wanted, ViewControls(catalog, endpoint, *mode, kORVAPO_Cont_Public), *target);
+    }
+  }
 };
 
-void ApplyOne(const Endpoint& endpoint, const std::vector<Mode>& modes,
-              const std::string& mode_name, const std::string& name, const Json& value) {
-  const auto named = [&](const std::string& wanted) {
-    return std::ranges::find(modes, wanted, &Mode::name);
-  };
-  if (value.is_string()) {
-    const auto mode = named(value.get<std::string>());
-    if (mode != modes.end()) endpoint.SetCurrentMode(*mode);
-  } else if (value.is_boolean()) {
-    modes.front().SetEnabled(value.get<bool>());
-  } else if (value.is_number()) {
-    const auto mode = named(mode_name);
-    if (mode == modes.end()) return;
-    const std::optional<Control> control = mode->Controls(kORVAPO_Cont_Public).Find(name);
-    if (control) control->SetValue(value.get<std::int32_t>());
-  }
+void ApplyOne(const Endpoint& endpoint, const std::vector<Mode>& modes, const Change& change,
+              const Json& value) {
+  if (value.is_boolean()) return modes.front().SetEnabled(value.get<bool>());
+  const std::string name = value.is_string() ? value.get<std::string>() : change.mode;
+  const auto mode = std::ranges::find(modes, name, &Mode::name);
+  if (mode == modes.end()) return;
+  if (value.is_string()) return endpoint.SetCurrentMode(*mode);
+  const auto control = mode->Controls(kORVAPO_Cont_Public).Find(change.name);
+  if (value.is_number() && control) control->SetValue(value.get<std::int32_t>());
 }
 
-void Undo(const Endpoint& endpoint, const std::vector<Mode>& modes,
-          const std::vector<Change>& changes) {
-  for (auto change = changes.rbegin(); change != changes.rend(); ++change) {
+void Undo(const Endpoint& endpoint, const std::vector<Mode>& modes, std::vector<Change> changes) {
+  std::ranges::reverse(changes);
+  for (const Change& change : changes) {
     try {
-      ApplyOne(endpoint, modes, change->mode, change->name, change->from);
+      ApplyOne(endpoint, modes, change, change.from);
     } catch (const Failure&) {
       continue;  // the first refusal is the one to report
     }
   }
 }
 
-// All changes or, as far as possible, none: a refusal puts back what was changed before it. Returns
-// what still differs from the target at the end.
+// Makes all changes or, as far as possible, none: a refusal puts back what was changed before it.
+// Returns what still differs from the target at the end.
 std::vector<Change> Apply(Catalog& catalog, const Endpoint& endpoint,
                           const std::vector<Change>& changes, const EndpointState& target) {
   const std::vector<Mode> modes = endpoint.Modes();
@@ -119,7 +97,7 @@ std::vector<Change> Apply(Catalog& catalog, const Endpoint& endpoint,
   ChangeAndVerify([&] {
     try {
       for (const Change& change : left) {
-        ApplyOne(endpoint, modes, change.mode, change.name, change.to);
+        ApplyOne(endpoint, modes, change, change.to);
         done = std::min(done + 1, changes.size());
       }
     } catch (const Failure&) {
@@ -152,15 +130,17 @@ void ShowChanges(Context& context, const std::vector<Change>& changes, bool dry_
 // Throws if the preset does not fit and may not be loaded in part.
 EndpointState PlanTarget(Context& context, const Endpoint& endpoint, const EndpointState& current,
                          const Preset& preset, bool lenient) {
-  Plan plan(context, endpoint, current);
-  plan.Add(preset);
-  for (const std::string& problem : plan.problems())
-    context.output.Notice((lenient ? "Passed over: " : "Does not fit: ") + problem + ".");
-  if (!plan.problems().empty() && !lenient) {
-    throw Failure(kDiffering, "the preset does not fit " + endpoint.name() +
-                                  "; nothing was changed.\n--lenient loads what fits.");
+  PresetTarget target{current, {}};
+  target.Add(context.catalog(), endpoint, preset);
+  for (const std::string& problem : target.problems)
+    context.output.Notice((lenient ? "Left out: " : "Does not fit: ") + problem + ".");
+  if (!target.problems.empty() && !lenient) {
+    throw Failure(kDiffering,
+                  "the preset does not fit {}; nothing was changed.\n"
+                  "--lenient loads what fits.",
+                  endpoint.name());
   }
-  return plan.target();
+  return target.state;
 }
 
 void Load(Context& context, const LoadArguments& arguments) {
@@ -168,8 +148,8 @@ void Load(Context& context, const LoadArguments& arguments) {
   const std::optional<Preset> preset =
       ReadPreset(ReadWholeFile(arguments.file, kPresetSizeLimit), error);
   if (!preset) {
-    throw Failure(kRefused, arguments.file + ":" + std::to_string(error.line) + ": " +
-                                error.reason + "\nThe preset is refused; nothing was changed.");
+    throw Failure(kRefused, "{}:{}: {}\nThe preset is refused; nothing was changed.",
+                  arguments.file, error.line, error.reason);
   }
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   std::optional<ChangeLock> lock;
@@ -191,17 +171,15 @@ void Load(Context& context, const LoadArguments& arguments) {
 }  // namespace
 
 void AddLoadCommand(CLI::App& app, Context& context) {
-  const auto arguments = std::make_shared<LoadArguments>();
-  CLI::App* load = AddCommand(app, "load", "Apply a preset", "orvctl load 0 evening.json --dry-run",
-                              "A file that is broken is refused with exit status 1, one that does "
-                              "not fit the endpoint with "
-                              "3;\nnothing is changed then.");
-  load->add_option("ENDPOINT", arguments->endpoint, kEndpointHelp)->required();
-  load->add_option("FILE", arguments->file, "The preset; - is standard input")->required();
-  load->add_flag("--dry-run", arguments->dry_run, "Only say what would change");
-  load->add_flag("--lenient", arguments->lenient,
-                 "Pass over modes, controls and values that do not fit");
-  load->callback([&context, arguments] { Load(context, *arguments); });
+  auto [load, arguments] = AddCommand(
+      app, context, Load,
+      {"load", "Apply a preset", "orvctl load 0 evening.json --dry-run",
+       "A broken file is refused with exit status 1, one that does not fit the endpoint with 3;\n"
+       "nothing is changed then."});
+  load.add_option("FILE", arguments.file, "The preset; - is standard input")->required();
+  load.add_flag("--dry-run", arguments.dry_run, "Only show the changes");
+  load.add_flag("--lenient", arguments.lenient,
+                "Leave out modes, controls and values that do not fit");
 }
 
 }  // namespace orv::cli

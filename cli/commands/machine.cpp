@@ -3,14 +3,18 @@
 #include "cli/commands/commands.h"
 #include "cli/offline/files.h"
 #include "cli/offline/machine_folder.h"
-#include "cli/show/failure.h"
 #include "cli/show/select.h"
 #include "platform/files.h"
 
 namespace orv::cli {
 namespace {
 
-// A sample's name, or a machine's folder.
+struct MachineArguments {
+  std::string folder;
+  std::string from = kDefaultSample;
+};
+
+// The folder that a sample's name or the path of another machine's folder means.
 std::filesystem::path SourceFolder(const std::string& from) {
   std::error_code ignored;
   std::filesystem::path folder = PathFromUtf8(from);
@@ -19,38 +23,32 @@ std::filesystem::path SourceFolder(const std::string& from) {
   if (std::filesystem::is_directory(sample, ignored)) return sample;
   if (std::filesystem::is_directory(folder, ignored)) return folder;
   const std::vector<std::string> names = MachineNames(SampleMachinesFolder());
-  UsageFailure("no sample machine named \"" + from + "\"." + Suggestion(names, from) +
+  UsageFailure("no sample machine named \"{}\".{}{}", from, Suggestion(names, from),
                KnownNames(names));
 }
 
-void MakeMachine(Context& context, const std::string& folder, const std::string& from) {
-  const std::filesystem::path target = PathFromUtf8(folder);
-  CopyMachine(SourceFolder(from), target);
+void MakeMachine(Context& context, const MachineArguments& arguments) {
+  const std::filesystem::path target = PathFromUtf8(arguments.folder);
+  CopyMachine(SourceFolder(arguments.from), target);
   const std::string path = PathText(std::filesystem::absolute(target).lexically_normal());
-  if (context.output.json()) return context.output.Value({{"path", path}});
-  context.output.Line(path);
-  context.output.Notice("orvctl --machine " + ShellWord(folder) + " endpoints");
+  context.output.Result({{"path", path}}, path);
+  if (!context.output.json())
+    context.output.Notice("orvctl --machine " + ShellWord(arguments.folder) + " endpoints");
 }
 
 }  // namespace
 
 void AddMachineCommands(CLI::App& app, Context& context) {
-  CLI::App* machine =
-      AddCommand(app, "machine", "Simulated machines", "orvctl machine new my-machine");
-  machine->require_subcommand(1);
-  struct Arguments {
-    std::string folder;
-    std::string from = kDefaultSample;
-  };
-  const auto arguments = std::make_shared<Arguments>();
-  CLI::App* make = AddCommand(*machine, "new", "A simulated machine's folder to start from",
-                              "orvctl machine new my-machine --from broadwell-ultrabook");
-  make->add_option("DIR", arguments->folder, "The new folder")->required();
-  make->add_option("--from", arguments->from, "A sample's name, or another machine's folder")
+  CLI::App& machine =
+      AddCommand(app, {"machine", "Simulated machines", "orvctl machine new my-machine"});
+  machine.require_subcommand(1);
+  auto [make, arguments] = AddCommand(machine, context, MakeMachine,
+                                      {"new", "A simulated machine's folder to start from",
+                                       "orvctl machine new my-machine --from broadwell-ultrabook"});
+  make.add_option("DIR", arguments.folder, "The new folder")->required();
+  make.add_option("--from", arguments.from, "A sample's name, or another machine's folder")
       ->capture_default_str();
-  make->callback(
-      [&context, arguments] { MakeMachine(context, arguments->folder, arguments->from); });
-  AddDriversCommand(*machine, context);
+  AddDriversCommand(machine, context);
 }
 
 }  // namespace orv::cli

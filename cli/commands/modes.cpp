@@ -1,50 +1,92 @@
-// modes
+// modes, mode
 #include "cli/commands/commands.h"
 
 namespace orv::cli {
 namespace {
 
-struct ListedMode {
-  std::string name;
-  bool current = false;
-};
-
-std::vector<ListedMode> ListModes(const Endpoint& endpoint) {
-  const std::optional<Mode> current = endpoint.CurrentMode();
-  std::vector<ListedMode> modes;
-  bool marked = false;  // of several modes with one name the first one counts
+// Calls `visit` with each mode's name and whether it is the current one: of several modes with that
+// name, the first one.
+template <class Visitor>
+void VisitModes(const Endpoint& endpoint, Visitor&& visit) {
+  std::optional<Mode> current = endpoint.CurrentMode();
   for (const Mode& mode : endpoint.Modes()) {
-    const bool is_current = !marked && current && current->name() == mode.name();
-    marked = marked || is_current;
-    modes.push_back({mode.name(), is_current});
+    const bool is_current = current && current->name() == mode.name();
+    visit(mode.name(), is_current);
+    if (is_current) current.reset();
   }
-  return modes;
 }
 
-void ShowModes(Context& context, const std::string& endpoint_text) {
-  const Endpoint endpoint = context.SelectEndpoint(endpoint_text);
-  if (!context.output.json()) return context.output.Show(ModesTable(endpoint));
+void ShowModes(Context& context, const EndpointArguments& arguments) {
+  const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   Json array = Json::array();
-  for (const ListedMode& mode : ListModes(endpoint))
-    array.push_back({{"name", mode.name}, {"current", mode.current}});
-  context.output.Value(array);
+  VisitModes(endpoint, [&](const std::string& name, bool is_current) {
+    array.push_back({{"name", name}, {"current", is_current}});
+  });
+  context.output.Result(array, ModesTable(endpoint));
+}
+
+struct SwitchArguments : EndpointArguments {
+  std::string mode;
+  bool use_default = false;
+};
+
+Mode SwitchMode(Context& context, const Endpoint& endpoint, const SwitchArguments& arguments) {
+  const ChangeLock lock = context.LockForChange(endpoint);
+  std::string wanted;
+  std::optional<Mode> found;
+  const bool stored = ChangeAndVerify([&] {
+    if (arguments.use_default) {
+      endpoint.SetDefaultMode();
+      wanted = context.catalog().DefaultMode(endpoint);
+    } else {
+      const Mode chosen = context.SelectMode(endpoint, arguments.mode);
+      endpoint.SetCurrentMode(chosen);
+      wanted = chosen.name();
+    }
+    found = context.CurrentMode(endpoint);
+    return found->name() == wanted;
+  });
+  if (!stored) {
+    context.output.Notice(fmt::format(
+        "The current mode is still {}, not {}: it could not be "
+        "stored. To examine the endpoint's key: {}",
+        Printable(found->name()), Printable(wanted), CommandLine("doctor " + endpoint.number())));
+    context.exit_status = kDiffering;
+  }
+  return std::move(*found);
+}
+
+void ShowOrSwitchMode(Context& context, const SwitchArguments& arguments) {
+  const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
+  const bool only_show = arguments.mode.empty() && !arguments.use_default;
+  const Mode mode =
+      only_show ? context.CurrentMode(endpoint) : SwitchMode(context, endpoint, arguments);
+  context.output.Result({{"name", mode.name()}}, mode.name());
 }
 
 }  // namespace
 
 Table ModesTable(const Endpoint& endpoint) {
   Table table({{""}, {"MODE"}});
-  for (const ListedMode& mode : ListModes(endpoint))
-    table.Add({mode.current ? "*" : "", Cell(mode.name, mode.current ? ansi::kAccent : nullptr)});
+  VisitModes(endpoint, [&](const std::string& name, bool is_current) {
+    table.Add({is_current ? "*" : "", Cell(name, is_current ? ansi::kAccent : nullptr)});
+  });
   return table;
 }
 
 void AddModesCommand(CLI::App& app, Context& context) {
-  const auto endpoint = std::make_shared<std::string>();
-  CLI::App* modes = AddCommand(
-      app, "modes", "An endpoint's operating modes, in configuration order", "orvctl modes 0");
-  modes->add_option("ENDPOINT", *endpoint, kEndpointHelp)->required();
-  modes->callback([&context, endpoint] { ShowModes(context, *endpoint); });
+  AddCommand(app, context, ShowModes,
+             {"modes", "An endpoint's operating modes, in configuration order", "orvctl modes 0"});
+}
+
+void AddModeCommand(CLI::App& app, Context& context) {
+  auto [mode, arguments] = AddCommand(app, context, ShowOrSwitchMode,
+                                      {"mode", "Show, switch or reset the current operating mode",
+                                       "orvctl mode 0 Movie/Internal\n  orvctl mode 0 --default"});
+  CLI::Option* name = mode.add_option("MODE", arguments.mode,
+                                      "Mode: its name or any part of it that fits one mode only");
+  mode.add_flag("--default", arguments.use_default, "Back to the configuration's default mode")
+      ->excludes(name);
 }
 
 }  // namespace orv::cli

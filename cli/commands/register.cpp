@@ -7,44 +7,49 @@
 namespace orv::cli {
 namespace {
 
-void ChangeRegistration(Context& context, bool add, bool for_user) {
-  Session& session = context.session();
-  Registry& registry = session.machine().registry();
-  const std::vector<std::string> before = RegisteredKeys(registry, for_user);
-  const HRESULT status = session.component().SetRegistered(add, for_user);
-  Require(status, add ? "registering the component" : "removing the component's registration",
+struct RegistrationArguments {
+  bool for_user = false;
+};
+
+std::vector<std::string> Keys(Context& context, const RegistrationArguments& arguments) {
+  return RegisteredKeys(context.session().machine().registry(), arguments.for_user);
+}
+
+template <bool kAdd>
+void ChangeRegistration(Context& context, const RegistrationArguments& arguments) {
+  std::vector<std::string> keys = Keys(context, arguments);
+  Require(context.session().component().SetRegistered(kAdd, arguments.for_user),
+          kAdd ? "registering the component" : "removing the component's registration",
           "The registration belongs to the machine; without the right to change it, use --user.");
-  std::vector<std::string> keys = RegisteredKeys(registry, for_user);
-  if (!add) {
-    std::vector<std::string> removed;
-    for (const std::string& key : before)
-      if (std::find(keys.begin(), keys.end(), key) == keys.end()) removed.push_back(key);
-    for (const std::string& key : keys) context.output.Notice("Still there: " + key);
-    if (!keys.empty()) context.exit_status = kDiffering;
-    keys = std::move(removed);
-  } else if (keys.empty()) {
-    context.output.Notice("The component reports success, but none of its keys exists.");
-    context.exit_status = kDiffering;
+  const std::vector<std::string> after = Keys(context, arguments);
+  if (after.empty() == kAdd) context.exit_status = kDiffering;
+  if (kAdd) {
+    keys = after;
+    if (keys.empty())
+      context.output.Notice("The component reports success, but none of its keys exists.");
+  } else {
+    for (const std::string& key : after) context.output.Notice("Still there: " + key);
+    std::erase_if(keys, [&](const auto& key) { return std::ranges::count(after, key) != 0; });
   }
   if (context.output.json()) return context.output.Value({{"keys", keys}});
   for (const std::string& key : keys) context.output.Line(Printable(key));
-  context.output.Line(Counted(keys.size(), "key") +
-                      (add ? keys.size() == 1 ? " exists." : " exist." : " removed."));
+  context.output.Line(Counted(keys.size(), "key") + (!kAdd              ? " removed."
+                                                     : keys.size() == 1 ? " exists."
+                                                                        : " exist."));
 }
 
 }  // namespace
 
 void AddRegistrationCommands(CLI::App& app, Context& context) {
-  const auto for_user = std::make_shared<bool>(false);
-  const auto add = [&](const char* name, const char* description, bool is_register) {
-    CLI::App* command =
-        AddCommand(app, name, description, "orvctl " + std::string(name) + " --user");
-    command->add_flag("--user", *for_user, "For the current user instead of the machine");
-    command->callback(
-        [&context, for_user, is_register] { ChangeRegistration(context, is_register, *for_user); });
-  };
-  add("register", "Register the component's classes and type library", true);
-  add("unregister", "Remove the component's registration", false);
+  const auto arguments = std::make_shared<RegistrationArguments>();
+  for (CLI::App* command :
+       {&AddCommand(app, context, arguments, ChangeRegistration<true>,
+                    {"register", "Register the component's classes and type library",
+                     "orvctl register --user"}),
+        &AddCommand(
+            app, context, arguments, ChangeRegistration<false>,
+            {"unregister", "Remove the component's registration", "orvctl unregister --user"})})
+    command->add_flag("--user", arguments->for_user, "For the current user instead of the machine");
 }
 
 }  // namespace orv::cli

@@ -7,13 +7,18 @@
 namespace orv::cli {
 namespace {
 
+struct SaveArguments : EndpointArguments {
+  std::string file;
+};
+
 PresetMode TakeMode(Context& context, const Endpoint& endpoint, const Mode& mode) {
   PresetMode taken{mode.name(), {}};
   for (const ControlView& view :
        ViewControls(context.catalog(), endpoint, mode, kORVAPO_Cont_Public)) {
     if (!view.numeric) {
-      context.output.Notice("Left out: \"" + view.name + "\" in " + mode.name() + " holds \"" +
-                            view.text + "\", which is neither a number nor a choice.");
+      context.output.Notice(fmt::format(
+          "Left out: \"{}\" in {} holds \"{}\", which is neither a number nor a choice.", view.name,
+          mode.name(), view.text));
       continue;
     }
     const bool is_choice =
@@ -24,8 +29,8 @@ PresetMode TakeMode(Context& context, const Endpoint& endpoint, const Mode& mode
   return taken;
 }
 
-void Save(Context& context, const std::string& endpoint_text, const std::string& file) {
-  const Endpoint endpoint = context.SelectEndpoint(endpoint_text);
+void Save(Context& context, const SaveArguments& arguments) {
+  const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   Preset preset;
   preset.endpoint = endpoint.name();
   if (const auto current = endpoint.CurrentMode()) preset.current_mode = current->name();
@@ -36,24 +41,21 @@ void Save(Context& context, const std::string& endpoint_text, const std::string&
     controls += preset.modes.back().controls.size();
   }
   const std::string text = WritePreset(preset);
-  if (file == "-") return context.output.Raw(text);
-  ReplaceFile(file, text);
-  if (context.output.json()) return context.output.Raw(text);
-  context.output.Line("Saved " + Counted(controls, "control") + " of " +
-                      Counted(preset.modes.size(), "mode") + " to " + file + ".");
+  const bool to_file = arguments.file != "-";
+  if (to_file) ReplaceFile(arguments.file, text);
+  if (!to_file || context.output.json()) return context.output.Raw(text);
+  context.output.Line(fmt::format("Saved {} of {} to {}.", Counted(controls, "control"),
+                                  Counted(preset.modes.size(), "mode"), arguments.file));
 }
 
 }  // namespace
 
 void AddSaveCommand(CLI::App& app, Context& context) {
-  const auto endpoint = std::make_shared<std::string>();
-  const auto file = std::make_shared<std::string>();
-  CLI::App* save = AddCommand(
-      app, "save", "Public values of all modes, current mode and switch into a preset file",
-      "orvctl save 0 evening.json");
-  save->add_option("ENDPOINT", *endpoint, kEndpointHelp)->required();
-  save->add_option("FILE", *file, "The preset; - is standard output")->required();
-  save->callback([&context, endpoint, file] { Save(context, *endpoint, *file); });
+  auto [save, arguments] =
+      AddCommand(app, context, Save,
+                 {"save", "Public values of all modes, current mode and switch into a preset file",
+                  "orvctl save 0 evening.json"});
+  save.add_option("FILE", arguments.file, "The preset; - is standard output")->required();
 }
 
 }  // namespace orv::cli

@@ -1,7 +1,8 @@
 // watch
+#include <fmt/chrono.h>
+
 #include <array>
 #include <chrono>
-#include <cstdio>
 
 #include "cli/client/host.h"
 #include "cli/client/registry.h"
@@ -12,72 +13,57 @@
 namespace orv::cli {
 namespace {
 
+constexpr CommandText kWatchText = {
+    "watch", "Print every change as it happens, made by any program",
+    "orvctl watch 0\n  orvctl --json watch 0 --count 3 --for 60",
+    "Watches the current mode, the processing switch and the public values of all modes.\n"
+    "Changes that follow one another closely are reported together, and a value that has\n"
+    "returned by then is not reported. With --json one object a line. Ends with Ctrl+C."};
+
 using Clock = std::chrono::steady_clock;
 
-struct WatchArguments {
-  std::string endpoint;
-  std::uint32_t count = 0;               // end after so many changes; 0: never
-  std::optional<std::uint32_t> seconds;  // end after so much time
+struct WatchArguments : EndpointArguments {
+  std::uint32_t count = 0;        // end after so many changes; 0: never
+  std::optional<double> seconds;  // end after this time
 };
 
 // "2026-01-31T12:34:56.789Z"
 std::string UtcNow() {
   using namespace std::chrono;
   const auto now = floor<milliseconds>(system_clock::now());
-  const auto day = floor<days>(now);
-  const year_month_day date(day);
-  const hh_mm_ss<milliseconds> time(now - day);
-  char text[40];
-  std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ",
-                static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
-                static_cast<unsigned>(date.day()), static_cast<int>(time.hours().count()),
-                static_cast<int>(time.minutes().count()), static_cast<int>(time.seconds().count()),
-                static_cast<int>(time.subseconds().count()));
-  return text;
+  return fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:03}Z", fmt::gmtime(system_clock::to_time_t(now)),
+                     now.time_since_epoch().count() % 1000);
 }
 
-std::string ForPeople(const Catalog& catalog, const Change& change, const Json& value) {
+// The control's choice instead of its number.
+std::string ValueText(const Catalog& catalog, const Change& change, const Json& value) {
   if (value.is_number() && value.get<std::int32_t>() >= 0) {
     const ControlFacts facts = catalog.Describe(change.name);
     const auto position = value.get<std::size_t>();
-    if (position < facts.choices.size()) return facts.choices[position];
+    if (position < facts.choices.size()) return Printable(facts.choices[position]);
   }
-  return ToText(value);
+  return Printable(ToText(value));
 }
 
-class ChangePrinter {
- public:
-  explicit ChangePrinter(Context& context) : context_(context) {}
-
-  std::uint32_t printed() const noexcept { return sequence_; }
-
-  void Print(const Change& change) {
-    ++sequence_;
-    const std::string time = UtcNow();
-    Output& output = context_.output;
-    if (output.json()) {
-      output.JsonLine({{"seq", sequence_},
-                       {"time", time},
-                       {"what", change.what},
-                       {"mode", change.mode.empty() ? Json() : Json(change.mode)},
-                       {"name", change.name},
-                       {"from", change.from},
-                       {"to", change.to}});
-      return;
-    }
-    std::string line = output.Painted(time, ansi::kDim) + "  ";
-    if (!change.mode.empty()) line += Printable(change.mode) + "  ";
-    line +=
-        output.Painted(Printable(change.name), ansi::kBold) + ": " +
-        Printable(ForPeople(context_.catalog(), change, change.from)) + " -> " +
-        output.Painted(Printable(ForPeople(context_.catalog(), change, change.to)), ansi::kAccent);
-    output.Line(line);
+void Print(Context& context, std::uint32_t sequence, const Change& change) {
+  const std::string time = UtcNow();
+  Output& output = context.output;
+  if (output.json()) {
+    return output.JsonLine({{"seq", sequence},
+                            {"time", time},
+                            {"what", change.what},
+                            {"mode", change.mode.empty() ? Json() : Json(change.mode)},
+                            {"name", change.name},
+                            {"from", change.from},
+                            {"to", change.to}});
   }
-
- private:
-  Context& context_;
-  std::uint32_t sequence_ = 0;
-};
+  const std::string mode = change.mode.empty() ? "" : Printable(change.mode) + "  ";
+  const std::string to = ValueText(context.catalog(), change, change.to);
+  output.Line(fmt::format("{}  {}{}: {} -> {}", output.Painted(time, ansi::kDim), mode,
+                          output.Painted(Printable(change.name), ansi::kBold),
+                          ValueText(context.catalog(), change, change.from),
+                          output.Painted(to, ansi::kAccent)));
+}
 
 std::optional<std::chrono::milliseconds> TimeLeft(const std::optional<Clock::time_point>& end) {
   if (!end) return std::nullopt;
@@ -91,21 +77,20 @@ void Watch(Context& context, const WatchArguments& arguments) {
   Event changed(Event::Kind::AutoReset);
   const StopOnSignal signals(stop);
   KeyWatch watch(context.session().machine().registry(), endpoint.RegistryPath(), changed);
-  std::optional<Clock::time_point> end;
-  if (arguments.seconds) end = Clock::now() + std::chrono::seconds(*arguments.seconds);
+  const std::optional<Clock::time_point> end = EndAfter(arguments.seconds);
 
-  // Armed before each reading: what changes after the reading wakes the next one.
+  // Armed before each reading, so that a change after the reading starts the next one.
   watch.Arm();
   EndpointState state = ReadState(context.catalog(), endpoint);
   context.output.Notice("Watching " + Printable(endpoint.name()) + "; Ctrl+C ends it.");
-  ChangePrinter printer(context);
+  std::uint32_t printed = 0;
   std::array<Event*, 2> events = {&stop, &changed};
   while (WaitAny(events, TimeLeft(end)) == std::size_t{1}) {
     watch.Arm();
     EndpointState next = ReadState(context.catalog(), endpoint);
     for (const Change& change : Differences(state, next)) {
-      printer.Print(change);
-      if (arguments.count != 0 && printer.printed() == arguments.count) return;
+      Print(context, ++printed, change);
+      if (printed == arguments.count) return;
     }
     state = std::move(next);
   }
@@ -114,17 +99,10 @@ void Watch(Context& context, const WatchArguments& arguments) {
 }  // namespace
 
 void AddWatchCommand(CLI::App& app, Context& context) {
-  const auto arguments = std::make_shared<WatchArguments>();
-  CLI::App* watch = AddCommand(
-      app, "watch", "Print every change as it happens, whoever makes it",
-      "orvctl watch 0\n  orvctl --json watch 0 --count 3 --for 60",
-      "Watched are the current mode, the processing switch and the public values of all modes.\n"
-      "Changes that follow one another closely are told as one, and a value that is back where it\n"
-      "was by then is not told. With --json one object a line. Ends with Ctrl+C.");
-  watch->add_option("ENDPOINT", arguments->endpoint, kEndpointHelp)->required();
-  watch->add_option("--count", arguments->count, "End after so many changes");
-  watch->add_option("--for", arguments->seconds, "End after so many seconds");
-  watch->callback([&context, arguments] { Watch(context, *arguments); });
+  auto [watch, arguments] = AddCommand(app, context, Watch, kWatchText);
+  watch.add_option("--count", arguments.count, "End after so many changes");
+  watch.add_option("--for", arguments.seconds, "End after so many seconds")
+      ->check(NumberWithin(0, 4294967295, "a number of seconds from 0 to 4294967295"));
 }
 
 }  // namespace orv::cli

@@ -18,6 +18,8 @@ struct DspBlock {
   std::uint32_t parameter = 0;
   std::vector<std::byte> bytes;
   std::uint32_t selector = 0;  // apply flag; form factor of a Qualcomm record
+
+  bool operator==(const DspBlock&) const = default;
 };
 
 inline DspBlock BlockOf(const DriverRecord& record) {

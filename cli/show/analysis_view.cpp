@@ -1,5 +1,7 @@
 #include "cli/show/analysis_view.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -12,22 +14,21 @@ constexpr float kPeakFloor = -60;      // dB
 constexpr float kSpectrumFloor = -90;  // dB
 constexpr int kEighths = 8;
 constexpr int kLabelWidth = 3;
-constexpr int kValueWidth = 15;  // behind a peak bar: level and clip mark
+constexpr int kValueWidth = 15;  // after a peak bar: level and clip mark
 constexpr int kAxisWidth = 5;
 constexpr int kLeastBarWidth = 10;
 constexpr int kLeastSpectrumRows = 3;
 
 // Parts of a full block, by eighths.
-constexpr const char* kGrowingRight[] = {"", "▏", "▎", "▍", "▌", "▋", "▊", "▉"};
-constexpr const char* kGrowingUp[] = {" ", "▁", "▂", "▃", "▄", "▅", "▆", "▇"};
-constexpr char kFull[] = "█";
+constexpr const char* kGrowingRight[] = {"", "▏", "▎", "▍", "▌", "▋", "▊", "▉", "█"};
+constexpr const char* kGrowingUp[] = {" ", "▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
 constexpr char kHoldMark[] = "│";
 
 std::string Blank(int columns) {
   return std::string(static_cast<std::size_t>(std::max(columns, 0)), ' ');
 }
 
-// `text` where `column` says, as far as the line has room and nothing stands there yet.
+// Puts the text at the column if the line has room there and is still blank.
 void Place(std::string& line, int column, const std::string& text) {
   const int end = column + static_cast<int>(text.size());
   if (column < 0 || end > static_cast<int>(line.size())) return;
@@ -47,7 +48,7 @@ std::string PeakScale(int width) {
   std::string line = Blank(width + 4);
   for (int level = static_cast<int>(kPeakFloor); level <= 0; level += 10) {
     const int column = Filled(static_cast<float>(level), kPeakFloor, width - 1) / kEighths;
-    Place(line, column, level == 0 ? "0 dB" : std::to_string(level));
+    Place(line, column, level == 0 ? "0 dB" : fmt::to_string(level));
   }
   return Blank(kLabelWidth) + line;
 }
@@ -59,10 +60,8 @@ std::string PeakBar(const LevelMeter& meter, int width, const Output& output) {
   std::string bar;
   std::string rest;
   for (int cell = 0; cell < width; ++cell) {
-    const int part = filled - cell * kEighths;
-    if (part >= kEighths)
-      bar += kFull;
-    else if (cell == hold)
+    const int part = std::clamp(filled - cell * kEighths, 0, kEighths);
+    if (cell == hold && part < kEighths)
       rest += kHoldMark;
     else if (part > 0)
       bar += kGrowingRight[part];
@@ -79,12 +78,9 @@ void DrawPeaks(const AnalysisPicture& picture, int columns, const Output& output
   lines.push_back(output.Painted(PeakScale(width), ansi::kDim));
   for (std::size_t c = 0; c < picture.peaks.size(); ++c) {
     const LevelMeter& meter = picture.peaks[c];
-    const std::string value = LevelText(meter.hold());
-    std::string line = ChannelName(c);
-    line += Blank(kLabelWidth - static_cast<int>(line.size())) + PeakBar(meter, width, output);
-    line += Blank(10 - static_cast<int>(value.size())) + value;
-    if (meter.clipped()) line += output.Painted(" CLIP", ansi::kBad);
-    lines.push_back(line);
+    lines.push_back(fmt::format("{:<{}}{}{:>10}{}", ChannelName(c), kLabelWidth,
+                                PeakBar(meter, width, output), LevelText(meter.hold()),
+                                meter.clipped() ? output.Painted(" CLIP", ansi::kBad) : ""));
   }
 }
 
@@ -105,7 +101,7 @@ struct BandLayout {
 float BarLevel(const AnalysisPicture& picture, const BandLayout& layout, std::size_t band,
                std::size_t bar) {
   if (layout.bars > 1) return picture.spectrum[bar][band].level();
-  float level = LevelMeter::kNothing;
+  float level = LevelMeter::kSilence;
   for (const auto& channel : picture.spectrum) level = std::max(level, channel[band].level());
   return level;
 }
@@ -121,7 +117,7 @@ std::string SpectrumRow(const AnalysisPicture& picture, const BandLayout& layout
       const int filled = Filled(BarLevel(picture, layout, band, bar), kSpectrumFloor, rows);
       const int part = std::clamp(filled - (rows - 1 - row) * kEighths, 0, kEighths);
       std::string cells;
-      for (int i = 0; i < bar_width; ++i) cells += part == kEighths ? kFull : kGrowingUp[part];
+      for (int i = 0; i < bar_width; ++i) cells += kGrowingUp[part];
       line += part == 0 ? cells : output.Painted(cells, bar == 0 ? ansi::kAccent : ansi::kGood);
     }
     line += Blank(left_over);
@@ -129,8 +125,7 @@ std::string SpectrumRow(const AnalysisPicture& picture, const BandLayout& layout
   return line;
 }
 
-// "=50" under a band that has the bins of the one at 50 Hz, "=" if the column is narrow. Blank if
-// no band has the bins of another.
+// "=50" under a band that has the bins of the one at 50 Hz, "=" if the column is narrow.
 std::string SharedBinsRow(const AnalysisPicture& picture, const BandLayout& layout) {
   std::string row;
   for (std::size_t band = 0; band < layout.bands; ++band) {
@@ -139,7 +134,7 @@ std::string SharedBinsRow(const AnalysisPicture& picture, const BandLayout& layo
       mark = "=" + ShortFrequency(*shared);
       if (static_cast<int>(mark.size()) >= layout.width) mark.resize(1);
     }
-    row += mark + Blank(layout.width - static_cast<int>(mark.size()));
+    row += fmt::format("{:<{}}", mark, layout.width);
   }
   return row;
 }
@@ -157,8 +152,7 @@ void DrawSpectrum(const AnalysisPicture& picture, int columns, int rows, const O
     for (int mark = 0; mark < kMarks; ++mark)
       if (row == mark * rows / kMarks)
         axis = Decimals(kSpectrumFloor * static_cast<float>(mark) / kMarks, 0);
-    axis.insert(0, Blank(kAxisWidth - 1 - static_cast<int>(axis.size())));
-    lines.push_back(output.Painted(axis + " ", ansi::kDim) +
+    lines.push_back(output.Painted(fmt::format("{:>{}} ", axis, kAxisWidth - 1), ansi::kDim) +
                     SpectrumRow(picture, layout, row, rows, output));
   }
   std::string names = Blank(columns - kAxisWidth);
@@ -171,9 +165,55 @@ void DrawSpectrum(const AnalysisPicture& picture, int columns, int rows, const O
 
 }  // namespace
 
+std::vector<Band> ThirdOctaveBands() {
+  // Hz; less than the distance of two bins of any rate from 22 kHz up.
+  constexpr std::uint32_t kStep = 20;
+  constexpr std::uint32_t kNominalCentres[] = {
+      50,   63,   80,   100,  125,  160,  200,  250,  315,  400,   500,   630,   800,  1000,
+      1250, 1600, 2000, 2500, 3150, 4000, 5000, 6300, 8000, 10000, 12500, 16000, 20000};
+  constexpr int kFirstStep = -13;  // 50 Hz, in tenths of a decade from 1 kHz
+  std::vector<Band> bands;
+  int step = kFirstStep;
+  for (const std::uint32_t nominal : kNominalCentres) {
+    const double lower = 1000 * std::pow(10, (step - 0.5) / 10);
+    const double upper = 1000 * std::pow(10, (step + 0.5) / 10);
+    Band band{nominal, {nominal}, {}};
+    for (double point = std::ceil(lower); point < upper; point += kStep)
+      band.points.push_back(static_cast<std::uint32_t>(point));
+    bands.push_back(std::move(band));
+    ++step;
+  }
+  return bands;
+}
+
+bool IsInBand(std::uint32_t frequency, std::uint32_t sample_rate) noexcept {
+  return frequency > 0 && frequency < sample_rate - sample_rate / 2;
+}
+
+std::string ShortFrequency(std::uint32_t frequency) {
+  const std::string text = HertzText(frequency);
+  return text.substr(0, text.find(' ')) + (frequency >= 1000 ? "k" : "");
+}
+
+void LevelMeter::Update(float level, double seconds) {
+  constexpr double kFall = 24;  // dB a second
+  constexpr double kHoldSeconds = 1.5;
+  constexpr double kClipSeconds = 3;
+  constexpr float kLowest = -200;  // dB; a level that has fallen below it is silence
+  level_ -= static_cast<float>(kFall * seconds);
+  if (level_ < kLowest) level_ = kSilence;
+  level_ = std::max(level_, level);
+  hold_seconds_ -= seconds;
+  if (level_ >= hold_ || hold_seconds_ <= 0) {
+    hold_ = level_;
+    hold_seconds_ = kHoldSeconds;
+  }
+  clip_seconds_ -= seconds;
+  if (level >= 0) clip_seconds_ = kClipSeconds;
+}
+
 std::string ChannelName(std::size_t channel) {
-  constexpr const char* kNames[] = {"L", "R"};
-  return channel < 2 ? kNames[channel] : std::to_string(channel + 1);
+  return channel == 0 ? "L" : channel == 1 ? "R" : fmt::to_string(channel + 1);
 }
 
 std::string LevelText(float level) {
@@ -184,17 +224,14 @@ std::vector<std::string> DrawAnalysis(const AnalysisPicture& picture, const Term
                                       const Output& output) {
   constexpr char kHint[] = "Ctrl+C ends";
   std::vector<std::string> lines;
-  std::string title = Printable(picture.title);
+  const std::string title = Printable(picture.title);
   // Some terminals erase their last column with the rest of a line: it stays free.
   const int columns = size.columns - 1;
   const int hint_width = sizeof kHint - 1;
   const int room = columns - static_cast<int>(DisplayWidth(title)) - hint_width;
-  if (room >= 1) {
-    lines.push_back(output.Painted(title, ansi::kBold) + Blank(room) +
-                    output.Painted(kHint, ansi::kDim));
-  } else {
-    lines.push_back(columns >= hint_width ? output.Painted(kHint, ansi::kDim) : std::string());
-  }
+  std::string heading = columns >= hint_width ? output.Painted(kHint, ansi::kDim) : "";
+  if (room >= 1) heading = output.Painted(title, ansi::kBold) + Blank(room) + heading;
+  lines.push_back(heading);
   DrawPeaks(picture, columns, output, lines);
   lines.emplace_back();
   const int rows = size.rows - static_cast<int>(lines.size()) - 1;
@@ -205,14 +242,13 @@ std::vector<std::string> DrawAnalysis(const AnalysisPicture& picture, const Term
 }
 
 std::string FrameText(const std::vector<std::string>& lines, bool fresh) {
-  constexpr char kHoldBack[] = "\x1b[?2026h";  // until the frame is whole, where this is known
+  constexpr char kHoldBack[] = "\x1b[?2026h";  // until the frame is whole, on terminals that can
   constexpr char kShow[] = "\x1b[?2026l";
   constexpr char kToEndOfLine[] = "\x1b[K";
   constexpr char kToEndOfScreen[] = "\x1b[J";
-  std::string frame = std::string(kHoldBack) + (fresh ? "\x1b[2J" : "") + "\x1b[H";
-  for (std::size_t i = 0; i < lines.size(); ++i)
-    frame += (i == 0 ? "" : "\r\n") + lines[i] + kToEndOfLine;
-  return frame + kToEndOfScreen + kShow;
+  return fmt::format("{}{}\x1b[H{}{}{}{}", kHoldBack, fresh ? "\x1b[2J" : "",
+                     fmt::join(lines, std::string(kToEndOfLine) + "\r\n"), kToEndOfLine,
+                     kToEndOfScreen, kShow);
 }
 
 }  // namespace orv::cli

@@ -11,7 +11,7 @@ std::string Dump(const Json& value, int indent) {
 
 std::string Counted(std::size_t count, const std::string& one, const std::string& several) {
   if (count == 1) return "1 " + one;
-  return std::to_string(count) + " " + (several.empty() ? one + "s" : several);
+  return fmt::format("{} {}", count, several.empty() ? one + "s" : several);
 }
 
 void Output::Value(const Json& value) { results_ << Dump(value, 2) << "\n"; }
@@ -19,6 +19,12 @@ void Output::Value(const Json& value) { results_ << Dump(value, 2) << "\n"; }
 void Output::JsonLine(const Json& value) { results_ << Dump(value, -1) << std::endl; }
 
 void Output::Line(const std::string& text) { results_ << text << std::endl; }
+
+void Output::Result(const Json& value, const std::string& line) {
+  json_ ? Value(value) : Line(line);
+}
+
+void Output::Result(const Json& value, const Table& table) { json_ ? Value(value) : Show(table); }
 
 void Output::Show(const Table& table, std::size_t indent) {
   results_ << table.Text(colour_, indent);
@@ -29,9 +35,9 @@ void Output::Raw(const std::string& bytes) {
 }
 
 void Output::Notice(const std::string& text) {
-  // What was already said stays above the remark when both streams go to one place.
+  // Earlier results stay above the notice if both streams go to one place.
   results_.flush();
-  remarks_ << text << std::endl;
+  notices_ << text << std::endl;
 }
 
 std::string Output::Painted(const std::string& text, const char* colour) const {

@@ -1,5 +1,7 @@
-// Where results go: standard output, as one JSON value or as text for people.
+// Where results go: standard output, as one JSON value or as text.
 #pragma once
+
+#include <fmt/format.h>
 
 #include <nlohmann/json.hpp>
 #include <ostream>
@@ -25,7 +27,7 @@ std::string Counted(std::size_t count, const std::string& one, const std::string
 
 class Output {
  public:
-  Output(std::ostream& results, std::ostream& remarks) : results_(results), remarks_(remarks) {}
+  Output(std::ostream& results, std::ostream& notices) : results_(results), notices_(notices) {}
 
   void UseJson(bool json) noexcept { json_ = json; }
   void UseColour(bool colour) noexcept { colour_ = colour; }
@@ -33,19 +35,22 @@ class Output {
 
   // The command's one JSON value.
   void Value(const Json& value);
-  // One JSON value on a line of its own, out at once.
+  // One JSON value on a line of its own, flushed at once.
   void JsonLine(const Json& value);
   void Line(const std::string& text);
+  // The command's whole result: the value with --json, else the line or the table.
+  void Result(const Json& value, const std::string& line);
+  void Result(const Json& value, const Table& table);
   void Show(const Table& table, std::size_t indent = 0);
   void Raw(const std::string& bytes);
-  // For standard error: what people should know, and scripts may pass over. Out at once.
+  // A line on standard error, for the user; scripts may ignore it. Flushed at once.
   void Notice(const std::string& text);
 
   std::string Painted(const std::string& text, const char* colour) const;
 
  private:
   std::ostream& results_;
-  std::ostream& remarks_;
+  std::ostream& notices_;
   bool json_ = false;
   bool colour_ = false;
 };

@@ -1,16 +1,16 @@
 #include "cli/show/scale.h"
 
-#include <cstdio>
-#include <cstdlib>
+#include <fmt/format.h>
+
+#include <cmath>
 
 namespace orv::cli {
 namespace {
 
-// Steps are shown with as many decimals as the factor has zeros; any other factor shows the steps.
-int DecimalSteps(float factor) {
-  for (const int steps : {10, 100, 1000})
-    if (factor == static_cast<float>(steps)) return steps;
-  return 1;
+// Decimals that show one step; a factor that is not a small power of ten shows the steps.
+int StepDecimals(ORV_QVT_SCALE scale, float factor) {
+  if (scale == ORV_QVT_SCALE_BY100 || factor == 100) return 2;
+  return factor == 10 ? 1 : factor == 1000 ? 3 : 0;
 }
 
 }  // namespace
@@ -21,17 +21,10 @@ const char* ScaleWord(ORV_QVT_SCALE scale) {
 }
 
 std::string NumberText(std::int32_t value, ORV_QVT_SCALE scale, float factor) {
-  const bool decibels = scale == ORV_QVT_SCALE_DB;
-  if (!decibels && scale != ORV_QVT_SCALE_BY100) return std::to_string(value);
-  const int steps = scale == ORV_QVT_SCALE_BY100 ? 100 : DecimalSteps(factor);
-  std::string text = value < 0 ? "-" : "";
-  const long long magnitude = std::llabs(value);
-  text += std::to_string(magnitude / steps);
-  if (steps > 1) {
-    const std::string fraction = std::to_string(steps + magnitude % steps);
-    text += "." + fraction.substr(1);
-  }
-  return decibels ? text + " dB" : text;
+  const bool is_decibels = scale == ORV_QVT_SCALE_DB;
+  if (!is_decibels && scale != ORV_QVT_SCALE_BY100) return std::to_string(value);
+  const int decimals = StepDecimals(scale, factor);
+  return Decimals(value / std::pow(10, decimals), decimals) + (is_decibels ? " dB" : "");
 }
 
 std::string ValueText(std::int32_t value, ORV_QVT_SCALE scale, float factor,
@@ -42,19 +35,15 @@ std::string ValueText(std::int32_t value, ORV_QVT_SCALE scale, float factor,
 }
 
 std::string Decimals(double number, int decimals) {
-  char text[64];
-  std::snprintf(text, sizeof text, "%.*f", decimals, number);
-  std::string result = text;
-  if (result.find_first_not_of("-0.") == std::string::npos && result[0] == '-') result.erase(0, 1);
-  return result;
+  std::string text = fmt::format("{:.{}f}", number, decimals);
+  if (text[0] == '-' && text.find_first_not_of("-0.") == std::string::npos) text.erase(0, 1);
+  return text;
 }
 
 std::string HertzText(double frequency) {
-  const bool kilo = frequency >= 1000;
-  std::string digits = Decimals(kilo ? frequency / 1000 : frequency, 2);
-  while (digits.back() == '0') digits.pop_back();
-  if (digits.back() == '.') digits.pop_back();
-  return digits + (kilo ? " kHz" : " Hz");
+  const bool is_kilo = frequency >= 1000;
+  const double hundredths = std::round((is_kilo ? frequency / 1000 : frequency) * 100);
+  return fmt::format("{} {}", hundredths / 100, is_kilo ? "kHz" : "Hz");
 }
 
 }  // namespace orv::cli

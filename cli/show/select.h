@@ -1,4 +1,5 @@
-// How people name things: by number, by exact name, by any part of a name that fits one thing only.
+// Selecting things as users name them: by number, by exact name, by any part that fits one thing
+// only. Numbers and lists in arguments.
 #pragma once
 
 #include <cstddef>
@@ -9,40 +10,33 @@
 
 namespace orv::cli {
 
-struct Selection {
-  std::optional<std::size_t> index;
-  std::vector<std::size_t> candidates;  // several fitted equally well
-};
+// Positions of the names that fit equally well; the name is selected if there is only one. The
+// exact name comes first, then the name in other letter case, then names with this part in them
+// (letter case ignored). Empty text fits no name.
+std::vector<std::size_t> SelectByPart(const std::vector<std::string>& names, std::string_view text);
 
-// The exact name wins, then the name in other letter case, then the only name with this part in it
-// (letter case ignored). Empty text selects nothing.
-Selection SelectByPart(const std::vector<std::string>& names, std::string_view text);
-
-// The known name with the fewest typing mistakes, letter case ignored; nothing when even that one
-// is far away.
-std::optional<std::string> NearestName(const std::vector<std::string>& names,
-                                       std::string_view text);
-
-// " Did you mean "..."?" for the nearest name, or nothing.
+// " Did you mean "..."?" with the known name that has the fewest typing mistakes, letter case
+// ignored, or one with this part in it; empty if every name is far away.
 std::string Suggestion(const std::vector<std::string>& names, std::string_view text);
 
-// Position of the named thing; a usage failure that tells what would fit otherwise. `kind` is its
-// singular ("mode").
+// Position of the named thing. Throws a usage failure with the names that would fit otherwise.
+// `kind` is its singular ("mode").
 std::size_t SelectOrFail(const std::vector<std::string>& names, std::string_view text,
                          const std::string& kind);
 
 // "\nKnown:" and a line for each name.
 std::string KnownNames(const std::vector<std::string>& names);
-// Position of the thing that the text names or numbers; a usage failure that lists both otherwise.
+// Position of the thing that the text names or numbers. Throws a usage failure that lists both
+// otherwise.
 int ParseChoice(const std::vector<std::string>& names, const std::string& text,
                 const std::string& kind);
 
-// A whole decimal number in the 32-bit range, and nothing else.
+// A whole decimal number in the 32-bit range, without anything else in the text.
 std::optional<int> ParseNumber(std::string_view text);
-// A finite decimal number, and nothing else.
+// A finite decimal number, without anything else in the text.
 std::optional<float> ParseReal(std::string_view text);
 
-// The elements of a text with commas. An empty element is a usage failure that gives its place;
+// The elements of a text with commas. Throws a usage failure with the position of an empty element;
 // `kind` is the name of the list ("the band").
 std::vector<std::string> SplitList(const std::string& text, const std::string& kind);
 

@@ -1,8 +1,8 @@
 #include "cli/show/table.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdint>
+#include <boost/locale/utf.hpp>
+#include <span>
 
 #include "cli/show/output.h"
 #include "platform/text.h"
@@ -15,19 +15,16 @@ struct CodePoints {
   char32_t last;
 };
 
-constexpr std::array kZeroWidth = {CodePoints{0x0300, 0x036F}, CodePoints{0x0483, 0x0489},
-                                   CodePoints{0x0591, 0x05BD}, CodePoints{0x064B, 0x065F},
-                                   CodePoints{0x200B, 0x200F}, CodePoints{0x20D0, 0x20FF},
-                                   CodePoints{0xFE00, 0xFE0F}, CodePoints{0xFE20, 0xFE2F}};
-constexpr std::array kDoubleWidth = {
-    CodePoints{0x1100, 0x115F},   CodePoints{0x2E80, 0x303E},  CodePoints{0x3041, 0xA4CF},
-    CodePoints{0xAC00, 0xD7A3},   CodePoints{0xF900, 0xFAFF},  CodePoints{0xFE30, 0xFE6F},
-    CodePoints{0xFF00, 0xFF60},   CodePoints{0xFFE0, 0xFFE6},  CodePoints{0x1F300, 0x1F64F},
-    CodePoints{0x1F900, 0x1F9FF}, CodePoints{0x20000, 0x3FFFD}};
+constexpr CodePoints kZeroWidth[] = {{0x0300, 0x036F}, {0x0483, 0x0489}, {0x0591, 0x05BD},
+                                     {0x064B, 0x065F}, {0x200B, 0x200F}, {0x20D0, 0x20FF},
+                                     {0xFE00, 0xFE0F}, {0xFE20, 0xFE2F}};
+constexpr CodePoints kDoubleWidth[] = {{0x1100, 0x115F},   {0x2E80, 0x303E},  {0x3041, 0xA4CF},
+                                       {0xAC00, 0xD7A3},   {0xF900, 0xFAFF},  {0xFE30, 0xFE6F},
+                                       {0xFF00, 0xFF60},   {0xFFE0, 0xFFE6},  {0x1F300, 0x1F64F},
+                                       {0x1F900, 0x1F9FF}, {0x20000, 0x3FFFD}};
 
-template <std::size_t N>
-bool Contains(const std::array<CodePoints, N>& ranges, char32_t point) {
-  return std::any_of(ranges.begin(), ranges.end(), [point](const CodePoints& range) {
+bool Contains(std::span<const CodePoints> ranges, char32_t point) {
+  return std::ranges::any_of(ranges, [point](const CodePoints& range) {
     return point >= range.first && point <= range.last;
   });
 }
@@ -36,9 +33,6 @@ std::size_t Width(char32_t point) {
   if (Contains(kZeroWidth, point)) return 0;
   return Contains(kDoubleWidth, point) ? 2 : 1;
 }
-
-bool IsHighSurrogate(wchar_t unit) { return (unit & 0xFC00) == 0xD800; }
-bool IsLowSurrogate(wchar_t unit) { return (unit & 0xFC00) == 0xDC00; }
 
 void AppendPadded(std::string& line, const Cell& cell, Align align, std::size_t width,
                   bool colour) {
@@ -53,14 +47,9 @@ void AppendPadded(std::string& line, const Cell& cell, Align align, std::size_t 
 }  // namespace
 
 std::size_t DisplayWidth(std::string_view utf8) {
-  const std::wstring units = WideFromUtf8(utf8);
   std::size_t width = 0;
-  for (std::size_t i = 0; i < units.size(); ++i) {
-    auto point = static_cast<char32_t>(units[i]);
-    if (IsHighSurrogate(units[i]) && i + 1 < units.size() && IsLowSurrogate(units[i + 1]))
-      point = 0x10000 + ((point & 0x3FF) << 10) + (static_cast<char32_t>(units[++i]) & 0x3FF);
-    width += Width(point);
-  }
+  for (auto at = utf8.begin(); at != utf8.end();)
+    width += Width(boost::locale::utf::utf_traits<char>::decode(at, utf8.end()));
   return width;
 }
 
@@ -92,9 +81,8 @@ std::string Table::Text(bool colour, std::size_t indent) const {
     line.erase(line.find_last_not_of(' ') + 1);
     text += line + "\n";
   };
-  const bool titled = std::any_of(columns_.begin(), columns_.end(),
-                                  [](const Column& column) { return !column.title.empty(); });
-  if (titled) append(titles);
+  if (std::ranges::any_of(titles, [](const Cell& title) { return !title.text.empty(); }))
+    append(titles);
   for (const auto& row : rows_) append(row);
   return text;
 }

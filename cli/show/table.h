@@ -1,4 +1,4 @@
-// Aligned tables for people.
+// Aligned tables.
 #pragma once
 
 #include <cstddef>

@@ -28,7 +28,7 @@ std::vector<std::string> Places(const CheckReport& report, const std::string& co
 
 using Words = std::vector<std::string>;
 
-TEST(Check, OnePassSeesBothTypesAndAllLocationsAndTellsEachFindingOnce) {
+TEST(Check, CoversBothTypesAndAllLocationsAndReportsEachFindingOnce) {
   const std::string dsp = "<operating_mode selector=\"dsp\">\n" + kKey + "</operating_mode>\n";
   const CheckReport report = CheckModes("<operating_mode>\n" + kKey + R"(
     <control name="A" public="true">1</control>
@@ -48,7 +48,7 @@ TEST(Check, OnePassSeesBothTypesAndAllLocationsAndTellsEachFindingOnce) {
   EXPECT_EQ(report.modes[1].config, 1);
   EXPECT_EQ(Places(report, "control-without-name"), (Words{"8 warning"}));
   EXPECT_EQ(Places(report, "unknown-position"), (Words{"11 warning"}));
-  // The same mode for the other type is no duplicate; twice for one type is.
+  // A mode twice for one type is a duplicate, the same mode for the other type is not.
   EXPECT_EQ(Places(report, "duplicate-mode"), (Words{"17 warning"}));
   EXPECT_TRUE(std::ranges::is_sorted(report.findings, {}, &ConfigurationFinding::line));
 }
@@ -78,7 +78,7 @@ TEST(Check, ModesForAnotherTypeOrLocationAloneKeepAFileClean) {
   EXPECT_EQ(report.modes[0].chains, (std::array<std::size_t, 4>{0, 0, 0, 1}));
 }
 
-TEST(Check, KeysAndNamesThatCannotBeUsedAreRemarkedOn) {
+TEST(Check, KeysAndNamesThatCannotBeUsedAreFindings) {
   EXPECT_EQ(Places(CheckModes("<operating_mode selector=\"dsp\"/>"), "mode-without-key"),
             (Words{"3 error"}));
   const auto control = [](const std::string& name) {

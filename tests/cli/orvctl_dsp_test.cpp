@@ -82,7 +82,7 @@ std::string RuleJson(const std::string& rule) {
   return json.dump();
 }
 
-TEST(OrvctlDsp, WhatTheDriverDidNotTakeIsNotVerified) {
+TEST(OrvctlDsp, BlocksThatTheDriverRefusedAreNotVerified) {
   for (const Refused& one : kRefused) {
     SCOPED_TRACE(testing::Message() << one.sample << " " << one.rule << " " << one.words);
     const std::string sample = one.sample;

@@ -6,7 +6,6 @@
 namespace orv::cli {
 namespace {
 
-constexpr char kMusic[] = "ApoOpMode:Music/Internal";
 constexpr char kMovie[] = "ApoOpMode:Movie/Internal";
 constexpr char kLevel[] = "VQ3D-DPHD Level";
 
@@ -53,32 +52,6 @@ TEST(Orvctl, ProcessesAtTheSameTimeKeepOneAnothersChanges) {
   }
 }
 
-TEST(Orvctl, PrivateControlsShowTheFilesValueAndCannotBeChanged) {
-  const ProgramOnComponent program;
-  const Json controls = program.Answer({"controls", "0", "--list", "private"});
-  const auto focus = std::find_if(controls.begin(), controls.end(), [](const Json& control) {
-    return control["name"] == "VQ3D-WIDHD Focus Level";
-  });
-  ASSERT_NE(focus, controls.end());
-  EXPECT_EQ((*focus)["value"], 30);
-  const Result refused = program.Run({"set", "0", "VQ3D-WIDHD Focus Level", "5"});
-  EXPECT_EQ(refused.status, 1);
-  EXPECT_TRUE(refused.Says("0x80004005")) << refused.errors;
-}
-
-TEST(Orvctl, TheCurrentModeAndProcessingAreSwitchedForTheEndpoint) {
-  const ProgramOnComponent program;
-  EXPECT_EQ(program.Answer({"mode", "0", "voice"})["name"], "ApoOpMode:Voice/Internal");
-  const Json modes = program.Answer({"modes", "0"});
-  EXPECT_EQ(modes[2], Json({{"name", "ApoOpMode:Voice/Internal"}, {"current", true}}));
-  EXPECT_EQ(std::count_if(modes.begin(), modes.end(),
-                          [](const Json& mode) { return mode["current"].get<bool>(); }),
-            1);
-  EXPECT_EQ(program.Answer({"enable", "0", "off"})["enabled"], false);
-  EXPECT_EQ(program.Answer({"mode", "0", "--default"})["name"], kMusic);
-  EXPECT_EQ(program.Answer({"enable", "0"})["enabled"], false);
-}
-
 TEST(Orvctl, RestoreBringsAModesDefaultsBack) {
   const ProgramOnComponent program;
   program.Answer({"set", "0", kLevel, "3"});
@@ -86,15 +59,6 @@ TEST(Orvctl, RestoreBringsAModesDefaultsBack) {
   const Json defaults = program.Answer({"controls", "0", "--list", "default"});
   for (const Json& control : restored)
     EXPECT_NE(std::find(defaults.begin(), defaults.end(), control), defaults.end()) << control;
-}
-
-TEST(Orvctl, ConfigurationTypeIsReloadedAndPropertiesAreFoundInAnyLetterCase) {
-  const ProgramOnComponent program;
-  EXPECT_EQ(program.Answer({"config", "0"})["config"], 0);
-  EXPECT_EQ(program.Answer({"config", "0", "1"})["config"], 1);
-  EXPECT_EQ(program.Answer({"properties", "0", "product name"}),
-            Json({{{"key", "Product Name"}, {"value", "ORV Sound for Laptops"}}}));
-  EXPECT_EQ(program.Run({"properties", "0", "Product Nam"}).status, 2);
 }
 
 TEST(Orvctl, RegistrationLeavesNothingBehind) {
@@ -111,7 +75,35 @@ TEST(Orvctl, RegistrationLeavesNothingBehind) {
   }
 }
 
-TEST(OrvctlImage, WhatTheProcessingObjectReadsIsDecodedAndEncodedBackByteForByte) {
+TEST(Orvctl, DiagnosticLinesGoToStandardErrorOnlyWhenAskedFor) {
+  const ProgramOnComponent program;
+  EXPECT_TRUE(program.Run({"modes", "0"}).errors.empty());
+  const Result verbose = program.Run({"-v", "--json", "modes", "0"});
+  EXPECT_TRUE(verbose.Reports(" | ORVAPOConfigurationFile::Load | "));
+  EXPECT_TRUE(verbose.json().is_array());
+}
+
+TEST(Orvctl, LoadRestoresEverythingThatWasSaved) {
+  const ProgramOnComponent program;
+  const std::string file = program.File("präset 中.json");
+  const auto state = [&] { return program.Answer({"save", "0", "-"}); };
+  EXPECT_EQ(program.Run({"save", "0", file}).status, 0);
+  const Json before = state();
+  program.Answer({"set", "0", kLevel, "1"});
+  program.Answer({"set", "0", "VQ3D-Main Tech", "VQ3D-DPHD", "--mode", "Game/Headphones"});
+  program.Answer({"mode", "0", "Voice"});
+  program.Answer({"enable", "0", "off"});
+
+  const Json planned = program.Answer({"load", "0", file, "--dry-run"});
+  ASSERT_EQ(planned.size(), 4U);
+  EXPECT_EQ(Keys(planned[0]), (std::vector<std::string>{"mode", "name", "from", "to"}));
+  EXPECT_NE(state(), before);
+  EXPECT_EQ(program.Answer({"load", "0", file}), planned);
+  EXPECT_EQ(state(), before);
+  EXPECT_TRUE(program.Answer({"load", "0", file}).empty());
+}
+
+TEST(OrvctlImage, StoredImageIsDecodedAndEncodedBackByteForByte) {
   const ProgramOnComponent program;
   program.Answer({"set", "0", kLevel, "12"});
   const Json entries = program.Answer({"image", "decode", "--endpoint", "0"});

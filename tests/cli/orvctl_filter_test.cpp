@@ -6,28 +6,6 @@
 namespace orv::cli {
 namespace {
 
-TEST(OrvctlFilter, PrintsTheWordsOfADesign) {
-  const ProgramOnMachine program;
-  EXPECT_EQ(program.Answer({"filter", "bands", "9,1000,1,0", "gain,1000,1,0,1"}),
-            (Json{{"status", 0},
-                  {"words", {2, 1073741824, 0, 0, 0, 0, 2, -1073741824, 0, 0, 0, 0, 2, 1073741824}},
-                  {"silent", false}}));
-  EXPECT_EQ(program.Answer({"filter", "butterworth", "--order", "4", "--frequency", "60", "--kind",
-                            "highpass", "--bits", "16"})["words"][13],
-            26101);
-  EXPECT_EQ(
-      program.Answer({"filter", "bass", "--audio", "185", "--analysis", "165"})["words"].size(),
-      24U);
-}
-
-TEST(OrvctlFilter, ResponseTellsTheLargestErrorAndThePoleRadius) {
-  const ProgramOnMachine program;
-  const Json json = program.Answer(
-      {"filter", "butterworth", "--order", "6", "--frequency", "60", "--bits", "16", "--response"});
-  EXPECT_LT(json["worst"]["db"], -5);
-  EXPECT_NEAR(json["pole_radius"].get<double>(), 0.99798, 1e-4);
-}
-
 TEST(OrvctlFilter, DrawsBothCurvesWithTheirAxes) {
   const ProgramOnMachine program;
   const std::string file = program.File("response.svg");

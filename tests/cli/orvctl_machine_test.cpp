@@ -1,4 +1,3 @@
-// What takes more than one endpoint, a machine prepared for it, or the story's own one.
 #include "cli/client/catalog.h"
 #include "cli/client/host.h"
 #include "cli/commands/commands.h"
@@ -11,60 +10,13 @@
 namespace orv::cli {
 namespace {
 
-constexpr char kMovie[] = "ApoOpMode:Movie/Internal";
-constexpr char kMusic[] = "ApoOpMode:Music/Internal";
-constexpr char kLevel[] = "VQ3D-DPHD Level";
-
 TEST(ChangeAndVerify, TriesThreeTimes) {
   int tries = 0;
   EXPECT_TRUE(ChangeAndVerify([&] { return ++tries == 3; }));
   EXPECT_FALSE(ChangeAndVerify([&] { return ++tries == 7; }));
 }
 
-TEST(OrvctlMachine, WhatWasNotStoredIsADifferenceWithBothValues) {
-  const ProgramOnMachine program;
-  program.Answer({"set", "0", kLevel, "3"});
-  Json machine = Json::parse(FileText(program.machine() / "machine.json"), nullptr, true, true);
-  machine["faults"] = {{{"operation", "registry.set_value"}, {"nth", "always"}, {"status", 5}}};
-  WriteText(program.machine() / "machine.json", machine.dump());
-  const Result result = program.Run({"--json", "mode", "0", "--default"});
-  EXPECT_EQ(result.status, 3) << result.errors;
-  EXPECT_EQ(result.json()["name"], kMovie);
-  EXPECT_TRUE(result.Says(kMusic)) << result.errors;
-  const Result restored = program.Run({"restore", "0"});
-  EXPECT_EQ(restored.status, 3);
-  EXPECT_TRUE(restored.Says("\"VQ3D-DPHD Level\" was set to its default, 75, but 3 was read back"))
-      << restored.errors;
-}
-
-TEST(OrvctlMachine, OnlyTheEndpointAskedForHasToLoadWithTheConfigurationType) {
-  const ProgramOnMachine program;
-  const auto file =
-      program.machine() / "drive_c" / "ProgramData" / "ORV Labs" / "APO" / "hdmi_config.xml";
-  std::string text = FileText(file);
-  text.insert(text.rfind("</"), "<operating_mode selector=\"dsp\"/>\n");
-  WriteText(file, text);
-  EXPECT_EQ(program.Answer({"modes", "0", "--config", "1"}).size(), 2U);
-  EXPECT_EQ(program.Run({"modes", "2", "--config", "1"}).status, 1);
-}
-
-TEST(OrvctlMachine, TechnologyLibraryIsFoundWhereTheEndpointKeepsItsValues) {
-  const ProgramOnMachine program;
-  const auto registry = program.machine() / "registry.reg";
-  const std::string path = program.Answer({"endpoints"})[0]["registry_path"];
-  const std::string guid = path.substr(path.rfind('\\') + 1);
-  WriteText(registry, FileText(registry) +
-                          R"(
-[HKEY_LOCAL_MACHINE\SOFTWARE\Microsoft\Windows\CurrentVersion\MMDevices\Audio\Render\)" +
-                          guid + R"(\Properties]
-"{1028ECF3-0EB3-440C-9B9B-C2A7B8303FCA},0"="Software\\Elsewhere"
-[HKEY_LOCAL_MACHINE\Software\Elsewhere]
-"OrvApoTechDllPath"="C:\\Nowhere\\kxtech64.dll"
-)");
-  EXPECT_EQ(program.Answer({"get", "1", kLevel})["scale"], "unknown");
-}
-
-// What a client that never set a locale reads and writes; this process is one.
+// Compares with what a client that never set a locale reads and writes; this process is one.
 void TestNamesBeyondAscii(bool latin1) {
   const auto in_file = [&](const std::string& utf8) {
     return latin1 ? Narrow(WideFromUtf8(utf8)) : utf8;
@@ -114,22 +66,12 @@ void TestNamesBeyondAscii(bool latin1) {
   WriteText(program.File("世.xml"), text);
   const Result refused = program.Run({"dsp", "intel", "0", "file", program.File("世.xml")});
   EXPECT_EQ(refused.status, 1);
-  EXPECT_TRUE(refused.Says("U+00FF")) << refused.errors;
+  EXPECT_TRUE(refused.Reports("U+00FF")) << refused.errors;
 }
 
 TEST(OrvctlMachine, NamesBeyondAsciiAreStoredAsAnyOtherClientStoresThem) {
   TestNamesBeyondAscii(false);
   TestNamesBeyondAscii(true);
-}
-
-TEST(OrvctlStory, TheStoryIsToldOnACopy) {
-  const ProgramOnMachine program;
-  const std::string registry = FileText(program.machine() / "registry.reg");
-  const Result story = program.Run({"story"});
-  EXPECT_EQ(story.status, 0) << story.errors;
-  EXPECT_NE(story.output.find("each taken and read back as planned"), std::string::npos);
-  EXPECT_EQ(story.output.find('\x1b'), std::string::npos);
-  EXPECT_EQ(FileText(program.machine() / "registry.reg"), registry);
 }
 
 }  // namespace

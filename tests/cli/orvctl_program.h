@@ -1,5 +1,5 @@
-// The orvctl program as people and scripts meet it: a command line in, an exit status and two texts
-// out, on a machine of the test's own.
+// Runs the orvctl program on a machine of the test's own: a command line in, an exit status and two
+// texts out.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -53,7 +53,7 @@ struct Result {
     EXPECT_FALSE(parsed.is_discarded()) << output << errors;
     return parsed;
   }
-  bool Says(const std::string& text) const { return errors.find(text) != std::string::npos; }
+  bool Reports(const std::string& text) const { return errors.find(text) != std::string::npos; }
 };
 
 class Program {

@@ -1,4 +1,4 @@
-// What running orvctl needs of the system that the tests run on.
+// How orvctl runs on the system of the tests.
 #pragma once
 
 #include <filesystem>
@@ -9,7 +9,7 @@ namespace orv::cli {
 
 using Arguments = std::vector<std::string>;
 
-// Files that stand for the program's standard streams; no input is an empty one.
+// Files for the program's standard streams; an empty path of the input means no input.
 struct StreamFiles {
   std::filesystem::path input;
   std::filesystem::path output;
@@ -24,7 +24,7 @@ int RunOrvctl(const Arguments& arguments, const StreamFiles& streams);
 // "skylake-laptop" and the technology library for its first endpoint, and leaves nothing behind.
 class ComponentMachine {
  public:
-  // A simulated machine lies in `folder`.
+  // A simulated machine is in `folder`.
   explicit ComponentMachine(const std::filesystem::path& folder);
   ~ComponentMachine();
   ComponentMachine(const ComponentMachine&) = delete;

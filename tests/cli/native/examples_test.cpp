@@ -1,5 +1,4 @@
-// Every example of every help page, run as it stands there. The pages are found by the program's
-// own list of commands.
+// Runs every example of every help page as it is. The completion script lists the pages.
 #include <algorithm>
 #include <cstdlib>
 #include <sstream>
@@ -20,7 +19,7 @@ std::vector<Arguments> KnownCommands(const Program& program) {
     Arguments words;
     std::istringstream parts(path.substr(1));
     for (std::string word; std::getline(parts, word, '/');) words.push_back(word);
-    // The DSP commands stand after the endpoint.
+    // The DSP commands come after the endpoint.
     if (words.size() == 3) words.insert(words.end() - 1, "0");
     commands.push_back(words);
   }

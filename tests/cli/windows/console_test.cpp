@@ -17,7 +17,7 @@
 namespace orv::cli {
 namespace {
 
-// A screen of the test's own and the keyboard; both stand for this process's standard streams while
+// A screen of the test's own and the keyboard; both replace this process's standard streams while
 // this lives.
 class Console {
  public:

@@ -10,7 +10,7 @@
 
 namespace {
 
-// The console stops when nobody takes what it shows.
+// The console stops unless its output is read.
 void Drain(HANDLE shown) {
   char bytes[4096];
   DWORD read = 0;

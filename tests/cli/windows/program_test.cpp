@@ -42,7 +42,7 @@ TEST(Utf8Buffer, BrokenBytesArriveReplacedAndAFailureStops) {
   EXPECT_FALSE(stream.good());
 }
 
-TEST(DiagnosticLine, OtherModulesLinesAreToldApart) {
+TEST(DiagnosticLine, LinesOfOtherModulesAreNotDiagnosticLines) {
   EXPECT_TRUE(
       IsDiagnosticLine(L"configuration_file.cpp(57) | ORVAPOConfigurationFile::Load | x\n"));
   for (const wchar_t* other : {L"", L"loading (3) | x", L"driver: 5", L"(5) | x", L"a.cpp() | x",

@@ -1,0 +1,106 @@
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "cli/show/output.h"
+#include "cli/show/scale.h"
+#include "cli/show/select.h"
+
+namespace orv::cli {
+namespace {
+
+using Indices = std::vector<std::size_t>;
+
+constexpr auto kSmallest = std::numeric_limits<std::int32_t>::min();
+
+TEST(Scale, NumbersShowTheirStepsAsDecimals) {
+  const struct {
+    std::int32_t value;
+    ORV_QVT_SCALE scale;
+    float factor;
+    const char* text;
+  } cases[] = {{1250, ORV_QVT_SCALE_BY100, 100, "12.50"}, {-5, ORV_QVT_SCALE_BY100, 100, "-0.05"},
+               {0, ORV_QVT_SCALE_BY100, 100, "0.00"},     {-60, ORV_QVT_SCALE_DB, 10, "-6.0 dB"},
+               {-6, ORV_QVT_SCALE_DB, 1, "-6 dB"},        {3, ORV_QVT_SCALE_DB, 0.3F, "3 dB"},
+               {5, ORV_QVT_SCALE_NONE, 10, "5"}};
+  for (const auto& one : cases) EXPECT_EQ(NumberText(one.value, one.scale, one.factor), one.text);
+  EXPECT_EQ(NumberText(kSmallest, ORV_QVT_SCALE_BY100, 100), "-21474836.48");
+}
+
+TEST(Scale, ChoicesShowTheirTextAndOtherNumbersThemselves) {
+  const std::vector<std::string> choices = {"Off", "Low", "High"};
+  EXPECT_EQ(ValueText(2, ORV_QVT_SCALE_ENUM, 1, choices), "High");
+  EXPECT_EQ(ValueText(3, ORV_QVT_SCALE_ENUM, 1, choices), "3");
+  EXPECT_EQ(ValueText(-1, ORV_QVT_SCALE_ENUM, 1, choices), "-1");
+}
+
+TEST(Scale, FrequenciesShowAtMostTwoDecimals) {
+  EXPECT_EQ(HertzText(31.504), "31.5 Hz");
+  EXPECT_EQ(HertzText(1250), "1.25 kHz");
+  EXPECT_EQ(HertzText(24000), "24 kHz");
+}
+
+TEST(Select, PrefersTheExactNameThenOtherLetterCaseThenParts) {
+  const std::vector<std::string> modes = {"ApoOpMode:Movie/Internal", "ApoOpMode:Movie/External",
+                                          "ApoOpMode:Music/Internal", "ApoOpMode:music/internal",
+                                          "ApoOpMode:Movie"};
+  const struct {
+    const char* text;
+    Indices positions;
+  } cases[] = {{"external", {1}},        {"MOVIE/INT", {0}},
+               {"ApoOpMode:Movie", {4}}, {"ApoOpMode:music/internal", {3}},
+               {"apoopmode:movie", {4}}, {"APOOPMODE:MUSIC/INTERNAL", {2, 3}},
+               {"Internal", {0, 2, 3}},  {"", {}}};
+  for (const auto& one : cases) EXPECT_EQ(SelectByPart(modes, one.text), one.positions) << one.text;
+}
+
+TEST(Select, SuggestsTheNearestName) {
+  const std::vector<std::string> commands = {"endpoints", "modes", "controls", "set"};
+  EXPECT_EQ(Suggestion(commands, "endpionts"), " Did you mean \"endpoints\"?");
+  EXPECT_EQ(Suggestion(commands, "MODE"), " Did you mean \"modes\"?");
+  EXPECT_EQ(Suggestion({"VQ3D-DPHD Boost Split"}, "boost"),
+            " Did you mean \"VQ3D-DPHD Boost Split\"?");
+  EXPECT_EQ(Suggestion(commands, "xylophone"), "");
+  EXPECT_EQ(Suggestion({}, "modes"), "");
+}
+
+TEST(Select, NumbersAreWholeAndFit32Bits) {
+  EXPECT_EQ(ParseNumber("-2147483648"), kSmallest);
+  EXPECT_EQ(ParseNumber("+7"), 7);
+  for (const char* text : {"", "-", "+", "+-7", "2147483648", "7 ", " 7", "0x7", "7.0", "7e2"})
+    EXPECT_FALSE(ParseNumber(text)) << text;
+  EXPECT_EQ(ParseReal("-1.5e1"), -15);
+  for (const char* text : {"", "nan", "inf", "1e39", "1,5", "2 "})
+    EXPECT_FALSE(ParseReal(text)) << text;
+}
+
+TEST(Table, ColumnsAlignByWhatATerminalShows) {
+  Table table({{"NAME"}, {"VALUE", Align::Right}, {"NOTE"}});
+  table.Add({"Lautstärke", "5", "a"});
+  table.Add({"音量", "1250", "b"});
+  table.Add({"e\xCC\x81", "-3", "c"});
+  EXPECT_EQ(table.Text(false),
+            "NAME        VALUE  NOTE\n"
+            "Lautstärke      5  a\n"
+            "音量         1250  b\n"
+            "e\xCC\x81              -3  c\n");
+}
+
+TEST(Table, ColoursDoNotChangeTheAlignmentAndAreLeftOutWithoutThem) {
+  Table table({{""}, {""}});
+  table.Add({Cell("ok", ansi::kGood), "x"});
+  table.Add({Cell("long", ansi::kBad), "y"});
+  EXPECT_EQ(table.Text(false, 2), "  ok    x\n  long  y\n");
+  EXPECT_EQ(table.Text(true), "\x1b[32mok\x1b[0m    x\n\x1b[31mlong\x1b[0m  y\n");
+}
+
+TEST(Table, NamesCannotMoveTheTerminalsCursor) {
+  EXPECT_EQ(Printable("a\x1b[2Jb\nc"), "a\uFFFD[2Jb\uFFFDc");
+  EXPECT_EQ(Printable("\xC2\x9B"), "\uFFFD");
+  EXPECT_EQ(DisplayWidth("\U0001F50A"), 2U);
+  EXPECT_EQ(DisplayWidth("\xFF"), 1U);
+  EXPECT_EQ(DisplayWidth(""), 0U);
+}
+
+}  // namespace
+}  // namespace orv::cli
