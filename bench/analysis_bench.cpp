@@ -1,27 +1,22 @@
-// What live analysis costs a client that shows 60 pictures a second of a stereo stream at 48 kHz,
-// and the spectrum path with FFTW in place of our transform. Run it pinned to one core.
+// The cost of live analysis to a client that shows 60 pictures a second of a stereo stream at
+// 48 kHz, and the spectrum path with FFTW in place of our transform. Run it pinned to one core.
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <array>
-#include <ctime>
-#include <functional>
-#include <limits>
 #include <memory>
 #include <vector>
 
 #include "analysis/analysis_data.h"
 #include "analysis/sample_queues.h"
 #include "analysis/spectrum.h"
+#include "bench/fourier_libraries.h"
+#include "bench/measure.h"
 #include "dsp_math/transform.h"
 #include "platform/audio_client.h"
+#include "platform/com_memory.h"
+#include "platform/com_object.h"
 #include "platform/com_ptr.h"
-#include "simulated/devices/counted_object.h"
 #include "simulated/simulated_machine.h"
-
-#if defined(ORV_BENCH_FFTW)
-#include <fftw3.h>
-#endif
 
 namespace orv {
 namespace {
@@ -29,10 +24,6 @@ namespace {
 constexpr wchar_t kSpeakers[] = L"{0.0.0.00000000}.{A}";
 constexpr int kPicturesPerSecond = 60;
 constexpr std::chrono::nanoseconds kPicture = std::chrono::nanoseconds(1000000000) / 60;
-
-double Nanoseconds(std::clock_t begin) {
-  return 1e9 * static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
-}
 
 // Frequencies of third octaves, as a display asks for them.
 std::vector<ULONG> Frequencies(std::size_t count) {
@@ -59,7 +50,7 @@ class StereoMachine {
   Module module{{}, [] { return std::shared_ptr<Machine>(); }};
 };
 
-// The simulated engine's own work is taken off: a bare listener on the same machine does it alone.
+// Reads the stream without analysis: the work of the simulated engine alone, which is subtracted.
 class BareListener {
  public:
   explicit BareListener(SimulatedMachine& machine) {
@@ -68,11 +59,10 @@ class BareListener {
     machine.CreateDeviceEnumerator(enumerator.Put());
     enumerator->GetDevice(kSpeakers, device.Put());
     device->Activate(IID_IAudioClient, CLSCTX_ALL, nullptr, client_.PutVoid());
-    WAVEFORMATEX* format = nullptr;
-    client_->GetMixFormat(&format);
-    client_->Initialize(AUDCLNT_SHAREMODE_SHARED, AUDCLNT_STREAMFLAGS_LOOPBACK, 100000, 0, format,
-                        nullptr);
-    CoTaskMemFree(format);
+    UniqueTaskMemory<WAVEFORMATEX> format;
+    client_->GetMixFormat(OutPtr(format));
+    client_->Initialize(AUDCLNT_SHAREMODE_SHARED, AUDCLNT_STREAMFLAGS_LOOPBACK, 100000, 0,
+                        format.get(), nullptr);
     client_->GetService(IID_IAudioCaptureClient, capture_.PutVoid());
     client_->Start();
   }
@@ -92,60 +82,54 @@ class BareListener {
   ComPtr<IAudioCaptureClient> capture_;
 };
 
-class StandIn final : public CountedObject<IUnknown> {};
+class Endpoint final : public CountedObject<IUnknown> {};
 
 // One GetSpectralData for every picture, alternately of both channels.
 void Picture(benchmark::State& state) {
   const RegisteredTransform transform(kAnalysisTransform);
-  StereoMachine heard;
+  StereoMachine analysed;
   StereoMachine bare;
-  const auto endpoint = ComPtr<IUnknown>::Adopt(new StandIn);
+  const auto endpoint = ComPtr<IUnknown>::Adopt(new Endpoint);
   ComPtr<IAnalysisData> analysis;
-  if (FAILED(CreateAnalysisData(heard.module, endpoint.get(), kSpeakers, analysis.Put())))
+  if (FAILED(CreateAnalysisData(analysed.module, endpoint.get(), kSpeakers, analysis.Put())))
     return state.SkipWithError("no analysis object");
   BareListener listener(*bare.machine);
   auto frequencies = Frequencies(static_cast<std::size_t>(state.range(0)));
   std::vector<float> levels(frequencies.size());
-  constexpr int kPictures = 10 * kPicturesPerSecond;
-  double whole = std::numeric_limits<double>::infinity();
-  double engine = whole;
-  for (auto _ : state) {
-    std::clock_t begin = std::clock();
-    for (int i = 0; i < kPictures; ++i) {
-      heard.machine->sound().clock().Step(kPicture);
-      analysis->GetSpectralData(static_cast<USHORT>(i % 2), static_cast<USHORT>(levels.size()),
-                                frequencies.data(), levels.data());
-      benchmark::DoNotOptimize(levels.data());
-    }
-    whole = std::min(whole, Nanoseconds(begin) / kPictures);
-    begin = std::clock();
-    for (int i = 0; i < kPictures; ++i) {
-      bare.machine->sound().clock().Step(kPicture);
-      listener.Drain();
-    }
-    engine = std::min(engine, Nanoseconds(begin) / kPictures);
-  }
-  state.counters["picture_us"] = (whole - engine) / 1000;
-  state.counters["engine_us"] = engine / 1000;
-  state.counters["percent_of_core"] = (whole - engine) * kPicturesPerSecond / 1e7;
+  constexpr std::size_t kPictures = 10 * kPicturesPerSecond;
+  USHORT channel = 0;
+  const auto show = [&] {
+    analysed.machine->sound().clock().Step(kPicture);
+    analysis->GetSpectralData(channel ^= 1, static_cast<USHORT>(levels.size()), frequencies.data(),
+                              levels.data());
+    benchmark::DoNotOptimize(levels.data());
+  };
+  const auto listen = [&] {
+    bare.machine->sound().clock().Step(kPicture);
+    listener.Drain();
+  };
+  Turns turns;
+  for (auto _ : state) turns.Take(kPictures, show, listen);
+  const double analysis_ns = turns.ours - turns.other;
+  state.counters["picture_us"] = analysis_ns / 1000;
+  state.counters["engine_us"] = turns.other / 1000;
+  state.counters["percent_of_core"] = analysis_ns * kPicturesPerSecond / 1e7;
 }
 BENCHMARK(Picture)->Arg(27)->Arg(521)->Iterations(20);
 
 #if defined(ORV_BENCH_FFTW)
 constexpr std::size_t kBlock = SampleQueues::kBlock;
 
-using Transform = std::function<void(const float* input, float* output)>;
-
 // A packet through queues, transforms, bins and levels.
 class SpectrumPath {
  public:
-  explicit SpectrumPath(Transform transform, bool pairs = false)
+  explicit SpectrumPath(RealWork transform, bool pairs = false)
       : transform_(std::move(transform)), pairs_(pairs) {}
 
-  void Hear(const SamplePacket& packet, const std::vector<ULONG>& frequencies, float* levels) {
+  void Run(const SamplePacket& packet, const std::vector<ULONG>& frequencies, float* levels) {
     queues_.Append(packet);
     for (std::size_t queue = 0; queue < SampleQueues::kQueues; ++queue) {
-      transform_(queues_.last_block(queue).data(), output_.data());
+      transform_(const_cast<float*>(queues_.last_block(queue).data()), output_.data());
       for (std::size_t i = 0; i < frequencies.size(); ++i)
         levels[i] = Decibels(bins_.Magnitude(output_[Index(bins_.Nearest(frequencies[i]))]));
       benchmark::DoNotOptimize(levels);
@@ -160,34 +144,12 @@ class SpectrumPath {
     return bin <= kBlock / 2 ? 2 * bin : 2 * (kBlock - bin) + 1;
   }
 
-  Transform transform_;
+  RealWork transform_;
   bool pairs_;
   SpectrumBins bins_{48000};
   SampleQueues queues_;
   alignas(64) std::array<float, kBlock + 2> output_{};
 };
-
-Transform Fftw(bool pairs) {
-  // Aligned as the queues' blocks are.
-  alignas(64) std::array<float, kBlock> input{};
-  alignas(64) std::array<float, kBlock + 2> output{};
-  const auto size = static_cast<int>(kBlock);
-  auto* complex = reinterpret_cast<fftwf_complex*>(output.data());
-  const std::shared_ptr<fftwf_plan_s> plan(
-      pairs ? fftwf_plan_dft_r2c_1d(size, input.data(), complex, FFTW_MEASURE)
-            : fftwf_plan_r2r_1d(size, input.data(), output.data(), FFTW_R2HC,
-                                FFTW_MEASURE | FFTW_PRESERVE_INPUT),
-      fftwf_destroy_plan);
-  if (pairs) {
-    return [plan](const float* in, float* out) {
-      fftwf_execute_dft_r2c(plan.get(), const_cast<float*>(in),
-                            reinterpret_cast<fftwf_complex*>(out));
-    };
-  }
-  return [plan](const float* in, float* out) {
-    fftwf_execute_r2r(plan.get(), const_cast<float*>(in), out);
-  };
-}
 
 void AgainstFftw(benchmark::State& state, bool pairs) {
   const RegisteredTransform plan(kAnalysisTransform);
@@ -195,8 +157,9 @@ void AgainstFftw(benchmark::State& state, bool pairs) {
   TransformInstance* instance = nullptr;
   CreateTransformInstance(&instance, memory.data(), kAnalysisTransform);
   SpectrumPath ours(
-      [instance](const float* input, float* output) { RealTransform(*instance, input, output); });
-  SpectrumPath other(Fftw(pairs), pairs);
+      [instance](float* input, float* output) { RealTransform(*instance, input, output); });
+  SpectrumPath other(
+      pairs ? FftwPairs(kBlock, FFTW_MEASURE) : FftwHalfcomplex(kBlock, FFTW_MEASURE), pairs);
   constexpr std::size_t kFrames = 480;
   std::vector<float> samples(2 * kFrames);
   for (std::size_t i = 0; i < samples.size(); ++i)
@@ -205,20 +168,13 @@ void AgainstFftw(benchmark::State& state, bool pairs) {
                             SampleFormat::Float32};
   const auto frequencies = Frequencies(27);
   std::vector<float> levels(frequencies.size());
-  constexpr int kPackets = 400;
-  double least[2] = {std::numeric_limits<double>::infinity(),
-                     std::numeric_limits<double>::infinity()};
+  Turns turns;
   for (auto _ : state) {
-    SpectrumPath* const paths[] = {&ours, &other};
-    for (int path = 0; path < 2; ++path) {
-      const std::clock_t begin = std::clock();
-      for (int i = 0; i < kPackets; ++i) paths[path]->Hear(packet, frequencies, levels.data());
-      least[path] = std::min(least[path], Nanoseconds(begin) / kPackets);
-    }
+    turns.Take(
+        400, [&] { ours.Run(packet, frequencies, levels.data()); },
+        [&] { other.Run(packet, frequencies, levels.data()); });
   }
-  state.counters["ours_ns"] = least[0];
-  state.counters["fftw_ns"] = least[1];
-  state.counters["ours/fftw"] = least[0] / least[1];
+  turns.Report(state);
 }
 BENCHMARK_CAPTURE(AgainstFftw, halfcomplex, false)->Iterations(200);
 BENCHMARK_CAPTURE(AgainstFftw, pairs, true)->Iterations(200);

@@ -1,6 +1,6 @@
 // The steps of a filter design, with the time per section: design, scaling, quantising, and the
-// response at 1000 frequencies. "blocks" tells how long a scaling run is, "one_by_one" what it
-// takes when sections run one after another instead of in step.
+// response at 1000 frequencies. "blocks" is the length of a scaling run; ScalingOneByOne runs the
+// sections one after another instead of in step.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -31,7 +31,7 @@ void PerSection(benchmark::State& state, std::size_t sections) {
       benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
-// The run as it is defined, for comparison; returns its blocks.
+// The run by its definition, for comparison; returns the number of blocks.
 int ScaleOneByOne(const std::vector<FilterSection>& sections, std::vector<float>& norms) {
   std::vector<float> states(2 * sections.size());
   std::vector<float> signal(128);
@@ -67,41 +67,37 @@ int ScaleOneByOne(const std::vector<FilterSection>& sections, std::vector<float>
 void Scaling(benchmark::State& state) {
   const auto designed = HighPass(state);
   std::vector<float> norms;
-  const int blocks = ScaleOneByOne(designed, norms);
+  state.counters["blocks"] = ScaleOneByOne(designed, norms);
   std::vector<float> run(5 * designed.size() + 384);
   for (auto _ : state) {
     auto sections = designed;
     benchmark::DoNotOptimize(ScaleSectionsL1(sections.data(), sections.size(), run.data()));
   }
   PerSection(state, designed.size());
-  state.counters["blocks"] = blocks;
 }
 
 void ScalingOneByOne(benchmark::State& state) {
   const auto designed = HighPass(state);
   std::vector<float> norms;
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(ScaleOneByOne(designed, norms));
-    benchmark::DoNotOptimize(norms.data());
-  }
+  for (auto _ : state) benchmark::DoNotOptimize(ScaleOneByOne(designed, norms));
   PerSection(state, designed.size());
 }
 
 void Orders(benchmark::internal::Benchmark* benchmark) {
-  for (const int frequency : {60, 1000}) {
-    for (const int order : {2, 4, 6, 8, 12, 16, 24}) benchmark->Args({order, frequency});
-  }
+  benchmark->ArgsProduct({{2, 4, 6, 8, 12, 16, 24}, {60, 1000}});
 }
 BENCHMARK(Scaling)->Apply(Orders);
 BENCHMARK(ScalingOneByOne)->Apply(Orders);
 
-void DesigningButterworth(benchmark::State& state) {
+std::vector<FilterSection> TwelveSections() {
   std::vector<FilterSection> sections(12);
-  for (auto _ : state) {
-    DesignButterworthSections(60, 24, kRate, kButterworthHighPass, sections.data());
-    benchmark::DoNotOptimize(sections.data());
-  }
-  PerSection(state, sections.size());
+  DesignButterworthSections(60, 24, kRate, kButterworthHighPass, sections.data());
+  return sections;
+}
+
+void DesigningButterworth(benchmark::State& state) {
+  for (auto _ : state) benchmark::DoNotOptimize(TwelveSections().data());
+  PerSection(state, 12);
 }
 BENCHMARK(DesigningButterworth);
 
@@ -120,8 +116,7 @@ BENCHMARK(DesigningBand)
     ->Arg(kORVFilter_Peaking);
 
 void Quantising(benchmark::State& state) {
-  std::vector<FilterSection> sections(12);
-  DesignButterworthSections(60, 24, kRate, kButterworthHighPass, sections.data());
+  const auto sections = TwelveSections();
   std::vector<std::int32_t> words(FilterWords(sections.size()));
   for (auto _ : state) {
     QuantiseSections(sections.data(), sections.size(), 1.5F, words.data());
@@ -132,19 +127,16 @@ void Quantising(benchmark::State& state) {
 BENCHMARK(Quantising);
 
 void ResponseAt1000Points(benchmark::State& state) {
-  std::vector<FilterSection> sections(12);
-  DesignButterworthSections(60, 24, kRate, kButterworthHighPass, sections.data());
+  const auto sections = TwelveSections();
   const Cascade cascade(sections.data(), sections.size());
-  for (auto _ : state) {
-    for (int i = 0; i < 1000; ++i) {
+  for (auto _ : state)
+    for (int i = 0; i < 1000; ++i)
       benchmark::DoNotOptimize(cascade.Decibels(20.0 + 20.0 * i, kRate));
-    }
-  }
   PerSection(state, sections.size());
 }
 BENCHMARK(ResponseAt1000Points);
 
-// A whole design as a driver's client asks for it.
+// A whole design as a driver's client makes it.
 void FourBandEqualizer(benchmark::State& state) {
   const FilterBand bands[] = {{kORVFilter_Traditional, 50, 3, -12, 0},
                               {kORVFilter_Traditional, 500, 2, 20, 0},

@@ -3,11 +3,11 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <ctime>
 #include <new>
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "bench/measure.h"
 #include "platform/text.h"
 #include "properties/property_image.h"
 #include "properties/property_set.h"
@@ -59,15 +59,6 @@ ORVPropertyList FromJson(const Json& json) {
   return list;
 }
 
-// Nanoseconds of processor time: other programs on the machine do not count.
-template <class Work>
-double ProcessorTimePerRun(std::size_t runs, Work work) {
-  const std::clock_t start = std::clock();
-  for (std::size_t i = 0; i < runs; ++i) work();
-  return 1e9 * static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC /
-         static_cast<double>(runs);
-}
-
 template <class Work>
 void Measure(benchmark::State& state, Work work) {
   const std::size_t before = allocations;
@@ -77,17 +68,17 @@ void Measure(benchmark::State& state, Work work) {
       (static_cast<double>(state.iterations()) * kProperties);
 }
 
-// Also tells how many times faster the work is than two rivals, in this very run.
+// Also compares the work with two rivals in the same run.
 template <class Work, class Rival, class BareRival>
 void MeasureAgainst(benchmark::State& state, Work work, Rival rival, BareRival bare_rival) {
   Measure(state, work);
   constexpr std::size_t kRuns = 3000;
-  const double own = ProcessorTimePerRun(kRuns, work);
-  state.counters["times_faster_than_json"] = ProcessorTimePerRun(kRuns, rival) / own;
-  state.counters["times_faster_than_bare_json"] = ProcessorTimePerRun(kRuns, bare_rival) / own;
+  const double own = ProcessorTime(kRuns, work);
+  state.counters["times_faster_than_json"] = ProcessorTime(kRuns, rival) / own;
+  state.counters["times_faster_than_bare_json"] = ProcessorTime(kRuns, bare_rival) / own;
 }
 
-// Bare: only nlohmann's own document, without the list that the image is made from and read into.
+// Bare: only the JSON document, without the list that the image is made from and read into.
 void DumpBareJson(const Json& json) { benchmark::DoNotOptimize(json.dump()); }
 void DumpJson(const ORVPropertyList& list) { benchmark::DoNotOptimize(AsJson(list).dump()); }
 void ParseBareJson(const std::string& text) { benchmark::DoNotOptimize(Json::parse(text)); }
@@ -105,12 +96,6 @@ void Decode(const ImageBytes& image) {
   benchmark::DoNotOptimize(list.data());
 }
 
-void JsonDump(benchmark::State& state) {
-  const ORVPropertyList list = TypicalProperties();
-  Measure(state, [&] { DumpJson(list); });
-}
-BENCHMARK(JsonDump);
-
 void ImageEncode(benchmark::State& state) {
   const ORVPropertyList list = TypicalProperties();
   const Json json = AsJson(list);
@@ -118,12 +103,6 @@ void ImageEncode(benchmark::State& state) {
       state, [&] { Encode(list); }, [&] { DumpJson(list); }, [&] { DumpBareJson(json); });
 }
 BENCHMARK(ImageEncode);
-
-void JsonParse(benchmark::State& state) {
-  const std::string text = AsJson(TypicalProperties()).dump();
-  Measure(state, [&] { ParseJson(text); });
-}
-BENCHMARK(JsonParse);
 
 void ImageDecode(benchmark::State& state) {
   const ORVPropertyList list = TypicalProperties();
@@ -136,7 +115,7 @@ void ImageDecode(benchmark::State& state) {
 BENCHMARK(ImageDecode);
 
 // The set's part of a control write: one property of two hundred changes, and its record in the
-// kept image with it. "unchanged_image_ns" is for the image of a set that nobody changed.
+// kept image with it. "unchanged_image_ns" is for the image of a set without changes.
 void ChangeOneOfTwoHundred(benchmark::State& state) {
   ORVPropertySet set;
   for (int i = 0; i < 200; ++i)
@@ -151,7 +130,7 @@ void ChangeOneOfTwoHundred(benchmark::State& state) {
     set.GetAllPropertiesBinary(image);
     benchmark::DoNotOptimize(image.data());
   }
-  const double unchanged = ProcessorTimePerRun(5000, [&] { set.GetAllPropertiesBinary(image); });
+  const double unchanged = ProcessorTime(5000, [&] { set.GetAllPropertiesBinary(image); });
   state.counters["unchanged_image_ns"] = unchanged;
 }
 BENCHMARK(ChangeOneOfTwoHundred);

@@ -1,30 +1,19 @@
-// A configuration document from arbitrary bytes: read for every type and location, at once and
-// deferred, with and without an observer. All ways must agree.
+// A configuration document of any content: read for every type and location, at once and deferred,
+// with and without an observer. All ways must agree.
 #include <tinyxml2.h>
 
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <memory>
 
 #include "config/configuration_reader.h"
+#include "fuzzer.h"
 
+namespace orv::fuzz {
 namespace {
 
-using namespace orv;
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
-
 bool Same(const ORVQVTValueList& a, const ORVQVTValueList& b) {
-  if (a.Count() != b.Count()) return false;
-  auto other = b.begin();
-  for (const auto& [name, value] : a) {
-    if (name != other->first || !value.Equals(other->second)) return false;
-    ++other;
-  }
-  return true;
+  return std::ranges::equal(a, b, [](const auto& left, const auto& right) {
+    return left.first == right.first && left.second.Equals(right.second);
+  });
 }
 
 void Compare(const ORVAPOOperatingMode& a, const ORVAPOOperatingMode& b) {
@@ -68,12 +57,13 @@ void ReadEveryWay(const std::shared_ptr<const tinyxml2::XMLDocument>& document, 
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void Run(std::span<const std::uint8_t> bytes) {
   const auto document = std::make_shared<tinyxml2::XMLDocument>();
-  document->Parse(reinterpret_cast<const char*>(data), size);
+  document->Parse(TextOf(bytes).data(), bytes.size());
   DecodeDocument(*document);
   for (std::uint32_t type = 0; type < 3; ++type)
     for (std::uint32_t location = 0; location < 5; ++location)
       ReadEveryWay(document, type, location);
-  return 0;
 }
+
+}  // namespace orv::fuzz

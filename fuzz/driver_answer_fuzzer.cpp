@@ -1,26 +1,20 @@
-// Drivers of an Intel DSP that answer anything: wrong counts and statuses, module lists and blocks
-// of any content. Every operation of the object ends with a status and within its buffers.
-#include <cstdint>
-#include <cstdlib>
+// Drivers of an Intel DSP with any answer: wrong counts and statuses, module lists and blocks of
+// any content. Every operation of the object ends with a status and within its buffers.
 
 #include "../tests/intel_dsp/fake_mode.h"
 #include "intel_dsp/broadwell/parameter_blocks.h"
 #include "intel_dsp/intel_dsp.h"
 #include "intel_dsp/skylake/writers.h"
+#include "platform/com_memory.h"
 #include "platform/diagnostics.h"
 #include "scripted_machine.h"
 
+namespace orv::fuzz {
 namespace {
-
-using namespace orv;
 
 constexpr wchar_t kSpeakers[] = L"{0.0.0.00000000}.{SPEAKERS}";
 
-void Require(bool condition) {
-  if (!condition) std::abort();
-}
-
-std::shared_ptr<Machine> MakeMachine(fuzz::Input& input, bool broadwell) {
+std::shared_ptr<Machine> MakeMachine(Input& input, bool broadwell) {
   MachineDescription description;
   SimulatedEndpoint endpoint;
   endpoint.id = kSpeakers;
@@ -31,7 +25,7 @@ std::shared_ptr<Machine> MakeMachine(fuzz::Input& input, bool broadwell) {
   } else {
     description.drivers.skylake.emplace().endpoints.push_back({kSpeakers});
   }
-  return std::make_shared<fuzz::ScriptedMachine>(SimulatedMachine::InMemory(description), input);
+  return std::make_shared<ScriptedMachine>(SimulatedMachine::InMemory(description), input);
 }
 
 // All controls of the driver's blocks, with a value of each sign.
@@ -55,37 +49,34 @@ std::vector<ListedControl> ModeOf(bool broadwell, std::uint8_t value) {
   return controls;
 }
 
-void Use(IKELAPOIntelDSP4& dsp, fuzz::Input& input, bool broadwell) {
+void Use(IKELAPOIntelDSP4& dsp, Input& input, bool broadwell) {
   BYTE version = 0;
   BYTE features = 0;
   dsp.GetAPIVersion(&version, &features);
-  BSTR name = nullptr;
-  BSTR text = nullptr;
-  const HRESULT status = dsp.GetModuleInfo(&name, &text);
+  UniqueBstr name;
+  UniqueBstr text;
+  const HRESULT status = dsp.GetModuleInfo(OutPtr(name), OutPtr(text));
   Require(SUCCEEDED(status) == (name != nullptr));
-  SysFreeString(name);
-  SysFreeString(text);
   dsp.put_APOEnable(1, 0);
   const std::vector<ListedControl> controls = ModeOf(broadwell, input.Byte());
   dsp.WriteControls(FakeMode::Make(controls).get(), nullptr, 1);
   for (int round = 0; round < 4 && !input.empty(); ++round) {
     const ListedControl& control = controls[input.Byte() % controls.size()];
-    BSTR control_name = SysAllocString(Widen(control.first).c_str());
+    const UniqueBstr control_name(SysAllocString(Widen(control.first).c_str()));
     VARIANT value{};
     value.vt = VT_I4;
     value.lVal = static_cast<LONG>(input.Number(4));
-    dsp.put_Property(control_name, 0, value);
-    const HRESULT read = dsp.get_Property(control_name, 0, &value);
+    dsp.put_Property(control_name.get(), 0, value);
+    const HRESULT read = dsp.get_Property(control_name.get(), 0, &value);
     Require(FAILED(read) || value.vt == VT_I4);
-    SysFreeString(control_name);
   }
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void Run(std::span<const std::uint8_t> bytes) {
   const DiagnosticCapture silence([](std::wstring_view) {});
-  fuzz::Input input({data, size});
+  Input input(bytes);
   const bool broadwell = input.Byte() % 2 != 0;
   Module module({}, [] { return std::shared_ptr<Machine>(); });
   module.SetMachine(MakeMachine(input, broadwell));
@@ -96,5 +87,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   dsp.Reset();
   ReleaseIntelDriverClients();
   Require(module.lock_count() == 0);
-  return 0;
 }
+
+}  // namespace orv::fuzz

@@ -1,23 +1,16 @@
-// Blocks of any bytes as they are decoded, and Qualcomm records of any controls. Fields lie inside
-// their block, in order; a record is always defined and decodes.
-#include <cstdint>
-#include <cstdlib>
+// Decodes blocks of any bytes, and Qualcomm records of any controls. Fields are inside their block
+// and in order; a record is always defined and decodes.
 #include <string>
 #include <vector>
 
+#include "fuzzer.h"
 #include "intel_dsp/broadwell/parameter_blocks.h"
 #include "intel_dsp/skylake/writers.h"
 #include "platform/diagnostics.h"
 #include "qc_dsp/qualcomm_records.h"
-#include "scripted_machine.h"
 
+namespace orv::fuzz {
 namespace {
-
-using namespace orv;
-
-void Require(bool condition) {
-  if (!condition) std::abort();
-}
 
 void RequireInside(const std::vector<DecodedField>& fields, std::size_t size) {
   std::size_t last = 0;
@@ -27,7 +20,7 @@ void RequireInside(const std::vector<DecodedField>& fields, std::size_t size) {
   }
 }
 
-void CheckQualcomm(fuzz::Input& input) {
+void CheckQualcomm(Input& input) {
   // The names are those of the decoder's fields.
   static const std::vector<std::wstring> names = [] {
     std::vector<std::wstring> found;
@@ -38,8 +31,8 @@ void CheckQualcomm(fuzz::Input& input) {
     }
     for (const wchar_t* name : {L"Order", L"Frequency"})
       found.push_back(std::wstring(L"QUMEDIA-HPF ") + name);
-    for (const wchar_t* size : {L"Audio", L"Analysis"})
-      found.push_back(std::wstring(L"QUMEDIA-DPHD Speaker ") + size + L" Custom Size");
+    for (const wchar_t* band : {L"Audio", L"Analysis"})
+      found.push_back(std::wstring(L"QUMEDIA-DPHD Speaker ") + band + L" Custom Size");
     for (const wchar_t* quantity : {L"Frequency", L"Q Factor", L"Gain"})
       found.push_back(std::wstring(L"QUMEDIA-PEQ Right Band 2 ") + quantity);
     return found;
@@ -47,9 +40,9 @@ void CheckQualcomm(fuzz::Input& input) {
   QualcommControls controls;
   while (!input.empty()) {
     const std::wstring& name = names[input.Byte() % names.size()];
-    const int bytes = 1 + input.Byte() % 4;
+    const std::size_t size = 1 + input.Byte() % 4;
     const std::uint32_t sign = input.Byte() % 2 == 0 ? 0 : 0xFFFFFFFF;
-    controls[name] = static_cast<std::int32_t>(input.Number(bytes) ^ sign);
+    controls[name] = static_cast<std::int32_t>(input.Number(size) ^ sign);
   }
   for (const QualcommParameter parameter : kQualcommSendingOrder) {
     const QualcommRecord record(parameter, controls);
@@ -61,26 +54,18 @@ void CheckQualcomm(fuzz::Input& input) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void Run(std::span<const std::uint8_t> bytes) {
   const DiagnosticCapture silence([](std::wstring_view) {});
-  fuzz::Input input({data, size});
+  Input input(bytes);
   const std::uint8_t kind = input.Byte();
   const std::uint8_t parameter = input.Byte();
-  if (kind % 4 == 3) {
-    CheckQualcomm(input);
-    return 0;
-  }
-  const auto block = std::as_bytes(input.Take(size));
-  switch (kind % 4) {
-    case 0:
-      RequireInside(DecodeBroadwellBlock(parameter, block), block.size());
-      break;
-    case 1:
-      RequireInside(DecodeSkylakeBlock(0x10014400 + parameter % 32, block), block.size());
-      break;
-    default:
-      RequireInside(DecodeQualcommRecord(kQualcommSendingOrder[parameter % 6], block),
-                    block.size());
-  }
-  return 0;
+  if (kind % 4 == 3) return CheckQualcomm(input);
+  const auto block = std::as_bytes(input.Take(bytes.size()));
+  const auto fields = kind % 4 == 0 ? DecodeBroadwellBlock(parameter, block)
+                      : kind % 4 == 1
+                          ? DecodeSkylakeBlock(0x10014400 + parameter % 32, block)
+                          : DecodeQualcommRecord(kQualcommSendingOrder[parameter % 6], block);
+  RequireInside(fields, block.size());
 }
+
+}  // namespace orv::fuzz

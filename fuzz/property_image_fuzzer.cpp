@@ -1,18 +1,11 @@
-// Any bytes as a property-set image: read in both manners, written again, merged into a set.
-#include <cstdint>
-#include <cstdlib>
-#include <span>
+// Any bytes as a property-set image: read in both ways, written again, merged into a set.
 
+#include "fuzzer.h"
 #include "properties/property_image.h"
 #include "properties/property_set.h"
 
+namespace orv::fuzz {
 namespace {
-
-using namespace orv;
-
-void Require(bool condition) {
-  if (!condition) std::abort();
-}
 
 // A NaN equals nothing, so numbers are compared by their bytes: through their own image.
 ImageBytes ImageOf(const ORVPropertyEntry& entry) {
@@ -21,7 +14,7 @@ ImageBytes ImageOf(const ORVPropertyEntry& entry) {
   return image;
 }
 
-// What was read comes back from its image, but for texts and bytes that are empty.
+// A list is read back from its image, except for empty texts and bytes.
 void RequireRoundTrip(const ORVPropertyList& list) {
   ImageBytes image;
   const bool complete = EncodeImage(list, image);
@@ -40,22 +33,22 @@ void RequireRoundTrip(const ORVPropertyList& list) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::span<const std::uint8_t> image(data, size);
+void Run(std::span<const std::uint8_t> bytes) {
   ORVPropertyList replaced, merged;
-  const ImageDecoding decoding = DecodeImage(image, ImageReading::Replace, replaced);
+  const ImageDecoding decoding = DecodeImage(bytes, ImageReading::Replace, replaced);
   Require(decoding.complete == (decoding.fault == ImageFault::None));
-  Require(DecodeImage(image, ImageReading::Merge, merged).complete);
+  Require(DecodeImage(bytes, ImageReading::Merge, merged).complete);
   Require(merged.size() >= replaced.size());
   RequireRoundTrip(merged);
 
-  const ImageBytes bytes(data, data + size);
+  const ImageBytes image(bytes.begin(), bytes.end());
   ORVPropertySetThreadsafe set;
-  set.SetAllPropertiesBinary(bytes);
-  set.MergePropertiesBinary(bytes, true, true);
+  set.SetAllPropertiesBinary(image);
+  set.MergePropertiesBinary(image, true, true);
   for (const ORVPropertyEntry& entry : merged) {
     std::wstring text;
     Require(set.GetProperty(entry.name.c_str(), text));
   }
-  return 0;
 }
+
+}  // namespace orv::fuzz

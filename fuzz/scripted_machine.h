@@ -1,48 +1,22 @@
-// A simulated machine whose Intel drivers answer what a fuzzer's input says.
+// A simulated machine whose Intel drivers answer by a fuzzer's input.
 #pragma once
 
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
 #include <iterator>
 #include <memory>
-#include <span>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "fuzzer.h"
+#include "platform/com_object.h"
 #include "platform/com_ptr.h"
 #include "platform/device_topology.h"
-#include "simulated/devices/counted_object.h"
 #include "simulated/simulated_machine.h"
 
 namespace orv::fuzz {
 
-// Taken from the front; zeros once it has ended.
-class Input {
- public:
-  explicit Input(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
-  bool empty() const noexcept { return bytes_.empty(); }
-  std::uint8_t Byte() { return Take(1).empty() ? std::uint8_t{0} : last_; }
-  std::uint32_t Number(int bytes) {
-    std::uint32_t number = 0;
-    for (int i = 0; i < bytes; ++i) number = number << 8 | Byte();
-    return number;
-  }
-  std::span<const std::uint8_t> Take(std::size_t count) {
-    const auto taken = bytes_.first(std::min(count, bytes_.size()));
-    bytes_ = bytes_.subspan(taken.size());
-    if (!taken.empty()) last_ = taken.back();
-    return taken;
-  }
-
- private:
-  std::span<const std::uint8_t> bytes_;
-  std::uint8_t last_ = 0;
-};
-
-// What a driver does with one request, by the input: leaves the answer of the simulated driver as
-// it is, or puts bytes over it and reports another count and status.
+// A driver's answer to one request, by the input: the unchanged answer of the simulated driver, or
+// one with other bytes, another count and another status.
 template <class Status, std::size_t Refusals>
 Status Answer(Input& input, Status genuine, Status success, const Status (&refusals)[Refusals],
               std::span<std::byte> output, std::uint32_t& returned) {

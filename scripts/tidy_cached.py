@@ -3,7 +3,7 @@
 
 tidy_cached.py BUILD_FOLDER FILE...
 
-A file is clean when clang-tidy said nothing about its text, the headers of this project it includes and the rules. What was clean is
+A file is clean if clang-tidy reports nothing about its text, the headers of this project it includes and the rules. What was clean is
 noted in BUILD_FOLDER/tidy under a digest of all three, so that the next run looks only at what changed.
 """
 import hashlib

@@ -27,10 +27,10 @@ void CORV_APO2011_ControllerModule::SetMachine(std::shared_ptr<Machine> machine)
   machine_is_ours_ = false;
 }
 
-bool CORV_APO2011_ControllerModule::ReadyToUnload(const std::function<void()>& let_go) {
+bool CORV_APO2011_ControllerModule::ReadyToUnload(const std::function<void()>& release) {
   const std::lock_guard lock(critical_section_);
   if (locks_ != 0) return false;
-  if (let_go) let_go();
+  if (release) release();
   if (machine_is_ours_) machine_.reset();
   return true;
 }

@@ -18,7 +18,7 @@ class ComponentFactory;
 class CORV_APO2011_ControllerModule;
 using Module = CORV_APO2011_ControllerModule;
 
-// Makes an object of one class, aggregated into `outer` when that is not null.
+// Makes an object of one class, aggregated into `outer` if that is not null.
 using CreateFunction = HRESULT (*)(Module& module, IUnknown* outer, REFIID iid, void** object);
 
 // One registered class.
@@ -31,7 +31,7 @@ struct ClassRow {
 // May be used from any thread.
 class CORV_APO2011_ControllerModule {
  public:
-  // Opens the machine the component works on; null, with the reason reported, when it cannot.
+  // Opens the machine the component works on; null, with the reason reported, if it cannot.
   using MachineOpener = std::shared_ptr<Machine> (*)();
 
   // The classes are in registration order and outlive the module.
@@ -50,16 +50,16 @@ class CORV_APO2011_ControllerModule {
   bool per_user() const noexcept { return per_user_; }
   void SetPerUser(bool per_user) noexcept { per_user_ = per_user; }
 
-  // The machine, opened when first needed; null when it cannot be opened (the next call tries
+  // The machine, opened when first needed; null if it cannot be opened (the next call tries
   // again).
   std::shared_ptr<Machine> machine();
   // Puts a machine of the caller's choice in its place; null brings the opener back.
   void SetMachine(std::shared_ptr<Machine> machine);
-  // True when nothing of the component is in use. Then `let_go` is called for what the objects left
-  // behind, and a machine that the module itself opened is let go of, so that none of its threads
-  // is left when the library is unloaded. An object that is made meanwhile waits for that before it
+  // True if no object of the component is in use. Then `release` is called for what the objects
+  // left, and a machine that the module itself opened is released, so that none of its threads is
+  // left when the library is unloaded. An object that is made meanwhile waits for that before it
   // gets the machine.
-  bool ReadyToUnload(const std::function<void()>& let_go = {});
+  bool ReadyToUnload(const std::function<void()>& release = {});
 
   // The class's factory, made at its first use and kept; `object` is not null. Throws
   // std::bad_alloc.

@@ -1,4 +1,4 @@
-// How every object comes to life: allocated, counted in the module, set up under its maker's
+// How every object is created: allocated, counted in the module, set up under its creator's
 // reference, then asked for an interface. A failing step destroys it.
 #pragma once
 
@@ -29,7 +29,7 @@ HRESULT HandOut(Interface** result, Args&&... args) {
                                 reinterpret_cast<void**>(result));
 }
 
-// The same for a client's class factory: aggregated into `outer` when that is not null.
+// The same for a client's class factory: aggregated into `outer` if that is not null.
 template <class Object, class... Args>
 HRESULT CreateForClient(IUnknown* outer, REFIID iid, void** result, Args&&... args) {
   auto* object = new (std::nothrow) Object(std::forward<Args>(args)...);

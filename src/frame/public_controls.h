@@ -9,14 +9,15 @@
 
 namespace orv {
 
-// What the walk does with a control that cannot report its value.
+// How the walk treats a control that cannot report its value.
 enum class UnreadableControl {
   LeftOut,  // the mode is read as if it did not have the control
   Zero,     // the control is visited with the value 0
 };
 
 struct ControlWalk {
-  HRESULT asked;  // status of asking the mode for the list; nothing was visited if it is a failure
+  HRESULT
+      asked;  // status of asking the mode for the list; no control was visited if it is a failure
   HRESULT ended;  // status of the enumerator's last answer: S_FALSE at the end of the list
 };
 

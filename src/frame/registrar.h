@@ -28,7 +28,7 @@ class Registrar {
   // Each runs one whole script; the first registry error ends it (what was done so far stays). A
   // script that breaks the language's rules changes nothing and gives kBadScript.
   HRESULT Register(std::string_view script);
-  // What is not there is passed over.
+  // Keys that do not exist are ignored.
   HRESULT Unregister(std::string_view script);
 
   static constexpr HRESULT kBadScript = static_cast<HRESULT>(0x80020009);  // DISP_E_EXCEPTION
@@ -45,7 +45,7 @@ class Registrar {
   ScriptReplacements replacements_;
 };
 
-// `path` and `name` with one backslash between them; `name` alone when there is no path.
+// `path` and `name` with one backslash between them; `name` alone if the path is empty.
 std::wstring JoinKeyPath(const std::wstring& path, std::wstring_view name);
 
 }  // namespace orv

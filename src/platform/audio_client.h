@@ -8,6 +8,11 @@
 #ifdef _WIN32
 #include <audioclient.h>
 #include <mmreg.h>
+
+ORV_SYSTEM_INTERFACE(IAudioClient);
+ORV_SYSTEM_INTERFACE(IAudioRenderClient);
+ORV_SYSTEM_INTERFACE(IAudioCaptureClient);
+
 #else
 
 using UINT32 = std::uint32_t;
@@ -98,12 +103,9 @@ struct IAudioCaptureClient : IUnknown {
   virtual HRESULT STDMETHODCALLTYPE GetNextPacketSize(UINT32* frames) = 0;  // 0: none is ready
 };
 
-inline constexpr IID IID_IAudioClient = {
-    0x1CB9AD4C, 0xDBFA, 0x4C32, {0xB1, 0x78, 0xC2, 0xF5, 0x68, 0xA7, 0x03, 0xB2}};
-inline constexpr IID IID_IAudioRenderClient = {
-    0xF294ACFC, 0x3146, 0x4483, {0xA7, 0xBF, 0xAD, 0xDC, 0xA7, 0xC2, 0x60, 0xE2}};
-inline constexpr IID IID_IAudioCaptureClient = {
-    0xC8ADBD64, 0xE71E, 0x48A0, {0xA4, 0xDE, 0x18, 0x5C, 0x39, 0x5C, 0xD3, 0x17}};
+ORV_APO_INTERFACE_ID(IAudioClient, 1CB9AD4C, DBFA, 4C32, B1, 78, C2, F5, 68, A7, 03, B2);
+ORV_APO_INTERFACE_ID(IAudioRenderClient, F294ACFC, 3146, 4483, A7, BF, AD, DC, A7, C2, 60, E2);
+ORV_APO_INTERFACE_ID(IAudioCaptureClient, C8ADBD64, E71E, 48A0, A4, DE, 18, 5C, 39, 5C, D3, 17);
 
 #endif
 
@@ -116,16 +118,3 @@ inline constexpr GUID kSubFormatFloat = {
     0x00000003, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71}};
 
 }  // namespace orv
-
-template <>
-struct orv_apo::InterfaceId<IAudioClient> {
-  static constexpr const IID& value = IID_IAudioClient;
-};
-template <>
-struct orv_apo::InterfaceId<IAudioRenderClient> {
-  static constexpr const IID& value = IID_IAudioRenderClient;
-};
-template <>
-struct orv_apo::InterfaceId<IAudioCaptureClient> {
-  static constexpr const IID& value = IID_IAudioCaptureClient;
-};

@@ -23,7 +23,7 @@ template <class T>
 using UniqueTaskMemory = std::unique_ptr<T, FreeTaskMemory>;
 
 // Lets a call fill an owner through its out-parameter: `client.GetMixFormat(OutPtr(format))`. The
-// owner frees what it held and has the new object when the call is over.
+// owner frees its old object and has the new one after the call.
 template <class Owner>
 class OutPtr {
  public:
@@ -51,7 +51,7 @@ inline std::wstring_view ViewOf(BSTR text) noexcept {
   return text == nullptr ? std::wstring_view() : std::wstring_view(text, SysStringLen(text));
 }
 
-// A new string for the caller; the out-parameter is not null and stays as it was when memory runs
+// A new string for the caller; the out-parameter is not null and unchanged if memory runs
 // out.
 inline HRESULT ReturnText(std::wstring_view text, BSTR* result) noexcept {
   if (text.size() > std::numeric_limits<UINT>::max()) return E_OUTOFMEMORY;

@@ -45,7 +45,7 @@ class ComPtr {
   void Reset() noexcept {
     if (Interface* old = std::exchange(object_, nullptr)) old->Release();
   }
-  // Another interface of the same object; empty when it has none.
+  // Another interface of the same object; empty if it has none.
   template <class Other>
   ComPtr<Other> As() const noexcept {
     ComPtr<Other> result;

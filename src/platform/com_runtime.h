@@ -5,15 +5,22 @@
 
 namespace orv {
 
-// Initialises the runtime for the calling thread in the multithreaded model, and takes that back
-// when it succeeded. A thread that already is in an apartment of the other model gives a failure
-// status and stays as it is.
+// Initialises the runtime for the calling thread in the multithreaded model and, if that succeeded,
+// releases it in the destructor. Fails, without an effect, on a thread that is in an apartment of
+// the other model. Threads of the native build need no preparation.
 class ComRuntime {
  public:
-  ComRuntime() noexcept;
-  ~ComRuntime();  // NOLINT(performance-trivially-destructible): it has work to do on Windows
   ComRuntime(const ComRuntime&) = delete;
   ComRuntime& operator=(const ComRuntime&) = delete;
+#ifdef _WIN32
+  ComRuntime() noexcept : status_(::CoInitializeEx(nullptr, COINIT_MULTITHREADED)) {}
+  ~ComRuntime() {
+    if (SUCCEEDED(status_)) ::CoUninitialize();
+  }
+#else
+  ComRuntime() noexcept : status_(S_OK) {}
+  ~ComRuntime() {}  // NOLINT(modernize-use-equals-default): objects of this class are not unused
+#endif
 
   HRESULT status() const noexcept { return status_; }
 

@@ -24,9 +24,9 @@ class DeviceFile {
   DeviceFile(const DeviceFile&) = delete;
   DeviceFile& operator=(const DeviceFile&) = delete;
 
-  // One request, answered before the call returns. The driver gets both buffers; what it makes of
-  // `output` beforehand is the code's affair (with direct output it may read it). `returned` is the
-  // number of bytes the driver says it wrote, 0 after a failure. Answers 0 or a system error code.
+  // One request, answered before the call returns. The driver receives both buffers; for a code
+  // with direct output it may read `output` too. `returned` is the number of bytes that the driver
+  // reports as written, 0 after a failure. Returns 0 or a system error code.
   virtual std::uint32_t Control(std::uint32_t code, std::span<const std::byte> input,
                                 std::span<std::byte> output, std::uint32_t& returned) = 0;
 

@@ -14,6 +14,15 @@
 #undef ISubUnit
 #include <ks.h>
 #include <ksproxy.h>
+
+ORV_SYSTEM_INTERFACE(IPartsList);
+ORV_SYSTEM_INTERFACE(IConnector);
+ORV_SYSTEM_INTERFACE(IPart);
+ORV_SYSTEM_INTERFACE(IDeviceTopology);
+ORV_SYSTEM_INTERFACE(IAudioInputSelector);
+ORV_SYSTEM_INTERFACE(IAudioOutputSelector);
+ORV_SYSTEM_INTERFACE(IKsControl);
+
 #else
 
 enum ConnectorType : LONG {
@@ -68,7 +77,7 @@ struct IPart : IUnknown {
   virtual HRESULT STDMETHODCALLTYPE GetControlInterfaceCount(UINT* count) = 0;
   virtual HRESULT STDMETHODCALLTYPE GetControlInterface(UINT index,
                                                         IControlInterface** control) = 0;
-  // kNotFound when nothing is connected on that side.
+  // kNotFound if no part is connected on that side.
   virtual HRESULT STDMETHODCALLTYPE EnumPartsIncoming(IPartsList** parts) = 0;
   virtual HRESULT STDMETHODCALLTYPE EnumPartsOutgoing(IPartsList** parts) = 0;
   virtual HRESULT STDMETHODCALLTYPE GetTopologyObject(IDeviceTopology** topology) = 0;
@@ -111,48 +120,12 @@ struct IKsControl : IUnknown {
                                             ULONG data_size, ULONG* returned) = 0;
 };
 
-inline constexpr IID IID_IPartsList = {
-    0x6DAA848C, 0x5EB0, 0x45CC, {0xAE, 0xA5, 0x99, 0x8A, 0x2C, 0xDA, 0x1F, 0xFB}};
-inline constexpr IID IID_IConnector = {
-    0x9C2C4058, 0x23F5, 0x41DE, {0x87, 0x7A, 0xDF, 0x3A, 0xF2, 0x36, 0xA0, 0x9E}};
-inline constexpr IID IID_IPart = {
-    0xAE2DE0E4, 0x5BCA, 0x4F2D, {0xAA, 0x46, 0x5D, 0x13, 0xF8, 0xFD, 0xB3, 0xA9}};
-inline constexpr IID IID_IDeviceTopology = {
-    0x2A07407E, 0x6497, 0x4A18, {0x97, 0x87, 0x32, 0xF7, 0x9B, 0xD0, 0xD9, 0x8F}};
-inline constexpr IID IID_IAudioInputSelector = {
-    0x4F03DC02, 0x5E6E, 0x4653, {0x8F, 0x72, 0xA0, 0x30, 0xC1, 0x23, 0xD5, 0x98}};
-inline constexpr IID IID_IAudioOutputSelector = {
-    0xBB515F69, 0x94A7, 0x429E, {0x8B, 0x9C, 0x27, 0x1B, 0x3F, 0x11, 0xA3, 0xAB}};
-inline constexpr IID IID_IKsControl = {
-    0x28F54685, 0x06FD, 0x11D2, {0xB2, 0x7A, 0x00, 0xA0, 0xC9, 0x22, 0x31, 0x96}};
+ORV_APO_INTERFACE_ID(IPartsList, 6DAA848C, 5EB0, 45CC, AE, A5, 99, 8A, 2C, DA, 1F, FB);
+ORV_APO_INTERFACE_ID(IConnector, 9C2C4058, 23F5, 41DE, 87, 7A, DF, 3A, F2, 36, A0, 9E);
+ORV_APO_INTERFACE_ID(IPart, AE2DE0E4, 5BCA, 4F2D, AA, 46, 5D, 13, F8, FD, B3, A9);
+ORV_APO_INTERFACE_ID(IDeviceTopology, 2A07407E, 6497, 4A18, 97, 87, 32, F7, 9B, D0, D9, 8F);
+ORV_APO_INTERFACE_ID(IAudioInputSelector, 4F03DC02, 5E6E, 4653, 8F, 72, A0, 30, C1, 23, D5, 98);
+ORV_APO_INTERFACE_ID(IAudioOutputSelector, BB515F69, 94A7, 429E, 8B, 9C, 27, 1B, 3F, 11, A3, AB);
+ORV_APO_INTERFACE_ID(IKsControl, 28F54685, 06FD, 11D2, B2, 7A, 00, A0, C9, 22, 31, 96);
 
 #endif
-
-template <>
-struct orv_apo::InterfaceId<IPartsList> {
-  static constexpr const IID& value = IID_IPartsList;
-};
-template <>
-struct orv_apo::InterfaceId<IConnector> {
-  static constexpr const IID& value = IID_IConnector;
-};
-template <>
-struct orv_apo::InterfaceId<IPart> {
-  static constexpr const IID& value = IID_IPart;
-};
-template <>
-struct orv_apo::InterfaceId<IDeviceTopology> {
-  static constexpr const IID& value = IID_IDeviceTopology;
-};
-template <>
-struct orv_apo::InterfaceId<IAudioInputSelector> {
-  static constexpr const IID& value = IID_IAudioInputSelector;
-};
-template <>
-struct orv_apo::InterfaceId<IAudioOutputSelector> {
-  static constexpr const IID& value = IID_IAudioOutputSelector;
-};
-template <>
-struct orv_apo::InterfaceId<IKsControl> {
-  static constexpr const IID& value = IID_IKsControl;
-};

@@ -1,4 +1,4 @@
-// Names of the DSP drivers and of their requests, in files and in what people read.
+// Names of the DSP drivers and of their requests, in files and in the output.
 #pragma once
 
 namespace orv {

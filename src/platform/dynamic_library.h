@@ -1,7 +1,8 @@
-// Loadable modules, and where this module and its host program lie.
+// Loadable modules, and the paths of this module and its host program.
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <string>
 
 namespace orv {
@@ -9,21 +10,19 @@ namespace orv {
 // A loaded module; freed when destroyed.
 class DynamicLibrary {
  public:
-  DynamicLibrary() = default;
-  ~DynamicLibrary() { Free(); }
-  DynamicLibrary(DynamicLibrary&& other) noexcept;
-  DynamicLibrary& operator=(DynamicLibrary&& other) noexcept;
-
   // Loads the module file at a path of the system's own form (Machine::HostFile). False, with
-  // nothing loaded, when it is missing or no module.
+  // no module loaded, if it is missing or not a module.
   bool Load(const std::filesystem::path& file);
-  void Free() noexcept;
+  void Free() noexcept { handle_.reset(); }
   bool loaded() const noexcept { return handle_ != nullptr; }
   // Address of an exported symbol, or null.
   void* Find(const char* name) const noexcept;
 
  private:
-  void* handle_ = nullptr;
+  struct Unload {
+    void operator()(void* handle) const noexcept;
+  };
+  std::unique_ptr<void, Unload> handle_;
 };
 
 // Full path of the module this code was linked into, and of the host program's executable, as wide

@@ -6,14 +6,16 @@
 
 namespace orv {
 
-// Why a file was refused: "machine.json:12: endpoints[0].state: expected a number or a state's
-// name".
 struct FileError {
   std::filesystem::path file;
-  int line = 0;  // 1-based; 0 when no line is meant
+  int line = 0;  // 1-based; 0 if the reason is not about a line
   std::string reason;
 
-  std::string Text() const;
+  // "machine.json:12: endpoints[0].state: expected a number or a state's name".
+  std::string Text() const {
+    const std::string place = file.generic_string() + (line > 0 ? ":" + std::to_string(line) : "");
+    return place.empty() ? reason : place + ": " + reason;
+  }
 };
 
 }  // namespace orv

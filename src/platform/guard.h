@@ -1,4 +1,4 @@
-// The boundary: nothing thrown inside leaves an object's operation or an export.
+// No exception leaves an object's operation or an export.
 #pragma once
 
 #include <new>

@@ -12,7 +12,7 @@ namespace orv {
 // With braces and upper-case letters.
 std::wstring GuidText(const GUID& guid);
 
-// Accepts exactly the braced form, letters of either case; nothing else, no blanks.
+// Accepts only the braced form without blanks, in letters of either case.
 std::optional<GUID> ParseGuid(std::wstring_view text);
 
 }  // namespace orv

@@ -1,5 +1,5 @@
-// JSON (comments allowed) whose values know the line they stand on, so that what is wrong with a
-// value can be reported where it is.
+// JSON (comments allowed) with the line of each value, so that an error can be reported with its
+// line.
 #pragma once
 
 #include <cstddef>
@@ -25,7 +25,7 @@ struct LocatedJson {
   std::string text;  // UTF-8
   std::vector<LocatedJson> items;
   std::vector<Member> members;  // in their order, names may repeat
-  // Where an array or object stands in the text: from its bracket up to behind the closing one.
+  // Position of an array or object in the text: its opening bracket, and after the closing one.
   std::size_t begin = 0;
   std::size_t end = 0;
 };
@@ -36,7 +36,7 @@ struct LocatedJson::Member {
   LocatedJson value;
 };
 
-// Nothing when the text is no JSON; `error` then has the line and the reason.
+// Returns nullopt, with the line and the reason in `error`, if the text is not valid JSON.
 std::optional<LocatedJson> ParseLocatedJson(std::string_view text, FileError& error);
 
 }  // namespace orv

@@ -1,7 +1,8 @@
 // The machine: everything outside the process that this component reads or changes. One
-// implementation stands on the platform's own calls, one on a folder that simulates a machine.
+// implementation uses the platform's own calls, one a folder that simulates a machine.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -18,7 +19,7 @@ namespace orv {
 
 class Machine {
  public:
-  virtual ~Machine();
+  virtual ~Machine() = default;
   Machine(const Machine&) = delete;
   Machine& operator=(const Machine&) = delete;
 
@@ -28,34 +29,34 @@ class Machine {
 
   virtual Registry& registry() = 0;
 
-  // The multimedia device enumerator, with one reference for the caller; a negative status when
+  // The multimedia device enumerator, with one reference for the caller; a negative status if
   // there is none.
   virtual HRESULT CreateDeviceEnumerator(IMMDeviceEnumerator** enumerator) = 0;
 
-  // Paths of the present devices' interfaces of a class, in the system's order; empty when there
+  // Paths of the present devices' interfaces of a class, in the system's order; empty if there
   // are none.
   virtual std::vector<std::wstring> DeviceInterfaces(REFGUID interface_class) = 0;
-  // Opens such a path for reading and writing, shared for both. Null with a system error code when
+  // Opens such a path for reading and writing, shared for both. Null with a system error code if
   // it does not open.
   virtual std::unique_ptr<DeviceFile> OpenDevice(const std::wstring& path,
                                                  std::uint32_t& error) = 0;
-  // Opens an event that exists already, with every right; null with a system error code when it
+  // Opens an event that exists already, with every right; null with a system error code if it
   // does not open.
   virtual std::unique_ptr<NamedEvent> OpenNamedEvent(const std::wstring& name,
                                                      std::uint32_t& error) = 0;
 
-  // Path of a known folder without a trailing backslash; nothing when it cannot be had.
+  // Path of a known folder without a trailing backslash; nullopt if there is none.
   virtual std::optional<std::wstring> KnownFolder(REFGUID folder) = 0;
   virtual std::optional<std::wstring> SystemDirectory() = 0;
-  // True when the platform is version major.minor, whatever its service pack.
+  // True if the platform is version major.minor with any service pack.
   virtual bool IsPlatformVersion(std::uint32_t major, std::uint32_t minor) = 0;
   // True for a 32-bit process on a 64-bit platform.
   virtual bool Is32BitProcess() = 0;
 
-  // True when a file or folder exists under this path of the platform ("C:\...").
+  // True if a file or folder exists under this path of the platform ("C:\...").
   virtual bool FileExists(const std::wstring& path) = 0;
-  // The path under which the system that this process runs on has that file; nothing when it leads
-  // nowhere. The file need not exist.
+  // The path under which the system that this process runs on has that file; nullopt if there
+  // is none. The file need not exist.
   virtual std::optional<std::filesystem::path> HostFile(const std::wstring& path) = 0;
   // The narrow path under which the C runtime opens that file; nullopt also if the path does not
   // convert to narrow text in the current C locale (in the default locale U+0001 to U+00FF do), if
@@ -64,10 +65,13 @@ class Machine {
   virtual std::optional<std::string> HostPath(const std::wstring& path) = 0;
 
  protected:
-  Machine();  // a machine of its own
-  explicit Machine(std::uint64_t id) noexcept : id_(id) {}
+  // By default a machine of its own.
+  explicit Machine(std::uint64_t id = NewId()) noexcept : id_(id) {}
   // A number that no other machine of this process has.
-  static std::uint64_t NewId() noexcept;
+  static std::uint64_t NewId() noexcept {
+    static std::atomic<std::uint64_t> last{0};
+    return ++last;
+  }
 
  private:
   std::uint64_t id_;

@@ -9,6 +9,20 @@
 #include <mmdeviceapi.h>
 #include <propidl.h>
 #include <propsys.h>
+
+// Makes the identifier that the platform's headers declare known as orv_apo::InterfaceId.
+#define ORV_SYSTEM_INTERFACE(Interface)                  \
+  template <>                                            \
+  struct orv_apo::InterfaceId<Interface> {               \
+    static constexpr const IID& value = IID_##Interface; \
+  }
+
+ORV_SYSTEM_INTERFACE(IPropertyStore);
+ORV_SYSTEM_INTERFACE(IMMDevice);
+ORV_SYSTEM_INTERFACE(IMMEndpoint);
+ORV_SYSTEM_INTERFACE(IMMDeviceCollection);
+ORV_SYSTEM_INTERFACE(IMMDeviceEnumerator);
+
 #else
 
 struct PROPERTYKEY {
@@ -98,36 +112,10 @@ struct IMMDeviceEnumerator : IUnknown {
   UnregisterEndpointNotificationCallback(IMMNotificationClient* client) = 0;
 };
 
-inline constexpr IID IID_IPropertyStore = {
-    0x886D8EEB, 0x8CF2, 0x4446, {0x8D, 0x02, 0xCD, 0xBA, 0x1D, 0xBD, 0xCF, 0x99}};
-inline constexpr IID IID_IMMDevice = {
-    0xD666063F, 0x1587, 0x4E43, {0x81, 0xF1, 0xB9, 0x48, 0xE8, 0x07, 0x36, 0x3F}};
-inline constexpr IID IID_IMMEndpoint = {
-    0x1BE09788, 0x6894, 0x4089, {0x85, 0x86, 0x9A, 0x2A, 0x6C, 0x26, 0x5A, 0xC5}};
-inline constexpr IID IID_IMMDeviceCollection = {
-    0x0BD7A1BE, 0x7A1A, 0x44DB, {0x83, 0x97, 0xCC, 0x53, 0x92, 0x38, 0x7B, 0x5E}};
-inline constexpr IID IID_IMMDeviceEnumerator = {
-    0xA95664D2, 0x9614, 0x4F35, {0xA7, 0x46, 0xDE, 0x8D, 0xB6, 0x36, 0x17, 0xE6}};
+ORV_APO_INTERFACE_ID(IPropertyStore, 886D8EEB, 8CF2, 4446, 8D, 02, CD, BA, 1D, BD, CF, 99);
+ORV_APO_INTERFACE_ID(IMMDevice, D666063F, 1587, 4E43, 81, F1, B9, 48, E8, 07, 36, 3F);
+ORV_APO_INTERFACE_ID(IMMEndpoint, 1BE09788, 6894, 4089, 85, 86, 9A, 2A, 6C, 26, 5A, C5);
+ORV_APO_INTERFACE_ID(IMMDeviceCollection, 0BD7A1BE, 7A1A, 44DB, 83, 97, CC, 53, 92, 38, 7B, 5E);
+ORV_APO_INTERFACE_ID(IMMDeviceEnumerator, A95664D2, 9614, 4F35, A7, 46, DE, 8D, B6, 36, 17, E6);
 
 #endif
-
-template <>
-struct orv_apo::InterfaceId<IPropertyStore> {
-  static constexpr const IID& value = IID_IPropertyStore;
-};
-template <>
-struct orv_apo::InterfaceId<IMMDevice> {
-  static constexpr const IID& value = IID_IMMDevice;
-};
-template <>
-struct orv_apo::InterfaceId<IMMEndpoint> {
-  static constexpr const IID& value = IID_IMMEndpoint;
-};
-template <>
-struct orv_apo::InterfaceId<IMMDeviceCollection> {
-  static constexpr const IID& value = IID_IMMDeviceCollection;
-};
-template <>
-struct orv_apo::InterfaceId<IMMDeviceEnumerator> {
-  static constexpr const IID& value = IID_IMMDeviceEnumerator;
-};

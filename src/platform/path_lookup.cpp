@@ -7,7 +7,7 @@
 namespace orv {
 namespace {
 
-// The elements of a relative path, ".." already applied; nothing when it leads out.
+// The elements of a relative path, ".." already applied; nullopt if it leads out.
 std::optional<std::vector<std::filesystem::path>> Elements(std::string_view relative) {
   std::vector<std::filesystem::path> elements;
   while (!relative.empty()) {

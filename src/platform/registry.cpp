@@ -4,7 +4,7 @@ namespace orv {
 
 RegStatus ReadValue(RegistryKey& key, const std::wstring& name, std::uint32_t& type,
                     std::vector<std::uint8_t>& bytes) {
-  // A value that keeps growing under our hands is given up rather than chased for ever.
+  // Gives up on a value that grows each time it is read.
   constexpr int kAttempts = 16;
   RegStatus status = kRegMoreData;
   for (int attempt = 0; attempt < kAttempts && status == kRegMoreData; ++attempt) {

@@ -3,7 +3,7 @@
 //
 // Key paths are separated by backslashes; key and value names are found without regard to letter
 // case and keep the spelling they were created with. Results are the platform's system error codes.
-// The predefined roots themselves are not to be had: an empty path gives kRegInvalidParameter.
+// The predefined roots themselves cannot be opened: an empty path gives kRegInvalidParameter.
 #pragma once
 
 #include <cstdint>
@@ -78,7 +78,7 @@ class RegistryKey {
   // signal. The event must outlive the key or the signal. The end of the arming thread signals too
   // on some older systems.
   virtual RegStatus NotifyChange(bool subtree, std::uint32_t filter, Event& event) = 0;
-  // A second handle of the same key with the same rights; null when it cannot be had.
+  // A second handle of the same key with the same rights; null if the system refuses it.
   virtual std::unique_ptr<RegistryKey> Duplicate() = 0;
 };
 
@@ -88,7 +88,8 @@ class Registry {
 
   virtual RegStatus OpenKey(RegRoot root, const std::wstring& path, std::uint32_t access,
                             std::unique_ptr<RegistryKey>& key) = 0;
-  // Opens the key, creating it and its missing parents. `created` (may be null) tells which it was.
+  // Opens the key, creating it and its missing parents. `created` (may be null) is set to whether
+  // it did.
   virtual RegStatus CreateKey(RegRoot root, const std::wstring& path, std::uint32_t access,
                               std::unique_ptr<RegistryKey>& key, bool* created) = 0;
   // Deletes a key with everything below it.
@@ -101,7 +102,7 @@ RegStatus ReadValue(RegistryKey& key, const std::wstring& name, std::uint32_t& t
                     std::vector<std::uint8_t>& bytes);
 
 // Registry text between its stored form (16-bit units, little-endian) and wide text. RegistryText
-// gives nothing for an odd size or a missing terminator; zero bytes are empty text. The text ends
+// returns nullopt for an odd size or a missing terminator; zero bytes are empty text. The text ends
 // at the first terminator.
 std::optional<std::wstring> RegistryText(const std::uint8_t* bytes, std::size_t size);
 std::vector<std::uint8_t> RegistryTextBytes(std::wstring_view text);  // with terminator

@@ -25,12 +25,12 @@ inline const WAVEFORMATEXTENSIBLE* AsExtensible(const WAVEFORMATEX& format) noex
   return reinterpret_cast<const WAVEFORMATEXTENSIBLE*>(&format);
 }
 
-// Nothing for other samples, for no channels and for frames that are not just their samples.
+// Returns nullopt for other samples, for no channels and for frames with more than their samples.
 inline std::optional<SampleFormat> SampleFormatOf(const WAVEFORMATEX& format) noexcept {
   bool is_float = format.wFormatTag == WAVE_FORMAT_IEEE_FLOAT;
   bool is_pcm = format.wFormatTag == WAVE_FORMAT_PCM;
   if (const WAVEFORMATEXTENSIBLE* extensible = AsExtensible(format)) {
-    const GUID sub_format = extensible->SubFormat;  // unaligned where it stands
+    const GUID sub_format = extensible->SubFormat;  // unaligned in the structure
     is_float = IsEqualGUID(sub_format, kSubFormatFloat);
     is_pcm = IsEqualGUID(sub_format, kSubFormatPcm);
   }

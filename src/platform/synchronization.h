@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <utility>
 
 namespace orv {
 
@@ -18,7 +19,7 @@ class Event {
  public:
   enum class Kind { ManualReset, AutoReset };
 
-  explicit Event(Kind kind);  // throws std::system_error when the system has no more events
+  explicit Event(Kind kind);  // throws std::system_error if the system has no more events
   ~Event();
   Event(const Event&) = delete;
   Event& operator=(const Event&) = delete;
@@ -36,43 +37,49 @@ class Event {
                                             std::optional<std::chrono::milliseconds>) noexcept;
   Kind kind_;
   std::intptr_t native_;
-  // What was written before Set is seen after the wait, which the system's object alone does not
-  // promise to the language.
+  // Makes what was written before Set visible after the wait: the language does not know of the
+  // system's object.
   std::atomic<std::uint32_t> signals_{0};
 };
 
-// Waits until one of the events (at most 8) is signalled and tells which: the first one in the list
-// when several are. Nothing when the time is over or the wait itself failed.
+inline constexpr std::size_t kMostEvents = 8;
+
+// Waits until one of at most kMostEvents events is signalled and returns its position, the first
+// one if several are. Returns nullopt if the time is over or the wait itself fails.
 std::optional<std::size_t> WaitAny(
     std::span<Event* const> events,
     std::optional<std::chrono::milliseconds> limit = std::nullopt) noexcept;
 
-// One running thread. Destroying it lets the thread run on (detaches it). Wait and Terminate take
-// turns when several threads call them, and answer false on the thread itself.
+inline bool Event::Wait(std::optional<std::chrono::milliseconds> limit) noexcept {
+  Event* const only[] = {this};
+  return WaitAny(only, limit).has_value();
+}
+
+// One running thread. Destroying this object detaches the thread. Wait and Terminate take turns
+// when several threads call them, and return false on the thread itself.
 class Thread {
  public:
-  // Starts `body`, whose result is the thread's exit code (0xFFFFFFFF when an exception leaves it);
-  // null when the system cannot start a thread.
+  // Starts `body`, whose result is the thread's exit code (0xFFFFFFFF if it ends with an
+  // exception); null if the system cannot start a thread.
   static std::unique_ptr<Thread> Start(std::function<std::uint32_t()> body);
   ~Thread();
   Thread(const Thread&) = delete;
   Thread& operator=(const Thread&) = delete;
 
-  // Waits for the thread's end; true when it has ended (an ended thread answers at once, every
-  // time).
+  // Waits for the thread's end; true if it has ended, at once and every time for an ended thread.
   bool Wait(std::chrono::milliseconds limit) noexcept;
-  // Ends the thread wherever it is, without running its clean-up: locks it holds stay held, what it
-  // owns is neither destroyed nor given back. Waits until it is gone; false when it could not be
-  // ended. For a thread that has ended this does nothing and keeps its exit code.
+  // Ends the thread wherever it is, without running its clean-up: locks it holds stay held, its
+  // objects are neither destroyed nor freed. Waits for the end; false if the thread cannot be
+  // ended. Does nothing to a thread that has ended, which keeps its exit code.
   bool Terminate(std::uint32_t exit_code) noexcept;
   // Exit code of an ended thread.
   std::optional<std::uint32_t> ExitCode() const noexcept;
   std::uint32_t id() const noexcept;  // system-wide thread identifier
-  bool IsCurrent() const noexcept;    // true on the thread itself
 
  private:
   struct State;
-  explicit Thread(std::shared_ptr<State> state) noexcept;
+  explicit Thread(std::shared_ptr<State> state) noexcept : state_(std::move(state)) {}
+  bool IsCurrent() const noexcept;
   std::shared_ptr<State> state_;
 };
 

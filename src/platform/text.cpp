@@ -1,70 +1,43 @@
 #include "platform/text.h"
 
 #include <algorithm>
+#include <boost/locale/utf.hpp>
 #include <clocale>
 #include <cstdint>
 #include <cstring>
 #include <cwchar>
-
-#include "platform/c_locale.h"
+#include <iterator>
 
 namespace orv {
 namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
-constexpr bool IsHighSurrogate(char32_t unit) noexcept { return unit >= 0xD800 && unit <= 0xDBFF; }
+// Text is decoded here and not by this library, which skips the character after a broken sequence.
+using Utf8 = boost::locale::utf::utf_traits<char>;
+using Utf16 = boost::locale::utf::utf_traits<wchar_t, 2>;
+
 constexpr bool IsLowSurrogate(char32_t unit) noexcept { return unit >= 0xDC00 && unit <= 0xDFFF; }
 constexpr bool IsSurrogate(char32_t unit) noexcept { return unit >= 0xD800 && unit <= 0xDFFF; }
 
-constexpr char32_t Combine(char32_t high, char32_t low) noexcept {
-  return 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00);
-}
-
 void AppendUnits(std::wstring& wide, char32_t code_point) {
-  if (code_point < 0x10000) {
-    wide.push_back(static_cast<wchar_t>(code_point));
-    return;
-  }
-  wide.push_back(static_cast<wchar_t>(0xD800 + ((code_point - 0x10000) >> 10)));
-  wide.push_back(static_cast<wchar_t>(0xDC00 + ((code_point - 0x10000) & 0x3FF)));
+  Utf16::encode(code_point, std::back_inserter(wide));
 }
 
-// Of a code point beyond ASCII.
-void AppendUtf8(std::string& utf8, char32_t code_point) {
-  if (code_point < 0x800) {
-    utf8.push_back(static_cast<char>(0xC0 | code_point >> 6));
-    utf8.push_back(static_cast<char>(0x80 | (code_point & 0x3F)));
-  } else if (code_point < 0x10000) {
-    utf8.push_back(static_cast<char>(0xE0 | code_point >> 12));
-    utf8.push_back(static_cast<char>(0x80 | (code_point >> 6 & 0x3F)));
-    utf8.push_back(static_cast<char>(0x80 | (code_point & 0x3F)));
-  } else {
-    utf8.push_back(static_cast<char>(0xF0 | code_point >> 18));
-    utf8.push_back(static_cast<char>(0x80 | (code_point >> 12 & 0x3F)));
-    utf8.push_back(static_cast<char>(0x80 | (code_point >> 6 & 0x3F)));
-    utf8.push_back(static_cast<char>(0x80 | (code_point & 0x3F)));
-  }
-}
-
-// The code point that starts at `at`, which moves behind it. A unit that is no text by itself comes
-// back as it is.
+// Returns the code point at `at` and advances `at` past it. Half a surrogate pair is returned as it
+// is.
 char32_t NextCodePoint(std::wstring_view wide, std::size_t& at) noexcept {
   const auto unit = static_cast<char32_t>(wide[at++]);
-  if (IsHighSurrogate(unit) && at < wide.size()) {
-    const auto next = static_cast<char32_t>(wide[at]);
-    if (IsLowSurrogate(next)) {
-      ++at;
-      return Combine(unit, next);
-    }
-  }
-  return unit;
+  const auto next = static_cast<char32_t>(at < wide.size() ? wide[at] : L'\0');
+  if (!IsSurrogate(unit) || IsLowSurrogate(unit) || !IsLowSurrogate(next)) return unit;
+  ++at;
+  return 0x10000 + ((unit - 0xD800) << 10) + (next - 0xDC00);
 }
 
-// What may follow a lead byte: how many bytes, and the range of the first of them, which is what
-// keeps overlong forms, surrogates and numbers past U+10FFFF out.
+// What may follow a lead byte: the number of bytes, and the range of the first of them, which
+// excludes overlong forms, surrogates and numbers past U+10FFFF.
 struct Utf8Lead {
-  int trail = 0;  // 0: no lead byte
+  int trail = 0;  // 0: not a lead byte
   std::uint8_t low = 0x80;
   std::uint8_t high = 0xBF;
 };
@@ -80,7 +53,7 @@ constexpr Utf8Lead LeadOf(std::uint8_t byte) noexcept {
   return {};
 }
 
-// As NextCodePoint, for UTF-8. The longest broken beginning of a character gives one replacement.
+// The same for UTF-8. The longest incomplete beginning of a character gives one replacement.
 char32_t NextUtf8(std::string_view utf8, std::size_t& at) noexcept {
   const auto lead = static_cast<std::uint8_t>(utf8[at++]);
   if (lead < 0x80) return lead;
@@ -212,7 +185,8 @@ std::string Utf8FromWide(std::wstring_view wide) {
        at += AppendAscii(wide.substr(at), utf8)) {
     const bool is_unit = Ordinal(wide[at]) <= 0xFFFF;
     const char32_t code_point = NextCodePoint(wide, at);
-    AppendUtf8(utf8, is_unit && !IsSurrogate(code_point) ? code_point : kReplacement);
+    Utf8::encode(is_unit && !IsSurrogate(code_point) ? code_point : kReplacement,
+                 std::back_inserter(utf8));
   }
   return utf8;
 }
@@ -232,7 +206,7 @@ std::wstring ToUpperAscii(std::wstring_view text) {
 
 std::wstring RemoveLastPathElement(std::wstring_view path) {
   const bool has_drive = path.size() >= 2 && path[1] == L':';
-  const std::size_t root = has_drive ? 2 : 0;  // where the root's backslash stands, if there is one
+  const std::size_t root = has_drive ? 2 : 0;  // position of the root's backslash
   const std::size_t last = path.rfind(L'\\');
   if (last == std::wstring_view::npos) return std::wstring(path.substr(0, root));
   return std::wstring(path.substr(0, last == root ? last + 1 : last));

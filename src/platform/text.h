@@ -8,22 +8,25 @@
 
 namespace orv {
 
+// Whether LC_CTYPE is "C" (or "POSIX"), where bytes and characters map one to one.
+bool InDefaultLocale() noexcept;
+
 // Multibyte conversion in the current C locale, as the C runtime converts strings: the text ends at
 // its first NUL, if it has one. In the default locale bytes and the characters U+0001 to U+00FF map
 // one to one and no other character converts. Text that does not convert gives empty text.
 std::wstring Widen(std::string_view narrow);
 std::string Narrow(std::wstring_view wide);
 
-// UTF-8, whatever the locale. Broken input is replaced by U+FFFD, never dropped.
+// UTF-8 in every locale. U+FFFD replaces invalid input.
 std::wstring WideFromUtf8(std::string_view utf8);
 std::string Utf8FromWide(std::wstring_view wide);
 
-// Letters A to Z equal a to z, nothing else is folded. The order is that of the folded code units
-// (or bytes).
+// Letters A to Z equal a to z; no other character is folded. The order is that of the folded code
+// units (or bytes).
 wchar_t FoldAscii(wchar_t unit) noexcept;
 bool EqualsIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept;
 bool EqualsIgnoringCase(std::string_view a, std::string_view b) noexcept;
-// Less than, equal to or greater than 0. Letters take their lower-case place.
+// Less than, equal to or greater than 0. Letters are ordered as lower-case ones.
 int CompareIgnoringCase(std::string_view a, std::string_view b) noexcept;
 std::wstring ToUpperAscii(std::wstring_view text);
 

@@ -1,11 +1,13 @@
 #include "platform/wide_format.h"
 
+#include <fmt/format.h>
+
 #include <charconv>
 #include <cwchar>
 #include <string_view>
 #include <utility>
 
-#include "platform/c_locale.h"
+#include "platform/text.h"
 
 namespace orv {
 namespace {
@@ -33,7 +35,7 @@ class Output {
 };
 
 // Narrow text one character at a time in the current locale, without memory. Bytes that do not
-// convert stand for themselves, so that a diagnostic line shows them.
+// convert are kept, so that a diagnostic line shows them.
 class NarrowReader {
  public:
   explicit NarrowReader(const char* text) noexcept : rest_(text), bytewise_(InDefaultLocale()) {}
@@ -74,9 +76,9 @@ void PutNumber(Output& out, auto value, auto... format) noexcept {
 }
 
 void PutPointer(Output& out, const void* address) noexcept {
-  const auto value = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(address));
-  for (int shift = 60; shift >= 0; shift -= 4)
-    out.Put(static_cast<wchar_t>("0123456789ABCDEF"[value >> shift & 0xF]));
+  char digits[16];
+  fmt::format_to_n(digits, sizeof digits, "{:016X}", reinterpret_cast<std::uintptr_t>(address));
+  out.Put(std::string_view(digits, sizeof digits));
 }
 
 void PutText(Output& out, const FormatArgument& arg) noexcept {
@@ -89,13 +91,13 @@ void PutText(Output& out, const FormatArgument& arg) noexcept {
 // False if the argument does not fit the conversion.
 bool PutConverted(Output& out, wchar_t type, const FormatArgument& arg) noexcept {
   using Kind = FormatArgument::Kind;
-  const bool is_integer = arg.kind == Kind::Signed || arg.kind == Kind::Unsigned;
+  const bool is_integer = arg.kind == Kind::Integer;
   const bool is_text = arg.kind == Kind::Narrow || arg.kind == Kind::Wide;
   if (type == L'd' && is_integer) {
-    PutNumber(out, arg.bits == 4 ? static_cast<std::int32_t>(arg.integer)
-                                 : static_cast<std::int64_t>(arg.integer));
+    PutNumber(out, arg.bytes == 4 ? static_cast<std::int32_t>(arg.integer)
+                                  : static_cast<std::int64_t>(arg.integer));
   } else if (type == L'x' && is_integer) {
-    PutNumber(out, arg.bits == 4 ? static_cast<std::uint32_t>(arg.integer) : arg.integer, 16);
+    PutNumber(out, arg.bytes == 4 ? static_cast<std::uint32_t>(arg.integer) : arg.integer, 16);
   } else if (type == L'f' && arg.kind == Kind::Float) {
     PutNumber(out, arg.real, std::chars_format::fixed, 6);
   } else if ((type == L's' || type == L'S') && is_text) {

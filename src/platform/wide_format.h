@@ -2,10 +2,11 @@
 //
 // Conversions: %d decimal, %x hexadecimal, %f six digits after the point, %s wide text, %S and %hs
 // narrow text in the current locale, %p 16 upper-case hexadecimal digits, %%. Size prefixes (h, l)
-// are skipped: each argument knows its own type. There are no flags, widths and precisions. A
-// conversion that is unknown or has no fitting argument is written as it is.
+// are skipped: each argument has its own type. Flags, widths and precisions are not supported. A
+// conversion that is unknown or does not fit its argument is written as it is.
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -15,19 +16,11 @@ namespace orv {
 
 class FormatArgument {
  public:
-  enum class Kind { Signed, Unsigned, Float, Narrow, Wide, Pointer };
+  enum class Kind { Integer, Float, Narrow, Wide, Pointer };
 
-  FormatArgument(int value) noexcept
-      : kind(Kind::Signed), bits(4), integer(static_cast<std::uint64_t>(value)) {}
-  FormatArgument(long value) noexcept
-      : kind(Kind::Signed), bits(sizeof value), integer(static_cast<std::uint64_t>(value)) {}
-  FormatArgument(long long value) noexcept
-      : kind(Kind::Signed), bits(8), integer(static_cast<std::uint64_t>(value)) {}
-  FormatArgument(unsigned value) noexcept : kind(Kind::Unsigned), bits(4), integer(value) {}
-  FormatArgument(unsigned long value) noexcept
-      : kind(Kind::Unsigned), bits(sizeof value), integer(value) {}
-  FormatArgument(unsigned long long value) noexcept
-      : kind(Kind::Unsigned), bits(8), integer(value) {}
+  template <std::integral Integer>
+  FormatArgument(Integer value) noexcept
+      : kind(Kind::Integer), bytes(sizeof value), integer(static_cast<std::uint64_t>(value)) {}
   FormatArgument(double value) noexcept : kind(Kind::Float), real(value) {}
   FormatArgument(const char* text) noexcept : kind(Kind::Narrow), narrow(text) {}
   FormatArgument(const wchar_t* text) noexcept : kind(Kind::Wide), wide(text) {}
@@ -36,7 +29,7 @@ class FormatArgument {
   FormatArgument(const void* pointer) noexcept : kind(Kind::Pointer), address(pointer) {}
 
   Kind kind;
-  unsigned bits = 0;  // size of an integer argument in bytes
+  std::size_t bytes = 0;  // size of an integer
   union {
     std::uint64_t integer;
     double real;

@@ -8,7 +8,6 @@
 #include <string>
 
 #include "platform/file_error.h"
-#include "platform/file_stamp.h"
 #include "platform/files.h"
 
 namespace orv {

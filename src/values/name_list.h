@@ -1,6 +1,7 @@
 // Control names (or choices) in order; duplicates are allowed.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -16,8 +17,13 @@ class ORVQVTNameList {
   ORVQVTNameList& operator=(ORVQVTNameList&&) noexcept = default;
   virtual ~ORVQVTNameList() = default;
 
-  virtual bool Contains(const std::string& text) const;  // case-sensitive
-  virtual void Remove(const std::string& text);          // the first one that equals
+  virtual bool Contains(const std::string& text) const {  // case-sensitive
+    return std::ranges::find(names_, text) != names_.end();
+  }
+  virtual void Remove(const std::string& text) {  // the first equal one
+    const auto found = std::ranges::find(names_, text);
+    if (found != names_.end()) names_.erase(found);
+  }
 
   void Add(std::string text) { names_.push_back(std::move(text)); }
   std::size_t Count() const noexcept { return names_.size(); }

@@ -21,7 +21,22 @@ boost::any Narrowed(boost::any held) {
   return held;
 }
 
-std::int32_t IntegerFromText(const std::string& text) {
+// Calls `convert` with the held text, integer or float; returns `other` for any other kind.
+template <class Result, class Convert>
+Result Converted(const boost::any& held, Result other, Convert convert) {
+  if (const auto* text = boost::any_cast<std::string>(&held)) return convert(*text);
+  if (const auto* number = boost::any_cast<LongValue>(&held)) return convert(number->value);
+  if (const auto* number = boost::any_cast<int>(&held)) return convert(std::int32_t{*number});
+  if (const auto* real = boost::any_cast<float>(&held)) return convert(*real);
+  return other;
+}
+
+std::int32_t IntegerOf(std::int32_t number) { return number; }
+std::int32_t IntegerOf(float real) {  // truncated
+  const bool in_range = real >= -kIntegerEnd && real < kIntegerEnd;
+  return in_range ? static_cast<std::int32_t>(real) : std::numeric_limits<std::int32_t>::min();
+}
+std::int32_t IntegerOf(const std::string& text) {
   if (text == "Enabled") return 1;
   if (text == "Disabled") return 0;
   std::int32_t number = 0;
@@ -29,13 +44,15 @@ std::int32_t IntegerFromText(const std::string& text) {
     return boost::conversion::try_lexical_convert(text, number) ? number : kNoInteger;
   float real = 0;
   if (!boost::conversion::try_lexical_convert(text, real)) return kNoInteger;
-  if (!(real > -kIntegerEnd && real < kIntegerEnd)) return kNoInteger;  // a NaN neither
+  if (!(real > -kIntegerEnd && real < kIntegerEnd)) return kNoInteger;  // or not a number
   return boost::conversion::try_lexical_convert(real, number) ? number : kNoInteger;
 }
 
-std::int32_t Truncated(float real) {
-  const bool in_range = real >= -kIntegerEnd && real < kIntegerEnd;
-  return in_range ? static_cast<std::int32_t>(real) : std::numeric_limits<std::int32_t>::min();
+float RealOf(std::int32_t number) { return static_cast<float>(number); }
+float RealOf(float real) { return real; }
+float RealOf(const std::string& text) {
+  float real = 0;
+  return boost::conversion::try_lexical_convert(text, real) ? real : kNoFloat;
 }
 
 }  // namespace
@@ -70,36 +87,18 @@ void ORVQVTValue::SetValue(std::int32_t value) { held_ = LongValue{value}; }
 void ORVQVTValue::SetValue(const boost::any& held) { held_ = Narrowed(held); }
 
 std::string ORVQVTValue::ToString() const {
-  if (const auto* text = boost::any_cast<std::string>(&held_)) return *text;
-  if (const auto* number = boost::any_cast<LongValue>(&held_))
-    return boost::lexical_cast<std::string>(number->value);
-  if (const auto* number = boost::any_cast<int>(&held_))
-    return boost::lexical_cast<std::string>(*number);
-  if (const auto* real = boost::any_cast<float>(&held_))
-    return boost::lexical_cast<std::string>(*real);
-  return std::string();
+  return Converted(held_, std::string(),
+                   [](const auto& held) { return boost::lexical_cast<std::string>(held); });
 }
 
 std::wstring ORVQVTValue::ToWString() const { return Widen(ToString()); }
 
 std::int32_t ORVQVTValue::ToLong() const {
-  if (const auto* text = boost::any_cast<std::string>(&held_)) return IntegerFromText(*text);
-  if (const auto* number = boost::any_cast<LongValue>(&held_)) return number->value;
-  if (const auto* number = boost::any_cast<int>(&held_)) return *number;
-  if (const auto* real = boost::any_cast<float>(&held_)) return Truncated(*real);
-  return kNoInteger;
+  return Converted(held_, kNoInteger, [](const auto& held) { return IntegerOf(held); });
 }
 
 float ORVQVTValue::ToFloat() const {
-  if (const auto* text = boost::any_cast<std::string>(&held_)) {
-    float real = 0;
-    return boost::conversion::try_lexical_convert(*text, real) ? real : kNoFloat;
-  }
-  if (const auto* number = boost::any_cast<LongValue>(&held_))
-    return static_cast<float>(number->value);
-  if (const auto* number = boost::any_cast<int>(&held_)) return static_cast<float>(*number);
-  if (const auto* real = boost::any_cast<float>(&held_)) return *real;
-  return kNoFloat;
+  return Converted(held_, kNoFloat, [](const auto& held) { return RealOf(held); });
 }
 
 bool ORVQVTValue::Equals(const ORVQVTValue& other) const {

@@ -10,9 +10,9 @@
 
 namespace orv {
 
-// Recognises held LongValue, int, float and std::string; wide text is narrowed when it arrives. Any
-// other held type is carried and copied but converts to nothing. Conversions: a failure gives empty
-// text, -1 or -1.0.
+// Converts a held LongValue, int, float or std::string; wide text is narrowed when it is set. Any
+// other type is held and copied, but not converted. A conversion that fails gives empty text, -1 or
+// -1.0.
 class ORVQVTValue {
  public:
   ORVQVTValue();  // "Unnamed", long 0

@@ -1,7 +1,5 @@
 #include "values/value_list.h"
 
-#include <utility>
-
 #include "platform/text.h"
 
 namespace orv {
@@ -33,37 +31,18 @@ const ORVQVTValue* ORVQVTValueList::Find(const std::string& name) const {
 const ORVQVTValue* ORVQVTValueList::Find(const char* name) const { return Find(std::string(name)); }
 
 void ORVQVTValueList::Merge(const ORVQVTValueList& other, std::uint32_t mode) {
-  const auto update = [&] {
-    for (const auto& [key, value] : other)
-      if (ORVQVTValue* mine = Find(value.GetName())) *mine = value;
-  };
-  const auto add = [&] {
-    for (const auto& [key, value] : other)
-      if (std::as_const(*this).Find(value.GetName()) == nullptr) GetOrAdd(value.GetName()) = value;
-  };
-  const auto remove = [&] {
+  if (mode == kORVQVT_Merge_Remove) {
     ORVQVTNameList names;
     for (const auto& [key, value] : other) names.Add(value.GetName());
-    RemoveNames(names);
-  };
-  switch (mode) {
-    case kORVQVT_Merge_UpdateAndAdd:
-      update();
-      add();
-      break;
-    case kORVQVT_Merge_UpdateOnly:
-      update();
-      break;
-    case kORVQVT_Merge_AddOnly:
-      add();
-      break;
-    case kORVQVT_Merge_Remove:
-      remove();
-      break;
-    default:
-      values_ = other.values_;
-      break;
+    return RemoveNames(names);
   }
+  const bool updates = mode == kORVQVT_Merge_UpdateAndAdd || mode == kORVQVT_Merge_UpdateOnly;
+  const bool adds = mode == kORVQVT_Merge_UpdateAndAdd || mode == kORVQVT_Merge_AddOnly;
+  if (!updates && !adds) values_ = other.values_;
+  for (const auto& [key, value] : other)
+    if (ORVQVTValue* mine = updates ? Find(value.GetName()) : nullptr) *mine = value;
+  for (const auto& [key, value] : other)
+    if (adds && Find(value.GetName()) == nullptr) GetOrAdd(value.GetName()) = value;
 }
 
 void ORVQVTValueList::RemoveNames(const ORVQVTNameList& names) {

@@ -19,8 +19,8 @@ enum ORVQVTMerge : std::uint32_t {
   kORVQVT_Merge_Remove = 4,
 };
 
-// Takes over a property as a control value holds it: the long kind, narrow text, wide text
-// narrowed. False, with `value` as it was, for any other kind.
+// Assigns a property of the long kind, narrow text or wide text, which is narrowed. Returns false,
+// with `value` unchanged, for any other kind.
 bool AssignFromProperty(const boost::any& property, ORVQVTValue& value);
 
 class ORVQVTValueList {
@@ -34,7 +34,7 @@ class ORVQVTValueList {
   ORVQVTValueList& operator=(ORVQVTValueList&&) noexcept = default;
   virtual ~ORVQVTValueList() = default;
 
-  // Null when there is none. Valid until the value is removed or the list replaced, cleared or
+  // Null if there is none. Valid until the value is removed or the list replaced, cleared or
   // destroyed.
   virtual ORVQVTValue* Find(const std::string& name);
   virtual ORVQVTValue* Find(const char* name);
@@ -43,7 +43,7 @@ class ORVQVTValueList {
   virtual void Merge(const ORVQVTValueList& other, std::uint32_t mode);  // an unknown mode replaces
   virtual void RemoveNames(const ORVQVTNameList& names);
 
-  // The value under this name; a new one ("Unnamed", long 0) when there was none.
+  // The value under this name; a new one ("Unnamed", long 0) if there was none.
   ORVQVTValue& GetOrAdd(const std::string& name);
   void Remove(const std::string& name) noexcept { values_.erase(name); }
   void Clear() noexcept { values_.clear(); }

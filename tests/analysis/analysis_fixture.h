@@ -11,8 +11,8 @@
 
 #include "analysis/analysis_data.h"
 #include "dsp_math/transform.h"
+#include "platform/com_object.h"
 #include "platform/com_ptr.h"
-#include "simulated/devices/counted_object.h"
 #include "simulated/simulated_machine.h"
 
 namespace orv {

@@ -11,6 +11,7 @@
 
 #include "api/component.h"
 #include "orv_apo/orv_apo.h"
+#include "platform/host_path.h"
 #include "platform/text.h"
 #include "support/diagnostic_log.h"
 #include "support/endpoint_fixture.h"
@@ -138,11 +139,7 @@ class ApiTest : public ::testing::Test {
   }
 
   // The folder of the technology library that the build made.
-  static std::wstring TechnologyFolder() {
-    std::wstring folder = L"Z:" + WideFromUtf8(ORV_TECHNOLOGY_FOLDER) + L"\\";
-    std::replace(folder.begin(), folder.end(), L'/', L'\\');
-    return folder;
-  }
+  static std::wstring TechnologyFolder() { return DriveZPath(ORV_TECHNOLOGY_FOLDER "/"); }
   static ComPtr<IORVAPOSystem> System() {
     auto system = Create<IORVAPOSystem>(CLSID_ORVAPOSystem);
     EXPECT_EQ(system->InitializeSystem(Bstr(TechnologyFolder())), S_OK);

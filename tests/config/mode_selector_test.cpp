@@ -6,7 +6,7 @@
 
 #include "config/control_lists.h"
 #include "simulated/simulated_machine.h"
-#include "support/registry_story.h"
+#include "support/machine_registry.h"
 
 namespace orv {
 namespace {

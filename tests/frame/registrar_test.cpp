@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "simulated/simulated_machine.h"
-#include "support/registry_story.h"
+#include "support/machine_registry.h"
 
 namespace orv {
 namespace {

@@ -6,9 +6,10 @@
 #include <vector>
 
 #include "orv_apo/orv_apo.h"
+#include "platform/com_object.h"
 #include "platform/com_ptr.h"
+#include "platform/guard.h"
 #include "platform/text.h"
-#include "simulated/devices/counted_object.h"
 
 namespace orv {
 

@@ -51,7 +51,7 @@ TEST(Diagnostics, ListenersFailureAndOwnReportsDoNotReachTheReporter) {
   int calls = 0;
   const DiagnosticCapture capture([&calls](std::wstring_view) {
     ++calls;
-    Diagnose(ORV_HERE("Listener"), L"heard something\n");
+    Diagnose(ORV_HERE("Listener"), L"received a line\n");
     throw std::runtime_error("listener");
   });
   Diagnose(ORV_HERE("A::B"), L"one\n");
@@ -59,7 +59,7 @@ TEST(Diagnostics, ListenersFailureAndOwnReportsDoNotReachTheReporter) {
   EXPECT_EQ(calls, 2);
 }
 
-TEST(Diagnostics, ACaptureHearsTheLinesOfManyThreadsOneAtATime) {
+TEST(Diagnostics, ACaptureReceivesTheLinesOfManyThreadsOneAtATime) {
   bool inside = false;
   int whole_lines = 0;
   const DiagnosticCapture capture([&](std::wstring_view line) {

@@ -40,7 +40,7 @@ class Files : public ::testing::Test {
   TemporaryFolder folder_;
 };
 
-TEST_F(Files, ReadsUpToTheLimitOrTellsWhyNot) {
+TEST_F(Files, ReadsUpToTheLimitOrGivesTheReason) {
   const std::string content("line\r\n\0end", 10);
   Write("full", content);
   Write("empty", "");

@@ -4,6 +4,7 @@
 
 #include <array>
 
+#include "platform/com_memory.h"
 #include "platform/com_ptr.h"
 #include "platform/text.h"
 #include "support/locale.h"
@@ -14,20 +15,18 @@ namespace {
 
 using testing::UnorderedElementsAre;
 
-constexpr std::chrono::milliseconds kSoon(20000);  // for what must come
-constexpr std::chrono::milliseconds kNotNow(0);    // for what must not have come
+constexpr auto kAutoReset = Event::Kind::AutoReset;
+constexpr std::chrono::milliseconds kSoon(20000);  // for a signal that must come
+constexpr std::chrono::milliseconds kNotNow(0);    // for one that must not have come
 
 TEST_P(MachineConformance, KeysAreMadeWithTheirParentsAndFoundInAnyLetterCase) {
-  KeyPointer key;
-  bool created = false;
-  ASSERT_EQ(registry().CreateKey(RegRoot::CurrentUser, PathOf(L"Outer\\Inner"), kFullAccess, key,
-                                 &created),
-            kRegOk);
-  EXPECT_TRUE(created);
-  ASSERT_EQ(registry().CreateKey(RegRoot::CurrentUser, PathOf(L"OUTER\\inner"), kFullAccess, key,
-                                 &created),
-            kRegOk);
-  EXPECT_FALSE(created);
+  for (const auto& [path, is_new] : {std::pair(L"Outer\\Inner", true), {L"OUTER\\inner", false}}) {
+    KeyPointer key;
+    bool created = !is_new;
+    ASSERT_EQ(registry().CreateKey(RegRoot::CurrentUser, PathOf(path), kFullAccess, key, &created),
+              kRegOk);
+    EXPECT_EQ(created, is_new);
+  }
   EXPECT_THAT(SubKeyNames(*Open(L"outer", kKeyRead)), UnorderedElementsAre(L"Inner"));
 }
 
@@ -79,7 +78,7 @@ TEST_P(MachineConformance, ValuesOfEveryKindComeBackBitForBit) {
 TEST_P(MachineConformance, TextWithoutItsTerminatorGetsNone) {
   const KeyPointer key = Create(L"");
   for (const std::uint32_t type : {kRegSz, kRegExpandSz, kRegMultiSz}) {
-    const Bytes memory = {0, 0, 'a', 0, 'b', 0, 0, 0};  // what happens to lie around the text
+    const Bytes memory = {0, 0, 'a', 0, 'b', 0, 0, 0};  // the text and its surroundings
     for (const std::uint32_t size : {1U, 2U, 3U, 4U}) {
       ASSERT_EQ(key->SetValue(L"v", type, memory.data() + 2, size), kRegOk);
       EXPECT_EQ(GetBytes(*key, L"v"), Bytes(memory.begin() + 2, memory.begin() + 2 + size));
@@ -87,7 +86,7 @@ TEST_P(MachineConformance, TextWithoutItsTerminatorGetsNone) {
   }
 }
 
-TEST_P(MachineConformance, AShortBufferIsToldTheSize) {
+TEST_P(MachineConformance, AShortBufferReceivesTheSize) {
   const KeyPointer key = Create(L"");
   ASSERT_EQ(SetBytes(*key, L"v", {1, 2, 3, 4}), kRegOk);
   std::array<std::uint8_t, 4> buffer;
@@ -137,7 +136,7 @@ TEST_P(MachineConformance, AHandleOfADeletedKeyAnswersSo) {
 TEST_P(MachineConformance, OperationsNeedTheRightTheyWereOpenedWith) {
   KeyPointer full = Create(L"");
   ASSERT_EQ(SetBytes(*full, L"v", {1}), kRegOk);
-  Event event(Event::Kind::AutoReset);
+  Event event(kAutoReset);
   std::wstring name;
   std::uint32_t size = 0;
 
@@ -164,7 +163,7 @@ TEST_P(MachineConformance, OperationsNeedTheRightTheyWereOpenedWith) {
 TEST_P(MachineConformance, AnArmedNotificationSignalsOnceForAChangeThroughAnotherHandle) {
   const KeyPointer watcher = Create(L"");
   const KeyPointer writer = Open(L"", kFullAccess);
-  Event event(Event::Kind::AutoReset);
+  Event event(kAutoReset);
   ASSERT_EQ(watcher->NotifyChange(false, kNotifyLastSet, event), kRegOk);
   EXPECT_FALSE(event.Wait(kNotNow));
   ASSERT_EQ(SetBytes(*writer, L"v", {1}), kRegOk);
@@ -183,9 +182,9 @@ TEST_P(MachineConformance, NotificationsKeepToTheirFilterAndTheirKey) {
   const KeyPointer values = Create(L"watched");
   const KeyPointer names = Open(L"watched", kKeyNotify);
   const KeyPointer below = Open(L"watched", kKeyNotify);
-  Event on_values(Event::Kind::AutoReset);
-  Event on_names(Event::Kind::AutoReset);
-  Event on_below(Event::Kind::AutoReset);
+  Event on_values(kAutoReset);
+  Event on_names(kAutoReset);
+  Event on_below(kAutoReset);
   ASSERT_EQ(values->NotifyChange(false, kNotifyLastSet, on_values), kRegOk);
   ASSERT_EQ(names->NotifyChange(false, kNotifyName, on_names), kRegOk);
   ASSERT_EQ(below->NotifyChange(true, kNotifyLastSet, on_below), kRegOk);
@@ -205,8 +204,8 @@ TEST_P(MachineConformance, NotificationsKeepToTheirFilterAndTheirKey) {
 TEST_P(MachineConformance, ClosingOrDeletingAWatchedKeySignals) {
   KeyPointer closed = Create(L"closed");
   const KeyPointer deleted = Create(L"deleted");
-  Event on_close(Event::Kind::AutoReset);
-  Event on_delete(Event::Kind::AutoReset);
+  Event on_close(kAutoReset);
+  Event on_delete(kAutoReset);
   ASSERT_EQ(closed->NotifyChange(false, kNotifyLastSet, on_close), kRegOk);
   ASSERT_EQ(deleted->NotifyChange(false, kNotifyName, on_delete), kRegOk);
   closed.reset();
@@ -222,8 +221,8 @@ TEST_P(MachineConformance, AnotherMachineOnTheSameStateSeesAndSignalsChanges) {
   EXPECT_EQ(other->id(), machine().id());
   const KeyPointer key = Create(L"shared");
   const KeyPointer bystander = Create(L"bystander");
-  Event event(Event::Kind::AutoReset);
-  Event elsewhere(Event::Kind::AutoReset);
+  Event event(kAutoReset);
+  Event elsewhere(kAutoReset);
   ASSERT_EQ(key->NotifyChange(false, kNotifyLastSet, event), kRegOk);
   ASSERT_EQ(bystander->NotifyChange(true, kNotifyLastSet | kNotifyName, elsewhere), kRegOk);
 
@@ -262,11 +261,9 @@ TEST_P(MachineConformance, NarrowPathsAreThoseOfTheCurrentLocale) {
   }
 }
 
-TEST_P(MachineConformance, DevicesTellTheirIdentityAndAreFoundByIt) {
-  ComPtr<IMMDeviceEnumerator> enumerator;
-  ASSERT_EQ(machine().CreateDeviceEnumerator(enumerator.Put()), S_OK);
+TEST_P(MachineConformance, DevicesAreFoundByTheirIdentifiers) {
   ComPtr<IMMDeviceCollection> devices;
-  ASSERT_EQ(enumerator->EnumAudioEndpoints(eRender, DEVICE_STATE_ACTIVE, devices.Put()), S_OK);
+  ASSERT_EQ(Devices()->EnumAudioEndpoints(eRender, DEVICE_STATE_ACTIVE, devices.Put()), S_OK);
   UINT count = 0xBAD;
   ASSERT_EQ(devices->GetCount(&count), S_OK);
   ASSERT_GT(count, 0U) << "the machine under test has an active render endpoint";
@@ -280,23 +277,17 @@ TEST_P(MachineConformance, DevicesTellTheirIdentityAndAreFoundByIt) {
   EDataFlow flow = eAll;
   EXPECT_EQ(endpoint->GetDataFlow(&flow), S_OK);
   EXPECT_EQ(flow, eRender);
-
-  LPWSTR id = nullptr;
-  ASSERT_EQ(device->GetId(&id), S_OK);
   ComPtr<IMMDevice> found;
-  EXPECT_EQ(enumerator->GetDevice(id, found.Put()), S_OK);
-  CoTaskMemFree(id);
-  ComPtr<IMMDevice> default_device;
-  EXPECT_EQ(enumerator->GetDefaultAudioEndpoint(eRender, eConsole, default_device.Put()), S_OK);
-  EXPECT_TRUE(default_device);
+  EXPECT_EQ(Devices()->GetDevice(DeviceIdentifier(*device).c_str(), found.Put()), S_OK);
+  EXPECT_TRUE(found);
+  EXPECT_EQ(Devices()->GetDefaultAudioEndpoint(eRender, eConsole, found.Put()), S_OK);
+  EXPECT_TRUE(found);
 }
 
 TEST_P(MachineConformance, ThePropertyStoreListsItsPropertiesAndTheFormFactor) {
-  ComPtr<IMMDeviceEnumerator> enumerator;
   ComPtr<IMMDevice> device;
   ComPtr<IPropertyStore> store;
-  ASSERT_EQ(machine().CreateDeviceEnumerator(enumerator.Put()), S_OK);
-  ASSERT_EQ(enumerator->GetDefaultAudioEndpoint(eRender, eMultimedia, device.Put()), S_OK);
+  ASSERT_EQ(Devices()->GetDefaultAudioEndpoint(eRender, eMultimedia, device.Put()), S_OK);
   ASSERT_EQ(device->OpenPropertyStore(STGM_READ, store.Put()), S_OK);
   DWORD count = 0;
   ASSERT_EQ(store->GetCount(&count), S_OK);
@@ -305,24 +296,22 @@ TEST_P(MachineConformance, ThePropertyStoreListsItsPropertiesAndTheFormFactor) {
   for (DWORD i = 0; i < count; ++i) {
     PROPERTYKEY key{};
     ASSERT_EQ(store->GetAt(i, &key), S_OK);
-    PROPVARIANT value;
+    UniquePropVariant value;
     ASSERT_EQ(store->GetValue(key, &value), S_OK);
     has_form_factor = has_form_factor || (key.pid == 0 && key.fmtid.Data1 == 0x1DA5D803 &&
                                           value.vt == VT_UI4 && value.ulVal <= 10);
-    EXPECT_EQ(PropVariantClear(&value), S_OK);
   }
   EXPECT_TRUE(has_form_factor);
   PROPERTYKEY unknown{};
   unknown.pid = 77;
-  PROPVARIANT value;
+  UniquePropVariant value;
   EXPECT_EQ(store->GetValue(unknown, &value), S_OK);
   EXPECT_EQ(value.vt, VT_EMPTY);
 }
 
 TEST_P(MachineConformance, DeviceOperationsRefuseBadArguments) {
   EXPECT_EQ(machine().CreateDeviceEnumerator(nullptr), E_POINTER);
-  ComPtr<IMMDeviceEnumerator> enumerator;
-  ASSERT_EQ(machine().CreateDeviceEnumerator(enumerator.Put()), S_OK);
+  const auto enumerator = Devices();
   EXPECT_EQ(enumerator->EnumAudioEndpoints(eRender, DEVICE_STATE_ACTIVE, nullptr), E_POINTER);
   ComPtr<IMMDeviceCollection> devices;
   EXPECT_EQ(enumerator->EnumAudioEndpoints(static_cast<EDataFlow>(3), 1, devices.Put()),

@@ -1,5 +1,5 @@
-// What every machine must do, whatever it stands on. A program that links machine_conformance.cpp
-// instantiates the suite with its own kinds of machines.
+// The behaviour that all kinds of machines have in common. A program that links
+// machine_conformance.cpp instantiates the suite with its own kinds of machines.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -10,8 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "platform/com_ptr.h"
 #include "platform/machine.h"
-#include "support/registry_story.h"
+#include "support/machine_registry.h"
 
 namespace orv {
 
@@ -19,7 +20,7 @@ class MachineUnderTest {
  public:
   virtual ~MachineUnderTest() = default;
   virtual Machine& machine() = 0;
-  // A second machine that stands on the same state; null when there is no such thing.
+  // A second machine on the same state; null if there is none.
   virtual Machine* other() { return nullptr; }
   // Whether deleting a key signals the notifications armed on that key itself.
   virtual bool deletion_signals() const { return true; }
@@ -60,6 +61,12 @@ class MachineConformance : public testing::TestWithParam<MachineKind> {
   }
   RegStatus Delete(const std::wstring& subkey) {
     return registry().DeleteTree(RegRoot::CurrentUser, PathOf(subkey));
+  }
+
+  ComPtr<IMMDeviceEnumerator> Devices() {
+    ComPtr<IMMDeviceEnumerator> enumerator;
+    EXPECT_EQ(machine().CreateDeviceEnumerator(enumerator.Put()), S_OK);
+    return enumerator;
   }
 
   std::unique_ptr<MachineUnderTest> under_test_ = GetParam().make();

@@ -1,4 +1,4 @@
-// A loadable module that tells where it lies.
+// A loadable module that reports its path.
 #include <string>
 
 #include "platform/dynamic_library.h"

@@ -96,7 +96,7 @@ TEST(RegistryTexts, GoThereAndBackAsLittleEndianUnits) {
   const auto text = [](const Bytes& bytes) { return RegistryText(bytes.data(), bytes.size()); };
   EXPECT_EQ(RegistryTextBytes(L"A\xD83C"), (Bytes{0x41, 0, 0x3C, 0xD8, 0, 0}));
   EXPECT_EQ(text(RegistryTextBytes(L"ORV \x20AC")), L"ORV \x20AC");
-  EXPECT_EQ(text({0x41, 0, 0, 0, 0x42, 0}), std::nullopt) << "the end is no terminator";
+  EXPECT_EQ(text({0x41, 0, 0, 0, 0x42, 0}), std::nullopt) << "no terminator at the end";
   EXPECT_EQ(text({0x00}), std::nullopt);
 }
 

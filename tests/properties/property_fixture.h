@@ -9,7 +9,7 @@
 
 #include "properties/property_set_registry.h"
 #include "simulated/simulated_machine.h"
-#include "support/registry_story.h"
+#include "support/machine_registry.h"
 
 namespace orv::test {
 

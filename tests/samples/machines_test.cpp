@@ -6,6 +6,7 @@
 
 #include "config/configuration_file.h"
 #include "config/technology_library.h"
+#include "platform/host_path.h"
 #include "platform/text.h"
 #include "simulated/simulated_machine.h"
 
@@ -17,11 +18,7 @@ using ::testing::Ge;
 using ::testing::Le;
 
 // Of the library that the build made.
-std::wstring TechnologyFolder() {
-  std::wstring folder = L"Z:" + WideFromUtf8(ORV_TECHNOLOGY_FOLDER) + L"\\";
-  std::replace(folder.begin(), folder.end(), L'/', L'\\');
-  return folder;
-}
+std::wstring TechnologyFolder() { return DriveZPath(ORV_TECHNOLOGY_FOLDER "/"); }
 
 // Every configuration file of a machine, with the plain modes and those for the DSP.
 class Configurations : public ::testing::TestWithParam<const char*> {

@@ -10,7 +10,7 @@
 #include <string_view>
 
 #include "simulated/simulated_machine.h"
-#include "support/registry_story.h"
+#include "support/machine_registry.h"
 #include "support/temporary_folder.h"
 
 namespace orv {

@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 
+#include "platform/com_object.h"
 #include "platform/com_ptr.h"
 #include "platform/machine_conformance.h"
-#include "simulated/devices/counted_object.h"
 #include "simulated/driver_client.h"
 #include "simulated/machine_folder.h"
 

@@ -14,7 +14,7 @@
 #include "properties/property_image.h"
 #include "properties/property_value.h"
 #include "simulated/simulated_machine.h"
-#include "support/registry_story.h"
+#include "support/machine_registry.h"
 
 namespace orv {
 
@@ -33,7 +33,7 @@ inline std::wstring ApoKey(const std::wstring& guid) { return kDefaultApoKey + (
 // A machine in memory whose endpoints are added one by one.
 class EndpointMachine {
  public:
-  // `drive_c`: host folder that stands for drive C:, or none.
+  // `drive_c`: host folder that is drive C:, or none.
   explicit EndpointMachine(MachineDescription description = {}, std::filesystem::path drive_c = {})
       : machine_(SimulatedMachine::InMemory(std::move(description), std::move(drive_c))) {}
 

@@ -55,8 +55,8 @@ bool FailingAllocations::failed() const noexcept { return plan.failed; }
 
 }  // namespace orv
 
-// The array, sized and nothrow forms of the library come down to these, except where a sanitizer's
-// library stands before it: so all but aligned arrays, which nobody asks for, are here.
+// The array, sized and nothrow forms of the standard library call these, but those of a sanitizer's
+// library do not: so all forms but aligned arrays, which no test uses, are here.
 using orv::Allocate;
 using orv::FreeAligned;
 using orv::OrThrow;

@@ -1,6 +1,9 @@
 #include "support/reference_data.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <boost/algorithm/hex.hpp>
 #include <fstream>
 #include <map>
 #include <stdexcept>
@@ -28,38 +31,32 @@ const nlohmann::json& ReferenceData(const std::string& file) {
 }
 
 std::vector<std::byte> BytesOfHex(const std::string& digits) {
-  std::vector<std::byte> bytes;
-  for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
-    bytes.push_back(static_cast<std::byte>(std::stoi(digits.substr(i, 2), nullptr, 16)));
-  return bytes;
+  std::string bytes;
+  boost::algorithm::unhex(digits, std::back_inserter(bytes));
+  const auto view = std::as_bytes(std::span(bytes));
+  return {view.begin(), view.end()};
 }
 
 std::string DifferenceFrom(const nlohmann::json& expected, std::span<const std::byte> bytes) {
   const std::vector<std::byte> wanted = BytesOfHex(expected.at("bytes"));
-  if (wanted.size() != bytes.size()) {
-    return std::to_string(bytes.size()) + " bytes instead of " + std::to_string(wanted.size());
-  }
-  std::vector<bool> judged(bytes.size());
+  if (wanted.size() != bytes.size())
+    return fmt::format("{} bytes instead of {}", bytes.size(), wanted.size());
+  std::vector<bool> compared(bytes.size());
   for (const auto& range : expected.value("open", nlohmann::json::array()))
-    std::fill_n(judged.begin() + range.at(0).get<int>(), range.at(1).get<int>(), true);
+    std::fill_n(compared.begin() + range.at(0).get<int>(), range.at(1).get<int>(), true);
   for (const auto& field : expected.value("tol_lsb", nlohmann::json::array())) {
     const std::size_t offset = field.at(0);
     const std::size_t width = field.at(1);
     const std::int64_t want = SignedNumber(wanted, offset, width);
     const std::int64_t have = SignedNumber(bytes, offset, width);
-    if (std::abs(want - have) > field.at(2).get<std::int64_t>()) {
-      return "at offset " + std::to_string(offset) + ": " + std::to_string(have) + " instead of " +
-             std::to_string(want);
-    }
-    std::fill_n(judged.begin() + static_cast<std::ptrdiff_t>(offset), width, true);
+    if (std::abs(want - have) > field.at(2).get<std::int64_t>())
+      return fmt::format("at offset {}: {} instead of {}", offset, have, want);
+    std::fill_n(compared.begin() + static_cast<std::ptrdiff_t>(offset), width, true);
   }
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
-    if (!judged[i] && wanted[i] != bytes[i]) {
-      return "at offset " + std::to_string(i) + ": byte " +
-             std::to_string(std::to_integer<int>(bytes[i])) + " instead of " +
-             std::to_string(std::to_integer<int>(wanted[i]));
-    }
-  }
+  for (std::size_t i = 0; i < bytes.size(); ++i)
+    if (!compared[i] && wanted[i] != bytes[i])
+      return fmt::format("at offset {}: byte {} instead of {}", i, std::to_integer<int>(bytes[i]),
+                         std::to_integer<int>(wanted[i]));
   return {};
 }
 
@@ -68,15 +65,15 @@ std::string DifferenceFrom(const nlohmann::json& blocks,
   for (std::size_t i = 0; i < blocks.size() && i < received.size(); ++i) {
     const std::string id = blocks[i].at("id");
     if (received[i].parameter != ParameterOf(id))
-      return std::to_string(received[i].parameter) + " instead of block " + id;
+      return fmt::format("{} instead of block {}", received[i].parameter, id);
     if (blocks[i].value("apply", received[i].selector) != received[i].selector)
-      return "block " + id + " with selector " + std::to_string(received[i].selector);
+      return fmt::format("block {} with selector {}", id, received[i].selector);
     if (!blocks[i].contains("bytes")) continue;
     const std::string difference = DifferenceFrom(blocks[i], received[i].bytes);
-    if (!difference.empty()) return "block " + id + " " + difference;
+    if (!difference.empty()) return fmt::format("block {} {}", id, difference);
   }
   if (received.size() == blocks.size()) return {};
-  return std::to_string(received.size()) + " blocks instead of " + std::to_string(blocks.size());
+  return fmt::format("{} blocks instead of {}", received.size(), blocks.size());
 }
 
 std::uint32_t ParameterOf(const std::string& id) {

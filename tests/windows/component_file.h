@@ -3,25 +3,17 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "orv_apo/orv_apo.h"
 #include "platform/guid_text.h"
-#include "platform/text.h"
+#include "platform/host_path.h"
 
 namespace orv {
 
-// A path of the build machine as Windows programs name it there.
-inline std::wstring WindowsPath(const std::string& path) {
-  std::wstring result = L"Z:" + WideFromUtf8(path);
-  std::replace(result.begin(), result.end(), L'/', L'\\');
-  return result;
-}
-
-inline std::wstring ComponentFile() { return WindowsPath(ORV_COMPONENT); }
+inline std::wstring ComponentFile() { return DriveZPath(ORV_COMPONENT); }
 
 inline std::optional<std::wstring> RegistryString(HKEY root, const std::wstring& path,
                                                   const wchar_t* name = L"") {

@@ -1,4 +1,4 @@
-// What lies in the component's file: exports, imports, resources.
+// The contents of the component's file: exports, imports, resources.
 #include "component_file.h"
 
 #include <cstring>

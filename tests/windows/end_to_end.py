@@ -156,7 +156,7 @@ class EndToEnd(unittest.TestCase):
         cls.windows.apo_key = cls.rows[0]["registry_path"]
 
     def both(self, *arguments):
-        """The same command on both; `E` stands for the endpoint. Answers and stored bytes are the same."""
+        """The same command on both; `E` is replaced by the endpoint. Answers and stored bytes are the same."""
         answers = []
         for system in (self.native, self.windows):
             endpoint = system.endpoint or "0"

@@ -19,7 +19,7 @@ class WindowsObjectsTest : public ::testing::Test {
   static void SetUpTestSuite() {
     const fs::path configuration = "C:\\Program Files\\ORV Labs\\APO";
     fs::create_directories(configuration);
-    fs::copy_file(WindowsPath(ORV_CONFIGURATION), configuration / "orv_apo_config.xml",
+    fs::copy_file(DriveZPath(ORV_CONFIGURATION), configuration / "orv_apo_config.xml",
                   fs::copy_options::overwrite_existing);
     ASSERT_EQ(RunRegistrationTool(L""), 0U);
   }

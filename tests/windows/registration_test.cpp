@@ -77,11 +77,11 @@ class ComponentWithoutTypeLibrary {
   static constexpr WORD kLanguage = MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US);
 };
 
-TEST_F(WindowsRegistrationTest, TypeLibraryBesideTheComponentStandsInForTheOneInside) {
+TEST_F(WindowsRegistrationTest, TypeLibraryBesideTheComponentReplacesTheOneInside) {
   const ComponentWithoutTypeLibrary copy;
   constexpr DWORD kRegistrationFailed = 5;
   EXPECT_EQ(RunRegistrationTool(L"", copy.file()), kRegistrationFailed);
-  ASSERT_TRUE(CopyFileW(WindowsPath(ORV_TYPE_LIBRARY).c_str(), copy.library().c_str(), TRUE));
+  ASSERT_TRUE(CopyFileW(DriveZPath(ORV_TYPE_LIBRARY).c_str(), copy.library().c_str(), TRUE));
   EXPECT_EQ(RunRegistrationTool(L"", copy.file()), 0U);
   EXPECT_EQ(RegistryString(HKEY_CLASSES_ROOT, LibraryKey() + L"\\1.4\\0\\win64"), copy.library());
   EXPECT_EQ(LoadRegistered(), S_OK);
@@ -107,7 +107,7 @@ class VolatileKey {
   std::wstring path_;
 };
 
-TEST_F(WindowsRegistrationTest, FailureHalfwayIsToldAndUndoneByInstall) {
+TEST_F(WindowsRegistrationTest, FailureHalfwayIsReportedAndUndoneByInstall) {
   const VolatileKey obstacle(LibraryKey());
   constexpr LCID kGerman = 0x0407;
   const LCID before = GetThreadLocale();

@@ -10,7 +10,7 @@
 #include "orv_apo/orv_apo.h"
 #include "platform/com_ptr.h"
 #include "platform/guid_text.h"
-#include "platform/text.h"
+#include "platform/host_path.h"
 
 namespace orv {
 namespace {
@@ -142,11 +142,8 @@ std::string Block(ITypeInfo* info) {
 }
 
 TEST(TypeLibrary, HoldsWhatIsListed) {
-  std::wstring file = L"Z:" + WideFromUtf8(ORV_COMPONENT);
-  for (wchar_t& unit : file)
-    if (unit == L'/') unit = L'\\';
   ComPtr<ITypeLib> library;
-  ASSERT_EQ(LoadTypeLibEx(file.c_str(), REGKIND_NONE, library.Put()), S_OK);
+  ASSERT_EQ(LoadTypeLibEx(DriveZPath(ORV_COMPONENT).c_str(), REGKIND_NONE, library.Put()), S_OK);
   TLIBATTR* attributes = nullptr;
   ASSERT_EQ(library->GetLibAttr(&attributes), S_OK);
   EXPECT_EQ(attributes->syskind, SYS_WIN64);

@@ -13,8 +13,7 @@
 #include "orv_apo/com.h"
 #include "platform/dynamic_library.h"
 #include "platform/text.h"
-#include "platform/windows/handle.h"
-#include "platform/windows/system_error_text.h"
+#include "platform/windows/system_calls.h"
 #include "platform/windows/windows_machine.h"
 // Needs what the headers above declare.
 #include <shellapi.h>

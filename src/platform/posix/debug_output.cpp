@@ -13,7 +13,7 @@
 namespace orv {
 namespace {
 
-// The channel stays open until the process ends; -1 when there is none.
+// The channel stays open until the process ends; -1 if there is none.
 int Channel() noexcept {
   static const int channel = [] {
     const char* name = std::getenv("ORV_DIAGNOSTICS");

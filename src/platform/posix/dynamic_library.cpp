@@ -5,20 +5,11 @@
 
 #include <filesystem>
 #include <system_error>
-#include <utility>
 
-#include "platform/text.h"
+#include "platform/host_path.h"
 
 namespace orv {
 namespace {
-
-// The host's root folder is drive Z:.
-std::wstring DrivePath(const std::filesystem::path& path) {
-  std::wstring wide = L"Z:" + WideFromUtf8(path.native());
-  for (wchar_t& unit : wide)
-    if (unit == L'/') unit = L'\\';
-  return wide;
-}
 
 std::filesystem::path ProgramFile() {
   std::error_code error;
@@ -37,31 +28,18 @@ std::filesystem::path ModuleFile() {
 
 }  // namespace
 
-DynamicLibrary::DynamicLibrary(DynamicLibrary&& other) noexcept
-    : handle_(std::exchange(other.handle_, nullptr)) {}
-
-DynamicLibrary& DynamicLibrary::operator=(DynamicLibrary&& other) noexcept {
-  if (this != &other) {
-    Free();
-    handle_ = std::exchange(other.handle_, nullptr);
-  }
-  return *this;
-}
+void DynamicLibrary::Unload::operator()(void* handle) const noexcept { ::dlclose(handle); }
 
 bool DynamicLibrary::Load(const std::filesystem::path& file) {
   Free();
   // A bare name would be searched for in the system's folders.
   const std::filesystem::path path = file.has_parent_path() ? file : "." / file;
-  handle_ = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  handle_.reset(::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
   return loaded();
 }
 
-void DynamicLibrary::Free() noexcept {
-  if (void* handle = std::exchange(handle_, nullptr)) ::dlclose(handle);
-}
-
 void* DynamicLibrary::Find(const char* name) const noexcept {
-  return loaded() ? ::dlsym(handle_, name) : nullptr;
+  return loaded() ? ::dlsym(handle_.get(), name) : nullptr;
 }
 
 std::wstring OwnModulePath() {
@@ -69,9 +47,9 @@ std::wstring OwnModulePath() {
   if (file.empty()) return HostProgramPath();
   std::error_code error;
   const std::filesystem::path real = std::filesystem::canonical(file, error);
-  return DrivePath(error ? std::filesystem::absolute(file, error) : real);
+  return DriveZPath((error ? std::filesystem::absolute(file, error) : real).native());
 }
 
-std::wstring HostProgramPath() { return DrivePath(ProgramFile()); }
+std::wstring HostProgramPath() { return DriveZPath(ProgramFile().native()); }
 
 }  // namespace orv

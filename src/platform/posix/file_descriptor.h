@@ -23,7 +23,6 @@ class FileDescriptor {
 
   explicit operator bool() const noexcept { return descriptor_ >= 0; }
   int get() const noexcept { return descriptor_; }
-  int Release() noexcept { return std::exchange(descriptor_, -1); }
 
  private:
   int descriptor_ = -1;

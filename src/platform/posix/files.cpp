@@ -4,31 +4,24 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
-#include <algorithm>
-#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <system_error>
 #include <utility>
 
-#include "platform/posix/reading.h"
+#include "platform/opened_file.h"
 
 namespace orv {
 namespace {
 
 std::string Reason(int error) { return std::generic_category().message(error); }
 
-// A file that vanishes with this object unless it was put in its place.
+// A file that is deleted with this object unless it has replaced its target.
 class TemporaryFile {
  public:
-  // Beside `target`, under a name that no other writer uses at the same time.
-  TemporaryFile(const std::filesystem::path& target, Writers writers) {
-    static std::atomic<unsigned> last{0};
-    const std::string suffix =
-        writers == Writers::OneAtATime
-            ? "new"
-            : std::to_string(::getpid()) + "-" + std::to_string(last.fetch_add(1));
-    path_ = target.parent_path() / ("." + target.filename().string() + "." + suffix);
+  TemporaryFile(const std::filesystem::path& target, Writers writers)
+      : path_(TemporaryPath(target, writers)) {
     ::unlink(path_.c_str());  // left by a writer that was killed
     file_ = FileDescriptor(::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
   }
@@ -38,7 +31,7 @@ class TemporaryFile {
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-  // Each step answers the error number, 0 for success.
+  // Each step returns the error number, 0 for success.
   int Fill(std::string_view content, const std::filesystem::path& model) noexcept {
     if (!file_) return errno;
     struct stat old {};
@@ -50,8 +43,7 @@ class TemporaryFile {
       if (written < 0) return errno;
       content.remove_prefix(static_cast<std::size_t>(written));
     }
-    // Not flushed to the disk: no program ever sees half a file, and only a power cut could lose
-    // one.
+    // Not flushed to the disk: no program sees a partial file, and only a power cut could lose one.
     return 0;
   }
   int PutInPlaceOf(const std::filesystem::path& target) noexcept {
@@ -68,8 +60,8 @@ class TemporaryFile {
 }  // namespace
 
 std::optional<FileLock> FileLock::Acquire(const std::filesystem::path& file, std::string& reason) {
-  // Opened for reading, because closing a file opened for writing counts as a change to whoever
-  // watches the folder. The lock belongs to this opening, so it also keeps our own threads apart.
+  // Opened for reading, because closing a file opened for writing is a change for a FolderWatch.
+  // The lock belongs to this opening, so it also excludes other threads of this process.
   // Non-blocking: opening a pipe must not wait for its other end.
   FileDescriptor opened(::open(file.c_str(), O_RDONLY | O_CREAT | O_NONBLOCK | O_CLOEXEC, 0666));
   int result = opened ? 0 : -1;
@@ -82,18 +74,7 @@ std::optional<FileLock> FileLock::Acquire(const std::filesystem::path& file, std
     reason = Reason(errno);
     return std::nullopt;
   }
-  return FileLock(opened.Release());
-}
-
-FileLock::FileLock(FileLock&& other) noexcept : native_(std::exchange(other.native_, -1)) {}
-
-FileLock& FileLock::operator=(FileLock&& other) noexcept {
-  std::swap(native_, other.native_);
-  return *this;
-}
-
-FileLock::~FileLock() {
-  if (native_ >= 0) ::close(static_cast<int>(native_));
+  return FileLock(std::make_shared<FileDescriptor>(std::move(opened)));
 }
 
 std::filesystem::path LinkTarget(const std::filesystem::path& file) {
@@ -118,34 +99,34 @@ bool ReplaceFileContent(const std::filesystem::path& file, std::string_view cont
   return false;
 }
 
-std::optional<std::string> ReadWholeFile(const std::filesystem::path& file, std::size_t limit,
-                                         std::string& reason) {
+std::optional<OpenedFile> OpenedFile::Open(const std::filesystem::path& file, std::string& reason) {
+  // Non-blocking: a pipe must not keep the caller waiting for its other end.
+  FileDescriptor opened(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   struct stat status {};
-  const FileDescriptor opened = OpenForReading(file, status);
-  if (!opened) {
-    reason = errno == 0 ? "Not a regular file" : Reason(errno);
+  if (!opened || ::fstat(opened.get(), &status) != 0) {
+    reason = Reason(errno);
     return std::nullopt;
   }
-  std::string content;
-  std::size_t read = 0;
-  const auto size = static_cast<std::size_t>(status.st_size);
-  if (size <= limit) content.resize(size + 1);  // one more, to notice the end
-  while (read < content.size()) {
-    const ssize_t result = ::read(opened.get(), content.data() + read, content.size() - read);
-    if (result < 0 && errno == EINTR) continue;
-    if (result < 0) {
-      reason = Reason(errno);
-      return std::nullopt;
-    }
-    if (result == 0) {
-      content.resize(read);
-      return content;
-    }
-    read += static_cast<std::size_t>(result);
-    if (read == content.size() && read <= limit) content.resize(std::min(2 * read, limit + 1));
+  if (!S_ISREG(status.st_mode)) {
+    reason = "Not a regular file";
+    return std::nullopt;
   }
-  reason = "Larger than " + std::to_string(limit) + " bytes";
-  return std::nullopt;
+  using Time = std::filesystem::file_time_type;
+  const std::chrono::nanoseconds time = std::chrono::seconds(status.st_mtim.tv_sec) +
+                                        std::chrono::nanoseconds(status.st_mtim.tv_nsec);
+  return OpenedFile(std::move(opened), static_cast<std::uintmax_t>(status.st_size),
+                    Time(std::chrono::duration_cast<Time::duration>(time)));
+}
+
+std::optional<std::size_t> OpenedFile::Read(char* room, std::size_t size,
+                                            std::string& reason) const {
+  for (;;) {
+    const ssize_t read = ::read(native_.get(), room, size);
+    if (read >= 0) return static_cast<std::size_t>(read);
+    if (errno == EINTR) continue;
+    reason = Reason(errno);
+    return std::nullopt;
+  }
 }
 
 std::optional<std::string> CRuntimePath(const std::filesystem::path& path) { return path.native(); }

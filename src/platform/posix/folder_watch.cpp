@@ -11,18 +11,6 @@
 
 namespace orv {
 
-struct FolderWatch::State {
-  explicit State(Event& event) : changed(event), stop(Event::Kind::ManualReset) {}
-
-  void Run() noexcept;
-  bool ReadChanges() const noexcept;
-
-  Event& changed;
-  Event stop;
-  FileDescriptor notifications;
-  std::unique_ptr<Thread> thread;
-};
-
 namespace {
 
 constexpr std::uint32_t kChanges =
@@ -33,14 +21,40 @@ bool Counts(const inotify_event& notification) noexcept {
   return notification.len == 0 || notification.name[0] != '.';
 }
 
-}  // namespace
+class InotifyWatch final : public FolderWatch {
+ public:
+  InotifyWatch(FileDescriptor notifications, Event& changed)
+      : changed_(changed), notifications_(std::move(notifications)) {}
+  ~InotifyWatch() override {
+    stop_.Set();
+    while (thread_ && !thread_->Wait(std::chrono::minutes(1))) {
+    }
+  }
 
-// Empties the queue; true when something in it counts.
-bool FolderWatch::State::ReadChanges() const noexcept {
+  bool Run() {
+    thread_ = Thread::Start([this] {
+      WatchUntilStopped();
+      return 0U;
+    });
+    return thread_ != nullptr;
+  }
+
+ private:
+  void WatchUntilStopped() noexcept;
+  bool ReadChanges() const noexcept;
+
+  Event& changed_;
+  Event stop_{Event::Kind::ManualReset};
+  FileDescriptor notifications_;
+  std::unique_ptr<Thread> thread_;
+};
+
+// Empties the queue; true if a change in it counts.
+bool InotifyWatch::ReadChanges() const noexcept {
   alignas(inotify_event) std::array<char, 4096> buffer;
   bool counts = false;
   for (;;) {
-    const ssize_t size = ::read(notifications.get(), buffer.data(), buffer.size());
+    const ssize_t size = ::read(notifications_.get(), buffer.data(), buffer.size());
     if (size < 0 && errno == EINTR) continue;
     if (size <= 0) return counts;
     for (ssize_t at = 0; at < size;) {
@@ -51,47 +65,34 @@ bool FolderWatch::State::ReadChanges() const noexcept {
   }
 }
 
-void FolderWatch::State::Run() noexcept {
+void InotifyWatch::WatchUntilStopped() noexcept {
   std::array<pollfd, 2> waits{
-      {{static_cast<int>(stop.native()), POLLIN, 0}, {notifications.get(), POLLIN, 0}}};
+      {{static_cast<int>(stop_.native()), POLLIN, 0}, {notifications_.get(), POLLIN, 0}}};
   for (;;) {
     if (::poll(waits.data(), waits.size(), -1) < 0 && errno != EINTR) return;
     if (waits[0].revents != 0) return;
-    if (waits[1].revents != 0 && ReadChanges()) changed.Set();
+    if (waits[1].revents != 0 && ReadChanges()) changed_.Set();
     waits[1].revents = 0;
   }
 }
 
-FolderWatch::FolderWatch(std::unique_ptr<State> state) noexcept : state_(std::move(state)) {}
+}  // namespace
 
 std::unique_ptr<FolderWatch> FolderWatch::Start(const std::filesystem::path& folder, Event& changed,
                                                 std::string& reason) {
   try {
-    auto state = std::make_unique<State>(changed);
-    state->notifications = FileDescriptor(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-    if (!state->notifications ||
-        ::inotify_add_watch(state->notifications.get(), folder.c_str(), kChanges) < 0) {
+    FileDescriptor notifications(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    if (!notifications || ::inotify_add_watch(notifications.get(), folder.c_str(), kChanges) < 0) {
       reason = std::generic_category().message(errno);
       return nullptr;
     }
-    std::unique_ptr<FolderWatch> watch(new FolderWatch(std::move(state)));
-    watch->state_->thread = Thread::Start([running = watch->state_.get()] {
-      running->Run();
-      return 0U;
-    });
-    if (watch->state_->thread) return watch;
+    auto watch = std::make_unique<InotifyWatch>(std::move(notifications), changed);
+    if (watch->Run()) return watch;
     reason = "No thread could be started";
   } catch (const std::system_error& error) {
     reason = error.code().message();
   }
   return nullptr;
-}
-
-FolderWatch::~FolderWatch() {
-  if (!state_->thread) return;
-  state_->stop.Set();
-  while (!state_->thread->Wait(std::chrono::minutes(1))) {
-  }
 }
 
 }  // namespace orv

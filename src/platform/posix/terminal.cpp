@@ -9,9 +9,6 @@
 namespace orv {
 namespace {
 
-constexpr char kOwnScreenWithoutCursor[] = "\x1b[?1049h\x1b[?25l\x1b[2J";
-constexpr char kFormerScreenAndCursor[] = "\x1b[0m\x1b[?25h\x1b[?1049l";
-
 class PosixTerminal final : public Terminal {
  public:
   explicit PosixTerminal(const termios& before) : before_(before) {
@@ -22,11 +19,11 @@ class PosixTerminal final : public Terminal {
     quiet.c_cc[VSUSP] = _POSIX_VDISABLE;
     quiet.c_cc[VQUIT] = _POSIX_VDISABLE;
     tcsetattr(STDOUT_FILENO, TCSADRAIN, &quiet);
-    WriteAll(kOwnScreenWithoutCursor);
+    PosixTerminal::Write(kOwnScreenWithoutCursor);
   }
   ~PosixTerminal() override {
-    WriteAll(kFormerScreenAndCursor);
-    // What was typed meanwhile was not meant for who comes next.
+    PosixTerminal::Write(kFormerScreenAndCursor);
+    // Text that was typed meanwhile is not input for the next program.
     tcsetattr(STDOUT_FILENO, TCSAFLUSH, &before_);
   }
 
@@ -36,10 +33,7 @@ class PosixTerminal final : public Terminal {
       return {};
     return {size.ws_col, size.ws_row};
   }
-  bool Write(std::string_view text) override { return WriteAll(text); }
-
- private:
-  static bool WriteAll(std::string_view text) {
+  bool Write(std::string_view text) override {
     while (!text.empty()) {
       const ssize_t written = write(STDOUT_FILENO, text.data(), text.size());
       if (written < 0 && errno == EINTR) continue;
@@ -49,6 +43,7 @@ class PosixTerminal final : public Terminal {
     return true;
   }
 
+ private:
   termios before_;
 };
 

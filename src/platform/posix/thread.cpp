@@ -1,23 +1,22 @@
 // Threads over pthreads, and how one is ended from outside.
 //
 // A thread is terminated by a signal directed at it, whose handler leaves by the raw exit system
-// call: nothing is unwound, no destructor of the thread runs. It is not joined, because joining
-// would give its stack back, where an event may lie that a watch is still going to signal.
+// call: no stack is unwound, no destructor of the thread runs. It is not joined, because joining
+// would free its stack, which may hold an event that a watch is still going to signal.
 //
-// The sanitizers keep books about threads that only a regular end closes. Built with one, the
-// handler parks the thread in the kernel instead, for the rest of the process's life.
+// The sanitizers expect a regular end of every thread. Built with one, the handler parks the thread
+// in the kernel instead, for the rest of the process's life.
 #include <pthread.h>
 #include <signal.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
-#include <ctime>
 #include <mutex>
 #include <thread>
 #include <utility>
 
+#include "platform/deadline.h"
 #include "platform/synchronization.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -34,7 +33,7 @@ struct Thread::State {
   explicit State(std::function<std::uint32_t()> thread_body) : body(std::move(thread_body)) {}
 
   static void* Enter(void* argument) noexcept;
-  // Waits for the thread's end and gives its resources back; true when that has happened.
+  // Waits for the thread's end and frees its resources; true if it has ended.
   bool Join(std::chrono::milliseconds limit) noexcept;
   bool Kill(std::uint32_t exit_code) noexcept;
   bool SignalAndAwaitEnd(int number) const noexcept;
@@ -55,8 +54,8 @@ namespace {
 
 constexpr std::uint64_t kEnded = std::uint64_t{1} << 32;
 constexpr std::uint32_t kFailedExitCode = 0xFFFFFFFF;
-// A thread in an uninterruptible system call does not see the signal; nobody waits longer than this
-// for one.
+// A thread in an uninterruptible system call does not see the signal; no caller waits longer than
+// this.
 constexpr std::chrono::seconds kTerminationLimit{5};
 
 thread_local const void* current_thread = nullptr;
@@ -65,8 +64,8 @@ std::uint32_t KernelThreadId() noexcept {
   return static_cast<std::uint32_t>(::syscall(SYS_gettid));
 }
 
-// The last real-time signal that nobody handles, chosen when the first thread starts; 0 when all
-// are taken.
+// The last real-time signal without a handler, chosen when the first thread starts; 0 if all have
+// one.
 int TerminationSignal() noexcept {
   static const int chosen = [] {
     for (int number = SIGRTMAX; number >= SIGRTMIN; --number) {
@@ -80,8 +79,8 @@ int TerminationSignal() noexcept {
   return chosen;
 }
 
-// What our threads leave to the host's own threads: every signal but ours and those that tell of a
-// fault of the thread itself.
+// The signals that the host's own threads handle: all but ours and those that report a fault of the
+// thread itself.
 sigset_t BlockedSignals() noexcept {
   sigset_t blocked;
   ::sigfillset(&blocked);
@@ -91,7 +90,7 @@ sigset_t BlockedSignals() noexcept {
   return blocked;
 }
 
-// One termination at a time: the handler finds here whom it is meant for.
+// One termination at a time: the thread to be ended.
 std::mutex termination_lock;
 std::atomic<std::uint32_t> victim{0};
 std::atomic<bool> parked{false};
@@ -106,32 +105,24 @@ void OnTerminationSignal(int, siginfo_t* info, void*) noexcept {
 #endif
 }
 
-// What a terminated thread was working with must stay as it lies, for its destructors have no say
-// any more. It is kept reachable, so that it counts as kept and not as lost.
+// The objects of terminated threads stay as they are. They are kept reachable, so that they do not
+// count as leaks.
 std::atomic<void*> abandoned{nullptr};
 
-timespec After(clockid_t clock, std::chrono::milliseconds limit) noexcept {
-  // Beyond a century the range of the arithmetic gets near.
-  constexpr std::chrono::milliseconds kLongest = std::chrono::hours(24 * 365 * 100);
-  const std::int64_t wait = std::clamp(limit, std::chrono::milliseconds::zero(), kLongest).count();
-  timespec time{};
-  ::clock_gettime(clock, &time);
-  time.tv_sec += static_cast<time_t>(wait / 1000);
-  time.tv_nsec += static_cast<decltype(time.tv_nsec)>(wait % 1000 * 1000000);
-  if (time.tv_nsec >= 1000000000) {
-    ++time.tv_sec;
-    time.tv_nsec -= 1000000000;
-  }
-  return time;
+template <class Clock>
+timespec After(std::chrono::milliseconds limit) noexcept {
+  const auto end = (Clock::now() + LimitOfWait(limit)).time_since_epoch();
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(end);
+  return {seconds.count(), std::chrono::nanoseconds(end - seconds).count()};
 }
 
 bool JoinWithin(pthread_t thread, std::chrono::milliseconds limit) noexcept {
 #ifdef ORV_PARK_TERMINATED_THREADS
   // The thread sanitizer knows only this form.
-  const timespec until = After(CLOCK_REALTIME, limit);
+  const timespec until = After<std::chrono::system_clock>(limit);
   return ::pthread_timedjoin_np(thread, nullptr, &until) == 0;
 #else
-  const timespec until = After(CLOCK_MONOTONIC, limit);
+  const timespec until = After<std::chrono::steady_clock>(limit);
   return ::pthread_clockjoin_np(thread, nullptr, CLOCK_MONOTONIC, &until) == 0;
 #endif
 }
@@ -148,7 +139,7 @@ void* Thread::State::Enter(void* argument) noexcept {
   try {
     code = state->body();
   } catch (...) {
-    // Nobody above could handle it; the exit code tells.
+    // No caller could handle it; the exit code reports it.
   }
   state->body = nullptr;
   state->exit.store(kEnded | code);
@@ -175,7 +166,7 @@ bool Thread::State::SignalAndAwaitEnd(int number) const noexcept {
   return true;
 }
 
-// Leaves everything of the thread where it is.
+// Leaves all objects of the thread as they are.
 void Thread::State::Abandon(std::uint32_t exit_code) noexcept {
 #ifdef ORV_PARK_TERMINATED_THREADS
   ::pthread_detach(thread);
@@ -203,12 +194,12 @@ bool Thread::State::Kill(std::uint32_t exit_code) noexcept {
 
   parked.store(false);
   victim.store(id.load());
-  // Without an end the signal is still on its way. It must find the handler when it arrives, or it
-  // would end the process.
+  // If the thread has not ended, the signal is still pending. It must find the handler when it
+  // arrives, or it would end the process.
   if (!SignalAndAwaitEnd(number)) return false;
   ::sigaction(number, &before, nullptr);
   victim.store(0);
-  // It may have come to its own end just before.
+  // It may have ended by itself just before.
   const bool has_ended = exit.load() != 0 && !parked.load();
   if (has_ended) return Join(kTerminationLimit);
   Abandon(exit_code);
@@ -230,12 +221,10 @@ std::unique_ptr<Thread> Thread::Start(std::function<std::uint32_t()> body) {
     state->joined = true;
     return nullptr;
   }
-  // From here on the thread stands where it can be terminated at any moment.
+  // From here on the thread can be terminated at any moment.
   state->id.wait(0);
   return started;
 }
-
-Thread::Thread(std::shared_ptr<State> state) noexcept : state_(std::move(state)) {}
 
 Thread::~Thread() {
   if (!state_->joined) ::pthread_detach(state_->thread);

@@ -4,7 +4,6 @@
 
 namespace orv {
 
-// Whether anybody listens is the system's affair.
 bool DebugOutputWanted() noexcept { return true; }
 
 void WriteDebugOutput(const wchar_t* line) noexcept { ::OutputDebugStringW(line); }

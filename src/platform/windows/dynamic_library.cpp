@@ -3,14 +3,13 @@
 #include <windows.h>
 
 #include <system_error>
-#include <utility>
 
-#include "platform/windows/error_boxes.h"
+#include "platform/windows/system_calls.h"
 
 namespace orv {
 namespace {
 
-// File of a loaded module, null for the program; empty when it cannot be had.
+// File of a loaded module, null for the program; empty if the system does not give it.
 std::wstring ModuleFile(HMODULE module) {
   std::wstring path(MAX_PATH, L'\0');
   for (;;) {
@@ -25,15 +24,8 @@ std::wstring ModuleFile(HMODULE module) {
 
 }  // namespace
 
-DynamicLibrary::DynamicLibrary(DynamicLibrary&& other) noexcept
-    : handle_(std::exchange(other.handle_, nullptr)) {}
-
-DynamicLibrary& DynamicLibrary::operator=(DynamicLibrary&& other) noexcept {
-  if (this != &other) {
-    Free();
-    handle_ = std::exchange(other.handle_, nullptr);
-  }
-  return *this;
+void DynamicLibrary::Unload::operator()(void* handle) const noexcept {
+  ::FreeLibrary(static_cast<HMODULE>(handle));
 }
 
 bool DynamicLibrary::Load(const std::filesystem::path& file) {
@@ -45,17 +37,13 @@ bool DynamicLibrary::Load(const std::filesystem::path& file) {
   if (error) return false;
   full.make_preferred();
   const NoErrorBoxes quiet;
-  handle_ = ::LoadLibraryExW(full.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+  handle_.reset(::LoadLibraryExW(full.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
   return loaded();
-}
-
-void DynamicLibrary::Free() noexcept {
-  if (void* handle = std::exchange(handle_, nullptr)) ::FreeLibrary(static_cast<HMODULE>(handle));
 }
 
 void* DynamicLibrary::Find(const char* name) const noexcept {
   if (!loaded()) return nullptr;
-  return reinterpret_cast<void*>(::GetProcAddress(static_cast<HMODULE>(handle_), name));
+  return reinterpret_cast<void*>(::GetProcAddress(static_cast<HMODULE>(handle_.get()), name));
 }
 
 std::wstring OwnModulePath() {

@@ -3,25 +3,23 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <system_error>
 #include <utility>
 #include <vector>
 
-#include "platform/windows/handle.h"
-#include "platform/windows/system_error_text.h"
+#include "platform/opened_file.h"
 
 namespace orv {
 namespace {
 
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-// Programs that look into every new file hold it for a moment.
+// Programs that scan every new file hold it for a moment.
 constexpr int kMoveAttempts = 200;
 constexpr DWORD kMoveRetry = 5;  // milliseconds
 
-// The access list of a file, for another one that takes its place; empty when there is none.
+// The access list of a file, for its replacement; empty if there is none.
 std::vector<std::byte> AccessList(const std::filesystem::path& file) {
   DWORD size = 0;
   ::GetFileSecurityW(file.c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
@@ -32,8 +30,8 @@ std::vector<std::byte> AccessList(const std::filesystem::path& file) {
   return descriptor;
 }
 
-// Gives an open file another name, whatever holds that name and whoever has that open. Systems and
-// file systems that are too old for it refuse.
+// Gives an open file another name, even if a file of that name is open. Older systems and file
+// systems refuse.
 bool RenameOver(HANDLE file, const std::filesystem::path& target) {
   struct RenameRequest {
     DWORD flags;
@@ -57,17 +55,11 @@ bool RenameOver(HANDLE file, const std::filesystem::path& target) {
                                       static_cast<DWORD>(memory.size() * 8)) != 0;
 }
 
-// A file that vanishes with this object unless it was put in its place.
+// A file that is deleted with this object unless it has replaced its target.
 class TemporaryFile {
  public:
-  // Beside `target`, under a name that no other writer uses at the same time.
-  TemporaryFile(const std::filesystem::path& target, Writers writers) {
-    static std::atomic<unsigned> last{0};
-    const std::wstring suffix =
-        writers == Writers::OneAtATime
-            ? L"new"
-            : std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(last.fetch_add(1));
-    path_ = target.parent_path() / (L"." + target.filename().native() + L"." + suffix);
+  TemporaryFile(const std::filesystem::path& target, Writers writers)
+      : path_(TemporaryPath(target, writers)) {
     std::vector<std::byte> descriptor = AccessList(target);
     SECURITY_ATTRIBUTES attributes{sizeof attributes, descriptor.data(), FALSE};
     file_ = Handle(::CreateFileW(path_.c_str(), GENERIC_WRITE | DELETE, FILE_SHARE_READ,
@@ -83,7 +75,7 @@ class TemporaryFile {
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-  // Each step answers the system's error code, 0 for success.
+  // Each step returns the system's error code, 0 for success.
   DWORD Fill(std::string_view content) noexcept {
     if (!exists_) return open_error_;
     while (!content.empty()) {
@@ -93,8 +85,7 @@ class TemporaryFile {
         return ::GetLastError();
       content.remove_prefix(written);
     }
-    // Not flushed to the disk: no program ever sees half a file, and only a power cut could lose
-    // one.
+    // Not flushed to the disk: no program sees a partial file, and only a power cut could lose one.
     return 0;
   }
   DWORD PutInPlaceOf(const std::filesystem::path& target) {
@@ -116,7 +107,7 @@ class TemporaryFile {
     exists_ = false;
     return 0;
   }
-  // A file whose attributes cannot be had is held too: it is on its way out.
+  // A file without readable attributes is held too: it is being deleted.
   static bool IsNeverReplaced(const std::filesystem::path& path) noexcept {
     const DWORD attributes = ::GetFileAttributesW(path.c_str());
     return attributes != INVALID_FILE_ATTRIBUTES &&
@@ -132,32 +123,22 @@ class TemporaryFile {
 }  // namespace
 
 std::optional<FileLock> FileLock::Acquire(const std::filesystem::path& file, std::string& reason) {
+  struct Locked {
+    // Without this the system releases the lock some time after the file is closed.
+    ~Locked() { ::UnlockFileEx(opened.get(), 0, 1, 0, &byte); }
+    Handle opened;
+    OVERLAPPED byte;
+  };
+  // One byte far after any content: the lock belongs to this opening and does not affect readers.
+  OVERLAPPED byte{};
+  byte.OffsetHigh = 0x40000000;
   Handle opened(::CreateFileW(file.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_ALWAYS,
                               FILE_ATTRIBUTE_NORMAL, nullptr));
-  OVERLAPPED start{};
-  // One byte far behind any content: the lock belongs to this opening and hinders no reader.
-  start.OffsetHigh = 0x40000000;
-  if (!opened || ::LockFileEx(opened.get(), LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &start) == 0) {
+  if (!opened || ::LockFileEx(opened.get(), LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &byte) == 0) {
     reason = SystemErrorText(::GetLastError());
     return std::nullopt;
   }
-  return FileLock(reinterpret_cast<std::intptr_t>(opened.Release()));
-}
-
-FileLock::FileLock(FileLock&& other) noexcept : native_(std::exchange(other.native_, 0)) {}
-
-FileLock& FileLock::operator=(FileLock&& other) noexcept {
-  std::swap(native_, other.native_);
-  return *this;
-}
-
-FileLock::~FileLock() {
-  if (native_ == 0) return;
-  // Closing gives the lock back some time later; whoever waits for it should not.
-  const Handle opened(reinterpret_cast<HANDLE>(native_));
-  OVERLAPPED start{};
-  start.OffsetHigh = 0x40000000;
-  ::UnlockFileEx(opened.get(), 0, 1, 0, &start);
+  return FileLock(std::shared_ptr<Locked>(new Locked{std::move(opened), byte}));
 }
 
 std::filesystem::path LinkTarget(const std::filesystem::path& file) {
@@ -185,39 +166,32 @@ bool ReplaceFileContent(const std::filesystem::path& file, std::string_view cont
   return false;
 }
 
-std::optional<std::string> ReadWholeFile(const std::filesystem::path& file, std::size_t limit,
-                                         std::string& reason) {
-  const Handle opened(::CreateFileW(file.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr));
+std::optional<OpenedFile> OpenedFile::Open(const std::filesystem::path& file, std::string& reason) {
+  Handle opened(::CreateFileW(file.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
+                              FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!opened) {
     reason = SystemErrorText(::GetLastError());
     return std::nullopt;
   }
-  LARGE_INTEGER file_size{};
-  if (::GetFileType(opened.get()) != FILE_TYPE_DISK ||
-      ::GetFileSizeEx(opened.get(), &file_size) == 0) {
+  LARGE_INTEGER size{};
+  FILETIME time{};
+  if (::GetFileType(opened.get()) != FILE_TYPE_DISK || ::GetFileSizeEx(opened.get(), &size) == 0 ||
+      ::GetFileTime(opened.get(), nullptr, nullptr, &time) == 0) {
     reason = "Not a regular file";
     return std::nullopt;
   }
-  std::string content;
-  std::size_t read = 0;
-  const auto size = static_cast<std::uint64_t>(file_size.QuadPart);
-  if (size <= limit) content.resize(static_cast<std::size_t>(size) + 1);  // one more: the end
-  while (read < content.size()) {
-    const auto room = static_cast<DWORD>(std::min<std::size_t>(content.size() - read, 1U << 30));
-    DWORD result = 0;
-    if (::ReadFile(opened.get(), content.data() + read, room, &result, nullptr) == 0) {
-      reason = SystemErrorText(::GetLastError());
-      return std::nullopt;
-    }
-    if (result == 0) {
-      content.resize(read);
-      return content;
-    }
-    read += result;
-    if (read == content.size() && read <= limit) content.resize(std::min(2 * read, limit + 1));
-  }
-  reason = "Larger than " + std::to_string(limit) + " bytes";
+  using Time = std::filesystem::file_time_type;
+  const std::uint64_t ticks = std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
+  return OpenedFile(std::move(opened), static_cast<std::uintmax_t>(size.QuadPart),
+                    Time(Time::duration(static_cast<std::int64_t>(ticks))));
+}
+
+std::optional<std::size_t> OpenedFile::Read(char* room, std::size_t size,
+                                            std::string& reason) const {
+  const auto piece = static_cast<DWORD>(std::min<std::size_t>(size, 1U << 30));
+  DWORD read = 0;
+  if (::ReadFile(native_.get(), room, piece, &read, nullptr) != 0) return read;
+  reason = SystemErrorText(::GetLastError());
   return std::nullopt;
 }
 
@@ -225,7 +199,7 @@ std::optional<std::string> CRuntimePath(const std::filesystem::path& path) {
   const std::wstring& wide = path.native();
   const UINT code_page = ::GetACP();
   BOOL is_altered = FALSE;
-  // UTF-8 has every character, and takes no question about those it might lack.
+  // UTF-8 has every character, and the call refuses to report replaced ones.
   const bool has_all = code_page == CP_UTF8;
   const auto convert = [&](char* narrow, int room) {
     return ::WideCharToMultiByte(code_page, has_all ? WC_ERR_INVALID_CHARS : WC_NO_BEST_FIT_CHARS,

@@ -7,50 +7,67 @@
 #include <utility>
 
 #include "platform/files.h"
-#include "platform/windows/handle.h"
-#include "platform/windows/system_error_text.h"
+#include "platform/windows/system_calls.h"
 
 namespace orv {
 
-struct FolderWatch::State {
-  State(const std::filesystem::path& watched, Handle opened, Event& event)
-      : path(watched), folder(std::move(opened)), changed(event) {}
+namespace {
 
-  void Run() noexcept;
+class DirectoryWatch final : public FolderWatch {
+ public:
+  DirectoryWatch(const std::filesystem::path& path, Handle folder, Event& changed)
+      : path_(path), folder_(std::move(folder)), changed_(changed) {}
+  ~DirectoryWatch() override {
+    stop_.Set();
+    while (thread_ && !thread_->Wait(std::chrono::minutes(1))) {
+    }
+  }
+
+  // True when the folder is watched.
+  bool Run() {
+    thread_ = Thread::Start([this] {
+      WatchUntilStopped();
+      return 0U;
+    });
+    return thread_ && armed_.Wait() && is_watching_;
+  }
+
+ private:
+  void WatchUntilStopped() noexcept;
   bool Arm() noexcept;
   bool Counts(const FILE_NOTIFY_INFORMATION& notification) const noexcept;
   bool AnyCounts(DWORD size) const noexcept;
 
-  std::filesystem::path path;
-  Handle folder;
-  Event& changed;
-  Event stop{Event::Kind::ManualReset};
-  Event completed{Event::Kind::AutoReset};
-  Event armed{Event::Kind::ManualReset};  // or failed to
-  bool is_watching = false;
-  OVERLAPPED request{};
-  alignas(FILE_NOTIFY_INFORMATION) std::array<std::byte, 4096> buffer{};
-  std::unique_ptr<Thread> thread;
+  std::filesystem::path path_;
+  Handle folder_;
+  Event& changed_;
+  Event stop_{Event::Kind::ManualReset};
+  Event completed_{Event::Kind::AutoReset};
+  Event armed_{Event::Kind::ManualReset};  // or failed to
+  bool is_watching_ = false;
+  OVERLAPPED request_{};
+  alignas(FILE_NOTIFY_INFORMATION) std::array<std::byte, 4096> buffer_{};
+  std::unique_ptr<Thread> thread_;
 };
 
-bool FolderWatch::State::Arm() noexcept {
-  request = {};
-  request.hEvent = reinterpret_cast<HANDLE>(completed.native());
+bool DirectoryWatch::Arm() noexcept {
+  request_ = {};
+  request_.hEvent = reinterpret_cast<HANDLE>(completed_.native());
   return ::ReadDirectoryChangesW(
-             folder.get(), buffer.data(), static_cast<DWORD>(buffer.size()), FALSE,
+             folder_.get(), buffer_.data(), static_cast<DWORD>(buffer_.size()), FALSE,
              FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_LAST_WRITE | FILE_NOTIFY_CHANGE_SIZE,
-             nullptr, &request, nullptr) != 0;
+             nullptr, &request_, nullptr) != 0;
 }
 
 // Opening a file that is missing makes an empty one: no change yet, until something is written.
-bool FolderWatch::State::Counts(const FILE_NOTIFY_INFORMATION& notification) const noexcept {
+bool DirectoryWatch::Counts(const FILE_NOTIFY_INFORMATION& notification) const noexcept {
   const std::wstring_view name(notification.FileName,
                                notification.FileNameLength / sizeof(wchar_t));
   if (name.starts_with(L'.')) return false;
   if (notification.Action != FILE_ACTION_ADDED) return true;
   try {
     WIN32_FILE_ATTRIBUTE_DATA data{};
-    return ::GetFileAttributesExW((path / name).c_str(), GetFileExInfoStandard, &data) != 0 &&
+    return ::GetFileAttributesExW((path_ / name).c_str(), GetFileExInfoStandard, &data) != 0 &&
            (data.nFileSizeLow != 0 || data.nFileSizeHigh != 0);
   } catch (...) {
     return true;
@@ -58,9 +75,9 @@ bool FolderWatch::State::Counts(const FILE_NOTIFY_INFORMATION& notification) con
 }
 
 // Lost notifications leave the buffer empty and count.
-bool FolderWatch::State::AnyCounts(DWORD size) const noexcept {
+bool DirectoryWatch::AnyCounts(DWORD size) const noexcept {
   if (size == 0) return true;
-  for (const std::byte* at = buffer.data();;) {
+  for (const std::byte* at = buffer_.data();;) {
     const auto* next = reinterpret_cast<const FILE_NOTIFY_INFORMATION*>(at);
     if (Counts(*next)) return true;
     if (next->NextEntryOffset == 0) return false;
@@ -69,25 +86,25 @@ bool FolderWatch::State::AnyCounts(DWORD size) const noexcept {
 }
 
 // All requests are this thread's own: the system cancels those of a thread that has ended.
-void FolderWatch::State::Run() noexcept {
-  bool pending = is_watching = Arm();
-  armed.Set();
-  Event* const events[] = {&stop, &completed};
+void DirectoryWatch::WatchUntilStopped() noexcept {
+  bool pending = is_watching_ = Arm();
+  armed_.Set();
+  Event* const events[] = {&stop_, &completed_};
   while (pending && WaitAny(events) == 1U) {
     DWORD size = 0;
     pending = false;
     // Without an answer the folder itself is gone, which is a change too.
     const bool counts =
-        ::GetOverlappedResult(folder.get(), &request, &size, FALSE) == 0 || AnyCounts(size);
+        ::GetOverlappedResult(folder_.get(), &request_, &size, FALSE) == 0 || AnyCounts(size);
     pending = Arm();
-    if (counts) changed.Set();
+    if (counts) changed_.Set();
   }
   DWORD size = 0;
-  if (pending && ::CancelIo(folder.get()) != 0)
-    ::GetOverlappedResult(folder.get(), &request, &size, TRUE);
+  if (pending && ::CancelIo(folder_.get()) != 0)
+    ::GetOverlappedResult(folder_.get(), &request_, &size, TRUE);
 }
 
-FolderWatch::FolderWatch(std::unique_ptr<State> state) noexcept : state_(std::move(state)) {}
+}  // namespace
 
 std::unique_ptr<FolderWatch> FolderWatch::Start(const std::filesystem::path& folder, Event& changed,
                                                 std::string& reason) {
@@ -99,26 +116,13 @@ std::unique_ptr<FolderWatch> FolderWatch::Start(const std::filesystem::path& fol
       reason = SystemErrorText(::GetLastError());
       return nullptr;
     }
-    std::unique_ptr<FolderWatch> watch(
-        new FolderWatch(std::make_unique<State>(folder, std::move(opened), changed)));
-    State* const running = watch->state_.get();
-    running->thread = Thread::Start([running] {
-      running->Run();
-      return 0U;
-    });
-    if (running->thread && running->armed.Wait() && running->is_watching) return watch;
+    auto watch = std::make_unique<DirectoryWatch>(folder, std::move(opened), changed);
+    if (watch->Run()) return watch;
     reason = "The folder cannot be watched";
   } catch (const std::system_error& error) {
     reason = SystemErrorText(static_cast<unsigned long>(error.code().value()));
   }
   return nullptr;
-}
-
-FolderWatch::~FolderWatch() {
-  if (!state_->thread) return;
-  state_->stop.Set();
-  while (!state_->thread->Wait(std::chrono::minutes(1))) {
-  }
 }
 
 }  // namespace orv

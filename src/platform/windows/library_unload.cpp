@@ -13,7 +13,7 @@ void __freeres();      // NOLINT(bugprone-reserved-identifier)
 namespace {
 
 // The runtimes clean up after a thread when it ends, but never after the one that unloads them:
-// tell them that it does. Not when the process ends, as everything ends then.
+// calls them as at its end. Not needed when the process ends.
 void NTAPI CleanUpAtUnload(void* library, DWORD reason, void* process_ends) {
   if (reason != DLL_PROCESS_DETACH || process_ends != nullptr) return;
   const auto* callback = reinterpret_cast<const PIMAGE_TLS_CALLBACK*>(_tls_used.AddressOfCallBacks);

@@ -5,9 +5,6 @@
 namespace orv {
 namespace {
 
-constexpr char kOwnScreenWithoutCursor[] = "\x1b[?1049h\x1b[?25l\x1b[2J";
-constexpr char kFormerScreenAndCursor[] = "\x1b[0m\x1b[?25h\x1b[?1049l";
-
 // A mode of a console that is put back at the end.
 class ConsoleMode {
  public:
@@ -37,9 +34,9 @@ class WindowsTerminal final : public Terminal {
   WindowsTerminal() : code_page_(GetConsoleOutputCP()) {}
   ~WindowsTerminal() override {
     if (!taken_) return;
-    WriteAll(kFormerScreenAndCursor);
+    WindowsTerminal::Write(kFormerScreenAndCursor);
     SetConsoleOutputCP(code_page_);
-    // What was typed meanwhile was not meant for who comes next.
+    // Text that was typed meanwhile is not input for the next program.
     if (input_.is_console()) FlushConsoleInputBuffer(input_.console());
   }
 
@@ -48,7 +45,7 @@ class WindowsTerminal final : public Terminal {
     if (!taken_) return false;
     input_.Change(0, ENABLE_ECHO_INPUT | ENABLE_LINE_INPUT);
     SetConsoleOutputCP(CP_UTF8);
-    return WriteAll(kOwnScreenWithoutCursor);
+    return WindowsTerminal::Write(kOwnScreenWithoutCursor);
   }
 
   TerminalSize Size() const override {
@@ -57,10 +54,7 @@ class WindowsTerminal final : public Terminal {
     const SMALL_RECT& window = screen.srWindow;
     return {window.Right - window.Left + 1, window.Bottom - window.Top + 1};
   }
-  bool Write(std::string_view text) override { return WriteAll(text); }
-
- private:
-  bool WriteAll(std::string_view text) {
+  bool Write(std::string_view text) override {
     while (!text.empty()) {
       DWORD written = 0;
       if (!WriteFile(output_.console(), text.data(), static_cast<DWORD>(text.size()), &written,
@@ -72,6 +66,7 @@ class WindowsTerminal final : public Terminal {
     return true;
   }
 
+ private:
   ConsoleMode output_{STD_OUTPUT_HANDLE};
   ConsoleMode input_{STD_INPUT_HANDLE};
   UINT code_page_;

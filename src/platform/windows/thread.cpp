@@ -1,8 +1,8 @@
 // Threads over the system's own.
 //
-// A terminated thread runs no clean-up and takes its stack with it. What it was working with
-// elsewhere stays as it lies, the module it ran in included. It is ended in its own body only: on
-// its way in and out it holds locks of the system that the whole process needs.
+// A terminated thread runs no clean-up, and its stack is freed. Its other objects stay as they are,
+// the module it ran in included. It is ended in its own body only: before and after it, the thread
+// holds locks of the system that the whole process needs.
 #include <process.h>
 #include <windows.h>
 
@@ -13,7 +13,7 @@
 #include <utility>
 
 #include "platform/synchronization.h"
-#include "platform/windows/handle.h"
+#include "platform/windows/system_calls.h"
 
 namespace orv {
 
@@ -24,7 +24,7 @@ struct Thread::State {
 
   static unsigned __stdcall Enter(void* argument) noexcept;
   std::uint32_t RunBody() noexcept;
-  // Takes the thread out of its body for one reason or the other; the first one counts.
+  // Ends the thread's stay in its body for one reason or the other; the first one counts.
   bool Leave(Phase reason) noexcept {
     Phase running = Phase::Running;
     return phase.compare_exchange_strong(running, reason);
@@ -37,17 +37,17 @@ struct Thread::State {
   std::shared_ptr<State> self;  // held while the thread runs, for ever when it is terminated
   std::atomic<Phase> phase{Phase::Running};
   Event started{Event::Kind::ManualReset};
-  Handle handle;  // closed with the holder, whatever becomes of the thread
+  Handle handle;  // closed with the holder, even if the thread runs on
   unsigned id = 0;
 };
 
 namespace {
 
 constexpr std::uint32_t kFailedExitCode = 0xFFFFFFFF;
-// A thread in the middle of a system call may end a little later; nobody waits longer than this.
+// A thread in a system call may end a little later; no caller waits longer than this.
 constexpr DWORD kTerminationLimit = 5000;  // milliseconds
 
-// Keeps the module with this code loaded: a thread must not run on in memory that was given back.
+// Keeps the module with this code loaded: a thread must not run in freed memory.
 HMODULE HoldOwnModule() noexcept {
   static const char marker = 0;
   HMODULE module = nullptr;
@@ -63,7 +63,7 @@ std::uint32_t Thread::State::RunBody() noexcept {
   try {
     code = body();
   } catch (...) {
-    // Nobody above could handle it; the exit code tells.
+    // No caller could handle it; the exit code reports it.
   }
   if (!Leave(Phase::Leaving)) ::Sleep(INFINITE);  // the end is under way
   body = nullptr;
@@ -103,8 +103,6 @@ std::unique_ptr<Thread> Thread::Start(std::function<std::uint32_t()> body) {
   state->started.Wait();
   return started;
 }
-
-Thread::Thread(std::shared_ptr<State> state) noexcept : state_(std::move(state)) {}
 
 Thread::~Thread() { state_->handle = Handle(); }
 

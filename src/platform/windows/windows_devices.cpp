@@ -1,5 +1,4 @@
-#include "platform/windows/windows_devices.h"
-
+// Device interfaces, device files and named events of the machine this process runs on.
 #include <windows.h>
 // windows.h first: the header below depends on it.
 #include <setupapi.h>
@@ -7,7 +6,8 @@
 #include <cstring>
 #include <utility>
 
-#include "platform/windows/handle.h"
+#include "platform/windows/system_calls.h"
+#include "platform/windows/windows_machine.h"
 
 namespace orv {
 namespace {
@@ -28,7 +28,7 @@ class DeviceList {
   HDEVINFO list_;
 };
 
-// Empty when the interface has vanished in between.
+// Empty if the interface has been removed in between.
 std::wstring InterfacePath(HDEVINFO list, SP_DEVICE_INTERFACE_DATA& data) {
   DWORD size = 0;
   ::SetupDiGetDeviceInterfaceDetailW(list, &data, nullptr, 0, &size, nullptr);
@@ -49,7 +49,7 @@ class WindowsDeviceFile final : public DeviceFile {
   std::uint32_t Control(std::uint32_t code, std::span<const std::byte> input,
                         std::span<std::byte> output, std::uint32_t& returned) override {
     DWORD size = 0;
-    // The system does not write to the input, whatever its type says.
+    // The system does not write to the input, although its type would allow it.
     const BOOL done = ::DeviceIoControl(device_.get(), code, const_cast<std::byte*>(input.data()),
                                         static_cast<DWORD>(input.size()), output.data(),
                                         static_cast<DWORD>(output.size()), &size, nullptr);
@@ -79,7 +79,7 @@ class WindowsNamedEvent final : public NamedEvent {
 
 }  // namespace
 
-std::vector<std::wstring> PresentDeviceInterfaces(REFGUID interface_class) {
+std::vector<std::wstring> WindowsMachine::DeviceInterfaces(REFGUID interface_class) {
   const DeviceList list(interface_class);
   std::vector<std::wstring> paths;
   SP_DEVICE_INTERFACE_DATA data{};
@@ -92,7 +92,8 @@ std::vector<std::wstring> PresentDeviceInterfaces(REFGUID interface_class) {
   return paths;
 }
 
-std::unique_ptr<DeviceFile> OpenDeviceFile(const std::wstring& path, std::uint32_t& error) {
+std::unique_ptr<DeviceFile> WindowsMachine::OpenDevice(const std::wstring& path,
+                                                       std::uint32_t& error) {
   Handle device(::CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
                               FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
                               FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -101,7 +102,8 @@ std::unique_ptr<DeviceFile> OpenDeviceFile(const std::wstring& path, std::uint32
   return std::make_unique<WindowsDeviceFile>(std::move(device));
 }
 
-std::unique_ptr<NamedEvent> OpenExistingEvent(const std::wstring& name, std::uint32_t& error) {
+std::unique_ptr<NamedEvent> WindowsMachine::OpenNamedEvent(const std::wstring& name,
+                                                           std::uint32_t& error) {
   Handle event(::OpenEventW(EVENT_ALL_ACCESS, FALSE, name.c_str()));
   error = event ? 0 : ::GetLastError();
   if (!event) return nullptr;

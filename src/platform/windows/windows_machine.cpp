@@ -7,43 +7,14 @@
 
 #include "platform/files.h"
 #include "platform/text.h"
-#include "platform/windows/error_boxes.h"
-#include "platform/windows/windows_devices.h"
-#include "platform/windows/windows_registry.h"
+#include "platform/windows/system_calls.h"
 
 namespace orv {
-namespace {
-
-// 0 is never a new machine's number.
-constexpr std::uint64_t kPlatformId = 0;
-
-}  // namespace
-
-WindowsMachine::WindowsMachine()
-    : Machine(kPlatformId), registry_(std::make_unique<WindowsRegistry>()) {}
-WindowsMachine::~WindowsMachine() = default;
-
-Registry& WindowsMachine::registry() { return *registry_; }
-
 HRESULT WindowsMachine::CreateDeviceEnumerator(IMMDeviceEnumerator** enumerator) {
   if (enumerator == nullptr) return E_POINTER;
   *enumerator = nullptr;
   return ::CoCreateInstance(CLSID_MMDeviceEnumerator, nullptr, CLSCTX_ALL, IID_IMMDeviceEnumerator,
                             reinterpret_cast<void**>(enumerator));
-}
-
-std::vector<std::wstring> WindowsMachine::DeviceInterfaces(REFGUID interface_class) {
-  return PresentDeviceInterfaces(interface_class);
-}
-
-std::unique_ptr<DeviceFile> WindowsMachine::OpenDevice(const std::wstring& path,
-                                                       std::uint32_t& error) {
-  return OpenDeviceFile(path, error);
-}
-
-std::unique_ptr<NamedEvent> WindowsMachine::OpenNamedEvent(const std::wstring& name,
-                                                           std::uint32_t& error) {
-  return OpenExistingEvent(name, error);
 }
 
 std::optional<std::wstring> WindowsMachine::KnownFolder(REFGUID folder) {

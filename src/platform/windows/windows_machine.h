@@ -4,17 +4,29 @@
 #include <memory>
 
 #include "platform/machine.h"
+#include "platform/registry.h"
 
 namespace orv {
+
+// The registry of the machine this process runs on.
+class WindowsRegistry final : public Registry {
+ public:
+  RegStatus OpenKey(RegRoot root, const std::wstring& path, std::uint32_t access,
+                    std::unique_ptr<RegistryKey>& key) override;
+  RegStatus CreateKey(RegRoot root, const std::wstring& path, std::uint32_t access,
+                      std::unique_ptr<RegistryKey>& key, bool* created) override;
+  RegStatus DeleteTree(RegRoot root, const std::wstring& path) override;
+};
 
 // Devices are enumerated through the component runtime: a thread that asks for the enumerator must
 // have initialised it.
 class WindowsMachine final : public Machine {
  public:
-  WindowsMachine();
-  ~WindowsMachine() override;
+  static constexpr std::uint64_t kId = 0;  // never a new machine's
 
-  Registry& registry() override;
+  WindowsMachine() noexcept : Machine(kId) {}
+
+  Registry& registry() override { return registry_; }
   HRESULT CreateDeviceEnumerator(IMMDeviceEnumerator** enumerator) override;
   std::vector<std::wstring> DeviceInterfaces(REFGUID interface_class) override;
   std::unique_ptr<DeviceFile> OpenDevice(const std::wstring& path, std::uint32_t& error) override;
@@ -29,7 +41,7 @@ class WindowsMachine final : public Machine {
   std::optional<std::string> HostPath(const std::wstring& path) override;
 
  private:
-  std::unique_ptr<Registry> registry_;
+  WindowsRegistry registry_;
 };
 
 }  // namespace orv

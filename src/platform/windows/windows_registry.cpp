@@ -1,11 +1,11 @@
-#include "platform/windows/windows_registry.h"
-
 #include <windows.h>
 
 #include <cstdint>
 #include <cstring>
 #include <utility>
 #include <vector>
+
+#include "platform/windows/windows_machine.h"
 
 namespace orv {
 namespace {
@@ -40,14 +40,14 @@ HKEY RootKey(RegRoot root) noexcept {
   }
 }
 
-// The system would read a name up to its first terminator only, and so mean something else.
+// The system would read a name up to its first terminator only, which is another name.
 bool HasTerminator(const std::wstring& name) noexcept {
   return name.find(L'\0') != std::wstring::npos;
 }
 
-// The system completes text that is stored without its terminator, if one happens to lie behind it
-// in memory. This copy of such text has none there, nor anything else that the system looks at
-// outside of it; empty for bytes that are stored as they are anyway.
+// The system completes text that is stored without its terminator if the memory after it holds one.
+// Returns a copy of such text without a terminator around it; empty for bytes that the system
+// stores as they are.
 std::vector<std::uint8_t> GuardedText(std::uint32_t type, const void* data, std::uint32_t size) {
   const bool is_text = type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ;
   if (!is_text || data == nullptr || size == 0) return {};

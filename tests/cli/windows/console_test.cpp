@@ -11,7 +11,7 @@
 #include "cli/windows/process.h"
 #include "platform/terminal.h"
 #include "platform/text.h"
-#include "platform/windows/handle.h"
+#include "platform/windows/system_calls.h"
 #include "support/temporary_folder.h"
 
 namespace orv::cli {

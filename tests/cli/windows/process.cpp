@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "platform/text.h"
-#include "platform/windows/system_error_text.h"
+#include "platform/windows/system_calls.h"
 
 namespace orv::cli {
 namespace {

@@ -7,7 +7,7 @@
 #include "cli/client/component.h"
 #include "cli/orvctl_program.h"
 #include "cli/windows/process.h"
-#include "platform/windows/handle.h"
+#include "platform/windows/system_calls.h"
 #include "platform/windows/under_wine.h"
 
 namespace orv::cli {

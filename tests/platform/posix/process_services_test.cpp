@@ -1,4 +1,4 @@
-// What only the native build's process services promise.
+// Features of the native build's process services only.
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <signal.h>
@@ -15,6 +15,7 @@
 #include "platform/diagnostics.h"
 #include "platform/dynamic_library.h"
 #include "platform/files.h"
+#include "platform/host_path.h"
 #include "platform/synchronization.h"
 #include "platform/text.h"
 #include "platform/wide_format.h"
@@ -24,7 +25,7 @@
 namespace orv {
 namespace {
 
-TEST(DebugOutputDeathTest, LinesGoWhereTheEnvironmentSays) {
+TEST(DebugOutputDeathTest, LinesGoToTheFileOfTheEnvironment) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");  // a fresh process reads the variable
   const auto report_and_leave = [] {
     Diagnose({"f", 1, "m"}, L"Kopfh\x00F6rer \xD83C\xDFA7\n");
@@ -34,7 +35,7 @@ TEST(DebugOutputDeathTest, LinesGoWhereTheEnvironmentSays) {
   EXPECT_EXIT(report_and_leave(), ::testing::ExitedWithCode(0),
               "^f\\(1\\) \\| m \\| Kopfh\xC3\xB6rer \xF0\x9F\x8E\xA7\n$");
 
-  // The new process passes here too and must name the same file.
+  // The new process runs this too and must name the same file.
   const TemporaryFolder folder;
   const std::string file = (folder.path() / "lines.log").string();
   if (std::getenv("ORV_TEST_LOG") == nullptr) ::setenv("ORV_TEST_LOG", file.c_str(), 1);
@@ -79,10 +80,14 @@ class FileSizeLimit {
   sighandler_t handler_ = ::signal(SIGXFSZ, SIG_IGN);
 };
 
-TEST(Replacement, ThatRunsOutOfRoomKeepsTheOldContent) {
-  const TemporaryFolder folder;
-  const auto file = folder.path() / "registry.reg";
+class Replacement : public ::testing::Test {
+ protected:
+  TemporaryFolder folder;
+  std::filesystem::path file = folder.path() / "shared.reg";
   std::string reason;
+};
+
+TEST_F(Replacement, ThatRunsOutOfRoomKeepsTheOldContent) {
   ASSERT_TRUE(ReplaceFileContent(file, "old", reason));
   bool replaced = true;
   {
@@ -95,11 +100,8 @@ TEST(Replacement, ThatRunsOutOfRoomKeepsTheOldContent) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
 }
 
-TEST(Replacement, KeepsPermissionsAndLinks) {
-  const TemporaryFolder folder;
-  const auto file = folder.path() / "shared.reg";
+TEST_F(Replacement, KeepsPermissionsAndLinks) {
   const auto link = folder.path() / "registry.reg";
-  std::string reason;
   ASSERT_TRUE(ReplaceFileContent(file, "old", reason));
   std::filesystem::permissions(file, std::filesystem::perms(0640));
   std::filesystem::create_symlink("shared.reg", link);
@@ -142,11 +144,9 @@ TEST(ThreadStart, LeavesTheHostsSignalsToTheHost) {
   EXPECT_EQ(::sigismember(&after, SIGINT), ::sigismember(&own, SIGINT));
 }
 
-TEST(Module, IsLoadedTellsWhereItLiesAndIsGivenBack) {
+TEST(Module, IsLoadedReportsItsPathAndIsFreed) {
   const auto program = std::filesystem::read_symlink("/proc/self/exe");
-  std::wstring path = L"Z:" + program.wstring();
-  for (wchar_t& unit : path)
-    if (unit == L'/') unit = L'\\';
+  const std::wstring path = DriveZPath(program.native());
   EXPECT_EQ(HostProgramPath(), path);
   EXPECT_EQ(OwnModulePath(), path);
 
@@ -206,24 +206,20 @@ class PathLookup : public ::testing::Test {
   TemporaryFolder folder_;
 };
 
-TEST_F(PathLookup, TakesTheExactSpellingFirst) {
-  EXPECT_EQ(Found("Program Files/Tools/Table.xml"), "Program Files/Tools/Table.xml");
-  EXPECT_EQ(Found("program files/TOOLS/Table.xml"), "Program Files/Tools/Table.xml");
-  EXPECT_EQ(Found("program files/tools/table.XML"), "Program Files/Tools/TABLE.XML");
+TEST_F(PathLookup, PrefersTheExactSpellingAndStaysBelowTheFolder) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"Program Files/Tools/Table.xml", "Program Files/Tools/Table.xml"},
+      {"program files/TOOLS/Table.xml", "Program Files/Tools/Table.xml"},
+      {"program files/tools/table.XML", "Program Files/Tools/TABLE.XML"},
+      {"PROGRAM FILES/New/Table.xml", "-Program Files/New/Table.xml"},
+      {"program files/tools/table.xml/More", "-Program Files/Tools/TABLE.XML/More"},
+      {"../x", "outside"},
+      {"Program Files/../../x", "outside"},
+      {"/program files//./other/../tools/", "Program Files/Tools"},
+      {"", "."}};
+  for (const auto& [relative, found] : cases) EXPECT_EQ(Found(relative), found) << relative;
   std::filesystem::create_directory(path() / "program files");
   EXPECT_EQ(Found("program files"), "program files");
-}
-
-TEST_F(PathLookup, KeepsTheGivenSpellingBeyondWhatExists) {
-  EXPECT_EQ(Found("PROGRAM FILES/New/Table.xml"), "-Program Files/New/Table.xml");
-  EXPECT_EQ(Found("program files/tools/table.xml/More"), "-Program Files/Tools/TABLE.XML/More");
-}
-
-TEST_F(PathLookup, NeverLeavesTheFolder) {
-  EXPECT_EQ(Found("../x"), "outside");
-  EXPECT_EQ(Found("Program Files/../../x"), "outside");
-  EXPECT_EQ(Found("/program files//./other/../tools/"), "Program Files/Tools");
-  EXPECT_EQ(Found(""), ".");
 }
 
 }  // namespace

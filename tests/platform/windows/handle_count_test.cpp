@@ -1,7 +1,8 @@
-// What is opened and closed many times leaves no handle behind.
+// Opening and closing many times leaks no handle.
 #include "platform/files.h"
 #include "platform/windows/handle_level.h"
 #include "platform/windows/windows_machine.h"
+#include "support/machine_registry.h"
 #include "support/temporary_folder.h"
 
 namespace orv {
@@ -10,7 +11,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr int kRounds = 10000;
-// Slow on a busy machine, and a tenth tells a leak as well.
+// Slow on a busy machine; a tenth is enough to find a leak.
 constexpr int kThreadRounds = 1000;
 constexpr int kFileRounds = 200;
 
@@ -40,10 +41,7 @@ TEST(NoHandleIsLeftBehindBy, RegistryKeysTheirDuplicatesAndWatches) {
   WindowsMachine machine;
   Event changed(Event::Kind::AutoReset);
   ExpectNoHandleLeftBehind(kRounds, [&] {
-    std::unique_ptr<RegistryKey> key;
-    ASSERT_EQ(machine.registry().CreateKey(RegRoot::CurrentUser, kPath, kKeyRead | kKeyWrite, key,
-                                           nullptr),
-              kRegOk);
+    auto key = MachineKey(machine, kPath, RegRoot::CurrentUser);
     const auto duplicate = key->Duplicate();
     ASSERT_NE(duplicate, nullptr);
     EXPECT_EQ(duplicate->NotifyChange(false, kNotifyLastSet, changed), kRegOk);
@@ -68,7 +66,7 @@ TEST(NoHandleIsLeftBehindBy, DevicesAndTheirInterfaces) {
   });
 }
 
-TEST(NoHandleIsLeftBehindBy, ThreadsWaitedForAndThreadsLetGo) {
+TEST(NoHandleIsLeftBehindBy, ThreadsWaitedForAndThreadsDetached) {
   Event done(Event::Kind::AutoReset);
   ExpectNoHandleLeftBehind(kThreadRounds, [&] {
     const auto waited_for = Thread::Start([] { return 1U; });

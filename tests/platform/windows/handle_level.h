@@ -10,11 +10,11 @@
 
 namespace orv {
 
-inline constexpr std::uintptr_t kHandleSlack =
-    50;  // what the system's own libraries open meanwhile
+// What the system's own libraries open meanwhile.
+inline constexpr std::uintptr_t kHandleSlack = 50;
 
 // Seen on Wine 8.0: the count is always 0. There handles are numbered by fours, the lowest free
-// number first, so that a new one tells how many are open.
+// number first, so that a new one shows how many are open.
 inline std::uintptr_t HandleLevel() {
   DWORD count = 0;
   if (::GetProcessHandleCount(::GetCurrentProcess(), &count) != 0 && count != 0) return count;

@@ -1,4 +1,4 @@
-// What only the machine under the process has: drivers, named events, the system's own folders.
+// Features of the machine of this process only: drivers, named events, the system's own folders.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -40,7 +40,7 @@ TEST(WindowsMachine, OpensNamedEventsThatExistAndSetsThem) {
 }
 
 // The mount manager is a device that every system has.
-TEST(WindowsMachine, SendsRequestsToADeviceAndTellsItsErrors) {
+TEST(WindowsMachine, SendsRequestsToADeviceAndReportsItsErrors) {
   WindowsMachine machine;
   std::uint32_t error = 0xBAD;
   EXPECT_EQ(machine.OpenDevice(L"\\\\.\\OrvNoSuchDevice", error), nullptr);
@@ -125,9 +125,7 @@ TEST(WindowsRegistry, KeepsToThe64BitView) {
   constexpr wchar_t kPath[] = L"Software\\Orv 64-bit View";
   ::RegDeleteKeyExW(HKEY_LOCAL_MACHINE, kPath, KEY_WOW64_32KEY, 0);  // left by a failed run
   WindowsMachine machine;
-  std::unique_ptr<RegistryKey> key;
-  ASSERT_EQ(machine.registry().CreateKey(RegRoot::LocalMachine, kPath, kKeyRead, key, nullptr),
-            kRegOk);
+  ASSERT_TRUE(MachineKey(machine, kPath));
   const auto open = [&](REGSAM view) {
     HKEY found = nullptr;
     const LSTATUS status = ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, kPath, 0, KEY_READ | view, &found);
@@ -154,12 +152,9 @@ TEST(WindowsRegistry, NotifiesOnSystemsThatTieTheWatchToItsThread) {
   constexpr wchar_t kPath[] = L"Software\\Orv Older Notify";
   WindowsMachine machine;
   Event changed(Event::Kind::AutoReset);
-  std::unique_ptr<RegistryKey> key;
-  ASSERT_EQ(
-      machine.registry().CreateKey(RegRoot::CurrentUser, kPath, kKeyRead | kKeyWrite, key, nullptr),
-      kRegOk);
+  const auto key = MachineKey(machine, kPath, RegRoot::CurrentUser);
   EXPECT_EQ(key->NotifyChange(false, kNotifyLastSet, changed), kRegOk);
-  EXPECT_EQ(key->SetValue(L"v", kRegBinary, "1", 1), kRegOk);
+  EXPECT_EQ(SetBytes(*key, L"v", {1}), kRegOk);
   EXPECT_TRUE(changed.Wait(std::chrono::seconds(20)));
   EXPECT_EQ(machine.registry().DeleteTree(RegRoot::CurrentUser, kPath), kRegOk);
 }
@@ -181,7 +176,7 @@ TEST(WindowsMachine, KnowsItsOwnVersionAndFiles) {
   std::FILE* file = std::fopen(machine.HostPath(library).value_or("").c_str(), "rb");
   EXPECT_NE(file, nullptr);
   if (file != nullptr) std::fclose(file);
-  // U+4E2D and U+97F3 are in no western code page; other files may still lie there.
+  // U+4E2D and U+97F3 are in no western code page; other files may be there.
   const std::wstring beyond = L"C:\\\x4E2D\x97F3\\x.xml";
   EXPECT_EQ(machine.HostPath(beyond), std::nullopt);
   EXPECT_EQ(machine.HostFile(beyond), beyond);
@@ -191,8 +186,8 @@ class ThisMachine final : public MachineUnderTest {
  public:
   Machine& machine() override { return machine_; }
   Machine* other() override { return &other_; }
-  // Seen on Wine 8.0: no signal within 20 s, whatever the filter; a watch on the parent key is
-  // told.
+  // Seen on Wine 8.0: no signal within 20 s with any filter; a watch on the parent key is
+  // signalled.
   bool deletion_signals() const override { return !IsUnderWine(); }
 
  private:

@@ -1,4 +1,4 @@
-// What only the Windows build's process services promise.
+// Features of the Windows build's process services only.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -11,14 +11,14 @@
 #include "platform/files.h"
 #include "platform/text.h"
 #include "platform/windows/substituted_call.h"
-#include "platform/windows/system_error_text.h"
+#include "platform/windows/system_calls.h"
 #include "support/locale.h"
 #include "support/temporary_folder.h"
 
 namespace orv {
 namespace {
 
-std::string heard;
+std::string received;
 
 // Debug output travels as an exception that a debugger takes: the text with its terminator, in the
 // system's code page.
@@ -26,17 +26,17 @@ LONG CALLBACK Listen(EXCEPTION_POINTERS* pointers) {
   constexpr DWORD kDebugOutput = 0x40010006;
   const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
   if (record.ExceptionCode != kDebugOutput) return EXCEPTION_CONTINUE_SEARCH;
-  heard.assign(reinterpret_cast<const char*>(record.ExceptionInformation[1]),
-               record.ExceptionInformation[0] - 1);
+  received.assign(reinterpret_cast<const char*>(record.ExceptionInformation[1]),
+                  record.ExceptionInformation[0] - 1);
   return EXCEPTION_CONTINUE_EXECUTION;
 }
 
-TEST(DebugOutput, ReachesWhoeverListens) {
+TEST(DebugOutput, ReachesADebugger) {
   void* listener = ::AddVectoredExceptionHandler(1, &Listen);
   EXPECT_TRUE(DebugOutputWanted());
   WriteDebugOutput(L"line of a diagnostic\n");
   ::RemoveVectoredExceptionHandler(listener);
-  EXPECT_EQ(heard, "line of a diagnostic\n");
+  EXPECT_EQ(received, "line of a diagnostic\n");
 }
 
 std::filesystem::path SampleModule() {
@@ -156,7 +156,7 @@ TEST(CRuntimePath, NamesEveryFileWhenTheCodePageIsUtf8) {
       convert_call,
       [](UINT page, DWORD flags, LPCWCH wide, int size, LPSTR narrow, int room, LPCCH replacement,
          LPBOOL is_replaced) -> int {
-        // Windows refuses for this page what Wine passes over.
+        // Windows refuses for this page what Wine accepts.
         if ((flags & ~DWORD{WC_ERR_INVALID_CHARS}) != 0 || is_replaced != nullptr) return 0;
         return original(page == CP_ACP ? CP_UTF8 : page, flags, wide, size, narrow, room,
                         replacement, is_replaced);

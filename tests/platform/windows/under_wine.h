@@ -1,4 +1,4 @@
-// What Wine does not offer is told apart by this; everything else must work there too.
+// Wine lacks some features of the platform; all others must work there too.
 #pragma once
 
 #include <windows.h>
