@@ -123,13 +123,12 @@ class ScriptedDevices final : public CountedObject<IMMDeviceEnumerator> {
     if (SUCCEEDED(status)) *device = new ScriptedDevice(std::move(genuine), input_);
     return status;
   }
-  HRESULT STDMETHODCALLTYPE
-  RegisterEndpointNotificationCallback(IMMNotificationClient* client) override {
-    return devices_->RegisterEndpointNotificationCallback(client);
+  HRESULT STDMETHODCALLTYPE RegisterEndpointNotificationCallback(IMMNotificationClient*) override {
+    return E_NOTIMPL;
   }
   HRESULT STDMETHODCALLTYPE
-  UnregisterEndpointNotificationCallback(IMMNotificationClient* client) override {
-    return devices_->UnregisterEndpointNotificationCallback(client);
+  UnregisterEndpointNotificationCallback(IMMNotificationClient*) override {
+    return E_NOTIMPL;
   }
 
  private:
@@ -162,21 +161,14 @@ class ScriptedMachine final : public Machine {
                                              std::uint32_t& error) override {
     return machine_->OpenNamedEvent(name, error);
   }
-  std::optional<std::wstring> KnownFolder(REFGUID folder) override {
-    return machine_->KnownFolder(folder);
-  }
-  std::optional<std::wstring> SystemDirectory() override { return machine_->SystemDirectory(); }
-  bool IsPlatformVersion(std::uint32_t major, std::uint32_t minor) override {
-    return machine_->IsPlatformVersion(major, minor);
-  }
-  bool Is32BitProcess() override { return machine_->Is32BitProcess(); }
-  bool FileExists(const std::wstring& path) override { return machine_->FileExists(path); }
-  std::optional<std::filesystem::path> HostFile(const std::wstring& path) override {
-    return machine_->HostFile(path);
-  }
-  std::optional<std::string> HostPath(const std::wstring& path) override {
-    return machine_->HostPath(path);
-  }
+  // The drivers' clients use no files, folders and versions.
+  std::optional<std::wstring> KnownFolder(REFGUID) override { return {}; }
+  std::optional<std::wstring> SystemDirectory() override { return {}; }
+  bool IsPlatformVersion(std::uint32_t, std::uint32_t) override { return false; }
+  bool Is32BitProcess() override { return false; }
+  bool FileExists(const std::wstring&) override { return false; }
+  std::optional<std::filesystem::path> HostFile(const std::wstring&) override { return {}; }
+  std::optional<std::string> HostPath(const std::wstring&) override { return {}; }
 
  private:
   std::unique_ptr<SimulatedMachine> machine_;

@@ -1,5 +1,7 @@
 #include "platform/located_json.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <iterator>
 #include <limits>
@@ -8,9 +10,9 @@
 namespace orv {
 namespace {
 
-constexpr std::size_t kDeepest = 64;  // nesting; no machine needs more
+constexpr std::size_t kDeepest = 64;  // levels of nesting
 
-// What the parser has taken from the text so far.
+// The part of the text that the parser has read.
 struct Progress {
   int line = 1;
   std::size_t taken = 0;  // characters
@@ -116,7 +118,7 @@ class TreeBuilder {
   bool Open(Kind kind) {
     if (open_.size() == kDeepest) {
       error_.line = progress_.line;
-      error_.reason = "nested more than " + std::to_string(kDeepest) + " levels deep";
+      error_.reason = fmt::format("nested more than {} levels deep", kDeepest);
       return false;
     }
     open_.push_back(Add(kind, progress_.line));

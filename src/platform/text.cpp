@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <boost/locale/utf.hpp>
 #include <clocale>
+#include <compare>
 #include <cstdint>
 #include <cstring>
 #include <cwchar>
@@ -83,25 +84,10 @@ inline std::uint32_t Ordinal(char byte) noexcept { return static_cast<std::uint8
 
 template <class Unit>
 bool Equals(std::basic_string_view<Unit> a, std::basic_string_view<Unit> b) noexcept {
-  const std::size_t size = a.size();
-  if (size != b.size()) return false;
   // Names of one family share long beginnings ("VQ3D-..."), so they differ sooner from the end.
-  for (std::size_t i = size; i-- > 0;)
-    if (a[i] != b[i] && Fold(a[i]) != Fold(b[i])) return false;
-  return true;
-}
-
-template <class Unit>
-int Compare(std::basic_string_view<Unit> a, std::basic_string_view<Unit> b) noexcept {
-  const std::size_t common = a.size() < b.size() ? a.size() : b.size();
-  for (std::size_t i = 0; i < common; ++i) {
-    if (a[i] == b[i]) continue;
-    const std::uint32_t left = Ordinal(Fold(a[i]));
-    const std::uint32_t right = Ordinal(Fold(b[i]));
-    if (left != right) return left < right ? -1 : 1;
-  }
-  if (a.size() == b.size()) return 0;
-  return a.size() < b.size() ? -1 : 1;
+  return a.size() == b.size() && std::equal(a.rbegin(), a.rend(), b.rbegin(), [](Unit x, Unit y) {
+           return x == y || Fold(x) == Fold(y);
+         });
 }
 
 // Appends the ASCII characters at the beginning of `text` and returns their number. Most texts have
@@ -195,7 +181,12 @@ wchar_t FoldAscii(wchar_t unit) noexcept { return Fold(unit); }
 
 bool EqualsIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept { return Equals(a, b); }
 bool EqualsIgnoringCase(std::string_view a, std::string_view b) noexcept { return Equals(a, b); }
-int CompareIgnoringCase(std::string_view a, std::string_view b) noexcept { return Compare(a, b); }
+int CompareIgnoringCase(std::string_view a, std::string_view b) noexcept {
+  const auto order = std::lexicographical_compare_three_way(
+      a.begin(), a.end(), b.begin(), b.end(),
+      [](char x, char y) { return Ordinal(Fold(x)) <=> Ordinal(Fold(y)); });
+  return order < 0 ? -1 : order > 0 ? 1 : 0;
+}
 
 std::wstring ToUpperAscii(std::wstring_view text) {
   std::wstring upper(text);

@@ -1,5 +1,6 @@
 // The type library inside the built component, walked with the platform's own calls, holds what
 // type_library.txt lists. scripts/public_interface.py holds that list against the public header.
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -8,6 +9,7 @@
 #include <sstream>
 
 #include "orv_apo/orv_apo.h"
+#include "platform/com_memory.h"
 #include "platform/com_ptr.h"
 #include "platform/guid_text.h"
 #include "platform/host_path.h"
@@ -15,16 +17,12 @@
 namespace orv {
 namespace {
 
-std::string Take(BSTR text) {
-  const std::string result = Utf8FromWide({text, SysStringLen(text)});
-  SysFreeString(text);
-  return result;
-}
+std::string Utf8(const UniqueBstr& text) { return Utf8FromWide(ViewOf(text.get())); }
 
 std::string NameOf(ITypeInfo* info, MEMBERID member = MEMBERID_NIL) {
-  BSTR name = nullptr;
-  EXPECT_EQ(info->GetDocumentation(member, &name, nullptr, nullptr, nullptr), S_OK);
-  return Take(name);
+  UniqueBstr name;
+  EXPECT_EQ(info->GetDocumentation(member, OutPtr(name), nullptr, nullptr, nullptr), S_OK);
+  return Utf8(name);
 }
 
 ComPtr<ITypeInfo> Referred(ITypeInfo* info, HREFTYPE reference) {
@@ -51,12 +49,12 @@ std::string Text(ITypeInfo* info, const TYPEDESC& type) {
   if (type.vt == VT_CARRAY) {
     std::string text = Text(info, type.lpadesc->tdescElem);
     for (USHORT i = 0; i < type.lpadesc->cDims; ++i)
-      text += "[" + std::to_string(type.lpadesc->rgbounds[i].cElements) + "]";
+      text += fmt::format("[{}]", type.lpadesc->rgbounds[i].cElements);
     return text;
   }
   if (type.vt == VT_USERDEFINED) return NameOf(Referred(info, type.hreftype).get());
   const auto known = kNames.find(type.vt);
-  return known != kNames.end() ? known->second : "type " + std::to_string(type.vt);
+  return known != kNames.end() ? known->second : fmt::format("type {}", type.vt);
 }
 
 std::string Direction(USHORT flags) {
@@ -79,23 +77,25 @@ std::string OperationLine(ITypeInfo* info, UINT index, std::set<MEMBERID>& seen)
   const char* kind = function->invkind == INVOKE_PROPERTYGET   ? "get"
                      : function->invkind == INVOKE_PROPERTYPUT ? "put"
                                                                : "call";
-  std::ostringstream line;
-  line << "  " << function->oVft / static_cast<int>(sizeof(void*)) << " " << std::hex
-       << static_cast<std::uint32_t>(function->memid) << " " << kind << " "
-       << NameOf(info, function->memid) << "(";
+  std::string parameters;
   for (SHORT i = 0; i < function->cParams; ++i) {
     const ELEMDESC& parameter = function->lprgelemdescParam[i];
-    line << (i == 0 ? "" : ", ") << Direction(parameter.paramdesc.wParamFlags) << " "
-         << Text(info, parameter.tdesc);
-    if (first && names[i + 1] != nullptr) line << " " << Utf8FromWide(names[i + 1]);
+    parameters +=
+        fmt::format("{}{} {}", i == 0 ? "" : ", ", Direction(parameter.paramdesc.wParamFlags),
+                    Text(info, parameter.tdesc));
+    if (first && names[i + 1] != nullptr) parameters += " " + Utf8FromWide(names[i + 1]);
   }
   for (BSTR name : names) SysFreeString(name);
-  BSTR help = nullptr;
-  EXPECT_EQ(info->GetDocumentation(function->memid, nullptr, &help, nullptr, nullptr), S_OK);
-  const std::string help_text = Take(help);
-  line << (first && !help_text.empty() ? ") \"" + help_text + "\"\n" : ")\n");
+  UniqueBstr help;
+  EXPECT_EQ(info->GetDocumentation(function->memid, nullptr, OutPtr(help), nullptr, nullptr), S_OK);
+  const std::string help_text =
+      first && SysStringLen(help.get()) != 0 ? fmt::format(" \"{}\"", Utf8(help)) : "";
+  const std::string line =
+      fmt::format("  {} {:x} {} {}({}){}\n", function->oVft / static_cast<int>(sizeof(void*)),
+                  static_cast<std::uint32_t>(function->memid), kind, NameOf(info, function->memid),
+                  parameters, help_text);
   info->ReleaseFuncDesc(function);
-  return line.str();
+  return line;
 }
 
 std::string ConstantLine(ITypeInfo* info, UINT index) {
@@ -103,8 +103,8 @@ std::string ConstantLine(ITypeInfo* info, UINT index) {
   EXPECT_EQ(info->GetVarDesc(index, &constant), S_OK);
   EXPECT_EQ(constant->varkind, VAR_CONST);
   EXPECT_EQ(constant->lpvarValue->vt, VT_I4);
-  const std::string line = "  " + NameOf(info, constant->memid) + " = " +
-                           std::to_string(constant->lpvarValue->lVal) + "\n";
+  const std::string line =
+      fmt::format("  {} = {}\n", NameOf(info, constant->memid), constant->lpvarValue->lVal);
   info->ReleaseVarDesc(constant);
   return line;
 }
@@ -147,11 +147,11 @@ TEST(TypeLibrary, HoldsWhatIsListed) {
   TLIBATTR* attributes = nullptr;
   ASSERT_EQ(library->GetLibAttr(&attributes), S_OK);
   EXPECT_EQ(attributes->syskind, SYS_WIN64);
-  BSTR name = nullptr;
-  ASSERT_EQ(library->GetDocumentation(-1, &name, nullptr, nullptr, nullptr), S_OK);
-  std::string found = "library " + Take(name) + " " + Utf8FromWide(GuidText(attributes->guid)) +
-                      " " + std::to_string(attributes->wMajorVerNum) + "." +
-                      std::to_string(attributes->wMinorVerNum) + "\n";
+  UniqueBstr name;
+  ASSERT_EQ(library->GetDocumentation(-1, OutPtr(name), nullptr, nullptr, nullptr), S_OK);
+  std::string found =
+      fmt::format("library {} {} {}.{}\n", Utf8(name), Utf8FromWide(GuidText(attributes->guid)),
+                  attributes->wMajorVerNum, attributes->wMinorVerNum);
   library->ReleaseTLibAttr(attributes);
   std::set<std::string> blocks;
   for (UINT i = 0; i < library->GetTypeInfoCount(); ++i) {
