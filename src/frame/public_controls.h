@@ -16,8 +16,7 @@ enum class UnreadableControl {
 };
 
 struct ControlWalk {
-  HRESULT
-      asked;  // status of asking the mode for the list; no control was visited if it is a failure
+  HRESULT asked;  // status of asking the mode for the list; after a failure no control is visited
   HRESULT ended;  // status of the enumerator's last answer: S_FALSE at the end of the list
 };
 

@@ -1,5 +1,5 @@
-// What the COM objects of the simulated machine share: operations that fail on demand, and copies in
-// task memory, which the caller frees.
+// What the COM objects of the simulated machine share: operations that fail on demand, and copies
+// in task memory, which the caller frees.
 #pragma once
 
 #include <algorithm>
