@@ -10,9 +10,9 @@ constexpr std::uint8_t kGarbage = 0x7F;  // as a sample of any format it is loud
 
 // The frames that go by in a time.
 std::uint64_t FramesIn(SoundClock::Time time, std::uint32_t rate) {
-  constexpr std::uint64_t kSecond = 1000000000;
+  constexpr std::uint64_t kTicksASecond = 1000000000;
   const auto ticks = static_cast<std::uint64_t>(std::max<SoundClock::Time::rep>(time.count(), 0));
-  return ticks / kSecond * rate + ticks % kSecond * rate / kSecond;
+  return ticks / kTicksASecond * rate + ticks % kTicksASecond * rate / kTicksASecond;
 }
 
 }  // namespace
