@@ -24,10 +24,9 @@ CLI::Validator NumberWithin(double least, double most, const std::string& expect
 }
 
 std::optional<std::chrono::steady_clock::time_point> EndAfter(std::optional<double> seconds) {
-  using Clock = std::chrono::steady_clock;
+  using namespace std::chrono;
   if (!seconds) return std::nullopt;
-  return Clock::now() +
-         std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(*seconds));
+  return steady_clock::now() + duration_cast<steady_clock::duration>(duration<double>(*seconds));
 }
 
 CLI::Validator OneOf(const std::vector<std::string>& names) {

@@ -16,7 +16,8 @@ namespace {
 
 bool ContainsIgnoringCase(std::string_view name, std::string_view part) {
   const auto fold = [](char c) { return FoldAscii(static_cast<unsigned char>(c)); };
-  return !std::ranges::search(name, part, {}, fold, fold).empty();
+  const auto equal = [&](char a, char b) { return fold(a) == fold(b); };
+  return std::search(name.begin(), name.end(), part.begin(), part.end(), equal) != name.end();
 }
 
 template <class Number>
