@@ -8,7 +8,6 @@
 #include <string>
 
 #include "platform/diagnostics.h"
-#include "simulated/description/machine_file.h"
 #include "simulated/simulated_machine.h"
 
 namespace orv {
@@ -17,11 +16,9 @@ namespace orv {
 inline std::shared_ptr<SimulatedMachine> SampleMachine(const std::filesystem::path& folder) {
   FileError error;
   auto description = ReadMachineFile(folder / "machine.json", error);
-  std::shared_ptr<SimulatedMachine> machine =
-      SimulatedMachine::InMemory(description.value_or(MachineDescription()), folder / "drive_c");
   std::ifstream file(folder / "registry.reg", std::ios::binary);
-  machine->ImportRegistry(std::string(std::istreambuf_iterator<char>(file), {}), error);
-  return machine;
+  return SimulatedMachine::InMemory(description.value_or(MachineDescription()), folder / "drive_c",
+                                    std::string(std::istreambuf_iterator<char>(file), {}));
 }
 
 inline std::string ControlName(int number) { return "VQ3D-Setting " + std::to_string(number); }

@@ -6,12 +6,10 @@
 
 #include "platform/files.h"
 #include "platform/text.h"
-#include "simulated/description/machine_file.h"
 #include "simulated/devices/simulated_devices.h"
 #include "simulated/drive_paths.h"
 #include "simulated/drivers/device_files.h"
 #include "simulated/registry/registry_hive.h"
-#include "simulated/registry/simulated_registry.h"
 
 namespace orv {
 
@@ -46,8 +44,12 @@ std::unique_ptr<SimulatedMachine> SimulatedMachine::Open(const std::filesystem::
 }
 
 std::unique_ptr<SimulatedMachine> SimulatedMachine::InMemory(MachineDescription description,
-                                                             std::filesystem::path drive_c) {
-  return Make(std::move(description), std::move(drive_c), NewId());
+                                                             std::filesystem::path drive_c,
+                                                             const std::string& registry) {
+  auto machine = Make(std::move(description), std::move(drive_c), NewId());
+  FileError ignored;
+  if (!registry.empty()) machine->state_->hive->Load(registry, ignored);
+  return machine;
 }
 
 std::unique_ptr<SimulatedMachine> SimulatedMachine::Make(MachineDescription description,
@@ -72,10 +74,6 @@ std::uint64_t SimulatedMachine::IdOfFolder(const std::filesystem::path& folder) 
   std::filesystem::path real = std::filesystem::canonical(folder, error);
   const std::scoped_lock guard(lock);
   return ids.try_emplace(error ? folder : std::move(real), NewId()).first->second;
-}
-
-bool SimulatedMachine::ImportRegistry(std::string_view export_text, FileError& error) {
-  return state_->hive->Import(export_text, error);
 }
 
 bool SimulatedMachine::SetPlayback(std::string_view section, FileError& error) {

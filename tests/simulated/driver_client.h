@@ -11,7 +11,7 @@
 #include "intel_dsp/skylake/topology_walk.h"
 #include "platform/com_ptr.h"
 #include "platform/guid_text.h"
-#include "simulated/description/machine_file.h"
+#include "simulated/description/machine_description.h"
 #include "simulated/simulated_machine.h"
 
 namespace orv {

@@ -34,7 +34,7 @@ std::string Fault(const Formats& formats, std::uint32_t parameter, const Bytes& 
   return format == nullptr ? "no such parameter" : format->Fault(block);
 }
 
-TEST(DriverFormats, TakeFreshBlocksAndThoseOfTheReferenceData) {
+TEST(DriverFormats, AcceptFreshBlocksAndThoseOfTheReferenceData) {
   for (const Formats* formats : {&skylake, &broadwell})
     for (const BlockFormat& format : *formats) EXPECT_EQ(format.Fault(format.Initial()), "");
   int taken = 0;
@@ -60,7 +60,7 @@ Bytes Left(std::int64_t order, std::int64_t fir, std::size_t words) {
   return Words({1, order, 1, 1, 2, fir}, 4 * words + 40);
 }
 
-TEST(DriverFormats, RefuseWhatContradictsItself) {
+TEST(DriverFormats, RefuseContradictoryBlocks) {
   EXPECT_EQ(Fault(skylake, 0x1001440D, Left(2, 49, 8 + 8 + 53)), "");
   const Bytes left = Left(2, kNoFir, 8 + 8);
   const auto spoiled = [](Bytes block, std::size_t offset, std::uint32_t word) {

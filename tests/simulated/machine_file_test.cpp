@@ -6,7 +6,7 @@ namespace {
 
 using testing::HasSubstr;
 
-TEST(MachineFile, AFullDescriptionIsRead) {
+TEST(MachineFile, ReadsAFullDescription) {
   const MachineDescription machine = Describe(R"({
     // everything there is
     "endpoints": [

@@ -9,7 +9,7 @@
 namespace orv {
 namespace {
 
-TEST(SimulatedMachine, DriveCIsAFolderInAnyLetterCaseAndOtherPathsLeadNowhere) {
+TEST(SimulatedMachine, FindsDriveCInAnyLetterCaseAndNoOtherDrive) {
   const MachineFolder folder;
   std::filesystem::create_directories(folder.path() / "drive_c" / "ProgramData");
   const auto machine = folder.Open();
@@ -88,29 +88,7 @@ TEST(SimulatedMachine, PropertiesComeInTheirOrderAndObjectsOutliveTheMachine) {
   PropVariantClear(&value);
 }
 
-TEST(SimulatedMachine, AnImportAddsToTheRegistryAndSignalsWhatChanged) {
-  const auto machine = SimulatedMachine::InMemory();
-  const auto key = MachineKey(*machine, L"K");
-  const auto untouched = MachineKey(*machine, L"L");
-  SetBytes(*key, L"old", {1});
-  Event changed(Event::Kind::AutoReset);
-  Event elsewhere(Event::Kind::AutoReset);
-  ASSERT_EQ(key->NotifyChange(false, kNotifyLastSet, changed), kRegOk);
-  ASSERT_EQ(untouched->NotifyChange(true, kNotifyLastSet, elsewhere), kRegOk);
-  FileError error;
-  ASSERT_TRUE(machine->ImportRegistry("REGEDIT4\n[HKLM\\K]\n\"new\"=hex:02\n[HKLM\\L]\n", error));
-  EXPECT_TRUE(changed.Wait(std::chrono::milliseconds(0)));
-  EXPECT_FALSE(elsewhere.Wait(std::chrono::milliseconds(0)));
-  EXPECT_EQ(GetBytes(*key, L"old"), std::vector<std::uint8_t>{1});
-  EXPECT_EQ(GetBytes(*key, L"new"), std::vector<std::uint8_t>{2});
-
-  std::string deep = "REGEDIT4\n[HKLM";
-  for (int level = 0; level < 600; ++level) deep += "\\k";
-  EXPECT_FALSE(machine->ImportRegistry(deep + "]\n", error));
-  EXPECT_EQ(error.line, 2);
-}
-
-TEST(SimulatedMachine, AValueThatGrowsWhileItIsReadIsAskedForAgainButNotForEver) {
+TEST(SimulatedMachine, ReadValueRetriesAGrowingValueButNotForever) {
   const auto machine = SimulatedMachine::InMemory();
   const auto key = MachineKey(*machine, L"K");
   SetBytes(*key, L"v", {1, 2});

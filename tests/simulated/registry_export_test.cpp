@@ -40,7 +40,7 @@ std::string Utf16(std::string_view ascii) {
   return text;
 }
 
-TEST(RegistryExport, KeysValuesAndDeletionsApplyInTheirOrder) {
+TEST(RegistryExport, ReadsKeysValuesAndDeletionsInTheirOrderBitForBit) {
   EXPECT_EQ(Rewritten(kHeader + R"(; comment
 [HKEY_CURRENT_USER\Old\Key]
 [hklm\software\a B]
@@ -49,6 +49,13 @@ TEST(RegistryExport, KeysValuesAndDeletionsApplyInTheirOrder) {
   [HKLM\Software\\A b]
 @="default"  ; why
 "gone"=-
+"a \"b\" \\"="\\\""
+"d"=DWORD:1a2B
+"x"=hex:01,2,FF, \
+  0a,\ )"
+                                "\n\t0B ; end\n"
+                                R"("none"=hex(0):
+"own"=hex(ffff0012):00
 [-hkcu\Old]
 [HKEY_USERS\S-1-5\x]y]
 [HKCR\.x]
@@ -57,6 +64,11 @@ TEST(RegistryExport, KeysValuesAndDeletionsApplyInTheirOrder) {
 )"),
             R"([HKEY_LOCAL_MACHINE\software\a B]
 @="default"
+"a \"b\" \\"="\\\""
+"d"=dword:00001a2b
+"x"=hex:01,02,ff,0a,0b
+"none"=hex(0):
+"own"=hex(ffff0012):00
 
 [HKEY_LOCAL_MACHINE\software\Classes\.x]
 
@@ -65,28 +77,6 @@ TEST(RegistryExport, KeysValuesAndDeletionsApplyInTheirOrder) {
 [hkey_Performance_Data]
 "v"=dword:00000001
 )");
-}
-
-TEST(RegistryExport, ReadsValuesOfEveryKindBitForBit) {
-  const RegistryNodePtr root = Read(kHeader +
-                                    "[HKLM\\K]\r\n"
-                                    "\"a \\\"b\\\" \\\\\"=\"\\\\\\\"\"\r\n"
-                                    "\"d\"=DWORD:1a2B\r\n"
-                                    "\"x\"=hex:01,2,FF, \\\r\n"
-                                    "  0a,\\ \r\n"
-                                    "\t0B ; end\r\n"
-                                    "\"none\"=hex(0):\r\n"
-                                    "\"own\"=hex(ffff0012):00\r\n");
-  const RegistryNode& key = *root->Descend(L"HKEY_LOCAL_MACHINE\\K");
-  const std::tuple<const wchar_t*, std::uint32_t, Bytes> values[] = {
-      {L"a \"b\" \\", kRegSz, RegistryTextBytes(L"\\\"")},
-      {L"d", kRegDword, {0x2B, 0x1A, 0, 0}},
-      {L"x", kRegBinary, {1, 2, 0xFF, 0x0A, 0x0B}},
-      {L"none", kRegNone, {}},
-      {L"own", 0xFFFF0012, {0}}};
-  EXPECT_EQ(key.values.size(), std::size(values));
-  for (const auto& [name, type, bytes] : values)
-    EXPECT_TRUE(key.values.Find(name) != nullptr && key.values.Find(name)->Holds(type, bytes));
 }
 
 TEST(RegistryExport, ReadsTheSameTextInEveryEncoding) {

@@ -60,7 +60,7 @@ TEST_F(SkylakeDriver, OnlyTheWayOverBothSelectorsReachesTheModule) {
   EXPECT_EQ(client_->Ask(Header(0, 1), version), kSetNotFound) << "a filter without the module";
 }
 
-TEST_F(SkylakeDriver, AnyWrongByteOfARequestIsRefusedWithItsReason) {
+TEST_F(SkylakeDriver, RefusesEveryWrongByteOfARequestWithItsReason) {
   Start();
   const Bytes good = LongRequest(3, 2, kTone, 1);
   const Bytes data = Wire().Word(12).Zeros(12);
@@ -167,7 +167,7 @@ TEST_F(SkylakeDriver, EachMisbehaviourTakesEffect) {
                                    "planned, parameter 0x10014403 leaves it out"));
 }
 
-TEST_F(SkylakeDriver, ObjectsWorkOnWithoutTheirMachine) {
+TEST_F(SkylakeDriver, ObjectsOutliveTheirMachine) {
   Start();
   std::uint32_t error = 0;
   const auto event = machine_->OpenNamedEvent(kEventName, error);

@@ -32,7 +32,7 @@ std::string Format(std::uint32_t tag, std::uint32_t channels, std::uint32_t bits
 }
 std::string Wav(const std::string& chunks) { return Chunk("RIFF", "WAVE" + chunks); }
 
-TEST(WaveFile, SamplesOfEveryFormatAreRead) {
+TEST(WaveFile, ReadsSamplesOfEveryFormat) {
   const std::tuple<std::uint32_t, std::uint32_t, std::string> files[] = {
       {1, 16, Word(0x4000, 2) + Word(0x8000, 2)},
       {1, 24, Word(0x400000, 3) + Word(0x800000, 3)},
@@ -50,11 +50,11 @@ TEST(WaveFile, SamplesOfEveryFormatAreRead) {
   }
 }
 
-TEST(WaveFile, WhatIsNotWholeIsRefusedWithItsReason) {
+TEST(WaveFile, RefusesInvalidFilesWithAReason) {
   const std::string good = Wav(Format(1, 1, 16) + Chunk("data", Word(1, 2)));
   const std::pair<std::string, const char*> files[] = {
-      {"", "no wave file"},
-      {"RIFF\x10", "no wave file"},
+      {"", "not a wave file"},
+      {"RIFF\x10", "not a wave file"},
       {Wav(""), "no samples"},
       {Wav(Format(1, 1, 16)), "no samples"},
       {Wav(Chunk("data", "ab") + Format(1, 1, 16)), "no format before"},
@@ -64,7 +64,7 @@ TEST(WaveFile, WhatIsNotWholeIsRefusedWithItsReason) {
       {Wav(Format(1, 0, 16) + Chunk("data", "ab")), "samples are neither"},
       {Wav(Format(0xFFFE, 1, 16) + Chunk("data", "ab")), "samples are neither"},
       {Wav(Format(1, 2, 16) + Chunk("data", "ab")), "no whole frames"},
-      {Wav(Format(3, 1, 32) + Chunk("data", Word(0x7FC00000))), "no numbers"},
+      {Wav(Format(3, 1, 32) + Chunk("data", Word(0x7FC00000))), "not numbers"},
   };
   std::string reason;
   EXPECT_TRUE(ReadWav(good, reason)) << reason;

@@ -1,6 +1,9 @@
 #include "simulated/description/json_field.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <boost/algorithm/hex.hpp>
 #include <charconv>
 
 #include "platform/nearest_name.h"
@@ -15,7 +18,7 @@ void JsonField::RefuseAt(int line, const std::string& reason) const {
 void JsonField::ExpectObject(const std::vector<std::string_view>& names) const {
   if (kind() != Kind::Object) Refuse("expected an object in braces");
   for (const auto& member : value_.members) {
-    if (std::find(names.begin(), names.end(), member.name) == names.end())
+    if (std::ranges::find(names, member.name) == names.end())
       RefuseAt(member.line, UnknownName("key", member.name, names));
   }
   ExpectDistinctNames();
@@ -23,18 +26,17 @@ void JsonField::ExpectObject(const std::vector<std::string_view>& names) const {
 
 void JsonField::ExpectDistinctNames() const {
   for (auto member = value_.members.begin(); member != value_.members.end(); ++member) {
-    const auto same = [&](const auto& other) { return other.name == member->name; };
-    if (std::any_of(value_.members.begin(), member, same))
-      RefuseAt(member->line, "the key \"" + member->name + "\" comes twice");
+    if (std::ranges::find(value_.members.begin(), member, member->name,
+                          &LocatedJson::Member::name) != member)
+      RefuseAt(member->line, fmt::format("the key \"{}\" comes twice", member->name));
   }
 }
 
 std::string JsonField::UnknownName(const std::string& what, const std::string& name,
                                    const std::vector<std::string_view>& names) {
   const std::string_view nearest = NearestName(name, names);
-  std::string reason = "there is no " + what + " \"" + name + "\"";
-  if (!nearest.empty()) reason += "; the nearest is \"" + std::string(nearest) + "\"";
-  return reason;
+  std::string reason = fmt::format("there is no {} \"{}\"", what, name);
+  return nearest.empty() ? reason : fmt::format("{}; the nearest is \"{}\"", reason, nearest);
 }
 
 std::optional<JsonField> JsonField::Find(const std::string& name) const {
@@ -47,7 +49,7 @@ std::optional<JsonField> JsonField::Find(const std::string& name) const {
 
 JsonField JsonField::Need(const std::string& name) const {
   auto field = Find(name);
-  if (!field) Refuse("the key \"" + name + "\" is missing");
+  if (!field) Refuse(fmt::format("the key \"{}\" is missing", name));
   return *field;
 }
 
@@ -55,7 +57,7 @@ std::vector<JsonField> JsonField::Items() const {
   if (kind() != Kind::Array) Refuse("expected a list in square brackets");
   std::vector<JsonField> items;
   for (std::size_t i = 0; i < value_.items.size(); ++i)
-    items.emplace_back(value_.items[i], path_ + "[" + std::to_string(i) + "]");
+    items.emplace_back(value_.items[i], fmt::format("{}[{}]", path_, i));
   return items;
 }
 
@@ -78,8 +80,7 @@ std::uint32_t JsonField::Number(const std::string& expected) const {
 }
 
 std::uint32_t JsonField::NumberWithin(std::uint32_t least, std::uint32_t most) const {
-  const std::string expected =
-      "expected a number from " + std::to_string(least) + " to " + std::to_string(most);
+  const std::string expected = fmt::format("expected a number from {} to {}", least, most);
   const std::uint32_t number = Number(expected);
   if (number < least || number > most) Refuse(expected);
   return number;
@@ -113,13 +114,11 @@ std::optional<std::uint32_t> JsonField::Nth() const {
 std::vector<std::uint8_t> JsonField::Hex() const {
   std::string digits = Text();
   std::erase(digits, ' ');
-  const char* const kExpected = "expected pairs of hexadecimal digits";
-  if (digits.size() % 2 != 0) Refuse(kExpected);
-  std::vector<std::uint8_t> bytes(digits.size() / 2);
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
-    const char* begin = digits.data() + 2 * i;
-    const auto [stop, failed] = std::from_chars(begin, begin + 2, bytes[i], 16);
-    if (failed != std::errc{} || stop != begin + 2) Refuse(kExpected);
+  std::vector<std::uint8_t> bytes;
+  try {
+    boost::algorithm::unhex(digits, std::back_inserter(bytes));
+  } catch (const boost::algorithm::hex_decode_error&) {
+    Refuse("expected pairs of hexadecimal digits");
   }
   return bytes;
 }
@@ -138,9 +137,9 @@ std::uint32_t JsonField::ChosenNumber(const std::vector<Named<std::uint32_t>>& c
     for (const auto& choice : choices) {
       if (choice.value == number) return number;
     }
-    Refuse("there is no " + what + " " + std::to_string(number));
+    Refuse(fmt::format("there is no {} {}", what, number));
   }
-  if (kind() != Kind::Text) Refuse("expected a number or a " + what + "'s name");
+  if (kind() != Kind::Text) Refuse(fmt::format("expected a number or a {}'s name", what));
   std::vector<std::string_view> names;
   for (const auto& choice : choices) {
     if (EqualsIgnoringCase(choice.name, value_.text)) return choice.value;

@@ -1,16 +1,16 @@
-// What a simulated machine consists of, apart from its registry: the content of machine.json as
-// values.
+// What a simulated machine consists of, apart from its registry: machine.json as values.
 #pragma once
 
 #include <cstdint>
 #include <filesystem>
-#include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "platform/file_error.h"
 #include "platform/multimedia.h"
-#include "simulated/description/fault_operation.h"
+#include "simulated/description/fault_plan.h"
 #include "simulated/drivers/driver_description.h"
 
 namespace orv {
@@ -28,17 +28,17 @@ struct SimulatedEndpoint {
   std::wstring id;  // "{0.0.0.00000000}.{GUID}"
   DWORD state = DEVICE_STATE_ACTIVE;
   EDataFlow flow = eRender;
-  std::uint32_t form_factor =
-      1;  // platform's EndpointFormFactor: 1 speakers, 3 headphones, 5 headset, 9 HDMI
-  bool is_default = false;  // of its flow; without one, the first active endpoint is it
-  std::vector<SimulatedProperty> properties;  // in the order in which the store hands them out
+  // The platform's EndpointFormFactor: 1 speakers, 3 headphones, 5 headset, 9 HDMI.
+  std::uint32_t form_factor = 1;
+  bool is_default = false;                    // of its flow; if none is, the first active endpoint
+  std::vector<SimulatedProperty> properties;  // in the order of the store
 };
 
 // A planned failure: the nth call (from 1) of an operation, or every call.
 struct PlannedFault {
   FaultOperation operation;
-  std::optional<std::uint32_t> nth;  // nothing: always
-  std::int32_t status = 0;           // what the call answers
+  std::optional<std::uint32_t> nth;  // nullopt: always
+  std::int32_t status = 0;           // what the call returns
 };
 
 struct MachineDescription {
@@ -52,9 +52,14 @@ struct MachineDescription {
   std::vector<PlannedFault> faults;
   DriversDescription drivers;
   std::vector<std::wstring> events;  // names of the events that exist
-  // A section that the playback sound reads for itself: JSON text whose lines have their numbers in
-  // the file, empty when the file has none.
+  // The "playback" section: JSON text whose lines have the same numbers as in the file. Empty if
+  // the file has none.
   std::string playback_json;
 };
+
+// Both return nullopt, with the line and the reason in `error`, if machine.json is refused.
+std::optional<MachineDescription> ParseMachineFile(std::string_view text, FileError& error);
+std::optional<MachineDescription> ReadMachineFile(const std::filesystem::path& file,
+                                                  FileError& error);
 
 }  // namespace orv

@@ -1,4 +1,5 @@
-#include "simulated/description/machine_file.h"
+// Reads machine.json.
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <charconv>
@@ -7,7 +8,7 @@
 #include "platform/guid_text.h"
 #include "platform/text.h"
 #include "simulated/description/json_field.h"
-#include "simulated/drivers/driver_description.h"
+#include "simulated/description/machine_description.h"
 
 namespace orv {
 namespace {
@@ -72,8 +73,9 @@ std::vector<SimulatedProperty> ReadProperties(const JsonField& field) {
   for (const auto& member : field.members()) {
     const auto key = ParsePropertyKey(member.name);
     if (!key)
-      field.RefuseAt(member.line,
-                     "\"" + member.name + "\" is no property key; expected \"{GUID},number\"");
+      field.RefuseAt(
+          member.line,
+          fmt::format("\"{}\" is not a property key; expected \"{{GUID}},number\"", member.name));
     properties.push_back(ReadProperty(*key, *field.Find(member.name)));
   }
   return properties;
@@ -98,10 +100,9 @@ std::vector<SimulatedEndpoint> ReadEndpoints(const JsonField& field) {
   std::vector<SimulatedEndpoint> endpoints;
   for (const JsonField& item : field.Items()) {
     SimulatedEndpoint endpoint = ReadEndpoint(item);
-    const auto same = [&](const SimulatedEndpoint& other) {
-      return EqualsIgnoringCase(other.id, endpoint.id);
-    };
-    if (std::any_of(endpoints.begin(), endpoints.end(), same))
+    if (std::ranges::any_of(endpoints, [&](const SimulatedEndpoint& other) {
+          return EqualsIgnoringCase(other.id, endpoint.id);
+        }))
       item.Need("id").Refuse("another endpoint has this identifier");
     endpoints.push_back(std::move(endpoint));
   }
@@ -159,8 +160,8 @@ MachineDescription ReadMachine(const JsonField& machine) {
   return description;
 }
 
-// A section as text of its own, empty when the file has none. Line ends stand for what comes before
-// it, so that its lines have the same numbers as in the file.
+// A section as text of its own, empty if the file has none. Line ends replace what comes before it,
+// so that its lines have the same numbers as in the file.
 std::string Section(std::string_view text, const JsonField& machine, const char* name) {
   const auto section = machine.Find(name);
   if (!section) return {};

@@ -39,8 +39,6 @@ int HexDigit(wchar_t unit) noexcept {
   return folded >= L'a' && folded <= L'f' ? folded - L'a' + 10 : -1;
 }
 
-bool IsExactUtf8(std::string_view bytes) { return Utf8FromWide(WideFromUtf8(bytes)) == bytes; }
-
 void WidenBytes(std::string_view bytes, std::wstring& wide) {
   wide.resize(bytes.size());
   std::ranges::transform(bytes, wide.begin(), [](char byte) {
@@ -48,62 +46,54 @@ void WidenBytes(std::string_view bytes, std::wstring& wide) {
   });
 }
 
-// Lines of a text in one of the encodings, without their ends.
+// The whole text with one element for each UTF-16 unit, or for each byte of a REGEDIT4 file that is
+// not UTF-8.
+std::wstring ReadText(std::string_view bytes, ExportFormat& format) {
+  std::wstring text;
+  if (bytes.starts_with("\xFF\xFE")) {
+    format.encoding = ExportFormat::Encoding::Utf16;
+    if (bytes.size() % 2 != 0) throw Refusal{0, "the UTF-16 text ends within a character"};
+    for (std::size_t i = 2; i < bytes.size(); i += 2) {
+      const unsigned low = static_cast<unsigned char>(bytes[i]);
+      const unsigned high = static_cast<unsigned char>(bytes[i + 1]);
+      text.push_back(static_cast<wchar_t>(low | high << 8));
+    }
+    return text;
+  }
+  if (bytes.starts_with("\xEF\xBB\xBF")) {
+    format.encoding = ExportFormat::Encoding::Utf8WithMark;
+    bytes.remove_prefix(3);
+  }
+  WidenBytes(bytes, text);
+  if (std::ranges::all_of(text, [](wchar_t unit) { return unit < 0x80; })) return text;
+  std::wstring decoded = WideFromUtf8(bytes);
+  const std::string encoded = Utf8FromWide(decoded);
+  if (encoded == bytes) return decoded;
+  if (bytes.starts_with("REGEDIT4")) return text;
+  const auto broken = std::ranges::mismatch(bytes, encoded).in1;
+  throw Refusal{static_cast<int>(1 + std::count(bytes.begin(), broken, '\n')),
+                "the text is neither UTF-8 nor UTF-16 with its mark"};
+}
+
+// The lines of a text, without their ends.
 class Lines {
  public:
-  enum class Encoding { Utf8, SingleBytes, Utf16 };
+  explicit Lines(std::wstring_view text) noexcept : rest_(text) {}
 
-  Lines(std::string_view text, Encoding encoding) noexcept : rest_(text), encoding_(encoding) {}
-
-  // `line` is valid until the next call. Returns false at the end.
-  bool Next(std::wstring_view& line) {
+  // Returns false at the end.
+  bool Next(std::wstring_view& line) noexcept {
     if (rest_.empty()) return false;
     ++number_;
-    const bool ended = encoding_ == Encoding::Utf16 ? TakeUtf16() : TakeNarrow();
-    line = line_;
-    const bool crlf = line.ends_with(L'\r');
-    if (crlf) line.remove_suffix(1);
-    if (number_ == 1) crlf_ = crlf || !ended;
+    line = rest_.substr(0, rest_.find(L'\n'));
+    rest_.remove_prefix(std::min(line.size() + 1, rest_.size()));
+    if (line.ends_with(L'\r')) line.remove_suffix(1);
     return true;
   }
   int number() const noexcept { return number_; }
-  // Whether the first line ends with a carriage return and a line feed.
-  bool crlf() const noexcept { return crlf_; }
 
  private:
-  bool TakeNarrow() {
-    const std::size_t end = rest_.find('\n');
-    const std::string_view bytes = rest_.substr(0, end);
-    const bool ended = end != std::string_view::npos;
-    rest_.remove_prefix(bytes.size() + ended);
-    WidenBytes(bytes, line_);
-    const auto is_ascii = [](wchar_t unit) { return unit < 0x80; };
-    if (encoding_ == Encoding::SingleBytes || std::ranges::all_of(line_, is_ascii)) return ended;
-    line_ = WideFromUtf8(bytes);
-    if (Utf8FromWide(line_) != bytes)
-      throw Refusal{number_, "the text is neither UTF-8 nor UTF-16 with its mark"};
-    return ended;
-  }
-
-  bool TakeUtf16() {
-    line_.clear();
-    for (; !rest_.empty(); rest_.remove_prefix(2)) {
-      const unsigned low = static_cast<unsigned char>(rest_[0]);
-      const unsigned high = static_cast<unsigned char>(rest_[1]);
-      line_.push_back(static_cast<wchar_t>(low | high << 8));
-      if (line_.back() != L'\n') continue;
-      line_.pop_back();
-      rest_.remove_prefix(2);
-      return true;
-    }
-    return false;
-  }
-
-  std::string_view rest_;
-  Encoding encoding_;
-  std::wstring line_;
+  std::wstring_view rest_;
   int number_ = 0;
-  bool crlf_ = true;
 };
 
 // Applies the keys and values of an export to a tree, in their order.
@@ -167,7 +157,7 @@ class TreeImporter {
 
 class Decoder {
  public:
-  Decoder(Lines& lines, RegistryNode& root) : lines_(lines), tree_(root) {}
+  Decoder(std::wstring_view text, RegistryNode& root) : lines_(text), tree_(root) {}
 
   void Run() {
     ReadHeader();
@@ -367,14 +357,14 @@ class Decoder {
     if (value.type != kRegSz && value.type != kRegExpandSz && value.type != kRegMultiSz) return;
     const std::string narrow(value.bytes.begin(), value.bytes.end());
     std::wstring wide = WideFromUtf8(narrow);
-    if (!IsExactUtf8(narrow)) WidenBytes(narrow, wide);
+    if (Utf8FromWide(wide) != narrow) WidenBytes(narrow, wide);
     value.bytes = RegistryTextBytes(wide);
     value.bytes.resize(value.bytes.size() - 2);  // the list has its own terminators
   }
 
   enum class State { BeforeKeys, InKey, InDeletedKey };
 
-  Lines& lines_;
+  Lines lines_;
   TreeImporter tree_;
   std::wstring_view line_;  // the rest of the present line
   bool narrow_data_ = false;
@@ -383,30 +373,16 @@ class Decoder {
   std::wstring text_;  // the latest in quotation marks
 };
 
-Lines OpenText(std::string_view bytes, ExportFormat& format) {
-  if (bytes.starts_with("\xFF\xFE")) {
-    format.encoding = ExportFormat::Encoding::Utf16;
-    bytes.remove_prefix(2);
-    if (bytes.size() % 2 != 0) throw Refusal{0, "the UTF-16 text ends within a character"};
-    return {bytes, Lines::Encoding::Utf16};
-  }
-  if (bytes.starts_with("\xEF\xBB\xBF")) {
-    format.encoding = ExportFormat::Encoding::Utf8WithMark;
-    bytes.remove_prefix(3);
-  }
-  const bool narrow = bytes.starts_with("REGEDIT4") && !IsExactUtf8(bytes);
-  return {bytes, narrow ? Lines::Encoding::SingleBytes : Lines::Encoding::Utf8};
-}
-
 }  // namespace
 
 std::optional<ExportFormat> ApplyExport(RegistryNode& root, std::string_view text,
                                         FileError& error) {
   try {
     ExportFormat format;
-    Lines lines = OpenText(text, format);
-    Decoder(lines, root).Run();
-    format.crlf = lines.crlf();
+    const std::wstring wide = ReadText(text, format);
+    const std::size_t line_end = wide.find(L'\n');
+    format.crlf = line_end == std::wstring::npos || (line_end != 0 && wide[line_end - 1] == L'\r');
+    Decoder(wide, root).Run();
     return format;
   } catch (Refusal& refusal) {
     error.line = refusal.line;

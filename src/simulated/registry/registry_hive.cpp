@@ -91,54 +91,29 @@ std::optional<std::uint64_t> RegistryHive::Load(const std::string& text, FileErr
   return ChangeNumber(text.substr(0, FileStamp::kHeadSize));
 }
 
-bool RegistryHive::Import(std::string_view text, FileError& error) {
-  const std::lock_guard guard(lock_);
-  std::optional<FileLock> file_lock;
-  if (!LockFile(file_lock)) {
-    error.reason = "the registry file cannot be read or locked";
-    return false;
-  }
-  const RegistryNodePtr changed = CloneTree(*root_);
-  if (!ApplyExport(*changed, text, error)) return false;
-  if (!Write(*changed)) {
-    error.reason = "the registry file cannot be written";
-    return false;
-  }
-  ReconcileTree(*root_, *changed);
-  return true;
-}
-
 RegStatus RegistryHive::Commit(RegistryEdit& edit) {
   const std::lock_guard guard(lock_);
   std::optional<FileLock> file_lock;
-  if (!LockFile(file_lock)) return kRegWriteFault;
+  std::string ignored;
+  if (file_) file_lock = file_->Lock(ignored);
+  if (file_ && !file_lock) return kRegWriteFault;
+  RegStatus status = kRegWriteFault;
   try {
-    const RegStatus status = edit.Apply(*root_);
-    if (status != kRegOk || !edit.changed) return status;
-    if (!Write(*root_)) {
-      edit.Undo();
-      return kRegWriteFault;
-    }
+    status = edit.apply(*root_);
+    if (status == kRegOk && edit.changed && !Write()) status = kRegWriteFault;
   } catch (...) {
-    if (edit.changed) edit.Undo();
+    if (edit.changed) edit.undo();
     throw;
   }
-  edit.Announce();
-  return kRegOk;
+  if (edit.changed) status == kRegOk ? edit.announce() : edit.undo();
+  return status;
 }
 
-bool RegistryHive::LockFile(std::optional<FileLock>& file_lock) {
-  if (!file_) return true;
-  std::string ignored;
-  file_lock = file_->Lock(ignored);
-  return file_lock.has_value();
-}
-
-bool RegistryHive::Write(const RegistryNode& root) {
+bool RegistryHive::Write() {
   if (faults_->Check("registry.save")) return false;
   std::string ignored;
   const auto encode = [&](std::uint64_t change) {
-    return ExportTree(root, format_, fmt::format("change {}", change));
+    return ExportTree(*root_, format_, fmt::format("change {}", change));
   };
   return !file_ || file_->Write(encode, ignored);
 }

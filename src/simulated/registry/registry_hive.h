@@ -3,10 +3,11 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <string_view>
+#include <string>
 
 #include "simulated/description/fault_plan.h"
 #include "simulated/registry/registry_export.h"
@@ -14,15 +15,13 @@
 
 namespace orv {
 
-// One change of the tree. Apply runs once, under the hive's lock; a change that could not be
-// written to disk is undone, any other is announced to the watches.
-class RegistryEdit {
- public:
-  virtual ~RegistryEdit() = default;
-  virtual RegStatus Apply(RegistryNode& root) = 0;
-  virtual void Undo() noexcept = 0;
-  virtual void Announce() noexcept = 0;
-  bool changed = false;  // set by Apply as soon as there is something to write or undo
+// One change of the tree. `apply` runs once, under the hive's lock. A change that fails or cannot
+// be written to disk is undone, any other is announced to the watches; neither throws.
+struct RegistryEdit {
+  std::function<RegStatus(RegistryNode& root)> apply;
+  std::function<void()> undo;
+  std::function<void()> announce;
+  bool changed = false;  // set by `apply` as soon as there is something to write or undo
 };
 
 class RegistryHive {
@@ -35,7 +34,9 @@ class RegistryHive {
   // Keeps the hive in a folder's registry file from now on. Returns false, with the reason, if the
   // file is refused.
   bool Attach(const std::filesystem::path& folder, FileError& error);
-  bool Import(std::string_view text, FileError& error);
+  // Makes a registry export the content. Returns the number of its latest change; nullopt, with
+  // line and reason, if it is refused.
+  std::optional<std::uint64_t> Load(const std::string& text, FileError& error);
 
   FaultPlan& faults() noexcept { return *faults_; }
 
@@ -55,13 +56,9 @@ class RegistryHive {
  private:
   class FileWatch;
 
-  // Takes over the content of the file.
-  std::optional<std::uint64_t> Load(const std::string& text, FileError& error);
   // Takes over what others wrote to the file. Under the lock.
   void Refresh();
-  // Locks the file between processes and takes over what others wrote.
-  bool LockFile(std::optional<FileLock>& file_lock);
-  bool Write(const RegistryNode& root);
+  bool Write();
   bool StartFileWatch();
   RegStatus Arm(RegistryNode& node, RegistryWatch& watch, const RegistryWatch::Armed& entry);
 
@@ -74,6 +71,23 @@ class RegistryHive {
   std::mutex watch_lock_;  // taken before lock_, never the other way
   std::size_t watching_handles_ = 0;
   std::unique_ptr<FileWatch> file_watch_;
+};
+
+// The keys as callers of the platform see them.
+class SimulatedRegistry : public Registry {
+ public:
+  explicit SimulatedRegistry(std::shared_ptr<RegistryHive> hive) : hive_(std::move(hive)) {}
+
+  RegStatus OpenKey(RegRoot root, const std::wstring& path, std::uint32_t access,
+                    std::unique_ptr<RegistryKey>& key) override;
+  RegStatus CreateKey(RegRoot root, const std::wstring& path, std::uint32_t access,
+                      std::unique_ptr<RegistryKey>& key, bool* created) override;
+  RegStatus DeleteTree(RegRoot root, const std::wstring& path) override;
+
+ private:
+  RegistryNodePtr Find(const std::wstring& full_path);  // null if there is no such key
+
+  std::shared_ptr<RegistryHive> hive_;  // also held by every open key
 };
 
 }  // namespace orv

@@ -82,18 +82,6 @@ bool IsStorableName(std::wstring_view name) noexcept {
   return name.find_first_of(std::wstring_view(L"\0\r\n", 3)) == std::wstring_view::npos;
 }
 
-RegistryNodePtr CloneTree(const RegistryNode& node) {
-  auto copy = std::make_shared<RegistryNode>();
-  copy->name = node.name;
-  for (const auto& value : node.values) copy->values.Add(std::make_shared<RegistryValue>(*value));
-  for (const auto& child : node.children) {
-    const RegistryNodePtr child_copy = CloneTree(*child);
-    child_copy->parent = copy.get();
-    copy->children.Add(child_copy);
-  }
-  return copy;
-}
-
 namespace {
 
 bool SameValues(const NameTable<RegistryValue>& current, const NameTable<RegistryValue>& fresh) {

@@ -1,5 +1,3 @@
-#include "simulated/registry/simulated_registry.h"
-
 #include <cstring>
 
 #include "simulated/registry/registry_hive.h"
@@ -23,131 +21,6 @@ RegStatus CheckPath(const std::wstring& path) {
   if (path.empty()) return kRegInvalidParameter;
   return path.starts_with(L'\\') ? kRegBadPath : kRegOk;
 }
-
-class CreateKeyEdit final : public RegistryEdit {
- public:
-  explicit CreateKeyEdit(const std::wstring& path) : path_(path) {}
-
-  RegStatus Apply(RegistryNode& root) override {
-    RegistryNode* node = &root;
-    std::wstring_view rest = path_;
-    std::size_t depth = 0;
-    for (auto element = NextPathElement(rest); !element.empty(); element = NextPathElement(rest)) {
-      if (++depth > kRegistryDepth) return Refuse();
-      RegistryNode* child = node->Child(element);
-      node = child != nullptr ? child : &Create(*node, element);
-    }
-    node_ = node->shared_from_this();
-    return kRegOk;
-  }
-  void Undo() noexcept override {
-    if (topmost_ != nullptr) topmost_->parent->children.Remove(*topmost_);
-  }
-  void Announce() noexcept override { topmost_->parent->Changed(kNotifyName); }
-  const RegistryNodePtr& node() const noexcept { return node_; }
-
- private:
-  RegistryNode& Create(RegistryNode& parent, std::wstring_view name) {
-    RegistryNode& created = parent.AddChild(name);
-    if (topmost_ == nullptr) topmost_ = &created;
-    changed = true;
-    return created;
-  }
-  RegStatus Refuse() noexcept {
-    Undo();
-    changed = false;
-    return kRegInvalidParameter;
-  }
-
-  std::wstring_view path_;
-  RegistryNode* topmost_ = nullptr;  // of the keys that were missing
-  RegistryNodePtr node_;
-};
-
-class DeleteTreeEdit final : public RegistryEdit {
- public:
-  explicit DeleteTreeEdit(const std::wstring& path) : path_(path) {}
-
-  RegStatus Apply(RegistryNode& root) override {
-    RegistryNode* node = root.Descend(path_);
-    if (node == nullptr) return kRegNotFound;
-    parent_ = node->parent;
-    removed_ = parent_->children.Remove(*node);
-    changed = true;
-    return kRegOk;
-  }
-  void Undo() noexcept override { parent_->children.Restore(std::move(removed_)); }
-  void Announce() noexcept override {
-    removed_.item->MarkDeleted();
-    parent_->Changed(kNotifyName);
-  }
-
- private:
-  std::wstring_view path_;
-  RegistryNode* parent_ = nullptr;
-  NameTable<RegistryNode>::Removed removed_;
-};
-
-class SetValueEdit final : public RegistryEdit {
- public:
-  SetValueEdit(RegistryNode& node, const std::wstring& name, std::uint32_t type,
-               std::span<const std::uint8_t> bytes)
-      : node_(node), name_(name), type_(type), bytes_(bytes.begin(), bytes.end()) {}
-
-  RegStatus Apply(RegistryNode&) override {
-    if (node_.deleted) return kRegKeyDeleted;
-    value_ = node_.values.Find(name_);
-    if (value_ == nullptr) {
-      value_ = &node_.AddValue(name_, type_, std::move(bytes_));
-      changed = added_ = true;
-    } else if (!value_->Holds(type_, bytes_)) {
-      Exchange();
-      changed = true;
-    }
-    return kRegOk;
-  }
-  void Undo() noexcept override {
-    if (added_)
-      node_.values.Remove(*value_);
-    else
-      Exchange();
-  }
-  void Announce() noexcept override { node_.Changed(kNotifyLastSet); }
-
- private:
-  void Exchange() noexcept {
-    std::swap(value_->type, type_);
-    value_->bytes.swap(bytes_);
-  }
-
-  RegistryNode& node_;
-  const std::wstring& name_;
-  std::uint32_t type_;
-  std::vector<std::uint8_t> bytes_;
-  RegistryValue* value_ = nullptr;
-  bool added_ = false;
-};
-
-class DeleteValueEdit final : public RegistryEdit {
- public:
-  DeleteValueEdit(RegistryNode& node, const std::wstring& name) : node_(node), name_(name) {}
-
-  RegStatus Apply(RegistryNode&) override {
-    if (node_.deleted) return kRegKeyDeleted;
-    const RegistryValue* value = node_.values.Find(name_);
-    if (value == nullptr) return kRegNotFound;
-    removed_ = node_.values.Remove(*value);
-    changed = true;
-    return kRegOk;
-  }
-  void Undo() noexcept override { node_.values.Restore(std::move(removed_)); }
-  void Announce() noexcept override { node_.Changed(kNotifyLastSet); }
-
- private:
-  RegistryNode& node_;
-  const std::wstring& name_;
-  NameTable<RegistryValue>::Removed removed_;
-};
 
 RegStatus CopyOut(const RegistryValue& value, std::uint32_t* type, void* data,
                   std::uint32_t* size) {
@@ -183,14 +56,52 @@ class KeyHandle final : public RegistryKey {
     if (begun != kRegOk) return begun;
     if (data == nullptr && size != 0) return kRegInvalidParameter;
     if (name.size() > kLongestValueName || !IsStorableName(name)) return kRegInvalidParameter;
-    SetValueEdit edit(*node_, name, type, {static_cast<const std::uint8_t*>(data), size});
+    const auto* begin = static_cast<const std::uint8_t*>(data);
+    std::vector<std::uint8_t> bytes(begin, begin + size);
+    RegistryValue* value = nullptr;
+    bool added = false;
+    const auto exchange = [&]() noexcept {
+      std::swap(value->type, type);
+      value->bytes.swap(bytes);
+    };
+    RegistryEdit edit;
+    edit.apply = [&](RegistryNode&) {
+      if (node_->deleted) return kRegKeyDeleted;
+      value = node_->values.Find(name);
+      if (value == nullptr) {
+        value = &node_->AddValue(name, type, std::move(bytes));
+        added = edit.changed = true;
+      } else if (!value->Holds(type, bytes)) {
+        exchange();
+        edit.changed = true;
+      }
+      return kRegOk;
+    };
+    edit.undo = [&] {
+      if (added)
+        node_->values.Remove(*value);
+      else
+        exchange();
+    };
+    edit.announce = [&] { node_->Changed(kNotifyLastSet); };
     return hive_->Commit(edit);
   }
 
   RegStatus DeleteValue(const std::wstring& name) override {
     const RegStatus begun = Begin("registry.delete_value", kKeySetValue);
     if (begun != kRegOk) return begun;
-    DeleteValueEdit edit(*node_, name);
+    NameTable<RegistryValue>::Removed removed;
+    RegistryEdit edit;
+    edit.apply = [&](RegistryNode&) {
+      if (node_->deleted) return kRegKeyDeleted;
+      const RegistryValue* value = node_->values.Find(name);
+      if (value == nullptr) return kRegNotFound;
+      removed = node_->values.Remove(*value);
+      edit.changed = true;
+      return kRegOk;
+    };
+    edit.undo = [&] { node_->values.Restore(std::move(removed)); };
+    edit.announce = [&] { node_->Changed(kNotifyLastSet); };
     return hive_->Commit(edit);
   }
 
@@ -270,12 +181,33 @@ RegStatus SimulatedRegistry::CreateKey(RegRoot root, const std::wstring& path, s
   if (const RegStatus status = CheckPath(path); status != kRegOk) return status;
   if (!IsStorableName(path)) return kRegInvalidParameter;
   const std::wstring full_path = FullPath(root, path);
-  CreateKeyEdit edit(full_path);
+  RegistryNode* topmost = nullptr;  // of the keys that were missing
+  RegistryEdit edit;
   RegistryNodePtr node = Find(full_path);  // a key that exists needs no lock between processes
   if (node == nullptr) {
+    edit.undo = [&] {
+      if (topmost != nullptr) topmost->parent->children.Remove(*topmost);
+    };
+    edit.announce = [&] { topmost->parent->Changed(kNotifyName); };
+    edit.apply = [&](RegistryNode& top) {
+      RegistryNode* present = &top;
+      std::wstring_view rest = full_path;
+      std::size_t depth = 0;
+      for (auto name = NextPathElement(rest); !name.empty(); name = NextPathElement(rest)) {
+        if (++depth > kRegistryDepth) return kRegInvalidParameter;
+        RegistryNode* child = present->Child(name);
+        if (child == nullptr) {
+          child = &present->AddChild(name);
+          if (topmost == nullptr) topmost = child;
+          edit.changed = true;
+        }
+        present = child;
+      }
+      node = present->shared_from_this();
+      return kRegOk;
+    };
     const RegStatus status = hive_->Commit(edit);
     if (status != kRegOk) return status;
-    node = edit.node();
   }
   key = std::make_unique<KeyHandle>(hive_, std::move(node), access);
   if (created != nullptr) *created = edit.changed;
@@ -286,7 +218,22 @@ RegStatus SimulatedRegistry::DeleteTree(RegRoot root, const std::wstring& path) 
   if (const auto fault = hive_->faults().Check("registry.delete_tree")) return *fault;
   if (const RegStatus status = CheckPath(path); status != kRegOk) return status;
   const std::wstring full_path = FullPath(root, path);
-  DeleteTreeEdit edit(full_path);
+  RegistryNode* parent = nullptr;
+  NameTable<RegistryNode>::Removed removed;
+  RegistryEdit edit;
+  edit.apply = [&](RegistryNode& top) {
+    RegistryNode* node = top.Descend(full_path);
+    if (node == nullptr) return kRegNotFound;
+    parent = node->parent;
+    removed = parent->children.Remove(*node);
+    edit.changed = true;
+    return kRegOk;
+  };
+  edit.undo = [&] { parent->children.Restore(std::move(removed)); };
+  edit.announce = [&] {
+    removed.item->MarkDeleted();
+    parent->Changed(kNotifyName);
+  };
   return hive_->Commit(edit);
 }
 

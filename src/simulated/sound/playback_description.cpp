@@ -1,5 +1,7 @@
 #include "simulated/sound/playback_description.h"
 
+#include <fmt/format.h>
+
 #include <cmath>
 
 #include "platform/files.h"
@@ -28,6 +30,12 @@ constexpr JsonField::Named<SoundSource::Kind> kSoundKinds[] = {
     {"noise", SoundSource::Kind::Noise},
     {"clicks", SoundSource::Kind::Clicks},
     {"file", SoundSource::Kind::File}};
+// By kind, besides the keys that all of them have.
+const std::vector<std::string_view> kSoundKeys[] = {{"seconds", "frequency", "phase"},
+                                                    {"seconds", "from", "to"},
+                                                    {"seconds", "seed"},
+                                                    {"seconds", "every"},
+                                                    {"path"}};
 
 double Level(const JsonField& field) {
   return std::pow(10, field.Real(-200, 0, "expected a level in dB from -200 to 0") / 20);
@@ -40,39 +48,17 @@ double Frequency(const JsonField& field, const SoundShape& shape) {
 std::shared_ptr<const WavSound> ReadSoundFile(const JsonField& field, const SoundShape& shape,
                                               const std::filesystem::path& drive_c) {
   const auto path = HostFile(drive_c, field.WideText());
-  if (!path) field.Refuse("leads to no file; expected a path like \"C:\\\\Sounds\\\\tone.wav\"");
+  if (!path)
+    field.Refuse("does not lead to a file; expected a path like \"C:\\\\Sounds\\\\tone.wav\"");
   std::string reason;
   const auto bytes = ReadWholeFile(*path, kLargestSoundFile, reason);
   if (!bytes) field.Refuse(reason);
   auto sound = ReadWav(*bytes, reason);
   if (!sound) field.Refuse(reason);
   if (sound->rate != shape.rate) {
-    field.Refuse("the file has " + std::to_string(sound->rate) + " Hz, the endpoint " +
-                 std::to_string(shape.rate));
+    field.Refuse(fmt::format("the file has {} Hz, the endpoint {}", sound->rate, shape.rate));
   }
   return std::make_shared<const WavSound>(std::move(*sound));
-}
-
-std::vector<std::string_view> KeysOf(SoundSource::Kind kind) {
-  std::vector<std::string_view> keys = {"kind", "channel", "level", "seconds", "loop"};
-  switch (kind) {
-    case SoundSource::Kind::Tone:
-      keys.insert(keys.end(), {"frequency", "phase"});
-      break;
-    case SoundSource::Kind::Sweep:
-      keys.insert(keys.end(), {"from", "to"});
-      break;
-    case SoundSource::Kind::Noise:
-      keys.emplace_back("seed");
-      break;
-    case SoundSource::Kind::Clicks:
-      keys.emplace_back("every");
-      break;
-    case SoundSource::Kind::File:
-      keys = {"kind", "channel", "level", "loop", "path"};
-      break;
-  }
-  return keys;
 }
 
 void ReadLength(const JsonField& field, const SoundShape& shape, SoundSource& source) {
@@ -93,7 +79,9 @@ SoundSource ReadSource(const JsonField& field, const SoundShape& shape,
   SoundSource source;
   if (field.kind() != JsonField::Kind::Object) field.Refuse("expected an object in braces");
   source.kind = field.Need("kind").Choice(kSoundKinds, "kind of sound");
-  field.ExpectObject(KeysOf(source.kind));
+  std::vector<std::string_view> keys = kSoundKeys[static_cast<std::size_t>(source.kind)];
+  keys.insert(keys.end(), {"kind", "channel", "level", "loop"});
+  field.ExpectObject(keys);
   if (const auto channel = field.Find("channel"))
     source.channel = channel->NumberWithin(0, shape.channels - 1);
   if (const auto level = field.Find("level")) source.amplitude = Level(*level);

@@ -47,10 +47,21 @@ WAVEFORMATEXTENSIBLE MixFormatOf(const EndpointSound& sound) {
   return format;
 }
 
-class CaptureService final : public CountedObject<IAudioCaptureClient> {
+// An object for the packets of a buffer.
+template <class Interface, class Buffer>
+class Service : public CountedObject<Interface> {
  public:
-  CaptureService(std::shared_ptr<CaptureBuffer> buffer, std::shared_ptr<FaultPlan> faults)
+  Service(std::shared_ptr<Buffer> buffer, std::shared_ptr<FaultPlan> faults)
       : buffer_(std::move(buffer)), faults_(std::move(faults)) {}
+
+ protected:
+  std::shared_ptr<Buffer> buffer_;
+  std::shared_ptr<FaultPlan> faults_;
+};
+
+class CaptureService final : public Service<IAudioCaptureClient, CaptureBuffer> {
+ public:
+  using Service::Service;
 
   HRESULT STDMETHODCALLTYPE GetBuffer(BYTE** data, UINT32* frames, DWORD* flags, UINT64* position,
                                       UINT64* time) override {
@@ -76,16 +87,11 @@ class CaptureService final : public CountedObject<IAudioCaptureClient> {
       return S_OK;
     });
   }
-
- private:
-  std::shared_ptr<CaptureBuffer> buffer_;
-  std::shared_ptr<FaultPlan> faults_;
 };
 
-class RenderService final : public CountedObject<IAudioRenderClient> {
+class RenderService final : public Service<IAudioRenderClient, RenderBuffer> {
  public:
-  RenderService(std::shared_ptr<RenderBuffer> buffer, std::shared_ptr<FaultPlan> faults)
-      : buffer_(std::move(buffer)), faults_(std::move(faults)) {}
+  using Service::Service;
 
   HRESULT STDMETHODCALLTYPE GetBuffer(UINT32 frames, BYTE** data) override {
     return Operation(*faults_, "render.get_buffer", data,
@@ -96,10 +102,6 @@ class RenderService final : public CountedObject<IAudioRenderClient> {
     return Operation(*faults_, "render.release_buffer",
                      [&] { return buffer_->GiveBack(frames, flags); });
   }
-
- private:
-  std::shared_ptr<RenderBuffer> buffer_;
-  std::shared_ptr<FaultPlan> faults_;
 };
 
 class AudioClient final : public CountedObject<IAudioClient> {

@@ -1,7 +1,8 @@
-#include "simulated/sound/sound_source.h"
-
+// Generates the samples of what an endpoint plays.
 #include <cmath>
 #include <numbers>
+
+#include "simulated/sound/playback_description.h"
 
 namespace orv {
 namespace {
@@ -64,7 +65,7 @@ bool AddSource(const SoundSource& source, const SoundShape& shape, std::uint64_t
       frame %= source.length;
     }
     added = true;
-    // All but files and noise sound alike on every channel.
+    // All sources but files and noise are the same on every channel.
     const bool alike =
         source.kind != SoundSource::Kind::File && source.kind != SoundSource::Kind::Noise;
     double sample = 0;

@@ -1,9 +1,9 @@
-#include "simulated/sound/wav_file.h"
-
+// Reads wave files.
 #include <cmath>
 #include <cstring>
 
 #include "platform/sample_format.h"
+#include "simulated/sound/playback_description.h"
 
 namespace orv {
 namespace {
@@ -36,7 +36,7 @@ std::optional<Chunk> NextChunk(std::string_view& rest) {
 std::optional<WAVEFORMATEXTENSIBLE> ReadFormat(std::string_view content) {
   WAVEFORMATEXTENSIBLE format{};
   if (content.size() < kPlainFormat) return std::nullopt;
-  // Fields lie in the file as they lie in memory; a plain chunk has no size of an extension.
+  // The file has the layout of memory; a plain chunk has no size of an extension.
   std::memcpy(&format, content.data(), std::min(content.size(), sizeof format));
   if (content.size() < sizeof format) format.Format.cbSize = 0;
   return format;
@@ -61,7 +61,7 @@ std::optional<WavSound> ReadWav(std::string_view bytes, std::string& reason) {
     return std::nullopt;
   };
   if (!bytes.starts_with("RIFF") || bytes.size() < 12 || bytes.substr(8, 4) != "WAVE")
-    return refuse("no wave file");
+    return refuse("not a wave file");
   std::string_view rest = bytes.substr(12);
   std::optional<WAVEFORMATEXTENSIBLE> format;
   while (!rest.empty()) {
@@ -79,7 +79,7 @@ std::optional<WavSound> ReadWav(std::string_view bytes, std::string& reason) {
     if (chunk->content.empty() || chunk->content.size() % format->Format.nBlockAlign != 0)
       return refuse("no whole frames of samples");
     if (!ReadSamples(chunk->content, *sample_format, sound.samples))
-      return refuse("samples that are no numbers");
+      return refuse("samples that are not numbers");
     return sound;
   }
   return refuse("no samples");
