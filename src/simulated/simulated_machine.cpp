@@ -26,8 +26,18 @@ struct SimulatedMachine::State {
   SimulatedRegistry registry;
 };
 
-SimulatedMachine::SimulatedMachine(std::unique_ptr<State> state, std::uint64_t id)
-    : Machine(id), state_(std::move(state)) {}
+SimulatedMachine::SimulatedMachine(MachineDescription description, std::filesystem::path drive_c,
+                                   std::uint64_t id)
+    : Machine(id), state_(std::make_unique<State>()) {
+  state_->drive_c = std::move(drive_c);
+  for (const PlannedFault& fault : description.faults) {
+    if (fault.nth)
+      faults().FailNth(fault.operation, *fault.nth, fault.status);
+    else
+      faults().FailAlways(fault.operation, fault.status);
+  }
+  state_->devices->description = std::move(description);
+}
 
 SimulatedMachine::~SimulatedMachine() = default;
 
@@ -35,7 +45,8 @@ std::unique_ptr<SimulatedMachine> SimulatedMachine::Open(const std::filesystem::
                                                          FileError& error) {
   auto description = ReadMachineFile(folder / "machine.json", error);
   if (!description) return nullptr;
-  auto machine = Make(std::move(*description), folder / "drive_c", IdOfFolder(folder));
+  std::unique_ptr<SimulatedMachine> machine(
+      new SimulatedMachine(std::move(*description), folder / "drive_c", IdOfFolder(folder)));
   machine->state_->devices->folder = folder;
   const bool whole = machine->SetPlayback(machine->description().playback_json, error) &&
                      machine->state_->hive->Attach(folder, error) &&
@@ -46,25 +57,11 @@ std::unique_ptr<SimulatedMachine> SimulatedMachine::Open(const std::filesystem::
 std::unique_ptr<SimulatedMachine> SimulatedMachine::InMemory(MachineDescription description,
                                                              std::filesystem::path drive_c,
                                                              const std::string& registry) {
-  auto machine = Make(std::move(description), std::move(drive_c), NewId());
+  std::unique_ptr<SimulatedMachine> machine(
+      new SimulatedMachine(std::move(description), std::move(drive_c), NewId()));
   FileError ignored;
   if (!registry.empty()) machine->state_->hive->Load(registry, ignored);
   return machine;
-}
-
-std::unique_ptr<SimulatedMachine> SimulatedMachine::Make(MachineDescription description,
-                                                         std::filesystem::path drive_c,
-                                                         std::uint64_t id) {
-  auto state = std::make_unique<State>();
-  state->drive_c = std::move(drive_c);
-  for (const PlannedFault& fault : description.faults) {
-    if (fault.nth)
-      state->faults->FailNth(fault.operation, *fault.nth, fault.status);
-    else
-      state->faults->FailAlways(fault.operation, fault.status);
-  }
-  state->devices->description = std::move(description);
-  return std::unique_ptr<SimulatedMachine>(new SimulatedMachine(std::move(state), id));
 }
 
 std::uint64_t SimulatedMachine::IdOfFolder(const std::filesystem::path& folder) {
@@ -114,7 +111,8 @@ std::uint64_t SimulatedMachine::EventSignals(const std::wstring& name) {
 }
 
 std::size_t SimulatedMachine::RegisteredEvents() {
-  return state_->devices->drivers->registered_events();
+  return state_->devices->drivers->UseEvents(
+      [](const auto& events) { return events.registered.size(); });
 }
 
 HRESULT SimulatedMachine::CreateDeviceEnumerator(IMMDeviceEnumerator** enumerator) {

@@ -74,9 +74,7 @@ class SimulatedMachine : public Machine {
 
  private:
   struct State;
-  SimulatedMachine(std::unique_ptr<State> state, std::uint64_t id);
-  static std::unique_ptr<SimulatedMachine> Make(MachineDescription description,
-                                                std::filesystem::path drive_c, std::uint64_t id);
+  SimulatedMachine(MachineDescription description, std::filesystem::path drive_c, std::uint64_t id);
   // The same for each opening of a folder, under any path, while the process lives.
   static std::uint64_t IdOfFolder(const std::filesystem::path& folder);
   std::unique_ptr<State> state_;

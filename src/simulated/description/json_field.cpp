@@ -123,10 +123,14 @@ std::vector<std::uint8_t> JsonField::Hex() const {
   return bytes;
 }
 
-bool JsonField::ParseHexWord(const std::string& text, std::uint32_t& number) {
+bool JsonField::ParseHexWord(std::string_view text, std::uint32_t& number) {
+  const bool marked = text.starts_with("0x") || text.starts_with("0X");
+  return marked && ParseDigits(text.substr(2), number, 16);
+}
+
+bool JsonField::ParseDigits(std::string_view text, std::uint32_t& number, int base) {
   const char* end = text.data() + text.size();
-  if (!text.starts_with("0x") && !text.starts_with("0X")) return false;
-  const auto [stop, failed] = std::from_chars(text.data() + 2, end, number, 16);
+  const auto [stop, failed] = std::from_chars(text.data(), end, number, base);
   return failed == std::errc{} && stop == end;
 }
 

@@ -67,7 +67,9 @@ class JsonField {
   // Pairs of hexadecimal digits, with or without blanks.
   std::vector<std::uint8_t> Hex() const;
   // "0x80070005"
-  static bool ParseHexWord(const std::string& text, std::uint32_t& number);
+  static bool ParseHexWord(std::string_view text, std::uint32_t& number);
+  // Digits of a base and nothing else.
+  static bool ParseDigits(std::string_view text, std::uint32_t& number, int base = 10);
 
   // One of the named values, by name or by number.
   template <class Value, std::size_t Count>

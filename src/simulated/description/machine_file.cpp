@@ -2,7 +2,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <charconv>
 
 #include "platform/files.h"
 #include "platform/guid_text.h"
@@ -40,12 +39,9 @@ std::optional<PROPERTYKEY> ParsePropertyKey(const std::string& text) {
   const std::size_t comma = text.rfind(',');
   if (comma == std::string::npos) return std::nullopt;
   const auto format = ParseGuid(WideFromUtf8(text.substr(0, comma)));
-  PROPERTYKEY key{};
-  const char* end = text.data() + text.size();
-  const auto [stop, failed] = std::from_chars(text.data() + comma + 1, end, key.pid);
-  if (!format || failed != std::errc{} || stop != end) return std::nullopt;
-  key.fmtid = *format;
-  return key;
+  std::uint32_t number = 0;
+  if (!format || !JsonField::ParseDigits(text.substr(comma + 1), number)) return std::nullopt;
+  return PROPERTYKEY{*format, number};
 }
 
 SimulatedProperty ReadProperty(const PROPERTYKEY& key, const JsonField& field) {
@@ -123,12 +119,11 @@ PlannedFault ReadFault(const JsonField& field) {
 
 void ReadVersion(const JsonField& field, MachineDescription& description) {
   const std::string& text = field.Text();
-  const char* end = text.data() + text.size();
-  const auto major = std::from_chars(text.data(), end, description.version_major);
-  const bool dot = major.ec == std::errc{} && major.ptr != end && *major.ptr == '.';
-  if (!dot) field.Refuse("expected a version like \"10.0\"");
-  const auto minor = std::from_chars(major.ptr + 1, end, description.version_minor);
-  if (minor.ec != std::errc{} || minor.ptr != end) field.Refuse("expected a version like \"10.0\"");
+  const std::size_t dot = text.find('.');
+  if (dot == std::string::npos ||
+      !JsonField::ParseDigits(text.substr(0, dot), description.version_major) ||
+      !JsonField::ParseDigits(text.substr(dot + 1), description.version_minor))
+    field.Refuse("expected a version like \"10.0\"");
 }
 
 void ReadKnownFolders(const JsonField& field, MachineDescription& description) {

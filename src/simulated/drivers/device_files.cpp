@@ -43,6 +43,13 @@ std::vector<std::wstring> Paths(const SimulatedDevices& devices, const DriverFil
   return paths;
 }
 
+// Sets the error of an operation, 0 if it may go on.
+bool IsPlannedToFail(SimulatedDevices& devices, FaultOperation operation, std::uint32_t& error) {
+  const auto fault = devices.faults->Check(operation);
+  error = fault ? SystemErrorOf(*fault) : 0;
+  return fault.has_value();
+}
+
 class SimulatedDeviceFile final : public DeviceFile {
  public:
   SimulatedDeviceFile(std::shared_ptr<SimulatedDevices> devices, const DriverFile& file)
@@ -50,8 +57,9 @@ class SimulatedDeviceFile final : public DeviceFile {
 
   std::uint32_t Control(std::uint32_t code, std::span<const std::byte> input,
                         std::span<std::byte> output, std::uint32_t& returned) override {
+    std::uint32_t error = 0;
     returned = 0;
-    if (const auto fault = devices_->faults->Check("device.control")) return SystemErrorOf(*fault);
+    if (IsPlannedToFail(*devices_, "device.control", error)) return error;
     if (InterfaceCount(*devices_, file_) == 0) return kDeviceNotConnected;
     return file_.answer(*devices_, code, input, output, returned);
   }
@@ -69,9 +77,11 @@ class SimulatedEvent final : public NamedEvent {
       : devices_(std::move(devices)),
         name_(std::move(name)),
         handle_(devices_->drivers->NewHandle()) {
-    devices_->drivers->EventOpened(handle_);
+    devices_->drivers->UseEvents([&](auto& events) { events.open.insert(handle_); });
   }
-  ~SimulatedEvent() override { devices_->drivers->EventClosed(handle_); }
+  ~SimulatedEvent() override {
+    devices_->drivers->UseEvents([&](auto& events) { events.open.erase(handle_); });
+  }
 
   void Set() noexcept override {
     try {
@@ -100,15 +110,11 @@ std::vector<std::wstring> SimulatedInterfaces(SimulatedDevices& devices, REFGUID
 
 std::unique_ptr<DeviceFile> OpenSimulatedDevice(const std::shared_ptr<SimulatedDevices>& devices,
                                                 const std::wstring& path, std::uint32_t& error) {
-  error = 0;
-  if (const auto fault = devices->faults->Check("device.open")) {
-    error = SystemErrorOf(*fault);
-    return nullptr;
-  }
+  if (IsPlannedToFail(*devices, "device.open", error)) return nullptr;
   const auto same = [&](const std::wstring& other) { return EqualsIgnoringCase(other, path); };
   for (const DriverFile* file : {&kBroadwell, &kQualcomm}) {
     const auto paths = Paths(*devices, *file);
-    if (std::any_of(paths.begin(), paths.end(), same))
+    if (std::ranges::any_of(paths, same))
       return std::make_unique<SimulatedDeviceFile>(devices, *file);
   }
   error = kDeviceFileNotFound;
@@ -117,13 +123,9 @@ std::unique_ptr<DeviceFile> OpenSimulatedDevice(const std::shared_ptr<SimulatedD
 
 std::unique_ptr<NamedEvent> OpenSimulatedEvent(const std::shared_ptr<SimulatedDevices>& devices,
                                                const std::wstring& name, std::uint32_t& error) {
-  error = 0;
-  if (const auto fault = devices->faults->Check("event.open")) {
-    error = SystemErrorOf(*fault);
-    return nullptr;
-  }
+  if (IsPlannedToFail(*devices, "event.open", error)) return nullptr;
   const auto& events = devices->description.events;
-  if (std::find(events.begin(), events.end(), name) != events.end())
+  if (std::ranges::find(events, name) != events.end())
     return std::make_unique<SimulatedEvent>(devices, Utf8FromWide(name));
   error = kDeviceFileNotFound;
   return nullptr;

@@ -118,34 +118,4 @@ std::optional<std::uint32_t> DriverStore::ApplyFlag(const std::string& key) {
   return found == apply_flags_.end() ? std::nullopt : std::optional(found->second);
 }
 
-void DriverStore::EventOpened(std::uint64_t handle) {
-  const std::lock_guard guard(lock_);
-  open_events_.insert(handle);
-}
-
-void DriverStore::EventClosed(std::uint64_t handle) noexcept {
-  const std::lock_guard guard(lock_);
-  open_events_.erase(handle);
-}
-
-bool DriverStore::IsEventOpen(std::uint64_t handle) {
-  const std::lock_guard guard(lock_);
-  return open_events_.contains(handle);
-}
-
-bool DriverStore::RegisterEvent(std::uint64_t handle) {
-  const std::lock_guard guard(lock_);
-  return registered_.insert(handle).second;
-}
-
-bool DriverStore::UnregisterEvent(std::uint64_t handle) {
-  const std::lock_guard guard(lock_);
-  return registered_.erase(handle) != 0;
-}
-
-std::size_t DriverStore::registered_events() {
-  const std::lock_guard guard(lock_);
-  return registered_.size();
-}
-
 }  // namespace orv

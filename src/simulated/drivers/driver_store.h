@@ -62,15 +62,19 @@ class DriverStore {
   void NoteApplyFlag(const DriverRequest& request, std::uint32_t flag);
   std::optional<std::uint32_t> ApplyFlag(const std::string& key);
 
-  // Handles of this process: devices, events. Events are known to drivers while they are open.
+  // Handles of this process: devices, events.
   std::uint64_t NewHandle() noexcept { return next_handle_.fetch_add(4); }
-  void EventOpened(std::uint64_t handle);
-  void EventClosed(std::uint64_t handle) noexcept;
-  bool IsEventOpen(std::uint64_t handle);
-  // False if the handle is registered already, or is not.
-  bool RegisterEvent(std::uint64_t handle);
-  bool UnregisterEvent(std::uint64_t handle);
-  std::size_t registered_events();
+  // Named events of this process, by their handles.
+  struct Events {
+    std::set<std::uint64_t> open;        // drivers know an event while it is open
+    std::set<std::uint64_t> registered;  // with drivers, and not unregistered
+  };
+  // Runs `body` on them, under the lock.
+  template <class Body>
+  auto UseEvents(Body&& body) {
+    const std::lock_guard guard(lock_);
+    return body(events_);
+  }
 
  private:
   std::optional<std::uint64_t> Load(const std::string* text, FileError& error);
@@ -83,8 +87,7 @@ class DriverStore {
   std::map<std::pair<std::string, std::size_t>, std::uint32_t> calls_;  // by driver and rule
   std::map<std::string, std::uint32_t> apply_flags_;                    // by DriverRequest::Key
   std::atomic<std::uint64_t> next_handle_{0x104};
-  std::set<std::uint64_t> open_events_;
-  std::set<std::uint64_t> registered_;
+  Events events_;
 };
 
 }  // namespace orv

@@ -256,10 +256,13 @@ class SkylakeExchange : DriverExchange {
   HRESULT ChangeEvent(bool registers) {
     if (data_.size() != 8) return Refuse("an event handle is eight bytes");
     const auto handle = ReadWire<std::uint64_t>(data_, 0);
-    if (registers && !store_.IsEventOpen(handle)) return Refuse("no open event has this handle");
-    const bool done = registers ? store_.RegisterEvent(handle) : store_.UnregisterEvent(handle);
-    if (done) return S_OK;
-    return Refuse(registers ? "the event is registered already" : "the event is not registered");
+    const char* fault = store_.UseEvents([&](auto& events) -> const char* {
+      if (registers && !events.open.contains(handle)) return "no open event has this handle";
+      if (registers)
+        return events.registered.insert(handle).second ? "" : "the event is registered already";
+      return events.registered.erase(handle) != 0 ? "" : "the event is not registered";
+    });
+    return *fault == '\0' ? S_OK : Refuse(fault);
   }
 
   // The status after a change that was kept, or lost for a reason.

@@ -11,56 +11,46 @@ namespace {
 constexpr UINT kConnectorId = 0x20000;
 constexpr UINT kSubunitId = 0x10000;
 
-GraphPart MakeConnector(UINT id, ConnectorType type) {
-  GraphPart part{id, Connector};
-  part.connector = type;
-  return part;
+GraphPart MakeConnector(UINT id, ConnectorType type,
+                        std::optional<GraphPart::Place> connected_to = std::nullopt) {
+  return {.id = id, .type = Connector, .connector = type, .connected_to = connected_to};
 }
 
-GraphPart MakeSubunit(UINT number) { return {kSubunitId + number, Subunit}; }
+GraphPart MakeSubunit(UINT number) { return {.id = kSubunitId + number, .type = Subunit}; }
+
+GraphPart MakeSelector(UINT number, SelectorKind kind, std::size_t at_first,
+                       std::size_t to_endpoint) {
+  return {.id = kSubunitId + number,
+          .type = Subunit,
+          .selector = kind,
+          .at_first = at_first,
+          .to_endpoint = to_endpoint};
+}
 
 void Join(GraphDevice& device, std::size_t upstream, std::size_t downstream) {
   device.parts[upstream].outgoing.push_back(downstream);
   device.parts[downstream].incoming.push_back(upstream);
 }
 
-void MakeSelector(GraphPart& part, SelectorKind kind, std::size_t at_first,
-                  std::size_t to_endpoint) {
-  part.selector = kind;
-  part.at_first = at_first;
-  part.to_endpoint = to_endpoint;
-}
-
 // From the bridge over both selectors to the endpoint's jack, and a second jack beside it that is
 // selected at first.
 GraphDevice MakeCodec(const std::wstring& id) {
-  enum : std::size_t {
-    kJack,
-    kOtherJack,
-    kVolume,
-    kOutputSelector,
-    kMute,
-    kInputSelector,
-    kBridge
-  };
+  enum : std::size_t { kJack, kOtherJack, kVolume, kOutput, kMute, kInput, kBridge };
   GraphDevice codec{id, {}};
-  codec.parts = {MakeConnector(kConnectorId + 2, Physical_External),
-                 MakeConnector(kConnectorId + 3, Physical_External),
-                 MakeSubunit(4),
-                 MakeSubunit(2),
-                 MakeSubunit(3),
-                 MakeSubunit(1),
-                 MakeConnector(kConnectorId, Physical_Internal)};
-  Join(codec, kBridge, kInputSelector);
-  Join(codec, kInputSelector, kMute);
-  Join(codec, kMute, kOutputSelector);
-  Join(codec, kOutputSelector, kVolume);
-  Join(codec, kOutputSelector, kOtherJack);
+  codec.parts = {
+      MakeConnector(kConnectorId + 2, Physical_External, {{TopologyGraph::kEndpoint, 0}}),
+      MakeConnector(kConnectorId + 3, Physical_External),
+      MakeSubunit(4),
+      MakeSelector(2, SelectorKind::Output, kOtherJack, kVolume),
+      MakeSubunit(3),
+      MakeSelector(1, SelectorKind::Input, kBridge, kMute),
+      MakeConnector(kConnectorId, Physical_Internal, {{TopologyGraph::kWaveFilter, 0}})};
+  Join(codec, kBridge, kInput);
+  Join(codec, kInput, kMute);
+  Join(codec, kMute, kOutput);
+  Join(codec, kOutput, kVolume);
+  Join(codec, kOutput, kOtherJack);
   Join(codec, kVolume, kJack);
-  MakeSelector(codec.parts[kOutputSelector], SelectorKind::Output, kOtherJack, kVolume);
-  MakeSelector(codec.parts[kInputSelector], SelectorKind::Input, kBridge, kMute);
-  codec.parts[kJack].connected_to = {TopologyGraph::kEndpoint, 0};
-  codec.parts[kBridge].connected_to = {TopologyGraph::kWaveFilter, 0};
   return codec;
 }
 
@@ -69,11 +59,10 @@ GraphDevice MakeWaveFilter(const std::wstring& id, UINT node) {
   // Out of the way of the host connector, whose number is the node's.
   constexpr UINT kBridgeId = 0x30000;
   GraphDevice filter{id, {}};
-  filter.parts = {MakeConnector(kBridgeId, Physical_Internal), MakeSubunit(1),
-                  MakeConnector(kConnectorId + node, Software_IO)};
+  filter.parts = {MakeConnector(kBridgeId, Physical_Internal, {{TopologyGraph::kCodec, 6}}),
+                  MakeSubunit(1), MakeConnector(kConnectorId + node, Software_IO)};
   Join(filter, kHost, kEngine);
   Join(filter, kEngine, kBridge);
-  filter.parts[kBridge].connected_to = {TopologyGraph::kCodec, 6};
   return filter;
 }
 
@@ -82,8 +71,7 @@ GraphDevice MakeWaveFilter(const std::wstring& id, UINT node) {
 TopologyGraph MakeTopologyGraph(const SkylakeEndpoint& endpoint) {
   const std::wstring adapter = L"{2}.\\\\?\\sst#" + endpoint.id;
   GraphDevice device{endpoint.id, {}};
-  device.parts = {MakeConnector(kConnectorId, Physical_External)};
-  device.parts[0].connected_to = {TopologyGraph::kCodec, 0};
+  device.parts = {MakeConnector(kConnectorId, Physical_External, {{TopologyGraph::kCodec, 0}})};
   if (endpoint.circles) {
     device.parts[0].connector = Software_IO;
     device.parts[0].connected_to = {TopologyGraph::kEndpoint, 0};

@@ -75,93 +75,13 @@ std::wstring ReadText(std::string_view bytes, ExportFormat& format) {
                 "the text is neither UTF-8 nor UTF-16 with its mark"};
 }
 
-// The lines of a text, without their ends.
-class Lines {
- public:
-  explicit Lines(std::wstring_view text) noexcept : rest_(text) {}
-
-  // Returns false at the end.
-  bool Next(std::wstring_view& line) noexcept {
-    if (rest_.empty()) return false;
-    ++number_;
-    line = rest_.substr(0, rest_.find(L'\n'));
-    rest_.remove_prefix(std::min(line.size() + 1, rest_.size()));
-    if (line.ends_with(L'\r')) line.remove_suffix(1);
-    return true;
-  }
-  int number() const noexcept { return number_; }
-
- private:
-  std::wstring_view rest_;
-  int number_ = 0;
-};
-
-// Applies the keys and values of an export to a tree, in their order.
-class TreeImporter {
- public:
-  explicit TreeImporter(RegistryNode& root) : root_(root) {}
-
-  void DeleteKey(std::wstring_view path) {
-    steps_.clear();
-    RegistryNode* node = root_.Descend(path);
-    if (node != nullptr && node->parent != nullptr) node->parent->children.Remove(*node);
-  }
-
-  // Makes this the present key. Returns false if it is too deep. Most keys share the beginning of
-  // their path with the key before them.
-  bool Enter(std::wstring_view path) {
-    const auto same = static_cast<std::size_t>(
-        std::mismatch(path.begin(), path.end(), path_.begin(), path_.end()).first - path.begin());
-    const auto shared = [&](const Step& step) {
-      return step.end <= same && (step.end == path.size() || path[step.end] == L'\\');
-    };
-    while (!steps_.empty() && !shared(steps_.back())) steps_.pop_back();
-    path_ = path;
-    std::wstring_view rest = path;
-    if (!steps_.empty()) rest.remove_prefix(steps_.back().end);
-    for (auto element = NextPathElement(rest); !element.empty(); element = NextPathElement(rest)) {
-      if (steps_.size() == kRegistryDepth) return false;
-      RegistryNode& parent = steps_.empty() ? root_ : *steps_.back().node;
-      RegistryNode* child = parent.Child(element);
-      steps_.push_back(
-          {path.size() - rest.size(), child != nullptr ? child : &parent.AddChild(element)});
-    }
-    return true;
-  }
-
-  // Values of the present key.
-  void DeleteValue(std::wstring_view name) {
-    RegistryNode& node = *steps_.back().node;
-    if (const RegistryValue* held = node.values.Find(name)) node.values.Remove(*held);
-  }
-  void SetValue(RegistryValue&& value) {
-    RegistryNode& node = *steps_.back().node;
-    if (RegistryValue* held = node.values.Find(value.name)) {
-      held->type = value.type;
-      held->bytes = std::move(value.bytes);
-    } else {
-      node.AddValue(std::move(value.name), value.type, std::move(value.bytes));
-    }
-  }
-
- private:
-  struct Step {
-    std::size_t end;  // of the element in path_
-    RegistryNode* node;
-  };
-
-  RegistryNode& root_;
-  std::wstring path_;        // of the present key
-  std::vector<Step> steps_;  // the keys on its way
-};
-
 class Decoder {
  public:
-  Decoder(std::wstring_view text, RegistryNode& root) : lines_(text), tree_(root) {}
+  Decoder(std::wstring_view text, RegistryNode& root) : rest_(text), root_(root) {}
 
   void Run() {
     ReadHeader();
-    while (lines_.Next(line_)) {
+    while (NextLine()) {
       line_ = Trim(line_);
       if (line_.empty() || line_.front() == L';') continue;
       if (line_.front() == L'[')
@@ -172,16 +92,22 @@ class Decoder {
   }
 
  private:
-  [[noreturn]] void Refuse(std::string reason) const {
-    throw Refusal{lines_.number(), std::move(reason)};
+  [[noreturn]] void Refuse(std::string reason) const { throw Refusal{number_, std::move(reason)}; }
+
+  // Moves to the next line, without its end. Returns false if there is none.
+  bool NextLine() noexcept {
+    if (rest_.empty()) return false;
+    ++number_;
+    line_ = rest_.substr(0, rest_.find(L'\n'));
+    rest_.remove_prefix(std::min(line_.size() + 1, rest_.size()));
+    if (line_.ends_with(L'\r')) line_.remove_suffix(1);
+    return true;
   }
 
   void ReadHeader() {
-    if (lines_.Next(line_)) {
-      if (Trim(line_) == kHeader5) return;
-      narrow_data_ = Trim(line_) == kHeader4;
-      if (narrow_data_) return;
-    }
+    const bool any = NextLine();
+    narrow_data_ = any && Trim(line_) == kHeader4;
+    if (narrow_data_ || (any && Trim(line_) == kHeader5)) return;
     throw Refusal{
         1, "the first line must be \"Windows Registry Editor Version 5.00\" or \"REGEDIT4\""};
   }
@@ -198,10 +124,15 @@ class Decoder {
     const bool is_root = !ReadPath(path);
     if (deleted && is_root) Refuse("a root key cannot be deleted");
     state_ = deleted ? State::InDeletedKey : State::InKey;
-    if (deleted)
-      tree_.DeleteKey(path_);
-    else if (!tree_.Enter(path_))
-      Refuse(fmt::format("the key is more than {} levels deep", kRegistryDepth));
+    if (deleted) {
+      RegistryNode* node = root_.Descend(path_);
+      if (node != nullptr && node->parent != nullptr) node->parent->children.Remove(*node);
+    } else {
+      RegistryNode* ignored = nullptr;
+      key_ = root_.Make(path_, ignored);
+      if (key_ == nullptr)
+        Refuse(fmt::format("the key is more than {} levels deep", kRegistryDepth));
+    }
   }
 
   // Returns whether the path leads below a root.
@@ -240,11 +171,20 @@ class Decoder {
     if (!line_.starts_with(L'=')) Refuse("expected = after the value's name");
     line_ = Trim(line_.substr(1));
     if (Take(L"-")) {
-      tree_.DeleteValue(value.name);
+      if (const RegistryValue* held = key_->values.Find(value.name)) key_->values.Remove(*held);
       ExpectLineEnd("-");
     } else {
       ReadData(value);
-      tree_.SetValue(std::move(value));
+      SetValue(std::move(value));
+    }
+  }
+
+  void SetValue(RegistryValue&& value) {
+    if (RegistryValue* held = key_->values.Find(value.name)) {
+      held->type = value.type;
+      held->bytes = std::move(value.bytes);
+    } else {
+      key_->AddValue(std::move(value.name), value.type, std::move(value.bytes));
     }
   }
 
@@ -349,7 +289,7 @@ class Decoder {
   void ContinueOnNextLine() {
     line_.remove_prefix(1);
     ExpectLineEnd("the \\ that continues the list");
-    if (!lines_.Next(line_)) Refuse("the list of bytes is cut off");
+    if (!NextLine()) Refuse("the list of bytes is cut off");
   }
 
   // Version 4 lists the bytes of narrow text where version 5 has those of wide text.
@@ -364,12 +304,14 @@ class Decoder {
 
   enum class State { BeforeKeys, InKey, InDeletedKey };
 
-  Lines lines_;
-  TreeImporter tree_;
+  std::wstring_view rest_;  // after the present line
+  RegistryNode& root_;
+  int number_ = 0;
   std::wstring_view line_;  // the rest of the present line
   bool narrow_data_ = false;
   State state_ = State::BeforeKeys;
   std::wstring path_;  // of the present key
+  RegistryNode* key_ = nullptr;
   std::wstring text_;  // the latest in quotation marks
 };
 

@@ -105,7 +105,8 @@ RegStatus RegistryHive::Commit(RegistryEdit& edit) {
     if (edit.changed) edit.undo();
     throw;
   }
-  if (edit.changed) status == kRegOk ? edit.announce() : edit.undo();
+  if (edit.changed && status == kRegOk) edit.announce();
+  if (edit.changed && status != kRegOk) edit.undo();
   return status;
 }
 

@@ -50,6 +50,21 @@ RegistryNode* RegistryNode::Descend(std::wstring_view path) {
   return node;
 }
 
+RegistryNode* RegistryNode::Make(std::wstring_view path, RegistryNode*& topmost) {
+  RegistryNode* node = this;
+  std::size_t depth = 0;
+  for (auto element = NextPathElement(path); !element.empty(); element = NextPathElement(path)) {
+    if (++depth > kRegistryDepth) return nullptr;
+    RegistryNode* child = node->Child(element);
+    if (child == nullptr) {
+      child = &node->AddChild(element);
+      if (topmost == nullptr) topmost = child;
+    }
+    node = child;
+  }
+  return node;
+}
+
 void RegistryNode::Changed(std::uint32_t change) const noexcept {
   for (const RegistryNode* node = this; node != nullptr; node = node->parent) {
     for (RegistryWatch* watch : node->watches) watch->Signal(change, node != this);

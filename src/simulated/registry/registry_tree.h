@@ -145,6 +145,9 @@ struct RegistryNode : std::enable_shared_from_this<RegistryNode> {
                           std::vector<std::uint8_t>&& bytes);
   // The key at a path below this one; null if it does not exist.
   RegistryNode* Descend(std::wstring_view path);
+  // The key at a path below this one, made if it is missing; null if it would be too deep.
+  // `topmost` becomes the topmost key that was made, also if this throws or returns null.
+  RegistryNode* Make(std::wstring_view path, RegistryNode*& topmost);
   // Signals a change of this key (kNotifyName or kNotifyLastSet) to it and the keys above it.
   void Changed(std::uint32_t change) const noexcept;
   // Marks this key and all below it as deleted and signals the watches of all of them.

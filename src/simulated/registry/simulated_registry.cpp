@@ -190,21 +190,11 @@ RegStatus SimulatedRegistry::CreateKey(RegRoot root, const std::wstring& path, s
     };
     edit.announce = [&] { topmost->parent->Changed(kNotifyName); };
     edit.apply = [&](RegistryNode& top) {
-      RegistryNode* present = &top;
-      std::wstring_view rest = full_path;
-      std::size_t depth = 0;
-      for (auto name = NextPathElement(rest); !name.empty(); name = NextPathElement(rest)) {
-        if (++depth > kRegistryDepth) return kRegInvalidParameter;
-        RegistryNode* child = present->Child(name);
-        if (child == nullptr) {
-          child = &present->AddChild(name);
-          if (topmost == nullptr) topmost = child;
-          edit.changed = true;
-        }
-        present = child;
-      }
-      node = present->shared_from_this();
-      return kRegOk;
+      edit.changed = true;
+      RegistryNode* made = top.Make(full_path, topmost);
+      edit.changed = topmost != nullptr;
+      if (made != nullptr) node = made->shared_from_this();
+      return made == nullptr ? kRegInvalidParameter : kRegOk;
     };
     const RegStatus status = hive_->Commit(edit);
     if (status != kRegOk) return status;
