@@ -30,12 +30,8 @@ SimulatedMachine::SimulatedMachine(MachineDescription description, std::filesyst
                                    std::uint64_t id)
     : Machine(id), state_(std::make_unique<State>()) {
   state_->drive_c = std::move(drive_c);
-  for (const PlannedFault& fault : description.faults) {
-    if (fault.nth)
-      faults().FailNth(fault.operation, *fault.nth, fault.status);
-    else
-      faults().FailAlways(fault.operation, fault.status);
-  }
+  for (const PlannedFault& fault : description.faults)
+    faults().Fail(fault.operation, fault.nth, fault.status);
   state_->devices->description = std::move(description);
 }
 

@@ -4,16 +4,12 @@
 
 namespace orv {
 
-void FaultPlan::FailNth(FaultOperation operation, std::uint32_t nth, std::int32_t status) {
-  if (nth == 0) return;
+void FaultPlan::Fail(FaultOperation operation, std::optional<std::uint32_t> nth,
+                     std::int32_t status) {
+  if (nth == 0U) return;
   const std::lock_guard guard(lock_);
   Record& record = records_[operation.index()];
-  record.rules.push_back({record.calls + nth, status});
-}
-
-void FaultPlan::FailAlways(FaultOperation operation, std::int32_t status) {
-  const std::lock_guard guard(lock_);
-  records_[operation.index()].rules.push_back({0, status});
+  record.rules.push_back({nth ? record.calls + *nth : 0, status});
 }
 
 void FaultPlan::Clear() {
@@ -30,9 +26,8 @@ std::optional<std::int32_t> FaultPlan::Check(FaultOperation operation) {
   const std::lock_guard guard(lock_);
   Record& record = records_[operation.index()];
   ++record.calls;
-  const auto due = std::find_if(record.rules.begin(), record.rules.end(), [&](const Rule& rule) {
-    return rule.due == 0 || rule.due == record.calls;
-  });
+  const auto due = std::ranges::find_if(
+      record.rules, [&](const Rule& rule) { return rule.due == 0 || rule.due == record.calls; });
   if (due == record.rules.end()) return std::nullopt;
   const std::int32_t status = due->status;
   if (due->due != 0) record.rules.erase(due);

@@ -75,9 +75,14 @@ using FaultOperations = std::initializer_list<FaultOperation>;
 
 class FaultPlan {
  public:
-  // The nth call from now on (1 is the next one) returns `status`, once.
-  void FailNth(FaultOperation operation, std::uint32_t nth, std::int32_t status);
-  void FailAlways(FaultOperation operation, std::int32_t status);
+  // The nth call from now on (1 is the next one) returns `status`, once; nullopt: every call.
+  void Fail(FaultOperation operation, std::optional<std::uint32_t> nth, std::int32_t status);
+  void FailNth(FaultOperation operation, std::uint32_t nth, std::int32_t status) {
+    Fail(operation, nth, status);
+  }
+  void FailAlways(FaultOperation operation, std::int32_t status) {
+    Fail(operation, std::nullopt, status);
+  }
   void Clear();  // no more failures; call counts start again
   std::uint32_t Calls(FaultOperation operation) const;
 

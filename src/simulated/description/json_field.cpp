@@ -12,7 +12,7 @@
 namespace orv {
 
 void JsonField::RefuseAt(int line, const std::string& reason) const {
-  throw JsonRefusal{line, path_.empty() ? reason : path_ + ": " + reason};
+  throw FileError{{}, line, path_.empty() ? reason : path_ + ": " + reason};
 }
 
 void JsonField::ExpectObject(const std::vector<std::string_view>& names) const {

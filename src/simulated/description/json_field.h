@@ -12,13 +12,8 @@
 
 namespace orv {
 
-// Thrown while a file is read; ReadJson catches it.
-struct JsonRefusal {
-  int line;
-  std::string reason;
-};
-
-// A value of the file with its place in words: "endpoints[0].state".
+// A value of the file with its place in words: "endpoints[0].state". Refusals throw a FileError,
+// which ReadJson catches.
 class JsonField {
  public:
   using Kind = LocatedJson::Kind;
@@ -97,7 +92,7 @@ auto ReadJson(std::string_view text, std::string path, FileError& error, Read&& 
   if (!content) return std::nullopt;
   try {
     return read(JsonField(*content, std::move(path)));
-  } catch (JsonRefusal& refusal) {
+  } catch (FileError& refusal) {
     error.line = refusal.line;
     error.reason = std::move(refusal.reason);
     return std::nullopt;

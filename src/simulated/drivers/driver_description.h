@@ -100,7 +100,7 @@ struct DriversDescription {
   std::optional<QualcommDescription> qualcomm;
 };
 
-// Reads the section; `endpoints` are those of the same file. Throws JsonRefusal.
+// Reads the section; `endpoints` are those of the same file. Throws FileError.
 DriversDescription ReadDrivers(const JsonField& field,
                                const std::vector<SimulatedEndpoint>& endpoints);
 

@@ -29,7 +29,9 @@ class Findings {
   Findings(const DriverMemory& memory, const char* driver, std::vector<DriverFinding>& findings)
       : memory_(memory), driver_(driver), findings_(findings) {}
 
+  // Empty text is not a finding.
   void Add(std::uint32_t parameter, std::string text) {
+    if (text.empty()) return;
     findings_.push_back({driver_, parameter, std::move(text)});
   }
 
@@ -63,20 +65,16 @@ class Findings {
       const std::vector<std::byte>* block = Held(format.parameter);
       if (block == nullptr || format.sets == nullptr) continue;
       for (const CoefficientSet& set : format.sets(*block))
-        AddUnlessEmpty(format.parameter, PlayingFault(set, *block));
+        Add(format.parameter, PlayingFault(set, *block));
     }
   }
 
   void OnResonators(std::uint32_t parameter, std::size_t offset) {
     if (const std::vector<std::byte>* block = Held(parameter))
-      AddUnlessEmpty(parameter, ResonatorFault(offset, *block));
+      Add(parameter, ResonatorFault(offset, *block));
   }
 
  private:
-  void AddUnlessEmpty(std::uint32_t parameter, std::string text) {
-    if (!text.empty()) Add(parameter, std::move(text));
-  }
-
   const DriverMemory& memory_;
   const char* driver_;
   std::vector<DriverFinding>& findings_;

@@ -33,21 +33,12 @@ bool DriverStore::Attach(const std::filesystem::path& folder, FileError& error) 
   const std::lock_guard guard(lock_);
   constexpr SharedFile::Form kForm = {"drivers.json", ".drivers.lock", kLargestDriverMemory, true};
   file_.emplace(folder, kForm, [this](const std::string* text, FileError& refusal) {
-    return Load(text, refusal);
+    std::uint64_t change = 0;
+    auto memory = text == nullptr ? DriverMemory() : DecodeDriverMemory(*text, change, refusal);
+    if (memory) memory_ = std::move(*memory);
+    return memory ? std::optional(change) : std::nullopt;
   });
   return file_->Read(error);
-}
-
-std::optional<std::uint64_t> DriverStore::Load(const std::string* text, FileError& error) {
-  std::uint64_t change = 0;
-  if (text == nullptr) {
-    memory_ = {};
-    return change;
-  }
-  auto memory = DecodeDriverMemory(*text, change, error);
-  if (!memory) return std::nullopt;
-  memory_ = std::move(*memory);
-  return change;
 }
 
 bool DriverStore::Read(const std::function<void(const DriverMemory&)>& body) {

@@ -77,7 +77,6 @@ class DriverStore {
   }
 
  private:
-  std::optional<std::uint64_t> Load(const std::string* text, FileError& error);
   bool Write(const Body& body, std::string& reason);  // under the lock
 
   std::shared_ptr<FaultPlan> faults_;

@@ -32,31 +32,7 @@ constexpr std::size_t kInterfaceSize = 48;
 constexpr std::size_t kModuleSize = 68;
 constexpr std::size_t kParameterSize = 73;
 
-// Numbers of the module's properties.
-enum class Property : std::uint32_t {
-  Version,
-  Modules,
-  Status,
-  Parameter,
-  RegisterEvent,
-  UnregisterEvent,
-  Instance,
-};
 constexpr std::uint32_t kOffloadProperty = 6;  // the only one known of the offload set
-
-// By property.
-struct PropertyFormat {
-  const char* name;
-  std::size_t size;
-  std::uint32_t directions;  // kGet and kSet together when both are known
-};
-constexpr PropertyFormat kProperties[] = {{request::kVersion, kSkylakeHeaderSize, kGet},
-                                          {request::kModules, kInterfaceSize, kGet},
-                                          {request::kStatus, kParameterSize, kGet | kSet},
-                                          {request::kParameter, kParameterSize, kGet | kSet},
-                                          {request::kRegister, kModuleSize, kSet},
-                                          {request::kUnregister, kParameterSize, kSet},
-                                          {request::kInstance, kModuleSize, kGet}};
 
 class SkylakeExchange : DriverExchange {
  public:
@@ -96,23 +72,32 @@ class SkylakeExchange : DriverExchange {
   HRESULT Module() {
     const std::uint32_t number = Word(16);
     request_.is_get = (Word(20) & kSet) == 0;
-    if (number >= std::size(kProperties))
+    if (number >= std::size(kFormats))
       return Refuse(fmt::format("property {} is not known", number), kKsPropertyNotFound);
-    const auto property = static_cast<Property>(number);
-    const PropertyFormat& format = kProperties[number];
+    const Format& format = kFormats[number];
     request_.name = format.name;
-    if (property == Property::Parameter) request_.parameter = parameter();
-    const std::string fault = RequestFault(property, format);
+    const bool has_parameter = format.name == request::kParameter;
+    if (has_parameter) request_.parameter = parameter();
+    const std::string fault = RequestFault(format, has_parameter);
     if (!fault.empty()) return Refuse(fault);
     if (format.size == kParameterSize) store_.NoteApplyFlag(request_, Apply());
     std::string routing;
     if (!store_.Read([&](const DriverMemory& memory) { routing = graph_.RoutingFault(memory); }))
       return kKsNotReady;
     if (!routing.empty()) return Refuse(routing, kKsNotReady);
-    return Finish([&] { return Run(property); });
+    return Finish([&] { return (this->*format.run)(); });
   }
 
  private:
+  // By the number of the property.
+  struct Format {
+    const char* name;
+    std::size_t size;          // of the request, bytes
+    std::uint32_t directions;  // kGet and kSet together if both are known
+    HRESULT (SkylakeExchange::*run)();
+  };
+  static const Format kFormats[7];
+
   std::uint32_t Word(std::size_t offset) const {
     return ReadWire<std::uint32_t>(property_, offset);
   }
@@ -130,7 +115,7 @@ class SkylakeExchange : DriverExchange {
     return Word(28) == 0 ? "" : "the reserved word is not zero";
   }
 
-  std::string RequestFault(Property property, const PropertyFormat& format) const {
+  std::string RequestFault(const Format& format, bool has_parameter) const {
     std::string fault = RequestSizeFault(format.size);
     if (!fault.empty()) return fault;
     const std::uint32_t flags = Word(20);
@@ -144,8 +129,7 @@ class SkylakeExchange : DriverExchange {
     if (Word(48) != driver_.module_type) return fmt::format("type word {}", Word(48));
     if (!IsEqualGUID(ReadWire<GUID>(property_, 52), kModule)) return "not the module's identifier";
     if (format.size == kModuleSize) return {};
-    if (property != Property::Parameter && parameter() != 0)
-      return "an unexpected parameter identifier";
+    if (!has_parameter && parameter() != 0) return "an unexpected parameter identifier";
     if (Apply() > 1) return fmt::format("apply flag {}", Apply());
     return {};
   }
@@ -162,23 +146,6 @@ class SkylakeExchange : DriverExchange {
     return status == S_OK && Is(Kind::Status) ? rule_->status : status;
   }
 
-  HRESULT Run(Property property) {
-    switch (property) {
-      case Property::Version:
-        return Deliver(Version());
-      case Property::Modules:
-        return Deliver(ModuleList());
-      case Property::Status:
-        return request_.is_get ? GetStatus() : SetStatus();
-      case Property::Parameter:
-        return CarryParameter();
-      case Property::Instance:
-        return Deliver({std::byte{driver_.module_instantiated}});
-      default:
-        return ChangeEvent(property == Property::RegisterEvent);
-    }
-  }
-
   HRESULT Deliver(Bytes answer) {
     if (request_.name != std::string_view(request::kParameter)) Distort(answer);
     if (!data_.empty() && data_.size() < answer.size()) {
@@ -191,12 +158,12 @@ class SkylakeExchange : DriverExchange {
     return S_OK;
   }
 
-  Bytes Version() const {
-    return {std::byte{driver_.interface_version}, std::byte{driver_.features}, std::byte{0},
-            std::byte{0}, std::byte{driver_.revision}};
+  HRESULT Version() {
+    return Deliver({std::byte{driver_.interface_version}, std::byte{driver_.features}, std::byte{0},
+                    std::byte{0}, std::byte{driver_.revision}});
   }
 
-  Bytes ModuleList() const {
+  HRESULT Modules() {
     std::vector<ListedModule> modules = driver_.other_modules;
     if (driver_.module_listed) {
       modules.push_back(
@@ -212,15 +179,16 @@ class SkylakeExchange : DriverExchange {
       AppendText(list, module.name);
       AppendText(list, module.version);
     }
-    return list;
+    return Deliver(std::move(list));
   }
 
-  HRESULT GetStatus() {
-    const auto enabled = IsEnabled(driver_.module);
-    return enabled ? Deliver({std::byte{*enabled}}) : kKsNotReady;
-  }
+  HRESULT Instance() { return Deliver({std::byte{driver_.module_instantiated}}); }
 
-  HRESULT SetStatus() {
+  HRESULT Status() {
+    if (request_.is_get) {
+      const auto enabled = IsEnabled(driver_.module);
+      return enabled ? Deliver({std::byte{*enabled}}) : kKsNotReady;
+    }
     if (data_.size() != 1 || std::to_integer<unsigned>(data_[0]) > 1)
       return Refuse("a status is one byte, 0 or 1");
     return Kept(Keep([&](DriverMemory& memory) {
@@ -228,7 +196,7 @@ class SkylakeExchange : DriverExchange {
     }));
   }
 
-  HRESULT CarryParameter() {
+  HRESULT Parameter() {
     if (!driver_.module_instantiated) return Refuse("the module is not instantiated", kKsNotReady);
     const BlockFormat* format = FindFormat(SkylakeFormats(), parameter());
     if (format == nullptr) return Refuse("no such parameter", kKsPropertyNotFound);
@@ -253,6 +221,8 @@ class SkylakeExchange : DriverExchange {
     return fault.empty() ? Kept(Receive(Apply(), block)) : Refuse(fault);
   }
 
+  HRESULT Register() { return ChangeEvent(true); }
+  HRESULT Unregister() { return ChangeEvent(false); }
   HRESULT ChangeEvent(bool registers) {
     if (data_.size() != 8) return Refuse("an event handle is eight bytes");
     const auto handle = ReadWire<std::uint64_t>(data_, 0);
@@ -276,6 +246,15 @@ class SkylakeExchange : DriverExchange {
   std::span<std::byte> data_;
   ULONG& returned_;
 };
+
+const SkylakeExchange::Format SkylakeExchange::kFormats[] = {
+    {request::kVersion, kSkylakeHeaderSize, kGet, &SkylakeExchange::Version},
+    {request::kModules, kInterfaceSize, kGet, &SkylakeExchange::Modules},
+    {request::kStatus, kParameterSize, kGet | kSet, &SkylakeExchange::Status},
+    {request::kParameter, kParameterSize, kGet | kSet, &SkylakeExchange::Parameter},
+    {request::kRegister, kModuleSize, kSet, &SkylakeExchange::Register},
+    {request::kUnregister, kParameterSize, kSet, &SkylakeExchange::Unregister},
+    {request::kInstance, kModuleSize, kGet, &SkylakeExchange::Instance}};
 
 }  // namespace
 

@@ -11,11 +11,6 @@ constexpr std::wstring_view kHeader5 = L"Windows Registry Editor Version 5.00";
 constexpr std::wstring_view kHeader4 = L"REGEDIT4";
 constexpr std::wstring_view kBlanks = L" \t";
 
-struct Refusal {
-  int line;
-  std::string reason;
-};
-
 struct RootName {
   std::wstring_view short_name;
   std::wstring_view name;
@@ -52,7 +47,7 @@ std::wstring ReadText(std::string_view bytes, ExportFormat& format) {
   std::wstring text;
   if (bytes.starts_with("\xFF\xFE")) {
     format.encoding = ExportFormat::Encoding::Utf16;
-    if (bytes.size() % 2 != 0) throw Refusal{0, "the UTF-16 text ends within a character"};
+    if (bytes.size() % 2 != 0) throw FileError{{}, 0, "the UTF-16 text ends within a character"};
     for (std::size_t i = 2; i < bytes.size(); i += 2) {
       const unsigned low = static_cast<unsigned char>(bytes[i]);
       const unsigned high = static_cast<unsigned char>(bytes[i + 1]);
@@ -71,8 +66,9 @@ std::wstring ReadText(std::string_view bytes, ExportFormat& format) {
   if (encoded == bytes) return decoded;
   if (bytes.starts_with("REGEDIT4")) return text;
   const auto broken = std::ranges::mismatch(bytes, encoded).in1;
-  throw Refusal{static_cast<int>(1 + std::count(bytes.begin(), broken, '\n')),
-                "the text is neither UTF-8 nor UTF-16 with its mark"};
+  throw FileError{{},
+                  static_cast<int>(1 + std::count(bytes.begin(), broken, '\n')),
+                  "the text is neither UTF-8 nor UTF-16 with its mark"};
 }
 
 class Decoder {
@@ -92,7 +88,9 @@ class Decoder {
   }
 
  private:
-  [[noreturn]] void Refuse(std::string reason) const { throw Refusal{number_, std::move(reason)}; }
+  [[noreturn]] void Refuse(std::string reason) const {
+    throw FileError{{}, number_, std::move(reason)};
+  }
 
   // Moves to the next line, without its end. Returns false if there is none.
   bool NextLine() noexcept {
@@ -108,8 +106,8 @@ class Decoder {
     const bool any = NextLine();
     narrow_data_ = any && Trim(line_) == kHeader4;
     if (narrow_data_ || (any && Trim(line_) == kHeader5)) return;
-    throw Refusal{
-        1, "the first line must be \"Windows Registry Editor Version 5.00\" or \"REGEDIT4\""};
+    throw FileError{
+        {}, 1, "the first line must be \"Windows Registry Editor Version 5.00\" or \"REGEDIT4\""};
   }
 
   // The cursor is at the "[".
@@ -326,7 +324,7 @@ std::optional<ExportFormat> ApplyExport(RegistryNode& root, std::string_view tex
     format.crlf = line_end == std::wstring::npos || (line_end != 0 && wide[line_end - 1] == L'\r');
     Decoder(wide, root).Run();
     return format;
-  } catch (Refusal& refusal) {
+  } catch (FileError& refusal) {
     error.line = refusal.line;
     error.reason = std::move(refusal.reason);
     return std::nullopt;

@@ -127,7 +127,13 @@ RegStatus RegistryHive::Watch(RegistryNode& node, RegistryWatch& watch,
                               const RegistryWatch::Armed& entry) {
   const std::lock_guard watch_guard(watch_lock_);
   // The file is watched before the last look at it, so that no change falls between.
-  if (file_watch_ == nullptr && !StartFileWatch()) return kRegOutOfMemory;
+  if (file_ && file_watch_ == nullptr) {
+    file_watch_ = FileWatch::Start(file_->folder(), [this] {
+      const std::lock_guard guard(lock_);
+      Refresh();
+    });
+    if (file_watch_ == nullptr) return kRegOutOfMemory;
+  }
   const RegStatus status = Arm(node, watch, entry);
   if (watching_handles_ == 0) file_watch_.reset();
   return status;
@@ -158,15 +164,6 @@ void RegistryHive::Unwatch(RegistryNode& node, RegistryWatch& watch) noexcept {
     watch.SignalAll();
   }
   if (--watching_handles_ == 0) file_watch_.reset();
-}
-
-bool RegistryHive::StartFileWatch() {
-  if (!file_) return true;
-  file_watch_ = FileWatch::Start(file_->folder(), [this] {
-    const std::lock_guard guard(lock_);
-    Refresh();
-  });
-  return file_watch_ != nullptr;
 }
 
 }  // namespace orv

@@ -59,7 +59,6 @@ class RegistryHive {
   // Takes over what others wrote to the file. Under the lock.
   void Refresh();
   bool Write();
-  bool StartFileWatch();
   RegStatus Arm(RegistryNode& node, RegistryWatch& watch, const RegistryWatch::Armed& entry);
 
   std::shared_ptr<FaultPlan> faults_;

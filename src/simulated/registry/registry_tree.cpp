@@ -1,14 +1,12 @@
 #include "simulated/registry/registry_tree.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace orv {
 
 bool RegistryValue::Holds(std::uint32_t other_type,
                           std::span<const std::uint8_t> other_bytes) const noexcept {
-  return type == other_type && bytes.size() == other_bytes.size() &&
-         (bytes.empty() || std::memcmp(bytes.data(), other_bytes.data(), bytes.size()) == 0);
+  return type == other_type && std::ranges::equal(bytes, other_bytes);
 }
 
 void RegistryWatch::SignalAll() noexcept {

@@ -13,15 +13,10 @@ constexpr REFERENCE_TIME kDefaultPeriod = kSecond / 100;
 constexpr REFERENCE_TIME kMinimumPeriod = kDefaultPeriod * 3 / 10;
 
 DWORD SpeakerMask(std::uint32_t channels) {
-  constexpr DWORD kStereo = 0x3;
-  constexpr DWORD kCentre = 0x4;
-  constexpr DWORD kSurround51 = 0x3F;
-  constexpr DWORD kSurround71 = 0x63F;
-  return channels == 1   ? kCentre
-         : channels == 2 ? kStereo
-         : channels == 6 ? kSurround51
-         : channels == 8 ? kSurround71
-                         : 0;
+  // Centre, stereo, 5.1 and 7.1.
+  constexpr std::pair<std::uint32_t, DWORD> kMasks[] = {{1, 0x4}, {2, 0x3}, {6, 0x3F}, {8, 0x63F}};
+  const auto* mask = std::ranges::find(kMasks, channels, &std::pair<std::uint32_t, DWORD>::first);
+  return mask == std::end(kMasks) ? 0 : mask->second;
 }
 
 WAVEFORMATEXTENSIBLE MixFormatOf(const EndpointSound& sound) {

@@ -12,12 +12,6 @@ constexpr std::size_t kChunkHeader = 8;   // name and size
 constexpr std::size_t kPlainFormat = 16;  // bytes of a format chunk without an extension
 constexpr std::uint32_t kMostFileChannels = 64;
 
-std::uint32_t Word32(std::string_view bytes) {
-  std::uint32_t word = 0;
-  for (std::size_t i = 4; i-- != 0;) word = word << 8 | static_cast<unsigned char>(bytes[i]);
-  return word;
-}
-
 // Returns the chunk at the beginning of `rest` and moves `rest` past it.
 struct Chunk {
   std::string_view name;
@@ -25,10 +19,11 @@ struct Chunk {
 };
 std::optional<Chunk> NextChunk(std::string_view& rest) {
   if (rest.size() < kChunkHeader) return std::nullopt;
-  const std::size_t size = Word32(rest.substr(4));
+  std::uint32_t size = 0;
+  std::memcpy(&size, rest.data() + 4, sizeof size);
   if (size > rest.size() - kChunkHeader) return std::nullopt;
   const Chunk chunk{rest.substr(0, 4), rest.substr(kChunkHeader, size)};
-  const std::size_t padded = std::min(kChunkHeader + size + size % 2, rest.size());
+  const std::size_t padded = std::min<std::size_t>(kChunkHeader + size + size % 2, rest.size());
   rest.remove_prefix(padded);
   return chunk;
 }
