@@ -156,8 +156,8 @@ def write(path, name, properties, described):
 
 SUITES = {
     "vq3d": Suite(
-        1, ["VQ3D-Vocalift", "VQ3D-WIDHD"],
-        ["VQ3D-Vocalift", "VQ3D-MXHP"], ["VQ3D-EVolHD", "VQ3D-DPHD", "VQ3D-GEQ", "VQ3D-Tone"],
+        1, ["VQ3D-Vocalift", "VQ3D-WIDHD"], ["VQ3D-Vocalift", "VQ3D-MXHP"],
+        ["VQ3D-EVolHD", "VQ3D-DPHD", "VQ3D-GEQ", "VQ3D-Tone"],
         ["VQ3D-AEQ", "VQ3D-Master Volume", "VQ3D-Hard Limiter"], {
             "Movie": {"DPHD Level": 75, "DC Level": 70, "WIDHD ORV3D Space Level": 80,
                       "EVolHD Level Intensity": 85, "MXHP MX Decoder Mode": "VQ3D-Cinema",
@@ -179,9 +179,8 @@ SUITES = {
                      "DPHD Enable": "Disabled", "Space HPF Enable": "Disabled"},
         }),
     "zensnd": Suite(
-        2, ["ZENSND-AMHD", "ZENSND-WIDHDX"],
-        ["ZENSND-AMHD", "ZENSND-WIDHDX"], ["ZENSND-EVolHD", "ZENSND-DPHD"],
-        ["ZENSND-AEQ", "ZENSND-Hard Limiter"], {
+        2, ["ZENSND-AMHD", "ZENSND-WIDHDX"], ["ZENSND-AMHD", "ZENSND-WIDHDX"],
+        ["ZENSND-EVolHD", "ZENSND-DPHD"], ["ZENSND-AEQ", "ZENSND-Hard Limiter"], {
             "Movie": {"DPHD Level": 70, "DC Level": 65, "Surround Enable": "Enabled",
                       "AMHD Input Mode": "ZENSND-3_2_1", "EVolHD Level Intensity": 85},
             "Voice": {"WIDHDX ORV3D Mode": "ZENSND-Mono", "DPHD Enable": "Disabled", "DC Level": 95,
@@ -197,8 +196,7 @@ SUITES = {
                      "Space HPF Enable": "Disabled"},
         }),
     "qumedia": Suite(
-        3, ["QUMEDIA-WIDHDX"],
-        ["QUMEDIA-MXHP"], ["QUMEDIA-DPHD"],
+        3, ["QUMEDIA-WIDHDX"], ["QUMEDIA-MXHP"], ["QUMEDIA-DPHD"],
         ["QUMEDIA-HPF", "QUMEDIA-PEQ", "QUMEDIA-Hard Limiter"], {
             "Movie": {"DPHD Level": 70, "DC Level": 75, "WIDHDX ORV3D Space Level": 85,
                       "MXHP MX Decoder Mode": "QUMEDIA-Cinema"},

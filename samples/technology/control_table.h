@@ -38,9 +38,7 @@ constexpr Record Number(const char* name, std::int32_t minimum, std::int32_t max
   return MakeRecord(name, minimum, maximum, ORV_QVT_SCALE_NONE);
 }
 constexpr Record Percent(const char* name) { return Number(name, 0, 100); }
-constexpr Record Hertz(const char* name, std::int32_t minimum, std::int32_t maximum) {
-  return Number(name, minimum, maximum);
-}
+constexpr auto Hertz = Number;
 constexpr Record Hundredths(const char* name, std::int32_t minimum, std::int32_t maximum) {
   return MakeRecord(name, minimum, maximum, ORV_QVT_SCALE_BY100, 100.0F);
 }

@@ -34,8 +34,7 @@ std::optional<std::filesystem::path> HostFile(const std::filesystem::path& drive
   const wchar_t drive = FoldAscii(path.front());
   if (drive != L'z' && (drive != L'c' || drive_c.empty())) return std::nullopt;
   const auto found = FindBelow(drive == L'z' ? HostRoot() : drive_c, below);
-  if (!found) return std::nullopt;
-  return found->path;
+  return found ? std::optional(found->path) : std::nullopt;
 }
 
 }  // namespace orv

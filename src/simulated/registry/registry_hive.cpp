@@ -77,9 +77,7 @@ bool RegistryHive::Attach(const std::filesystem::path& folder, FileError& error)
   file_.emplace(folder, kRegistryFile, [this](const std::string* text, FileError& refusal) {
     return Load(*text, refusal);
   });
-  if (file_->Read(error)) return true;
-  file_.reset();
-  return false;
+  return file_->Read(error);
 }
 
 std::optional<std::uint64_t> RegistryHive::Load(const std::string& text, FileError& error) {
@@ -117,10 +115,6 @@ bool RegistryHive::Write() {
     return ExportTree(*root_, format_, fmt::format("change {}", change));
   };
   return !file_ || file_->Write(encode, ignored);
-}
-
-void RegistryHive::Refresh() {
-  if (file_) file_->Refresh();
 }
 
 RegStatus RegistryHive::Watch(RegistryNode& node, RegistryWatch& watch,

@@ -32,7 +32,7 @@ class RegistryHive {
   RegistryHive& operator=(const RegistryHive&) = delete;
 
   // Keeps the hive in a folder's registry file from now on. Returns false, with the reason, if the
-  // file is refused.
+  // file is refused; the hive is then of no use.
   bool Attach(const std::filesystem::path& folder, FileError& error);
   // Makes a registry export the content. Returns the number of its latest change; nullopt, with
   // line and reason, if it is refused.
@@ -57,7 +57,9 @@ class RegistryHive {
   class FileWatch;
 
   // Takes over what others wrote to the file. Under the lock.
-  void Refresh();
+  void Refresh() {
+    if (file_) file_->Refresh();
+  }
   bool Write();
   RegStatus Arm(RegistryNode& node, RegistryWatch& watch, const RegistryWatch::Armed& entry);
 

@@ -18,9 +18,8 @@ void RegistryWatch::Signal(std::uint32_t change, bool below) noexcept {
   const auto waits = [&](const Armed& entry) {
     return (entry.filter & change) != 0 && (!below || entry.subtree);
   };
-  for (const Armed& entry : armed) {
+  for (const Armed& entry : armed)
     if (waits(entry)) entry.event->Set();
-  }
   std::erase_if(armed, waits);
 }
 
@@ -33,11 +32,8 @@ RegistryNode& RegistryNode::AddChild(std::wstring_view child_name) {
 
 RegistryValue& RegistryNode::AddValue(std::wstring value_name, std::uint32_t type,
                                       std::vector<std::uint8_t>&& bytes) {
-  auto value = std::make_shared<RegistryValue>();
-  value->name = std::move(value_name);
-  value->type = type;
-  value->bytes = std::move(bytes);
-  return values.Add(std::move(value));
+  return values.Add(std::make_shared<RegistryValue>(
+      RegistryValue{std::move(value_name), type, std::move(bytes)}));
 }
 
 RegistryNode* RegistryNode::Descend(std::wstring_view path) {
@@ -64,9 +60,8 @@ RegistryNode* RegistryNode::Make(std::wstring_view path, RegistryNode*& topmost)
 }
 
 void RegistryNode::Changed(std::uint32_t change) const noexcept {
-  for (const RegistryNode* node = this; node != nullptr; node = node->parent) {
+  for (const RegistryNode* node = this; node != nullptr; node = node->parent)
     for (RegistryWatch* watch : node->watches) watch->Signal(change, node != this);
-  }
 }
 
 void RegistryNode::MarkDeleted() noexcept {
@@ -77,8 +72,7 @@ void RegistryNode::MarkDeleted() noexcept {
 }
 
 std::wstring_view NextPathElement(std::wstring_view& path) noexcept {
-  const std::size_t begin = std::min(path.find_first_not_of(L'\\'), path.size());
-  path.remove_prefix(begin);
+  path.remove_prefix(std::min(path.find_first_not_of(L'\\'), path.size()));
   const std::wstring_view element = path.substr(0, path.find(L'\\'));
   path.remove_prefix(element.size());
   return element;
