@@ -9,13 +9,14 @@
 namespace orv {
 namespace {
 
-using Answer = std::uint32_t (*)(SimulatedDevices&, std::uint32_t, std::span<const std::byte>,
-                                 std::span<std::byte>, std::uint32_t&);
+using ControlAnswer = std::uint32_t (*)(SimulatedDevices&, std::uint32_t,
+                                        std::span<const std::byte>, std::span<std::byte>,
+                                        std::uint32_t&);
 
 struct DriverFile {
   GUID interface_class;
   const wchar_t* hardware;
-  Answer answer;
+  ControlAnswer answer;
 };
 constexpr DriverFile kBroadwell = {
     {0x75A73EF4, 0x699E, 0x4E19, {0xAC, 0xAC, 0x86, 0x31, 0xA3, 0x09, 0x5A, 0xD7}},
