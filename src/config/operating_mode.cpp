@@ -1,5 +1,6 @@
 #include "config/operating_mode.h"
 
+#include <algorithm>
 #include <mutex>
 #include <utility>
 
@@ -50,6 +51,19 @@ ORVQVTValueList ORVAPOModeKey::AsList() const {
   list.GetOrAdd(operating_mode_.GetName()) = operating_mode_;
   list.GetOrAdd(speaker_type_.GetName()) = speaker_type_;
   return list;
+}
+
+bool ORVAPOChainDefinition::FindChain(std::uint32_t input_mask, std::uint32_t output_mask,
+                                      ORVAPOChain& chain, bool render) const {
+  const auto names_layouts = [](std::uint32_t mask) { return mask != 0 && mask != kAnyLayout; };
+  if (!names_layouts(input_mask) || !names_layouts(output_mask)) return false;
+  const auto found = std::ranges::find_if(*this, [&](const ORVAPOChain& one) {
+    return (one.input_layouts & input_mask) != 0 && (one.output_layouts & output_mask) != 0 &&
+           one.render == render;
+  });
+  if (found == end()) return false;
+  chain = *found;
+  return true;
 }
 
 class ORVAPOOperatingMode::DeferredContent {

@@ -61,7 +61,20 @@ struct ORVAPOChain {
   ORVQVTValueList controls;
 };
 
-using ORVAPOChainDefinition = std::vector<ORVAPOChain>;  // in document order
+// Chains in document order.
+class ORVAPOChainDefinition : public std::vector<ORVAPOChain> {
+ public:
+  ORVAPOChainDefinition() = default;
+  ORVAPOChainDefinition(const ORVAPOChainDefinition&) = default;
+  ORVAPOChainDefinition(ORVAPOChainDefinition&&) noexcept = default;
+  ORVAPOChainDefinition& operator=(const ORVAPOChainDefinition&) = default;
+  ORVAPOChainDefinition& operator=(ORVAPOChainDefinition&&) noexcept = default;
+  virtual ~ORVAPOChainDefinition() = default;
+  // Copies the first chain that shares a layout with each mask and runs in the wanted direction.
+  // Returns false if there is none or if a mask is 0 or all bits.
+  virtual bool FindChain(std::uint32_t input_mask, std::uint32_t output_mask, ORVAPOChain& chain,
+                         bool render) const;
+};
 
 // What a mode holds besides its identity.
 struct ORVAPOModeContent {

@@ -268,5 +268,34 @@ TEST(OperatingMode, DeferredContentIsReadOnceForAllCopies) {
   EXPECT_EQ(readings, 2);
 }
 
+TEST(ChainDefinition, FindsTheFirstChainThatSharesBothLayoutsAndTheDirection) {
+  ORVAPOChainDefinition chains;
+  const auto add = [&](std::uint32_t input, std::uint32_t output, bool render, const char* name) {
+    ORVAPOChain& chain = chains.emplace_back();
+    chain.input_layouts = input;
+    chain.output_layouts = output;
+    chain.render = render;
+    chain.processes.push_back({name, "", ""});
+  };
+  add(kLayoutStereo, kLayoutStereo, false, "capture");
+  add(kLayoutMono, kAnyLayout, true, "mono");
+  add(kLayoutStereo, kLayoutStereo | kLayout51, true, "first");
+  add(kAnyLayout, kAnyLayout, true, "second");
+  ORVAPOChain found;
+  const std::tuple<std::uint32_t, bool, const char*> searches[] = {
+      {kLayoutStereo, true, "first"},
+      {kLayoutStereo, false, "capture"},
+      {kLayout71, true, "second"}};
+  for (const auto& [layout, render, technology] : searches) {
+    ASSERT_TRUE(chains.FindChain(layout, layout, found, render));
+    EXPECT_EQ(found.processes.at(0).technology, technology);
+  }
+  for (const std::uint32_t unusable : {0U, kAnyLayout}) {
+    EXPECT_FALSE(chains.FindChain(unusable, kLayoutStereo, found, true));
+    EXPECT_FALSE(chains.FindChain(kLayoutStereo, unusable, found, true));
+  }
+  EXPECT_FALSE(chains.FindChain(kLayout71, kLayoutStereo, found, false));
+}
+
 }  // namespace
 }  // namespace orv

@@ -72,6 +72,16 @@ const std::map<std::string, Converter>& Converters() {
                 row.value("found", true));
     });
   };
+  const auto quotient = [](const json& row, const ControlValueMap& map) -> json {
+    float field = 77;
+    try {
+      Utils::SetFloatValue({row.at("control"), map}, field, row.at("divisor"));
+    } catch (const IntelException& error) {
+      EXPECT_EQ(field, 77);
+      return error.what();
+    }
+    return field;
+  };
   static const std::map<std::string, Converter> converters = {
       {"SetDbValue16", Decibels<std::int16_t>()},
       {"SetDbValue32", Decibels<std::int32_t>()},
@@ -79,6 +89,7 @@ const std::map<std::string, Converter>& Converters() {
        With<std::int32_t>(Utils::SetEVolHDLevelIntensity, "integer_bits")},
       {"SetVocaliftProcessGain", Code(Utils::SetVocaliftProcessGain)},
       {"SetPercentValue", With<std::int16_t>(Utils::SetPercentValue, "integer_bits")},
+      {"SetFloatValue", quotient},
       {"SetGainValue_Float", gain},
       {"SetIntegerValue", With<std::int32_t>(Utils::SetIntegerValue)},
       {"SetBoolField", Code(Utils::SetBoolField)},
@@ -112,7 +123,7 @@ TEST(Converters, FillFieldsAsTheReferenceDoes) {
     else
       EXPECT_EQ(result, expected) << row;
   }
-  EXPECT_EQ(covered, 221U);
+  EXPECT_EQ(covered, 227U);
 }
 
 TEST(Converters, TablesHaveTheTextsOfTheReference) {

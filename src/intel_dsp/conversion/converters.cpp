@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -200,6 +201,12 @@ void KELAPOIntelDSP_Utils::SetPercentValue(const Control& control, Number& field
   const std::int32_t percent = control.Require("Can't find int value.").ToLong();
   field = ToFixed16(static_cast<float>(percent) / 100.0F, integer_bits);
   ReportStored(ORV_HERE("KELAPOIntelDSP_Utils::SetPercentValue"), control.name, field);
+}
+
+void KELAPOIntelDSP_Utils::SetFloatValue(const Control& control, float& field, float divisor) {
+  field = static_cast<float>(control.Require("Can't find float value.").ToLong()) / divisor;
+  Diagnose(ORV_HERE("KELAPOIntelDSP_Utils::SetFloatValue"), L"%s = %f (0x%x)\n", control.name,
+           static_cast<double>(field), std::bit_cast<std::uint32_t>(field));
 }
 
 bool KELAPOIntelDSP_Utils::SetGainValue_Float(const Control& control, Number& field,

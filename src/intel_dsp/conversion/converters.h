@@ -54,6 +54,8 @@ class KELAPOIntelDSP_Utils {
   // Linear times 2^29, truncated.
   static void SetVocaliftProcessGain(const Control& control, Number& field);
   static void SetPercentValue(const Control& control, Number& field, int integer_bits);
+  // The whole number divided by the divisor, in single precision.
+  static void SetFloatValue(const Control& control, float& field, float divisor);
   // Returns false and leaves the number untouched if there is no such control.
   static bool SetGainValue_Float(const Control& control, Number& field, float multiplier);
   static void SetIntegerValue(const Control& control, Number& field);
