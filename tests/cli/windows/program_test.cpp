@@ -5,7 +5,6 @@
 #include <ostream>
 
 #include "cli/client/windows/console.h"
-#include "cli/client/windows/diagnostic_line.h"
 
 namespace orv::cli {
 namespace {
