@@ -7,7 +7,6 @@
 #include "cli/show/failure.h"
 #include "cli/show/scale.h"
 #include "cli/show/select.h"
-#include "platform/text.h"
 
 namespace orv::cli {
 namespace {
@@ -36,9 +35,7 @@ ControlView View(const Catalog& catalog, const Control& control, const std::stri
   view.value = control.Value();
   if (!view.value) view.value = number;
   view.numeric = number && view.value;
-  view.text = view.numeric
-                  ? ValueText(*view.value, view.scale, view.facts.factor, view.facts.choices)
-                  : stored;
+  view.text = view.numeric ? ValueText(*view.value, FormOf(view)) : stored;
   return view;
 }
 
@@ -51,8 +48,9 @@ std::string RangeText(const ControlView& view) {
     return fmt::format("{} choices: {} ... {}", choices.size(), choices.front(), choices.back());
   }
   if (view.minimum == view.maximum) return "";
-  return fmt::format("{} to {}", NumberText(view.minimum, view.scale, view.facts.factor),
-                     NumberText(view.maximum, view.scale, view.facts.factor));
+  const ValueForm form = FormOf(view);
+  return fmt::format("{} to {}", QuantityText(view.minimum, form),
+                     QuantityText(view.maximum, form));
 }
 
 }  // namespace
@@ -100,6 +98,7 @@ Json ToJson(const ControlView& view) {
           {"display", view.display},
           {"value", view.value ? Json(*view.value) : Json()},
           {"text", view.text},
+          {"unit", FormOf(view).unit},
           {"min", view.minimum},
           {"max", view.maximum},
           {"scale", ScaleWord(view.scale)},
@@ -137,24 +136,19 @@ std::string RangeFault(const ControlView& view, std::int32_t value) {
                      quantities == numbers ? "" : fmt::format(" ({})", quantities));
 }
 
-std::int32_t ParseValue(const ControlView& view, const std::string& text, bool force) {
-  const auto& choices = view.facts.choices;
-  if (const auto position = Position(choices, text)) return *position;
-  for (std::size_t i = 0; i < choices.size(); ++i)
-    if (EqualsIgnoringCase(choices[i], text)) return static_cast<std::int32_t>(i);
-  const std::optional<int> number = ParseNumber(text);
-  if (!number) {
-    std::string message =
-        fmt::format("\"{}\" is not a value for \"{}\": expected {}", text, view.name,
-                    choices.empty() ? "a whole number" : "a choice's position or one of");
-    for (const std::string& choice : choices) message += "\n  " + choice;
-    if (view.scale == ORV_QVT_SCALE_BY100) message += " of hundredths (1250 means 12.50)";
-    const std::string suggestion = Suggestion(choices, text);
-    UsageFailure(message + (suggestion.empty() ? "." : "\n" + suggestion.substr(1)));
-  }
-  if (const std::string fault = RangeFault(view, *number); !force && !fault.empty())
+ValueForm FormOf(const ControlView& view) {
+  ValueForm form =
+      FormOf(view.name, view.scale, view.facts.factor, view.maximum, view.facts.choices);
+  form.current = view.value;
+  return form;
+}
+
+std::int32_t ParseValue(const ControlView& view, const std::string& text, ValueReader read,
+                        bool force) {
+  const std::int32_t number = read(FormOf(view), text);
+  if (const std::string fault = RangeFault(view, number); !force && !fault.empty())
     UsageFailure(fault + ".\n--force stores it anyway.");
-  return *number;
+  return number;
 }
 
 }  // namespace orv::cli

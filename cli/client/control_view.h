@@ -7,6 +7,7 @@
 #include "cli/client/catalog.h"
 #include "cli/client/session.h"
 #include "cli/show/output.h"
+#include "cli/show/typed_value.h"
 
 namespace orv::cli {
 
@@ -39,9 +40,14 @@ void ShowControls(Output& output, const std::vector<ControlView>& views);
 // As a table, or as its JSON value.
 void ShowControl(Output& output, const ControlView& view);
 
-// The integer that `text` is for the control: a number, or one of its choices (exact, else
-// letter case ignored). Usage failure if it is neither, or out of range unless `force`.
-std::int32_t ParseValue(const ControlView& view, const std::string& text, bool force);
+// How the control's values look, and its present one.
+ValueForm FormOf(const ControlView& view);
+
+using ValueReader = std::int32_t (*)(const ValueForm& form, std::string_view text);
+// What the reader (ReadTypedValue or ReadRawValue) makes of the text. Usage failure if the number
+// is out of range, unless `force`.
+std::int32_t ParseValue(const ControlView& view, const std::string& text, ValueReader read,
+                        bool force);
 
 // Why the integer does not fit the control; empty if it does.
 std::string RangeFault(const ControlView& view, std::int32_t value);

@@ -178,11 +178,19 @@ HRESULT QualcommDsp::WriteControls(const Mode& mode) const {
   return object_->WriteControls(mode.object());
 }
 
-std::map<std::wstring, std::int32_t, std::less<>> DspControls(const std::string& driver,
-                                                              const Mode& mode,
-                                                              ORVAPOControlType list) {
+std::string FindDriver(const Endpoint& endpoint) {
+  ComPtr<IKELAPOIntelDSP> intel;
+  if (SUCCEEDED(endpoint.object()->GetIntelInterface(intel.Put())) && intel)
+    return IntelDsp(endpoint).Kind();
+  ComPtr<IORVAPOQCDSP> qualcomm;
+  if (SUCCEEDED(endpoint.object()->GetQCDSPInterface(qualcomm.Put())) && qualcomm)
+    return kQualcommDriver;
+  return {};
+}
+
+DspControlMap DspControls(const std::string& driver, const Mode& mode, ORVAPOControlType list) {
   const std::string asked = "reading the controls of " + mode.name();
-  std::map<std::wstring, std::int32_t, std::less<>> controls;
+  DspControlMap controls;
   const auto policy =
       driver == kQualcommDriver ? UnreadableControl::Zero : UnreadableControl::LeftOut;
   const ControlWalk walk =

@@ -60,10 +60,12 @@ class QualcommDsp {
   ComPtr<IORVAPOQCDSP> object_;
 };
 
+// The driver behind the endpoint, as the component finds it; empty if there is none.
+std::string FindDriver(const Endpoint& endpoint);
+
 // A mode's controls as the DSP object of this driver reads them: display name to value.
-std::map<std::wstring, std::int32_t, std::less<>> DspControls(const std::string& driver,
-                                                              const Mode& mode,
-                                                              ORVAPOControlType list);
+using DspControlMap = std::map<std::wstring, std::int32_t, std::less<>>;
+DspControlMap DspControls(const std::string& driver, const Mode& mode, ORVAPOControlType list);
 
 // The controls of a configuration file's default mode, which the component sends into an Intel DSP;
 // none if the file has no such mode. `path` is the machine's, `name` what the user calls the file.

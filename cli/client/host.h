@@ -52,6 +52,10 @@ std::unique_ptr<Machine> OpenSystemMachine();
 
 // True if standard output shows colours and other control sequences.
 bool OutputIsTerminal();
+// Columns of the terminal that standard output goes to; 80 if it is not a terminal.
+int OutputColumns();
+// Whether characters outside ASCII arrive as they are; else text has to do without them.
+bool OutputShowsUtf8();
 
 // While it lives, interrupt and termination requests set the event instead of ending the program.
 // One at a time.

@@ -103,8 +103,8 @@ CommandAdder AddEndpointsCommand, AddConfigCommand, AddPropertiesCommand, AddMod
     AddModeCommand, AddEnableCommand, AddRestoreCommand, AddControlsCommand, AddGetCommand,
     AddSetCommand, AddWatchCommand, AddAnalyseCommand, AddSaveCommand, AddLoadCommand,
     AddDoctorCommand, AddRegistrationCommands, AddCheckCommand, AddImageCommands,
-    AddMachineCommands, AddFilterCommands, AddDspCommands, AddDriftCommand, AddCompletionCommand,
-    AddTourCommand;
+    AddMachineCommands, AddFilterCommands, AddDspCommands, AddDriftCommand, AddResponseCommand,
+    AddEqCommands, AddCompletionCommand, AddTourCommand;
 
 void AddDriversCommand(CLI::App& machine, Context& context);  // machine drivers
 void AddIntelDspCommands(CLI::App& dsp, Context& context);    // dsp intel

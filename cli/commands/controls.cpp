@@ -37,6 +37,7 @@ void GetControl(Context& context, const ControlArguments& arguments) {
 
 struct SetArguments : ControlArguments {
   std::string value;
+  bool raw = false;
   bool force = false;
 };
 
@@ -52,7 +53,8 @@ void SetControl(Context& context, const SetArguments& arguments) {
   const ChangeLock lock = context.LockForChange(endpoint);
   const Mode mode = context.SelectMode(endpoint, arguments.mode);
   const ControlView before = FindControl(context.catalog(), endpoint, mode, arguments.control);
-  const std::int32_t value = ParseValue(before, arguments.value, arguments.force);
+  const std::int32_t value = ParseValue(
+      before, arguments.value, arguments.raw ? ReadRawValue : ReadTypedValue, arguments.force);
   ControlView after;
   const bool stored = ChangeAndVerify([&] {
     StoreValue(mode, before.name, value);
@@ -104,11 +106,15 @@ void AddGetCommand(CLI::App& app, Context& context) {
 }
 
 void AddSetCommand(CLI::App& app, Context& context) {
-  auto [set, arguments] =
-      AddCommand(app, context, SetControl,
-                 {"set", "Change one control", "orvctl set 0 \"VQ3D-Process Enable\" Enabled"});
+  auto [set, arguments] = AddCommand(
+      app, context, SetControl,
+      {"set", "Change one control",
+       "orvctl set 0 \"VQ3D-Process Enable\" on\n  orvctl set 0 \"VQ3D-AEQ Bypass Gain\" -6dB"});
   set.add_option("CONTROL", arguments.control, kControlHelp)->required();
-  set.add_option("VALUE", arguments.value, kValueHelp)->required();
+  set.add_option("VALUE", arguments.value,
+                 "As shown (\"-3.5 dB\", 200Hz, a choice), on, off, toggle, or a step: +=3dB")
+      ->required();
+  set.add_flag("--raw", arguments.raw, "VALUE is the stored number, in the control's own steps");
   set.add_flag("--force", arguments.force, "Store a number outside the control's range too");
 }
 

@@ -44,17 +44,6 @@ struct Drift {
   Holding dsp;
 };
 
-// The driver of the endpoint's DSP, as the component finds it; empty if there is none.
-std::string FindDriver(const Endpoint& endpoint) {
-  ComPtr<IKELAPOIntelDSP> intel;
-  if (SUCCEEDED(endpoint.object()->GetIntelInterface(intel.Put())) && intel)
-    return IntelDsp(endpoint).Kind();
-  ComPtr<IORVAPOQCDSP> qualcomm;
-  if (SUCCEEDED(endpoint.object()->GetQCDSPInterface(qualcomm.Put())) && qualcomm)
-    return kQualcommDriver;
-  return {};
-}
-
 // The fields of a simulated DSP that are controls, compared with the mode's values in the registry.
 class DspFields {
  public:

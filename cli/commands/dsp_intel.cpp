@@ -199,7 +199,7 @@ std::int32_t ParseProperty(Context& context, const std::string& name, const std:
   view.minimum = view.facts.minimum;
   view.maximum = view.facts.maximum;
   view.scale = view.facts.scale;
-  const std::int32_t value = ParseValue(view, text, true);
+  const std::int32_t value = ParseValue(view, text, ReadRawValue, true);
   if (const std::string fault = RangeFault(view, value); !fault.empty()) UsageFailure(fault + ".");
   return value;
 }

@@ -7,75 +7,29 @@
 #include "cli/commands/commands.h"
 #include "cli/offline/files.h"
 #include "cli/offline/filter_designs.h"
+#include "cli/offline/filter_response.h"
 #include "cli/offline/response_plot.h"
 #include "cli/show/scale.h"
 
 namespace orv::cli {
 namespace {
 
-constexpr double kLowestFrequency = 10;  // Hz, where responses begin
-constexpr double kHighestShare = 0.499;  // of the sample rate, where they end
-
-ResponsePoint PointAt(const QuantisedFilter& filter, double frequency, double rate) {
-  return {frequency, filter.ideal.Decibels(frequency, rate),
-          filter.fixed.Decibels(frequency, rate)};
-}
-
-ResponseCurve CurveOf(const QuantisedFilter& filter, const FilterArguments& arguments, int steps) {
-  ResponseCurve curve{filter.name, {}};
-  const double ratio = kHighestShare * arguments.rate / kLowestFrequency;
-  for (int i = 0; i <= steps; ++i)
-    curve.points.push_back(
-        PointAt(filter, kLowestFrequency * std::pow(ratio, static_cast<double>(i) / steps),
-                arguments.rate));
-  return curve;
-}
-
-bool IsSilent(double decibels) { return decibels <= kSilence; }
-
-std::string DecibelText(double decibels, int decimals, const char* unit) {
-  return IsSilent(decibels) ? "silent" : Decimals(decibels, decimals) + unit;
-}
-
 // The effect of quantising on the response of a design.
 struct ResponseError {
-  Deviation worst{kLowestFrequency, 0};
-  ResponsePoint at{kLowestFrequency, 0, 0};  // the responses there
+  LargestError largest;  // of all its filters
   double pole_radius = 0;
 
   ResponseError(const FilterDesign& design, const FilterArguments& arguments) {
     for (const QuantisedFilter& filter : design.filters) {
-      const Deviation found = LargestDeviation(filter.ideal, filter.fixed, arguments.rate,
-                                               kLowestFrequency, kHighestShare * arguments.rate);
-      if (std::abs(found.decibels) > std::abs(worst.decibels)) {
-        worst = found;
-        at = PointAt(filter, found.frequency, arguments.rate);
-      }
+      const LargestError found = FindLargestError(filter.ideal, filter.fixed, arguments.rate);
+      if (std::abs(found.worst.decibels) > std::abs(largest.worst.decibels)) largest = found;
       pole_radius = std::max(pole_radius, filter.fixed.PoleRadius());
     }
   }
 
-  // Whether one of the responses is silent there, so that the error has no size.
-  bool is_unmeasured() const { return IsSilent(at.ideal_db) || IsSilent(at.fixed_db); }
-
-  Json WorstJson() const {
-    const auto level = [](double decibels) { return IsSilent(decibels) ? Json() : Json(decibels); };
-    return {{"frequency", worst.frequency},
-            {"db", is_unmeasured() ? Json() : Json(worst.decibels)},
-            {"ideal_db", level(at.ideal_db)},
-            {"fixed_db", level(at.fixed_db)}};
-  }
-
   std::string WorstText() const {
-    if (std::abs(worst.decibels) < 0.0001)
-      return "Largest error after quantising: below 0.0001 dB.";
-    const std::string size = is_unmeasured() ? DecibelText(at.fixed_db, 4, " dB") + " instead of " +
-                                                   DecibelText(at.ideal_db, 4, " dB")
-                                             : Decimals(worst.decibels, 4) + " dB";
-    return fmt::format("Largest error after quantising: {} at {}.", size,
-                       HertzText(worst.frequency));
+    return fmt::format("Largest error after quantising: {}.", LargestErrorText(largest));
   }
-
   std::string PoleText() const {
     return fmt::format("Largest pole radius: {} ({}).", Decimals(pole_radius, 6),
                        pole_radius < 1 ? "stable" : "UNSTABLE");
@@ -85,13 +39,9 @@ struct ResponseError {
 // The names of the filters whose words let no sound pass, "" for that of a design with one filter.
 std::vector<std::string> SilentFilters(const FilterDesign& design,
                                        const FilterArguments& arguments) {
-  constexpr int kSteps = 100;
   std::vector<std::string> names;
-  for (const QuantisedFilter& filter : design.filters) {
-    const ResponseCurve curve = CurveOf(filter, arguments, kSteps);
-    if (std::ranges::all_of(curve.points, IsSilent, &ResponsePoint::fixed_db))
-      names.push_back(filter.name);
-  }
+  for (const QuantisedFilter& filter : design.filters)
+    if (IsSilent(filter.fixed, arguments.rate)) names.push_back(filter.name);
   return names;
 }
 
@@ -99,7 +49,8 @@ Json ResponseJson(const FilterDesign& design, const FilterArguments& arguments) 
   constexpr int kSteps = 240;
   Json response = Json::array();
   for (const QuantisedFilter& filter : design.filters) {
-    for (const ResponsePoint& point : CurveOf(filter, arguments, kSteps).points) {
+    for (const double frequency : ResponseFrequencies(kSteps, arguments.rate)) {
+      const ResponsePoint point = PointAt(filter.ideal, filter.fixed, frequency, arguments.rate);
       Json entry = {{"frequency", point.frequency},
                     {"ideal_db", point.ideal_db},
                     {"fixed_db", point.fixed_db}};
@@ -147,7 +98,7 @@ void ShowResponse(const FilterDesign& design, const FilterArguments& arguments, 
       const double frequency =
           kLowestFrequency * decade * kThirdOctaves[i % std::size(kThirdOctaves)];
       if (frequency > kHighestShare * arguments.rate) break;
-      const ResponsePoint point = PointAt(filter, frequency, arguments.rate);
+      const ResponsePoint point = PointAt(filter.ideal, filter.fixed, frequency, arguments.rate);
       const bool measured = !IsSilent(point.ideal_db) && !IsSilent(point.fixed_db);
       table.Add({HertzText(frequency), DecibelText(point.ideal_db, 3, ""),
                  DecibelText(point.fixed_db, 3, ""),
@@ -159,12 +110,16 @@ void ShowResponse(const FilterDesign& design, const FilterArguments& arguments, 
 
 void WriteDrawing(const FilterDesign& design, const FilterArguments& arguments,
                   const ResponseError& error) {
-  constexpr int kSteps = 1000;
-  ResponsePlot plot{design.title, design.details, {}};
+  ResponsePlot plot;
+  plot.title = design.title;
+  plot.details = design.details;
   plot.details.push_back(fmt::format("{}  {}  Sample rate: {}.", error.WorstText(),
                                      error.PoleText(), HertzText(arguments.rate)));
+  plot.rate = arguments.rate;
   for (const QuantisedFilter& filter : design.filters)
-    plot.curves.push_back(CurveOf(filter, arguments, kSteps));
+    plot.curves.push_back({filter.name, filter.ideal, filter.fixed, std::nullopt});
+  plot.warnings = CurveWarnings(plot.curves, plot.rate);
+  plot.marks = design.marks;
   ReplaceFile(arguments.svg, DrawResponse(plot));
 }
 
@@ -188,7 +143,7 @@ void Present(Context& context, const FilterDesign& design, const FilterArguments
   if (output.json()) {
     if (is_compared) {
       json["response"] = ResponseJson(design, arguments);
-      json["worst"] = error.WorstJson();
+      json["worst"] = ToJson(error.largest);
       json["pole_radius"] = error.pole_radius;
     }
     return output.Value(json);

@@ -3,6 +3,7 @@
 
 #include "cli/client/control_view.h"
 #include "cli/client/state.h"
+#include "cli/commands/apply_changes.h"
 #include "cli/commands/commands.h"
 #include "cli/offline/files.h"
 #include "cli/offline/preset.h"
@@ -25,7 +26,8 @@ struct PresetTarget {
   std::optional<std::int32_t> Resolve(const ControlView& view, const PresetValue& value) {
     try {
       const auto* text = std::get_if<std::string>(&value);
-      return ParseValue(view, text != nullptr ? *text : std::to_string(std::get<0>(value)), false);
+      return ParseValue(view, text != nullptr ? *text : std::to_string(std::get<0>(value)),
+                        ReadRawValue, false);
     } catch (const Failure& failure) {
       std::string reason = failure.what();
       reason.resize(std::min(reason.find('\n'), reason.size()));
@@ -65,68 +67,6 @@ struct PresetTarget {
   }
 };
 
-void ApplyOne(const Endpoint& endpoint, const std::vector<Mode>& modes, const Change& change,
-              const Json& value) {
-  if (value.is_boolean()) return modes.front().SetEnabled(value.get<bool>());
-  const std::string name = value.is_string() ? value.get<std::string>() : change.mode;
-  const auto mode = std::ranges::find(modes, name, &Mode::name);
-  if (mode == modes.end()) return;
-  if (value.is_string()) return endpoint.SetCurrentMode(*mode);
-  const auto control = mode->Controls(kORVAPO_Cont_Public).Find(change.name);
-  if (value.is_number() && control) control->SetValue(value.get<std::int32_t>());
-}
-
-void Undo(const Endpoint& endpoint, const std::vector<Mode>& modes, std::vector<Change> changes) {
-  std::ranges::reverse(changes);
-  for (const Change& change : changes) {
-    try {
-      ApplyOne(endpoint, modes, change, change.from);
-    } catch (const Failure&) {
-      continue;  // the first refusal is the one to report
-    }
-  }
-}
-
-// Makes all changes or, as far as possible, none: a refusal puts back what was changed before it.
-// Returns what still differs from the target at the end.
-std::vector<Change> Apply(Catalog& catalog, const Endpoint& endpoint,
-                          const std::vector<Change>& changes, const EndpointState& target) {
-  const std::vector<Mode> modes = endpoint.Modes();
-  std::vector<Change> left = changes;
-  std::size_t done = 0;  // of the first attempt
-  ChangeAndVerify([&] {
-    try {
-      for (const Change& change : left) {
-        ApplyOne(endpoint, modes, change, change.to);
-        done = std::min(done + 1, changes.size());
-      }
-    } catch (const Failure&) {
-      Undo(endpoint, modes, {changes.begin(), changes.begin() + static_cast<std::ptrdiff_t>(done)});
-      throw;
-    }
-    left = Differences(ReadState(catalog, endpoint), target);
-    return left.empty();
-  });
-  return left;
-}
-
-void ShowChanges(Context& context, const std::vector<Change>& changes, bool dry_run) {
-  Json array = Json::array();
-  Table table({{"MODE"}, {"NAME"}, {"FROM"}, {"TO"}});
-  for (const Change& change : changes) {
-    array.push_back({{"mode", change.mode.empty() ? Json() : Json(change.mode)},
-                     {"name", change.name},
-                     {"from", change.from},
-                     {"to", change.to}});
-    table.Add(
-        {change.mode, change.name, ToText(change.from), Cell(ToText(change.to), ansi::kAccent)});
-  }
-  if (context.output.json()) return context.output.Value(array);
-  if (!table.empty()) context.output.Show(table);
-  context.output.Line(Counted(changes.size(), "change") +
-                      (dry_run ? " to make; nothing was changed." : " made."));
-}
-
 // Throws if the preset does not fit and may not be loaded in part.
 EndpointState PlanTarget(Context& context, const Endpoint& endpoint, const EndpointState& current,
                          const Preset& preset, bool lenient) {
@@ -158,14 +98,15 @@ void Load(Context& context, const LoadArguments& arguments) {
   const EndpointState target = PlanTarget(context, endpoint, current, *preset, arguments.lenient);
   std::vector<Change> changes = Differences(current, target);
   if (!arguments.dry_run) {
-    for (const Change& left : Apply(context.catalog(), endpoint, changes, target)) {
+    for (const Change& left : ApplyChanges(context.catalog(), endpoint, changes, target)) {
       ReportDifference(context, left.name, ToText(left.to), ToText(left.from));
       std::erase_if(changes, [&](const Change& change) {
         return change.mode == left.mode && change.name == left.name;
       });
     }
   }
-  ShowChanges(context, changes, arguments.dry_run);
+  if (context.output.json()) return context.output.Value(ToJson(changes));
+  ShowChanges(context.output, changes, arguments.dry_run);
 }
 
 }  // namespace

@@ -325,12 +325,16 @@ DspPlan PlanEqualizer(const std::vector<EqualizerBand>& bands,
 }
 
 ControlValueMap IntelControls(const Mode& mode, ORVAPOControlType list) {
-  ControlValueMap controls;
-  for (const auto& [name, value] : DspControls(kSkylakeDriver, mode, list)) {
+  return IntelControls(DspControls(kSkylakeDriver, mode, list));
+}
+
+ControlValueMap IntelControls(const DspControlMap& controls) {
+  ControlValueMap map;
+  for (const auto& [name, value] : controls) {
     const std::string narrow = Narrow(name);
-    controls.insert_or_assign(narrow, ORVQVTValue(narrow, value));
+    map.insert_or_assign(narrow, ORVQVTValue(narrow, value));
   }
-  return controls;
+  return map;
 }
 
 }  // namespace orv::cli

@@ -58,5 +58,6 @@ DspPlan PlanEqualizer(const std::vector<EqualizerBand>& bands,
 
 // A mode's controls as the component hands them to an Intel DSP: those with a value.
 ControlValueMap IntelControls(const Mode& mode, ORVAPOControlType list);
+ControlValueMap IntelControls(const DspControlMap& controls);
 
 }  // namespace orv::cli

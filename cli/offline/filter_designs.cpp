@@ -86,16 +86,22 @@ std::array<Cascade, 3> ResonatorCascades(Value value) {
           Cascade({{-value(5), 0, value(5), value(6), value(7)}})};
 }
 
+constexpr const char* kResonatorNames[] = {" low-pass", " resonator 1", " resonator 2"};
+constexpr std::size_t kResonatorWords = 8;  // of one size
+
+std::array<Cascade, 3> ResonatorsFromWords(const std::int32_t* words) {
+  return ResonatorCascades(
+      [words](std::size_t i) { return std::ldexp(words[i], i < 2 ? -31 : -30); });
+}
+
 void AddResonators(const std::string& size_name, float size, const FilterArguments& arguments,
                    const std::int32_t* words, FilterDesign& design) {
   const auto values = DesignResonatorSet(size, arguments.rate);
   const auto ideal =
       ResonatorCascades([&](std::size_t i) { return static_cast<double>(values[i]); });
-  const auto fixed =
-      ResonatorCascades([&](std::size_t i) { return std::ldexp(words[i], i < 2 ? -31 : -30); });
-  const char* const names[] = {" low-pass", " resonator 1", " resonator 2"};
+  const auto fixed = ResonatorsFromWords(words);
   for (std::size_t i = 0; i < ideal.size(); ++i)
-    design.filters.push_back({size_name + names[i], ideal[i], fixed[i]});
+    design.filters.push_back({size_name + kResonatorNames[i], ideal[i], fixed[i]});
 }
 
 }  // namespace
@@ -114,6 +120,7 @@ FilterDesign DesignButterworth(const FilterArguments& arguments) {
   }
   if (design.status != kFilterOk)
     design.refusal = AtHalfTheRate("the corner", arguments.frequency, arguments.rate);
+  design.marks.push_back({arguments.frequency, "-3 dB"});
   return design;
 }
 
@@ -125,6 +132,9 @@ FilterDesign DesignBands(const FilterArguments& arguments) {
                  (bands.size() == 1 ? "one band" : fmt::format("{} bands", bands.size())) +
                  ", 32 bits";
   design.details = BandLines(bands);
+  for (std::size_t i = 0; i < bands.size(); ++i)
+    if (bands[i].type != kORVFilter_Gain)
+      design.marks.push_back({bands[i].frequency, std::to_string(i + 1)});
   const FilterSet set{static_cast<std::int32_t>(bands.size()), bands.data(), arguments.rate};
   std::vector<char> workspace(FilterWorkspace(bands.size()));
   std::vector<std::int32_t> words(FilterWords(bands.size()));
@@ -165,6 +175,32 @@ FilterDesign DesignBass(const FilterArguments& arguments) {
       {"all-pass", Cascade(&all_pass, 1), Cascade::FromWords(words.data() + 16, 1)});
   design.words = std::move(words);
   return design;
+}
+
+std::optional<Cascade> IdealBands(const std::vector<FilterBand>& bands, std::int32_t rate) {
+  std::vector<FilterSection> sections(bands.size());
+  if (DesignCascade({static_cast<std::int32_t>(bands.size()), bands.data(), rate},
+                    sections.data()) != kFilterOk)
+    return std::nullopt;
+  return Cascade(sections.data(), sections.size());
+}
+
+std::vector<std::string> BassFilterNames() {
+  std::vector<std::string> names;
+  for (const char* size : {"audio", "analysis"})
+    for (const char* filter : kResonatorNames) names.push_back(std::string(size) + filter);
+  names.emplace_back("all-pass");
+  return names;
+}
+
+std::vector<Cascade> BassFilters(const std::vector<std::int32_t>& words) {
+  std::vector<Cascade> filters;
+  for (std::size_t begin = 0; begin < 2 * kResonatorWords; begin += kResonatorWords)
+    for (const Cascade& filter : ResonatorsFromWords(words.data() + begin))
+      filters.push_back(filter);
+  if (words.size() == kBassEnhancementWords)
+    filters.push_back(Cascade::FromWords(words.data() + 2 * kResonatorWords, 1));
+  return filters;
 }
 
 }  // namespace orv::cli

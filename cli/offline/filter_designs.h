@@ -3,9 +3,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "cli/offline/response_plot.h"
 #include "dsp_math/cascade_response.h"
 #include "dsp_math/filter_design.h"
 
@@ -38,6 +40,7 @@ struct FilterDesign {
   std::string refusal;               // why, if the status is a refusal
   std::vector<std::int32_t> words;
   std::vector<QuantisedFilter> filters;
+  std::vector<ResponseMark> marks;  // its bands and corners
   int words_in_row = 6;
 };
 
@@ -45,5 +48,12 @@ FilterDesign DesignButterworth(const FilterArguments& arguments);
 // A band that cannot be read is a usage failure.
 FilterDesign DesignBands(const FilterArguments& arguments);
 FilterDesign DesignBass(const FilterArguments& arguments);
+
+// A cascade of these bands before quantising; nullopt if a frequency is refused.
+std::optional<Cascade> IdealBands(const std::vector<FilterBand>& bands, std::int32_t rate);
+// The names of the bass-enhancement filters, and what they are in the words of the design: three of
+// a size each (16 words), then the all-pass (24 words).
+std::vector<std::string> BassFilterNames();
+std::vector<Cascade> BassFilters(const std::vector<std::int32_t>& words);
 
 }  // namespace orv::cli

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 #include <limits>
 #include <utility>
 
@@ -17,6 +18,22 @@ std::array<std::complex<double>, 2> Poles(const Cascade::Section& section) {
   const std::complex<double> root = std::sqrt(half * half + section.a2);
   return {half + root, half - root};
 }
+
+// Sums of the coefficients times powers of the delay, and of each term times its power: their
+// quotient's real part is the polynomial's group delay in samples.
+struct Polynomial {
+  std::complex<double> value;
+  std::complex<double> weighted;
+
+  Polynomial(const double* begin, const double* end, std::complex<double> delay) {
+    std::complex<double> power = 1;
+    for (const double* term = begin; term != end; ++term, power *= delay) {
+      value += *term * power;
+      weighted += static_cast<double>(term - begin) * *term * power;
+    }
+  }
+  double Delay() const { return (weighted / value).real(); }
+};
 
 double DecibelsBetween(const Cascade& ideal, const Cascade& actual, double sample_rate,
                        double frequency) {
@@ -48,6 +65,12 @@ Cascade Cascade::FromWords(const Word* words, std::size_t count) {
   return Cascade(std::move(sections), value(words[1], words[0]));
 }
 
+void Cascade::Append(const Cascade& next) {
+  sections_.insert(sections_.end(), next.sections_.begin(), next.sections_.end());
+  taps_.insert(taps_.end(), next.taps_.begin(), next.taps_.end());
+  gain_ *= next.gain_;
+}
+
 template Cascade Cascade::FromWords(const std::int16_t*, std::size_t);
 template Cascade Cascade::FromWords(const std::int32_t*, std::size_t);
 
@@ -58,11 +81,31 @@ std::complex<double> Cascade::Response(double frequency, double sample_rate) con
     response *= (section.b0 + (section.b1 + section.b2 * delay) * delay) /
                 (1.0 - (section.a1 + section.a2 * delay) * delay);
   }
+  for (const std::vector<double>& taps : taps_)
+    response *= Polynomial(taps.data(), taps.data() + taps.size(), delay).value;
   return response;
+}
+
+double Cascade::GroupDelay(double frequency, double sample_rate) const {
+  const std::complex<double> delay = std::polar(1.0, -2 * kPi * frequency / sample_rate);
+  double samples = 0;
+  for (const Section& section : sections_) {
+    const double forward[] = {section.b0, section.b1, section.b2};
+    const double feedback[] = {1, -section.a1, -section.a2};
+    samples += Polynomial(std::begin(forward), std::end(forward), delay).Delay() -
+               Polynomial(std::begin(feedback), std::end(feedback), delay).Delay();
+  }
+  for (const std::vector<double>& taps : taps_)
+    samples += Polynomial(taps.data(), taps.data() + taps.size(), delay).Delay();
+  return samples;
 }
 
 double Cascade::Decibels(double frequency, double sample_rate) const {
   return 20 * std::log10(std::abs(Response(frequency, sample_rate)));
+}
+
+double Cascade::Phase(double frequency, double sample_rate) const {
+  return std::arg(Response(frequency, sample_rate)) * 180 / kPi;
 }
 
 double Cascade::PoleRadius() const {

@@ -1,9 +1,10 @@
-// The response of a cascade: magnitude at any frequency, poles, and how far a
-// quantised cascade is from the design it was made of.
+// What a cascade does to a signal: magnitude, phase and group delay at any frequency, poles, and
+// how far a quantised cascade lies from the design it was made of.
 #pragma once
 
 #include <complex>
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 #include "dsp_math/filter_steps.h"
@@ -27,9 +28,17 @@ class Cascade {
   template <class Word>
   static Cascade FromWords(const Word* words, std::size_t count);
 
+  // This cascade with all of `next` behind it.
+  void Append(const Cascade& next);
+  // A filter without feedback behind the sections: the factors of the sample and of those before.
+  void AppendTaps(std::vector<double> taps) { taps_.push_back(std::move(taps)); }
+
   // Frequency and sample rate in Hz.
   std::complex<double> Response(double frequency, double sample_rate) const;
   double Decibels(double frequency, double sample_rate) const;  // -inf at an exact zero
+  double Phase(double frequency, double sample_rate) const;     // degrees, -180..180
+  // In samples; not finite at an exact zero.
+  double GroupDelay(double frequency, double sample_rate) const;
 
   double PoleRadius() const;  // the largest distance of a pole from zero
   bool Stable() const { return PoleRadius() < 1; }
@@ -38,6 +47,7 @@ class Cascade {
 
  private:
   std::vector<Section> sections_;
+  std::vector<std::vector<double>> taps_;
   double gain_;
 };
 

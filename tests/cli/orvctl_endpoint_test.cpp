@@ -12,8 +12,8 @@ constexpr char kLevel[] = "VQ3D-DPHD Level";
 TEST(Orvctl, OneControlIsSetWithinItsRangeAndReadBack) {
   const ProgramOnComponent program;
   const Json set = program.Answer({"set", "0", kLevel, "12", "--mode", "Game/Internal"});
-  EXPECT_EQ(Keys(set), (std::vector<std::string>{"name", "display", "value", "text", "min", "max",
-                                                 "scale", "choices"}));
+  EXPECT_EQ(Keys(set), (std::vector<std::string>{"name", "display", "value", "text", "unit", "min",
+                                                 "max", "scale", "choices"}));
   EXPECT_EQ(set["value"], 12);
   EXPECT_EQ(program.Answer({"get", "0", kLevel, "--mode", "Game/Internal"}), set);
   const Json before = program.Answer({"get", "0", kLevel});

@@ -13,27 +13,6 @@ using Indices = std::vector<std::size_t>;
 
 constexpr auto kSmallest = std::numeric_limits<std::int32_t>::min();
 
-TEST(Scale, NumbersShowTheirStepsAsDecimals) {
-  const struct {
-    std::int32_t value;
-    ORV_QVT_SCALE scale;
-    float factor;
-    const char* text;
-  } cases[] = {{1250, ORV_QVT_SCALE_BY100, 100, "12.50"}, {-5, ORV_QVT_SCALE_BY100, 100, "-0.05"},
-               {0, ORV_QVT_SCALE_BY100, 100, "0.00"},     {-60, ORV_QVT_SCALE_DB, 10, "-6.0 dB"},
-               {-6, ORV_QVT_SCALE_DB, 1, "-6 dB"},        {3, ORV_QVT_SCALE_DB, 0.3F, "3 dB"},
-               {5, ORV_QVT_SCALE_NONE, 10, "5"}};
-  for (const auto& one : cases) EXPECT_EQ(NumberText(one.value, one.scale, one.factor), one.text);
-  EXPECT_EQ(NumberText(kSmallest, ORV_QVT_SCALE_BY100, 100), "-21474836.48");
-}
-
-TEST(Scale, ChoicesShowTheirTextAndOtherNumbersThemselves) {
-  const std::vector<std::string> choices = {"Off", "Low", "High"};
-  EXPECT_EQ(ValueText(2, ORV_QVT_SCALE_ENUM, 1, choices), "High");
-  EXPECT_EQ(ValueText(3, ORV_QVT_SCALE_ENUM, 1, choices), "3");
-  EXPECT_EQ(ValueText(-1, ORV_QVT_SCALE_ENUM, 1, choices), "-1");
-}
-
 TEST(Scale, FrequenciesShowAtMostTwoDecimals) {
   EXPECT_EQ(HertzText(31.504), "31.5 Hz");
   EXPECT_EQ(HertzText(1250), "1.25 kHz");

@@ -32,6 +32,20 @@ TEST(CascadeResponse, ButterworthFollowsItsClosedForm) {
   }
 }
 
+TEST(CascadeResponse, GroupDelayIsTheSlopeOfThePhase) {
+  Cascade filter = Butterworth(1000, 3, kButterworthHighPass);
+  FilterSection band{};
+  DesignBand({kORVFilter_Traditional, 2000, 3, -12, 0}, kRate, band);
+  filter.Append(Cascade(&band, 1));
+  filter.AppendTaps({0.25, -0.5, 0.125, 0.25});
+  constexpr double kStep = 1e-3;  // Hz
+  for (const double frequency : {300.0, 1000.0, 2000.0, 9000.0}) {
+    const double slope =
+        filter.Phase(frequency - kStep, kRate) - filter.Phase(frequency + kStep, kRate);
+    EXPECT_NEAR(filter.GroupDelay(frequency, kRate), slope / 360 * kRate / (2 * kStep), 1e-3);
+  }
+}
+
 TEST(CascadeResponse, PolesOfAKnownSection) {
   const Cascade resonant({{1, 0, 0, 2 * 0.9 * std::cos(1.0), -0.81}});
   EXPECT_NEAR(resonant.PoleRadius(), 0.9, 1e-12);

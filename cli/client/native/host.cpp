@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
@@ -11,6 +13,8 @@
 #include <thread>
 
 #include "platform/posix/file_descriptor.h"
+#include "platform/terminal.h"
+#include "platform/text.h"
 
 namespace orv::cli {
 namespace {
@@ -55,6 +59,24 @@ bool OutputIsTerminal() {
   std::error_code error;
   const std::string target = std::filesystem::read_symlink("/proc/self/fd/1", error).string();
   return !error && (target.starts_with("/dev/pts/") || target.starts_with("/dev/tty"));
+}
+
+int OutputColumns() {
+  winsize size{};
+  const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
+  return known ? size.ws_col : TerminalSize().columns;
+}
+
+bool OutputShowsUtf8() {
+  // The first that is set decides, as for the C runtime.
+  for (const char* variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+    const char* const named = std::getenv(variable);
+    if (named == nullptr || *named == 0) continue;
+    const std::wstring locale = ToUpperAscii(WideFromUtf8(named));
+    return locale.find(L"UTF-8") != std::wstring::npos ||
+           locale.find(L"UTF8") != std::wstring::npos;
+  }
+  return false;
 }
 
 StopOnSignal::StopOnSignal(Event& stop) {

@@ -12,6 +12,7 @@
 #include "cli/client/windows/console.h"
 #include "orv_apo/com.h"
 #include "platform/dynamic_library.h"
+#include "platform/terminal.h"
 #include "platform/text.h"
 #include "platform/windows/system_calls.h"
 #include "platform/windows/windows_machine.h"
@@ -116,6 +117,16 @@ bool OutputIsTerminal() {
   return GetConsoleMode(output, &mode) != FALSE &&
          SetConsoleMode(output, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE;
 }
+
+int OutputColumns() {
+  CONSOLE_SCREEN_BUFFER_INFO screen{};
+  if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &screen))
+    return TerminalSize().columns;
+  return screen.srWindow.Right - screen.srWindow.Left + 1;
+}
+
+// StandardStreams shows UTF-8 on a console.
+bool OutputShowsUtf8() { return true; }
 
 StopOnSignal::StopOnSignal(Event& stop) {
   const std::lock_guard guard(g_stop_lock);

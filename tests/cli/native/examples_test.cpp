@@ -19,8 +19,9 @@ std::vector<Arguments> KnownCommands(const Program& program) {
     Arguments words;
     std::istringstream parts(path.substr(1));
     for (std::string word; std::getline(parts, word, '/');) words.push_back(word);
-    // The DSP commands come after the endpoint.
-    if (words.size() == 3) words.insert(words.end() - 1, "0");
+    // The commands of a DSP and of an equaliser come after the endpoint.
+    if (words.size() == 3 || (words.size() == 2 && words[0] == "eq"))
+      words.insert(words.end() - 1, "0");
     commands.push_back(words);
   }
   return commands;
@@ -48,6 +49,7 @@ constexpr struct {
      "orvctl --json image decode --endpoint 0 --mode Movie/Internal >entries.json\n"
      "orvctl image encode entries.json --output values.bin"},
     {"--machine my-machine", "orvctl machine new my-machine"},
+    {"import room.txt", "echo 'Filter 1: ON PK Fc 105 Hz Gain -4.5 dB Q 2.1' >room.txt"},
 };
 
 class Example : public Program {

@@ -1,6 +1,7 @@
 // What the user reads, as whole transcripts: golden/*.txt, with golden/README.md.
 #include <algorithm>
 #include <cstdlib>
+#include <optional>
 #include <sstream>
 
 #include "cli/native/shell.h"
@@ -87,6 +88,35 @@ std::vector<std::string> Names() {
     if (entry.path().extension() == ".txt") names.push_back(entry.path().stem().string());
   std::sort(names.begin(), names.end());
   return names;
+}
+
+// The page of the command line with what its examples print now. An example is a line that begins
+// with "$ " in a block "```console"; each section starts with a fresh sample machine.
+std::string PageWithOutput(const std::string& page) {
+  constexpr std::string_view kMachine = "<!-- machine: ";
+  const std::string usual = "skylake-laptop";
+  std::optional<Workplace> workplace;
+  std::string actual;
+  bool example = false;
+  for (const std::string& line : Lines(page)) {
+    if (line.starts_with("#")) workplace.emplace(usual);
+    if (line.starts_with(kMachine))
+      workplace.emplace(line.substr(kMachine.size(), line.find(" -->") - kMachine.size()));
+    if (line == "```") example = false;
+    if (!example) actual += line + "\n";
+    if (line == "```console") example = true;
+    if (example && line.starts_with(kCommandPrefix))
+      actual += workplace->Transcribe(line.substr(sizeof kCommandPrefix - 1));
+  }
+  return actual;
+}
+
+TEST(Documentation, ExamplesPrintWhatThePageShows) {
+  const fs::path file = fs::path(ORV_DOCUMENTS) / "orvctl.md";
+  const std::string expected = FileText(file);
+  const std::string actual = PageWithOutput(expected);
+  if (std::getenv("ORV_REWRITE_TRANSCRIPTS") != nullptr) return WriteText(file, actual);
+  EXPECT_EQ(actual, expected) << "If the change is intended: ORV_REWRITE_TRANSCRIPTS=1";
 }
 
 INSTANTIATE_TEST_SUITE_P(Golden, Transcript, testing::ValuesIn(Names()),
