@@ -25,7 +25,7 @@ struct DspEvidence {
 enum class Proof {
   Sent,      // the driver reports nothing
   Received,  // the driver of a simulated machine took every block; it cannot be read
-  ReadBack,  // every block was read back
+  ReadBack,  // each block was read back, or that it could not be is a difference
 };
 
 struct PushOutcome {

@@ -35,7 +35,7 @@ FilterSection SecondOrder(double k, double c, bool low_pass) {
   return section;
 }
 
-// Numerator and denominator of a band as they are textbooks write them.
+// Numerator and denominator of a band as textbooks write them.
 struct Biquad {
   double b0, b1, b2;
   double a0, a1, a2;

@@ -172,6 +172,7 @@ HRESULT CKELAPOIntelDSP::WriteList(ORVQVTValueList list, std::wstring_view techn
   }
   broadwell.ProcessHPFControls(map, apply);
   if (high_pass) return S_OK;
+  // The order for an operating mode; SetControlParams has another one for configuration files.
   broadwell.ProcessEvenvolumeControls(map, apply);
   broadwell.ProcessHLControls(map, apply);
   broadwell.ProcessAMHDControls(map, apply);

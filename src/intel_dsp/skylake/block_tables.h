@@ -222,7 +222,7 @@ consteval Block MakeBlock(std::uint32_t parameter, const char* name, const char*
   return {extras, parameter, name, writer, fields, size};
 }
 
-// In the order of their identifiers.
+// In the order of their identifiers, in which they are sent.
 inline constexpr std::array<Block, 12> kBlocks = {
     MakeBlock(kVQ3D, "KEL_PARAM_VQSND3D_VQ3D_CONTROLS_STU", "KELAPOIntelDSP_SKL::SetVQ3DControls",
               kVQ3DFields, 16),
