@@ -86,4 +86,25 @@ Mode Context::CurrentMode(const Endpoint& endpoint) {
                        CommandLine("mode " + endpoint.number() + " --default"));
 }
 
+Journal Context::JournalOf(const Endpoint& endpoint) {
+  constexpr GUID kUserData = {
+      0xF1B32785, 0x6FBA, 0x4FCF, {0x9D, 0x55, 0x7B, 0x8E, 0x7F, 0x15, 0x70, 0x91}};
+  std::filesystem::path folder = session().machine_folder();
+  if (folder.empty()) {
+    const std::optional<std::wstring> user = session().machine().KnownFolder(kUserData);
+    if (!user) throw Failure(kRefused, "the user's data folder is not known.");
+    folder = std::filesystem::path(*user) / "ORV Labs" / "orvctl";
+  }
+  return Journal(folder, endpoint.RegistryPath());
+}
+
+void Context::Keep(const Endpoint& endpoint, const std::string& command,
+                   const std::vector<Change>& changes) {
+  try {
+    JournalOf(endpoint).Add(command, changes);
+  } catch (const std::exception& failure) {
+    output.Notice(fmt::format("\"undo\" cannot take this back: {}", failure.what()));
+  }
+}
+
 }  // namespace orv::cli

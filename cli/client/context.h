@@ -8,6 +8,7 @@
 
 #include "cli/client/catalog.h"
 #include "cli/client/host.h"
+#include "cli/client/journal.h"
 #include "cli/client/session.h"
 #include "cli/show/failure.h"
 #include "cli/show/output.h"
@@ -40,6 +41,13 @@ class Context {
   ChangeLock LockForChange(const Endpoint& endpoint) {
     return ChangeLock(session().machine_folder(), endpoint.RegistryPath());
   }
+  // The changes that this program made to the endpoint, in the simulated machine's folder, else in
+  // the user's data folder.
+  Journal JournalOf(const Endpoint& endpoint);
+  // Keeps changes that were made, so that they can be taken back. If they cannot be kept, a message
+  // reports it and the command goes on.
+  void Keep(const Endpoint& endpoint, const std::string& command,
+            const std::vector<Change>& changes);
 
  private:
   std::vector<Endpoint> FindEndpoints();

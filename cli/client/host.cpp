@@ -32,13 +32,17 @@ std::unique_ptr<Machine> OpenMachine(const std::filesystem::path& folder) {
                 PathText(folder), error.Text());
 }
 
-ChangeLock::ChangeLock(const std::filesystem::path& machine, const std::string& registry_path,
-                       std::chrono::milliseconds limit) {
+std::string ChangeLock::NameOf(const std::string& registry_path) {
   std::uint64_t hash = 0xCBF29CE484222325U;  // FNV-1a
   for (const wchar_t unit : ToUpperAscii(WideFromUtf8(registry_path)))
     hash = (hash ^ static_cast<std::uint32_t>(unit)) * 0x100000001B3U;
+  return fmt::format("orvctl-{:016x}", hash);
+}
+
+ChangeLock::ChangeLock(const std::filesystem::path& machine, const std::string& registry_path,
+                       std::chrono::milliseconds limit) {
   std::string reason;
-  held_ = Acquire(machine, fmt::format("orvctl-{:016x}", hash), limit, reason);
+  held_ = Acquire(machine, NameOf(registry_path), limit, reason);
   if (held_ != nullptr) return;
   if (reason.empty()) {
     throw Failure(kRefused,

@@ -79,6 +79,9 @@ class ChangeLock {
   ChangeLock(const std::filesystem::path& machine, const std::string& registry_path,
              std::chrono::milliseconds limit = kLimit);
 
+  // A name in letters and digits that each spelling of the key's path has.
+  static std::string NameOf(const std::string& registry_path);
+
  private:
   // Null if another process holds the lock after the limit or, with `reason`, if it cannot be made.
   static std::shared_ptr<void> Acquire(const std::filesystem::path& machine,

@@ -14,7 +14,9 @@ void Compare(const Change& change, const std::optional<Value>& from, const std::
   if (to) changes.back().to = *to;
 }
 
-ModeState ReadMode(Catalog& catalog, const Endpoint& endpoint, const Mode& mode) {
+}  // namespace
+
+ModeState ReadModeState(Catalog& catalog, const Endpoint& endpoint, const Mode& mode) {
   ModeState state{mode.name(), {}};
   const ControlList controls = mode.Controls(kORVAPO_Cont_Public);
   for (const auto& [name, text] : catalog.Texts(endpoint, mode.name(), kORVAPO_Cont_Public)) {
@@ -25,15 +27,13 @@ ModeState ReadMode(Catalog& catalog, const Endpoint& endpoint, const Mode& mode)
   return state;
 }
 
-}  // namespace
-
 EndpointState ReadState(Catalog& catalog, const Endpoint& endpoint) {
   EndpointState state;
   if (const std::optional<Mode> current = endpoint.CurrentMode())
     state.current_mode = current->name();
   const std::vector<Mode> modes = endpoint.Modes();
   if (!modes.empty()) state.enabled = modes.front().Enabled();
-  for (const Mode& mode : modes) state.modes.push_back(ReadMode(catalog, endpoint, mode));
+  for (const Mode& mode : modes) state.modes.push_back(ReadModeState(catalog, endpoint, mode));
   return state;
 }
 

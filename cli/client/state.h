@@ -35,7 +35,8 @@ struct Change {
 inline constexpr char kCurrentModeName[] = "current mode";
 inline constexpr char kProcessEnableName[] = "ZAPO3-Process Enable";
 
-// Reads everything again, through the component.
+// Reads again, through the component.
+ModeState ReadModeState(Catalog& catalog, const Endpoint& endpoint, const Mode& mode);
 EndpointState ReadState(Catalog& catalog, const Endpoint& endpoint);
 
 // In the order: current mode, switch, controls by mode and name. Modes and controls that `to` lacks

@@ -52,6 +52,15 @@ std::vector<Change> ApplyChanges(Catalog& catalog, const Endpoint& endpoint,
   return left;
 }
 
+void ReportLeft(Context& context, const std::vector<Change>& left, std::vector<Change>& made) {
+  for (const Change& one : left) {
+    ReportDifference(context, one.name, ToText(one.to), ToText(one.from));
+    std::erase_if(made, [&](const Change& change) {
+      return change.mode == one.mode && change.name == one.name;
+    });
+  }
+}
+
 Json ToJson(const std::vector<Change>& changes) {
   Json array = Json::array();
   for (const Change& change : changes)

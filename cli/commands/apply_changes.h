@@ -13,6 +13,9 @@ namespace orv::cli {
 std::vector<Change> ApplyChanges(Catalog& catalog, const Endpoint& endpoint,
                                  const std::vector<Change>& changes, const EndpointState& target);
 
+// Reports the changes that are left and removes them from those that were made.
+void ReportLeft(Context& context, const std::vector<Change>& left, std::vector<Change>& made);
+
 Json ToJson(const std::vector<Change>& changes);
 // A table, then how many there are. `dry_run`: they were not made.
 void ShowChanges(Output& output, const std::vector<Change>& changes, bool dry_run);

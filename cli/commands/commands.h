@@ -102,7 +102,7 @@ using CommandAdder = void(CLI::App& app, Context& context);
 CommandAdder AddEndpointsCommand, AddConfigCommand, AddPropertiesCommand, AddModesCommand,
     AddModeCommand, AddEnableCommand, AddRestoreCommand, AddControlsCommand, AddGetCommand,
     AddSetCommand, AddWatchCommand, AddAnalyseCommand, AddSaveCommand, AddLoadCommand,
-    AddDoctorCommand, AddRegistrationCommands, AddCheckCommand, AddImageCommands,
+    AddUndoCommand, AddDoctorCommand, AddRegistrationCommands, AddCheckCommand, AddImageCommands,
     AddMachineCommands, AddFilterCommands, AddDspCommands, AddDriftCommand, AddResponseCommand,
     AddEqCommands, AddCompletionCommand, AddTourCommand;
 

@@ -65,6 +65,10 @@ void SetControl(Context& context, const SetArguments& arguments) {
     ReportDifference(context, before.name, std::to_string(value),
                      after.value ? std::to_string(*after.value) : "\"" + after.text + "\"");
   }
+  if (after.value && after.value != before.value) {
+    const Json from = before.value ? Json(*before.value) : Json();
+    context.Keep(endpoint, "set", {{"control", mode.name(), after.name, from, *after.value}});
+  }
   ShowControl(context.output, after);
 }
 
@@ -74,6 +78,7 @@ void RestoreDefaults(Context& context, const ModeArguments& arguments) {
   const Mode mode = context.SelectMode(endpoint, arguments.mode);
   Catalog& catalog = context.catalog();
   const ControlTexts defaults = catalog.Texts(endpoint, mode.name(), kORVAPO_Cont_Default);
+  const EndpointState before{{}, {}, {ReadModeState(catalog, endpoint, mode)}};
   ControlTexts unrestored;  // what is found instead of the default
   ChangeAndVerify([&] {
     mode.RestoreDefaults();
@@ -84,6 +89,8 @@ void RestoreDefaults(Context& context, const ModeArguments& arguments) {
     });
     return unrestored.empty();
   });
+  const EndpointState after{{}, {}, {ReadModeState(catalog, endpoint, mode)}};
+  context.Keep(endpoint, "restore", Differences(before, after));
   for (const auto& [name, found] : unrestored)
     ReportDifference(context, name, "its default, " + defaults.at(name), found);
   const auto views = ViewControls(catalog, endpoint, mode, kORVAPO_Cont_Public);

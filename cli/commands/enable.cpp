@@ -11,13 +11,17 @@ struct EnableArguments : EndpointArguments {
 
 bool SwitchProcessing(Context& context, const Endpoint& endpoint, bool wanted) {
   const ChangeLock lock = context.LockForChange(endpoint);
+  const bool before = endpoint.Modes().front().Enabled();
   const bool stored = ChangeAndVerify([&] {
     endpoint.Modes().front().SetEnabled(wanted);
     return endpoint.Modes().front().Enabled() == wanted;
   });
   if (!stored)
     ReportDifference(context, kProcessEnableName, wanted ? "on" : "off", wanted ? "off" : "on");
-  return stored == wanted;
+  const bool after = stored == wanted;
+  if (after != before)
+    context.Keep(endpoint, "enable", {{"switch", "", kProcessEnableName, before, after}});
+  return after;
 }
 
 // The switch belongs to the endpoint; any mode reaches it, also if the current one is not known.

@@ -145,12 +145,8 @@ std::vector<Change> Store(Context& context, const Endpoint& endpoint, const Mode
   for (const auto& [name, value] : controls) state->controls[name] = value;
   std::vector<Change> changes = Differences(current, target);
   if (dry_run) return changes;
-  for (const Change& left : ApplyChanges(context.catalog(), endpoint, changes, target)) {
-    ReportDifference(context, left.name, ToText(left.to), ToText(left.from));
-    std::erase_if(changes, [&](const Change& change) {
-      return change.mode == left.mode && change.name == left.name;
-    });
-  }
+  ReportLeft(context, ApplyChanges(context.catalog(), endpoint, changes, target), changes);
+  context.Keep(endpoint, "eq import", changes);
   return changes;
 }
 

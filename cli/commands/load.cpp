@@ -98,12 +98,8 @@ void Load(Context& context, const LoadArguments& arguments) {
   const EndpointState target = PlanTarget(context, endpoint, current, *preset, arguments.lenient);
   std::vector<Change> changes = Differences(current, target);
   if (!arguments.dry_run) {
-    for (const Change& left : ApplyChanges(context.catalog(), endpoint, changes, target)) {
-      ReportDifference(context, left.name, ToText(left.to), ToText(left.from));
-      std::erase_if(changes, [&](const Change& change) {
-        return change.mode == left.mode && change.name == left.name;
-      });
-    }
+    ReportLeft(context, ApplyChanges(context.catalog(), endpoint, changes, target), changes);
+    context.Keep(endpoint, "load", changes);
   }
   if (context.output.json()) return context.output.Value(ToJson(changes));
   ShowChanges(context.output, changes, arguments.dry_run);

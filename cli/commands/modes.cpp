@@ -32,6 +32,7 @@ struct SwitchArguments : EndpointArguments {
 
 Mode SwitchMode(Context& context, const Endpoint& endpoint, const SwitchArguments& arguments) {
   const ChangeLock lock = context.LockForChange(endpoint);
+  const std::optional<Mode> before = endpoint.CurrentMode();
   std::string wanted;
   std::optional<Mode> found;
   const bool stored = ChangeAndVerify([&] {
@@ -46,6 +47,10 @@ Mode SwitchMode(Context& context, const Endpoint& endpoint, const SwitchArgument
     found = context.CurrentMode(endpoint);
     return found->name() == wanted;
   });
+  if (!before || before->name() != found->name()) {
+    const Json from = before ? Json(before->name()) : Json();
+    context.Keep(endpoint, "mode", {{"mode", "", kCurrentModeName, from, found->name()}});
+  }
   if (!stored) {
     context.output.Notice(fmt::format(
         "The current mode is still {}, not {}: it could not be "

@@ -42,6 +42,7 @@ constexpr struct {
   const char* name;
   const char* command;
 } kPreparations[] = {
+    {"undo", "orvctl set 0 \"VQ3D-DC Level\" 12"},
     {"orv_apo_config.xml", "cp 'machine/drive_c/Program Files/ORV Labs/APO/orv_apo_config.xml' ."},
     {"load 0 evening.json", "orvctl save 0 evening.json"},
     {"entries.json", "orvctl --json image decode --endpoint 0 --mode Movie/Internal >entries.json"},
