@@ -2,32 +2,31 @@
 // the bounds of a list and with problems on lines that exist, and what was read is written and read
 // back unchanged.
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <string>
-#include <string_view>
 
 #include "cli/offline/band_fit.h"
 #include "cli/offline/equaliser_list.h"
+#include "fuzzer.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using namespace orv::cli;
-  const std::string_view text(reinterpret_cast<const char*>(data), size);
+namespace orv::fuzz {
+
+void Run(std::span<const std::uint8_t> bytes) {
+  using namespace cli;
+  const std::string_view text = TextOf(bytes);
   const EqualiserList list = ReadEqualiserList(text);
   const auto lines = static_cast<std::size_t>(
       1 + std::ranges::count_if(text, [](char c) { return c == '\n' || c == '\r'; }));
   for (const EqualiserList::Problem& problem : list.problems)
-    if (problem.line == 0 || problem.line > lines || problem.reason.empty()) std::abort();
+    if (problem.line == 0 || problem.line > lines || problem.reason.empty()) Require(false);
   const std::string written = WriteEqualiserList(list);
   const EqualiserList again = ReadEqualiserList(written);
   if (!again.problems.empty() || again.filters.size() != list.filters.size() ||
       again.preamps.size() != list.preamps.size() || WriteEqualiserList(again) != written)
-    std::abort();
+    Require(false);
   const BandRanges ranges{{20, 20000, 1}, {-240, 240, 10}, {10, 1000, 100}, true};
   std::vector<Misfit> misfits;
   for (const BandValues& band :
        FitFilters(list.filters, {ranges, ranges, ranges}, {{}, {}, {}}, misfits))
-    if (band.gain < -240 || band.gain > 240) std::abort();
-  return 0;
+    if (band.gain < -240 || band.gain > 240) Require(false);
 }
+
+}  // namespace orv::fuzz
