@@ -374,6 +374,31 @@ struct IUpdateRegistrySettings : IUnknown {
 };
 ORV_APO_INTERFACE_ID(IUpdateRegistrySettings, 7371A5CF, D48D, 42A4, 8D, 97, BB, 92, 18, 7A, CF, C8);
 
+// Stores several values of a mode with one write, all or none. Every mode object of this component
+// has it; IORVOperatingMode of an earlier one answers E_NOINTERFACE. Threads: as IORVOperatingMode;
+// other threads may put values of the mode's controls meanwhile, and their values are collected
+// too.
+//
+// While an update is open, put_Value of the mode's controls collects (E_FAIL, and nothing is
+// collected, if the mode does not hold the control; the range is not checked), get_Value answers
+// the public values as BeginUpdate read them with what was collected since, and a control
+// enumerator does not read anew. RestoreDefaults and put_APOEnable are not part of an update: they
+// store at once. When the mode object goes, with the last of its controls, the update is dropped.
+struct IORVValueUpdate : IUnknown {
+  // Reads the stored public values and opens an update. E_UNEXPECTED if one is open, which stays
+  // open; E_FAIL if the registry key of the endpoint cannot be opened.
+  virtual HRESULT STDMETHODCALLTYPE BeginUpdate() = 0;
+  // Reads what is stored again, so that what others have changed meanwhile stays, and stores it
+  // with the collected values; without any nothing is written. The update is over, whatever the
+  // status. E_FAIL if the write was refused: what is stored is as it was, and the mode object
+  // answers what it answered before BeginUpdate. E_UNEXPECTED if no update is open.
+  virtual HRESULT STDMETHODCALLTYPE CommitUpdate() = 0;
+  // Drops what was collected; the mode object answers what it answered before BeginUpdate.
+  // E_UNEXPECTED if no update is open.
+  virtual HRESULT STDMETHODCALLTYPE CancelUpdate() = 0;
+};
+ORV_APO_INTERFACE_ID(IORVValueUpdate, A9B36F3A, DB2E, 453E, 91, 1D, 14, C7, 06, 68, 68, 5A);
+
 // ---- exports of the component, to be found by name in the loaded library
 
 extern "C" {

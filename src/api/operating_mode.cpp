@@ -34,17 +34,24 @@ CORVOperatingMode::CORVOperatingMode(Module& module, EndpointContext& endpoint,
     : RefCounted(&module),
       endpoint_(endpoint),
       mode_(std::move(mode)),
-      public_settings_(endpoint.record().machine()),
       global_settings_(endpoint.record().machine()) {}
 
 HRESULT CORVOperatingMode::FinalConstruct() {
   Diagnose(ORV_HERE("CORVOperatingMode::Init"), L"CORVOperatingMode::Init\n");
   Diagnose(ORV_HERE("CORVOperatingMode::SetOpMode"), L"op mode: %s\n",
            mode_->GetModeKey().GetModeName());
-  public_settings_.Init(endpoint_->record(), *mode_);
-  Refresh(public_values_, public_settings_);
+  public_ = ReadPublicValues(nullptr);
   if (global_settings_.InitGlobal(endpoint_->record())) Refresh(global_values_, global_settings_);
   return S_OK;
+}
+
+std::unique_ptr<CORVOperatingMode::PublicValues> CORVOperatingMode::ReadPublicValues(
+    bool* opened) const {
+  auto fresh = std::make_unique<PublicValues>(endpoint_->record().machine());
+  const bool found = fresh->settings.Init(endpoint_->record(), *mode_);
+  if (opened != nullptr) *opened = found;
+  Refresh(fresh->values, fresh->settings);
+  return fresh;
 }
 
 HRESULT CORVOperatingMode::get_ORVAPOControlEnumerator(ORVAPOControlType type,
@@ -52,9 +59,8 @@ HRESULT CORVOperatingMode::get_ORVAPOControlEnumerator(ORVAPOControlType type,
   return Guard([&]() -> HRESULT {
     if (type < 0 || type >= kORVAPO_Cont_NumControls) return E_INVALIDARG;
     if (enumerator == nullptr) return E_POINTER;
-    {
-      const std::scoped_lock lock(lock_);
-      Refresh(public_values_, public_settings_,
+    if (const std::scoped_lock lock(lock_); !update_) {
+      Refresh(public_->values, public_->settings,
               type == kORVAPO_Cont_Default ? &ORVAPOPublicSettings::ReadDefaultControls
                                            : &ORVAPOPublicSettings::ReadControls);
     }
@@ -73,8 +79,8 @@ HRESULT CORVOperatingMode::get_Name(BSTR* name) {
 HRESULT CORVOperatingMode::RestoreDefaults() {
   return Guard([&]() -> HRESULT {
     const std::scoped_lock lock(lock_);
-    public_settings_.WriteControls(mode_->GetDefaultControls());
-    Refresh(public_values_, public_settings_);
+    public_->settings.WriteControls(mode_->GetDefaultControls());
+    Refresh(public_->values, public_->settings);
     return S_OK;
   });
 }
@@ -108,10 +114,43 @@ HRESULT CORVOperatingMode::put_APOEnable(LONG enabled) {
   });
 }
 
+HRESULT CORVOperatingMode::BeginUpdate() {
+  return Guard([&]() -> HRESULT {
+    const std::scoped_lock lock(lock_);
+    if (update_) return E_UNEXPECTED;
+    bool opened = false;
+    auto update = std::make_unique<Update>();
+    update->pending = ReadPublicValues(&opened);
+    if (!opened) return E_FAIL;
+    update_ = std::move(update);
+    return S_OK;
+  });
+}
+
+HRESULT CORVOperatingMode::CommitUpdate() {
+  return Guard([&]() -> HRESULT {
+    const std::scoped_lock lock(lock_);
+    if (!update_) return E_UNEXPECTED;
+    const auto update = std::exchange(update_, nullptr);  // is over, whatever follows
+    if (update->changes.Count() == 0) return S_OK;
+    PublicValues& pending = *update->pending;
+    Refresh(pending.values, pending.settings);  // what others have stored since stays stored
+    pending.values.Merge(update->changes, kORVQVT_Merge_UpdateOnly);
+    if (!pending.settings.WriteControls(update->changes)) return E_FAIL;
+    public_ = std::move(update->pending);
+    return S_OK;
+  });
+}
+
+HRESULT CORVOperatingMode::CancelUpdate() {
+  const std::scoped_lock lock(lock_);
+  return std::exchange(update_, nullptr) ? S_OK : E_UNEXPECTED;
+}
+
 std::optional<std::int32_t> CORVOperatingMode::GetValue(const std::string& name,
                                                         const ORVQVTNameList* choices) {
   const std::scoped_lock lock(lock_);
-  const ORVQVTValue* held = std::as_const(public_values_).Find(name);
+  const ORVQVTValue* held = std::as_const(values()).Find(name);
   if (held == nullptr) {
     if (choices != nullptr)
       Diagnose(ORV_HERE("CORVOperatingMode::GetValue"), L"%s not found\n", Widen(name));
@@ -127,9 +166,15 @@ std::optional<std::int32_t> CORVOperatingMode::GetValue(const std::string& name,
 // The cache follows even if the settings refuse; only an exception leaves it as it was.
 bool CORVOperatingMode::PutValue(ORVQVTValue value) {
   const std::scoped_lock lock(lock_);
-  ORVQVTValue* held = public_values_.Find(value.GetName());
+  ORVQVTValue* held = values().Find(value.GetName());
   if (held == nullptr) return false;
-  const bool written = public_settings_.WriteControl(value);
+  bool written = true;
+  if (update_) {
+    ORVQVTValue change = value;  // before the list has a place for it, because copying may fail
+    update_->changes.GetOrAdd(value.GetName()) = std::move(change);
+  } else {
+    written = public_->settings.WriteControl(value);
+  }
   *held = std::move(value);
   return written;
 }

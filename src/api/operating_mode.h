@@ -22,9 +22,9 @@ namespace orv {
 // The values are read when the object is made and when an enumerator of its controls is asked for;
 // in between they change only through this object's own controls, which different threads may use
 // at the same time.
-class CORVOperatingMode final
-    : public RefCounted<Chain<IORVOperatingMode>, Chain<IORVOwnOperatingMode>>,
-      public ControlOwner {
+class CORVOperatingMode final : public RefCounted<Chain<IORVOperatingMode>, Chain<IORVValueUpdate>,
+                                                  Chain<IORVOwnOperatingMode>>,
+                                public ControlOwner {
  public:
   // Shares the record, which so outlives a reload of the endpoint's configuration.
   CORVOperatingMode(Module& module, EndpointContext& endpoint,
@@ -40,6 +40,10 @@ class CORVOperatingMode final
   HRESULT STDMETHODCALLTYPE get_APOEnable(LONG* enabled) override;
   HRESULT STDMETHODCALLTYPE put_APOEnable(LONG enabled) override;
 
+  HRESULT STDMETHODCALLTYPE BeginUpdate() override;
+  HRESULT STDMETHODCALLTYPE CommitUpdate() override;
+  HRESULT STDMETHODCALLTYPE CancelUpdate() override;
+
   const ORVAPOOperatingMode& mode_record() const noexcept override { return *mode_; }
 
   std::optional<std::int32_t> GetValue(const std::string& name,
@@ -49,12 +53,30 @@ class CORVOperatingMode final
   IUnknown* unknown() noexcept override { return static_cast<IORVOperatingMode*>(this); }
 
  private:
+  // The values that the controls answer, and the settings that they are read from and stored with.
+  struct PublicValues {
+    explicit PublicValues(Machine& machine) : settings(machine) {}
+    ORVAPOPublicSettings settings;
+    ORVQVTValueList values;
+  };
+  // An update in progress has values of its own, which take the place of the mode's when they are
+  // stored, so that a refused update leaves no trace.
+  struct Update {
+    std::unique_ptr<PublicValues> pending;
+    ORVQVTValueList changes;
+  };
+
+  // Reads the values; null in `opened` if the caller does not ask whether there is a key.
+  std::unique_ptr<PublicValues> ReadPublicValues(bool* opened) const;
+  // Those that the controls answer.
+  ORVQVTValueList& values() noexcept { return (update_ ? update_->pending : public_)->values; }
+
   CountedPart<EndpointContext> endpoint_;
   std::shared_ptr<const ORVAPOOperatingMode> mode_;
-  ORVAPOPublicSettings public_settings_;
   ORVAPOGlobalSettings global_settings_;
-  std::mutex lock_;  // guards the two lists below, and keeps them in step with the settings
-  ORVQVTValueList public_values_;
+  std::mutex lock_;  // guards the values below, and keeps them in step with the settings
+  std::unique_ptr<PublicValues> public_;
+  std::unique_ptr<Update> update_;
   ORVQVTValueList global_values_;
 };
 

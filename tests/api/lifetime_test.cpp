@@ -242,6 +242,13 @@ TEST_F(OutOfMemoryTest, ChangesLoseNothing) {
     LONG value = 0;
     return tech->get_Value(&value);
   });
+  ExpectNothingLost("BeginUpdate, CommitUpdate", [&, update = movie.As<IORVValueUpdate>()] {
+    HRESULT status = update->BeginUpdate();
+    if (status == S_OK) status = level->put_Value(78);
+    if (status == S_OK) return update->CommitUpdate();
+    update->CancelUpdate();
+    return status;
+  });
   ExpectNothingLost("put_APOEnable", [&] { return movie->put_APOEnable(0); });
   ExpectNothingLost("SetConfig", [&] {
     const HRESULT status = endpoint->SetConfig(kORVAPO_EPCfg_None);
@@ -249,9 +256,9 @@ TEST_F(OutOfMemoryTest, ChangesLoseNothing) {
     From(endpoint, &IORVEndpointInfo::get_OpMode);  // the modes of the last load that succeeded
     return status;
   });
-  EXPECT_EQ(ValueOf(level), 77);
+  EXPECT_EQ(ValueOf(level), 78);
   EXPECT_EQ(ValueOf(tech), 3);
-  EXPECT_EQ(Stored(kMovie, L"VQ3D-DPHD Level"), "77");
+  EXPECT_EQ(Stored(kMovie, L"VQ3D-DPHD Level"), "78");
   EXPECT_EQ(Stored(L"OrvApoGlobal", L"ZAPO3-Process Enable"), "0");
   ExpectNothingLost("RestoreDefaults", [&] { return movie->RestoreDefaults(); });
   EXPECT_EQ(ValueOf(level), 40);

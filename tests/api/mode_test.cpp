@@ -107,6 +107,61 @@ TEST_F(ModeTest, ValuesFollowTheRegistryAtEachNewEnumerator) {
   EXPECT_EQ(ValueOf(control), 55);
 }
 
+class UpdateTest : public ApiTest {
+ protected:
+  const ComPtr<IORVOperatingMode> mode_ = Mode(Endpoint());
+  const ComPtr<IORVValueUpdate> update_ = mode_.As<IORVValueUpdate>();
+  const ComPtr<IORVAPOControl> level_ = Control(mode_, L"VQ3D-DPHD Level");
+  const ComPtr<IORVAPOControl> tech_ = Control(mode_, L"VQ3D-Main Tech");
+};
+
+TEST_F(UpdateTest, CollectedValuesAreStoredWithOneWrite) {
+  EXPECT_EQ(update_->BeginUpdate(), S_OK);
+  EXPECT_EQ(update_->BeginUpdate(), E_UNEXPECTED);
+  EXPECT_EQ(level_->put_Value(50), S_OK);
+  EXPECT_EQ(level_->put_Value(55), S_OK);
+  EXPECT_EQ(tech_->put_Value(4), S_OK);
+  EXPECT_EQ(Control(mode_, L"VQ3D-Bypass Gain", kORVAPO_Cont_Default)->put_Value(1), E_FAIL);
+  EXPECT_EQ(ValueOf(level_), 55);  // the default list does not replace what is collected
+  EXPECT_EQ(ValueOf(tech_), 4);
+  EXPECT_EQ(Stored(kMovie, L"VQ3D-DPHD Level"), "(none)");
+
+  EXPECT_EQ(Control(Mode(Endpoint()), L"Undescribed")->put_Value(8), S_OK);
+  machine_->faults().FailNth("registry.set_value", 2, kRegAccessDenied);
+  EXPECT_EQ(update_->CommitUpdate(), S_OK);
+  EXPECT_EQ(Stored(kMovie, L"VQ3D-DPHD Level"), "55");
+  EXPECT_EQ(Stored(kMovie, L"VQ3D-Main Tech"), "VQ3D-MXHP");
+  EXPECT_EQ(Stored(kMovie, L"Undescribed"), "8");  // by another mode object since BeginUpdate
+  EXPECT_EQ(ValueOf(Control(mode_, L"Undescribed")), 8);
+
+  machine_->faults().Clear();
+  EXPECT_EQ(level_->put_Value(60), S_OK);  // the mode object goes on from what was stored
+  EXPECT_EQ(Stored(kMovie, L"VQ3D-Main Tech"), "VQ3D-MXHP");
+}
+
+TEST_F(UpdateTest, RefusedOrCancelledUpdateLeavesNoTrace) {
+  machine_->faults().FailNth("registry.set_value", 1, kRegAccessDenied);
+  EXPECT_EQ(update_->BeginUpdate(), S_OK);
+  EXPECT_EQ(level_->put_Value(90), S_OK);
+  EXPECT_EQ(update_->CommitUpdate(), E_FAIL);
+  EXPECT_EQ(ValueOf(level_), 40);
+  EXPECT_EQ(update_->BeginUpdate(), S_OK);
+  EXPECT_EQ(level_->put_Value(91), S_OK);
+  EXPECT_EQ(update_->CancelUpdate(), S_OK);
+  EXPECT_EQ(ValueOf(level_), 40);
+  EXPECT_THAT((Answers{update_->CommitUpdate(), update_->CancelUpdate()}), Each(E_UNEXPECTED));
+
+  machine_->faults().FailAlways("registry.set_value", kRegAccessDenied);
+  EXPECT_EQ(update_->BeginUpdate(), S_OK);
+  EXPECT_EQ(update_->CommitUpdate(), S_OK);  // nothing to write
+  machine_->faults().Clear();
+  EXPECT_EQ(tech_->put_Value(4), S_OK);
+  EXPECT_EQ(Stored(kMovie, L"VQ3D-DPHD Level"), "40");
+  machine_->faults().FailAlways("registry.open_key", kRegAccessDenied);
+  EXPECT_EQ(update_->BeginUpdate(), E_FAIL);
+  EXPECT_EQ(update_->CancelUpdate(), E_UNEXPECTED);
+}
+
 class ControlTest : public ApiTest {
  protected:
   // Name, scale, minimum and maximum.
