@@ -15,13 +15,13 @@ namespace {
 
 // In the order of the help page.
 constexpr CommandAdder* kCommands[] = {
-    AddEndpointsCommand,     AddConfigCommand,     AddPropertiesCommand, AddModesCommand,
-    AddModeCommand,          AddEnableCommand,     AddRestoreCommand,    AddControlsCommand,
-    AddGetCommand,           AddSetCommand,        AddWatchCommand,      AddAnalyseCommand,
-    AddSaveCommand,          AddLoadCommand,       AddUndoCommand,       AddDoctorCommand,
-    AddRegistrationCommands, AddCheckCommand,      AddImageCommands,     AddMachineCommands,
-    AddFilterCommands,       AddDspCommands,       AddDriftCommand,      AddResponseCommand,
-    AddEqCommands,           AddCompletionCommand, AddTourCommand};
+    AddEndpointsCommand, AddConfigCommand,        AddPropertiesCommand, AddModesCommand,
+    AddModeCommand,      AddEnableCommand,        AddRestoreCommand,    AddControlsCommand,
+    AddGetCommand,       AddSetCommand,           AddWatchCommand,      AddAnalyseCommand,
+    AddSaveCommand,      AddLoadCommand,          AddUndoCommand,       AddDiffCommand,
+    AddDoctorCommand,    AddRegistrationCommands, AddCheckCommand,      AddImageCommands,
+    AddMachineCommands,  AddFilterCommands,       AddDspCommands,       AddDriftCommand,
+    AddResponseCommand,  AddEqCommands,           AddCompletionCommand, AddTourCommand};
 
 // The global options that decide which machine and configuration a command uses.
 std::string GlobalOptionWords(const Context& context) {

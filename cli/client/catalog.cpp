@@ -42,6 +42,11 @@ ControlFacts Catalog::Describe(const std::string& name) const {
   return facts;
 }
 
+ValueForm Catalog::FormOf(const std::string& name) const {
+  const ControlFacts facts = Describe(name);
+  return cli::FormOf(name, facts.scale, facts.factor, facts.maximum, facts.choices);
+}
+
 std::vector<std::string> Catalog::DescribedNames() const {
   std::vector<std::string> names;
   for (const ORVQVTControlInfo& info : technology_.control_infos())

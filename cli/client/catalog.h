@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "cli/client/session.h"
+#include "cli/show/natural_order.h"
+#include "cli/show/typed_value.h"
 #include "config/configuration_file.h"
 #include "config/technology_library.h"
 
@@ -23,8 +25,8 @@ struct ControlFacts {
   std::vector<std::string> choices;
 };
 
-// Control texts by name, in the order in which the component lists them.
-using ControlTexts = std::map<std::string, std::string>;
+// Control texts by name, in the order in which they are shown.
+using ControlTexts = std::map<std::string, std::string, NaturalOrder>;
 
 class Catalog {
  public:
@@ -33,6 +35,8 @@ class Catalog {
         technology_(session.machine(), session.technology_folder().c_str()) {}
 
   ControlFacts Describe(const std::string& name) const;
+  // How the control's values look.
+  ValueForm FormOf(const std::string& name) const;
   std::size_t described_controls() const { return technology_.control_infos().size(); }
   std::vector<std::string> DescribedNames() const;
 

@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <set>
+#include <utility>
 
 #include "cli/show/failure.h"
 #include "cli/show/scale.h"
@@ -26,10 +28,18 @@ std::optional<std::int32_t> NumberOf(const std::string& text, const ControlFacts
   return number;
 }
 
+[[noreturn]] void FailAsUnknown(const std::vector<std::string>& names, const std::string& text,
+                                const Endpoint& endpoint, const Mode& mode) {
+  UsageFailure("no control named \"{}\" in {}.{}\nWhat lists them: {}", text, mode.name(),
+               Suggestion(names, text),
+               CommandLine("controls {} --mode {}", endpoint.number(), ShellWord(mode.name())));
+}
+
 ControlView View(const Catalog& catalog, const Control& control, const std::string& stored) {
   ControlView view;
   static_cast<ControlInfo&>(view) = control.Info();
   view.name = control.name();
+  view.is_private = control.is_private();
   view.facts = catalog.Describe(view.name);
   const std::optional<std::int32_t> number = NumberOf(stored, view.facts);
   view.value = control.Value();
@@ -78,31 +88,78 @@ const ControlView* FindView(const std::vector<ControlView>& views, const std::st
   return found != views.end() ? &*found : nullptr;
 }
 
-ControlView FindControl(Catalog& catalog, const Endpoint& endpoint, const Mode& mode,
-                        const std::string& name) {
-  std::vector<std::string> names;
-  for (const ORVAPOControlType list : {kORVAPO_Cont_Public, kORVAPO_Cont_Private}) {
-    const ControlTexts texts = catalog.Texts(endpoint, mode.name(), list);
-    if (const auto text = texts.find(name); text != texts.end())
-      if (const std::optional<Control> control = mode.Controls(list).Find(name))
-        return View(catalog, *control, text->second);
-    for (const auto& [other, text] : texts) names.push_back(other);
+void AddDefaults(Catalog& catalog, const Endpoint& endpoint, const Mode& mode,
+                 std::vector<ControlView>& views) {
+  const ControlTexts texts = catalog.Texts(endpoint, mode.name(), kORVAPO_Cont_Default);
+  for (ControlView& view : views) {
+    const auto text = texts.find(view.name);
+    if (text == texts.end()) continue;
+    view.default_value = NumberOf(text->second, view.facts);
+    view.default_text =
+        view.default_value ? ValueText(*view.default_value, FormOf(view)) : text->second;
   }
-  UsageFailure("no control named \"{}\" in {}.{}\nWhat lists them: {}", name, mode.name(),
-               Suggestion(names, name),
-               CommandLine("controls {} --mode {}", endpoint.number(), ShellWord(mode.name())));
+}
+
+void KeepFitting(std::vector<ControlView>& views, const std::vector<std::string>& texts,
+                 const Endpoint& endpoint, const Mode& mode) {
+  std::vector<std::string> names;
+  for (const ControlView& view : views) names.push_back(view.name);
+  std::set<std::size_t> fitting;
+  for (const std::string& text : texts) {
+    const std::vector<std::size_t> positions = SelectByPart(names, text);
+    if (positions.empty()) FailAsUnknown(names, text, endpoint, mode);
+    fitting.insert(positions.begin(), positions.end());
+  }
+  std::vector<ControlView> kept;
+  for (const std::size_t position : fitting) kept.push_back(std::move(views[position]));
+  views = std::move(kept);
+}
+
+ControlFinder::ControlFinder(Catalog& catalog, const Endpoint& endpoint, const Mode& mode)
+    : catalog_(catalog),
+      endpoint_(endpoint),
+      mode_(mode),
+      public_(mode.Controls(kORVAPO_Cont_Public)) {
+  for (const ORVAPOControlType list : {kORVAPO_Cont_Public, kORVAPO_Cont_Private}) {
+    for (const auto& [name, text] : catalog.Texts(endpoint, mode.name(), list)) {
+      names_.push_back(name);
+      places_.push_back({list, text});
+    }
+  }
+}
+
+std::vector<ControlView> ControlFinder::Find(const std::string& text) const {
+  const std::vector<std::size_t> positions = SelectByPart(names_, text);
+  if (positions.size() > 1 && !IsPattern(text)) FailAsAmbiguous(names_, positions, text, "control");
+  std::vector<ControlView> views;
+  for (const std::size_t position : positions) {
+    const auto& [list, stored] = places_[position];
+    const ControlList& controls = list == kORVAPO_Cont_Public ? public_ : mode_.Controls(list);
+    if (const auto control = controls.Find(names_[position]))
+      views.push_back(View(catalog_, *control, stored));
+  }
+  if (views.empty()) FailAsUnknown(names_, text, endpoint_, mode_);
+  return views;
 }
 
 Json ToJson(const ControlView& view) {
-  return {{"name", view.name},
-          {"display", view.display},
-          {"value", view.value ? Json(*view.value) : Json()},
-          {"text", view.text},
-          {"unit", FormOf(view).unit},
-          {"min", view.minimum},
-          {"max", view.maximum},
-          {"scale", ScaleWord(view.scale)},
-          {"choices", view.facts.described ? Json(view.facts.choices) : Json()}};
+  const auto number = [](const std::optional<std::int32_t>& value) {
+    return value ? Json(*value) : Json();
+  };
+  Json json = {{"name", view.name},
+               {"display", view.display},
+               {"value", number(view.value)},
+               {"text", view.text},
+               {"unit", FormOf(view).unit},
+               {"min", view.minimum},
+               {"max", view.maximum},
+               {"scale", ScaleWord(view.scale)},
+               {"choices", view.facts.described ? Json(view.facts.choices) : Json()}};
+  if (view.default_text) {
+    json["default"] = number(view.default_value);
+    json["default_text"] = *view.default_text;
+  }
+  return json;
 }
 
 Json ToJson(const std::vector<ControlView>& views) {
@@ -112,16 +169,19 @@ Json ToJson(const std::vector<ControlView>& views) {
 }
 
 void ShowControls(Output& output, const std::vector<ControlView>& views) {
-  Table table({{"CONTROL"}, {"VALUE", Align::Right}, {"TEXT"}, {"RANGE"}});
-  for (const ControlView& view : views)
-    table.Add({Cell(view.name), view.value ? std::to_string(*view.value) : "-",
-               Cell(view.text, ansi::kAccent), Cell(RangeText(view), ansi::kDim)});
+  const bool defaults = std::ranges::any_of(
+      views, [](const ControlView& view) { return view.default_text.has_value(); });
+  std::vector<Table::Column> columns = {{"CONTROL"}, {"VALUE", Align::Right}, {"TEXT"}, {"RANGE"}};
+  if (defaults) columns.insert(columns.end() - 1, Table::Column{"DEFAULT"});
+  Table table(columns);
+  for (const ControlView& view : views) {
+    std::vector<Cell> cells = {Cell(view.name), view.value ? std::to_string(*view.value) : "-",
+                               Cell(view.text, ansi::kAccent)};
+    if (defaults) cells.emplace_back(view.default_text.value_or("-"));
+    cells.emplace_back(RangeText(view), ansi::kDim);
+    table.Add(std::move(cells));
+  }
   output.Show(table);
-}
-
-void ShowControl(Output& output, const ControlView& view) {
-  if (output.json()) return output.Value(ToJson(view));
-  ShowControls(output, {view});
 }
 
 std::string RangeFault(const ControlView& view, std::int32_t value) {

@@ -1,6 +1,7 @@
 // Controls as commands show and take them.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,32 +14,62 @@ namespace orv::cli {
 
 struct ControlView : ControlInfo {
   std::string name;
+  bool is_private = false;
   std::optional<std::int32_t> value;
   bool numeric = true;  // false: what is stored is neither a number nor a choice
   std::string text;     // the choice, the number as a quantity, or the stored text as it is
   ControlFacts facts;
+  // What the configuration file has for the control; absent unless AddDefaults was called.
+  std::optional<std::string> default_text;
+  std::optional<std::int32_t> default_value;  // absent also if the text is not a value
 };
 
 // "public", "private" or "default".
 ORVAPOControlType ParseListName(const std::string& name);
 
-// Every control of the list in name order. A private control's value comes from the configuration
-// file, because the component does not return it.
+// Every control of the list in natural order. A private control's value comes from the
+// configuration file, because the component does not return it.
 std::vector<ControlView> ViewControls(Catalog& catalog, const Endpoint& endpoint, const Mode& mode,
                                       ORVAPOControlType list);
 
 // The one of this name; null if there is none.
 const ControlView* FindView(const std::vector<ControlView>& views, const std::string& name);
 
-// A control of the mode, public ones first. Usage failure with the nearest name if there is none.
-ControlView FindControl(Catalog& catalog, const Endpoint& endpoint, const Mode& mode,
-                        const std::string& name);
+// Looks the defaults of the mode's controls up.
+void AddDefaults(Catalog& catalog, const Endpoint& endpoint, const Mode& mode,
+                 std::vector<ControlView>& views);
+// Keeps the controls that one of the texts, parts of names or patterns, fits. Usage failure with
+// the nearest name for a text that fits none.
+void KeepFitting(std::vector<ControlView>& views, const std::vector<std::string>& texts,
+                 const Endpoint& endpoint, const Mode& mode);
+
+// The public and private controls of a mode by what a user types.
+class ControlFinder {
+ public:
+  ControlFinder(Catalog& catalog, const Endpoint& endpoint, const Mode& mode);
+
+  // The control of this name, or with this part in its name; all controls that a pattern fits.
+  // Usage failure with the names that would fit otherwise.
+  std::vector<ControlView> Find(const std::string& text) const;
+
+ private:
+  struct Place {
+    ORVAPOControlType list;
+    std::string stored;
+  };
+
+  const Catalog& catalog_;
+  const Endpoint& endpoint_;
+  const Mode& mode_;
+  ControlList public_;
+  std::vector<std::string> names_;
+  std::vector<Place> places_;  // of the names
+};
 
 Json ToJson(const ControlView& view);
 Json ToJson(const std::vector<ControlView>& views);
+// With a column for the defaults if they were looked up.
 void ShowControls(Output& output, const std::vector<ControlView>& views);
-// As a table, or as its JSON value.
-void ShowControl(Output& output, const ControlView& view);
 
 // How the control's values look, and its present one.
 ValueForm FormOf(const ControlView& view);

@@ -70,6 +70,28 @@ std::wstring SystemFolder(Machine& machine) {
   return AsFolder(machine.SystemDirectory().value_or(std::wstring()));
 }
 
+// Drops the update at the end of the scope unless it was committed.
+class OpenUpdate {
+ public:
+  OpenUpdate(const ComPtr<IORVOperatingMode>& mode, const std::string& asked)
+      : update_(mode.As<IORVValueUpdate>()) {
+    if (!update_) {
+      ComponentFailure(asked, E_NOINTERFACE,
+                       "The component is older than this program. To register the one beside it: " +
+                           CommandLine("register"));
+    }
+    Require(update_->BeginUpdate(), asked, CheckRights());
+  }
+  ~OpenUpdate() { update_->CancelUpdate(); }
+  OpenUpdate(const OpenUpdate&) = delete;
+  OpenUpdate& operator=(const OpenUpdate&) = delete;
+
+  HRESULT Commit() { return update_->CommitUpdate(); }
+
+ private:
+  ComPtr<IORVValueUpdate> update_;
+};
+
 // The library's folder as the first of the endpoints names it, else the system directory.
 std::wstring FindTechnologyFolder(Machine& machine, const std::vector<std::string>& endpoints) {
   Registry& registry = machine.registry();
@@ -128,6 +150,23 @@ ControlList Mode::Controls(ORVAPOControlType type) const {
   auto list = enumerator.As<IORVAPOControlEnumerator2>();
   if (!list) ComponentFailure("finding controls by name", E_NOINTERFACE, kReportBug);
   return ControlList(std::move(list), type == kORVAPO_Cont_Private);
+}
+
+void Mode::Store(const std::map<std::string, std::int32_t>& values) const {
+  if (values.empty()) return;
+  const auto& [first, value] = *values.begin();
+  const std::string asked = values.size() == 1
+                                ? fmt::format("setting \"{}\" to {}", first, value)
+                                : fmt::format("storing {} values of {}", values.size(), name_);
+  OpenUpdate update(object_, asked);
+  const ControlList publics = Controls(kORVAPO_Cont_Public);
+  for (const auto& [name, wanted] : values) {
+    std::optional<Control> control = publics.Find(name);
+    if (!control) control = Controls(kORVAPO_Cont_Private).Find(name);
+    if (!control) ComponentFailure("finding \"" + name + "\"", orv_apo::kNotFound, "");
+    control->SetValue(wanted);
+  }
+  Require(update.Commit(), asked, CheckRights());
 }
 
 void Mode::RestoreDefaults() const {

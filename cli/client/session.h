@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -33,6 +34,7 @@ class Control {
       : object_(std::move(object)), name_(std::move(name)), is_private_(is_private) {}
 
   const std::string& name() const noexcept { return name_; }
+  bool is_private() const noexcept { return is_private_; }
   ControlInfo Info() const;
   // nullopt if the mode does not hold the control's value.
   std::optional<std::int32_t> Value() const;
@@ -64,6 +66,8 @@ class Mode {
   const std::string& name() const noexcept { return name_; }
   IORVOperatingMode* object() const noexcept { return object_.get(); }
   ControlList Controls(ORVAPOControlType type) const;  // read again from the registry
+  // Stores the values by control name with one write, all or none.
+  void Store(const std::map<std::string, std::int32_t>& values) const;
   void RestoreDefaults() const;
   // The switch as it was when this mode object was made, or last set through it.
   bool Enabled() const;

@@ -54,10 +54,59 @@ std::vector<Change> Differences(const EndpointState& from, const EndpointState& 
   return changes;
 }
 
+std::vector<Json> ReadHeld(const Endpoint& endpoint, const std::vector<Mode>& modes,
+                           const std::vector<Change>& changes) {
+  std::map<std::string, ControlList> lists;
+  const auto held = [&](const Change& change) -> Json {
+    if (change.what == "mode") {
+      const std::optional<Mode> current = endpoint.CurrentMode();
+      return current ? Json(current->name()) : Json();
+    }
+    if (change.what == "switch") {
+      const std::vector<Mode> afresh = endpoint.Modes();
+      return afresh.empty() ? Json() : Json(afresh.front().Enabled());
+    }
+    auto list = lists.find(change.mode);
+    if (list == lists.end()) {
+      const auto mode = std::ranges::find(modes, change.mode, &Mode::name);
+      if (mode == modes.end()) return {};
+      list = lists.emplace(change.mode, mode->Controls(kORVAPO_Cont_Public)).first;
+    }
+    const std::optional<Control> control = list->second.Find(change.name);
+    const std::optional<std::int32_t> value = control ? control->Value() : std::nullopt;
+    return value ? Json(*value) : Json();
+  };
+  std::vector<Json> all;
+  for (const Change& change : changes) all.push_back(held(change));
+  return all;
+}
+
 std::string ToText(const Json& value) {
   if (value.is_null()) return "-";
   if (value.is_boolean()) return value.get<bool>() ? "on" : "off";
   return value.is_string() ? value.get<std::string>() : value.dump();
+}
+
+std::string ToText(const Catalog& catalog, const Change& change, const Json& value) {
+  if (change.what != "control" || !value.is_number()) return ToText(value);
+  return ValueText(value.get<std::int32_t>(), catalog.FormOf(change.name));
+}
+
+Json ToJson(const Catalog& catalog, const Change& change) {
+  const bool is_control = change.what == "control";
+  return {{"mode", change.mode.empty() ? Json() : Json(change.mode)},
+          {"name", change.name},
+          {"from", change.from},
+          {"to", change.to},
+          {"from_text", ToText(catalog, change, change.from)},
+          {"to_text", ToText(catalog, change, change.to)},
+          {"unit", is_control ? catalog.FormOf(change.name).unit : ""}};
+}
+
+Json ToJson(const Catalog& catalog, const std::vector<Change>& changes) {
+  Json array = Json::array();
+  for (const Change& change : changes) array.push_back(ToJson(catalog, change));
+  return array;
 }
 
 }  // namespace orv::cli

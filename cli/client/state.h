@@ -8,13 +8,14 @@
 
 #include "cli/client/catalog.h"
 #include "cli/client/session.h"
+#include "cli/show/natural_order.h"
 #include "cli/show/output.h"
 
 namespace orv::cli {
 
 struct ModeState {
   std::string name;
-  std::map<std::string, std::int32_t> controls;  // public values by control name
+  std::map<std::string, std::int32_t, NaturalOrder> controls;  // public values by control name
 };
 
 struct EndpointState {
@@ -43,7 +44,18 @@ EndpointState ReadState(Catalog& catalog, const Endpoint& endpoint);
 // have not changed.
 std::vector<Change> Differences(const EndpointState& from, const EndpointState& to);
 
+// What the endpoint and these modes of it hold now, read again, for each of the changes; null where
+// there is no value.
+std::vector<Json> ReadHeld(const Endpoint& endpoint, const std::vector<Mode>& modes,
+                           const std::vector<Change>& changes);
+
 // A value of a change as text: "on", "off", "-" if there is none.
 std::string ToText(const Json& value);
+// The same for one of the change's values; a control's number is its choice or has its unit.
+std::string ToText(const Catalog& catalog, const Change& change, const Json& value);
+
+// {mode, name, from, to, from_text, to_text, unit}
+Json ToJson(const Catalog& catalog, const Change& change);
+Json ToJson(const Catalog& catalog, const std::vector<Change>& changes);
 
 }  // namespace orv::cli

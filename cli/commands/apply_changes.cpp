@@ -1,84 +1,141 @@
 #include "cli/commands/apply_changes.h"
 
 #include <algorithm>
+#include <iterator>
+#include <map>
+#include <span>
 
 #include "cli/commands/commands.h"
 
 namespace orv::cli {
 namespace {
 
-void ApplyOne(const Endpoint& endpoint, const std::vector<Mode>& modes, const Change& change,
-              const Json& value) {
+// Changes that are made with one request: the controls of one mode, or one other change.
+using Step = std::span<const Change>;
+
+std::vector<Step> StepsOf(const std::vector<Change>& changes) {
+  std::vector<Step> steps;
+  for (auto first = changes.begin(); first != changes.end();) {
+    const auto last = std::find_if(first + 1, changes.end(), [&](const Change& next) {
+      return first->mode.empty() || next.mode != first->mode;
+    });
+    steps.emplace_back(first, last);
+    first = last;
+  }
+  return steps;
+}
+
+// Makes the step, or with `&Change::from` takes it back. What had no value keeps its present one.
+void Take(const Endpoint& endpoint, const std::vector<Mode>& modes, Step step,
+          const Json Change::*side) {
+  const Json& value = step.front().*side;
   if (value.is_boolean()) return modes.front().SetEnabled(value.get<bool>());
-  const std::string name = value.is_string() ? value.get<std::string>() : change.mode;
+  const std::string name = value.is_string() ? value.get<std::string>() : step.front().mode;
   const auto mode = std::ranges::find(modes, name, &Mode::name);
   if (mode == modes.end()) return;
   if (value.is_string()) return endpoint.SetCurrentMode(*mode);
-  const auto control = mode->Controls(kORVAPO_Cont_Public).Find(change.name);
-  if (value.is_number() && control) control->SetValue(value.get<std::int32_t>());
+  std::map<std::string, std::int32_t> values;
+  for (const Change& change : step)
+    if ((change.*side).is_number()) values[change.name] = (change.*side).get<std::int32_t>();
+  mode->Store(values);
 }
 
-void Undo(const Endpoint& endpoint, const std::vector<Mode>& modes, std::vector<Change> changes) {
-  std::ranges::reverse(changes);
-  for (const Change& change : changes) {
+// Takes the steps back, the last one first, and returns the words for it.
+std::string TakeBack(const Endpoint& endpoint, const std::vector<Mode>& modes,
+                     std::vector<Step> steps) {
+  if (steps.empty()) return "\nNothing was changed.";
+  std::ranges::reverse(steps);
+  bool complete = true;
+  for (const Step step : steps) {
     try {
-      ApplyOne(endpoint, modes, change, change.from);
+      Take(endpoint, modes, step, &Change::from);
     } catch (const Failure&) {
-      continue;  // the first refusal is the one to report
+      complete = false;  // the first refusal is the one to report
     }
   }
+  return complete ? "\nWhat was changed before it was taken back."
+                  : "\nNot everything that was changed before it could be taken back.";
+}
+
+// Those that are not there, each with what was read back in `from`.
+std::vector<Change> FindMissing(const Endpoint& endpoint, const std::vector<Mode>& modes,
+                                const std::vector<Change>& changes) {
+  const std::vector<Json> held = ReadHeld(endpoint, modes, changes);
+  std::vector<Change> missing;
+  for (std::size_t i = 0; i < changes.size(); ++i) {
+    if (held[i] == changes[i].to) continue;
+    missing.push_back(changes[i]);
+    missing.back().from = held[i];
+  }
+  return missing;
+}
+
+// Returns what is missing at the end.
+std::vector<Change> WriteAndVerify(const Endpoint& endpoint, const std::vector<Mode>& modes,
+                                   const std::vector<Change>& changes, const Making& making) {
+  const std::vector<Step> steps = StepsOf(changes);
+  std::size_t done = 0;  // steps, of the first attempt
+  std::vector<Change> missing;
+  ChangeAndVerify([&] {
+    try {
+      if (making.write) making.write();
+      for (std::size_t i = 0; !making.write && i < steps.size(); ++i) {
+        Take(endpoint, modes, steps[i], &Change::to);
+        done = std::max(done, i + 1);
+      }
+    } catch (const Failure& refusal) {
+      if (making.write) throw;
+      const auto last = steps.begin() + static_cast<std::ptrdiff_t>(done);
+      throw Failure(refusal.exit_status(),
+                    refusal.what() + TakeBack(endpoint, modes, {steps.begin(), last}));
+    }
+    missing = FindMissing(endpoint, modes, changes);
+    return missing.empty();
+  });
+  return missing;
 }
 
 }  // namespace
 
-std::vector<Change> ApplyChanges(Catalog& catalog, const Endpoint& endpoint,
-                                 const std::vector<Change>& changes, const EndpointState& target) {
-  const std::vector<Mode> modes = endpoint.Modes();
-  std::vector<Change> left = changes;
-  std::size_t done = 0;  // of the first attempt
-  ChangeAndVerify([&] {
-    try {
-      for (const Change& change : left) {
-        ApplyOne(endpoint, modes, change, change.to);
-        done = std::min(done + 1, changes.size());
-      }
-    } catch (const Failure&) {
-      Undo(endpoint, modes, {changes.begin(), changes.begin() + static_cast<std::ptrdiff_t>(done)});
-      throw;
+std::vector<Change> MakeChanges(Context& context, const Endpoint& endpoint,
+                                const std::vector<Mode>& modes, const std::vector<Change>& changes,
+                                const Making& making) {
+  std::vector<Change> made = changes;
+  if (!making.dry_run) {
+    const Catalog& catalog = context.catalog();
+    const std::vector<Change> missing = WriteAndVerify(endpoint, modes, changes, making);
+    if (making.write && !missing.empty() && missing.size() == changes.size()) {
+      throw Failure(kRefused, "nothing was stored: {} as before.\nWhat examines the endpoint: {}",
+                    Counted(missing.size(), "value is", "values are"),
+                    CommandLine("doctor " + endpoint.number()));
     }
-    left = Differences(ReadState(catalog, endpoint), target);
-    return left.empty();
-  });
-  return left;
-}
-
-void ReportLeft(Context& context, const std::vector<Change>& left, std::vector<Change>& made) {
-  for (const Change& one : left) {
-    ReportDifference(context, one.name, ToText(one.to), ToText(one.from));
-    std::erase_if(made, [&](const Change& change) {
-      return change.mode == one.mode && change.name == one.name;
-    });
+    for (const Change& one : missing) {
+      ReportDifference(context, one.name, ToText(catalog, one, one.to),
+                       ToText(catalog, one, one.from));
+      std::erase_if(made, [&](const Change& change) {
+        return change.mode == one.mode && change.name == one.name;
+      });
+    }
   }
+  std::erase_if(made, [](const Change& change) { return change.from == change.to; });
+  if (!making.dry_run && making.command != nullptr) context.Keep(endpoint, making.command, made);
+  return made;
 }
 
-Json ToJson(const std::vector<Change>& changes) {
-  Json array = Json::array();
-  for (const Change& change : changes)
-    array.push_back({{"mode", change.mode.empty() ? Json() : Json(change.mode)},
-                     {"name", change.name},
-                     {"from", change.from},
-                     {"to", change.to}});
-  return array;
+std::string ChangesText(std::size_t count, bool dry_run) {
+  return Counted(count, "change") + (dry_run ? " to make; nothing was changed." : " made.");
 }
 
-void ShowChanges(Output& output, const std::vector<Change>& changes, bool dry_run) {
+void ShowChanges(Context& context, const std::vector<Change>& changes, bool dry_run) {
+  Output& output = context.output;
+  const Catalog& catalog = context.catalog();
+  if (output.json()) return output.Value(ToJson(catalog, changes));
   Table table({{"MODE"}, {"NAME"}, {"FROM"}, {"TO"}});
   for (const Change& change : changes)
-    table.Add(
-        {change.mode, change.name, ToText(change.from), Cell(ToText(change.to), ansi::kAccent)});
+    table.Add({change.mode, change.name, ToText(catalog, change, change.from),
+               Cell(ToText(catalog, change, change.to), ansi::kAccent)});
   if (!table.empty()) output.Show(table);
-  output.Line(Counted(changes.size(), "change") +
-              (dry_run ? " to make; nothing was changed." : " made."));
+  output.Line(ChangesText(changes.size(), dry_run));
 }
 
 }  // namespace orv::cli

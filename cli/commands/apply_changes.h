@@ -1,6 +1,8 @@
-// Changes to an endpoint's modes, switches and controls, as "load" and "eq import" make them.
+// Changes to an endpoint's modes, switches and controls, as commands make them: all or, as far as
+// possible, none, read back, and kept for "undo".
 #pragma once
 
+#include <functional>
 #include <vector>
 
 #include "cli/client/context.h"
@@ -8,16 +10,25 @@
 
 namespace orv::cli {
 
-// All changes or, as far as possible, none: a refusal puts back what was changed before it, and is
-// thrown. Returns what still differs from the target at the end.
-std::vector<Change> ApplyChanges(Catalog& catalog, const Endpoint& endpoint,
-                                 const std::vector<Change>& changes, const EndpointState& target);
+// How a command makes its changes.
+struct Making {
+  const char* command = nullptr;  // under which "undo" finds them; null keeps nothing
+  bool dry_run = false;           // nothing is changed
+  // The writing, if the values are not stored one by one.
+  std::function<void()> write = {};
+};
 
-// Reports the changes that are left and removes them from those that were made.
-void ReportLeft(Context& context, const std::vector<Change>& left, std::vector<Change>& made);
+// Makes the changes, each mode's controls with one write. A refusal puts back what was changed
+// before it, and is thrown. What is read back with another value is reported. Returns the changes
+// that were made, without those that change nothing; in a dry run those to make. `modes` are the
+// modes that the changes name.
+std::vector<Change> MakeChanges(Context& context, const Endpoint& endpoint,
+                                const std::vector<Mode>& modes, const std::vector<Change>& changes,
+                                const Making& making);
 
-Json ToJson(const std::vector<Change>& changes);
-// A table, then how many there are. `dry_run`: they were not made.
-void ShowChanges(Output& output, const std::vector<Change>& changes, bool dry_run);
+// The changes as the command's result: as a table with their number, or as its JSON value.
+void ShowChanges(Context& context, const std::vector<Change>& changes, bool dry_run);
+// "2 changes made.", or what a dry run reports.
+std::string ChangesText(std::size_t count, bool dry_run);
 
 }  // namespace orv::cli

@@ -33,7 +33,8 @@ inline constexpr char kEndpointHelp[] =
 inline constexpr char kModeHelp[] =
     "Mode: its name or any part of it that fits one mode only (default: the current mode)";
 inline constexpr char kDspDefaultHelp[] = "Have the driver keep the values as its default";
-inline constexpr char kControlHelp[] = "Control: its exact name";
+inline constexpr char kControlHelp[] =
+    "Control: its name, any part that fits one control only, or a pattern with * and ?";
 inline constexpr char kValueHelp[] =
     "A whole number in the control's own steps, or one of its choices";
 
@@ -102,9 +103,9 @@ using CommandAdder = void(CLI::App& app, Context& context);
 CommandAdder AddEndpointsCommand, AddConfigCommand, AddPropertiesCommand, AddModesCommand,
     AddModeCommand, AddEnableCommand, AddRestoreCommand, AddControlsCommand, AddGetCommand,
     AddSetCommand, AddWatchCommand, AddAnalyseCommand, AddSaveCommand, AddLoadCommand,
-    AddUndoCommand, AddDoctorCommand, AddRegistrationCommands, AddCheckCommand, AddImageCommands,
-    AddMachineCommands, AddFilterCommands, AddDspCommands, AddDriftCommand, AddResponseCommand,
-    AddEqCommands, AddCompletionCommand, AddTourCommand;
+    AddUndoCommand, AddDiffCommand, AddDoctorCommand, AddRegistrationCommands, AddCheckCommand,
+    AddImageCommands, AddMachineCommands, AddFilterCommands, AddDspCommands, AddDriftCommand,
+    AddResponseCommand, AddEqCommands, AddCompletionCommand, AddTourCommand;
 
 void AddDriversCommand(CLI::App& machine, Context& context);  // machine drivers
 void AddIntelDspCommands(CLI::App& dsp, Context& context);    // dsp intel

@@ -1,134 +1,216 @@
 // controls, get, set, restore
+#include <algorithm>
+
 #include "cli/client/control_view.h"
+#include "cli/commands/apply_changes.h"
 #include "cli/commands/commands.h"
+#include "cli/offline/assignments.h"
+#include "cli/offline/files.h"
+#include "cli/show/select.h"
 
 namespace orv::cli {
 namespace {
 
-constexpr CommandText kListControlsText = {
-    "controls", "The controls of a mode",
-    "orvctl controls 0 --mode Movie/Internal\n  orvctl --json controls 0 --list default",
-    "The component does not report values of private controls: the values shown are those of "
-    "the configuration file."};
-
 struct ControlsArguments : ModeArguments {
+  std::vector<std::string> controls;
   std::string list = "public";
+  bool changed = false;
 };
 
 void ListControls(Context& context, const ControlsArguments& arguments) {
   const ORVAPOControlType list = ParseListName(arguments.list);
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const Mode mode = context.SelectMode(endpoint, arguments.mode);
-  const std::vector<ControlView> views = ViewControls(context.catalog(), endpoint, mode, list);
-  if (context.output.json()) return context.output.Value(ToJson(views));
-  context.output.Line(context.output.Painted(mode.name(), ansi::kBold));
-  ShowControls(context.output, views);
+  std::vector<ControlView> views = ViewControls(context.catalog(), endpoint, mode, list);
+  if (!arguments.controls.empty()) KeepFitting(views, arguments.controls, endpoint, mode);
+  if (arguments.changed) {
+    AddDefaults(context.catalog(), endpoint, mode, views);
+    std::erase_if(views, [](const ControlView& view) { return view.text == view.default_text; });
+  }
+  Output& output = context.output;
+  if (output.json()) return output.Value(ToJson(views));
+  output.Line(output.Painted(mode.name(), ansi::kBold));
+  if (arguments.changed && views.empty()) return output.Line("All values are the defaults.");
+  ShowControls(output, views);
 }
 
-struct ControlArguments : ModeArguments {
-  std::string control;
+struct GetArguments : ModeArguments {
+  std::vector<std::string> controls;
+  bool value = false;
+  bool raw = false;
 };
 
-void GetControl(Context& context, const ControlArguments& arguments) {
+void GetControls(Context& context, const GetArguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const Mode mode = context.SelectMode(endpoint, arguments.mode);
-  ShowControl(context.output, FindControl(context.catalog(), endpoint, mode, arguments.control));
+  const ControlFinder finder(context.catalog(), endpoint, mode);
+  std::vector<ControlView> views;
+  for (const std::string& text : arguments.controls)
+    for (ControlView& view : finder.Find(text)) views.push_back(std::move(view));
+  Output& output = context.output;
+  const bool is_one = arguments.controls.size() == 1 && !IsPattern(arguments.controls.front());
+  if (output.json()) return output.Value(is_one ? ToJson(views.front()) : ToJson(views));
+  if (!arguments.value && !arguments.raw) return ShowControls(output, views);
+  for (const ControlView& view : views)
+    output.Line(arguments.raw && view.numeric ? std::to_string(*view.value) : Printable(view.text));
 }
 
-struct SetArguments : ControlArguments {
-  std::string value;
+struct SetArguments : ModeArguments {
+  std::string control;
+  std::vector<std::string> values;
+  std::string from;
   bool raw = false;
   bool force = false;
 };
 
-void StoreValue(const Mode& mode, const std::string& name, std::int32_t value) {
-  std::optional<Control> control = mode.Controls(kORVAPO_Cont_Public).Find(name);
-  if (!control) control = mode.Controls(kORVAPO_Cont_Private).Find(name);
-  if (!control) ComponentFailure("finding \"" + name + "\"", orv_apo::kNotFound, "");
-  control->SetValue(value);
+// CONTROL VALUE, or CONTROL=VALUE for each word, or the lines of a file.
+std::vector<Assignment> AssignmentsOf(const SetArguments& arguments) {
+  if (!arguments.from.empty()) {
+    return ReadAssignments(ReadWholeFile(arguments.from, kAssignmentsLimit), arguments.from);
+  }
+  if (arguments.control.empty())
+    UsageFailure("expected CONTROL VALUE, CONTROL=VALUE once or more, or --from FILE.");
+  const bool is_pair =
+      arguments.values.size() == 1 && arguments.control.find('=') == std::string::npos;
+  if (is_pair) return {{arguments.control, arguments.values.front(), false, {}}};
+  std::vector<std::string> words = arguments.values;
+  words.insert(words.begin(), arguments.control);
+  std::vector<Assignment> assignments;
+  for (const std::string& word : words) {
+    const std::optional<Assignment> assignment = SplitAssignment(word);
+    if (!assignment)
+      UsageFailure("\"{}\" has no value: expected CONTROL VALUE, or CONTROL=VALUE once or more.",
+                   word);
+    assignments.push_back(*assignment);
+  }
+  return assignments;
 }
 
-void SetControl(Context& context, const SetArguments& arguments) {
+// The changes that all assignments make. Throws a usage failure with everything that is wrong.
+std::vector<Change> PlanChanges(const ControlFinder& finder, const Mode& mode,
+                                const std::vector<Assignment>& assignments,
+                                const SetArguments& arguments) {
+  std::vector<Change> changes;
+  std::string faults;
+  for (const Assignment& assignment : assignments) {
+    try {
+      for (const ControlView& view : finder.Find(assignment.control)) {
+        if (view.is_private && IsPattern(assignment.control)) continue;  // clients cannot change it
+        if (std::ranges::find(changes, view.name, &Change::name) != changes.end())
+          UsageFailure("\"{}\" has two values.", view.name);
+        const bool is_raw = arguments.raw || assignment.raw;
+        const std::int32_t value = ParseValue(
+            view, assignment.value, is_raw ? ReadRawValue : ReadTypedValue, arguments.force);
+        changes.push_back(
+            {"control", mode.name(), view.name, view.value ? Json(*view.value) : Json(), value});
+      }
+    } catch (const Failure& failure) {
+      if (!faults.empty()) faults += '\n';
+      faults += assignment.place + failure.what();
+    }
+  }
+  if (faults.empty()) return changes;
+  UsageFailure(assignments.size() == 1 ? faults : faults + "\nNothing was changed.");
+}
+
+void SetControls(Context& context, const SetArguments& arguments) {
+  const std::vector<Assignment> assignments = AssignmentsOf(arguments);
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const ChangeLock lock = context.LockForChange(endpoint);
   const Mode mode = context.SelectMode(endpoint, arguments.mode);
-  const ControlView before = FindControl(context.catalog(), endpoint, mode, arguments.control);
-  const std::int32_t value = ParseValue(
-      before, arguments.value, arguments.raw ? ReadRawValue : ReadTypedValue, arguments.force);
-  ControlView after;
-  const bool stored = ChangeAndVerify([&] {
-    StoreValue(mode, before.name, value);
-    after = FindControl(context.catalog(), endpoint, mode, before.name);
-    return after.value == value;
-  });
-  if (!stored) {
-    ReportDifference(context, before.name, std::to_string(value),
-                     after.value ? std::to_string(*after.value) : "\"" + after.text + "\"");
-  }
-  if (after.value && after.value != before.value) {
-    const Json from = before.value ? Json(*before.value) : Json();
-    context.Keep(endpoint, "set", {{"control", mode.name(), after.name, from, *after.value}});
-  }
-  ShowControl(context.output, after);
+  const std::vector<Change> changes =
+      PlanChanges(ControlFinder(context.catalog(), endpoint, mode), mode, assignments, arguments);
+  MakeChanges(context, endpoint, {mode}, changes, {.command = "set"});
+  const ControlFinder finder(context.catalog(), endpoint, mode);
+  std::vector<ControlView> after;
+  for (const Change& change : changes) after.push_back(finder.Find(change.name).front());
+  Output& output = context.output;
+  const bool is_one = arguments.values.size() == 1 && !IsPattern(arguments.control);
+  if (output.json()) return output.Value(is_one ? ToJson(after.front()) : ToJson(after));
+  ShowControls(output, after);
 }
 
-void RestoreDefaults(Context& context, const ModeArguments& arguments) {
+struct RestoreArguments : ModeArguments {
+  bool dry_run = false;
+};
+
+void RestoreDefaults(Context& context, const RestoreArguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
-  const ChangeLock lock = context.LockForChange(endpoint);
+  std::optional<ChangeLock> lock;
+  if (!arguments.dry_run) lock.emplace(context.LockForChange(endpoint));
   const Mode mode = context.SelectMode(endpoint, arguments.mode);
-  Catalog& catalog = context.catalog();
-  const ControlTexts defaults = catalog.Texts(endpoint, mode.name(), kORVAPO_Cont_Default);
-  const EndpointState before{{}, {}, {ReadModeState(catalog, endpoint, mode)}};
-  ControlTexts unrestored;  // what is found instead of the default
-  ChangeAndVerify([&] {
-    mode.RestoreDefaults();
-    unrestored = catalog.Texts(endpoint, mode.name(), kORVAPO_Cont_Public);
-    std::erase_if(unrestored, [&](const auto& found) {
-      const auto wanted = defaults.find(found.first);
-      return wanted == defaults.end() || wanted->second == found.second;
-    });
-    return unrestored.empty();
-  });
-  const EndpointState after{{}, {}, {ReadModeState(catalog, endpoint, mode)}};
-  context.Keep(endpoint, "restore", Differences(before, after));
-  for (const auto& [name, found] : unrestored)
-    ReportDifference(context, name, "its default, " + defaults.at(name), found);
-  const auto views = ViewControls(catalog, endpoint, mode, kORVAPO_Cont_Public);
-  if (context.output.json()) return context.output.Value(ToJson(views));
-  ShowControls(context.output, views);
+  std::vector<ControlView> views =
+      ViewControls(context.catalog(), endpoint, mode, kORVAPO_Cont_Public);
+  AddDefaults(context.catalog(), endpoint, mode, views);
+  std::vector<Change> changes;
+  for (const ControlView& view : views) {
+    const bool is_default = view.numeric && view.value == view.default_value;
+    if (is_default || !view.default_value) continue;
+    changes.push_back({"control", mode.name(), view.name, view.numeric ? Json(*view.value) : Json(),
+                       *view.default_value});
+  }
+  // The component stores the private controls with them, also if no public one changes.
+  const Making making = {
+      .command = "restore", .dry_run = arguments.dry_run, .write = [&] { mode.RestoreDefaults(); }};
+  ShowChanges(context, MakeChanges(context, endpoint, {mode}, changes, making), arguments.dry_run);
 }
 
 }  // namespace
 
 void AddControlsCommand(CLI::App& app, Context& context) {
-  auto [controls, arguments] = AddCommand(app, context, ListControls, kListControlsText);
+  auto [controls, arguments] = AddCommand(
+      app, context, ListControls,
+      {"controls", "The controls of a mode",
+       "orvctl controls 0 geq --mode Movie/Internal\n  orvctl controls 0 --changed\n"
+       "  orvctl --json controls 0 --list default",
+       "The component does not report values of private controls: the values shown are those of "
+       "the configuration file."});
+  controls.add_option("CONTROL", arguments.controls,
+                      "Only controls with this part in their names, or that fit the pattern");
   controls.add_option("--list", arguments.list, "public, private or default")
       ->capture_default_str();
+  controls.add_flag("--changed", arguments.changed,
+                    "Only controls whose values are not the defaults, with the defaults");
 }
 
 void AddGetCommand(CLI::App& app, Context& context) {
-  auto [get, arguments] = AddCommand(
-      app, context, GetControl, {"get", "One control", "orvctl get 0 \"VQ3D-Process Enable\""});
-  get.add_option("CONTROL", arguments.control, kControlHelp)->required();
+  auto [get, arguments] =
+      AddCommand(app, context, GetControls,
+                 {"get", "One control or several",
+                  "orvctl get 0 \"VQ3D-Process Enable\"\n  orvctl get 0 'PEQ Left*Gain' --value"});
+  get.add_option("CONTROL", arguments.controls, kControlHelp)->required();
+  get.add_flag("--value", arguments.value, "Only the value, one line for each control");
+  get.add_flag("--raw", arguments.raw, "Only the stored number, one line for each control");
 }
 
 void AddSetCommand(CLI::App& app, Context& context) {
   auto [set, arguments] = AddCommand(
-      app, context, SetControl,
-      {"set", "Change one control",
-       "orvctl set 0 \"VQ3D-Process Enable\" on\n  orvctl set 0 \"VQ3D-AEQ Bypass Gain\" -6dB"});
-  set.add_option("CONTROL", arguments.control, kControlHelp)->required();
-  set.add_option("VALUE", arguments.value,
-                 "As shown (\"-3.5 dB\", 200Hz, a choice), on, off, toggle, or a step: +=3dB")
-      ->required();
+      app, context, SetControls,
+      {"set", "Change controls of a mode, all or none",
+       "orvctl set 0 \"VQ3D-Process Enable\" on\n"
+       "  orvctl set 0 \"VQ3D-AEQ Bypass Gain=-6dB\" \"VQ3D-DC Level=60\"\n"
+       "  orvctl set 0 'PEQ Left*Gain' 0dB\n"
+       "  orvctl set 0 --from values.txt",
+       "Several controls are given as CONTROL=VALUE, as words or with --from as lines of\n"
+       "a file, in which # begins a comment; or as JSON: an object of values by control,\n"
+       "or what \"--json get\" and \"--json controls\" print. A pattern sets all controls\n"
+       "that fit it. Everything is checked before anything is stored, with one write."});
+  CLI::Option* control = set.add_option("CONTROL", arguments.control, kControlHelp);
+  set.add_option("VALUE", arguments.values,
+                 "As shown (\"-3.5 dB\", 200Hz, a choice), on, off, toggle, or a step: +=3dB");
+  CLI::Option* from = set.add_option("--from", arguments.from,
+                                     "A file of lines CONTROL=VALUE; - is standard input");
+  from->excludes(control);
   set.add_flag("--raw", arguments.raw, "VALUE is the stored number, in the control's own steps");
   set.add_flag("--force", arguments.force, "Store a number outside the control's range too");
 }
 
 void AddRestoreCommand(CLI::App& app, Context& context) {
-  AddCommand(
-      app, context, RestoreDefaults,
-      {"restore", "Store a mode's defaults again", "orvctl restore 0 --mode Movie/Internal"});
+  auto [restore, arguments] =
+      AddCommand(app, context, RestoreDefaults,
+                 {"restore", "Store a mode's defaults again",
+                  "orvctl restore 0 --mode Movie/Internal\n  orvctl restore 0 --dry-run"});
+  restore.add_flag("--dry-run", arguments.dry_run, "Only show what would change");
 }
 
 }  // namespace orv::cli

@@ -326,7 +326,7 @@ void SetProperty(Context& context, const IntelArguments& arguments) {
        {"value", outcome.differs() ? read : Json(push.number())},
        {"sent", push.number()},
        {"held", read}},
-      fmt::format("{} = {} ({})", name, push.number(),
+      fmt::format("{} = {} ({})", name, ValueText(push.number(), context.catalog().FormOf(name)),
                   held.empty() ? "sent, not read back" : "the DSP holds " + held));
 }
 
@@ -371,7 +371,7 @@ void AddIntelDspCommands(CLI::App& dsp, Context& context) {
        "filters\n"
        "are sent with it. Exit status 3 if the DSP holds another value than was sent."});
   for (CLI::App* command : {&get, &set})
-    command->add_option("PROPERTY", arguments->property, kControlHelp)->required();
+    command->add_option("PROPERTY", arguments->property, "Control: its exact name")->required();
   set.add_option("VALUE", arguments->value, kValueHelp)->required();
 
   CLI::App& peq = AddCommand(intel, context, arguments, PushEqualizer,

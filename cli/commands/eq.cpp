@@ -137,17 +137,17 @@ EqualiserList ReadList(const std::string& file) {
 
 // The changes that store the values, in the order of the controls.
 std::vector<Change> Store(Context& context, const Endpoint& endpoint, const Mode& mode,
-                          const ControlValues& controls, bool dry_run) {
-  const EndpointState current = ReadState(context.catalog(), endpoint);
-  EndpointState target = current;
-  const auto state = std::ranges::find(target.modes, mode.name(), &ModeState::name);
-  if (state == target.modes.end()) return {};
-  for (const auto& [name, value] : controls) state->controls[name] = value;
-  std::vector<Change> changes = Differences(current, target);
-  if (dry_run) return changes;
-  ReportLeft(context, ApplyChanges(context.catalog(), endpoint, changes, target), changes);
-  context.Keep(endpoint, "eq import", changes);
-  return changes;
+                          const std::vector<ControlView>& views, const ControlValues& controls,
+                          bool dry_run) {
+  std::vector<Change> changes;
+  for (const ControlView& view : views) {
+    const auto wanted = controls.find(view.name);
+    if (wanted == controls.end() || view.value == wanted->second) continue;
+    changes.push_back({"control", mode.name(), view.name, view.value ? Json(*view.value) : Json(),
+                       wanted->second});
+  }
+  return MakeChanges(context, endpoint, {mode}, changes,
+                     {.command = "eq import", .dry_run = dry_run});
 }
 
 PushOutcome Push(Context& context, const Endpoint& endpoint, const Mode& mode) {
@@ -222,8 +222,7 @@ void ShowImport(Context& context, const EqArguments& arguments, const Mode& mode
   if (!import.misfits.empty()) output.Line("Did not fit:");
   for (const Misfit& misfit : import.misfits)
     output.Line("  " + output.Painted(MisfitText(misfit), ansi::kBad));
-  output.Line(Counted(changes.size(), "change") +
-              (arguments.dry_run ? " to make; nothing was changed." : " made and read back."));
+  output.Line(ChangesText(changes.size(), arguments.dry_run));
 }
 
 Json PreampJson(const Import& import, const ModeBands& bands) {
@@ -241,13 +240,13 @@ void ImportList(Context& context, const EqArguments& arguments) {
     throw Failure(kRefused, "no DSP driver answers for " + endpoint.name() +
                                 ", so --push cannot be done; nothing was changed.");
   std::optional<ChangeLock> lock;
-  if (!arguments.dry_run) lock.emplace(context.session().machine_folder(), endpoint.RegistryPath());
+  if (!arguments.dry_run) lock.emplace(context.LockForChange(endpoint));
   const Mode mode = context.SelectMode(endpoint, arguments.mode);
   const auto views = ViewControls(context.catalog(), endpoint, mode, kORVAPO_Cont_Public);
   const ModeBands bands = RequireBands(views, mode);
   const Import import = Importer(list, bands, arguments).Plan();
   const std::vector<Change> changes =
-      Store(context, endpoint, mode, import.controls, arguments.dry_run);
+      Store(context, endpoint, mode, views, import.controls, arguments.dry_run);
   if (!import.misfits.empty()) context.exit_status = kDiffering;
   Output& output = context.output;
   if (!output.json()) ShowImport(context, arguments, mode, bands, import, changes);
@@ -260,7 +259,7 @@ void ImportList(Context& context, const EqArguments& arguments) {
   if (output.json()) {
     return output.Value({{"mode", mode.name()},
                          {"dry_run", arguments.dry_run},
-                         {"changes", ToJson(changes)},
+                         {"changes", ToJson(context.catalog(), changes)},
                          {"misfits", MisfitsJson(import.misfits)},
                          {"preamp", PreampJson(import, bands)},
                          {"push", outcome ? ToJson(*outcome) : Json()}});

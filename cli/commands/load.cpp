@@ -1,11 +1,12 @@
 // load
 #include <algorithm>
+#include <boost/algorithm/string/replace.hpp>
+#include <map>
 
 #include "cli/client/control_view.h"
 #include "cli/client/state.h"
 #include "cli/commands/apply_changes.h"
 #include "cli/commands/commands.h"
-#include "cli/offline/files.h"
 #include "cli/offline/preset.h"
 
 namespace orv::cli {
@@ -17,10 +18,52 @@ struct LoadArguments : EndpointArguments {
   bool lenient = false;
 };
 
-// The endpoint's state with a preset in it; what does not fit the endpoint is a problem.
-struct PresetTarget {
-  EndpointState state;
-  std::vector<std::string> problems;
+// The changes that apply a preset; what does not fit the endpoint is a problem.
+class PresetPlan {
+ public:
+  PresetPlan(Catalog& catalog, const Endpoint& endpoint, const std::vector<Mode>& modes,
+             const Preset& preset) {
+    if (preset.current_mode) {
+      const std::optional<Mode> current = endpoint.CurrentMode();
+      if (std::ranges::find(modes, *preset.current_mode, &Mode::name) == modes.end())
+        problems_.push_back(fmt::format("no mode named {} to switch to", *preset.current_mode));
+      else
+        Add({"mode", "", kCurrentModeName, current ? Json(current->name()) : Json(),
+             *preset.current_mode});
+    }
+    if (preset.enabled && !modes.empty())
+      Add({"switch", "", kProcessEnableName, modes.front().Enabled(), *preset.enabled});
+    for (const PresetMode& wanted : preset.modes) {
+      const auto mode = std::ranges::find(modes, wanted.name, &Mode::name);
+      if (mode == modes.end())
+        problems_.push_back("no mode named " + wanted.name);
+      else
+        AddMode(wanted, ViewControls(catalog, endpoint, *mode, kORVAPO_Cont_Public));
+    }
+  }
+
+  const std::vector<Change>& changes() const noexcept { return changes_; }
+  const std::vector<std::string>& problems() const noexcept { return problems_; }
+
+ private:
+  void Add(Change change) {
+    if (change.from != change.to) changes_.push_back(std::move(change));
+  }
+
+  void AddMode(const PresetMode& wanted, const std::vector<ControlView>& views) {
+    std::map<std::string_view, const ControlView*> by_name;
+    for (const ControlView& view : views) by_name.emplace(view.name, &view);
+    for (const auto& [name, value] : wanted.controls) {
+      const auto found = by_name.find(name);
+      if (found == by_name.end()) {
+        problems_.push_back(fmt::format("no control named \"{}\" in {}", name, wanted.name));
+        continue;
+      }
+      const ControlView& view = *found->second;
+      if (const auto number = Resolve(view, value))
+        Add({"control", wanted.name, name, view.value ? Json(*view.value) : Json(), *number});
+    }
+  }
 
   // The integer that a preset's value means for the control.
   std::optional<std::int32_t> Resolve(const ControlView& view, const PresetValue& value) {
@@ -30,79 +73,51 @@ struct PresetTarget {
                         ReadRawValue, false);
     } catch (const Failure& failure) {
       std::string reason = failure.what();
+      boost::replace_first(reason, "\n  ", ": ");  // a list of choices
+      boost::replace_all(reason, "\n  ", ", ");
       reason.resize(std::min(reason.find('\n'), reason.size()));
       if (reason.ends_with('.')) reason.pop_back();
-      problems.push_back(reason);
+      problems_.push_back(reason);
       return std::nullopt;
     }
   }
 
-  void AddMode(const PresetMode& wanted, const std::vector<ControlView>& views, ModeState& mode) {
-    for (const auto& [name, value] : wanted.controls) {
-      const ControlView* view = FindView(views, name);
-      if (view == nullptr)
-        problems.push_back(fmt::format("no control named \"{}\" in {}", name, mode.name));
-      else if (const auto number = Resolve(*view, value))
-        mode.controls[name] = *number;
-    }
-  }
-
-  void Add(Catalog& catalog, const Endpoint& endpoint, const Preset& preset) {
-    const std::vector<Mode> modes = endpoint.Modes();
-    if (preset.enabled) state.enabled = preset.enabled;
-    if (preset.current_mode) {
-      if (std::ranges::find(modes, *preset.current_mode, &Mode::name) != modes.end())
-        state.current_mode = preset.current_mode;
-      else
-        problems.push_back(fmt::format("no mode named {} to switch to", *preset.current_mode));
-    }
-    for (const PresetMode& wanted : preset.modes) {
-      const auto mode = std::ranges::find(modes, wanted.name, &Mode::name);
-      const auto target = std::ranges::find(state.modes, wanted.name, &ModeState::name);
-      if (mode == modes.end() || target == state.modes.end())
-        problems.push_back("no mode named " + wanted.name);
-      else
-        AddMode(wanted, ViewControls(catalog, endpoint, *mode, kORVAPO_Cont_Public), *target);
-    }
-  }
+  std::vector<Change> changes_;
+  std::vector<std::string> problems_;
 };
 
 // Throws if the preset does not fit and may not be loaded in part.
-EndpointState PlanTarget(Context& context, const Endpoint& endpoint, const EndpointState& current,
-                         const Preset& preset, bool lenient) {
-  PresetTarget target{current, {}};
-  target.Add(context.catalog(), endpoint, preset);
-  for (const std::string& problem : target.problems)
+std::vector<Change> PlanChanges(Context& context, const Endpoint& endpoint,
+                                const std::vector<Mode>& modes, const Preset& preset,
+                                bool lenient) {
+  if (!preset.endpoint.empty() && preset.endpoint != endpoint.name()) {
+    context.output.Notice(
+        fmt::format("The preset was saved on another endpoint, {}.", Printable(preset.endpoint)));
+  }
+  const PresetPlan plan(context.catalog(), endpoint, modes, preset);
+  for (const std::string& problem : plan.problems())
     context.output.Notice((lenient ? "Left out: " : "Does not fit: ") + problem + ".");
-  if (!target.problems.empty() && !lenient) {
+  if (!plan.problems().empty() && !lenient) {
     throw Failure(kDiffering,
                   "the preset does not fit {}; nothing was changed.\n"
                   "--lenient loads what fits.",
                   endpoint.name());
   }
-  return target.state;
+  return plan.changes();
 }
 
 void Load(Context& context, const LoadArguments& arguments) {
-  PresetError error;
-  const std::optional<Preset> preset =
-      ReadPreset(ReadWholeFile(arguments.file, kPresetSizeLimit), error);
-  if (!preset) {
-    throw Failure(kRefused, "{}:{}: {}\nThe preset is refused; nothing was changed.",
-                  arguments.file, error.line, error.reason);
-  }
+  const Preset preset = ReadPresetFile(arguments.file);
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   std::optional<ChangeLock> lock;
-  if (!arguments.dry_run) lock.emplace(context.session().machine_folder(), endpoint.RegistryPath());
-  const EndpointState current = ReadState(context.catalog(), endpoint);
-  const EndpointState target = PlanTarget(context, endpoint, current, *preset, arguments.lenient);
-  std::vector<Change> changes = Differences(current, target);
-  if (!arguments.dry_run) {
-    ReportLeft(context, ApplyChanges(context.catalog(), endpoint, changes, target), changes);
-    context.Keep(endpoint, "load", changes);
-  }
-  if (context.output.json()) return context.output.Value(ToJson(changes));
-  ShowChanges(context.output, changes, arguments.dry_run);
+  if (!arguments.dry_run) lock.emplace(context.LockForChange(endpoint));
+  const std::vector<Mode> modes = endpoint.Modes();
+  const std::vector<Change> changes =
+      PlanChanges(context, endpoint, modes, preset, arguments.lenient);
+  ShowChanges(context,
+              MakeChanges(context, endpoint, modes, changes,
+                          {.command = "load", .dry_run = arguments.dry_run}),
+              arguments.dry_run);
 }
 
 }  // namespace

@@ -16,40 +16,20 @@ struct UndoArguments : EndpointArguments {
   bool force = false;
 };
 
-// Where the state holds what the change is about; null if it does not.
-std::int32_t* HeldNumber(EndpointState& state, const Change& change) {
-  const auto mode = std::ranges::find(state.modes, change.mode, &ModeState::name);
-  if (mode == state.modes.end()) return nullptr;
-  const auto control = mode->controls.find(change.name);
-  return control != mode->controls.end() ? &control->second : nullptr;
-}
-
-Json Held(EndpointState& state, const Change& change) {
-  if (change.what == "mode") return state.current_mode ? Json(*state.current_mode) : Json();
-  if (change.what == "switch") return state.enabled ? Json(*state.enabled) : Json();
-  const std::int32_t* number = HeldNumber(state, change);
-  return number != nullptr ? Json(*number) : Json();
-}
-
-void TakeBack(EndpointState& state, const Change& change) {
-  if (change.from.is_string()) state.current_mode = change.from.get<std::string>();
-  if (change.from.is_boolean()) state.enabled = change.from.get<bool>();
-  if (std::int32_t* number = HeldNumber(state, change);
-      number != nullptr && change.from.is_number())
-    *number = change.from.get<std::int32_t>();
-}
-
 void ListEntries(Context& context, std::vector<JournalEntry> entries) {
+  const Catalog& catalog = context.catalog();
   std::ranges::reverse(entries);
   Json array = Json::array();
   Table table({{"TIME"}, {"COMMAND"}, {"MODE"}, {"NAME"}, {"FROM"}, {"TO"}});
   for (const JournalEntry& entry : entries) {
-    array.push_back(
-        {{"time", entry.time}, {"command", entry.command}, {"changes", ToJson(entry.changes)}});
+    array.push_back({{"time", entry.time},
+                     {"command", entry.command},
+                     {"changes", ToJson(catalog, entry.changes)}});
     for (const Change& change : entry.changes) {
       const bool is_first = &change == &entry.changes.front();
       table.Add({is_first ? entry.time : "", is_first ? entry.command : "", change.mode,
-                 change.name, ToText(change.from), ToText(change.to)});
+                 change.name, ToText(catalog, change, change.from),
+                 ToText(catalog, change, change.to)});
     }
   }
   if (context.output.json()) return context.output.Value(array);
@@ -57,30 +37,35 @@ void ListEntries(Context& context, std::vector<JournalEntry> entries) {
   context.output.Show(table);
 }
 
-// The endpoint's state without the changes of the entry. Throws Failure if something of it was
-// changed since, unless `force`.
-EndpointState PlanTarget(Context& context, const EndpointState& current, const JournalEntry& entry,
-                         bool force) {
-  EndpointState target = current;
+// The changes that take the entry's back. Throws Failure if something of it was changed since,
+// unless `force`.
+std::vector<Change> PlanReversal(Context& context, const Endpoint& endpoint,
+                                 const std::vector<Mode>& modes, const JournalEntry& entry,
+                                 bool force) {
+  const Catalog& catalog = context.catalog();
+  const std::vector<Json> held = ReadHeld(endpoint, modes, entry.changes);
+  std::vector<Change> reversal;
   bool is_clean = true;
-  for (const Change& change : entry.changes) {
-    const Json held = Held(target, change);
-    if (change.from.is_null() || held != change.to) {
+  for (std::size_t i = 0; i < held.size(); ++i) {
+    const Change& change = entry.changes[i];
+    if (change.from.is_null() || held[i] != change.to) {
       is_clean = false;
       const std::string name = change.mode.empty() ? change.name : change.mode + ", " + change.name;
-      context.output.Notice(
-          change.from.is_null()
-              ? fmt::format("{} had no readable value before.", name)
-              : fmt::format("{} is {} now, not {}.", name, ToText(held), ToText(change.to)));
+      context.output.Notice(change.from.is_null()
+                                ? fmt::format("{} had no readable value before.", name)
+                                : fmt::format("{} is {} now, not {}.", name,
+                                              ToText(catalog, change, held[i]),
+                                              ToText(catalog, change, change.to)));
     }
-    TakeBack(target, change);
+    if (!change.from.is_null() && held[i] != change.from)
+      reversal.push_back({change.what, change.mode, change.name, held[i], change.from});
   }
   if (!is_clean && !force)
     throw Failure(kDiffering,
                   "the values are not those that \"{}\" left; nothing was changed.\n"
                   "--force takes back what can be taken back.",
                   entry.command);
-  return target;
+  return reversal;
 }
 
 void Undo(Context& context, const UndoArguments& arguments) {
@@ -91,19 +76,16 @@ void Undo(Context& context, const UndoArguments& arguments) {
   if (arguments.list) return ListEntries(context, std::move(entries));
   if (entries.empty())
     throw Failure(kRefused, "there are no changes of orvctl on {} to take back.", endpoint.name());
-  const EndpointState current = ReadState(context.catalog(), endpoint);
-  const EndpointState target = PlanTarget(context, current, entries.back(), arguments.force);
-  std::vector<Change> changes = Differences(current, target);
-  if (!arguments.dry_run) {
-    const std::vector<Change> left = ApplyChanges(context.catalog(), endpoint, changes, target);
-    ReportLeft(context, left, changes);
-    if (left.empty()) {
-      entries.pop_back();
-      journal.Write(entries);
-    }
+  const std::vector<Mode> modes = endpoint.Modes();
+  const std::vector<Change> changes =
+      PlanReversal(context, endpoint, modes, entries.back(), arguments.force);
+  const std::vector<Change> made =
+      MakeChanges(context, endpoint, modes, changes, {.dry_run = arguments.dry_run});
+  if (!arguments.dry_run && made.size() == changes.size()) {
+    entries.pop_back();
+    journal.Write(entries);
   }
-  if (context.output.json()) return context.output.Value(ToJson(changes));
-  ShowChanges(context.output, changes, arguments.dry_run);
+  ShowChanges(context, made, arguments.dry_run);
 }
 
 }  // namespace

@@ -6,6 +6,8 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
+#include "cli/offline/files.h"
+#include "cli/show/failure.h"
 #include "platform/located_json.h"
 
 namespace orv::cli {
@@ -115,6 +117,16 @@ std::optional<Preset> ReadPreset(std::string_view text, PresetError& error) {
     error = std::move(refusal);
     return std::nullopt;
   }
+}
+
+Preset ReadPresetFile(const std::string& path) {
+  PresetError error;
+  std::optional<Preset> preset = ReadPreset(ReadWholeFile(path, kPresetSizeLimit), error);
+  if (!preset) {
+    throw Failure(kRefused, "{}:{}: {}\nThe preset is refused; nothing was changed.", path,
+                  error.line, error.reason);
+  }
+  return std::move(*preset);
 }
 
 std::string WritePreset(const Preset& preset) {

@@ -1,4 +1,4 @@
-// Presets: an endpoint's public values, current mode and switch as readable JSON. A pure codec.
+// Presets: an endpoint's public values, current mode and switch as readable JSON.
 #pragma once
 
 #include <cstdint>
@@ -41,6 +41,9 @@ struct PresetError {
 // Returns nullopt, with the first fault in `error`, for broken JSON, another version, unknown
 // members, values of the wrong kind and names that occur twice.
 std::optional<Preset> ReadPreset(std::string_view text, PresetError& error);
+
+// Throws Failure for a file ("-" is standard input) that cannot be read or is not a preset.
+Preset ReadPresetFile(const std::string& path);
 
 // Ends with a line feed. ReadPreset returns the same preset; bytes that are not UTF-8 come back as
 // replacement characters.

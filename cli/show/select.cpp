@@ -14,10 +14,44 @@
 namespace orv::cli {
 namespace {
 
+constexpr std::size_t kMostListed = 12;
+
+bool SameLetter(char a, char b) {
+  return FoldAscii(static_cast<unsigned char>(a)) == FoldAscii(static_cast<unsigned char>(b));
+}
+
 bool ContainsIgnoringCase(std::string_view name, std::string_view part) {
-  const auto fold = [](char c) { return FoldAscii(static_cast<unsigned char>(c)); };
-  const auto equal = [&](char a, char b) { return fold(a) == fold(b); };
-  return std::search(name.begin(), name.end(), part.begin(), part.end(), equal) != name.end();
+  return std::search(name.begin(), name.end(), part.begin(), part.end(), SameLetter) != name.end();
+}
+
+bool MatchesPattern(std::string_view name, std::string_view pattern) {
+  std::size_t at = 0;
+  std::size_t star = std::string_view::npos;  // the last one so far
+  std::size_t after_star = 0;                 // where in the name what follows it is tried
+  for (std::size_t i = 0; i < name.size();) {
+    if (at < pattern.size() && pattern[at] == '*') {
+      star = at++;
+      after_star = i;
+    } else if (at < pattern.size() && (pattern[at] == '?' || SameLetter(pattern[at], name[i]))) {
+      ++at;
+      ++i;
+    } else if (star != std::string_view::npos) {
+      at = star + 1;
+      i = ++after_star;
+    } else {
+      return false;
+    }
+  }
+  return pattern.find_first_not_of('*', at) == std::string_view::npos;
+}
+
+bool EndsInPattern(std::string_view name, std::string_view pattern) {
+  constexpr std::string_view kBetweenWords = " -:/";
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    const bool word_begins = i == 0 || kBetweenWords.find(name[i - 1]) != std::string_view::npos;
+    if (word_begins && MatchesPattern(name.substr(i), pattern)) return true;
+  }
+  return false;
 }
 
 template <class Number>
@@ -30,11 +64,15 @@ std::optional<Number> Parse(std::string_view text) {
 
 }  // namespace
 
+bool IsPattern(std::string_view text) { return text.find_first_of("*?") != std::string_view::npos; }
+
 std::vector<std::size_t> SelectByPart(const std::vector<std::string>& names,
                                       std::string_view text) {
   const auto equal = [&](const std::string& name) { return name == text; };
   const auto same_letters = [&](const std::string& name) { return EqualsIgnoringCase(name, text); };
-  const auto part = [&](const std::string& name) { return ContainsIgnoringCase(name, text); };
+  const auto part = [&](const std::string& name) {
+    return IsPattern(text) ? EndsInPattern(name, text) : ContainsIgnoringCase(name, text);
+  };
   std::vector<std::size_t> positions;
   const auto select = [&](const auto& fits) {
     for (std::size_t i = 0; i < names.size(); ++i)
@@ -56,19 +94,24 @@ std::string Suggestion(const std::vector<std::string>& names, std::string_view t
   return nearest.empty() ? "" : fmt::format(" Did you mean \"{}\"?", nearest);
 }
 
+void FailAsAmbiguous(const std::vector<std::string>& names,
+                     const std::vector<std::size_t>& positions, std::string_view text,
+                     const std::string& kind) {
+  std::string message = fmt::format("\"{}\" fits more than one {}:", text, kind);
+  const std::size_t listed = positions.size() > kMostListed ? kMostListed - 1 : positions.size();
+  for (std::size_t i = 0; i < listed; ++i) message += "\n  " + names[positions[i]];
+  if (listed < positions.size())
+    message += fmt::format("\n  and {} more", positions.size() - listed);
+  UsageFailure(message);
+}
+
 std::size_t SelectOrFail(const std::vector<std::string>& names, std::string_view text,
                          const std::string& kind) {
   const std::vector<std::size_t> positions = SelectByPart(names, text);
   if (positions.size() == 1) return positions.front();
-  std::string message;
-  if (positions.empty()) {
-    constexpr std::size_t kMostListed = 12;
-    message = fmt::format("no {} named \"{}\".{}", kind, text, Suggestion(names, text));
-    if (names.size() <= kMostListed && !names.empty()) message += KnownNames(names);
-  } else {
-    message = fmt::format("\"{}\" fits more than one {}:", text, kind);
-    for (const std::size_t position : positions) message += "\n  " + names[position];
-  }
+  if (!positions.empty()) FailAsAmbiguous(names, positions, text, kind);
+  std::string message = fmt::format("no {} named \"{}\".{}", kind, text, Suggestion(names, text));
+  if (names.size() <= kMostListed && !names.empty()) message += KnownNames(names);
   UsageFailure(message);
 }
 

@@ -10,14 +10,23 @@
 
 namespace orv::cli {
 
+// Whether the text is a pattern: "*" in it fits any characters, "?" one.
+bool IsPattern(std::string_view text);
+
 // Positions of the names that fit equally well; the name is selected if there is only one. The
-// exact name comes first, then the name in other letter case, then names with this part in them
-// (letter case ignored). Empty text fits no name.
+// exact name comes first, then the name in other letter case, then names with this part in them or,
+// for a pattern, names that have it from the beginning of a word to their end (letter case
+// ignored). Empty text fits no name.
 std::vector<std::size_t> SelectByPart(const std::vector<std::string>& names, std::string_view text);
 
 // " Did you mean "..."?" with the known name that has the fewest typing mistakes, letter case
 // ignored, or one with this part in it; empty if every name is far away.
 std::string Suggestion(const std::vector<std::string>& names, std::string_view text);
+
+// Throws the usage failure for a text that fits all these names; a long list is cut.
+[[noreturn]] void FailAsAmbiguous(const std::vector<std::string>& names,
+                                  const std::vector<std::size_t>& positions, std::string_view text,
+                                  const std::string& kind);
 
 // Position of the named thing. Throws a usage failure with the names that would fit otherwise.
 // `kind` is its singular ("mode").

@@ -55,9 +55,17 @@ TEST(Orvctl, ProcessesAtTheSameTimeKeepOneAnothersChanges) {
 TEST(Orvctl, RestoreBringsAModesDefaultsBack) {
   const ProgramOnComponent program;
   program.Answer({"set", "0", kLevel, "3"});
-  const Json restored = program.Answer({"restore", "0"});
+  const Json changed = program.Answer({"controls", "0", "--changed"});
+  const Json planned = program.Answer({"restore", "0", "--dry-run"});
+  EXPECT_EQ(program.Answer({"controls", "0", "--changed"}), changed);
+  EXPECT_EQ(program.Answer({"restore", "0"}), planned);
+  ASSERT_EQ(planned.size(), changed.size());
+  for (std::size_t i = 0; i < planned.size(); ++i) {
+    EXPECT_EQ(planned[i]["from"], changed[i]["value"]);
+    EXPECT_EQ(planned[i]["to"], changed[i]["default"]);
+  }
   const Json defaults = program.Answer({"controls", "0", "--list", "default"});
-  for (const Json& control : restored)
+  for (const Json& control : program.Answer({"controls", "0"}))
     EXPECT_NE(std::find(defaults.begin(), defaults.end(), control), defaults.end()) << control;
 }
 
@@ -96,7 +104,8 @@ TEST(Orvctl, LoadRestoresEverythingThatWasSaved) {
 
   const Json planned = program.Answer({"load", "0", file, "--dry-run"});
   ASSERT_EQ(planned.size(), 4U);
-  EXPECT_EQ(Keys(planned[0]), (std::vector<std::string>{"mode", "name", "from", "to"}));
+  EXPECT_EQ(Keys(planned[0]), (std::vector<std::string>{"mode", "name", "from", "to", "from_text",
+                                                        "to_text", "unit"}));
   EXPECT_NE(state(), before);
   EXPECT_EQ(program.Answer({"load", "0", file}), planned);
   EXPECT_EQ(state(), before);

@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include "cli/show/natural_order.h"
 #include "cli/show/output.h"
 #include "cli/show/scale.h"
 #include "cli/show/select.h"
@@ -31,6 +32,31 @@ TEST(Select, PrefersTheExactNameThenOtherLetterCaseThenParts) {
                {"apoopmode:movie", {4}}, {"APOOPMODE:MUSIC/INTERNAL", {2, 3}},
                {"Internal", {0, 2, 3}},  {"", {}}};
   for (const auto& one : cases) EXPECT_EQ(SelectByPart(modes, one.text), one.positions) << one.text;
+}
+
+TEST(Select, PatternFitsFromAWordsBeginningToTheEnd) {
+  const std::vector<std::string> names = {"VQ3D-PEQ Left Band 1 Gain", "VQ3D-PEQ Left Band 10 Gain",
+                                          "VQ3D-PEQ Left Band 1 Gain Limit", "VQ3D-GEQ 1kHz Gain",
+                                          "Odd*Name"};
+  const struct {
+    const char* text;
+    Indices positions;
+  } cases[] = {
+      {"peq left*gain", {0, 1}},  {"*gain", {0, 1, 3}},   {"band ? gain", {0}}, {"EQ*Gain", {}},
+      {"peq*1*ga?n*", {0, 1, 2}}, {"*", {0, 1, 2, 3, 4}}, {"odd*name", {4}},    {"?", {}}};
+  for (const auto& one : cases) EXPECT_EQ(SelectByPart(names, one.text), one.positions) << one.text;
+}
+
+TEST(NaturalOrder, NumbersInNamesCountAsNumbers) {
+  const std::vector<std::string> names = {
+      "A 2",     "a 10",   "B 1.5kHz", "Band 2 Gain", "band 2 Q",  "Band 10", "G 100Hz",
+      "G 300Hz", "G 1kHz", "G 1.5kHz", "G 10kHz",     "G 10kHz x", "G x"};
+  const NaturalOrder before;
+  for (std::size_t i = 0; i < names.size(); ++i)
+    for (std::size_t j = 0; j < names.size(); ++j)
+      EXPECT_EQ(before(names[i], names[j]), i < j) << names[i] << ", " << names[j];
+  EXPECT_TRUE(before("A 1", "a 1"));  // names that are otherwise equal
+  EXPECT_FALSE(before("a 1", "A 1"));
 }
 
 TEST(Select, SuggestsTheNearestName) {

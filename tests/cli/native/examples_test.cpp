@@ -44,12 +44,13 @@ constexpr struct {
 } kPreparations[] = {
     {"undo", "orvctl set 0 \"VQ3D-DC Level\" 12"},
     {"orv_apo_config.xml", "cp 'machine/drive_c/Program Files/ORV Labs/APO/orv_apo_config.xml' ."},
-    {"load 0 evening.json", "orvctl save 0 evening.json"},
+    {"0 evening.json", "orvctl save 0 evening.json"},
     {"entries.json", "orvctl --json image decode --endpoint 0 --mode Movie/Internal >entries.json"},
     {"decode values.bin",
      "orvctl --json image decode --endpoint 0 --mode Movie/Internal >entries.json\n"
      "orvctl image encode entries.json --output values.bin"},
     {"--machine my-machine", "orvctl machine new my-machine"},
+    {"--from values.txt", "echo 'VQ3D-DC Level = 60' >values.txt"},
     {"import room.txt", "echo 'Filter 1: ON PK Fc 105 Hz Gain -4.5 dB Q 2.1' >room.txt"},
 };
 
@@ -62,7 +63,9 @@ class Example : public Program {
     CopySampleMachine(sample, Path("machine"));
   }
   bool Has(const std::string& words) const { return line_.find(words) != std::string::npos; }
-  bool MayDiffer() const { return Has("orvctl check") || Has("doctor") || Has("drift"); }
+  bool MayDiffer() const {
+    return Has("orvctl check") || Has("doctor") || Has("drift") || Has("diff");
+  }
 
   int Run() const {
     std::string script = "cd " + Quoted(File("")) + "\nexport ORV_MACHINE=machine PATH=" +
