@@ -142,6 +142,10 @@ std::vector<ControlView> ControlFinder::Find(const std::string& text) const {
   return views;
 }
 
+Change ChangeOf(const Mode& mode, const ControlView& view, std::int32_t to) {
+  return {"control", mode.name(), view.name, view.numeric ? Json(*view.value) : Json(), to};
+}
+
 Json ToJson(const ControlView& view) {
   const auto number = [](const std::optional<std::int32_t>& value) {
     return value ? Json(*value) : Json();
@@ -199,7 +203,7 @@ std::string RangeFault(const ControlView& view, std::int32_t value) {
 ValueForm FormOf(const ControlView& view) {
   ValueForm form =
       FormOf(view.name, view.scale, view.facts.factor, view.maximum, view.facts.choices);
-  form.current = view.value;
+  if (view.numeric) form.current = view.value;
   return form;
 }
 

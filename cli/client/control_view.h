@@ -7,6 +7,7 @@
 
 #include "cli/client/catalog.h"
 #include "cli/client/session.h"
+#include "cli/client/state.h"
 #include "cli/show/output.h"
 #include "cli/show/typed_value.h"
 
@@ -65,6 +66,9 @@ class ControlFinder {
   std::vector<std::string> names_;
   std::vector<Place> places_;  // of the names
 };
+
+// The change of the control to the number; from null if what is stored is not a value.
+Change ChangeOf(const Mode& mode, const ControlView& view, std::int32_t to);
 
 Json ToJson(const ControlView& view);
 Json ToJson(const std::vector<ControlView>& views);

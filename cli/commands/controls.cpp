@@ -101,8 +101,7 @@ std::vector<Change> PlanChanges(const ControlFinder& finder, const Mode& mode,
         const bool is_raw = arguments.raw || assignment.raw;
         const std::int32_t value = ParseValue(
             view, assignment.value, is_raw ? ReadRawValue : ReadTypedValue, arguments.force);
-        changes.push_back(
-            {"control", mode.name(), view.name, view.value ? Json(*view.value) : Json(), value});
+        changes.push_back(ChangeOf(mode, view, value));
       }
     } catch (const Failure& failure) {
       if (!faults.empty()) faults += '\n';
@@ -146,8 +145,7 @@ void RestoreDefaults(Context& context, const RestoreArguments& arguments) {
   for (const ControlView& view : views) {
     const bool is_default = view.numeric && view.value == view.default_value;
     if (is_default || !view.default_value) continue;
-    changes.push_back({"control", mode.name(), view.name, view.numeric ? Json(*view.value) : Json(),
-                       *view.default_value});
+    changes.push_back(ChangeOf(mode, view, *view.default_value));
   }
   // The component stores the private controls with them, also if no public one changes.
   const Making making = {

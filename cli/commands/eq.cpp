@@ -143,8 +143,7 @@ std::vector<Change> Store(Context& context, const Endpoint& endpoint, const Mode
   for (const ControlView& view : views) {
     const auto wanted = controls.find(view.name);
     if (wanted == controls.end() || view.value == wanted->second) continue;
-    changes.push_back({"control", mode.name(), view.name, view.value ? Json(*view.value) : Json(),
-                       wanted->second});
+    changes.push_back(ChangeOf(mode, view, wanted->second));
   }
   return MakeChanges(context, endpoint, {mode}, changes,
                      {.command = "eq import", .dry_run = dry_run});

@@ -38,7 +38,7 @@ class PresetPlan {
       if (mode == modes.end())
         problems_.push_back("no mode named " + wanted.name);
       else
-        AddMode(wanted, ViewControls(catalog, endpoint, *mode, kORVAPO_Cont_Public));
+        AddMode(*mode, wanted, ViewControls(catalog, endpoint, *mode, kORVAPO_Cont_Public));
     }
   }
 
@@ -50,7 +50,7 @@ class PresetPlan {
     if (change.from != change.to) changes_.push_back(std::move(change));
   }
 
-  void AddMode(const PresetMode& wanted, const std::vector<ControlView>& views) {
+  void AddMode(const Mode& mode, const PresetMode& wanted, const std::vector<ControlView>& views) {
     std::map<std::string_view, const ControlView*> by_name;
     for (const ControlView& view : views) by_name.emplace(view.name, &view);
     for (const auto& [name, value] : wanted.controls) {
@@ -60,8 +60,7 @@ class PresetPlan {
         continue;
       }
       const ControlView& view = *found->second;
-      if (const auto number = Resolve(view, value))
-        Add({"control", wanted.name, name, view.value ? Json(*view.value) : Json(), *number});
+      if (const auto number = Resolve(view, value)) Add(ChangeOf(mode, view, *number));
     }
   }
 
