@@ -63,13 +63,15 @@ struct SetArguments : ModeArguments {
   bool force = false;
 };
 
+constexpr char kExpectedValues[] =
+    "expected CONTROL VALUE, CONTROL=VALUE once or more, or --from FILE";
+
 // CONTROL VALUE, or CONTROL=VALUE for each word, or the lines of a file.
 std::vector<Assignment> AssignmentsOf(const SetArguments& arguments) {
   if (!arguments.from.empty()) {
     return ReadAssignments(ReadWholeFile(arguments.from, kAssignmentsLimit), arguments.from);
   }
-  if (arguments.control.empty())
-    UsageFailure("expected CONTROL VALUE, CONTROL=VALUE once or more, or --from FILE.");
+  if (arguments.control.empty()) UsageFailure("{}.", kExpectedValues);
   const bool is_pair =
       arguments.values.size() == 1 && arguments.control.find('=') == std::string::npos;
   if (is_pair) return {{arguments.control, arguments.values.front(), false, {}}};
@@ -78,9 +80,7 @@ std::vector<Assignment> AssignmentsOf(const SetArguments& arguments) {
   std::vector<Assignment> assignments;
   for (const std::string& word : words) {
     const std::optional<Assignment> assignment = SplitAssignment(word);
-    if (!assignment)
-      UsageFailure("\"{}\" has no value: expected CONTROL VALUE, or CONTROL=VALUE once or more.",
-                   word);
+    if (!assignment) UsageFailure("\"{}\" has no value: {}.", word, kExpectedValues);
     assignments.push_back(*assignment);
   }
   return assignments;

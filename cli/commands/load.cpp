@@ -8,6 +8,7 @@
 #include "cli/commands/apply_changes.h"
 #include "cli/commands/commands.h"
 #include "cli/offline/preset.h"
+#include "platform/nearest_name.h"
 
 namespace orv::cli {
 namespace {
@@ -52,11 +53,18 @@ class PresetPlan {
 
   void AddMode(const Mode& mode, const PresetMode& wanted, const std::vector<ControlView>& views) {
     std::map<std::string_view, const ControlView*> by_name;
-    for (const ControlView& view : views) by_name.emplace(view.name, &view);
+    std::vector<std::string_view> names;
+    for (const ControlView& view : views) {
+      by_name.emplace(view.name, &view);
+      names.push_back(view.name);
+    }
     for (const auto& [name, value] : wanted.controls) {
       const auto found = by_name.find(name);
       if (found == by_name.end()) {
-        problems_.push_back(fmt::format("no control named \"{}\" in {}", name, wanted.name));
+        const std::string_view nearest = NearestName(name, names);
+        problems_.push_back(
+            fmt::format("no control named \"{}\" in {}{}", name, wanted.name,
+                        nearest.empty() ? "" : fmt::format("; the nearest is \"{}\"", nearest)));
         continue;
       }
       const ControlView& view = *found->second;
