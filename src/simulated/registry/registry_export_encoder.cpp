@@ -31,8 +31,8 @@ std::optional<std::wstring> ExactText(std::span<const std::uint8_t> bytes) {
 class TreeWriter {
  public:
   TreeWriter(ExportFormat format, std::string_view comment) : format_(format) {
-    if (format_.encoding == ExportFormat::Encoding::Utf8WithMark) out_ = "\xEF\xBB\xBF";
-    if (Utf16()) out_ = "\xFF\xFE";
+    if (format_.encoding == ExportFormat::Encoding::Utf8WithMark) out_ += "\xEF\xBB\xBF";
+    if (Utf16()) out_ += "\xFF\xFE";
     Line("Windows Registry Editor Version 5.00");
     Line(fmt::format("; {}", comment));
   }
