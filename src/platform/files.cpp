@@ -31,16 +31,6 @@ std::optional<std::string> ReadWholeFile(const std::filesystem::path& file, std:
   return std::nullopt;
 }
 
-// The file is open only briefly: some systems cannot replace an open file.
-FileStamp FileStamp::Of(const std::filesystem::path& file) {
-  std::string ignored;
-  const auto opened = OpenedFile::Open(file, ignored);
-  if (!opened) return {};
-  char head[kHeadSize];
-  const std::size_t read = opened->Read(head, sizeof head, ignored).value_or(0);
-  return {std::string(head, read), opened->size(), opened->time()};
-}
-
 std::filesystem::path TemporaryPath(const std::filesystem::path& target, Writers writers) {
   static std::atomic<unsigned> last{0};
   std::filesystem::path name(".");

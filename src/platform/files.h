@@ -38,18 +38,21 @@ class FileLock {
   std::shared_ptr<void> held_;  // its destructor releases the lock
 };
 
-// The file's first bytes, size and time: whether a file is still the one that was read. Two changes
-// within one tick of the file system's clock differ if the writers count in the file's first lines.
-struct FileStamp {
+// Shows whether a path still leads to the same file, unchanged. Where an open file can be replaced,
+// the stamp keeps it open: no other file receives its identity, and a comparison is one system
+// call. Elsewhere a comparison reads the first bytes, so that two changes within one tick of the
+// file system's clock differ if the writers count there.
+class FileStamp {
+ public:
   static constexpr std::size_t kHeadSize = 192;  // bytes
 
-  std::string head;
-  std::uintmax_t size = 0;
-  std::filesystem::file_time_type time;
-  bool operator==(const FileStamp&) const = default;
+  explicit FileStamp(const std::filesystem::path& file);
+  // The stamp of a missing file matches until there is one.
+  bool Matches(const std::filesystem::path& file) const;
 
-  // All empty for a file that cannot be read.
-  static FileStamp Of(const std::filesystem::path& file);
+ private:
+  std::shared_ptr<const void> held_;  // null if the file is not kept open
+  std::string state_;                 // what is compared
 };
 
 // Whether other writers may replace a file at the same time.

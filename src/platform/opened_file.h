@@ -27,19 +27,15 @@ class OpenedFile {
   static std::optional<OpenedFile> Open(const std::filesystem::path& file, std::string& reason);
 
   std::uintmax_t size() const noexcept { return size_; }
-  // In the system's own count; only to be compared.
-  std::filesystem::file_time_type time() const noexcept { return time_; }
   // Returns the number of bytes read, 0 at the end of the file; nullopt, with the reason, if
   // reading fails.
   std::optional<std::size_t> Read(char* room, std::size_t size, std::string& reason) const;
 
  private:
-  OpenedFile(Native native, std::uintmax_t size, std::filesystem::file_time_type time)
-      : native_(std::move(native)), size_(size), time_(time) {}
+  OpenedFile(Native native, std::uintmax_t size) : native_(std::move(native)), size_(size) {}
 
   Native native_;
   std::uintmax_t size_;
-  std::filesystem::file_time_type time_;
 };
 
 // A path beside `target` for its next content. No other writer uses it at the same time.

@@ -9,7 +9,7 @@ bool SharedFile::Read(FileError& error) {
   error = {file_, 0, {}};
   readable_ = false;
   // The stamp is older than the content, never newer: a change in between is seen next time.
-  stamp_ = FileStamp::Of(file_);
+  stamp_.emplace(file_);
   std::error_code ignored;
   std::optional<std::string> bytes;
   if (!form_.optional || std::filesystem::exists(file_, ignored)) {
@@ -24,7 +24,7 @@ bool SharedFile::Read(FileError& error) {
 }
 
 bool SharedFile::Refresh() {
-  if (FileStamp::Of(file_) == stamp_) return readable_;
+  if (stamp_ && stamp_->Matches(file_)) return readable_;
   FileError ignored;
   try {
     return Read(ignored);
@@ -45,7 +45,7 @@ bool SharedFile::Write(const std::function<std::string(std::uint64_t)>& encode,
                        std::string& reason) {
   if (!ReplaceFileContent(file_, encode(change_ + 1), reason, Writers::OneAtATime)) return false;
   ++change_;
-  stamp_ = FileStamp::Of(file_);
+  stamp_.emplace(file_);
   return true;
 }
 

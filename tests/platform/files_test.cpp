@@ -40,6 +40,25 @@ class Files : public ::testing::Test {
   TemporaryFolder folder_;
 };
 
+TEST_F(Files, StampMatchesTheUnchangedFileOnly) {
+  const auto file = path() / "f";
+  const FileStamp missing(file);
+  EXPECT_TRUE(missing.Matches(file));
+  Write("f", "one");
+  EXPECT_FALSE(missing.Matches(file));
+  const FileStamp one(file);
+  for (const char* content : {"two", "six", "ten"}) {  // the places of old ones may be used again
+    EXPECT_EQ(one.Matches(file), Read("f") == "one");
+    ASSERT_TRUE(ReplaceFileContent(file, content, reason));
+    EXPECT_FALSE(one.Matches(file)) << content;
+  }
+  const FileStamp ten(file);
+  Write("f", "eleven");
+  EXPECT_FALSE(ten.Matches(file));
+  std::filesystem::remove(file);
+  EXPECT_FALSE(ten.Matches(file));
+}
+
 TEST_F(Files, ReadsUpToTheLimitOrGivesTheReason) {
   const std::string content("line\r\n\0end", 10);
   Write("full", content);

@@ -5,7 +5,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <system_error>
 #include <utility>
@@ -16,6 +16,15 @@ namespace orv {
 namespace {
 
 std::string Reason(int error) { return std::generic_category().message(error); }
+
+// The file's identity and its latest change. The time of the latter moves with every write, also if
+// the time of modification is set back.
+std::string StateOf(const struct stat& file) {
+  const std::uint64_t parts[] = {file.st_dev, file.st_ino, static_cast<std::uint64_t>(file.st_size),
+                                 static_cast<std::uint64_t>(file.st_ctim.tv_sec),
+                                 static_cast<std::uint64_t>(file.st_ctim.tv_nsec)};
+  return {reinterpret_cast<const char*>(parts), sizeof parts};
+}
 
 // A file that is deleted with this object unless it has replaced its target.
 class TemporaryFile {
@@ -77,6 +86,20 @@ std::optional<FileLock> FileLock::Acquire(const std::filesystem::path& file, std
   return FileLock(std::make_shared<FileDescriptor>(std::move(opened)));
 }
 
+FileStamp::FileStamp(const std::filesystem::path& file) {
+  const auto opened = std::make_shared<FileDescriptor>(::open(file.c_str(), O_PATH | O_CLOEXEC));
+  struct stat status {};
+  if (!*opened || ::fstat(opened->get(), &status) != 0) return;
+  held_ = opened;
+  state_ = StateOf(status);
+}
+
+bool FileStamp::Matches(const std::filesystem::path& file) const {
+  struct stat status {};
+  if (::stat(file.c_str(), &status) != 0) return state_.empty();
+  return StateOf(status) == state_;
+}
+
 std::filesystem::path LinkTarget(const std::filesystem::path& file) {
   std::error_code error;
   std::filesystem::path target = std::filesystem::canonical(file, error);
@@ -111,11 +134,7 @@ std::optional<OpenedFile> OpenedFile::Open(const std::filesystem::path& file, st
     reason = "Not a regular file";
     return std::nullopt;
   }
-  using Time = std::filesystem::file_time_type;
-  const std::chrono::nanoseconds time = std::chrono::seconds(status.st_mtim.tv_sec) +
-                                        std::chrono::nanoseconds(status.st_mtim.tv_nsec);
-  return OpenedFile(std::move(opened), static_cast<std::uintmax_t>(status.st_size),
-                    Time(std::chrono::duration_cast<Time::duration>(time)));
+  return OpenedFile(std::move(opened), static_cast<std::uintmax_t>(status.st_size));
 }
 
 std::optional<std::size_t> OpenedFile::Read(char* room, std::size_t size,

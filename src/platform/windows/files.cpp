@@ -19,6 +19,27 @@ constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELE
 constexpr int kMoveAttempts = 200;
 constexpr DWORD kMoveRetry = 5;  // milliseconds
 
+// Identity, size, time and first bytes of a file; empty if it cannot be read. The file is open only
+// briefly: some systems cannot replace an open file.
+std::string StateOf(const std::filesystem::path& file) {
+  const Handle opened(::CreateFileW(file.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr));
+  BY_HANDLE_FILE_INFORMATION about{};
+  char head[FileStamp::kHeadSize];
+  DWORD read = 0;
+  if (!opened || ::GetFileInformationByHandle(opened.get(), &about) == 0 ||
+      ::ReadFile(opened.get(), head, sizeof head, &read, nullptr) == 0)
+    return {};
+  const DWORD parts[] = {about.dwVolumeSerialNumber,
+                         about.nFileIndexHigh,
+                         about.nFileIndexLow,
+                         about.nFileSizeHigh,
+                         about.nFileSizeLow,
+                         about.ftLastWriteTime.dwHighDateTime,
+                         about.ftLastWriteTime.dwLowDateTime};
+  return std::string(head, read).append(reinterpret_cast<const char*>(parts), sizeof parts);
+}
+
 // The access list of a file, for its replacement; empty if there is none.
 std::vector<std::byte> AccessList(const std::filesystem::path& file) {
   DWORD size = 0;
@@ -141,6 +162,10 @@ std::optional<FileLock> FileLock::Acquire(const std::filesystem::path& file, std
   return FileLock(std::shared_ptr<Locked>(new Locked{std::move(opened), byte}));
 }
 
+FileStamp::FileStamp(const std::filesystem::path& file) : state_(StateOf(file)) {}
+
+bool FileStamp::Matches(const std::filesystem::path& file) const { return StateOf(file) == state_; }
+
 std::filesystem::path LinkTarget(const std::filesystem::path& file) {
   const DWORD attributes = ::GetFileAttributesW(file.c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0)
@@ -174,16 +199,11 @@ std::optional<OpenedFile> OpenedFile::Open(const std::filesystem::path& file, st
     return std::nullopt;
   }
   LARGE_INTEGER size{};
-  FILETIME time{};
-  if (::GetFileType(opened.get()) != FILE_TYPE_DISK || ::GetFileSizeEx(opened.get(), &size) == 0 ||
-      ::GetFileTime(opened.get(), nullptr, nullptr, &time) == 0) {
+  if (::GetFileType(opened.get()) != FILE_TYPE_DISK || ::GetFileSizeEx(opened.get(), &size) == 0) {
     reason = "Not a regular file";
     return std::nullopt;
   }
-  using Time = std::filesystem::file_time_type;
-  const std::uint64_t ticks = std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
-  return OpenedFile(std::move(opened), static_cast<std::uintmax_t>(size.QuadPart),
-                    Time(Time::duration(static_cast<std::int64_t>(ticks))));
+  return OpenedFile(std::move(opened), static_cast<std::uintmax_t>(size.QuadPart));
 }
 
 std::optional<std::size_t> OpenedFile::Read(char* room, std::size_t size,
