@@ -34,19 +34,19 @@ void Compare(const ORVAPOOperatingMode& a, const ORVAPOOperatingMode& b) {
   }
 }
 
-void ReadEveryWay(const std::shared_ptr<const tinyxml2::XMLDocument>& document, std::uint32_t type,
+void ReadEveryWay(const std::shared_ptr<SharedDocument>& shared, std::uint32_t type,
                   std::uint32_t location) {
   ConfigurationContent watched;
   bool reported_error = false;
   const LoadStatus status = ReadConfiguration(
-      *document, type, location, watched, [&](const ConfigurationFinding& finding) {
+      *shared->document, type, location, watched, [&](const ConfigurationFinding& finding) {
         Require(finding.line >= 0 && *finding.code != '\0' && !finding.text.empty());
         reported_error =
             reported_error || finding.severity == ConfigurationFinding::Severity::Error;
       });
   Require(status == LoadStatus::Loaded || reported_error);
   ConfigurationContent content;
-  Require(ReadConfigurationDeferred(document, type, location, content) == status);
+  Require(ReadConfigurationDeferred(shared, type, location, content) == status);
   Require(content.modes.size() == watched.modes.size());
   Require(content.mode_lines == watched.mode_lines);
   Require(content.product_name == watched.product_name);
@@ -60,10 +60,10 @@ void ReadEveryWay(const std::shared_ptr<const tinyxml2::XMLDocument>& document, 
 void Run(std::span<const std::uint8_t> bytes) {
   const auto document = std::make_shared<tinyxml2::XMLDocument>();
   document->Parse(TextOf(bytes).data(), bytes.size());
-  DecodeDocument(*document);
+  const auto shared = std::make_shared<SharedDocument>();
+  shared->document = document;
   for (std::uint32_t type = 0; type < 3; ++type)
-    for (std::uint32_t location = 0; location < 5; ++location)
-      ReadEveryWay(document, type, location);
+    for (std::uint32_t location = 0; location < 5; ++location) ReadEveryWay(shared, type, location);
 }
 
 }  // namespace orv::fuzz

@@ -25,16 +25,17 @@ class Document {
   // null if the file cannot be read or parsed (that is tried again next time).
   static std::shared_ptr<Document> Shared(Machine& machine, const std::wstring& path);
 
-  explicit Document(std::shared_ptr<const tinyxml2::XMLDocument> document)
-      : document_(std::move(document)) {}
+  explicit Document(std::shared_ptr<const tinyxml2::XMLDocument> document) {
+    document_->document = std::move(document);
+  }
 
-  const void* root() const { return document_->RootElement(); }
+  const void* root() const { return document_->document->RootElement(); }
   // Walked once for each configuration type and location; modes read their lists when they are
   // asked for. Valid as long as the document.
   const Reading& Read(std::uint32_t config_type, std::uint32_t location);
 
  private:
-  std::shared_ptr<const tinyxml2::XMLDocument> document_;
+  const std::shared_ptr<SharedDocument> document_ = std::make_shared<SharedDocument>();
   std::mutex lock_;
   std::map<std::pair<std::uint32_t, std::uint32_t>, Reading> readings_;
 };
@@ -49,7 +50,6 @@ std::shared_ptr<Document> LoadDocument(Machine& machine, const std::wstring& pat
   if (!host_path) return nullptr;
   const auto document = std::make_shared<tinyxml2::XMLDocument>();
   if (document->LoadFile(host_path->c_str()) != tinyxml2::XML_SUCCESS) return nullptr;
-  DecodeDocument(*document);
   return std::make_shared<Document>(document);
 }
 

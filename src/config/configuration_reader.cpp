@@ -244,10 +244,12 @@ void ReadModeContent(const XMLElement& element, std::uint32_t location, const Re
 ORVAPOModeKey ReadModeKey(const XMLElement& element) {
   const Reporter silent;
   ORVQVTValueList key_controls;
-  const auto store = [&](const Control& control, bool is_public, const XMLElement& child) {
-    if (!is_public && IsKeyControl(control.name)) Store(control, child, silent, key_controls);
-  };
-  ForEachModeControl(element, silent, store, [](const XMLElement&) {});
+  ForEachChild(element, silent, [&](const XMLElement& child) {
+    const char* name = child.Attribute("name");
+    if (name == nullptr || !IsKeyControl(name) || !Is(child.Name(), "control")) return;
+    const std::optional<Control> control = ReadControl(child, silent);
+    if (control && !Flag(child, "public", silent)) Store(*control, child, silent, key_controls);
+  });
   ORVAPOModeKey key;
   key.ReadFrom(key_controls);
   return key;
@@ -257,7 +259,7 @@ class DocumentReader {
  public:
   // With `owner` modes are deferred and keep it.
   DocumentReader(std::uint32_t config_type, std::uint32_t location, ConfigurationContent& content,
-                 const Reporter& reporter, std::shared_ptr<const XMLDocument> owner)
+                 const Reporter& reporter, std::shared_ptr<SharedDocument> owner)
       : config_type_(config_type),
         location_(location),
         content_(content),
@@ -296,7 +298,7 @@ class DocumentReader {
   std::uint32_t location_;
   ConfigurationContent& content_;
   const Reporter& reporter_;
-  std::shared_ptr<const XMLDocument> owner_;
+  std::shared_ptr<SharedDocument> owner_;
   ModeComparison comparison_;
   LoadStatus status_ = LoadStatus::NoDocument;
   bool saw_properties_ = false;
@@ -372,6 +374,7 @@ std::shared_ptr<ORVAPOOperatingMode> DocumentReader::MakeMode(const XMLElement& 
     return std::make_shared<ORVAPOOperatingMode>(
         std::move(key), auto_mic,
         [owner = owner_, &element, location = location_](ORVAPOModeContent& content) {
+          const std::lock_guard lock(owner->reading);
           ReadModeContent(element, location, Reporter(), content);
         });
   }
@@ -400,19 +403,6 @@ void DocumentReader::ReadMode(const XMLElement& element) {
   content_.mode_lines.push_back(element.GetLineNum());
 }
 
-void DecodeBelow(const XMLNode& parent) {
-  for (const XMLNode* node = parent.FirstChild(); node != nullptr; node = node->NextSibling()) {
-    node->Value();
-    if (const XMLElement* element = node->ToElement()) {
-      for (const auto* one = element->FirstAttribute(); one != nullptr; one = one->Next()) {
-        one->Name();
-        one->Value();
-      }
-    }
-    DecodeBelow(*node);  // the parser limits the depth
-  }
-}
-
 }  // namespace
 
 LoadStatus ReadConfiguration(const XMLDocument& document, std::uint32_t config_type,
@@ -422,13 +412,12 @@ LoadStatus ReadConfiguration(const XMLDocument& document, std::uint32_t config_t
   return DocumentReader(config_type, location, content, reporter, nullptr).Read(document);
 }
 
-LoadStatus ReadConfigurationDeferred(const std::shared_ptr<const XMLDocument>& document,
+LoadStatus ReadConfigurationDeferred(const std::shared_ptr<SharedDocument>& shared,
                                      std::uint32_t config_type, std::uint32_t location,
                                      ConfigurationContent& content) {
   const Reporter silent;
-  return DocumentReader(config_type, location, content, silent, document).Read(*document);
+  const std::lock_guard lock(shared->reading);
+  return DocumentReader(config_type, location, content, silent, shared).Read(*shared->document);
 }
-
-void DecodeDocument(const XMLDocument& document) { DecodeBelow(document); }
 
 }  // namespace orv

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -66,15 +67,17 @@ LoadStatus ReadConfiguration(const tinyxml2::XMLDocument& document, std::uint32_
                              std::uint32_t location, ConfigurationContent& content,
                              const ConfigurationObserver& observer = {});
 
+// A document that several threads read. The parser decodes names and texts on first access, which
+// writes into the document, so each reading holds the lock.
+struct SharedDocument {
+  std::shared_ptr<const tinyxml2::XMLDocument> document;
+  std::mutex reading;
+};
+
 // The same content and status, but each mode keeps the document and reads its lists when they are
-// first asked for. Modes are read from any thread, so every text of the document must already be
-// decoded (DecodeDocument), and the document is not changed any more.
-LoadStatus ReadConfigurationDeferred(const std::shared_ptr<const tinyxml2::XMLDocument>& document,
+// first asked for, from any thread.
+LoadStatus ReadConfigurationDeferred(const std::shared_ptr<SharedDocument>& shared,
                                      std::uint32_t config_type, std::uint32_t location,
                                      ConfigurationContent& content);
-
-// The parser decodes names and texts on first access, which writes into the document. After this
-// call several threads may read the document while no thread changes it.
-void DecodeDocument(const tinyxml2::XMLDocument& document);
 
 }  // namespace orv

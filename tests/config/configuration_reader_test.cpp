@@ -50,8 +50,9 @@ Reading Read(const std::string& xml, std::uint32_t type = 0, std::uint32_t locat
                         [&](ConfigurationFinding one) { reading.findings.push_back(one); });
   // Deferred reading gives the same.
   ConfigurationContent deferred;
-  DecodeDocument(*document);
-  EXPECT_EQ(ReadConfigurationDeferred(document, type, location, deferred), reading.status) << xml;
+  const auto shared = std::make_shared<SharedDocument>();
+  shared->document = document;
+  EXPECT_EQ(ReadConfigurationDeferred(shared, type, location, deferred), reading.status) << xml;
   EXPECT_EQ(Keys(deferred), Keys(reading.content)) << xml;
   return reading;
 }
