@@ -81,11 +81,10 @@ HRESULT CORVAPOControlEnumerator::GetControlFromName(BSTR control_name, IORVAPOC
   return Guard([&]() -> HRESULT {
     if (control_name == nullptr || control == nullptr) return E_POINTER;
     *control = nullptr;
-    for (const auto& [name, value] : snapshot_) {
-      if (value.GetWName() == control_name)
-        return HandOut<CORVAPOCOMControl>(control, module(), *mode_, value);
-    }
-    return orv_apo::kNotFound;
+    // By its bytes, of which each text has one form in every locale without redundant characters.
+    const ORVQVTValue* value = snapshot_.Find(Narrow(control_name));
+    if (value == nullptr || value->GetWName() != control_name) return orv_apo::kNotFound;
+    return HandOut<CORVAPOCOMControl>(control, module(), *mode_, *value);
   });
 }
 

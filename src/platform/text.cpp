@@ -182,10 +182,11 @@ wchar_t FoldAscii(wchar_t unit) noexcept { return Fold(unit); }
 bool EqualsIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept { return Equals(a, b); }
 bool EqualsIgnoringCase(std::string_view a, std::string_view b) noexcept { return Equals(a, b); }
 int CompareIgnoringCase(std::string_view a, std::string_view b) noexcept {
-  const auto order = std::lexicographical_compare_three_way(
-      a.begin(), a.end(), b.begin(), b.end(),
-      [](char x, char y) { return Ordinal(Fold(x)) <=> Ordinal(Fold(y)); });
-  return order < 0 ? -1 : order > 0 ? 1 : 0;
+  const auto [x, y] = std::mismatch(a.begin(), a.end(), b.begin(), b.end(), [](char p, char q) {
+    return p == q || Fold(p) == Fold(q);  // long names differ late
+  });
+  if (x == a.end() || y == b.end()) return (x != a.end()) - (y != b.end());
+  return Ordinal(Fold(*x)) < Ordinal(Fold(*y)) ? -1 : 1;
 }
 
 std::wstring ToUpperAscii(std::wstring_view text) {

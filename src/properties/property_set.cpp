@@ -12,13 +12,18 @@ std::unique_lock<std::recursive_mutex> ORVPropertySet::Locked() const {
   return mutex != nullptr ? std::unique_lock(*mutex) : std::unique_lock<std::recursive_mutex>();
 }
 
-std::size_t ORVPropertySet::FindEntry(const wchar_t* name, std::size_t hint) const {
+std::size_t ORVPropertySet::FindEntry(const wchar_t* name) const {
   const std::wstring_view wanted(name);
-  if (hint < list_.size() && EqualsIgnoringCase(list_[hint].name, wanted)) return hint;
-  const auto found = std::find_if(list_.begin(), list_.end(), [&](const ORVPropertyEntry& entry) {
+  const auto is_wanted = [&](const ORVPropertyEntry& entry) {
     return EqualsIgnoringCase(entry.name, wanted);
-  });
-  return static_cast<std::size_t>(found - list_.begin());
+  };
+  if (unique_names_) {
+    for (const std::size_t likely : {last_found_, last_found_ + 1})
+      if (likely < list_.size() && is_wanted(list_[likely])) return last_found_ = likely;
+  }
+  last_found_ =
+      static_cast<std::size_t>(std::find_if(list_.begin(), list_.end(), is_wanted) - list_.begin());
+  return last_found_;
 }
 
 void ORVPropertySet::GetAllProperties(ORVPropertyList& out) {
@@ -43,6 +48,7 @@ bool ORVPropertySet::SetAllPropertiesBinary(const ImageBytes& image) {
   ORVPropertyList decoded;
   const bool complete = DecodeImage(image, ImageReading::Replace, decoded).complete;
   list_ = std::move(decoded);
+  unique_names_ = false;
   image_.Forget();
   SetModified(true);
   return complete;
@@ -58,6 +64,7 @@ void ORVPropertySet::MergePropertiesBinary(const ImageBytes& image, bool overwri
 void ORVPropertySet::Clear() {
   const auto guard = Locked();
   list_.clear();
+  unique_names_ = true;
   image_.Forget();
 }
 
@@ -68,6 +75,7 @@ void ORVPropertySet::SetAllProperties(const ORVPropertyList& list, bool notify) 
     for (const ORVPropertyEntry& entry : list) SetProperty(entry.name.c_str(), entry.value);
   } else {
     list_ = list;
+    unique_names_ = false;
     image_.Forget();
   }
   SetModified(true);
@@ -105,7 +113,7 @@ void ORVPropertySet::SetProperty(const wchar_t* name, const boost::any& value) {
   if (index != list_.size()) {
     change.name = list_[index].name;
     NotifyChanging(change);
-    index = FindEntry(change.name.c_str(), index);
+    index = FindEntry(change.name.c_str());
   }
   if (index == list_.size())
     list_.push_back(change);

@@ -120,14 +120,17 @@ class ORVPropertySet {
 
  private:
   std::unique_lock<std::recursive_mutex> Locked() const;
-  // Index of the entry with this name, looked for at `hint` first; the list's size without one.
-  std::size_t FindEntry(const wchar_t* name, std::size_t hint = 0) const;
+  // Index of the first entry with this name; the list's size without one.
+  std::size_t FindEntry(const wchar_t* name) const;
   template <class Call>
   void ForEachListener(Call call);
 
   std::atomic<bool> modified_{false};
   std::map<IORVPropertySetNotify*, bool> listeners_;
   ORVPropertyList list_;
+  bool unique_names_ = true;  // false for a list that was taken over as a whole
+  // Names are mostly asked for again or in their order.
+  mutable std::size_t last_found_ = 0;
   KeptImage image_;
 };
 

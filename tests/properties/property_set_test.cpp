@@ -62,6 +62,21 @@ TEST(PropertySet, NamesIgnoreLetterCaseAndKeepTheirFirstSpelling) {
   EXPECT_EQ(TextOf(set, L"\u00E9"), L"(none)");
 }
 
+TEST(PropertySet, FirstEntryOfANameCounts) {
+  ORVPropertySet set;
+  set.SetAllProperties({{L"a", LongValue{1}}, {L"b", LongValue{2}}, {L"A", LongValue{3}}}, false);
+  ImageBytes image;
+  set.GetAllPropertiesBinary(image);
+  for (const bool from_image : {false, true}) {
+    if (from_image) set.SetAllPropertiesBinary(image);
+    std::int32_t number = 0;
+    for (const auto& [name, value] : {std::pair{L"b", 2}, {L"a", 1}}) {
+      EXPECT_TRUE(set.GetProperty(name, number));
+      EXPECT_EQ(number, value);
+    }
+  }
+}
+
 TEST(PropertySet, GettersLeaveTheResultUnchangedWithoutAnEntry) {
   ORVPropertySet set;
   set.SetProperty(L"real", boost::any(1.5F));
