@@ -18,11 +18,12 @@ void VisitModes(const Endpoint& endpoint, Visitor&& visit) {
 
 void ShowModes(Context& context, const EndpointArguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
+  if (!context.output.json()) return context.output.Show(ModesTable(endpoint));
   Json array = Json::array();
   VisitModes(endpoint, [&](const std::string& name, bool is_current) {
     array.push_back({{"name", name}, {"current", is_current}});
   });
-  context.output.Result(array, ModesTable(endpoint));
+  context.output.Value(array);
 }
 
 struct SwitchArguments : EndpointArguments {

@@ -1,10 +1,15 @@
 #include "cli/show/names.h"
 
+#include <algorithm>
+
 #include "platform/text.h"
 
 namespace orv::cli {
 
 std::string Utf8FromName(std::wstring_view name) {
+  // Most names: the same in every encoding.
+  if (std::ranges::all_of(name, [](wchar_t unit) { return unit > 0 && unit < 0x80; }))
+    return {name.begin(), name.end()};
   std::string bytes = Narrow(name);
   if (!bytes.empty() && Utf8FromWide(WideFromUtf8(bytes)) == bytes) return bytes;
   return Utf8FromWide(name);
