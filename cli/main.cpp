@@ -1,27 +1,64 @@
 // orvctl: the command line for users and scripts. An ordinary client of the component.
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 
 #include "cli/client/host.h"
+#include "cli/commands/command_line.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/pages.h"
 #include "cli/offline/files.h"
 #include "cli/show/failure.h"
-#include "cli/show/select.h"
 #include "platform/com_runtime.h"
 #include "platform/files.h"
 
 namespace orv::cli {
 namespace {
 
-// In the order of the help page.
-constexpr CommandAdder* kCommands[] = {
-    AddEndpointsCommand, AddConfigCommand,        AddPropertiesCommand, AddModesCommand,
-    AddModeCommand,      AddEnableCommand,        AddRestoreCommand,    AddControlsCommand,
-    AddGetCommand,       AddSetCommand,           AddWatchCommand,      AddAnalyseCommand,
-    AddSaveCommand,      AddLoadCommand,          AddUndoCommand,       AddDiffCommand,
-    AddDoctorCommand,    AddRegistrationCommands, AddCheckCommand,      AddImageCommands,
-    AddMachineCommands,  AddFilterCommands,       AddDspCommands,       AddDriftCommand,
-    AddResponseCommand,  AddEqCommands,           AddCompletionCommand, AddTourCommand};
+constexpr char kHelpOption[] = "-h,--help";
+constexpr char kVersionOption[] = "-V,--version";
+constexpr char kUngrouped[] = "Subcommands";  // of a command that has just been added
+constexpr char kProgramDetails[] =
+    "ENDPOINT is an endpoint's number in \"endpoints\", its identifier, or any part of its name "
+    "that no other has. MODE is a mode's name or any part of it that no other has; without one, "
+    "the current mode is meant. Letter case does not matter for parts.\n\n"
+    "Exit status: 0 done; 1 refused by the component, a driver or the system; 2 the command line "
+    "is wrong; 3 done, but what was read back, compared or checked differs.";
+
+// In the order of the help page, in groups. A group's title is on its first line.
+struct CommandEntry {
+  const char* group;
+  CommandAdder* add;
+};
+constexpr CommandEntry kCommands[] = {{"What is there", AddEndpointsCommand},
+                                      {"", AddModesCommand},
+                                      {"", AddPropertiesCommand},
+                                      {"", AddConfigCommand},
+                                      {"", AddDoctorCommand},
+                                      {"Values", AddControlsCommand},
+                                      {"", AddGetCommand},
+                                      {"", AddSetCommand},
+                                      {"", AddModeCommand},
+                                      {"", AddEnableCommand},
+                                      {"", AddRestoreCommand},
+                                      {"", AddUndoCommand},
+                                      {"", AddDiffCommand},
+                                      {"", AddSaveCommand},
+                                      {"", AddLoadCommand},
+                                      {"", AddEqCommands},
+                                      {"DSP", AddDspCommands},
+                                      {"", AddDriftCommand},
+                                      {"", AddResponseCommand},
+                                      {"Live", AddWatchCommand},
+                                      {"", AddAnalyseCommand},
+                                      {"Offline", AddCheckCommand},
+                                      {"", AddImageCommands},
+                                      {"", AddFilterCommands},
+                                      {"Machines", AddMachineCommands},
+                                      {"", AddRegistrationCommands},
+                                      {"Tool", AddTourCommand},
+                                      {"", AddCompletionCommand},
+                                      {"", AddHelpCommands}};
 
 // The global options that decide which machine and configuration a command uses.
 std::string GlobalOptionWords(const Context& context) {
@@ -37,17 +74,28 @@ std::string GlobalOptionWords(const Context& context) {
 void AddGlobalOptions(CLI::App& app, Context& context) {
   SessionOptions& session = context.session_options;
   app.add_option_function<std::string>(
-      "--machine",
-      [&session](const std::string& folder) { session.machine = PathFromUtf8(folder); },
-      "Folder of the simulated machine (also: ORV_MACHINE; default: the sample machine)");
-  app.add_option("--technology", session.technology,
-                 "Folder of the technology library, as the machine knows it");
-  app.add_option("--config", context.config_type, "Load endpoints with this configuration type")
-      ->check(CLI::Range(0, 1));
+         "--machine",
+         [&session](const std::string& folder) { session.machine = PathFromUtf8(folder); },
+         "A simulated machine's folder (also: ORV_MACHINE; default: the sample machine)")
+      ->type_name("DIR");
+  app.add_option(
+         "--technology", session.technology,
+         "The technology library's folder, as the machine names it (default: the one that the "
+         "endpoint's settings name)")
+      ->type_name("DIR");
+  app.add_option("--config", context.config_type,
+                 "Load endpoints with the modes that the processing object uses (0) or with those "
+                 "for the DSP (1)")
+      ->check(OneOf({"0", "1"}));
   app.add_flag_callback(
-      "--json", [&context] { context.output.UseJson(true); }, "One JSON value on standard output");
+      "--json", [&context] { context.output.UseJson(true); },
+      "One JSON value on standard output instead of text; watch and analyse print one a line");
   app.add_flag("-v,--verbose", session.diagnostics,
                "The component's diagnostic lines on standard error");
+  app.add_flag_callback(
+      kHelpOption, [] {}, "Explain the command, or the whole program");
+  app.add_flag_callback(
+      kVersionOption, [] {}, "Print the program's version");
   // The last one counts, so that scripts can add an option to a line that has it already.
   for (CLI::Option* option : app.get_options())
     option->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
@@ -56,36 +104,24 @@ void AddGlobalOptions(CLI::App& app, Context& context) {
     const char* no_colour = std::getenv("NO_COLOR");
     context.output.UseColour(!context.output.json() && (no_colour == nullptr || *no_colour == 0) &&
                              OutputIsTerminal());
+    if (OutputIsTerminal()) context.output.UseColumns(static_cast<std::size_t>(OutputColumns()));
   });
 }
 
-// The message for a command line that the library refused. The library reports a misspelt command
-// as a missing one.
-std::string UsageText(const CLI::App& app, const CLI::ParseError& error) {
-  const CLI::App* command = &app;
-  while (!command->get_subcommands().empty()) command = command->get_subcommands().front();
-  std::vector<std::string> names;
-  for (const CLI::App* known : command->get_subcommands([](const CLI::App*) { return true; }))
-    names.push_back(known->get_name());
-  for (const std::string& word : app.remaining(true)) {
-    if (!names.empty() && !word.starts_with("-"))
-      return fmt::format("no command \"{}\".{}\n\"orvctl --help\" lists them.", word,
-                         Suggestion(names, word));
-  }
-  return fmt::format("{}\n\"orvctl COMMAND --help\" shows what is expected.", error.what());
+// A mistake in the command line, with the page that explains the command.
+std::string UsageText(const std::string& message, const CommandReading& reading) {
+  const std::string path = PathOf(*reading.command);
+  const bool is_general = path.empty() || path == "help";
+  return message + "\nHelp: orvctl help" + (is_general ? "" : " " + path);
 }
 
-// An empty argument is a mistake, for example a variable of a script that was never set, and not
-// the same as an argument that was not given.
-void RefuseEmptyArguments(int argc, char** argv) {
-  for (int i = 1; i < argc; ++i) {
-    const std::string word = argv[i];
-    const bool lacks_value = word.starts_with("--") && word.find('=') == word.size() - 1;
-    if (lacks_value) UsageFailure("the value of {} is empty.", word.substr(0, word.size() - 1));
-    if (word.empty())
-      UsageFailure(i == 1 ? "the first argument is empty."
-                          : fmt::format("the argument after \"{}\" is empty.", argv[i - 1]));
-  }
+// What is printed without a command being run; nullopt if the words are one to run.
+std::optional<std::string> TextOf(const CLI::App& app, const Context& context,
+                                  const CommandReading& reading, bool no_words) {
+  if (no_words) return Overview(app, context.version);
+  if (reading.Has("--help")) return HelpPage(*reading.command);
+  if (reading.Has("--version")) return "orvctl " + context.version + "\n";
+  return std::nullopt;
 }
 
 int Run(CLI::App& app, Context& context, int argc, char** argv) {
@@ -93,14 +129,26 @@ int Run(CLI::App& app, Context& context, int argc, char** argv) {
     context.output.Notice("orvctl: " + message);
     return exit_status;
   };
+  const CommandReading reading = ReadCommandLine(app, {argv + 1, argv + argc});
   try {
-    RefuseEmptyArguments(argc, argv);
-    app.parse(argc, argv);
+    if (const auto text = TextOf(app, context, reading, argc < 2)) {
+      context.output.Raw(*text);
+      return kDone;
+    }
+    if (!reading.fault.empty()) UsageFailure(reading.fault);
+    if (const std::string missing = FindMissing(reading); !missing.empty()) UsageFailure(missing);
+    std::vector<std::string> words = OrderedWords(reading);
+    std::ranges::reverse(words);  // the library takes the last one first
+    app.parse(words);
     return context.exit_status;
-  } catch (const CLI::ParseError& error) {
-    return error.get_exit_code() == 0 ? app.exit(error) : fail(UsageText(app, error), kUsage);
+  } catch (const CLI::ValidationError& error) {  // "NAME: " and the text of a check
+    return fail(UsageText(error.what(), reading), kUsage);
+  } catch (const CLI::ParseError&) {
+    return fail(UsageText("these words are not understood.", reading), kUsage);
   } catch (const Failure& failure) {
-    return fail(failure.what(), failure.exit_status());
+    const bool is_usage = failure.exit_status() == kUsage;
+    return fail(is_usage ? UsageText(failure.what(), reading) : failure.what(),
+                failure.exit_status());
   } catch (const std::bad_alloc&) {
     return fail("out of memory", kRefused);
   } catch (const std::exception& fault) {
@@ -117,10 +165,20 @@ int Main(int argc, char** argv) {
   Output output(std::cout, std::cerr);
   Context context(output);
   CLI::App app("Shows and changes the audio effects of a machine's endpoints.", "orvctl");
+  context.version = ORV_VERSION;
+  app.set_help_flag();
+  app.allow_windows_style_options(false);  // "/" begins a path
   app.require_subcommand(1);
-  app.footer("Example:\n  orvctl endpoints\n  orvctl set 0 \"VQ3D-Process Enable\" Enabled");
+  app.footer(std::string(kProgramDetails) + "\n\n" + kExampleTitle +
+             "  orvctl endpoints\n  orvctl set 0 \"VQ3D-Process Enable\" on");
   AddGlobalOptions(app, context);
-  for (CommandAdder* add : kCommands) add(app, context);
+  std::string group;
+  for (const CommandEntry& entry : kCommands) {
+    if (*entry.group != 0) group = entry.group;
+    entry.add(app, context);
+    for (CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
+      if (command->get_group() == kUngrouped) command->group(group);
+  }
   const int status = Run(app, context, static_cast<int>(words.size()), words.data());
   if (!std::cout.flush()) {
     std::cerr << "orvctl: standard output cannot be written\n";

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "cli/show/failure.h"
+#include "cli/show/names.h"
 #include "cli/show/select.h"
 #include "platform/text.h"
 
@@ -76,7 +77,9 @@ Endpoint Context::SelectEndpoint(const std::string& text) {
 Mode Context::SelectMode(const Endpoint& endpoint, const std::string& text) {
   if (text.empty()) return CurrentMode(endpoint);
   std::vector<Mode> modes = endpoint.Modes();
-  return std::move(modes[SelectOrFail(NamesOf(modes), text, "mode")]);
+  std::vector<std::string> labels;
+  for (const Mode& mode : modes) labels.push_back(ModeLabel(mode.name()));
+  return std::move(modes[SelectOrFail(labels, ModeLabel(text), "mode")]);
 }
 
 Mode Context::CurrentMode(const Endpoint& endpoint) {

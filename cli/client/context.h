@@ -23,6 +23,7 @@ class Context {
 
   Output& output;
   SessionOptions session_options;
+  std::string version;             // of this program
   std::optional<int> config_type;  // load endpoints with this configuration type
   ExitStatus exit_status = kDone;
 

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "cli/show/failure.h"
+#include "cli/show/names.h"
 #include "cli/show/scale.h"
 #include "cli/show/select.h"
 
@@ -30,9 +31,10 @@ std::optional<std::int32_t> NumberOf(const std::string& text, const ControlFacts
 
 [[noreturn]] void FailAsUnknown(const std::vector<std::string>& names, const std::string& text,
                                 const Endpoint& endpoint, const Mode& mode) {
-  UsageFailure("no control named \"{}\" in {}.{}\nWhat lists them: {}", text, mode.name(),
-               Suggestion(names, text),
-               CommandLine("controls {} --mode {}", endpoint.number(), ShellWord(mode.name())));
+  UsageFailure(
+      "no control named \"{}\" in {}.{}\nTo list them: {}", text, ModeLabel(mode.name()),
+      Suggestion(names, text),
+      CommandLine("controls {} --mode {}", endpoint.number(), ShellWord(ModeLabel(mode.name()))));
 }
 
 ControlView View(const Catalog& catalog, const Control& control, const std::string& stored) {

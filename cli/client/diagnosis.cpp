@@ -51,7 +51,7 @@ std::string RestoreLine(const std::string& value, const Endpoint& endpoint,
   const std::string number = endpoint.number();
   if (value == Utf8FromWide(kGlobalSettingsValue)) return CommandLine("enable {} on", number);
   if (std::ranges::find(modes, value, &Mode::name) != modes.end())
-    return CommandLine("restore {} --mode {}", number, ShellWord(value));
+    return CommandLine("restore {} --mode {}", number, ShellWord(ModeLabel(value)));
   if (value == CurrentModeValue()) return CommandLine("mode {} --default", number);
   return "Delete that value: no mode of the configuration has this name.";
 }
@@ -206,7 +206,7 @@ std::optional<Endpoint> Diagnosis::ExamineThroughComponent(const ORVAPOEndpointI
     Add("component", true, "finds the endpoint", "");
     const std::optional<Mode> mode = endpoint.CurrentMode();
     Add("current mode", mode.has_value(),
-        mode ? mode->name() : "the configuration does not have the stored mode",
+        mode ? ModeLabel(mode->name()) : "the configuration does not have the stored mode",
         CommandLine("mode " + endpoint.number() + " --default"));
     const std::vector<Mode> modes = endpoint.Modes();
     const bool enabled = !modes.empty() && modes.front().Enabled();

@@ -12,14 +12,13 @@ namespace orv::cli {
 namespace {
 
 constexpr CommandText kAnalyseText = {
-    "analyse", "Peaks and spectrum of what an endpoint plays, live",
+    "analyse", "Show live peaks and a spectrum of what an endpoint plays",
     "orvctl analyse 0\n  orvctl --json analyse 0 --once --frequencies 100,1000,10000",
-    "The spectrum is shown in third-octave bands, each with its highest bin, unless "
-    "frequencies\n"
-    "are asked for. Rows with the same bins show one level and are marked; in the live picture\n"
-    "\"=50\" marks a band with the same bins as 50 Hz. Without a terminal, a line a second.\n"
-    "--once listens for 0.3 seconds and gives the highest levels; with --json\n"
-    "silence is null. Ends with Ctrl+C."};
+    "The spectrum is shown in third-octave bands, each with its highest bin, unless frequencies "
+    "are named. Rows with the same bins show one level and are marked; in the live picture \"=50\" "
+    "marks a band with the same bins as 50 Hz. Without a terminal, a line a second. Ends with "
+    "Ctrl+C.",
+    "{peaks, spectrum: [{channel, frequency, db, same_bins_as}]}; silence is null"};
 
 using Clock = std::chrono::steady_clock;
 
@@ -256,11 +255,15 @@ void Analyse(Context& context, const AnalyseArguments& arguments) {
 
 void AddAnalyseCommand(CLI::App& app, Context& context) {
   auto [analyse, arguments] = AddCommand(app, context, Analyse, kAnalyseText);
-  analyse.add_option("--frequencies", arguments.frequencies, "Frequencies in Hz, with commas")
+  analyse
+      .add_option("--frequencies", arguments.frequencies,
+                  "Levels at these frequencies instead of third-octave bands")
+      ->type_name("HZ,HZ...")
       ->allow_extra_args(false);
-  analyse.add_flag("--once", arguments.once, "One reading instead of a live view");
-  analyse.add_option("--for", arguments.seconds, "End after so many seconds")
-      ->check(NumberWithin(kAboveZero, 1e6, "a number of seconds above 0, up to a million"));
+  analyse.add_flag("--once", arguments.once, "One reading of 0.3 seconds instead of a live view");
+  analyse.add_option("--for", arguments.seconds, "End after this time")
+      ->check(
+          NumberWithin(kAboveZero, 1e6, "a number of seconds above 0, up to a million", "SECONDS"));
 }
 
 }  // namespace orv::cli

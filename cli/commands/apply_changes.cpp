@@ -6,6 +6,7 @@
 #include <span>
 
 #include "cli/commands/commands.h"
+#include "cli/show/names.h"
 
 namespace orv::cli {
 namespace {
@@ -132,7 +133,7 @@ void ShowChanges(Context& context, const std::vector<Change>& changes, bool dry_
   if (output.json()) return output.Value(ToJson(catalog, changes));
   Table table({{"MODE"}, {"NAME"}, {"FROM"}, {"TO"}});
   for (const Change& change : changes)
-    table.Add({change.mode, change.name, ToText(catalog, change, change.from),
+    table.Add({ModeLabel(change.mode), change.name, ToText(catalog, change, change.from),
                Cell(ToText(catalog, change, change.to), ansi::kAccent)});
   if (!table.empty()) output.Show(table);
   output.Line(ChangesText(changes.size(), dry_run));

@@ -11,7 +11,9 @@ constexpr CommandText kCheckFileText = {
     "check", "Explain a configuration file: its content, what is ignored and why",
     "orvctl check orv_apo_config.xml",
     "Control names and values are compared with the technology library. Exit status 3 with any "
-    "error or\nwarning, 1 if the file cannot be opened."};
+    "error or warning, 1 if the file cannot be opened.",
+    "{status, modes: [{name, line, config, auto_mic, public, private, chains}], findings: [{line, "
+    "code, severity, text}]}"};
 
 struct CheckArguments {
   std::string file;
@@ -51,9 +53,8 @@ Table ModesTable(const CheckReport& report) {
 
 void Show(Output& output, const std::string& file, const CheckReport& report) {
   static constexpr const char* kColours[] = {ansi::kDim, ansi::kAccent, ansi::kBad};  // by severity
-  output.Line(fmt::format("{}: {} (status {}), {} modes", Printable(file),
-                          LoadStatusWords(report.status), NumberOf(report.status),
-                          report.modes.size()));
+  output.Line(fmt::format("{}: {} (status {}), {}", Printable(file), LoadStatusWords(report.status),
+                          NumberOf(report.status), Counted(report.modes.size(), "mode")));
   if (!report.modes.empty()) output.Show(ModesTable(report), 2);
   for (const ConfigurationFinding& finding : report.findings) {
     output.Line(fmt::format("{}{}: {}: {} [{}]", Printable(file),

@@ -13,14 +13,24 @@ void ReportDifference(Context& context, const std::string& name, const std::stri
   context.exit_status = kDiffering;
 }
 
-CLI::Validator NumberWithin(double least, double most, const std::string& expected) {
+CLI::Validator NumberWithin(double least, double most, const std::string& expected,
+                            const std::string& word) {
   return {[=](const std::string& text) {
             double number = 0;
             const bool is_number = CLI::detail::lexical_cast(text, number);
             if (is_number && number >= least && number <= most) return std::string();
-            return fmt::format("\"{}\" is not {}", text, expected);
+            return fmt::format("\"{}\" is not {}.", text, expected);
           },
-          ""};
+          word};
+}
+
+CLI::Validator WholeNumberWithin(std::int32_t least, std::int32_t most) {
+  return {[=](const std::string& text) {
+            const std::optional<int> number = ParseNumber(text);
+            if (number && *number >= least && *number <= most) return std::string();
+            return fmt::format("\"{}\" is not a whole number from {} to {}.", text, least, most);
+          },
+          fmt::format("{}..{}", least, most)};
 }
 
 std::optional<std::chrono::steady_clock::time_point> EndAfter(std::optional<double> seconds) {
@@ -33,15 +43,16 @@ CLI::Validator OneOf(const std::vector<std::string>& names) {
   return {[names](const std::string& text) {
             if (std::ranges::find(names, text) != names.end()) return std::string();
             return fmt::format("\"{}\" is not one of {}.{}", text, fmt::join(names, ", "),
-                               Suggestion(names, text));
+                               text.size() > 2 ? Suggestion(names, text) : "");
           },
-          ""};
+          fmt::format("{}", fmt::join(names, "|"))};
 }
 
 CLI::App& AddCommand(CLI::App& parent, const CommandText& text) {
   CLI::App* command = parent.add_subcommand(text.name, text.description);
-  command->footer(
-      fmt::format("{}{}Example:\n  {}", text.details, *text.details ? "\n\n" : "", text.example));
+  std::string footer = text.details;
+  if (*text.json != 0) footer += std::string(kJsonTitle) + text.json;
+  command->footer(fmt::format("{}\n\n{}  {}", footer, kExampleTitle, text.example));
   command->fallthrough();
   return *command;
 }

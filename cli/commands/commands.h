@@ -29,22 +29,32 @@ void ReportDifference(Context& context, const std::string& name, const std::stri
                       const std::string& found);
 
 inline constexpr char kEndpointHelp[] =
-    "Endpoint: its number in \"endpoints\", its identifier, or any part of its name";
+    "Its number in \"endpoints\", its identifier, or any part of its name";
 inline constexpr char kModeHelp[] =
-    "Mode: its name or any part of it that fits one mode only (default: the current mode)";
-inline constexpr char kDspDefaultHelp[] = "Have the driver keep the values as its default";
+    "A mode's name, or any part of it that no other mode has (default: the current mode)";
+// Of commands whose tables leave out what is seldom needed.
+inline constexpr char kLongOption[] = "-l,--long";
+inline constexpr char kDspDefaultHelp[] = "The driver keeps the values as its default";
+// Of the commands that push into a DSP.
+inline constexpr char kPushLongHelp[] = "Show every block with its fields";
+inline constexpr char kPushJson[] =
+    "{status, verdict, blocks, differences, remarks}; a difference is {block, control, sent, read, "
+    "sent_text, read_text, error}";
 inline constexpr char kControlHelp[] =
-    "Control: its name, any part that fits one control only, or a pattern with * and ?";
+    "The control's name, a part that no other control's name has, or a pattern with * and ?";
 inline constexpr char kValueHelp[] =
     "A whole number in the control's own steps, or one of its choices";
 
-// Accepts numbers from `least` to `most`, decimals too; "nan", which the library's own ranges
-// accept, is not one. `expected` completes "... is not".
-CLI::Validator NumberWithin(double least, double most, const std::string& expected);
+// Accepts numbers from `least` to `most`, decimals too. `expected` completes "... is not"; `word`
+// is the value's word in usage lines.
+CLI::Validator NumberWithin(double least, double most, const std::string& expected,
+                            const std::string& word = "NUMBER");
+// The same for whole numbers of a 32-bit variable; the word is the range.
+CLI::Validator WholeNumberWithin(std::int32_t least, std::int32_t most);
 inline constexpr double kAboveZero = std::numeric_limits<float>::min();
 // When a command ends that runs for so many seconds.
 std::optional<std::chrono::steady_clock::time_point> EndAfter(std::optional<double> seconds);
-// Accepts one of the names and suggests the nearest one otherwise.
+// Accepts one of the names and suggests the nearest one otherwise; letter case matters.
 CLI::Validator OneOf(const std::vector<std::string>& names);
 
 // The arguments of a command that begins with ENDPOINT.
@@ -56,13 +66,17 @@ struct ModeArguments : EndpointArguments {
   std::string mode;
 };
 
-// A command with its help page, which ends with the details and the example.
+// A command with its help page.
 struct CommandText {
   const char* name;
-  const char* description;
-  const char* example;
-  const char* details = "";
+  const char* description;   // without a full stop
+  const char* example;       // lines; the second one and later ones begin with two blanks
+  const char* details = "";  // paragraphs, which the page wraps
+  const char* json = "";     // what --json prints: "an array of {key, key}"
 };
+// How a page's texts follow one another where the library keeps them.
+inline constexpr char kJsonTitle[] = "\n\nJSON: ";
+inline constexpr char kExampleTitle[] = "Example:\n";
 CLI::App& AddCommand(CLI::App& parent, const CommandText& text);
 
 // A command that calls `run` with the arguments, which live as long as the command.
@@ -94,7 +108,7 @@ Command<Arguments> AddCommand(CLI::App& parent, Context& context,
 }
 
 // Tables that more than one command shows.
-Table EndpointsTable(const std::vector<Endpoint>& endpoints);
+Table EndpointsTable(const std::vector<Endpoint>& endpoints, bool with_identifiers);
 Table ModesTable(const Endpoint& endpoint);
 
 // Adds the commands of one file.
@@ -105,7 +119,7 @@ CommandAdder AddEndpointsCommand, AddConfigCommand, AddPropertiesCommand, AddMod
     AddSetCommand, AddWatchCommand, AddAnalyseCommand, AddSaveCommand, AddLoadCommand,
     AddUndoCommand, AddDiffCommand, AddDoctorCommand, AddRegistrationCommands, AddCheckCommand,
     AddImageCommands, AddMachineCommands, AddFilterCommands, AddDspCommands, AddDriftCommand,
-    AddResponseCommand, AddEqCommands, AddCompletionCommand, AddTourCommand;
+    AddResponseCommand, AddEqCommands, AddCompletionCommand, AddHelpCommands, AddTourCommand;
 
 void AddDriversCommand(CLI::App& machine, Context& context);  // machine drivers
 void AddIntelDspCommands(CLI::App& dsp, Context& context);    // dsp intel

@@ -1,72 +1,110 @@
-// completion bash
-#include <boost/algorithm/string/erase.hpp>
-
+// completion bash, zsh and fish, and the command that their scripts ask
 #include "cli/commands/commands.h"
+#include "cli/commands/complete.h"
 
 namespace orv::cli {
 namespace {
 
-std::vector<const CLI::App*> Commands(const CLI::App& parent) {
-  return parent.get_subcommands([](const CLI::App*) { return true; });
+// Each passes its line up to the cursor and gets one line with the kind of files that fit,
+// then the candidates.
+constexpr char kBashScript[] = R"sh(# orvctl in bash. To load it: eval "$(orvctl completion bash)"
+_orvctl() {
+  local line kind=
+  COMPREPLY=()
+  while IFS= read -r line; do
+    if [[ -z $kind ]]; then kind=$line; else COMPREPLY+=("$line"); fi
+  done < <("${COMP_WORDS[0]/#\~/$HOME}" __complete bash "${COMP_LINE:0:COMP_POINT}" 2>/dev/null)
+  case $kind in
+    files) compopt -o default ;;
+    folders) compopt -o dirnames ;;
+  esac 2>/dev/null
 }
+complete -F _orvctl orvctl
+)sh";
 
-std::string OptionWords(const CLI::App& command) {
-  std::string words;
-  for (const CLI::Option* option : command.get_options())
-    for (const std::string& name : option->get_lnames()) words += "--" + name + " ";
-  return words;
+constexpr char kZshScript[] = R"sh(#compdef orvctl
+# orvctl in zsh. To load it: eval "$(orvctl completion zsh)"
+_orvctl() {
+  local line kind=
+  local -a texts shown
+  while IFS= read -r line; do
+    if [[ -z $kind ]]; then
+      kind=$line
+    else
+      texts+=("${line%%$'\t'*}")
+      shown+=("${line/$'\t'/  }")
+    fi
+  done < <("${(Q)words[1]}" __complete zsh "${(j: :)words[1,CURRENT]}" 2>/dev/null)
+  (( $#texts )) && compadd -U -l -d shown -a texts
+  case $kind in
+    files) _files ;;
+    folders) _files -/ ;;
+  esac
 }
+if [[ $funcstack[1] == _orvctl ]]; then _orvctl "$@"; else compdef _orvctl orvctl; fi
+)sh";
 
-// What may follow the words of each command: sub-commands, then its own and the global options.
-struct Script {
-  std::string known;  // paths of all commands
-  std::string cases;
+constexpr char kFishScript[] = R"sh(# orvctl in fish. To load it: orvctl completion fish | source
+function __orvctl_complete
+    set -l kind
+    for line in (orvctl __complete fish (commandline -cp) 2>/dev/null)
+        if test -z "$kind"
+            set kind $line
+        else
+            echo $line
+        end
+    end
+    switch "$kind"
+        case files
+            __fish_complete_path (commandline -ct)
+        case folders
+            __fish_complete_directories (commandline -ct)
+    end
+end
+complete -c orvctl -f -a '(__orvctl_complete)'
+)sh";
 
-  void Add(const CLI::App& command, const CLI::App& root, const std::string& path) {
-    std::string words;
-    for (const CLI::App* next : Commands(command)) words += next->get_name() + " ";
-    words += OptionWords(command);
-    if (&command != &root) words += boost::erase_first_copy(OptionWords(root), "--help ");
-    cases += fmt::format("    '{}') words='{}' ;;\n", path, words);
-    for (const CLI::App* next : Commands(command)) {
-      const std::string next_path = path + "/" + next->get_name();
-      known += " " + next_path;
-      Add(*next, root, next_path);
-    }
-  }
+struct CompleteArguments {
+  std::string shell;
+  std::string line;
 };
-
-std::string BashScript(const CLI::App& root) {
-  Script script;
-  script.Add(root, root, "");
-  return "# bash completion for orvctl; load it with: eval \"$(orvctl completion bash)\"\n"
-         "_orvctl() {\n"
-         "  local word path='' words='' i\n"
-         "  local known=' " +
-         script.known +
-         " '\n"
-         "  for ((i = 1; i < COMP_CWORD; i++)); do\n"
-         "    word=\"${COMP_WORDS[i]}\"\n"
-         "    [[ $known == *\" $path/$word \"* ]] && path=\"$path/$word\"\n"
-         "  done\n"
-         "  case \"$path\" in\n" +
-         script.cases +
-         "  esac\n"
-         "  COMPREPLY=($(compgen -W \"$words\" -- \"${COMP_WORDS[COMP_CWORD]}\"))\n"
-         "}\n"
-         "complete -o default -F _orvctl orvctl\n";
-}
 
 }  // namespace
 
 void AddCompletionCommand(CLI::App& app, Context& context) {
-  constexpr char kExample[] = "eval \"$(orvctl completion bash)\"";
-  CLI::App& completion = AddCommand(app, {"completion", "Shell completion", kExample});
+  CLI::App& completion =
+      AddCommand(app, {"completion", "Completion of commands, names and values in a shell",
+                       "eval \"$(orvctl completion bash)\"",
+                       "Prints a script that makes the shell complete commands, options, "
+                       "endpoints, modes, controls, choices and names of files. An installed "
+                       "orvctl brings the scripts with it."});
   completion.require_subcommand(1);
-  AddCommand(completion, {"bash", "Completion for bash", kExample}).callback([&app, &context] {
-    const std::string script = BashScript(app);
-    if (context.output.json()) return context.output.Value({{"script", script}});
-    context.output.Raw(script);
+  struct Shell {
+    const char* name;
+    const char* script;
+    const char* description;
+    const char* example;
+  };
+  constexpr Shell kShells[] = {
+      {"bash", kBashScript, "The script for bash", "eval \"$(orvctl completion bash)\""},
+      {"zsh", kZshScript, "The script for zsh", "orvctl completion zsh >_orvctl"},
+      {"fish", kFishScript, "The script for fish", "orvctl completion fish >orvctl.fish"}};
+  for (const Shell& shell : kShells) {
+    const char* const script = shell.script;
+    AddCommand(completion, {shell.name, shell.description, shell.example, "", "{script}"})
+        .callback([&context, script] {
+          if (context.output.json()) return context.output.Value({{"script", script}});
+          context.output.Raw(script);
+        });
+  }
+
+  const auto arguments = std::make_shared<CompleteArguments>();
+  CLI::App& complete = AddCommand(app, {"__complete", "Candidates for a command line", ""});
+  complete.add_option("SHELL", arguments->shell, "bash, zsh or fish")->required();
+  complete.add_option("LINE", arguments->line, "The line up to the cursor")->required();
+  complete.callback([&app, &context, arguments] {
+    const TypedLine line = SplitTypedLine(arguments->line);
+    context.output.Raw(CompletionLines(Complete(app, line), line, arguments->shell == "bash"));
   });
 }
 

@@ -24,12 +24,15 @@ void ShowConfig(Context& context, const ConfigArguments& arguments) {
 void AddConfigCommand(CLI::App& app, Context& context) {
   auto [config, arguments] =
       AddCommand(app, context, ShowConfig,
-                 {"config", "The configuration type in force, or reload with another",
+                 {"config", "Show the configuration type in force, or what the other one holds",
                   "orvctl config 0 1\n  orvctl modes 0 --config 1",
                   "Every program starts with type 0. The option --config 1 runs any command with "
-                  "the modes for the DSP."});
-  config.add_option("TYPE", arguments.type, "0: modes without selector, 1: modes for the DSP")
-      ->check(CLI::Range(0, 1));
+                  "the modes for the DSP.",
+                  "{config}"});
+  config
+      .add_option("TYPE", arguments.type,
+                  "0: the modes that the processing object uses, 1: those for the DSP")
+      ->check(OneOf({"0", "1"}));
 }
 
 }  // namespace orv::cli

@@ -6,10 +6,17 @@
 #include "cli/commands/commands.h"
 #include "cli/offline/assignments.h"
 #include "cli/offline/files.h"
+#include "cli/show/names.h"
 #include "cli/show/select.h"
 
 namespace orv::cli {
 namespace {
+
+constexpr char kControlJson[] =
+    "{name, display, value, text, unit, min, max, scale, choices}, or an array of these for "
+    "several CONTROLs or a pattern; value, min and max are the stored numbers, scale is none, "
+    "enum, by100, db, custom, string or unknown";
+constexpr char kChangesJson[] = "an array of {mode, name, from, to, from_text, to_text, unit}";
 
 struct ControlsArguments : ModeArguments {
   std::vector<std::string> controls;
@@ -29,7 +36,7 @@ void ListControls(Context& context, const ControlsArguments& arguments) {
   }
   Output& output = context.output;
   if (output.json()) return output.Value(ToJson(views));
-  output.Line(output.Painted(mode.name(), ansi::kBold));
+  output.Line(output.Painted(ModeLabel(mode.name()), ansi::kBold));
   if (arguments.changed && views.empty()) return output.Line("All values are the defaults.");
   ShowControls(output, views);
 }
@@ -158,14 +165,16 @@ void RestoreDefaults(Context& context, const RestoreArguments& arguments) {
 void AddControlsCommand(CLI::App& app, Context& context) {
   auto [controls, arguments] = AddCommand(
       app, context, ListControls,
-      {"controls", "The controls of a mode",
+      {"controls", "List the controls of a mode",
        "orvctl controls 0 geq --mode Movie/Internal\n  orvctl controls 0 --changed\n"
        "  orvctl --json controls 0 --list default",
        "The component does not report values of private controls: the values shown are those of "
-       "the configuration file."});
+       "the configuration file.",
+       "an array of objects as get prints; with --changed also default and default_text"});
   controls.add_option("CONTROL", arguments.controls,
                       "Only controls with this part in their names, or that fit the pattern");
-  controls.add_option("--list", arguments.list, "public, private or default")
+  controls.add_option("--list", arguments.list, "Which controls")
+      ->type_name("public|private|default")
       ->capture_default_str();
   controls.add_flag("--changed", arguments.changed,
                     "Only controls whose values are not the defaults, with the defaults");
@@ -174,8 +183,9 @@ void AddControlsCommand(CLI::App& app, Context& context) {
 void AddGetCommand(CLI::App& app, Context& context) {
   auto [get, arguments] =
       AddCommand(app, context, GetControls,
-                 {"get", "One control or several",
-                  "orvctl get 0 \"VQ3D-Process Enable\"\n  orvctl get 0 'PEQ Left*Gain' --value"});
+                 {"get", "Show one control or several",
+                  "orvctl get 0 \"VQ3D-Process Enable\"\n  orvctl get 0 'PEQ Left*Gain' --value",
+                  "", kControlJson});
   get.add_option("CONTROL", arguments.controls, kControlHelp)->required();
   get.add_flag("--value", arguments.value, "Only the value, one line for each control");
   get.add_flag("--raw", arguments.raw, "Only the stored number, one line for each control");
@@ -189,25 +199,27 @@ void AddSetCommand(CLI::App& app, Context& context) {
        "  orvctl set 0 \"VQ3D-AEQ Bypass Gain=-6dB\" \"VQ3D-DC Level=60\"\n"
        "  orvctl set 0 'PEQ Left*Gain' 0dB\n"
        "  orvctl set 0 --from values.txt",
-       "Several controls are given as CONTROL=VALUE, as words or with --from as lines of\n"
-       "a file, in which # begins a comment; or as JSON: an object of values by control,\n"
-       "or what \"--json get\" and \"--json controls\" print. A pattern sets all controls\n"
-       "that fit it. Everything is checked before anything is stored, with one write."});
+       "Several controls are given as CONTROL=VALUE, as words or with --from as lines of "
+       "a file, in which # begins a comment; or as JSON: an object of values by control, "
+       "or what \"--json get\" and \"--json controls\" print. A pattern sets all controls "
+       "that fit it. Everything is checked before anything is stored, with one write.",
+       "what get prints, after the change; an array unless it was CONTROL VALUE"});
   CLI::Option* control = set.add_option("CONTROL", arguments.control, kControlHelp);
   set.add_option("VALUE", arguments.values,
                  "As shown (\"-3.5 dB\", 200Hz, a choice), on, off, toggle, or a step: +=3dB");
-  CLI::Option* from = set.add_option("--from", arguments.from,
-                                     "A file of lines CONTROL=VALUE; - is standard input");
+  CLI::Option* from =
+      set.add_option("--from", arguments.from, "A file of lines CONTROL=VALUE; - is standard input")
+          ->type_name("FILE");
   from->excludes(control);
   set.add_flag("--raw", arguments.raw, "VALUE is the stored number, in the control's own steps");
   set.add_flag("--force", arguments.force, "Store a number outside the control's range too");
 }
 
 void AddRestoreCommand(CLI::App& app, Context& context) {
-  auto [restore, arguments] =
-      AddCommand(app, context, RestoreDefaults,
-                 {"restore", "Store a mode's defaults again",
-                  "orvctl restore 0 --mode Movie/Internal\n  orvctl restore 0 --dry-run"});
+  auto [restore, arguments] = AddCommand(
+      app, context, RestoreDefaults,
+      {"restore", "Store a mode's defaults again",
+       "orvctl restore 0 --mode Movie/Internal\n  orvctl restore 0 --dry-run", "", kChangesJson});
   restore.add_flag("--dry-run", arguments.dry_run, "Only show what would change");
 }
 

@@ -6,6 +6,7 @@
 #include "cli/client/state.h"
 #include "cli/commands/commands.h"
 #include "cli/offline/preset.h"
+#include "cli/show/names.h"
 #include "cli/show/select.h"
 
 namespace orv::cli {
@@ -48,10 +49,10 @@ struct Side {
   // Leaves one mode, and what does not belong to a mode out.
   void Select(const std::string& mode) {
     std::vector<std::string> names;
-    for (const auto& [known, values] : modes) names.push_back(known);
-    const std::size_t position = SelectOrFail(names, mode, "mode");
+    for (const auto& [known, values] : modes) names.push_back(ModeLabel(known));
+    const std::size_t position = SelectOrFail(names, ModeLabel(mode), "mode");
     modes = {std::move(modes[position])};
-    name += ", " + modes.front().first;
+    name += ", " + ModeLabel(modes.front().first);
     current_mode.reset();
     enabled.reset();
   }
@@ -96,7 +97,7 @@ std::vector<Change> Compare(const Side& a, const Side& b, std::vector<std::strin
   for (const auto& [mode, values] : a.modes) {
     const Side::Values* others = b.Find(mode);
     if (others == nullptr) {
-      unmatched.push_back(fmt::format("Only {} has the mode {}.", a.name, mode));
+      unmatched.push_back(fmt::format("Only {} has the mode {}.", a.name, ModeLabel(mode)));
       continue;
     }
     Side::Values all = values;
@@ -110,7 +111,7 @@ std::vector<Change> Compare(const Side& a, const Side& b, std::vector<std::strin
   }
   for (const auto& [mode, values] : b.modes)
     if (a.Find(mode) == nullptr)
-      unmatched.push_back(fmt::format("Only {} has the mode {}.", b.name, mode));
+      unmatched.push_back(fmt::format("Only {} has the mode {}.", b.name, ModeLabel(mode)));
   return differences;
 }
 
@@ -136,7 +137,7 @@ void ShowDifferences(Context& context, const Side& a, const Side& b,
   output.Line("B: " + Printable(b.name));
   Table table({{"MODE"}, {"CONTROL"}, {"A"}, {"B"}});
   for (const Change& change : differences)
-    table.Add({change.mode, change.name, ToText(catalog, change, change.from),
+    table.Add({ModeLabel(change.mode), change.name, ToText(catalog, change, change.from),
                Cell(ToText(catalog, change, change.to), ansi::kAccent)});
   if (!table.empty()) output.Show(table);
   output.Line(Counted(differences.size(), "difference") + ".");
@@ -168,17 +169,17 @@ void Diff(Context& context, const DiffArguments& arguments) {
 void AddDiffCommand(CLI::App& app, Context& context) {
   auto [diff, arguments] = AddCommand(
       app, context, Diff,
-      {"diff", "What differs between endpoints, modes or presets",
+      {"diff", "Show what differs between endpoints, modes or presets",
        "orvctl diff 0 evening.json\n  orvctl diff 0 1 --mode Music/Internal\n"
        "  orvctl diff 0 --mode Movie/Internal --mode Music/Internal",
        "A and B are endpoints or presets: \"-\" (standard input), and what ends in .json "
-       "or has a\nslash in it, is a preset. Machines are compared by a preset of one of "
-       "them:\n  orvctl --machine bench save 0 - | orvctl diff 0 -\n"
-       "Modes are compared by name. Exit status 3 if something differs."});
+       "or has a slash in it, is a preset. Modes are compared by name. Exit status 3 if something "
+       "differs. Machines are compared by a preset of one of them:\n\n"
+       "  orvctl --machine bench save 0 - | orvctl diff 0 -",
+       "an array of {mode, name, a, b, a_text, b_text, unit}"});
   diff.add_option("A", arguments.a, "An endpoint, as in other commands, or a preset")->required();
   diff.add_option("B", arguments.b, "The other one (default: A, with two modes)");
-  diff.add_option("--mode", arguments.modes,
-                  "Only this mode; twice: A's mode and B's (each its name or any part of it)")
+  diff.add_option("--mode", arguments.modes, "Only this mode; twice: A's mode and B's")
       ->allow_extra_args(false);
 }
 

@@ -1,4 +1,6 @@
 // doctor
+#include <set>
+
 #include "cli/client/diagnosis.h"
 #include "cli/commands/commands.h"
 #include "cli/dsp/dsp_check.h"
@@ -9,13 +11,17 @@ namespace orv::cli {
 namespace {
 
 constexpr CommandText kExamineText = {
-    "doctor", "Is processing really active? What is wrong, and what to do about it",
-    "orvctl doctor\n  orvctl doctor 0",
-    "Examines every active render endpoint, also those that the component cannot use.\n"
-    "Exit status 3 if something is wrong."};
+    "doctor", "Examine whether processing is active, and what to do if it is not",
+    "orvctl doctor\n  orvctl doctor 0 --long",
+    "Examines one endpoint, or every active one, also those that the component cannot use: effect "
+    "registration, configuration file, technology library, registry rights, current mode, switch, "
+    "stored values and DSP. Prints what is wrong, each with what to do about it. Exit status 3 if "
+    "something is wrong.",
+    "an array of {check, ok, detail, remedy} with all checks"};
 
 struct DoctorArguments {
   std::string endpoint;
+  bool all = false;
 };
 
 // The endpoint that the text means, as in "endpoints"; all of them for empty text. The component
@@ -32,17 +38,34 @@ std::vector<ORVAPOEndpointInfo> Chosen(Context& context, const std::string& text
   return {infos[SelectOrFail(names, wanted, "endpoint")]};
 }
 
-void ShowChecks(Output& output, const std::vector<Check>& checks) {
+// Those of one endpoint, or of the machine as a whole, follow one another. Without `all`, only
+// those that are not ok.
+void ShowChecks(Output& output, const std::vector<Check>& checks, bool all) {
   for (auto check = checks.begin(); check != checks.end();) {
     const std::string& endpoint = check->endpoint;
-    if (!endpoint.empty()) output.Line(output.Painted(Printable(endpoint), ansi::kBold));
     Table table({{""}, {""}, {""}});
-    for (; check != checks.end() && check->endpoint == endpoint; ++check) {
-      table.Add({Cell(check->ok ? "ok" : "NO", check->ok ? ansi::kGood : ansi::kBad), check->name,
-                 check->ok ? check->detail : check->detail + " -> " + check->remedy});
-    }
+    for (; check != checks.end() && check->endpoint == endpoint; ++check)
+      if (all || !check->ok)
+        table.Add({Cell(check->ok ? "ok" : "NO", check->ok ? ansi::kGood : ansi::kBad), check->name,
+                   check->detail},
+                  check->remedy);
+    if (table.empty()) continue;
+    if (!endpoint.empty()) output.Line(output.Painted(Printable(endpoint), ansi::kBold));
     output.Show(table, endpoint.empty() ? 0 : 2);
   }
+}
+
+// "1 of 3 endpoints has problems."
+std::string Verdict(const std::vector<Check>& checks, std::size_t endpoints) {
+  std::set<std::string> with_problems;
+  for (const Check& check : checks)
+    if (!check.ok) with_problems.insert(check.endpoint);
+  if (with_problems.empty())
+    return "No problem: " + Counted(checks.size(), "check") + " of " +
+           Counted(endpoints, "endpoint") + ".";
+  const std::size_t count = with_problems.size() - with_problems.count("");
+  return fmt::format("{} of {} {} problems.", count, Counted(endpoints, "endpoint"),
+                     count == 1 ? "has" : "have");
 }
 
 void Examine(Context& context, const DoctorArguments& arguments) {
@@ -68,7 +91,8 @@ void Examine(Context& context, const DoctorArguments& arguments) {
          {"remedy", check.remedy}});
   }
   if (context.output.json()) return context.output.Value(array);
-  ShowChecks(context.output, diagnosis.checks());
+  ShowChecks(context.output, diagnosis.checks(), arguments.all);
+  if (!infos.empty()) context.output.Line(Verdict(diagnosis.checks(), infos.size()));
 }
 
 }  // namespace
@@ -76,6 +100,7 @@ void Examine(Context& context, const DoctorArguments& arguments) {
 void AddDoctorCommand(CLI::App& app, Context& context) {
   auto [doctor, arguments] = AddCommand(app, context, Examine, kExamineText);
   doctor.add_option("ENDPOINT", arguments.endpoint, kEndpointHelp);
+  doctor.add_flag(kLongOption, arguments.all, "Show the checks that are ok, too");
 }
 
 }  // namespace orv::cli

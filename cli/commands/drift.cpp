@@ -6,18 +6,19 @@
 #include "cli/client/dsp_objects.h"
 #include "cli/commands/commands.h"
 #include "cli/dsp/plan.h"
+#include "cli/show/names.h"
 #include "platform/driver_names.h"
 
 namespace orv::cli {
 namespace {
 
 constexpr CommandText kFindDriftText = {
-    "drift", "Where defaults, the registry and the DSP differ, control by control",
+    "drift", "Show where defaults, the registry and the DSP differ",
     "orvctl drift 0\n  orvctl --json drift 0 --mode Movie/Internal",
-    "The DSP holds one mode and is compared with the current one. The value of a field "
-    "is shown as\nthe control's if it is the registry's or the default, else as the "
-    "field's text. A real machine's\nDSP cannot be read. Exit status 3 if something "
-    "differs."};
+    "Compares control by control. The DSP holds one mode and is compared with the current one. The "
+    "value of a field is shown as the control's if it is the registry's or the default, else as "
+    "the field's text. A real machine's DSP cannot be read. Exit status 3 if something differs.",
+    "an array of {mode, name, default, registry, dsp}"};
 
 // The value of a control in one place; empty if the place does not hold the control.
 struct Holding {
@@ -185,7 +186,7 @@ void ShowDrift(Output& output, const std::vector<Drift>& drifts, const std::stri
     return Cell(holding.text, holding.value != before.value ? ansi::kBad : nullptr);
   };
   for (const Drift& drift : drifts)
-    table.Add({drift.mode, drift.name, cell(drift.by_default, drift.by_default),
+    table.Add({ModeLabel(drift.mode), drift.name, cell(drift.by_default, drift.by_default),
                cell(drift.registry, drift.by_default), cell(drift.dsp, drift.registry)});
   output.Show(table);
 }
@@ -219,7 +220,7 @@ void FindDrift(Context& context, const DriftArguments& arguments) {
 void AddDriftCommand(CLI::App& app, Context& context) {
   auto [drift, arguments] = AddCommand(app, context, FindDrift, kFindDriftText);
   drift.add_option("--mode", arguments.mode,
-                   "Only this mode: its name or any part of it that fits one mode only");
+                   "Only this mode: its name, or any part of it that no other mode has");
 }
 
 }  // namespace orv::cli

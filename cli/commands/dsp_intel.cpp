@@ -7,6 +7,7 @@
 #include "cli/commands/commands.h"
 #include "cli/dsp/push.h"
 #include "cli/offline/files.h"
+#include "cli/show/names.h"
 #include "cli/show/select.h"
 #include "platform/driver_names.h"
 #include "platform/files.h"
@@ -20,6 +21,7 @@ struct IntelArguments {
   std::string mode;
   std::string technology;
   bool set_default = false;
+  bool with_blocks = false;
   std::string file;
   std::string channel;
   std::vector<std::string> bands;
@@ -47,25 +49,25 @@ struct IntelTarget {
 };
 
 void Settle(Context& context, const PushOutcome& outcome, const IntelTarget& target,
-            const std::string& source, const std::string& remedy) {
+            const std::string& source, const std::string& remedy, bool with_blocks) {
   SettlePush(context, outcome,
              fmt::format("writing {} into the Intel DSP of {}", source, target.endpoint.name()),
              remedy + DriverRefused());
   if (context.output.json()) return context.output.Value(ToJson(outcome));
-  ShowPush(context, outcome);
+  ShowPush(context, outcome, with_blocks);
 }
 
 void PushMode(Context& context, const IntelArguments& arguments) {
   IntelTarget target(context, arguments);
   const Mode mode = context.SelectMode(target.endpoint, arguments.mode);
   if (!context.output.json())
-    context.output.Line(context.output.Painted(Printable(mode.name()), ansi::kBold));
+    context.output.Line(context.output.Painted(Printable(ModeLabel(mode.name())), ansi::kBold));
   const DspPlan plan = PlanMode(target.dsp.Kind(), IntelControls(mode, kORVAPO_Cont_Public),
                                 arguments.technology, arguments.apply_flag(), &target.readback);
   const PushOutcome outcome = RunPush(target.readback, plan, [&] {
     return target.dsp.WriteControls(mode, arguments.technology, arguments.set_default);
   });
-  Settle(context, outcome, target, mode.name(), "");
+  Settle(context, outcome, target, ModeLabel(mode.name()), "", arguments.with_blocks);
 }
 
 // As the machine names it: drive letters are its own, any other path is this host's.
@@ -87,7 +89,7 @@ void PushFile(Context& context, const IntelArguments& arguments) {
   });
   if (!error.empty()) context.output.Notice("The component reports: " + error);
   Settle(context, outcome, target, arguments.file,
-         "The file needs a mode of its own default key, for the DSP. ");
+         "The file needs a mode of its own default key, for the DSP. ", arguments.with_blocks);
 }
 
 void ShowInfo(Context& context, const IntelArguments& arguments) {
@@ -334,55 +336,60 @@ void SetProperty(Context& context, const IntelArguments& arguments) {
 
 void AddIntelDspCommands(CLI::App& dsp, Context& context) {
   const auto arguments = std::make_shared<IntelArguments>();
-  CLI::App& intel = AddCommand(dsp, {"intel", "The Intel DSP of an endpoint",
+  CLI::App& intel = AddCommand(dsp, {"intel", "Read and change the Intel DSP of an endpoint",
                                      "orvctl dsp intel 0 info\n  orvctl dsp intel 0 push"});
   intel.require_subcommand(1);
   intel.add_option("ENDPOINT", arguments->endpoint, kEndpointHelp)->required();
   AddCommand(
       intel, context, arguments, ShowInfo,
-      {"info", "The driver, its interface version and its module", "orvctl dsp intel 0 info"});
+      {"info", "Show the driver, its interface version and its module", "orvctl dsp intel 0 info",
+       "", "{kind, api_version, features, module_name, module_version, apo_version}"});
 
   CLI::App& push = AddCommand(
       intel, context, arguments, PushMode,
-      {"push", "A mode's public controls into the DSP, read back",
+      {"push", "Send a mode's public controls into the DSP and verify them",
        "orvctl dsp intel 0 push --mode Movie/Internal",
        "What the driver took and holds is compared with the mode's controls, field by field. Exit "
-       "status\n3 if something differs or was not sent."});
+       "status 3 if something differs or was not sent.",
+       kPushJson});
   push.add_option("--mode", arguments->mode, kModeHelp);
-  push.add_option("--tech", arguments->technology,
-                  "Only this technology: HPF, PEQLEFT, PEQRIGHT or PEQALL")
+  push.add_option("--tech", arguments->technology, "Only this part of the mode")
       ->check(OneOf({"HPF", "PEQLEFT", "PEQRIGHT", "PEQALL"}));
 
-  CLI::App& file =
-      AddCommand(intel, context, arguments, PushFile,
-                 {"file", "A configuration file's default mode into the DSP, read back",
-                  "orvctl dsp intel 0 file 'C:\\ProgramData\\ORV Labs\\APO\\dsp_bring_up.xml'",
-                  "Paths with a drive letter are the machine's. Exit status as with push."});
+  CLI::App& file = AddCommand(
+      intel, context, arguments, PushFile,
+      {"file", "Send a configuration file's default mode into the DSP and verify it",
+       "orvctl dsp intel 0 file 'C:\\ProgramData\\ORV Labs\\APO\\dsp_bring_up.xml'",
+       "Paths with a drive letter are the machine's. Exit status as with push.", kPushJson});
   file.add_option("XML", arguments->file, "The configuration file")->required();
 
-  CLI::App& get = AddCommand(intel, context, arguments, GetProperty,
-                             {"get", "One property as the DSP holds it",
-                              "orvctl dsp intel 0 get \"VQ3D-Process Enable\""});
+  CLI::App& get =
+      AddCommand(intel, context, arguments, GetProperty,
+                 {"get", "Show one property as the DSP holds it",
+                  "orvctl dsp intel 0 get \"VQ3D-Process Enable\"", "", "{name, value}"});
   CLI::App& set = AddCommand(
       intel, context, arguments, SetProperty,
-      {"set", "One property of the DSP", "orvctl dsp intel 0 set \"VQ3D-Definition Level\" 60",
-       "The driver's block is read, changed, sent back and read again; nothing is stored in the\n"
+      {"set", "Change one property in the DSP",
+       "orvctl dsp intel 0 set \"VQ3D-Definition Level\" 60",
+       "The driver's block is read, changed, sent back and read again; nothing is stored in the "
        "registry. A control that depends on others takes them from the current mode, whose "
-       "filters\n"
-       "are sent with it. Exit status 3 if the DSP holds another value than was sent."});
+       "filters are sent with it. Exit status 3 if the DSP holds another value than was sent.",
+       "{name, value, sent, held}"});
+  for (CLI::App* command : {&push, &file})
+    command->add_flag(kLongOption, arguments->with_blocks, kPushLongHelp);
   for (CLI::App* command : {&get, &set})
     command->add_option("PROPERTY", arguments->property, "Control: its exact name")->required();
   set.add_option("VALUE", arguments->value, kValueHelp)->required();
 
-  CLI::App& peq = AddCommand(intel, context, arguments, PushEqualizer,
-                             {"peq", "A parametric equaliser into the DSP",
-                              "orvctl dsp intel 0 peq both 100,3,0.7 1000,-2,1.4 8000,4,0.7",
-                              "A band is freq,gain,q in Hz and dB. The first band is a low shelf, "
-                              "the last a high shelf."});
+  CLI::App& peq =
+      AddCommand(intel, context, arguments, PushEqualizer,
+                 {"peq", "Send a parametric equaliser into a Broadwell DSP",
+                  "orvctl dsp intel 0 peq both 100,3,0.7 1000,-2,1.4 8000,4,0.7",
+                  "The first band is a low shelf, the last a high shelf.", "{status, verdict}"});
   peq.add_option("CHANNEL", arguments->channel, "left, right or both")
       ->required()
       ->check(OneOf({"left", "right", "both"}));
-  peq.add_option("BAND", arguments->bands, "Bands in the order of their sections")->required();
+  peq.add_option("BAND", arguments->bands, "A band: frequency,gain,q in Hz and dB")->required();
   for (CLI::App* command : {&push, &file, &get, &set, &peq})
     command->add_flag("--default", arguments->set_default, kDspDefaultHelp);
 }

@@ -3,6 +3,7 @@
 #include "cli/commands/commands.h"
 #include "cli/dsp/plan.h"
 #include "cli/dsp/push.h"
+#include "cli/show/names.h"
 #include "cli/show/select.h"
 #include "platform/driver_names.h"
 
@@ -13,6 +14,7 @@ struct QualcommArguments {
   std::string endpoint;
   std::string mode;
   std::string form_factor;
+  bool with_blocks = false;
 };
 
 // By their number.
@@ -36,37 +38,40 @@ void PushQualcommMode(Context& context, const QualcommArguments& arguments) {
              fmt::format("writing {} into the Qualcomm DSP of {}", mode.name(), endpoint.name()),
              "The mode may have no public control with a name; -v shows more.");
   if (context.output.json()) return context.output.Value(ToJson(outcome));
-  context.output.Line(fmt::format(
-      "{}, form factor {}{}", context.output.Painted(Printable(mode.name()), ansi::kBold), factor,
-      factor < kFormFactors.size() ? " (" + kFormFactors[factor] + ")" : ""));
-  ShowPush(context, outcome);
+  context.output.Line(
+      fmt::format("{}, form factor {}{}",
+                  context.output.Painted(Printable(ModeLabel(mode.name())), ansi::kBold), factor,
+                  factor < kFormFactors.size() ? " (" + kFormFactors[factor] + ")" : ""));
+  ShowPush(context, outcome, arguments.with_blocks);
 }
 
 }  // namespace
 
 void AddDspCommands(CLI::App& app, Context& context) {
-  CLI::App& dsp = AddCommand(app, {"dsp", "The DSP that runs an endpoint's processing",
-                                   "orvctl dsp intel 0 push\n  orvctl dsp qualcomm 0 push"});
+  CLI::App& dsp =
+      AddCommand(app, {"dsp", "Read and change the DSP that runs an endpoint's processing",
+                       "orvctl dsp intel 0 push\n  orvctl dsp qualcomm 0 push"});
   dsp.require_subcommand(1);
   AddIntelDspCommands(dsp, context);
 
   const auto arguments = std::make_shared<QualcommArguments>();
   CLI::App& qualcomm = AddCommand(
-      dsp, {"qualcomm", "The Qualcomm DSP of an endpoint", "orvctl dsp qualcomm 0 push"});
+      dsp, {"qualcomm", "Change the Qualcomm DSP of an endpoint", "orvctl dsp qualcomm 0 push"});
   qualcomm.require_subcommand(1);
   qualcomm.add_option("ENDPOINT", arguments->endpoint, kEndpointHelp)->required();
   CLI::App& push = AddCommand(
       qualcomm, context, arguments, PushQualcommMode,
-      {"push", "A mode's public controls into the driver",
+      {"push", "Send a mode's public controls into the driver and verify them",
        "orvctl dsp qualcomm 0 push --mode Movie/Internal --form-factor headset",
-       "On a simulated machine the records that the driver received are compared with the mode's\n"
+       "On a simulated machine the records that the driver received are compared with the mode's "
        "controls; exit status 3 if one is missing or differs. A real driver does not report what "
-       "it\n"
-       "took; the verdict shows that."});
+       "it took; the verdict shows that.",
+       kPushJson});
   push.add_option("--mode", arguments->mode, kModeHelp);
+  push.add_flag(kLongOption, arguments->with_blocks, kPushLongHelp);
   push.add_option("--form-factor", arguments->form_factor,
-                  "0 to 4, or reserved, speaker, headset, hdmi, bluetooth (default: the "
-                  "endpoint's)");
+                  "What plays the sound, or its number from 0 to 4 (default: the endpoint's)")
+      ->type_name(fmt::format("{}", fmt::join(kFormFactors, "|")));
 }
 
 }  // namespace orv::cli

@@ -43,8 +43,9 @@ void ShowOrSwitchProcessing(Context& context, const EnableArguments& arguments) 
 void AddEnableCommand(CLI::App& app, Context& context) {
   auto [enable, arguments] =
       AddCommand(app, context, ShowOrSwitchProcessing,
-                 {"enable", "Processing on or off, for the whole endpoint", "orvctl enable 0 off"});
-  enable.add_option("STATE", arguments.state, "on or off; shows the switch without it")
+                 {"enable", "Switch processing on or off for the whole endpoint",
+                  "orvctl enable 0 off", "", "{enabled}"});
+  enable.add_option("STATE", arguments.state, "on or off; without it, the switch is shown")
       ->check(OneOf({"on", "off"}));
 }
 

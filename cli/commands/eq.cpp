@@ -11,6 +11,7 @@
 #include "cli/commands/response_view.h"
 #include "cli/dsp/push.h"
 #include "cli/offline/files.h"
+#include "cli/show/names.h"
 #include "cli/show/scale.h"
 #include "platform/driver_names.h"
 
@@ -33,7 +34,8 @@ bool IsChosen(const EqArguments& arguments, const char* channel) {
 ModeBands RequireBands(const std::vector<ControlView>& views, const Mode& mode) {
   ModeBands bands = FindBands(views);
   if (bands.suite.empty())
-    throw Failure(kRefused, mode.name() + " has no public controls of a parametric equaliser.");
+    throw Failure(kRefused,
+                  ModeLabel(mode.name()) + " has no public controls of a parametric equaliser.");
   return bands;
 }
 
@@ -216,7 +218,7 @@ Json MisfitsJson(const std::vector<Misfit>& misfits) {
 void ShowImport(Context& context, const EqArguments& arguments, const Mode& mode,
                 const ModeBands& bands, const Import& import, const std::vector<Change>& changes) {
   Output& output = context.output;
-  output.Line(output.Painted(Printable(mode.name()), ansi::kBold));
+  output.Line(output.Painted(Printable(ModeLabel(mode.name())), ansi::kBold));
   ShowBands(output, bands, import);
   if (!import.misfits.empty()) output.Line("Did not fit:");
   for (const Misfit& misfit : import.misfits)
@@ -340,7 +342,7 @@ void ExportList(Context& context, const EqArguments& arguments) {
   for (const std::string& note : notes) context.output.Notice(note);
   if (!notes.empty()) context.exit_status = kDiffering;
   const std::string text =
-      fmt::format("# {}, {}\n", Printable(endpoint.name()), Printable(mode.name())) +
+      fmt::format("# {}, {}\n", Printable(endpoint.name()), Printable(ModeLabel(mode.name()))) +
       WriteEqualiserList(list);
   if (!arguments.file.empty()) ReplaceFile(arguments.file, text);
   if (context.output.json()) {
@@ -360,45 +362,44 @@ constexpr char kListDetails[] =
     "  Filter 2: ON LSC Fc 80 Hz Gain 3 dB Q 0.7\n"
     "Filters after a line \"Channel: left\" or \"Channel: right\" are for that channel.";
 constexpr char kImportDetails[] =
-    "Filters take the mode's bands in their order, at the nearest values; quality factors are\n"
+    "Filters take the mode's bands in their order, at the nearest values; quality factors are "
     "converted, so that the bands have the list's curves. Bands that are left over, and filters "
-    "that\n"
-    "are off, get 0 dB and are disabled. What does not fit is listed with its line and how far it "
-    "is\n"
-    "off (exit status 3). All values are stored and read back, or none. JSON: mode, dry_run, "
-    "changes\n"
-    "[{mode, name, from, to}], misfits [{line, what, wanted, set, reason}], preamp {wanted_db,\n"
-    "control, set_db}, push (as \"dsp intel push\").";
+    "that are off, get 0 dB and are disabled. What does not fit is listed with its line and how "
+    "far it is off (exit status 3). All values are stored and read back, or none.";
+constexpr char kImportJson[] =
+    "{mode, dry_run, changes: [{mode, name, from, to}], misfits: [{line, what, wanted, set, "
+    "reason}], preamp: {wanted_db, control, set_db}, push}; push is what dsp intel push prints";
 
 }  // namespace
 
 void AddEqCommands(CLI::App& app, Context& context) {
   CLI::App& eq = AddCommand(
-      app, {"eq", "Equaliser lists into and out of a mode's bands",
+      app, {"eq", "Import and export equaliser lists",
             "orvctl eq 0 import room.txt --dry-run\n  orvctl eq 0 export", kListDetails});
   eq.require_subcommand(1);
   const auto arguments = std::make_shared<EqArguments>();
   eq.add_option("ENDPOINT", arguments->endpoint, kEndpointHelp)->required();
   CLI::App& import = AddCommand(eq, context, arguments, ImportList,
-                                {"import", "An equaliser list into a mode's parametric bands",
+                                {"import", "Set a mode's parametric bands from an equaliser list",
                                  "orvctl eq 0 import room.txt --mode Music/Internal --dry-run\n"
                                  "  orvctl eq 0 import room.txt --push",
-                                 kImportDetails});
+                                 kImportDetails, kImportJson});
   import.add_option("FILE", arguments->file, "The list; - is standard input")->required();
   CLI::Option* dry_run =
       import.add_flag("--dry-run", arguments->dry_run, "Only show what would change");
   import.add_flag("--push", arguments->push, "Push the mode into the DSP afterwards")
       ->excludes(dry_run);
-  CLI::App& write = AddCommand(
-      eq, context, arguments, ExportList,
-      {"export", "A mode's parametric bands as an equaliser list",
-       "orvctl eq 0 export --mode Music/Internal --output room.txt",
-       "An import of the list changes nothing. JSON: mode, preamp_db, filters [{channel, "
-       "on, type,\nfrequency, gain_db, q}]."});
-  write.add_option("--output", arguments->file, "Write this file (default: standard output)");
+  CLI::App& write =
+      AddCommand(eq, context, arguments, ExportList,
+                 {"export", "Write a mode's parametric bands as an equaliser list",
+                  "orvctl eq 0 export --mode Music/Internal --output room.txt",
+                  "An import of the list changes nothing.",
+                  "{mode, preamp_db, filters: [{channel, on, type, frequency, gain_db, q}]}"});
+  write.add_option("--output", arguments->file, "Write this file (default: standard output)")
+      ->type_name("FILE");
   for (CLI::App* command : {&import, &write}) {
     command->add_option("--mode", arguments->mode, kModeHelp);
-    command->add_option("--channel", arguments->channel, "left, right or both")
+    command->add_option("--channel", arguments->channel, "Which channels")
         ->capture_default_str()
         ->check(OneOf({"left", "right", "both"}));
   }

@@ -164,55 +164,67 @@ void Filter(Context& context, const FilterArguments& arguments) {
   Present(context, kDesign(arguments), arguments);
 }
 
+constexpr char kFilterJson[] =
+    "{status, words, silent}; with --response or --svg also response [{frequency, ideal_db, "
+    "fixed_db, filter}], worst {frequency, db} and pole_radius";
+
 }  // namespace
 
 void AddFilterCommands(CLI::App& app, Context& context) {
   CLI::App& filter =
-      AddCommand(app, {"filter", "Fixed-point filters, as the DSP receives them",
+      AddCommand(app, {"filter", "Design fixed-point filters, as the DSP receives them",
                        "orvctl filter butterworth --order 4 --frequency 60 --response"});
   filter.require_subcommand(1);
   const auto arguments = std::make_shared<FilterArguments>();
-  CLI::App& butterworth = AddCommand(
-      filter, context, arguments, Filter<DesignButterworth>,
-      {"butterworth", "A Butterworth high-pass or low-pass",
-       "orvctl filter butterworth --order 4 --frequency 60 --bits 16 --svg highpass.svg"});
-  butterworth.add_option("--order", arguments->order, "Order")
+  CLI::App& butterworth =
+      AddCommand(filter, context, arguments, Filter<DesignButterworth>,
+                 {"butterworth", "Design a Butterworth high-pass or low-pass",
+                  "orvctl filter butterworth --order 4 --frequency 60 --bits 16 --svg filter.svg",
+                  "", kFilterJson});
+  butterworth.add_option("--order", arguments->order, "The order of the filter")
       ->required()
-      ->check(CLI::Range(1, 200));
-  butterworth.add_option("--frequency", arguments->frequency, "Corner in Hz")
+      ->check(WholeNumberWithin(1, 200));
+  butterworth.add_option("--frequency", arguments->frequency, "The corner frequency")
       ->required()
-      ->check(NumberWithin(kAboveZero, std::numeric_limits<float>::max(), "a number above zero"));
-  butterworth.add_option("--kind", arguments->kind, "highpass or lowpass")
+      ->check(NumberWithin(kAboveZero, std::numeric_limits<float>::max(), "a frequency above 0 Hz",
+                           "HZ"));
+  butterworth.add_option("--kind", arguments->kind, "What the filter passes")
       ->capture_default_str()
       ->check(OneOf({"lowpass", "highpass"}));
-  butterworth.add_option("--bits", arguments->bits, "Bits in a word")
+  butterworth.add_option("--bits", arguments->bits, "Bits of a word")
       ->capture_default_str()
-      ->check(CLI::IsMember({16, 32}));
+      ->check(OneOf({"16", "32"}));
 
   CLI::App& bands = AddCommand(
       filter, context, arguments, Filter<DesignBands>,
-      {"bands", "A cascade of parametric bands",
+      {"bands", "Design a cascade of parametric bands",
        "orvctl filter bands traditional,50,3,-12 peaking,1000,2,6 --response",
-       "A band is type,frequency,q,gain_db[,invert] with the frequency in Hz; its type is a\n"
-       "number or one of traditional, lowshelf, highshelf, lowpass, highpass, bandpass, allpass,\n"
-       "notch, peaking, gain. For lowpass and highpass the gain is the resonance."});
-  bands.add_option("BAND", arguments->bands, "Bands in the order of their sections")->required();
+       "A band is type,frequency,q,gain with the frequency in Hz and the gain in dB; a fifth "
+       "element 1 inverts it. The type is a number or one of traditional, lowshelf, highshelf, "
+       "lowpass, highpass, bandpass, allpass, notch, peaking, gain. For lowpass and highpass the "
+       "gain is the resonance.",
+       kFilterJson});
+  bands.add_option("BAND", arguments->bands, "A band: type,frequency,q,gain")->required();
 
-  CLI::App& bass = AddCommand(filter, context, arguments, Filter<DesignBass>,
-                              {"bass", "The bass-enhancement filters for two loudspeaker sizes",
-                               "orvctl filter bass --audio 185 --analysis 165"});
-  const CLI::Validator size = NumberWithin(1, 1e6, "a number from 1 to 1000000");
-  bass.add_option("--audio", arguments->audio, "Audio size in Hz")->required()->check(size);
-  bass.add_option("--analysis", arguments->analysis, "Analysis size in Hz")
+  CLI::App& bass =
+      AddCommand(filter, context, arguments, Filter<DesignBass>,
+                 {"bass", "Design the bass-enhancement filters for two loudspeaker sizes",
+                  "orvctl filter bass --audio 185 --analysis 165", "", kFilterJson});
+  const CLI::Validator size = NumberWithin(1, 1e6, "a size from 1 to 1000000 Hz", "HZ");
+  bass.add_option("--audio", arguments->audio, "The loudspeaker's size for the sound")
+      ->required()
+      ->check(size);
+  bass.add_option("--analysis", arguments->analysis, "The loudspeaker's size for the analysis")
       ->required()
       ->check(size);
   for (CLI::App* command : {&butterworth, &bands, &bass}) {
-    command->add_option("--rate", arguments->rate, "Sample rate in Hz")
+    command->add_option("--rate", arguments->rate, "The sample rate in Hz")
         ->capture_default_str()
-        ->check(CLI::Range(100, 10000000));
+        ->check(WholeNumberWithin(100, 10000000));
     command->add_flag("--response", arguments->response,
-                      "The response after quantising beside the ideal one");
-    command->add_option("--svg", arguments->svg, "Draw both into this file");
+                      "Print the response after quantising beside the ideal one");
+    command->add_option("--svg", arguments->svg, "Draw both responses into this file")
+        ->type_name("FILE");
   }
 }
 

@@ -1,4 +1,6 @@
 // image decode, image encode
+#include <algorithm>
+
 #include "cli/client/registry.h"
 #include "cli/commands/commands.h"
 #include "cli/offline/files.h"
@@ -26,11 +28,11 @@ ImageBytes StoredImage(Context& context, const ImageArguments& arguments) {
   auto image = ReadImage(context.session().machine(), endpoint.RegistryPath(), mode.name());
   if (image) return *std::move(image);
   const std::string restore =
-      fmt::format("restore {} --mode {}", endpoint.number(), ShellWord(mode.name()));
+      fmt::format("restore {} --mode {}", endpoint.number(), ShellWord(ModeLabel(mode.name())));
   throw Failure(kRefused,
                 "nothing is stored for {}: the configuration's values are in "
                 "force.\nTo store them: {}",
-                mode.name(), CommandLine(restore));
+                ModeLabel(mode.name()), CommandLine(restore));
 }
 
 ImageBytes GivenImage(Context& context, const ImageArguments& arguments) {
@@ -88,7 +90,9 @@ void Encode(Context& context, const ImageArguments& arguments) {
   try {
     json = Json::parse(text);
   } catch (const Json::parse_error& fault) {
-    throw Failure(kRefused, "{} is not JSON: {}", arguments.file, fault.what());
+    const std::size_t end = std::min(fault.byte, text.size());
+    const auto line = 1 + std::ranges::count(text.substr(0, end), '\n');
+    throw Failure(kRefused, "{}:{}: this is not valid JSON.", arguments.file, line);
   }
   std::string error;
   const std::optional<ORVPropertyList> list = EntriesFromJson(json, error);
@@ -111,15 +115,19 @@ void Encode(Context& context, const ImageArguments& arguments) {
 }  // namespace
 
 void AddImageCommands(CLI::App& app, Context& context) {
-  CLI::App& image = AddCommand(app, {"image", "Property-set images, as the registry holds them",
-                                     "orvctl image decode values.bin"});
+  CLI::App& image =
+      AddCommand(app, {"image", "Decode and encode property-set images, as the registry holds them",
+                       "orvctl image decode values.bin"});
   image.require_subcommand(1);
   const auto arguments = std::make_shared<ImageArguments>();
 
-  CLI::App& decode = AddCommand(image, context, arguments, Decode,
-                                {"decode", "An image to its entries",
-                                 "orvctl image decode values.bin\n  orvctl --json image decode "
-                                 "--endpoint 0 --mode Movie/Internal"});
+  CLI::App& decode =
+      AddCommand(image, context, arguments, Decode,
+                 {"decode", "Print the entries of an image",
+                  "orvctl image decode values.bin\n  orvctl --json image decode "
+                  "--endpoint 0 --mode Movie/Internal",
+                  "Reads a FILE, or the image that an endpoint's processing object reads.",
+                  "an array of {name, kind, value}"});
   decode.add_option("FILE", arguments->file, "The image; - is standard input");
   decode.add_option("--endpoint", arguments->endpoint,
                     "The image that the processing object of this endpoint reads");
@@ -127,11 +135,13 @@ void AddImageCommands(CLI::App& app, Context& context) {
   decode.add_flag("--hex", arguments->hex,
                   "FILE holds hexadecimal digits, as in a registry export");
 
-  CLI::App& encode = AddCommand(image, context, arguments, Encode,
-                                {"encode", "Entries (JSON, as decode prints them) to an image",
-                                 "orvctl image encode entries.json --output values.bin"});
+  CLI::App& encode =
+      AddCommand(image, context, arguments, Encode,
+                 {"encode", "Make an image from entries, as decode prints them with --json",
+                  "orvctl image encode entries.json --output values.bin", "", "{size, bytes}"});
   encode.add_option("FILE", arguments->file, "The entries; - is standard input")->required();
   encode.add_option("--output", arguments->output, "Where the image goes; - is standard output")
+      ->type_name("FILE")
       ->capture_default_str();
   encode.add_flag("--hex", arguments->hex, "Write hexadecimal digits");
 }

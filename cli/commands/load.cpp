@@ -133,8 +133,9 @@ void AddLoadCommand(CLI::App& app, Context& context) {
   auto [load, arguments] = AddCommand(
       app, context, Load,
       {"load", "Apply a preset", "orvctl load 0 evening.json --dry-run",
-       "A broken file is refused with exit status 1, one that does not fit the endpoint with 3;\n"
-       "nothing is changed then."});
+       "A broken file is refused with exit status 1, one that does not fit the endpoint with 3; "
+       "nothing is changed then.",
+       "an array of {mode, name, from, to, from_text, to_text, unit}"});
   load.add_option("FILE", arguments.file, "The preset; - is standard input")->required();
   load.add_flag("--dry-run", arguments.dry_run, "Only show the changes");
   load.add_flag("--lenient", arguments.lenient,

@@ -39,14 +39,16 @@ void MakeMachine(Context& context, const MachineArguments& arguments) {
 }  // namespace
 
 void AddMachineCommands(CLI::App& app, Context& context) {
-  CLI::App& machine =
-      AddCommand(app, {"machine", "Simulated machines", "orvctl machine new my-machine"});
+  CLI::App& machine = AddCommand(
+      app, {"machine", "Make and read simulated machines", "orvctl machine new my-machine"});
   machine.require_subcommand(1);
-  auto [make, arguments] = AddCommand(machine, context, MakeMachine,
-                                      {"new", "A simulated machine's folder to start from",
-                                       "orvctl machine new my-machine --from broadwell-ultrabook"});
+  auto [make, arguments] =
+      AddCommand(machine, context, MakeMachine,
+                 {"new", "Make a simulated machine's folder to start from",
+                  "orvctl machine new my-machine --from broadwell-ultrabook", "", "{path}"});
   make.add_option("DIR", arguments.folder, "The new folder")->required();
   make.add_option("--from", arguments.from, "A sample's name, or another machine's folder")
+      ->type_name("SAMPLE")
       ->capture_default_str();
   AddDriversCommand(machine, context);
 }

@@ -13,11 +13,14 @@ namespace orv::cli {
 namespace {
 
 constexpr CommandText kShowDriversText = {
-    "drivers", "What the simulated drivers received and hold, decoded field by field",
+    "drivers", "Show what the simulated drivers received and hold, field by field",
     "orvctl --machine my-machine machine drivers",
     "Lists the latest records, oldest first, then the latest block of each parameter. Refused "
     "requests and findings (unstable or silent filters, missing coefficients, modules that are "
-    "off) go to standard error."};
+    "off) go to standard error.",
+    "an array of {driver, parameter, name, apply, size, bytes, fields: [{offset, "
+    "control, value}]} in the order received; bytes are lower-case hexadecimal digits, and a "
+    "Qualcomm record has form_factor instead of apply"};
 
 struct DriversArguments {
   bool all = false;

@@ -1,5 +1,6 @@
 // modes, mode
 #include "cli/commands/commands.h"
+#include "cli/show/names.h"
 
 namespace orv::cli {
 namespace {
@@ -53,10 +54,11 @@ Mode SwitchMode(Context& context, const Endpoint& endpoint, const SwitchArgument
     context.Keep(endpoint, "mode", {{"mode", "", kCurrentModeName, from, found->name()}});
   }
   if (!stored) {
-    context.output.Notice(fmt::format(
-        "The current mode is still {}, not {}: it could not be "
-        "stored. To examine the endpoint's key: {}",
-        Printable(found->name()), Printable(wanted), CommandLine("doctor " + endpoint.number())));
+    context.output.Notice(
+        fmt::format("The current mode is still {}, not {}: it could not be "
+                    "stored. To examine the endpoint's key: {}",
+                    Printable(ModeLabel(found->name())), Printable(ModeLabel(wanted)),
+                    CommandLine("doctor " + endpoint.number())));
     context.exit_status = kDiffering;
   }
   return std::move(*found);
@@ -67,7 +69,7 @@ void ShowOrSwitchMode(Context& context, const SwitchArguments& arguments) {
   const bool only_show = arguments.mode.empty() && !arguments.use_default;
   const Mode mode =
       only_show ? context.CurrentMode(endpoint) : SwitchMode(context, endpoint, arguments);
-  context.output.Result({{"name", mode.name()}}, mode.name());
+  context.output.Result({{"name", mode.name()}}, ModeLabel(mode.name()));
 }
 
 }  // namespace
@@ -75,23 +77,25 @@ void ShowOrSwitchMode(Context& context, const SwitchArguments& arguments) {
 Table ModesTable(const Endpoint& endpoint) {
   Table table({{""}, {"MODE"}});
   VisitModes(endpoint, [&](const std::string& name, bool is_current) {
-    table.Add({is_current ? "*" : "", Cell(name, is_current ? ansi::kAccent : nullptr)});
+    table.Add({is_current ? "*" : "", Cell(ModeLabel(name), is_current ? ansi::kAccent : nullptr)});
   });
   return table;
 }
 
 void AddModesCommand(CLI::App& app, Context& context) {
   AddCommand(app, context, ShowModes,
-             {"modes", "An endpoint's operating modes, in configuration order", "orvctl modes 0"});
+             {"modes", "List an endpoint's operating modes, the current one with a star",
+              "orvctl modes 0", "", "an array of {name, current}"});
 }
 
 void AddModeCommand(CLI::App& app, Context& context) {
-  auto [mode, arguments] = AddCommand(app, context, ShowOrSwitchMode,
-                                      {"mode", "Show, switch or reset the current operating mode",
-                                       "orvctl mode 0 Movie/Internal\n  orvctl mode 0 --default"});
+  auto [mode, arguments] =
+      AddCommand(app, context, ShowOrSwitchMode,
+                 {"mode", "Show, switch or reset the current operating mode",
+                  "orvctl mode 0 Movie/Internal\n  orvctl mode 0 --default", "", "{name}"});
   CLI::Option* name = mode.add_option("MODE", arguments.mode,
-                                      "Mode: its name or any part of it that fits one mode only");
-  mode.add_flag("--default", arguments.use_default, "Back to the configuration's default mode")
+                                      "The mode's name, or any part of it that no other mode has");
+  mode.add_flag("--default", arguments.use_default, "Reset to the configuration's default mode")
       ->excludes(name);
 }
 

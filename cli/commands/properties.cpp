@@ -33,10 +33,11 @@ void ShowProperties(Context& context, const PropertiesArguments& arguments) {
 }  // namespace
 
 void AddPropertiesCommand(CLI::App& app, Context& context) {
-  auto [properties, arguments] = AddCommand(
-      app, context, ShowProperties,
-      {"properties", "The configuration's properties", "orvctl properties 0 \"Product Name\""});
-  properties.add_option("KEY", arguments.key, "One property, letter case ignored");
+  auto [properties, arguments] =
+      AddCommand(app, context, ShowProperties,
+                 {"properties", "Show the configuration's properties",
+                  "orvctl properties 0 \"Product Name\"", "", "an array of {key, value}"});
+  properties.add_option("KEY", arguments.key, "One property; letter case does not matter");
 }
 
 }  // namespace orv::cli

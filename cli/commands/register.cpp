@@ -8,11 +8,29 @@ namespace orv::cli {
 namespace {
 
 struct RegistrationArguments {
+  bool with_keys = false;
   bool for_user = false;
 };
 
 std::vector<std::string> Keys(Context& context, const RegistrationArguments& arguments) {
   return RegisteredKeys(context.session().machine().registry(), arguments.for_user);
+}
+
+// "11 classes and the type library, 51 keys"
+std::string Content(const std::vector<std::string>& keys) {
+  constexpr std::string_view kClass = "\\CLSID\\{";
+  constexpr std::string_view kLibrary = "\\TypeLib\\{";
+  if (keys.empty()) return "nothing";
+  std::size_t classes = 0;
+  bool library = false;
+  for (const std::string& key : keys) {
+    const std::size_t name = key.find(kClass);
+    if (name != std::string::npos)
+      classes += key.find('\\', name + kClass.size()) == std::string::npos;
+    library |= key.find(kLibrary) != std::string::npos && name == std::string::npos;
+  }
+  return fmt::format("{}{}, {}", Counted(classes, "class", "classes"),
+                     library ? " and the type library" : "", Counted(keys.size(), "key"));
 }
 
 template <bool kAdd>
@@ -32,10 +50,11 @@ void ChangeRegistration(Context& context, const RegistrationArguments& arguments
     std::erase_if(keys, [&](const auto& key) { return std::ranges::count(after, key) != 0; });
   }
   if (context.output.json()) return context.output.Value({{"keys", keys}});
-  for (const std::string& key : keys) context.output.Line(Printable(key));
-  context.output.Line(Counted(keys.size(), "key") + (!kAdd              ? " removed."
-                                                     : keys.size() == 1 ? " exists."
-                                                                        : " exist."));
+  if (arguments.with_keys)
+    for (const std::string& key : keys) context.output.Line(Printable(key));
+  context.output.Line(fmt::format("{} for {}: {}.", kAdd ? "Registered" : "Removed",
+                                  arguments.for_user ? "the current user" : "the machine",
+                                  Content(keys)));
 }
 
 }  // namespace
@@ -45,11 +64,14 @@ void AddRegistrationCommands(CLI::App& app, Context& context) {
   for (CLI::App* command :
        {&AddCommand(app, context, arguments, ChangeRegistration<true>,
                     {"register", "Register the component's classes and type library",
-                     "orvctl register --user"}),
-        &AddCommand(
-            app, context, arguments, ChangeRegistration<false>,
-            {"unregister", "Remove the component's registration", "orvctl unregister --user"})})
-    command->add_flag("--user", arguments->for_user, "For the current user instead of the machine");
+                     "orvctl register --user", "", "{keys}"}),
+        &AddCommand(app, context, arguments, ChangeRegistration<false>,
+                    {"unregister", "Remove the component's registration",
+                     "orvctl unregister --user", "", "{keys}"})}) {
+    command->add_flag(kLongOption, arguments->with_keys, "List the registry keys");
+    command->add_flag("--user", arguments->for_user,
+                      "For the current user instead of for the machine");
+  }
 }
 
 }  // namespace orv::cli

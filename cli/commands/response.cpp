@@ -4,6 +4,7 @@
 #include "cli/commands/commands.h"
 #include "cli/commands/response_view.h"
 #include "cli/offline/files.h"
+#include "cli/show/names.h"
 
 namespace orv::cli {
 namespace {
@@ -14,30 +15,25 @@ struct ResponseArguments : ModeArguments {
 };
 
 constexpr char kDetails[] =
-    "What the filters of a mode do that the component designs itself: high-pass and parametric\n"
-    "equaliser as one chain for each channel, bass enhancement and space high-pass, each with\n"
-    "magnitude, phase and group delay: as designed (ideal), as quantised for sending, and as the "
-    "DSP\n"
-    "holds them, where that can be read. What is switched off is left out and named. The graphic\n"
-    "equaliser and the tone controls are gain points: their curves are the firmware's own. Gains "
-    "of\n"
-    "whole stages are not part of it.\n"
-    "\n"
-    "JSON: endpoint, mode, driver, sample_rate (Hz), channel (null: both), groups [{name, filters\n"
-    "[{name, quantising_error {frequency, db}, dsp_error {frequency, db}, pole_radius, silent, "
-    "points\n"
-    "[{frequency, ideal, quantised, dsp: each {db, phase_degrees, group_delay_ms}}]}]}], "
-    "gain_points\n"
-    "[{group, enabled, control, frequency, gain, dsp_gain}], notes. Null is silence, or a value "
-    "that\n"
-    "is not there.";
+    "Shows the filters that the component designs itself: high-pass and parametric equaliser as "
+    "one chain for each channel, bass enhancement and space high-pass, each with magnitude, phase "
+    "and group delay: as designed (ideal), as quantised for sending, and as the DSP holds them, "
+    "where that can be read. What is switched off is left out and named. The graphic equaliser and "
+    "the tone controls are gain points: their curves are the firmware's own. Gains of whole stages "
+    "are not part of it.";
+constexpr char kJson[] =
+    "{endpoint, mode, driver, sample_rate, channel, groups: [{name, filters: [{name, "
+    "quantising_error, dsp_error, pole_radius, silent, points: [{frequency, ideal, quantised, "
+    "dsp}]}]}], gain_points: [{group, enabled, control, frequency, gain, dsp_gain}], notes}; an "
+    "error is {frequency, db}, a point's value {db, phase_degrees, group_delay_ms}; null is "
+    "silence, or a value that does not exist";
 
 void ShowResponse(Context& context, const ResponseArguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const Mode mode = context.SelectMode(endpoint, arguments.mode);
   const ModeFilters filters = FiltersOf(context, endpoint, mode, arguments.channel);
   const std::string title =
-      fmt::format("{}, {}, {} DSP", endpoint.name(), mode.name(), filters.driver);
+      fmt::format("{}, {}, {} DSP", endpoint.name(), ModeLabel(mode.name()), filters.driver);
   if (!arguments.svg.empty()) ReplaceFile(arguments.svg, DrawResponse(PlotOf(filters, title)));
   Output& output = context.output;
   if (output.json()) {
@@ -60,13 +56,13 @@ void ShowResponse(Context& context, const ResponseArguments& arguments) {
 void AddResponseCommand(CLI::App& app, Context& context) {
   auto [response, arguments] =
       AddCommand(app, context, ShowResponse,
-                 {"response", "What a mode's filters do, as a picture",
+                 {"response", "Draw what a mode's filters do",
                   "orvctl response 0 --mode Movie/Internal --channel left\n"
                   "  orvctl response 0 --svg response.svg",
-                  kDetails});
-  response.add_option("--channel", arguments.channel, "left or right (default: both)")
+                  kDetails, kJson});
+  response.add_option("--channel", arguments.channel, "Only this channel (default: both)")
       ->check(OneOf({"left", "right"}));
-  response.add_option("--svg", arguments.svg, "Draw everything into this file");
+  response.add_option("--svg", arguments.svg, "Draw everything into this file")->type_name("FILE");
 }
 
 }  // namespace orv::cli

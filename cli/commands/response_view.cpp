@@ -237,7 +237,7 @@ ModeFilters FiltersOf(Context& context, const Endpoint& endpoint, const Mode& mo
   DspControlMap controls = DspControls(kSkylakeDriver, mode, kORVAPO_Cont_Public);
   const std::string driver = DriverOfControls(controls);
   if (driver.empty())
-    throw Failure(kRefused, mode.name() + " has no controls of a DSP, so no filters.");
+    throw Failure(kRefused, ModeLabel(mode.name()) + " has no controls of a DSP, so no filters.");
   if (driver == kQualcommDriver) controls = DspControls(driver, mode, kORVAPO_Cont_Public);
   for (const auto& [name, value] : changed) controls[NameFromUtf8(name)] = value;
   const std::string found = FindDriver(endpoint);

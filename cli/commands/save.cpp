@@ -53,8 +53,8 @@ void Save(Context& context, const SaveArguments& arguments) {
 void AddSaveCommand(CLI::App& app, Context& context) {
   auto [save, arguments] =
       AddCommand(app, context, Save,
-                 {"save", "Public values of all modes, current mode and switch into a preset file",
-                  "orvctl save 0 evening.json"});
+                 {"save", "Write all public values, the current mode and the switch into a preset",
+                  "orvctl save 0 evening.json", "", "the preset"});
   save.add_option("FILE", arguments.file, "The preset; - is standard output")->required();
 }
 

@@ -87,7 +87,10 @@ class Tour {
     output_.Line("");
     output_.Line(output_.Painted(fmt::format("{}. {}", ++step_, text), ansi::kBold));
   }
-  void Print(const std::string& text) { output_.Line("   " + Printable(text)); }
+  void Print(const std::string& text) {
+    constexpr std::size_t kColumns = 77;
+    for (const std::string& line : Wrapped(Printable(text), kColumns)) output_.Line("   " + line);
+  }
   void Hint(const std::string& command) {
     output_.Line(output_.Painted("   $ " + command, ansi::kDim));
   }
@@ -101,7 +104,7 @@ class Tour {
   void ShowMachine() {
     Title("The endpoints");
     Print("The component examines every active endpoint and keeps those it can control.");
-    output_.Show(EndpointsTable(endpoints_), 3);
+    output_.Show(EndpointsTable(endpoints_, false), 3);
     Hint("orvctl endpoints");
     Title("Operating modes");
     Print(endpoint_.name() + " has these; the star marks the current one.");
@@ -116,7 +119,7 @@ class Tour {
     Print(
         fmt::format("What clients may change in {}. The technology library describes range, "
                     "scale and choices.",
-                    mode.name()));
+                    ModeLabel(mode.name())));
     Table table({{"CONTROL"}, {"VALUE", Align::Right}, {"MEANS"}, {"SCALE"}});
     for (const ControlView& view : sampled) {
       table.Add({Cell(view.name), view.value ? std::to_string(*view.value) : "-",
@@ -170,10 +173,11 @@ class Tour {
     Title("Another mode, and back");
     const Mode other = context_.SelectMode(endpoint_, "Game/Internal");
     endpoint_.SetCurrentMode(other);
-    Print("Switched to " + context_.CurrentMode(endpoint_).name() + ".");
-    Hint("orvctl mode 0 " + other.name());
+    Print("Switched to " + ModeLabel(context_.CurrentMode(endpoint_).name()) + ".");
+    Hint("orvctl mode 0 " + ModeLabel(other.name()));
     endpoint_.SetDefaultMode();
-    Print("Reset to the configuration's default: " + context_.CurrentMode(endpoint_).name() + ".");
+    Print("Reset to the configuration's default: " +
+          ModeLabel(context_.CurrentMode(endpoint_).name()) + ".");
     Hint("orvctl mode 0 --default");
   }
 
@@ -202,13 +206,13 @@ class Tour {
     Print(
         fmt::format("This laptop's DSP takes the controls as fixed-point numbers. The {} driver "
                     "received {} with the values of {}.",
-                    dsp.Kind(), Counted(push.blocks.size(), "block"), mode.name()));
+                    dsp.Kind(), Counted(push.blocks.size(), "block"), ModeLabel(mode.name())));
     ShowBlock(push);
     if (push.differs())
-      ShowPush(context_, push);
+      ShowPush(context_, push, true);
     else
       Print(VerdictText(push));
-    Hint("orvctl dsp intel 0 push --mode " + mode.name());
+    Hint("orvctl dsp intel 0 push --mode " + ModeLabel(mode.name()));
   }
 
   // The block of the changed control, with the values that the DSP holds.
@@ -250,7 +254,7 @@ void RunTour(Context& context) {
 }  // namespace
 
 void AddTourCommand(CLI::App& app, Context& context) {
-  AddCommand(app, {"tour", "One request, shown step by step on a copy of the sample machine",
+  AddCommand(app, {"tour", "Show one request step by step, on a copy of the sample machine",
                    "orvctl tour"})
       .callback([&context] { RunTour(context); });
 }

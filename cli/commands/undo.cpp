@@ -6,6 +6,7 @@
 #include "cli/client/journal.h"
 #include "cli/commands/apply_changes.h"
 #include "cli/commands/commands.h"
+#include "cli/show/names.h"
 
 namespace orv::cli {
 namespace {
@@ -27,7 +28,7 @@ void ListEntries(Context& context, std::vector<JournalEntry> entries) {
                      {"changes", ToJson(catalog, entry.changes)}});
     for (const Change& change : entry.changes) {
       const bool is_first = &change == &entry.changes.front();
-      table.Add({is_first ? entry.time : "", is_first ? entry.command : "", change.mode,
+      table.Add({is_first ? entry.time : "", is_first ? entry.command : "", ModeLabel(change.mode),
                  change.name, ToText(catalog, change, change.from),
                  ToText(catalog, change, change.to)});
     }
@@ -50,7 +51,8 @@ std::vector<Change> PlanReversal(Context& context, const Endpoint& endpoint,
     const Change& change = entry.changes[i];
     if (change.from.is_null() || held[i] != change.to) {
       is_clean = false;
-      const std::string name = change.mode.empty() ? change.name : change.mode + ", " + change.name;
+      const std::string name =
+          change.mode.empty() ? change.name : ModeLabel(change.mode) + ", " + change.name;
       context.output.Notice(change.from.is_null()
                                 ? fmt::format("{} had no readable value before.", name)
                                 : fmt::format("{} is {} now, not {}.", name,
@@ -95,9 +97,11 @@ void AddUndoCommand(CLI::App& app, Context& context) {
       app, context, Undo,
       {"undo", "Take back the last change that orvctl made",
        "orvctl undo 0\n  orvctl undo 0 --list",
-       "Takes back the last set, restore, load, mode, enable or eq import of this program on the\n"
-       "endpoint, and verifies it; the next call takes back the one before. Nothing is changed if\n"
-       "other programs have changed the same values since (exit status 3)."});
+       "Takes back the last set, restore, load, mode, enable or eq import of this program on the "
+       "endpoint, and verifies it; the next undo takes back the one before. Nothing is changed if "
+       "other programs have changed the same values since (exit status 3).",
+       "an array of {mode, name, from, to, from_text, to_text, unit}; with --list of {time, "
+       "command, changes}"});
   undo.add_flag("--list", arguments.list, "Only list the changes, the last one first");
   undo.add_flag("--dry-run", arguments.dry_run, "Only show what would change");
   undo.add_flag("--force", arguments.force, "Take back values that were changed since, too");

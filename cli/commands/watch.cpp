@@ -16,9 +16,12 @@ namespace {
 constexpr CommandText kWatchText = {
     "watch", "Print every change as it happens, made by any program",
     "orvctl watch 0\n  orvctl --json watch 0 --count 3 --for 60",
-    "Watches the current mode, the processing switch and the public values of all modes.\n"
-    "Changes that follow one another closely are reported together, and a value that has\n"
-    "returned by then is not reported. With --json one object a line. Ends with Ctrl+C."};
+    "Watches the current mode, the processing switch and the public values of all modes. Changes "
+    "that follow one another closely are reported together, and a value that has returned by then "
+    "is not reported. Ends with Ctrl+C.",
+    "one object a line, {seq, time, what, mode, name, from, to}; seq counts up by one, time is "
+    "UTC, "
+    "what is mode, switch or control"};
 
 using Clock = std::chrono::steady_clock;
 
@@ -100,9 +103,11 @@ void Watch(Context& context, const WatchArguments& arguments) {
 
 void AddWatchCommand(CLI::App& app, Context& context) {
   auto [watch, arguments] = AddCommand(app, context, Watch, kWatchText);
-  watch.add_option("--count", arguments.count, "End after so many changes");
-  watch.add_option("--for", arguments.seconds, "End after so many seconds")
-      ->check(NumberWithin(0, 4294967295, "a number of seconds from 0 to 4294967295"));
+  watch.add_option("--count", arguments.count, "End after this many changes")
+      ->check(WholeNumberWithin(0, std::numeric_limits<std::int32_t>::max()))
+      ->type_name("COUNT");
+  watch.add_option("--for", arguments.seconds, "End after this time")
+      ->check(NumberWithin(0, 4294967295, "a number of seconds from 0 to 4294967295", "SECONDS"));
 }
 
 }  // namespace orv::cli

@@ -232,9 +232,10 @@ std::string VerdictText(const PushOutcome& outcome) {
   return fmt::format(fmt::runtime(kTexts[static_cast<std::size_t>(outcome.proof)]), blocks);
 }
 
-void ShowPush(Context& context, const PushOutcome& outcome) {
+void ShowPush(Context& context, const PushOutcome& outcome, bool with_blocks) {
   Output& output = context.output;
-  for (const DspBlock& block : outcome.blocks) ShowBlock(output, block);
+  if (with_blocks)
+    for (const DspBlock& block : outcome.blocks) ShowBlock(output, block);
   for (const DspPlan::Gap& gap : outcome.kept)
     output.Line(BlockName(gap.block) + " stays as it is: " + gap.reason);
   const Table table = DifferenceTable(outcome.differences);

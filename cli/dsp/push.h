@@ -57,8 +57,9 @@ PushOutcome RunPush(DspReadback& readback, const DspPlan& plan,
 void SettlePush(Context& context, const PushOutcome& outcome, const std::string& asked,
                 const std::string& remedy);
 Json ToJson(const PushOutcome& outcome);
-// Shows blocks with their fields, then the differences and findings.
-void ShowPush(Context& context, const PushOutcome& outcome);
+// Shows the verdict, the differences and findings; `with_blocks` shows the blocks with their fields
+// before them.
+void ShowPush(Context& context, const PushOutcome& outcome, bool with_blocks);
 // Reports differences and findings on standard error, for commands whose result does not show them.
 void WarnOfDifferences(Context& context, const PushOutcome& outcome);
 // "Verified: 15 blocks and the module's status, each taken and read back as planned."

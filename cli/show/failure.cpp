@@ -47,6 +47,17 @@ std::string& GlobalOptions() {
 
 }  // namespace
 
+const char* MeaningOf(ExitStatus status) {
+  static constexpr const char* kMeanings[] = {
+      "Done",
+      "Refused by the component, a driver or the system; the message on standard error names the "
+      "request, the status and its meaning",
+      "The command line is wrong; the message names what is expected, the nearest known name and "
+      "the help page",
+      "Done, but what was read back, compared or checked differs"};
+  return kMeanings[status];
+}
+
 std::string StatusText(HRESULT status) {
   const auto bits = static_cast<std::uint32_t>(status);
   const auto known = std::ranges::find(kStatusWords, status, &StatusWords::status);

@@ -17,6 +17,9 @@ enum ExitStatus {
   kUsage = 2,      // the command line is wrong
   kDiffering = 3,  // done, but what was read back, compared or checked differs
 };
+inline constexpr ExitStatus kExitStatuses[] = {kDone, kRefused, kUsage, kDiffering};
+// For documents: a sentence without its full stop.
+const char* MeaningOf(ExitStatus status);
 
 class Failure : public std::runtime_error {
  public:

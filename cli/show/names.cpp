@@ -17,6 +17,11 @@ std::string Utf8FromName(std::wstring_view name) {
 
 std::string Utf8FromName(const std::string& narrow) { return Utf8FromName(Widen(narrow)); }
 
+std::string ModeLabel(const std::string& mode) {
+  constexpr std::string_view kCommon = "ApoOpMode:";
+  return mode.starts_with(kCommon) ? mode.substr(kCommon.size()) : mode;
+}
+
 std::wstring NameFromUtf8(std::string_view utf8) { return Widen(utf8); }
 
 std::vector<std::wstring> NamesFromUtf8(std::string_view utf8) {

@@ -15,6 +15,8 @@ namespace orv::cli {
 // For display. A name whose units are not the bytes of valid UTF-8 is taken as ordinary wide text.
 std::string Utf8FromName(std::wstring_view name);
 std::string Utf8FromName(const std::string& narrow);  // as the files hold it
+// A mode's name without the word that all of them begin with: "Movie/Internal".
+std::string ModeLabel(const std::string& mode);
 
 // The component's form of a displayed name that is stored as UTF-8.
 std::wstring NameFromUtf8(std::string_view utf8);

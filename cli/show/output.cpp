@@ -27,7 +27,7 @@ void Output::Result(const Json& value, const std::string& line) {
 void Output::Result(const Json& value, const Table& table) { json_ ? Value(value) : Show(table); }
 
 void Output::Show(const Table& table, std::size_t indent) {
-  results_ << table.Text(colour_, indent);
+  results_ << table.Text(colour_, indent, columns_);
 }
 
 void Output::Raw(const std::string& bytes) {

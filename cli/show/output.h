@@ -31,6 +31,9 @@ class Output {
 
   void UseJson(bool json) noexcept { json_ = json; }
   void UseColour(bool colour) noexcept { colour_ = colour; }
+  // Tables are made to fit a terminal of so many columns; 0, the default, leaves them as wide as
+  // they are.
+  void UseColumns(std::size_t columns) noexcept { columns_ = columns; }
   bool json() const noexcept { return json_; }
 
   // The command's one JSON value.
@@ -53,6 +56,7 @@ class Output {
   std::ostream& notices_;
   bool json_ = false;
   bool colour_ = false;
+  std::size_t columns_ = 0;
 };
 
 }  // namespace orv::cli

@@ -10,6 +10,8 @@
 namespace orv::cli {
 namespace {
 
+constexpr std::size_t kColumnGap = 2;  // blanks between columns
+
 struct CodePoints {
   char32_t first;
   char32_t last;
@@ -60,30 +62,107 @@ std::string Printable(std::string_view utf8) {
   return Utf8FromWide(units);
 }
 
-std::string Table::Text(bool colour, std::size_t indent) const {
+std::string FirstColumns(std::string_view utf8, std::size_t width) {
+  std::size_t used = 0;
+  auto at = utf8.begin();
+  for (auto next = at; next != utf8.end(); at = next) {
+    used += Width(boost::locale::utf::utf_traits<char>::decode(next, utf8.end()));
+    if (used > width) break;
+  }
+  return std::string(utf8.begin(), at);
+}
+
+std::vector<std::string> Wrapped(std::string_view utf8, std::size_t width) {
+  std::vector<std::string> lines;
+  std::string rest(utf8);
+  while (DisplayWidth(rest) > width) {
+    std::string line = FirstColumns(rest, width);
+    if (line.empty()) line = FirstColumns(rest, 2);  // a character wider than the column
+    if (line.empty()) break;
+    std::size_t taken = line.size();
+    const std::size_t blank =
+        rest[taken] == ' ' ? taken : line.find_last_of(' ');  // of the first that does not fit
+    if (blank != std::string::npos && line.find_first_not_of(' ') < blank) {
+      line.resize(line.find_last_not_of(' ', blank == taken ? taken - 1 : blank) + 1);
+      taken = std::min(rest.find_first_not_of(' ', blank), rest.size());
+    }
+    lines.push_back(line);
+    rest.erase(0, taken);
+  }
+  if (!rest.empty() || lines.empty()) lines.push_back(rest);
+  return lines;
+}
+
+std::vector<std::size_t> Table::Widths(std::size_t limit) const {
   std::vector<std::size_t> widths;
   for (const Column& column : columns_) widths.push_back(DisplayWidth(column.title));
-  for (const auto& row : rows_)
-    for (std::size_t i = 0; i < std::min(row.size(), widths.size()); ++i)
-      widths[i] = std::max(widths[i], DisplayWidth(row[i].text));
+  for (const Row& row : rows_)
+    for (std::size_t i = 0; i < std::min(row.cells.size(), widths.size()); ++i)
+      widths[i] = std::max(widths[i], DisplayWidth(row.cells[i].text));
+  if (limit == 0 || widths.empty()) return widths;
 
+  std::size_t total = kColumnGap * (widths.size() - 1);
+  for (const std::size_t width : widths) total += width;
+  const std::size_t last = widths.size() - 1;
+  constexpr std::size_t kLeastWrapped = 24;
+  constexpr std::size_t kLeastCut = 10;
+  while (total > limit) {
+    std::size_t* widest = nullptr;
+    for (std::size_t i = 0; i < last; ++i)
+      if (columns_[i].align == Align::Left && widths[i] > kLeastCut &&
+          (widest == nullptr || widths[i] > *widest))
+        widest = &widths[i];
+    const bool wraps = columns_[last].align == Align::Left && widths[last] > kLeastWrapped;
+    if (wraps) widest = &widths[last];
+    if (widest == nullptr) break;
+    --*widest;
+    --total;
+  }
+  return widths;
+}
+
+std::string Table::RowText(const std::vector<Cell>& cells, const std::vector<std::size_t>& widths,
+                           bool colour, std::size_t indent) const {
+  std::string text;
+  const std::size_t count = std::min(cells.size(), widths.size());
+  std::vector<std::string> last_lines{""};
+  const bool wraps = count == widths.size() && columns_.back().align == Align::Left;
+  if (wraps) last_lines = Wrapped(cells[count - 1].text, std::max<std::size_t>(widths.back(), 1));
+  for (std::size_t at = 0; at < last_lines.size(); ++at) {
+    std::string line(indent, ' ');
+    for (std::size_t i = 0; i < count; ++i) {
+      if (i != 0) line += std::string(kColumnGap, ' ');
+      Cell cell = cells[i];
+      const bool is_wrapped = wraps && i + 1 == count;
+      if (is_wrapped)
+        cell.text = last_lines[at];
+      else if (at != 0)
+        cell = Cell("");
+      else if (DisplayWidth(cell.text) > widths[i])
+        cell.text = FirstColumns(cell.text, widths[i] - 3) + "...";
+      const bool ends = i + 1 == cells.size() && columns_[i].align == Align::Left;
+      AppendPadded(line, cell, columns_[i].align, ends ? 0 : widths[i], colour);
+    }
+    line.erase(line.find_last_not_of(' ') + 1);
+    text += line + "\n";
+  }
+  return text;
+}
+
+std::string Table::Text(bool colour, std::size_t indent, std::size_t limit) const {
+  const std::vector<std::size_t> widths = Widths(limit > indent ? limit - indent : limit);
   std::vector<Cell> titles;
   for (const Column& column : columns_) titles.emplace_back(column.title, ansi::kDim);
 
   std::string text;
-  const auto append = [&](const std::vector<Cell>& row) {
-    std::string line(indent, ' ');
-    for (std::size_t i = 0; i < std::min(row.size(), widths.size()); ++i) {
-      if (i != 0) line += "  ";
-      const bool last = i + 1 == row.size() && columns_[i].align == Align::Left;
-      AppendPadded(line, row[i], columns_[i].align, last ? 0 : widths[i], colour);
-    }
-    line.erase(line.find_last_not_of(' ') + 1);
-    text += line + "\n";
-  };
   if (std::ranges::any_of(titles, [](const Cell& title) { return !title.text.empty(); }))
-    append(titles);
-  for (const auto& row : rows_) append(row);
+    text += RowText(titles, widths, colour, indent);
+  std::size_t before_last = indent;
+  for (std::size_t i = 0; i + 1 < widths.size(); ++i) before_last += widths[i] + kColumnGap;
+  for (const Row& row : rows_) {
+    text += RowText(row.cells, widths, colour, indent);
+    if (!row.note.empty()) text += std::string(before_last, ' ') + row.note + "\n";
+  }
   return text;
 }
 

@@ -15,6 +15,10 @@ std::size_t DisplayWidth(std::string_view utf8);
 // move a terminal's cursor.
 std::string Printable(std::string_view utf8);
 
+// The text's lines of at most `width` columns, broken at blanks, or within a longer word. Blanks at
+// the start of the text are kept; an empty text is one empty line.
+std::vector<std::string> Wrapped(std::string_view utf8, std::size_t width);
+
 enum class Align { Left, Right };
 
 // Text with the colour it is shown in; the escape sequences do not count for its width.
@@ -36,16 +40,30 @@ class Table {
 
   explicit Table(std::vector<Column> columns) : columns_(std::move(columns)) {}
 
-  // A row shorter than the columns leaves the rest blank.
-  void Add(std::vector<Cell> cells) { rows_.push_back(std::move(cells)); }
+  // A row shorter than the columns leaves the rest blank. The note is a line below the row, under
+  // its last cell, and never broken, so that a command in it can be pasted.
+  void Add(std::vector<Cell> cells, const std::string& note = {}) {
+    rows_.push_back({std::move(cells), Printable(note)});
+  }
   bool empty() const noexcept { return rows_.empty(); }
 
-  // Each line starts with `indent` blanks; no line ends in blanks.
-  std::string Text(bool colour, std::size_t indent = 0) const;
+  // Each line starts with `indent` blanks; no line ends in blanks. If the table is wider than
+  // `limit` columns, the last column wraps if its text is on the left, then the widest of the
+  // others are cut, which "..." shows. 0: no limit.
+  std::string Text(bool colour, std::size_t indent = 0, std::size_t limit = 0) const;
 
  private:
+  struct Row {
+    std::vector<Cell> cells;
+    std::string note;
+  };
+
+  std::vector<std::size_t> Widths(std::size_t limit) const;
+  std::string RowText(const std::vector<Cell>& cells, const std::vector<std::size_t>& widths,
+                      bool colour, std::size_t indent) const;
+
   std::vector<Column> columns_;
-  std::vector<std::vector<Cell>> rows_;
+  std::vector<Row> rows_;
 };
 
 }  // namespace orv::cli

@@ -99,6 +99,23 @@ TEST(Table, ColoursDoNotChangeTheAlignmentAndAreLeftOutWithoutThem) {
   EXPECT_EQ(table.Text(true), "\x1b[32mok\x1b[0m    x\n\x1b[31mlong\x1b[0m  y\n");
 }
 
+TEST(Table, FitsTheTerminalByWrappingTheLastColumnAndCuttingTheWidest) {
+  Table table({{"NAME"}, {"MEANING"}});
+  table.Add({"Identifier of one", "words that wrap at blanks"}, "a note that stays in one line");
+  EXPECT_EQ(table.Text(false, 0, 43),
+            "NAME               MEANING\n"
+            "Identifier of one  words that wrap at\n"
+            "                   blanks\n"
+            "                   a note that stays in one line\n");
+  EXPECT_EQ(table.Text(false, 2, 40).substr(0, 59),
+            "  NAME          MEANING\n"
+            "  Identifie...  words that wrap at\n");
+  EXPECT_EQ(table.Text(false, 0, 44), table.Text(false));
+  EXPECT_EQ(Wrapped("  kept  and-broken", 9),
+            (std::vector<std::string>{"  kept", "and-broke", "n"}));
+  EXPECT_EQ(Wrapped("", 5), (std::vector<std::string>{""}));
+}
+
 TEST(Table, NamesCannotMoveTheTerminalsCursor) {
   EXPECT_EQ(Printable("a\x1b[2Jb\nc"), "a\uFFFD[2Jb\uFFFDc");
   EXPECT_EQ(Printable("\xC2\x9B"), "\uFFFD");

@@ -1,36 +1,18 @@
-// Runs every example of every help page as it is. The completion script lists the pages.
+// Runs every example of every help page as it is.
 #include <algorithm>
 #include <cstdlib>
 #include <sstream>
 
 #include "cli/native/shell.h"
+#include "cli/native/usages.h"
 #include "cli/orvctl_program.h"
 
 namespace orv::cli {
 namespace {
 
-// The words of every command, as completion knows them.
-std::vector<Arguments> KnownCommands(const Program& program) {
-  const std::string script = program.Run({"completion", "bash"}).output;
-  const std::size_t begin = script.find("known='") + 7;
-  std::istringstream paths(script.substr(begin, script.find('\'', begin) - begin));
-  std::vector<Arguments> commands;
-  for (std::string path; paths >> path;) {
-    Arguments words;
-    std::istringstream parts(path.substr(1));
-    for (std::string word; std::getline(parts, word, '/');) words.push_back(word);
-    // The commands of a DSP and of an equaliser come after the endpoint.
-    if (words.size() == 3 || (words.size() == 2 && words[0] == "eq"))
-      words.insert(words.end() - 1, "0");
-    commands.push_back(words);
-  }
-  return commands;
-}
-
-std::vector<std::string> Examples(const Program& program, Arguments command) {
-  command.push_back("--help");
-  std::string help = program.Run(command).output;
-  std::istringstream lines(help.substr(std::min(help.find("Example:\n"), help.size())));
+std::vector<std::string> Examples(const Program& program, const std::string& usage) {
+  const std::string help = program.Run(HelpWords(usage)).output;
+  std::istringstream lines(help.substr(std::min(help.find("\nExample"), help.size())));
   std::vector<std::string> examples;
   for (std::string line; std::getline(lines, line);)
     if (line.starts_with("  ")) examples.push_back(line.substr(2));
@@ -88,9 +70,9 @@ class Example : public Program {
 TEST(CommandLine, EveryExampleOfEveryHelpPageRuns) {
   const ProgramOnMachine program;
   std::vector<std::string> examples;
-  for (const Arguments& command : KnownCommands(program)) {
-    const std::vector<std::string> found = Examples(program, command);
-    EXPECT_FALSE(found.empty()) << command.back();
+  for (const std::string& usage : Usages(program)) {
+    const std::vector<std::string> found = Examples(program, usage);
+    EXPECT_FALSE(found.empty()) << usage;
     for (const std::string& line : found)
       if (std::find(examples.begin(), examples.end(), line) == examples.end())
         examples.push_back(line);

@@ -31,12 +31,7 @@ class Workplace {
   }
 
   std::string Transcribe(const std::string& command) const {
-    const std::string path = fs::path(ORV_ORVCTL).parent_path().string();
-    const std::string line = "cd " + Quoted(folder_.path().string()) + " && PATH=" + Quoted(path) +
-                             ":$PATH ORV_MACHINE=machine sh -c " + Quoted(command) + " >" +
-                             Quoted(streams_.path() / "out") + " 2>" +
-                             Quoted(streams_.path() / "errors") + " </dev/null";
-    const int status = std::system(line.c_str());
+    const int status = Run(command);
     std::string text = kCommandPrefix + command + "\n";
     text += Shown("out", "");
     text += Shown("errors", "! ");
@@ -44,7 +39,22 @@ class Workplace {
     return text;
   }
 
+  // What the command prints on standard output.
+  std::string Output(const std::string& command) const {
+    EXPECT_EQ(Run(command), 0) << command;
+    return Shown("out", "");
+  }
+
  private:
+  int Run(const std::string& command) const {
+    const std::string path = fs::path(ORV_ORVCTL).parent_path().string();
+    const std::string line = "cd " + Quoted(folder_.path().string()) + " && PATH=" + Quoted(path) +
+                             ":$PATH ORV_MACHINE=machine sh -c " + Quoted(command) + " >" +
+                             Quoted(streams_.path() / "out") + " 2>" +
+                             Quoted(streams_.path() / "errors") + " </dev/null";
+    return std::system(line.c_str());
+  }
+
   std::string Shown(const std::string& stream, const std::string& prefix) const {
     std::string text;
     for (std::string line : Lines(FileText(streams_.path() / stream))) {
@@ -91,19 +101,27 @@ std::vector<std::string> Names() {
 }
 
 // The page of the command line with what its examples print now. An example is a line that begins
-// with "$ " in a block "```console"; each section starts with a fresh sample machine.
+// with "$ " in a block "```console"; each section starts with a fresh sample machine. Between
+// "<!-- orvctl ... -->" and "<!-- end -->" is what that command prints.
 std::string PageWithOutput(const std::string& page) {
   constexpr std::string_view kMachine = "<!-- machine: ";
+  constexpr std::string_view kGenerated = "<!-- orvctl ";
   const std::string usual = "skylake-laptop";
   std::optional<Workplace> workplace;
   std::string actual;
   bool example = false;
+  bool generated = false;
   for (const std::string& line : Lines(page)) {
     if (line.starts_with("#")) workplace.emplace(usual);
     if (line.starts_with(kMachine))
       workplace.emplace(line.substr(kMachine.size(), line.find(" -->") - kMachine.size()));
     if (line == "```") example = false;
-    if (!example) actual += line + "\n";
+    if (line == "<!-- end -->") generated = false;
+    if (!example && !generated) actual += line + "\n";
+    if (line.starts_with(kGenerated)) {
+      generated = true;
+      actual += workplace->Output(line.substr(5, line.find(" -->") - 5));
+    }
     if (line == "```console") example = true;
     if (example && line.starts_with(kCommandPrefix))
       actual += workplace->Transcribe(line.substr(sizeof kCommandPrefix - 1));
