@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "cli/show/names.h"
+
 namespace orv::cli {
 namespace {
 
@@ -88,6 +90,7 @@ std::string ToText(const Json& value) {
 }
 
 std::string ToText(const Catalog& catalog, const Change& change, const Json& value) {
+  if (change.what == "mode" && value.is_string()) return ModeLabel(value.get<std::string>());
   if (change.what != "control" || !value.is_number()) return ToText(value);
   return ValueText(value.get<std::int32_t>(), catalog.FormOf(change.name));
 }

@@ -24,13 +24,13 @@ CLI::Validator NumberWithin(double least, double most, const std::string& expect
           word};
 }
 
-CLI::Validator WholeNumberWithin(std::int32_t least, std::int32_t most) {
+CLI::Validator WholeNumberWithin(std::int32_t least, std::int32_t most, const std::string& word) {
   return {[=](const std::string& text) {
             const std::optional<int> number = ParseNumber(text);
             if (number && *number >= least && *number <= most) return std::string();
             return fmt::format("\"{}\" is not a whole number from {} to {}.", text, least, most);
           },
-          fmt::format("{}..{}", least, most)};
+          word.empty() ? fmt::format("{}..{}", least, most) : word};
 }
 
 std::optional<std::chrono::steady_clock::time_point> EndAfter(std::optional<double> seconds) {

@@ -49,8 +49,9 @@ inline constexpr char kValueHelp[] =
 // is the value's word in usage lines.
 CLI::Validator NumberWithin(double least, double most, const std::string& expected,
                             const std::string& word = "NUMBER");
-// The same for whole numbers of a 32-bit variable; the word is the range.
-CLI::Validator WholeNumberWithin(std::int32_t least, std::int32_t most);
+// The same for whole numbers of a 32-bit variable; without a word, it is the range.
+CLI::Validator WholeNumberWithin(std::int32_t least, std::int32_t most,
+                                 const std::string& word = {});
 inline constexpr double kAboveZero = std::numeric_limits<float>::min();
 // When a command ends that runs for so many seconds.
 std::optional<std::chrono::steady_clock::time_point> EndAfter(std::optional<double> seconds);

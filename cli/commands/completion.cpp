@@ -73,7 +73,7 @@ struct CompleteArguments {
 
 void AddCompletionCommand(CLI::App& app, Context& context) {
   CLI::App& completion =
-      AddCommand(app, {"completion", "Completion of commands, names and values in a shell",
+      AddCommand(app, {"completion", "Complete commands, names and values in a shell",
                        "eval \"$(orvctl completion bash)\"",
                        "Prints a script that makes the shell complete commands, options, "
                        "endpoints, modes, controls, choices and names of files. An installed "
@@ -86,9 +86,9 @@ void AddCompletionCommand(CLI::App& app, Context& context) {
     const char* example;
   };
   constexpr Shell kShells[] = {
-      {"bash", kBashScript, "The script for bash", "eval \"$(orvctl completion bash)\""},
-      {"zsh", kZshScript, "The script for zsh", "orvctl completion zsh >_orvctl"},
-      {"fish", kFishScript, "The script for fish", "orvctl completion fish >orvctl.fish"}};
+      {"bash", kBashScript, "Print the script for bash", "eval \"$(orvctl completion bash)\""},
+      {"zsh", kZshScript, "Print the script for zsh", "orvctl completion zsh >_orvctl"},
+      {"fish", kFishScript, "Print the script for fish", "orvctl completion fish >orvctl.fish"}};
   for (const Shell& shell : kShells) {
     const char* const script = shell.script;
     AddCommand(completion, {shell.name, shell.description, shell.example, "", "{script}"})

@@ -11,7 +11,7 @@ namespace orv::cli {
 namespace {
 
 constexpr CommandText kExamineText = {
-    "doctor", "Examine whether processing is active, and what to do if it is not",
+    "doctor", "Examine whether processing is active, and show what to do if not",
     "orvctl doctor\n  orvctl doctor 0 --long",
     "Examines one endpoint, or every active one, also those that the component cannot use: effect "
     "registration, configuration file, technology library, registry rights, current mode, switch, "

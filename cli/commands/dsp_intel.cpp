@@ -378,7 +378,7 @@ void AddIntelDspCommands(CLI::App& dsp, Context& context) {
   for (CLI::App* command : {&push, &file})
     command->add_flag(kLongOption, arguments->with_blocks, kPushLongHelp);
   for (CLI::App* command : {&get, &set})
-    command->add_option("PROPERTY", arguments->property, "Control: its exact name")->required();
+    command->add_option("PROPERTY", arguments->property, "The control's exact name")->required();
   set.add_option("VALUE", arguments->value, kValueHelp)->required();
 
   CLI::App& peq =

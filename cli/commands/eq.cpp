@@ -367,8 +367,10 @@ constexpr char kImportDetails[] =
     "that are off, get 0 dB and are disabled. What does not fit is listed with its line and how "
     "far it is off (exit status 3). All values are stored and read back, or none.";
 constexpr char kImportJson[] =
-    "{mode, dry_run, changes: [{mode, name, from, to}], misfits: [{line, what, wanted, set, "
-    "reason}], preamp: {wanted_db, control, set_db}, push}; push is what dsp intel push prints";
+    "{mode, dry_run, changes, misfits: [{line, what, wanted, set, "
+    "reason}], preamp: {wanted_db, control, set_db}, push}; changes are what load prints, push is "
+    "what dsp "
+    "intel push prints";
 
 }  // namespace
 

@@ -61,27 +61,45 @@ Json ResponseJson(const FilterDesign& design, const FilterArguments& arguments) 
   return response;
 }
 
-void ShowWords(const FilterDesign& design, Output& output) {
-  constexpr const char* kBassRows[] = {"audio", "analysis", "all-pass"};
-  const auto in_row = static_cast<std::size_t>(design.words_in_row);
-  const bool is_cascade = in_row == 6;
-  std::vector<Table::Column> columns(in_row + 1, Table::Column{"", Align::Right});
-  if (is_cascade) {
-    columns[0].align = Align::Left;
-    const char* const titles[] = {"SECTION", "SHIFT", "B0", "B1", "B2", "A1", "A2"};
-    for (std::size_t i = 0; i < columns.size(); ++i) columns[i].title = titles[i];
-  }
-  Table table(columns);
-  for (std::size_t begin = 0; begin < design.words.size(); begin += in_row) {
-    const std::size_t end = std::min(begin + in_row, design.words.size());
-    std::string name = end - begin == in_row ? std::to_string(begin / in_row + 1) : "gain";
-    if (!is_cascade) name = kBassRows[begin / in_row];
-    std::vector<Cell> cells{name};
+// A section in each row.
+Table CascadeTable(const std::vector<std::int32_t>& words, std::size_t in_row) {
+  Table table({{"SECTION"},
+               {"SHIFT", Align::Right},
+               {"B0", Align::Right},
+               {"B1", Align::Right},
+               {"B2", Align::Right},
+               {"A1", Align::Right},
+               {"A2", Align::Right}});
+  for (std::size_t begin = 0; begin < words.size(); begin += in_row) {
+    const std::size_t end = std::min(begin + in_row, words.size());
+    std::vector<Cell> cells{end - begin == in_row ? std::to_string(begin / in_row + 1) : "gain"};
     for (std::size_t i = begin; i < end; ++i)
-      cells.emplace_back(std::to_string(design.words[i]), ansi::kAccent);
+      cells.emplace_back(std::to_string(words[i]), ansi::kAccent);
     table.Add(std::move(cells));
   }
-  output.Show(table);
+  return table;
+}
+
+// A filter in each column: their words are not those of sections.
+Table BassTable(const std::vector<std::int32_t>& words, std::size_t in_filter) {
+  Table table({{"WORD", Align::Right},
+               {"AUDIO", Align::Right},
+               {"ANALYSIS", Align::Right},
+               {"ALL-PASS", Align::Right}});
+  for (std::size_t row = 0; row < in_filter; ++row) {
+    std::vector<Cell> cells{std::to_string(row + 1)};
+    for (std::size_t i = row; i < words.size(); i += in_filter)
+      cells.emplace_back(std::to_string(words[i]), ansi::kAccent);
+    table.Add(std::move(cells));
+  }
+  return table;
+}
+
+void ShowWords(const FilterDesign& design, Output& output) {
+  constexpr std::size_t kInSection = 6;
+  const auto in_row = static_cast<std::size_t>(design.words_in_row);
+  output.Show(in_row == kInSection ? CascadeTable(design.words, in_row)
+                                   : BassTable(design.words, in_row));
 }
 
 void ShowResponse(const FilterDesign& design, const FilterArguments& arguments, Output& output) {

@@ -30,8 +30,6 @@ std::string ArgumentTerm(const CLI::Option& option) {
 
 std::string Meaning(const CLI::Option& option) {
   std::string text = option.get_description();
-  if (const std::string word = ValueWord(option); IsArgument(option) && word != option.get_name())
-    text += ": " + boost::replace_all_copy(word, "|", ", ");
   if (!option.get_default_str().empty())
     text += fmt::format(" (default: {})", option.get_default_str());
   if (option.get_required() && !IsArgument(option)) text += " (required)";

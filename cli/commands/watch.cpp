@@ -104,8 +104,7 @@ void Watch(Context& context, const WatchArguments& arguments) {
 void AddWatchCommand(CLI::App& app, Context& context) {
   auto [watch, arguments] = AddCommand(app, context, Watch, kWatchText);
   watch.add_option("--count", arguments.count, "End after this many changes")
-      ->check(WholeNumberWithin(0, std::numeric_limits<std::int32_t>::max()))
-      ->type_name("COUNT");
+      ->check(WholeNumberWithin(0, std::numeric_limits<std::int32_t>::max(), "COUNT"));
   watch.add_option("--for", arguments.seconds, "End after this time")
       ->check(NumberWithin(0, 4294967295, "a number of seconds from 0 to 4294967295", "SECONDS"));
 }
