@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "cli/client/host.h"
+#include "cli/client/user_machines.h"
 #include "cli/commands/command_line.h"
 #include "cli/commands/commands.h"
 #include "cli/commands/pages.h"
@@ -75,8 +76,9 @@ void AddGlobalOptions(CLI::App& app, Context& context) {
   SessionOptions& session = context.session_options;
   app.add_option_function<std::string>(
          "--machine",
-         [&session](const std::string& folder) { session.machine = PathFromUtf8(folder); },
-         "A simulated machine's folder (also: ORV_MACHINE; default: the sample machine)")
+         [&session](const std::string& text) { session.machine = NamedMachineFolder(text); },
+         "A simulated machine's folder, or a sample's name for your copy of it (also: "
+         "ORV_MACHINE; default: your copy of skylake-laptop)")
       ->type_name("DIR");
   app.add_option(
          "--technology", session.technology,
@@ -90,8 +92,10 @@ void AddGlobalOptions(CLI::App& app, Context& context) {
   app.add_flag_callback(
       "--json", [&context] { context.output.UseJson(true); },
       "One JSON value on standard output instead of text; watch and analyse print one a line");
-  app.add_flag("-v,--verbose", session.diagnostics,
-               "The component's diagnostic lines on standard error");
+  const CLI::Option* verbose = app.add_flag("-v,--verbose")
+                                   ->description(
+                                       "The component's diagnostic lines on standard error; "
+                                       "-vv also those of opening the endpoints");
   app.add_flag_callback(
       kHelpOption, [] {}, "Explain the command, or the whole program");
   app.add_flag_callback(
@@ -99,7 +103,9 @@ void AddGlobalOptions(CLI::App& app, Context& context) {
   // The last one counts, so that scripts can add an option to a line that has it already.
   for (CLI::Option* option : app.get_options())
     option->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
-  app.parse_complete_callback([&context] {
+  app.parse_complete_callback([&context, &session, verbose] {
+    if (verbose->count() > 0)
+      session.diagnostics = verbose->count() > 1 ? Diagnostics::Everything : Diagnostics::Command;
     UseGlobalOptions(GlobalOptionWords(context));
     const char* no_colour = std::getenv("NO_COLOR");
     context.output.UseColour(!context.output.json() && (no_colour == nullptr || *no_colour == 0) &&

@@ -12,7 +12,8 @@ endif()
 install(TARGETS orv_apo_controller LIBRARY DESTINATION ${component_folder})
 install(TARGETS orvctl RUNTIME DESTINATION bin)
 if(ORV_TYPE_LIBRARY)
-  install(FILES ${ORV_TYPE_LIBRARY} DESTINATION ${component_folder})
+  # Natively it is made by a build of everything only.
+  install(FILES ${ORV_TYPE_LIBRARY} DESTINATION ${component_folder} OPTIONAL)
 endif()
 install(DIRECTORY include/orv_apo DESTINATION include)
 # Where a client that names no folder has it sought.

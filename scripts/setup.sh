@@ -1,14 +1,24 @@
 #!/usr/bin/env bash
-# Installs what building and testing need on a Debian machine, unless it is there already. Called by run and test.
+# Installs what a job needs on a Debian machine, unless it is there already. Called by run and test.
+#
+#   scripts/setup.sh run       a native release build
+#   scripts/setup.sh native    and the native tests
+#   scripts/setup.sh all       and the Windows build, Wine, fuzzers, formatting and linting
 set -euo pipefail
 
-packages=(
-  g++ cmake ninja-build ccache mold python3
-  libtinyxml2-dev libboost-dev nlohmann-json3-dev libcli11-dev libfmt-dev
-  libgtest-dev libgmock-dev libbenchmark-dev
+run=(g++ cmake ninja-build libtinyxml2-dev libboost-dev nlohmann-json3-dev libcli11-dev libfmt-dev)
+native=(ccache mold python3 libgtest-dev libgmock-dev libbenchmark-dev)
+all=(
   clang libclang-rt-dev clang-format clang-tidy
   g++-mingw-w64-x86-64-posix mingw-w64-tools wine wine64 dpkg-dev
 )
+
+case "${1:-all}" in
+  run) packages=("${run[@]}") ;;
+  native) packages=("${run[@]}" "${native[@]}") ;;
+  all) packages=("${run[@]}" "${native[@]}" "${all[@]}") ;;
+  *) sed -n '2,6s/^# *//p' "$0" >&2; exit 2 ;;
+esac
 
 find_missing() {
   missing=()
@@ -29,7 +39,7 @@ find_missing
 
 sudo=()
 [ "$(id -u)" -eq 0 ] || sudo=(sudo)
-echo "Installing: ${missing[*]}" >&2
+echo "Installing ${#missing[@]} packages: ${missing[*]} ..." >&2
 apt=("${sudo[@]}" env LC_ALL=C DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=600)
 # Others may be at it too. The package manager waits for their installing, but not for their updating.
 attempts=120
@@ -42,3 +52,4 @@ until errors=$("${apt[@]}" update 2>&1 9<&-); do
   sleep 5
 done
 "${apt[@]}" install -y --no-install-recommends "${missing[@]}" >/dev/null 9<&-
+echo "Installed after $SECONDS s." >&2

@@ -5,6 +5,7 @@
 #include <new>
 #include <string_view>
 
+#include "cli/client/diagnostic_lines.h"
 #include "orv_apo/orv_apo.h"
 #include "platform/com_memory.h"
 #include "platform/com_ptr.h"
@@ -17,7 +18,8 @@ class Component {
   // Makes the machine of the folder (empty: the system's) the component's own, shows its diagnostic
   // lines on standard error if asked to, then finds and loads the component. Throws Failure with
   // the places where it was looked for, or if the component does not work on this machine.
-  explicit Component(const std::filesystem::path& machine, bool diagnostics = false);
+  explicit Component(const std::filesystem::path& machine,
+                     Diagnostics diagnostics = Diagnostics::None);
   ~Component();  // when none of its objects is left
   Component(const Component&) = delete;
   Component& operator=(const Component&) = delete;

@@ -4,6 +4,8 @@
 
 #include <utility>
 
+#include "cli/client/user_machines.h"
+#include "cli/offline/files.h"
 #include "cli/show/failure.h"
 #include "cli/show/names.h"
 #include "cli/show/select.h"
@@ -37,7 +39,15 @@ std::size_t PositionOf(const std::vector<Endpoint>& endpoints, const std::string
 }  // namespace
 
 Session& Context::session() {
-  if (session_ == nullptr) session_ = std::make_unique<Session>(session_options);
+  if (session_ == nullptr) {
+    const std::filesystem::path machine =
+        session_options.machine.empty() ? DefaultMachineFolder() : session_options.machine;
+    if (!machine.empty() && MakeUserMachine(machine))
+      output.Notice(
+          fmt::format("orvctl: using your own copy of the sample machine, {} (as new again: {})",
+                      PathText(machine), "orvctl machine reset " + PathText(machine.filename())));
+    session_ = std::make_unique<Session>(session_options);
+  }
   return *session_;
 }
 
@@ -63,6 +73,7 @@ void Context::LoadConfig(const Endpoint& endpoint) const {
 std::vector<Endpoint> Context::Endpoints() {
   std::vector<Endpoint> endpoints = FindEndpoints();
   for (const Endpoint& endpoint : endpoints) LoadConfig(endpoint);
+  ShowKeptDiagnostics();
   return endpoints;
 }
 
@@ -71,6 +82,7 @@ Endpoint Context::SelectEndpoint(const std::string& text) {
   std::vector<Endpoint> endpoints = FindEndpoints();
   Endpoint& selected = endpoints[PositionOf(endpoints, text)];
   LoadConfig(selected);
+  EndOpening();
   return std::move(selected);
 }
 

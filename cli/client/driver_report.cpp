@@ -1,6 +1,7 @@
 #include "cli/client/driver_report.h"
 
 #include "cli/client/host.h"
+#include "cli/client/user_machines.h"
 #include "cli/show/failure.h"
 #include "platform/text.h"
 #include "simulated/simulated_machine.h"
@@ -8,7 +9,7 @@
 namespace orv::cli {
 
 DriverReport ReadDrivers(const std::filesystem::path& folder) {
-  const std::unique_ptr<Machine> opened = OpenMachine(folder);
+  const std::unique_ptr<Machine> opened = OpenMachine(ReadableMachineFolder(folder));
   auto* machine = dynamic_cast<SimulatedMachine*>(opened.get());
   if (machine == nullptr) {
     throw Failure(

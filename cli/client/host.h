@@ -3,9 +3,11 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/machine.h"
@@ -38,9 +40,14 @@ inline constexpr char kDefaultSample[] = "skylake-laptop";
 // Folder of the sample machines that came with the program; throws Failure if it does not exist.
 std::filesystem::path SampleMachinesFolder();
 
+// The folder of this user's machines; empty where the component works on the system itself, and for
+// a user without a home folder.
+std::filesystem::path UserMachinesFolder();
+
 // The environment variable that names the component's machine, and its folder if the command line
-// does not name one: the environment's, else the sample beside the program. Empty where the
-// component works on the system itself.
+// does not name one: the environment's, else the user's copy of the default sample (see
+// user_machines.h). Empty where the component works on the system itself. Throws Failure if there
+// is none.
 inline constexpr char kMachineVariable[] = "ORV_MACHINE";
 std::filesystem::path DefaultMachineFolder();
 
@@ -52,19 +59,34 @@ std::unique_ptr<Machine> OpenSystemMachine();
 
 // True if standard output shows colours and other control sequences.
 bool OutputIsTerminal();
+// True if standard error is a terminal that can take back what it shows.
+bool ErrorsAreOnTerminal();
 // Columns of the terminal that standard output goes to; 80 if it is not a terminal.
 int OutputColumns();
 // Whether characters outside ASCII arrive as they are; else text has to do without them.
 bool OutputShowsUtf8();
 
-// While it lives, interrupt and termination requests set the event instead of ending the program.
-// One at a time.
+// Text in UTF-8 for standard error in one piece, from any thread.
+void WriteToErrors(std::string_view text) noexcept;
+// The system's number of the calling thread.
+std::uint32_t CurrentThreadNumber() noexcept;
+
+// While it lives, requests to end set the event instead of ending the program: an interrupt, a
+// termination, the end of the terminal's connection, a reader that closed the pipe. The destructor
+// ends the program by the signal that came, after objects that were made later have put back what
+// they took. One at a time.
 class StopOnSignal {
  public:
-  explicit StopOnSignal(Event& stop);
+  // For commands that run until they are interrupted: an interrupt is their ordinary end.
+  enum class Interrupt { Ends, IsOrdinary };
+
+  explicit StopOnSignal(Event& stop, Interrupt interrupt = Interrupt::IsOrdinary);
   ~StopOnSignal();
   StopOnSignal(const StopOnSignal&) = delete;
   StopOnSignal& operator=(const StopOnSignal&) = delete;
+
+ private:
+  Interrupt interrupt_;
 };
 
 // Held by one process of this program at a time for one registry key of the machine, from the first

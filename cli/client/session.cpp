@@ -8,6 +8,7 @@
 #include "analysis/loopback_stream.h"
 #include "analysis/spectrum.h"
 #include "cli/client/host.h"
+#include "cli/client/user_machines.h"
 #include "cli/show/failure.h"
 #include "cli/show/names.h"
 #include "config/technology_library.h"
@@ -325,14 +326,14 @@ std::vector<Endpoint> Session::Endpoints(std::vector<std::string>* unopened) con
   return endpoints;
 }
 
-std::uint32_t Session::SampleRate(const Endpoint& endpoint) const {
-  const std::string asked = "asking for the sample rate of " + endpoint.name();
+Session::Stream Session::StreamOf(const Endpoint& endpoint) const {
+  const std::string asked = "asking for the format of " + endpoint.name();
   ComPtr<IMMDevice> device;
   Require(FindDevice(*machine_, WideFromUtf8(endpoint.id()), device), asked, kServiceSilent);
   ComPtr<IAudioClient> client;
   MixFormat format;
   Require(ActivateAudioClient(*device, client, format), asked, kServiceSilent);
-  return format->nSamplesPerSec;
+  return {format->nSamplesPerSec, format->nChannels};
 }
 
 void FitToStream(std::vector<Band>& bands, std::uint32_t sample_rate) {
@@ -355,7 +356,7 @@ void FitToStream(std::vector<Band>& bands, std::uint32_t sample_rate) {
 std::unique_ptr<ORVAPOProcessInfo> OpenTechnology(const SessionOptions& options) {
   const std::string& named = options.technology;
   try {
-    const std::unique_ptr<Machine> machine = OpenMachine(options.machine);
+    const std::unique_ptr<Machine> machine = OpenMachine(ReadableMachineFolder(options.machine));
     const std::wstring folder =
         named.empty() ? SystemFolder(*machine) : AsFolder(WideFromUtf8(named));
     if (folder.empty()) return nullptr;

@@ -116,7 +116,7 @@ class Endpoint {
 struct SessionOptions {
   std::filesystem::path machine;  // empty: DefaultMachineFolder
   std::string technology;         // folder of the technology library; empty: found
-  bool diagnostics = false;
+  Diagnostics diagnostics = Diagnostics::None;
 };
 
 // The machine, the component on it, and its system object. Outlives everything that is made from
@@ -136,8 +136,12 @@ class Session {
   // The endpoints of these devices that the component finds. One that it finds but cannot open is
   // left out, and its identifier added to `unopened` (may be null).
   std::vector<Endpoint> Endpoints(std::vector<std::string>* unopened = nullptr) const;
-  // Rate in Hz of the stream that the endpoint plays.
-  std::uint32_t SampleRate(const Endpoint& endpoint) const;
+  // The stream that the endpoint plays.
+  struct Stream {
+    std::uint32_t sample_rate = 0;  // Hz
+    std::size_t channels = 0;
+  };
+  Stream StreamOf(const Endpoint& endpoint) const;
 
  private:
   IORVAPOSystem* System() const;

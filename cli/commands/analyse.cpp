@@ -16,8 +16,8 @@ constexpr CommandText kAnalyseText = {
     "orvctl analyse 0\n  orvctl --json analyse 0 --once --frequencies 100,1000,10000",
     "The spectrum is shown in third-octave bands, each with its highest bin, unless frequencies "
     "are named. Rows with the same bins show one level and are marked; in the live picture \"=50\" "
-    "marks a band with the same bins as 50 Hz. Without a terminal, a line a second. Ends with "
-    "Ctrl+C.",
+    "marks a band with the same bins as 50 Hz. Keys: q ends, space freezes the picture, + and - "
+    "change the range. Without a terminal, a line a second. Ends with Ctrl+C, too.",
     "{peaks, spectrum: [{channel, frequency, db, same_bins_as}]}; silence is null"};
 
 using Clock = std::chrono::steady_clock;
@@ -43,8 +43,12 @@ struct Reading {
 // Reads the levels of an endpoint until interrupted, or until the time is over.
 class Listener {
  public:
-  Listener(const Endpoint& endpoint, std::vector<Band> bands, std::optional<double> seconds)
-      : bands_(std::move(bands)), reading_(bands_.size()), end_(EndAfter(seconds)) {
+  Listener(const Endpoint& endpoint, std::size_t channels, std::vector<Band> bands,
+           std::optional<double> seconds)
+      : channels_(channels),
+        bands_(std::move(bands)),
+        reading_(bands_.size()),
+        end_(EndAfter(seconds)) {
     Require(endpoint.object()->get_AnalysisData(analysis_.Put()), "listening to " + endpoint.name(),
             "Its sound cannot be captured; another program may hold the device, or it has just "
             "been unplugged.");
@@ -53,6 +57,7 @@ class Listener {
     levels_.resize(points_.size());
   }
 
+  std::size_t channels() const noexcept { return channels_; }  // of the stream
   const std::vector<Band>& bands() const noexcept { return bands_; }
 
   void Poll() {
@@ -80,9 +85,12 @@ class Listener {
     return !stop_.Wait(kPollInterval) && (!end_ || Clock::now() < *end_);
   }
 
+  // Those whose peaks the component has.
+  std::size_t ReportedChannels() const { return std::min(channels_, kPeakChannels); }
   Reading Take() { return std::exchange(reading_, Reading(bands_.size())); }
 
  private:
+  std::size_t channels_;
   std::vector<Band> bands_;
   ComPtr<IAnalysisData> analysis_;
   std::vector<ULONG> points_;
@@ -112,36 +120,42 @@ Json ReadingJson(const Reading& reading, const std::vector<Band>& bands) {
   return {{"peaks", std::move(peaks)}, {"spectrum", std::move(spectrum)}};
 }
 
-// The first two channels, and the others up to the last one with sound.
-std::size_t ShownChannels(const std::vector<float>& peaks) {
-  std::size_t shown = peaks.size();
-  while (shown > kSpectrumChannels && !std::isfinite(peaks[shown - 1])) --shown;
-  return shown;
+bool IsSilent(const Reading& reading) {
+  return std::ranges::none_of(reading.peaks, [](float peak) { return std::isfinite(peak); });
 }
 
-void ShowReading(Context& context, const Reading& reading, const std::vector<Band>& bands) {
+void ShowReading(Context& context, const Reading& reading, const Listener& listener) {
   Table peaks({{"CHANNEL"}, {"PEAK", Align::Right}});
-  for (std::size_t c = 0; c < ShownChannels(reading.peaks); ++c)
-    peaks.Add({ChannelName(c), LevelText(reading.peaks[c])});
+  for (std::size_t c = 0; c < listener.ReportedChannels(); ++c)
+    peaks.Add({ChannelName(c, listener.channels()), LevelText(reading.peaks[c])});
   context.output.Show(peaks);
   context.output.Line("");
   Table spectrum({{"FREQUENCY", Align::Right}, {"L", Align::Right}, {"R", Align::Right}, {""}});
-  for (std::size_t band = 0; band < bands.size(); ++band) {
-    const auto& same = bands[band].same_bins_as;
-    spectrum.Add({HertzText(bands[band].frequency), LevelText(reading.spectrum[0][band]),
-                  LevelText(reading.spectrum[1][band]),
+  for (std::size_t i = 0; i < listener.bands().size(); ++i) {
+    const Band& band = listener.bands()[i];
+    const auto& same = band.same_bins_as;
+    spectrum.Add({HertzText(band.frequency), LevelText(reading.spectrum[0][i]),
+                  LevelText(reading.spectrum[1][i]),
                   Cell(same ? "same bins as " + HertzText(*same) : "", ansi::kDim)});
   }
   context.output.Show(spectrum);
+  if (listener.channels() > kSpectrumChannels)
+    context.output.Notice(fmt::format(
+        "The stream has {} channels; the component has the peaks of the first {} and the spectrum "
+        "of the first {}.",
+        listener.channels(), listener.ReportedChannels(), kSpectrumChannels));
 }
 
-std::string PeakLine(const Reading& reading, const std::vector<Band>& bands) {
+std::string PeakLine(const Reading& reading, const Listener& listener) {
+  if (IsSilent(reading)) return "silence";
   std::string line;
-  for (std::size_t c = 0; c < ShownChannels(reading.peaks); ++c)
-    line += fmt::format("{} {}   ", ChannelName(c), LevelText(reading.peaks[c]));
+  for (std::size_t c = 0; c < listener.ReportedChannels(); ++c)
+    line +=
+        fmt::format("{} {}   ", ChannelName(c, listener.channels()), LevelText(reading.peaks[c]));
   const auto loudest = std::ranges::max_element(reading.spectrum[0]);
-  if (!std::isfinite(*loudest)) return line + "silence";
-  const Band& band = bands[static_cast<std::size_t>(loudest - reading.spectrum[0].begin())];
+  if (!std::isfinite(*loudest)) return line + "no spectrum";
+  const auto& band =
+      listener.bands()[static_cast<std::size_t>(loudest - reading.spectrum[0].begin())];
   return line + fmt::format("loudest at {}: {}", HertzText(band.frequency), LevelText(*loudest));
 }
 
@@ -152,7 +166,7 @@ void ListenOnce(Context& context, Listener& listener) {
   listener.Poll();
   const Reading reading = listener.Take();
   if (context.output.json()) return context.output.Value(ReadingJson(reading, listener.bands()));
-  ShowReading(context, reading, listener.bands());
+  ShowReading(context, reading, listener);
 }
 
 void PrintLines(Context& context, Listener& listener) {
@@ -162,7 +176,7 @@ void PrintLines(Context& context, Listener& listener) {
     if (context.output.json())
       context.output.JsonLine(ReadingJson(reading, listener.bands()));
     else
-      context.output.Line(PeakLine(reading, listener.bands()));
+      context.output.Line(PeakLine(reading, listener));
   };
   Clock::time_point next = Clock::now() + kLineInterval;
   do {
@@ -174,32 +188,70 @@ void PrintLines(Context& context, Listener& listener) {
   print();
 }
 
-void Update(AnalysisPicture& picture, const Reading& reading, double seconds) {
-  picture.peaks.resize(std::max(picture.peaks.size(), ShownChannels(reading.peaks)));
-  for (std::size_t c = 0; c < picture.peaks.size(); ++c)
-    picture.peaks[c].Update(reading.peaks[c], seconds);
-  for (std::size_t channel = 0; channel < kSpectrumChannels; ++channel)
-    for (std::size_t band = 0; band < picture.bands.size(); ++band)
-      picture.spectrum[channel][band].Update(reading.spectrum[channel][band], seconds);
-}
+// The live picture: what was read, the user's keys, and what the terminal shows.
+class LiveView {
+ public:
+  LiveView(const Output& output, const std::string& title, const Listener& listener)
+      : style_{output.colour(), OutputShowsUtf8()} {
+    picture_.title = title;
+    picture_.channels = listener.channels();
+    picture_.bands = listener.bands();
+    picture_.peaks.resize(listener.ReportedChannels());
+    picture_.spectrum.assign(std::min(kSpectrumChannels, listener.channels()),
+                             std::vector<LevelMeter>(picture_.bands.size()));
+  }
 
-void ShowLive(Context& context, Terminal& terminal, const std::string& title, Listener& listener) {
+  // False if the user ends the view.
+  bool Obey(Terminal& terminal) {
+    while (const std::optional<char> key = terminal.Key()) {
+      if (*key == 'q' || *key == 'Q') return false;
+      if (*key == ' ') picture_.frozen = !picture_.frozen;
+      if (*key == '+') picture_.floor = NarrowerFloor(picture_.floor);
+      if (*key == '-') picture_.floor = WiderFloor(picture_.floor);
+      if (*key == Terminal::kRedraw) shown_ = Screen();
+    }
+    return true;
+  }
+
+  void Update(const Reading& reading, double seconds) {
+    constexpr double kSilenceSeconds = 1;
+    if (picture_.frozen) return;
+    silent_seconds_ = IsSilent(reading) ? silent_seconds_ + seconds : 0;
+    picture_.silent = silent_seconds_ >= kSilenceSeconds;
+    for (std::size_t c = 0; c < picture_.peaks.size(); ++c)
+      picture_.peaks[c].Update(reading.peaks[c], seconds);
+    for (std::size_t channel = 0; channel < picture_.spectrum.size(); ++channel)
+      for (std::size_t band = 0; band < picture_.bands.size(); ++band)
+        picture_.spectrum[channel][band].Update(reading.spectrum[channel][band], seconds);
+  }
+
+  // False if the terminal is closed.
+  bool Show(Terminal& terminal) {
+    Screen next = DrawAnalysis(picture_, terminal.Size(), style_);
+    const std::string changes = ScreenChanges(shown_, next);
+    shown_ = std::move(next);
+    return changes.empty() || terminal.Write(changes);
+  }
+
+ private:
+  PictureStyle style_;
+  AnalysisPicture picture_;
+  double silent_seconds_ = 0;
+  Screen shown_;
+};
+
+void ShowLive(Terminal& terminal, Listener& listener, LiveView view) {
   constexpr int kPollsPerFrame = 3;
-  AnalysisPicture picture{title, {}, listener.bands(), {}};
-  picture.spectrum.assign(kSpectrumChannels, std::vector<LevelMeter>(picture.bands.size()));
-  TerminalSize shown_size{0, 0};
   Clock::time_point shown = Clock::now();
   int polls = 0;
   do {
     listener.Poll();
+    if (!view.Obey(terminal)) return;
     if (++polls % kPollsPerFrame != 0) continue;
     const Clock::time_point now = Clock::now();
-    Update(picture, listener.Take(), std::chrono::duration<double>(now - shown).count());
+    view.Update(listener.Take(), std::chrono::duration<double>(now - shown).count());
     shown = now;
-    const TerminalSize size = terminal.Size();
-    const auto lines = DrawAnalysis(picture, size, context.output);
-    if (!terminal.Write(FrameText(lines, size != shown_size))) return;
-    shown_size = size;
+    if (!view.Show(terminal)) return;
   } while (listener.Wait());
 }
 
@@ -242,12 +294,14 @@ void Analyse(Context& context, const AnalyseArguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   std::optional<double> seconds = arguments.seconds;
   if (arguments.once) seconds = std::min(seconds.value_or(kOnceSeconds), kOnceSeconds);
-  Listener listener(endpoint, ChooseBands(frequencies, context.session().SampleRate(endpoint)),
+  const Session::Stream stream = context.session().StreamOf(endpoint);
+  Listener listener(endpoint, stream.channels, ChooseBands(frequencies, stream.sample_rate),
                     seconds);
   if (arguments.once) return ListenOnce(context, listener);
   // Text is printed before and after only; in between the screen belongs to the picture.
   const auto terminal = context.output.json() ? nullptr : Terminal::Take();
-  if (terminal != nullptr) return ShowLive(context, *terminal, endpoint.name(), listener);
+  if (terminal != nullptr)
+    return ShowLive(*terminal, listener, LiveView(context.output, endpoint.name(), listener));
   PrintLines(context, listener);
 }
 

@@ -1,5 +1,6 @@
-// machine new; machine drivers is added from its own file
+// machine list, reset and new; machine drivers is added from its own file
 #include "cli/client/host.h"
+#include "cli/client/user_machines.h"
 #include "cli/commands/commands.h"
 #include "cli/offline/files.h"
 #include "cli/offline/machine_folder.h"
@@ -8,6 +9,8 @@
 
 namespace orv::cli {
 namespace {
+
+struct NoArguments {};
 
 struct MachineArguments {
   std::string folder;
@@ -36,12 +39,55 @@ void MakeMachine(Context& context, const MachineArguments& arguments) {
     context.output.Notice("orvctl --machine " + ShellWord(arguments.folder) + " endpoints");
 }
 
+void ListMachines(Context& context, const NoArguments&) {
+  std::filesystem::path used = context.session_options.machine;
+  try {
+    if (used.empty()) used = DefaultMachineFolder();
+  } catch (const Failure&) {
+    // Without a home folder none of them is used.
+  }
+  Json list = Json::array();
+  Table table({{""}, {"MACHINE"}, {"WHOSE"}, {"FOLDER"}});
+  for (const KnownMachine& machine : KnownMachines()) {
+    const bool is_used = machine.folder == used || UserMachinesFolder() / machine.name == used;
+    const char* const whose = machine.is_copy ? "yours" : "sample";
+    const std::string folder = PathText(machine.folder);
+    list.push_back({{"name", machine.name},
+                    {"sample", !machine.is_copy},
+                    {"path", folder},
+                    {"used", is_used}});
+    table.Add({is_used ? "*" : "", machine.name, whose, folder});
+  }
+  context.output.Result(list, table);
+}
+
+struct ResetArguments {
+  std::string name = kDefaultSample;
+};
+
+void ResetMachine(Context& context, const ResetArguments& arguments) {
+  const std::string path = PathText(ResetUserMachine(arguments.name));
+  context.output.Result({{"path", path}}, path);
+}
+
 }  // namespace
 
 void AddMachineCommands(CLI::App& app, Context& context) {
   CLI::App& machine = AddCommand(
       app, {"machine", "Make and read simulated machines", "orvctl machine new my-machine"});
   machine.require_subcommand(1);
+  AddCommand(machine, context, ListMachines,
+             {"list", "Show the sample machines and your copies of them", "orvctl machine list",
+              "The star marks the machine that commands use. A command makes your copy of a sample "
+              "when it first needs it.",
+              "an array of {name, sample, path, used}"});
+  auto [reset, reset_arguments] = AddCommand(
+      machine, context, ResetMachine,
+      {"reset", "Make your copy of a sample machine as new", "orvctl machine reset broken",
+       "What was changed on the copy is lost.", "{path}"});
+  reset.add_option("NAME", reset_arguments.name, "A sample's name")
+      ->type_name("SAMPLE")
+      ->capture_default_str();
   auto [make, arguments] =
       AddCommand(machine, context, MakeMachine,
                  {"new", "Make a simulated machine's folder to start from",

@@ -240,6 +240,12 @@ class Tour {
 void RunTour(Context& context) {
   Output& output = context.output;
   if (output.json()) UsageFailure("the tour is text for a reader; other commands take --json.");
+  if (!context.session_options.machine.empty())
+    UsageFailure("the tour is shown on a copy of the sample {}; leave out --machine.",
+                 kDefaultSample);
+  // A request to end the program waits for the end of the tour, so that the copy is removed.
+  Event stop(Event::Kind::ManualReset);
+  const StopOnSignal signals(stop, StopOnSignal::Interrupt::Ends);
   const TemporaryMachine machine(SampleMachinesFolder() / kDefaultSample);
   Context on_copy(output);  // destroyed before the copy
   on_copy.session_options = context.session_options;

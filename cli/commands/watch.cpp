@@ -1,108 +1,235 @@
 // watch
-#include <fmt/chrono.h>
-
-#include <array>
+#include <algorithm>
 #include <chrono>
+#include <memory>
 
 #include "cli/client/host.h"
 #include "cli/client/registry.h"
 #include "cli/client/state.h"
 #include "cli/commands/commands.h"
+#include "cli/show/clock.h"
+#include "platform/child_process.h"
 #include "platform/synchronization.h"
+#include "platform/text.h"
 
 namespace orv::cli {
 namespace {
 
 constexpr CommandText kWatchText = {
     "watch", "Print every change as it happens, made by any program",
-    "orvctl watch 0\n  orvctl --json watch 0 --count 3 --for 60",
-    "Watches the current mode, the processing switch and the public values of all modes. Changes "
-    "that follow one another closely are reported together, and a value that has returned by then "
-    "is not reported. Ends with Ctrl+C.",
-    "one object a line, {seq, time, what, mode, name, from, to}; seq counts up by one, time is "
-    "UTC, "
-    "what is mode, switch or control"};
+    "orvctl watch\n  orvctl --json watch 0 --count 3 --for 60\n"
+    "  orvctl watch 0 --count 1 --exec 'echo \"$ORV_NAME is $ORV_TO_TEXT\"'",
+    "Watches the current mode, the processing switch and the public values of all modes, of one "
+    "endpoint or of all. Changes that follow one another closely are reported together, and a "
+    "value that has returned by then is not reported. --exec runs a command for each change, one "
+    "at a time, with ORV_SEQ, ORV_TIME, ORV_ENDPOINT, ORV_WHAT, ORV_MODE, ORV_NAME, ORV_FROM, "
+    "ORV_TO, ORV_FROM_TEXT, ORV_TO_TEXT and ORV_UNIT in its environment. Ends with Ctrl+C.",
+    "one object a line, {seq, time, endpoint, what, mode, name, from, to, from_text, to_text, "
+    "unit}; seq counts up by one, time is UTC, what is mode, switch or control"};
 
 using Clock = std::chrono::steady_clock;
 
-struct WatchArguments : EndpointArguments {
+struct WatchArguments {
+  std::string endpoint;           // empty: all
+  std::string command;            // run on each change
+  bool utc = false;               // whole UTC times in text lines
   std::uint32_t count = 0;        // end after so many changes; 0: never
   std::optional<double> seconds;  // end after this time
 };
 
-// "2026-01-31T12:34:56.789Z"
-std::string UtcNow() {
-  using namespace std::chrono;
-  const auto now = floor<milliseconds>(system_clock::now());
-  return fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:03}Z", fmt::gmtime(system_clock::to_time_t(now)),
-                     now.time_since_epoch().count() % 1000);
+// An endpoint and what was last read of it.
+struct Watched {
+  Endpoint endpoint;
+  KeyWatch key;
+  EndpointState state;
+};
+
+// What a script gets for a value.
+std::string PlainText(const Json& value) {
+  return value.is_null() ? "" : value.is_string() ? value.get<std::string>() : value.dump();
 }
 
-// The control's choice instead of its number.
-std::string ValueText(const Catalog& catalog, const Change& change, const Json& value) {
-  if (value.is_number() && value.get<std::int32_t>() >= 0) {
-    const ControlFacts facts = catalog.Describe(change.name);
-    const auto position = value.get<std::size_t>();
-    if (position < facts.choices.size()) return Printable(facts.choices[position]);
+// Reports changes, to the user and to the command of --exec.
+class Reporter {
+ public:
+  Reporter(Context& context, const WatchArguments& arguments)
+      : context_(context), arguments_(arguments) {}
+
+  // False after the last one that was asked for.
+  bool Report(const Endpoint& endpoint, const Change& change) {
+    const WallTime now = std::chrono::system_clock::now();
+    Json json = {{"seq", ++count_},
+                 {"time", UtcText(now)},
+                 {"endpoint", endpoint.name()},
+                 {"what", change.what}};
+    json.update(ToJson(context_.catalog(), change));
+    if (context_.output.json())
+      context_.output.JsonLine(json);
+    else
+      Print(now, change, json);
+    if (!arguments_.command.empty()) Run(json);
+    return count_ != arguments_.count;
   }
-  return Printable(ToText(value));
-}
 
-void Print(Context& context, std::uint32_t sequence, const Change& change) {
-  const std::string time = UtcNow();
-  Output& output = context.output;
-  if (output.json()) {
-    return output.JsonLine({{"seq", sequence},
-                            {"time", time},
-                            {"what", change.what},
-                            {"mode", change.mode.empty() ? Json() : Json(change.mode)},
-                            {"name", change.name},
-                            {"from", change.from},
-                            {"to", change.to}});
+ private:
+  void Print(WallTime now, const Change& change, const Json& json) {
+    constexpr std::size_t kToSeconds = 8;
+    Output& output = context_.output;
+    const std::string time = arguments_.utc ? UtcText(now) : LocalClock(now).substr(0, kToSeconds);
+    std::string line = output.Painted(time, ansi::kDim) + "  ";
+    if (arguments_.endpoint.empty()) line += Printable(json["endpoint"].get<std::string>()) + "  ";
+    if (!change.mode.empty()) line += Printable(change.mode) + "  ";
+    // The switch has the name of the command that changes it.
+    const std::string name = change.what == "switch" ? "enable" : Printable(change.name);
+    output.Line(line + output.Painted(name, ansi::kBold) + ": " +
+                Printable(json["from_text"].get<std::string>()) + " -> " +
+                output.Painted(Printable(json["to_text"].get<std::string>()), ansi::kAccent));
   }
-  const std::string mode = change.mode.empty() ? "" : Printable(change.mode) + "  ";
-  const std::string to = ValueText(context.catalog(), change, change.to);
-  output.Line(fmt::format("{}  {}{}: {} -> {}", output.Painted(time, ansi::kDim), mode,
-                          output.Painted(Printable(change.name), ansi::kBold),
-                          ValueText(context.catalog(), change, change.from),
-                          output.Painted(to, ansi::kAccent)));
-}
 
-std::optional<std::chrono::milliseconds> TimeLeft(const std::optional<Clock::time_point>& end) {
-  if (!end) return std::nullopt;
-  const auto left = std::chrono::ceil<std::chrono::milliseconds>(*end - Clock::now());
-  return std::max(left, std::chrono::milliseconds(0));
-}
+  void Run(const Json& json) const {
+    EnvironmentVariables variables;
+    for (const auto& [key, value] : json.items())
+      variables.emplace_back("ORV_" + Utf8FromWide(ToUpperAscii(WideFromUtf8(key))),
+                             PlainText(value));
+    std::string reason;
+    // With --json standard output has no other text.
+    const std::optional<int> status =
+        RunInShell(arguments_.command, variables,
+                   context_.output.json() ? ShellOutput::ToErrors : ShellOutput::Shared, reason);
+    if (!status)
+      context_.output.Notice("orvctl: --exec: the shell cannot be started: " + reason);
+    else if (*status != 0)
+      context_.output.Notice(fmt::format(
+          "orvctl: --exec: the command ended with status {} for change {}.", *status, count_));
+  }
 
-void Watch(Context& context, const WatchArguments& arguments) {
-  const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
-  Event stop(Event::Kind::ManualReset);
-  Event changed(Event::Kind::AutoReset);
-  const StopOnSignal signals(stop);
-  KeyWatch watch(context.session().machine().registry(), endpoint.RegistryPath(), changed);
-  const std::optional<Clock::time_point> end = EndAfter(arguments.seconds);
+  Context& context_;
+  const WatchArguments& arguments_;
+  std::uint32_t count_ = 0;
+};
 
-  // Armed before each reading, so that a change after the reading starts the next one.
-  watch.Arm();
-  EndpointState state = ReadState(context.catalog(), endpoint);
-  context.output.Notice("Watching " + Printable(endpoint.name()) + "; Ctrl+C ends it.");
-  std::uint32_t printed = 0;
-  std::array<Event*, 2> events = {&stop, &changed};
-  while (WaitAny(events, TimeLeft(end)) == std::size_t{1}) {
-    watch.Arm();
-    EndpointState next = ReadState(context.catalog(), endpoint);
-    for (const Change& change : Differences(state, next)) {
-      Print(context, ++printed, change);
-      if (printed == arguments.count) return;
+// Reports once that a simulated machine's files cannot be read, and that they can be again: the
+// component goes on with what it last read.
+class MachineCheck {
+ public:
+  MachineCheck(Context& context, const std::filesystem::path& folder)
+      : context_(context), folder_(folder), written_(Written()) {}
+
+  void Look() {
+    const auto written = Written();
+    if (folder_.empty() || (written == written_ && written && fault_.empty())) return;
+    written_ = written;
+    std::string fault;
+    try {
+      OpenMachine(folder_);
+    } catch (const Failure& failure) {
+      fault = failure.what();
     }
-    state = std::move(next);
+    if (fault == fault_) return;
+    fault_ = std::move(fault);
+    context_.output.Notice(fault_.empty() ? "The machine can be read again."
+                                          : "orvctl: " + fault_ + "\nStill watching.");
   }
+
+ private:
+  std::optional<std::filesystem::file_time_type> Written() const {
+    std::error_code error;
+    const auto time = std::filesystem::last_write_time(folder_ / "registry.reg", error);
+    return error ? std::nullopt : std::optional(time);
+  }
+
+  Context& context_;
+  std::filesystem::path folder_;
+  std::optional<std::filesystem::file_time_type> written_;
+  std::string fault_;
+};
+
+// Up to the next look at the machine.
+std::chrono::milliseconds TimeLeft(const std::optional<Clock::time_point>& end) {
+  constexpr std::chrono::milliseconds kBetweenLooks{1000};
+  if (!end) return kBetweenLooks;
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(*end - Clock::now());
+  return std::clamp(left, std::chrono::milliseconds(0), kBetweenLooks);
 }
+
+// Endpoints share the events, because a wait takes only some of them.
+constexpr std::size_t kChangeEvents = kMostEvents - 1;
+
+class Watcher {
+ public:
+  Watcher(Context& context, const WatchArguments& arguments)
+      : context_(context),
+        reporter_(context, arguments),
+        check_(context, context.session().machine_folder()),
+        end_(EndAfter(arguments.seconds)) {
+    events_.push_back(&stop_);
+    std::vector<Endpoint> endpoints;
+    if (arguments.endpoint.empty())
+      endpoints = context.Endpoints();
+    else
+      endpoints.push_back(context.SelectEndpoint(arguments.endpoint));
+    if (endpoints.empty()) throw Failure(kRefused, "the component finds no endpoint to watch.");
+    for (std::size_t i = 0; i < std::min(endpoints.size(), kChangeEvents); ++i)
+      events_.push_back(
+          changed_.emplace_back(std::make_unique<Event>(Event::Kind::AutoReset)).get());
+    Registry& registry = context.session().machine().registry();
+    for (Endpoint& endpoint : endpoints) {
+      const std::string path = endpoint.RegistryPath();
+      Event& changed = *changed_[watched_.size() % changed_.size()];
+      watched_.push_back({std::move(endpoint), KeyWatch(registry, path, changed), {}});
+      // Armed before each reading, so that a change after the reading starts the next one.
+      watched_.back().key.Arm();
+      watched_.back().state = ReadState(context.catalog(), watched_.back().endpoint);
+    }
+    context.output.Notice("Watching " +
+                          (watched_.size() == 1 ? Printable(watched_.front().endpoint.name())
+                                                : Counted(watched_.size(), "endpoint")) +
+                          "; Ctrl+C ends it.");
+  }
+
+  void Run() {
+    for (;;) {
+      const std::optional<std::size_t> signalled = WaitAny(events_, TimeLeft(end_));
+      if (signalled == std::size_t{0} || (!signalled && end_ && Clock::now() >= *end_)) return;
+      check_.Look();
+      for (std::size_t i = signalled.value_or(0) - 1; signalled && i < watched_.size();
+           i += changed_.size())
+        if (!ReportChanges(watched_[i])) return;
+    }
+  }
+
+ private:
+  bool ReportChanges(Watched& watched) {
+    watched.key.Arm();
+    EndpointState next = ReadState(context_.catalog(), watched.endpoint);
+    for (const Change& change : Differences(watched.state, next))
+      if (!reporter_.Report(watched.endpoint, change)) return false;
+    watched.state = std::move(next);
+    return true;
+  }
+
+  Context& context_;
+  Reporter reporter_;
+  MachineCheck check_;
+  std::optional<Clock::time_point> end_;
+  Event stop_{Event::Kind::ManualReset};
+  StopOnSignal signals_{stop_};
+  std::vector<std::unique_ptr<Event>> changed_;
+  std::vector<Event*> events_;  // the request to stop first
+  std::vector<Watched> watched_;
+};
+
+void Watch(Context& context, const WatchArguments& arguments) { Watcher(context, arguments).Run(); }
 
 }  // namespace
 
 void AddWatchCommand(CLI::App& app, Context& context) {
   auto [watch, arguments] = AddCommand(app, context, Watch, kWatchText);
+  watch.add_option("ENDPOINT", arguments.endpoint,
+                   std::string(kEndpointHelp) + " (default: all endpoints)");
+  watch.add_option("--exec", arguments.command, "Run this command of the shell on each change")
+      ->type_name("COMMAND");
+  watch.add_flag("--utc", arguments.utc, "Whole UTC times instead of the local time of day");
   watch.add_option("--count", arguments.count, "End after this many changes")
       ->check(WholeNumberWithin(0, std::numeric_limits<std::int32_t>::max(), "COUNT"));
   watch.add_option("--for", arguments.seconds, "End after this time")

@@ -3,8 +3,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <thread>
 
+#include "cli/client/host.h"
 #include "platform/driver_names.h"
+#include "platform/synchronization.h"
 
 namespace orv::cli {
 namespace {
@@ -97,6 +100,38 @@ class Comparison {
   std::vector<DspDifference> differences_;
 };
 
+// Shows on a terminal how far a slow driver is, from the second second on; clears it at the end.
+class Progress {
+ public:
+  Progress(const DspReadback& readback, std::size_t blocks) {
+    if (ErrorsAreOnTerminal())
+      thread_ = std::thread([this, &readback, blocks] { Show(readback, blocks); });
+  }
+  ~Progress() {
+    done_.Set();
+    if (thread_.joinable()) thread_.join();
+  }
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+ private:
+  void Show(const DspReadback& readback, std::size_t blocks) {
+    constexpr char kClearLine[] = "\r\x1b[K";
+    if (done_.Wait(std::chrono::seconds(1))) return;
+    do {
+      const auto received = readback.Received();
+      const std::size_t now = received ? std::min(received->size() + 1, blocks) : 0;
+      const std::string place =
+          received ? fmt::format("block {} of {}", now, blocks) : Counted(blocks, "block");
+      WriteToErrors(kClearLine + ("Sending " + place + " ..."));
+    } while (!done_.Wait(std::chrono::milliseconds(200)));
+    WriteToErrors(kClearLine);
+  }
+
+  Event done_{Event::Kind::ManualReset};
+  std::thread thread_;
+};
+
 // The latest record of every parameter, in the order of their first arrival.
 std::vector<DspBlock> Latest(const std::vector<DspBlock>& records) {
   std::vector<DspBlock> blocks;
@@ -174,7 +209,10 @@ PushOutcome ComparePush(const DspPlan& plan, HRESULT status, const DspEvidence& 
 
 PushOutcome RunPush(DspReadback& readback, const DspPlan& plan,
                     const std::function<HRESULT()>& push) {
-  const HRESULT status = push();
+  const HRESULT status = [&] {
+    const Progress progress(readback, plan.blocks.size());
+    return push();
+  }();
   PushOutcome outcome = ComparePush(plan, status, {readback.Received(), &readback});
   outcome.findings = readback.Findings(plan.driver);
   return outcome;

@@ -46,9 +46,9 @@ void CopyMachine(const fs::path& source, const fs::path& target) {
   }
 }
 
-TemporaryMachine::TemporaryMachine(const fs::path& source) {
+TemporaryMachine::TemporaryMachine(const fs::path& source, const fs::path& parent) {
   std::random_device entropy;
-  folder_ = fs::temp_directory_path() / fmt::format("orvctl-{}-{}", entropy(), entropy());
+  folder_ = parent / fmt::format("orvctl-{}-{}", entropy(), entropy());
   CopyMachine(source, folder_);
 }
 

@@ -14,10 +14,12 @@ std::vector<std::string> MachineNames(const std::filesystem::path& folder);
 // folder or `target` is not empty.
 void CopyMachine(const std::filesystem::path& source, const std::filesystem::path& target);
 
-// A copy in the temporary folder, deleted with this object.
+// A copy in a folder, the system's one for temporary files by default, deleted with this object.
 class TemporaryMachine {
  public:
-  explicit TemporaryMachine(const std::filesystem::path& source);
+  explicit TemporaryMachine(
+      const std::filesystem::path& source,
+      const std::filesystem::path& parent = std::filesystem::temp_directory_path());
   ~TemporaryMachine();
   TemporaryMachine(const TemporaryMachine&) = delete;
   TemporaryMachine& operator=(const TemporaryMachine&) = delete;

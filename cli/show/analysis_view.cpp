@@ -5,38 +5,56 @@
 #include <algorithm>
 #include <cmath>
 
+#include "cli/show/output.h"
+#include "cli/show/plot_axis.h"
 #include "cli/show/scale.h"
+#include "cli/show/table.h"
 
 namespace orv::cli {
 namespace {
 
-constexpr float kPeakFloor = -60;      // dB
-constexpr float kSpectrumFloor = -90;  // dB
 constexpr int kEighths = 8;
-constexpr int kLabelWidth = 3;
+constexpr int kNameWidth = 4;    // of a channel
 constexpr int kValueWidth = 15;  // after a peak bar: level and clip mark
 constexpr int kAxisWidth = 5;
 constexpr int kLeastBarWidth = 10;
 constexpr int kLeastSpectrumRows = 3;
+constexpr float kYellow = -18;  // dB, where the zones of a peak bar begin
+constexpr float kRed = -6;
 
-// Parts of a full block, by eighths.
-constexpr const char* kGrowingRight[] = {"", "▏", "▎", "▍", "▌", "▋", "▊", "▉", "█"};
-constexpr const char* kGrowingUp[] = {" ", "▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
-constexpr char kHoldMark[] = "│";
+constexpr char kSecondChannel[] = "\x1b[35m";
+// Of the channels in the spectrum, unlike the zones'.
+constexpr const char* kChannelColours[kSpectrumChannels] = {ansi::kAccent, kSecondChannel};
 
-std::string Blank(int columns) {
-  return std::string(static_cast<std::size_t>(std::max(columns, 0)), ' ');
-}
-
-// Puts the text at the column if the line has room there and is still blank.
-void Place(std::string& line, int column, const std::string& text) {
-  const int end = column + static_cast<int>(text.size());
-  if (column < 0 || end > static_cast<int>(line.size())) return;
-  const auto begin = static_cast<std::size_t>(std::max(column - 1, 0));
-  const std::size_t count = static_cast<std::size_t>(end) - begin + 1;
-  if (line.substr(begin, count).find_first_not_of(' ') != std::string::npos) return;
-  line.replace(static_cast<std::size_t>(column), text.size(), text);
-}
+struct PictureGlyphs {
+  const char* right[kEighths + 1];  // parts of a full cell, by eighths
+  const char* up[kEighths + 1];
+  const char* held_right;
+  const char* held_up[3];  // low, in the middle, high
+  const char* grid;
+  const char* corner;
+  const char* bottom;
+  const char* tick;
+  const char* block;
+};
+constexpr PictureGlyphs kBlockGlyphs = {{" ", "▏", "▎", "▍", "▌", "▋", "▊", "▉", "█"},
+                                        {" ", "▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"},
+                                        "│",
+                                        {"▁", "─", "▔"},
+                                        "┈",
+                                        "└",
+                                        "─",
+                                        "┴",
+                                        "█"};
+constexpr PictureGlyphs kAsciiGlyphs = {{" ", " ", " ", " ", "#", "#", "#", "#", "#"},
+                                        {" ", ".", ".", ":", ":", ":", "#", "#", "#"},
+                                        "|",
+                                        {"_", "-", "^"},
+                                        ".",
+                                        "+",
+                                        "-",
+                                        "+",
+                                        "#"};
 
 // Eighths of cells that a level fills.
 int Filled(float level, float floor, int cells) {
@@ -44,44 +62,10 @@ int Filled(float level, float floor, int cells) {
   return static_cast<int>(std::lround(part * static_cast<float>(cells * kEighths)));
 }
 
-std::string PeakScale(int width) {
-  std::string line = Blank(width + 4);
-  for (int level = static_cast<int>(kPeakFloor); level <= 0; level += 10) {
-    const int column = Filled(static_cast<float>(level), kPeakFloor, width - 1) / kEighths;
-    Place(line, column, level == 0 ? "0 dB" : fmt::to_string(level));
-  }
-  return Blank(kLabelWidth) + line;
-}
-
-std::string PeakBar(const LevelMeter& meter, int width, const Output& output) {
-  const int filled = Filled(meter.level(), kPeakFloor, width);
-  const int hold =
-      meter.hold() > kPeakFloor ? Filled(meter.hold(), kPeakFloor, width - 1) / kEighths : -1;
-  std::string bar;
-  std::string rest;
-  for (int cell = 0; cell < width; ++cell) {
-    const int part = std::clamp(filled - cell * kEighths, 0, kEighths);
-    if (cell == hold && part < kEighths)
-      rest += kHoldMark;
-    else if (part > 0)
-      bar += kGrowingRight[part];
-    else
-      rest += " ";
-  }
-  return output.Painted(bar, ansi::kGood) + rest;
-}
-
-void DrawPeaks(const AnalysisPicture& picture, int columns, const Output& output,
-               std::vector<std::string>& lines) {
-  const int width = columns - kLabelWidth - kValueWidth;
-  if (width < kLeastBarWidth) return;
-  lines.push_back(output.Painted(PeakScale(width), ansi::kDim));
-  for (std::size_t c = 0; c < picture.peaks.size(); ++c) {
-    const LevelMeter& meter = picture.peaks[c];
-    lines.push_back(fmt::format("{:<{}}{}{:>10}{}", ChannelName(c), kLabelWidth,
-                                PeakBar(meter, width, output), LevelText(meter.hold()),
-                                meter.clipped() ? output.Painted(" CLIP", ansi::kBad) : ""));
-  }
+// "63", "1.25k": short enough for an axis.
+std::string ShortFrequency(std::uint32_t frequency) {
+  const std::string text = HertzText(frequency);
+  return text.substr(0, text.find(' ')) + (frequency >= 1000 ? "k" : "");
 }
 
 // How the bands share the width.
@@ -89,79 +73,258 @@ struct BandLayout {
   std::size_t bands = 0;  // that fit
   int width = 0;          // columns of one, a gap included
   std::size_t bars = 1;   // of one band: a channel each, or the louder one's
+  int bar_width = 1;
 
   BandLayout(std::size_t count, std::size_t channels, int columns) {
     const int room = columns - kAxisWidth;
     width = std::clamp(room / static_cast<int>(std::max<std::size_t>(count, 1)), 1, 6);
     bands = std::min(count, static_cast<std::size_t>(std::max(room / width, 0)));
     if (width > 2 && channels > 1) bars = kSpectrumChannels;
+    bar_width = std::max((width - 1) / static_cast<int>(bars), 1);
   }
+  int Column(std::size_t band) const { return kAxisWidth + static_cast<int>(band) * width; }
 };
 
-float BarLevel(const AnalysisPicture& picture, const BandLayout& layout, std::size_t band,
-               std::size_t bar) {
-  if (layout.bars > 1) return picture.spectrum[bar][band].level();
-  float level = LevelMeter::kSilence;
-  for (const auto& channel : picture.spectrum) level = std::max(level, channel[band].level());
-  return level;
-}
+class PictureDrawing {
+ public:
+  PictureDrawing(const AnalysisPicture& picture, const TerminalSize& size,
+                 const PictureStyle& style)
+      : picture_(picture),
+        style_(style),
+        glyphs_(style.utf8 ? kBlockGlyphs : kAsciiGlyphs),
+        columns_(size.columns - 1),
+        rows_(size.rows),
+        screen_(size) {}
 
-std::string SpectrumRow(const AnalysisPicture& picture, const BandLayout& layout, int row, int rows,
-                        const Output& output) {
-  const int gap = layout.width > 1 ? 1 : 0;
-  const int bar_width = (layout.width - gap) / static_cast<int>(layout.bars);
-  const int left_over = layout.width - bar_width * static_cast<int>(layout.bars);
-  std::string line;
-  for (std::size_t band = 0; band < layout.bands; ++band) {
-    for (std::size_t bar = 0; bar < layout.bars; ++bar) {
-      const int filled = Filled(BarLevel(picture, layout, band, bar), kSpectrumFloor, rows);
-      const int part = std::clamp(filled - (rows - 1 - row) * kEighths, 0, kEighths);
-      std::string cells;
-      for (int i = 0; i < bar_width; ++i) cells += kGrowingUp[part];
-      line += part == 0 ? cells : output.Painted(cells, bar == 0 ? ansi::kAccent : ansi::kGood);
+  Screen Draw() {
+    Heading();
+    Peaks();
+    Spectrum();
+    return std::move(screen_);
+  }
+
+ private:
+  // The last column stays free: some terminals erase it with the rest of a line.
+  void Put(int row, int column, std::string_view text, const char* colour = nullptr) {
+    if (column + static_cast<int>(DisplayWidth(text)) <= columns_)
+      screen_.Put(row, column, text, style_.colour ? colour : nullptr);
+  }
+
+  void Heading() {
+    std::string title = Printable(picture_.title);
+    while (static_cast<int>(DisplayWidth(title)) > std::max(columns_, 0)) {
+      while ((static_cast<unsigned char>(title.back()) & 0xC0U) == 0x80) title.pop_back();
+      title.pop_back();
     }
-    line += Blank(left_over);
-  }
-  return line;
-}
-
-// "=50" under a band that has the bins of the one at 50 Hz, "=" if the column is narrow.
-std::string SharedBinsRow(const AnalysisPicture& picture, const BandLayout& layout) {
-  std::string row;
-  for (std::size_t band = 0; band < layout.bands; ++band) {
-    std::string mark;
-    if (const auto& shared = picture.bands[band].same_bins_as) {
-      mark = "=" + ShortFrequency(*shared);
-      if (static_cast<int>(mark.size()) >= layout.width) mark.resize(1);
+    Put(0, 0, title, ansi::kBold);
+    int column = static_cast<int>(DisplayWidth(title)) + 2;
+    if (picture_.frozen) {
+      Put(0, column, "frozen", ansi::kWarning);
+      column += 8;
     }
-    row += fmt::format("{:<{}}", mark, layout.width);
+    for (const std::string_view keys : {"q quit   space freeze   + - range", "q quit"}) {
+      const int begin = columns_ - static_cast<int>(keys.size());
+      if (begin < column) continue;
+      Put(0, begin, keys, ansi::kDim);
+      break;
+    }
+    row_ = 1;
   }
-  return row;
-}
 
-void DrawSpectrum(const AnalysisPicture& picture, int columns, int rows, const Output& output,
-                  std::vector<std::string>& lines) {
-  const BandLayout layout(picture.bands.size(), picture.spectrum.size(), columns);
-  const std::string shared = SharedBinsRow(picture, layout);
-  const bool has_marks = rows > kLeastSpectrumRows && shared.find('=') != std::string::npos;
-  if (has_marks) --rows;
-  if (rows < kLeastSpectrumRows || layout.bands == 0) return;
-  constexpr int kMarks = 3;  // besides 0 dB
-  for (int row = 0; row < rows; ++row) {
-    std::string axis;
-    for (int mark = 0; mark < kMarks; ++mark)
-      if (row == mark * rows / kMarks)
-        axis = Decimals(kSpectrumFloor * static_cast<float>(mark) / kMarks, 0);
-    lines.push_back(output.Painted(fmt::format("{:>{}} ", axis, kAxisWidth - 1), ansi::kDim) +
-                    SpectrumRow(picture, layout, row, rows, output));
+  // Rows that peaks and heading leave for the spectrum if the scale is drawn too.
+  bool HasRoomFor(std::size_t rows) const { return row_ + static_cast<int>(rows) <= rows_; }
+
+  void Peaks() {
+    const int width = columns_ - kNameWidth - kValueWidth;
+    const bool has_bars = width >= kLeastBarWidth;
+    if (has_bars && HasRoomFor(picture_.peaks.size() + 1)) PeakScale(width);
+    for (std::size_t c = 0; c < picture_.peaks.size(); ++c) {
+      const LevelMeter& meter = picture_.peaks[c];
+      const bool in_spectrum = c < kSpectrumChannels && c < picture_.spectrum.size();
+      Put(row_, 0, ChannelName(c, picture_.channels), in_spectrum ? kChannelColours[c] : nullptr);
+      if (has_bars) PeakBar(meter, width);
+      const int column = has_bars ? kNameWidth + width : kNameWidth;
+      const std::string level = LevelText(meter.hold());
+      Put(row_, column, fmt::format("{:>{}}", level, has_bars ? 10 : 0));
+      if (meter.clipped())
+        Put(row_, column + (has_bars ? 10 : static_cast<int>(level.size())), " CLIP", ansi::kBad);
+      ++row_;
+    }
+    if (picture_.channels > picture_.peaks.size() && HasRoomFor(1))
+      Put(row_++, 0,
+          fmt::format("{} of {} channels: the component reports no others.", picture_.peaks.size(),
+                      picture_.channels),
+          ansi::kDim);
   }
-  std::string names = Blank(columns - kAxisWidth);
-  for (std::size_t band = 0; band < layout.bands; ++band)
-    Place(names, static_cast<int>(band) * layout.width,
-          ShortFrequency(picture.bands[band].frequency));
-  lines.push_back(output.Painted(Blank(kAxisWidth) + names, ansi::kDim));
-  if (has_marks) lines.push_back(output.Painted("same " + shared, ansi::kDim));
-}
+
+  void PeakScale(int width) {
+    const double step = RoundStep(-picture_.floor, width / 8.0);
+    for (double level = 0; level >= picture_.floor; level -= step) {
+      const int column =
+          kNameWidth + Filled(static_cast<float>(level), picture_.floor, width - 1) / kEighths;
+      Put(row_, column, Decimals(level, 0) + (level == 0 ? " dB" : ""), ansi::kDim);
+    }
+    ++row_;
+  }
+
+  void PeakBar(const LevelMeter& meter, int width) {
+    const float floor = picture_.floor;
+    const int filled = Filled(meter.level(), floor, width);
+    const int hold = meter.hold() > floor ? Filled(meter.hold(), floor, width - 1) / kEighths : -1;
+    for (int cell = 0; cell < width; ++cell) {
+      const float level =
+          floor * (1 - (static_cast<float>(cell) + 0.5F) / static_cast<float>(width));
+      const char* zone = level >= kRed      ? ansi::kBad
+                         : level >= kYellow ? ansi::kWarning
+                                            : ansi::kGood;
+      const int part = std::clamp(filled - cell * kEighths, 0, kEighths);
+      if (cell == hold && part < kEighths)
+        Put(row_, kNameWidth + cell, glyphs_.held_right, zone);
+      else if (part > 0)
+        Put(row_, kNameWidth + cell, glyphs_.right[part], zone);
+    }
+  }
+
+  void Spectrum() {
+    const BandLayout layout(picture_.bands.size(), picture_.spectrum.size(), columns_);
+    // Legend, axis and frequencies.
+    constexpr int kOtherRows = 3;
+    int rows = rows_ - row_ - kOtherRows;
+    const bool has_marks = rows > kLeastSpectrumRows && HasSharedBins(layout);
+    if (has_marks) --rows;
+    if (rows < kLeastSpectrumRows || layout.bands == 0) return;
+    Legend(layout);
+    for (std::size_t band = 0; band < layout.bands; ++band)
+      for (std::size_t bar = 0; bar < layout.bars; ++bar) SpectrumBar(layout, band, bar, rows);
+    Grid(rows);
+    if (picture_.silent) {
+      constexpr std::string_view kSilence = " silence ";
+      Put(row_ + rows / 2, (kAxisWidth + columns_ - static_cast<int>(kSilence.size())) / 2,
+          kSilence, ansi::kBold);
+    }
+    row_ += rows;
+    FrequencyAxis(layout);
+    if (has_marks) SharedBins(layout);
+  }
+
+  void Legend(const BandLayout& layout) {
+    Put(row_, 0, "  dB", ansi::kDim);
+    int column = kAxisWidth;
+    const auto put = [&](const std::string& text, const char* colour) {
+      Put(row_, column, text, colour);
+      column += static_cast<int>(DisplayWidth(text)) + 2;
+    };
+    for (std::size_t bar = 0; layout.bars > 1 && bar < layout.bars; ++bar)
+      put(fmt::format("{} {}", glyphs_.block, ChannelName(bar, picture_.channels)),
+          kChannelColours[bar]);
+    if (layout.bars == 1 && picture_.spectrum.size() > 1) put("the louder of L and R", nullptr);
+    put(fmt::format("{} highest", glyphs_.held_up[1]), ansi::kDim);
+    if (picture_.channels > kSpectrumChannels)
+      put("the component has no spectrum of other channels", ansi::kDim);
+    ++row_;
+  }
+
+  void SpectrumBar(const BandLayout& layout, std::size_t band, std::size_t bar, int rows) {
+    float level = LevelMeter::kSilence;
+    float hold = LevelMeter::kSilence;
+    for (std::size_t channel = 0; channel < picture_.spectrum.size(); ++channel) {
+      if (layout.bars > 1 && channel != bar) continue;
+      level = std::max(level, picture_.spectrum[channel][band].level());
+      hold = std::max(hold, picture_.spectrum[channel][band].hold());
+    }
+    const int filled = Filled(level, picture_.floor, rows);
+    const int held = Filled(hold, picture_.floor, rows);
+    const char* colour = layout.bars > 1 ? kChannelColours[bar] : nullptr;
+    const int column = layout.Column(band) + static_cast<int>(bar) * layout.bar_width;
+    for (int cell = 0; cell < rows; ++cell) {
+      const int part = std::clamp(filled - cell * kEighths, 0, kEighths);
+      const int mark = held - cell * kEighths;
+      const char* text = glyphs_.up[part];
+      if (part == 0 && mark > 0 && mark <= kEighths) text = glyphs_.held_up[(mark - 1) / 3];
+      if (*text == ' ') continue;
+      for (int i = 0; i < layout.bar_width; ++i)
+        Put(row_ + rows - 1 - cell, column + i, text, colour);
+    }
+  }
+
+  // Levels at the left, with lines where no bar is. The foot's level is at the axis.
+  void Grid(int rows) {
+    Put(row_ + rows, 0, fmt::format("{:>{}}", Decimals(picture_.floor, 0), kAxisWidth - 1),
+        ansi::kDim);
+    const double step = RoundStep(-picture_.floor, rows / 3.0);
+    for (double level = 0; level >= picture_.floor; level -= step) {
+      const int row = static_cast<int>(std::lround(level / picture_.floor * rows));
+      Put(row_ + row, 0, fmt::format("{:>{}}", Decimals(level, 0), kAxisWidth - 1), ansi::kDim);
+      for (int column = kAxisWidth; row < rows && column < columns_; ++column)
+        if (screen_.IsBlank(row_ + row, column, 1))
+          Put(row_ + row, column, glyphs_.grid, ansi::kDim);
+    }
+  }
+
+  void FrequencyAxis(const BandLayout& layout) {
+    const auto labelled = LabelledBands(layout);
+    Put(row_, kAxisWidth - 1, glyphs_.corner, ansi::kDim);
+    for (int column = kAxisWidth; column < columns_; ++column)
+      Put(row_, column, glyphs_.bottom, ansi::kDim);
+    ++row_;
+    constexpr std::string_view kUnit = " Hz";
+    const int room = columns_ - static_cast<int>(kUnit.size());
+    int end = 0;
+    for (const std::size_t band : labelled) {
+      const std::string text = ShortFrequency(picture_.bands[band].frequency);
+      const int column = layout.Column(band);
+      const int after = column + static_cast<int>(text.size());
+      if (column < end || after > room) continue;
+      Put(row_ - 1, column, glyphs_.tick, ansi::kDim);
+      Put(row_, column, text, ansi::kDim);
+      end = after + 1;
+    }
+    Put(row_, std::max(end - 1, 0), kUnit, ansi::kDim);
+    ++row_;
+  }
+
+  // All if their names fit, else 1, 2 and 5 in each decade, else as many as fit.
+  std::vector<std::size_t> LabelledBands(const BandLayout& layout) const {
+    std::vector<std::size_t> all;
+    std::vector<std::size_t> round;
+    bool all_fit = true;
+    for (std::size_t band = 0; band < layout.bands; ++band) {
+      const std::uint32_t frequency = picture_.bands[band].frequency;
+      all.push_back(band);
+      const std::vector<double> known = LabelledFrequencies(frequency, frequency);
+      if (!known.empty()) round.push_back(band);
+      if (static_cast<int>(ShortFrequency(frequency).size()) >= layout.width) all_fit = false;
+    }
+    return all_fit || round.empty() ? all : round;
+  }
+
+  bool HasSharedBins(const BandLayout& layout) const {
+    return std::any_of(picture_.bands.begin(),
+                       picture_.bands.begin() + static_cast<std::ptrdiff_t>(layout.bands),
+                       [](const Band& band) { return band.same_bins_as.has_value(); });
+  }
+
+  // "=50" under a band that has the bins of the one at 50 Hz, "=" if the column is narrow.
+  void SharedBins(const BandLayout& layout) {
+    Put(row_, 0, "same", ansi::kDim);
+    for (std::size_t band = 0; band < layout.bands; ++band) {
+      const auto& shared = picture_.bands[band].same_bins_as;
+      if (!shared) continue;
+      const std::string mark = "=" + ShortFrequency(*shared);
+      const bool fits = static_cast<int>(mark.size()) < layout.width;
+      Put(row_, layout.Column(band), fits ? mark : "=", ansi::kDim);
+    }
+    ++row_;
+  }
+
+  const AnalysisPicture& picture_;
+  PictureStyle style_;
+  const PictureGlyphs& glyphs_;
+  int columns_;
+  int rows_;
+  int row_ = 0;  // the next one
+  Screen screen_;
+};
 
 }  // namespace
 
@@ -190,11 +353,6 @@ bool IsInBand(std::uint32_t frequency, std::uint32_t sample_rate) noexcept {
   return frequency > 0 && frequency < sample_rate - sample_rate / 2;
 }
 
-std::string ShortFrequency(std::uint32_t frequency) {
-  const std::string text = HertzText(frequency);
-  return text.substr(0, text.find(' ')) + (frequency >= 1000 ? "k" : "");
-}
-
 void LevelMeter::Update(float level, double seconds) {
   constexpr double kFall = 24;  // dB a second
   constexpr double kHoldSeconds = 1.5;
@@ -212,43 +370,30 @@ void LevelMeter::Update(float level, double seconds) {
   if (level >= 0) clip_seconds_ = kClipSeconds;
 }
 
-std::string ChannelName(std::size_t channel) {
-  return channel == 0 ? "L" : channel == 1 ? "R" : fmt::to_string(channel + 1);
+float WiderFloor(float floor) { return std::max(floor - 10, -120.0F); }
+
+float NarrowerFloor(float floor) { return std::min(floor + 10, -30.0F); }
+
+std::string ChannelName(std::size_t channel, std::size_t channels) {
+  static constexpr const char* kLayouts[][8] = {{"M"},
+                                                {"L", "R"},
+                                                {"L", "R", "C"},
+                                                {"L", "R", "BL", "BR"},
+                                                {"L", "R", "C", "BL", "BR"},
+                                                {"L", "R", "C", "LFE", "BL", "BR"},
+                                                {"L", "R", "C", "LFE", "BC", "SL", "SR"},
+                                                {"L", "R", "C", "LFE", "BL", "BR", "SL", "SR"}};
+  if (channel >= channels || channels > std::size(kLayouts)) return fmt::to_string(channel + 1);
+  return kLayouts[channels - 1][channel];
 }
 
 std::string LevelText(float level) {
-  return std::isfinite(level) ? Decimals(level, 1) + " dB" : "-inf";
+  return std::isfinite(level) ? Decimals(level, 1) + " dB" : "silence";
 }
 
-std::vector<std::string> DrawAnalysis(const AnalysisPicture& picture, const TerminalSize& size,
-                                      const Output& output) {
-  constexpr char kHint[] = "Ctrl+C ends";
-  std::vector<std::string> lines;
-  const std::string title = Printable(picture.title);
-  // Some terminals erase their last column with the rest of a line: it stays free.
-  const int columns = size.columns - 1;
-  const int hint_width = sizeof kHint - 1;
-  const int room = columns - static_cast<int>(DisplayWidth(title)) - hint_width;
-  std::string heading = columns >= hint_width ? output.Painted(kHint, ansi::kDim) : "";
-  if (room >= 1) heading = output.Painted(title, ansi::kBold) + Blank(room) + heading;
-  lines.push_back(heading);
-  DrawPeaks(picture, columns, output, lines);
-  lines.emplace_back();
-  const int rows = size.rows - static_cast<int>(lines.size()) - 1;
-  DrawSpectrum(picture, columns, rows, output, lines);
-  if (static_cast<int>(lines.size()) > size.rows)
-    lines.resize(static_cast<std::size_t>(std::max(size.rows, 1)));
-  return lines;
-}
-
-std::string FrameText(const std::vector<std::string>& lines, bool fresh) {
-  constexpr char kHoldBack[] = "\x1b[?2026h";  // until the frame is whole, on terminals that can
-  constexpr char kShow[] = "\x1b[?2026l";
-  constexpr char kToEndOfLine[] = "\x1b[K";
-  constexpr char kToEndOfScreen[] = "\x1b[J";
-  return fmt::format("{}{}\x1b[H{}{}{}{}", kHoldBack, fresh ? "\x1b[2J" : "",
-                     fmt::join(lines, std::string(kToEndOfLine) + "\r\n"), kToEndOfLine,
-                     kToEndOfScreen, kShow);
+Screen DrawAnalysis(const AnalysisPicture& picture, const TerminalSize& size,
+                    const PictureStyle& style) {
+  return PictureDrawing(picture, size, style).Draw();
 }
 
 }  // namespace orv::cli

@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/show/output.h"
-#include "platform/terminal.h"
+#include "cli/show/screen.h"
 
 namespace orv::cli {
 
@@ -27,9 +26,6 @@ std::vector<Band> ThirdOctaveBands();
 
 // Whether a stream of this rate (Hz) can have the frequency: above 0 and below half the rate.
 bool IsInBand(std::uint32_t frequency, std::uint32_t sample_rate) noexcept;
-
-// "63", "1.25k": short enough for an axis.
-std::string ShortFrequency(std::uint32_t frequency);
 
 inline constexpr std::size_t kSpectrumChannels = 2;  // left and right
 
@@ -53,26 +49,35 @@ class LevelMeter {
   double clip_seconds_ = 0;
 };
 
+// What the live view shows.
 struct AnalysisPicture {
   std::string title;
-  std::vector<LevelMeter> peaks;  // by channel
+  std::size_t channels = 0;       // of the stream
+  std::vector<LevelMeter> peaks;  // by channel, those that the component reports
   std::vector<Band> bands;
   std::vector<std::vector<LevelMeter>> spectrum;  // by channel and band
+  float floor = -90;                              // dB, the foot of both scales
+  bool frozen = false;
+  bool silent = false;
 };
 
-// "L", "R" for the first two channels, else their number from 1.
-std::string ChannelName(std::size_t channel);
-// "-12.3 dB", "-inf".
+// The next lower or higher foot of the scales, from -120 to -30 dB.
+float WiderFloor(float floor);
+float NarrowerFloor(float floor);
+
+// "L", "R", "C", "LFE", ... for the usual layouts of up to eight channels, else its number from 1.
+std::string ChannelName(std::size_t channel, std::size_t channels);
+// "-12.3 dB", "silence".
 std::string LevelText(float level);
 
-// Lines that fit the size and leave its last column free, both scales fixed: peaks from -60 to 0
-// dB, the spectrum from -90 to 0. Bands with the bins of another one are marked below the spectrum
-// if there is room.
-std::vector<std::string> DrawAnalysis(const AnalysisPicture& picture, const TerminalSize& size,
-                                      const Output& output);
-
-// One frame: the lines over the previous picture, without a blank screen in between. `fresh` clears
-// it first, after the size has changed.
-std::string FrameText(const std::vector<std::string>& lines, bool fresh);
+// How a picture is drawn.
+struct PictureStyle {
+  bool colour = false;
+  bool utf8 = false;  // else with ASCII characters
+};
+// The picture for a terminal of this size, whose last column stays free. What does not fit is left
+// out: the keys, the scale, the bars, the spectrum, in this order.
+Screen DrawAnalysis(const AnalysisPicture& picture, const TerminalSize& size,
+                    const PictureStyle& style);
 
 }  // namespace orv::cli

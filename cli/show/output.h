@@ -17,6 +17,7 @@ namespace ansi {
 inline constexpr char kBold[] = "\x1b[1m";
 inline constexpr char kDim[] = "\x1b[2m";
 inline constexpr char kGood[] = "\x1b[32m";
+inline constexpr char kWarning[] = "\x1b[33m";
 inline constexpr char kBad[] = "\x1b[31m";
 inline constexpr char kAccent[] = "\x1b[36m";
 inline constexpr char kReset[] = "\x1b[0m";
@@ -35,6 +36,7 @@ class Output {
   // they are.
   void UseColumns(std::size_t columns) noexcept { columns_ = columns; }
   bool json() const noexcept { return json_; }
+  bool colour() const noexcept { return colour_; }
 
   // The command's one JSON value.
   void Value(const Json& value);

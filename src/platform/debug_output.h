@@ -1,7 +1,8 @@
 // The debugger output channel of this process.
 //
 // Natively the environment variable ORV_DIAGNOSTICS names it, read once: "stderr" is standard
-// error, anything else a file that lines are appended to, and without it lines are dropped.
+// error, "program" the function OrvDebugOutput that the program exports, anything else a file that
+// lines are appended to. Without the variable or the function lines are dropped.
 #pragma once
 
 namespace orv {

@@ -30,11 +30,12 @@ void ReplacePlayback(const ProgramOnMachine& program, const std::string& members
 // A terminal with orvctl running in it.
 class LiveProgram {
  public:
-  LiveProgram(const ProgramOnMachine& program, const Arguments& arguments) {
+  LiveProgram(const ProgramOnMachine& program, const Arguments& arguments,
+              const std::string& before = "TERM=xterm exec", const std::string& after = "") {
     winsize size{30, 100, 0, 0};
     process_ = forkpty(&terminal_, nullptr, nullptr, &size);
     if (process_ == 0) {
-      const std::string line = "exec " + OrvctlCommandLine(program.Words(arguments));
+      const std::string line = before + " " + OrvctlCommandLine(program.Words(arguments)) + after;
       execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
       _exit(127);
     }
@@ -65,11 +66,13 @@ class LiveProgram {
     ioctl(terminal_, TIOCSWINSZ, &size);
   }
   void Type(char key) const { EXPECT_EQ(write(terminal_, &key, 1), 1); }
+  void Signal(int signal) const { EXPECT_EQ(kill(process_, signal), 0); }
+  // The exit status as a shell has it.
   int End() {
     int status = -1;
     EXPECT_EQ(waitpid(process_, &status, 0), process_);
     process_ = -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   }
   termios Settings() const {
     termios settings{};
@@ -110,64 +113,118 @@ TEST(OrvctlAnalyse, WithoutATerminalItPrintsPlainLines) {
   EXPECT_EQ(result.status, 0) << result.errors;
   EXPECT_EQ(result.output.rfind("L -", 0), 0U) << "the levels by the end: " << result.output;
   EXPECT_EQ(result.output.find('\x1b'), std::string::npos);
+  LiveProgram dumb(program, {"analyse", "0", "--for", "0.2"}, "TERM=dumb exec");
+  const std::string seen = dumb.ReadUntil("\n");
+  EXPECT_EQ(seen.find('\x1b'), std::string::npos) << seen.substr(1);
+  EXPECT_EQ(seen.find("L -"), 0U) << seen;
 }
 
-TEST(OrvctlAnalyse, LivePictureFollowsTheSizeAndLeavesTheTerminalAsItWas) {
+constexpr char kFrameEnd[] = "\x1b[?2026l";
+constexpr char kGivenBack[] = "\x1b[0m\x1b[?25h\x1b[?1049l";
+
+TEST(OrvctlAnalyse, LivePictureFollowsKeysAndSizeAndLeavesTheTerminalAsItWas) {
   const ProgramOnMachine program;
-  constexpr char kFrameBegin[] = "\x1b[?2026h";
-  constexpr char kFrameEnd[] = "\x1b[?2026l";
-  constexpr char kCleared[] = "\x1b[2J\x1b[H";
-  for (const bool by_key : {true, false}) {
+  LiveProgram live(program, {"analyse", "0"});
+  EXPECT_NE(live.ReadUntil(kFrameEnd).find("Internal Speakers"), std::string::npos);
+  EXPECT_EQ(live.Settings().c_lflag & ECHO, 0U);
+  EXPECT_EQ(live.ReadUntil(kFrameEnd).find("\x1b[2J"), std::string::npos) << "only changes";
+  live.Resize(12, 60);
+  EXPECT_TRUE(live.ReadUntil("\x1b[2J").ends_with("\x1b[?2026h\x1b[2J"));
+  // The next picture after the frozen one is that of the other range.
+  live.Type(' ');
+  live.ReadUntil("frozen");
+  live.ReadUntil(kFrameEnd);
+  live.Type('+');
+  EXPECT_NE(live.ReadUntil(kFrameEnd).find("-80"), std::string::npos);
+  live.Type('q');
+  EXPECT_TRUE(live.ReadUntil(kGivenBack).ends_with(kGivenBack));
+  EXPECT_EQ(live.End(), 0);
+  const termios after = live.Settings();
+  EXPECT_EQ(after.c_lflag, live.before().c_lflag);
+  EXPECT_EQ(std::memcmp(after.c_cc, live.before().c_cc, sizeof after.c_cc), 0);
+}
+
+TEST(OrvctlAnalyse, SignalsEndItAfterAWholePictureWithTheTerminalGivenBack) {
+  const ProgramOnMachine program;
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     LiveProgram live(program, {"analyse", "0"});
-    EXPECT_NE(live.ReadUntil(kFrameEnd).find("Internal Speakers"), std::string::npos);
-    EXPECT_EQ(live.Settings().c_lflag & ECHO, 0U);
-    const std::string frame = live.ReadUntil(kFrameEnd);
-    EXPECT_EQ(frame.rfind("\x1b[?2026h\x1b[H", 0), 0U) << "drawn over the one before";
-    EXPECT_EQ(frame.find("\x1b[2J"), std::string::npos);
-    live.Resize(12, 60);
-    EXPECT_TRUE(live.ReadUntil(kCleared).ends_with(kCleared));
-    if (by_key) {
-      live.Type('x');
-      live.Type('\x03');
-    } else {
-      live.Type('\x1a');  // these would leave the terminal in the middle
-      live.Type('\x1c');
-      live.ReadUntil(kFrameEnd);
-      live.ReadUntil(kFrameBegin);
-      live.Type('\x03');
-    }
-    const std::string restored = std::string(kFrameEnd) + "\x1b[0m\x1b[?25h\x1b[?1049l";
-    EXPECT_TRUE(live.ReadUntil(restored).ends_with(restored)) << "after a whole picture";
-    EXPECT_EQ(live.End(), 0);
-    const termios after = live.Settings();
-    EXPECT_EQ(after.c_lflag, live.before().c_lflag);
-    EXPECT_EQ(std::memcmp(after.c_cc, live.before().c_cc, sizeof after.c_cc), 0);
+    live.ReadUntil(kFrameEnd);
+    live.Type('\x1c');  // would end it in the middle
+    live.ReadUntil("\x1b[?2026h");
+    live.Signal(signal);
+    const std::string restored = std::string(kFrameEnd) + kGivenBack;
+    EXPECT_TRUE(live.ReadUntil(restored).ends_with(restored)) << signal;
+    EXPECT_EQ(live.End(), signal == SIGINT ? 0 : 128 + signal);
+    EXPECT_EQ(live.Settings().c_lflag, live.before().c_lflag);
   }
 }
 
-TEST(AnalysisView, PictureFitsEverySizeOfTerminal) {
-  std::ostringstream unused;
-  const Output output(unused, unused);
-  AnalysisPicture picture{"Ein Lautsprecher für viele Kanäle", {}, ThirdOctaveBands(), {}};
+// The picture of a stream in which every level is full scale.
+AnalysisPicture FullPicture(std::size_t channels, std::size_t bands) {
+  AnalysisPicture picture;
+  picture.title = "Speakers with many channels";
+  picture.channels = channels;
+  picture.bands = ThirdOctaveBands();
   FitToStream(picture.bands, 48000);
-  picture.peaks.resize(8);
-  picture.spectrum.assign(2, std::vector<LevelMeter>(picture.bands.size()));
+  picture.bands.resize(std::min(bands, picture.bands.size()));
+  picture.peaks.resize(std::min<std::size_t>(channels, 8));
+  picture.spectrum.assign(std::min(kSpectrumChannels, channels),
+                          std::vector<LevelMeter>(picture.bands.size()));
   for (LevelMeter& meter : picture.peaks) meter.Update(0, 0.1);
   for (auto& channel : picture.spectrum)
     for (LevelMeter& meter : channel) meter.Update(0, 0.1);
-  EXPECT_EQ(DrawAnalysis(picture, {150, 30}, output).back().substr(0, 15), "same      =50  ");
-  EXPECT_EQ(DrawAnalysis(picture, {80, 30}, output).back().substr(0, 9), "same   = ");
-  for (const std::size_t bands : {picture.bands.size(), std::size_t{1}}) {
-    picture.bands.resize(bands);
-    for (int columns = 1; columns <= 200; columns += 7) {
-      for (int rows = 1; rows <= 60; rows += 3) {
-        const auto lines = DrawAnalysis(picture, {columns, rows}, output);
-        ASSERT_LE(lines.size(), static_cast<std::size_t>(rows));
-        for (const std::string& line : lines)
-          ASSERT_LT(DisplayWidth(line), static_cast<std::size_t>(columns)) << line;
+  return picture;
+}
+
+std::string RowText(const Screen& screen, int row) {
+  std::string text;
+  for (int column = 0; column < screen.size().columns; ++column)
+    text += screen.At(row, column).text;
+  return text;
+}
+
+std::string Text(const Screen& screen) {
+  std::string text;
+  for (int row = 0; row < screen.size().rows; ++row) text += RowText(screen, row) + "\n";
+  return text;
+}
+
+TEST(AnalysisView, EverySizeLeavesTheLastColumnFreeAndShowsWhatFits) {
+  for (const std::size_t channels : {1U, 2U, 10U}) {
+    const AnalysisPicture picture = FullPicture(channels, channels == 1 ? 1 : 100);
+    for (int columns = 1; columns <= 200; columns += 13) {
+      for (int rows = 1; rows <= 60; rows += 5) {
+        const Screen screen = DrawAnalysis(picture, {columns, rows}, {true, true});
+        for (int row = 0; row < rows; ++row) ASSERT_TRUE(screen.IsBlank(row, columns - 1, 1));
+        const std::string text = Text(screen);
+        ASSERT_TRUE(columns < 21 || rows < 2 || text.find("0.0 dB") != std::string::npos) << text;
+        ASSERT_TRUE(columns < 61 || rows < 19 || text.find(" Hz") != std::string::npos) << text;
       }
     }
   }
+}
+
+TEST(AnalysisView, ScalesZonesAndChannelsAreLabelled) {
+  AnalysisPicture picture = FullPicture(6, 100);
+  const Screen screen = DrawAnalysis(picture, {180, 30}, {true, true});
+  EXPECT_EQ(RowText(screen, 29).substr(0, 15), "same       =50 ");
+  const std::string text = Text(screen);
+  for (const char* part : {"q quit", "0 dB", " -90└", "LFE", "CLIP", "dB █ L  █ R",
+                           "no spectrum of other", "50    63    80    100", "20k Hz"})
+    EXPECT_NE(text.find(part), std::string::npos) << part << "\n" << text;
+  // Of a peak bar, from its foot to full scale.
+  std::vector<const char*> zones;
+  for (int column = 4; screen.At(2, column).text == "█"; ++column)
+    if (zones.empty() || screen.At(2, column).colour != zones.back())
+      zones.push_back(screen.At(2, column).colour);
+  EXPECT_EQ(zones, (std::vector<const char*>{ansi::kGood, ansi::kWarning, ansi::kBad}));
+  // Narrow columns have 1, 2 and 5 in each decade.
+  EXPECT_NE(Text(DrawAnalysis(picture, {120, 30}, {})).find("50          100         200  "),
+            std::string::npos);
+  picture.silent = true;
+  EXPECT_NE(Text(DrawAnalysis(picture, {80, 24}, {})).find(" silence "), std::string::npos);
+  for (const char byte : Text(DrawAnalysis(FullPicture(2, 100), {80, 24}, {})))
+    if (byte < 0) FAIL() << "beyond ASCII";
 }
 
 TEST(AnalysisView, MeterHoldsPeaksAndMarksClipping) {

@@ -86,7 +86,7 @@ TEST(Orvctl, RegistrationLeavesNothingBehind) {
 TEST(Orvctl, DiagnosticLinesGoToStandardErrorOnlyWhenAskedFor) {
   const ProgramOnComponent program;
   EXPECT_TRUE(program.Run({"modes", "0"}).errors.empty());
-  const Result verbose = program.Run({"-v", "--json", "modes", "0"});
+  const Result verbose = program.Run({"-vv", "--json", "modes", "0"});
   EXPECT_TRUE(verbose.Reports(" | ORVAPOConfigurationFile::Load | "));
   EXPECT_TRUE(verbose.json().is_array());
 }

@@ -11,12 +11,11 @@ namespace {
 // at the latest when the program's own time is over.
 class Watcher {
  public:
-  Watcher(const ProgramOnMachine& program, const std::string& count) {
+  Watcher(const ProgramOnMachine& program, Arguments arguments) {
+    arguments.insert(arguments.end(), {"--for", "60"});
     // The shell gives way to the program, so that its number is the program's.
-    const std::string line = "echo $$; exec " +
-                             OrvctlCommandLine(program.Words(
-                                 {"--json", "watch", "0", "--count", count, "--for", "60"})) +
-                             " 2>&1";
+    const std::string line =
+        "echo $$; exec " + OrvctlCommandLine(program.Words(arguments)) + " 2>&1";
     pipe_ = popen(line.c_str(), "r");
     process_ = std::stoi(Line());
     EXPECT_EQ(Line().find("Watching "), 0U);
@@ -48,16 +47,16 @@ class Watcher {
 
 TEST(OrvctlWatch, EveryChangeOfAnotherProcessIsPrintedInItsOrder) {
   const ProgramOnMachine program;
-  Watcher watcher(program, "4");
+  Watcher watcher(program, {"--json", "watch", "0", "--count", "4"});
 
   program.Answer({"set", "0", "VQ3D-DPHD Level", "11", "--mode", "Game/Internal"});
   Json control = watcher.Change();
   const std::string time = control["time"];
   EXPECT_EQ(time.size(), std::string("2026-01-31T12:34:56.789Z").size());
   control.erase("time");
-  control.erase("from");
-  EXPECT_EQ(control, Json::parse(R"({"seq": 1, "what": "control", "mode": "ApoOpMode:Game/Internal",
-                                     "name": "VQ3D-DPHD Level", "to": 11})"));
+  EXPECT_EQ(control, Json::parse(R"({"seq": 1, "endpoint": "Generic HD Audio Internal Speakers",
+      "what": "control", "mode": "ApoOpMode:Game/Internal", "name": "VQ3D-DPHD Level", "from": 60,
+      "to": 11, "from_text": "60 %", "to_text": "11 %", "unit": "%"})"));
 
   program.Answer({"mode", "0", "Voice"});
   const Json mode = watcher.Change();
@@ -74,9 +73,51 @@ TEST(OrvctlWatch, EveryChangeOfAnotherProcessIsPrintedInItsOrder) {
   EXPECT_EQ(watcher.End(), 0);
 }
 
+TEST(OrvctlWatch, LinesNameTheEndpointAndBothValuesAndTheCommandGetsThem) {
+  const ProgramOnMachine program;
+  Watcher watcher(program,
+                  {"watch", "--count", "3", "--exec",
+                   "echo $ORV_SEQ/$ORV_ENDPOINT/$ORV_WHAT/$ORV_MODE/$ORV_NAME/$ORV_FROM/$ORV_TO/"
+                   "$ORV_FROM_TEXT/$ORV_TO_TEXT; test $ORV_SEQ != 2"});
+  const auto line = [&] { return watcher.Line().substr(sizeof "12:34:56" - 1); };
+
+  program.Answer({"set", "0", "VQ3D-AEQ Bypass Gain", "-4.5dB"});
+  EXPECT_EQ(line(),
+            "  Generic HD Audio Internal Speakers  ApoOpMode:Movie/Internal  VQ3D-AEQ Bypass Gain: "
+            "-3.0 dB -> -4.5 dB");
+  EXPECT_EQ(watcher.Line(),
+            "1/Generic HD Audio Internal Speakers/control/ApoOpMode:Movie/Internal/"
+            "VQ3D-AEQ Bypass Gain/-30/-45/-3.0 dB/-4.5 dB");
+  program.Answer({"enable", "1", "off"});
+  EXPECT_EQ(line(), "  Generic HD Audio Headphones  enable: on -> off");
+  EXPECT_EQ(watcher.Line(),
+            "2/Generic HD Audio Headphones/switch//ZAPO3-Process Enable/true/false/on/off");
+  EXPECT_EQ(watcher.Line(), "orvctl: --exec: the command ended with status 1 for change 2.");
+  program.Answer({"enable", "1", "on"});
+  EXPECT_EQ(line(), "  Generic HD Audio Headphones  enable: off -> on");
+  watcher.Line();
+  EXPECT_EQ(watcher.End(), 0);
+}
+
+TEST(OrvctlWatch, MachineThatCannotBeReadIsReportedUntilItCan) {
+  const ProgramOnMachine program;
+  const auto file = program.machine() / "registry.reg";
+  program.Answer({"modes", "0"});
+  const std::string whole = FileText(file);
+  Watcher watcher(program, {"watch", "0", "--count", "1"});
+  WriteText(file, "nothing of a registry");
+  EXPECT_EQ(watcher.Line().find("orvctl: the machine in "), 0U);
+  while (watcher.Line() != "Still watching.") continue;
+  WriteText(file, whole);
+  EXPECT_EQ(watcher.Line(), "The machine can be read again.");
+  program.Answer({"set", "0", "VQ3D-DC Level", "11"});
+  EXPECT_NE(watcher.Line().find("VQ3D-DC Level: 85 % -> 11 %"), std::string::npos);
+  EXPECT_EQ(watcher.End(), 0);
+}
+
 TEST(OrvctlWatch, InterruptAndTimeLimitEndItCleanly) {
   const ProgramOnMachine program;
-  Watcher watcher(program, "1");
+  Watcher watcher(program, {"watch", "0"});
   kill(watcher.process(), SIGINT);
   EXPECT_EQ(watcher.End(), 0);
   EXPECT_EQ(program.Run({"watch", "0", "--for", "0"}).status, 0);

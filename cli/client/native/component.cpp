@@ -5,8 +5,15 @@
 #include <cstdlib>
 #include <vector>
 
+#include "cli/client/diagnostic_lines.h"
 #include "cli/client/host.h"
 #include "cli/show/failure.h"
+
+// The component's channel for diagnostic lines.
+extern "C" __attribute__((visibility("default"))) void OrvDebugOutput(const char* line,
+                                                                      std::size_t size) {
+  orv::cli::TakeDiagnosticLine({line, size});
+}
 
 namespace orv::cli {
 namespace {
@@ -21,9 +28,12 @@ std::vector<std::filesystem::path> Candidates() {
 
 }  // namespace
 
-Component::Component(const std::filesystem::path& machine, bool diagnostics) {
+Component::Component(const std::filesystem::path& machine, Diagnostics diagnostics) {
   setenv(kMachineVariable, machine.c_str(), 1);
-  if (diagnostics) setenv("ORV_DIAGNOSTICS", "stderr", 1);
+  if (diagnostics != Diagnostics::None) {
+    ShowDiagnostics(diagnostics);
+    setenv("ORV_DIAGNOSTICS", "program", 1);
+  }
   std::string places;
   for (const std::filesystem::path& candidate : Candidates()) {
     std::error_code ignored;
@@ -39,6 +49,7 @@ Component::Component(const std::filesystem::path& machine, bool diagnostics) {
 // The component releases what its objects left when it is asked, before it is unloaded.
 Component::~Component() {
   if (const auto can_unload = Export<ORVDllCanUnloadNow>("DllCanUnloadNow")) can_unload();
+  ShowKeptDiagnostics();
 }
 
 DynamicLibrary& Component::Library() const { return library_; }

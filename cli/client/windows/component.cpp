@@ -6,6 +6,7 @@
 #include "cli/client/windows/console.h"
 #include "cli/offline/files.h"
 #include "cli/show/failure.h"
+#include "platform/text.h"
 
 namespace orv::cli {
 namespace {
@@ -34,7 +35,7 @@ LONG CALLBACK ShowDebugOutput(EXCEPTION_POINTERS* pointers) {
         is_wide
             ? std::wstring(reinterpret_cast<const wchar_t*>(text), size - 1)
             : FromSystemCodePage(reinterpret_cast<const char*>(text), static_cast<int>(size - 1));
-    if (IsDiagnosticLine(line)) WriteError(line);
+    if (IsDiagnosticLine(line)) TakeDiagnosticLine(Utf8FromWide(line));
   } catch (...) {
     return EXCEPTION_CONTINUE_EXECUTION;  // without memory the line is lost
   }
@@ -43,18 +44,20 @@ LONG CALLBACK ShowDebugOutput(EXCEPTION_POINTERS* pointers) {
 
 }  // namespace
 
-Component::Component(const std::filesystem::path& machine, bool diagnostics) {
+Component::Component(const std::filesystem::path& machine, Diagnostics diagnostics) {
   if (!machine.empty()) {
     throw Failure(
         kUsage,
         "the component works on the machine it is registered on, not on a simulated one.\n"
         "Leave out --machine.");
   }
-  if (diagnostics) AddVectoredExceptionHandler(TRUE, &ShowDebugOutput);
+  if (diagnostics == Diagnostics::None) return;
+  ShowDiagnostics(diagnostics);
+  AddVectoredExceptionHandler(TRUE, &ShowDebugOutput);
 }
 
 // The runtime unloads it.
-Component::~Component() = default;
+Component::~Component() { ShowKeptDiagnostics(); }
 
 DynamicLibrary& Component::Library() const {
   const std::filesystem::path file = ProgramFolder() / "orv_apo_controller.dll";

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <boost/locale/utf.hpp>
-#include <cstdio>
 
 #include "orv_apo/com.h"
 #include "platform/text.h"
@@ -72,16 +71,6 @@ bool WriteConsoleText(void* console, std::wstring_view text) {
     text.remove_prefix(written);
   }
   return true;
-}
-
-void WriteError(std::wstring_view line) {
-  const HANDLE console = GetStdHandle(STD_ERROR_HANDLE);
-  if (IsConsole(console)) {
-    WriteConsoleText(console, line);
-    return;
-  }
-  const std::string utf8 = Utf8FromWide(line);
-  std::fwrite(utf8.data(), 1, utf8.size(), stderr);
 }
 
 bool IsDiagnosticLine(std::wstring_view line) {

@@ -34,9 +34,6 @@ class Utf8Buffer final : public std::streambuf {
 bool IsConsole(void* handle);
 bool WriteConsoleText(void* console, std::wstring_view text);
 
-// A whole line for standard error, from any thread.
-void WriteError(std::wstring_view line);
-
 // Whether a line of the debugger output channel comes from the component, not from another module
 // of the process: "configuration_file.cpp(57) | ORVAPOConfigurationFile::Load | ...".
 bool IsDiagnosticLine(std::wstring_view line);

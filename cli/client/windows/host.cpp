@@ -107,6 +107,8 @@ std::filesystem::path ProgramFolder() {
   return std::filesystem::path(HostProgramPath()).parent_path();
 }
 
+std::filesystem::path UserMachinesFolder() { return {}; }
+
 std::filesystem::path DefaultMachineFolder() { return {}; }
 
 std::unique_ptr<Machine> OpenSystemMachine() { return std::make_unique<WindowsMachine>(); }
@@ -118,6 +120,9 @@ bool OutputIsTerminal() {
          SetConsoleMode(output, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE;
 }
 
+// Notices are written without control sequences there.
+bool ErrorsAreOnTerminal() { return false; }
+
 int OutputColumns() {
   CONSOLE_SCREEN_BUFFER_INFO screen{};
   if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &screen))
@@ -128,7 +133,23 @@ int OutputColumns() {
 // StandardStreams shows UTF-8 on a console.
 bool OutputShowsUtf8() { return true; }
 
-StopOnSignal::StopOnSignal(Event& stop) {
+void WriteToErrors(std::string_view text) noexcept {
+  const HANDLE console = GetStdHandle(STD_ERROR_HANDLE);
+  try {
+    if (IsConsole(console)) {
+      WriteConsoleText(console, WideFromUtf8(text));
+      return;
+    }
+  } catch (...) {
+    return;  // without memory the text is lost
+  }
+  std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
+std::uint32_t CurrentThreadNumber() noexcept { return GetCurrentThreadId(); }
+
+// The system itself ends the program at any other request.
+StopOnSignal::StopOnSignal(Event& stop, Interrupt interrupt) : interrupt_(interrupt) {
   const std::lock_guard guard(g_stop_lock);
   g_stop = &stop;
   SetConsoleCtrlHandler(&RequestStop, TRUE);

@@ -65,6 +65,18 @@ class WindowsTerminal final : public Terminal {
     }
     return true;
   }
+  std::optional<char> Key() override {
+    INPUT_RECORD record{};
+    DWORD waiting = 0;
+    while (GetNumberOfConsoleInputEvents(input_.console(), &waiting) && waiting > 0 &&
+           ReadConsoleInputW(input_.console(), &record, 1, &waiting) && waiting == 1) {
+      const KEY_EVENT_RECORD& event = record.Event.KeyEvent;
+      const wchar_t unit = event.uChar.UnicodeChar;
+      if (record.EventType == KEY_EVENT && event.bKeyDown && unit > 0 && unit < 0x80)
+        return static_cast<char>(unit);
+    }
+    return std::nullopt;
+  }
 
  private:
   ConsoleMode output_{STD_OUTPUT_HANDLE};

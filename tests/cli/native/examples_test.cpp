@@ -57,6 +57,7 @@ class Example : public Program {
       if (Has(preparation.name)) script += preparation.command + std::string(" || exit 99\n");
     // These run until they are interrupted.
     const bool endless = Has("watch") || Has("analyse");
+    script += "export XDG_DATA_HOME=\"$PWD/data\"\n";
     script += endless ? "timeout -s INT --preserve-status 2 bash -c " + Quoted(line_) : line_;
     const int status = std::system(
         ("bash -c " + Quoted(script) + " >" + Quoted(File("output")) + " 2>&1 </dev/null").c_str());
