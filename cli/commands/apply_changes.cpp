@@ -96,6 +96,18 @@ std::vector<Change> WriteAndVerify(const Endpoint& endpoint, const std::vector<M
   return missing;
 }
 
+[[noreturn]] void NothingStored(const Catalog& catalog, const Endpoint& endpoint,
+                                const std::vector<Change>& missing) {
+  const Change& one = missing.front();
+  const std::string values =
+      missing.size() > 1
+          ? fmt::format("{} values are as before", missing.size())
+          : fmt::format("\"{}\" is still {}, not {}", one.name, ToText(catalog, one, one.from),
+                        ToText(catalog, one, one.to));
+  throw Failure(kRefused, "nothing was stored: {}.\nWhat examines the endpoint: {}", values,
+                CommandLine("doctor " + endpoint.number()));
+}
+
 }  // namespace
 
 std::vector<Change> MakeChanges(Context& context, const Endpoint& endpoint,
@@ -105,11 +117,8 @@ std::vector<Change> MakeChanges(Context& context, const Endpoint& endpoint,
   if (!making.dry_run) {
     const Catalog& catalog = context.catalog();
     const std::vector<Change> missing = WriteAndVerify(endpoint, modes, changes, making);
-    if (making.write && !missing.empty() && missing.size() == changes.size()) {
-      throw Failure(kRefused, "nothing was stored: {} as before.\nWhat examines the endpoint: {}",
-                    Counted(missing.size(), "value is", "values are"),
-                    CommandLine("doctor " + endpoint.number()));
-    }
+    if (making.write && !missing.empty() && missing.size() == changes.size())
+      NothingStored(catalog, endpoint, missing);
     for (const Change& one : missing) {
       ReportDifference(context, one.name, ToText(catalog, one, one.to),
                        ToText(catalog, one, one.from));

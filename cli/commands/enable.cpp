@@ -1,5 +1,5 @@
 // enable
-#include "cli/client/state.h"
+#include "cli/commands/apply_changes.h"
 #include "cli/commands/commands.h"
 
 namespace orv::cli {
@@ -11,17 +11,12 @@ struct EnableArguments : EndpointArguments {
 
 bool SwitchProcessing(Context& context, const Endpoint& endpoint, bool wanted) {
   const ChangeLock lock = context.LockForChange(endpoint);
-  const bool before = endpoint.Modes().front().Enabled();
-  const bool stored = ChangeAndVerify([&] {
-    endpoint.Modes().front().SetEnabled(wanted);
-    return endpoint.Modes().front().Enabled() == wanted;
-  });
-  if (!stored)
-    ReportDifference(context, kProcessEnableName, wanted ? "on" : "off", wanted ? "off" : "on");
-  const bool after = stored == wanted;
-  if (after != before)
-    context.Keep(endpoint, "enable", {{"switch", "", kProcessEnableName, before, after}});
-  return after;
+  const std::vector<Mode> modes = endpoint.Modes();
+  const bool before = modes.front().Enabled();
+  const std::vector<Change> made =
+      MakeChanges(context, endpoint, modes, {{"switch", "", kProcessEnableName, before, wanted}},
+                  {.command = "enable"});
+  return made.empty() ? before : wanted;
 }
 
 // The switch belongs to the endpoint; any mode reaches it, also if the current one is not known.

@@ -1,4 +1,5 @@
 // modes, mode
+#include "cli/commands/apply_changes.h"
 #include "cli/commands/commands.h"
 #include "cli/show/names.h"
 
@@ -35,33 +36,18 @@ struct SwitchArguments : EndpointArguments {
 Mode SwitchMode(Context& context, const Endpoint& endpoint, const SwitchArguments& arguments) {
   const ChangeLock lock = context.LockForChange(endpoint);
   const std::optional<Mode> before = endpoint.CurrentMode();
+  const Json from = before ? Json(before->name()) : Json();
+  const std::vector<Mode> modes = endpoint.Modes();
+  Making making = {.command = "mode"};
   std::string wanted;
-  std::optional<Mode> found;
-  const bool stored = ChangeAndVerify([&] {
-    if (arguments.use_default) {
-      endpoint.SetDefaultMode();
-      wanted = context.catalog().DefaultMode(endpoint);
-    } else {
-      const Mode chosen = context.SelectMode(endpoint, arguments.mode);
-      endpoint.SetCurrentMode(chosen);
-      wanted = chosen.name();
-    }
-    found = context.CurrentMode(endpoint);
-    return found->name() == wanted;
-  });
-  if (!before || before->name() != found->name()) {
-    const Json from = before ? Json(before->name()) : Json();
-    context.Keep(endpoint, "mode", {{"mode", "", kCurrentModeName, from, found->name()}});
+  if (arguments.use_default) {
+    wanted = context.catalog().DefaultMode(endpoint);
+    making.write = [&] { endpoint.SetDefaultMode(); };
+  } else {
+    wanted = context.SelectMode(endpoint, arguments.mode).name();
   }
-  if (!stored) {
-    context.output.Notice(
-        fmt::format("The current mode is still {}, not {}: it could not be "
-                    "stored. To examine the endpoint's key: {}",
-                    Printable(ModeLabel(found->name())), Printable(ModeLabel(wanted)),
-                    CommandLine("doctor " + endpoint.number())));
-    context.exit_status = kDiffering;
-  }
-  return std::move(*found);
+  MakeChanges(context, endpoint, modes, {{"mode", "", kCurrentModeName, from, wanted}}, making);
+  return context.CurrentMode(endpoint);
 }
 
 void ShowOrSwitchMode(Context& context, const SwitchArguments& arguments) {
