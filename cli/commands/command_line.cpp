@@ -151,6 +151,7 @@ class WordReader {
     if (repeated) Fault(fmt::format("{} is given more than once.", name));
     std::vector<std::string>& values = reading_.values[option];
     if (equals == std::string::npos) {
+      if (IsFlag(*option)) values.emplace_back();
       if (!IsFlag(*option)) reading_.open = option;
       return;
     }
@@ -166,7 +167,7 @@ class WordReader {
       const CLI::Option* const option = FindOption(*reading_.command, name);
       if (option == nullptr || !IsFlag(*option))
         return Fault(UnknownOption(*reading_.command, word));
-      reading_.values[option];
+      reading_.values[option].emplace_back();
     }
   }
 
@@ -299,10 +300,12 @@ std::vector<std::string> OrderedWords(const CommandReading& reading) {
     for (const CLI::Option* option : app->get_options()) {
       const auto given = reading.values.find(option);
       if (given == reading.values.end()) continue;
-      if (IsFlag(*option)) words.push_back(option->get_name());
-      for (const std::string& value : given->second)
-        IsArgument(*option) ? arguments.push_back(value)
-                            : words.push_back(option->get_name() + "=" + value);
+      for (const std::string& value : given->second) {
+        if (IsArgument(*option))
+          arguments.push_back(value);
+        else
+          words.push_back(IsFlag(*option) ? option->get_name() : option->get_name() + "=" + value);
+      }
     }
     if (app == reading.command && !arguments.empty()) words.push_back("--");
     words.insert(words.end(), arguments.begin(), arguments.end());

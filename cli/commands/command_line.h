@@ -25,7 +25,8 @@ std::string ValueWord(const CLI::Option& option);
 
 struct CommandReading {
   const CLI::App* command = nullptr;  // the deepest one that the words name
-  std::map<const CLI::Option*, std::vector<std::string>> values;  // flags have an empty one
+  // A flag has an empty one for each time.
+  std::map<const CLI::Option*, std::vector<std::string>> values;
   const CLI::Option* open = nullptr;  // the last word is this option, which needs a value
   bool only_arguments = false;        // after "--"
   std::string fault;                  // the first mistake; empty if there is none

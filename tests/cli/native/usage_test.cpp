@@ -111,6 +111,7 @@ TEST_F(Mistakes, AreReportedInTheProgramsWordsByEveryCommand) {
       const auto given = std::find(words.begin(), words.end(), option);
       if (given != words.end()) words.erase(given, given + 2);
       Refuses(words, {option}, help, option + " needs a value");
+      if (option == "--exec") continue;  // any text is a command, which waits for changes
       words.push_back(option + "=/no/such?");
       const Result bad = program_.Run(words);
       EXPECT_EQ(LibraryWord(bad.errors), "") << bad.errors;
