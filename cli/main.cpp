@@ -8,8 +8,10 @@
 #include "cli/commands/command_line.h"
 #include "cli/commands/commands.h"
 #include "cli/commands/pages.h"
+#include "cli/commands/run.h"
 #include "cli/offline/files.h"
 #include "cli/show/failure.h"
+#include "panel/server/serve_command.h"
 #include "platform/com_runtime.h"
 #include "platform/files.h"
 
@@ -52,6 +54,7 @@ constexpr CommandEntry kCommands[] = {{"What is there", AddEndpointsCommand},
                                       {"", AddResponseCommand},
                                       {"Live", AddWatchCommand},
                                       {"", AddAnalyseCommand},
+                                      {"", panel::AddServeCommand},
                                       {"Offline", AddCheckCommand},
                                       {"", AddImageCommands},
                                       {"", AddFilterCommands},
@@ -130,7 +133,7 @@ std::optional<std::string> TextOf(const CLI::App& app, const Context& context,
   return std::nullopt;
 }
 
-int Run(CLI::App& app, Context& context, int argc, char** argv) {
+int RunProgram(CLI::App& app, Context& context, int argc, char** argv) {
   const auto fail = [&](const std::string& message, int exit_status) {
     context.output.Notice("orvctl: " + message);
     return exit_status;
@@ -141,16 +144,8 @@ int Run(CLI::App& app, Context& context, int argc, char** argv) {
       context.output.Raw(*text);
       return kDone;
     }
-    if (!reading.fault.empty()) UsageFailure(reading.fault);
-    if (const std::string missing = FindMissing(reading); !missing.empty()) UsageFailure(missing);
-    std::vector<std::string> words = OrderedWords(reading);
-    std::ranges::reverse(words);  // the library takes the last one first
-    app.parse(words);
+    Run(app, reading);
     return context.exit_status;
-  } catch (const CLI::ValidationError& error) {  // "NAME: " and the text of a check
-    return fail(UsageText(error.what(), reading), kUsage);
-  } catch (const CLI::ParseError&) {
-    return fail(UsageText("these words are not understood.", reading), kUsage);
   } catch (const Failure& failure) {
     const bool is_usage = failure.exit_status() == kUsage;
     return fail(is_usage ? UsageText(failure.what(), reading) : failure.what(),
@@ -185,7 +180,7 @@ int Main(int argc, char** argv) {
     for (CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
       if (command->get_group() == kUngrouped) command->group(group);
   }
-  const int status = Run(app, context, static_cast<int>(words.size()), words.data());
+  const int status = RunProgram(app, context, static_cast<int>(words.size()), words.data());
   if (!std::cout.flush()) {
     std::cerr << "orvctl: standard output cannot be written\n";
     return kRefused;

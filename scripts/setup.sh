@@ -6,7 +6,7 @@
 #   scripts/setup.sh all       and the Windows build, Wine, fuzzers, formatting and linting
 set -euo pipefail
 
-run=(g++ cmake ninja-build libtinyxml2-dev libboost-dev nlohmann-json3-dev libcli11-dev libfmt-dev)
+run=(g++ cmake ninja-build libtinyxml2-dev libboost-dev libjs-chart.js nlohmann-json3-dev libcli11-dev libfmt-dev)
 native=(ccache mold python3 libgtest-dev libgmock-dev libbenchmark-dev)
 all=(
   clang libclang-rt-dev clang-format clang-tidy

@@ -1,6 +1,8 @@
 // What the commands of one run share: global options, the session, and where results go.
 #pragma once
 
+#include <chrono>
+#include <iosfwd>
 #include <memory>
 #include <optional>
 #include <string>
@@ -26,6 +28,8 @@ class Context {
   std::string version;             // of this program
   std::optional<int> config_type;  // load endpoints with this configuration type
   ExitStatus exit_status = kDone;
+  std::istream* input = nullptr;  // what "-" reads instead of standard input
+  std::chrono::milliseconds lock_limit = ChangeLock::kLimit;
 
   Session& session();
   Catalog& catalog();
@@ -40,7 +44,7 @@ class Context {
   // For a command that changes the endpoint: taken before it reads anything that the change depends
   // on, and held until it has verified the change.
   ChangeLock LockForChange(const Endpoint& endpoint) {
-    return ChangeLock(session().machine_folder(), endpoint.RegistryPath());
+    return ChangeLock(session().machine_folder(), endpoint.RegistryPath(), lock_limit);
   }
   // The changes that this program made to the endpoint, in the simulated machine's folder, else in
   // the user's data folder.

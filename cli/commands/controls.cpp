@@ -74,9 +74,10 @@ constexpr char kExpectedValues[] =
     "expected CONTROL VALUE, CONTROL=VALUE once or more, or --from FILE";
 
 // CONTROL VALUE, or CONTROL=VALUE for each word, or the lines of a file.
-std::vector<Assignment> AssignmentsOf(const SetArguments& arguments) {
+std::vector<Assignment> AssignmentsOf(const Context& context, const SetArguments& arguments) {
   if (!arguments.from.empty()) {
-    return ReadAssignments(ReadWholeFile(arguments.from, kAssignmentsLimit), arguments.from);
+    return ReadAssignments(ReadWholeFile(arguments.from, kAssignmentsLimit, context.input),
+                           context.input == nullptr ? arguments.from : "");
   }
   if (arguments.control.empty()) UsageFailure("{}.", kExpectedValues);
   const bool is_pair =
@@ -120,7 +121,7 @@ std::vector<Change> PlanChanges(const ControlFinder& finder, const Mode& mode,
 }
 
 void SetControls(Context& context, const SetArguments& arguments) {
-  const std::vector<Assignment> assignments = AssignmentsOf(arguments);
+  const std::vector<Assignment> assignments = AssignmentsOf(context, arguments);
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const ChangeLock lock = context.LockForChange(endpoint);
   const Mode mode = context.SelectMode(endpoint, arguments.mode);
@@ -131,7 +132,8 @@ void SetControls(Context& context, const SetArguments& arguments) {
   std::vector<ControlView> after;
   for (const Change& change : changes) after.push_back(finder.Find(change.name).front());
   Output& output = context.output;
-  const bool is_one = arguments.values.size() == 1 && !IsPattern(arguments.control);
+  const bool is_one =
+      arguments.values.size() == 1 && assignments.size() == 1 && !IsPattern(arguments.control);
   if (output.json()) return output.Value(is_one ? ToJson(after.front()) : ToJson(after));
   ShowControls(output, after);
 }

@@ -128,10 +128,10 @@ class Importer {
   Import import_;
 };
 
-EqualiserList ReadList(const std::string& file) {
-  EqualiserList list = ReadEqualiserList(ReadWholeFile(file, kEqualiserListLimit));
+EqualiserList ReadList(const std::string& file, std::istream* standard_input) {
+  EqualiserList list = ReadEqualiserList(ReadWholeFile(file, kEqualiserListLimit, standard_input));
   if (!list.filters.empty()) return list;
-  std::string message = file + " has no filters; nothing was changed.";
+  std::string message = (file == "-" ? "the list" : file) + " has no filters; nothing was changed.";
   for (const EqualiserList::Problem& problem : list.problems)
     message += fmt::format("\n  line {}: {}", problem.line, Printable(problem.reason));
   throw Failure(kRefused, message);
@@ -235,7 +235,7 @@ Json PreampJson(const Import& import, const ModeBands& bands) {
 }
 
 void ImportList(Context& context, const EqArguments& arguments) {
-  const EqualiserList list = ReadList(arguments.file);
+  const EqualiserList list = ReadList(arguments.file, context.input);
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   if (arguments.push && FindDriver(endpoint).empty())
     throw Failure(kRefused, "no DSP driver answers for " + endpoint.name() +

@@ -14,6 +14,7 @@ namespace {
 
 // Where something is, for messages: "room.txt:3: ", "line 3: " of standard input.
 std::string PlaceOf(const std::string& file, int line) {
+  if (file.empty()) return {};
   return file == "-" ? fmt::format("line {}: ", line) : fmt::format("{}:{}: ", file, line);
 }
 

@@ -24,7 +24,8 @@ std::optional<Assignment> SplitAssignment(std::string_view text);
 
 // A text of lines, in which blank ones and those that begin with "#" do not count; or of JSON,
 // whose numbers are the stored ones: an object of values by control, or a list of objects with
-// "name" and "value". Throws Failure with the line, or the element, of the first that is neither.
+// "name" and "value". `file` is its name in messages; empty: they name no places. Throws Failure
+// with the line, or the element, of the first that is neither.
 std::vector<Assignment> ReadAssignments(std::string_view text, const std::string& file);
 
 }  // namespace orv::cli

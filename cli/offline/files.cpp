@@ -33,7 +33,8 @@ void WriteFile(const std::filesystem::path& path, const std::string& bytes) {
 
 std::string PathText(const std::filesystem::path& path) { return Utf8(path.native()); }
 
-std::string ReadWholeFile(const std::string& path, std::size_t limit) {
+std::string ReadWholeFile(const std::string& path, std::size_t limit,
+                          std::istream* standard_input) {
   std::ifstream file;
   if (path != "-") {
     const std::filesystem::path name = PathFromUtf8(path);
@@ -41,7 +42,8 @@ std::string ReadWholeFile(const std::string& path, std::size_t limit) {
     if (!std::filesystem::is_directory(name, ignored)) file.open(name, std::ios::binary);
     if (!file.is_open()) throw Failure(kRefused, "{} cannot be opened for reading.", path);
   }
-  std::istream& input = path == "-" ? std::cin : file;
+  std::istream& typed = standard_input != nullptr ? *standard_input : std::cin;
+  std::istream& input = path == "-" ? typed : file;
   std::string bytes;
   char block[16384];
   while (input.read(block, sizeof block) || input.gcount() > 0) {

@@ -4,6 +4,7 @@
   end_to_end.py --windows BUILD --native BUILD [--prefix FOLDER]
 """
 import argparse
+import http.client
 import json
 import os
 import re
@@ -219,6 +220,41 @@ class EndToEnd(unittest.TestCase):
             self.assertEqual(watch.wait(DEADLINE), 0)
         self.assertEqual((change["mode"], change["name"], change["from"], change["to"]),
                          ("ApoOpMode:Game/Internal", "VQ3D-DPHD Level", 1, 77))
+
+    def test_serve_answers_and_reports_changes(self):
+        command = [*self.windows.command(self.windows.program), "--json", "serve"]
+        with subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                              env=self.windows.environment) as serve:
+            try:
+                host, key = re.match(r"http://(.*)/\?key=(.*)", json.loads(serve.stdout.readline())["address"]).groups()
+                self.assertEqual(len(key), 64)
+
+                def ask(method, path, body=None, **headers):
+                    connection = http.client.HTTPConnection(host, timeout=DEADLINE)
+                    connection.request(method, path, body and json.dumps(body), {
+                        "Authorization": f"Bearer {key}", "X-Orvctl": "1", "Content-Type": "application/json", **headers})
+                    return connection.getresponse()
+
+                self.assertEqual(ask("GET", "/", Authorization="Bearer none").status, 401)
+                self.assertIn(b"<html", ask("GET", "/").read())
+                self.assertEqual(json.load(ask("GET", "/api/endpoints")), self.windows.orvctl("endpoints"))
+                events = ask("GET", "/api/events")
+                self.assertEqual(events.readline(), b"event: hello\n")
+                client = json.loads(events.readline().removeprefix(b"data: "))["client"]
+                path = "/api/endpoints/0/controls?mode=Game/Internal"
+                for value in (21, 22):
+                    answer = ask("PUT", path, {"VQ3D-DPHD Level": value}, **{"X-Orvctl-Client": client})
+                    self.assertEqual(json.load(answer)[0]["value"], value)
+                self.windows.orvctl("set", "0", "VQ3D-DPHD Level", "23", "--mode", "Game/Internal")
+                seen = []
+                while not seen or seen[-1][0] != 23:
+                    line = events.readline()
+                    if line.startswith(b"data: "):
+                        change = json.loads(line.removeprefix(b"data: "))
+                        seen.append((change["to"], change["origin"]))
+                self.assertEqual(seen[-2:], [(22, client), (23, "other")])
+            finally:
+                serve.terminate()
 
     def test_outside_client_works_in_both_apartments(self):
         client = os.path.join(options.windows, "package", "outside", "build", "client.exe")

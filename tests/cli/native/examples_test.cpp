@@ -56,7 +56,7 @@ class Example : public Program {
     for (const auto& preparation : kPreparations)
       if (Has(preparation.name)) script += preparation.command + std::string(" || exit 99\n");
     // These run until they are interrupted.
-    const bool endless = Has("watch") || Has("analyse");
+    const bool endless = Has("watch") || Has("analyse") || Has("serve");
     script += "export XDG_DATA_HOME=\"$PWD/data\"\n";
     script += endless ? "timeout -s INT --preserve-status 2 bash -c " + Quoted(line_) : line_;
     const int status = std::system(

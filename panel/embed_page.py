@@ -1,0 +1,35 @@
+#!/usr/bin/env python3
+"""Writes the page's files as a C++ source.
+
+  embed_page.py OUTPUT FOLDER [FILE=NAME ...]   the files of the folder under their own names, and others under the given ones
+"""
+import hashlib
+import os
+import sys
+
+TYPES = {".html": "text/html; charset=utf-8", ".css": "text/css; charset=utf-8", ".js": "text/javascript; charset=utf-8",
+         ".svg": "image/svg+xml", ".txt": "text/plain; charset=utf-8"}
+
+
+def literal(content):
+    """The bytes as pieces of one string literal."""
+    escaped = [f"\\{byte:03o}" if byte < 32 or byte > 126 or byte in b'"\\?' else chr(byte) for byte in content]
+    return "\n".join('    "' + "".join(escaped[i:i + 1000]) + '"' for i in range(0, max(1, len(escaped)), 1000))
+
+
+output, folder, others = sys.argv[1], sys.argv[2], sys.argv[3:]
+files = [(os.path.join(folder, name), name) for name in sorted(os.listdir(folder)) if os.path.splitext(name)[1] in TYPES]
+files += [tuple(other.split("=", 1)) for other in others]
+contents, rows = [], []
+for number, (path, name) in enumerate(files):
+    with open(path, "rb") as file:
+        content = file.read()
+    tag = hashlib.sha256(content).hexdigest()[:16]
+    contents.append(f"constexpr char k{number}[] =\n{literal(content)};")
+    rows.append(f'    {{"/{"" if name == "index.html" else name}", "{TYPES[os.path.splitext(name)[1]]}", "\\"{tag}\\"",\n'
+                f"     {{k{number}, sizeof k{number} - 1}}}}")
+source = "\n".join(['#include "panel/server/page_files.h"', "", "namespace orv::panel {", "namespace {", "", *contents, "",
+                    "constexpr PageFile kFiles[] = {", ",\n".join(rows) + "};", "", "}  // namespace", "",
+                    "std::span<const PageFile> PageFiles() { return kFiles; }", "", "}  // namespace orv::panel", ""])
+with open(output, "w", encoding="ascii") as file:
+    file.write(source)
