@@ -28,7 +28,7 @@ class Levels::Listener {
   Listener(cli::Context& context, const std::string& name) {
     const cli::Endpoint endpoint = context.SelectEndpoint(name);
     bands_ = cli::ThirdOctaveBands();
-    cli::FitToStream(bands_, context.session().SampleRate(endpoint));
+    cli::FitToStream(bands_, context.session().StreamOf(endpoint).sample_rate);
     cli::Require(endpoint.object()->get_AnalysisData(analysis_.Put()),
                  "listening to " + endpoint.name(), "Its sound cannot be captured.");
     for (const Band& band : bands_)
