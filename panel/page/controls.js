@@ -209,7 +209,7 @@ function filter() {
   for (const group of groups) {
     let shown = 0;
     for (const row of group.rows) {
-      const name = row.control.name.toLowerCase();
+      const name = row.control.name.replace(/^[^- ]*-/, '').toLowerCase(); // without the suite
       const fits =
         words.every((word) => name.includes(word)) &&
         (!changedOnly || row.differs(row.local ?? row.control.value));

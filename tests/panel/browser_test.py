@@ -72,7 +72,7 @@ class Server:
 
     def stop(self):
         self.process.send_signal(signal.SIGCONT)
-        self.process.terminate()
+        self.process.send_signal(signal.SIGINT)
         status = self.process.wait(PATIENCE)
         self.process.stdout.close()
         return status
@@ -147,7 +147,7 @@ class Page(unittest.TestCase):
                 endpoints = orvctl(self.machine, "endpoints")
                 self.until(lambda: len(self.browser.find_elements(By.CSS_SELECTOR, "#endpoints button")) == len(endpoints), "endpoints")
                 for number, endpoint in enumerate(endpoints):
-                    self.browser.find_elements(By.CSS_SELECTOR, "#endpoints button")[number].click()
+                    self.until(lambda: self.browser.find_elements(By.CSS_SELECTOR, "#endpoints button")[number].click() or True, "its button")
                     self.until(lambda: self.text("endpoint-name") == endpoint["name"], endpoint["name"])
                     modes = orvctl(self.machine, "modes", str(number))
                     self.until(lambda: [tab.text.removesuffix(" ● current") for tab in self.browser.find_elements(By.CSS_SELECTOR, "[role=tab]")]
@@ -168,10 +168,10 @@ class Page(unittest.TestCase):
         orvctl(self.machine, "set", "0", level, "12%")
         self.until(lambda: self.value(level).get_attribute("value") == "12 %", "a change by another program")
         self.until(lambda: "another program" in self.text("feed"), "its source")
-        self.value(level).send_keys("33%", Keys.ENTER)
+        self.value(level).send_keys(Keys.CONTROL + "a" + Keys.NULL, "33%", Keys.ENTER)
         self.until(lambda: orvctl(self.machine, "get", "0", level)["value"] == 33, "a typed value in the registry")
         self.until(lambda: "this page" in self.find("#feed li").text, "its source")
-        self.value(level).send_keys("101", Keys.ENTER)
+        self.value(level).send_keys(Keys.CONTROL + "a" + Keys.NULL, "101", Keys.ENTER)
         self.until(lambda: "100" in self.row(level).find_element(By.CLASS_NAME, "problem").text, "the reason of a refusal")
         self.assertEqual(self.value(level).get_attribute("value"), "33 %")
         self.row(level).find_element(By.CSS_SELECTOR, "input[type=range]").send_keys(Keys.ARROW_RIGHT)
