@@ -202,7 +202,7 @@ void AddSetCommand(CLI::App& app, Context& context) {
        "  orvctl set 0 'PEQ Left*Gain' 0dB\n"
        "  orvctl set 0 --from values.txt",
        "Several controls are given as CONTROL=VALUE, as words or with --from as lines of "
-       "a file, in which # begins a comment; or as JSON: an object of values by control, "
+       "a file, in which # begins a line of comment; or as JSON: an object of values by control, "
        "or what \"--json get\" and \"--json controls\" print. A pattern sets all controls "
        "that fit it. Everything is checked before anything is stored, with one write.",
        "what get prints, after the change; an array unless it was CONTROL VALUE"});

@@ -8,6 +8,7 @@
 #include "cli/commands/apply_changes.h"
 #include "cli/commands/commands.h"
 #include "cli/offline/preset.h"
+#include "cli/show/names.h"
 #include "platform/nearest_name.h"
 
 namespace orv::cli {
@@ -63,7 +64,7 @@ class PresetPlan {
       if (found == by_name.end()) {
         const std::string_view nearest = NearestName(name, names);
         problems_.push_back(
-            fmt::format("no control named \"{}\" in {}{}", name, wanted.name,
+            fmt::format("no control named \"{}\" in {}{}", name, ModeLabel(wanted.name),
                         nearest.empty() ? "" : fmt::format("; the nearest is \"{}\"", nearest)));
         continue;
       }

@@ -8,6 +8,7 @@
 #include "cli/client/state.h"
 #include "cli/commands/commands.h"
 #include "cli/show/clock.h"
+#include "cli/show/names.h"
 #include "platform/child_process.h"
 #include "platform/synchronization.h"
 #include "platform/text.h"
@@ -78,7 +79,7 @@ class Reporter {
     const std::string time = arguments_.utc ? UtcText(now) : LocalClock(now).substr(0, kToSeconds);
     std::string line = output.Painted(time, ansi::kDim) + "  ";
     if (arguments_.endpoint.empty()) line += Printable(json["endpoint"].get<std::string>()) + "  ";
-    if (!change.mode.empty()) line += Printable(change.mode) + "  ";
+    if (!change.mode.empty()) line += ModeLabel(change.mode) + "  ";
     // The switch has the name of the command that changes it.
     const std::string name = change.what == "switch" ? "enable" : Printable(change.name);
     output.Line(line + output.Painted(name, ansi::kBold) + ": " +

@@ -52,7 +52,7 @@ const LocatedJson* MemberOf(const LocatedJson& object, std::string_view name) {
 std::vector<Assignment> ReadJson(std::string_view text, const std::string& file) {
   FileError broken;
   const std::optional<LocatedJson> json = ParseLocatedJson(text, broken);
-  if (!json) UsageFailure("{}{}\nNothing was changed.", PlaceOf(file, broken.line), broken.reason);
+  if (!json) UsageFailure("{}{}.\nNothing was changed.", PlaceOf(file, broken.line), broken.reason);
   std::vector<Assignment> assignments;
   const auto add = [&](const LocatedJson& element) {
     const LocatedJson* name = MemberOf(element, "name");
@@ -89,10 +89,15 @@ std::optional<Assignment> SplitAssignment(std::string_view text) {
 }
 
 std::vector<Assignment> ReadAssignments(std::string_view text, const std::string& file) {
+  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
   const std::size_t first = text.find_first_not_of(" \t\r\n");
-  if (first == std::string_view::npos || (text[first] != '{' && text[first] != '['))
-    return ReadLines(text, file);
-  return ReadJson(text, file);
+  const bool is_json =
+      first != std::string_view::npos && (text[first] == '{' || text[first] == '[');
+  std::vector<Assignment> assignments = is_json ? ReadJson(text, file) : ReadLines(text, file);
+  if (assignments.empty())
+    UsageFailure("{} has no CONTROL=VALUE.", file == "-" ? "standard input" : file);
+  return assignments;
 }
 
 }  // namespace orv::cli

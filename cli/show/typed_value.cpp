@@ -56,6 +56,11 @@ std::optional<TypedQuantity> ParseQuantity(std::string_view text) {
   const std::size_t digits = number.find_first_not_of("-0123456789.,");
   std::string unit = digits == std::string::npos ? "" : number.substr(digits);
   number.resize(std::min(digits, number.size()));
+  // "1,000" is a thousand to some and one to others.
+  constexpr std::size_t kDigitsOfAThousand = 3;
+  const std::size_t comma = number.find(',');
+  if (comma != std::string::npos && number.size() - comma - 1 == kDigitsOfAThousand)
+    return std::nullopt;
   std::ranges::replace(number, ',', '.');
   TypedQuantity quantity{.decimals = number.find('.') != std::string::npos,
                          .unit = std::string(Trimmed(unit))};
@@ -92,8 +97,10 @@ std::int32_t Stored(const ValueForm& form, std::int64_t number) {
   return static_cast<std::int32_t>(number);
 }
 
-// The typed quantity in the control's steps.
-std::int64_t Steps(const ValueForm& form, const TypedQuantity& quantity, std::string_view text) {
+// The typed quantity in the control's steps. `sign` is what stands before it in `text`: "+=", "-="
+// or nothing.
+std::int64_t Steps(const ValueForm& form, const TypedQuantity& quantity, std::string_view text,
+                   std::string_view sign) {
   double factor = 1;
   if (!quantity.unit.empty()) {
     const auto unit = std::ranges::find_if(kUnits, [&](const Unit& known) {
@@ -103,19 +110,32 @@ std::int64_t Steps(const ValueForm& form, const TypedQuantity& quantity, std::st
     factor = unit->factor;
   } else if (form.steps_per_unit != 1 && !quantity.decimals && quantity.number != 0) {
     const auto number = static_cast<std::int64_t>(quantity.number);
-    UsageFailure("\"{}\" has two readings for \"{}\": write {}{} for {}, or --raw {} for {}.", text,
-                 form.name, number, form.unit.empty() ? ".0" : form.unit,
-                 QuantityText(number * form.steps_per_unit, form), number,
+    UsageFailure("\"{}\" has two readings for \"{}\": write {}{}{} for {}, or --raw {}{} for {}.",
+                 text, form.name, sign, number, form.unit.empty() ? ".0" : form.unit,
+                 QuantityText(number * form.steps_per_unit, form), sign, number,
                  QuantityText(number, form));
   }
   const double steps = quantity.number * factor * form.steps_per_unit;
   const double nearest = std::round(steps);
   if (std::abs(steps - nearest) > 1e-6 * std::max(1.0, std::abs(steps))) {
     const auto below = static_cast<std::int64_t>(std::floor(steps));
-    UsageFailure("\"{}\" is between two steps of \"{}\": {} and {}.", text, form.name,
-                 QuantityText(below, form), QuantityText(below + 1, form));
+    UsageFailure("\"{}\" is between two steps of \"{}\": {}{} and {}{}.", text, form.name, sign,
+                 QuantityText(below, form), sign, QuantityText(below + 1, form));
   }
   return static_cast<std::int64_t>(nearest);
+}
+
+// "+=" or "-=" if the text is a step from the current value.
+std::string_view StepSign(std::string_view text) {
+  return text.starts_with("+=") || text.starts_with("-=") ? text.substr(0, 2) : std::string_view();
+}
+
+// The number to store for a number of steps after the sign.
+std::int32_t Changed(const ValueForm& form, std::string_view sign, std::int64_t steps,
+                     std::string_view text) {
+  if (sign.empty()) return Stored(form, steps);
+  if (!form.current) UsageFailure("\"{}\" holds no number that {} could change.", form.name, text);
+  return Stored(form, *form.current + (sign == "+=" ? steps : -steps));
 }
 
 // What on, off and toggle mean for a pair of choices that is a switch; std::nullopt for other
@@ -183,14 +203,10 @@ std::string QuantityText(std::int64_t number, const ValueForm& form) {
 std::int32_t ReadTypedValue(const ValueForm& form, std::string_view text) {
   text = Trimmed(text);
   if (!form.choices.empty()) return ReadChoice(form, text);
-  const bool up = text.starts_with("+=");
-  const bool relative = up || text.starts_with("-=");
-  const auto quantity = ParseQuantity(relative ? Trimmed(text.substr(2)) : text);
+  const std::string_view sign = StepSign(text);
+  const auto quantity = ParseQuantity(Trimmed(text.substr(sign.size())));
   if (!quantity) NotAValue(form, text);
-  const std::int64_t steps = Steps(form, *quantity, text);
-  if (!relative) return Stored(form, steps);
-  if (!form.current) UsageFailure("\"{}\" holds no number that {} could change.", form.name, text);
-  return Stored(form, *form.current + (up ? steps : -steps));
+  return Changed(form, sign, Steps(form, *quantity, text, sign), text);
 }
 
 std::string ValueText(std::int64_t number, const ValueForm& form) {
@@ -199,8 +215,11 @@ std::string ValueText(std::int64_t number, const ValueForm& form) {
 }
 
 std::int32_t ReadRawValue(const ValueForm& form, std::string_view text) {
+  text = Trimmed(text);
   if (!form.choices.empty()) return ReadChoice(form, text);
-  if (const auto number = ParseNumber(text)) return *number;
+  const std::string_view sign = StepSign(text);
+  if (const auto number = ParseNumber(Trimmed(text.substr(sign.size()))))
+    return Changed(form, sign, *number, text);
   UsageFailure("\"{}\" is not a value for \"{}\": expected a whole number.", text, form.name);
 }
 

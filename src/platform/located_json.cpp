@@ -87,14 +87,14 @@ class TreeBuilder {
     open_.back()->members.push_back({std::move(name), progress_.line, {}});
     return true;
   }
-  bool parse_error(std::size_t position, const std::string&,
-                   const nlohmann::json::exception& refusal) {
+  bool parse_error(std::size_t position, const std::string&, const nlohmann::json::exception&) {
     const std::string_view before = text_.substr(0, position == 0 ? 0 : position - 1);
     error_.line = 1 + static_cast<int>(std::count(before.begin(), before.end(), '\n'));
-    const std::string_view what = refusal.what();
-    const std::size_t column = what.find("column ");
-    const std::size_t colon = what.find(": ", std::min(column, what.size()));
-    error_.reason = what.substr(colon == std::string_view::npos ? 0 : colon + 2);
+    const std::size_t line_break = before.rfind('\n') + 1;  // npos + 1 is 0
+    error_.reason = position > text_.size()
+                        ? "this is not valid JSON: it ends too early"
+                        : fmt::format("this is not valid JSON from column {} on",
+                                      before.size() - line_break + 1);
     return false;
   }
 

@@ -31,6 +31,7 @@ TEST(TypedValue, StandsForAStoredNumber) {
   };
   for (const auto& each : cases)
     EXPECT_EQ(ReadTypedValue(each.form, each.text), each.stored) << each.text;
+  EXPECT_EQ(ReadRawValue(kGain, "-=3"), -28);
 }
 
 TEST(TypedValue, RefusalNamesWhatIsExpected) {
@@ -40,7 +41,8 @@ TEST(TypedValue, RefusalNamesWhatIsExpected) {
     const char* reason;
   } cases[] = {
       {kGain, "-6", "write -6dB for -6.0 dB, or --raw -6 for -0.6 dB."},
-      {kGain, "+=3", "write 3dB for 3.0 dB, or --raw 3 for 0.3 dB."},
+      {kGain, "-=3", "write -=3dB for 3.0 dB, or --raw -=3 for 0.3 dB."},
+      {kLevel, "1,000", "expected a number in %"},
       {kQuality, "2", "write 2.0 for 2.00, or --raw 2 for 0.02."},
       {kGain, "-3.55 dB", "is between two steps of \"Gain\": -3.6 dB and -3.5 dB."},
       {kGain, "3 Hz", "expected a number in dB, for example -2.5 dB."},
