@@ -123,8 +123,7 @@ Preset ReadPresetFile(const std::string& path) {
   PresetError error;
   std::optional<Preset> preset = ReadPreset(ReadWholeFile(path, kPresetSizeLimit), error);
   if (!preset) {
-    throw Failure(kRefused, "{}:{}: {}\nThe preset is refused.", path,
-                  error.line, error.reason);
+    throw Failure(kRefused, "{}:{}: {}\nThe preset is refused.", path, error.line, error.reason);
   }
   return std::move(*preset);
 }

@@ -91,10 +91,9 @@ class TreeBuilder {
     const std::string_view before = text_.substr(0, position == 0 ? 0 : position - 1);
     error_.line = 1 + static_cast<int>(std::count(before.begin(), before.end(), '\n'));
     const std::size_t line_break = before.rfind('\n') + 1;  // npos + 1 is 0
-    error_.reason = position > text_.size()
-                        ? "this is not valid JSON: it ends too early"
-                        : fmt::format("this is not valid JSON from column {} on",
-                                      before.size() - line_break + 1);
+    error_.reason = position > text_.size() ? "this is not valid JSON: it ends too early"
+                                            : fmt::format("this is not valid JSON near column {}",
+                                                          before.size() - line_break + 1);
     return false;
   }
 

@@ -83,7 +83,7 @@ TEST(OrvctlWatch, LinesNameTheEndpointAndBothValuesAndTheCommandGetsThem) {
 
   program.Answer({"set", "0", "VQ3D-AEQ Bypass Gain", "-4.5dB"});
   EXPECT_EQ(line(),
-            "  Generic HD Audio Internal Speakers  ApoOpMode:Movie/Internal  VQ3D-AEQ Bypass Gain: "
+            "  Generic HD Audio Internal Speakers  Movie/Internal  VQ3D-AEQ Bypass Gain: "
             "-3.0 dB -> -4.5 dB");
   EXPECT_EQ(watcher.Line(),
             "1/Generic HD Audio Internal Speakers/control/ApoOpMode:Movie/Internal/"

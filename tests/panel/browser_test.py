@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Uses the page of "orvctl serve" as people do, in headless Chromium, on copies of the sample machines.
+"""Uses the page of "orvctl serve" as its users do, in headless Chromium, on copies of the sample machines.
 
   browser_test.py ORVCTL SCREENSHOTS [TEST...]
 
@@ -204,13 +204,13 @@ class Page(unittest.TestCase):
             "return Chart.getChart('response-plot').data.datasets.some((set) => /DSP holds/.test(set.label))"), "the DSP's curve")
         self.picture("response")
 
-    def test_a_lost_server_is_said_and_its_return_found(self):
+    def test_a_lost_server_is_shown_and_its_return_found(self):
         server = self.serve()
         self.open(server)
         server.stop()
-        self.until(lambda: "lost" in self.text("connection").lower(), "the loss is said")
+        self.until(lambda: "lost" in self.text("connection").lower(), "the loss is shown")
         again = self.start("--port", server.port)
-        self.until(lambda: "printed" in self.text("banner"), "the new key is asked for")
+        self.until(lambda: "printed" in self.text("banner"), "the page asks for the new key")
         self.browser.get(again.address)
         self.until(lambda: self.text("connection") == "Connected", "the page of the new server")
 
