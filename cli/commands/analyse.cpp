@@ -120,7 +120,7 @@ Json ReadingJson(const Reading& reading, const std::vector<Band>& bands) {
   return {{"peaks", std::move(peaks)}, {"spectrum", std::move(spectrum)}};
 }
 
-bool NothingHeard(const Reading& reading) {
+bool NoSound(const Reading& reading) {
   return std::ranges::none_of(reading.peaks, [](float peak) { return std::isfinite(peak); });
 }
 
@@ -147,7 +147,7 @@ void ShowReading(Context& context, const Reading& reading, const Listener& liste
 }
 
 std::string PeakLine(const Reading& reading, const Listener& listener) {
-  if (NothingHeard(reading)) return "silence";
+  if (NoSound(reading)) return "silence";
   std::string line;
   for (std::size_t c = 0; c < listener.ReportedChannels(); ++c)
     line +=
@@ -216,7 +216,7 @@ class LiveView {
   void Update(const Reading& reading, double seconds) {
     constexpr double kSilenceSeconds = 1;
     if (picture_.frozen) return;
-    silent_seconds_ = NothingHeard(reading) ? silent_seconds_ + seconds : 0;
+    silent_seconds_ = NoSound(reading) ? silent_seconds_ + seconds : 0;
     picture_.silent = silent_seconds_ >= kSilenceSeconds;
     for (std::size_t c = 0; c < picture_.peaks.size(); ++c)
       picture_.peaks[c].Update(reading.peaks[c], seconds);

@@ -12,20 +12,20 @@ struct NamedCommand {
   CommandAdder* add;
 };
 // Those that neither read standard input by themselves nor wait for an interrupt.
-constexpr NamedCommand kCommands[] = {{"endpoints", AddEndpointsCommand},
-                                      {"modes", AddModesCommand},
-                                      {"mode", AddModeCommand},
-                                      {"enable", AddEnableCommand},
-                                      {"controls", AddControlsCommand},
-                                      {"set", AddSetCommand},
-                                      {"restore", AddRestoreCommand},
-                                      {"undo", AddUndoCommand},
-                                      {"response", AddResponseCommand},
-                                      {"eq", AddEqCommands},
-                                      {"dsp", AddDspCommands},
-                                      {"drift", AddDriftCommand},
-                                      {"properties", AddPropertiesCommand},
-                                      {"doctor", AddDoctorCommand}};
+constexpr NamedCommand kServedCommands[] = {{"endpoints", AddEndpointsCommand},
+                                            {"modes", AddModesCommand},
+                                            {"mode", AddModeCommand},
+                                            {"enable", AddEnableCommand},
+                                            {"controls", AddControlsCommand},
+                                            {"set", AddSetCommand},
+                                            {"restore", AddRestoreCommand},
+                                            {"undo", AddUndoCommand},
+                                            {"response", AddResponseCommand},
+                                            {"eq", AddEqCommands},
+                                            {"dsp", AddDspCommands},
+                                            {"drift", AddDriftCommand},
+                                            {"properties", AddPropertiesCommand},
+                                            {"doctor", AddDoctorCommand}};
 
 }  // namespace
 
@@ -46,8 +46,8 @@ void Run(CLI::App& app, const CommandReading& reading) {
 void RunWords(Context& context, const std::vector<std::string>& words) {
   context.exit_status = kDone;
   const std::string name = words.empty() ? "" : words.front();
-  const auto* const command = std::ranges::find(kCommands, name, &NamedCommand::name);
-  if (command == std::end(kCommands)) UsageFailure("no command \"{}\".", name);
+  const auto* const command = std::ranges::find(kServedCommands, name, &NamedCommand::name);
+  if (command == std::end(kServedCommands)) UsageFailure("no command \"{}\".", name);
   CLI::App app;
   app.set_help_flag();
   app.allow_windows_style_options(false);  // "/" begins a path
