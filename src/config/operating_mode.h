@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "values/overridable.h"
 #include "values/value_list.h"
 
 namespace orv {
@@ -62,14 +63,8 @@ struct ORVAPOChain {
 };
 
 // Chains in document order.
-class ORVAPOChainDefinition : public std::vector<ORVAPOChain> {
+class ORVAPOChainDefinition : public std::vector<ORVAPOChain>, public Overridable {
  public:
-  ORVAPOChainDefinition() = default;
-  ORVAPOChainDefinition(const ORVAPOChainDefinition&) = default;
-  ORVAPOChainDefinition(ORVAPOChainDefinition&&) noexcept = default;
-  ORVAPOChainDefinition& operator=(const ORVAPOChainDefinition&) = default;
-  ORVAPOChainDefinition& operator=(ORVAPOChainDefinition&&) noexcept = default;
-  virtual ~ORVAPOChainDefinition() = default;
   // Copies the first chain that shares a layout with each mask and runs in the wanted direction.
   // Returns false if there is none or if a mask is 0 or all bits.
   virtual bool FindChain(std::uint32_t input_mask, std::uint32_t output_mask, ORVAPOChain& chain,
@@ -85,7 +80,7 @@ struct ORVAPOModeContent {
 };
 
 // Built by the configuration reader, completed once, then only read, by any number of threads.
-class ORVAPOOperatingMode {
+class ORVAPOOperatingMode : public Overridable {
  public:
   // Puts public and private controls (the key among them) and the chains into an empty content.
   using ContentReader = std::function<void(ORVAPOModeContent&)>;
@@ -94,11 +89,6 @@ class ORVAPOOperatingMode {
   // A complete mode whose content is read on first use, by one thread at a time; `key` is the key
   // that CompleteRead would find in it. Copies share the content.
   ORVAPOOperatingMode(ORVAPOModeKey key, bool auto_mic, ContentReader reader);
-  ORVAPOOperatingMode(const ORVAPOOperatingMode&) = default;
-  ORVAPOOperatingMode(ORVAPOOperatingMode&&) noexcept = default;
-  ORVAPOOperatingMode& operator=(const ORVAPOOperatingMode&) = default;
-  ORVAPOOperatingMode& operator=(ORVAPOOperatingMode&&) noexcept = default;
-  virtual ~ORVAPOOperatingMode() = default;
 
   virtual const ORVAPOModeKey& GetModeKey() const { return key_; }
   virtual const ORVQVTValueList& GetPublicControls() const { return content().public_controls; }

@@ -83,4 +83,29 @@ class Thread {
   std::shared_ptr<State> state_;
 };
 
+// A thread of an object that it must not outlive: destroyed first, as the object's last member, it
+// signals `stop` and waits for the thread's end.
+class OwnedThread {
+ public:
+  OwnedThread() = default;
+  ~OwnedThread() {
+    stop.Set();
+    while (thread_ && !thread_->Wait(std::chrono::minutes(1))) {
+    }
+  }
+  OwnedThread(const OwnedThread&) = delete;
+  OwnedThread& operator=(const OwnedThread&) = delete;
+
+  // At most once. `body` returns when `stop` is signalled; false if the system has no thread left.
+  bool Start(std::function<void()> body) {
+    thread_ = Thread::Start([body = std::move(body)] { return body(), 0U; });
+    return thread_ != nullptr;
+  }
+
+  Event stop{Event::Kind::ManualReset};
+
+ private:
+  std::unique_ptr<Thread> thread_;
+};
+
 }  // namespace orv

@@ -8,6 +8,7 @@
 
 #include "orv_apo/orv_apo.h"
 #include "values/name_list.h"
+#include "values/overridable.h"
 
 namespace orv {
 
@@ -31,15 +32,8 @@ static_assert(sizeof(void*) != 8 || (offsetof(TechnologyControlRecord, minimum) 
                                      offsetof(TechnologyControlRecord, scale) == 40 &&
                                      offsetof(TechnologyControlRecord, factor) == 44));
 
-class ORVQVTControlInfo {
+class ORVQVTControlInfo : public Overridable {
  public:
-  ORVQVTControlInfo() = default;
-  ORVQVTControlInfo(const ORVQVTControlInfo&) = default;
-  ORVQVTControlInfo(ORVQVTControlInfo&&) noexcept = default;
-  ORVQVTControlInfo& operator=(const ORVQVTControlInfo&) = default;
-  ORVQVTControlInfo& operator=(ORVQVTControlInfo&&) noexcept = default;
-  virtual ~ORVQVTControlInfo() = default;
-
   virtual void AssignDescriptor(const TechnologyControlRecord& record);  // factor from the record
   // Factor 100.0 for the scale ORV_QVT_SCALE_BY100 and 1.0 for every other.
   virtual void AssignDescriptorDeriveFactor(const TechnologyControlRecord& record);

@@ -6,17 +6,12 @@
 #include <string>
 #include <vector>
 
+#include "values/overridable.h"
+
 namespace orv {
 
-class ORVQVTNameList {
+class ORVQVTNameList : public Overridable {
  public:
-  ORVQVTNameList() = default;
-  ORVQVTNameList(const ORVQVTNameList&) = default;
-  ORVQVTNameList(ORVQVTNameList&&) noexcept = default;
-  ORVQVTNameList& operator=(const ORVQVTNameList&) = default;
-  ORVQVTNameList& operator=(ORVQVTNameList&&) noexcept = default;
-  virtual ~ORVQVTNameList() = default;
-
   virtual bool Contains(const std::string& text) const {  // case-sensitive
     return std::ranges::find(names_, text) != names_.end();
   }

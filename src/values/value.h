@@ -7,22 +7,18 @@
 #include <string_view>
 
 #include "properties/property_value.h"
+#include "values/overridable.h"
 
 namespace orv {
 
 // Converts a held LongValue, int, float or std::string; wide text is narrowed when it is set. Any
 // other type is held and copied, but not converted. A conversion that fails gives empty text, -1 or
 // -1.0.
-class ORVQVTValue {
+class ORVQVTValue : public Overridable {
  public:
   ORVQVTValue();  // "Unnamed", long 0
   ORVQVTValue(std::string name, boost::any held);
   ORVQVTValue(std::string name, std::int32_t value);  // long kind
-  ORVQVTValue(const ORVQVTValue&) = default;
-  ORVQVTValue(ORVQVTValue&&) noexcept = default;
-  ORVQVTValue& operator=(const ORVQVTValue&) = default;
-  ORVQVTValue& operator=(ORVQVTValue&&) noexcept = default;
-  virtual ~ORVQVTValue() = default;
 
   const std::string& GetName() const noexcept { return name_; }
   void SetName(std::string name) { name_ = std::move(name); }

@@ -7,6 +7,7 @@
 
 #include "properties/property_set.h"
 #include "values/name_list.h"
+#include "values/overridable.h"
 #include "values/value.h"
 
 namespace orv {
@@ -23,16 +24,9 @@ enum ORVQVTMerge : std::uint32_t {
 // with `value` unchanged, for any other kind.
 bool AssignFromProperty(const boost::any& property, ORVQVTValue& value);
 
-class ORVQVTValueList {
+class ORVQVTValueList : public Overridable {
  public:
   using Map = std::map<std::string, ORVQVTValue>;
-
-  ORVQVTValueList() = default;
-  ORVQVTValueList(const ORVQVTValueList&) = default;
-  ORVQVTValueList(ORVQVTValueList&&) noexcept = default;
-  ORVQVTValueList& operator=(const ORVQVTValueList&) = default;
-  ORVQVTValueList& operator=(ORVQVTValueList&&) noexcept = default;
-  virtual ~ORVQVTValueList() = default;
 
   // Null if there is none. Valid until the value is removed or the list replaced, cleared or
   // destroyed.

@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <system_error>
 
 #include "platform/files.h"
@@ -25,18 +24,9 @@ class InotifyWatch final : public FolderWatch {
  public:
   InotifyWatch(FileDescriptor notifications, Event& changed)
       : changed_(changed), notifications_(std::move(notifications)) {}
-  ~InotifyWatch() override {
-    stop_.Set();
-    while (thread_ && !thread_->Wait(std::chrono::minutes(1))) {
-    }
-  }
 
   bool Run() {
-    thread_ = Thread::Start([this] {
-      WatchUntilStopped();
-      return 0U;
-    });
-    return thread_ != nullptr;
+    return thread_.Start([this] { WatchUntilStopped(); });
   }
 
  private:
@@ -44,9 +34,8 @@ class InotifyWatch final : public FolderWatch {
   bool ReadChanges() const noexcept;
 
   Event& changed_;
-  Event stop_{Event::Kind::ManualReset};
   FileDescriptor notifications_;
-  std::unique_ptr<Thread> thread_;
+  OwnedThread thread_;
 };
 
 // Empties the queue; true if a change in it counts.
@@ -67,7 +56,7 @@ bool InotifyWatch::ReadChanges() const noexcept {
 
 void InotifyWatch::WatchUntilStopped() noexcept {
   std::array<pollfd, 2> waits{
-      {{static_cast<int>(stop_.native()), POLLIN, 0}, {notifications_.get(), POLLIN, 0}}};
+      {{static_cast<int>(thread_.stop.native()), POLLIN, 0}, {notifications_.get(), POLLIN, 0}}};
   for (;;) {
     if (::poll(waits.data(), waits.size(), -1) < 0 && errno != EINTR) return;
     if (waits[0].revents != 0) return;

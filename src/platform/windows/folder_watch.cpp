@@ -1,7 +1,6 @@
 #include <windows.h>
 
 #include <array>
-#include <chrono>
 #include <cstddef>
 #include <system_error>
 #include <utility>
@@ -17,19 +16,10 @@ class DirectoryWatch final : public FolderWatch {
  public:
   DirectoryWatch(const std::filesystem::path& path, Handle folder, Event& changed)
       : path_(path), folder_(std::move(folder)), changed_(changed) {}
-  ~DirectoryWatch() override {
-    stop_.Set();
-    while (thread_ && !thread_->Wait(std::chrono::minutes(1))) {
-    }
-  }
 
   // True when the folder is watched.
   bool Run() {
-    thread_ = Thread::Start([this] {
-      WatchUntilStopped();
-      return 0U;
-    });
-    return thread_ && armed_.Wait() && is_watching_;
+    return thread_.Start([this] { WatchUntilStopped(); }) && armed_.Wait() && is_watching_;
   }
 
  private:
@@ -41,13 +31,12 @@ class DirectoryWatch final : public FolderWatch {
   std::filesystem::path path_;
   Handle folder_;
   Event& changed_;
-  Event stop_{Event::Kind::ManualReset};
   Event completed_{Event::Kind::AutoReset};
   Event armed_{Event::Kind::ManualReset};  // or failed to
   bool is_watching_ = false;
   OVERLAPPED request_{};
   alignas(FILE_NOTIFY_INFORMATION) std::array<std::byte, 4096> buffer_{};
-  std::unique_ptr<Thread> thread_;
+  OwnedThread thread_;
 };
 
 bool DirectoryWatch::Arm() noexcept {
@@ -89,7 +78,7 @@ bool DirectoryWatch::AnyCounts(DWORD size) const noexcept {
 void DirectoryWatch::WatchUntilStopped() noexcept {
   bool pending = is_watching_ = Arm();
   armed_.Set();
-  Event* const events[] = {&stop_, &completed_};
+  Event* const events[] = {&thread_.stop, &completed_};
   while (pending && WaitAny(events) == 1U) {
     DWORD size = 0;
     pending = false;

@@ -34,22 +34,16 @@ class RegistryHive::FileWatch {
     std::string reason;
     watch->folder_watch_ = FolderWatch::Start(folder, watch->changed_, reason);
     if (watch->folder_watch_ == nullptr) return nullptr;
-    watch->thread_ = Thread::Start([raw = watch.get()] { return raw->Run(); });
-    return watch->thread_ == nullptr ? nullptr : std::move(watch);
+    return watch->thread_.Start([raw = watch.get()] { raw->Run(); }) ? std::move(watch) : nullptr;
   }
   explicit FileWatch(std::function<void()> on_change) : on_change_(std::move(on_change)) {}
-  ~FileWatch() {
-    stop_.Set();
-    while (thread_ != nullptr && !thread_->Wait(std::chrono::seconds(60))) {
-    }
-  }
 
  private:
-  std::uint32_t Run() noexcept {
-    Event* const events[] = {&stop_, &changed_};
+  void Run() noexcept {
+    Event* const events[] = {&thread_.stop, &changed_};
     for (;;) {
       const auto signalled = WaitAny(events);
-      if (!signalled || *signalled == 0) return 0;
+      if (!signalled || *signalled == 0) return;
       try {
         on_change_();
       } catch (const std::bad_alloc&) {
@@ -61,10 +55,9 @@ class RegistryHive::FileWatch {
   }
 
   std::function<void()> on_change_;
-  Event stop_{Event::Kind::ManualReset};
   Event changed_{Event::Kind::AutoReset};
   std::unique_ptr<FolderWatch> folder_watch_;
-  std::unique_ptr<Thread> thread_;
+  OwnedThread thread_;
 };
 
 RegistryHive::RegistryHive(std::shared_ptr<FaultPlan> faults)
