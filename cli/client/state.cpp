@@ -30,12 +30,21 @@ ModeState ReadModeState(Catalog& catalog, const Endpoint& endpoint, const Mode& 
 }
 
 EndpointState ReadState(Catalog& catalog, const Endpoint& endpoint) {
+  return ReadState(catalog, endpoint, {}, [](const std::string&) { return true; });
+}
+
+EndpointState ReadState(Catalog& catalog, const Endpoint& endpoint, const EndpointState& before,
+                        const std::function<bool(const std::string& mode)>& is_changed) {
   EndpointState state;
   if (const std::optional<Mode> current = endpoint.CurrentMode())
     state.current_mode = current->name();
   const std::vector<Mode> modes = endpoint.Modes();
   if (!modes.empty()) state.enabled = modes.front().Enabled();
-  for (const Mode& mode : modes) state.modes.push_back(ReadModeState(catalog, endpoint, mode));
+  for (const Mode& mode : modes) {
+    const auto former = std::ranges::find(before.modes, mode.name(), &ModeState::name);
+    const bool is_kept = former != before.modes.end() && !is_changed(mode.name());
+    state.modes.push_back(is_kept ? *former : ReadModeState(catalog, endpoint, mode));
+  }
   return state;
 }
 

@@ -1,6 +1,7 @@
 // What clients can change on an endpoint, as one value, and the differences of two such values.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -39,6 +40,9 @@ inline constexpr char kProcessEnableName[] = "ZAPO3-Process Enable";
 // Reads again, through the component.
 ModeState ReadModeState(Catalog& catalog, const Endpoint& endpoint, const Mode& mode);
 EndpointState ReadState(Catalog& catalog, const Endpoint& endpoint);
+// The same, but modes that `is_changed` does not name keep what they were in `before`.
+EndpointState ReadState(Catalog& catalog, const Endpoint& endpoint, const EndpointState& before,
+                        const std::function<bool(const std::string& mode)>& is_changed);
 
 // In the order: current mode, switch, controls by mode and name. Modes and controls that `to` lacks
 // have not changed.

@@ -3,8 +3,8 @@
 #include <cmath>
 
 #include "cli/client/host.h"
+#include "cli/client/level_reader.h"
 #include "cli/commands/commands.h"
-#include "cli/show/analysis_view.h"
 #include "cli/show/scale.h"
 #include "cli/show/select.h"
 
@@ -22,109 +22,33 @@ constexpr CommandText kAnalyseText = {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t kPeakChannels = 8;
-
 struct AnalyseArguments : EndpointArguments {
   std::vector<std::string> frequencies;  // lists with commas, in Hz
   bool once = false;
   std::optional<double> seconds;  // end after this time
 };
 
-// The highest levels since the last reading, in dB.
-struct Reading {
-  explicit Reading(std::size_t bands)
-      : peaks(kPeakChannels, LevelMeter::kSilence),
-        spectrum(kSpectrumChannels, std::vector<float>(bands, LevelMeter::kSilence)) {}
-
-  std::vector<float> peaks;
-  std::vector<std::vector<float>> spectrum;  // by channel and band
-};
-
 // Reads the levels of an endpoint until interrupted, or until the time is over.
-class Listener {
+class Listener : public LevelReader {
  public:
   Listener(const Endpoint& endpoint, std::size_t channels, std::vector<Band> bands,
            std::optional<double> seconds)
-      : channels_(channels),
-        bands_(std::move(bands)),
-        reading_(bands_.size()),
-        end_(EndAfter(seconds)) {
-    Require(endpoint.object()->get_AnalysisData(analysis_.Put()), "listening to " + endpoint.name(),
-            "Its sound cannot be captured; another program may hold the device, or it has just "
-            "been unplugged.");
-    for (const Band& band : bands_)
-      points_.insert(points_.end(), band.points.begin(), band.points.end());
-    levels_.resize(points_.size());
-  }
+      : LevelReader(endpoint, std::move(bands)), channels_(channels), end_(EndAfter(seconds)) {}
 
   std::size_t channels() const noexcept { return channels_; }  // of the stream
-  const std::vector<Band>& bands() const noexcept { return bands_; }
-
-  void Poll() {
-    for (std::size_t channel = 0; channel < kSpectrumChannels; ++channel) {
-      Require(analysis_->GetSpectralData(static_cast<USHORT>(channel),
-                                         static_cast<USHORT>(points_.size()), points_.data(),
-                                         levels_.data()),
-              "reading the spectrum", "");
-      auto level = levels_.begin();
-      for (std::size_t band = 0; band < bands_.size(); ++band) {
-        float& highest = reading_.spectrum[channel][band];
-        for (std::size_t i = 0; i < bands_[band].points.size(); ++i)
-          highest = std::max(highest, *level++);
-      }
-    }
-    float peaks[kPeakChannels];
-    Require(analysis_->GetPeaks(peaks), "reading the peaks", "");
-    for (std::size_t c = 0; c < kPeakChannels; ++c)
-      reading_.peaks[c] = std::max(reading_.peaks[c], peaks[c]);
-  }
-  // Waits for the next poll. False at the end.
-  bool Wait() {
-    // The engine keeps about two packets of 10 ms for a listener.
-    constexpr std::chrono::milliseconds kPollInterval{15};
-    return !stop_.Wait(kPollInterval) && (!end_ || Clock::now() < *end_);
-  }
-
   // Those whose peaks the component has.
-  std::size_t ReportedChannels() const { return std::min(channels_, kPeakChannels); }
-  Reading Take() { return std::exchange(reading_, Reading(bands_.size())); }
+  std::size_t ReportedChannels() const { return std::min(channels_, LevelReading::kPeaks); }
+  // Waits for the next poll. False at the end.
+  bool Wait() { return !stop_.Wait(kPollInterval) && (!end_ || Clock::now() < *end_); }
 
  private:
   std::size_t channels_;
-  std::vector<Band> bands_;
-  ComPtr<IAnalysisData> analysis_;
-  std::vector<ULONG> points_;
-  std::vector<float> levels_;
-  Reading reading_;
   Event stop_{Event::Kind::ManualReset};
   StopOnSignal signals_{stop_};
   std::optional<Clock::time_point> end_;
 };
 
-// Silence has no level: null.
-Json LevelJson(float level) { return std::isfinite(level) ? Json(level) : Json(); }
-
-Json ReadingJson(const Reading& reading, const std::vector<Band>& bands) {
-  Json peaks = Json::array();
-  for (const float peak : reading.peaks) peaks.push_back(LevelJson(peak));
-  Json spectrum = Json::array();
-  for (std::size_t channel = 0; channel < reading.spectrum.size(); ++channel) {
-    for (std::size_t band = 0; band < bands.size(); ++band) {
-      Json entry = {{"channel", channel},
-                    {"frequency", bands[band].frequency},
-                    {"db", LevelJson(reading.spectrum[channel][band])}};
-      if (bands[band].same_bins_as) entry["same_bins_as"] = *bands[band].same_bins_as;
-      spectrum.push_back(std::move(entry));
-    }
-  }
-  return {{"peaks", std::move(peaks)}, {"spectrum", std::move(spectrum)}};
-}
-
-bool NoSound(const Reading& reading) {
-  return std::ranges::none_of(reading.peaks, [](float peak) { return std::isfinite(peak); });
-}
-
-void ShowReading(Context& context, const Reading& reading, const Listener& listener) {
+void ShowReading(Context& context, const LevelReading& reading, const Listener& listener) {
   Table peaks({{"CHANNEL"}, {"PEAK", Align::Right}});
   for (std::size_t c = 0; c < listener.ReportedChannels(); ++c)
     peaks.Add({ChannelName(c, listener.channels()), LevelText(reading.peaks[c])});
@@ -146,8 +70,8 @@ void ShowReading(Context& context, const Reading& reading, const Listener& liste
         listener.channels(), listener.ReportedChannels(), kSpectrumChannels));
 }
 
-std::string PeakLine(const Reading& reading, const Listener& listener) {
-  if (NoSound(reading)) return "silence";
+std::string PeakLine(const LevelReading& reading, const Listener& listener) {
+  if (reading.IsSilent()) return "silence";
   std::string line;
   for (std::size_t c = 0; c < listener.ReportedChannels(); ++c)
     line +=
@@ -164,17 +88,17 @@ void ListenOnce(Context& context, Listener& listener) {
     listener.Poll();
   } while (listener.Wait());
   listener.Poll();
-  const Reading reading = listener.Take();
-  if (context.output.json()) return context.output.Value(ReadingJson(reading, listener.bands()));
+  const LevelReading reading = listener.Take();
+  if (context.output.json()) return context.output.Value(ToJson(reading, listener.bands()));
   ShowReading(context, reading, listener);
 }
 
 void PrintLines(Context& context, Listener& listener) {
   constexpr std::chrono::seconds kLineInterval{1};
   const auto print = [&] {
-    const Reading reading = listener.Take();
+    const LevelReading reading = listener.Take();
     if (context.output.json())
-      context.output.JsonLine(ReadingJson(reading, listener.bands()));
+      context.output.JsonLine(ToJson(reading, listener.bands()));
     else
       context.output.Line(PeakLine(reading, listener));
   };
@@ -213,10 +137,10 @@ class LiveView {
     return true;
   }
 
-  void Update(const Reading& reading, double seconds) {
+  void Update(const LevelReading& reading, double seconds) {
     constexpr double kSilenceSeconds = 1;
     if (picture_.frozen) return;
-    silent_seconds_ = NoSound(reading) ? silent_seconds_ + seconds : 0;
+    silent_seconds_ = reading.IsSilent() ? silent_seconds_ + seconds : 0;
     picture_.silent = silent_seconds_ >= kSilenceSeconds;
     for (std::size_t c = 0; c < picture_.peaks.size(); ++c)
       picture_.peaks[c].Update(reading.peaks[c], seconds);

@@ -4,8 +4,7 @@
 #include <memory>
 
 #include "cli/client/host.h"
-#include "cli/client/registry.h"
-#include "cli/client/state.h"
+#include "cli/client/watched_endpoint.h"
 #include "cli/commands/commands.h"
 #include "cli/show/clock.h"
 #include "cli/show/names.h"
@@ -36,13 +35,6 @@ struct WatchArguments {
   bool utc = false;               // whole UTC times in text lines
   std::uint32_t count = 0;        // end after so many changes; 0: never
   std::optional<double> seconds;  // end after this time
-};
-
-// An endpoint and what was last read of it.
-struct Watched {
-  Endpoint endpoint;
-  KeyWatch key;
-  EndpointState state;
 };
 
 // What a script gets for a value.
@@ -109,42 +101,6 @@ class Reporter {
   std::uint32_t count_ = 0;
 };
 
-// Reports once that a simulated machine's files cannot be read, and that they can be again: the
-// component goes on with what it last read.
-class MachineCheck {
- public:
-  MachineCheck(Context& context, const std::filesystem::path& folder)
-      : context_(context), folder_(folder), written_(Written()) {}
-
-  void Look() {
-    const auto written = Written();
-    if (folder_.empty() || (written == written_ && written && fault_.empty())) return;
-    written_ = written;
-    std::string fault;
-    try {
-      OpenMachine(folder_);
-    } catch (const Failure& failure) {
-      fault = failure.what();
-    }
-    if (fault == fault_) return;
-    fault_ = std::move(fault);
-    context_.output.Notice(fault_.empty() ? "The machine can be read again."
-                                          : "orvctl: " + fault_ + "\nStill watching.");
-  }
-
- private:
-  std::optional<std::filesystem::file_time_type> Written() const {
-    std::error_code error;
-    const auto time = std::filesystem::last_write_time(folder_ / "registry.reg", error);
-    return error ? std::nullopt : std::optional(time);
-  }
-
-  Context& context_;
-  std::filesystem::path folder_;
-  std::optional<std::filesystem::file_time_type> written_;
-  std::string fault_;
-};
-
 // Up to the next look at the machine.
 std::chrono::milliseconds TimeLeft(const std::optional<Clock::time_point>& end) {
   constexpr std::chrono::milliseconds kBetweenLooks{1000};
@@ -161,7 +117,7 @@ class Watcher {
   Watcher(Context& context, const WatchArguments& arguments)
       : context_(context),
         reporter_(context, arguments),
-        check_(context, context.session().machine_folder()),
+        check_(context.session().machine_folder()),
         end_(EndAfter(arguments.seconds)) {
     events_.push_back(&stop_);
     std::vector<Endpoint> endpoints;
@@ -173,17 +129,12 @@ class Watcher {
     for (std::size_t i = 0; i < std::min(endpoints.size(), kChangeEvents); ++i)
       events_.push_back(
           changed_.emplace_back(std::make_unique<Event>(Event::Kind::AutoReset)).get());
-    Registry& registry = context.session().machine().registry();
-    for (Endpoint& endpoint : endpoints) {
-      const std::string path = endpoint.RegistryPath();
-      Event& changed = *changed_[watched_.size() % changed_.size()];
-      watched_.push_back({std::move(endpoint), KeyWatch(registry, path, changed), {}});
-      // Armed before each reading, so that a change after the reading starts the next one.
-      watched_.back().key.Arm();
-      watched_.back().state = ReadState(context.catalog(), watched_.back().endpoint);
-    }
+    for (Endpoint& endpoint : endpoints)
+      watched_.push_back(std::make_unique<WatchedEndpoint>(
+          context.session(), context.catalog(), std::move(endpoint),
+          *changed_[watched_.size() % changed_.size()]));
     context.output.Notice("Watching " +
-                          (watched_.size() == 1 ? Printable(watched_.front().endpoint.name())
+                          (watched_.size() == 1 ? Printable(watched_.front()->endpoint().name())
                                                 : Counted(watched_.size(), "endpoint")) +
                           "; Ctrl+C ends it.");
   }
@@ -192,32 +143,37 @@ class Watcher {
     for (;;) {
       const std::optional<std::size_t> signalled = WaitAny(events_, TimeLeft(end_));
       if (signalled == std::size_t{0} || (!signalled && end_ && Clock::now() >= *end_)) return;
-      check_.Look();
+      ReportMachine();
       for (std::size_t i = signalled.value_or(0) - 1; signalled && i < watched_.size();
            i += changed_.size())
-        if (!ReportChanges(watched_[i])) return;
+        if (!ReportChanges(*watched_[i])) return;
     }
   }
 
  private:
-  bool ReportChanges(Watched& watched) {
-    watched.key.Arm();
-    EndpointState next = ReadState(context_.catalog(), watched.endpoint);
-    for (const Change& change : Differences(watched.state, next))
-      if (!reporter_.Report(watched.endpoint, change)) return false;
-    watched.state = std::move(next);
+  bool ReportChanges(WatchedEndpoint& watched) {
+    for (const Change& change : watched.FindChanges())
+      if (!reporter_.Report(watched.endpoint(), change)) return false;
     return true;
+  }
+  void ReportMachine() {
+    const std::string& fault = check_.Fault();
+    if (fault == fault_) return;
+    fault_ = fault;
+    context_.output.Notice(fault.empty() ? "The machine can be read again."
+                                         : "orvctl: " + fault + "\nStill watching.");
   }
 
   Context& context_;
   Reporter reporter_;
   MachineCheck check_;
+  std::string fault_;  // that was reported
   std::optional<Clock::time_point> end_;
   Event stop_{Event::Kind::ManualReset};
   StopOnSignal signals_{stop_};
   std::vector<std::unique_ptr<Event>> changed_;
   std::vector<Event*> events_;  // the request to stop first
-  std::vector<Watched> watched_;
+  std::vector<std::unique_ptr<WatchedEndpoint>> watched_;
 };
 
 void Watch(Context& context, const WatchArguments& arguments) { Watcher(context, arguments).Run(); }

@@ -21,8 +21,8 @@ function add(change) {
       'li',
       {},
       el('time', { datetime: change.time }, when.toLocaleTimeString()),
-      `${change.name}: ${change.text_from ?? change.from ?? '–'} → `,
-      el('strong', {}, String(change.text_to ?? change.to ?? '–')),
+      `${change.name}: ${change.from_text ?? '–'} → `,
+      el('strong', {}, String(change.to_text ?? '–')),
       el('span', { class: 'quiet' }, ` ${where ? `(${where}) ` : ''}by ${source(change.origin)}`),
     ),
   );

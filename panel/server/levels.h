@@ -7,10 +7,9 @@
 #include <memory>
 #include <set>
 #include <string>
-#include <vector>
 
 #include "cli/client/context.h"
-#include "cli/show/analysis_view.h"
+#include "cli/client/level_reader.h"
 
 namespace orv::panel {
 
@@ -19,8 +18,7 @@ class Levels {
  public:
   // Receives an endpoint as it was asked for, and the data of its event.
   using Report = std::function<void(const std::string& endpoint, const cli::Json& data)>;
-  // The engine keeps about two packets of 10 ms for a listener.
-  static constexpr std::chrono::milliseconds kPollInterval{15};
+  static constexpr std::chrono::milliseconds kPollInterval = cli::LevelReader::kPollInterval;
 
   Levels(cli::Context& context, Report report);
   ~Levels();

@@ -2,14 +2,12 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "cli/client/context.h"
-#include "cli/client/registry.h"
-#include "cli/client/state.h"
+#include "cli/client/watched_endpoint.h"
 #include "platform/synchronization.h"
 
 namespace orv::panel {
@@ -41,19 +39,9 @@ class Watcher {
   bool FindEndpoints();
 
  private:
-  using Values = std::map<std::wstring, std::vector<std::uint8_t>>;
-  struct Watched {
-    cli::Endpoint endpoint;
-    cli::KeyWatch watch;
-    Values values;  // of the endpoint's key, as they are stored
-    cli::EndpointState state;
-  };
-
-  void RequireFolder() const;
   void Load();
-  void Compare(Watched& watched, const std::string& origin);
-  void ReportChange(const Watched& watched, const cli::Change& change, const std::string& origin);
-  Values StoredValues(const cli::Endpoint& endpoint);
+  void ReportChange(const std::string& endpoint, const cli::Change& change,
+                    const std::string& origin);
   // One text that differs when what "endpoints" shows differs, but for the current mode.
   std::string Signature();
   // Runs `step`, and reports a failure as a lost machine.
@@ -63,7 +51,8 @@ class Watcher {
   cli::Context& context_;
   Event& changed_;
   Report report_;
-  std::vector<std::unique_ptr<Watched>> endpoints_;
+  std::vector<std::unique_ptr<cli::WatchedEndpoint>> endpoints_;
+  std::optional<cli::MachineCheck> check_;
   std::string signature_;
   std::uint32_t sequence_ = 0;
   bool running_ = false;

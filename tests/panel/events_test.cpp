@@ -27,7 +27,7 @@ TEST(Events, ChangesArriveWithTheirValuesAndWhoMadeThem) {
   EXPECT_EQ(change["mode"], "ApoOpMode:Music/Internal");
   EXPECT_EQ(change["name"], "VQ3D-DC Level");
   EXPECT_EQ(change["to"], 11);
-  EXPECT_EQ(change["text_to"], "11 %");
+  EXPECT_EQ(change["to_text"], "11 %");
   EXPECT_EQ(change["origin"], "other");
   EXPECT_EQ(change["endpoint"], machine.Answer({"endpoints"})[1]["id"]);
 
@@ -38,7 +38,7 @@ TEST(Events, ChangesArriveWithTheirValuesAndWhoMadeThem) {
     if (seen["seq"] == 1) seen = one->Next("change").data;
     EXPECT_EQ(seen["seq"], 2);
     EXPECT_EQ(seen["what"], "switch");
-    EXPECT_EQ(seen["text_to"], "off");
+    EXPECT_EQ(seen["to_text"], "off");
     EXPECT_EQ(seen["origin"], page.client());
   }
 }
@@ -49,13 +49,13 @@ TEST(Events, AMachineThatIsGoneIsReportedAndFoundAgain) {
   Page page(service.caller());
   const std::filesystem::path moved = machine.Path("elsewhere");
   std::filesystem::rename(machine.machine(), moved);
-  EXPECT_THAT(page.Next().data.value("message", ""), testing::HasSubstr("is not there"));
+  EXPECT_THAT(page.Next().data.value("message", ""), testing::HasSubstr("machine.json: No such file"));
   Page late(service.caller());
   EXPECT_EQ(late.Next().name, "lost");
   std::filesystem::rename(moved, machine.machine());
   EXPECT_EQ(page.Next().name, "found");
   machine.Answer({"enable", "0", "off"});
-  EXPECT_EQ(page.Next("change").data["text_to"], "off");
+  EXPECT_EQ(page.Next("change").data["to_text"], "off");
 }
 
 TEST(Events, LevelsAreForThePagesThatLook) {
