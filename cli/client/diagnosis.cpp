@@ -27,14 +27,15 @@ std::string SystemErrorWords(RegStatus status) {
   return StatusText(orv_apo::StatusOfSystemError(static_cast<DWORD>(status)));
 }
 
-// Writes a value under a name of its own into the key, reads and deletes it.
-RegStatus TryKey(Machine& machine, const std::wstring& path) {
+// Opens the key for writing and, unless `read_only`, writes a value under a name of its own into
+// it, reads and deletes it.
+RegStatus TryKey(Machine& machine, const std::wstring& path, bool read_only) {
   static std::atomic<unsigned> count{0};
   const auto now = std::chrono::system_clock::now().time_since_epoch().count();
   const std::wstring name = WideFromUtf8(fmt::format("orvctl doctor {}.{}", now, ++count));
   std::unique_ptr<RegistryKey> key;
   RegStatus status = machine.registry().OpenKey(RegRoot::LocalMachine, path, kSettingsAccess, key);
-  if (status != kRegOk) return status;
+  if (status != kRegOk || read_only) return status;
   constexpr std::uint32_t kProbe = 0x0D0C7023;
   std::uint32_t found = 0;
   std::uint32_t size = sizeof found;
@@ -128,11 +129,13 @@ void Diagnosis::ExamineConfiguration(const ORVAPOEndpointInfo& info) {
 
 void Diagnosis::ExamineRights(const ORVAPOEndpointInfo& info) {
   const std::filesystem::path& machine = context_.session().machine_folder();
-  const RegStatus status = TryKey(machine_, info.apo_key_path());
+  const RegStatus status = TryKey(machine_, info.apo_key_path(), read_only_);
+  const char* const done = read_only_ ? "opened for reading and writing; nothing was written"
+                                      : "a value was written, read and removed";
+  const char* const failed = read_only_ ? "cannot be opened for reading and writing: "
+                                        : "a value could not be written, read and removed: ";
   std::string detail = "HKEY_LOCAL_MACHINE\\" + Utf8FromWide(info.apo_key_path());
-  detail += status == kRegOk
-                ? ": a value was written, read and removed"
-                : ": a value could not be written, read and removed: " + SystemErrorWords(status);
+  detail += ": " + (status == kRegOk ? done : failed + SystemErrorWords(status));
   std::string remedy = "Give this user the rights to read and set values of that key";
   if (!machine.empty())
     remedy += fmt::format(", and room and the right to write in {}",

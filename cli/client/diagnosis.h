@@ -27,7 +27,9 @@ std::string NameOf(const ORVAPOEndpointInfo& info);
 
 class Diagnosis {
  public:
-  explicit Diagnosis(Context& context) : context_(context), machine_(context.session().machine()) {}
+  // Rights are examined by writing and removing a value, with `read_only` by opening the key alone.
+  Diagnosis(Context& context, bool read_only)
+      : context_(context), machine_(context.session().machine()), read_only_(read_only) {}
 
   void ExamineTechnology();
   // Examines all but the DSP. Returns the endpoint if the component opens it and answers every
@@ -50,6 +52,7 @@ class Diagnosis {
 
   Context& context_;
   Machine& machine_;
+  bool read_only_;
   std::string label_;
   std::vector<Check> checks_;
 };

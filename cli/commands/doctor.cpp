@@ -22,6 +22,7 @@ constexpr CommandText kExamineText = {
 struct DoctorArguments {
   std::string endpoint;
   bool all = false;
+  bool read_only = false;
 };
 
 // The endpoint that the text means, as in "endpoints"; all of them for empty text. The component
@@ -71,7 +72,7 @@ std::string Verdict(const std::vector<Check>& checks, std::size_t endpoints) {
 void Examine(Context& context, const DoctorArguments& arguments) {
   const std::vector<ORVAPOEndpointInfo> infos =
       Chosen(context, arguments.endpoint, ReadEndpoints(context.session()));
-  Diagnosis diagnosis(context);
+  Diagnosis diagnosis(context, arguments.read_only);
   diagnosis.ExamineTechnology();
   for (const ORVAPOEndpointInfo& info : infos) {
     if (const std::optional<Endpoint> endpoint = diagnosis.Examine(info))
@@ -101,6 +102,8 @@ void AddDoctorCommand(CLI::App& app, Context& context) {
   auto [doctor, arguments] = AddCommand(app, context, Examine, kExamineText);
   doctor.add_option("ENDPOINT", arguments.endpoint, kEndpointHelp);
   doctor.add_flag(kLongOption, arguments.all, "Show the checks that are ok, too");
+  doctor.add_flag("--read-only", arguments.read_only,
+                  "Write no test value: the rights are examined by opening the key");
 }
 
 }  // namespace orv::cli

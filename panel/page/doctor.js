@@ -13,8 +13,8 @@ async function examine() {
       'p',
       { class: bad.length ? 'problem' : 'good' },
       bad.length
-        ? `${bad.length} of ${checks.length} checks found something.`
-        : `All ${checks.length} checks are well.`,
+        ? `${bad.length} of ${checks.length} checks found a problem.`
+        : `All ${checks.length} checks are ok.`,
     ),
     ...bad.map((check) =>
       el(
@@ -55,7 +55,5 @@ export function start() {
     message && byId('doctor').replaceChildren(el('p', { class: 'problem' }, message));
   const again = () => examine().catch((error) => report(error.message));
   onPress(byId('examine'), examine, report);
-  // It writes and removes a value to examine the rights.
-  const isWanted = () => !state.readOnly;
-  for (const topic of ['endpoint', 'mode', 'enabled', 'pushed']) on(topic, () => isWanted() && again());
+  for (const topic of ['endpoint', 'mode', 'enabled', 'pushed']) on(topic, again);
 }
