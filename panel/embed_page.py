@@ -1,14 +1,20 @@
 #!/usr/bin/env python3
-"""Writes the page's files as a C++ source.
+"""Writes the page's files as a C++ source, each as it is and compressed.
 
   embed_page.py OUTPUT FOLDER [FILE=NAME ...]   the files of the folder under their own names, and others under the given ones
 """
+import gzip
 import hashlib
 import os
 import sys
 
 TYPES = {".html": "text/html; charset=utf-8", ".css": "text/css; charset=utf-8", ".js": "text/javascript; charset=utf-8",
          ".svg": "image/svg+xml", ".txt": "text/plain; charset=utf-8"}
+
+
+def trimmed(content):
+    """The page's own text without indents and lines of comment; its lines keep their numbers."""
+    return b"\n".join(b"" if line.strip().startswith(b"//") else line.strip() for line in content.split(b"\n"))
 
 
 def literal(content):
@@ -23,11 +29,12 @@ files += [tuple(other.split("=", 1)) for other in others]
 contents, rows = [], []
 for number, (path, name) in enumerate(files):
     with open(path, "rb") as file:
-        content = file.read()
+        content = trimmed(file.read()) if path.startswith(folder) else file.read()
     tag = hashlib.sha256(content).hexdigest()[:16]
-    contents.append(f"constexpr char k{number}[] =\n{literal(content)};")
-    rows.append(f'    {{"/{"" if name == "index.html" else name}", "{TYPES[os.path.splitext(name)[1]]}", "\\"{tag}\\"",\n'
-                f"     {{k{number}, sizeof k{number} - 1}}}}")
+    zipped = gzip.compress(content, mtime=0)
+    contents.append(f"constexpr char k{number}[] =\n{literal(content)};\nconstexpr char kZipped{number}[] =\n{literal(zipped)};")
+    rows.append(f'    {{"/{"" if name == "index.html" else name}", "{TYPES[os.path.splitext(name)[1]]}", "W/\\"{tag}\\"",\n'
+                f"     {{k{number}, sizeof k{number} - 1}}, {{kZipped{number}, sizeof kZipped{number} - 1}}}}")
 source = "\n".join(['#include "panel/server/page_files.h"', "", "namespace orv::panel {", "namespace {", "", *contents, "",
                     "constexpr PageFile kFiles[] = {", ",\n".join(rows) + "};", "", "}  // namespace", "",
                     "std::span<const PageFile> PageFiles() { return kFiles; }", "", "}  // namespace orv::panel", ""])

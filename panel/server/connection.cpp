@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <boost/asio/write.hpp>
 #include <boost/beast/http/read.hpp>
+#include <boost/beast/http/rfc7230.hpp>
 #include <iterator>
 #include <utility>
 
@@ -54,6 +55,16 @@ std::string HeadText(const Answer& answer, std::optional<std::size_t> size, bool
                      says_how_long ? "" : kNotKept, kSafety, keep_alive ? "keep-alive" : "close");
 }
 
+bool AcceptsGzip(boost::beast::string_view header) {
+  for (const auto& [coding, parameters] : http::ext_list(header)) {
+    if (!boost::beast::iequals(coding, "gzip")) continue;
+    return std::ranges::none_of(parameters, [](const auto& one) {  // "q=0", "q=0.00"
+      return one.first == "q" && one.second.find_first_not_of("0.") == one.second.npos;
+    });
+  }
+  return false;
+}
+
 // The fault of a request that did not arrive whole; nullopt if it needs no answer.
 std::optional<Refusal> RefusalOf(const boost::system::error_code& error) {
   if (error == http::error::header_limit || error == http::error::buffer_overflow)
@@ -85,6 +96,8 @@ void Connection::Close() {
 }
 
 void Connection::SetTimer(std::chrono::milliseconds limit, Waiting waiting) {
+  // What was written in the meantime may still report itself after Close.
+  if (!socket_.is_open()) return;
   waiting_ = waiting;
   timer_.expires_after(limit);
   timer_.async_wait([self = shared_from_this()](const Error& error) {
@@ -165,7 +178,8 @@ RequestHead Connection::Head() const {
           .authorization = header(http::field::authorization),
           .content_type = header(http::field::content_type),
           .marker = header("X-Orvctl"),
-          .client = header("X-Orvctl-Client")};
+          .client = header("X-Orvctl-Client"),
+          .gesture = header("X-Orvctl-Gesture")};
 }
 
 // What the head alone shows; a refused body is never read.
@@ -195,13 +209,17 @@ void Connection::AnswerFile(std::string_view path) {
   const auto file = std::ranges::find(files, path, &PageFile::path);
   if (file == files.end()) return Reply(ToAnswer({404, "no such file.", ""}, false));
   const auto& known = parser_->get()[http::field::if_none_match];
-  Answer answer{.type = std::string(file->type), .body = std::string(file->content), .headers = {}};
+  const bool zipped = AcceptsGzip(parser_->get()[http::field::accept_encoding]);
+  Answer answer{.type = std::string(file->type),
+                .body = std::string(zipped ? file->zipped : file->content),
+                .headers = "Vary: Accept-Encoding\r\n"};
+  if (zipped) answer.headers += "Content-Encoding: gzip\r\n";
   if (HasKeyInAddress(Head(), owner_.rules())) {
-    answer.headers = fmt::format("Set-Cookie: {}={}; HttpOnly; SameSite=Strict; Path=/\r\n",
-                                 owner_.rules().cookie, owner_.rules().key);
+    answer.headers += fmt::format("Set-Cookie: {}={}; HttpOnly; SameSite=Strict; Path=/\r\n",
+                                  owner_.rules().cookie, owner_.rules().key);
     return Reply(answer);
   }
-  answer.headers = fmt::format("Cache-Control: no-cache\r\nETag: {}\r\n", file->tag);
+  answer.headers += fmt::format("Cache-Control: no-cache\r\nETag: {}\r\n", file->tag);
   if (std::string_view(known.data(), known.size()) == file->tag) {
     answer.status = 304;
     answer.body.clear();

@@ -9,8 +9,9 @@ namespace orv::panel {
 struct PageFile {
   std::string_view path;  // "/" for the page itself, "/panel.css"
   std::string_view type;  // of its content
-  std::string_view tag;   // with its quotes; another one for another content
+  std::string_view tag;   // weak, as it is the same for both forms; another one for another content
   std::string_view content;
+  std::string_view zipped;  // the content, compressed by gzip
 };
 
 std::span<const PageFile> PageFiles();
