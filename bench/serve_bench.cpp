@@ -101,5 +101,28 @@ void BM_ChangeAndItsEvent(benchmark::State& state) {
 }
 BENCHMARK(BM_ChangeAndItsEvent)->Unit(benchmark::kMillisecond);
 
+// The share of a core that one page with live levels costs, the page's own reading, the simulated
+// engine and its sound included.
+void BM_LiveLevels(benchmark::State& state) {
+  const Bench bench;
+  Page page(bench.caller(), "0");
+  page.Next("levels");
+  double least = 100;
+  int events = 0;
+  constexpr std::chrono::seconds kTime{2};
+  for (auto _ : state) {
+    const auto end = std::chrono::steady_clock::now() + kTime;
+    events = 0;
+    const double busy = ProcessorTime(1, [&] {
+      for (; std::chrono::steady_clock::now() < end; ++events) page.Next("levels");
+    });
+    least = std::min(least, 100 * busy / std::chrono::duration<double, std::nano>(kTime).count());
+  }
+  state.counters["percent_of_a_core"] = least;
+  state.counters["events_a_second"] =
+      static_cast<double>(events) / std::chrono::duration<double>(kTime).count();
+}
+BENCHMARK(BM_LiveLevels)->Iterations(5)->Unit(benchmark::kMillisecond);
+
 }  // namespace
 }  // namespace orv::panel

@@ -26,8 +26,8 @@ std::string_view TakeLine(std::string_view& text) {
 }
 
 bool IsOwnOption(std::string_view word) {
-  constexpr std::array kOptions = {"--mode=", "--list=", "--channel=", "--from", "--default",
-                                   "--force", "--list",  "--dry-run",  "-"};
+  constexpr std::array kOptions = {"--mode=", "--list=", "--channel=", "--from",      "--default",
+                                   "--force", "--list",  "--dry-run",  "--read-only", "-"};
   return std::ranges::any_of(kOptions, [&](std::string_view option) {
     return option.ends_with('=') ? word.size() > option.size() && word.starts_with(option)
                                  : word == option;
@@ -53,7 +53,7 @@ void Run(std::span<const std::uint8_t> bytes) {
   RequestHead head{};
   for (std::string_view* line :
        {&head.method, &head.target, &head.host, &head.origin, &head.cookie, &head.authorization,
-        &head.content_type, &head.marker, &head.client})
+        &head.content_type, &head.marker, &head.client, &head.gesture})
     *line = TakeLine(text);
   if (!RefuseAccess(head, kRules))
     Require(head.target.find(kRules.key) != std::string_view::npos ||

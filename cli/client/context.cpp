@@ -116,7 +116,7 @@ Journal Context::JournalOf(const Endpoint& endpoint) {
 void Context::Keep(const Endpoint& endpoint, const std::string& command,
                    const std::vector<Change>& changes) {
   try {
-    JournalOf(endpoint).Add(command, changes);
+    JournalOf(endpoint).Add(command, changes, gesture);
   } catch (const std::exception& failure) {
     output.Notice(fmt::format("\"undo\" cannot take this back: {}", failure.what()));
   }

@@ -30,6 +30,7 @@ class Context {
   ExitStatus exit_status = kDone;
   std::istream* input = nullptr;  // what "-" reads instead of standard input
   std::chrono::milliseconds lock_limit = ChangeLock::kLimit;
+  std::string gesture;  // changes of the same one (not empty) are taken back together
 
   Session& session();
   Catalog& catalog();

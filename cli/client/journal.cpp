@@ -2,7 +2,9 @@
 
 #include <fmt/chrono.h>
 
+#include <algorithm>
 #include <chrono>
+#include <optional>
 
 #include "cli/client/host.h"
 #include "cli/offline/files.h"
@@ -22,7 +24,9 @@ Json EntryJson(const JournalEntry& entry) {
                        {"name", change.name},
                        {"from", change.from},
                        {"to", change.to}});
-  return {{"time", entry.time}, {"command", entry.command}, {"changes", changes}};
+  Json json = {{"time", entry.time}, {"command", entry.command}, {"changes", changes}};
+  if (!entry.gesture.empty()) json["gesture"] = entry.gesture;
+  return json;
 }
 
 // A value that a change can have. Throws Json::exception for other kinds.
@@ -33,11 +37,34 @@ Json ValueFrom(const Json& json) {
 
 // Throws Json::exception for what EntryJson does not make.
 JournalEntry EntryFrom(const Json& json) {
-  JournalEntry entry{.time = json.at("time"), .command = json.at("command"), .changes = {}};
+  JournalEntry entry{.time = json.at("time"),
+                     .command = json.at("command"),
+                     .changes = {},
+                     .gesture = json.value("gesture", "")};
   for (const Json& change : json.at("changes"))
     entry.changes.push_back({change.at("what"), change.at("mode"), change.at("name"),
                              ValueFrom(change.at("from")), ValueFrom(change.at("to"))});
   return entry;
+}
+
+// The changes as one with those before them; nullopt if one of them does not begin where the one
+// before it ended.
+std::optional<std::vector<Change>> Joined(std::vector<Change> before,
+                                          const std::vector<Change>& changes) {
+  for (const Change& change : changes) {
+    const auto same = std::ranges::find_if(before, [&](const Change& one) {
+      return one.what == change.what && one.mode == change.mode && one.name == change.name;
+    });
+    if (same == before.end()) {
+      before.push_back(change);
+    } else if (same->to == change.from) {
+      same->to = change.to;
+    } else {
+      return std::nullopt;
+    }
+  }
+  std::erase_if(before, [](const Change& change) { return change.from == change.to; });
+  return before;
 }
 
 }  // namespace
@@ -63,12 +90,21 @@ std::vector<JournalEntry> Journal::Read() const {
       PathText(file_));
 }
 
-void Journal::Add(const std::string& command, const std::vector<Change>& changes) const {
+void Journal::Add(const std::string& command, const std::vector<Change>& changes,
+                  const std::string& gesture) const {
   if (changes.empty()) return;
   std::vector<JournalEntry> entries = Read();
+  std::optional<std::vector<Change>> joined;
+  if (!gesture.empty() && !entries.empty() && entries.back().gesture == gesture &&
+      entries.back().command == command)
+    joined = Joined(entries.back().changes, changes);
+  if (joined) entries.pop_back();
   const auto now =
       std::chrono::time_point_cast<std::chrono::seconds>(std::chrono::system_clock::now());
-  entries.push_back({fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(now)), command, changes});
+  if (!joined) joined = changes;
+  if (!joined->empty())
+    entries.push_back(
+        {fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(now)), command, *joined, gesture});
   if (entries.size() > kMostEntries)
     entries.erase(entries.begin(), entries.end() - static_cast<std::ptrdiff_t>(kMostEntries));
   Write(entries);

@@ -13,6 +13,7 @@ struct JournalEntry {
   std::string time;     // UTC, "2026-03-02T09:14:07Z"
   std::string command;  // the command's name
   std::vector<Change> changes;
+  std::string gesture = {};  // of the user's hand that made it in steps; empty: made at once
 };
 
 // The last entries of one endpoint, oldest first, in a file of the machine's data folder. Holders
@@ -25,9 +26,11 @@ class Journal {
 
   // Throws Failure if the file is there but cannot be read or is not a journal.
   std::vector<JournalEntry> Read() const;
-  // Adds an entry with the present time; the oldest make room. No changes add nothing. Throws
-  // Failure if the file cannot be written or read.
-  void Add(const std::string& command, const std::vector<Change>& changes) const;
+  // Adds an entry with the present time; the oldest make room. No changes add nothing. Changes of
+  // the last entry's gesture (not empty) go on with that entry, unless something else has changed
+  // its values since. Throws Failure if the file cannot be written or read.
+  void Add(const std::string& command, const std::vector<Change>& changes,
+           const std::string& gesture = {}) const;
   // Replaces all entries. Throws Failure if the file cannot be written.
   void Write(const std::vector<JournalEntry>& entries) const;
 

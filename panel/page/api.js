@@ -6,13 +6,14 @@ export class Refused extends Error {}
 let client = '';
 
 // Returns the answer's JSON, or its text if that is what the service sent.
-export async function request(method, path, { query = {}, body, text } = {}) {
+export async function request(method, path, { query = {}, body, text, gesture } = {}) {
   const url = new URL(`/api/${path}`, location.origin);
   for (const [name, value] of Object.entries(query)) if (value) url.searchParams.set(name, value);
   const headers = {};
   if (method !== 'GET') {
     headers['X-Orvctl'] = '1';
     headers['X-Orvctl-Client'] = client;
+    if (gesture) headers['X-Orvctl-Gesture'] = gesture;
     headers['Content-Type'] = text === undefined ? 'application/json' : 'text/plain';
   }
   let answer;

@@ -3,7 +3,7 @@
 import { byId, el, onPress } from './dom.js';
 import { endpointSend } from './api.js';
 import { on, state } from './state.js';
-import { isPending, write } from './writer.js';
+import { gestureOf, isPending, write } from './writer.js';
 import * as values from './values.js';
 
 const rows = new Map(); // name -> Row
@@ -93,7 +93,9 @@ class Row {
       return { elements: [el('span'), typed], show: showText };
     }
     const slider = el('input', { id, type: 'range', step: 1, ...values.sliderRange(control) });
-    slider.addEventListener('input', () => this.choose(values.fromSlider(control, Number(slider.value))));
+    slider.addEventListener('input', () =>
+      this.choose(values.fromSlider(control, Number(slider.value)), gestureOf(control.name)),
+    );
     const track = el('span', { class: 'slider' }, slider);
     return {
       elements: [track, typed],
@@ -111,12 +113,12 @@ class Row {
     };
   }
 
-  choose(value) {
+  choose(value, gesture) {
     if (value === undefined || state.readOnly) return this.show();
     this.local = value;
     this.problem.hidden = true;
     this.show();
-    write({ [this.control.name]: value });
+    write({ [this.control.name]: value }, gesture);
   }
 
   type(text) {
@@ -157,10 +159,13 @@ class Row {
 function build() {
   const opened = new Set(groups.filter((group) => group.element.open).map((group) => group.name));
   const isFirst = groups.length === 0;
+  const isNarrow = window.matchMedia('(max-width: 1150px)').matches;
   rows.clear();
   groups = values.byProcess(state.controls.values()).map(({ name, members }) => makeGroup(name, members));
   for (const group of groups)
-    group.element.open = isFirst ? !/PEQ|GEQ/.test(group.name) : opened.has(group.name);
+    group.element.open = isFirst
+      ? group.name === 'General' || !(isNarrow || /PEQ|GEQ/.test(group.name))
+      : opened.has(group.name);
   byId('groups').replaceChildren(...groups.map((group) => group.element), privateGroup());
   filter();
 }

@@ -87,6 +87,6 @@ export function start() {
     },
     (message) => byId('push-result').replaceChildren(message ? el('p', { class: 'problem' }, message) : ''),
   );
-  for (const topic of ['endpoint', 'value', 'pushed', 'mode']) on(topic, driftAgain);
+  for (const topic of ['endpoint', 'controls', 'value', 'pushed', 'mode']) on(topic, driftAgain);
   on('endpoint', () => byId('push-result').replaceChildren());
 }

@@ -39,13 +39,13 @@ function drawPeaks(now) {
     .map((level, i) => ({ level, i }))
     .filter(({ level, i }) => level !== null || heldLevel(i, now) > kFloor);
   const names = kNames[channels.length] ?? channels.map(({ i }) => String(i + 1));
-  const line = Math.min(22, (height - 14) / Math.max(2, channels.length));
+  const line = Math.min(30, (height - 20) / Math.max(2, channels.length));
   const [left, right] = [34, width - 44];
   context.font = '12px system-ui, sans-serif';
   context.textBaseline = 'middle';
   context.textAlign = 'left';
   channels.forEach(({ level, i }, row) => {
-    const [y, thick] = [row * line + line / 2, Math.min(11, line - 4)];
+    const [y, thick] = [row * line + line / 2, Math.min(16, line - 4)];
     context.fillStyle = colour('quiet');
     context.fillText(names[row], 0, y);
     context.fillStyle = colour('grid');
@@ -85,7 +85,7 @@ function drawPeaks(now) {
 function drawSpectrum() {
   const { context, width, height } = freshCanvas(byId('spectrum'));
   const [left, bottom] = [34, height - 16];
-  const place = (frequency) => left + ((width - left - 8) * Math.log(frequency / 20)) / Math.log(1000);
+  const place = (frequency) => left + ((width - left - 16) * Math.log(frequency / 20)) / Math.log(1000);
   context.font = '12px system-ui, sans-serif';
   context.textAlign = 'center';
   for (const mark of kMarks) {
@@ -99,7 +99,7 @@ function drawSpectrum() {
   for (const level of [-10, -30, -50, -70]) {
     const y = bottom * (1 - share(level));
     context.fillStyle = colour('grid');
-    context.fillRect(left, y, width - left - 8, 1);
+    context.fillRect(left, y, width - left - 16, 1);
     context.fillStyle = colour('quiet');
     context.fillText(`−${-level}`, 0, y + 4);
   }

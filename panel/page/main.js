@@ -27,7 +27,7 @@ function remember() {
 const remembered = (name) => new URLSearchParams(location.hash.slice(1)).get(name);
 
 function showEndpoints() {
-  const kHeadsets = { connected: 'headset connected', absent: 'no headset', unknown: 'headset unknown' };
+  const kHeadsets = { connected: 'headset connected', absent: 'no headset' };
   byId('endpoints').replaceChildren(
     ...state.endpoints.map((endpoint) =>
       el(
@@ -44,9 +44,9 @@ function showEndpoints() {
           el(
             'small',
             {},
-            [endpoint.mode ? modeName(endpoint.mode) : 'no current mode', kHeadsets[endpoint.headset]].join(
-              ' · ',
-            ),
+            [endpoint.mode ? modeName(endpoint.mode) : 'no current mode', kHeadsets[endpoint.headset]]
+              .filter(Boolean)
+              .join(' · '),
           ),
         ),
       ),
@@ -56,7 +56,7 @@ function showEndpoints() {
   byId('main').hidden = !shown;
   if (!shown) return;
   byId('endpoint-name').textContent = shown.name;
-  byId('headset').textContent = kHeadsets[shown.headset];
+  byId('headset').textContent = kHeadsets[shown.headset] ?? 'headset unknown';
 }
 
 function showModes() {
@@ -168,7 +168,7 @@ function apply(change) {
       () => {},
     );
   } else if (change.mode === state.mode) {
-    store({ name: change.name, value: change.to, text: change.text_to });
+    store({ name: change.name, value: change.to, text: change.to_text });
   }
 }
 
@@ -178,8 +178,7 @@ function connect() {
     hello: (data) => {
       state.readOnly = data.read_only;
       connected(data.read_only ? 'Connected, read only' : 'Connected');
-      for (const id of ['default-mode', 'restore', 'push', 'undo', 'import-file'])
-        byId(id).disabled = data.read_only;
+      for (const id of ['default-mode', 'restore', 'push', 'import-file']) byId(id).disabled = data.read_only;
       readAll();
     },
     change: apply,

@@ -3,7 +3,7 @@
 import { byId, colour, debounced, el } from './dom.js';
 import { endpointGet } from './api.js';
 import { on, state, tell } from './state.js';
-import { write } from './writer.js';
+import { gestureOf, write } from './writer.js';
 import * as values from './values.js';
 
 const kForms = [
@@ -188,7 +188,7 @@ function bandAt(event) {
 }
 
 // Sets a part of the band in the chosen channels, in the control's steps within its range.
-function setBand(number, changes) {
+function setBand(number, changes, gesture) {
   const sent = {};
   for (const side of sides()) {
     const band = bands[side].find((one) => one.number === number);
@@ -200,7 +200,7 @@ function setBand(number, changes) {
         control.min < control.max ? values.clamp(wanted, control.min, control.max) : wanted;
     }
   }
-  if (!state.readOnly && Object.keys(sent).length) write(sent);
+  if (!state.readOnly && Object.keys(sent).length) write(sent, gesture);
   return sent;
 }
 
@@ -214,7 +214,7 @@ function followPointer(canvas) {
     const box = canvas.getBoundingClientRect();
     const frequency = chart.scales.x.getValueForPixel(event.clientX - box.left);
     const gain = chart.scales.y.getValueForPixel(event.clientY - box.top);
-    const sent = setBand(held.number, { frequency, gain });
+    const sent = setBand(held.number, { frequency, gain }, gestureOf(`band ${held.number}`));
     moveHandle(held, sent);
   });
   for (const end of ['pointerup', 'pointercancel']) canvas.addEventListener(end, () => (held = null));
@@ -224,7 +224,11 @@ function followPointer(canvas) {
       const band = state.readOnly ? null : bandAt(event);
       if (!band) return;
       event.preventDefault();
-      setBand(band.number, { q: inUnit(band.q) * 1.1 ** -Math.sign(event.deltaY) });
+      setBand(
+        band.number,
+        { q: inUnit(band.q) * 1.1 ** -Math.sign(event.deltaY) },
+        gestureOf(`wheel ${band.number}`, true),
+      );
     },
     { passive: false },
   );
@@ -285,17 +289,30 @@ function describe() {
       filter.silent ? 'silent after quantising' : null,
       filter.pole_radius >= 1 ? 'UNSTABLE' : null,
       error(filter.quantising_error, 'largest error of quantising'),
-      error(filter.dsp_error, 'DSP against mode'),
+      filter.dsp_error?.db === 0 ? 'the DSP holds the same' : error(filter.dsp_error, 'DSP against mode'),
     ];
     return `${filter.name}: ${parts.filter(Boolean).join('; ') || 'nothing to compare'}.`;
   });
-  byId('response-notes').textContent = [...texts, ...(response?.notes ?? [])].join(' ');
+  const notes = response?.notes ?? [];
+  byId('response-notes').replaceChildren(
+    ...texts.map((text) => el('p', {}, text)),
+    ...(notes.length
+      ? [
+          el(
+            'details',
+            {},
+            el('summary', {}, 'Notes', el('span', { class: 'chip' }, notes.length)),
+            el('ul', {}, ...notes.map((note) => el('li', {}, note))),
+          ),
+        ]
+      : []),
+  );
 }
 
-const fetchAgain = debounced(
-  () => load().catch((error) => (byId('response-notes').textContent = error.message)),
-  40,
-);
+const problem = (error) =>
+  byId('response-notes').replaceChildren(el('p', { class: 'problem' }, error.message));
+
+const fetchAgain = debounced(() => load().catch(problem), 40);
 
 async function load() {
   const { endpoint, mode } = state;
@@ -324,8 +341,8 @@ export function start() {
     fillTable();
     load().catch((error) => {
       // A mode without filters has no picture.
-      byId('response-notes').textContent = error.message;
       draw();
+      problem(error);
     });
   });
   on('value', () => {

@@ -1,21 +1,34 @@
-// Changes of controls on their way to the registry. One request at a time: what is changed while it
-// runs goes together into the next one, so that a dragged slider never builds up a queue.
+// Changes of controls on their way to the registry. One request at a time: what one gesture changes
+// while it runs goes together into the next one, so that a dragged slider never builds up a queue.
 import { endpointSend, Refused } from './api.js';
 import { state, tell } from './state.js';
 
-let waiting = new Map(); // name -> a number of the control's steps, or a text as typed
-let place = null; // the endpoint and mode of what waits
+const waiting = []; // { endpoint, mode, gesture, values: name -> a number of steps, or a text as typed }
 let running = null;
 const sent = new Set();
 
-export const isPending = (name) => waiting.has(name) || sent.has(name);
+export const isPending = (name) => sent.has(name) || waiting.some(({ values }) => values.has(name));
 
-export function write(changes) {
-  const here = { endpoint: state.endpoint, mode: state.mode };
-  if (place && (place.endpoint !== here.endpoint || place.mode !== here.mode)) waiting.clear();
-  place = here;
+// The steps of one gesture are taken back by one undo: a drag until the hand lets go, and turns of
+// the wheel and presses of keys that follow one another within a second.
+const kPause = 1000; // milliseconds
+let last = { about: '', token: '', ended: true, time: 0 };
+export function gestureOf(about, ended = false) {
+  const now = performance.now();
+  const goesOn = about === last.about && (!last.ended || now - last.time < kPause);
+  last = { about, token: goesOn ? last.token : `${Date.now()}.${Math.random()}`, ended, time: now };
+  return last.token;
+}
+for (const end of ['pointerup', 'pointercancel', 'keyup'])
+  addEventListener(end, () => (last.ended = true), true);
+
+export function write(changes, gesture = '') {
+  const { endpoint, mode } = state;
+  let batch = waiting.at(-1);
+  if (batch?.endpoint !== endpoint || batch.mode !== mode || batch.gesture !== gesture)
+    waiting.push((batch = { endpoint, mode, gesture, values: new Map() }));
   for (const [name, value] of Object.entries(changes)) {
-    waiting.set(name, value);
+    batch.values.set(name, value);
     tell('pending', name);
   }
   running ??= sendAll().finally(() => (running = null));
@@ -23,22 +36,22 @@ export function write(changes) {
 }
 
 async function sendAll() {
-  while (waiting.size > 0) {
-    const [batch, target] = [[...waiting], place];
-    waiting = new Map();
-    for (const [name] of batch) sent.add(name);
+  while (waiting.length > 0) {
+    const batch = waiting.shift();
+    const entries = [...batch.values];
+    for (const [name] of entries) sent.add(name);
     try {
-      await store(batch, target);
+      await store(batch, entries);
     } catch (error) {
       // All or nothing: which of them is at fault shows when they go one by one.
-      for (const one of batch.length > 1 && error instanceof Refused ? batch : [])
-        await store([one], target).catch((reason) =>
+      for (const one of entries.length > 1 && error instanceof Refused ? entries : [])
+        await store(batch, [one]).catch((reason) =>
           tell('refused', { name: one[0], reason: reason.message }),
         );
-      if (batch.length === 1 || !(error instanceof Refused))
-        for (const [name] of batch) tell('refused', { name, reason: error.message });
+      if (entries.length === 1 || !(error instanceof Refused))
+        for (const [name] of entries) tell('refused', { name, reason: error.message });
     } finally {
-      for (const [name] of batch) {
+      for (const [name] of entries) {
         sent.delete(name);
         tell('settled', name);
       }
@@ -46,10 +59,11 @@ async function sendAll() {
   }
 }
 
-async function store(batch, { endpoint, mode }) {
+async function store({ endpoint, mode, gesture }, entries) {
   const answer = await endpointSend('PUT', endpoint, 'controls', {
     query: { mode },
-    body: Object.fromEntries(batch),
+    body: Object.fromEntries(entries),
+    gesture,
   });
   if (endpoint !== state.endpoint || mode !== state.mode) return;
   for (const control of Array.isArray(answer) ? answer : [answer]) tell('stored', control);

@@ -73,6 +73,7 @@ void CommandRunner::Reset(const Work& work) {
   input_.clear();
   input_.str(work.input);
   output_.UseJson(!work.text);
+  context_.gesture = work.gesture;
 }
 
 Answer CommandRunner::Run(const Work& work) {

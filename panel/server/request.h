@@ -15,8 +15,9 @@ struct RequestHead {
   std::string_view cookie;
   std::string_view authorization;
   std::string_view content_type;
-  std::string_view marker;  // X-Orvctl
-  std::string_view client;  // X-Orvctl-Client
+  std::string_view marker;   // X-Orvctl
+  std::string_view client;   // X-Orvctl-Client
+  std::string_view gesture;  // X-Orvctl-Gesture
 };
 
 struct Refusal {

@@ -189,7 +189,10 @@ constexpr Entry kRoutes[] = {
      [](const Parts&) { return Words(); },
      Work::Kind::Events},
     {{"GET", "/api/endpoints", "", "endpoints"}, [](const Parts&) { return Words{"endpoints"}; }},
-    {{"GET", "/api/doctor", "", "doctor"}, [](const Parts&) { return Words{"doctor"}; }},
+    {{"GET", "/api/doctor", "", "doctor --read-only"},
+     [](const Parts&) {
+       return Words{"doctor", "--read-only"};
+     }},
     {{"GET", "/api/endpoints/E/modes", "", "modes E"},
      [](const Parts& p) {
        return Words{"modes", p.endpoint};
@@ -244,8 +247,8 @@ constexpr Entry kRoutes[] = {
      [](const Parts& p) {
        return Words{"properties", p.endpoint};
      }},
-    {{"GET", "/api/endpoints/E/doctor", "", "doctor E"}, [](const Parts& p) {
-       return Words{"doctor", p.endpoint};
+    {{"GET", "/api/endpoints/E/doctor", "", "doctor E --read-only"}, [](const Parts& p) {
+       return Words{"doctor", p.endpoint, "--read-only"};
      }}};
 
 // Whether the path has the pattern; takes out what is in the place of E.
@@ -290,6 +293,15 @@ Json ParseBody(std::string_view body) {
   return json;
 }
 
+// It is kept with the changes, so it is short.
+std::string GestureOf(const RequestHead& head) {
+  constexpr std::size_t kMost = 64;
+  if (head.gesture.size() > kMost ||
+      std::ranges::any_of(head.gesture, [](char c) { return c <= ' ' || c > '~'; }))
+    Refuse("X-Orvctl-Gesture is a name of up to 64 plain characters.");
+  return std::string(head.gesture);
+}
+
 Work Plan(const RequestHead& head, std::string_view body) {
   const auto [entry, endpoint] = FindEntry(head.method, head.target);
   const bool reads = OnlyReads(head.method);
@@ -309,10 +321,14 @@ Work Plan(const RequestHead& head, std::string_view body) {
             .changes = !reads,
             .text = reads && entry->text,
             .endpoint = parts.endpoint,
-            .input = {}};
+            .input = {},
+            .gesture = {}};
   if (entry->kind == Work::Kind::Events && parts.query.contains("endpoint"))
     work.endpoint = EndpointWord(parts.query.at("endpoint"));
-  if (!reads) work.input = entry->text ? std::string(body) : parts.body.dump();
+  if (!reads) {
+    work.input = entry->text ? std::string(body) : parts.body.dump();
+    work.gesture = GestureOf(head);
+  }
   return work;
 }
 

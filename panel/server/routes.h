@@ -27,6 +27,7 @@ struct Work {
   bool text = false;     // the command's answer is text and not JSON
   std::string endpoint;  // that it is about; empty if it is not about one
   std::string input;     // what the command reads as its file
+  std::string gesture;   // that it is a step of; empty if it is not
 };
 
 struct Route {

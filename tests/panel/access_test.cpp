@@ -20,7 +20,8 @@ constexpr RequestHead kReading{.method = "GET",
                                .authorization = {},
                                .content_type = {},
                                .marker = {},
-                               .client = {}};
+                               .client = {},
+                               .gesture = {}};
 constexpr RequestHead Changing() {
   RequestHead head = kReading;
   head.method = "PUT";

@@ -198,6 +198,7 @@ class Page(unittest.TestCase):
         self.until(lambda: (shown := self.browser.execute_script(point)) and shown["x"] > before and
                    [orvctl(self.machine, "get", "0", f"VQ3D-PEQ {side} Band 2 {part}")["value"] for side in ("Left", "Right") for part in ("Frequency", "Gain")]
                    == 2 * [round(shown["x"]), round(shown["y"] * 10)], "both channels hold the dragged band")
+        self.assertEqual([len(entry["changes"]) for entry in orvctl(self.machine, "undo", "0", "--list")], [4], "one drag, one undo")
         self.find("#push").click()
         self.until(lambda: "verified" in self.text("push-result"), "the push's verdict")
         self.until(lambda: self.browser.execute_script(

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <sstream>
 
 #include "panel/server/routes.h"
@@ -35,7 +36,7 @@ Arguments CommandOf(const Route& route, const std::string& endpoint) {
   std::istringstream text{std::string(route.command)};
   Arguments words;
   for (std::string word; text >> word;) {
-    if (word.starts_with("--") && word != "--list") {
+    if (word.starts_with("--") && word != "--list" && word != "--read-only") {
       text >> word;
     } else if (word == "--list" && words.front() != "undo") {
       text >> word;
@@ -151,6 +152,43 @@ TEST(Service, PushWithoutADriverIsRefusedWithTheReason) {
   EXPECT_THAT(reply.body, HasSubstr("no DSP driver answers"));
 }
 
+TEST(Service, StepsOfAGestureAreTakenBackTogether) {
+  const ProgramOnMachine machine;
+  const Service service(machine);
+  const auto step = [&](const std::string& control, int value, const std::string& gesture) {
+    return service.caller()
+        .Ask("PUT", "/api/endpoints/0/controls", Json{{control, value}}.dump(),
+             "X-Orvctl-Gesture: " + gesture + "\r\n")
+        .status;
+  };
+  const auto taken_back = [&] {
+    std::string text;
+    for (const Json& change : service.caller().Ask("POST", "/api/endpoints/0/undo", "{}").json())
+      text += change["from_text"].get<std::string>() + " -> " +
+              change["to_text"].get<std::string>() + "; ";
+    return text;
+  };
+  const std::string level = "VQ3D-DC Level";
+  for (const int value : {20, 30}) EXPECT_EQ(step(level, value, "drag.1"), 200);
+  EXPECT_EQ(step("VQ3D-DPHD Level", 5, "drag.1"), 200);
+  EXPECT_EQ(step(level, 40, "drag.2"), 200);
+  EXPECT_EQ(taken_back(), "40 % -> 30 %; ");
+  EXPECT_EQ(taken_back(), "30 % -> 85 %; 5 % -> 65 %; ");
+  // Back where it began: nothing to take back.
+  for (const int value : {20, 85}) EXPECT_EQ(step(level, value, "drag.3"), 200);
+  EXPECT_TRUE(machine.Answer({"undo", "0", "--list"}).empty());
+
+  const auto registry = machine.machine() / "registry.reg";
+  const std::filesystem::path kept = machine.Path("kept.reg");
+  EXPECT_EQ(step(level, 10, "drag.4"), 200);
+  std::filesystem::copy_file(registry, kept);
+  EXPECT_EQ(step(level, 11, "drag.4"), 200);
+  std::filesystem::rename(kept, registry);  // as another program that keeps no list
+  EXPECT_EQ(step(level, 12, "drag.4"), 200);
+  EXPECT_EQ(taken_back(), "12 % -> 10 %; ");
+  EXPECT_EQ(step(level, 13, std::string(65, 'x')), 400);
+}
+
 TEST(Service, ReadOnlyChangesNothing) {
   const ProgramOnMachine machine;
   const Service service(machine, {"--read-only"});
@@ -190,6 +228,14 @@ TEST(Service, TheAddressOpensThePageAndItsCookieTheRest) {
   browser.Send("GET /chart.min.js HTTP/1.1\r\n" + with_cookie +
                "If-None-Match: " + charts.header("etag") + "\r\n\r\n");
   EXPECT_EQ(browser.Receive().status, 304);
+  for (const auto& [accepted, encoding] :
+       {std::pair("br, GZip;q=0.5", "gzip"), {"gzip;q=0", ""}, {"br", ""}}) {
+    browser.Send("GET /chart.min.js HTTP/1.1\r\n" + with_cookie + "Accept-Encoding: " + accepted +
+                 "\r\n\r\n");
+    const Reply coded = browser.Receive();
+    EXPECT_EQ(coded.header("content-encoding"), encoding) << accepted;
+    EXPECT_EQ(coded.body.starts_with("\x1f\x8b"), coded.body != charts.body) << accepted;
+  }
   browser.Send("GET /../etc/passwd HTTP/1.1\r\n" + with_cookie + "\r\n");
   EXPECT_EQ(browser.Receive().status, 404);
   browser.Send("GET /chart.min.js.licence.txt HTTP/1.1\r\n" + with_cookie + "\r\n");

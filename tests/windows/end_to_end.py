@@ -231,6 +231,7 @@ class EndToEnd(unittest.TestCase):
 
                 def ask(method, path, body=None, **headers):
                     connection = http.client.HTTPConnection(host, timeout=DEADLINE)
+                    self.addCleanup(connection.close)
                     connection.request(method, path, body and json.dumps(body), {
                         "Authorization": f"Bearer {key}", "X-Orvctl": "1", "Content-Type": "application/json", **headers})
                     return connection.getresponse()
