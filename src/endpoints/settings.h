@@ -58,7 +58,7 @@ class ORVAPOPublicSettings : public IORVPropertySetNotify {
   bool Bind(const std::wstring& key_path, std::wstring value_name, bool add_new);
 
   Machine& machine_;
-  std::recursive_mutex lock_;  // of everything; the watch's reloads take it too
+  RecursiveMutex lock_;  // of everything; the watch's reloads take it too
   IORVSettingsNotify* target_ = nullptr;
   ORVPropertySet settings_;
   ORVPropertySet defaults_;

@@ -7,9 +7,9 @@
 
 namespace orv {
 
-std::unique_lock<std::recursive_mutex> ORVPropertySet::Locked() const {
-  std::recursive_mutex* const mutex = lock();
-  return mutex != nullptr ? std::unique_lock(*mutex) : std::unique_lock<std::recursive_mutex>();
+std::unique_lock<RecursiveMutex> ORVPropertySet::Locked() const {
+  RecursiveMutex* const mutex = lock();
+  return mutex != nullptr ? std::unique_lock(*mutex) : std::unique_lock<RecursiveMutex>();
 }
 
 std::size_t ORVPropertySet::FindEntry(const wchar_t* name) const {

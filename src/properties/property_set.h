@@ -8,6 +8,7 @@
 #include <mutex>
 #include <span>
 
+#include "platform/synchronization.h"
 #include "properties/property_image.h"
 
 namespace orv {
@@ -116,10 +117,10 @@ class ORVPropertySet {
   virtual bool UseAllPropertiesBinary(const ImageUse& use);
   virtual bool HasProperty(const wchar_t* name) const;
   // The set's own lock, for a caller that must not wait for it without limit; null if it has none.
-  virtual std::recursive_mutex* lock() const { return nullptr; }
+  virtual RecursiveMutex* lock() const { return nullptr; }
 
  private:
-  std::unique_lock<std::recursive_mutex> Locked() const;
+  std::unique_lock<RecursiveMutex> Locked() const;
   // Index of the first entry with this name; the list's size without one.
   std::size_t FindEntry(const wchar_t* name) const;
   template <class Call>
@@ -138,10 +139,10 @@ class ORVPropertySet {
 // set (whose own lock is not taken). The modified flag needs no lock.
 class ORVPropertySetThreadsafe : public ORVPropertySet {
  public:
-  std::recursive_mutex* lock() const override { return &lock_; }
+  RecursiveMutex* lock() const override { return &lock_; }
 
  private:
-  mutable std::recursive_mutex lock_;
+  mutable RecursiveMutex lock_;
 };
 
 }  // namespace orv

@@ -93,7 +93,7 @@ constexpr std::chrono::milliseconds kLockRetry{5};
 // that stops the watch may hold the lock while it waits for the watch to end.
 class StoppableLock {
  public:
-  StoppableLock(std::recursive_mutex* mutex, Event& stop) {
+  StoppableLock(RecursiveMutex* mutex, Event& stop) {
     if (mutex == nullptr) return;
     held_ = std::unique_lock(*mutex, std::defer_lock);
     while (!stopped_ && !held_.try_lock()) stopped_ = stop.Wait(kLockRetry);
@@ -101,7 +101,7 @@ class StoppableLock {
   bool stopped() const noexcept { return stopped_; }
 
  private:
-  std::unique_lock<std::recursive_mutex> held_;
+  std::unique_lock<RecursiveMutex> held_;
   bool stopped_ = false;
 };
 

@@ -54,7 +54,7 @@ class ORVPropertySetRegistry : public IORVPropertySetNotify, private IORVThreadB
   // A lock to hold during a reload by the watch; null for none. Set before the watch is started.
   // The reload gives up waiting for it, and for the set's own lock, once the watch is being
   // stopped.
-  void SetReloadLock(std::recursive_mutex* lock) { reload_lock_ = lock; }
+  void SetReloadLock(RecursiveMutex* lock) { reload_lock_ = lock; }
 
  private:
   bool Run(ORVThreadBasic& thread, Event& stop) override;
@@ -75,7 +75,7 @@ class ORVPropertySetRegistry : public IORVPropertySetNotify, private IORVThreadB
   std::wstring watch_value_name_;
 
   std::atomic<bool> auto_save_{false};
-  std::recursive_mutex* reload_lock_ = nullptr;
+  RecursiveMutex* reload_lock_ = nullptr;
   ORVThreadBasic thread_;
 };
 

