@@ -158,15 +158,6 @@ class Lanes {
   Singles state1_sum_[kVectors]{};
 };
 
-template <unsigned kVectors>
-float RunBlock(const Run& run) {
-  float last = 0;
-  for (std::size_t first = 0; first < run.count && last != kOverflow; first += kWidth * kVectors) {
-    last = Lanes<kVectors>(run, first).RunBlock();
-  }
-  return last;
-}
-
 // A section without another to wait for: after the impulse its input is zero, and its output is its
 // state.
 float RunSingleBlock(const Run& run) {
@@ -196,15 +187,16 @@ float RunSingleBlock(const Run& run) {
   return Add(run, 0, sums) ? sums.output : kOverflow;
 }
 
-using BlockRunner = float (*)(const Run&);
-
-BlockRunner RunnerFor(std::size_t count) {
-  if (count == 1) return RunSingleBlock;
-  if (count <= 2) return RunBlock<1>;
-  if (count <= 4) return RunBlock<2>;
-  if (count <= 6) return RunBlock<3>;
-  if (count <= 8) return RunBlock<4>;
-  return RunBlock<6>;
+// One block of the sections from `first` on, in groups; the last group has no more lanes than it
+// needs. The sum of the last section's outputs, or kOverflow.
+template <unsigned kVectors>
+float RunBlock(const Run& run, std::size_t first = 0) {
+  if constexpr (kVectors > 1) {
+    if (run.count - first <= Lanes<kVectors / 2>::kLanes) return RunBlock<kVectors / 2>(run, first);
+  }
+  const float last = Lanes<kVectors>(run, first).RunBlock();
+  first += Lanes<kVectors>::kLanes;
+  return first < run.count && last != kOverflow ? RunBlock<kVectors>(run, first) : last;
 }
 
 }  // namespace
@@ -219,11 +211,10 @@ float ScaleSectionsL1(FilterSection* sections, std::size_t count, float* storage
                 storage + 3 * count,
                 storage + 4 * count,
                 storage + 5 * count};
-  const BlockRunner run_block = RunnerFor(count);
   for (unsigned block = 1; block <= kMostBlocks; ++block) {
     std::fill_n(run.samples, kBlock, 0.0F);
     if (block == 1) run.samples[0] = 1;
-    const float last = run_block(run);
+    const float last = count == 1 ? RunSingleBlock(run) : RunBlock<4>(run);
     if (last == kOverflow || (block >= kFewestBlocks && last <= kDecayed)) break;
   }
   float level = 1;
