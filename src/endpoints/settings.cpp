@@ -16,8 +16,9 @@ ORVAPOPublicSettings::~ORVAPOPublicSettings() { ORVAPOPublicSettings::SetNotifyT
 
 void ORVAPOPublicSettings::OnPropertyChanged(ORVPropertySet&, const ORVPropertyEntry& entry) {
   const std::lock_guard lock(lock_);
+  if (target_ == nullptr) return;
   ORVQVTValue value;
-  if (target_ == nullptr || !AssignFromProperty(entry.value, value)) return;
+  if (!AssignFromProperty(entry.value, value)) return;
   value.SetName(Narrow(entry.name));
   target_->OnSettingChanged(*this, value);
 }
@@ -55,10 +56,11 @@ bool ORVAPOPublicSettings::WriteControl(const ORVQVTValue& value) {
     return false;
   }
   settings_.SetProperty(name.c_str(), boost::any(value.ToString()));
-  if (binding_.GetKey() != nullptr) return Save();
-  Diagnose(ORV_HERE("ORVAPOPublicSettings::WriteControl"),
-           L"WriteControl: Registry key is not opened.\n");
-  return false;
+  const bool saved = Save();
+  if (!saved && binding_.GetKey() == nullptr)
+    Diagnose(ORV_HERE("ORVAPOPublicSettings::WriteControl"),
+             L"WriteControl: Registry key is not opened.\n");
+  return saved;
 }
 
 bool ORVAPOPublicSettings::WriteControls(const ORVQVTValueList& list) {

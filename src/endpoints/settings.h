@@ -67,7 +67,7 @@ class ORVAPOPublicSettings : public IORVPropertySetNotify {
   ORVQVTValueList default_list_;
 
  private:
-  bool Save() { return binding_.SaveBinary(value_name_.c_str()); }
+  bool Save() { return binding_.SaveBinaryAs(value_name_); }
   bool Reload() { return binding_.LoadBinary(value_name_, true, true, false); }
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 #include "platform/text.h"
 
@@ -106,12 +107,12 @@ void ORVPropertySet::MergeProperties(const ORVPropertySet& other, bool overwrite
 
 // Listeners may change the set during the call: after it neither the arguments nor the address of
 // an entry are used.
-void ORVPropertySet::SetProperty(const wchar_t* name, const boost::any& value) {
+void ORVPropertySet::SetProperty(const wchar_t* name, boost::any&& value) {
   const auto guard = Locked();
-  ORVPropertyEntry change{name, value};
   std::size_t index = FindEntry(name);
-  if (index != list_.size()) {
-    change.name = list_[index].name;
+  const bool known = index != list_.size();
+  const ORVPropertyEntry change{known ? list_[index].name : name, std::move(value)};
+  if (known) {
     NotifyChanging(change);
     index = FindEntry(change.name.c_str());
   }

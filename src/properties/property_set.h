@@ -53,7 +53,9 @@ class ORVPropertySet {
   virtual void MergeProperties(const ORVPropertyList& list, bool overwrite_existing, bool add_new);
   virtual void MergeProperties(const ORVPropertySet& other, bool overwrite_existing, bool add_new);
 
-  virtual void SetProperty(const wchar_t* name, const boost::any& value);
+  virtual void SetProperty(const wchar_t* name, const boost::any& value) {
+    SetProperty(name, boost::any(value));
+  }
   virtual void SetProperty(const std::wstring& name, const char* value) {
     SetProperty(name.c_str(), value);
   }
@@ -116,6 +118,7 @@ class ORVPropertySet {
   // to be left out.
   virtual bool UseAllPropertiesBinary(const ImageUse& use);
   virtual bool HasProperty(const wchar_t* name) const;
+  void SetProperty(const wchar_t* name, boost::any&& value);
   // The set's own lock, for a caller that must not wait for it without limit; null if it has none.
   virtual RecursiveMutex* lock() const { return nullptr; }
 

@@ -49,6 +49,8 @@ class ORVPropertySetRegistry : public IORVPropertySetNotify, private IORVThreadB
   // call this. True if stopped, or if the watch thread could be started.
   virtual bool StartWatch(bool start, const std::wstring& value_name);
 
+  // SaveBinary for an owner that names the value each time: does not make it the current one.
+  bool SaveBinaryAs(const std::wstring& value_name);
   // Opens a key below HKEY_LOCAL_MACHINE and keeps it; after a failure it has none.
   bool OpenKey(Registry& registry, const std::wstring& path, std::uint32_t access);
   // A lock to hold during a reload by the watch; null for none. Set before the watch is started.
