@@ -16,7 +16,6 @@ ORVAPOPublicSettings::~ORVAPOPublicSettings() { ORVAPOPublicSettings::SetNotifyT
 
 void ORVAPOPublicSettings::OnPropertyChanged(ORVPropertySet&, const ORVPropertyEntry& entry) {
   const std::lock_guard lock(lock_);
-  if (target_ == nullptr) return;
   ORVQVTValue value;
   if (!AssignFromProperty(entry.value, value)) return;
   value.SetName(Narrow(entry.name));
@@ -28,7 +27,6 @@ bool ORVAPOPublicSettings::Init(const ORVAPOEndpointInfo& endpoint,
   const std::lock_guard lock(lock_);
   SetNotifyTarget(nullptr);
   settings_.Clear();
-  settings_.AddNotify(this);
   default_list_ = mode.GetDefaultControls();
   mode.GetPublicControls().SaveToPropertySet(settings_);
   const std::wstring& path = endpoint.apo_key_path();
@@ -98,6 +96,10 @@ bool ORVAPOPublicSettings::ReadDefaultControls(ORVQVTValueList& out, bool clear)
 
 bool ORVAPOPublicSettings::SetNotifyTarget(IORVSettingsNotify* target) {
   const std::lock_guard lock(lock_);
+  if (target != nullptr)
+    settings_.AddNotify(this);
+  else
+    settings_.RemoveNotify(this);
   target_ = target;
   return binding_.StartWatch(target_ != nullptr, value_name_);
 }
@@ -118,7 +120,6 @@ bool ORVAPOGlobalSettings::Init(const ORVAPOEndpointInfo&, const ORVAPOOperating
 bool ORVAPOGlobalSettings::InitGlobal(const ORVAPOEndpointInfo& endpoint) {
   const std::lock_guard lock(lock_);
   SetNotifyTarget(nullptr);
-  settings_.AddNotify(this);
   default_list_.GetOrAdd(kProcessEnableControl) = ORVQVTValue(kProcessEnableControl, 1);
   default_list_.GetOrAdd(kMicMonitorEnableControl) = ORVQVTValue(kMicMonitorEnableControl, 0);
   default_list_.SaveToPropertySet(settings_);

@@ -126,6 +126,9 @@ class ORVPropertySet {
   std::unique_lock<RecursiveMutex> Locked() const;
   // Index of the first entry with this name; the list's size without one.
   std::size_t FindEntry(const wchar_t* name) const;
+  // Returns false if the entry at `index` (the size of the list for a new one) has the value
+  // already.
+  bool Store(std::size_t index, const wchar_t* name, boost::any&& value);
   template <class Call>
   void ForEachListener(Call call);
 
