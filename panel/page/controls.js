@@ -145,7 +145,7 @@ class Row {
     this.element.classList.toggle('changed', differs);
     this.back.hidden = !differs || state.readOnly;
     if (differs) {
-      const wanted = values.textOf({ ...this.control, text: null }, state.defaults.get(this.control.name));
+      const wanted = values.textOf(this.control, state.defaults.get(this.control.name));
       this.back.title = `Back to the default: ${wanted}`;
       this.back.setAttribute('aria-label', `${this.control.name}: back to the default, ${wanted}`);
     }

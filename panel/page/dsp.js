@@ -56,7 +56,7 @@ async function loadDrift() {
     if (endpoint !== state.endpoint) return;
     const own = (one, value) =>
       typeof value === 'number' && state.controls.has(one.name)
-        ? textOf({ ...state.controls.get(one.name), text: null }, value)
+        ? textOf(state.controls.get(one.name), value)
         : plain(value);
     place.replaceChildren(
       lines.length === 0

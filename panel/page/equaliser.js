@@ -14,8 +14,11 @@ function send(text, dryRun) {
 }
 
 // Shows what the list would change before anything is changed.
-async function preview(name, text) {
+async function preview([file]) {
   problem('');
+  if (!file) return;
+  const { name } = file;
+  const text = await file.text();
   try {
     const { changes, misfits } = await send(text, true);
     const misses = misfits.map((misfit) =>
@@ -55,8 +58,7 @@ async function preview(name, text) {
 export function start() {
   const plot = document.querySelector('#response .plot');
   byId('import-file').addEventListener('change', async ({ target }) => {
-    const [file] = target.files;
-    if (file) await preview(file.name, await file.text());
+    await preview(target.files);
     target.value = '';
   });
   for (const kind of ['dragenter', 'dragover'])
@@ -68,8 +70,7 @@ export function start() {
   plot.addEventListener('drop', async (event) => {
     event.preventDefault();
     plot.classList.remove('drop');
-    const [file] = event.dataTransfer.files;
-    if (file) await preview(file.name, await file.text());
+    await preview(event.dataTransfer.files);
   });
   onPress(
     byId('export'),

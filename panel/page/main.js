@@ -227,16 +227,9 @@ byId('enabled').addEventListener('change', async ({ target }) => {
     .catch((error) => banner(error.message));
   await readSwitch().catch(() => {});
 });
-onPress(
-  byId('make-current'),
-  () => api.endpointSend('PUT', state.endpoint, 'mode', { body: { name: state.mode } }).then(readModes),
-  banner,
-);
-onPress(
-  byId('default-mode'),
-  () => api.endpointSend('PUT', state.endpoint, 'mode', { body: { default: true } }).then(readModes),
-  banner,
-);
+const sendMode = (body) => api.endpointSend('PUT', state.endpoint, 'mode', { body }).then(readModes);
+onPress(byId('make-current'), () => sendMode({ name: state.mode }), banner);
+onPress(byId('default-mode'), () => sendMode({ default: true }), banner);
 on('stored', store);
 
 for (const part of [controls, response, equaliser, levels, dsp, feed, doctor]) part.start();

@@ -1,7 +1,9 @@
 // Controls as numbers and texts. A control's value is a whole number of its own steps.
 
+// The service writes a quantity with as many decimals as its steps have.
 export function stepsToUnit(control) {
-  return { db: 10, by100: 100 }[control.scale] ?? 1;
+  const [, decimals = ''] = /^-?\d+\.(\d+)/.exec(control.text) ?? [];
+  return 10 ** decimals.length;
 }
 
 // How a number that is not stored yet reads; the service's own text replaces it.
@@ -9,9 +11,8 @@ export function textOf(control, value) {
   if (value === control.value && control.text != null) return control.text;
   if (value in control.choices) return control.choices[value];
   const steps = stepsToUnit(control);
-  const number = (value / steps).toFixed({ 10: 1, 100: 2 }[steps] ?? 0);
-  const unit = control.unit || (control.scale === 'db' ? 'dB' : '');
-  return unit ? `${number} ${unit}` : number;
+  const number = (value / steps).toFixed(Math.log10(steps));
+  return control.unit ? `${number} ${control.unit}` : number;
 }
 
 export const isSwitch = (control) =>

@@ -187,23 +187,26 @@ class Page(unittest.TestCase):
         self.assertEqual(self.errors(), [])
 
     def test_a_dragged_band_is_what_orvctl_reads(self):
-        self.open(self.serve())
-        plot = self.find("#response-plot")
-        self.until(lambda: self.browser.execute_script("return Chart.getChart('response-plot').data.datasets.some((set) => set.isHandles)"), "bands")
-        self.browser.execute_script("arguments[0].scrollIntoView({block: 'center'})", plot)
-        x, y = map(int, self.browser.execute_script(HANDLE, 2))
-        before = orvctl(self.machine, "get", "0", "VQ3D-PEQ Left Band 2 Frequency")["value"]
-        ActionChains(self.browser).move_to_element_with_offset(plot, x, y).click_and_hold().move_by_offset(30, -15).release().perform()
-        point = "return Chart.getChart('response-plot').data.datasets.find((set) => set.isHandles).data[2]"
-        self.until(lambda: (shown := self.browser.execute_script(point)) and shown["x"] > before and
-                   [orvctl(self.machine, "get", "0", f"VQ3D-PEQ {side} Band 2 {part}")["value"] for side in ("Left", "Right") for part in ("Frequency", "Gain")]
-                   == 2 * [round(shown["x"]), round(shown["y"] * 10)], "both channels hold the dragged band")
-        self.assertEqual([len(entry["changes"]) for entry in orvctl(self.machine, "undo", "0", "--list")], [4], "one drag, one undo")
-        self.find("#push").click()
-        self.until(lambda: "verified" in self.text("push-result"), "the push's verdict")
-        self.until(lambda: self.browser.execute_script(
-            "return Chart.getChart('response-plot').data.datasets.some((set) => /DSP holds/.test(set.label))"), "the DSP's curve")
-        self.picture("response")
+        for sample, peq, steps in (("qualcomm-tablet", "QUMEDIA-PEQ", 1), ("skylake-laptop", "VQ3D-PEQ", 10)):
+            with self.subTest(sample):
+                self.open(self.serve(sample))
+                plot = self.find("#response-plot")
+                self.until(lambda: self.browser.execute_script("return Chart.getChart('response-plot').data.datasets.some((set) => set.isHandles)"), "bands")
+                self.browser.execute_script("arguments[0].scrollIntoView({block: 'center'})", plot)
+                x, y = map(int, self.browser.execute_script(HANDLE, 2))
+                before = orvctl(self.machine, "get", "0", f"{peq} Left Band 2 Frequency")["value"]
+                ActionChains(self.browser).move_to_element_with_offset(plot, x, y).click_and_hold().move_by_offset(30, -15).release().perform()
+                point = "return Chart.getChart('response-plot').data.datasets.find((set) => set.isHandles).data[2]"
+                self.until(lambda: (shown := self.browser.execute_script(point)) and shown["x"] > before and
+                           [orvctl(self.machine, "get", "0", f"{peq} {side} Band 2 {part}")["value"] for side in ("Left", "Right") for part in ("Frequency", "Gain")]
+                           == 2 * [round(shown["x"]), round(shown["y"] * steps)], "both channels hold the dragged band")
+                self.assertEqual([len(entry["changes"]) for entry in orvctl(self.machine, "undo", "0", "--list")], [4], "one drag, one undo")
+                self.find("#push").click()
+                self.until(lambda: re.search("verified|received", self.text("push-result")), "the push's verdict")
+                self.until(lambda: self.browser.execute_script(
+                    "return Chart.getChart('response-plot').data.datasets.some((set) => /DSP holds/.test(set.label))"), "the DSP's curve")
+                self.picture("response")
+                self.browser.quit()
 
     def test_a_lost_server_is_shown_and_its_return_found(self):
         server = self.serve()
