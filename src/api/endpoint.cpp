@@ -114,9 +114,11 @@ HRESULT CORVCOMEndpointInfo::get_OpMode(IORVOperatingMode** mode) {
     if (mode == nullptr) return E_POINTER;
     ORVAPOModeKey current;
     mode_selector_->GetCurrentMode(current);
+    const std::wstring current_name = current.GetModeName();
     const ORVAPOModeList& modes = configuration_->GetModes();
-    const auto found = std::ranges::find_if(
-        modes, [&](const auto& record) { return record->GetModeKey().HasSameName(current); });
+    const auto found = std::ranges::find_if(modes, [&](const auto& record) {
+      return record->GetModeKey().GetModeName() == current_name;
+    });
     if (found == modes.end()) return orv_apo::kNotFound;
     return HandOut<CORVOperatingMode>(mode, module(), *this, *found);
   });

@@ -43,8 +43,8 @@ IntelDriverClients& IntelDriverClients::OfProcess() {
   return kept.clients;
 }
 
-RecursiveMutex& IntelDriverClients::Lock() {
-  static RecursiveMutex lock;
+std::recursive_mutex& IntelDriverClients::Lock() {
+  static std::recursive_mutex lock;
   return lock;
 }
 

@@ -14,7 +14,6 @@
 #include "intel_dsp/skylake/writers.h"
 #include "orv_apo/orv_apo.h"
 #include "platform/guard.h"
-#include "platform/synchronization.h"
 
 namespace orv {
 
@@ -25,7 +24,7 @@ class IntelDriverClients {
  public:
   static IntelDriverClients& OfProcess();
   // Not taken while a lock of the module is held: open the machine first.
-  static RecursiveMutex& Lock();
+  static std::recursive_mutex& Lock();
 
   ORVAPOIntelDriverInterface_BRW* broadwell() const noexcept { return broadwell_.get(); }
   KELAPOIntelDriverInterface_SKL* skylake() const noexcept { return skylake_.get(); }
