@@ -159,7 +159,7 @@ void AgainstFftw(benchmark::State& state, bool pairs) {
   SpectrumPath ours(
       [instance](float* input, float* output) { RealTransform(*instance, input, output); });
   SpectrumPath other(
-      pairs ? FftwPairs(kBlock, FFTW_MEASURE) : FftwHalfcomplex(kBlock, FFTW_MEASURE), pairs);
+      (pairs ? FftwPairs(kBlock, FFTW_MEASURE) : FftwHalfcomplex(kBlock, FFTW_MEASURE)).run, pairs);
   constexpr std::size_t kFrames = 480;
   std::vector<float> samples(2 * kFrames);
   for (std::size_t i = 0; i < samples.size(); ++i)

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <new>
+#include <string>
 
 #if defined(ORV_BENCH_FFTW)
 #include <fftw3.h>
@@ -18,6 +20,11 @@ namespace orv {
 // A forward transform of one size; the output has room for two more numbers than the input.
 using RealWork = std::function<void(float* input, float* output)>;
 
+struct Contender {
+  RealWork run;
+  std::string instructions;  // vector instruction sets that it uses
+};
+
 // Aligned as every contender likes it.
 struct FreeAligned {
   static constexpr std::align_val_t kAlignment{64};
@@ -30,38 +37,52 @@ inline AlignedNumbers MakeAligned(std::size_t count) {
 }
 
 #if defined(ORV_BENCH_FFTW)
+using FftwPlan = std::shared_ptr<fftwf_plan_s>;
+
+// A plan's text names the instruction set of each of its parts.
+inline std::string FftwInstructions(const FftwPlan& plan) {
+  const std::unique_ptr<char, decltype(&std::free)> text(fftwf_sprint_plan(plan.get()), std::free);
+  std::string sets;
+  for (const std::string set : {"sse2", "avx", "avx2", "avx2_128", "avx512"}) {
+    if (std::string(text.get()).find('_' + set + '"') != std::string::npos)
+      sets += (sets.empty() ? "" : "+") + set;
+  }
+  return sets.empty() ? "scalar" : sets;
+}
+
 // In halfcomplex order, which is ours.
-inline RealWork FftwHalfcomplex(std::uint32_t size, unsigned flags) {
+inline Contender FftwHalfcomplex(std::uint32_t size, unsigned flags) {
   const auto input = MakeAligned(size);
   const auto output = MakeAligned(size);
-  const std::shared_ptr<fftwf_plan_s> plan(
-      fftwf_plan_r2r_1d(static_cast<int>(size), input.get(), output.get(), FFTW_R2HC,
-                        flags | FFTW_PRESERVE_INPUT),
-      fftwf_destroy_plan);
-  return [plan](float* in, float* out) { fftwf_execute_r2r(plan.get(), in, out); };
+  const FftwPlan plan(fftwf_plan_r2r_1d(static_cast<int>(size), input.get(), output.get(),
+                                        FFTW_R2HC, flags | FFTW_PRESERVE_INPUT),
+                      fftwf_destroy_plan);
+  return {[plan](float* in, float* out) { fftwf_execute_r2r(plan.get(), in, out); },
+          FftwInstructions(plan)};
 }
 
 // In pairs of real and imaginary parts.
-inline RealWork FftwPairs(std::uint32_t size, unsigned flags) {
+inline Contender FftwPairs(std::uint32_t size, unsigned flags) {
   const auto input = MakeAligned(size);
   const auto output = MakeAligned(size + 2);
-  const std::shared_ptr<fftwf_plan_s> plan(
-      fftwf_plan_dft_r2c_1d(static_cast<int>(size), input.get(),
-                            reinterpret_cast<fftwf_complex*>(output.get()), flags),
-      fftwf_destroy_plan);
-  return [plan](float* in, float* out) {
-    fftwf_execute_dft_r2c(plan.get(), in, reinterpret_cast<fftwf_complex*>(out));
-  };
+  const FftwPlan plan(fftwf_plan_dft_r2c_1d(static_cast<int>(size), input.get(),
+                                            reinterpret_cast<fftwf_complex*>(output.get()), flags),
+                      fftwf_destroy_plan);
+  return {[plan](float* in, float* out) {
+            fftwf_execute_dft_r2c(plan.get(), in, reinterpret_cast<fftwf_complex*>(out));
+          },
+          FftwInstructions(plan)};
 }
 #endif
 
 #if defined(ORV_BENCH_KISSFFT)
-inline RealWork KissFft(std::uint32_t size) {
+inline Contender KissFft(std::uint32_t size) {
   const std::shared_ptr<kiss_fftr_state> plan(
       kiss_fftr_alloc(static_cast<int>(size), 0, nullptr, nullptr), kiss_fftr_free);
-  return [plan](float* in, float* out) {
-    kiss_fftr(plan.get(), in, reinterpret_cast<kiss_fft_cpx*>(out));
-  };
+  return {[plan](float* in, float* out) {
+            kiss_fftr(plan.get(), in, reinterpret_cast<kiss_fft_cpx*>(out));
+          },
+          "scalar"};
 }
 #endif
 

@@ -1,12 +1,13 @@
-// The times that a client on Windows waits, on this machine's own default device: storing a
-// control's value beside a bare registry write of the same bytes, and class creation up to the
-// first endpoint. Installs the component and the configuration file of the command line, and
-// unregisters the component at the end.
+// The times that a client on Windows waits, on this machine's own default device: class creation up
+// to the first endpoint, its operating mode, and storing a control's value beside a bare registry
+// write of the same bytes. Installs the component and a configuration file: the one of the command
+// line, or one of so many modes, of which the last is chosen. Unregisters the component at the end.
 #include <cstdio>
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include "bench/configuration_folder.h"
 #include "bench/measure.h"
 #include "orv_apo/orv_apo.h"
 #include "platform/com_memory.h"
@@ -19,6 +20,7 @@ namespace {
 
 constexpr int kWrites = 5000;
 constexpr int kCreations = 500;
+constexpr int kControls = 20;  // of each mode of a file that is made here
 
 void Print(const char* what, Durations& times) {
   std::printf("%-34s median %9.2f us   99th percentile %9.2f us\n", what, times.Median(),
@@ -86,6 +88,23 @@ void CompareWrites() {
   std::printf("%-34s %.2f\n", "ratio of the medians", through.Median() / bare.Median());
 }
 
+// With the last mode chosen, which a search from the beginning finds last.
+void MeasureOperatingMode() {
+  const auto endpoint = FirstEndpoint();
+  ComPtr<IORVAPOOpModeEnumerator> modes;
+  ComPtr<IORVOperatingMode> mode;
+  Check(endpoint->GetOpModeEnumerator(modes.Put()) == S_OK, "enumerating modes");
+  int count = 0;
+  for (; modes->Next(mode.Put()) == S_OK; ++count)
+    Check(endpoint->put_OpMode(mode.get()) == S_OK, "choosing a mode");
+  Durations times;
+  for (int i = 0; i < kWrites; ++i)
+    times.Measure([&] { Check(endpoint->get_OpMode(mode.Put()) == S_OK, "get_OpMode"); });
+  std::printf("%d modes\n", count);
+  Print("get_OpMode, last mode", times);
+  Check(endpoint->SetDefault() == S_OK, "choosing the default mode");
+}
+
 void MeasureCreation() {
   Durations times;
   for (int i = 0; i < kCreations; ++i)
@@ -98,13 +117,16 @@ void MeasureCreation() {
 
 int wmain(int argc, wchar_t** argv) {
   if (argc != 3) {
-    std::fprintf(stderr, "windows_component_bench COMPONENT.dll CONFIGURATION.xml\n");
+    std::fprintf(stderr, "windows_component_bench COMPONENT.dll CONFIGURATION.xml|MODES\n");
     return 2;
   }
   namespace fs = std::filesystem;
-  const fs::path folder = L"C:\\Program Files\\ORV Labs\\APO";
-  fs::create_directories(folder);
-  fs::copy_file(argv[2], folder / L"orv_apo_config.xml", fs::copy_options::overwrite_existing);
+  const fs::path file = L"C:\\Program Files\\ORV Labs\\APO\\orv_apo_config.xml";
+  fs::create_directories(file.parent_path());
+  fs::remove(file);
+  const int modes = _wtoi(argv[2]);  // 0 for the name of a file
+  const orv::ConfigurationFolder made(modes, orv::kControls, 0);
+  fs::copy_file(modes != 0 ? fs::path(made.file()) : fs::path(argv[2]), file);
   const orv::ComRuntime runtime;
   const HMODULE component = LoadLibraryW(argv[1]);
   const auto call = [component](const char* name) {
@@ -112,8 +134,9 @@ int wmain(int argc, wchar_t** argv) {
         reinterpret_cast<void*>(GetProcAddress(component, name)));
   };
   orv::Check(component != nullptr && SUCCEEDED(call("DllRegisterServer")()), "registration");
-  orv::CompareWrites();
   orv::MeasureCreation();
+  orv::MeasureOperatingMode();
+  orv::CompareWrites();
   call("DllUnregisterServer")();
   return 0;
 }

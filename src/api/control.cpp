@@ -61,9 +61,9 @@ HRESULT CORVAPOCOMControl::put_Value(LONG value) {
     if (!mode_) return E_UNEXPECTED;
     const std::string& name = value_.GetName();
     const auto choice = ChoiceText(description_.names(), value);
-    const ORVQVTValue changed =
+    ORVQVTValue changed =
         choice ? ORVQVTValue(name, *choice) : ORVQVTValue(name, std::int32_t{value});
-    return mode_->PutValue(changed) ? S_OK : E_FAIL;
+    return mode_->PutValue(std::move(changed)) ? S_OK : E_FAIL;
   });
 }
 

@@ -114,11 +114,9 @@ HRESULT CORVCOMEndpointInfo::get_OpMode(IORVOperatingMode** mode) {
     if (mode == nullptr) return E_POINTER;
     ORVAPOModeKey current;
     mode_selector_->GetCurrentMode(current);
-    const std::wstring current_name = current.GetModeName();
     const ORVAPOModeList& modes = configuration_->GetModes();
-    const auto found = std::ranges::find_if(modes, [&](const auto& record) {
-      return record->GetModeKey().GetModeName() == current_name;
-    });
+    const auto found = std::ranges::find_if(
+        modes, [&](const auto& record) { return record->GetModeKey().HasSameName(current); });
     if (found == modes.end()) return orv_apo::kNotFound;
     return HandOut<CORVOperatingMode>(mode, module(), *this, *found);
   });

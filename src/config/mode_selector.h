@@ -48,7 +48,7 @@ class ORVAPOModeSelector : public IORVPropertySetNotify {
   bool SwitchWatch();  // on if there is a target; lock held
 
   Machine& machine_;
-  std::recursive_mutex lock_;  // of everything; the watch's reloads take it too
+  RecursiveMutex lock_;  // of everything; the watch's reloads take it too
   IORVModeNotify* target_ = nullptr;
   ORVPropertySetThreadsafe set_;
   ORVPropertySetRegistry binding_;

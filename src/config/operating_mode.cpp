@@ -35,6 +35,7 @@ bool ORVAPOModeKey::ReadFrom(const ORVQVTValueList& list) {
   operating_mode_.SetValue(TextOr(list, kOperatingModeControl, kUndefinedOperatingMode));
   speaker_type_.SetName(kSpeakerTypeControl);
   speaker_type_.SetValue(TextOr(list, kSpeakerTypeControl, kDisabledSpeakerType));
+  texts_ = operating_mode_.ToString() + '/' + speaker_type_.ToString();
   return IsValid();
 }
 

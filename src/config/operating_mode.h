@@ -28,6 +28,8 @@ class ORVAPOModeKey {
   bool ReadFrom(const ORVQVTValueList& list);
   // "ApoOpMode:" operating mode "/" speaker type
   std::wstring GetModeName() const;
+  // The same as a comparison of the mode names, without making them.
+  bool HasSameName(const ORVAPOModeKey& other) const noexcept { return texts_ == other.texts_; }
   bool Equals(const ORVAPOModeKey& other) const;
 
   const ORVQVTValue& operating_mode() const noexcept { return operating_mode_; }
@@ -38,6 +40,7 @@ class ORVAPOModeKey {
  private:
   ORVQVTValue operating_mode_;
   ORVQVTValue speaker_type_;
+  std::string texts_;  // operating mode "/" speaker type
 };
 
 inline constexpr std::uint32_t kAnyLayout = 0xFFFFFFFF;

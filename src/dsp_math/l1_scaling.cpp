@@ -158,15 +158,6 @@ class Lanes {
   Singles state1_sum_[kVectors]{};
 };
 
-template <unsigned kVectors>
-float RunBlock(const Run& run) {
-  float last = 0;
-  for (std::size_t first = 0; first < run.count && last != kOverflow; first += kWidth * kVectors) {
-    last = Lanes<kVectors>(run, first).RunBlock();
-  }
-  return last;
-}
-
 // A section without another to wait for: after the impulse its input is zero, and its output is its
 // state.
 float RunSingleBlock(const Run& run) {
@@ -174,9 +165,14 @@ float RunSingleBlock(const Run& run) {
   const double a2 = run.sections->a2;
   float s0 = *run.state0;
   float s1 = *run.state1;
+  const double x = run.samples[0];
+  // The end of a response below the normal numbers changes no sum, and many processors are slow
+  // with those.
+  constexpr float kSmallest = std::numeric_limits<float>::min();
+  if (x == 0 && std::fabs(s0) < kSmallest && std::fabs(s1) < kSmallest) return 0;
   BlockSums sums{};
   unsigned begin = 0;
-  if (const double x = run.samples[0]; x != 0) {
+  if (x != 0) {
     const float y = static_cast<float>(run.sections->b0 * x + s0);
     s0 = static_cast<float>(run.sections->b1 * x + a1 * y + s1);
     s1 = static_cast<float>(run.sections->b2 * x + a2 * y);
@@ -196,15 +192,16 @@ float RunSingleBlock(const Run& run) {
   return Add(run, 0, sums) ? sums.output : kOverflow;
 }
 
-using BlockRunner = float (*)(const Run&);
-
-BlockRunner RunnerFor(std::size_t count) {
-  if (count == 1) return RunSingleBlock;
-  if (count <= 2) return RunBlock<1>;
-  if (count <= 4) return RunBlock<2>;
-  if (count <= 6) return RunBlock<3>;
-  if (count <= 8) return RunBlock<4>;
-  return RunBlock<6>;
+// One block of the sections from `first` on, in groups; the last group has no more lanes than it
+// needs. The sum of the last section's outputs, or kOverflow.
+template <unsigned kVectors>
+float RunBlock(const Run& run, std::size_t first = 0) {
+  if constexpr (kVectors > 1) {
+    if (run.count - first <= Lanes<kVectors / 2>::kLanes) return RunBlock<kVectors / 2>(run, first);
+  }
+  const float last = Lanes<kVectors>(run, first).RunBlock();
+  first += Lanes<kVectors>::kLanes;
+  return first < run.count && last != kOverflow ? RunBlock<kVectors>(run, first) : last;
 }
 
 }  // namespace
@@ -219,11 +216,10 @@ float ScaleSectionsL1(FilterSection* sections, std::size_t count, float* storage
                 storage + 3 * count,
                 storage + 4 * count,
                 storage + 5 * count};
-  const BlockRunner run_block = RunnerFor(count);
   for (unsigned block = 1; block <= kMostBlocks; ++block) {
     std::fill_n(run.samples, kBlock, 0.0F);
     if (block == 1) run.samples[0] = 1;
-    const float last = run_block(run);
+    const float last = count == 1 ? RunSingleBlock(run) : RunBlock<4>(run);
     if (last == kOverflow || (block >= kFewestBlocks && last <= kDecayed)) break;
   }
   float level = 1;

@@ -10,15 +10,11 @@ void TransformPortable(const float* input, float* output, std::uint32_t size) {
 
 const NamedTransformKernel* AvailableTransformKernels() {
 #if defined(ORV_TRANSFORM_X86)
-  static constexpr NamedTransformKernel kAll[] = {{"avx512", TransformAvx512},
-                                                  {"avx2", TransformAvx2},
-                                                  {"portable", TransformPortable},
-                                                  {nullptr, nullptr}};
+  static constexpr NamedTransformKernel kAll[] = {
+      {"avx2", TransformAvx2}, {"portable", TransformPortable}, {nullptr, nullptr}};
   __builtin_cpu_init();
   const bool avx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
-  const bool avx512 = avx2 && __builtin_cpu_supports("avx512f") &&
-                      __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl");
-  return avx512 ? kAll : avx2 ? kAll + 1 : kAll + 2;
+  return avx2 ? kAll : kAll + 1;
 #else
   static constexpr NamedTransformKernel kAll[] = {{"portable", TransformPortable},
                                                   {nullptr, nullptr}};

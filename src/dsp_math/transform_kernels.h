@@ -11,8 +11,7 @@ using TransformKernel = void (*)(const float* input, float* output, std::uint32_
 
 void TransformPortable(const float* input, float* output, std::uint32_t size);
 #if defined(ORV_TRANSFORM_X86)
-void TransformAvx2(const float* input, float* output, std::uint32_t size);    // needs AVX2 and FMA
-void TransformAvx512(const float* input, float* output, std::uint32_t size);  // needs AVX-512F too
+void TransformAvx2(const float* input, float* output, std::uint32_t size);  // needs AVX2 and FMA
 #endif
 
 struct NamedTransformKernel {

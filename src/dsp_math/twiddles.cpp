@@ -18,19 +18,26 @@ constexpr long double CosineSeries(long double x) {
   for (int n = 1; n < 12; ++n) sum += term *= -x * x / ((2 * n - 1) * (2 * n));
   return sum;
 }
-constexpr long double Cosine(std::size_t j,
-                             std::size_t length) {  // of 2 pi j / length, j < length/4
+// Of 2 pi j / length for j <= length/2.
+constexpr long double Cosine(std::size_t j, std::size_t length) {
+  if (4 * j > length) return -Cosine(length / 2 - j, length);
   return 8 * j <= length ? CosineSeries(2 * kPi * j / length)
                          : SineSeries(2 * kPi * (length - 4 * j) / (4 * length));
+}
+constexpr long double Sine(std::size_t j, std::size_t length) {
+  return Cosine(4 * j > length ? j - length / 4 : length / 4 - j, length);
 }
 
 constexpr TwiddleTable MakeTwiddles() {
   TwiddleTable table{};
-  std::size_t at = 0;
-  for (std::size_t length = 16; length <= 4096; length *= 2) {
-    for (std::size_t j = 1; j < length / 4; ++j, ++at) {
-      table.half_cosine[at] = 0.5F * static_cast<float>(Cosine(j, length));
-      table.half_negative_sine[at] = -0.5F * static_cast<float>(Cosine(length / 4 - j, length));
+  for (unsigned length = 16; length <= 4096; length *= 2) {
+    for (unsigned j = 1; j < length / 4; ++j) {
+      table.cosine[TwiddleIndex(length, j)] = static_cast<float>(Cosine(j, length));
+      table.sine[TwiddleIndex(length, j)] = static_cast<float>(Sine(j, length));
+    }
+    for (unsigned j = 1; j <= length / 8; ++j) {
+      table.third_cosine[ThirdTwiddleIndex(length, j)] = static_cast<float>(Cosine(3 * j, length));
+      table.third_sine[ThirdTwiddleIndex(length, j)] = static_cast<float>(Sine(3 * j, length));
     }
   }
   return table;

@@ -17,7 +17,7 @@ ORVAPOPublicSettings::~ORVAPOPublicSettings() { ORVAPOPublicSettings::SetNotifyT
 void ORVAPOPublicSettings::OnPropertyChanged(ORVPropertySet&, const ORVPropertyEntry& entry) {
   const std::lock_guard lock(lock_);
   ORVQVTValue value;
-  if (target_ == nullptr || !AssignFromProperty(entry.value, value)) return;
+  if (!AssignFromProperty(entry.value, value)) return;
   value.SetName(Narrow(entry.name));
   target_->OnSettingChanged(*this, value);
 }
@@ -27,7 +27,6 @@ bool ORVAPOPublicSettings::Init(const ORVAPOEndpointInfo& endpoint,
   const std::lock_guard lock(lock_);
   SetNotifyTarget(nullptr);
   settings_.Clear();
-  settings_.AddNotify(this);
   default_list_ = mode.GetDefaultControls();
   mode.GetPublicControls().SaveToPropertySet(settings_);
   const std::wstring& path = endpoint.apo_key_path();
@@ -55,10 +54,11 @@ bool ORVAPOPublicSettings::WriteControl(const ORVQVTValue& value) {
     return false;
   }
   settings_.SetProperty(name.c_str(), boost::any(value.ToString()));
-  if (binding_.GetKey() != nullptr) return Save();
-  Diagnose(ORV_HERE("ORVAPOPublicSettings::WriteControl"),
-           L"WriteControl: Registry key is not opened.\n");
-  return false;
+  const bool saved = Save();
+  if (!saved && binding_.GetKey() == nullptr)
+    Diagnose(ORV_HERE("ORVAPOPublicSettings::WriteControl"),
+             L"WriteControl: Registry key is not opened.\n");
+  return saved;
 }
 
 bool ORVAPOPublicSettings::WriteControls(const ORVQVTValueList& list) {
@@ -96,6 +96,10 @@ bool ORVAPOPublicSettings::ReadDefaultControls(ORVQVTValueList& out, bool clear)
 
 bool ORVAPOPublicSettings::SetNotifyTarget(IORVSettingsNotify* target) {
   const std::lock_guard lock(lock_);
+  if (target != nullptr)
+    settings_.AddNotify(this);
+  else
+    settings_.RemoveNotify(this);
   target_ = target;
   return binding_.StartWatch(target_ != nullptr, value_name_);
 }
@@ -116,7 +120,6 @@ bool ORVAPOGlobalSettings::Init(const ORVAPOEndpointInfo&, const ORVAPOOperating
 bool ORVAPOGlobalSettings::InitGlobal(const ORVAPOEndpointInfo& endpoint) {
   const std::lock_guard lock(lock_);
   SetNotifyTarget(nullptr);
-  settings_.AddNotify(this);
   default_list_.GetOrAdd(kProcessEnableControl) = ORVQVTValue(kProcessEnableControl, 1);
   default_list_.GetOrAdd(kMicMonitorEnableControl) = ORVQVTValue(kMicMonitorEnableControl, 0);
   default_list_.SaveToPropertySet(settings_);

@@ -58,7 +58,7 @@ class ORVAPOPublicSettings : public IORVPropertySetNotify {
   bool Bind(const std::wstring& key_path, std::wstring value_name, bool add_new);
 
   Machine& machine_;
-  std::recursive_mutex lock_;  // of everything; the watch's reloads take it too
+  RecursiveMutex lock_;  // of everything; the watch's reloads take it too
   IORVSettingsNotify* target_ = nullptr;
   ORVPropertySet settings_;
   ORVPropertySet defaults_;
@@ -67,7 +67,7 @@ class ORVAPOPublicSettings : public IORVPropertySetNotify {
   ORVQVTValueList default_list_;
 
  private:
-  bool Save() { return binding_.SaveBinary(value_name_.c_str()); }
+  bool Save() { return binding_.SaveBinaryAs(value_name_); }
   bool Reload() { return binding_.LoadBinary(value_name_, true, true, false); }
 };
 

@@ -43,8 +43,8 @@ IntelDriverClients& IntelDriverClients::OfProcess() {
   return kept.clients;
 }
 
-std::recursive_mutex& IntelDriverClients::Lock() {
-  static std::recursive_mutex lock;
+RecursiveMutex& IntelDriverClients::Lock() {
+  static RecursiveMutex lock;
   return lock;
 }
 

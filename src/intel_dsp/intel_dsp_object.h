@@ -14,6 +14,7 @@
 #include "intel_dsp/skylake/writers.h"
 #include "orv_apo/orv_apo.h"
 #include "platform/guard.h"
+#include "platform/synchronization.h"
 
 namespace orv {
 
@@ -24,7 +25,7 @@ class IntelDriverClients {
  public:
   static IntelDriverClients& OfProcess();
   // Not taken while a lock of the module is held: open the machine first.
-  static std::recursive_mutex& Lock();
+  static RecursiveMutex& Lock();
 
   ORVAPOIntelDriverInterface_BRW* broadwell() const noexcept { return broadwell_.get(); }
   KELAPOIntelDriverInterface_SKL* skylake() const noexcept { return skylake_.get(); }

@@ -6,8 +6,10 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <span>
+#include <thread>
 #include <utility>
 
 namespace orv {
@@ -54,6 +56,39 @@ inline bool Event::Wait(std::optional<std::chrono::milliseconds> limit) noexcept
   Event* const only[] = {this};
   return WaitAny(only, limit).has_value();
 }
+
+// A mutex that its holder may take again. Seen with MinGW 10: the library's own allocates memory on
+// first use and never frees it.
+class RecursiveMutex {
+ public:
+  void lock() {
+    if (!IsMine()) mutex_.lock();
+    Enter();
+  }
+  bool try_lock() {
+    if (!IsMine() && !mutex_.try_lock()) return false;
+    Enter();
+    return true;
+  }
+  void unlock() noexcept {
+    if (--depth_ != 0) return;
+    holder_.store({}, std::memory_order_relaxed);
+    mutex_.unlock();
+  }
+
+ private:
+  // Only the holder itself finds its own identifier.
+  bool IsMine() const noexcept {
+    return holder_.load(std::memory_order_relaxed) == std::this_thread::get_id();
+  }
+  void Enter() noexcept {
+    if (++depth_ == 1) holder_.store(std::this_thread::get_id(), std::memory_order_relaxed);
+  }
+
+  std::mutex mutex_;
+  std::atomic<std::thread::id> holder_{};
+  unsigned depth_ = 0;  // the holder's
+};
 
 // One running thread. Destroying this object detaches the thread. Wait and Terminate take turns
 // when several threads call them, and return false on the thread itself.

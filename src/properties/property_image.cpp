@@ -235,6 +235,7 @@ void KeptImage::EncodeAgain(const ORVPropertyList& list, std::size_t index) {
   const auto make_room = [&](std::size_t size) {
     const auto end = bytes_.begin() + static_cast<std::ptrdiff_t>(ends_[index]);
     const std::size_t old_size = ends_[index] - start;
+    if (size == old_size) return bytes_.data() + start;
     if (size > old_size)
       bytes_.insert(end, size - old_size, 0);
     else

@@ -2,14 +2,15 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 #include "platform/text.h"
 
 namespace orv {
 
-std::unique_lock<std::recursive_mutex> ORVPropertySet::Locked() const {
-  std::recursive_mutex* const mutex = lock();
-  return mutex != nullptr ? std::unique_lock(*mutex) : std::unique_lock<std::recursive_mutex>();
+std::unique_lock<RecursiveMutex> ORVPropertySet::Locked() const {
+  RecursiveMutex* const mutex = lock();
+  return mutex != nullptr ? std::unique_lock(*mutex) : std::unique_lock<RecursiveMutex>();
 }
 
 std::size_t ORVPropertySet::FindEntry(const wchar_t* name) const {
@@ -104,25 +105,33 @@ void ORVPropertySet::MergeProperties(const ORVPropertySet& other, bool overwrite
   MergeProperties(other.list_, overwrite_existing, add_new);
 }
 
+bool ORVPropertySet::Store(std::size_t index, const wchar_t* name, boost::any&& value) {
+  if (index == list_.size())
+    list_.push_back({name, std::move(value)});
+  else if (SameValue(list_[index].value, value))
+    return false;
+  else
+    list_[index].value = std::move(value);
+  image_.EntryChanged(index);
+  return true;
+}
+
 // Listeners may change the set during the call: after it neither the arguments nor the address of
-// an entry are used.
-void ORVPropertySet::SetProperty(const wchar_t* name, const boost::any& value) {
+// an entry are used. Without listeners, nothing has to be copied.
+void ORVPropertySet::SetProperty(const wchar_t* name, boost::any&& value) {
   const auto guard = Locked();
-  ORVPropertyEntry change{name, value};
   std::size_t index = FindEntry(name);
-  if (index != list_.size()) {
-    change.name = list_[index].name;
+  if (listeners_.empty()) {
+    if (Store(index, name, std::move(value))) NotifyChanged(list_[index]);
+    return;
+  }
+  const bool known = index != list_.size();
+  const ORVPropertyEntry change{known ? list_[index].name : name, std::move(value)};
+  if (known) {
     NotifyChanging(change);
     index = FindEntry(change.name.c_str());
   }
-  if (index == list_.size())
-    list_.push_back(change);
-  else if (SameValue(list_[index].value, change.value))
-    return;
-  else
-    list_[index].value = change.value;
-  image_.EntryChanged(index);
-  NotifyChanged(change);
+  if (Store(index, change.name.c_str(), boost::any(change.value))) NotifyChanged(change);
 }
 
 bool ORVPropertySet::HasProperty(const wchar_t* name) const {

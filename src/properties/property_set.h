@@ -8,6 +8,7 @@
 #include <mutex>
 #include <span>
 
+#include "platform/synchronization.h"
 #include "properties/property_image.h"
 
 namespace orv {
@@ -52,7 +53,9 @@ class ORVPropertySet {
   virtual void MergeProperties(const ORVPropertyList& list, bool overwrite_existing, bool add_new);
   virtual void MergeProperties(const ORVPropertySet& other, bool overwrite_existing, bool add_new);
 
-  virtual void SetProperty(const wchar_t* name, const boost::any& value);
+  virtual void SetProperty(const wchar_t* name, const boost::any& value) {
+    SetProperty(name, boost::any(value));
+  }
   virtual void SetProperty(const std::wstring& name, const char* value) {
     SetProperty(name.c_str(), value);
   }
@@ -115,13 +118,17 @@ class ORVPropertySet {
   // to be left out.
   virtual bool UseAllPropertiesBinary(const ImageUse& use);
   virtual bool HasProperty(const wchar_t* name) const;
+  void SetProperty(const wchar_t* name, boost::any&& value);
   // The set's own lock, for a caller that must not wait for it without limit; null if it has none.
-  virtual std::recursive_mutex* lock() const { return nullptr; }
+  virtual RecursiveMutex* lock() const { return nullptr; }
 
  private:
-  std::unique_lock<std::recursive_mutex> Locked() const;
+  std::unique_lock<RecursiveMutex> Locked() const;
   // Index of the first entry with this name; the list's size without one.
   std::size_t FindEntry(const wchar_t* name) const;
+  // Returns false if the entry at `index` (the size of the list for a new one) has the value
+  // already.
+  bool Store(std::size_t index, const wchar_t* name, boost::any&& value);
   template <class Call>
   void ForEachListener(Call call);
 
@@ -138,10 +145,10 @@ class ORVPropertySet {
 // set (whose own lock is not taken). The modified flag needs no lock.
 class ORVPropertySetThreadsafe : public ORVPropertySet {
  public:
-  std::recursive_mutex* lock() const override { return &lock_; }
+  RecursiveMutex* lock() const override { return &lock_; }
 
  private:
-  mutable std::recursive_mutex lock_;
+  mutable RecursiveMutex lock_;
 };
 
 }  // namespace orv

@@ -93,7 +93,7 @@ constexpr std::chrono::milliseconds kLockRetry{5};
 // that stops the watch may hold the lock while it waits for the watch to end.
 class StoppableLock {
  public:
-  StoppableLock(std::recursive_mutex* mutex, Event& stop) {
+  StoppableLock(RecursiveMutex* mutex, Event& stop) {
     if (mutex == nullptr) return;
     held_ = std::unique_lock(*mutex, std::defer_lock);
     while (!stopped_ && !held_.try_lock()) stopped_ = stop.Wait(kLockRetry);
@@ -101,7 +101,7 @@ class StoppableLock {
   bool stopped() const noexcept { return stopped_; }
 
  private:
-  std::unique_lock<std::recursive_mutex> held_;
+  std::unique_lock<RecursiveMutex> held_;
   bool stopped_ = false;
 };
 
@@ -181,9 +181,15 @@ bool ORVPropertySetRegistry::SaveBinary(const wchar_t* value_name) {
     const std::lock_guard guard(state_lock_);
     name = value_name_;
   }
+  const bool written = SaveBinaryAs(name);
+  if (written && value_name != nullptr) Remember(name);
+  return written;
+}
+
+bool ORVPropertySetRegistry::SaveBinaryAs(const std::wstring& value_name) {
   const Binding bound = Current();
   if (bound.set == nullptr || bound.key == nullptr) return false;
-  const bool written = bound.set->UseAllPropertiesBinary([&](std::span<const std::uint8_t> image) {
+  return bound.set->UseAllPropertiesBinary([&](std::span<const std::uint8_t> image) {
     if (image.empty()) {
       Diagnose(ORV_HERE("ORVPropertySetRegistry::SaveBinary"),
                L"GetAllPropertiesBinary returned 0 length.\n");
@@ -191,10 +197,8 @@ bool ORVPropertySetRegistry::SaveBinary(const wchar_t* value_name) {
     }
     const auto size = static_cast<std::uint32_t>(image.size());
     return size == image.size() &&
-           bound.key->SetValue(name, kRegBinary, image.data(), size) == kRegOk;
+           bound.key->SetValue(value_name, kRegBinary, image.data(), size) == kRegOk;
   });
-  if (written && value_name != nullptr) Remember(name);
-  return written;
 }
 
 bool ORVPropertySetRegistry::LoadValues() {

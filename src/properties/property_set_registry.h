@@ -49,12 +49,14 @@ class ORVPropertySetRegistry : public IORVPropertySetNotify, private IORVThreadB
   // call this. True if stopped, or if the watch thread could be started.
   virtual bool StartWatch(bool start, const std::wstring& value_name);
 
+  // SaveBinary for an owner that names the value each time: does not make it the current one.
+  bool SaveBinaryAs(const std::wstring& value_name);
   // Opens a key below HKEY_LOCAL_MACHINE and keeps it; after a failure it has none.
   bool OpenKey(Registry& registry, const std::wstring& path, std::uint32_t access);
   // A lock to hold during a reload by the watch; null for none. Set before the watch is started.
   // The reload gives up waiting for it, and for the set's own lock, once the watch is being
   // stopped.
-  void SetReloadLock(std::recursive_mutex* lock) { reload_lock_ = lock; }
+  void SetReloadLock(RecursiveMutex* lock) { reload_lock_ = lock; }
 
  private:
   bool Run(ORVThreadBasic& thread, Event& stop) override;
@@ -75,7 +77,7 @@ class ORVPropertySetRegistry : public IORVPropertySetNotify, private IORVThreadB
   std::wstring watch_value_name_;
 
   std::atomic<bool> auto_save_{false};
-  std::recursive_mutex* reload_lock_ = nullptr;
+  RecursiveMutex* reload_lock_ = nullptr;
   ORVThreadBasic thread_;
 };
 

@@ -48,6 +48,10 @@ std::int32_t IntegerOf(const std::string& text) {
   return boost::conversion::try_lexical_convert(real, number) ? number : kNoInteger;
 }
 
+std::string TextOf(const std::string& text) { return text; }
+std::string TextOf(std::int32_t number) { return std::to_string(number); }
+std::string TextOf(float real) { return boost::lexical_cast<std::string>(real); }
+
 float RealOf(std::int32_t number) { return static_cast<float>(number); }
 float RealOf(float real) { return real; }
 float RealOf(const std::string& text) {
@@ -87,8 +91,7 @@ void ORVQVTValue::SetValue(std::int32_t value) { held_ = LongValue{value}; }
 void ORVQVTValue::SetValue(const boost::any& held) { held_ = Narrowed(held); }
 
 std::string ORVQVTValue::ToString() const {
-  return Converted(held_, std::string(),
-                   [](const auto& held) { return boost::lexical_cast<std::string>(held); });
+  return Converted(held_, std::string(), [](const auto& held) { return TextOf(held); });
 }
 
 std::wstring ORVQVTValue::ToWString() const { return Widen(ToString()); }

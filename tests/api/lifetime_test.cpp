@@ -6,6 +6,7 @@
 
 #include "api_fixture.h"
 #include "support/every_failure.h"
+#include "support/footprint.h"
 
 namespace orv {
 namespace {
@@ -42,9 +43,9 @@ class LifetimeTest : public ApiTest {
   }
 };
 
-TEST_F(LifetimeTest, ObjectsMayBeReleasedInAnyOrder) {
+TEST_F(LifetimeTest, ObjectsReleasedInAnyOrderLeaveNothingBehind) {
   std::mt19937 random(20110);
-  for (int round = 0; round < 50; ++round) {
+  ExpectNothingLeftBehind(Rounds(50), [&] {
     auto objects = EveryKind();
     std::shuffle(objects.begin(), objects.end(), random);
     while (!objects.empty()) {
@@ -52,7 +53,7 @@ TEST_F(LifetimeTest, ObjectsMayBeReleasedInAnyOrder) {
       objects.pop_back();
     }
     EXPECT_EQ(DllCanUnloadNow(), S_OK);
-  }
+  });
 }
 
 // Counts that are lost keep the library loaded, or end an object too early.

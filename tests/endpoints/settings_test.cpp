@@ -265,7 +265,7 @@ class Listener : public ListenerLog {
 class LockableSettings : public ORVAPOPublicSettings {
  public:
   using ORVAPOPublicSettings::ORVAPOPublicSettings;
-  std::recursive_mutex& lock() { return lock_; }
+  RecursiveMutex& lock() { return lock_; }
 };
 
 class WatchedSettings : public SettingsFixture {

@@ -52,7 +52,7 @@ class PropertySetWatch : public testing::Test {
   std::unique_ptr<SimulatedMachine> machine_ = SimulatedMachine::InMemory();
   BoundSet writer_{*machine_};
   Listener listener_;
-  std::recursive_mutex reload_lock_;
+  RecursiveMutex reload_lock_;
   BoundSet watcher_{*machine_};
 };
 

@@ -5,7 +5,7 @@
 #include "component_file.h"
 #include "platform/com_ptr.h"
 #include "platform/com_runtime.h"
-#include "platform/windows/handle_level.h"
+#include "support/footprint.h"
 
 namespace orv {
 namespace {
@@ -47,7 +47,7 @@ TEST_F(WindowsObjectsTest, RuntimeUnloadsTheLibraryAfterUse) {
 }
 
 // Neither DSP is there, and the platform under test gives no capture service for a loopback stream.
-TEST_F(WindowsObjectsTest, EndpointsControlsAndServicesWithoutTheirDeviceLeaveNoHandlesBehind) {
+TEST_F(WindowsObjectsTest, EndpointsControlsAndServicesWithoutTheirDeviceLeaveNothingBehind) {
   const ComRuntime runtime;
   const auto endpoints = Endpoints();
   constexpr HRESULT kWrongEndpointType = static_cast<HRESULT>(0x88890003);
@@ -70,7 +70,8 @@ TEST_F(WindowsObjectsTest, EndpointsControlsAndServicesWithoutTheirDeviceLeaveNo
     EXPECT_EQ(endpoint->get_AnalysisData(&analysis), kWrongEndpointType);
     EXPECT_TRUE(intel == nullptr && qualcomm == nullptr && analysis == nullptr);
   };
-  ExpectNoHandleLeftBehind(1000, open_ask_and_close);
+  constexpr std::size_t kOfTheStream = 96;  // seen on Wine 8.0: each stream that is initialised
+  ExpectNothingLeftBehind(Rounds(1000), open_ask_and_close, kOfTheStream);
 }
 
 }  // namespace
