@@ -26,7 +26,8 @@ constexpr char kProgramDetails[] =
     "that no other has. MODE is a mode's name or any part of it that no other has; without one, "
     "the current mode is meant. Letter case does not matter for parts.\n\n"
     "Exit status: 0 done; 1 refused by the component, a driver or the system; 2 the command line "
-    "is wrong; 3 done, but what was read back, compared or checked differs.";
+    "is wrong; 3 done, but what was read back, compared or checked differs, or the output "
+    "cannot be written.";
 
 // In the order of the help page, in groups. A group's title is on its first line.
 struct CommandEntry {
@@ -113,7 +114,9 @@ void AddGlobalOptions(CLI::App& app, Context& context) {
     const char* no_colour = std::getenv("NO_COLOR");
     context.output.UseColour(!context.output.json() && (no_colour == nullptr || *no_colour == 0) &&
                              OutputIsTerminal());
-    if (OutputIsTerminal()) context.output.UseColumns(static_cast<std::size_t>(OutputColumns()));
+    const auto columns = static_cast<std::size_t>(OutputColumns());
+    context.output.UseColumns(OutputIsTerminal() ? columns : 0,
+                              ErrorsAreOnTerminal() ? columns : 0);
   });
 }
 
@@ -182,8 +185,9 @@ int Main(int argc, char** argv) {
   }
   const int status = RunProgram(app, context, static_cast<int>(words.size()), words.data());
   if (!std::cout.flush()) {
-    std::cerr << "orvctl: standard output cannot be written\n";
-    return kRefused;
+    if (status == kRefused || status == kUsage) return status;
+    std::cerr << "orvctl: the command is done, but its output cannot be written\n";
+    return kDiffering;
   }
   return status;
 }

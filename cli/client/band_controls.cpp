@@ -57,6 +57,15 @@ ChannelBands FindChannel(const std::vector<ControlView>& views, const BandSuite&
   }
 }
 
+ModeBands::HighPass FindHighPass(const std::vector<ControlView>& views, const BandSuite& suite) {
+  const auto find = [&](const char* name) {
+    return FindView(views, fmt::format("{}-HPF {}", suite.name, name));
+  };
+  ModeBands::HighPass found{find(kEnable), find(kFrequency), find("Order"), {}};
+  if (found) found.ranges = {RangeOf(*found.frequency, 1), RangeOf(*found.order, 1)};
+  return found;
+}
+
 }  // namespace
 
 ModeBands FindBands(const std::vector<ControlView>& views) {
@@ -68,6 +77,7 @@ ModeBands FindBands(const std::vector<ControlView>& views) {
     bands.suite = suite.name;
     bands.ignores_enable = suite.ignores_enable;
     bands.preamp = FindView(views, suite.preamp);
+    bands.high_pass = FindHighPass(views, suite);
     if (bands.preamp != nullptr) bands.preamp_range = RangeOf(*bands.preamp, suite.gain_steps);
     break;
   }

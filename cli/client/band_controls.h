@@ -27,6 +27,16 @@ struct ModeBands {
   // The level in front of the equaliser; null if the mode has no control for it.
   const ControlView* preamp = nullptr;
   StepRange preamp_range;
+  // The mode's own high-pass, for both channels; its three controls are null if it has none.
+  struct HighPass {
+    const ControlView* enable = nullptr;
+    const ControlView* frequency = nullptr;
+    const ControlView* order = nullptr;
+    HighPassRanges ranges;
+
+    explicit operator bool() const { return enable && frequency && order; }
+  };
+  HighPass high_pass;
   // Whether a band runs with its Enable control off.
   bool ignores_enable = false;
 };

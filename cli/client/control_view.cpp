@@ -196,10 +196,13 @@ std::string RangeFault(const ControlView& view, std::int32_t value) {
     return fmt::format("{} is none of the positions 0 to {} of \"{}\"", value, choices.size() - 1,
                        view.name);
   if (view.minimum >= view.maximum || (value >= view.minimum && value <= view.maximum)) return {};
-  const std::string numbers = fmt::format("{} to {}", view.minimum, view.maximum);
-  const std::string quantities = choices.empty() ? RangeText(view) : numbers;
-  return fmt::format("{} is outside the range of \"{}\", {}{}", value, view.name, numbers,
-                     quantities == numbers ? "" : fmt::format(" ({})", quantities));
+  const ValueForm form = FormOf(view);
+  std::string fault =
+      fmt::format("{} is outside the range of \"{}\", {} to {}", QuantityText(value, form),
+                  view.name, QuantityText(view.minimum, form), QuantityText(view.maximum, form));
+  if (form.steps_per_unit != 1)
+    fault += fmt::format(" (stored: {}, {} to {})", value, view.minimum, view.maximum);
+  return fault;
 }
 
 ValueForm FormOf(const ControlView& view) {

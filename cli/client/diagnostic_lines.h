@@ -14,7 +14,7 @@ enum class Diagnostics {
 
 // Called once, before the component is loaded. Lines come from any thread afterwards.
 void ShowDiagnostics(Diagnostics diagnostics);
-// A line of the component, in UTF-8, with or without its line feed.
+// A line of the component or of this program, in UTF-8, with or without its line feed.
 void TakeDiagnosticLine(std::string_view line) noexcept;
 
 // The endpoints are open: drops the lines that were kept back, and shows later ones at once.

@@ -1,7 +1,9 @@
 #include "cli/client/host.h"
 
 #include "cli/offline/files.h"
+#include "cli/offline/machine_folder.h"
 #include "cli/show/failure.h"
+#include "cli/show/select.h"
 #include "platform/text.h"
 #include "simulated/simulated_machine.h"
 
@@ -26,10 +28,22 @@ std::unique_ptr<Machine> OpenMachine(const std::filesystem::path& folder) {
   FileError error;
   std::unique_ptr<Machine> machine = SimulatedMachine::Open(folder, error);
   if (machine != nullptr) return machine;
+  const std::string path = PathText(folder);
+  std::error_code ignored;
+  if (!std::filesystem::exists(folder, ignored)) {
+    throw Failure(kRefused,
+                  "there is no machine in {}.{}\nTo make one there: orvctl machine new {}", path,
+                  Suggestion(MachineNames(folder.parent_path()), PathText(folder.filename())),
+                  ShellWord(path));
+  }
+  const bool is_users = folder.parent_path() == UserMachinesFolder();
   throw Failure(kRefused,
-                "the machine in {} is refused.\n{}\n"
-                "Fix that file, or make a fresh machine with \"orvctl machine new DIR\".",
-                PathText(folder), error.Text());
+                "the machine in {} is refused.\n{}\nFix that file, or {}: orvctl machine {}", path,
+                error.Text(),
+                is_users ? "make it as new, without the changes made on it"
+                         : "make another machine beside it",
+                is_users ? "reset " + ShellWord(PathText(folder.filename()))
+                         : "new " + ShellWord(path + "-new"));
 }
 
 std::string ChangeLock::NameOf(const std::string& registry_path) {

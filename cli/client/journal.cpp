@@ -1,13 +1,12 @@
 #include "cli/client/journal.h"
 
-#include <fmt/chrono.h>
-
 #include <algorithm>
 #include <chrono>
 #include <optional>
 
 #include "cli/client/host.h"
 #include "cli/offline/files.h"
+#include "cli/show/clock.h"
 #include "cli/show/failure.h"
 
 namespace orv::cli {
@@ -99,12 +98,10 @@ void Journal::Add(const std::string& command, const std::vector<Change>& changes
       entries.back().command == command)
     joined = Joined(entries.back().changes, changes);
   if (joined) entries.pop_back();
-  const auto now =
-      std::chrono::time_point_cast<std::chrono::seconds>(std::chrono::system_clock::now());
   if (!joined) joined = changes;
   if (!joined->empty())
-    entries.push_back(
-        {fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(now)), command, *joined, gesture});
+    entries.push_back({UtcText(std::chrono::system_clock::now(), Precision::Seconds), command,
+                       *joined, gesture});
   if (entries.size() > kMostEntries)
     entries.erase(entries.begin(), entries.end() - static_cast<std::ptrdiff_t>(kMostEntries));
   Write(entries);

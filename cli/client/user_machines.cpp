@@ -43,8 +43,14 @@ void PutCopy(const fs::path& sample, const fs::path& folder) {
 fs::path NamedMachineFolder(const std::string& text) {
   const fs::path folder = PathFromUtf8(text);
   if (folder.has_parent_path() || Exists(folder)) return folder;
-  const fs::path copy = UserMachinesFolder() / folder;
-  return Exists(copy) || !SampleOf(copy).empty() ? copy : folder;
+  const fs::path machines = UserMachinesFolder();
+  if (machines.empty()) return folder;
+  const fs::path copy = machines / folder;
+  if (Exists(copy) || !SampleOf(copy).empty()) return copy;
+  std::vector<std::string> names;
+  for (const KnownMachine& known : KnownMachines()) names.push_back(known.name);
+  UsageFailure("no machine named \"{}\".{}{}\nTo make it: orvctl machine new {}", text,
+               Suggestion(names, text), KnownNames(names), ShellWord(text));
 }
 
 bool MakeUserMachine(const fs::path& folder) {

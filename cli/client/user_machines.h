@@ -9,7 +9,7 @@
 namespace orv::cli {
 
 // The folder that --machine means: a folder, or a sample's name for the user's copy of it, which
-// may have to be made yet.
+// may have to be made yet. Usage failure with the nearest machine for a name that is neither.
 std::filesystem::path NamedMachineFolder(const std::string& text);
 
 // Makes the user's copy if the folder is that of one and does not exist yet. True if it was made.

@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
-#include <span>
 
+#include "cli/client/diagnostic_lines.h"
+#include "cli/client/registry.h"
 #include "cli/commands/commands.h"
 #include "cli/show/names.h"
+#include "endpoints/endpoint_registry.h"
+#include "platform/text.h"
 
 namespace orv::cli {
 namespace {
@@ -58,6 +61,17 @@ std::string TakeBack(const Endpoint& endpoint, const std::vector<Mode>& modes,
                   : "\nNot everything that was changed before it could be taken back.";
 }
 
+// For -v: each value that was written, and where.
+void ReportWritten(const Endpoint& endpoint, const std::vector<Change>& changes) {
+  for (const Change& change : changes) {
+    const std::string value = change.what == "mode"     ? CurrentModeValue()
+                              : change.what == "switch" ? Utf8FromWide(kGlobalSettingsValue)
+                                                        : change.mode;
+    TakeDiagnosticLine(fmt::format("orvctl | wrote {} = {} | HKEY_LOCAL_MACHINE\\{}, {}",
+                                   change.name, ToText(change.to), endpoint.RegistryPath(), value));
+  }
+}
+
 // Those that are not there, each with what was read back in `from`.
 std::vector<Change> FindMissing(const Endpoint& endpoint, const std::vector<Mode>& modes,
                                 const std::vector<Change>& changes) {
@@ -90,6 +104,7 @@ std::vector<Change> WriteAndVerify(const Endpoint& endpoint, const std::vector<M
       throw Failure(refusal.exit_status(),
                     refusal.what() + TakeBack(endpoint, modes, {steps.begin(), last}));
     }
+    ReportWritten(endpoint, changes);
     missing = FindMissing(endpoint, modes, changes);
     return missing.empty();
   });
@@ -132,6 +147,14 @@ std::vector<Change> MakeChanges(Context& context, const Endpoint& endpoint,
   return made;
 }
 
+Table ChangesTable(const Catalog& catalog, std::span<const Change> changes) {
+  Table table({{"MODE"}, {"NAME"}, {"FROM"}, {"TO"}});
+  for (const Change& change : changes)
+    table.Add({ModeLabel(change.mode), change.name, ToText(catalog, change, change.from),
+               Cell(ToText(catalog, change, change.to), ansi::kAccent)});
+  return table;
+}
+
 std::string ChangesText(std::size_t count, bool dry_run) {
   return Counted(count, "change") + (dry_run ? " to make; nothing was changed." : " made.");
 }
@@ -140,11 +163,7 @@ void ShowChanges(Context& context, const std::vector<Change>& changes, bool dry_
   Output& output = context.output;
   const Catalog& catalog = context.catalog();
   if (output.json()) return output.Value(ToJson(catalog, changes));
-  Table table({{"MODE"}, {"NAME"}, {"FROM"}, {"TO"}});
-  for (const Change& change : changes)
-    table.Add({ModeLabel(change.mode), change.name, ToText(catalog, change, change.from),
-               Cell(ToText(catalog, change, change.to), ansi::kAccent)});
-  if (!table.empty()) output.Show(table);
+  if (!changes.empty()) output.Show(ChangesTable(catalog, changes));
   output.Line(ChangesText(changes.size(), dry_run));
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <span>
 #include <vector>
 
 #include "cli/client/context.h"
@@ -28,6 +29,7 @@ std::vector<Change> MakeChanges(Context& context, const Endpoint& endpoint,
 
 // The changes as the command's result: as a table with their number, or as its JSON value.
 void ShowChanges(Context& context, const std::vector<Change>& changes, bool dry_run);
+Table ChangesTable(const Catalog& catalog, std::span<const Change> changes);
 // "2 changes made.", or what a dry run reports.
 std::string ChangesText(std::size_t count, bool dry_run);
 

@@ -42,8 +42,7 @@ inline constexpr char kPushJson[] =
     "sent_text, read_text, error}";
 inline constexpr char kControlHelp[] =
     "The control's name, a part that no other control's name has, or a pattern with * and ?";
-inline constexpr char kValueHelp[] =
-    "A whole number in the control's own steps, or one of its choices";
+inline constexpr char kRawHelp[] = "VALUE is the stored number, in the control's own steps";
 
 // Accepts numbers from `least` to `most`, decimals too. `expected` completes "... is not"; `word`
 // is the value's word in usage lines.

@@ -7,6 +7,7 @@
 
 #include "cli/client/control_view.h"
 #include "cli/client/host.h"
+#include "cli/client/user_machines.h"
 #include "cli/commands/command_line.h"
 #include "cli/commands/commands.h"
 #include "cli/offline/files.h"
@@ -29,7 +30,8 @@ class Completer {
         typed_(line.words.back()),
         output_(std::cout, std::cerr),
         context_(output_) {
-    context_.session_options.machine = PathFromUtf8(Given("DIR", "--machine"));
+    if (const std::string machine = Given("DIR", "--machine"); !machine.empty())
+      context_.session_options.machine = NamedMachineFolder(machine);
     context_.session_options.technology = Given("DIR", "--technology");
     if (const auto type = ParseNumber(Given("", "--config"))) context_.config_type = *type;
   }
@@ -114,8 +116,29 @@ class Completer {
     const std::string word = ValueWord(option);
     if (word == "FILE" || word == "XML") completion_.files = Completion::Files::Any;
     if (word == "DIR" || word == "SAMPLE") completion_.files = Completion::Files::Folders;
-    if (word == "COMMAND") return AddHelpCommands(option);
-    Offer(ValuesOf(word), before);
+    if (word == "COMMAND") {
+      if (IsArgument(option)) return AddHelpCommands(option);
+      completion_.files = Completion::Files::Any;  // a command of the shell
+    }
+    if (option.get_name() == "--machine") return Offer(MachinesByName(), before);
+    const std::size_t equals = typed_.find('=');
+    const bool is_set = reading_.command->get_name() == "set" && before.empty();
+    if (is_set && (word == "CONTROL" || word == "VALUE") && equals != std::string::npos) {
+      const std::string control = typed_.substr(0, equals);
+      const std::string name = typed_.substr(0, equals + 1);
+      typed_.erase(0, equals + 1);
+      return Offer(ChoicesOf(control), name);
+    }
+    // After CONTROL=VALUE comes another one.
+    const bool is_next = word == "VALUE" && Given("CONTROL").find('=') != std::string::npos;
+    Offer(ValuesOf(is_next ? "CONTROL" : word), before);
+  }
+
+  static CandidateList MachinesByName() {
+    CandidateList values;
+    for (const KnownMachine& machine : KnownMachines())
+      values.push_back({machine.name, machine.is_copy ? "yours" : "sample"});
+    return values;
   }
 
   void AddHelpCommands(const CLI::Option& option) {
@@ -159,7 +182,7 @@ class Completer {
     } else if (word == "KEY") {
       for (const auto& [key, value] : endpoint.Properties()) values.push_back({key, value});
     } else if (word == "VALUE") {
-      AddChoices(values);
+      values = ChoicesOf(Given("CONTROL").empty() ? Given("PROPERTY") : Given("CONTROL"));
     } else {
       const Mode mode = context_.SelectMode(endpoint, Given("MODE"));
       for (const ORVAPOControlType list : {kORVAPO_Cont_Public, kORVAPO_Cont_Private})
@@ -168,13 +191,17 @@ class Completer {
     }
   }
 
-  void AddChoices(CandidateList& values) {
-    std::string control = Given("CONTROL");
-    if (control.empty()) control = Given("PROPERTY");
-    const std::vector<std::string> choices = context_.catalog().Describe(control).choices;
+  // Of the control that the text names or is a part of.
+  CandidateList ChoicesOf(const std::string& text) {
+    const Endpoint endpoint = context_.SelectEndpoint(Given("ENDPOINT"));
+    const Mode mode = context_.SelectMode(endpoint, Given("MODE"));
+    const std::vector<std::string> choices =
+        ControlFinder(context_.catalog(), endpoint, mode).Find(text).front().facts.choices;
+    CandidateList values;
     for (const std::string& choice : choices) values.push_back({choice, {}});
-    if (choices.size() == 2 && reading_.command->get_name() == "set" && !Given("CONTROL").empty())
+    if (choices.size() == 2)
       for (const char* word : {"on", "off", "toggle"}) values.push_back({word, {}});
+    return values;
   }
 
   const CLI::App& root_;

@@ -53,7 +53,8 @@ void GetControls(Context& context, const GetArguments& arguments) {
   const ControlFinder finder(context.catalog(), endpoint, mode);
   std::vector<ControlView> views;
   for (const std::string& text : arguments.controls)
-    for (ControlView& view : finder.Find(text)) views.push_back(std::move(view));
+    for (ControlView& view : finder.Find(text))
+      if (FindView(views, view.name) == nullptr) views.push_back(std::move(view));
   Output& output = context.output;
   const bool is_one = arguments.controls.size() == 1 && !IsPattern(arguments.controls.front());
   if (output.json()) return output.Value(is_one ? ToJson(views.front()) : ToJson(views));
@@ -213,7 +214,7 @@ void AddSetCommand(CLI::App& app, Context& context) {
       set.add_option("--from", arguments.from, "A file of lines CONTROL=VALUE; - is standard input")
           ->type_name("FILE");
   from->excludes(control);
-  set.add_flag("--raw", arguments.raw, "VALUE is the stored number, in the control's own steps");
+  set.add_flag("--raw", arguments.raw, kRawHelp);
   set.add_flag("--force", arguments.force, "Store a number outside the control's range too");
 }
 

@@ -22,6 +22,7 @@ struct IntelArguments {
   std::string technology;
   bool set_default = false;
   bool with_blocks = false;
+  bool raw = false;
   std::string file;
   std::string channel;
   std::vector<std::string> bands;
@@ -169,10 +170,24 @@ void PushEqualizer(Context& context, const IntelArguments& arguments) {
                CommandLine("controls " + endpoint.number()));
 }
 
+// The property that the text names: one that the driver takes or the technology library describes,
+// or the only one that the driver takes with this part in its name.
+std::string PropertyName(Context& context, const IntelTarget& target, const std::string& text) {
+  const std::string kind = target.dsp.Kind();
+  const Catalog& catalog = context.catalog();
+  if (FindProperty(kind, text) || catalog.Describe(text).described) return text;
+  std::vector<std::string> names = catalog.DescribedNames();
+  std::erase_if(names, [&](const std::string& name) { return !FindProperty(kind, name); });
+  const std::vector<std::size_t> fitting = SelectByPart(names, text);
+  if (fitting.empty()) return text;  // the driver may know it
+  if (fitting.size() > 1) FailAsAmbiguous(names, fitting, text, "property");
+  return names[fitting.front()];
+}
+
 void GetProperty(Context& context, const IntelArguments& arguments) {
   IntelTarget target(context, arguments);
   const IntelDsp& dsp = target.dsp;
-  const std::string& name = arguments.property;
+  const std::string name = PropertyName(context, target, arguments.property);
   const bool is_skylake = dsp.Kind() == kSkylakeDriver;
   std::int32_t value = 0;
   const HRESULT status = dsp.GetProperty(name, arguments.set_default, value);
@@ -190,18 +205,22 @@ void GetProperty(Context& context, const IntelArguments& arguments) {
   if (value == 0 && is_skylake && !target.readback.ReadsSwitch())
     throw Failure(kRefused,
                   asked + ": the driver does not answer.\n-v shows the component's calls.");
-  context.output.Result({{"name", name}, {"value", value}}, fmt::format("{} = {}", name, value));
+  const ValueForm form = context.catalog().FormOf(name);
+  const std::string text = ValueText(value, form);
+  context.output.Result({{"name", name}, {"value", value}, {"text", text}, {"unit", form.unit}},
+                        fmt::format("{} = {}", name, text));
 }
 
-// A number, or a choice of a control that the technology library describes.
-std::int32_t ParseProperty(Context& context, const std::string& name, const std::string& text) {
+// What the text means for a control that the technology library describes; else a number.
+std::int32_t ParseProperty(Context& context, const std::string& name, const std::string& text,
+                           ValueReader read) {
   ControlView view;
   view.name = name;
   view.facts = context.catalog().Describe(name);
   view.minimum = view.facts.minimum;
   view.maximum = view.facts.maximum;
   view.scale = view.facts.scale;
-  const std::int32_t value = ParseValue(view, text, ReadRawValue, true);
+  const std::int32_t value = ParseValue(view, text, read, true);
   if (const std::string fault = RangeFault(view, value); !fault.empty()) UsageFailure(fault + ".");
   return value;
 }
@@ -228,7 +247,8 @@ class PropertyPush {
     const auto place = FindProperty(kind_, name_);
     if (!place) UnknownProperty(context, target_.endpoint, name_);
     place_ = *place;
-    number_ = ParseProperty(context, name_, arguments.value);
+    number_ = ParseProperty(context, name_, arguments.value,
+                            arguments.raw ? ReadRawValue : ReadTypedValue);
     value_.vt = VT_I4;
     value_.lVal = number_;
     Plan(target_.endpoint.CurrentMode());
@@ -252,6 +272,7 @@ class PropertyPush {
     return answer.block ? FieldText(*answer.block, place_.offset) : std::string();
   }
 
+  const std::string& name() const noexcept { return name_; }
   std::int32_t number() const noexcept { return number_; }
 
  private:
@@ -305,8 +326,8 @@ class PropertyPush {
 
   Context& context_;
   const IntelArguments& arguments_;
-  const std::string& name_ = arguments_.property;
   IntelTarget target_;
+  const std::string name_ = PropertyName(context_, target_, arguments_.property);
   const std::string kind_ = target_.dsp.Kind();
   DspPlace place_;
   std::int32_t number_ = 0;
@@ -321,7 +342,7 @@ void SetProperty(Context& context, const IntelArguments& arguments) {
   const std::string held = push.Held();
   if (outcome.differs()) context.exit_status = kDiffering;
   WarnOfDifferences(context, outcome);
-  const std::string& name = arguments.property;
+  const std::string& name = push.name();
   const Json read = held.empty() ? Json() : Json(held);
   context.output.Result(
       {{"name", name},
@@ -363,14 +384,15 @@ void AddIntelDspCommands(CLI::App& dsp, Context& context) {
        "Paths with a drive letter are the machine's. Exit status as with push.", kPushJson});
   file.add_option("XML", arguments->file, "The configuration file")->required();
 
-  CLI::App& get =
-      AddCommand(intel, context, arguments, GetProperty,
-                 {"get", "Show one property as the DSP holds it",
-                  "orvctl dsp intel 0 get \"VQ3D-Process Enable\"", "", "{name, value}"});
+  CLI::App& get = AddCommand(
+      intel, context, arguments, GetProperty,
+      {"get", "Show one property as the DSP holds it",
+       "orvctl dsp intel 0 get \"VQ3D-Process Enable\"", "", "{name, value, text, unit}"});
   CLI::App& set = AddCommand(
       intel, context, arguments, SetProperty,
       {"set", "Change one property in the DSP",
-       "orvctl dsp intel 0 set \"VQ3D-Definition Level\" 60",
+       "orvctl dsp intel 0 set \"VQ3D-Definition Level\" 60\n"
+       "  orvctl dsp intel 0 set \"geq 1khz\" -3dB",
        "The driver's block is read, changed, sent back and read again; nothing is stored in the "
        "registry. A control that depends on others takes them from the current mode, whose "
        "filters are sent with it. Exit status 3 if the DSP holds another value than was sent.",
@@ -378,8 +400,11 @@ void AddIntelDspCommands(CLI::App& dsp, Context& context) {
   for (CLI::App* command : {&push, &file})
     command->add_flag(kLongOption, arguments->with_blocks, kPushLongHelp);
   for (CLI::App* command : {&get, &set})
-    command->add_option("PROPERTY", arguments->property, "The control's exact name")->required();
-  set.add_option("VALUE", arguments->value, kValueHelp)->required();
+    command->add_option("PROPERTY", arguments->property, "The control's name, or any part of it")
+        ->required();
+  set.add_option("VALUE", arguments->value, "As \"orvctl set\" takes it, but for steps and toggle")
+      ->required();
+  set.add_flag("--raw", arguments->raw, kRawHelp);
 
   CLI::App& peq =
       AddCommand(intel, context, arguments, PushEqualizer,

@@ -9,27 +9,24 @@ struct EnableArguments : EndpointArguments {
   std::string state;
 };
 
-bool SwitchProcessing(Context& context, const Endpoint& endpoint, bool wanted) {
-  const ChangeLock lock = context.LockForChange(endpoint);
-  const std::vector<Mode> modes = endpoint.Modes();
-  const bool before = modes.front().Enabled();
-  const std::vector<Change> made =
-      MakeChanges(context, endpoint, modes, {{"switch", "", kProcessEnableName, before, wanted}},
-                  {.command = "enable"});
-  return made.empty() ? before : wanted;
-}
-
 // The switch belongs to the endpoint; any mode reaches it, also if the current one is not known.
 void ShowOrSwitchProcessing(Context& context, const EnableArguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
+  std::optional<ChangeLock> lock;
+  if (!arguments.state.empty()) lock.emplace(context.LockForChange(endpoint));
   const std::vector<Mode> modes = endpoint.Modes();
   if (modes.empty())
     throw Failure(kRefused, endpoint.name() +
                                 " has no modes.\nTo examine its configuration file: " +
                                 CommandLine("doctor " + endpoint.number()));
-  const bool enabled = arguments.state.empty()
-                           ? modes.front().Enabled()
-                           : SwitchProcessing(context, endpoint, arguments.state == "on");
+  bool enabled = modes.front().Enabled();
+  if (lock) {
+    const bool wanted = arguments.state == "on";
+    const std::vector<Change> made =
+        MakeChanges(context, endpoint, modes, {{"switch", "", kProcessEnableName, enabled, wanted}},
+                    {.command = "enable"});
+    if (!made.empty()) enabled = wanted;
+  }
   context.output.Result({{"enabled", enabled}}, enabled ? "on" : "off");
 }
 

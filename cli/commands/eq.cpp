@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <functional>
 
 #include "cli/client/band_controls.h"
 #include "cli/client/dsp_objects.h"
@@ -51,6 +52,7 @@ struct Import {
   ControlValues controls;
   std::vector<Misfit> misfits;
   std::optional<ListedPreamp> preamp;
+  std::optional<HighPassValues> high_pass;
   std::vector<BandValues> left;
   std::vector<BandValues> right;
 };
@@ -64,6 +66,7 @@ class Importer {
     for (const EqualiserList::Problem& problem : list_.problems)
       import_.misfits.push_back(
           {problem.line, "line", std::nullopt, std::nullopt, "not understood: " + problem.reason});
+    PlanHighPass();
     import_.left = PlanChannel("left", ListChannel::Left, bands_.left);
     import_.right = PlanChannel("right", ListChannel::Right, bands_.right);
     PlanPreamp();
@@ -83,16 +86,58 @@ class Importer {
   std::vector<BandValues> PlanChannel(const char* name, ListChannel channel,
                                       const ChannelBands& bands) {
     if (!IsChosen(arguments_, name)) return {};
-    std::vector<ListFilter> filters;
-    for (const ListFilter& filter : list_.filters)
-      if (filter.channel == ListChannel::Both || filter.channel == channel)
-        filters.push_back(filter);
+    std::vector<ListFilter> filters = FiltersFor(channel);
     if (filters.empty()) return bands.values;  // the list is for the other channel
+    if (bands_.high_pass) std::erase_if(filters, IsHighPass);
     std::vector<Misfit> misfits;
     std::vector<BandValues> values = FitFilters(filters, bands.ranges, bands.values, misfits);
     for (const Misfit& misfit : misfits) AddMisfit(misfit);
     import_.controls.merge(ControlsOf(bands, values));
     return values;
+  }
+
+  std::vector<ListFilter> FiltersFor(ListChannel channel) const {
+    std::vector<ListFilter> filters;
+    for (const ListFilter& filter : list_.filters)
+      if (filter.channel == ListChannel::Both || filter.channel == channel)
+        filters.push_back(filter);
+    return filters;
+  }
+  static bool IsHighPass(const ListFilter& filter) {
+    return filter.type == ListFilterType::HighPass;
+  }
+
+  // The mode's own high-pass takes those of the list, if they are the same for both channels. One
+  // that is off switches it off.
+  void PlanHighPass() {
+    if (!bands_.high_pass) return;
+    std::vector<ListFilter> sides[2] = {FiltersFor(ListChannel::Left),
+                                        FiltersFor(ListChannel::Right)};
+    for (std::vector<ListFilter>& side : sides) std::erase_if(side, std::not_fn(IsHighPass));
+    if (sides[0].empty() && sides[1].empty()) return;
+    const ListFilter first = (sides[0].empty() ? sides[1] : sides[0]).front();
+    for (std::vector<ListFilter>& side : sides)
+      std::erase_if(side, [](const ListFilter& filter) { return !filter.on; });
+    const bool is_on = !sides[0].empty() || !sides[1].empty();
+    const auto alike = [](const ListFilter& a, const ListFilter& b) {
+      return a.frequency == b.frequency && a.q == b.q;
+    };
+    if (arguments_.channel != "both" || !std::ranges::equal(sides[0], sides[1], alike)) {
+      const char* const name = ListTypeName(first);
+      if (!is_on) return;
+      AddMisfit({first.line, name, std::nullopt, std::nullopt,
+                 fmt::format("{} is not applied: \"{}\" is for both channels", name,
+                             bands_.high_pass.frequency->name)});
+      return;
+    }
+    if (is_on) {
+      const auto values = FitHighPass(sides[0], bands_.high_pass.ranges, import_.misfits);
+      if (!values) return;
+      import_.controls[bands_.high_pass.frequency->name] = values->frequency;
+      import_.controls[bands_.high_pass.order->name] = values->order;
+      import_.high_pass = values;
+    }
+    import_.controls[bands_.high_pass.enable->name] = is_on ? 1 : 0;
   }
 
   void PlanPreamp() {
@@ -172,16 +217,19 @@ void ShowBands(Output& output, const ModeBands& bands, const Import& import) {
                {"TYPE"},
                {"FREQUENCY", Align::Right},
                {"GAIN", Align::Right},
-               {"QUALITY", Align::Right}});
+               {"LIST'S Q", Align::Right},
+               {"Q FACTOR", Align::Right}});
   const auto add = [&](std::size_t i, const char* channel, const std::vector<BandValues>& values,
                        const ChannelBands& place) {
     const BandValues& band = values[i];
     const BandRanges& ranges = place.ranges[i];
     if (!band.enabled && band.gain == 0) return;
     const bool known = band.type >= 0 && band.type < static_cast<int>(std::size(kTypes));
+    const std::optional<ListFilter> listed = FilterOfBand(band, ranges);
     table.Add({std::to_string(i), channel, known ? kTypes[band.type] : "unknown",
                HertzText(band.frequency / ranges.frequency.steps),
                Cell(Decimals(band.gain / ranges.gain.steps, 1) + " dB", ansi::kAccent),
+               listed && listed->q ? Decimals(*listed->q, 2) : "-",
                Decimals(band.q / ranges.q.steps, 2)});
   };
   const std::size_t count = std::max(import.left.size(), import.right.size());
@@ -192,6 +240,11 @@ void ShowBands(Output& output, const ModeBands& bands, const Import& import) {
     if (i < import.right.size() && !both) add(i, "right", import.right, bands.right);
   }
   if (!table.empty()) output.Show(table);
+  if (import.high_pass)
+    output.Line(
+        fmt::format("High-pass: {}, order {}",
+                    HertzText(import.high_pass->frequency / bands.high_pass.ranges.frequency.steps),
+                    import.high_pass->order));
   if (import.preamp && !import.preamp->control.empty())
     output.Line(fmt::format("Preamplification: {} = {} dB", import.preamp->control,
                             import.preamp->value / bands.preamp_range.steps));
@@ -303,13 +356,19 @@ EqualiserList ListOf(const ModeBands& bands, const EqArguments& arguments,
   EqualiserList list;
   if (bands.preamp != nullptr && bands.preamp->value)
     list.preamps.push_back({0, ListChannel::Both, *bands.preamp->value / bands.preamp_range.steps});
+  const ModeBands::HighPass& high_pass = bands.high_pass;
+  const bool one = arguments.channel != "both";
+  if (!one && high_pass && high_pass.order->value && high_pass.frequency->value) {
+    list.filters =
+        FiltersOfHighPass({*high_pass.frequency->value, *high_pass.order->value}, high_pass.ranges);
+    for (ListFilter& filter : list.filters) filter.on = high_pass.enable->value != 0;
+  }
   const auto add = [&](std::vector<ListFilter> filters, ListChannel channel) {
     for (ListFilter& filter : filters) {
       filter.channel = channel;
       list.filters.push_back(filter);
     }
   };
-  const bool one = arguments.channel != "both";
   const bool alike = bands.left == bands.right;
   if (IsChosen(arguments, "left"))
     add(ListedFilters(bands, bands.left, notes),
@@ -325,7 +384,7 @@ Json FiltersJson(const std::vector<ListFilter>& filters) {
   for (const ListFilter& filter : filters)
     array.push_back({{"channel", kChannels[static_cast<std::size_t>(filter.channel)]},
                      {"on", filter.on},
-                     {"type", ListTypeName(filter.type)},
+                     {"type", ListTypeName(filter)},
                      {"frequency", filter.frequency},
                      {"gain_db", filter.gain_db},
                      {"q", filter.q ? Json(*filter.q) : Json()}});
@@ -341,6 +400,11 @@ void ExportList(Context& context, const EqArguments& arguments) {
   const EqualiserList list = ListOf(bands, arguments, notes);
   for (const std::string& note : notes) context.output.Notice(note);
   if (!notes.empty()) context.exit_status = kDiffering;
+  const ControlView* const order = bands.high_pass.order;
+  if (bands.high_pass && bands.high_pass.enable->value != 0 && order->value.value_or(0) % 2 != 0)
+    context.output.Notice(
+        fmt::format("{} is {}, which a list cannot have: it is without the high-pass.", order->name,
+                    *order->value));
   const std::string text =
       fmt::format("# {}, {}\n", Printable(endpoint.name()), Printable(ModeLabel(mode.name()))) +
       WriteEqualiserList(list);
@@ -363,7 +427,8 @@ constexpr char kListDetails[] =
     "Filters after a line \"Channel: left\" or \"Channel: right\" are for that channel.";
 constexpr char kImportDetails[] =
     "Filters take the mode's bands in their order, at the nearest values; quality factors are "
-    "converted, so that the bands have the list's curves. Bands that are left over, and filters "
+    "converted, so that the bands have the list's curves. High-pass filters that together are a "
+    "Butterworth filter set the mode's own high-pass. Bands that are left over, and filters "
     "that are off, get 0 dB and are disabled. What does not fit is listed with its line and how "
     "far it is off (exit status 3). All values are stored and read back, or none.";
 constexpr char kImportJson[] =

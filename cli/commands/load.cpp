@@ -20,6 +20,8 @@ struct LoadArguments : EndpointArguments {
   bool lenient = false;
 };
 
+constexpr std::size_t kMostProblems = 10;  // that are shown
+
 // The changes that apply a preset; what does not fit the endpoint is a problem.
 class PresetPlan {
  public:
@@ -62,7 +64,8 @@ class PresetPlan {
     for (const auto& [name, value] : wanted.controls) {
       const auto found = by_name.find(name);
       if (found == by_name.end()) {
-        const std::string_view nearest = NearestName(name, names);
+        const bool is_shown = problems_.size() < kMostProblems;
+        const std::string_view nearest = is_shown ? NearestName(name, names) : "";
         problems_.push_back(
             fmt::format("no control named \"{}\" in {}{}", name, ModeLabel(wanted.name),
                         nearest.empty() ? "" : fmt::format("; the nearest is \"{}\"", nearest)));
@@ -103,8 +106,12 @@ std::vector<Change> PlanChanges(Context& context, const Endpoint& endpoint,
         fmt::format("The preset was saved on another endpoint, {}.", Printable(preset.endpoint)));
   }
   const PresetPlan plan(context.catalog(), endpoint, modes, preset);
-  for (const std::string& problem : plan.problems())
-    context.output.Notice((lenient ? "Left out: " : "Does not fit: ") + problem + ".");
+  const char* const what = lenient ? "Left out: " : "Does not fit: ";
+  const std::size_t count = plan.problems().size();
+  for (std::size_t i = 0; i < std::min(count, kMostProblems); ++i)
+    context.output.Notice(what + plan.problems()[i] + ".");
+  if (count > kMostProblems)
+    context.output.Notice(fmt::format("{}{} more.", what, count - kMostProblems));
   if (!plan.problems().empty() && !lenient) {
     throw Failure(kDiffering,
                   "the preset does not fit {}; nothing was changed.\n"

@@ -46,18 +46,24 @@ void ListMachines(Context& context, const NoArguments&) {
   } catch (const Failure&) {
     // Without a home folder none of them is used.
   }
+  if (!used.empty()) used = std::filesystem::absolute(used).lexically_normal();
   Json list = Json::array();
   Table table({{""}, {"MACHINE"}, {"WHOSE"}, {"FOLDER"}});
+  const auto add = [&](const std::string& name, const std::string& whose,
+                       const std::filesystem::path& folder, bool is_used) {
+    list.push_back({{"name", name},
+                    {"sample", whose == "sample"},
+                    {"path", PathText(folder)},
+                    {"used", is_used}});
+    table.Add({is_used ? "*" : "", name, whose, PathText(folder)});
+  };
+  bool is_known = used.empty();
   for (const KnownMachine& machine : KnownMachines()) {
     const bool is_used = machine.folder == used || UserMachinesFolder() / machine.name == used;
-    const char* const whose = machine.is_copy ? "yours" : "sample";
-    const std::string folder = PathText(machine.folder);
-    list.push_back({{"name", machine.name},
-                    {"sample", !machine.is_copy},
-                    {"path", folder},
-                    {"used", is_used}});
-    table.Add({is_used ? "*" : "", machine.name, whose, folder});
+    is_known = is_known || is_used;
+    add(machine.name, machine.is_copy ? "yours" : "sample", machine.folder, is_used);
   }
+  if (!is_known) add(PathText(used.filename()), "other", used, true);
   context.output.Result(list, table);
 }
 
@@ -76,11 +82,12 @@ void AddMachineCommands(CLI::App& app, Context& context) {
   CLI::App& machine = AddCommand(
       app, {"machine", "Make and read simulated machines", "orvctl machine new my-machine"});
   machine.require_subcommand(1);
-  AddCommand(machine, context, ListMachines,
-             {"list", "Show the sample machines and your copies of them", "orvctl machine list",
-              "The star marks the machine that commands use. A command makes your copy of a sample "
-              "when it first needs it.",
-              "an array of {name, sample, path, used}"});
+  AddCommand(
+      machine, context, ListMachines,
+      {"list", "Show the sample machines and your copies of them", "orvctl machine list",
+       "The star marks the machine that commands use, which has a row too if it is in another "
+       "folder. A command makes your copy of a sample when it first needs it.",
+       "an array of {name, sample, path, used}"});
   auto [reset, reset_arguments] = AddCommand(
       machine, context, ResetMachine,
       {"reset", "Make your copy of a sample machine as new", "orvctl machine reset broken",

@@ -24,7 +24,8 @@ constexpr char kDetails[] =
 constexpr char kJson[] =
     "{endpoint, mode, driver, sample_rate, channel, groups: [{name, filters: [{name, "
     "quantising_error, dsp_error, pole_radius, silent, points: [{frequency, ideal, quantised, "
-    "dsp}]}]}], gain_points: [{group, enabled, control, frequency, gain, dsp_gain}], notes}; an "
+    "dsp}]}]}], gain_points: [{group, enabled, control, frequency, gain_db, dsp_gain_db}], notes}; "
+    "an "
     "error is {frequency, db}, a point's value {db, phase_degrees, group_delay_ms}; null is "
     "silence, or a value that does not exist";
 

@@ -305,8 +305,8 @@ Json ToJson(const ModeFilters& filters) {
                         {"enabled", group.on},
                         {"control", point.control},
                         {"frequency", number(point.frequency)},
-                        {"gain", number(NumberAt(point.planned))},
-                        {"dsp_gain", number(NumberAt(point.held))}});
+                        {"gain_db", number(NumberAt(point.planned))},
+                        {"dsp_gain_db", number(NumberAt(point.held))}});
     }
   }
   return {{"groups", std::move(groups)}, {"gain_points", std::move(points)}};

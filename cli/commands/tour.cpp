@@ -7,6 +7,7 @@
 #include "cli/client/host.h"
 #include "cli/client/registry.h"
 #include "cli/commands/commands.h"
+#include "cli/commands/pages.h"
 #include "cli/dsp/push.h"
 #include "cli/offline/image_json.h"
 #include "cli/offline/machine_folder.h"
@@ -88,8 +89,7 @@ class Tour {
     output_.Line(output_.Painted(fmt::format("{}. {}", ++step_, text), ansi::kBold));
   }
   void Print(const std::string& text) {
-    constexpr std::size_t kColumns = 77;
-    for (const std::string& line : Wrapped(Printable(text), kColumns)) output_.Line("   " + line);
+    output_.Line(Folded("   " + Printable(text), kPageColumns));
   }
   void Hint(const std::string& command) {
     output_.Line(output_.Painted("   $ " + command, ansi::kDim));

@@ -6,6 +6,7 @@
 #include "cli/client/journal.h"
 #include "cli/commands/apply_changes.h"
 #include "cli/commands/commands.h"
+#include "cli/show/clock.h"
 #include "cli/show/names.h"
 
 namespace orv::cli {
@@ -20,22 +21,25 @@ struct UndoArguments : EndpointArguments {
 void ListEntries(Context& context, std::vector<JournalEntry> entries) {
   const Catalog& catalog = context.catalog();
   std::ranges::reverse(entries);
-  Json array = Json::array();
-  Table table({{"TIME"}, {"COMMAND"}, {"MODE"}, {"NAME"}, {"FROM"}, {"TO"}});
-  for (const JournalEntry& entry : entries) {
-    array.push_back({{"time", entry.time},
-                     {"command", entry.command},
-                     {"changes", ToJson(catalog, entry.changes)}});
-    for (const Change& change : entry.changes) {
-      const bool is_first = &change == &entry.changes.front();
-      table.Add({is_first ? entry.time : "", is_first ? entry.command : "", ModeLabel(change.mode),
-                 change.name, ToText(catalog, change, change.from),
-                 ToText(catalog, change, change.to)});
-    }
+  Output& output = context.output;
+  if (output.json()) {
+    Json array = Json::array();
+    for (const JournalEntry& entry : entries)
+      array.push_back({{"time", entry.time},
+                       {"command", entry.command},
+                       {"changes", ToJson(catalog, entry.changes)}});
+    return output.Value(array);
   }
-  if (context.output.json()) return context.output.Value(array);
-  if (table.empty()) return context.output.Line("No changes to take back.");
-  context.output.Show(table);
+  if (entries.empty()) return output.Line("No changes to take back.");
+  constexpr std::size_t kMostShown = 8;  // of an entry's changes
+  for (const JournalEntry& entry : entries) {
+    output.Line(output.Painted(
+        LocalFromUtc(Printable(entry.time)) + "  " + Printable(entry.command), ansi::kBold));
+    const std::size_t count = entry.changes.size();
+    const std::size_t shown = count > kMostShown ? kMostShown - 1 : count;
+    output.Show(ChangesTable(catalog, {entry.changes.data(), shown}), 2);
+    if (shown != count) output.Line(fmt::format("  and {} more", count - shown));
+  }
 }
 
 // The changes that take the entry's back. Throws Failure if something of it was changed since,

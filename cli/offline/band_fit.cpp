@@ -52,8 +52,15 @@ double ShelfListQ(double slope, double gain_db) {
   return 1 / std::sqrt(ShelfSum(gain_db) * (1 / slope - 1) + 2);
 }
 
+double QOf(const ListFilter& filter) { return filter.q.value_or(std::numbers::sqrt2 / 2); }
+
+// The quality factor of a section of a Butterworth filter of even order, the lowest first.
+double ButterworthQ(std::int32_t order, std::size_t section) {
+  return 0.5 / std::cos(std::numbers::pi * (2 * static_cast<double>(section) + 1) / (2.0 * order));
+}
+
 double BandQ(const ListFilter& filter, double frequency, double gain_db) {
-  const double q = filter.q.value_or(std::numbers::sqrt2 / 2);
+  const double q = QOf(filter);
   if (filter.type == ListFilterType::Peaking) return PeakingBandQ(q, frequency, gain_db);
   if (filter.slope && !filter.q) return *filter.slope / kSteepestInDecibels;
   return ShelfBandQ(q, gain_db);
@@ -72,11 +79,18 @@ std::optional<std::int32_t> BandType(ListFilterType type, const BandRanges& rang
   return std::nullopt;
 }
 
+// The number with so many decimals.
+double Rounded(double number, int decimals) {
+  const double power = std::pow(10, decimals);
+  return std::round(number * power) / power;
+}
+
 void AddLimit(std::size_t line, const char* what, double wanted, double set, const char* unit,
               std::vector<Misfit>& misfits) {
-  misfits.push_back({line, what, wanted, set,
-                     fmt::format("{0} {1:.6g}{3} becomes {2:.6g}{3}, off by {4:.4g}{3}", what,
-                                 wanted, set, unit, set - wanted)});
+  misfits.push_back(
+      {line, what, wanted, set,
+       fmt::format("{0} {1}{3} becomes {2}{3}, off by {4}{3}", what, Rounded(wanted, 4),
+                   Rounded(set, 4), unit, Rounded(set - wanted, 4))});
 }
 
 BandValues FitFilter(const ListFilter& filter, std::int32_t type, const BandRanges& ranges,
@@ -99,8 +113,7 @@ BandValues FitFilter(const ListFilter& filter, std::int32_t type, const BandRang
       AddLimit(filter.line, "slope", *filter.slope, Natural(band.q, ranges.q) * kSteepestInDecibels,
                " dB", misfits);
     } else {
-      AddLimit(filter.line, "Q", filter.q.value_or(std::numbers::sqrt2 / 2), ListQ(band, ranges),
-               "", misfits);
+      AddLimit(filter.line, "Q", QOf(filter), ListQ(band, ranges), "", misfits);
     }
   }
   return band;
@@ -109,12 +122,6 @@ BandValues FitFilter(const ListFilter& filter, std::int32_t type, const BandRang
 void Clear(BandValues& band) {
   band.enabled = false;
   band.gain = 0;
-}
-
-// The number with so many decimals.
-double Rounded(double number, int decimals) {
-  const double power = std::pow(10, decimals);
-  return std::round(number * power) / power;
 }
 
 }  // namespace
@@ -130,7 +137,7 @@ std::vector<BandValues> FitFilters(const std::vector<ListFilter>& filters,
       continue;
     }
     const auto type = ranges.empty() ? std::nullopt : BandType(filter.type, ranges.front());
-    const char* const name = ListTypeName(filter.type);
+    const char* const name = ListTypeName(filter);
     if (type && next < bands.size()) {
       bands[next] = FitFilter(filter, *type, ranges[next], misfits);
       ++next;
@@ -150,6 +157,49 @@ std::int32_t FitLevel(std::size_t line, const char* what, double decibels, const
   if (IsLimited(decibels, range))
     AddLimit(line, what, decibels, Natural(level, range), " dB", misfits);
   return level;
+}
+
+std::optional<HighPassValues> FitHighPass(const std::vector<ListFilter>& filters,
+                                          const HighPassRanges& ranges,
+                                          std::vector<Misfit>& misfits) {
+  std::vector<ListFilter> sections = filters;
+  std::ranges::sort(sections, {}, QOf);
+  const auto order = static_cast<std::int32_t>(2 * sections.size());
+  bool fits = order >= ranges.order.low && order <= ranges.order.high;
+  const ListFilter& first = filters.front();
+  for (std::size_t i = 0; i < sections.size(); ++i) {
+    constexpr double kNear = 0.02;  // of the quality factor: less than 0.2 dB
+    const double q = ButterworthQ(order, i);
+    fits = fits && sections[i].frequency == first.frequency &&
+           std::abs(QOf(sections[i]) - q) <= kNear * q;
+  }
+  if (!fits) {
+    misfits.push_back(
+        {first.line, ListTypeName(first), std::nullopt, std::nullopt,
+         fmt::format("{} is not a high-pass that the mode has: those are Butterworth filters of "
+                     "order {} to {} (order 2 has Q 0.71)",
+                     ListTypeName(first), ranges.order.low, ranges.order.high)});
+    return std::nullopt;
+  }
+  const HighPassValues values{Nearest(first.frequency, ranges.frequency), order};
+  if (IsLimited(first.frequency, ranges.frequency))
+    AddLimit(first.line, "Fc", first.frequency, Natural(values.frequency, ranges.frequency), " Hz",
+             misfits);
+  return values;
+}
+
+std::vector<ListFilter> FiltersOfHighPass(const HighPassValues& values,
+                                          const HighPassRanges& ranges) {
+  std::vector<ListFilter> filters;
+  if (values.order % 2 != 0) return filters;
+  for (std::int32_t i = 0; 2 * i < values.order; ++i) {
+    ListFilter filter;
+    filter.type = ListFilterType::HighPass;
+    filter.frequency = Natural(values.frequency, ranges.frequency);
+    filter.q = Rounded(ButterworthQ(values.order, static_cast<std::size_t>(i)), 4);
+    filters.push_back(filter);
+  }
+  return filters;
 }
 
 std::optional<ListFilter> FilterOfBand(const BandValues& band, const BandRanges& ranges) {

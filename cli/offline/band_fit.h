@@ -60,6 +60,24 @@ std::vector<BandValues> FitFilters(const std::vector<ListFilter>& filters,
                                    const std::vector<BandRanges>& ranges,
                                    std::vector<BandValues> bands, std::vector<Misfit>& misfits);
 
+// A mode's own high-pass, in its controls' steps: a Butterworth filter.
+struct HighPassValues {
+  std::int32_t frequency = 0;
+  std::int32_t order = 0;
+};
+struct HighPassRanges {
+  StepRange frequency;
+  StepRange order;
+};
+// The high-pass that these filters of a list (at least one) are together: all at one frequency,
+// with the quality factors of a Butterworth filter's sections. Else a misfit.
+std::optional<HighPassValues> FitHighPass(const std::vector<ListFilter>& filters,
+                                          const HighPassRanges& ranges,
+                                          std::vector<Misfit>& misfits);
+// Its filters in a list; none for an odd order, which a list does not have.
+std::vector<ListFilter> FiltersOfHighPass(const HighPassValues& values,
+                                          const HighPassRanges& ranges);
+
 // A level in the steps of its control; a misfit if it is out of range.
 std::int32_t FitLevel(std::size_t line, const char* what, double decibels, const StepRange& range,
                       std::vector<Misfit>& misfits);

@@ -252,6 +252,7 @@ class ListReader {
       return;
     }
     filter.type = row->type;
+    filter.typed = row->name;
     if (row->type == ListFilterType::None) {
       list_.filters.push_back(filter);
       return;
@@ -357,7 +358,8 @@ class ListReader {
 
 std::string FilterLine(std::size_t number, const ListFilter& filter) {
   const TypeRow& row = RowOf(filter.type);
-  std::string line = fmt::format("Filter {}: {} {}", number, filter.on ? "ON" : "OFF", row.name);
+  std::string line =
+      fmt::format("Filter {}: {} {}", number, filter.on ? "ON" : "OFF", ListTypeName(filter));
   if (filter.type == ListFilterType::None) return line + "\n";
   if (filter.slope) line += fmt::format(" {} dB", *filter.slope);
   line += fmt::format(" {} {} Hz", kFrequencyKey.key, filter.frequency);
@@ -389,6 +391,8 @@ std::string WriteEqualiserList(const EqualiserList& list) {
   return text;
 }
 
-const char* ListTypeName(ListFilterType type) { return RowOf(type).name.data(); }
+const char* ListTypeName(const ListFilter& filter) {
+  return filter.typed.empty() ? RowOf(filter.type).name.data() : filter.typed.data();
+}
 
 }  // namespace orv::cli

@@ -42,6 +42,7 @@ struct ListFilter {
   double gain_db = 0;           // 0 for types without a gain
   std::optional<double> q;      // quality factor; a width in octaves is read as one
   std::optional<double> slope;  // of a shelf, in dB an octave
+  std::string_view typed = {};  // the type as the list has it ("LS"); empty if it was not read
 
   bool operator==(const ListFilter&) const = default;
 };
@@ -77,7 +78,7 @@ EqualiserList ReadEqualiserList(std::string_view text);
 // Reading gives the same preamplification and filters back, in that order.
 std::string WriteEqualiserList(const EqualiserList& list);
 
-// "PK", "LSC", ..., as written.
-const char* ListTypeName(ListFilterType type);
+// "PK", "LSC", ..., as typed, else as written.
+const char* ListTypeName(const ListFilter& filter);
 
 }  // namespace orv::cli

@@ -14,7 +14,9 @@ namespace fs = std::filesystem;
 
 std::vector<std::string> MachineNames(const fs::path& folder) {
   std::vector<std::string> names;
-  for (const fs::directory_entry& entry : fs::directory_iterator(folder))
+  std::error_code ignored;
+  for (const fs::directory_entry& entry :
+       fs::directory_iterator(folder.empty() ? "." : folder, ignored))
     if (entry.is_directory() && fs::exists(entry.path() / "machine.json"))
       names.push_back(PathText(entry.path().filename()));
   std::ranges::sort(names);

@@ -7,7 +7,8 @@
 
 namespace orv::cli {
 
-// The machines in a folder of machines, in name order.
+// The machines in a folder of machines, in name order; none if it cannot be read. An empty path is
+// the current folder.
 std::vector<std::string> MachineNames(const std::filesystem::path& folder);
 
 // Copies a machine's folder to a new or empty one. Throws Failure if `source` is not a machine's

@@ -54,7 +54,7 @@ const char* MeaningOf(ExitStatus status) {
       "request, the status and its meaning",
       "The command line is wrong; the message names what is expected, the nearest known name and "
       "the help page",
-      "Done, but what was read back, compared or checked differs"};
+      "Done, but what was read back, compared or checked differs, or the output cannot be written"};
   return kMeanings[status];
 }
 

@@ -15,7 +15,7 @@ enum ExitStatus {
   kDone = 0,
   kRefused = 1,    // the component, a driver or the system refused the request
   kUsage = 2,      // the command line is wrong
-  kDiffering = 3,  // done, but what was read back, compared or checked differs
+  kDiffering = 3,  // done, but what was read back differs, or the output cannot be written
 };
 inline constexpr ExitStatus kExitStatuses[] = {kDone, kRefused, kUsage, kDiffering};
 // For documents: a sentence without its full stop.

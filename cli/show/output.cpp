@@ -18,7 +18,7 @@ void Output::Value(const Json& value) { results_ << Dump(value, 2) << "\n"; }
 
 void Output::JsonLine(const Json& value) { results_ << Dump(value, -1) << std::endl; }
 
-void Output::Line(const std::string& text) { results_ << text << std::endl; }
+void Output::Line(const std::string& text) { results_ << Folded(text, columns_) << std::endl; }
 
 void Output::Result(const Json& value, const std::string& line) {
   json_ ? Value(value) : Line(line);
@@ -37,7 +37,7 @@ void Output::Raw(const std::string& bytes) {
 void Output::Notice(const std::string& text) {
   // Earlier results stay above the notice if both streams go to one place.
   results_.flush();
-  notices_ << text << std::endl;
+  notices_ << Folded(text, notice_columns_) << std::endl;
 }
 
 std::string Output::Painted(const std::string& text, const char* colour) const {

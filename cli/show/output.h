@@ -32,9 +32,12 @@ class Output {
 
   void UseJson(bool json) noexcept { json_ = json; }
   void UseColour(bool colour) noexcept { colour_ = colour; }
-  // Tables are made to fit a terminal of so many columns; 0, the default, leaves them as wide as
-  // they are.
-  void UseColumns(std::size_t columns) noexcept { columns_ = columns; }
+  // Lines and tables are made to fit terminals of so many columns, for results and notices; 0, the
+  // default, leaves them as wide as they are.
+  void UseColumns(std::size_t results, std::size_t notices) noexcept {
+    columns_ = results;
+    notice_columns_ = notices;
+  }
   bool json() const noexcept { return json_; }
   bool colour() const noexcept { return colour_; }
 
@@ -59,6 +62,7 @@ class Output {
   bool json_ = false;
   bool colour_ = false;
   std::size_t columns_ = 0;
+  std::size_t notice_columns_ = 0;
 };
 
 }  // namespace orv::cli

@@ -36,6 +36,62 @@ std::size_t Width(char32_t point) {
   return Contains(kDoubleWidth, point) ? 2 : 1;
 }
 
+// Where the piece of a line ends that may not be broken: a word, words that are one path with
+// blanks in it (two neighbours with the same slash), a command up to the end of the line.
+std::size_t EndOfPiece(std::string_view line, std::size_t begin) {
+  const bool may_be_command =
+      line.find_first_not_of(' ') == begin || (begin >= 2 && line.substr(begin - 2, 2) == ": ");
+  if (may_be_command && line.substr(begin).starts_with("orvctl ")) return line.size();
+  const auto word_at = [&](std::size_t at) {
+    return line.substr(at, std::min(line.find(' ', at), line.size()) - at);
+  };
+  std::string_view word = word_at(begin);
+  std::size_t end = begin + word.size();
+  while (end < line.size()) {
+    const std::string_view next = word_at(end + 1);
+    const auto is_in_both = [&](char slash) {
+      return word.find(slash) != word.npos && next.find(slash) != next.npos;
+    };
+    if (!is_in_both('\\') && !is_in_both('/')) break;
+    word = next;
+    end += 1 + next.size();
+  }
+  return end;
+}
+
+// Without the sequences that choose a colour.
+std::size_t ShownWidth(std::string_view text) {
+  std::size_t width = DisplayWidth(text);
+  for (std::size_t at = text.find('\x1b'); at != std::string_view::npos;
+       at = text.find('\x1b', at + 1))
+    width -= DisplayWidth(text.substr(at, text.find('m', at) - at)) + 1;
+  return width;
+}
+
+std::string FoldedLine(std::string_view line, std::size_t columns) {
+  const std::size_t indent = std::min(line.find_first_not_of(' '), line.size());
+  std::string folded(line.substr(0, indent));
+  std::size_t width = indent;
+  std::size_t blanks = 0;
+  for (std::size_t begin = indent; begin < line.size();) {
+    const std::size_t end = EndOfPiece(line, begin);
+    const std::string_view piece = line.substr(begin, end - begin);
+    const std::size_t own = ShownWidth(piece);
+    if (width != indent && width + blanks + own > columns) {
+      folded += '\n' + std::string(indent, ' ');
+      width = indent;
+    } else {
+      folded += std::string(blanks, ' ');
+      width += blanks;
+    }
+    folded += piece;
+    width += own;
+    begin = std::min(line.find_first_not_of(' ', end), line.size());
+    blanks = begin - end;
+  }
+  return folded;
+}
+
 void AppendPadded(std::string& line, const Cell& cell, Align align, std::size_t width,
                   bool colour) {
   const std::size_t own = DisplayWidth(cell.text);
@@ -91,6 +147,18 @@ std::vector<std::string> Wrapped(std::string_view utf8, std::size_t width) {
   }
   if (!rest.empty() || lines.empty()) lines.push_back(rest);
   return lines;
+}
+
+std::string Folded(std::string_view text, std::size_t columns) {
+  if (columns == 0) return std::string(text);
+  std::string folded;
+  for (std::size_t begin = 0; begin <= text.size();) {
+    const std::size_t end = std::min(text.find('\n', begin), text.size());
+    if (begin != 0) folded += '\n';
+    folded += FoldedLine(text.substr(begin, end - begin), columns);
+    begin = end + 1;
+  }
+  return folded;
 }
 
 std::vector<std::size_t> Table::Widths(std::size_t limit) const {
@@ -161,7 +229,7 @@ std::string Table::Text(bool colour, std::size_t indent, std::size_t limit) cons
   for (std::size_t i = 0; i + 1 < widths.size(); ++i) before_last += widths[i] + kColumnGap;
   for (const Row& row : rows_) {
     text += RowText(row.cells, widths, colour, indent);
-    if (!row.note.empty()) text += std::string(before_last, ' ') + row.note + "\n";
+    if (!row.note.empty()) text += Folded(std::string(before_last, ' ') + row.note, limit) + "\n";
   }
   return text;
 }

@@ -19,6 +19,11 @@ std::string Printable(std::string_view utf8);
 // the start of the text are kept; an empty text is one empty line.
 std::vector<std::string> Wrapped(std::string_view utf8, std::size_t width);
 
+// The text with each line that is wider than `columns` broken at blanks, its further lines indented
+// as it is. A path, and a command to paste ("...: orvctl doctor"), stays in one piece, whatever its
+// width. Sequences that choose a colour have no width. 0 columns: the text as it is.
+std::string Folded(std::string_view text, std::size_t columns);
+
 enum class Align { Left, Right };
 
 // Text with the colour it is shown in; the escape sequences do not count for its width.
@@ -40,8 +45,8 @@ class Table {
 
   explicit Table(std::vector<Column> columns) : columns_(std::move(columns)) {}
 
-  // A row shorter than the columns leaves the rest blank. The note is a line below the row, under
-  // its last cell, and never broken, so that a command in it can be pasted.
+  // A row shorter than the columns leaves the rest blank. The note is below the row, under its last
+  // cell, and folded.
   void Add(std::vector<Cell> cells, const std::string& note = {}) {
     rows_.push_back({std::move(cells), Printable(note)});
   }

@@ -58,7 +58,7 @@ function lines() {
 
 function gainPoints() {
   const points = (response?.gain_points ?? []).filter(
-    (point) => point.enabled && point.frequency && point.gain !== null,
+    (point) => point.enabled && point.frequency && point.gain_db !== null,
   );
   if (points.length === 0 || quantity() !== 'db') return [];
   return [
@@ -67,7 +67,7 @@ function gainPoints() {
       showLine: false,
       pointStyle: 'rectRot',
       pointRadius: 5,
-      data: points.map((point) => ({ x: point.frequency, y: point.gain })),
+      data: points.map((point) => ({ x: point.frequency, y: point.gain_db })),
       borderColor: colour('quiet'),
       backgroundColor: colour('quiet'),
       order: 2,

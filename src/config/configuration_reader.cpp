@@ -64,6 +64,23 @@ void ReportUnknown(const XMLElement& element, const Reporter& reporter) {
   reporter.Warn("unknown-element", element, "element <{}> is not known here", element.Name());
 }
 
+const char* ParseFault(tinyxml2::XMLError error) {
+  switch (error) {
+    case tinyxml2::XML_ERROR_EMPTY_DOCUMENT:
+      return "the file is empty";
+    case tinyxml2::XML_ERROR_PARSING_ELEMENT:
+      return "a tag is not well-formed";
+    case tinyxml2::XML_ERROR_PARSING_ATTRIBUTE:
+      return "an attribute is not well-formed";
+    case tinyxml2::XML_ERROR_MISMATCHED_ELEMENT:
+      return "an element is not closed, or closed under another name";
+    case tinyxml2::XML_ERROR_PARSING_COMMENT:
+      return "a comment does not end";
+    default:
+      return "not well-formed XML";
+  }
+}
+
 bool Flag(const XMLElement& element, const char* attribute, const Reporter& reporter) {
   const char* value = element.Attribute(attribute);
   if (Is(value, "true")) return true;
@@ -308,7 +325,7 @@ const XMLElement* DocumentReader::UsableRoot(const XMLDocument& document) const 
   const XMLElement* root = document.RootElement();
   if (document.Error()) {
     reporter_.Report(Severity::Error, "parse-error", document.ErrorLineNum(), "{}",
-                     document.ErrorStr());
+                     ParseFault(document.ErrorID()));
   } else if (root == nullptr) {
     reporter_.Report(Severity::Error, "no-root", 0, "there is no root element");
   } else if (!Is(root->Name(), "orv_configuration")) {

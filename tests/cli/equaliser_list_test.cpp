@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <numbers>
 
 #include "cli/offline/band_fit.h"
+#include "cli/offline/filter_designs.h"
 #include "dsp_math/cascade_response.h"
 
 namespace orv::cli {
@@ -42,6 +44,7 @@ TEST(EqualiserList, FormsOfALine) {
     EqualiserList list = ReadEqualiserList(one.text);
     ASSERT_EQ(list.filters.size(), 1U) << one.text;
     list.filters[0].line = 0;
+    list.filters[0].typed = {};
     EXPECT_NEAR(list.filters[0].q.value_or(-1), one.filter.q.value_or(-1), 1e-9) << one.text;
     list.filters[0].q = one.filter.q;
     EXPECT_EQ(list.filters[0], one.filter) << one.text;
@@ -66,6 +69,7 @@ TEST(EqualiserList, LinesThatAreNotUnderstoodAreListed) {
             "Channel: right\nPreamp: -3.5 dB\nFilter 1: ON AP Fc 9 Hz\n");
 }
 
+const HighPassRanges kHighPass{{20, 2000, 1}, {2, 10, 1}};
 const BandRanges kRanges{{20, 20000, 1}, {-240, 240, 10}, {10, 1000, 100}, true};
 
 Cascade Band(std::int32_t type, double frequency, double q, double gain_db) {
@@ -94,6 +98,16 @@ TEST(BandFit, BandsHaveTheCurvesOfTheList) {
       EXPECT_TRUE(misfits.empty());
     }
   }
+  FilterArguments butterworth;
+  butterworth.order = 4;
+  butterworth.frequency = 150;
+  butterworth.rate = 48000;
+  Cascade sections{std::vector<Cascade::Section>()};
+  for (const ListFilter& filter : FiltersOfHighPass({150, 4}, kHighPass))
+    sections.Append(  // a high-pass takes its quality factor as a gain
+        Band(kORVFilter_HighPass, filter.frequency, 1, 20 * std::log10(*filter.q)));
+  const Cascade wanted = DesignButterworth(butterworth).filters.front().ideal;
+  EXPECT_NEAR(LargestDeviation(wanted, sections, 48000, 10, 23000).decibels, 0, 4e-3);
   std::vector<Misfit> misfits;
   EXPECT_EQ(Fit(Filter(ListFilterType::LowShelf, 80, 6, {}, 9), misfits).q, 75);
   EXPECT_EQ(Fit(Filter(ListFilterType::LowShelf, 80, 6, std::numbers::sqrt2 / 2), misfits).q, 100);
@@ -115,6 +129,33 @@ TEST(BandFit, WhatDoesNotFitIsListedWithItsSize) {
   EXPECT_EQ(misfits[2].what, "Q");
   EXPECT_EQ(misfits[3].what, "HPQ");
   EXPECT_EQ(misfits[4].what, "LSC");
+}
+
+TEST(BandFit, HighPassFiltersAreOneButterworthFilterOrDoNotFit) {
+  const auto high_pass = [](double frequency, std::optional<double> q) {
+    return Filter(ListFilterType::HighPass, frequency, 0, q);
+  };
+  const struct {
+    std::vector<ListFilter> filters;
+    std::int32_t frequency;
+    std::int32_t order;  // 0 if the filters do not fit
+    const char* misfit;
+  } cases[] = {{{high_pass(80, {})}, 80, 2, ""},
+               {{high_pass(150, 1.31), high_pass(150, 0.54)}, 150, 4, ""},
+               {{high_pass(5000, {})}, 2000, 2, "Fc 5000 Hz becomes 2000 Hz, off by -3000 Hz"},
+               {{high_pass(80, 1)}, 0, 0, "HPQ is not a high-pass that the mode has"},
+               {{high_pass(150, 1.31), high_pass(140, 0.54)}, 0, 0, "HPQ is not"},
+               {std::vector(6, high_pass(80, {})), 0, 0, "HPQ is not"}};
+  for (const auto& one : cases) {
+    std::vector<Misfit> misfits;
+    const auto fitted = FitHighPass(one.filters, kHighPass, misfits);
+    EXPECT_EQ(fitted ? fitted->frequency : 0, one.frequency);
+    EXPECT_EQ(fitted ? fitted->order : 0, one.order) << one.misfit;
+    EXPECT_EQ(misfits.empty(), *one.misfit == 0);
+    if (!misfits.empty()) {
+      EXPECT_EQ(misfits[0].reason.rfind(one.misfit, 0), 0U) << misfits[0].reason;
+    }
+  }
 }
 
 TEST(BandFit, EveryBandThatIsAFilterComesBackFromItsList) {

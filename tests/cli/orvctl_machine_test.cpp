@@ -118,6 +118,11 @@ TEST(OrvctlMachine, CommandsChangeTheUsersCopyAndResetMakesItAsNew) {
 
   EXPECT_EQ(program.RunAt(data, "machine reset").status, 0);
   EXPECT_EQ(FileText(fresh / "registry.reg"), FileText(copy / "registry.reg"));
+  const Result other = program.RunAt("ORV_MACHINE=" + Quoted(fresh.string()), "machine list");
+  EXPECT_NE(other.output.find("*  fresh                other   " + fresh.string()),
+            std::string::npos)
+      << other.output;
+
   EXPECT_TRUE(program.RunAt(data, "--machine broken endpoints").Reports("machines/broken"));
   EXPECT_EQ(program.RunAt(data, "machine reset skylake").status, 2);
   for (const auto& entry : std::filesystem::directory_iterator(copy.parent_path()))
@@ -160,8 +165,12 @@ TEST(OrvctlDiagnostics, LinesHaveTimeAndThreadAndThoseOfOpeningAreLeftOut) {
   EXPECT_LT(few.size(), 10U);
   EXPECT_GT(every.size(), few.size() + 5);
   for (const std::string& line : every)
-    EXPECT_THAT(line, testing::ContainsRegex(
-                          "^[0-9:]*\\.[0-9]* \\[[0-9]+\\] [a-z_]+\\.cpp\\([0-9]+\\) \\| "));
+    EXPECT_THAT(line,
+                testing::ContainsRegex(
+                    "^[0-9:]*\\.[0-9]* \\[[0-9]+\\] (orvctl|[a-z_]+\\.cpp\\([0-9]+\\)) \\| "));
+  EXPECT_THAT(few,
+              testing::Contains(testing::HasSubstr(
+                  "orvctl | wrote VQ3D-DC Level = 12 | HKEY_LOCAL_MACHINE\\Software\\ORV Labs")));
   // Failures to open show everything.
   EXPECT_TRUE(program.Run({"-v", "set", "9", "x", "1"}).Reports("found 3 endpoints"));
 }

@@ -76,8 +76,10 @@ TEST(OrvctlWatch, EveryChangeOfAnotherProcessIsPrintedInItsOrder) {
 TEST(OrvctlWatch, LinesNameTheEndpointAndBothValuesAndTheCommandGetsThem) {
   const ProgramOnMachine program;
   Watcher watcher(program,
-                  {"watch", "--count", "3", "--exec",
-                   "echo $ORV_SEQ/$ORV_ENDPOINT/$ORV_WHAT/$ORV_MODE/$ORV_NAME/$ORV_FROM/$ORV_TO/"
+                  {"--machine", std::filesystem::relative(program.machine()).string(), "watch",
+                   "--count", "3", "--exec",
+                   "cd / && test -d \"$ORV_MACHINE\" && echo "
+                   "$ORV_SEQ/$ORV_ENDPOINT/$ORV_WHAT/$ORV_MODE/$ORV_NAME/$ORV_FROM/$ORV_TO/"
                    "$ORV_FROM_TEXT/$ORV_TO_TEXT; test $ORV_SEQ != 2"});
   const auto line = [&] { return watcher.Line().substr(sizeof "12:34:56" - 1); };
 

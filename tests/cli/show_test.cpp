@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <sstream>
 
 #include "cli/show/natural_order.h"
 #include "cli/show/output.h"
@@ -101,12 +102,13 @@ TEST(Table, ColoursDoNotChangeTheAlignmentAndAreLeftOutWithoutThem) {
 
 TEST(Table, FitsTheTerminalByWrappingTheLastColumnAndCuttingTheWidest) {
   Table table({{"NAME"}, {"MEANING"}});
-  table.Add({"Identifier of one", "words that wrap at blanks"}, "a note that stays in one line");
+  table.Add({"Identifier of one", "words that wrap at blanks"}, "a note that is folded too");
   EXPECT_EQ(table.Text(false, 0, 43),
             "NAME               MEANING\n"
             "Identifier of one  words that wrap at\n"
             "                   blanks\n"
-            "                   a note that stays in one line\n");
+            "                   a note that is folded\n"
+            "                   too\n");
   EXPECT_EQ(table.Text(false, 2, 40).substr(0, 59),
             "  NAME          MEANING\n"
             "  Identifie...  words that wrap at\n");
@@ -114,6 +116,31 @@ TEST(Table, FitsTheTerminalByWrappingTheLastColumnAndCuttingTheWidest) {
   EXPECT_EQ(Wrapped("  kept  and-broken", 9),
             (std::vector<std::string>{"  kept", "and-broke", "n"}));
   EXPECT_EQ(Wrapped("", 5), (std::vector<std::string>{""}));
+}
+
+TEST(Output, LinesAreFoldedAroundPathsAndCommands) {
+  const struct {
+    const char* text;
+    const char* folded;  // to 30 columns
+  } cases[] = {
+      {"fits in one line, just about..", "fits in one line, just about.."},
+      {"  words that are wider than the terminal", "  words that are wider than\n  the terminal"},
+      {"a\x1b[1mb\x1b[0m c d e f g h i j k l m n o", "a\x1b[1mb\x1b[0m c d e f g h i j k l m n o"},
+      {"in C:\\Program Files\\ORV Labs\\x.xml is a fault",
+       "in\nC:\\Program Files\\ORV Labs\\x.xml\nis a fault"},
+      {"one\nWhat examines it: orvctl doctor 0", "one\nWhat examines it:\norvctl doctor 0"},
+      {"orvctl set 0 \"VQ3D-DC Level\" 12 --mode Game",
+       "orvctl set 0 \"VQ3D-DC Level\" 12 --mode Game"},
+      {"not for ever as orvctl does not stay", "not for ever as orvctl does\nnot stay"}};
+  for (const auto& one : cases) {
+    std::ostringstream results, notices;
+    Output output(results, notices);
+    output.UseColumns(30, 30);
+    output.Line(one.text);
+    output.Notice(one.text);
+    EXPECT_EQ(results.str(), std::string(one.folded) + "\n");
+    EXPECT_EQ(notices.str(), results.str());
+  }
 }
 
 TEST(Table, NamesCannotMoveTheTerminalsCursor) {

@@ -29,7 +29,8 @@ std::vector<std::filesystem::path> Candidates() {
 }  // namespace
 
 Component::Component(const std::filesystem::path& machine, Diagnostics diagnostics) {
-  setenv(kMachineVariable, machine.c_str(), 1);
+  // Absolute: programs that this one starts may run in another folder.
+  setenv(kMachineVariable, std::filesystem::absolute(machine).c_str(), 1);
   if (diagnostics != Diagnostics::None) {
     ShowDiagnostics(diagnostics);
     setenv("ORV_DIAGNOSTICS", "program", 1);
