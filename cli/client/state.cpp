@@ -2,7 +2,10 @@
 
 #include <algorithm>
 
+#include "cli/client/registry.h"
 #include "cli/show/names.h"
+#include "endpoints/endpoint_registry.h"
+#include "platform/text.h"
 
 namespace orv::cli {
 namespace {
@@ -90,6 +93,11 @@ std::vector<Json> ReadHeld(const Endpoint& endpoint, const std::vector<Mode>& mo
   std::vector<Json> all;
   for (const Change& change : changes) all.push_back(held(change));
   return all;
+}
+
+std::string ValueOf(const Change& change) {
+  if (change.what == "mode") return CurrentModeValue();
+  return change.what == "switch" ? Utf8FromWide(kGlobalSettingsValue) : change.mode;
 }
 
 std::string ToText(const Json& value) {

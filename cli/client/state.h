@@ -53,6 +53,9 @@ std::vector<Change> Differences(const EndpointState& from, const EndpointState& 
 std::vector<Json> ReadHeld(const Endpoint& endpoint, const std::vector<Mode>& modes,
                            const std::vector<Change>& changes);
 
+// The value of the endpoint's registry key that holds what changed.
+std::string ValueOf(const Change& change);
+
 // A value of a change as text: "on", "off", "-" if there is none.
 std::string ToText(const Json& value);
 // The same for one of the change's values; a control's number is its choice or has its unit.

@@ -5,11 +5,8 @@
 #include <map>
 
 #include "cli/client/diagnostic_lines.h"
-#include "cli/client/registry.h"
 #include "cli/commands/commands.h"
 #include "cli/show/names.h"
-#include "endpoints/endpoint_registry.h"
-#include "platform/text.h"
 
 namespace orv::cli {
 namespace {
@@ -64,11 +61,9 @@ std::string TakeBack(const Endpoint& endpoint, const std::vector<Mode>& modes,
 // For -v: each value that was written, and where.
 void ReportWritten(const Endpoint& endpoint, const std::vector<Change>& changes) {
   for (const Change& change : changes) {
-    const std::string value = change.what == "mode"     ? CurrentModeValue()
-                              : change.what == "switch" ? Utf8FromWide(kGlobalSettingsValue)
-                                                        : change.mode;
     TakeDiagnosticLine(fmt::format("orvctl | wrote {} = {} | HKEY_LOCAL_MACHINE\\{}, {}",
-                                   change.name, ToText(change.to), endpoint.RegistryPath(), value));
+                                   change.name, ToText(change.to), endpoint.RegistryPath(),
+                                   ValueOf(change)));
   }
 }
 
