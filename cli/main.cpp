@@ -98,8 +98,9 @@ void AddGlobalOptions(CLI::App& app, Context& context) {
       "One JSON value on standard output instead of text; watch and analyse print one a line");
   const CLI::Option* verbose = app.add_flag("-v,--verbose")
                                    ->description(
-                                       "The component's diagnostic lines on standard error; "
-                                       "-vv also those of opening the endpoints");
+                                       "Each value that is written, with its place, and the "
+                                       "component's diagnostic lines on standard error; -vv also "
+                                       "those of opening the endpoints");
   app.add_flag_callback(
       kHelpOption, [] {}, "Explain the command, or the whole program");
   app.add_flag_callback(

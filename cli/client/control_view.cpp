@@ -144,6 +144,18 @@ std::vector<ControlView> ControlFinder::Find(const std::string& text) const {
   return views;
 }
 
+void Reread(std::vector<ControlView>& views, const Mode& mode) {
+  const ControlList controls = mode.Controls(kORVAPO_Cont_Public);
+  for (ControlView& view : views) {
+    const std::optional<Control> control = controls.Find(view.name);
+    const std::optional<std::int32_t> value = control ? control->Value() : std::nullopt;
+    if (!value) continue;
+    view.value = value;
+    view.numeric = true;
+    view.text = ValueText(*value, FormOf(view));
+  }
+}
+
 Change ChangeOf(const Mode& mode, const ControlView& view, std::int32_t to) {
   return {"control", mode.name(), view.name, view.numeric ? Json(*view.value) : Json(), to};
 }

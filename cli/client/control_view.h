@@ -67,6 +67,9 @@ class ControlFinder {
   std::vector<Place> places_;  // of the names
 };
 
+// Reads the values of public controls of the mode again.
+void Reread(std::vector<ControlView>& views, const Mode& mode);
+
 // The change of the control to the number; from null if what is stored is not a value.
 Change ChangeOf(const Mode& mode, const ControlView& view, std::int32_t to);
 

@@ -37,8 +37,7 @@ void TakeDiagnosticLine(std::string_view line) noexcept {
     const std::unique_lock guard(g_lock, kPatience);
     if (g_diagnostics == Diagnostics::None) return;
     const std::string text = fmt::format(
-        "{} [{}] {}\n", LocalClock(std::chrono::system_clock::now(), Precision::Milliseconds),
-        CurrentThreadNumber(), line);
+        "{} [{}] {}\n", LocalClock(std::chrono::system_clock::now()), CurrentThreadNumber(), line);
     if (g_keeping)
       g_kept += text;
     else

@@ -1,5 +1,6 @@
 // controls, get, set, restore
 #include <algorithm>
+#include <set>
 
 #include "cli/client/control_view.h"
 #include "cli/commands/apply_changes.h"
@@ -95,29 +96,34 @@ std::vector<Assignment> AssignmentsOf(const Context& context, const SetArguments
   return assignments;
 }
 
-// The changes that all assignments make. Throws a usage failure with everything that is wrong.
-std::vector<Change> PlanChanges(const ControlFinder& finder, const Mode& mode,
-                                const std::vector<Assignment>& assignments,
-                                const SetArguments& arguments) {
+struct Plan {
   std::vector<Change> changes;
+  std::vector<ControlView> views;  // of the same controls, before them
+};
+
+// The changes that all assignments make. Throws a usage failure with everything that is wrong.
+Plan PlanChanges(const ControlFinder& finder, const Mode& mode,
+                 const std::vector<Assignment>& assignments, const SetArguments& arguments) {
+  Plan plan;
+  std::set<std::string> names;
   std::string faults;
   for (const Assignment& assignment : assignments) {
     try {
-      for (const ControlView& view : finder.Find(assignment.control)) {
+      for (ControlView& view : finder.Find(assignment.control)) {
         if (view.is_private && IsPattern(assignment.control)) continue;  // clients cannot change it
-        if (std::ranges::find(changes, view.name, &Change::name) != changes.end())
-          UsageFailure("\"{}\" has two values.", view.name);
+        if (!names.insert(view.name).second) UsageFailure("\"{}\" has two values.", view.name);
         const bool is_raw = arguments.raw || assignment.raw;
         const std::int32_t value = ParseValue(
             view, assignment.value, is_raw ? ReadRawValue : ReadTypedValue, arguments.force);
-        changes.push_back(ChangeOf(mode, view, value));
+        plan.changes.push_back(ChangeOf(mode, view, value));
+        plan.views.push_back(std::move(view));
       }
     } catch (const Failure& failure) {
       if (!faults.empty()) faults += '\n';
       faults += assignment.place + failure.what();
     }
   }
-  if (faults.empty()) return changes;
+  if (faults.empty()) return plan;
   UsageFailure(assignments.size() == 1 ? faults : faults + "\nNothing was changed.");
 }
 
@@ -126,12 +132,11 @@ void SetControls(Context& context, const SetArguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const ChangeLock lock = context.LockForChange(endpoint);
   const Mode mode = context.SelectMode(endpoint, arguments.mode);
-  const std::vector<Change> changes =
+  Plan plan =
       PlanChanges(ControlFinder(context.catalog(), endpoint, mode), mode, assignments, arguments);
-  MakeChanges(context, endpoint, {mode}, changes, {.command = "set"});
-  const ControlFinder finder(context.catalog(), endpoint, mode);
-  std::vector<ControlView> after;
-  for (const Change& change : changes) after.push_back(finder.Find(change.name).front());
+  MakeChanges(context, endpoint, {mode}, plan.changes, {.command = "set"});
+  std::vector<ControlView>& after = plan.views;
+  Reread(after, mode);
   Output& output = context.output;
   const bool is_one =
       arguments.values.size() == 1 && assignments.size() == 1 && !IsPattern(arguments.control);

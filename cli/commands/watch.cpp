@@ -52,7 +52,7 @@ class Reporter {
   bool Report(const Endpoint& endpoint, const Change& change) {
     const WallTime now = std::chrono::system_clock::now();
     Json json = {{"seq", ++count_},
-                 {"time", UtcText(now, Precision::Milliseconds)},
+                 {"time", UtcText(now)},
                  {"endpoint", endpoint.name()},
                  {"what", change.what}};
     json.update(ToJson(context_.catalog(), change));
@@ -67,8 +67,7 @@ class Reporter {
  private:
   void Print(WallTime now, const Change& change, const Json& json) {
     Output& output = context_.output;
-    const std::string time = arguments_.utc ? UtcText(now, Precision::Milliseconds)
-                                            : LocalClock(now, Precision::Seconds);
+    const std::string time = arguments_.utc ? UtcText(now) : LocalClock(now, Precision::Seconds);
     std::string line = output.Painted(time, ansi::kDim) + "  ";
     if (arguments_.endpoint.empty()) line += Printable(json["endpoint"].get<std::string>()) + "  ";
     if (!change.mode.empty()) line += ModeLabel(change.mode) + "  ";

@@ -9,8 +9,10 @@ namespace orv::cli {
 using WallTime = std::chrono::system_clock::time_point;
 enum class Precision { Seconds, Milliseconds };
 
-std::string LocalClock(WallTime time, Precision precision);  // "21:14:07.250" in the local zone
-std::string UtcText(WallTime time, Precision precision);     // "2026-01-31T20:14:07.250Z"
+// "21:14:07.250" in the local time zone.
+std::string LocalClock(WallTime time, Precision precision = Precision::Milliseconds);
+// "2026-01-31T20:14:07.250Z"
+std::string UtcText(WallTime time, Precision precision = Precision::Milliseconds);
 // What UtcText makes in whole seconds, as "2026-01-31 21:14:07" in the local zone; another text as
 // it is.
 std::string LocalFromUtc(const std::string& utc);

@@ -1,5 +1,6 @@
 #include "cli/show/natural_order.h"
 
+#include <algorithm>
 #include <charconv>
 
 #include "platform/text.h"
@@ -20,6 +21,11 @@ double TakeNumber(std::string_view& text) {
 
 // Negative, 0 or positive, as the first names' order is.
 double Compare(std::string_view a, std::string_view b) {
+  // Names often begin alike. No number goes beyond a blank.
+  const auto differing = static_cast<std::size_t>(std::ranges::mismatch(a, b).in1 - a.begin());
+  const std::size_t word = a.substr(0, differing).rfind(' ') + 1;
+  a.remove_prefix(word);
+  b.remove_prefix(word);
   while (!a.empty() && !b.empty()) {
     if (BeginsNumber(a.front()) && BeginsNumber(b.front())) {
       const double difference = TakeNumber(a) - TakeNumber(b);

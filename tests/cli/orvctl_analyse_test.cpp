@@ -144,6 +144,22 @@ TEST(OrvctlAnalyse, LivePictureFollowsKeysAndSizeAndLeavesTheTerminalAsItWas) {
   EXPECT_EQ(std::memcmp(after.c_cc, live.before().c_cc, sizeof after.c_cc), 0);
 }
 
+TEST(OrvctlAnalyse, StoppedByAKeyItGivesTheTerminalToTheShellUntilItIsContinued) {
+  const ProgramOnMachine program;
+  LiveProgram live(program, {"analyse", "0"}, "set -m; TERM=xterm",
+                   "; echo at the shell; read x; fg");
+  live.ReadUntil(kFrameEnd);
+  live.Type('\x1a');
+  EXPECT_NE(live.ReadUntil("at the shell").find(kGivenBack), std::string::npos);
+  EXPECT_EQ(live.Settings().c_lflag, live.before().c_lflag);
+  live.Type('\n');
+  EXPECT_NE(live.ReadUntil(kFrameEnd).find("\x1b[?2026h\x1b[2J"), std::string::npos);
+  EXPECT_EQ(live.Settings().c_lflag & ECHO, 0U);
+  live.Type('q');
+  EXPECT_TRUE(live.ReadUntil(kGivenBack).ends_with(kGivenBack));
+  EXPECT_EQ(live.End(), 0);
+}
+
 TEST(OrvctlAnalyse, SignalsEndItAfterAWholePictureWithTheTerminalGivenBack) {
   const ProgramOnMachine program;
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
