@@ -100,8 +100,8 @@ void Journal::Add(const std::string& command, const std::vector<Change>& changes
   if (joined) entries.pop_back();
   if (!joined) joined = changes;
   if (!joined->empty())
-    entries.push_back({UtcText(std::chrono::system_clock::now(), Precision::Seconds), command,
-                       *joined, gesture});
+    entries.push_back(
+        {UtcText(std::chrono::system_clock::now(), Precision::Seconds), command, *joined, gesture});
   if (entries.size() > kMostEntries)
     entries.erase(entries.begin(), entries.end() - static_cast<std::ptrdiff_t>(kMostEntries));
   Write(entries);
