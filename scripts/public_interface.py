@@ -3,6 +3,7 @@
 
   public_interface.py check   both declare the same, member by member, and describe the library of tests/windows/type_library.txt
   public_interface.py dump    what the built type library has to hold, as that file lists it
+  public_interface.py uuids   a C++ source that compiles if the compiler's own identifier of every interface is the header's
 """
 import difflib
 import os
@@ -144,6 +145,20 @@ def differences(header, library):
     return found
 
 
+def uuids(header):
+    checks = "".join(f"static_assert(Same(__uuidof({name}), IID_{name}));\n" for name in header.interfaces)
+    return f"""#include "orv_apo/orv_apo.h"
+constexpr bool Same(const GUID& a, const GUID& b) {{
+  for (int i = 0; i < 8; ++i)
+    if (a.Data4[i] != b.Data4[i]) return false;
+  return a.Data1 == b.Data1 && a.Data2 == b.Data2 && a.Data3 == b.Data3;
+}}
+{checks}HRESULT Create(IORVAPOSystem** system) {{
+  return CoCreateInstance(CLSID_ORVAPOSystem, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(system));
+}}
+"""
+
+
 def bases(found, name):
     base = found.interfaces[name][1]
     return [base, *bases(found, base)] if base in found.interfaces else []
@@ -185,6 +200,9 @@ def main(arguments):
     header, library = read_header(), read_library()
     if arguments == ["dump"]:
         sys.stdout.write(dump(library))
+        return 0
+    if arguments == ["uuids"]:
+        sys.stdout.write(uuids(header))
         return 0
     if arguments != ["check"]:
         sys.stderr.write(__doc__)

@@ -6,6 +6,9 @@
 #pragma once
 
 #ifdef _WIN32
+#ifndef _WIN64
+#error "The component is a 64-bit library: 32-bit programs cannot load it."
+#endif
 #include <windows.h>
 // windows.h first: the COM headers below depend on it.
 #include <oaidl.h>
@@ -31,23 +34,15 @@ constexpr HRESULT StatusOfSystemError(DWORD error) noexcept {
   return error == 0 ? S_OK : static_cast<HRESULT>((error & 0xFFFFU) | 0x80070000U);
 }
 
-// Interface identifier of an interface declared in this library's headers; specialised by
-// ORV_APO_INTERFACE_ID.
-template <class Interface>
-struct InterfaceId;
-
-template <>
-struct InterfaceId<IUnknown> {
-  static constexpr const IID& value = IID_IUnknown;
-};
-template <>
-struct InterfaceId<IClassFactory> {
-  static constexpr const IID& value = IID_IClassFactory;
-};
-
 }  // namespace orv_apo
 
-// The identifier as the compiler's own __uuidof gives it, so that IID_PPV_ARGS and smart pointers
+// An identifier from its parts, hexadecimal digits without prefix.
+#define ORV_APO_GUID(l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8)                               \
+  {                                                                                           \
+    0x##l, 0x##w1, 0x##w2, { 0x##b1, 0x##b2, 0x##b3, 0x##b4, 0x##b5, 0x##b6, 0x##b7, 0x##b8 } \
+  }
+
+// The identifier as the compiler's own __uuidof returns it, so that IID_PPV_ARGS and smart pointers
 // that are built on it know the interface.
 #if defined(_MSC_VER)
 #define ORV_APO_TEXT(text) #text
@@ -62,17 +57,39 @@ struct InterfaceId<IClassFactory> {
   __CRT_UUID_DECL(Interface, 0x##l, 0x##w1, 0x##w2, 0x##b1, 0x##b2, 0x##b3, 0x##b4, 0x##b5, \
                   0x##b6, 0x##b7, 0x##b8)
 #else
-#define ORV_APO_UUID_OF(Interface, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8)
+namespace orv_apo::native {
+template <class Interface>
+struct InterfaceId;
+template <>
+struct InterfaceId<IUnknown> {
+  static constexpr const IID& value = IID_IUnknown;
+};
+template <>
+struct InterfaceId<IClassFactory> {
+  static constexpr const IID& value = IID_IClassFactory;
+};
+}  // namespace orv_apo::native
+
+#define ORV_APO_UUID_OF(Interface, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8)             \
+  template <>                                                                             \
+  struct orv_apo::native::InterfaceId<Interface> {                                        \
+    static constexpr IID value = ORV_APO_GUID(l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8); \
+  };
+// NOLINTBEGIN(bugprone-reserved-identifier): the platform's own names.
+#define __uuidof(type) (::orv_apo::native::InterfaceId<__typeof__(type)>::value)
+// The identifier and the out-parameter of an operation that returns the interface that the pointer
+// at `result` is for.
+#define IID_PPV_ARGS(result) __uuidof(**(result)), IID_PPV_ARGS_Helper(result)
+template <class Interface>
+void** IID_PPV_ARGS_Helper(Interface** result) noexcept {
+  static_cast<void>(static_cast<IUnknown*>(static_cast<Interface*>(nullptr)));  // interfaces only
+  return reinterpret_cast<void**>(result);
+}
+// NOLINTEND(bugprone-reserved-identifier)
 #endif
 
 // Gives `Interface` the identifier {l-w1-w2-b1b2-b3..b8}, hexadecimal digits without prefix, as
-// IID_<Interface>, as orv_apo::InterfaceId<Interface>::value and, on Windows, as
-// __uuidof(Interface). Use at global scope.
-#define ORV_APO_INTERFACE_ID(Interface, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8)              \
-  ORV_APO_UUID_OF(Interface, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8)                         \
-  inline constexpr IID IID_##Interface = {                                                      \
-      0x##l, 0x##w1, 0x##w2, {0x##b1, 0x##b2, 0x##b3, 0x##b4, 0x##b5, 0x##b6, 0x##b7, 0x##b8}}; \
-  template <>                                                                                   \
-  struct orv_apo::InterfaceId<Interface> {                                                      \
-    static constexpr const IID& value = IID_##Interface;                                        \
-  }
+// IID_<Interface> and as __uuidof(Interface). Use at global scope.
+#define ORV_APO_INTERFACE_ID(Interface, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8) \
+  ORV_APO_UUID_OF(Interface, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8)            \
+  inline constexpr IID IID_##Interface = ORV_APO_GUID(l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8)

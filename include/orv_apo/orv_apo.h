@@ -1,11 +1,15 @@
 // Public interfaces of the audio-effects control component.
 //
 // Conventions of every operation below, unless its comment has another rule:
-// - The result is a status code: S_OK when done; a negative code when not. A null out-parameter
-//   gives E_POINTER, unless the call is refused for another argument or the modes are at their end.
+// - The result is a status code: S_OK when done; a negative code when not. A null out-parameter, or
+//   null for an argument that is needed, gives E_POINTER, unless the call is refused for another
+//   argument or the modes are at their end.
 // - Out-parameters belong to the caller: texts are freed with SysFreeString, interface pointers are
 //   released. Read one after S_OK only: at the end of a list the endpoint enumerator sets it to
-//   null, the other enumerators leave it as it was.
+//   null, the other enumerators leave it as it was. Arguments stay the caller's, and are read
+//   during the call only.
+// - What a put stores is in the registry, below the key that RegistryPath of the endpoint names,
+//   when the put returns. There are no events: a client that follows changes watches that key.
 // - Threads: different objects may be used by different threads at the same time, however they hang
 //   together; one object is used by one thread at a time. Intel DSP objects share their driver:
 //   their operations wait for one another. On Windows a client follows the rules of its apartment
@@ -17,7 +21,10 @@
 //   that it was sent before.
 //
 // A client creates ORVAPOSystem through its class factory, calls InitializeSystem once, then
-// enumerates endpoints.
+// enumerates endpoints. Of the other classes clients create at most KELAPOIntelDSP, which works on
+// the default endpoint then. ORVAPOCOMControl, ORVAPOConfigEnumerator, ORVAPOConfigProperty and
+// ORVAPOQCDSP can be created too, but an object that no other has handed out has nothing to work
+// on: its operations give E_UNEXPECTED, WriteControls of ORVAPOQCDSP gives E_NOTIMPL.
 #pragma once
 
 #include "orv_apo/com.h"
@@ -35,10 +42,10 @@ enum ORV_QVT_SCALE : LONG {
   ORV_QVT_SCALE_NONE = 0,
   ORV_QVT_SCALE_ENUM = 1,   // the integer is a position in the control's list of choices
   ORV_QVT_SCALE_BY100 = 2,  // the integer is hundredths of the quantity
-  ORV_QVT_SCALE_DB = 3,     // the integer is a level in decibel steps
+  ORV_QVT_SCALE_DB = 3,     // the integer is a level in the library's own steps of a decibel
   ORV_QVT_SCALE_CUSTOM = 4,
-  ORV_QVT_SCALE_STRING = 5,
-  ORV_QVT_SCALE_COUNT = 6,  // number of scales; also the scale of a control without description
+  ORV_QVT_SCALE_STRING = 5,  // the control holds a text; Value is -1 unless that is a number
+  ORV_QVT_SCALE_COUNT = 6,   // number of scales; also the scale of a control without description
 };
 
 enum ORVAPOEndpointConfig : LONG {
@@ -111,22 +118,23 @@ struct IORVAPOControl : IUnknown {
   // "Left:X" and "Right:X" have the same. Empty if the library does not describe the control. The
   // exact name, by which GetControlFromName finds it, is in the configuration file only.
   virtual HRESULT STDMETHODCALLTYPE get_DisplayValue(BSTR* display_value) = 0;
+  // The unit of Value; ORV_QVT_SCALE_COUNT if the library does not describe the control.
   virtual HRESULT STDMETHODCALLTYPE get_Scale(ORV_QVT_SCALE* scale) = 0;
-  // Range of Value in the control's own steps; 0 and 0 if the library does not
-  // describe the control.
+  // Range of Value, both ends included, in the same unit; 0 and 0 if the library does not describe
+  // the control or gives no range.
   virtual HRESULT STDMETHODCALLTYPE get_MinValue(LONG* minimum) = 0;
   virtual HRESULT STDMETHODCALLTYPE get_MaxValue(LONG* maximum) = 0;
-  // For a control with choices the position of the choice, otherwise the number. A control with
-  // choices that is configured by a number is read as a number: -1 after put has stored a choice.
-  // get answers what the mode object holds: the public controls as last read or written, or the
-  // defaults of all controls after a default list was asked for (IORVOperatingMode). E_FAIL if it
-  // does not hold this control.
-  // put does not check the range, and stores the whole mode as the mode object last read it: what
-  // others have changed since then is overwritten. Ask the mode for a control enumerator first if
-  // others write too. E_FAIL if the mode does not hold the control or could not be stored; in the
-  // latter case the mode object answers the new value and stores it with the next put, unless a
-  // control enumerator is asked for in between and finds that something is stored for the mode. The
-  // next put may also store a value whose put gave E_OUTOFMEMORY.
+  // For a control with choices the position of the choice, from 0, otherwise the number; -1 for a
+  // stored text that is neither. A control with choices that is configured by a number is read as a
+  // number: -1 after put has stored a choice. get answers what the mode object holds: the public
+  // controls as last read or written, or the defaults of all controls after a default list was
+  // asked for (IORVOperatingMode). E_FAIL if it does not hold this control. put does not check the
+  // range, and stores the whole mode as the mode object last read it: what others have changed
+  // since then is overwritten. Ask the mode for a control enumerator first if others write too.
+  // E_FAIL if the mode does not hold the control or could not be stored; in the latter case the
+  // mode object answers the new value and stores it with the next put, unless a control enumerator
+  // is asked for in between and finds that something is stored for the mode. The next put may also
+  // store a value whose put gave E_OUTOFMEMORY.
   virtual HRESULT STDMETHODCALLTYPE get_Value(LONG* value) = 0;
   virtual HRESULT STDMETHODCALLTYPE put_Value(LONG value) = 0;
 };
@@ -157,12 +165,14 @@ struct IORVOperatingMode : IUnknown {
   get_ORVAPOControlEnumerator(ORVAPOControlType type, IORVAPOControlEnumerator** enumerator) = 0;
   // "ApoOpMode:" operating mode "/" speaker type.
   virtual HRESULT STDMETHODCALLTYPE get_Name(BSTR* name) = 0;
-  // Stores the configuration's values for every control of the mode. S_OK also if they could not be
-  // stored; if memory runs out, they may still have been stored.
+  // Stores the configuration's values for every control of the mode. From then on the private
+  // controls of this mode object answer and can be put as well. S_OK also if the values could not
+  // be stored; if memory runs out, they may still have been stored.
   virtual HRESULT STDMETHODCALLTYPE RestoreDefaults() = 0;
-  // Processing on (1) or off (0) for the whole endpoint. get answers what was stored when the mode
-  // object was made or last put; it does not see changes of others. put stores the number as it is;
-  // E_FAIL when it could not. When memory runs out after storing, put gives E_OUTOFMEMORY although
+  // Processing on (1) or off (0) for the whole endpoint, whatever the mode. get answers what was
+  // stored when the mode object was made or last put; it does not see changes of others. E_FAIL if
+  // the registry key could not be opened then. put stores the number as it is, any but 0 is on;
+  // E_FAIL if it could not. When memory runs out after storing, put gives E_OUTOFMEMORY although
   // the number is stored; get then answers the earlier one until the next successful put.
   virtual HRESULT STDMETHODCALLTYPE get_APOEnable(LONG* enabled) = 0;
   virtual HRESULT STDMETHODCALLTYPE put_APOEnable(LONG enabled) = 0;
@@ -176,13 +186,16 @@ struct IORVAPOOpModeEnumerator : IUnknown {
 };
 ORV_APO_INTERFACE_ID(IORVAPOOpModeEnumerator, 50EB3506, 619C, 431D, B9, A0, 3D, E8, 04, A1, 99, EB);
 
+// A copy of one free-form property of a configuration file. May be used by several threads at the
+// same time.
 struct IORVAPOConfigProperty : IUnknown {
   virtual HRESULT STDMETHODCALLTYPE get_Key(BSTR* key) = 0;
   virtual HRESULT STDMETHODCALLTYPE get_Value(BSTR* value) = 0;
 };
 ORV_APO_INTERFACE_ID(IORVAPOConfigProperty, ADFAB239, 4507, 4C06, BF, 2F, 07, 86, 65, FB, 06, 71);
 
-// May be used by several threads at the same time.
+// The properties as they were when the enumerator was made. May be used by several threads at the
+// same time.
 struct IORVAPOConfigEnumerator : IUnknown {
   // The next property in key order; S_FALSE at the end.
   virtual HRESULT STDMETHODCALLTYPE Next(IORVAPOConfigProperty** prop) = 0;
@@ -196,9 +209,11 @@ struct IAnalysisData : IUnknown {
   // most 0 (full scale); minus infinity for silence. They change while GetSpectralData runs.
   virtual HRESULT STDMETHODCALLTYPE GetPeaks(FLOAT* peaks) = 0;
   // Analyses what was played since the last call; then the magnitudes in dB of one channel at the
-  // given frequencies (Hz); both arrays hold `num_freqs` numbers. At most 0; minus infinity for
-  // channels from 2 on and when nothing was analysed since the channel's last call. E_INVALIDARG
-  // from channel 8 on, E_POINTER for a missing array.
+  // given frequencies (Hz); both arrays hold `num_freqs` numbers and may be null if that is 0. A
+  // magnitude is that of the nearest band: the bands are sample rate / 1024 apart (46 Hz at 48000)
+  // and end below half the sample rate. At most 0; minus infinity for channels from 2 on and when
+  // nothing was analysed since the channel's last call. E_INVALIDARG from channel 8 on, E_POINTER
+  // for a missing array.
   virtual HRESULT STDMETHODCALLTYPE GetSpectralData(USHORT channel, USHORT num_freqs,
                                                     ULONG* frequencies, FLOAT* magnitude) = 0;
 };
@@ -211,8 +226,9 @@ struct IORVAPOQCDSP : IUnknown {
   // failure of the mode is passed on; E_FAIL if it has no public control, E_NOTIMPL without a
   // driver.
   virtual HRESULT STDMETHODCALLTYPE WriteControls(IORVOperatingMode* op_mode) = 0;
-  // The device class that is sent with each record: the endpoint's own until put changes it for
-  // this object. E_INVALIDARG for other values than 0 to 4.
+  // The device class that is sent with each record: a headset if the endpoint's form factor is
+  // headphones, otherwise a speaker (ORV_QUMEDIA_RESERVED if it has none), until put changes it for
+  // this object. put: E_INVALIDARG for other values than 0 to 4.
   virtual HRESULT STDMETHODCALLTYPE get_EndpointFormFactor(_ORVQuMediaDeviceType* form_factor) = 0;
   virtual HRESULT STDMETHODCALLTYPE put_EndpointFormFactor(_ORVQuMediaDeviceType form_factor) = 0;
 };
@@ -227,13 +243,14 @@ ORV_APO_INTERFACE_ID(IORVAPOQCDSP, 60C362FB, 3DDD, 4FA3, 9B, E8, 5A, 73, BD, 46,
 // comment of each operation lists the refusals it reports, a diagnostic line reports the others. Of
 // a Skylake module, a block for which memory runs out is one that cannot be computed.
 struct IKELAPOIntelDSP : IUnknown {
-  // The driver's interface version and feature bits.
+  // The driver's interface version and feature bits. E_FAIL if it does not answer.
   virtual HRESULT STDMETHODCALLTYPE GetAPIVersion(BYTE* ver, BYTE* features) = 0;
   // Name and version of the processing module. The driver's own status if it does not answer.
   virtual HRESULT STDMETHODCALLTYPE GetModuleInfo(BSTR* name, BSTR* ver) = 0;
   // Sends the default mode of a configuration file (full path), public and private controls, from
-  // its modes for the DSP. E_FAIL if the file has none, else as WriteControls; the reason of
-  // orv_apo::kAborted is in `error_string` (the caller's to free; may be null).
+  // its modes for the DSP. E_FAIL if the file does not load or has none, else as WriteControls; the
+  // reason of orv_apo::kAborted is in `error_string` (null after any other status), which is the
+  // caller's to free. Null instead of its address is allowed.
   virtual HRESULT STDMETHODCALLTYPE ProcessConfigFile(BSTR filename, BSTR* error_string,
                                                       LONG set_default) = 0;
   // Sends the public controls of a mode, any implementation's; a mode without any gives S_OK.
@@ -252,8 +269,8 @@ struct IKELAPOIntelDSP : IUnknown {
 ORV_APO_INTERFACE_ID(IKELAPOIntelDSP, 18B291C1, BE52, 4D5F, 9B, 06, 6D, 68, 46, 80, 70, B7);
 
 struct IKELAPOIntelDSP2 : IKELAPOIntelDSP {
-  // Switches processing in the DSP on (not 0) or off (0). E_FAIL if the last request was refused:
-  // the one parameter of a Broadwell DSP, the status of a Skylake module.
+  // Switches processing in the DSP on (not 0) or off (0); nothing is stored. E_FAIL if the last
+  // request was refused: the one parameter of a Broadwell DSP, the status of a Skylake module.
   virtual HRESULT STDMETHODCALLTYPE put_APOEnable(LONG val, LONG set_default) = 0;
   // One control of the DSP by its exact name. A Broadwell DSP reads some of its controls, a Skylake
   // module only "VQ3D-Process Enable" (VT_I4, 0 or 1; 0 also if the module does not answer);
@@ -267,13 +284,14 @@ struct IKELAPOIntelDSP2 : IKELAPOIntelDSP {
   // Skylake: the driver's status if it refuses (of "VQ3D-Process Enable" only if it refuses to
   // read), E_FAIL if the value or one that it depends on does not convert or leaves its range,
   // E_INVALIDARG for unknown names. Broadwell: S_OK in all these cases, with a diagnostic line.
+  // E_FAIL if put_dspDeviceId has failed before.
   virtual HRESULT STDMETHODCALLTYPE put_Property(BSTR prop_name, LONG set_default,
                                                  VARIANT value) = 0;
   // Equaliser of a Broadwell DSP: one band for each element, all three arrays of the same length;
   // gains in dB (VT_R4), quality factors above 0 (VT_R4), frequencies in Hz above 0 (VT_I4). The
   // first band is a low shelf, the last one a high shelf. kKELAPO_Left is the left channel, any
   // other member the right one. E_INVALIDARG for arrays that are not such or whose filters cannot
-  // be designed, E_FAIL if the driver refuses.
+  // be designed, E_FAIL if the driver refuses or there is no Broadwell DSP.
   virtual HRESULT STDMETHODCALLTYPE SetPEQ(KELChannel channel, SAFEARRAY* gains_in_db, SAFEARRAY* q,
                                            SAFEARRAY* freq, LONG set_default) = 0;
 };
@@ -287,25 +305,29 @@ struct IKELAPOIntelDSP3 : IKELAPOIntelDSP2 {
 ORV_APO_INTERFACE_ID(IKELAPOIntelDSP3, C0A89B83, 0BA3, 410B, 93, 0E, 88, 8E, 57, C7, 23, AC);
 
 struct IKELAPOIntelDSP4 : IKELAPOIntelDSP3 {
-  // Version of this component.
+  // Version of this component, "3.5.3.1".
   virtual HRESULT STDMETHODCALLTYPE get_ApoVersion(BSTR* version) = 0;
 };
 ORV_APO_INTERFACE_ID(IKELAPOIntelDSP4, 64F755DA, F559, 4676, 9B, E7, 17, D9, 47, 2D, 25, 55);
 
 struct IORVEndpointInfo : IUnknown {
+  // Name to show for the endpoint; empty if it has none.
   virtual HRESULT STDMETHODCALLTYPE get_FriendlyName(BSTR* friendly_name) = 0;
   // Full path of the endpoint's configuration file.
   virtual HRESULT STDMETHODCALLTYPE get_ConfigFile(BSTR* config_file) = 0;
-  // Key of the processing object's values, relative to HKEY_LOCAL_MACHINE (64-bit view).
+  // Key of the processing object's values, relative to HKEY_LOCAL_MACHINE (64-bit view). The
+  // endpoint object has created it, if it was allowed to.
   virtual HRESULT STDMETHODCALLTYPE get_RegistryPath(BSTR* reg_path) = 0;
+  // The configuration's modes as they are now, also after a later SetConfig.
   virtual HRESULT STDMETHODCALLTYPE GetOpModeEnumerator(IORVAPOOpModeEnumerator** e) = 0;
   // Stores the configuration's default mode as the current one. S_OK also if it could not be
   // stored.
   virtual HRESULT STDMETHODCALLTYPE SetDefault() = 0;
-  // Only modes made by this component; E_FAIL for others and when the mode could not be stored.
+  // Stores the mode as the current one, by its name: one of another endpoint is not refused. Only
+  // modes made by this component; E_FAIL for others and when the mode could not be stored.
   virtual HRESULT STDMETHODCALLTYPE put_OpMode(IORVOperatingMode* mode) = 0;
-  // The current mode, read afresh; orv_apo::kNotFound if the configuration has no such mode, the
-  // status of its creation if the mode object cannot be made.
+  // The current mode, read afresh; the default mode if none is stored. orv_apo::kNotFound if the
+  // configuration has no such mode, the status of its creation if the mode object cannot be made.
   virtual HRESULT STDMETHODCALLTYPE get_OpMode(IORVOperatingMode** mode) = 0;
   // The configuration type that was asked for last; SetConfig reloads with another (E_INVALIDARG
   // above 1). E_FAIL if it cannot be loaded: until the next successful SetConfig the endpoint then
@@ -327,14 +349,15 @@ struct IORVEndpointInfo2 : IORVEndpointInfo {
 ORV_APO_INTERFACE_ID(IORVEndpointInfo2, A329A711, 43CC, 4380, B8, F8, 35, 98, 1A, CB, 7A, C2);
 
 struct IORVEndpointInfo3 : IORVEndpointInfo2 {
-  // E_INVALIDARG for any property but kKELAPO_EPProp_Type.
+  // kKELAPO_EPProp_Type: 0, because all endpoints are render endpoints. E_INVALIDARG for any other
+  // property.
   virtual HRESULT STDMETHODCALLTYPE get_EndpointProp(KELAPOEndpointProperty prop, ULONG* value) = 0;
 };
 ORV_APO_INTERFACE_ID(IORVEndpointInfo3, 78B9D9DA, 6F1B, 4289, B3, 6D, 54, DF, D6, 42, 74, 02);
 
 struct IORVEndpointInfo4 : IORVEndpointInfo3 {
-  // 1 or 0 with S_OK; S_FALSE when no codec vendor's state could decide (the value then means
-  // nothing).
+  // 1 or 0 with S_OK, read afresh; S_FALSE when no codec vendor's state could decide (the value
+  // then means nothing).
   virtual HRESULT STDMETHODCALLTYPE get_HeadsetConnected(LONG* connected) = 0;
 };
 ORV_APO_INTERFACE_ID(IORVEndpointInfo4, EAAA0127, 10D7, 4A4C, A6, B6, 89, 39, 8F, 83, 50, 17);
@@ -349,20 +372,22 @@ struct IORVEndpointEnumerator : IUnknown {
   // The next endpoint of the snapshot taken when the enumerator was made; S_FALSE at the end. An
   // endpoint that cannot be opened gives E_FAIL and is passed over by the following call.
   virtual HRESULT STDMETHODCALLTYPE Next(IORVEndpointInfo** device) = 0;
+  // Next starts again at the first endpoint of the same snapshot.
   virtual HRESULT STDMETHODCALLTYPE Reset() = 0;
   // The endpoint with this device identifier, letter case ignored; E_INVALIDARG when the snapshot
-  // has none.
+  // has none, E_FAIL if it cannot be opened. Next is not moved.
   virtual HRESULT STDMETHODCALLTYPE GetEndpointFromDevice(BSTR device_id,
                                                           IORVEndpointInfo** device) = 0;
 };
 ORV_APO_INTERFACE_ID(IORVEndpointEnumerator, 4164DCD3, 8F64, 43B2, B5, 64, A4, F7, D1, EC, DC, 98);
 
 struct IORVAPOSystem : IUnknown {
-  // A fresh scan of the machine's active render endpoints; orv_apo::kNotInitialized before
-  // InitializeSystem.
+  // A fresh scan of the machine's active render endpoints; those whose configuration file does not
+  // load are left out. orv_apo::kNotInitialized before InitializeSystem.
   virtual HRESULT STDMETHODCALLTYPE EnumerateORVEndpoints(IORVEndpointEnumerator** ep_enum) = 0;
-  // Folder of the technology library; null or empty means the component's own folder. A second call
-  // changes nothing and answers orv_apo::kAlreadyInitialized.
+  // Folder of the technology library, absolute; null or empty means the component's own folder. A
+  // missing library is not a failure: controls then have no names, ranges and choices. A second
+  // call changes nothing and answers orv_apo::kAlreadyInitialized.
   virtual HRESULT STDMETHODCALLTYPE InitializeSystem(BSTR apo_path) = 0;
 };
 ORV_APO_INTERFACE_ID(IORVAPOSystem, BC639F8B, 1C5D, 4DCC, BB, 7F, 93, ED, C4, FF, 3C, BA);
@@ -399,7 +424,15 @@ struct IORVValueUpdate : IUnknown {
 };
 ORV_APO_INTERFACE_ID(IORVValueUpdate, A9B36F3A, DB2E, 453E, 91, 1D, 14, C7, 06, 68, 68, 5A);
 
-// ---- exports of the component, to be found by name in the loaded library
+// ---- exports of the component, to be found by name in the loaded library. The COM runtime and the
+// registration tool call them; natively clients call the first two themselves.
+//
+// DllGetClassObject: CLASS_E_CLASSNOTAVAILABLE for a class that clients do not create,
+// E_NOINTERFACE for a factory's other interfaces, E_UNEXPECTED if there is no machine to work on.
+// DllCanUnloadNow: S_OK if no object, held factory or factory lock is left, otherwise S_FALSE.
+// DllRegisterServer, DllUnregisterServer: for the machine; DllInstall: with "user" (in any letter
+// case) for the current user; what a failed installation has written is removed again. Their
+// failures are the system's own.
 
 extern "C" {
 using ORVDllGetClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID clsid, REFIID iid, void** object);

@@ -76,7 +76,7 @@ HRESULT CORVEndpointEnumerator::MakeEndpoint(const ORVAPOEndpointInfo& record,
   const HRESULT status = CreateObject(endpoint, module(), system_);
   if (FAILED(status)) return status;
   if (!IsUsable(endpoint->SetInfo(record, kORVAPO_EPCfg_None))) return E_FAIL;
-  return endpoint->QueryInterface(IID_IORVEndpointInfo, reinterpret_cast<void**>(device));
+  return endpoint->QueryInterface(IID_PPV_ARGS(device));
 }
 
 }  // namespace orv

@@ -18,8 +18,7 @@ HRESULT CORVAPOSystem::EnumerateORVEndpoints(IORVEndpointEnumerator** ep_enum) {
     ComPtr<CORVEndpointEnumerator> enumerator;
     const HRESULT status = CORVEndpointEnumerator::Create(module(), *this, enumerator);
     if (FAILED(status)) return status;
-    return enumerator->QueryInterface(IID_IORVEndpointEnumerator,
-                                      reinterpret_cast<void**>(ep_enum));
+    return enumerator->QueryInterface(IID_PPV_ARGS(ep_enum));
   });
 }
 

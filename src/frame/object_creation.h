@@ -25,8 +25,7 @@ HRESULT HandOut(Interface** result, Args&&... args) {
   ComPtr<Object> object;
   const HRESULT status = CreateObject(object, std::forward<Args>(args)...);
   if (FAILED(status)) return status;
-  return object->QueryInterface(orv_apo::InterfaceId<Interface>::value,
-                                reinterpret_cast<void**>(result));
+  return object->QueryInterface(IID_PPV_ARGS(result));
 }
 
 // The same for a client's class factory: aggregated into `outer` if that is not null.

@@ -9,10 +9,6 @@
 #include <audioclient.h>
 #include <mmreg.h>
 
-ORV_SYSTEM_INTERFACE(IAudioClient);
-ORV_SYSTEM_INTERFACE(IAudioRenderClient);
-ORV_SYSTEM_INTERFACE(IAudioCaptureClient);
-
 #else
 
 using UINT32 = std::uint32_t;

@@ -16,9 +16,7 @@ struct Chain {
   using Interface = std::tuple_element_t<sizeof...(Extensions) - 1, std::tuple<Extensions...>>;
   static_assert((std::is_base_of_v<Extensions, Interface> && ...));
 
-  static bool Has(REFIID iid) noexcept {
-    return ((iid == orv_apo::InterfaceId<Extensions>::value) || ...);
-  }
+  static bool Has(REFIID iid) noexcept { return ((iid == __uuidof(Extensions)) || ...); }
 };
 
 // An object starts with one reference, its creator's, and is destroyed with the last. Related

@@ -15,14 +15,6 @@
 #include <ks.h>
 #include <ksproxy.h>
 
-ORV_SYSTEM_INTERFACE(IPartsList);
-ORV_SYSTEM_INTERFACE(IConnector);
-ORV_SYSTEM_INTERFACE(IPart);
-ORV_SYSTEM_INTERFACE(IDeviceTopology);
-ORV_SYSTEM_INTERFACE(IAudioInputSelector);
-ORV_SYSTEM_INTERFACE(IAudioOutputSelector);
-ORV_SYSTEM_INTERFACE(IKsControl);
-
 #else
 
 enum ConnectorType : LONG {

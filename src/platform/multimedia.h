@@ -10,19 +10,6 @@
 #include <propidl.h>
 #include <propsys.h>
 
-// Makes the identifier that the platform's headers declare known as orv_apo::InterfaceId.
-#define ORV_SYSTEM_INTERFACE(Interface)                  \
-  template <>                                            \
-  struct orv_apo::InterfaceId<Interface> {               \
-    static constexpr const IID& value = IID_##Interface; \
-  }
-
-ORV_SYSTEM_INTERFACE(IPropertyStore);
-ORV_SYSTEM_INTERFACE(IMMDevice);
-ORV_SYSTEM_INTERFACE(IMMEndpoint);
-ORV_SYSTEM_INTERFACE(IMMDeviceCollection);
-ORV_SYSTEM_INTERFACE(IMMDeviceEnumerator);
-
 #else
 
 struct PROPERTYKEY {

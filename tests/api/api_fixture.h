@@ -131,9 +131,7 @@ class ApiTest : public ::testing::Test {
     ComPtr<Interface> object;
     EXPECT_EQ(DllGetClassObject(class_id, IID_IClassFactory, factory.PutVoid()), S_OK);
     if (factory) {
-      EXPECT_EQ(factory->CreateInstance(nullptr, orv_apo::InterfaceId<Interface>::value,
-                                        object.PutVoid()),
-                S_OK);
+      EXPECT_EQ(factory->CreateInstance(nullptr, __uuidof(Interface), object.PutVoid()), S_OK);
     }
     return object;
   }

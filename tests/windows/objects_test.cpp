@@ -1,5 +1,8 @@
 // The registered component as programs get it from the COM runtime, on this machine's own default
 // device.
+#include <comdef.h>
+#include <wrl/client.h>
+
 #include <filesystem>
 
 #include "component_file.h"
@@ -27,8 +30,8 @@ class WindowsObjectsTest : public ::testing::Test {
 
   static ComPtr<IORVEndpointEnumerator> Endpoints() {
     ComPtr<IORVAPOSystem> system;
-    EXPECT_EQ(CoCreateInstance(CLSID_ORVAPOSystem, nullptr, CLSCTX_INPROC_SERVER, IID_IORVAPOSystem,
-                               system.PutVoid()),
+    EXPECT_EQ(CoCreateInstance(CLSID_ORVAPOSystem, nullptr, CLSCTX_INPROC_SERVER,
+                               IID_PPV_ARGS(system.Put())),
               S_OK);
     EXPECT_EQ(system->InitializeSystem(nullptr), S_OK);
     ComPtr<IORVEndpointEnumerator> endpoints;
@@ -44,6 +47,19 @@ TEST_F(WindowsObjectsTest, RuntimeUnloadsTheLibraryAfterUse) {
     EXPECT_NE(GetModuleHandleW(L"orv_apo_controller.dll"), nullptr);
   }
   EXPECT_EQ(GetModuleHandleW(L"orv_apo_controller.dll"), nullptr);
+}
+
+TEST_F(WindowsObjectsTest, SmartPointersOfThePlatformKnowTheInterfaces) {
+  const ComRuntime runtime;
+  _com_ptr_t<_com_IIID<IORVAPOSystem, &__uuidof(IORVAPOSystem)>> system;
+  ASSERT_EQ(system.CreateInstance(CLSID_ORVAPOSystem), S_OK);
+  ASSERT_EQ(system->InitializeSystem(nullptr), S_OK);
+  Microsoft::WRL::ComPtr<IORVEndpointEnumerator> endpoints;
+  Microsoft::WRL::ComPtr<IORVEndpointInfo> first;
+  Microsoft::WRL::ComPtr<IORVEndpointInfo5> endpoint;
+  ASSERT_EQ(system->EnumerateORVEndpoints(&endpoints), S_OK);
+  ASSERT_EQ(endpoints->Next(&first), S_OK);
+  EXPECT_EQ(first.As(&endpoint), S_OK);
 }
 
 // Neither DSP is there, and the platform under test gives no capture service for a loopback stream.

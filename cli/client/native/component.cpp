@@ -59,9 +59,9 @@ HRESULT Component::CreateSystem(IORVAPOSystem** system) const {
   const auto get_class = Export<ORVDllGetClassObject>("DllGetClassObject");
   if (get_class == nullptr) return CLASS_E_CLASSNOTAVAILABLE;
   ComPtr<IClassFactory> factory;
-  const HRESULT status = get_class(CLSID_ORVAPOSystem, IID_IClassFactory, factory.PutVoid());
+  const HRESULT status = get_class(CLSID_ORVAPOSystem, IID_PPV_ARGS(factory.Put()));
   if (FAILED(status)) return status;
-  return factory->CreateInstance(nullptr, IID_IORVAPOSystem, reinterpret_cast<void**>(system));
+  return factory->CreateInstance(nullptr, IID_PPV_ARGS(system));
 }
 
 }  // namespace orv::cli

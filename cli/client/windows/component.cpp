@@ -69,8 +69,8 @@ DynamicLibrary& Component::Library() const {
 }
 
 HRESULT Component::CreateSystem(IORVAPOSystem** system) const {
-  const HRESULT status = CoCreateInstance(CLSID_ORVAPOSystem, nullptr, CLSCTX_INPROC_SERVER,
-                                          IID_IORVAPOSystem, reinterpret_cast<void**>(system));
+  const HRESULT status =
+      CoCreateInstance(CLSID_ORVAPOSystem, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(system));
   if (status == REGDB_E_CLASSNOTREG) {
     throw Failure(kRefused,
                   "the component is not registered on this machine.\nRegister it with \"orvctl "

@@ -22,8 +22,7 @@ template <class Selector>
 bool Select(IPart& part, IPart& arrived_from, const wchar_t* done, const wchar_t* failed) {
   const DiagnosticSite here = ORV_HERE("TopologyWalk::SelectPath");
   ComPtr<Selector> selector;
-  if (FAILED(part.Activate(CLSCTX_ALL, orv_apo::InterfaceId<Selector>::value, selector.PutVoid())))
-    return false;
+  if (FAILED(part.Activate(CLSCTX_ALL, IID_PPV_ARGS(selector.Put())))) return false;
   UINT id = 0;
   if (FAILED(Report(here, L"IPart interface GetLocalId failed! Result: 0x%x",
                     arrived_from.GetLocalId(&id))))
