@@ -26,9 +26,9 @@ foreach(machine IN LISTS machines)
   install(FILES $<TARGET_FILE:kxtech64>
     DESTINATION share/orv_apo/machines/${machine}drive_c/Windows/System32)
 endforeach()
-set(client tests/package)
-install(FILES ${client}/CMakeLists.txt ${client}/client.cpp ${client}/create_system.h ${client}/create_native.cpp
-  ${client}/create_windows.cpp DESTINATION share/orv_apo/client)
+set(client samples/client)
+install(FILES ${client}/CMakeLists.txt ${client}/client.cpp ${client}/system.h ${client}/system_native.cpp
+  ${client}/system_windows.cpp DESTINATION share/orv_apo/client)
 # As they lie here: their links stay right.
 install(FILES README.md CONTRIBUTING.md LICENSE DESTINATION share/doc/orv_apo)
 install(FILES samples/README.md DESTINATION share/doc/orv_apo/samples)

@@ -1,6 +1,5 @@
 # cmake -D BUILD=folder -D OUTSIDE=folder -D TOOLCHAIN=file -D GENERATOR=name -D COMPILER=file -P install_and_build.cmake
-# Installs the build, looks whether all is there, and builds the installed client's project against what was installed; natively
-# the client then runs on an installed sample machine.
+# Installs the build, looks whether all is there, and builds the installed client's project against what was installed.
 function(run)
   execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
   if(NOT result EQUAL 0)
@@ -52,7 +51,7 @@ else()
   endif()
 endif()
 set(machine share/orv_apo/machines/skylake-laptop)
-expect_files(include/orv_apo/orv_apo.h include/orv_apo/com.h include/orv_apo/native/com_types.h
+expect_files(include/orv_apo/orv_apo.h include/orv_apo/com.h include/orv_apo/com_ptr.h include/orv_apo/native/com_types.h
   include/orv_apo/orv_apo_controller.idl
   lib/cmake/orv_apo/orv_apoConfig.cmake lib/cmake/orv_apo/orv_apoConfigVersion.cmake
   share/doc/orv_apo/README.md share/doc/orv_apo/LICENSE share/doc/orv_apo/docs/clients.md
@@ -68,12 +67,6 @@ run(${CMAKE_COMMAND} -S ${installed}/share/orv_apo/client -B ${OUTSIDE}/build -G
 run(${CMAKE_COMMAND} --build ${OUTSIDE}/build)
 
 if(NOT TOOLCHAIN)
-  set(ENV{ORV_MACHINE} ${installed}/${machine})
-  run(${OUTSIDE}/build/client)
-  if(NOT output MATCHES "Internal Speakers.*ApoOpMode:Movie/Internal\n    VQ3D-AEQ Bypass Gain, -600 to 0\n")
-    message(FATAL_ERROR "The client does not see the machine's endpoints and their controls:\n${output}")
-  endif()
-  unset(ENV{ORV_MACHINE})
   run(${installed}/bin/orvctl --json endpoints)
   if(NOT output MATCHES "Internal Speakers")
     message(FATAL_ERROR "The installed orvctl does not find what was installed with it:\n${output}")

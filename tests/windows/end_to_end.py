@@ -14,6 +14,9 @@ import sys
 import tempfile
 import unittest
 
+sys.path.insert(1, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "package"))
+import client_test  # noqa: E402
+
 ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
 SAMPLE = os.path.join(ROOT, "samples", "machines", "skylake-laptop")
 CONFIGURATION = os.path.join("Program Files", "ORV Labs", "APO", "orv_apo_config.xml")
@@ -257,12 +260,18 @@ class EndToEnd(unittest.TestCase):
             finally:
                 serve.terminate()
 
-    def test_outside_client_works_in_both_apartments(self):
+    def test_outside_client_works_in_both_apartments_beside_another_program(self):
         client = os.path.join(options.windows, "package", "outside", "build", "client.exe")
         for apartment in ("mta", "sta"):
             status, output, _ = self.windows.call(client, apartment)
             self.assertEqual(status, 0, output)
-            self.assertIn("\n  ApoOpMode:Movie/Internal\n    VQ3D-AEQ Bypass Gain, -600 to 0\n", output)
+            self.assertRegex(output, r"0: VQ3D-AEQ Bypass Gain -?\d+, default -?\d+, -600 to 0\n")
+
+        def start(*arguments):
+            return subprocess.Popen([*self.windows.command(client), *arguments], stdin=subprocess.DEVNULL,
+                                    stdout=subprocess.PIPE, text=True, env=self.windows.environment)
+        # This platform has no loopback streams.
+        self.assertEqual(client_test.use(self, start, self.windows.orvctl), (1, "0x88890003"))
         self.windows.register("/u")
         try:
             status, output, _ = self.windows.call(client, "mta")
