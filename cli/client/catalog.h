@@ -38,6 +38,7 @@ class Catalog {
   // How the control's values look.
   ValueForm FormOf(const std::string& name) const;
   std::size_t described_controls() const { return technology_.control_infos().size(); }
+  const ORVAPOProcessInfo& technology() const noexcept { return technology_; }
   std::vector<std::string> DescribedNames() const;
 
   // The controls of one of a mode's lists with the texts in force: those of the configuration file,

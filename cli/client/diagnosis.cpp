@@ -8,6 +8,7 @@
 
 #include "analysis/loopback_stream.h"
 #include "cli/client/registry.h"
+#include "cli/offline/check.h"
 #include "cli/offline/files.h"
 #include "cli/show/failure.h"
 #include "cli/show/names.h"
@@ -25,6 +26,12 @@ const char* const kReinstallEffects = "Install the effects driver for this endpo
 
 std::string SystemErrorWords(RegStatus status) {
   return StatusText(orv_apo::StatusOfSystemError(static_cast<DWORD>(status)));
+}
+
+// Where this program finds the machine's file.
+std::string HostPath(Machine& machine, const std::wstring& path) {
+  const auto found = machine.HostFile(path);
+  return found ? PathText(std::filesystem::absolute(*found)) : Utf8FromWide(path);
 }
 
 // Opens the key for writing and, unless `read_only`, writes a value under a name of its own into
@@ -116,15 +123,34 @@ void Diagnosis::ExamineConfiguration(const ORVAPOEndpointInfo& info) {
   if (path.empty()) return Add(kName, false, "the endpoint names none", kReinstallEffects);
   ORVAPOConfigurationFile file(machine_);
   const LoadStatus status = file.Load(info.config_file(), kORVAPO_EPCfg_None, 0);
-  if (status == LoadStatus::Loaded)
-    return Add(kName, true, fmt::format("{} has {}", path, Counted(file.GetModes().size(), "mode")),
-               "");
+  if (status == LoadStatus::Loaded) {
+    Add(kName, true, fmt::format("{} has {}", path, Counted(file.GetModes().size(), "mode")), "");
+    return ExamineControls(info);
+  }
   if (!machine_.FileExists(info.config_file()))
     return Add(kName, false, path + " is missing", "Put the configuration file there.");
-  const auto found = machine_.HostFile(info.config_file());
-  const std::string host = found ? PathText(std::filesystem::absolute(*found)) : path;
   Add(kName, false, fmt::format("{} is refused (load status {})", path, NumberOf(status)),
-      CommandLine("check " + ShellWord(host)));
+      CommandLine("check " + ShellWord(HostPath(machine_, info.config_file()))));
+}
+
+// What a control panel could not show, or would store with another value.
+void Diagnosis::ExamineControls(const ORVAPOEndpointInfo& info) {
+  constexpr std::size_t kSizeLimit = 64U << 20;  // bytes
+  const std::string file = HostPath(machine_, info.config_file());
+  const CheckReport report =
+      CheckConfiguration(ReadWholeFile(file, kSizeLimit), &context_.catalog().technology());
+  const auto count =
+      static_cast<std::size_t>(std::ranges::count_if(report.findings, ConcernsClients));
+  const auto first = std::ranges::find_if(report.findings, ConcernsClients);
+  const char* const well = context_.catalog().described_controls() != 0
+                               ? "fit their controls"
+                               : "not compared: there is no technology library";
+  Add("control values", count == 0,
+      count == 0 ? well
+                 : fmt::format("{} a control panel cannot use; line {}: {}",
+                               Counted(count, "value or name", "values or names"), first->line,
+                               first->text),
+      CommandLine("check " + ShellWord(file)));
 }
 
 void Diagnosis::ExamineRights(const ORVAPOEndpointInfo& info) {
@@ -156,14 +182,15 @@ std::string Diagnosis::ImageFaults(const std::string& value, const ImageBytes& b
     faults.push_back(fmt::format("the image \"{}\" has {} of unknown kind", value,
                                  Counted(decoding.unknown_tags, "record")));
   for (const ORVPropertyEntry& entry : list) {
-    const std::string name = Utf8FromName(entry.name);
-    const std::string text = Utf8FromName(WideTextOf(entry.value).value_or(std::wstring()));
-    const std::optional<int> number = ParseNumber(text);
-    const ControlFacts facts = context_.catalog().Describe(name);
-    if (!facts.described || !number || facts.minimum >= facts.maximum) continue;
-    if (*number < facts.minimum || *number > facts.maximum)
-      faults.push_back(fmt::format("\"{}\" is stored as {}, outside {} to {}, in \"{}\"", name,
-                                   text, facts.minimum, facts.maximum, value));
+    const std::wstring text = WideTextOf(entry.value).value_or(std::wstring());
+    ORVQVTControlInfo info;
+    const ORVQVTValue control(Narrow(entry.name), 0);
+    if (!context_.catalog().technology().FindControlInfo(control, info)) continue;
+    const auto fault = FaultOfValue(info, Narrow(text));
+    if (fault && !fault->is_position)
+      faults.push_back(fmt::format("\"{}\" is stored as {}, which {}, in \"{}\"",
+                                   Utf8FromName(entry.name), Utf8FromName(text), fault->text,
+                                   value));
   }
   return fmt::format("{}", fmt::join(faults, "; "));
 }

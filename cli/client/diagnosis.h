@@ -44,6 +44,7 @@ class Diagnosis {
  private:
   void ExamineEffects(const ORVAPOEndpointInfo& info);
   void ExamineConfiguration(const ORVAPOEndpointInfo& info);
+  void ExamineControls(const ORVAPOEndpointInfo& info);
   void ExamineRights(const ORVAPOEndpointInfo& info);
   void ExamineStored(const ORVAPOEndpointInfo& info, const Endpoint& endpoint,
                      const std::vector<Mode>& modes);

@@ -19,6 +19,13 @@ namespace {
 
 using Severity = ConfigurationFinding::Severity;
 
+constexpr const char* kValueOutOfRange = "value-out-of-range";
+constexpr const char* kChoiceByNumber = "choice-by-number";
+constexpr const char* kNameTooLong = "name-too-long";
+constexpr const char* kLineEndInName = "line-end-in-name";
+constexpr const char* kNameNotAscii = "name-not-ascii";
+constexpr const char* kSameStoredName = "same-stored-name";
+
 class Findings {
  public:
   // Keeps a finding of several readings once, with its highest severity.
@@ -84,26 +91,8 @@ std::optional<std::int32_t> WholeNumber(const std::string& text) {
   return is_minus_one ? std::optional(number) : std::nullopt;
 }
 
-// Why the text does not fit the description; empty if it does.
-std::string ValueFault(const ORVQVTControlInfo& info, const std::string& text) {
-  if (info.scale() == ORV_QVT_SCALE_STRING || info.names().Contains(text)) return {};
-  const std::optional<std::int32_t> number = WholeNumber(text);
-  const bool has_choices = info.names().Count() != 0;
-  if (!number) return has_choices ? "is none of its choices" : "is not a whole number";
-  const bool ranged = info.minimum() < info.maximum();
-  if (ranged && (*number < info.minimum() || *number > info.maximum()))
-    return fmt::format("is outside {} to {}", info.minimum(), info.maximum());
-  if (!has_choices) return {};
-  // A choice that a client stores has the position of the text in force, and is found only if that
-  // text is a choice too; "Enabled" and "Disabled" are numbers by themselves.
-  const std::optional<std::string> choice = ChoiceText(info.names(), *number);
-  if (choice && WholeNumber(*choice) == number) return {};
-  return "is a number where a choice is expected: once changed, the control reads as -1" +
-         (choice ? fmt::format("; write \"{}\"", *choice) : "");
-}
-
-// Finds names that the registry or a stored image cannot hold. The texts of two controls are part
-// of a value's name.
+// Finds names that the registry or a stored image cannot hold, or that programs convert
+// differently. The texts of two controls are part of a value's name.
 void CheckStorage(const tinyxml2::XMLElement& element, const std::string& name,
                   const std::string& text, Findings& findings) {
   constexpr std::size_t kLongest = kImageNameLimit / 2;  // UTF-16 units
@@ -112,20 +101,50 @@ void CheckStorage(const tinyxml2::XMLElement& element, const std::string& name,
     findings.Add({element.GetLineNum(), code, Severity::Warning, what});
   };
   if (const std::size_t length = Widen(name).size(); length > kLongest) {
-    warn("name-too-long", fmt::format("a control name of {} characters: stored values end before "
-                                      "one of more than {}",
-                                      length, kLongest));
+    warn(kNameTooLong, fmt::format("a control name of {} characters: stored values end before "
+                                   "one of more than {}",
+                                   length, kLongest));
   }
   const bool names_mode = name == kOperatingModeControl || name == kSpeakerTypeControl;
   if (name.find_first_of(kLineEnds) != std::string::npos ||
       (names_mode && text.find_first_of(kLineEnds) != std::string::npos)) {
-    warn("line-end-in-name",
+    warn(kLineEndInName,
          names_mode ? fmt::format("the text of \"{}\" has a line end: it is part of the mode's "
                                   "registry value name",
                                   name)
                     : "a control name with a line end cannot be the name of a registry value");
   }
+  const std::string& stored_as = names_mode ? text : name;
+  if (std::ranges::any_of(stored_as, [](char byte) { return (byte & 0x80) != 0; })) {
+    warn(
+        kNameNotAscii,
+        fmt::format("the name \"{}\" is converted by each program's locale: one does not find what "
+                    "another stores; use ASCII",
+                    stored_as));
+  }
 }
+
+// What is stored under one name: names are found in any letter case. The first of equal ones is in
+// the line that is kept.
+class StoredNames {
+ public:
+  void Add(const std::string& kind, const std::string& name, int line, Findings& findings) {
+    const auto [first, added] = first_.try_emplace(name, line);
+    if (added || first->first == name) return;  // the same name again is another finding
+    findings.Add({line, kSameStoredName, Severity::Warning,
+                  fmt::format("{} \"{}\" differs from \"{}\" in line {} in letter case only: one "
+                              "value is stored for both; rename one",
+                              kind, name, first->first, first->second)});
+  }
+
+ private:
+  struct AnyCase {
+    bool operator()(const std::string& a, const std::string& b) const {
+      return CompareIgnoringCase(std::string_view(a), std::string_view(b)) < 0;
+    }
+  };
+  std::map<std::string, int, AnyCase> first_;
+};
 
 std::string Nearest(const ORVAPOProcessInfo& technology, const std::string& name) {
   std::vector<std::string> names;
@@ -146,9 +165,9 @@ void CheckControl(const tinyxml2::XMLElement& element, const ORVAPOProcessInfo* 
     findings.Add({element.GetLineNum(), "unknown-control", Severity::Warning,
                   fmt::format("the technology library has no control \"{}\"{}", name,
                               Nearest(*technology, name))});
-  } else if (const std::string fault = ValueFault(info, last->Value()); !fault.empty()) {
-    findings.Add({element.GetLineNum(), "value-out-of-range", Severity::Warning,
-                  fmt::format("\"{}\" {}: control \"{}\"", last->Value(), fault, name)});
+  } else if (const auto fault = FaultOfValue(info, last->Value())) {
+    findings.Add({element.GetLineNum(), fault->code, Severity::Warning,
+                  fmt::format("\"{}\" {}: control \"{}\"", last->Value(), fault->text, name)});
   }
 }
 
@@ -157,12 +176,17 @@ bool IsNamed(const tinyxml2::XMLElement& element, std::initializer_list<std::str
   return std::ranges::any_of(names, [&](auto name) { return EqualsIgnoringCase(own, name); });
 }
 
-// The controls of a mode and those of its chains' processes.
+// The controls of a mode, which are stored, and those of its chains' processes, which are not.
 void CheckControls(const tinyxml2::XMLElement& parent, const ORVAPOProcessInfo* technology,
                    Findings& findings) {
+  StoredNames names;
   for (const auto* child = parent.FirstChildElement(); child != nullptr;
        child = child->NextSiblingElement()) {
-    if (IsNamed(*child, {"control"})) CheckControl(*child, technology, findings);
+    if (IsNamed(*child, {"control"})) {
+      CheckControl(*child, technology, findings);
+      if (const char* name = child->Attribute("name"); name != nullptr)
+        names.Add("control", name, child->GetLineNum(), findings);
+    }
     if (IsNamed(*child, {"chain", "chain_v2", "process"}))
       CheckControls(*child, technology, findings);
   }
@@ -170,11 +194,40 @@ void CheckControls(const tinyxml2::XMLElement& parent, const ORVAPOProcessInfo* 
 
 }  // namespace
 
+bool ConcernsClients(const ConfigurationFinding& finding) {
+  const auto codes = {kValueOutOfRange, kChoiceByNumber, kNameTooLong,
+                      kLineEndInName,   kNameNotAscii,   kSameStoredName};
+  return std::ranges::find(codes, std::string_view(finding.code)) != codes.end();
+}
+
 bool CheckReport::clean() const {
   return status == LoadStatus::Loaded &&
          std::ranges::all_of(
              findings, [](Severity one) { return one == Severity::Note; },
              &ConfigurationFinding::severity);
+}
+
+std::optional<ValueFault> FaultOfValue(const ORVQVTControlInfo& info, const std::string& text) {
+  if (info.scale() == ORV_QVT_SCALE_STRING || info.names().Contains(text)) return std::nullopt;
+  const std::optional<std::int32_t> number = WholeNumber(text);
+  const bool has_choices = info.names().Count() != 0;
+  if (!number)
+    return ValueFault{kValueOutOfRange,
+                      has_choices ? "is none of its choices" : "is not a whole number"};
+  const bool ranged = info.minimum() < info.maximum();
+  if (ranged && (*number < info.minimum() || *number > info.maximum()))
+    return ValueFault{kValueOutOfRange,
+                      fmt::format("is outside {} to {}", info.minimum(), info.maximum())};
+  if (!has_choices) return std::nullopt;
+  // A choice that a client stores has the position of the text in force, and is found only if that
+  // text is a choice too; "Enabled" and "Disabled" are numbers by themselves.
+  const std::optional<std::string> choice = ChoiceText(info.names(), *number);
+  if (choice && WholeNumber(*choice) == number) return std::nullopt;
+  const std::string advice = choice ? fmt::format("; write \"{}\"", *choice) : "";
+  return ValueFault{
+      kChoiceByNumber,
+      "is a number where a choice is expected: once changed, the control reads as -1" + advice,
+      choice.has_value()};
 }
 
 CheckReport CheckConfiguration(const std::string& xml, const ORVAPOProcessInfo* technology) {
@@ -202,6 +255,8 @@ CheckReport CheckConfiguration(const std::string& xml, const ORVAPOProcessInfo* 
   for (; mode != nullptr; mode = mode->NextSiblingElement())
     if (IsNamed(*mode, {"operating_mode"})) CheckControls(*mode, technology, findings);
   std::ranges::stable_sort(report.modes, {}, &CheckedMode::line);
+  StoredNames names;
+  for (const CheckedMode& one : report.modes) names.Add("mode", one.name, one.line, findings);
   report.findings = std::move(findings).Sorted();
   return report;
 }

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,17 @@ struct CheckReport {
 
 // `technology` may be null: names and ranges are not checked then.
 CheckReport CheckConfiguration(const std::string& xml, const ORVAPOProcessInfo* technology);
+
+// Whether it is a value that clients cannot show, or a name that does not keep a value apart.
+bool ConcernsClients(const ConfigurationFinding& finding);
+
+// Why a control's text does not fit its description; nullopt if it does.
+struct ValueFault {
+  const char* code;
+  std::string text;
+  bool is_position = false;  // of a choice: read as that choice if it was stored by a client
+};
+std::optional<ValueFault> FaultOfValue(const ORVQVTControlInfo& info, const std::string& text);
 
 const char* SeverityWord(ConfigurationFinding::Severity severity);
 const char* LoadStatusWords(LoadStatus status);

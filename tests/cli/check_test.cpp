@@ -84,11 +84,17 @@ TEST(Check, KeysAndNamesThatCannotBeUsedAreFindings) {
   const auto control = [](const std::string& name) {
     return "<control name=\"" + name + "\">1\n</control>\n";
   };
+  std::string shouting = kKey;
+  shouting.replace(shouting.find("Movie"), 5, "MOVIE");
   const CheckReport report = CheckModes(
       "<operating_mode>" + kKey + control("two&#10;lines") + control(std::string(1024, 'x')) +
-      control(std::string(1025, 'x')) + control("ZAPO3-Operating Mode") + "</operating_mode>");
+      control(std::string(1025, 'x')) + control("ZAPO3-Operating Mode") + control("Level") +
+      control("LEVEL") + control("Café") + "</operating_mode><operating_mode>" + kKey +
+      "</operating_mode><operating_mode>" + shouting + "</operating_mode>");
   EXPECT_EQ(Places(report, "line-end-in-name"), (Words{"5 warning", "11 warning"}));
   EXPECT_EQ(Places(report, "name-too-long"), (Words{"9 warning"}));
+  EXPECT_EQ(Places(report, "same-stored-name"), (Words{"15 warning", "21 warning"}));
+  EXPECT_EQ(Places(report, "name-not-ascii"), (Words{"17 warning"}));
 }
 
 TEST(Check, UnusableDocumentsAreExplained) {
