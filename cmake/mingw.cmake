@@ -15,9 +15,10 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 # The packages of the build machine hold headers and sources that serve here too; find_package finds them through these modules.
 list(PREPEND CMAKE_MODULE_PATH ${CMAKE_CURRENT_LIST_DIR}/mingw)
 
-# The compiler's runtime goes into every program and library: they import system libraries only.
+# The compiler's runtime goes into every program and library: they import system libraries only. Their symbols are left out here,
+# because the tool that takes them out later writes the time into the file.
 foreach(kind EXE SHARED MODULE)
-  set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static -Wl,--no-insert-timestamp")
+  set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static -s -Wl,--no-insert-timestamp")
 endforeach()
 # Each build folder has a Wine prefix of its own, so that two builds never share a registry.
 set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/wine-run --prefix ${CMAKE_BINARY_DIR}/wine)

@@ -3,7 +3,7 @@
 #
 #   scripts/setup.sh run       a native release build
 #   scripts/setup.sh native    and the native tests
-#   scripts/setup.sh all       and the Windows build, Wine, a browser, fuzzers, formatting and linting
+#   scripts/setup.sh all       and the Windows build, Wine, a browser, packages, fuzzers, formatting and linting
 set -euo pipefail
 
 run=(g++ cmake python3 ninja-build libtinyxml2-dev libboost-dev libjs-chart.js nlohmann-json3-dev libcli11-dev libfmt-dev)
@@ -12,6 +12,7 @@ all=(
   clang libclang-rt-dev clang-format clang-tidy
   g++-mingw-w64-x86-64-posix mingw-w64-tools wine wine64 dpkg-dev
   chromium chromium-driver python3-selenium
+  nsis file lintian
 )
 
 case "${1:-all}" in

@@ -44,17 +44,16 @@ set(installed ${OUTSIDE}/moved)
 if(TOOLCHAIN)
   expect_files(bin/orv_apo_controller.dll bin/orv_apo_controller.tlb bin/kxtech64.dll bin/orvctl.exe)
 else()
-  expect_files(lib/liborv_apo_controller.so lib/kxtech64.dll bin/orvctl share/man/man1/orvctl.1
-    share/bash-completion/completions/orvctl share/zsh/site-functions/_orvctl share/fish/vendor_completions.d/orvctl.fish)
+  expect_files(lib/orv_apo/liborv_apo_controller.so lib/orv_apo/kxtech64.dll bin/orvctl share/zsh/site-functions/_orvctl share/fish/vendor_completions.d/orvctl.fish)
   if(EXISTS ${BUILD}/src/api/orv_apo_controller.tlb)
-    expect_files(lib/orv_apo_controller.tlb)
+    expect_files(lib/orv_apo/orv_apo_controller.tlb)
   endif()
 endif()
 set(machine share/orv_apo/machines/skylake-laptop)
 expect_files(include/orv_apo/orv_apo.h include/orv_apo/com.h include/orv_apo/com_ptr.h include/orv_apo/native/com_types.h
   include/orv_apo/orv_apo_controller.idl
   lib/cmake/orv_apo/orv_apoConfig.cmake lib/cmake/orv_apo/orv_apoConfigVersion.cmake
-  share/doc/orv_apo/README.md share/doc/orv_apo/LICENSE share/doc/orv_apo/docs/clients.md
+  share/doc/orvctl/README.md share/doc/orvctl/LICENSE share/doc/orvctl/docs/clients.md
   ${machine}/machine.json ${machine}/registry.reg ${machine}/drive_c/Windows/System32/kxtech64.dll)
 expect_whole_links()
 

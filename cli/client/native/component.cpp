@@ -23,7 +23,7 @@ std::vector<std::filesystem::path> Candidates() {
   if (const char* named = std::getenv("ORV_COMPONENT"); named != nullptr && *named != 0)
     return {named};
   const std::filesystem::path folder = ProgramFolder();
-  return {folder / kLibraryName, folder / "../lib" / kLibraryName};
+  return {folder / kLibraryName, folder / "../lib/orv_apo" / kLibraryName};
 }
 
 }  // namespace
