@@ -91,7 +91,7 @@ Mode Context::SelectMode(const Endpoint& endpoint, const std::string& text) {
   std::vector<Mode> modes = endpoint.Modes();
   std::vector<std::string> labels;
   for (const Mode& mode : modes) labels.push_back(ModeLabel(mode.name()));
-  return std::move(modes[SelectOrFail(labels, ModeLabel(text), "mode")]);
+  return std::move(modes[SelectOrFail(labels, ModeLabel(text), "mode", naming)]);
 }
 
 Mode Context::CurrentMode(const Endpoint& endpoint) {

@@ -14,6 +14,7 @@
 #include "cli/client/session.h"
 #include "cli/show/failure.h"
 #include "cli/show/output.h"
+#include "cli/show/select.h"
 
 namespace orv::cli {
 
@@ -30,7 +31,8 @@ class Context {
   ExitStatus exit_status = kDone;
   std::istream* input = nullptr;  // what "-" reads instead of standard input
   std::chrono::milliseconds lock_limit = ChangeLock::kLimit;
-  std::string gesture;  // changes of the same one (not empty) are taken back together
+  Naming naming = Naming::ByPart;  // of modes, and of controls that are to be changed
+  std::string gesture;             // changes of the same one (not empty) are taken back together
 
   Session& session();
   Catalog& catalog();
@@ -39,7 +41,7 @@ class Context {
   std::vector<Endpoint> Endpoints();
   // By identifier, number or part of its name.
   Endpoint SelectEndpoint(const std::string& text);
-  // By name or part of it; empty text means the current mode.
+  // By name or, by part, a part of it; empty text means the current mode.
   Mode SelectMode(const Endpoint& endpoint, const std::string& text);
   Mode CurrentMode(const Endpoint& endpoint);
   // For a command that changes the endpoint: taken before it reads anything that the change depends

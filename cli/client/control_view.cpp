@@ -32,7 +32,7 @@ std::optional<std::int32_t> NumberOf(const std::string& text, const ControlFacts
 [[noreturn]] void FailAsUnknown(const std::vector<std::string>& names, const std::string& text,
                                 const Endpoint& endpoint, const Mode& mode) {
   UsageFailure(
-      "no control named \"{}\" in {}.{}\nTo list them: {}", text, ModeLabel(mode.name()),
+      "no control named \"{}\" in {}.{}\nTo list them: {}", Excerpt(text), ModeLabel(mode.name()),
       Suggestion(names, text),
       CommandLine("controls {} --mode {}", endpoint.number(), ShellWord(ModeLabel(mode.name()))));
 }
@@ -117,10 +117,12 @@ void KeepFitting(std::vector<ControlView>& views, const std::vector<std::string>
   views = std::move(kept);
 }
 
-ControlFinder::ControlFinder(Catalog& catalog, const Endpoint& endpoint, const Mode& mode)
+ControlFinder::ControlFinder(Catalog& catalog, const Endpoint& endpoint, const Mode& mode,
+                             Naming naming)
     : catalog_(catalog),
       endpoint_(endpoint),
       mode_(mode),
+      naming_(naming),
       public_(mode.Controls(kORVAPO_Cont_Public)) {
   for (const ORVAPOControlType list : {kORVAPO_Cont_Public, kORVAPO_Cont_Private}) {
     for (const auto& [name, text] : catalog.Texts(endpoint, mode.name(), list)) {
@@ -131,7 +133,7 @@ ControlFinder::ControlFinder(Catalog& catalog, const Endpoint& endpoint, const M
 }
 
 std::vector<ControlView> ControlFinder::Find(const std::string& text) const {
-  const std::vector<std::size_t> positions = SelectByPart(names_, text);
+  const std::vector<std::size_t> positions = SelectByPart(names_, text, naming_);
   if (positions.size() > 1 && !IsPattern(text)) FailAsAmbiguous(names_, positions, text, "control");
   std::vector<ControlView> views;
   for (const std::size_t position : positions) {

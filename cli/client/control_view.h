@@ -9,6 +9,7 @@
 #include "cli/client/session.h"
 #include "cli/client/state.h"
 #include "cli/show/output.h"
+#include "cli/show/select.h"
 #include "cli/show/typed_value.h"
 
 namespace orv::cli {
@@ -47,9 +48,10 @@ void KeepFitting(std::vector<ControlView>& views, const std::vector<std::string>
 // The public and private controls of a mode by what a user types.
 class ControlFinder {
  public:
-  ControlFinder(Catalog& catalog, const Endpoint& endpoint, const Mode& mode);
+  ControlFinder(Catalog& catalog, const Endpoint& endpoint, const Mode& mode,
+                Naming naming = Naming::ByPart);
 
-  // The control of this name, or with this part in its name; all controls that a pattern fits.
+  // The control of this name and, by part, with this in its name or all that a pattern fits.
   // Usage failure with the names that would fit otherwise.
   std::vector<ControlView> Find(const std::string& text) const;
 
@@ -62,6 +64,7 @@ class ControlFinder {
   const Catalog& catalog_;
   const Endpoint& endpoint_;
   const Mode& mode_;
+  Naming naming_;
   ControlList public_;
   std::vector<std::string> names_;
   std::vector<Place> places_;  // of the names

@@ -59,10 +59,10 @@ ChangeLock::ChangeLock(const std::filesystem::path& machine, const std::string& 
   held_ = Acquire(machine, NameOf(registry_path), limit, reason);
   if (held_ != nullptr) return;
   if (reason.empty()) {
-    throw Failure(kRefused,
-                  "another orvctl is still changing {}; nothing was changed.\n"
-                  "Try again when it has ended.",
-                  registry_path);
+    throw Taken(kRefused,
+                "another orvctl is still changing {}; nothing was changed.\n"
+                "Try again when it has ended.",
+                registry_path);
   }
   throw Failure(kRefused,
                 "{} cannot be locked: {}.\n"

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/show/failure.h"
 #include "platform/machine.h"
 #include "platform/synchronization.h"
 
@@ -73,20 +74,19 @@ std::uint32_t CurrentThreadNumber() noexcept;
 
 // While it lives, requests to end set the event instead of ending the program: an interrupt, a
 // termination, the end of the terminal's connection, a reader that closed the pipe. The destructor
-// ends the program by the signal that came, after objects that were made later have put back what
-// they took. One at a time.
+// ends the program by the signal that came, unless that is the command's ordinary end, after
+// objects that were made later have put back what they took. One at a time.
 class StopOnSignal {
  public:
-  // For commands that run until they are interrupted: an interrupt is their ordinary end.
-  enum class Interrupt { Ends, IsOrdinary };
+  enum class Ordinary { None, Interrupt, InterruptOrTermination };
 
-  explicit StopOnSignal(Event& stop, Interrupt interrupt = Interrupt::IsOrdinary);
+  explicit StopOnSignal(Event& stop, Ordinary ordinary = Ordinary::Interrupt);
   ~StopOnSignal();
   StopOnSignal(const StopOnSignal&) = delete;
   StopOnSignal& operator=(const StopOnSignal&) = delete;
 
  private:
-  Interrupt interrupt_;
+  Ordinary ordinary_;
 };
 
 // Held by one process of this program at a time for one registry key of the machine, from the first
@@ -94,10 +94,14 @@ class StopOnSignal {
 class ChangeLock {
  public:
   static constexpr std::chrono::seconds kLimit{30};
+  // Another process holds the lock.
+  struct Taken : Failure {
+    using Failure::Failure;
+  };
 
-  // Waits for other holders. Throws Failure if there is still one after the limit or if the lock
-  // cannot be made. `machine` is the folder of a simulated machine, else it is not used. The key's
-  // path may have any letter case.
+  // Waits for other holders. Throws Taken if there is still one after the limit, and Failure if the
+  // lock cannot be made. `machine` is the folder of a simulated machine, else it is not used. The
+  // key's path may have any letter case.
   ChangeLock(const std::filesystem::path& machine, const std::string& registry_path,
              std::chrono::milliseconds limit = kLimit);
 

@@ -101,13 +101,18 @@ struct Plan {
   std::vector<ControlView> views;  // of the same controls, before them
 };
 
-// The changes that all assignments make. Throws a usage failure with everything that is wrong.
+// The changes that all assignments make. Throws a usage failure with what is wrong; after so many
+// faults the rest is not looked at.
+constexpr std::size_t kMostFaults = 12;
 Plan PlanChanges(const ControlFinder& finder, const Mode& mode,
                  const std::vector<Assignment>& assignments, const SetArguments& arguments) {
   Plan plan;
   std::set<std::string> names;
-  std::string faults;
+  std::vector<std::string> faults;
+  std::size_t checked = 0;
   for (const Assignment& assignment : assignments) {
+    if (faults.size() == kMostFaults) break;
+    ++checked;
     try {
       for (ControlView& view : finder.Find(assignment.control)) {
         if (view.is_private && IsPattern(assignment.control)) continue;  // clients cannot change it
@@ -119,12 +124,14 @@ Plan PlanChanges(const ControlFinder& finder, const Mode& mode,
         plan.views.push_back(std::move(view));
       }
     } catch (const Failure& failure) {
-      if (!faults.empty()) faults += '\n';
-      faults += assignment.place + failure.what();
+      faults.push_back(assignment.place + failure.what());
     }
   }
   if (faults.empty()) return plan;
-  UsageFailure(assignments.size() == 1 ? faults : faults + "\nNothing was changed.");
+  if (const std::size_t left = assignments.size() - checked; left != 0)
+    faults.push_back(fmt::format("The other {} were not checked.", Counted(left, "value")));
+  if (assignments.size() > 1) faults.emplace_back("Nothing was changed.");
+  UsageFailure(fmt::format("{}", fmt::join(faults, "\n")));
 }
 
 void SetControls(Context& context, const SetArguments& arguments) {
@@ -132,8 +139,8 @@ void SetControls(Context& context, const SetArguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const ChangeLock lock = context.LockForChange(endpoint);
   const Mode mode = context.SelectMode(endpoint, arguments.mode);
-  Plan plan =
-      PlanChanges(ControlFinder(context.catalog(), endpoint, mode), mode, assignments, arguments);
+  Plan plan = PlanChanges(ControlFinder(context.catalog(), endpoint, mode, context.naming), mode,
+                          assignments, arguments);
   MakeChanges(context, endpoint, {mode}, plan.changes, {.command = "set"});
   std::vector<ControlView>& after = plan.views;
   Reread(after, mode);

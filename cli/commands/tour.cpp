@@ -245,7 +245,7 @@ void RunTour(Context& context) {
                  kDefaultSample);
   // A request to end the program waits for the end of the tour, so that the copy is removed.
   Event stop(Event::Kind::ManualReset);
-  const StopOnSignal signals(stop, StopOnSignal::Interrupt::Ends);
+  const StopOnSignal signals(stop, StopOnSignal::Ordinary::None);
   const TemporaryMachine machine(SampleMachinesFolder() / kDefaultSample);
   Context on_copy(output);  // destroyed before the copy
   on_copy.session_options = context.session_options;

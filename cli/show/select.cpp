@@ -64,10 +64,18 @@ std::optional<Number> Parse(std::string_view text) {
 
 }  // namespace
 
+std::string Excerpt(std::string_view typed) {
+  constexpr std::size_t kMost = 100;  // bytes
+  if (typed.size() <= kMost) return std::string(typed);
+  std::size_t end = kMost;
+  while (end > 0 && (static_cast<unsigned char>(typed[end]) & 0xC0) == 0x80) --end;
+  return std::string(typed.substr(0, end)) + "...";
+}
+
 bool IsPattern(std::string_view text) { return text.find_first_of("*?") != std::string_view::npos; }
 
-std::vector<std::size_t> SelectByPart(const std::vector<std::string>& names,
-                                      std::string_view text) {
+std::vector<std::size_t> SelectByPart(const std::vector<std::string>& names, std::string_view text,
+                                      Naming naming) {
   const auto equal = [&](const std::string& name) { return name == text; };
   const auto same_letters = [&](const std::string& name) { return EqualsIgnoringCase(name, text); };
   const auto part = [&](const std::string& name) {
@@ -79,7 +87,8 @@ std::vector<std::size_t> SelectByPart(const std::vector<std::string>& names,
       if (fits(names[i])) positions.push_back(i);
     return !positions.empty();
   };
-  if (!text.empty() && !select(equal) && !select(same_letters)) select(part);
+  if (text.empty() || select(equal) || select(same_letters)) return positions;
+  if (naming == Naming::ByPart) select(part);
   return positions;
 }
 
@@ -97,7 +106,7 @@ std::string Suggestion(const std::vector<std::string>& names, std::string_view t
 void FailAsAmbiguous(const std::vector<std::string>& names,
                      const std::vector<std::size_t>& positions, std::string_view text,
                      const std::string& kind) {
-  std::string message = fmt::format("\"{}\" fits more than one {}:", text, kind);
+  std::string message = fmt::format("\"{}\" fits more than one {}:", Excerpt(text), kind);
   const std::size_t listed = positions.size() > kMostListed ? kMostListed - 1 : positions.size();
   for (std::size_t i = 0; i < listed; ++i) message += "\n  " + names[positions[i]];
   if (listed < positions.size())
@@ -106,11 +115,12 @@ void FailAsAmbiguous(const std::vector<std::string>& names,
 }
 
 std::size_t SelectOrFail(const std::vector<std::string>& names, std::string_view text,
-                         const std::string& kind) {
-  const std::vector<std::size_t> positions = SelectByPart(names, text);
+                         const std::string& kind, Naming naming) {
+  const std::vector<std::size_t> positions = SelectByPart(names, text, naming);
   if (positions.size() == 1) return positions.front();
   if (!positions.empty()) FailAsAmbiguous(names, positions, text, kind);
-  std::string message = fmt::format("no {} named \"{}\".{}", kind, text, Suggestion(names, text));
+  std::string message =
+      fmt::format("no {} named \"{}\".{}", kind, Excerpt(text), Suggestion(names, text));
   if (names.size() <= kMostListed && !names.empty()) message += KnownNames(names);
   UsageFailure(message);
 }

@@ -10,6 +10,13 @@
 
 namespace orv::cli {
 
+// What a text may name: a thing by its whole name only, in any letter case, or also by a part of it
+// or a pattern.
+enum class Naming { ByPart, Whole };
+
+// What a user typed, for messages: a long text is cut, which "..." shows.
+std::string Excerpt(std::string_view typed);
+
 // Whether the text is a pattern: "*" in it fits any characters, "?" one.
 bool IsPattern(std::string_view text);
 
@@ -17,7 +24,8 @@ bool IsPattern(std::string_view text);
 // exact name comes first, then the name in other letter case, then names with this part in them or,
 // for a pattern, names that have it from the beginning of a word to their end (letter case
 // ignored). Empty text fits no name.
-std::vector<std::size_t> SelectByPart(const std::vector<std::string>& names, std::string_view text);
+std::vector<std::size_t> SelectByPart(const std::vector<std::string>& names, std::string_view text,
+                                      Naming naming = Naming::ByPart);
 
 // " Did you mean "..."?" with the known name that has the fewest typing mistakes, letter case
 // ignored, or one with this part in it; empty if every name is far away.
@@ -31,7 +39,7 @@ std::string Suggestion(const std::vector<std::string>& names, std::string_view t
 // Position of the named thing. Throws a usage failure with the names that would fit otherwise.
 // `kind` is its singular ("mode").
 std::size_t SelectOrFail(const std::vector<std::string>& names, std::string_view text,
-                         const std::string& kind);
+                         const std::string& kind, Naming naming = Naming::ByPart);
 
 // "\nKnown:" and a line for each name.
 std::string KnownNames(const std::vector<std::string>& names);

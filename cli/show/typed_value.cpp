@@ -86,8 +86,8 @@ std::string Expected(const ValueForm& form) {
 
 [[noreturn]] void NotAValue(const ValueForm& form, std::string_view text) {
   const std::string suggestion = Suggestion(form.choices, text);
-  UsageFailure("\"{}\" is not a value for \"{}\": expected {}{}", text, form.name, Expected(form),
-               suggestion.empty() ? "." : "\n" + suggestion.substr(1));
+  UsageFailure("\"{}\" is not a value for \"{}\": expected {}{}", Excerpt(text), form.name,
+               Expected(form), suggestion.empty() ? "." : "\n" + suggestion.substr(1));
 }
 
 std::int32_t Stored(const ValueForm& form, std::int64_t number) {

@@ -32,6 +32,9 @@ std::string_view NearestName(std::string_view misspelt,
   std::string_view nearest;
   std::size_t best = std::max<std::size_t>(2, misspelt.size() / 3) + 1;
   for (const std::string_view name : names) {
+    // As many letters as one is longer are to be inserted: spares the comparison.
+    if (std::max(name.size(), misspelt.size()) >= std::min(name.size(), misspelt.size()) + best)
+      continue;
     const std::size_t distance = EditDistance(misspelt, name);
     if (distance >= best) continue;
     best = distance;

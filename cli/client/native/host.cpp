@@ -120,7 +120,7 @@ std::uint32_t CurrentThreadNumber() noexcept {
   return static_cast<std::uint32_t>(::syscall(SYS_gettid));
 }
 
-StopOnSignal::StopOnSignal(Event& stop, Interrupt interrupt) : interrupt_(interrupt) {
+StopOnSignal::StopOnSignal(Event& stop, Ordinary ordinary) : ordinary_(ordinary) {
   g_stop = &stop;
   g_signal = 0;
   for (std::size_t i = 0; i < std::size(kStopSignals); ++i) {
@@ -136,7 +136,9 @@ StopOnSignal::~StopOnSignal() {
   g_stop = nullptr;
   while (g_handlers != 0) std::this_thread::yield();
   const int signal = g_signal;
-  if (signal != 0 && (signal != SIGINT || interrupt_ == Interrupt::Ends)) std::raise(signal);
+  const bool is_ordinary = (signal == SIGINT && ordinary_ != Ordinary::None) ||
+                           (signal == SIGTERM && ordinary_ == Ordinary::InterruptOrTermination);
+  if (signal != 0 && !is_ordinary) std::raise(signal);
 }
 
 // The file is only locked, never written, so that no watch of the folder reports it.

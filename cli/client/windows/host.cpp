@@ -149,7 +149,7 @@ void WriteToErrors(std::string_view text) noexcept {
 std::uint32_t CurrentThreadNumber() noexcept { return GetCurrentThreadId(); }
 
 // The system itself ends the program at any other request.
-StopOnSignal::StopOnSignal(Event& stop, Interrupt interrupt) : interrupt_(interrupt) {
+StopOnSignal::StopOnSignal(Event& stop, Ordinary ordinary) : ordinary_(ordinary) {
   const std::lock_guard guard(g_stop_lock);
   g_stop = &stop;
   SetConsoleCtrlHandler(&RequestStop, TRUE);
