@@ -11,11 +11,11 @@
 namespace orv::panel {
 namespace {
 
-// The value of a cookie in the header; empty if it is not there.
-std::string_view CookieValue(std::string_view header, std::string_view name) {
-  while (!header.empty()) {
-    std::string_view one = header.substr(0, header.find(';'));
-    header.remove_prefix(std::min(header.size(), one.size() + 1));
+// The value of a name in a list such as "a=1; b=2"; empty if it is not there.
+std::string_view ValueIn(std::string_view list, char separator, std::string_view name) {
+  while (!list.empty()) {
+    std::string_view one = list.substr(0, list.find(separator));
+    list.remove_prefix(std::min(list.size(), one.size() + 1));
     one.remove_prefix(std::min(one.size(), one.find_first_not_of(' ')));
     if (one.size() > name.size() && one.starts_with(name) && one[name.size()] == '=')
       return one.substr(name.size() + 1);
@@ -49,23 +49,26 @@ bool IsOwnHost(std::string_view host, const AccessRules& rules) {
   return rules.port_of_any_address != 0 && IsNumericAddress(host, rules.port_of_any_address);
 }
 
+std::string_view KeyInAddress(const RequestHead& head) {
+  const bool opens_page = OnlyReads(head.method) && PathOf(head.target) == "/";
+  return opens_page ? ValueIn(QueryOf(head.target), '&', "key") : std::string_view();
+}
+
 bool HasKey(const RequestHead& head, const AccessRules& rules) {
   constexpr std::string_view kBearer = "Bearer ";
   if (head.authorization.size() > kBearer.size() &&
       EqualsIgnoringCase(head.authorization.substr(0, kBearer.size()), kBearer))
     return SameSecret(head.authorization.substr(kBearer.size()), rules.key);
   return HasKeyInAddress(head, rules) ||
-         SameSecret(CookieValue(head.cookie, rules.cookie), rules.key);
+         SameSecret(ValueIn(head.cookie, ';', rules.cookie), rules.key);
 }
 
-std::optional<Refusal> RefuseChange(const RequestHead& head, const AccessRules& rules) {
-  if (rules.read_only) return Refusal{403, "read_only: this service only shows.", ""};
-  if (head.marker != "1")
-    return Refusal{403, "a request that changes something needs the header \"X-Orvctl: 1\".", ""};
-  const std::string_view type = head.content_type.substr(0, head.content_type.find(';'));
-  if (type != "application/json" && type != "text/plain")
-    return Refusal{415, "expected the content type application/json or text/plain.", ""};
-  return std::nullopt;
+Refusal RefuseKey(const RequestHead& head, const AccessRules& rules) {
+  const bool is_missing = head.authorization.empty() && KeyInAddress(head).empty() &&
+                          ValueIn(head.cookie, ';', rules.cookie).empty();
+  const char* const fault =
+      is_missing ? "the key is missing." : "this key is not valid: each start has another one.";
+  return {401, fmt::format("{} Use the address that \"orvctl serve\" printed.", fault), ""};
 }
 
 }  // namespace
@@ -88,10 +91,7 @@ bool SameSecret(std::string_view given, std::string_view secret) {
 }
 
 bool HasKeyInAddress(const RequestHead& head, const AccessRules& rules) {
-  constexpr std::string_view kName = "key=";
-  const std::string_view query = QueryOf(head.target);
-  return OnlyReads(head.method) && PathOf(head.target) == "/" && query.starts_with(kName) &&
-         SameSecret(query.substr(kName.size()), rules.key);
+  return SameSecret(KeyInAddress(head), rules.key);
 }
 
 std::optional<Refusal> RefuseAccess(const RequestHead& head, const AccessRules& rules) {
@@ -99,9 +99,18 @@ std::optional<Refusal> RefuseAccess(const RequestHead& head, const AccessRules& 
     return Refusal{403, "this service does not answer for this host.", ""};
   if (!head.origin.empty() && !EqualsIgnoringCase(head.origin, fmt::format("http://{}", head.host)))
     return Refusal{403, "this service does not answer pages of other origins.", ""};
-  if (!HasKey(head, rules))
-    return Refusal{401, "the key is missing. Use the address that \"orvctl serve\" printed.", ""};
-  return OnlyReads(head.method) ? std::nullopt : RefuseChange(head, rules);
+  if (!HasKey(head, rules)) return RefuseKey(head, rules);
+  return std::nullopt;
+}
+
+std::optional<Refusal> RefuseChange(const RequestHead& head, const AccessRules& rules) {
+  if (rules.read_only) return Refusal{403, "read_only: this service only shows.", ""};
+  if (head.marker != "1")
+    return Refusal{403, "a request that changes something needs the header \"X-Orvctl: 1\".", ""};
+  if (!IsMediaType(head.content_type, "application/json") &&
+      !IsMediaType(head.content_type, "text/plain"))
+    return Refusal{415, "expected the content type application/json or text/plain.", ""};
+  return std::nullopt;
 }
 
 }  // namespace orv::panel

@@ -21,9 +21,12 @@ struct AccessRules {
 // 32 bytes of the system's random source as 64 hexadecimal digits.
 std::string MakeKey();
 
-// nullopt if the request may be answered. Otherwise 403 for a foreign host, origin or a form post,
-// 401 without the key, 403 for a change of a read-only service, 415 for a wrong content type.
+// nullopt if the request may be answered. Otherwise 403 for a foreign host or origin,
+// 401 without the key.
 std::optional<Refusal> RefuseAccess(const RequestHead& head, const AccessRules& rules);
+// nullopt if the request, which is not one that only reads, may change something. Otherwise 403 for
+// a read-only service or without the marker, 415 for a wrong content type.
+std::optional<Refusal> RefuseChange(const RequestHead& head, const AccessRules& rules);
 
 // Whether the address has the key, which is for the page only.
 bool HasKeyInAddress(const RequestHead& head, const AccessRules& rules);

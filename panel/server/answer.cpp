@@ -2,6 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <boost/algorithm/string/replace.hpp>
+#include <filesystem>
+
 #include "cli/client/dsp_objects.h"
 #include "cli/commands/run.h"
 #include "platform/driver_names.h"
@@ -40,6 +43,17 @@ std::string DriverWord(cli::Context& context, const std::string& endpoint) {
   return driver == kQualcommDriver ? "qualcomm" : "intel";
 }
 
+// What commands name as a way out that they have as an option, and what a request has.
+constexpr std::pair<std::string_view, std::string_view> kWaysOut[] = {
+    {"\n--force stores it anyway.", ""},
+    {"--force takes back", "The body {\"force\": true} takes back"},
+    {"or --raw ", "or the number "}};
+
+std::string AsOfRequest(std::string message) {
+  for (const auto& [option, way_out] : kWaysOut) boost::replace_all(message, option, way_out);
+  return message;
+}
+
 int StatusOf(cli::ExitStatus exit_status) { return exit_status == cli::kUsage ? 400 : 409; }
 
 }  // namespace
@@ -59,12 +73,17 @@ Answer ToAnswer(const Refusal& refusal, bool is_api) {
 }
 
 CommandRunner::CommandRunner(const cli::Context& like) {
-  // Pages wait: rather a refusal than a long silence.
-  constexpr std::chrono::seconds kLockLimit{5};
   context_.session_options = like.session_options;
+  // Those who ask do not know where this program was started.
+  std::filesystem::path& machine = context_.session_options.machine;
+  if (!machine.empty()) machine = std::filesystem::absolute(machine);
   context_.config_type = like.config_type;
-  context_.lock_limit = kLockLimit;
+  // The work of others does not wait for a lock.
+  context_.lock_limit = std::chrono::milliseconds(0);
+  context_.naming = cli::Naming::Whole;
   context_.input = &input_;
+  check_.emplace(context_.session().machine_folder());
+  context_.catalog();
 }
 
 void CommandRunner::Reset(const Work& work) {
@@ -76,9 +95,11 @@ void CommandRunner::Reset(const Work& work) {
   context_.gesture = work.gesture;
 }
 
-Answer CommandRunner::Run(const Work& work) {
+std::optional<Answer> CommandRunner::Run(const Work& work, bool may_wait) {
   Reset(work);
   try {
+    if (const std::string& fault = check_->Fault(); !fault.empty())
+      return ToAnswer({503, fault, "", cli::kRefused}, true);
     Words words = work.words;
     if (work.kind == Work::Kind::Push)
       words.insert(words.begin() + 1, DriverWord(context_, work.endpoint));
@@ -93,13 +114,22 @@ Answer CommandRunner::Run(const Work& work) {
       answer.headers += fmt::format("Orvctl-Notices: {}\r\n", Escaped(notices));
     return answer;
   } catch (const cli::Failure& failure) {
+    if (may_wait && dynamic_cast<const cli::ChangeLock::Taken*>(&failure) != nullptr)
+      return std::nullopt;
     std::string message = TakeNotices(notices_);
     if (!message.empty()) message += "\n";
-    return ToAnswer(
-        {StatusOf(failure.exit_status()), message + failure.what(), "", failure.exit_status()},
-        true);
+    message = AsOfRequest(message + failure.what());
+    return ToAnswer({StatusOf(failure.exit_status()), message, "", failure.exit_status()}, true);
   } catch (const std::exception& fault) {
     return ToAnswer({500, fault.what(), "", cli::kRefused}, true);
+  }
+}
+
+std::string CommandRunner::EndpointOf(const Work& work) {
+  try {
+    return context_.SelectEndpoint(work.endpoint).id();
+  } catch (const cli::Failure&) {
+    return {};
   }
 }
 

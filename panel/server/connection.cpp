@@ -170,16 +170,18 @@ RequestHead Connection::Head() const {
     return request.count(name) == 1 ? view(request[name]) : std::string_view();
   };
   const bool several_origins = request.count(http::field::origin) > 1;
-  return {.method = view(request.method_string()),
-          .target = view(request.target()),
-          .host = header(http::field::host),
-          .origin = several_origins ? "several" : header(http::field::origin),
-          .cookie = header(http::field::cookie),
-          .authorization = header(http::field::authorization),
-          .content_type = header(http::field::content_type),
-          .marker = header("X-Orvctl"),
-          .client = header("X-Orvctl-Client"),
-          .gesture = header("X-Orvctl-Gesture")};
+  RequestHead head{.method = view(request.method_string()),
+                   .target = view(request.target()),
+                   .host = header(http::field::host),
+                   .origin = several_origins ? "several" : header(http::field::origin),
+                   .cookie = header(http::field::cookie),
+                   .authorization = header(http::field::authorization),
+                   .content_type = header(http::field::content_type),
+                   .marker = header("X-Orvctl"),
+                   .client = header("X-Orvctl-Client"),
+                   .gesture = header("X-Orvctl-Gesture")};
+  SplitTarget(head);
+  return head;
 }
 
 // What the head alone shows; a refused body is never read.
@@ -194,7 +196,7 @@ std::optional<Refusal> Connection::RefuseHead() const {
   }
   auto route = FindRoute(head.method, head.target);
   if (auto* const refusal = std::get_if<Refusal>(&route)) return *refusal;
-  return std::nullopt;
+  return OnlyReads(head.method) ? std::nullopt : RefuseChange(head, owner_.rules());
 }
 
 void Connection::Dispatch() {
@@ -253,7 +255,8 @@ void Connection::Reply(const Answer& answer) {
 }
 
 void Connection::RefuseAndClose(const Refusal& refusal) {
-  const bool is_api = parser_ && parser_->is_header_done() && IsApi(Head().target);
+  // What was asked for is not known yet if the head is not complete.
+  const bool is_api = !parser_ || !parser_->is_header_done() || IsApi(Head().target);
   const Answer answer = ToAnswer(refusal, is_api);
   reply_ = HeadText(answer, answer.body.size(), false) + answer.body;
   SetTimer(owner_.limits().idle, Waiting::Writing);
@@ -281,7 +284,7 @@ void Connection::Linger() {
 }
 
 void Connection::BeginEvents(const std::string& endpoint) {
-  if (Head().method == "HEAD" || buffer_.size() != 0)
+  if (buffer_.size() != 0)
     return RefuseAndClose({400, "a stream of events is the last request of a connection.", ""});
   constexpr int kSystemBuffer = 64 << 10;  // what waits for a page waits here, where it is counted
   Error ignored;

@@ -2,8 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
-#include <chrono>
+#include <iterator>
 
 #include "panel/server/levels.h"
 #include "panel/server/watcher.h"
@@ -12,12 +13,18 @@
 namespace orv::panel {
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using cli::Json;
 using std::chrono::milliseconds;
 
 // How often the list of endpoints, and a machine that was lost, are read again.
 constexpr std::chrono::seconds kEndpointsInterval{1};
+// How often a job is tried again whose endpoint another program is changing.
+constexpr milliseconds kRetryInterval{20};
+
+milliseconds Until(std::chrono::steady_clock::time_point time) {
+  const auto left = std::chrono::ceil<milliseconds>(time - std::chrono::steady_clock::now());
+  return std::max(left, milliseconds(0));
+}
 
 }  // namespace
 
@@ -27,8 +34,9 @@ std::shared_ptr<const std::string> EncodeEvent(const char* name, const Json& dat
 }
 
 struct MachineThread::Orders {
-  std::optional<Job> job;
-  bool more = false;  // jobs wait
+  std::optional<Entry> entry;
+  std::size_t place = 0;              // of the entry in the queue
+  std::set<std::string> waiting_for;  // endpoints of the entries before it
   bool ending = false;
   std::size_t pages = 0;
   std::set<std::string> looked_at;
@@ -40,16 +48,13 @@ class MachineThread::Desk {
  public:
   Desk(const cli::Context& like, const Publish& publish)
       : runner_(like),
-        watcher_(runner_.context(), changed_,
+        watcher_(runner_.context(), runner_.check(), changed_,
                  [&publish](const char* name, const Json& data) {
                    publish({EncodeEvent(name, data), "", false});
                  }),
         levels_(runner_.context(), [&publish](const std::string& endpoint, const Json& data) {
           publish({EncodeEvent("levels", data), endpoint, data.contains("peaks")});
-        }) {
-    runner_.context().session();
-    runner_.context().catalog();
-  }
+        }) {}
 
   Event& changed() noexcept { return changed_; }
 
@@ -67,11 +72,27 @@ class MachineThread::Desk {
     next_levels_ = Clock::now();
   }
 
-  void Do(Job& job) {
+  // False, without having done anything, if the job has to wait for another program, or is a change
+  // that would overtake an earlier one of its endpoint.
+  bool Do(Orders& orders, milliseconds lock_limit) {
+    Entry& entry = *orders.entry;
+    const Job& job = entry.job;
+    const Clock::time_point now = Clock::now();
+    if (entry.until == Clock::time_point()) entry.until = now + lock_limit;
     if (job.work.changes && changed_.Wait(milliseconds(0))) watcher_.FindChanges();
-    job.answer(runner_.Run(job.work));
+    if (job.work.changes && !orders.waiting_for.empty()) {
+      entry.endpoint = runner_.EndpointOf(job.work);
+      if (orders.waiting_for.contains(entry.endpoint)) return false;
+    }
+    const std::optional<Answer> answer = runner_.Run(job.work, now < entry.until);
+    if (!answer) {
+      entry.endpoint = runner_.EndpointOf(job.work);
+      return false;
+    }
+    job.answer(*answer);
     if (job.work.changes)
       watcher_.FindChanges(job.work.endpoint, job.client.empty() ? "other" : job.client);
+    return true;
   }
 
   void FindChanges() { watcher_.FindChanges(); }
@@ -94,7 +115,7 @@ class MachineThread::Desk {
     if (watcher_.running()) next = next_list_;
     if (levels_.listening()) next = std::min(next.value_or(next_levels_), next_levels_);
     if (!next) return std::nullopt;
-    return std::max(std::chrono::ceil<milliseconds>(*next - Clock::now()), milliseconds(0));
+    return Until(*next);
   }
 
  private:
@@ -107,8 +128,8 @@ class MachineThread::Desk {
   Clock::time_point next_list_;
 };
 
-MachineThread::MachineThread(const cli::Context& like, Publish publish)
-    : publish_(std::move(publish)), thread_([this, &like] { Run(like); }) {
+MachineThread::MachineThread(const cli::Context& like, milliseconds lock_limit, Publish publish)
+    : lock_limit_(lock_limit), publish_(std::move(publish)), thread_([this, &like] { Run(like); }) {
   opened_.Wait();
   if (fault_ == nullptr) return;
   thread_.join();
@@ -124,7 +145,7 @@ void MachineThread::Stop() {
   wake_.Set();
   thread_.join();
   constexpr char kEnding[] = "the service is ending.";
-  for (Job& job : jobs_) job.answer(ToAnswer({503, kEnding, "", 1}, true));
+  for (const Entry& entry : jobs_) entry.job.answer(ToAnswer({503, kEnding, "", 1}, true));
   jobs_.clear();
   for (const Ready& ready : ready_) ready(0, kEnding);
   ready_.clear();
@@ -134,7 +155,7 @@ bool MachineThread::Post(Job job) {
   {
     const std::lock_guard guard(lock_);
     if (ending_ || jobs_.size() >= kMostJobs) return false;
-    jobs_.push_back(std::move(job));
+    jobs_.push_back({std::move(job)});
   }
   wake_.Set();
   return true;
@@ -157,12 +178,29 @@ MachineThread::Orders MachineThread::Take() {
   orders.pages = pages_;
   orders.looked_at = looked_at_;
   orders.ready.swap(ready_);
-  if (!ending_ && !jobs_.empty()) {
-    orders.job = std::move(jobs_.front());
-    jobs_.pop_front();
-  }
-  orders.more = !jobs_.empty();
+  const Clock::time_point now = Clock::now();
+  const auto first =
+      std::ranges::find_if(jobs_, [&](const Entry& entry) { return entry.due <= now; });
+  if (ending_ || first == jobs_.end()) return orders;
+  for (auto before = jobs_.begin(); before != first; ++before)
+    if (!before->endpoint.empty()) orders.waiting_for.insert(before->endpoint);
+  orders.place = static_cast<std::size_t>(first - jobs_.begin());
+  orders.entry = std::move(*first);
+  jobs_.erase(first);
   return orders;
+}
+
+void MachineThread::PutBack(Orders& orders) {
+  orders.entry->due = Clock::now() + kRetryInterval;
+  const std::lock_guard guard(lock_);
+  jobs_.insert(jobs_.begin() + static_cast<std::ptrdiff_t>(orders.place), std::move(*orders.entry));
+}
+
+std::optional<milliseconds> MachineThread::TimeLeft() {
+  const std::lock_guard guard(lock_);
+  const auto next = std::ranges::min_element(jobs_, {}, &Entry::due);
+  if (next == jobs_.end()) return std::nullopt;
+  return Until(next->due);
 }
 
 void MachineThread::Run(const cli::Context& like) {
@@ -180,15 +218,17 @@ void MachineThread::Run(const cli::Context& like) {
 
 void MachineThread::Serve(Desk& desk) {
   std::array<Event*, 2> events = {&desk.changed(), &wake_};
-  for (bool more = false;;) {
-    const auto signalled = WaitAny(events, more ? milliseconds(0) : desk.TimeLeft());
+  for (;;) {
+    std::optional<milliseconds> time_left = desk.TimeLeft();
+    if (const auto of_jobs = TimeLeft())
+      time_left = std::min(time_left.value_or(*of_jobs), *of_jobs);
+    const auto signalled = WaitAny(events, time_left);
     try {
       if (signalled == std::size_t{0}) desk.FindChanges();
       Orders orders = Take();
       if (orders.ending) return;
-      more = orders.more;
       desk.Obey(orders);
-      if (orders.job) desk.Do(*orders.job);
+      if (orders.entry && !desk.Do(orders, lock_limit_)) PutBack(orders);
       desk.Tick();
     } catch (const std::exception&) {
       continue;  // without memory this round is lost

@@ -2,6 +2,7 @@
 // are found between them.
 #pragma once
 
+#include <chrono>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -37,8 +38,9 @@ class MachineThread {
   using Publish = std::function<void(PageEvent)>;  // likewise
 
   // Starts the thread and opens the machine as in this context, which has to live as long. Throws
-  // what opening the machine threw.
-  MachineThread(const cli::Context& like, Publish publish);
+  // what opening the machine threw. A job waits at most `lock_limit` for another program that is
+  // changing its endpoint, and is refused then; meanwhile others are done.
+  MachineThread(const cli::Context& like, std::chrono::milliseconds lock_limit, Publish publish);
   ~MachineThread() { Stop(); }
   MachineThread(const MachineThread&) = delete;
   MachineThread& operator=(const MachineThread&) = delete;
@@ -55,16 +57,28 @@ class MachineThread {
   void SetPages(std::size_t pages, std::set<std::string> looked_at, Ready ready = {});
 
  private:
+  using Clock = std::chrono::steady_clock;
+  // A job in the queue. What was tried in vain is put back to its place and is due again later.
+  struct Entry {
+    Job job;
+    Clock::time_point due{};    // at once
+    Clock::time_point until{};  // how long it may be put back; set by the first try
+    std::string endpoint{};     // its identifier, if it was put back
+  };
   class Desk;
   void Run(const cli::Context& like);
   void Serve(Desk& desk);
-  // What the thread has to do next, the first of the jobs among it.
+  // What the thread has to do next, the first of the jobs that are due among it.
   struct Orders;
   Orders Take();
+  void PutBack(Orders& orders);
+  // Until a job is due; nullopt: for ever.
+  std::optional<std::chrono::milliseconds> TimeLeft();
 
+  const std::chrono::milliseconds lock_limit_;
   Publish publish_;
   std::mutex lock_;  // for what is below
-  std::deque<Job> jobs_;
+  std::deque<Entry> jobs_;
   std::size_t pages_ = 0;
   std::set<std::string> looked_at_;
   std::vector<Ready> ready_;

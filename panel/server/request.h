@@ -30,7 +30,16 @@ struct Refusal {
 // The path of a target, and its query without the question mark.
 std::string_view PathOf(std::string_view target);
 std::string_view QueryOf(std::string_view target);
-inline bool IsApi(std::string_view target) { return PathOf(target).starts_with("/api/"); }
+inline bool IsApi(std::string_view target) {
+  const std::string_view path = PathOf(target);
+  return path == "/api" || path.starts_with("/api/");
+}
+// "http://HOST/PATH", as requests through another program may be, becomes "/PATH". Without the same
+// HOST as in the header, the request has no host then.
+void SplitTarget(RequestHead& head);
+
+// Whether a header "Content-Type" names this type (in lower case), with any parameters.
+bool IsMediaType(std::string_view header, std::string_view type);
 
 // Reading only: such a request never changes the machine.
 inline bool OnlyReads(std::string_view method) { return method == "GET" || method == "HEAD"; }

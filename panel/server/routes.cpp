@@ -6,7 +6,10 @@
 #include <boost/locale/utf.hpp>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <utility>
+
+#include "platform/text.h"
 
 namespace orv::panel {
 namespace {
@@ -24,11 +27,16 @@ bool IsUtf8(std::string_view text) {
   return true;
 }
 
-// A text that goes into a command line: not empty, UTF-8, without control characters.
+constexpr std::size_t kMostInName = 1024;  // bytes
+constexpr std::size_t kMostMembers = 1000;
+
+// A text that goes into a command line: neither empty nor long, UTF-8, without control characters.
 std::string Word(std::string text, std::string_view what) {
   const bool is_plain = std::ranges::none_of(
       text, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; });
   if (text.empty()) Refuse(fmt::format("the {} is empty.", what));
+  if (text.size() > kMostInName)
+    Refuse(fmt::format("the {} is longer than {} bytes.", what, kMostInName));
   if (!is_plain || !IsUtf8(text)) Refuse(fmt::format("the {} is not a plain text.", what));
   return text;
 }
@@ -52,11 +60,13 @@ std::string Unescape(std::string_view text, bool is_query) {
   return plain;
 }
 
-// "0" or "{0.0.0.00000000}.{...}": what cannot be taken for an option or for a part of a name.
+// "0" or "{0.0.0.00000000}.{...}": what cannot be taken for an option or for a part of a name. A
+// number has one form only.
 std::string EndpointWord(std::string text) {
   text = Word(std::move(text), "endpoint");
   const bool is_number = text.find_first_not_of("0123456789") == std::string::npos;
   if (!is_number && !text.starts_with('{')) Refuse("an endpoint is its number or its identifier.");
+  if (is_number) text.erase(0, std::min(text.find_first_not_of('0'), text.size() - 1));
   return text;
 }
 
@@ -160,6 +170,14 @@ Words SetControls(const Parts& parts) {
   return Shown(parts, {"set", parts.endpoint, "--from", "-"});
 }
 
+// The members as "set" takes them whatever their names are.
+std::string ListText(const Json& members) {
+  Json list = Json::array();
+  for (const auto& [name, value] : members.items())
+    list.push_back({{"name", name}, {"value", value}});
+  return list.dump();
+}
+
 Words Undo(const Parts& parts) {
   Words words = {"undo", parts.endpoint};
   if (parts.body.empty()) return words;
@@ -168,6 +186,12 @@ Words Undo(const Parts& parts) {
 }
 
 Words Import(const Parts& parts) {
+  constexpr std::ptrdiff_t kMostLines = 1000;
+  constexpr std::size_t kMostBytes = 64U << 10;
+  if (parts.text.size() > kMostBytes || std::ranges::count(parts.text, '\n') > kMostLines)
+    throw Refusal{
+        413, fmt::format("the list is longer than {} lines or {} bytes.", kMostLines, kMostBytes),
+        ""};
   Parts others = parts;
   const std::string dry_run = std::exchange(others.query["dry_run"], "");
   others.query.erase("dry_run");
@@ -273,23 +297,41 @@ struct Found {
 };
 
 Found FindEntry(std::string_view method, std::string_view target) {
-  if (method == "HEAD") method = "GET";
+  const bool is_head = method == "HEAD";
+  if (is_head) method = "GET";
   std::string allow;
   for (const Entry& entry : kRoutes) {
     std::string_view endpoint;
     if (!Fits(entry.path, PathOf(target), endpoint)) continue;
-    if (entry.method == method) return {&entry, endpoint};
+    const bool is_stream = entry.kind == Work::Kind::Events;
+    if (entry.method == method && !(is_head && is_stream)) return {&entry, endpoint};
     if (!allow.empty()) allow += ", ";
-    allow += entry.method == "GET" ? "GET, HEAD" : entry.method;
+    allow += entry.method == "GET" && !is_stream ? "GET, HEAD" : entry.method;
   }
   if (allow.empty()) throw Refusal{404, "no such request.", ""};
   throw Refusal{405, fmt::format("expected the method {}.", allow), allow};
 }
 
+// Members are looked up one by one, so there are few of them, and none has members of its own.
 Json ParseBody(std::string_view body) {
   if (body.empty()) return Json::object();
-  Json json = Json::parse(body, nullptr, false);
-  if (!json.is_object()) Refuse("the body is not a JSON object.");
+  std::set<std::string> names;
+  std::string twice;
+  bool is_plain = true;
+  const auto take = [&](int depth, Json::parse_event_t event, Json& parsed) {
+    using Event = Json::parse_event_t;
+    is_plain =
+        is_plain && (depth == 0 || (event != Event::object_start && event != Event::array_start));
+    if (is_plain && event == Event::key && !names.insert(parsed.get<std::string>()).second)
+      twice = parsed.get<std::string>();
+    return is_plain && twice.empty() && names.size() <= kMostMembers;
+  };
+  Json json = Json::parse(body, take, false);
+  if (names.size() > kMostMembers)
+    throw Refusal{413, fmt::format("the body has more than {} names.", kMostMembers), ""};
+  if (!twice.empty())
+    Refuse(fmt::format("the body has \"{}\" more than once.", Word(twice, "name")));
+  if (!is_plain || !json.is_object()) Refuse("the body is not a JSON object of plain values.");
   return json;
 }
 
@@ -309,12 +351,13 @@ Work Plan(const RequestHead& head, std::string_view body) {
   parts.query = ParseQuery(QueryOf(head.target), entry->query);
   if (!endpoint.empty() || entry->path.find("/E/") != std::string_view::npos)
     parts.endpoint = EndpointWord(Unescape(endpoint, false));
-  const bool is_text = head.content_type.starts_with("text/plain");
+  const bool is_text = IsMediaType(head.content_type, "text/plain");
   if (!reads && is_text != entry->text)
     throw Refusal{415,
                   fmt::format("expected the content type {}.",
                               entry->text ? "text/plain" : "application/json"),
                   ""};
+  if (entry->text) parts.text = body;
   if (!reads && !entry->text) parts.body = ParseBody(body);
   Work work{.kind = entry->kind,
             .words = entry->plan(parts),
@@ -326,7 +369,7 @@ Work Plan(const RequestHead& head, std::string_view body) {
   if (entry->kind == Work::Kind::Events && parts.query.contains("endpoint"))
     work.endpoint = EndpointWord(parts.query.at("endpoint"));
   if (!reads) {
-    work.input = entry->text ? std::string(body) : parts.body.dump();
+    work.input = entry->text ? std::string(body) : ListText(parts.body);
     work.gesture = GestureOf(head);
   }
   return work;
@@ -339,6 +382,24 @@ std::string_view PathOf(std::string_view target) { return target.substr(0, targe
 std::string_view QueryOf(std::string_view target) {
   const std::size_t mark = target.find('?');
   return mark == std::string_view::npos ? std::string_view() : target.substr(mark + 1);
+}
+
+void SplitTarget(RequestHead& head) {
+  constexpr std::string_view kScheme = "http://";
+  if (!EqualsIgnoringCase(head.target.substr(0, kScheme.size()), kScheme)) return;
+  head.target.remove_prefix(kScheme.size());
+  const std::string_view host = head.target.substr(0, head.target.find('/'));
+  if (!EqualsIgnoringCase(host, head.host)) head.host = {};
+  head.target.remove_prefix(host.size());
+  if (head.target.empty()) head.target = "/";
+}
+
+bool IsMediaType(std::string_view header, std::string_view type) {
+  constexpr std::string_view kBlanks = " \t";
+  std::string_view named = header.substr(0, header.find(';'));
+  named.remove_prefix(std::min(named.size(), named.find_first_not_of(kBlanks)));
+  named = named.substr(0, named.find_last_not_of(kBlanks) + 1);
+  return EqualsIgnoringCase(named, type);
 }
 
 std::span<const Route> Routes() {

@@ -23,7 +23,7 @@ struct ServeArguments {
 
 void Serve(cli::Context& context, const ServeArguments& arguments) {
   Event stop(Event::Kind::ManualReset);
-  const cli::StopOnSignal signals(stop);
+  const cli::StopOnSignal signals(stop, cli::StopOnSignal::Ordinary::InterruptOrTermination);
   const Server server(context, {.address = arguments.address,
                                 .port = static_cast<std::uint16_t>(arguments.port),
                                 .read_only = arguments.read_only,
@@ -36,6 +36,11 @@ void Serve(cli::Context& context, const ServeArguments& arguments) {
     output.Line(server.Address());
   }
   output.Notice("Open this address in a browser; Ctrl+C ends the service.");
+  if (server.is_public())
+    output.Notice(
+        "Other computers reach it. Nothing is encrypted: the network's traffic shows the key and "
+        "all "
+        "values.");
   if (arguments.open && !OpenInBrowser(server.Address()))
     output.Notice("No browser could be started.");
   stop.Wait();
@@ -46,7 +51,7 @@ void Serve(cli::Context& context, const ServeArguments& arguments) {
 void AddServeCommand(CLI::App& app, cli::Context& context) {
   auto [serve, arguments] = cli::AddCommand(app, context, Serve, kServeText);
   serve.add_option("--port", arguments.port, "The port (default: one that is free)")
-      ->check(cli::WholeNumberWithin(0, 65535));
+      ->check(cli::WholeNumberWithin(0, 65535, "PORT"));
   serve
       .add_option("--address", arguments.address,
                   "A numeric address of this computer (default: 127.0.0.1, this computer only)")

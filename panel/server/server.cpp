@@ -6,6 +6,7 @@
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/host_name.hpp>
+#include <boost/asio/ip/udp.hpp>
 #include <boost/asio/post.hpp>
 #include <map>
 #include <set>
@@ -29,7 +30,9 @@ constexpr std::size_t kMostDeclined = 16;
 
 asio::ip::address ParseAddress(const std::string& text) {
   Error error;
-  const auto address = asio::ip::make_address(text == "localhost" ? "127.0.0.1" : text, error);
+  const bool in_brackets = text.starts_with('[') && text.ends_with(']');
+  const std::string plain = in_brackets ? text.substr(1, text.size() - 2) : text;
+  const auto address = asio::ip::make_address(plain == "localhost" ? "127.0.0.1" : plain, error);
   if (error)
     cli::UsageFailure("\"{}\" is not an address: expected a numeric one such as 127.0.0.1.", text);
   return address;
@@ -37,6 +40,19 @@ asio::ip::address ParseAddress(const std::string& text) {
 
 std::string HostText(const asio::ip::address& address) {
   return address.is_v6() ? fmt::format("[{}]", address.to_string()) : address.to_string();
+}
+
+// The address that other computers reach this one by; without a network that of this computer only.
+asio::ip::address OutwardAddress(bool is_v6) {
+  // Nothing is sent: the system chooses which of its addresses it would use.
+  const auto outside = asio::ip::make_address(is_v6 ? "2001:db8::1" : "192.0.2.1");
+  asio::io_context io;
+  asio::ip::udp::socket socket(io);
+  Error error;
+  socket.connect({outside, 9}, error);
+  const auto own = error ? asio::ip::udp::endpoint() : socket.local_endpoint(error);
+  if (!error) return own.address();
+  return asio::ip::make_address(is_v6 ? "::1" : "127.0.0.1");
 }
 
 std::string MachineName(const std::filesystem::path& folder) {
@@ -58,7 +74,8 @@ class Server::Hub final : public ConnectionOwner {
         folder_(like.session_options.machine.empty() ? cli::DefaultMachineFolder()
                                                      : like.session_options.machine),
         machine_(std::make_unique<MachineThread>(
-            like, [this](PageEvent event) { Post([this, event] { Spread(event); }); })) {
+            like, options.limits.lock,
+            [this](PageEvent event) { Post([this, event] { Spread(event); }); })) {
     rules_.key = options.key.empty() ? MakeKey() : options.key;
     rules_.cookie = fmt::format("orvctl_key_{}", port());
     rules_.read_only = options.read_only;
@@ -79,6 +96,7 @@ class Server::Hub final : public ConnectionOwner {
   }
 
   std::uint16_t port() const { return port_; }
+  bool is_public() const { return !address_.is_loopback(); }
   std::string Address() const {
     return fmt::format("http://{}/?key={}", rules_.hosts.front(), rules_.key);
   }
@@ -136,6 +154,11 @@ class Server::Hub final : public ConnectionOwner {
       acceptor.listen();
       port_ = acceptor.local_endpoint().port();
     } catch (const boost::system::system_error& error) {
+      if (error.code() == boost::system::errc::address_not_available)
+        throw cli::Failure(cli::kRefused,
+                           "{} is not an address of this computer.\nName one of its own with "
+                           "--address, 0.0.0.0 for all of them, or leave it out.",
+                           options.address);
       throw cli::Failure(cli::kRefused,
                          "port {} of {} cannot be used: {}.\nName another one with --port, or "
                          "leave it out.",
@@ -152,7 +175,7 @@ class Server::Hub final : public ConnectionOwner {
       if (port_ == kUnwritten) rules_.hosts.push_back(host);
     };
     const bool any = address_.is_unspecified();
-    if (!any) add(HostText(address_));
+    add(HostText(any ? OutwardAddress(address_.is_v6()) : address_));
     if (any || address_.is_loopback()) {
       add(address_.is_v6() ? "[::1]" : "127.0.0.1");
       add("localhost");
@@ -243,6 +266,7 @@ Server::~Server() = default;
 
 std::string Server::Address() const { return hub_->Address(); }
 std::uint16_t Server::port() const { return hub_->port(); }
+bool Server::is_public() const { return hub_->is_public(); }
 const std::string& Server::key() const { return hub_->rules().key; }
 
 }  // namespace orv::panel

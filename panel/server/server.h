@@ -17,6 +17,7 @@ struct Limits {
   std::size_t body = 1U << 20;                   // bytes
   std::size_t events = 256U << 10;               // bytes that wait for one page
   std::chrono::milliseconds request{10'000};     // for a request to arrive
+  std::chrono::milliseconds lock{5'000};         // for another program that changes the endpoint
   std::chrono::milliseconds idle{30'000};        // between requests, and for an answer to be taken
   std::chrono::milliseconds keep_alive{15'000};  // between comments in a stream of events
 };
@@ -42,6 +43,8 @@ class Server {
   std::string Address() const;  // with the key, for a browser
   std::uint16_t port() const;
   const std::string& key() const;
+  // Whether other computers reach it.
+  bool is_public() const;
 
  private:
   class Hub;

@@ -26,7 +26,6 @@ void Watcher::Start() {
   if (running_) return;
   running_ = true;
   lost_.clear();
-  check_.emplace(context_.session().machine_folder());
   Guard([&] { Load(); });
 }
 
@@ -84,7 +83,7 @@ std::string Watcher::Signature() {
 bool Watcher::FindEndpoints() {
   bool changed = false;
   Guard([&] {
-    if (const std::string& fault = check_->Fault(); !fault.empty())
+    if (const std::string& fault = check_.Fault(); !fault.empty())
       throw cli::Failure(cli::kRefused, fault);
     if (lost_.empty() && Signature() == signature_) return;
     changed = true;

@@ -19,8 +19,8 @@ class Watcher {
   using Report = std::function<void(const char* name, const cli::Json& data)>;
 
   // `changed` is signalled when there is something to find.
-  Watcher(cli::Context& context, Event& changed, Report report)
-      : context_(context), changed_(changed), report_(std::move(report)) {}
+  Watcher(cli::Context& context, cli::MachineCheck& check, Event& changed, Report report)
+      : context_(context), check_(check), changed_(changed), report_(std::move(report)) {}
 
   // Begins with what there is now; has no effect once it has begun. As with the others, a machine
   // that cannot be read is reported as `lost`, and as `found` when it can.
@@ -49,10 +49,10 @@ class Watcher {
   void Guard(Step&& step);
 
   cli::Context& context_;
+  cli::MachineCheck& check_;
   Event& changed_;
   Report report_;
   std::vector<std::unique_ptr<cli::WatchedEndpoint>> endpoints_;
-  std::optional<cli::MachineCheck> check_;
   std::string signature_;
   std::uint32_t sequence_ = 0;
   bool running_ = false;

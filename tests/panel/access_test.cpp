@@ -36,13 +36,20 @@ struct Case {
   const char* reason;
 };
 
+// As a connection decides, but for its path.
+std::optional<Refusal> Refuse(RequestHead head, const AccessRules& rules) {
+  SplitTarget(head);
+  auto refusal = RefuseAccess(head, rules);
+  return refusal || OnlyReads(head.method) ? refusal : RefuseChange(head, rules);
+}
+
 void Check(const RequestHead& base, const std::vector<Case>& cases,
            const AccessRules& rules = kRules) {
-  ASSERT_FALSE(RefuseAccess(base, rules));
+  ASSERT_FALSE(Refuse(base, rules));
   for (const Case& one : cases) {
     RequestHead head = base;
     one.change(head);
-    const auto refusal = RefuseAccess(head, rules);
+    const auto refusal = Refuse(head, rules);
     EXPECT_EQ(refusal ? refusal->status : 0, one.status) << one.reason;
     EXPECT_THAT(refusal ? refusal->message : "", HasSubstr(refusal ? one.reason : ""));
   }
@@ -58,9 +65,11 @@ TEST(Access, EachMissingPieceIsRefusedForItsOwnReason) {
                    {[](auto& h) { h.origin = "https://127.0.0.1:8080"; }, 403, "origin"},
                    {[](auto& h) { h.origin = "http://localhost:8080"; }, 403, "origin"},
                    {[](auto& h) { h.origin = "null"; }, 403, "origin"},
-                   {[](auto& h) { h.cookie = {}; }, 401, "key"},
-                   {[](auto& h) { h.cookie = "orvctl_key_81=0123456789abcdef"; }, 401, "key"},
-                   {[](auto& h) { h.cookie = "orvctl_key_80=0123456789abcdeF"; }, 401, "key"},
+                   {[](auto& h) { h.target = "http://127.0.0.1:8080"; }, 0, ""},
+                   {[](auto& h) { h.target = "HTTP://LocalHost:8080/"; }, 403, "host"},
+                   {[](auto& h) { h.cookie = {}; }, 401, "key is missing"},
+                   {[](auto& h) { h.cookie = "orvctl_key_81=0123456789abcdef"; }, 401, "missing"},
+                   {[](auto& h) { h.cookie = "orvctl_key_80=0123456789abcdeF"; }, 401, "not valid"},
                    {[](auto& h) { h.cookie = "orvctl_key_80=0123456789abcdef0"; }, 401, "key"},
                    {[](auto& h) { h.cookie = "orvctl_key_80="; }, 401, "key"},
                    {[](auto& h) {
@@ -68,13 +77,15 @@ TEST(Access, EachMissingPieceIsRefusedForItsOwnReason) {
                       h.cookie = {};
                     },
                     0, ""},
-                   {[](auto& h) { h.authorization = "Bearer 0123456789abcde"; }, 401, "key"},
+                   {[](auto& h) { h.authorization = "Bearer 0123456789abcde"; }, 401, "not valid"},
                    {[](auto& h) {
                       h.authorization = "Basic 0123456789abcdef";
                       h.cookie = {};
                     },
                     401, "key"}});
   Check(Changing(), {{[](auto& h) { h.content_type = "text/plain"; }, 0, ""},
+                     {[](auto& h) { h.content_type = " Application/JSON ;charset=x"; }, 0, ""},
+                     {[](auto& h) { h.content_type = "text/plainer"; }, 415, "content type"},
                      {[](auto& h) { h.marker = {}; }, 403, "X-Orvctl"},
                      {[](auto& h) { h.content_type = {}; }, 415, "content type"},
                      {[](auto& h) { h.content_type = "application/x-www-form-urlencoded"; }, 415,
@@ -93,6 +104,7 @@ TEST(Access, KeyInTheAddressIsForThePageOnly) {
        {std::tuple{"GET", "/?key=0123456789abcdef", 0},
         {"HEAD", "/?key=0123456789abcdef", 0},
         {"GET", "/?key=0123456789abcdee", 401},
+        {"GET", "/?x=1&key=0123456789abcdef&y", 0},
         {"GET", "/?key=", 401},
         {"GET", "/", 401},
         {"PUT", "/?key=0123456789abcdef", 401},

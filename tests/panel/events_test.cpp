@@ -52,7 +52,22 @@ TEST(Events, AMachineThatIsGoneIsReportedAndFoundAgain) {
   EXPECT_THAT(page.Next().data.value("message", ""), testing::HasSubstr("there is no machine in"));
   Page late(service.caller());
   EXPECT_EQ(late.Next().name, "lost");
+  const auto expect = [&](int status, const char* reason) {
+    for (const Reply& reply : {service.caller().Get("/api/doctor"),
+                               service.caller().Ask("PUT", kControls, R"({"VQ3D-DC Level": 1})")}) {
+      EXPECT_EQ(reply.status, status);
+      EXPECT_THAT(reply.body, testing::HasSubstr(reason));
+    }
+  };
+  expect(503, "there is no machine in");
   std::filesystem::rename(moved, machine.machine());
+  expect(200, "");
+  const std::string registry = (machine.machine() / "registry.reg").string();
+  std::filesystem::copy_file(registry, moved);
+  cli::WriteText(registry, "no registry");
+  expect(503, "registry.reg:1: the first line");
+  std::filesystem::rename(moved, registry);
+  expect(200, "");
   EXPECT_EQ(page.Next().name, "found");
   machine.Answer({"enable", "0", "off"});
   EXPECT_EQ(page.Next("change").data["to_text"], "off");

@@ -23,7 +23,9 @@ class LimitsTest : public testing::Test {
   void ExpectRefusal(std::string_view text, int status) const {
     Client client(caller_.port());
     client.Send(text);
-    EXPECT_EQ(client.Receive().status, status) << text.substr(0, 60);
+    const Reply reply = client.Receive();
+    EXPECT_EQ(reply.status, status) << text.substr(0, 60);
+    EXPECT_TRUE(reply.json().contains("error")) << reply.body;
     EXPECT_TRUE(client.Ends());
   }
 
@@ -77,6 +79,46 @@ TEST_F(LimitsTest, ASlowRequestIsAnsweredAndAnIdleConnectionEnds) {
   ExpectRefusal(text.substr(0, text.size() - 3), 408);
   Client idle(caller_.port());
   EXPECT_TRUE(idle.Ends());
+}
+
+TEST_F(LimitsTest, AChangeThatWaitsForAnotherProgramHoldsUpNothingElse) {
+  Start({.lock = 30s});
+  const cli::Endpoint endpoint = context_.SelectEndpoint("0");
+  const std::string id = "%7B" + endpoint.id().substr(1);
+  const auto change = [&](const std::string& name, int value) {
+    return caller_.Text("PUT", "/api/endpoints/" + name + "/controls",
+                        "{\"VQ3D-DC Level\": " + std::to_string(value) + "}");
+  };
+  Page page(caller_);
+  for (int i = 1; i <= 4; ++i) {
+    std::optional<cli::ChangeLock> held(context_.LockForChange(endpoint));
+    Client first(caller_.port());
+    first.Send(change("0", 1));
+    EXPECT_EQ(caller_.Get("/api/endpoints").status, 200);
+    if (i == 1) {
+      const std::string body = R"({"enabled": false})";
+      EXPECT_EQ(caller_.Ask("PUT", "/api/endpoints/1/enabled", body).status, 200);
+      EXPECT_EQ(page.Next("change").data["what"], "switch");
+    }
+    Client second(caller_.port());
+    held.reset();
+    second.Send(change(i % 2 == 0 ? "0" : id, 2));
+    EXPECT_EQ(first.Receive().json()[0]["value"], 1);
+    EXPECT_EQ(second.Receive().json()[0]["value"], 2);
+    EXPECT_EQ(machine_.Answer({"get", "0", "VQ3D-DC Level"})["value"], 2) << "overtaken";
+  }
+  const cli::ChangeLock held = context_.LockForChange(endpoint);
+  Client waiting(caller_.port());
+  waiting.Send(change("0", 3));
+  EXPECT_EQ(caller_.Get("/api/endpoints").status, 200);
+  server_.reset();
+  EXPECT_EQ(waiting.Receive().status, 503);
+  Start({.lock = 100ms});
+  Client refused(caller_.port());
+  refused.Send(change("0", 3));
+  const Reply reply = refused.Receive();
+  EXPECT_EQ(reply.status, 409);
+  EXPECT_THAT(reply.body, testing::HasSubstr("still changing"));
 }
 
 TEST_F(LimitsTest, TooManyConnectionsAreDeclinedUntilOthersEnd) {

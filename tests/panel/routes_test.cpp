@@ -1,5 +1,6 @@
 #include "panel/server/routes.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 namespace orv::panel {
@@ -14,6 +15,7 @@ Decoded Ask(std::string_view method, std::string_view target, std::string_view b
   head.method = method;
   head.target = target;
   head.content_type = type;
+  SplitTarget(head);
   return Decode(head, body);
 }
 
@@ -24,6 +26,7 @@ TEST(Routes, RequestsBecomeTheWordsOfTheirCommand) {
     const char* body;
     Words words;
   } cases[] = {{"GET", "/api/endpoints/12/modes", "", {"modes", "12"}},
+               {"GET", "http://h/api/endpoints/00/enabled", "", {"enable", "0"}},
                {"HEAD", "/api/endpoints/%7B0.0%7D.%7Ba%7D/enabled", "", {"enable", "{0.0}.{a}"}},
                {"PUT", "/api/endpoints/0/enabled", R"({"enabled": false})", {"enable", "0", "off"}},
                {"PUT", "/api/endpoints/0/mode", R"({"name": "-x=y"})", {"mode", "--", "0", "-x=y"}},
@@ -48,16 +51,20 @@ TEST(Routes, RequestsBecomeTheWordsOfTheirCommand) {
     EXPECT_EQ(work.changes, *one.method == 'P');
   }
   const auto import = std::get<Work>(
-      Ask("PUT", "/api/endpoints/0/eq?dry_run=1&channel=left", "a list", "text/plain"));
+      Ask("PUT", "/api/endpoints/0/eq?dry_run=1&channel=left", "a list", " Text/Plain ;x=y"));
   EXPECT_THAT(import.words,
               ElementsAreArray({"eq", "0", "import", "-", "--channel=left", "--dry-run"}));
   EXPECT_EQ(import.input, "a list");
   EXPECT_TRUE(std::get<Work>(Ask("GET", "/api/endpoints/0/eq")).text);
   const auto set = std::get<Work>(Ask("PUT", "/api/endpoints/0/controls", R"({"A": 1, "B": "x"})"));
-  EXPECT_EQ(set.input, R"({"A":1,"B":"x"})");
+  EXPECT_EQ(set.input, R"([{"name":"A","value":1},{"name":"B","value":"x"}])");
 }
 
 TEST(Routes, WhatTheTableDoesNotKnowIsRefused) {
+  std::string many = "{\"0\": 0";
+  for (int i = 1; i <= 1000; ++i) many += fmt::format(", \"{}\": 0", i);
+  many += "}";
+  const std::string long_name = "{\"" + std::string(1025, 'x') + "\": 1}";
   const struct {
     const char* method;
     const char* target;
@@ -65,7 +72,14 @@ TEST(Routes, WhatTheTableDoesNotKnowIsRefused) {
     int status;
     const char* reason;
   } cases[] = {
-      {"GET", "/api/", "", 404, "no such"},
+      {"GET", "/api", "", 404, "no such"},
+      {"HEAD", "/api/events", "", 405, "method GET."},
+      {"PUT", "/api/endpoints/0/controls", many.c_str(), 413, "1000 names"},
+      {"PUT", "/api/endpoints/0/controls", long_name.c_str(), 400, "1024 bytes"},
+      {"PUT", "/api/endpoints/0/controls", R"({"A": 1, "B": 1, "A": 2})", 400,
+       "\"A\" more than once"},
+      {"POST", "/api/endpoints/0/undo", R"({"A": {"B": 1}})", 400, "plain values"},
+      {"GET", "/api/endpoints/%200/modes", "", 400, "endpoint"},
       {"GET", "/api/endpoints/0", "", 404, "no such"},
       {"GET", "/api/endpoints/0/modes/x", "", 404, "no such"},
       {"GET", "/api/endpoints//modes", "", 400, "empty"},
@@ -105,6 +119,8 @@ TEST(Routes, WhatTheTableDoesNotKnowIsRefused) {
     EXPECT_EQ(refusal.status, one.status) << refusal.message;
     EXPECT_THAT(refusal.message, HasSubstr(one.reason));
   }
+  for (const std::string& list : {std::string(65537, ' '), std::string(1001, '\n')})
+    EXPECT_EQ(std::get<Refusal>(Ask("PUT", "/api/endpoints/0/eq", list, "text/plain")).status, 413);
   const auto text = Ask("PUT", "/api/endpoints/0/mode", "{}", "text/plain");
   EXPECT_EQ(std::get<Refusal>(text).status, 415);
 }

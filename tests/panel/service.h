@@ -38,8 +38,8 @@ class Service {
   const std::string& address() const noexcept { return address_; }
   int process() const noexcept { return process_; }
   // Interrupts it; its exit status.
-  int End() {
-    kill(process_, SIGINT);
+  int End(int signal = SIGINT) {
+    kill(process_, signal);
     const int status = pclose(pipe_);
     pipe_ = nullptr;
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;

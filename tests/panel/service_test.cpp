@@ -101,11 +101,6 @@ TEST(Service, EachChangeAnswersAsItsCommand) {
        {"set", "0", "VQ3D-AEQ Bypass Gain=-6dB", "--mode", "Movie/Internal"}},
       {"PUT",
        "controls",
-       R"({"VQ3D-AEQ Bypass Gain": "-6"})",
-       "",
-       {"set", "0", "VQ3D-AEQ Bypass Gain=-6"}},
-      {"PUT",
-       "controls",
        R"({"No Such Level": 12})",
        "",
        {"set", "0", "No Such Level=12", "--raw"}},
@@ -142,6 +137,34 @@ TEST(Service, EachChangeAnswersAsItsCommand) {
   }
   EXPECT_EQ(machine.Answer({"controls", "0"}), other.Answer({"controls", "0"}));
   EXPECT_EQ(service.caller().Ask("PUT", "/api/endpoints/0/eq", "no list", kText).status, 409);
+}
+
+TEST(Service, RequestsNameWholeThingsAndRefusalsWhatARequestCanDo) {
+  const ProgramOnMachine machine;
+  const Service service(machine);
+  const struct {
+    const char* what;
+    const char* body;
+    int status;
+    const char* reason;
+  } cases[] = {{"controls", R"({"vq3d-dc LEVEL": 12})", 200, "\"12 %\""},
+               {"controls?mode=movie/internal", R"({"VQ3D-DC Level": 13})", 200, "\"13 %\""},
+               {"controls?mode=Movie", R"({"VQ3D-DC Level": 14})", 400, "no mode named"},
+               {"controls", R"({"DC Level": 14})", 400, "Did you mean \"VQ3D-DC Level\"?"},
+               {"controls", R"({"*DC Level": 14})", 400, "no control named"},
+               {"controls", R"({"name": "VQ3D-DC Level", "value": 14})", 400, "named \"name\""},
+               {"mode", R"({"name": "Game"})", 400, "no mode named"},
+               {"controls", R"({"VQ3D-AEQ Bypass Gain": "-6"})", 400, "or the number -6 for"},
+               {"controls", R"({"VQ3D-DC Level": 101})", 400, "0 % to 100 %.\n"}};
+  for (const auto& one : cases) {
+    const Reply reply =
+        service.caller().Ask("PUT", std::string("/api/endpoints/0/") + one.what, one.body);
+    EXPECT_EQ(reply.status, one.status) << one.body;
+    const Json json = reply.json();
+    EXPECT_THAT(json.is_array() ? json[0]["text"].dump()
+                                : json["error"]["message"].get<std::string>() + "\n",
+                HasSubstr(one.reason));
+  }
 }
 
 TEST(Service, PushWithoutADriverIsRefusedWithTheReason) {
@@ -184,6 +207,8 @@ TEST(Service, StepsOfAGestureAreTakenBackTogether) {
   std::filesystem::copy_file(registry, kept);
   EXPECT_EQ(step(level, 11, "drag.4"), 200);
   std::filesystem::rename(kept, registry);  // as another program that keeps no list
+  EXPECT_THAT(service.caller().Ask("POST", "/api/endpoints/0/undo", "{}").json()["error"].dump(),
+              HasSubstr(R"(The body {\"force\": true} takes back)"));
   EXPECT_EQ(step(level, 12, "drag.4"), 200);
   EXPECT_EQ(taken_back(), "12 % -> 10 %; ");
   EXPECT_EQ(step(level, 13, std::string(65, 'x')), 400);
@@ -250,6 +275,17 @@ TEST(Service, APortThatIsTakenAndAnAddressThatIsNoneAreRefused) {
   EXPECT_EQ(taken.status, 1);
   EXPECT_TRUE(taken.Reports("cannot be used")) << taken.errors;
   EXPECT_EQ(machine.Run({"serve", "--address", "example.org"}).status, 2);
+  const cli::Result foreign = machine.Run({"serve", "--address", "198.51.100.1"});
+  EXPECT_EQ(foreign.status, 1);
+  EXPECT_TRUE(foreign.Reports("not an address of this computer")) << foreign.errors;
+}
+
+TEST(Service, ATerminationEndsItAsAnInterruptDoes) {
+  const ProgramOnMachine machine;
+  Service service(machine);
+  Page page(service.caller());
+  EXPECT_EQ(service.End(SIGTERM), 0);
+  EXPECT_EQ(page.Next().name, "end");
 }
 
 }  // namespace
