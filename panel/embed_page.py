@@ -12,9 +12,10 @@ TYPES = {".html": "text/html; charset=utf-8", ".css": "text/css; charset=utf-8",
          ".svg": "image/svg+xml", ".txt": "text/plain; charset=utf-8"}
 
 
-def trimmed(content):
-    """The page's own text without indents and lines of comment; its lines keep their numbers."""
-    return b"\n".join(b"" if line.strip().startswith(b"//") else line.strip() for line in content.split(b"\n"))
+def trimmed(content, name):
+    """The page's own text without indents, lines of comment and the blanks of style sheets; the other lines keep their numbers."""
+    text = b"\n".join(b"" if line.strip().startswith(b"//") else line.strip() for line in content.split(b"\n"))
+    return text.replace(b": ", b":").replace(b" {\n", b"{").replace(b";\n", b";") if name.endswith(".css") else text
 
 
 def literal(content):
@@ -29,7 +30,7 @@ files += [tuple(other.split("=", 1)) for other in others]
 contents, rows = [], []
 for number, (path, name) in enumerate(files):
     with open(path, "rb") as file:
-        content = trimmed(file.read()) if path.startswith(folder) else file.read()
+        content = trimmed(file.read(), name) if path.startswith(folder) else file.read()
     tag = hashlib.sha256(content).hexdigest()[:16]
     zipped = gzip.compress(content, mtime=0)
     contents.append(f"constexpr char k{number}[] =\n{literal(content)};\nconstexpr char kZipped{number}[] =\n{literal(zipped)};")

@@ -18,7 +18,13 @@ class Row {
     this.problem = el('span', { class: 'problem', role: 'alert', hidden: true });
     this.back = el(
       'button',
-      { type: 'button', onclick: () => this.choose(state.defaults.get(control.name)) },
+      {
+        type: 'button',
+        onclick: () => {
+          this.choose(state.defaults.get(control.name));
+          byId(id).focus(); // this button hides
+        },
+      },
       '↺',
     );
     this.inputs = this.makeInputs(id);
@@ -66,6 +72,7 @@ class Row {
   makeNumber(id) {
     const { control } = this;
     const typed = el('input', {
+      id: `${id}-value`,
       type: 'text',
       'aria-label': `${control.name}, value`,
       spellcheck: 'false',

@@ -15,6 +15,15 @@ export function el(tag, attributes = {}, ...children) {
   return element;
 }
 
+// What has the focus may be replaced, or disabled while its work runs: the focus then returns to the
+// element with its id, unless the user has gone elsewhere.
+let focused = '';
+addEventListener('focusin', ({ target }) => (focused = target.id));
+addEventListener('pointerdown', () => (focused = ''));
+new MutationObserver(() => {
+  if (focused && document.activeElement === document.body) byId(focused)?.focus();
+}).observe(document.body, { childList: true, subtree: true, attributeFilter: ['disabled'] });
+
 // Runs `work` once the calls have paused for `pause` milliseconds.
 export function debounced(work, pause) {
   let timer = 0;

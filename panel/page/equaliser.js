@@ -3,7 +3,11 @@ import { byId, el, onPress } from './dom.js';
 import { endpointGet, endpointSend } from './api.js';
 import { modeName, state } from './state.js';
 
-const say = (...parts) => byId('import-preview').replaceChildren(...parts);
+function say(...parts) {
+  const place = byId('import-preview');
+  if (place.contains(document.activeElement)) byId('import-file').focus();
+  place.replaceChildren(...parts);
+}
 const problem = (message) => say(message ? el('p', { class: 'problem' }, message) : '');
 
 function send(text, dryRun) {
@@ -28,7 +32,7 @@ async function preview([file]) {
     onPress(
       go,
       async () => {
-        await send(text, false);
+        await send(text, false).finally(() => byId('import-file').focus());
         say(el('p', { class: 'good' }, `${name} is in the mode's bands.`));
       },
       (message) => message && problem(message),
@@ -57,6 +61,7 @@ async function preview([file]) {
 
 export function start() {
   const plot = document.querySelector('#response .plot');
+  byId('import-preview').addEventListener('keydown', ({ key }) => key === 'Escape' && say());
   byId('import-file').addEventListener('change', async ({ target }) => {
     await preview(target.files);
     target.value = '';

@@ -37,6 +37,7 @@ function showEndpoints() {
           'button',
           {
             type: 'button',
+            id: `endpoint-${endpoint.id}`,
             'aria-current': String(endpoint.id === state.endpoint),
             onclick: () => choose(endpoint.id),
           },
@@ -211,6 +212,7 @@ async function reconnect() {
   }
 }
 
+const focusMode = () => byId('modes').querySelector('[aria-selected=true]').focus();
 // Arrow keys move among the tabs, as everywhere.
 byId('modes').addEventListener('keydown', (event) => {
   const step = { ArrowRight: 1, ArrowLeft: -1 }[event.key];
@@ -218,7 +220,7 @@ byId('modes').addEventListener('keydown', (event) => {
   const tabs = [...byId('modes').children];
   const next = tabs[(tabs.indexOf(document.activeElement) + step + tabs.length) % tabs.length];
   next.click();
-  byId('modes').querySelector('[aria-selected=true]').focus();
+  focusMode();
 });
 byId('enabled').addEventListener('change', async ({ target }) => {
   target.disabled = true;
@@ -228,7 +230,8 @@ byId('enabled').addEventListener('change', async ({ target }) => {
   await readSwitch().catch(() => {});
 });
 const sendMode = (body) => api.endpointSend('PUT', state.endpoint, 'mode', { body }).then(readModes);
-onPress(byId('make-current'), () => sendMode({ name: state.mode }), banner);
+// The button has nothing to do then.
+onPress(byId('make-current'), () => sendMode({ name: state.mode }).then(focusMode), banner);
 onPress(byId('default-mode'), () => sendMode({ default: true }), banner);
 on('stored', store);
 

@@ -225,6 +225,36 @@ class Page(unittest.TestCase):
                    if element.is_enabled()]
         self.assertEqual(enabled, [])
 
+    def test_the_keyboard_keeps_its_place(self):
+        self.open(self.serve())
+        self.until(lambda: len(self.browser.find_elements(By.CLASS_NAME, "control")) > 100, "controls")
+        focused = "return document.activeElement.id"
+        level = "#c-VQ3D-DC-Level"
+        bands = os.path.join(self.folder, "bands.txt")
+        with open(bands, "w", encoding="ascii") as file:
+            file.write("Filter 1: ON PK Fc 105 Hz Gain -4.5 dB Q 2.1\n")
+        for selector, key, expected, done in (
+                ("#endpoints li:nth-child(2) button", Keys.ENTER, None, lambda: "Headphones" in self.text("endpoint-name")),
+                ("#endpoints li:nth-child(1) button", Keys.ENTER, None, lambda: "Speakers" in self.text("endpoint-name") and self.row("VQ3D-DC Level")),
+                ("#modes [aria-selected=true]", Keys.ARROW_RIGHT, "mode-Voice/Internal", lambda: self.find("#make-current").is_enabled()),
+                ("#make-current", Keys.ENTER, "mode-Voice/Internal", lambda: orvctl(self.machine, "endpoints")[0]["mode"] == "ApoOpMode:Voice/Internal"),
+                ("#enabled", Keys.SPACE, None, lambda: orvctl(self.machine, "enable", "0")["enabled"] is False),
+                ("#push", Keys.ENTER, None, lambda: self.text("push-result")),
+                (level, Keys.ARROW_RIGHT, None, lambda: self.row("VQ3D-DC Level").find_element(By.TAG_NAME, "button").is_displayed()),
+                ('.control[aria-label="VQ3D-DC Level"] button', Keys.ENTER, level[1:], lambda: not self.row("VQ3D-DC Level").find_element(By.TAG_NAME, "button").is_displayed()),
+                ("#undo", Keys.ENTER, None, lambda: "taken back" in self.text("undo-result")),
+                ("#import-preview button", Keys.ENTER, "import-file", lambda: "is in the mode" in self.text("import-preview")),
+                ("#import-preview button", Keys.ESCAPE, "import-file", lambda: not self.text("import-preview"))):
+            with self.subTest(selector):
+                if selector.startswith("#import-preview"):
+                    self.find("#import-file").send_keys(bands)
+                    self.until(lambda: self.find(selector), "the preview")
+                self.browser.execute_script("arguments[0].focus()", self.find(selector))
+                before = self.browser.execute_script(focused)
+                ActionChains(self.browser).send_keys(key).perform()
+                self.until(done, "what the key does")
+                self.until(lambda: self.browser.execute_script(focused) == (expected or before), "the focus is back")
+
     def test_every_width_and_theme_can_be_read_and_named(self):
         server = self.serve()
         for width in (390, 1400, 2560):
