@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "cli/client/catalog.h"
+#include "cli/client/change_lock.h"
 #include "cli/client/host.h"
 #include "cli/client/journal.h"
 #include "cli/client/session.h"

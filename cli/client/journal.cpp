@@ -4,7 +4,7 @@
 #include <chrono>
 #include <optional>
 
-#include "cli/client/host.h"
+#include "cli/client/change_lock.h"
 #include "cli/offline/files.h"
 #include "cli/show/clock.h"
 #include "cli/show/failure.h"

@@ -1,13 +1,10 @@
 #include "cli/client/host.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -17,7 +14,6 @@
 
 #include "cli/client/user_machines.h"
 #include "cli/show/failure.h"
-#include "platform/posix/file_descriptor.h"
 #include "platform/terminal.h"
 #include "platform/text.h"
 
@@ -139,26 +135,6 @@ StopOnSignal::~StopOnSignal() {
   const bool is_ordinary = (signal == SIGINT && ordinary_ != Ordinary::None) ||
                            (signal == SIGTERM && ordinary_ == Ordinary::InterruptOrTermination);
   if (signal != 0 && !is_ordinary) std::raise(signal);
-}
-
-// The file is only locked, never written, so that no watch of the folder reports it.
-std::shared_ptr<void> ChangeLock::Acquire(const std::filesystem::path& machine,
-                                          const std::string& name, std::chrono::milliseconds limit,
-                                          std::string& reason) {
-  constexpr std::chrono::milliseconds kRetry{5};
-  const auto end = std::chrono::steady_clock::now() + limit;
-  const std::filesystem::path file = machine / ("." + name + ".lock");
-  const auto lock = std::make_shared<FileDescriptor>(
-      ::open(file.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0666));  // closing it releases the lock
-  while (!*lock || ::flock(lock->get(), LOCK_EX | LOCK_NB) != 0) {
-    if (!*lock || (errno != EWOULDBLOCK && errno != EINTR)) {
-      reason = file.string() + ": " + std::generic_category().message(errno);
-      return nullptr;
-    }
-    if (std::chrono::steady_clock::now() >= end) return nullptr;
-    std::this_thread::sleep_for(kRetry);
-  }
-  return lock;
 }
 
 }  // namespace orv::cli

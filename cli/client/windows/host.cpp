@@ -22,11 +22,6 @@
 namespace orv::cli {
 namespace {
 
-struct HeldMutex {
-  Handle mutex;
-  ~HeldMutex() { ::ReleaseMutex(mutex.get()); }
-};
-
 // Guards the event that a request reaches: each request comes on a thread of its own.
 std::mutex g_stop_lock;
 Event* g_stop = nullptr;
@@ -46,39 +41,39 @@ void UseBytes(std::FILE* stream) {
   if (file >= 0) _setmode(file, _O_BINARY);
 }
 
-// One of the streams for output, and the console's mode when it goes to one.
-class OutputStream {
- public:
-  OutputStream(std::ostream& stream, std::FILE* file, DWORD standard_handle)
-      : stream_(stream), console_(GetStdHandle(standard_handle)) {
-    if (GetConsoleMode(console_, &mode_) == FALSE) {
-      UseBytes(file);
-      return;
-    }
-    buffer_.emplace([this](std::wstring_view text) { return WriteConsoleText(console_, text); });
-    former_ = stream_.rdbuf(&*buffer_);
-  }
-  ~OutputStream() {
-    stream_.flush();
-    if (!buffer_) return;
-    stream_.rdbuf(former_);
-    buffer_.reset();
-    SetConsoleMode(console_, mode_);
-  }
-  OutputStream(const OutputStream&) = delete;
-  OutputStream& operator=(const OutputStream&) = delete;
-
- private:
-  std::ostream& stream_;
-  HANDLE console_;
-  DWORD mode_ = 0;
-  std::optional<Utf8Buffer> buffer_;
-  std::streambuf* former_ = nullptr;
-};
-
 }  // namespace
 
 struct StandardStreams::State {
+  // One of the streams for output, and the console's mode when it goes to one.
+  class OutputStream {
+   public:
+    OutputStream(std::ostream& stream, std::FILE* file, DWORD standard_handle)
+        : stream_(stream), console_(GetStdHandle(standard_handle)) {
+      if (GetConsoleMode(console_, &mode_) == FALSE) {
+        UseBytes(file);
+        return;
+      }
+      buffer_.emplace([this](std::wstring_view text) { return WriteConsoleText(console_, text); });
+      former_ = stream_.rdbuf(&*buffer_);
+    }
+    ~OutputStream() {
+      stream_.flush();
+      if (!buffer_) return;
+      stream_.rdbuf(former_);
+      buffer_.reset();
+      SetConsoleMode(console_, mode_);
+    }
+    OutputStream(const OutputStream&) = delete;
+    OutputStream& operator=(const OutputStream&) = delete;
+
+   private:
+    std::ostream& stream_;
+    HANDLE console_;
+    DWORD mode_ = 0;
+    std::optional<Utf8Buffer> buffer_;
+    std::streambuf* former_ = nullptr;
+  };
+
   OutputStream output{std::cout, stdout, STD_OUTPUT_HANDLE};
   OutputStream errors{std::cerr, stderr, STD_ERROR_HANDLE};
 };
@@ -159,21 +154,6 @@ StopOnSignal::~StopOnSignal() {
   SetConsoleCtrlHandler(&RequestStop, FALSE);
   const std::lock_guard guard(g_stop_lock);
   g_stop = nullptr;
-}
-
-// A mutex for all sessions of the machine. One whose holder was killed is abandoned, but held.
-std::shared_ptr<void> ChangeLock::Acquire(const std::filesystem::path&, const std::string& name,
-                                          std::chrono::milliseconds limit, std::string& reason) {
-  Handle mutex(::CreateMutexW(nullptr, FALSE, (L"Global\\" + WideFromUtf8(name)).c_str()));
-  const DWORD result =
-      mutex ? ::WaitForSingleObject(mutex.get(), static_cast<DWORD>(limit.count())) : WAIT_FAILED;
-  if (result == WAIT_OBJECT_0 || result == WAIT_ABANDONED) {
-    auto held = std::make_shared<HeldMutex>();
-    held->mutex = std::move(mutex);
-    return held;
-  }
-  if (result != WAIT_TIMEOUT) reason = SystemErrorText(::GetLastError());
-  return nullptr;
 }
 
 }  // namespace orv::cli

@@ -1,9 +1,10 @@
+#include "cli/client/change_lock.h"
+
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <csignal>
 
-#include "cli/client/host.h"
 #include "cli/show/failure.h"
 #include "support/temporary_folder.h"
 
