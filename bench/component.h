@@ -1,6 +1,7 @@
 // The component as its clients use it, on a simulated machine.
 #pragma once
 
+#include <boost/core/noncopyable.hpp>
 #include <memory>
 #include <utility>
 
@@ -12,7 +13,7 @@
 
 namespace orv {
 
-class BenchComponent {
+class BenchComponent : boost::noncopyable {
  public:
   // Without `technology` the technology library is sought where it is installed.
   explicit BenchComponent(std::shared_ptr<SimulatedMachine> machine, BSTR technology = nullptr) {
@@ -26,8 +27,6 @@ class BenchComponent {
     system_.Reset();
     ComponentModule().SetMachine(nullptr);
   }
-  BenchComponent(const BenchComponent&) = delete;
-  BenchComponent& operator=(const BenchComponent&) = delete;
 
   ComPtr<IORVEndpointEnumerator> Endpoints() {
     ComPtr<IORVEndpointEnumerator> endpoints;

@@ -1,6 +1,7 @@
 // Configuration files of any size.
 #pragma once
 
+#include <boost/core/noncopyable.hpp>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -12,7 +13,7 @@ inline std::string ControlName(int number) { return "VQ3D-Setting " + std::to_st
 
 // Drive C: with the file C:\config.xml, whose modes have as many public and as many private
 // controls, besides the two that name the mode. Exists as long as this object.
-class ConfigurationFolder {
+class ConfigurationFolder : boost::noncopyable {
  public:
   ConfigurationFolder(int modes, int public_controls, int private_controls)
       : path_(std::filesystem::temp_directory_path() / "orv-bench") {
@@ -36,8 +37,6 @@ class ConfigurationFolder {
     std::error_code ignored;
     std::filesystem::remove_all(path_, ignored);
   }
-  ConfigurationFolder(const ConfigurationFolder&) = delete;
-  ConfigurationFolder& operator=(const ConfigurationFolder&) = delete;
 
   const std::filesystem::path& path() const { return path_; }
   std::string file() const { return (path_ / "config.xml").string(); }

@@ -1,6 +1,7 @@
 // The service as a page waits for it: the first answers, and a control's change there and back.
 #include <benchmark/benchmark.h>
 
+#include <boost/core/noncopyable.hpp>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -14,7 +15,7 @@ namespace orv::panel {
 namespace {
 
 // A copy of the laptop sample and the service for it.
-class Bench {
+class Bench : boost::noncopyable {
  public:
   Bench() {
     std::filesystem::remove_all(folder_);
@@ -30,8 +31,6 @@ class Bench {
     std::error_code ignored;
     std::filesystem::remove_all(folder_, ignored);
   }
-  Bench(const Bench&) = delete;
-  Bench& operator=(const Bench&) = delete;
 
   Caller caller() const { return {server_->port(), server_->key()}; }
 

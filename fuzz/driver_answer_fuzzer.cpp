@@ -38,7 +38,7 @@ std::vector<ListedControl> ModeOf(bool broadwell, std::uint8_t value) {
     for (std::uint32_t parameter = 0x10014401; parameter <= 0x1001440C; ++parameter)
       for (std::size_t size = 0; size <= 64; size += 2)
         for (const DecodedField& field :
-             DecodeSkylakeBlock(parameter, std::vector<std::byte>(size)))
+             skylake::DecodeBlock(parameter, std::vector<std::byte>(size)))
           controls.emplace_back(field.control, 1);
   }
   for (std::size_t i = 0; i < controls.size(); i += 3) controls[i].second = value % 2;

@@ -61,9 +61,9 @@ void Run(std::span<const std::uint8_t> bytes) {
   const std::uint8_t parameter = input.Byte();
   if (kind % 4 == 3) return CheckQualcomm(input);
   const auto block = std::as_bytes(input.Take(bytes.size()));
-  const auto fields = kind % 4 == 0 ? DecodeBroadwellBlock(parameter, block)
+  const auto fields = kind % 4 == 0 ? broadwell::DecodeBlock(parameter, block)
                       : kind % 4 == 1
-                          ? DecodeSkylakeBlock(0x10014400 + parameter % 32, block)
+                          ? skylake::DecodeBlock(0x10014400 + parameter % 32, block)
                           : DecodeQualcommRecord(kQualcommSendingOrder[parameter % 6], block);
   RequireInside(fields, block.size());
 }

@@ -8,9 +8,8 @@
 #include <vector>
 
 #include "fuzzer.h"
-#include "platform/com_object.h"
 #include "platform/com_ptr.h"
-#include "platform/device_topology.h"
+#include "simulated/devices/counted_object.h"
 #include "simulated/simulated_machine.h"
 
 namespace orv::fuzz {
@@ -54,7 +53,7 @@ class ScriptedFile final : public DeviceFile {
   Input& input_;
 };
 
-class ScriptedControl final : public CountedObject<IKsControl> {
+class ScriptedControl final : public KsControlBase {
  public:
   ScriptedControl(ComPtr<IKsControl> control, Input& input)
       : control_(std::move(control)), input_(input) {}
@@ -67,12 +66,6 @@ class ScriptedControl final : public CountedObject<IKsControl> {
     const HRESULT answer = Answer(input_, status, S_OK, kRefusals, output, count);
     *returned = count;
     return answer;
-  }
-  HRESULT STDMETHODCALLTYPE KsMethod(KSIDENTIFIER*, ULONG, void*, ULONG, ULONG*) override {
-    return E_NOTIMPL;
-  }
-  HRESULT STDMETHODCALLTYPE KsEvent(KSIDENTIFIER*, ULONG, void*, ULONG, ULONG*) override {
-    return E_NOTIMPL;
   }
 
  private:
@@ -105,7 +98,7 @@ class ScriptedDevice final : public CountedObject<IMMDevice> {
   Input& input_;
 };
 
-class ScriptedDevices final : public CountedObject<IMMDeviceEnumerator> {
+class ScriptedDevices final : public DeviceEnumeratorBase {
  public:
   ScriptedDevices(ComPtr<IMMDeviceEnumerator> devices, Input& input)
       : devices_(std::move(devices)), input_(input) {}
@@ -122,13 +115,6 @@ class ScriptedDevices final : public CountedObject<IMMDeviceEnumerator> {
     const HRESULT status = devices_->GetDevice(id, genuine.Put());
     if (SUCCEEDED(status)) *device = new ScriptedDevice(std::move(genuine), input_);
     return status;
-  }
-  HRESULT STDMETHODCALLTYPE RegisterEndpointNotificationCallback(IMMNotificationClient*) override {
-    return E_NOTIMPL;
-  }
-  HRESULT STDMETHODCALLTYPE
-  UnregisterEndpointNotificationCallback(IMMNotificationClient*) override {
-    return E_NOTIMPL;
   }
 
  private:

@@ -57,4 +57,10 @@ CLI::App& AddCommand(CLI::App& parent, const CommandText& text) {
   return *command;
 }
 
+CLI::App& AddGroup(CLI::App& parent, const CommandText& text) {
+  CLI::App& group = AddCommand(parent, text);
+  group.require_subcommand(1);
+  return group;
+}
+
 }  // namespace orv::cli

@@ -78,6 +78,8 @@ struct CommandText {
 inline constexpr char kJsonTitle[] = "\n\nJSON: ";
 inline constexpr char kExampleTitle[] = "Example:\n";
 CLI::App& AddCommand(CLI::App& parent, const CommandText& text);
+// A command that is followed by one of its own commands.
+CLI::App& AddGroup(CLI::App& parent, const CommandText& text);
 
 // A command that calls `run` with the arguments, which live as long as the command.
 template <class Arguments>

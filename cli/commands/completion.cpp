@@ -73,12 +73,11 @@ struct CompleteArguments {
 
 void AddCompletionCommand(CLI::App& app, Context& context) {
   CLI::App& completion =
-      AddCommand(app, {"completion", "Complete commands, names and values in a shell",
-                       "eval \"$(orvctl completion bash)\"",
-                       "Prints a script that makes the shell complete commands, options, "
-                       "endpoints, modes, controls, choices and names of files. An installed "
-                       "orvctl brings the scripts with it."});
-  completion.require_subcommand(1);
+      AddGroup(app, {"completion", "Complete commands, names and values in a shell",
+                     "eval \"$(orvctl completion bash)\"",
+                     "Prints a script that makes the shell complete commands, options, "
+                     "endpoints, modes, controls, choices and names of files. An installed "
+                     "orvctl brings the scripts with it."});
   struct Shell {
     const char* name;
     const char* script;

@@ -353,13 +353,26 @@ void SetProperty(Context& context, const IntelArguments& arguments) {
                   held.empty() ? "sent, not read back" : "the DSP holds " + held));
 }
 
+CLI::App& AddEqualizerCommand(CLI::App& intel, Context& context,
+                              const std::shared_ptr<IntelArguments>& arguments) {
+  CLI::App& peq =
+      AddCommand(intel, context, arguments, PushEqualizer,
+                 {"peq", "Send a parametric equaliser into a Broadwell DSP",
+                  "orvctl dsp intel 0 peq both 100,3,0.7 1000,-2,1.4 8000,4,0.7",
+                  "The first band is a low shelf, the last a high shelf.", "{status, verdict}"});
+  peq.add_option("CHANNEL", arguments->channel, "left, right or both")
+      ->required()
+      ->check(OneOf({"left", "right", "both"}));
+  peq.add_option("BAND", arguments->bands, "A band: frequency,gain,q in Hz and dB")->required();
+  return peq;
+}
+
 }  // namespace
 
 void AddIntelDspCommands(CLI::App& dsp, Context& context) {
   const auto arguments = std::make_shared<IntelArguments>();
-  CLI::App& intel = AddCommand(dsp, {"intel", "Read and change the Intel DSP of an endpoint",
-                                     "orvctl dsp intel 0 info\n  orvctl dsp intel 0 push"});
-  intel.require_subcommand(1);
+  CLI::App& intel = AddGroup(dsp, {"intel", "Read and change the Intel DSP of an endpoint",
+                                   "orvctl dsp intel 0 info\n  orvctl dsp intel 0 push"});
   intel.add_option("ENDPOINT", arguments->endpoint, kEndpointHelp)->required();
   AddCommand(
       intel, context, arguments, ShowInfo,
@@ -406,15 +419,7 @@ void AddIntelDspCommands(CLI::App& dsp, Context& context) {
       ->required();
   set.add_flag("--raw", arguments->raw, kRawHelp);
 
-  CLI::App& peq =
-      AddCommand(intel, context, arguments, PushEqualizer,
-                 {"peq", "Send a parametric equaliser into a Broadwell DSP",
-                  "orvctl dsp intel 0 peq both 100,3,0.7 1000,-2,1.4 8000,4,0.7",
-                  "The first band is a low shelf, the last a high shelf.", "{status, verdict}"});
-  peq.add_option("CHANNEL", arguments->channel, "left, right or both")
-      ->required()
-      ->check(OneOf({"left", "right", "both"}));
-  peq.add_option("BAND", arguments->bands, "A band: frequency,gain,q in Hz and dB")->required();
+  CLI::App& peq = AddEqualizerCommand(intel, context, arguments);
   for (CLI::App* command : {&push, &file, &get, &set, &peq})
     command->add_flag("--default", arguments->set_default, kDspDefaultHelp);
 }

@@ -49,15 +49,13 @@ void PushQualcommMode(Context& context, const QualcommArguments& arguments) {
 
 void AddDspCommands(CLI::App& app, Context& context) {
   CLI::App& dsp =
-      AddCommand(app, {"dsp", "Read and change the DSP that runs an endpoint's processing",
-                       "orvctl dsp intel 0 push\n  orvctl dsp qualcomm 0 push"});
-  dsp.require_subcommand(1);
+      AddGroup(app, {"dsp", "Read and change the DSP that runs an endpoint's processing",
+                     "orvctl dsp intel 0 push\n  orvctl dsp qualcomm 0 push"});
   AddIntelDspCommands(dsp, context);
 
   const auto arguments = std::make_shared<QualcommArguments>();
-  CLI::App& qualcomm = AddCommand(
+  CLI::App& qualcomm = AddGroup(
       dsp, {"qualcomm", "Change the Qualcomm DSP of an endpoint", "orvctl dsp qualcomm 0 push"});
-  qualcomm.require_subcommand(1);
   qualcomm.add_option("ENDPOINT", arguments->endpoint, kEndpointHelp)->required();
   CLI::App& push = AddCommand(
       qualcomm, context, arguments, PushQualcommMode,

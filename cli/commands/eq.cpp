@@ -440,10 +440,9 @@ constexpr char kImportJson[] =
 }  // namespace
 
 void AddEqCommands(CLI::App& app, Context& context) {
-  CLI::App& eq = AddCommand(
-      app, {"eq", "Import and export equaliser lists",
-            "orvctl eq 0 import room.txt --dry-run\n  orvctl eq 0 export", kListDetails});
-  eq.require_subcommand(1);
+  CLI::App& eq =
+      AddGroup(app, {"eq", "Import and export equaliser lists",
+                     "orvctl eq 0 import room.txt --dry-run\n  orvctl eq 0 export", kListDetails});
   const auto arguments = std::make_shared<EqArguments>();
   eq.add_option("ENDPOINT", arguments->endpoint, kEndpointHelp)->required();
   CLI::App& import = AddCommand(eq, context, arguments, ImportList,

@@ -190,9 +190,8 @@ constexpr char kFilterJson[] =
 
 void AddFilterCommands(CLI::App& app, Context& context) {
   CLI::App& filter =
-      AddCommand(app, {"filter", "Design fixed-point filters, as the DSP receives them",
-                       "orvctl filter butterworth --order 4 --frequency 60 --response"});
-  filter.require_subcommand(1);
+      AddGroup(app, {"filter", "Design fixed-point filters, as the DSP receives them",
+                     "orvctl filter butterworth --order 4 --frequency 60 --response"});
   const auto arguments = std::make_shared<FilterArguments>();
   CLI::App& butterworth =
       AddCommand(filter, context, arguments, Filter<DesignButterworth>,

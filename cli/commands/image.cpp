@@ -116,9 +116,8 @@ void Encode(Context& context, const ImageArguments& arguments) {
 
 void AddImageCommands(CLI::App& app, Context& context) {
   CLI::App& image =
-      AddCommand(app, {"image", "Decode and encode property-set images, as the registry holds them",
-                       "orvctl image decode values.bin"});
-  image.require_subcommand(1);
+      AddGroup(app, {"image", "Decode and encode property-set images, as the registry holds them",
+                     "orvctl image decode values.bin"});
   const auto arguments = std::make_shared<ImageArguments>();
 
   CLI::App& decode =

@@ -79,9 +79,8 @@ void ResetMachine(Context& context, const ResetArguments& arguments) {
 }  // namespace
 
 void AddMachineCommands(CLI::App& app, Context& context) {
-  CLI::App& machine = AddCommand(
+  CLI::App& machine = AddGroup(
       app, {"machine", "Make and read simulated machines", "orvctl machine new my-machine"});
-  machine.require_subcommand(1);
   AddCommand(
       machine, context, ListMachines,
       {"list", "Show the sample machines and your copies of them", "orvctl machine list",

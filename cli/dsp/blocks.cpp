@@ -75,15 +75,15 @@ const DspBlock* FindBlock(const std::vector<DspBlock>& blocks, std::uint32_t par
 
 std::string BlockName(const DspBlock& block) {
   std::string name;
-  if (block.driver == kSkylakeDriver) name = SkylakeBlockName(block.parameter);
-  if (block.driver == kBroadwellDriver) name = BroadwellBlockName(block.parameter);
+  if (block.driver == kSkylakeDriver) name = skylake::BlockName(block.parameter);
+  if (block.driver == kBroadwellDriver) name = broadwell::BlockName(block.parameter);
   if (block.driver == kQualcommDriver) name = QualcommRecordName(block.parameter);
   return name.empty() ? fmt::format("parameter 0x{:X}", block.parameter) : name;
 }
 
 std::vector<DecodedField> DecodeBlock(const DspBlock& block) {
-  if (block.driver == kSkylakeDriver) return DecodeSkylakeBlock(block.parameter, block.bytes);
-  if (block.driver == kBroadwellDriver) return DecodeBroadwellBlock(block.parameter, block.bytes);
+  if (block.driver == kSkylakeDriver) return skylake::DecodeBlock(block.parameter, block.bytes);
+  if (block.driver == kBroadwellDriver) return broadwell::DecodeBlock(block.parameter, block.bytes);
   if (block.driver == kQualcommDriver) return DecodeQualcommRecord(block.parameter, block.bytes);
   return {};
 }

@@ -288,7 +288,7 @@ DspProperty PlanProperty(const std::string& driver, const std::string& name, con
 std::optional<DspPlace> FindProperty(const std::string& driver, const std::string& name) {
   const std::string control = Narrow(NameFromUtf8(name));
   if (driver == kSkylakeDriver) {
-    const auto place = FindSkylakeControl(control);
+    const auto place = skylake::FindControl(control);
     return place ? std::optional(DspPlace{place->parameter, place->offset}) : std::nullopt;
   }
   const auto place =

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <boost/core/noncopyable.hpp>
 #include <thread>
 
 #include "cli/client/host.h"
@@ -101,7 +102,7 @@ class Comparison {
 };
 
 // Shows on a terminal how far a slow driver is, from the second second on; clears it at the end.
-class Progress {
+class Progress : boost::noncopyable {
  public:
   Progress(const DspReadback& readback, std::size_t blocks) {
     if (ErrorsAreOnTerminal())
@@ -111,8 +112,6 @@ class Progress {
     done_.Set();
     if (thread_.joinable()) thread_.join();
   }
-  Progress(const Progress&) = delete;
-  Progress& operator=(const Progress&) = delete;
 
  private:
   void Show(const DspReadback& readback, std::size_t blocks) {

@@ -1,6 +1,7 @@
 // Copies of simulated machines.
 #pragma once
 
+#include <boost/core/noncopyable.hpp>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -16,14 +17,12 @@ std::vector<std::string> MachineNames(const std::filesystem::path& folder);
 void CopyMachine(const std::filesystem::path& source, const std::filesystem::path& target);
 
 // A copy in a folder, the system's one for temporary files by default, deleted with this object.
-class TemporaryMachine {
+class TemporaryMachine : boost::noncopyable {
  public:
   explicit TemporaryMachine(
       const std::filesystem::path& source,
       const std::filesystem::path& parent = std::filesystem::temp_directory_path());
   ~TemporaryMachine();
-  TemporaryMachine(const TemporaryMachine&) = delete;
-  TemporaryMachine& operator=(const TemporaryMachine&) = delete;
 
   const std::filesystem::path& folder() const noexcept { return folder_; }
 

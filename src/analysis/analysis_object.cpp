@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <boost/core/noncopyable.hpp>
 #include <utility>
 
 #include "analysis/analysis_data.h"
@@ -25,7 +26,7 @@ constexpr unsigned kMostRefusals = 64;
 std::atomic<std::uint32_t> g_packets{0};
 
 // A packet of the capture service, given back at the latest at the end of its scope.
-class HeldPacket {
+class HeldPacket : boost::noncopyable {
  public:
   explicit HeldPacket(IAudioCaptureClient& capture) : capture_(capture) {
     status_ = capture_.GetBuffer(&data_, &frames_, &flags_, nullptr, nullptr);
@@ -33,8 +34,6 @@ class HeldPacket {
   ~HeldPacket() {
     if (SUCCEEDED(status_)) capture_.ReleaseBuffer(frames_);
   }
-  HeldPacket(const HeldPacket&) = delete;
-  HeldPacket& operator=(const HeldPacket&) = delete;
 
   HRESULT status() const noexcept { return status_; }
   UINT32 frames() const noexcept { return frames_; }

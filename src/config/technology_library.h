@@ -2,6 +2,7 @@
 // only to learn those descriptions; no audio runs through it.
 #pragma once
 
+#include <boost/core/noncopyable.hpp>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -31,12 +32,10 @@ struct TechnologyProcess {
 // File name of the library: "kxtech64.dll", or "kxtech32.dll" in a 32-bit process.
 const wchar_t* TechnologyLibraryName(Machine& machine);
 
-class ORVAPOProcessLibrary {
+class ORVAPOProcessLibrary : boost::noncopyable {
  public:
   explicit ORVAPOProcessLibrary(Machine& machine) : machine_(machine) {}
   virtual ~ORVAPOProcessLibrary();
-  ORVAPOProcessLibrary(const ORVAPOProcessLibrary&) = delete;
-  ORVAPOProcessLibrary& operator=(const ORVAPOProcessLibrary&) = delete;
 
   virtual void SetName(const char* name);
   // Loads the library when needed, releases the held process and creates the named one; false when

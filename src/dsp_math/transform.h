@@ -5,6 +5,7 @@
 // transform on different threads. Registration belongs to load and unload and is not synchronised.
 #pragma once
 
+#include <boost/core/noncopyable.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -56,12 +57,10 @@ std::int32_t CreateTransformInstance(TransformInstance** instance, void* memory,
 
 // A plan in memory of its own, registered as long as this lives. One owner to a size and type: the
 // destructor unregisters that plan, even one that another registered.
-class RegisteredTransform {
+class RegisteredTransform : boost::noncopyable {
  public:
   explicit RegisteredTransform(const TransformKey& key);
   ~RegisteredTransform();
-  RegisteredTransform(const RegisteredTransform&) = delete;
-  RegisteredTransform& operator=(const RegisteredTransform&) = delete;
 
   std::int32_t status() const { return status_; }  // of RegisterPlan
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <boost/core/noncopyable.hpp>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -29,7 +30,7 @@ struct ClassRow {
 };
 
 // May be used from any thread.
-class CORV_APO2011_ControllerModule {
+class CORV_APO2011_ControllerModule : boost::noncopyable {
  public:
   // Opens the machine the component works on; null, with the reason reported, if it cannot.
   using MachineOpener = std::shared_ptr<Machine> (*)();
@@ -37,8 +38,6 @@ class CORV_APO2011_ControllerModule {
   // The classes are in registration order and outlive the module.
   CORV_APO2011_ControllerModule(std::span<const ClassRow> classes, MachineOpener open_machine);
   ~CORV_APO2011_ControllerModule();
-  CORV_APO2011_ControllerModule(const CORV_APO2011_ControllerModule&) = delete;
-  CORV_APO2011_ControllerModule& operator=(const CORV_APO2011_ControllerModule&) = delete;
 
   std::span<const ClassRow> classes() const noexcept { return classes_; }
 

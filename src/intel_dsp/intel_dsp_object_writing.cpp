@@ -1,4 +1,5 @@
 // Whole operating modes, configuration files and equalisers into the DSP.
+#include <boost/core/noncopyable.hpp>
 #include <cmath>
 #include <span>
 #include <utility>
@@ -51,7 +52,7 @@ HRESULT AbortOnException(Body&& body, Reporter&& report) {
 
 // Locks a one-dimensional array of one type, with any bounds, and gives access to its elements.
 template <class Element>
-class SafeArrayView {
+class SafeArrayView : boost::noncopyable {
  public:
   SafeArrayView(SAFEARRAY* array, VARTYPE type) {
     VARTYPE actual = VT_EMPTY;
@@ -67,8 +68,6 @@ class SafeArrayView {
   ~SafeArrayView() {
     if (array_ != nullptr) SafeArrayUnaccessData(array_);
   }
-  SafeArrayView(const SafeArrayView&) = delete;
-  SafeArrayView& operator=(const SafeArrayView&) = delete;
 
   // False for a null array and for one of another rank or type.
   explicit operator bool() const noexcept { return array_ != nullptr; }

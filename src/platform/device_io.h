@@ -1,6 +1,7 @@
 // Device files and named events: how drivers and other processes are reached.
 #pragma once
 
+#include <boost/core/noncopyable.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -17,12 +18,9 @@ inline constexpr std::uint32_t kDeviceMoreData = 234;
 inline constexpr std::uint32_t kDeviceNotConnected = 1167;
 
 // An open device. Closed by its destructor; may outlive the machine it came from.
-class DeviceFile {
+class DeviceFile : boost::noncopyable {
  public:
-  DeviceFile() = default;
   virtual ~DeviceFile() = default;
-  DeviceFile(const DeviceFile&) = delete;
-  DeviceFile& operator=(const DeviceFile&) = delete;
 
   // One request, answered before the call returns. The driver receives both buffers; for a code
   // with direct output it may read `output` too. `returned` is the number of bytes that the driver
@@ -35,12 +33,9 @@ class DeviceFile {
 };
 
 // An event that other processes know by its name. Closed by its destructor.
-class NamedEvent {
+class NamedEvent : boost::noncopyable {
  public:
-  NamedEvent() = default;
   virtual ~NamedEvent() = default;
-  NamedEvent(const NamedEvent&) = delete;
-  NamedEvent& operator=(const NamedEvent&) = delete;
 
   virtual void Set() noexcept = 0;
   // The handle, as drivers are given it.

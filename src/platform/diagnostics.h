@@ -7,6 +7,7 @@
 // carry their own line feed. Reporting never fails and never changes a result.
 #pragma once
 
+#include <boost/core/noncopyable.hpp>
 #include <functional>
 #include <initializer_list>
 #include <string>
@@ -38,13 +39,11 @@ void Diagnose(const DiagnosticSite& site, const wchar_t* format, const Args&... 
 
 // Replaces the debugger output channel for this process while it lives (tests, fuzzers); the
 // innermost one receives the lines. The callback may be called from any thread, one call at a time.
-class DiagnosticCapture {
+class DiagnosticCapture : boost::noncopyable {
  public:
   using Sink = std::function<void(std::wstring_view line)>;
   explicit DiagnosticCapture(Sink sink);
   ~DiagnosticCapture();
-  DiagnosticCapture(const DiagnosticCapture&) = delete;
-  DiagnosticCapture& operator=(const DiagnosticCapture&) = delete;
 
  private:
   Sink sink_;

@@ -5,6 +5,7 @@
 // They throw only std::bad_alloc.
 #pragma once
 
+#include <boost/core/noncopyable.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -84,15 +85,13 @@ std::optional<std::string> ReadWholeFile(const std::filesystem::path& file, std:
 // Signals an event after each change to the files directly in a folder: written and closed, moved
 // in or out, replaced, deleted. Several changes may give one signal. Files whose name starts with a
 // dot (temporary ones, locks) do not count. No signal comes after the destructor.
-class FolderWatch {
+class FolderWatch : boost::noncopyable {
  public:
   // Null if the folder is missing or cannot be watched. Changes made after the return are reported.
   // The event must outlive the watch.
   static std::unique_ptr<FolderWatch> Start(const std::filesystem::path& folder, Event& changed,
                                             std::string& reason);
   virtual ~FolderWatch() = default;
-  FolderWatch(const FolderWatch&) = delete;
-  FolderWatch& operator=(const FolderWatch&) = delete;
 
  protected:
   FolderWatch() = default;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <boost/core/noncopyable.hpp>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -17,11 +18,9 @@
 
 namespace orv {
 
-class Machine {
+class Machine : boost::noncopyable {
  public:
   virtual ~Machine() = default;
-  Machine(const Machine&) = delete;
-  Machine& operator=(const Machine&) = delete;
 
   // Identifies the machine within this process. Objects that are opened on the same machine (the
   // platform's own, or the same folder), at once or one after another, have the same number.

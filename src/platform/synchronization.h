@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <boost/core/noncopyable.hpp>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -17,14 +18,12 @@ namespace orv {
 // A waitable flag. A manual-reset event stays signalled until Reset; an auto-reset one lets a
 // single wait through. Signalling and waiting may happen from any thread, and a registry watch may
 // signal it after being armed.
-class Event {
+class Event : boost::noncopyable {
  public:
   enum class Kind { ManualReset, AutoReset };
 
   explicit Event(Kind kind);  // throws std::system_error if the system has no more events
   ~Event();
-  Event(const Event&) = delete;
-  Event& operator=(const Event&) = delete;
 
   void Set() noexcept;
   void Reset() noexcept;
@@ -92,14 +91,12 @@ class RecursiveMutex {
 
 // One running thread. Destroying this object detaches the thread. Wait and Terminate take turns
 // when several threads call them, and return false on the thread itself.
-class Thread {
+class Thread : boost::noncopyable {
  public:
   // Starts `body`, whose result is the thread's exit code (0xFFFFFFFF if it ends with an
   // exception); null if the system cannot start a thread.
   static std::unique_ptr<Thread> Start(std::function<std::uint32_t()> body);
   ~Thread();
-  Thread(const Thread&) = delete;
-  Thread& operator=(const Thread&) = delete;
 
   // Waits for the thread's end; true if it has ended, at once and every time for an ended thread.
   bool Wait(std::chrono::milliseconds limit) noexcept;
@@ -120,7 +117,7 @@ class Thread {
 
 // A thread of an object that it must not outlive: destroyed first, as the object's last member, it
 // signals `stop` and waits for the thread's end.
-class OwnedThread {
+class OwnedThread : boost::noncopyable {
  public:
   OwnedThread() = default;
   ~OwnedThread() {
@@ -128,8 +125,6 @@ class OwnedThread {
     while (thread_ && !thread_->Wait(std::chrono::minutes(1))) {
     }
   }
-  OwnedThread(const OwnedThread&) = delete;
-  OwnedThread& operator=(const OwnedThread&) = delete;
 
   // At most once. `body` returns when `stop` is signalled; false if the system has no thread left.
   bool Start(std::function<void()> body) {

@@ -1,6 +1,7 @@
 // The terminal that standard output goes to.
 #pragma once
 
+#include <boost/core/noncopyable.hpp>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -16,13 +17,11 @@ struct TerminalSize {
 
 // Taken over for pictures: a screen of their own without a cursor, on which typed text does not
 // show. Interrupt keys still interrupt. The destructor restores the terminal. One at a time.
-class Terminal {
+class Terminal : boost::noncopyable {
  public:
   // Null if standard output is not a terminal, or one without control sequences (TERM=dumb).
   static std::unique_ptr<Terminal> Take();
   virtual ~Terminal() = default;
-  Terminal(const Terminal&) = delete;
-  Terminal& operator=(const Terminal&) = delete;
 
   virtual TerminalSize Size() const = 0;  // at present; the default if it is unknown
   // The text with its control sequences (ANSI), in one piece; false if the terminal is closed.

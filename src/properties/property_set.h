@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <boost/core/noncopyable.hpp>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -32,12 +33,9 @@ class IORVPropertySetNotify {
 // Not locked: the owner serialises access, or uses ORVPropertySetThreadsafe. Failures are
 // reported by the boolean results; only the integer getter throws (boost::bad_lexical_cast), and
 // memory may run out.
-class ORVPropertySet {
+class ORVPropertySet : boost::noncopyable {
  public:
-  ORVPropertySet() = default;
   virtual ~ORVPropertySet() = default;
-  ORVPropertySet(const ORVPropertySet&) = delete;
-  ORVPropertySet& operator=(const ORVPropertySet&) = delete;
 
   virtual void GetAllProperties(ORVPropertyList& out);
   // Returns false if an entry was left out of the image.

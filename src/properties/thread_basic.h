@@ -1,6 +1,7 @@
 // A worker thread with its stop event.
 #pragma once
 
+#include <boost/core/noncopyable.hpp>
 #include <chrono>
 #include <memory>
 
@@ -19,15 +20,12 @@ class IORVThreadBasicWorker {
 
 // Holds one thread at a time. The owner calls Start and Stop, one at a time and not on the holder's
 // thread. Holder and worker outlive the thread.
-class ORVThreadBasic {
+class ORVThreadBasic : boost::noncopyable {
  public:
   static constexpr std::uint32_t kDefaultStopMilliseconds = 5000;
   static constexpr std::uint32_t kWaitForEver = 0xFFFFFFFF;
 
-  ORVThreadBasic() = default;
   virtual ~ORVThreadBasic();  // stops the thread
-  ORVThreadBasic(const ORVThreadBasic&) = delete;
-  ORVThreadBasic& operator=(const ORVThreadBasic&) = delete;
 
   // Runs the worker on a new thread; null runs the worker of the last Start. Does not stop an
   // earlier thread, but waits up to 5000 ms for its end. False if there is no worker, if the

@@ -21,31 +21,36 @@ TEST(Scale, FrequenciesShowAtMostTwoDecimals) {
   EXPECT_EQ(HertzText(24000), "24 kHz");
 }
 
+void ExpectSelected(const std::vector<std::string>& names,
+                    const std::vector<std::pair<const char*, Indices>>& cases) {
+  for (const auto& [text, positions] : cases)
+    EXPECT_EQ(SelectByPart(names, text), positions) << text;
+}
+
 TEST(Select, PrefersTheExactNameThenOtherLetterCaseThenParts) {
-  const std::vector<std::string> modes = {"ApoOpMode:Movie/Internal", "ApoOpMode:Movie/External",
-                                          "ApoOpMode:Music/Internal", "ApoOpMode:music/internal",
-                                          "ApoOpMode:Movie"};
-  const struct {
-    const char* text;
-    Indices positions;
-  } cases[] = {{"external", {1}},        {"MOVIE/INT", {0}},
-               {"ApoOpMode:Movie", {4}}, {"ApoOpMode:music/internal", {3}},
-               {"apoopmode:movie", {4}}, {"APOOPMODE:MUSIC/INTERNAL", {2, 3}},
-               {"Internal", {0, 2, 3}},  {"", {}}};
-  for (const auto& one : cases) EXPECT_EQ(SelectByPart(modes, one.text), one.positions) << one.text;
+  ExpectSelected({"ApoOpMode:Movie/Internal", "ApoOpMode:Movie/External",
+                  "ApoOpMode:Music/Internal", "ApoOpMode:music/internal", "ApoOpMode:Movie"},
+                 {{"external", {1}},
+                  {"MOVIE/INT", {0}},
+                  {"ApoOpMode:Movie", {4}},
+                  {"ApoOpMode:music/internal", {3}},
+                  {"apoopmode:movie", {4}},
+                  {"APOOPMODE:MUSIC/INTERNAL", {2, 3}},
+                  {"Internal", {0, 2, 3}},
+                  {"", {}}});
 }
 
 TEST(Select, PatternFitsFromAWordsBeginningToTheEnd) {
-  const std::vector<std::string> names = {"VQ3D-PEQ Left Band 1 Gain", "VQ3D-PEQ Left Band 10 Gain",
-                                          "VQ3D-PEQ Left Band 1 Gain Limit", "VQ3D-GEQ 1kHz Gain",
-                                          "Odd*Name"};
-  const struct {
-    const char* text;
-    Indices positions;
-  } cases[] = {
-      {"peq left*gain", {0, 1}},  {"*gain", {0, 1, 3}},   {"band ? gain", {0}}, {"EQ*Gain", {}},
-      {"peq*1*ga?n*", {0, 1, 2}}, {"*", {0, 1, 2, 3, 4}}, {"odd*name", {4}},    {"?", {}}};
-  for (const auto& one : cases) EXPECT_EQ(SelectByPart(names, one.text), one.positions) << one.text;
+  ExpectSelected({"VQ3D-PEQ Left Band 1 Gain", "VQ3D-PEQ Left Band 10 Gain",
+                  "VQ3D-PEQ Left Band 1 Gain Limit", "VQ3D-GEQ 1kHz Gain", "Odd*Name"},
+                 {{"peq left*gain", {0, 1}},
+                  {"*gain", {0, 1, 3}},
+                  {"band ? gain", {0}},
+                  {"EQ*Gain", {}},
+                  {"peq*1*ga?n*", {0, 1, 2}},
+                  {"*", {0, 1, 2, 3, 4}},
+                  {"odd*name", {4}},
+                  {"?", {}}});
 }
 
 TEST(NaturalOrder, NumbersInNamesCountAsNumbers) {

@@ -23,7 +23,7 @@ Texts TextsOf(const std::vector<DecodedField>& fields) {
   return texts;
 }
 Texts Skylake(std::uint32_t number, std::span<const std::byte> block) {
-  return TextsOf(DecodeSkylakeBlock(0x10014400 + number, block));
+  return TextsOf(skylake::DecodeBlock(0x10014400 + number, block));
 }
 
 // `expected`: "CONTROL=TEXT;" for some of the texts.
@@ -68,8 +68,8 @@ TEST(Decoder, SkylakeCoefficientsAreDecodedWordByWord) {
   for (const std::uint32_t number : {0x0DU, 0x0EU}) {
     Bytes block = number == 0x0D ? MakeLeftFilterBlock(filter) : MakeRightFilterBlock(filter);
     const std::span bytes(block);
-    EXPECT_EQ(SkylakeBlockName(0x10014400 + number), "KEL_PARAM_VQSND3D_FILTER_CONTROLS_STU");
-    const auto fields = DecodeSkylakeBlock(0x10014400 + number, bytes);
+    EXPECT_EQ(skylake::BlockName(0x10014400 + number), "KEL_PARAM_VQSND3D_FILTER_CONTROLS_STU");
+    const auto fields = skylake::DecodeBlock(0x10014400 + number, bytes);
     ASSERT_EQ(fields.size(), block.size() / 4);
     for (const DecodedField& field : fields)
       EXPECT_EQ(ReadField(bytes, field.offset, FieldType::I32), field.value) << field.control;
@@ -86,7 +86,7 @@ TEST(Decoder, SkylakeCoefficientsAreDecodedWordByWord) {
       Skylake(0x10, BytesOfHex("02000000ffffff3f000000000000000000000000000000000300000000000040")),
       "high-pass section 1 b0=1; high-pass gain=2;");
   EXPECT_EQ(Skylake(0x0F, Bytes(96)).size(), 24U);
-  EXPECT_EQ(SkylakeBlockName(0x10014412), "");
+  EXPECT_EQ(skylake::BlockName(0x10014412), "");
   EXPECT_TRUE(Skylake(0, {}).empty());
 }
 
@@ -95,12 +95,12 @@ TEST(Decoder, BroadwellParametersReadAsTheirControls) {
   Bytes amhd = BytesOfHex(blocks.at("21"));
   amhd[4] = std::byte{11};
   amhd[56] = std::byte{9};
-  ExpectTexts(TextsOf(DecodeBroadwellBlock(21, amhd)),
+  ExpectTexts(TextsOf(broadwell::DecodeBlock(21, amhd)),
               "ZENSND-AMHD Input Mode=ZENSND-2_0_1; ZENSND-DPHD Speaker Audio Size=custom;");
-  ExpectTexts(TextsOf(DecodeBroadwellBlock(24, broadwell::HighPassBlock(4, 60))),
+  ExpectTexts(TextsOf(broadwell::DecodeBlock(24, broadwell::HighPassBlock(4, 60))),
               "order=4; section 0 shift=2; section 1 shift=2;");
-  EXPECT_EQ(BroadwellBlockName(21) + BroadwellBlockName(24), "AMHDHPF coefficients");
-  EXPECT_EQ(BroadwellBlockName(23), "");
+  EXPECT_EQ(broadwell::BlockName(21) + broadwell::BlockName(24), "AMHDHPF coefficients");
+  EXPECT_EQ(broadwell::BlockName(23), "");
 }
 
 TEST(Decoder, QualcommFieldsReadInTheirControlsUnits) {

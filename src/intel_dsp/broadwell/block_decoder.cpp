@@ -50,7 +50,7 @@ FieldPlace FindField(std::string_view control) {
   return {};
 }
 
-std::string BroadwellBlockName(std::uint32_t parameter) {
+std::string BlockName(std::uint32_t parameter) {
   for (const Block& block : kBlocks) {
     if (block.parameter == parameter) return block.name;
   }
@@ -60,8 +60,7 @@ std::string BroadwellBlockName(std::uint32_t parameter) {
   return {};
 }
 
-std::vector<DecodedField> DecodeBroadwellBlock(std::uint32_t parameter,
-                                               std::span<const std::byte> block) {
+std::vector<DecodedField> DecodeBlock(std::uint32_t parameter, std::span<const std::byte> block) {
   for (const CoefficientBlock& coefficients : kCoefficientBlocks) {
     if (coefficients.parameter == parameter) return DecodeCoefficients(coefficients, block);
   }

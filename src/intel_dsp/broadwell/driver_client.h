@@ -2,6 +2,7 @@
 // of its interface as laid out in memory. Little-endian.
 #pragma once
 
+#include <boost/core/noncopyable.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -86,13 +87,11 @@ static_assert(offsetof(ParameterRecord, data) == 17);
 #pragma pack(pop)
 
 // Used by one thread at a time. Without an opened driver every request fails.
-class ORVAPOIntelDriverInterface_BRW final : public BroadwellDriver {
+class ORVAPOIntelDriverInterface_BRW final : public BroadwellDriver, boost::noncopyable {
  public:
   // Opens the machine's driver and switches its module on; `status` is E_FAIL if there is no
   // driver to open.
   ORVAPOIntelDriverInterface_BRW(Machine& machine, HRESULT& status, std::uint32_t module_number);
-  ORVAPOIntelDriverInterface_BRW(const ORVAPOIntelDriverInterface_BRW&) = delete;
-  ORVAPOIntelDriverInterface_BRW& operator=(const ORVAPOIntelDriverInterface_BRW&) = delete;
 
   // These succeed if the driver was reached and its status is not negative.
   bool GetAPIVersion(HRESULT& status, std::uint8_t& version, std::uint8_t& features);

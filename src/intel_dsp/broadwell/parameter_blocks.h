@@ -139,15 +139,7 @@ FieldPlace FindField(std::string_view control);
 
 // A parameter's name and its fields as text. Empty for an unknown parameter; no fields if the size
 // is not the parameter's.
-std::string BroadwellBlockName(std::uint32_t parameter);
-std::vector<DecodedField> DecodeBroadwellBlock(std::uint32_t parameter,
-                                               std::span<const std::byte> block);
+std::string BlockName(std::uint32_t parameter);
+std::vector<DecodedField> DecodeBlock(std::uint32_t parameter, std::span<const std::byte> block);
 
 }  // namespace orv::broadwell
-
-namespace orv {
-
-using broadwell::BroadwellBlockName;
-using broadwell::DecodeBroadwellBlock;
-
-}  // namespace orv

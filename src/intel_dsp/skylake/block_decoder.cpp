@@ -91,7 +91,7 @@ const Block* ControlBlock(std::uint32_t parameter) {
 
 }  // namespace
 
-std::string SkylakeBlockName(std::uint32_t parameter) {
+std::string BlockName(std::uint32_t parameter) {
   if (const Block* block = ControlBlock(parameter)) return block->name;
   switch (parameter) {
     case kLeftFilter:
@@ -106,8 +106,7 @@ std::string SkylakeBlockName(std::uint32_t parameter) {
   }
 }
 
-std::vector<DecodedField> DecodeSkylakeBlock(std::uint32_t parameter,
-                                             std::span<const std::byte> block) {
+std::vector<DecodedField> DecodeBlock(std::uint32_t parameter, std::span<const std::byte> block) {
   if (const Block* controls = ControlBlock(parameter)) {
     if (block.size() != controls->size) return {};
     return intel::DecodeFields(controls->fields, block);

@@ -57,7 +57,7 @@ HRESULT SendCoefficients(SkylakeDriver& driver, const CoefficientWrite& coeffici
   for (std::size_t i = 0; i < coefficients.words.size(); ++i)
     StoreField(bytes, 4 * i, FieldType::I32, coefficients.words[i]);
   const HRESULT status = SendParameter(driver, coefficients.parameter, bytes, apply);
-  ReportOperation(SUCCEEDED(status), SkylakeBlockName(coefficients.parameter).c_str(), operation);
+  ReportOperation(SUCCEEDED(status), BlockName(coefficients.parameter).c_str(), operation);
   return status;
 }
 

@@ -1,6 +1,7 @@
 // Client of the Skylake driver's post-processing module, over kernel-streaming properties.
 #pragma once
 
+#include <boost/core/noncopyable.hpp>
 #include <memory>
 #include <optional>
 #include <span>
@@ -17,7 +18,7 @@ namespace orv::skylake {
 
 // All clients of the process pass parameter blocks through one buffer and are used under the lock
 // of WithDriverClients. Until an activation has succeeded every request fails.
-class KELAPOIntelDriverInterface_SKL final : public SkylakeDriver {
+class KELAPOIntelDriverInterface_SKL final : public SkylakeDriver, boost::noncopyable {
  public:
   // The status of GetAPIVersion and GetModuleInfo if the module is not known.
   static constexpr HRESULT kUnsuccessful = static_cast<HRESULT>(0xC0000001);
@@ -26,8 +27,6 @@ class KELAPOIntelDriverInterface_SKL final : public SkylakeDriver {
   KELAPOIntelDriverInterface_SKL(std::shared_ptr<Machine> machine,
                                  std::shared_ptr<NamedEvent> event);
   ~KELAPOIntelDriverInterface_SKL();
-  KELAPOIntelDriverInterface_SKL(const KELAPOIntelDriverInterface_SKL&) = delete;
-  KELAPOIntelDriverInterface_SKL& operator=(const KELAPOIntelDriverInterface_SKL&) = delete;
 
   // Finds the module of an active render endpoint; an empty identifier means the default endpoint.
   // Call it once only.

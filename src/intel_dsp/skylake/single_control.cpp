@@ -169,7 +169,7 @@ HRESULT ChangeBlock(SkylakeDriver& driver, const Target& target, const std::stri
 
 }  // namespace
 
-std::optional<SkylakeControlPlace> FindSkylakeControl(const std::string& control) {
+std::optional<SkylakeControlPlace> FindControl(const std::string& control) {
   const std::optional<Target> target = FindTarget(control);
   if (!target) return std::nullopt;
   return SkylakeControlPlace{target->block->parameter, target->field.offset};

@@ -24,7 +24,7 @@ struct SkylakeControlPlace {
   std::uint32_t parameter = 0;
   std::size_t offset = 0;
 };
-std::optional<SkylakeControlPlace> FindSkylakeControl(const std::string& control);
+std::optional<SkylakeControlPlace> FindControl(const std::string& control);
 
 // The writers return 0 or a positive status for success, a negative one for failure. What a writer
 // sent, or would have sent, stays in a cache of the process.
@@ -80,18 +80,14 @@ class KELAPOIntelDSP_SKL {
 
 // A block's name and its fields as text. Empty for an unknown parameter; no fields if the size is
 // not the block's.
-std::string SkylakeBlockName(std::uint32_t parameter);
-std::vector<DecodedField> DecodeSkylakeBlock(std::uint32_t parameter,
-                                             std::span<const std::byte> block);
+std::string BlockName(std::uint32_t parameter);
+std::vector<DecodedField> DecodeBlock(std::uint32_t parameter, std::span<const std::byte> block);
 
 }  // namespace orv::skylake
 
 namespace orv {
 
-using skylake::DecodeSkylakeBlock;
-using skylake::FindSkylakeControl;
 using skylake::KELAPOIntelDSP_SKL;
-using skylake::SkylakeBlockName;
 using skylake::SkylakeImage;
 
 }  // namespace orv

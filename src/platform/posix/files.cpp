@@ -4,6 +4,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
+#include <boost/core/noncopyable.hpp>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -27,7 +28,7 @@ std::string StateOf(const struct stat& file) {
 }
 
 // A file that is deleted with this object unless it has replaced its target.
-class TemporaryFile {
+class TemporaryFile : boost::noncopyable {
  public:
   TemporaryFile(const std::filesystem::path& target, Writers writers)
       : path_(TemporaryPath(target, writers)) {
@@ -37,8 +38,6 @@ class TemporaryFile {
   ~TemporaryFile() {
     if (file_) ::unlink(path_.c_str());
   }
-  TemporaryFile(const TemporaryFile&) = delete;
-  TemporaryFile& operator=(const TemporaryFile&) = delete;
 
   // Each step returns the error number, 0 for success.
   int Fill(std::string_view content, const std::filesystem::path& model) noexcept {

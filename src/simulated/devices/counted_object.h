@@ -1,5 +1,5 @@
-// What the COM objects of the simulated machine share: operations that fail on demand, and copies
-// in task memory, which the caller frees.
+// What the COM objects of the simulated machine share: operations that fail on demand, copies in
+// task memory, which the caller frees, and what none of them offers.
 #pragma once
 
 #include <algorithm>
@@ -8,7 +8,9 @@
 #include <utility>
 
 #include "platform/com_object.h"
+#include "platform/device_topology.h"
 #include "platform/guard.h"
+#include "platform/multimedia.h"
 #include "simulated/description/fault_plan.h"
 
 namespace orv {
@@ -53,5 +55,28 @@ inline HRESULT CopyTaskText(const std::wstring& text, LPWSTR* copy) noexcept {
   *copy = TaskCopy(text.c_str(), text.size() + 1);
   return *copy == nullptr ? E_OUTOFMEMORY : S_OK;
 }
+
+// Devices of a simulated machine come and go without a notice.
+class DeviceEnumeratorBase : public CountedObject<IMMDeviceEnumerator> {
+ public:
+  HRESULT STDMETHODCALLTYPE RegisterEndpointNotificationCallback(IMMNotificationClient*) override {
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE
+  UnregisterEndpointNotificationCallback(IMMNotificationClient*) override {
+    return E_NOTIMPL;
+  }
+};
+
+// Filters have properties only.
+class KsControlBase : public CountedObject<IKsControl> {
+ public:
+  HRESULT STDMETHODCALLTYPE KsMethod(KSIDENTIFIER*, ULONG, void*, ULONG, ULONG*) override {
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE KsEvent(KSIDENTIFIER*, ULONG, void*, ULONG, ULONG*) override {
+    return E_NOTIMPL;
+  }
+};
 
 }  // namespace orv

@@ -144,7 +144,7 @@ class DeviceCollection final : public CountedObject<IMMDeviceCollection> {
   std::shared_ptr<FaultPlan> faults_;
 };
 
-class DeviceEnumerator final : public CountedObject<IMMDeviceEnumerator> {
+class DeviceEnumerator final : public DeviceEnumeratorBase {
  public:
   explicit DeviceEnumerator(std::shared_ptr<SimulatedDevices> devices)
       : devices_(std::move(devices)) {}
@@ -190,15 +190,6 @@ class DeviceEnumerator final : public CountedObject<IMMDeviceEnumerator> {
       }
       return OpenAdapterDevice(devices_, id, device);
     });
-  }
-
-  // Devices of a simulated machine come and go without a notice.
-  HRESULT STDMETHODCALLTYPE RegisterEndpointNotificationCallback(IMMNotificationClient*) override {
-    return E_NOTIMPL;
-  }
-  HRESULT STDMETHODCALLTYPE
-  UnregisterEndpointNotificationCallback(IMMNotificationClient*) override {
-    return E_NOTIMPL;
   }
 
  private:

@@ -208,7 +208,7 @@ class Topology final : public CountedObject<IDeviceTopology> {
 
 IDeviceTopology* MakeTopology(DevicePlace place) { return new Topology(std::move(place)); }
 
-class FilterControl final : public CountedObject<IKsControl> {
+class FilterControl final : public KsControlBase {
  public:
   explicit FilterControl(DevicePlace place) : place_(std::move(place)) {}
 
@@ -221,12 +221,6 @@ class FilterControl final : public CountedObject<IKsControl> {
                                    {reinterpret_cast<const std::byte*>(property), property_size},
                                    {static_cast<std::byte*>(data), data_size}, *returned);
     });
-  }
-  HRESULT STDMETHODCALLTYPE KsMethod(KSIDENTIFIER*, ULONG, void*, ULONG, ULONG*) override {
-    return E_NOTIMPL;
-  }
-  HRESULT STDMETHODCALLTYPE KsEvent(KSIDENTIFIER*, ULONG, void*, ULONG, ULONG*) override {
-    return E_NOTIMPL;
   }
 
  private:

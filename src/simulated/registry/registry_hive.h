@@ -2,6 +2,7 @@
 // kept in step with the machine's registry file when there is one.
 #pragma once
 
+#include <boost/core/noncopyable.hpp>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -24,12 +25,10 @@ struct RegistryEdit {
   bool changed = false;  // set by `apply` as soon as there is something to write or undo
 };
 
-class RegistryHive {
+class RegistryHive : boost::noncopyable {
  public:
   explicit RegistryHive(std::shared_ptr<FaultPlan> faults);
   ~RegistryHive();
-  RegistryHive(const RegistryHive&) = delete;
-  RegistryHive& operator=(const RegistryHive&) = delete;
 
   // Keeps the hive in a folder's registry file from now on. Returns false, with the reason, if the
   // file is refused; the hive is then of no use.
