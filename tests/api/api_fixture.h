@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <boost/core/noncopyable.hpp>
 #include <fstream>
 #include <string>
 
@@ -59,10 +60,6 @@ inline constexpr char kTwoModes[] = R"(<orv_configuration>
 inline constexpr wchar_t kMovie[] = L"ApoOpMode:Movie/Internal";
 inline constexpr wchar_t kMusic[] = L"ApoOpMode:Music/Internal";
 
-inline void ExpectLines(const DiagnosticLog& log, std::initializer_list<const wchar_t*> lines) {
-  for (const wchar_t* line : lines) EXPECT_TRUE(log.Contains(line)) << Utf8FromWide(line);
-}
-
 // Takes the text and frees it.
 inline std::wstring TakeText(BSTR text) {
   const std::wstring result = text != nullptr ? std::wstring(text, SysStringLen(text)) : L"(null)";
@@ -71,12 +68,10 @@ inline std::wstring TakeText(BSTR text) {
 }
 
 // An in-parameter.
-class Bstr {
+class Bstr : boost::noncopyable {
  public:
   explicit Bstr(const std::wstring& text) : text_(SysAllocString(text.c_str())) {}
   ~Bstr() { SysFreeString(text_); }
-  Bstr(const Bstr&) = delete;
-  Bstr& operator=(const Bstr&) = delete;
   operator BSTR() const { return text_; }
 
  private:

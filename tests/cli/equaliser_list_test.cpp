@@ -113,51 +113,6 @@ TEST(BandFit, BandsHaveTheCurvesOfTheList) {
   EXPECT_EQ(Fit(Filter(ListFilterType::LowShelf, 80, 6, std::numbers::sqrt2 / 2), misfits).q, 100);
 }
 
-TEST(BandFit, WhatDoesNotFitIsListedWithItsSize) {
-  std::vector<Misfit> misfits;
-  ListFilter off = Filter(ListFilterType::Peaking, 500, 40, 1);
-  off.on = false;
-  const std::vector<BandValues> bands = FitFilters(
-      {Filter(ListFilterType::Peaking, 5, 30, 90), off, Filter(ListFilterType::HighPass, 20, 0, {}),
-       Filter(ListFilterType::LowShelf, 90, 1, {})},
-      {kRanges, kRanges}, {{true, 0, 1, 1, 1}, {true, 0, 1, 1, 1}}, misfits);
-  EXPECT_EQ(bands[0], (BandValues{true, kPeakingBand, 20, 240, 1000}));
-  EXPECT_FALSE(bands[1].enabled);
-  EXPECT_EQ(bands[1].gain, 0);
-  ASSERT_EQ(misfits.size(), 5U);
-  EXPECT_EQ(misfits[1].reason, "Gain 30 dB becomes 24 dB, off by -6 dB");
-  EXPECT_EQ(misfits[2].what, "Q");
-  EXPECT_EQ(misfits[3].what, "HPQ");
-  EXPECT_EQ(misfits[4].what, "LSC");
-}
-
-TEST(BandFit, HighPassFiltersAreOneButterworthFilterOrDoNotFit) {
-  const auto high_pass = [](double frequency, std::optional<double> q) {
-    return Filter(ListFilterType::HighPass, frequency, 0, q);
-  };
-  const struct {
-    std::vector<ListFilter> filters;
-    std::int32_t frequency;
-    std::int32_t order;  // 0 if the filters do not fit
-    const char* misfit;
-  } cases[] = {{{high_pass(80, {})}, 80, 2, ""},
-               {{high_pass(150, 1.31), high_pass(150, 0.54)}, 150, 4, ""},
-               {{high_pass(5000, {})}, 2000, 2, "Fc 5000 Hz becomes 2000 Hz, off by -3000 Hz"},
-               {{high_pass(80, 1)}, 0, 0, "HPQ is not a high-pass that the mode has"},
-               {{high_pass(150, 1.31), high_pass(140, 0.54)}, 0, 0, "HPQ is not"},
-               {std::vector(6, high_pass(80, {})), 0, 0, "HPQ is not"}};
-  for (const auto& one : cases) {
-    std::vector<Misfit> misfits;
-    const auto fitted = FitHighPass(one.filters, kHighPass, misfits);
-    EXPECT_EQ(fitted ? fitted->frequency : 0, one.frequency);
-    EXPECT_EQ(fitted ? fitted->order : 0, one.order) << one.misfit;
-    EXPECT_EQ(misfits.empty(), *one.misfit == 0);
-    if (!misfits.empty()) {
-      EXPECT_EQ(misfits[0].reason.rfind(one.misfit, 0), 0U) << misfits[0].reason;
-    }
-  }
-}
-
 TEST(BandFit, EveryBandThatIsAFilterComesBackFromItsList) {
   for (const std::int32_t type : {kPeakingBand, kLowShelfBand, kHighShelfBand}) {
     for (const std::int32_t frequency : {20, 997, 19999}) {

@@ -6,6 +6,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <boost/core/noncopyable.hpp>
 #include <csignal>
 #include <cstring>
 
@@ -17,18 +18,8 @@
 namespace orv::cli {
 namespace {
 
-constexpr char kSpeakers[] = "{0.0.0.00000000}.{7d3c1f5a-2b84-4e0e-9c61-5f1e0a9b3d21}";
-
-// Replaces the last member, "playback", by other members.
-void ReplacePlayback(const ProgramOnMachine& program, const std::string& members) {
-  const auto file = program.machine() / "machine.json";
-  std::string text = FileText(file);
-  text.resize(text.rfind("\"playback\""));
-  WriteText(file, text + members + "}");
-}
-
 // A terminal with orvctl running in it.
-class LiveProgram {
+class LiveProgram : boost::noncopyable {
  public:
   LiveProgram(const ProgramOnMachine& program, const Arguments& arguments,
               const std::string& before = "TERM=xterm exec", const std::string& after = "") {
@@ -49,8 +40,6 @@ class LiveProgram {
     }
     close(terminal_);
   }
-  LiveProgram(const LiveProgram&) = delete;
-  LiveProgram& operator=(const LiveProgram&) = delete;
 
   // What appears up to and with this text; everything up to the end when it does not come.
   std::string ReadUntil(const std::string& text) {
@@ -86,26 +75,6 @@ class LiveProgram {
   pid_t process_ = -1;
   termios before_{};
 };
-
-TEST(OrvctlAnalyse, OneReadingReportsTheLevelsAndNullForSilence) {
-  const ProgramOnMachine program;
-  ReplacePlayback(program, std::string(R"("playback": {"clock": "on_demand", "endpoints": [
-      {"endpoint": ")") + kSpeakers +
-                               R"(", "packets": {"frames": 1024}, "sounds": [
-      {"kind": "tone", "channel": 0, "frequency": 750, "phase": 90, "level": -20}]}]})");
-  const Json reading = program.Answer({"analyse", "0", "--once", "--frequencies", "782,23966"});
-  ASSERT_EQ(reading["peaks"].size(), 8U);
-  EXPECT_NEAR(reading["peaks"][0].get<double>(), -20, 0.01);
-  for (std::size_t c = 1; c < 8; ++c) EXPECT_TRUE(reading["peaks"][c].is_null());
-  ASSERT_EQ(reading["spectrum"].size(), 4U);
-  const Json& tone = reading["spectrum"][0];
-  EXPECT_EQ(Keys(tone), (std::vector<std::string>{"channel", "frequency", "db"}));
-  EXPECT_EQ(tone["frequency"], 782);
-  EXPECT_NEAR(tone["db"].get<double>(), -10.66, 0.01) << "0.1 / 2 x 48000 / 8192";
-  EXPECT_LT(reading["spectrum"][1]["db"].get<double>(), -100);
-  EXPECT_EQ(reading["spectrum"][2]["channel"], 1);
-  EXPECT_TRUE(reading["spectrum"][2]["db"].is_null());
-}
 
 TEST(OrvctlAnalyse, WithoutATerminalItPrintsPlainLines) {
   const ProgramOnMachine program;

@@ -42,17 +42,6 @@ TEST(OrvctlResponse, DspCurveFollowsThePushAndNotTheModeAfterIt) {
   EXPECT_LT(std::abs(after["quantising_error"]["db"].get<double>()), 0.01);
 }
 
-TEST(OrvctlResponse, FiltersThatAreOffAreLeftOutAndNamed) {
-  const ProgramOnMachine program;
-  for (const char* name : {"VQ3D-HPF Enable", "VQ3D-AEQ Enable", "VQ3D-DPHD Enable"})
-    program.Answer({"set", "0", name, "0"});
-  const Json response = program.Answer({"response", "0"});
-  const Json chain = FilterOf(response, "High-pass and equaliser", "left and right");
-  EXPECT_EQ(At(chain, 20)["quantised"]["db"], 0);
-  EXPECT_EQ(At(chain, 20)["ideal"]["db"], 0);
-  EXPECT_NE(response["notes"].dump().find("VQ3D-AEQ Enable"), std::string::npos);
-}
-
 // What the designs of the component, decoded from the planned blocks, have to agree with.
 TEST(OrvctlResponse, EveryFilterOfEveryMachineAgreesWithItsDesign) {
   for (const char* sample : {"skylake-laptop", "broadwell-ultrabook", "qualcomm-tablet"}) {
@@ -71,44 +60,6 @@ TEST(OrvctlResponse, EveryFilterOfEveryMachineAgreesWithItsDesign) {
     }
     EXPECT_GT(filters, 5U) << sample;
   }
-}
-
-TEST(OrvctlEq, ImportOfAnExportChangesNothing) {
-  for (const char* sample : {"skylake-laptop", "broadwell-ultrabook", "qualcomm-tablet"}) {
-    const ProgramOnMachine program(sample);
-    const std::string file = program.File("list.txt");
-    for (const Json& mode : program.Answer({"modes", "0"})) {
-      program.Answer({"eq", "0", "export", "--mode", mode["name"], "--output", file});
-      const Json import = program.Answer({"eq", "0", "import", file, "--mode", mode["name"]});
-      EXPECT_EQ(import["changes"], Json::array()) << sample << mode << FileText(file);
-    }
-  }
-}
-
-TEST(OrvctlEq, ImportStoresReadsBackAndPushes) {
-  const ProgramOnMachine program;
-  const std::string file = program.File("list.txt");
-  WriteText(file, "Preamp: -4.5 dB\nFilter 1: ON PK Fc 1000 Hz Gain 30 dB Q 2\n");
-  const Json plan = program.Answer({"eq", "0", "export"});
-  const Arguments import = {"--json", "eq", "0", "import", file};
-  Arguments dry = import;
-  dry.emplace_back("--dry-run");
-  EXPECT_EQ(program.Run(dry).status, 3);
-  EXPECT_EQ(program.Answer({"eq", "0", "export"}), plan);
-  Arguments push = import;
-  push.emplace_back("--push");
-  const Result result = program.Run(push);
-  EXPECT_EQ(result.status, 3);
-  EXPECT_EQ(result.json()["misfits"][0]["set"], 24);
-  EXPECT_EQ(result.json()["push"]["verdict"], "verified");
-  EXPECT_EQ(result.json()["preamp"]["set_db"], -4.5);
-  const Json filters = program.Answer({"eq", "0", "export", "--channel", "right"})["filters"];
-  EXPECT_EQ(filters[0]["gain_db"], 24);
-  EXPECT_NEAR(filters[0]["q"].get<double>(), 2, 0.02);
-  for (std::size_t i = 1; i < filters.size(); ++i) EXPECT_EQ(filters[i]["on"], false);
-  const Json chain =
-      FilterOf(program.Answer({"response", "0"}), "High-pass and equaliser", "left and right");
-  EXPECT_NEAR(At(chain, 1000)["dsp"]["db"].get<double>(), 24, 0.3);
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include <boost/core/noncopyable.hpp>
 #include <csignal>
 #include <cstdio>
 
@@ -9,7 +10,7 @@ namespace {
 
 // `orvctl watch` in a process of its own; its lines arrive as they are printed. Every reading ends
 // at the latest when the program's own time is over.
-class Watcher {
+class Watcher : boost::noncopyable {
  public:
   Watcher(const ProgramOnMachine& program, Arguments arguments) {
     arguments.insert(arguments.end(), {"--for", "60"});
@@ -23,8 +24,6 @@ class Watcher {
   ~Watcher() {
     if (pipe_ != nullptr) End();
   }
-  Watcher(const Watcher&) = delete;
-  Watcher& operator=(const Watcher&) = delete;
 
   std::string Line() {
     std::string line;

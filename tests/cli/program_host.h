@@ -1,6 +1,7 @@
 // How orvctl runs on the system of the tests.
 #pragma once
 
+#include <boost/core/noncopyable.hpp>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -22,13 +23,11 @@ int RunOrvctl(const Arguments& arguments, const StreamFiles& streams);
 
 // Makes the machine ready that the component works on, with the configuration of the sample
 // "skylake-laptop" and the technology library for its first endpoint, and leaves nothing behind.
-class ComponentMachine {
+class ComponentMachine : boost::noncopyable {
  public:
   // A simulated machine is in `folder`.
   explicit ComponentMachine(const std::filesystem::path& folder);
   ~ComponentMachine();
-  ComponentMachine(const ComponentMachine&) = delete;
-  ComponentMachine& operator=(const ComponentMachine&) = delete;
 
   const Arguments& options() const noexcept { return options_; }  // that name it to orvctl
 

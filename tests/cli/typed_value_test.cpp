@@ -34,40 +34,6 @@ TEST(TypedValue, StandsForAStoredNumber) {
   EXPECT_EQ(ReadRawValue(kGain, "-=3"), -28);
 }
 
-TEST(TypedValue, RefusalNamesWhatIsExpected) {
-  const struct {
-    const ValueForm& form;
-    const char* text;
-    const char* reason;
-  } cases[] = {
-      {kGain, "-6", "write -6dB for -6.0 dB, or --raw -6 for -0.6 dB."},
-      {kGain, "-=3", "write -=3dB for 3.0 dB, or --raw -=3 for 0.3 dB."},
-      {kLevel, "1,000", "expected a number in %"},
-      {kQuality, "2", "write 2.0 for 2.00, or --raw 2 for 0.02."},
-      {kGain, "-3.55 dB", "is between two steps of \"Gain\": -3.6 dB and -3.5 dB."},
-      {kGain, "3 Hz", "expected a number in dB, for example -2.5 dB."},
-      {kGain, "", "expected a number in dB"},
-      {kGain, "dB", "expected a number in dB"},
-      {kGain, "1.2.3", "expected a number in dB"},
-      {kGain, "9e9", "expected a number in dB"},
-      {kQuality, "nan", "expected a number, for example 1.20."},
-      {kCorner, "3000000000", "3000000000 Hz does not fit into \"Corner\"."},
-      {kLevel, "99999999999999999999", "expected a number in %"},
-      {kEnable, "onn", "expected a choice's position or one of\n  Disabled\n  Enabled."},
-      {kMode, "on", "expected a choice's position"},
-      {kMode, "neat", "Did you mean \"Near\"?"},
-      {{.name = "Text"}, "+=1", "\"Text\" holds no number that +=1 could change."},
-  };
-  for (const auto& each : cases) {
-    try {
-      ADD_FAILURE() << each.text << " is read as " << ReadTypedValue(each.form, each.text);
-    } catch (const Failure& failure) {
-      EXPECT_EQ(failure.exit_status(), kUsage);
-      EXPECT_NE(std::string(failure.what()).find(each.reason), std::string::npos) << failure.what();
-    }
-  }
-}
-
 TEST(TypedValue, IsShownWithTheDecimalsAndTheUnitOfItsControl) {
   const struct {
     const char* name;

@@ -14,7 +14,6 @@ using testing::ElementsAre;
 using testing::Field;
 using testing::Pair;
 using testing::StrEq;
-using testing::UnorderedElementsAre;
 
 constexpr char kMovieKey[] =
     "<control name='ZAPO3-Operating Mode'>Movie</control>"
@@ -217,31 +216,6 @@ TEST(ConfigurationReader, FindingsHaveLinesAndErrorsAreThoseOfTheStatus) {
                   finding("no-modes", 0, Warning)));
   EXPECT_THAT(Read("<x>").codes(), ElementsAre("parse-error"));
   EXPECT_THAT(Read(InRoot("<a/>")).codes(), Contains("no-properties"));
-}
-
-TEST(ConfigurationReader, ObserverReceivesDoubtfulContent) {
-  const std::string mode =
-      std::string("<operating_mode auto_mic='true'>") + kMovieKey + "</operating_mode>";
-  EXPECT_THAT(Read(InRoot("<properties><control name='ZAPO3-Operating Mode' x=''>Game</control>"
-                          "<control name='ZAPO3-Speaker Type'>Internal</control></properties>" +
-                          mode + mode))
-                  .codes(),
-              ElementsAre("unknown-attribute", "duplicate-mode", "duplicate-auto-mic",
-                          "default-mode-missing"));
-  EXPECT_THAT(
-      Read(WithMode("<control>1</control><control name='n'/><control name='d'>1</control>"
-                    "<control name='d' public='yes'>2</control><control name='d' "
-                    "public='true'>3</control>"
-                    "<control name='ZAPO3-Speaker Type' public='true'>x</control>"
-                    "<chain input='Quad' type='both' color='red'/>"
-                    "<chain_v2 position='MFX'><process/></chain_v2><chain_v2 position='mfx'/>"))
-          .codes(),
-      UnorderedElementsAre("control-without-name", "control-without-text", "unknown-flag",
-                           "duplicate-control", "control-public-and-private", "key-control-public",
-                           "control-public-and-private", "unknown-layout", "unknown-chain-type",
-                           "unknown-attribute", "chain-without-process", "chain-location",
-                           "process-without-tech-id", "chain-without-process", "unknown-position",
-                           "chain-without-process"));
 }
 
 TEST(ModeKey, IsValidWhenBothTextsDifferFromTheirDefaults) {

@@ -116,8 +116,7 @@ TEST_F(IntelDspTest, WholeModeIsReadBackAndVerified) {
   }
   EXPECT_EQ(Write(dsp, SkylakeMode()), E_FAIL);
   EXPECT_EQ(Signals(), 1U);
-  for (const wchar_t* line : {L"| i=136, 0x01, 0x00\n", L"| i=192, 0x0f8, 0x0f9\n"})
-    EXPECT_EQ(log_.Count(line), 1U) << line;
+  ExpectEachOnce(log_, {L"| i=136, 0x01, 0x00\n", L"| i=192, 0x0f8, 0x0f9\n"});
   EXPECT_EQ(log_.Count(L"| i="), 2U);
 }
 
@@ -136,8 +135,7 @@ TEST_F(IntelDspTest, RefusedBlockDoesNotHoldUpTheOthers) {
   LONG enabled = 1;
   EXPECT_EQ(Get(dsp, "VQ3D-Process Enable", enabled), S_OK);
   EXPECT_EQ(enabled, 0);
-  for (const wchar_t* line : {L"OK: PP FW Status: Disabled", L"OK: PP Module Status: Disabled"})
-    EXPECT_EQ(log_.Count(line), 1U) << line;
+  ExpectEachOnce(log_, {L"OK: PP FW Status: Disabled", L"OK: PP Module Status: Disabled"});
   EXPECT_EQ(Get(dsp, "VQ3D-Master Volume Enable", enabled), E_NOTIMPL);
   EXPECT_EQ(dsp->put_APOEnable(1, 0), S_OK);
   EXPECT_EQ(machine_->ReceivedRecords().back().selector, 0U);

@@ -94,11 +94,9 @@ TEST_F(SkylakeControls, FailedReadLeavesTheListAndRefusedWriteDoesNot) {
   EXPECT_EQ(Change("DPHD Level", 10), kRefusal);
   EXPECT_EQ(Change("EVolHD LKFS", -7), kRefusal);
   EXPECT_EQ(Change("GEQ Input Gain", 0), kRefusal);
-  for (const wchar_t* line :
-       {L"Error: [VQ3D-DPHD Level] set aborted. DSP GetParameter() failed.",
-        L"Error: [VQ3D-EVolHD LKFS] set failed. DSP GetParameter() failed.",
-        L"Error: [Advance Gain Controls] set aborted. DSP GetParameter() failed."})
-    EXPECT_EQ(log_.Count(line), 1U) << line;
+  ExpectEachOnce(log_, {L"Error: [VQ3D-DPHD Level] set aborted. DSP GetParameter() failed.",
+                        L"Error: [VQ3D-EVolHD LKFS] set failed. DSP GetParameter() failed.",
+                        L"Error: [Advance Gain Controls] set aborted. DSP GetParameter() failed."});
   EXPECT_EQ(Listed("DPHD Level"), PlainMode().at("VQ3D-DPHD Level"));
   AllDoWell();
   Refuse(Direction::Set, 4);

@@ -89,14 +89,13 @@ TEST_F(QualcommDspTest, WriteIsReported) {
                    {"QUMEDIA-DPHD Speaker Audio Custom Size", -185},
                    {"QUMEDIA-DPHD Speaker Analysis Custom Size", 165}}),
             S_OK);
-  for (const wchar_t* line : {L"| CORVAPOQCDSP::Init | CORVAPOQCDSP::init\n",
-                              L"| CORVAPOQCDSP::Init | Got MMDevice pointer 0x",
-                              L"| CORVAPOQCDSP::WriteControls | Added QUMEDIA-Main Tech\n",
-                              L"| CORVAPOQCDSP::WriteWIDHDControlsToQCDriver | WIDHD DP Analysis: "
-                              L"165, DP Audio: -185\n",
-                              L"| CORVAPOQCDSP::WriteMXHPControlsToQCDriver | MXHP DP Analysis: "
-                              L"165, DP Audio: -185\n"})
-    EXPECT_EQ(log.Count(line), 1U) << testing::PrintToString(line);
+  ExpectEachOnce(log, {L"| CORVAPOQCDSP::Init | CORVAPOQCDSP::init\n",
+                       L"| CORVAPOQCDSP::Init | Got MMDevice pointer 0x",
+                       L"| CORVAPOQCDSP::WriteControls | Added QUMEDIA-Main Tech\n",
+                       L"| CORVAPOQCDSP::WriteWIDHDControlsToQCDriver | WIDHD DP Analysis: "
+                       L"165, DP Audio: -185\n",
+                       L"| CORVAPOQCDSP::WriteMXHPControlsToQCDriver | MXHP DP Analysis: "
+                       L"165, DP Audio: -185\n"});
 }
 
 TEST_F(QualcommDspTest, BlocksThatTheModeLacksAreNotSent) {

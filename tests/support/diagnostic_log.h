@@ -1,8 +1,11 @@
 // The diagnostic lines reported while this object lives.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstddef>
+#include <initializer_list>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -35,5 +38,12 @@ class DiagnosticLog {
     lines_.emplace_back(line);
   }};
 };
+
+inline void ExpectLines(const DiagnosticLog& log, std::initializer_list<const wchar_t*> texts) {
+  for (const wchar_t* text : texts) EXPECT_TRUE(log.Contains(text)) << testing::PrintToString(text);
+}
+inline void ExpectEachOnce(const DiagnosticLog& log, std::initializer_list<const wchar_t*> texts) {
+  for (const wchar_t* text : texts) EXPECT_EQ(log.Count(text), 1U) << testing::PrintToString(text);
+}
 
 }  // namespace orv

@@ -10,7 +10,6 @@ namespace {
 struct Plan {
   bool active = false;
   std::size_t nth = 0;
-  FailingAllocations::Span span = FailingAllocations::Span::Once;
   std::size_t count = 0;
   bool failed = false;
 };
@@ -21,9 +20,7 @@ constinit thread_local Plan plan;
 bool Due() noexcept {
   if (!plan.active) return false;
   ++plan.count;
-  const bool due = plan.nth != 0 &&
-                   (plan.count == plan.nth ||
-                    (plan.count > plan.nth && plan.span == FailingAllocations::Span::FromThenOn));
+  const bool due = plan.count == plan.nth;
   plan.failed = plan.failed || due;
   return due;
 }
@@ -46,9 +43,7 @@ void* OrThrow(void* memory) {
 
 }  // namespace
 
-FailingAllocations::FailingAllocations(std::size_t nth, Span span) noexcept {
-  plan = {true, nth, span, 0, false};
-}
+FailingAllocations::FailingAllocations(std::size_t nth) noexcept { plan = {true, nth, 0, false}; }
 FailingAllocations::~FailingAllocations() { plan = {}; }
 std::size_t FailingAllocations::count() const noexcept { return plan.count; }
 bool FailingAllocations::failed() const noexcept { return plan.failed; }

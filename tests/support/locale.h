@@ -1,17 +1,16 @@
 // A character locale for the length of a test.
 #pragma once
 
+#include <boost/core/noncopyable.hpp>
 #include <clocale>
 #include <string>
 
 namespace orv {
 
-class Locale {
+class Locale : boost::noncopyable {
  public:
   explicit Locale(const char* name) { known = std::setlocale(LC_CTYPE, name) != nullptr; }
   ~Locale() { std::setlocale(LC_CTYPE, before_.c_str()); }
-  Locale(const Locale&) = delete;
-  Locale& operator=(const Locale&) = delete;
   bool known = false;  // an unknown name changes nothing
 
  private:

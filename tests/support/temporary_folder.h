@@ -1,6 +1,7 @@
 // A folder that exists as long as this object.
 #pragma once
 
+#include <boost/core/noncopyable.hpp>
 #include <filesystem>
 #include <random>
 #include <string>
@@ -8,7 +9,7 @@
 
 namespace orv {
 
-class TemporaryFolder {
+class TemporaryFolder : boost::noncopyable {
  public:
   TemporaryFolder() {
     std::random_device random;
@@ -20,8 +21,6 @@ class TemporaryFolder {
     std::error_code ignored;
     std::filesystem::remove_all(path_, ignored);
   }
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
   const std::filesystem::path& path() const noexcept { return path_; }
 
