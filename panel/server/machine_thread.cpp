@@ -80,13 +80,16 @@ class MachineThread::Desk {
     const Clock::time_point now = Clock::now();
     if (entry.until == Clock::time_point()) entry.until = now + lock_limit;
     if (job.work.changes && changed_.Wait(milliseconds(0))) watcher_.FindChanges();
+    const auto name_endpoint = [&] {
+      if (entry.endpoint.empty()) entry.endpoint = runner_.EndpointOf(job.work);
+    };
     if (job.work.changes && !orders.waiting_for.empty()) {
-      entry.endpoint = runner_.EndpointOf(job.work);
+      name_endpoint();
       if (orders.waiting_for.contains(entry.endpoint)) return false;
     }
     const std::optional<Answer> answer = runner_.Run(job.work, now < entry.until);
     if (!answer) {
-      entry.endpoint = runner_.EndpointOf(job.work);
+      name_endpoint();
       return false;
     }
     job.answer(*answer);
