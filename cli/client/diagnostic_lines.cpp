@@ -6,6 +6,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 
 #include "cli/client/host.h"
 #include "cli/show/clock.h"
@@ -16,7 +17,19 @@ namespace {
 
 // A thread that the component terminates may have held the lock for ever; lines go on without it.
 constexpr std::chrono::milliseconds kPatience{200};
-std::timed_mutex g_lock;
+// Waits in steps: the thread sanitizer does not follow the waiting of std::timed_mutex.
+class Lock : public std::mutex {
+ public:
+  bool try_lock_for(std::chrono::milliseconds limit) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!try_lock()) {
+      if (std::chrono::steady_clock::now() >= end) return false;
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+  }
+};
+Lock g_lock;
 Diagnostics g_diagnostics = Diagnostics::None;
 bool g_keeping = false;
 std::string g_kept;
