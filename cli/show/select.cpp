@@ -121,12 +121,12 @@ std::size_t SelectOrFail(const std::vector<std::string>& names, std::string_view
   if (!positions.empty()) FailAsAmbiguous(names, positions, text, kind);
   std::string message =
       fmt::format("no {} named \"{}\".{}", kind, Excerpt(text), Suggestion(names, text));
-  if (names.size() <= kMostListed && !names.empty()) message += KnownNames(names);
+  if (names.size() <= kMostListed) message += KnownNames(names);
   UsageFailure(message);
 }
 
 std::string KnownNames(const std::vector<std::string>& names) {
-  return fmt::format("\nKnown:\n  {}", fmt::join(names, "\n  "));
+  return names.empty() ? "" : fmt::format("\nKnown:\n  {}", fmt::join(names, "\n  "));
 }
 
 int ParseChoice(const std::vector<std::string>& names, const std::string& text,

@@ -41,7 +41,7 @@ std::string Suggestion(const std::vector<std::string>& names, std::string_view t
 std::size_t SelectOrFail(const std::vector<std::string>& names, std::string_view text,
                          const std::string& kind, Naming naming = Naming::ByPart);
 
-// "\nKnown:" and a line for each name.
+// "\nKnown:" and a line for each name; empty if there is none.
 std::string KnownNames(const std::vector<std::string>& names);
 // Position of the thing that the text names or numbers. Throws a usage failure that lists both
 // otherwise.

@@ -36,8 +36,16 @@ std::size_t Width(char32_t point) {
   return Contains(kDoubleWidth, point) ? 2 : 1;
 }
 
-// Where the piece of a line ends that may not be broken: a word, words that are one path with
-// blanks in it (two neighbours with the same slash), a command up to the end of the line.
+bool IsNumberWithUnit(std::string_view word, std::string_view next) {
+  constexpr std::string_view kUnits[] = {"dB", "%", "Hz", "kHz", "ms"};
+  const std::string_view unit = next.substr(0, next.find_first_of(".,;:)\x1b"));
+  return !word.empty() && word.back() >= '0' && word.back() <= '9' &&
+         std::ranges::find(kUnits, unit) != std::end(kUnits);
+}
+
+// Where the piece of a line ends that may not be broken: a word, a number with its unit, words that
+// are one path with blanks in it (two neighbours with the same slash), a command up to the end of
+// the line.
 std::size_t EndOfPiece(std::string_view line, std::size_t begin) {
   const bool may_be_command =
       line.find_first_not_of(' ') == begin || (begin >= 2 && line.substr(begin - 2, 2) == ": ");
@@ -52,7 +60,7 @@ std::size_t EndOfPiece(std::string_view line, std::size_t begin) {
     const auto is_in_both = [&](char slash) {
       return word.find(slash) != word.npos && next.find(slash) != next.npos;
     };
-    if (!is_in_both('\\') && !is_in_both('/')) break;
+    if (!is_in_both('\\') && !is_in_both('/') && !IsNumberWithUnit(word, next)) break;
     word = next;
     end += 1 + next.size();
   }

@@ -20,8 +20,9 @@ std::string Printable(std::string_view utf8);
 std::vector<std::string> Wrapped(std::string_view utf8, std::size_t width);
 
 // The text with each line that is wider than `columns` broken at blanks, its further lines indented
-// as it is. A path, and a command to paste ("...: orvctl doctor"), stays in one piece, whatever its
-// width. Sequences that choose a colour have no width. 0 columns: the text as it is.
+// as it is. A path, a number with its unit, and a command to paste ("...: orvctl doctor"), stays in
+// one piece, whatever its width. Sequences that choose a colour have no width. 0 columns: the text
+// as it is.
 std::string Folded(std::string_view text, std::size_t columns);
 
 enum class Align { Left, Right };

@@ -24,7 +24,8 @@
 // enumerates endpoints. Of the other classes clients create at most KELAPOIntelDSP, which works on
 // the default endpoint then. ORVAPOCOMControl, ORVAPOConfigEnumerator, ORVAPOConfigProperty and
 // ORVAPOQCDSP can be created too, but an object that no other has handed out has nothing to work
-// on: its operations give E_UNEXPECTED, WriteControls of ORVAPOQCDSP gives E_NOTIMPL.
+// on: its operations give E_UNEXPECTED; those of ORVAPOQCDSP keep the form factor, and
+// WriteControls gives E_NOTIMPL.
 #pragma once
 
 #include "orv_apo/com.h"
@@ -124,17 +125,18 @@ struct IORVAPOControl : IUnknown {
   // the control or gives no range.
   virtual HRESULT STDMETHODCALLTYPE get_MinValue(LONG* minimum) = 0;
   virtual HRESULT STDMETHODCALLTYPE get_MaxValue(LONG* maximum) = 0;
-  // For a control with choices the position of the choice, from 0, otherwise the number; -1 for a
-  // stored text that is neither. A control with choices that is configured by a number is read as a
-  // number: -1 after put has stored a choice. get answers what the mode object holds: the public
-  // controls as last read or written, or the defaults of all controls after a default list was
-  // asked for (IORVOperatingMode). E_FAIL if it does not hold this control. put does not check the
-  // range, and stores the whole mode as the mode object last read it: what others have changed
-  // since then is overwritten. Ask the mode for a control enumerator first if others write too.
-  // E_FAIL if the mode does not hold the control or could not be stored; in the latter case the
-  // mode object answers the new value and stores it with the next put, unless a control enumerator
-  // is asked for in between and finds that something is stored for the mode. The next put may also
-  // store a value whose put gave E_OUTOFMEMORY.
+  // For a control with choices the position of the choice, from 0, otherwise the number, which is 1
+  // for "Enabled" and 0 for "Disabled"; -1 for a stored text that is neither. A control with
+  // choices that is configured by a number is always read as a number: after put has stored a
+  // choice, get answers -1 unless the text of the choice is a number, "Enabled" or "Disabled". get
+  // answers what the mode object holds: the public controls as last read or written, or the
+  // defaults of all controls after a default list was asked for (IORVOperatingMode). E_FAIL if it
+  // does not hold this control. put does not check the range, and stores the whole mode as the mode
+  // object last read it: what others have changed since then is overwritten. Ask the mode for a
+  // control enumerator first if others write too. E_FAIL if the mode does not hold the control or
+  // could not be stored; in the latter case the mode object answers the new value and stores it
+  // with the next put, unless a control enumerator is asked for in between and finds that something
+  // is stored for the mode. The next put may also store a value whose put gave E_OUTOFMEMORY.
   virtual HRESULT STDMETHODCALLTYPE get_Value(LONG* value) = 0;
   virtual HRESULT STDMETHODCALLTYPE put_Value(LONG value) = 0;
 };

@@ -5,9 +5,10 @@
 //   client reset            restores the defaults of the mode
 //   client follow TIMES     lists the controls again, so many times, when anything has changed
 //   client levels           spectrum and peaks of what the endpoint plays
+#include <charconv>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
+#include <string>
 #include <string_view>
 #include <thread>
 #include <vector>
@@ -19,6 +20,14 @@ using orv_apo::ComPtr;
 
 void Check(HRESULT status) {
   if (FAILED(status)) throw status;
+}
+
+LONG Number(std::string_view text) {
+  LONG number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [rest, fault] = std::from_chars(text.data(), end, number);
+  Check(fault == std::errc() && rest == end ? S_OK : E_INVALIDARG);
+  return number;
 }
 
 struct Row {
@@ -53,7 +62,9 @@ void List(IORVEndpointInfo& endpoint) {
   for (const Row& row : rows) {
     BSTR name = nullptr;
     Check(row.control->get_DisplayValue(&name));
-    std::printf("%d: %ls %d, default %d, %d to %d\n", int(&row - rows.data()), name, int(row.value),
+    // In the default locale, which this program keeps, each unit of a name stands for one byte.
+    std::printf("%d: %s %d, default %d, %d to %d\n", int(&row - rows.data()),
+                std::string(name, name + SysStringLen(name)).c_str(), int(row.value),
                 int(row.standard), int(row.minimum), int(row.maximum));
     SysFreeString(name);
   }
@@ -63,9 +74,16 @@ void List(IORVEndpointInfo& endpoint) {
 void Set(IORVEndpointInfo& endpoint, std::size_t number, LONG value) {
   // Read just now: a put stores the other values of the mode as its mode object has read them.
   const std::vector<Row> rows = ReadRows(endpoint);
-  const bool fits = number < rows.size() && value >= rows[number].minimum &&
-                    value <= rows[number].maximum;  // put does not check the range
-  Check(fits ? rows[number].control->put_Value(value) : E_INVALIDARG);
+  Check(number < rows.size() ? S_OK : E_INVALIDARG);
+  const Row& row = rows[number];  // put does not check the range
+  Check(value < row.minimum || value > row.maximum ? E_INVALIDARG : row.control->put_Value(value));
+}
+
+void Reset(IORVEndpointInfo& endpoint) {
+  ComPtr<IORVOperatingMode> mode;
+  Check(endpoint.get_OpMode(mode.Put()));
+  Check(mode->RestoreDefaults());  // S_OK also if they could not be stored: read them again
+  for (const Row& row : ReadRows(endpoint)) Check(row.value == row.standard ? S_OK : E_FAIL);
 }
 
 void Follow(IORVEndpointInfo& endpoint, int times) {
@@ -101,18 +119,16 @@ int main(int argc, char** argv) try {
   ComPtr<IORVAPOSystem> system;
   ComPtr<IORVEndpointEnumerator> endpoints;
   ComPtr<IORVEndpointInfo> endpoint;
-  ComPtr<IORVOperatingMode> mode;
   Check(CreateSystem(command == "sta", system.Put()));
   Check(system->InitializeSystem(nullptr));  // the technology library is beside the component
   Check(system->EnumerateORVEndpoints(endpoints.Put()));
   Check(endpoints->Next(endpoint.Put()) == S_OK ? S_OK : E_FAIL);
-  Check(endpoint->get_OpMode(mode.Put()));
   if (command == "set" && argc == 4)
-    Set(*endpoint, std::strtoul(argv[2], nullptr, 10), std::atoi(argv[3]));
+    Set(*endpoint, static_cast<std::size_t>(Number(argv[2])), Number(argv[3]));
   else if (command == "reset")
-    Check(mode->RestoreDefaults());
+    Reset(*endpoint);
   else if (command == "follow" && argc == 3)
-    Follow(*endpoint, std::atoi(argv[2]));
+    Follow(*endpoint, Number(argv[2]));
   else if (command == "levels")
     ShowLevels(*endpoint);
   else

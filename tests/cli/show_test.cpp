@@ -73,6 +73,7 @@ TEST(Select, SuggestsTheNearestName) {
             " Did you mean \"VQ3D-DPHD Boost Split\"?");
   EXPECT_EQ(Suggestion(commands, "xylophone"), "");
   EXPECT_EQ(Suggestion({}, "modes"), "");
+  EXPECT_EQ(KnownNames({}), "");
 }
 
 TEST(Select, NumbersAreWholeAndFit32Bits) {
@@ -133,6 +134,8 @@ TEST(Output, LinesAreFoldedAroundPathsAndCommands) {
       {"a\x1b[1mb\x1b[0m c d e f g h i j k l m n o", "a\x1b[1mb\x1b[0m c d e f g h i j k l m n o"},
       {"in C:\\Program Files\\ORV Labs\\x.xml is a fault",
        "in\nC:\\Program Files\\ORV Labs\\x.xml\nis a fault"},
+      {"VQ3D-AEQ Gain: -12.0 dB -> \x1b[1m-6.0 dB\x1b[0m",
+       "VQ3D-AEQ Gain: -12.0 dB ->\n\x1b[1m-6.0 dB\x1b[0m"},
       {"one\nWhat examines it: orvctl doctor 0", "one\nWhat examines it:\norvctl doctor 0"},
       {"orvctl set 0 \"VQ3D-DC Level\" 12 --mode Game",
        "orvctl set 0 \"VQ3D-DC Level\" 12 --mode Game"},

@@ -4,6 +4,7 @@
   client_test.py CLIENT ORVCTL MACHINE   natively, on a copy of this simulated machine
 """
 import os
+import pathlib
 import re
 import shutil
 import subprocess
@@ -14,7 +15,7 @@ import unittest
 CONTROL = "VQ3D-DC Level"
 
 
-def use(test, start, other):
+def use(test, start, other, control_name=CONTROL):
     """`start` starts the client with arguments and returns its process; `other` runs orvctl. Returns what `levels` prints."""
     def lines(process, count):
         rows = {}
@@ -35,18 +36,18 @@ def use(test, start, other):
 
     def control():
         with start() as process:
-            return lines(process, count)[CONTROL]
+            return lines(process, count)[control_name]
 
     number, _, default, minimum, maximum = control()
     test.assertEqual((minimum, maximum), (0, 100))
     test.assertEqual(client("set", number, "33")[0], 0)
-    for value in ("101", "-1"):
-        test.assertEqual(client("set", number, value), (1, "0x80070057"))
+    for row, value in ((number, "101"), (number, "-1"), (number, "high"), ("x" + number, "50")):
+        test.assertEqual(client("set", row, value), (1, "0x80070057"))
     test.assertEqual(control(), (number, 33, default, 0, 100))
     with start("follow", "1") as follower:
-        test.assertEqual(lines(follower, count)[CONTROL][1], 33)
-        other("set", "0", CONTROL, "44")
-        test.assertEqual(lines(follower, count)[CONTROL][1:3], (44, default))
+        test.assertEqual(lines(follower, count)[control_name][1], 33)
+        other("set", "0", control_name, "44")
+        test.assertEqual(lines(follower, count)[control_name][1:3], (44, default))
         test.assertEqual(follower.wait(), 0)
     test.assertEqual(client("reset")[0], 0)
     test.assertEqual(control()[1:3], (default, default))
@@ -60,16 +61,28 @@ class NativeClient(unittest.TestCase):
             copy = os.path.join(folder, "machine")
             shutil.copytree(machine, copy)
             environment = dict(os.environ, ORV_MACHINE=copy)
+            name = "VQ3D-\u00e9 Level"
+            for file in (*pathlib.Path(copy).rglob("*.xml"), *pathlib.Path(copy).rglob("*.dll"),
+                         pathlib.Path(orvctl).parents[1] / "lib/orv_apo/kxtech64.dll"):
+                content = file.read_bytes()
+                self.addCleanup(lambda file=file, content=content: file.exists() and file.write_bytes(content))
+                file.write_bytes(content.replace(CONTROL.encode(), name.encode()))  # as long
 
             def start(*arguments):
-                return subprocess.Popen([program, *arguments], env=environment, stdout=subprocess.PIPE, text=True)
+                return subprocess.Popen([program, *arguments], env=environment, stdout=subprocess.PIPE, encoding="utf-8")
 
             def other(*arguments):
                 subprocess.run([orvctl, *arguments], env=environment, stdout=subprocess.DEVNULL, check=True)
 
-            status, levels = use(self, start, other)
+            status, levels = use(self, start, other, name)
             self.assertEqual(status, 0)
             self.assertRegex(levels.split("\n")[-1], r"^left -\d+\.\d -\d+\.\d -\d+\.\d, peaks -\d+\.\d -\d+\.\d$")
+            other("set", "0", name, "45")
+            description = pathlib.Path(copy, "machine.json")
+            refusal = '"faults": [{"operation": "registry.set_value", "nth": "always", "status": 5}], "events"'
+            description.write_text(description.read_text().replace('"events"', refusal))
+            with start("reset") as process:  # which the component reports as done
+                self.assertEqual(process.stdout.read(), "0x80004005\n")
 
 
 if __name__ == "__main__":
