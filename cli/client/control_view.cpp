@@ -37,17 +37,19 @@ std::optional<std::int32_t> NumberOf(const std::string& text, const ControlFacts
       CommandLine("controls {} --mode {}", endpoint.number(), ShellWord(ModeLabel(mode.name()))));
 }
 
-ControlView View(const Catalog& catalog, const Control& control, const std::string& stored) {
+// Without a stored text the component's number stands for it.
+ControlView View(const Catalog& catalog, const Control& control,
+                 const std::optional<std::string>& stored = {}) {
   ControlView view;
   static_cast<ControlInfo&>(view) = control.Info();
   view.name = control.name();
   view.is_private = control.is_private();
   view.facts = catalog.Describe(view.name);
-  const std::optional<std::int32_t> number = NumberOf(stored, view.facts);
   view.value = control.Value();
+  const std::optional<std::int32_t> number = stored ? NumberOf(*stored, view.facts) : view.value;
   if (!view.value) view.value = number;
   view.numeric = number && view.value;
-  view.text = view.numeric ? ValueText(*view.value, FormOf(view)) : stored;
+  view.text = view.numeric ? ValueText(*view.value, FormOf(view)) : stored.value_or("");
   return view;
 }
 
@@ -123,16 +125,23 @@ ControlFinder::ControlFinder(Catalog& catalog, const Endpoint& endpoint, const M
       endpoint_(endpoint),
       mode_(mode),
       naming_(naming),
-      public_(mode.Controls(kORVAPO_Cont_Public)) {
+      public_(mode.Controls(kORVAPO_Cont_Public)) {}
+
+void ControlFinder::ReadNames() {
+  if (!names_.empty()) return;
   for (const ORVAPOControlType list : {kORVAPO_Cont_Public, kORVAPO_Cont_Private}) {
-    for (const auto& [name, text] : catalog.Texts(endpoint, mode.name(), list)) {
+    for (const auto& [name, text] : catalog_.Texts(endpoint_, mode_.name(), list)) {
       names_.push_back(name);
       places_.push_back({list, text});
     }
   }
 }
 
-std::vector<ControlView> ControlFinder::Find(const std::string& text) const {
+std::vector<ControlView> ControlFinder::Find(const std::string& text) {
+  // -1 may also stand for a text that only the file and the registry have.
+  if (const auto control = public_.Find(text); control && control->Value().value_or(-1) != -1)
+    return {View(catalog_, *control)};
+  ReadNames();
   const std::vector<std::size_t> positions = SelectByPart(names_, text, naming_);
   if (positions.size() > 1 && !IsPattern(text)) FailAsAmbiguous(names_, positions, text, "control");
   std::vector<ControlView> views;

@@ -45,7 +45,8 @@ void AddDefaults(Catalog& catalog, const Endpoint& endpoint, const Mode& mode,
 void KeepFitting(std::vector<ControlView>& views, const std::vector<std::string>& texts,
                  const Endpoint& endpoint, const Mode& mode);
 
-// The public and private controls of a mode by what a user types.
+// The public and private controls of a mode by what a user types. The component finds public ones
+// by their whole names; for everything else the configuration file is read.
 class ControlFinder {
  public:
   ControlFinder(Catalog& catalog, const Endpoint& endpoint, const Mode& mode,
@@ -53,7 +54,7 @@ class ControlFinder {
 
   // The control of this name and, by part, with this in its name or all that a pattern fits.
   // Usage failure with the names that would fit otherwise.
-  std::vector<ControlView> Find(const std::string& text) const;
+  std::vector<ControlView> Find(const std::string& text);
 
  private:
   struct Place {
@@ -61,7 +62,9 @@ class ControlFinder {
     std::string stored;
   };
 
-  const Catalog& catalog_;
+  void ReadNames();
+
+  Catalog& catalog_;
   const Endpoint& endpoint_;
   const Mode& mode_;
   Naming naming_;

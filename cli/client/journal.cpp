@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <chrono>
 #include <optional>
+#include <sstream>
+#include <utility>
 
 #include "cli/client/change_lock.h"
 #include "cli/offline/files.h"
@@ -12,10 +14,9 @@
 namespace orv::cli {
 namespace {
 
-constexpr int kJournalVersion = 1;
 constexpr std::size_t kJournalSizeLimit = 64U << 20;  // bytes
 
-Json EntryJson(const JournalEntry& entry) {
+std::string LineOf(const JournalEntry& entry) {
   Json changes = Json::array();
   for (const Change& change : entry.changes)
     changes.push_back({{"what", change.what},
@@ -25,7 +26,7 @@ Json EntryJson(const JournalEntry& entry) {
                        {"to", change.to}});
   Json json = {{"time", entry.time}, {"command", entry.command}, {"changes", changes}};
   if (!entry.gesture.empty()) json["gesture"] = entry.gesture;
-  return json;
+  return json.dump() + '\n';
 }
 
 // A value that a change can have. Throws Json::exception for other kinds.
@@ -34,7 +35,7 @@ Json ValueFrom(const Json& json) {
   return json.get<std::int32_t>();
 }
 
-// Throws Json::exception for what EntryJson does not make.
+// Throws Json::exception for what LineOf does not make.
 JournalEntry EntryFrom(const Json& json) {
   JournalEntry entry{.time = json.at("time"),
                      .command = json.at("command"),
@@ -69,50 +70,65 @@ std::optional<std::vector<Change>> Joined(std::vector<Change> before,
 }  // namespace
 
 Journal::Journal(const std::filesystem::path& folder, const std::string& registry_path)
-    : file_(folder / ("." + ChangeLock::NameOf(registry_path) + ".changes.json")) {}
+    : file_(folder / ("." + ChangeLock::NameOf(registry_path) + ".changes.jsonl")) {}
+
+std::string Journal::ReadLines() const {
+  std::error_code error;
+  if (!std::filesystem::exists(file_, error)) return {};
+  std::string lines = ReadWholeFile(PathText(file_), kJournalSizeLimit);
+  if (!lines.empty() && lines.back() != '\n') lines += '\n';
+  return lines;
+}
+
+JournalEntry Journal::EntryOf(std::string_view line) const {
+  try {
+    return EntryFrom(Json::parse(line));
+  } catch (const Json::exception&) {
+    throw Failure(
+        kRefused,
+        "{} does not hold changes of this program's version.\nRemove it to start with none.",
+        PathText(file_));
+  }
+}
 
 std::vector<JournalEntry> Journal::Read() const {
   std::vector<JournalEntry> entries;
-  if (std::error_code error; !std::filesystem::exists(file_, error)) return entries;
-  try {
-    const Json json = Json::parse(ReadWholeFile(PathText(file_), kJournalSizeLimit));
-    if (json.at("version") == kJournalVersion) {
-      for (const Json& entry : json.at("entries")) entries.push_back(EntryFrom(entry));
-      return entries;
-    }
-  } catch (const Json::exception&) {
-    // Reported as another version is.
-  }
-  throw Failure(
-      kRefused,
-      "{} does not hold changes of this program's version.\nRemove it to start with none.",
-      PathText(file_));
+  std::istringstream lines(ReadLines());
+  for (std::string line; std::getline(lines, line);) entries.push_back(EntryOf(line));
+  return entries;
 }
 
+// Parses no entry but the last one, which spares "set" a good part of its time.
 void Journal::Add(const std::string& command, const std::vector<Change>& changes,
                   const std::string& gesture) const {
   if (changes.empty()) return;
-  std::vector<JournalEntry> entries = Read();
+  std::string lines = ReadLines();
   std::optional<std::vector<Change>> joined;
-  if (!gesture.empty() && !entries.empty() && entries.back().gesture == gesture &&
-      entries.back().command == command)
-    joined = Joined(entries.back().changes, changes);
-  if (joined) entries.pop_back();
+  if (!lines.empty()) {
+    const std::size_t begin = lines.rfind('\n', lines.size() - 2) + 1;
+    const JournalEntry last = EntryOf(std::string_view(lines).substr(begin));
+    if (!gesture.empty() && last.gesture == gesture && last.command == command)
+      joined = Joined(last.changes, changes);
+    if (joined) lines.resize(begin);
+  }
   if (!joined) joined = changes;
   if (!joined->empty())
-    entries.push_back(
+    lines += LineOf(
         {UtcText(std::chrono::system_clock::now(), Precision::Seconds), command, *joined, gesture});
-  if (entries.size() > kMostEntries)
-    entries.erase(entries.begin(), entries.end() - static_cast<std::ptrdiff_t>(kMostEntries));
-  Write(entries);
+  while (std::cmp_greater(std::ranges::count(lines, '\n'), kMostEntries))
+    lines.erase(0, lines.find('\n') + 1);
+  WriteLines(lines);
 }
 
 void Journal::Write(const std::vector<JournalEntry>& entries) const {
-  Json array = Json::array();
-  for (const JournalEntry& entry : entries) array.push_back(EntryJson(entry));
+  std::string lines;
+  for (const JournalEntry& entry : entries) lines += LineOf(entry);
+  WriteLines(lines);
+}
+
+void Journal::WriteLines(const std::string& lines) const {
   std::filesystem::create_directories(file_.parent_path());
-  ReplaceFile(PathText(file_),
-              Json{{"version", kJournalVersion}, {"entries", array}}.dump() + "\n");
+  ReplaceFile(PathText(file_), lines);
 }
 
 }  // namespace orv::cli

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/client/state.h"
@@ -16,8 +17,8 @@ struct JournalEntry {
   std::string gesture = {};  // of the user's hand that made it in steps; empty: made at once
 };
 
-// The last entries of one endpoint, oldest first, in a file of the machine's data folder. Holders
-// of the endpoint's ChangeLock only.
+// The last entries of one endpoint, oldest first, in a file of the machine's data folder: a line of
+// JSON each. Holders of the endpoint's ChangeLock only.
 class Journal {
  public:
   static constexpr std::size_t kMostEntries = 50;
@@ -35,6 +36,12 @@ class Journal {
   void Write(const std::vector<JournalEntry>& entries) const;
 
  private:
+  // Each with its line feed; none if there is no file.
+  std::string ReadLines() const;
+  void WriteLines(const std::string& lines) const;
+  // Throws Failure if the line is not an entry.
+  JournalEntry EntryOf(std::string_view line) const;
+
   std::filesystem::path file_;
 };
 

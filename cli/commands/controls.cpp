@@ -51,7 +51,7 @@ struct GetArguments : ModeArguments {
 void GetControls(Context& context, const GetArguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const Mode mode = context.SelectMode(endpoint, arguments.mode);
-  const ControlFinder finder(context.catalog(), endpoint, mode);
+  ControlFinder finder(context.catalog(), endpoint, mode);
   std::vector<ControlView> views;
   for (const std::string& text : arguments.controls)
     for (ControlView& view : finder.Find(text))
@@ -104,7 +104,7 @@ struct Plan {
 // The changes that all assignments make. Throws a usage failure with what is wrong; after so many
 // faults the rest is not looked at.
 constexpr std::size_t kMostFaults = 12;
-Plan PlanChanges(const ControlFinder& finder, const Mode& mode,
+Plan PlanChanges(ControlFinder& finder, const Mode& mode,
                  const std::vector<Assignment>& assignments, const SetArguments& arguments) {
   Plan plan;
   std::set<std::string> names;
@@ -139,8 +139,8 @@ void SetControls(Context& context, const SetArguments& arguments) {
   const Endpoint endpoint = context.SelectEndpoint(arguments.endpoint);
   const ChangeLock lock = context.LockForChange(endpoint);
   const Mode mode = context.SelectMode(endpoint, arguments.mode);
-  Plan plan = PlanChanges(ControlFinder(context.catalog(), endpoint, mode, context.naming), mode,
-                          assignments, arguments);
+  ControlFinder finder(context.catalog(), endpoint, mode, context.naming);
+  Plan plan = PlanChanges(finder, mode, assignments, arguments);
   MakeChanges(context, endpoint, {mode}, plan.changes, {.command = "set"});
   std::vector<ControlView>& after = plan.views;
   Reread(after, mode);

@@ -70,7 +70,7 @@ HRESULT CORVAPOCOMControl::put_Value(LONG value) {
 HRESULT CORVAPOControlEnumerator::Next(IORVAPOControl** control) {
   return Guard([&]() -> HRESULT {
     if (control == nullptr) return E_POINTER;
-    if (cursor_ == snapshot_.end()) return S_FALSE;
+    if (cursor_ == list_.end()) return S_FALSE;
     const HRESULT status = HandOut<CORVAPOCOMControl>(control, module(), *mode_, cursor_->second);
     if (SUCCEEDED(status)) ++cursor_;
     return status;
@@ -82,7 +82,7 @@ HRESULT CORVAPOControlEnumerator::GetControlFromName(BSTR control_name, IORVAPOC
     if (control_name == nullptr || control == nullptr) return E_POINTER;
     *control = nullptr;
     // By its bytes, of which each text has one form in every locale without redundant characters.
-    const ORVQVTValue* value = snapshot_.Find(Narrow(control_name));
+    const ORVQVTValue* value = list_.Find(Narrow(control_name));
     if (value == nullptr || value->GetWName() != control_name) return orv_apo::kNotFound;
     return HandOut<CORVAPOCOMControl>(control, module(), *mode_, *value);
   });

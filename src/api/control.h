@@ -63,8 +63,9 @@ class CORVAPOCOMControl final : public RefCounted<Chain<IORVAPOControl>> {
 class CORVAPOControlEnumerator final
     : public RefCounted<Chain<IORVAPOControlEnumerator, IORVAPOControlEnumerator2>> {
  public:
+  // The mode keeps the list, which does not change.
   CORVAPOControlEnumerator(Module& module, ControlOwner& mode, const ORVQVTValueList& list)
-      : RefCounted(&module), mode_(mode), snapshot_(list), cursor_(snapshot_.begin()) {}
+      : RefCounted(&module), mode_(mode), list_(list), cursor_(list_.begin()) {}
 
   HRESULT STDMETHODCALLTYPE Next(IORVAPOControl** control) override;
   HRESULT STDMETHODCALLTYPE GetControlFromName(BSTR control_name,
@@ -72,7 +73,7 @@ class CORVAPOControlEnumerator final
 
  private:
   CountedPart<ControlOwner> mode_;
-  const ORVQVTValueList snapshot_;
+  const ORVQVTValueList& list_;
   ORVQVTValueList::Map::const_iterator cursor_;
 };
 

@@ -18,13 +18,12 @@ constexpr const ORVQVTValueList& (ORVAPOOperatingMode::*kLists[])() const = {
     &ORVAPOOperatingMode::GetDefaultControls};
 static_assert(std::size(kLists) == kORVAPO_Cont_NumControls);
 
-// Reads into a list of its own, so that the cache is never left partially filled.
-void Refresh(ORVQVTValueList& cache, ORVAPOPublicSettings& settings,
-             bool (ORVAPOPublicSettings::*read)(ORVQVTValueList&,
-                                                bool) = &ORVAPOPublicSettings::ReadControls) {
+ORVQVTValueList Reread(ORVAPOPublicSettings& settings,
+                       bool (ORVAPOPublicSettings::*read)(ORVQVTValueList&, bool) =
+                           &ORVAPOPublicSettings::ReadControls) {
   ORVQVTValueList fresh;
   (settings.*read)(fresh, true);
-  cache = std::move(fresh);
+  return fresh;
 }
 
 }  // namespace
@@ -41,7 +40,7 @@ HRESULT CORVOperatingMode::FinalConstruct() {
   Diagnose(ORV_HERE("CORVOperatingMode::SetOpMode"), L"op mode: %s\n",
            mode_->GetModeKey().GetModeName());
   public_ = ReadPublicValues(nullptr);
-  if (global_settings_.InitGlobal(endpoint_->record())) Refresh(global_values_, global_settings_);
+  if (global_settings_.InitGlobal(endpoint_->record())) global_values_ = Reread(global_settings_);
   return S_OK;
 }
 
@@ -50,8 +49,17 @@ std::unique_ptr<CORVOperatingMode::PublicValues> CORVOperatingMode::ReadPublicVa
   auto fresh = std::make_unique<PublicValues>(endpoint_->record().machine());
   const bool found = fresh->settings.Init(endpoint_->record(), *mode_);
   if (opened != nullptr) *opened = found;
-  Refresh(fresh->values, fresh->settings);
   return fresh;
+}
+
+ORVQVTValueList& CORVOperatingMode::values() {
+  PublicValues& held = *(update_ ? update_->pending : public_);
+  if (!held.values) {
+    ORVQVTValueList values;
+    held.settings.CopyControls(values);
+    held.values = std::move(values);
+  }
+  return *held.values;
 }
 
 HRESULT CORVOperatingMode::get_ORVAPOControlEnumerator(ORVAPOControlType type,
@@ -60,9 +68,9 @@ HRESULT CORVOperatingMode::get_ORVAPOControlEnumerator(ORVAPOControlType type,
     if (type < 0 || type >= kORVAPO_Cont_NumControls) return E_INVALIDARG;
     if (enumerator == nullptr) return E_POINTER;
     if (const std::scoped_lock lock(lock_); !update_) {
-      Refresh(public_->values, public_->settings,
-              type == kORVAPO_Cont_Default ? &ORVAPOPublicSettings::ReadDefaultControls
-                                           : &ORVAPOPublicSettings::ReadControls);
+      public_->values = Reread(public_->settings, type == kORVAPO_Cont_Default
+                                                      ? &ORVAPOPublicSettings::ReadDefaultControls
+                                                      : &ORVAPOPublicSettings::ReadControls);
     }
     return HandOut<CORVAPOControlEnumerator>(enumerator, module(), *this,
                                              ((*mode_).*kLists[type])());
@@ -80,7 +88,7 @@ HRESULT CORVOperatingMode::RestoreDefaults() {
   return Guard([&]() -> HRESULT {
     const std::scoped_lock lock(lock_);
     public_->settings.WriteControls(mode_->GetDefaultControls());
-    Refresh(public_->values, public_->settings);
+    public_->values = Reread(public_->settings);
     return S_OK;
   });
 }
@@ -109,7 +117,7 @@ HRESULT CORVOperatingMode::put_APOEnable(LONG enabled) {
         global_settings_.WriteControl(ORVQVTValue(kProcessEnableControl, std::int32_t{enabled}));
     Diagnose(ORV_HERE("CORVOperatingMode::put_APOEnable"), L"put_APOEnable: %d, %d\n", enabled,
              written ? 1 : 0);
-    Refresh(global_values_, global_settings_);
+    global_values_ = Reread(global_settings_);
     return written ? S_OK : E_FAIL;
   });
 }
@@ -134,8 +142,8 @@ HRESULT CORVOperatingMode::CommitUpdate() {
     const auto update = std::exchange(update_, nullptr);  // is over, whatever follows
     if (update->changes.Count() == 0) return S_OK;
     PublicValues& pending = *update->pending;
-    Refresh(pending.values, pending.settings);  // what others have stored since stays stored
-    pending.values.Merge(update->changes, kORVQVT_Merge_UpdateOnly);
+    pending.values = Reread(pending.settings);  // what others have stored since stays stored
+    pending.values->Merge(update->changes, kORVQVT_Merge_UpdateOnly);
     if (!pending.settings.WriteControls(update->changes)) return E_FAIL;
     public_ = std::move(update->pending);
     return S_OK;

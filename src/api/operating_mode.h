@@ -57,7 +57,7 @@ class CORVOperatingMode final : public RefCounted<Chain<IORVOperatingMode>, Chai
   struct PublicValues {
     explicit PublicValues(Machine& machine) : settings(machine) {}
     ORVAPOPublicSettings settings;
-    ORVQVTValueList values;
+    std::optional<ORVQVTValueList> values;  // absent until they are asked for
   };
   // An update in progress has values of its own, which take the place of the mode's when they are
   // stored, so that a refused update leaves no trace.
@@ -66,10 +66,10 @@ class CORVOperatingMode final : public RefCounted<Chain<IORVOperatingMode>, Chai
     ORVQVTValueList changes;
   };
 
-  // Reads the values; null in `opened` if the caller does not ask whether there is a key.
+  // As they are stored now; null in `opened` if the caller does not ask whether there is a key.
   std::unique_ptr<PublicValues> ReadPublicValues(bool* opened) const;
   // Those that the controls answer.
-  ORVQVTValueList& values() noexcept { return (update_ ? update_->pending : public_)->values; }
+  ORVQVTValueList& values();
 
   CountedPart<EndpointContext> endpoint_;
   std::shared_ptr<const ORVAPOOperatingMode> mode_;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "config/operating_mode.h"
@@ -33,8 +34,8 @@ class ORVAPOPublicSettings : public IORVPropertySetNotify {
   ~ORVAPOPublicSettings() override;
 
   void OnPropertyChanged(ORVPropertySet& set, const ORVPropertyEntry& entry) override;
-  // Binds to the mode's value: configured values, overwritten by stored ones. True when the key
-  // could be opened; without a key nothing is stored. Removes the listener.
+  // Binds to the mode's value: configured values, overwritten by those that are stored now. True
+  // when the key could be opened; without a key nothing is stored. Removes the listener.
   virtual bool Init(const ORVAPOEndpointInfo& endpoint, const ORVAPOOperatingMode& mode);
   // Stores one value that the settings hold, and saves.
   virtual bool WriteControl(const ORVQVTValue& value);
@@ -45,6 +46,8 @@ class ORVAPOPublicSettings : public IORVPropertySetNotify {
   // Reloads from the registry, then fills `out` (emptied first with `clear`; a non-empty list is
   // only updated).
   virtual bool ReadControls(ORVQVTValueList& out, bool clear);
+  // Fills `out` with what the settings hold, without a reload; nothing without a key.
+  void CopyControls(ORVQVTValueList& out);
   // `out` becomes the default list in every case; true if the registry could be read.
   virtual bool ReadDefaultControls(ORVQVTValueList& out, bool clear);
   // Installs (null removes) the listener and switches the registry watch with it. Once it has
@@ -53,9 +56,9 @@ class ORVAPOPublicSettings : public IORVPropertySetNotify {
   virtual bool DeleteValue();
 
  protected:
-  // Opens the key, binds the settings set to the value and loads what it holds; false, with no key
-  // bound, if the key cannot be opened. The caller holds the lock and has stopped the watch.
-  bool Bind(const std::wstring& key_path, std::wstring value_name, bool add_new);
+  // Opens the key and binds the settings set to the value; false, with no key bound, if the key
+  // cannot be opened. The caller holds the lock and has stopped the watch.
+  bool Bind(const std::wstring& key_path, std::wstring value_name);
 
   Machine& machine_;
   RecursiveMutex lock_;  // of everything; the watch's reloads take it too
@@ -67,8 +70,18 @@ class ORVAPOPublicSettings : public IORVPropertySetNotify {
   ORVQVTValueList default_list_;
 
  private:
+  // Most modes of an enumeration are only asked for their names, so Init keeps what it was given
+  // and read, and the first operation that needs it takes it over. The caller holds the lock.
+  void TakeControls();
+  void TakeDefaults();
   bool Save() { return binding_.SaveBinaryAs(value_name_); }
-  bool Reload() { return binding_.LoadBinary(value_name_, true, true, false); }
+  bool Reload();
+  void Merge(const ImageBytes& image);
+
+  // What Init was given, until it is taken over.
+  std::optional<ORVAPOOperatingMode> unread_controls_;
+  std::optional<ORVAPOOperatingMode> unread_defaults_;
+  ImageBytes image_;  // that Init read, then the one that was merged last
 };
 
 class ORVAPOGlobalSettings : public ORVAPOPublicSettings {

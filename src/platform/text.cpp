@@ -135,11 +135,8 @@ std::string Narrow(std::wstring_view wide) {
   wide = wide.substr(0, wide.find(L'\0'));
   std::string narrow;
   if (InDefaultLocale()) {
-    narrow.reserve(wide.size());
-    for (const wchar_t unit : wide) {
-      if (Ordinal(unit) > 0xFF) return {};
-      narrow.push_back(static_cast<char>(unit));
-    }
+    if (!std::ranges::any_of(wide, [](wchar_t unit) { return Ordinal(unit) > 0xFF; }))
+      narrow.assign(wide.begin(), wide.end());
     return narrow;
   }
   char buffer[64];  // beyond any locale's MB_CUR_MAX
@@ -182,9 +179,13 @@ wchar_t FoldAscii(wchar_t unit) noexcept { return Fold(unit); }
 bool EqualsIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept { return Equals(a, b); }
 bool EqualsIgnoringCase(std::string_view a, std::string_view b) noexcept { return Equals(a, b); }
 int CompareIgnoringCase(std::string_view a, std::string_view b) noexcept {
-  const auto [x, y] = std::mismatch(a.begin(), a.end(), b.begin(), b.end(), [](char p, char q) {
-    return p == q || Fold(p) == Fold(q);  // long names differ late
-  });
+  constexpr std::size_t kStep = 8;  // long names differ late
+  while (std::min(a.size(), b.size()) >= kStep && std::memcmp(a.data(), b.data(), kStep) == 0) {
+    a.remove_prefix(kStep);
+    b.remove_prefix(kStep);
+  }
+  const auto [x, y] = std::mismatch(a.begin(), a.end(), b.begin(), b.end(),
+                                    [](char p, char q) { return p == q || Fold(p) == Fold(q); });
   if (x == a.end() || y == b.end()) return (x != a.end()) - (y != b.end());
   return Ordinal(Fold(*x)) < Ordinal(Fold(*y)) ? -1 : 1;
 }

@@ -155,14 +155,20 @@ bool ORVPropertySetRegistry::OpenKey(Registry& registry, const std::wstring& pat
 
 RegistryKey* ORVPropertySetRegistry::GetKey() { return Current().key.get(); }
 
-bool ORVPropertySetRegistry::LoadBinary(const std::wstring& value_name, bool merge,
-                                        bool overwrite_existing, bool add_new) {
-  const auto [set, key] = Current();
-  if (set == nullptr || key == nullptr) return false;
+ImageBytes ORVPropertySetRegistry::ReadImage(const std::wstring& value_name) const {
+  const std::shared_ptr<RegistryKey> key = Current().key;
   std::uint32_t type = kRegNone;
   ImageBytes image;
-  if (ReadValue(*key, value_name, type, image) != kRegOk) return false;
-  if (type != kRegBinary || image.empty()) return false;
+  const bool read = key != nullptr && ReadValue(*key, value_name, type, image) == kRegOk;
+  return read && type == kRegBinary ? image : ImageBytes();
+}
+
+bool ORVPropertySetRegistry::LoadBinary(const std::wstring& value_name, bool merge,
+                                        bool overwrite_existing, bool add_new) {
+  ORVPropertySet* const set = Current().set;
+  if (set == nullptr) return false;
+  const ImageBytes image = ReadImage(value_name);
+  if (image.empty()) return false;
   if (merge) {
     set->MergePropertiesBinary(image, overwrite_existing, add_new);
   } else {

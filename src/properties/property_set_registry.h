@@ -49,6 +49,8 @@ class ORVPropertySetRegistry : public IORVPropertySetNotify, private IORVThreadB
   // call this. True if stopped, or if the watch thread could be started.
   virtual bool StartWatch(bool start, const std::wstring& value_name);
 
+  // The image that LoadBinary would take from the value; empty if there is none.
+  ImageBytes ReadImage(const std::wstring& value_name) const;
   // SaveBinary for an owner that names the value each time: does not make it the current one.
   bool SaveBinaryAs(const std::wstring& value_name);
   // Opens a key below HKEY_LOCAL_MACHINE and keeps it; after a failure it has none.

@@ -1,5 +1,7 @@
 #include "values/value_list.h"
 
+#include <utility>
+
 #include "platform/text.h"
 
 namespace orv {
@@ -62,10 +64,10 @@ void ORVQVTValueList::LoadFromPropertySet(ORVPropertySet& set) {
   ORVPropertyList properties;
   set.GetAllProperties(properties);
   for (const ORVPropertyEntry& property : properties) {
-    ORVQVTValue value;
-    value.SetName(Narrow(property.name));
+    const std::string name = Narrow(property.name);
+    ORVQVTValue value(name, 0);
     AssignFromProperty(property.value, value);
-    GetOrAdd(value.GetName()) = value;
+    values_.insert_or_assign(values_.end(), name, std::move(value));  // mostly in name order
   }
 }
 

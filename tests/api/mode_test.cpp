@@ -149,6 +149,14 @@ TEST_F(UpdateTest, RefusedOrCancelledUpdateLeavesNoTrace) {
   EXPECT_EQ(level_->put_Value(91), S_OK);
   EXPECT_EQ(update_->CancelUpdate(), S_OK);
   EXPECT_EQ(ValueOf(level_), 40);
+  const auto mode = Mode(Endpoint());
+  EXPECT_EQ(level_->put_Value(42), S_OK);
+  EXPECT_EQ(mode.As<IORVValueUpdate>()->BeginUpdate(), S_OK);
+  const auto level = Control(mode, L"VQ3D-DPHD Level");
+  EXPECT_EQ(ValueOf(level), 42);
+  EXPECT_EQ(mode.As<IORVValueUpdate>()->CancelUpdate(), S_OK);
+  EXPECT_EQ(ValueOf(level), 40);  // as it was when the mode object was made
+  EXPECT_EQ(level_->put_Value(40), S_OK);
   EXPECT_THAT((Answers{update_->CommitUpdate(), update_->CancelUpdate()}), Each(E_UNEXPECTED));
 
   machine_->faults().FailAlways("registry.set_value", kRegAccessDenied);

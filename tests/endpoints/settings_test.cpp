@@ -83,6 +83,11 @@ TEST_F(PublicSettings, StoredValuesReplaceConfiguredOnesOfTheSameControls) {
   EXPECT_TRUE(Init());
   EXPECT_THAT(Read(), ElementsAre(Pair("A", "7"), Pair("B", "6")));
   EXPECT_THAT(Stored(), ElementsAre(Pair("Z", "1"), Pair("A", "7")));
+
+  EXPECT_TRUE(Init());
+  Store({{"A", "8"}});  // comes too late for the binding
+  EXPECT_TRUE(settings_.WriteControl(ORVQVTValue("B", 4)));
+  EXPECT_THAT(Stored(), ElementsAre(Pair("A", "7"), Pair("B", "4")));
 }
 
 TEST_F(PublicSettings, WritingAPublicControlStoresTheWholeModeInOneWrite) {
@@ -130,6 +135,12 @@ TEST_F(PublicSettings, AFailedSaveLeavesTheStoredValueAndKeepsTheNewOneInMemory)
   EXPECT_THAT(Stored(), ElementsAre(Pair("A", "9"), Pair("B", "6")));
   EXPECT_TRUE(settings_.WriteControl(ORVQVTValue("B", 4)));
   EXPECT_THAT(Stored(), ElementsAre(Pair("A", "8"), Pair("B", "4")));
+
+  Read();
+  machine_->faults().FailNth("registry.set_value", 1, kRegWriteFault);
+  EXPECT_FALSE(settings_.WriteControl(ORVQVTValue("A", 1)));
+  EXPECT_THAT(Read(),
+              ElementsAre(Pair("A", "8"), Pair("B", "4")));  // from the same image as before
 }
 
 TEST_F(PublicSettings, ABatchAddsWhatTheSettingsLack) {

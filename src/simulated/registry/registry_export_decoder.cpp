@@ -262,11 +262,21 @@ class Decoder {
     return number;
   }
 
+  // Most bytes by far are two digits and a comma. Returns a negative number for others.
+  int TakeUsualByte() noexcept {
+    if (line_.size() < 3 || line_[2] != L',') return -1;
+    const int byte = HexDigit(line_[0]) * 16 | HexDigit(line_[1]);
+    if (byte >= 0) line_.remove_prefix(3);
+    return byte;
+  }
+
   // Bytes with commas between them; a backslash continues the list on the next line.
   void ReadBytes(std::vector<std::uint8_t>& bytes) {
     bytes.reserve(line_.size() / 3 + 1);
     bool expected = false;  // a comma asks for another byte
     for (;;) {
+      for (int byte; (byte = TakeUsualByte()) >= 0; expected = true)
+        bytes.push_back(static_cast<std::uint8_t>(byte));
       line_ = TrimFront(line_);
       if (line_.starts_with(L'\\')) {
         ContinueOnNextLine();
