@@ -37,7 +37,7 @@ std::optional<std::int32_t> NumberOf(const std::string& text, const ControlFacts
       CommandLine("controls {} --mode {}", endpoint.number(), ShellWord(ModeLabel(mode.name()))));
 }
 
-// Without a stored text the component's number stands for it.
+// Without a stored text the number that the component returns is used.
 ControlView View(const Catalog& catalog, const Control& control,
                  const std::optional<std::string>& stored = {}) {
   ControlView view;
@@ -138,7 +138,7 @@ void ControlFinder::ReadNames() {
 }
 
 std::vector<ControlView> ControlFinder::Find(const std::string& text) {
-  // -1 may also stand for a text that only the file and the registry have.
+  // -1 may also be a text that only the file and the registry have.
   if (const auto control = public_.Find(text); control && control->Value().value_or(-1) != -1)
     return {View(catalog_, *control)};
   ReadNames();

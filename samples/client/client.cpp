@@ -62,7 +62,7 @@ void List(IORVEndpointInfo& endpoint) {
   for (const Row& row : rows) {
     BSTR name = nullptr;
     Check(row.control->get_DisplayValue(&name));
-    // In the default locale, which this program keeps, each unit of a name stands for one byte.
+    // In the default locale, which this program keeps, each unit of a name is one byte of it.
     std::printf("%d: %s %d, default %d, %d to %d\n", int(&row - rows.data()),
                 std::string(name, name + SysStringLen(name)).c_str(), int(row.value),
                 int(row.standard), int(row.minimum), int(row.maximum));
