@@ -2,7 +2,7 @@
 
 add_library(orv_build_flags INTERFACE)
 target_include_directories(orv_build_flags INTERFACE ${CMAKE_SOURCE_DIR}/include ${CMAKE_SOURCE_DIR}/src)
-target_link_libraries(orv_build_flags INTERFACE Boost::boost fmt::fmt-header-only)
+target_link_libraries(orv_build_flags INTERFACE Boost::boost orv_fmt)
 target_compile_options(orv_build_flags INTERFACE
   -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wno-sign-conversion -Wimplicit-fallthrough)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
@@ -14,11 +14,22 @@ if(ORV_SANITIZE)
   add_link_options(-fsanitize=${ORV_SANITIZE})
 endif()
 
+add_library(orv_fmt STATIC ${CMAKE_CURRENT_LIST_DIR}/fmt.cpp)
+target_include_directories(orv_fmt SYSTEM PUBLIC $<TARGET_PROPERTY:fmt::fmt-header-only,INTERFACE_INCLUDE_DIRECTORIES>)
+
 # orv_library(NAME sources... [LINK targets...]): one folder of src/ as a static library.
 function(orv_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK")
   add_library(${name} STATIC ${arg_UNPARSED_ARGUMENTS})
   target_link_libraries(${name} PUBLIC orv_build_flags ${arg_LINK})
+endfunction()
+
+# orv_light_optimisation(TARGETS...): for what spends its time waiting for the component and for people, so that an optimised build takes
+# a fifth less time.
+function(orv_light_optimisation)
+  foreach(name IN LISTS ARGV)
+    target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
+  endforeach()
 endfunction()
 
 # orv_add_cases(NAME COMMAND...): a GoogleTest program as one CTest test, which reports and counts its cases and ends it after its time,
