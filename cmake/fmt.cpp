@@ -1,5 +1,6 @@
-// The formatting library, compiled once for the whole tree. Its package has no library for Windows, so that both builds make theirs from
-// its headers; used header-only, it would be compiled again with each source.
+// The formatting library, compiled once for the whole tree. Its package has no library for Windows,
+// so that both builds make theirs from its headers; used header-only, it would be compiled again
+// with each source.
 #include <fmt/format-inl.h>
 
 FMT_BEGIN_NAMESPACE
@@ -14,7 +15,8 @@ template FMT_API auto locale_ref::get<std::locale>() const -> std::locale;
 template FMT_API auto thousands_sep_impl(locale_ref) -> thousands_sep_result<char>;
 template FMT_API auto decimal_point_impl(locale_ref) -> char;
 template FMT_API void buffer<char>::append(const char*, const char*);
-template FMT_API void vformat_to(buffer<char>&, string_view, basic_format_args<FMT_BUFFER_CONTEXT(char)>, locale_ref);
+template FMT_API void vformat_to(buffer<char>&, string_view,
+                                 basic_format_args<FMT_BUFFER_CONTEXT(char)>, locale_ref);
 
 template FMT_API auto thousands_sep_impl(locale_ref) -> thousands_sep_result<wchar_t>;
 template FMT_API auto decimal_point_impl(locale_ref) -> wchar_t;
