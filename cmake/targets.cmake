@@ -24,7 +24,7 @@ function(orv_library name)
   target_link_libraries(${name} PUBLIC orv_build_flags ${arg_LINK})
 endfunction()
 
-# orv_light_optimisation(TARGETS...): for what spends its time waiting for the component and for people, so that an optimised build takes
+# orv_light_optimisation(TARGETS...): for what spends its time waiting for the component and for the user, so that an optimised build takes
 # a fifth less time.
 function(orv_light_optimisation)
   foreach(name IN LISTS ARGV)
