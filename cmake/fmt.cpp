@@ -1,6 +1,6 @@
-// The formatting library, compiled once for the whole tree. Its package has no library for Windows,
-// so that both builds make theirs from its headers; used header-only, it would be compiled again
-// with each source.
+// The formatting library, compiled once for the whole tree: its package has no library for Windows,
+// so that both builds make theirs from its headers. The instantiations are those of the library's
+// own build, and under its licence (MIT), whose text the packages hold.
 #include <fmt/format-inl.h>
 
 FMT_BEGIN_NAMESPACE

@@ -6,6 +6,7 @@
 import gzip
 import hashlib
 import os
+import re
 import sys
 
 TYPES = {".html": "text/html; charset=utf-8", ".css": "text/css; charset=utf-8", ".js": "text/javascript; charset=utf-8",
@@ -13,8 +14,8 @@ TYPES = {".html": "text/html; charset=utf-8", ".css": "text/css; charset=utf-8",
 
 
 def trimmed(content, name):
-    """The page's own text without indents, lines of comment and the blanks of style sheets; the other lines keep their numbers."""
-    text = b"\n".join(b"" if line.strip().startswith(b"//") else line.strip() for line in content.split(b"\n"))
+    """The page's own text without indents, comments and the blanks of style sheets; the other lines keep their numbers."""
+    text = b"\n".join(re.sub(rb"(^|(?<=[;,]) )//.*", b"", line.strip()) for line in content.split(b"\n"))
     return text.replace(b": ", b":").replace(b" {\n", b"{").replace(b";\n", b";") if name.endswith(".css") else text
 
 

@@ -221,9 +221,11 @@ function filter() {
   for (const group of groups) {
     let shown = 0;
     for (const row of group.rows) {
-      const name = row.control.name.replace(/^[^- ]*-/, '').toLowerCase(); // without the suite
+      const whole = row.control.name.toLowerCase();
+      // Without the suite, whose digits are in each name.
+      const name = whole.replace(/^[^- ]*-/, '');
       const fits =
-        words.every((word) => name.includes(word)) &&
+        words.every((word) => name.includes(word) || whole.startsWith(word)) &&
         (!changedOnly || row.differs(row.local ?? row.control.value));
       row.element.hidden = !fits;
       shown += fits;

@@ -25,9 +25,7 @@ async function preview([file]) {
   const text = await file.text();
   try {
     const { changes, misfits } = await send(text, true);
-    const misses = misfits.map((misfit) =>
-      el('li', {}, typeof misfit === 'string' ? misfit : (misfit.text ?? JSON.stringify(misfit))),
-    );
+    const misses = misfits.map(({ line, reason }) => el('li', {}, `Line ${line}: ${reason}`));
     const go = el('button', { type: 'button', class: 'primary' }, 'Import');
     onPress(
       go,

@@ -41,7 +41,7 @@ async function countUndo() {
 
 export function start() {
   on('change', add);
-  on('endpoint', countUndo);
+  on('read', countUndo);
   onPress(
     byId('undo'),
     async () => {

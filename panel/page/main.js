@@ -115,10 +115,17 @@ async function readSwitch() {
 }
 
 async function showMode(mode) {
-  state.mode = mode;
-  showModes();
-  remember();
-  await readControls();
+  const before = state.mode;
+  const show = (name) => {
+    state.mode = name;
+    showModes();
+    remember();
+  };
+  show(mode);
+  await readControls().catch((error) => {
+    show(before);
+    banner(error.message);
+  });
 }
 
 async function readControls() {
@@ -141,6 +148,7 @@ async function readAll() {
     await readModes();
     await Promise.all([readSwitch(), state.mode ? readControls() : null]);
     remember();
+    tell('read');
     banner('');
   } catch (error) {
     banner(error.message);

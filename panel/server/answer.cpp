@@ -128,7 +128,7 @@ std::optional<Answer> CommandRunner::Run(const Work& work, bool may_wait) {
 std::string CommandRunner::EndpointOf(const Work& work) {
   try {
     return context_.SelectEndpoint(work.endpoint).id();
-  } catch (const cli::Failure&) {
+  } catch (const std::exception&) {
     return {};
   }
 }
