@@ -61,6 +61,7 @@ function showEndpoints() {
 }
 
 function showModes() {
+  const focused = byId('modes').contains(document.activeElement);
   byId('modes').replaceChildren(
     ...state.modes.map((mode) => {
       const shown = mode.name === state.mode;
@@ -83,6 +84,7 @@ function showModes() {
   byId('make-current').disabled =
     state.readOnly || state.modes.some((mode) => mode.current && mode.name === state.mode);
   byId('mode-panel').setAttribute('aria-labelledby', `mode-${modeName(state.mode)}`);
+  if (focused) focusMode();
 }
 
 async function choose(endpoint) {
@@ -220,7 +222,7 @@ async function reconnect() {
   }
 }
 
-const focusMode = () => byId('modes').querySelector('[aria-selected=true]').focus();
+const focusMode = () => byId('modes').querySelector('[aria-selected=true]')?.focus();
 // Arrow keys move among the tabs, as everywhere.
 byId('modes').addEventListener('keydown', (event) => {
   const step = { ArrowRight: 1, ArrowLeft: -1 }[event.key];
@@ -228,7 +230,6 @@ byId('modes').addEventListener('keydown', (event) => {
   const tabs = [...byId('modes').children];
   const next = tabs[(tabs.indexOf(document.activeElement) + step + tabs.length) % tabs.length];
   next.click();
-  focusMode();
 });
 byId('enabled').addEventListener('change', async ({ target }) => {
   target.disabled = true;

@@ -237,13 +237,14 @@ class Page(unittest.TestCase):
         self.open(self.serve())
         self.until(lambda: len(self.browser.find_elements(By.CLASS_NAME, "control")) > 100, "controls")
         focused = "return document.activeElement.id"
+        shown = lambda: self.find("#modes [aria-selected=true]").get_attribute("id")
         level = "#c-VQ3D-DC-Level"
         bands = os.path.join(self.folder, "bands.txt")
         with open(bands, "w", encoding="ascii") as file:
             file.write("Filter 1: ON PK Fc 105 Hz Gain -4.5 dB Q 2.1\nFilter 2: ON PK Fc 300 Hz Gain 40 dB Q 2\n")
         for selector, key, expected, done in (
-                ("#endpoints li:nth-child(2) button", Keys.ENTER, None, lambda: "Headphones" in self.text("endpoint-name")),
-                ("#endpoints li:nth-child(1) button", Keys.ENTER, None, lambda: "Speakers" in self.text("endpoint-name") and self.row("VQ3D-DC Level")),
+                ("#endpoints li:nth-child(2) button", Keys.ENTER, None, lambda: shown() == "mode-Music/Internal"),
+                ("#endpoints li:nth-child(1) button", Keys.ENTER, None, lambda: shown() == "mode-Movie/Internal"),
                 ("#modes [aria-selected=true]", Keys.ARROW_RIGHT, "mode-Voice/Internal", lambda: self.find("#make-current").is_enabled()),
                 ("#make-current", Keys.ENTER, "mode-Voice/Internal", lambda: orvctl(self.machine, "endpoints")[0]["mode"] == "ApoOpMode:Voice/Internal"),
                 ("#enabled", Keys.SPACE, None, lambda: orvctl(self.machine, "enable", "0")["enabled"] is False),
